@@ -1,0 +1,11 @@
+# Turns the string files into one source file: a raw string literal a language, named by the file's name.
+set(body "#include \"environment/string_resources.h\"\n\nnamespace ordvane::environment {\n\n")
+string(APPEND body "const std::vector<StringResource>& string_resources() {\n")
+string(APPEND body "  static const std::vector<StringResource> kResources = {\n")
+foreach(file ${FILES})
+  get_filename_component(language ${file} NAME_WE)
+  file(READ ${file} text)
+  string(APPEND body "      {\"${language}\", R\"ordvane(${text})ordvane\"},\n")
+endforeach()
+string(APPEND body "  };\n  return kResources;\n}\n\n}  // namespace ordvane::environment\n")
+file(WRITE ${OUTPUT} "${body}")

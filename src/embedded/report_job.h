@@ -1,0 +1,75 @@
+// A recorded run made into a report workbook, without a spreadsheet program: what the command and programs
+// that embed the library call.
+//
+// Opens the run's model in the embedded spreadsheet, answers the engine from the run, lets the report service
+// write its reports, and saves the workbook whole or not at all.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/error.h"
+#include "office/office.h"
+#include "runfile/run.h"
+#include "service/ordvane_reports.h"
+
+namespace ordvane::embedded {
+
+struct ReportOptions {
+  std::vector<std::int32_t> outputs;  // zero-based positions in Run::outputs; empty: all
+  bool tornado = true;
+  bool spider = true;
+  bool sensitivity = true;
+  bool output_detail = false;
+  bool detail_by_input = false;
+  bool percent = false;
+  std::int32_t max_inputs = 20;                        // 1 to 32
+  std::optional<double> threshold;                     // set: only inputs whose swing reaches it
+  std::int32_t bar_color = service::kDefaultBarColor;  // 0xBBGGRR
+  std::int32_t base_color = service::kDefaultBarColor;
+  std::string watermark;  // up to two lines
+  std::string language = "en";
+  std::string log_folder;    // empty: no log
+  bool click_macro = false;  // charts call the add-in when clicked (needs the add-in)
+  std::string created;       // document date, ISO; empty: a fixed one
+  std::function<void(const std::string& text)> progress;
+  std::function<bool()> cancelled;
+};
+
+// Throws host::Error: errc::kUserCancelled when cancelled, else what the reports ended with. Nothing is
+// written then.
+void write_reports(std::shared_ptr<const runfile::Run> run, const std::filesystem::path& workbook,
+                   const ReportOptions& options);
+
+// The same, without a file: the finished workbook in memory.
+std::shared_ptr<const office::BookModel> make_reports(std::shared_ptr<const runfile::Run> run,
+                                                      const ReportOptions& options);
+
+// The run's model (books, sheets, item cells and labels) in an embedded spreadsheet.
+std::shared_ptr<office::OfficeApplication> open_model(const runfile::Run& run);
+
+// One input's effect on one output, as the tornado shows it.
+struct Effect {
+  std::string input;               // name or address
+  std::int32_t input_index;        // zero-based, in Run::inputs
+  std::int32_t rank;               // from 1
+  double low, high;                // output's lowest and highest value; the missing-number marker for none
+  double low_change, high_change;  // fractional; the missing-number marker where undefined
+  double input_at_low, input_at_high;
+};
+struct OutputRanking {
+  std::int32_t output_index;  // zero-based, in Run::outputs
+  double base;
+  std::vector<Effect> effects;  // by rank
+};
+// The ranking of the selected outputs (all when empty) in the one-based simulation.
+std::vector<OutputRanking> rank_outputs(std::shared_ptr<const runfile::Run> run,
+                                        const std::vector<std::int32_t>& outputs,
+                                        std::int32_t simulation = 1);
+
+}  // namespace ordvane::embedded

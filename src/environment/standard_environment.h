@@ -1,0 +1,70 @@
+// The environment services that do not depend on the host: texts of every language, the number service,
+// errors, the clock and the log's file. Standard library only; hosts derive from it and add what only they
+// know.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/environment.h"
+
+namespace ordvane::environment {
+
+// Languages whose texts are compiled in: { "en" }. Ids are the system's language ids (1033 for English).
+std::vector<std::string> languages();
+// 0 for an unknown code.
+std::int32_t language_id_of(std::string_view code);
+
+class StandardNumberService : public host::NumberService {
+ public:
+  double missing_number() override;
+  bool is_usable(double value) override;
+  host::AxisScale axis_scale(double low, double high) override;
+  std::string number_text(double value) override;
+};
+
+struct Settings {
+  std::string language = "en";
+  std::string log_folder;  // empty: no log
+  std::string engine_folder;
+  char path_separator = '/';
+  bool add_in_present = false;
+  std::int32_t excel_major_version = 16;
+  std::function<std::string()> clock;  // short date and long time; empty: the system's
+};
+
+class StandardEnvironment : public host::Environment {
+ public:
+  explicit StandardEnvironment(Settings settings);
+
+  std::string engine_folder() override;
+  std::string log_folder() override;
+  char path_separator() override;
+  std::int32_t language_id(std::int32_t selector) override;
+  std::string language_string(std::int32_t language_id) override;
+  std::shared_ptr<host::StringTable> string_table(const std::string& component,
+                                                  const std::string& language) override;
+  host::NumberService& numbers() override;
+  std::string shorten(const std::string& text, std::int32_t limit) override;
+  [[noreturn]] void raise_error(std::int32_t code, const std::string& message) override;
+  void show_message(const std::string& text, const std::string& title) override;  // does nothing
+  void show_progress(const std::string& text1, const std::string& text2,
+                     const std::string& text3) override;  // nothing
+  void pump_messages() override;                          // does nothing
+  bool escape_pressed() override;                         // false
+  void remove_file(const std::string& path) override;
+  void append_line(const std::string& path, const std::string& line) override;
+  std::string date_and_time() override;
+  std::int32_t excel_major_version() override;
+  bool add_in_present() override;
+
+ private:
+  Settings settings_;
+  StandardNumberService numbers_;
+};
+
+}  // namespace ordvane::environment

@@ -1,0 +1,147 @@
+// DralInputOutput: one input or output of the model, with its names, base value and value tables.
+//
+// The scan fills identity and names, data retrieval the tables, the reports only read. Every per-output
+// result is kept on the input that was varied, indexed first by the output's position and then by the input's
+// step. All indexes count from 1; any index outside a table, and any use of a table never initialised, fails
+// with error 9.
+//
+// NaN never enters the base value, the original value or the tables of rule kReplaceNaN: the missing-number
+// marker is stored instead.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/excel.h"
+#include "model/enumerations.h"
+#include "model/number_rules.h"
+#include "model/one_based.h"
+
+namespace ordvane::model {
+
+enum class TableRule : std::uint8_t { kReplaceNaN, kAsGiven };
+
+// Up to three dimensions of doubles in one piece of memory, the last index running fastest.
+class ValueTable {
+ public:
+  // Reallocates with zeros. A size below 1 becomes 1; the result is 1 if any did, else 0.
+  std::int32_t init(std::int32_t l, std::int32_t j = 1, std::int32_t k = 1);
+  double get(std::int32_t l, std::int32_t j = 1, std::int32_t k = 1) const { return values_[index(l, j, k)]; }
+  void put(std::int32_t l, std::int32_t j, std::int32_t k, double value) { values_[index(l, j, k)] = value; }
+
+ private:
+  std::size_t index(std::int32_t l, std::int32_t j, std::int32_t k) const {
+    if (l < 1 || l > l_ || j < 1 || j > j_ || k < 1 || k > k_)
+      host::raise_subscript_out_of_range("value table");
+    return (static_cast<std::size_t>(l - 1) * static_cast<std::size_t>(j_) +
+            static_cast<std::size_t>(j - 1)) *
+               static_cast<std::size_t>(k_) +
+           static_cast<std::size_t>(k - 1);
+  }
+
+  std::vector<double> values_;
+  std::int32_t l_ = 0, j_ = 0, k_ = 0;
+};
+
+class DralInputOutput {
+ public:
+  using Long = std::int32_t;
+  using Integer = std::int16_t;
+  using Boolean = bool;
+  using Double = double;
+  using String = std::string;
+  using RangeRef = std::shared_ptr<host::Range>;
+
+  // Without rules: those of a record that a client made on its own.
+  explicit DralInputOutput(std::shared_ptr<const NumberRules> rules = nullptr);
+
+#define ORDVANE_FIELD(type, name) type name{};
+#include "model/input_output_fields.def"
+
+  double BaseValue() const {
+    return m_BaseValue;
+  }
+  void set_BaseValue(double value) {
+    m_BaseValue = rules_->without_nan(value);
+  }
+  double OriginalValue() const {
+    return m_OriginalValue;
+  }
+  void set_OriginalValue(double value) {
+    m_OriginalValue = rules_->without_nan(value);
+  }
+
+  const std::string& SimpleName() const {
+    return simple_name_;
+  }
+  void set_SimpleName(const std::string& name);
+  std::string SimpleNameShort() const;  // at most 75 UTF-16 units
+  const std::string& QualifiedName() const {
+    return qualified_name_;
+  }
+  void set_QualifiedName(const std::string& name);
+
+  // False for an empty name and for a single blank.
+  bool has_name() const {
+    return !ioName.empty() && ioName != " ";
+  }
+  // The short name of an item that has one, else its address as the mode spells it.
+  std::string NameOrQualifiedCellAddressName(OrdvaneRangeMode mode) const;
+
+  const NumberRules& rules() const {
+    return *rules_;
+  }
+
+  // For each table X: its initialiser, X(...) to read, XPut(...) to write.
+#define ORDVANE_TABLE1(name, init, rule)                  \
+  std::int32_t init(std::int32_t l) {                     \
+    return name##_.init(l);                               \
+  }                                                       \
+  double name(std::int32_t l) const {                     \
+    return name##_.get(l);                                \
+  }                                                       \
+  void name##Put(std::int32_t l, double value) {          \
+    name##_.put(l, 1, 1, stored(TableRule::rule, value)); \
+  }
+#define ORDVANE_TABLE2(name, init, rule)                         \
+  std::int32_t init(std::int32_t l, std::int32_t j) {            \
+    return name##_.init(l, j);                                   \
+  }                                                              \
+  double name(std::int32_t l, std::int32_t j) const {            \
+    return name##_.get(l, j);                                    \
+  }                                                              \
+  void name##Put(std::int32_t l, std::int32_t j, double value) { \
+    name##_.put(l, j, 1, stored(TableRule::rule, value));        \
+  }
+#define ORDVANE_TABLE3(name, init, rule)                                         \
+  std::int32_t init(std::int32_t l, std::int32_t j, std::int32_t k) {            \
+    return name##_.init(l, j, k);                                                \
+  }                                                                              \
+  double name(std::int32_t l, std::int32_t j, std::int32_t k) const {            \
+    return name##_.get(l, j, k);                                                 \
+  }                                                                              \
+  void name##Put(std::int32_t l, std::int32_t j, std::int32_t k, double value) { \
+    name##_.put(l, j, k, stored(TableRule::rule, value));                        \
+  }
+#include "model/input_output_fields.def"
+
+ private:
+  double stored(TableRule rule, double value) const {
+    return rule == TableRule::kReplaceNaN ? rules_->without_nan(value) : value;
+  }
+
+  std::shared_ptr<const NumberRules> rules_;
+  std::string simple_name_;
+  std::string qualified_name_;
+
+#define ORDVANE_TABLE1(name, init, rule) ValueTable name##_;
+#define ORDVANE_TABLE2(name, init, rule) ValueTable name##_;
+#define ORDVANE_TABLE3(name, init, rule) ValueTable name##_;
+#include "model/input_output_fields.def"
+};
+
+using Records = OneBased<DralInputOutput>;
+
+}  // namespace ordvane::model

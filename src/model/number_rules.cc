@@ -1,0 +1,22 @@
+#include "model/number_rules.h"
+
+#include "model/text.h"
+
+namespace ordvane::model {
+
+bool NumberRules::is_usable(double value) const {
+  if (is_error(value)) return false;
+  if (environment_) return environment_->numbers().is_usable(value);
+  return std::isfinite(value) && value != host::kMissingNumber;
+}
+
+double NumberRules::fractional_change(double value, double base) const {
+  if (!is_usable(value) || !is_usable(base) || base == 0) return missing_number();
+  return (value - base) / std::fabs(base);
+}
+
+std::string NumberRules::shorten(const std::string& text, std::int32_t limit) const {
+  return environment_ ? environment_->shorten(text, limit) : shortened(text, limit);
+}
+
+}  // namespace ordvane::model

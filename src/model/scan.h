@@ -1,0 +1,52 @@
+// The model scan: what the engine analysed, and what it saw.
+//
+// newScan builds one record per input or output, getData fills the value tables of one run and ranks every
+// recalculation and every input. Reads the engine and the model's cells; keeps nothing between calls. Errors
+// go to the caller.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "model/input_output.h"
+#include "model/one_based.h"
+#include "session/session.h"
+
+namespace ordvane::model {
+
+class OrdvaneScan {
+ public:
+  explicit OrdvaneScan(session::Session& session);
+
+  std::string name() const { return "OrdvaneScan"; }
+
+  // Appends the engine's items of one kind (engine::kInput or engine::kOutput) to `records`; `autoCount`
+  // receives how many of them the add-in varied on its own. Returns 0.
+  std::int32_t newScan(Records& records, std::int32_t kind, std::int32_t& autoCount);
+
+  // Fills the tables of `inputs` for the one-based run `runNumber`, for each selected position in `outputs`.
+  // `numIterations`: recalculations of the run. Returns 0.
+  std::int32_t getData(Records& inputs, Records& outputs, const OneBased<std::int32_t>& selectedOutputs,
+                       std::int32_t numIterations, std::int32_t runNumber);
+
+  // Reads the arguments of the output function in a cell's formula. Without that function only `indexNum` is
+  // set, to -1. Returns 0.
+  std::int16_t GetCurrentOutputInfoForCell(host::Range& theCell, std::string& theOutputName,
+                                           std::string& theRangeName, std::int32_t& indexNum,
+                                           std::string& resolvedName, std::string& resolvedRangeName);
+
+ private:
+  session::Session& session_;
+  std::shared_ptr<const NumberRules> rules_;
+};
+
+// Sorts `values` ascending and applies every swap to `companion`, which has the same size. Not stable: the
+// order that equal values are left in is part of the result.
+void sort_with_companion(std::span<double> values, std::span<std::int32_t> companion);
+
+// Ranks values so that the greatest gets 1 and equal ones consecutive ranks in the order of their positions:
+// a permutation of 1..n.
+OneBased<std::int32_t> rank_descending(std::span<const double> values);
+
+}  // namespace ordvane::model

@@ -1,0 +1,84 @@
+// Recorded what-if runs: the run file in memory.
+//
+// A run is a JSON file (format "ordvane-run", version 1) that describes the inputs and outputs, with the
+// recalculated values inline or in a CSV file beside it. docs/run-file.md describes every field.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace ordvane::runfile {
+
+// A run file that cannot be used. what(): "FILE:LINE or FIELD: what is wrong and what is expected", one line.
+class BadRun : public std::runtime_error {
+ public:
+  BadRun(const std::string& file, const std::string& where, const std::string& problem)
+      : std::runtime_error(file + (where.empty() ? "" : ":" + where) + ": " + problem) {}
+};
+
+// A text beside a cell, for the default label of an item without a name.
+struct LabelCell {
+  std::string cell;  // address on the item's sheet
+  std::string text;
+};
+
+struct Item {
+  std::string name;  // empty: the item has no name of its own
+  std::string book, sheet, cell;
+  std::string range;  // the cells the item spans; defaults to `cell`
+  std::string formula;
+  std::optional<double> base;  // none: the base is not a number
+  std::string number_format = "General";
+  bool date = false;
+  bool locked = true;
+  std::vector<LabelCell> labels;
+  std::string function;      // the item's function text inside `formula`; empty: the whole of it
+  std::string default_name;  // stands in when the item has neither a name nor a label
+};
+
+struct Input : Item {
+  std::int32_t steps = 0;  // 1 to 32,767
+  bool saved_samples = true;
+  bool automatic = false;  // varied by the add-in on its own
+  std::optional<double> low, high;
+};
+
+struct Output : Item {
+  std::string range_name;        // output range it belongs to
+  std::int32_t range_index = 0;  // one-based place in it; 0 for none
+};
+
+// Values are kept as the engine hands them out: numbers; NaN for an empty field; encoded errors
+// (runfile/values.h).
+struct Run {
+  std::filesystem::path file;
+  std::int32_t simulations = 1;
+  std::int32_t sampling_type = 0;
+  std::vector<Input> inputs;
+  std::vector<Output> outputs;
+  std::int64_t recalculations = 0;  // of one simulation: the sum of the inputs' steps
+  // [simulation][recalculation], recalculations in the order input 1's steps, input 2's steps, …
+  std::vector<double> input_values;
+  // [simulation][output][recalculation]
+  std::vector<double> output_values;
+
+  std::size_t input_value_index(std::int32_t simulation, std::int64_t recalculation) const {
+    return static_cast<std::size_t>(simulation * recalculations + recalculation);
+  }
+  std::size_t output_value_index(std::int32_t simulation, std::size_t output,
+                                 std::int64_t recalculation) const {
+    return (static_cast<std::size_t>(simulation) * outputs.size() + output) *
+               static_cast<std::size_t>(recalculations) +
+           static_cast<std::size_t>(recalculation);
+  }
+};
+
+// Reads and verifies a run file and its CSV. Throws BadRun.
+Run read_run(const std::filesystem::path& file);
+
+}  // namespace ordvane::runfile

@@ -1,0 +1,26 @@
+// How a run's results that are not numbers travel as doubles.
+//
+// Spreadsheet errors and texts become finite doubles far below any model value: they sort first, and
+// subtracting a model value leaves them what they are.
+#pragma once
+
+#include <cmath>
+
+#include "host/cells.h"
+
+namespace ordvane::runfile {
+
+inline constexpr double kErrorUnit = -1e302;
+
+inline double encode_error(host::CellError error) {
+  return kErrorUnit * static_cast<double>(error);
+}
+// Texts are unusable as numbers: the spreadsheet's #VALUE!.
+inline double encode_text() {
+  return encode_error(host::CellError::kValue);
+}
+inline bool is_encoded_error(double value) {
+  return std::isfinite(value) && value <= kErrorUnit * 1999;
+}
+
+}  // namespace ordvane::runfile

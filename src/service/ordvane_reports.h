@@ -1,0 +1,112 @@
+// OrdvaneReports: the settings of a report set, and the operations that make it.
+//
+// A host creates the object, writes the settings, calls Initialize, sets the watermark (Initialize clears
+// it), calls GenerateReports once or more, then Terminate. Settings keep their values for the life of the
+// object. The session is the host's to keep; several objects may share one, the last Initialize wins.
+//
+// One thread. Construction, Terminate and destruction never throw.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "engine/engine.h"
+#include "host/environment.h"
+#include "host/error.h"
+#include "host/excel.h"
+#include "model/one_based.h"
+#include "model/summary.h"
+#include "service/reports.h"
+#include "session/session.h"
+#include "tables/report_workbook.h"
+
+namespace ordvane::service {
+
+inline constexpr std::int32_t kDefaultBarColor = 0x993333;  // a dark blue; 0xBBGGRR
+inline constexpr std::int32_t kStoppedByDetailByInput = 25;
+
+// What a host supplies for all objects of one session: made once, shared, filled by Initialize.
+struct Services {
+  session::Session session;  // environment and engine are set by the host before the first object is made
+  std::unique_ptr<tables::ReportWorkbookFactory> workbook_factory;  // made on first use
+};
+
+class OrdvaneReports {
+ public:
+  using Boolean = bool;
+  using Integer = std::int16_t;
+  using Long = std::int32_t;
+  using Double = double;
+  using String = std::string;
+
+  explicit OrdvaneReports(std::shared_ptr<Services> services, Reports reports = built_in_reports());
+  ~OrdvaneReports();
+  OrdvaneReports(const OrdvaneReports&) = delete;
+  OrdvaneReports& operator=(const OrdvaneReports&) = delete;
+
+#define ORDVANE_FIELD(type, name) type name{};
+#include "service/report_settings.def"
+
+#define ORDVANE_PROPERTY(type, name, initial) \
+ private:                                     \
+  type m_##name = initial;                    \
+                                              \
+ public:                                      \
+  type name() const {                         \
+    return m_##name;                          \
+  }                                           \
+  void set_##name(type value) {               \
+    m_##name = value;                         \
+  }
+#include "service/report_properties.def"
+
+  std::string name() const {
+    return "OrdvaneReports";
+  }
+
+  const std::string& WatermarkText() const {
+    return watermark_.text;
+  }
+  // Trimmed of blanks, and split at its first line break.
+  void set_WatermarkText(const std::string& text);
+  const std::string& WatermarkTextPrimary() const {
+    return watermark_.primary;
+  }
+  const std::string& WatermarkTextSecondary() const {
+    return watermark_.secondary;
+  }
+
+  void Initialize(std::shared_ptr<host::Application> p_XLObj, std::int32_t p_hVars);
+  void Terminate();
+
+  // Element i of `isSelectedOutput` is the engine index (ioIndex, from 0) of the i-th selected output.
+  // Returns 0, or kStoppedByDetailByInput. Throws what goes wrong before the report workbook is open; what
+  // goes wrong after that ends the reports, is logged, and is found in report_error().
+  std::int32_t GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput);
+  // What ended the last GenerateReports after the report workbook was open: errc::kUserCancelled after
+  // Escape.
+  const std::optional<host::Error>& report_error() const {
+    return report_error_;
+  }
+  // Where the last GenerateReports wrote; null when it wrote nothing.
+  std::shared_ptr<host::Workbook> report_workbook() const {
+    return report_workbook_;
+  }
+
+ private:
+  class Pipeline;
+
+  void release(const std::string& operation);
+  void load_dral_lib();
+  void unload_dral_lib();
+
+  std::shared_ptr<Services> services_;
+  Reports reports_;
+  session::WatermarkTexts watermark_;
+  std::optional<host::Error> report_error_;
+  std::shared_ptr<host::Workbook> report_workbook_;
+};
+
+}  // namespace ordvane::service

@@ -1,0 +1,53 @@
+// The report routines that the pipeline calls, one seam for all of them.
+//
+// An empty routine stands for a report that this build does not have: the pipeline logs that and goes on.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "model/input_output.h"
+#include "model/ranking.h"
+#include "model/summary.h"
+#include "session/session.h"
+#include "tables/report_workbook.h"
+
+namespace ordvane::service {
+
+// What every report routine is handed.
+struct ReportArguments {
+  session::Session& session;
+  tables::ReportWorkbook& rWB;
+  const model::OneBased<std::int32_t>& selOut;  // positions in trOutputs; 0 where none matches
+  const model::Records& trInputs;
+  const model::Records& trOutputs;
+  std::int32_t NumIterations;
+  model::OrdvaneRangeMode rangeMode;
+  model::OrdvaneOutputMode outputMode;
+  std::int32_t runNumber;
+  std::int32_t totalRuns;
+};
+
+struct TornadoStyle {
+  double base_value;
+  std::string base_label;
+  host::Color bar_color;
+  host::Color baseline_color;
+};
+
+struct Reports {
+  std::function<void(const ReportArguments&, std::int32_t output, const model::RankingRecord&,
+                     const TornadoStyle&)>
+      tornado;
+  std::function<void(const ReportArguments&, std::int32_t output, const model::RankingRecord&)> spider;
+  std::function<void(const ReportArguments&, std::int32_t output, const model::RankingRecord&)> sensitivity;
+  std::function<void(const ReportArguments&, std::int32_t output, const std::string& title)> output_detail;
+  std::function<std::int32_t(const ReportArguments&)> detail_by_input;
+  std::function<std::int32_t(const ReportArguments&)> multi_way;
+};
+
+// Those that this build has.
+Reports built_in_reports();
+
+}  // namespace ordvane::service

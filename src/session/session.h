@@ -1,0 +1,79 @@
+// The session: what every report module takes from its surroundings, from Initialize to Terminate.
+//
+// Holds the spreadsheet, the engine and its handle, the texts, the watermark, and the diagnostic log. Handed
+// by reference to whoever needs it; nothing here is global. The service fills it (service/), the reports only
+// read it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "engine/engine.h"
+#include "host/environment.h"
+#include "host/excel.h"
+
+namespace ordvane::session {
+
+// The diagnostic log: one text file, one line per notable step. Never raises an error, never affects results.
+class DiagnosticLog {
+ public:
+  // Deletes the former log and turns logging on. Stays off when the environment keeps no log. Throws what
+  // asking the environment for its log folder throws; failing to delete is ignored.
+  void open(std::shared_ptr<host::Environment> environment);
+  // Appends one line; on disk when the call returns. Does nothing when logging is off; errors are ignored.
+  void line(const std::string& text);
+  // Writes the closing block and turns logging off.
+  void close();
+  // Worth asking before composing many lines.
+  bool is_on() const { return !path_.empty(); }
+  const std::string& path() const { return path_; }
+
+ private:
+  std::shared_ptr<host::Environment> environment_;
+  std::string path_;
+};
+
+// Values as log lines show them.
+std::string log_text(double value);  // up to 15 significant digits
+inline std::string log_text(bool value) {
+  return value ? "True" : "False";
+}
+inline std::string log_text(std::int32_t value) {
+  return std::to_string(value);
+}
+
+struct WatermarkTexts {
+  std::string text;       // trimmed, as the host gave it
+  std::string primary;    // first line
+  std::string secondary;  // everything after it
+};
+
+struct Session {
+  DiagnosticLog log;
+  std::shared_ptr<host::Environment> environment;
+  std::shared_ptr<engine::Engine> engine;
+  std::shared_ptr<host::Application> g_XLApp;
+  std::shared_ptr<host::StringTable> string_table;
+  std::int32_t hVars = 0;
+  std::int16_t session_flag = 0;  // second argument of the DRL7_ functions; 1 after Initialize
+  bool excel_ready = false;
+  std::int32_t language_id = 0;
+  std::string language_string;
+  engine::EngineContext engine_context;
+  WatermarkTexts watermark;
+  std::string graph_click_macro;
+  std::int32_t sheet_columns = 0;  // limits of a worksheet
+  std::int32_t sheet_rows = 0;
+
+  // Text of a string id. Throws errc::kObjectNotSet when the session has no string table.
+  std::string text(std::int16_t id, const host::TextArgument& arg1 = {}, const host::TextArgument& arg2 = {},
+                   const host::TextArgument& arg3 = {}) const;
+  // The shared labels and messages by their small index; "" outside the table, without asking for a text.
+  std::string CommonString(std::int32_t index) const;
+  std::string CommonMessage(std::int32_t index) const;
+
+  host::Application& application() const;  // throws errc::kObjectNotSet when there is none
+};
+
+}  // namespace ordvane::session

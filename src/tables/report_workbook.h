@@ -1,0 +1,214 @@
+// The report layer: report workbook, sheets, tables and charts, on the host's spreadsheet.
+//
+// A report asks the workbook for a sheet, writes a title block, then adds charts and tables, each below what
+// the sheet holds so far, and finishes the sheet. The layer owns the look of everything it places: fonts,
+// fills, rules, print set-up. Reports fill bodies in blocks and format columns in runs; nothing here writes
+// cell by cell.
+//
+// Rows and columns of a table count from 1 within the part that an operation addresses. Every operation
+// throws host::Error when the host refuses. Objects hold references to the session and must not outlive it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/excel.h"
+#include "session/session.h"
+
+namespace ordvane::tables {
+
+class ReportChart;
+class ReportSheet;
+class ReportTable;
+
+// Look of the rules that separate groups of columns and rows.
+inline constexpr std::int32_t kRuleLineStyle = 1;
+inline constexpr std::int32_t kRuleWeight = 2;
+inline constexpr std::int32_t kRuleColorIndex = 15;
+inline constexpr double kNameColumnWidth = 22.0;  // characters
+inline constexpr double kFitColumn = -1.0;
+
+// One line of a title block: a label, and a value beside it.
+struct TitleLine {
+  std::string label;
+  host::CellValue value;
+  std::string number_format = {};  // local form; empty: General
+};
+
+class ReportWorkbook {
+ public:
+  // Into `target`, or into a new workbook when it is null.
+  ReportWorkbook(session::Session& session, std::string name, std::shared_ptr<host::Workbook> target,
+                 bool single_workbook_all_results, std::int32_t language_id);
+
+  void SetExcelReady(bool ready);
+  // Report sheets replace sheets of the same name instead of taking a free name.
+  void OverwriteExisting();
+  // A sheet after the last one. A name that is taken gets " (2)", " (3)" … within the spreadsheet's 31
+  // characters.
+  std::shared_ptr<ReportSheet> AddSheet(const std::string& name);
+  // Sets the document properties and shows the first report sheet.
+  void ReportsComplete();
+
+  // The workbook that holds the reports; null until the first sheet is added.
+  std::shared_ptr<host::Workbook> workbook() const { return workbook_; }
+
+ private:
+  session::Session& session_;
+  std::string name_;
+  std::shared_ptr<host::Workbook> target_;
+  bool single_workbook_all_results_;
+  std::int32_t language_id_;
+  bool excel_ready_ = false;
+  bool overwrite_existing_ = false;
+  std::shared_ptr<host::Workbook> workbook_;
+  std::shared_ptr<host::Worksheet> empty_sheet_;  // the one a new workbook comes with, until it is used
+  std::shared_ptr<host::Worksheet> first_sheet_;
+};
+
+class ReportWorkbookFactory {
+ public:
+  std::shared_ptr<ReportWorkbook> CreateReportWorkbook(session::Session& session, const std::string& name,
+                                                       std::shared_ptr<host::Workbook> target,
+                                                       bool single_workbook_all_results,
+                                                       std::int32_t language_id);
+};
+
+class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
+ public:
+  ReportSheet(session::Session& session, std::shared_ptr<host::Worksheet> worksheet);
+
+  const std::shared_ptr<host::Worksheet>& SheetWorksheet() const { return worksheet_; }
+  void AddTitleBlock(const std::string& title, const std::vector<TitleLine>& lines);
+  void AddTitleBlockEx(const std::string& title, const std::vector<TitleLine>& lines);
+  // 1: printed pages are set up for reports (width of one page, header and footer).
+  void SetSheetOption(std::int32_t option);
+  std::shared_ptr<ReportTable> AddTable(std::int32_t rows, std::int32_t columns, std::int32_t header_rows,
+                                        std::int32_t row_header_columns, const std::string& caption,
+                                        const std::string& subcaption);
+  // Kinds: 33 spider graph and message chart, 34 sensitivity graph, 64 tornado. Sizes in points.
+  std::shared_ptr<ReportChart> AddChart(std::int32_t kind, double width, double height);
+  // Takes a chart away again and gives its room back.
+  void RemoveChart(const std::shared_ptr<ReportChart>& chart);
+  // Height in points at which this many bars read well.
+  double ChartHeightForBars(std::int16_t bars) const;
+  // The cell below what the sheet holds so far.
+  std::shared_ptr<host::Range> NextCell();
+  void AddCellNote(host::Range& cell, const std::string& heading, const std::string& text);
+  void FinishSheet();
+
+  session::Session& session() const { return session_; }
+
+ private:
+  friend class ReportTable;
+  friend class ReportChart;
+
+  // First free row, counted from 1.
+  std::int32_t next_row_ = 1;
+  session::Session& session_;
+  std::shared_ptr<host::Worksheet> worksheet_;
+  std::string title_;
+  std::vector<TitleLine> title_lines_;
+  std::vector<std::weak_ptr<ReportTable>> tables_;
+  std::int32_t helper_column_ = 0;  // first free column for the hidden figures that charts draw from
+  bool report_pages_ = false;
+};
+
+class ReportTable {
+ public:
+  // Made by ReportSheet::AddTable.
+  ReportTable(ReportSheet& sheet, std::int32_t first_row, std::int32_t rows, std::int32_t columns,
+              std::int32_t header_rows, std::int32_t row_header_columns, const std::string& caption,
+              const std::string& subcaption);
+
+  std::int32_t rows() const { return rows_; }
+  std::int32_t columns() const { return columns_; }
+  // The cell above the row headers; the first header cell when there are none.
+  std::shared_ptr<host::Range> CornerRange();
+  std::shared_ptr<host::Range> HeaderRowRange(std::int32_t header_row);  // 0: the block of header rows
+  std::shared_ptr<host::Range> ColumnHeaderRange(std::int32_t column);   // 0: the left edge of the table
+  std::shared_ptr<host::Range> BodyRange();  // of a table without rows: one row that stays empty
+  std::shared_ptr<host::Range> CaptionRange();
+  void SetRowHeader(std::int32_t row_header_column, std::int32_t row, const std::string& text);
+  // The caption goes into the last header row. `text`: true for names and addresses, false for figures.
+  void SetColumnHeader(std::int32_t column, const std::string& caption, host::HAlign body_alignment,
+                       host::HAlign caption_alignment, std::int32_t reserved, double width,
+                       const std::string& number_format, bool text);
+  // Row 0: the header block.
+  void AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
+                    const std::string& text);
+  // Vertical rule at the right of a column, through headers and body. `last` -1: the whole table.
+  void AddColumnRule(std::int32_t column, std::int32_t last, std::int32_t line_style, std::int32_t weight,
+                     std::int32_t color_index);
+  // Horizontal rule below a body row.
+  void AddRowRule(std::int32_t row, std::int32_t last, std::int32_t line_style, std::int32_t weight,
+                  std::int32_t color_index);
+
+  // Writes whole body rows from `first_row` on; the block has the table's columns.
+  void PutBody(std::int32_t first_row, const host::CellBlock& block);
+  // Number format of a run of one body column, in local form.
+  void FormatBody(std::int32_t first_row, std::int32_t rows, std::int32_t column, const std::string& format);
+  // Cells of the body, from (row, column).
+  std::shared_ptr<host::Range> Body(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
+                                    std::int32_t columns = 1);
+  // Cells of the header block.
+  std::shared_ptr<host::Range> Header(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
+                                      std::int32_t columns = 1);
+
+ private:
+  friend class ReportSheet;
+
+  std::int32_t body_row() const;     // sheet row of body row 1
+  std::int32_t body_column() const;  // sheet column of body column 1
+  std::int32_t header_row() const;   // sheet row of header row 1
+  std::int32_t rows_on_sheet() const { return rows_ < 1 ? 1 : rows_; }
+
+  ReportSheet& sheet_;
+  std::int32_t first_row_;  // sheet row of the caption
+  std::int32_t rows_, columns_, header_rows_, row_header_columns_;
+  bool has_caption_, has_subcaption_;
+};
+
+// A chart on a report sheet. Made by ReportSheet::AddChart.
+class ReportChart {
+ public:
+  ReportChart(ReportSheet& sheet, std::shared_ptr<host::ChartObject> container, std::int32_t kind);
+
+  std::shared_ptr<host::Chart> Chart() const { return chart_; }
+  const std::shared_ptr<host::ChartObject>& Container() const { return container_; }
+  void AddSeries(host::Range& x_values, host::Range& y_values, const std::string& name);
+  void SetTitle(const std::string& text);
+  void SetSubtitle(const std::string& text);
+  void SetChartOption(std::int32_t option);  // 0: no connecting lines are smoothed; the only option there is
+  // Horizontal bars from `low` to `high`, one a row, the first on top, labelled by `names`. Four stacked
+  // series: 1 and 2 lead unseen from zero to the bar on the negative and positive side, 3 and 4 are the bar.
+  // Their figures are formulas in hidden columns, so the bars follow the table. `crossing`: where the
+  // category axis stands.
+  void AddTornadoBars(std::int16_t bars, host::Range& low, host::Range& high, host::Range& names,
+                      double crossing);
+  // Figures equal to host::kAutoScaleValue are automatic. `format` may end in "[LOCAL]". Horizontal axis.
+  void SetXAxis(const std::string& title, double minimum, double maximum, double major_unit,
+                const std::string& format, bool shown);
+  // Vertical axis.
+  void SetYAxis(const std::string& title, double minimum, double maximum, double major_unit,
+                const std::string& format);
+  void SetWatermark(const std::string& primary, const std::string& secondary, const std::string& click_macro);
+  // Lays the chart out once all its parts are there.
+  void FinishChart();
+
+ private:
+  friend class ReportSheet;
+
+  void apply_title();
+
+  ReportSheet& sheet_;
+  std::shared_ptr<host::ChartObject> container_;
+  std::shared_ptr<host::Chart> chart_;
+  std::int32_t kind_;
+  std::int32_t row_before_;  // the sheet's insertion row before the chart took its room
+  std::string title_, subtitle_;
+};
+
+}  // namespace ordvane::tables

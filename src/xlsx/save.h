@@ -1,0 +1,31 @@
+// Writes in-memory workbooks as .xlsx packages: SpreadsheetML sheets, styles, shared texts, notes, drawings
+// and charts.
+//
+// Never calculates and never changes the workbook. The same workbook and options give the same bytes.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "office/book.h"
+
+namespace ordvane::xlsx {
+
+struct SaveOptions {
+  std::string created;              // document date, "2026-01-31T12:00:00Z"; empty: 1980-01-01T00:00:00Z
+  int compression_level = 6;        // 1 (fastest) to 12 (smallest)
+  unsigned threads = 0;             // 0: as many as the machine has
+  std::function<bool()> cancelled;  // asked now and then; true stops with errc::kUserCancelled
+};
+
+// The whole package in memory. Throws host::Error for what a package cannot hold.
+std::string package(const office::BookModel& book, const SaveOptions& options = {});
+
+// Writes beside `path`, flushes to disk, renames over it. On any failure (host::Error with
+// errc::kHostRefused, file name and system message in the text) and on cancelling, what was at `path` is
+// still there and nothing else is left.
+void save(const office::BookModel& book, const std::filesystem::path& path, const SaveOptions& options = {});
+
+}  // namespace ordvane::xlsx
