@@ -15,7 +15,7 @@ std::shared_ptr<const NumberRules> rules_or_default(std::shared_ptr<const Number
 
 }  // namespace
 
-std::int32_t ValueTable::init(std::int32_t l, std::int32_t j, std::int32_t k) {
+std::int32_t ValueTable::allocate(std::int32_t l, std::int32_t j, std::int32_t k) {
   const bool clamped = l < 1 || j < 1 || k < 1;
   l_ = l < 1 ? 1 : l;
   j_ = j < 1 ? 1 : j;
