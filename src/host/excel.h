@@ -77,27 +77,27 @@ enum class LabelPosition : std::int32_t {
 
 // Line of a cell edge, axis, series or plot area. Members without a value stay as they are.
 struct BorderFormat {
-  std::optional<std::int32_t> line_style;   // LineStyle
-  std::optional<std::int32_t> weight;       // LineWeight
-  std::optional<std::int32_t> color_index;  // 1 to 56
-  std::optional<Color> color;               // wins over color_index
+  std::optional<std::int32_t> line_style = {};   // LineStyle
+  std::optional<std::int32_t> weight = {};       // LineWeight
+  std::optional<std::int32_t> color_index = {};  // 1 to 56
+  std::optional<Color> color = {};               // wins over color_index
 };
 
 // Fill of cells, plot areas, series and labels. Members without a value stay as they are.
 struct InteriorFormat {
-  std::optional<std::int32_t> color_index;
-  std::optional<std::int32_t> pattern_color_index;
-  std::optional<std::int32_t> pattern;  // 1 solid, kXlNone no fill
-  std::optional<Color> color;           // wins over color_index
+  std::optional<std::int32_t> color_index = {};
+  std::optional<std::int32_t> pattern_color_index = {};
+  std::optional<std::int32_t> pattern = {};  // 1 solid, kXlNone no fill
+  std::optional<Color> color = {};           // wins over color_index
 };
 
 // Members without a value stay as they are.
 struct FontFormat {
-  std::optional<std::string> name;
-  std::optional<double> size;  // points
-  std::optional<bool> bold;
-  std::optional<bool> italic;
-  std::optional<Color> color;
+  std::optional<std::string> name = {};
+  std::optional<double> size = {};  // points
+  std::optional<bool> bold = {};
+  std::optional<bool> italic = {};
+  std::optional<Color> color = {};
 };
 
 class Application;
