@@ -1,0 +1,177 @@
+#include "model/naming.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "model/text.h"
+
+namespace ordvane::model {
+namespace {
+
+constexpr const char* kLabelMacro = "Dral4FindLabelVBDebug";
+enum LabelSelector : std::int16_t { kLabelText = 1, kFirstLabelCell = 2, kSecondLabelCell = 3 };
+
+constexpr std::int32_t kLongestWholeLabel = 41;
+constexpr std::int32_t kLabelRoom = 38;  // both parts together, without the " / " between them
+constexpr std::int32_t kHalfLabelRoom = 19;
+constexpr std::int32_t kSheetNameLimit = 25;
+
+std::shared_ptr<host::Range> label_cell(session::Session& session, host::Range& cell,
+                                        LabelSelector selector) {
+  const std::string address = session.application().run(kLabelMacro, cell, selector);
+  return address.empty() ? nullptr : cell.worksheet()->range(address);
+}
+
+DefaultLabel label_of(session::Session& session, host::Range& cell) {
+  DefaultLabel label;
+  label.text = session.application().run(kLabelMacro, cell, kLabelText);
+  label.first_cell = label_cell(session, cell, kFirstLabelCell);
+  label.second_cell = label_cell(session, cell, kSecondLabelCell);
+  return label;
+}
+
+// The text of a label cell; "" when it cannot be read.
+std::string text_of(const std::shared_ptr<host::Range>& cell) {
+  std::string text;
+  if (cell) host::ignoring_errors([&] { text = cell->value().text; });
+  return text;
+}
+
+}  // namespace
+
+DefaultLabel GetDefaultDralLabelForCellRange(session::Session& session, host::Range& cell) {
+  constexpr const char* kLogPrefix = "Utils.GetDefaultDralLabelForCellRange ";
+  const std::string address = cell.address(true, true);
+  session.log.line(std::string(kLogPrefix) + "theCell: " + address);
+  DefaultLabel label = label_of(session, cell);
+  const std::string cut(cut_at_nul(label.text));
+  session.log.line(kLogPrefix + address + "    String: " + cut +
+                   "    Len: " + std::to_string(utf16_length(cut)));
+  return label;
+}
+
+DefaultLabel default_label_by_address(session::Session& session, const std::string& external_address) {
+  return label_of(session, *session.application().range(external_address));
+}
+
+std::string short_default_label(session::Session& session, host::Range& cell, const std::string& name) {
+  const DefaultLabel label = GetDefaultDralLabelForCellRange(session, cell);
+  const std::string whole(cut_at_nul(label.text));
+  if (whole.empty()) return name;
+  if (utf16_length(whole) <= kLongestWholeLabel) return whole;
+
+  const std::string first = text_of(label.first_cell);
+  const std::string second = text_of(label.second_cell);
+  const std::int32_t first_length = utf16_length(first);
+  const std::int32_t second_length = utf16_length(second);
+  std::int32_t first_room = kHalfLabelRoom;
+  std::int32_t second_room = kHalfLabelRoom;
+  if (first_length < kHalfLabelRoom) {
+    first_room = first_length;
+    second_room = kLabelRoom - first_length;
+  } else if (second_length < kHalfLabelRoom) {
+    first_room = kLabelRoom - second_length;
+    second_room = second_length;
+  }
+  return std::string(
+      trimmed(std::string(left(first, first_room)) + " / " + std::string(left(second, second_room))));
+}
+
+std::string clean_sheet_name(const std::string& name) {
+  std::string cleaned = name;
+  std::erase_if(cleaned,
+                [](char c) { return std::string_view("\\:/?*[]").find(c) != std::string_view::npos; });
+  return std::string(left(cleaned, kSheetNameLimit));
+}
+
+std::string external_address(const std::string& book, const std::string& sheet, const std::string& cell) {
+  std::string inside;
+  for (const char c : "[" + book + "]" + sheet) {
+    inside += c;
+    if (c == '\'') inside += c;
+  }
+  return "'" + inside + "'!" + cell;
+}
+
+std::string address_for_range_mode(OrdvaneRangeMode mode, const std::string& /*book*/,
+                                   const std::string& sheet, const std::string& cell) {
+  switch (mode) {
+    case OrdvaneRangeCellMode:
+      return cell;
+    case OrdvaneRangeSheetMode:
+    case OrdvaneRangeBookMode:
+      return cell + " (" + sheet + ")";
+  }
+  return {};
+}
+
+void fill_number_formats(session::Session& session, Records& records, std::int32_t count) {
+  for (std::int32_t i = 1; i <= count; ++i) {
+    host::ignoring_errors([&] {
+      DralInputOutput& record = records(i);
+      const auto cell = session.application().range(
+          external_address(record.bookName, record.sheetName, record.cellAddress));
+      record.numberFormat = cell->number_format();
+      record.NumberFormatLocal = cell->number_format_local();
+    });
+  }
+}
+
+namespace {
+
+// Sets the sampling type to one that leaves functions at their base values, for as long as it lives.
+class BaseSampling {
+ public:
+  explicit BaseSampling(session::Session& session)
+      : session_(session), saved_(session.engine->DRL4_GetSamplingType(session.hVars)) {
+    if (changes()) session_.engine->DRL4_SetSamplingType(session_.hVars, 0);
+  }
+  ~BaseSampling() {
+    if (changes())
+      host::ignoring_errors([&] { session_.engine->DRL4_SetSamplingType(session_.hVars, saved_); });
+  }
+  BaseSampling(const BaseSampling&) = delete;
+  BaseSampling& operator=(const BaseSampling&) = delete;
+
+ private:
+  bool changes() const { return saved_ != 0 && saved_ != 1; }
+
+  session::Session& session_;
+  std::int32_t saved_;
+};
+
+// Puts a cell's formula back when it goes.
+class FormulaKeeper {
+ public:
+  explicit FormulaKeeper(host::Range& cell) : cell_(cell), formula_(cell.formula()) {}
+  ~FormulaKeeper() {
+    host::ignoring_errors([&] { cell_.set_formula(formula_); });
+  }
+  FormulaKeeper(const FormulaKeeper&) = delete;
+  FormulaKeeper& operator=(const FormulaKeeper&) = delete;
+
+ private:
+  host::Range& cell_;
+  std::string formula_;
+};
+
+}  // namespace
+
+double evaluate_function_value(session::Session& session, host::Range& cell,
+                               const std::string& function_text) {
+  const BaseSampling sampling(session);
+  double result = host::kMissingNumber;
+  host::ignoring_errors([&] { result = session.environment->numbers().missing_number(); });
+  host::ignoring_errors([&] {
+    const FormulaKeeper keeper(cell);
+    cell.set_formula("=" + function_text);
+    host::Application& application = session.application();
+    if (application.calculation() != host::Calculation::kAutomatic) application.calculate();
+    host::CellValue value = cell.value();
+    if (!value.is_number()) value = application.evaluate(function_text);
+    if (value.is_number()) result = value.number;
+  });
+  return result;
+}
+
+}  // namespace ordvane::model

@@ -1,0 +1,461 @@
+#include "model/scan.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <functional>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+#include "model/naming.h"
+#include "model/text.h"
+
+namespace ordvane::model {
+namespace {
+
+using session::log_text;
+
+constexpr const char* kAutomaticPrefix = "DralAuto";
+constexpr std::int32_t kAutomaticPrefixLength = 8;
+constexpr const char* kDefaultSheetName = "Sheet1";
+constexpr const char* kDateFormat = "mm/dd/yyyy";
+constexpr const char* kOutputFunction = "DRALOUTPUT(";
+
+bool is_blank(const std::string& name) {
+  return name.empty() || name == " ";
+}
+
+// What the engine tells about one item of its ordered lists.
+struct ItemInfo {
+  std::string name, alternative_name, formula;
+  std::int32_t function_start = 0, function_stop = 0;
+  std::int16_t use_default_name = 0;
+  std::int32_t book_index = 0, sheet_index = 0, cell_index = 0, formula_index = 0;
+  std::int16_t in_cell_index = 0, is_locked = 0;
+  // Inputs.
+  std::int16_t is_multi = 0, range_type = 0, dist_for_range = 0;
+  double min_change = 0, max_change = 0;
+  // Outputs.
+  std::int16_t date_flag = 0;
+  std::string output_range_name;
+  std::int32_t output_range_index = 0, output_index = 0;
+};
+
+ItemInfo item_info(session::Session& s, std::int32_t kind, std::int32_t index) {
+  ItemInfo i;
+  if (kind == engine::kInput) {
+    s.engine->DRL7_GetOrderedInputInfoVB(
+        s.hVars, s.session_flag, index, i.name, i.alternative_name, i.formula, i.function_start,
+        i.function_stop, i.use_default_name, i.book_index, i.sheet_index, i.cell_index, i.formula_index,
+        i.in_cell_index, i.is_locked, i.is_multi, i.range_type, i.min_change, i.max_change, i.dist_for_range);
+  } else {
+    s.engine->DRL7_GetOrderedOutputInfoVB(
+        s.hVars, s.session_flag, index, i.name, i.alternative_name, i.formula, i.function_start,
+        i.function_stop, i.use_default_name, i.book_index, i.sheet_index, i.cell_index, i.formula_index,
+        i.in_cell_index, i.is_locked, i.date_flag, i.output_range_name, i.output_range_index, i.output_index);
+  }
+  return i;
+}
+
+void set_location(session::Session& s, std::int32_t kind, const ItemInfo& info, DralInputOutput& record) {
+  std::int32_t sheets_in_book = 0;
+  std::int32_t items_in_cell = 0;
+  std::string cell;
+  std::string range;
+  s.engine->DRL7_GetCellWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index, info.sheet_index,
+                                            info.cell_index, info.formula_index, info.in_cell_index, cell,
+                                            range, items_in_cell);
+  s.engine->DRL7_GetWorkbookWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index,
+                                                sheets_in_book, record.bookName);
+  s.engine->DRL7_GetSheetWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index, info.sheet_index,
+                                             record.sheetName);
+  if (record.sheetName.empty()) record.sheetName = kDefaultSheetName;
+  record.cellAddress = without(cell, '$');
+  record.rangeAddress = without(range, '$');
+  record.bookIndex = info.book_index;
+  record.sheetIndex = info.sheet_index;
+  record.CellIndex = info.cell_index;
+  record.formulaIndex = info.formula_index;
+  record.inCellIndex = info.in_cell_index;
+}
+
+std::shared_ptr<host::Range> cell_of(session::Session& s, const DralInputOutput& record) {
+  return s.application().workbook(record.bookName)->worksheet(record.sheetName)->range(record.cellAddress);
+}
+
+void set_names(session::Session& s, const ItemInfo& info, DralInputOutput& record) {
+  record.ioName = info.name.empty() ? info.alternative_name : info.name;
+  record.set_SimpleName(record.ioName);
+  record.useDefaultName = info.use_default_name != 0;
+  if (record.useDefaultName) {
+    record.ioName =
+        is_blank(record.ioName) ? " " : short_default_label(s, *cell_of(s, record), record.ioName);
+    record.defaultName = record.ioName;
+    record.set_SimpleName(record.ioName);
+  }
+  if (is_blank(record.ioName)) {
+    record.set_SimpleName(record.cellAddress);
+    record.set_QualifiedName(record.cellAddress);
+  } else {
+    record.set_QualifiedName(record.SimpleName() + " (" + record.cellAddress + ")");
+  }
+}
+
+void set_function(const ItemInfo& info, DralInputOutput& record) {
+  record.distStartIndex = info.function_start;
+  record.distStopIndex = info.function_stop;
+  record.originalFormula = info.formula;
+  record.isFormula = info.formula.starts_with('=');
+  std::string_view function =
+      mid(info.formula, info.function_start, info.function_stop - info.function_start + 1);
+  if (function.starts_with('=')) function.remove_prefix(1);
+  record.originalDistribution = function;
+}
+
+// Text of the argument between the given place and the next "," or ")".
+std::string argument_at(const std::string& formula, std::size_t begin) {
+  const std::size_t end = formula.find_first_of(",)", begin);
+  return std::string(trimmed(formula.substr(begin, end == std::string::npos ? end : end - begin)));
+}
+
+std::string without_quotes(std::string text) {
+  while (text.starts_with('"')) text.erase(0, 1);
+  while (text.ends_with('"')) text.pop_back();
+  return text;
+}
+
+}  // namespace
+
+OrdvaneScan::OrdvaneScan(session::Session& session)
+    : session_(session), rules_(std::make_shared<const NumberRules>(session.engine, session.environment)) {}
+
+std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int32_t& autoCount) {
+  session::Session& s = session_;
+  s.application().set_calculation(host::Calculation::kAutomatic);
+  std::int32_t inputs = 0;
+  std::int32_t outputs = 0;
+  s.engine->DRL4_GetNumInputsAndOutputs(s.hVars, 0, inputs, outputs);
+  s.engine->DRL4_GetNumInputsWithSavedSamples(s.hVars, inputs);
+  autoCount = 0;
+
+  std::vector<std::int16_t> steps;
+  if (kind == engine::kInput) {
+    steps.resize(static_cast<std::size_t>(std::max(inputs, 0)));
+    s.engine->DRL4_GetVaryCountList(s.hVars, steps, inputs);
+  }
+  const std::int32_t count = kind == engine::kInput ? inputs : outputs;
+  for (std::int32_t k = 1; k <= count; ++k) {
+    const ItemInfo info = item_info(s, kind, k - 1);
+    if (kind == engine::kOutput)
+      s.log.line("OrdvaneScan.newScan t_DateFlag: " + std::to_string(info.date_flag));
+
+    DralInputOutput record(rules_);
+    record.ioIndex = k - 1;
+    record.isLocked = info.is_locked != 0;
+    set_location(s, kind, info, record);
+    set_names(s, info, record);
+    set_function(info, record);
+    const auto cell = cell_of(s, record);
+    record.cellRangeThisInputOrOutput = cell;
+    if (kind == engine::kInput) {
+      if (mid(info.formula, info.function_start, kAutomaticPrefixLength) == kAutomaticPrefix) ++autoCount;
+      record.isDralInput = true;
+      record.isMulti = info.is_multi != 0;
+      record.rangeType = info.range_type;
+      record.distForRange = info.dist_for_range;
+      record.minChange = info.min_change;
+      record.maxChange = info.max_change;
+      record.numSteps = steps[static_cast<std::size_t>(k - 1)];
+    } else {
+      // -1 counts as "no date", as 0 does.
+      record.IsDate = info.date_flag != 0 && info.date_flag != -1;
+      if (record.IsDate) record.DateFormat = kDateFormat;
+      record.isDralOutput = true;
+      record.dralOutputIndex = info.output_index;
+      record.outputRangeName = info.output_range_name;
+      record.outputRangeIndex = info.output_range_index;
+      record.set_BaseValue(evaluate_function_value(s, *cell, record.originalDistribution));
+    }
+    s.log.line("OrdvaneScan.NewScan .ioName(" + std::to_string(k) + "): " + record.ioName);
+    records.push_back(std::move(record));
+  }
+  return 0;
+}
+
+namespace {
+
+void init_tables(DralInputOutput& input, std::int32_t outputs) {
+  const std::int32_t steps = input.numSteps;
+  input.tableOfValuesInit(steps);
+  input.outputValuesCalculatedInit(outputs, steps);
+  input.outputPercentChangedCalculatedInit(outputs, steps);
+  input.outputRankPerStepInit(outputs, steps);
+  input.outputMinValueInit(outputs);
+  input.outputMaxValueInit(outputs);
+  input.outputMinPercentChangeInit(outputs);
+  input.outputMaxPercentChangeInit(outputs);
+  input.outputRankInit(outputs);
+  input.inputValuesUsedInit(steps);
+  input.minInputValueInit(outputs);
+  input.maxInputValueInit(outputs);
+}
+
+// The extremes of one output while one input varies. A step that gave no number leaves them as they are.
+class Extremes {
+ public:
+  Extremes(DralInputOutput& input, std::int32_t output) : input_(input), output_(output) {}
+
+  void take(double value, double change, double input_value) {
+    if (first_ || value < input_.outputMinValue(output_)) take_minimum(value, change, input_value);
+    if (first_ || value > input_.outputMaxValue(output_)) take_maximum(value, change, input_value);
+    first_ = false;
+  }
+
+  // Without any usable step there is nothing to show.
+  void finish(double missing) {
+    if (!first_) return;
+    take_minimum(missing, missing, missing);
+    take_maximum(missing, missing, missing);
+  }
+
+ private:
+  void take_minimum(double value, double change, double input_value) {
+    input_.outputMinPercentChangePut(output_, change);
+    input_.outputMinValuePut(output_, value);
+    input_.minChange = input_value;
+    input_.minInputValuePut(output_, input_value);
+  }
+  void take_maximum(double value, double change, double input_value) {
+    input_.outputMaxPercentChangePut(output_, change);
+    input_.outputMaxValuePut(output_, value);
+    input_.maxChange = input_value;
+    input_.maxInputValuePut(output_, input_value);
+  }
+
+  DralInputOutput& input_;
+  std::int32_t output_;
+  bool first_ = true;
+};
+
+// Everything that one output's recalculations say about the inputs.
+void fill_output(Records& inputs, const NumberRules& rules, std::int32_t on, double base,
+                 std::span<const double> values, std::span<const std::int32_t> rank_of) {
+  std::size_t r = 0;
+  for (DralInputOutput& input : inputs) {
+    input.startingIteration = static_cast<std::int32_t>(r) + 1;
+    Extremes extremes(input, on);
+    for (std::int32_t j = 1; j <= input.numSteps; ++j, ++r) {
+      if (r >= values.size()) host::raise_subscript_out_of_range("recalculations of an output");
+      input.OutputValuesCalculatedPut(on, j, values[r]);
+      input.outputRankPerStepPut(on, j, rank_of[r]);
+      const double value = input.OutputValuesCalculated(on, j);
+      const double change = rules.fractional_change(value, base);
+      input.outputPercentChangedCalculatedPut(on, j, change);
+      if (rules.is_usable(value) || rules.is_usable(change))
+        extremes.take(value, change, input.InputValuesUsed(j));
+    }
+    extremes.finish(rules.missing_number());
+  }
+}
+
+void rank_inputs(Records& inputs, std::int32_t on) {
+  std::vector<double> swings;
+  swings.reserve(static_cast<std::size_t>(inputs.size()));
+  for (const DralInputOutput& input : inputs)
+    swings.push_back(input.outputMaxValue(on) - input.outputMinValue(on));
+  const OneBased<std::int32_t> ranks = rank_descending(swings);
+  for (std::int32_t i = 1; i <= inputs.size(); ++i) inputs(i).outputRankPut(on, ranks(i));
+}
+
+}  // namespace
+
+std::int32_t OrdvaneScan::getData(Records& inputs, Records& outputs,
+                                  const OneBased<std::int32_t>& selectedOutputs, std::int32_t numIterations,
+                                  std::int32_t runNumber) {
+  session::Session& s = session_;
+  for (DralInputOutput& input : inputs) init_tables(input, outputs.size());
+
+  const std::int32_t last = numIterations - 1;
+  const auto count = static_cast<std::size_t>(std::max(numIterations, 0));
+  std::vector<double> data(count);
+  const auto fetch = [&](std::int32_t kind, std::int32_t index) {
+    s.engine->DRL4_GetDoubleInputOrOutputData(s.hVars, kind, index, runNumber - 1, 0, last, data, 1);
+  };
+
+  std::size_t first = 0;
+  for (DralInputOutput& input : inputs) {
+    fetch(engine::kInput, input.ioIndex);
+    input.set_BaseValue(evaluate_function_value(s, *cell_of(s, input), input.originalDistribution));
+    for (std::int32_t j = 1; j <= input.numSteps; ++j, ++first) {
+      if (first >= count) host::raise_subscript_out_of_range("recalculations of an input");
+      input.InputValuesUsedPut(j, data[first]);
+    }
+  }
+
+  std::vector<double> changes(count);          // Array
+  std::vector<std::int32_t> by_change(count);  // RArray: recalculations in the order of their changes
+  std::vector<std::int32_t> rank_of(count);    // RArray2: its inverse
+  for (const std::int32_t on : selectedOutputs) {
+    const DralInputOutput& output = outputs(on);
+    fetch(engine::kOutput, output.ioIndex);
+    if (s.log.is_on()) {
+      s.log.line("OrdvaneScan.GetData DRL4_GetDoubleInputOrOutputData HVars: " + std::to_string(s.hVars) +
+                 "    Index: " + std::to_string(output.ioIndex) +
+                 "   Start: 0   Stop: " + std::to_string(last));
+      for (std::size_t k = 0; k < count; ++k)
+        s.log.line("OrdvaneScan.GetData DRL4_GetDoubleInputOrOutputData Data(" + std::to_string(k + 1) +
+                   ")=" + log_text(data[k]));
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+      if (rules_->is_nan(data[k])) {
+        data[k] = rules_->missing_number();
+        changes[k] = data[k];
+      } else {
+        changes[k] = data[k] - output.BaseValue();
+      }
+    }
+    std::iota(by_change.begin(), by_change.end(), 1);
+    sort_with_companion(changes, by_change);
+    for (std::size_t k = 0; k < count; ++k)
+      rank_of[static_cast<std::size_t>(by_change[k] - 1)] = static_cast<std::int32_t>(k) + 1;
+    if (s.log.is_on()) {
+      for (std::size_t k = 0; k < count; ++k)
+        s.log.line("OrdvaneScan.GetData Array(" + std::to_string(k + 1) + ")=" + log_text(changes[k]) +
+                   "   RArray(" + std::to_string(k + 1) + ")=" + std::to_string(by_change[k]) +
+                   "   RArray2(" + std::to_string(k + 1) + ")=" + std::to_string(rank_of[k]));
+    }
+    fill_output(inputs, *rules_, on, output.BaseValue(), data, rank_of);
+    rank_inputs(inputs, on);
+  }
+  return 0;
+}
+
+std::int16_t OrdvaneScan::GetCurrentOutputInfoForCell(host::Range& theCell, std::string& theOutputName,
+                                                      std::string& theRangeName, std::int32_t& indexNum,
+                                                      std::string& resolvedName,
+                                                      std::string& resolvedRangeName) {
+  host::Application& application = session_.application();
+  std::string formula = theCell.formula();
+  indexNum = -1;
+  std::string upper = formula;
+  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  const std::size_t function = upper.find(kOutputFunction);
+  if (function == std::string::npos) return 0;
+
+  const std::size_t open = formula.find('(', function);
+  std::size_t at = open + 1;
+  for (int depth = 1; depth > 0 && at < formula.size(); ++at) {
+    if (formula[at] == '(') ++depth;
+    if (formula[at] == ')') --depth;
+  }
+  formula.erase(at);
+
+  const auto text_of = [&](const host::CellValue& value) {
+    if (value.is_number()) return session_.environment->numbers().number_text(value.number);
+    if (value.is_error()) return std::string(cell_error_text(value.error()));
+    return value.text;
+  };
+  const auto resolved = [&](const std::string& argument) {
+    std::shared_ptr<host::Range> range;
+    if (const auto sheet = application.active_sheet())
+      host::ignoring_errors([&] { range = sheet->range(argument); });
+    return text_of(range ? range->value() : application.evaluate(argument));
+  };
+
+  std::size_t begin = open + 1;
+  for (int number = 1; number <= 3; ++number) {
+    if (number > 1) {
+      const std::size_t comma = formula.find(',', begin);
+      if (comma == std::string::npos) break;
+      begin = comma + 1;
+    }
+    const std::string argument = argument_at(formula, begin);
+    const bool is_reference = !argument.empty() && !argument.starts_with('"');
+    if (number == 1) {
+      if (is_reference) resolvedName = resolved(argument);
+      theOutputName = without_quotes(argument);
+    } else if (number == 2) {
+      if (is_reference) resolvedRangeName = resolved(argument);
+      theRangeName = without_quotes(argument);
+    } else {
+      const host::CellValue index = application.evaluate(without_quotes(argument));
+      if (index.is_number()) indexNum = static_cast<std::int32_t>(index.number);
+    }
+  }
+  if (theOutputName.empty() && !theRangeName.empty())
+    theOutputName = default_label_by_address(session_, theCell.address(true, true)).text;
+  return 0;
+}
+
+namespace {
+
+// Sorts positions low to high, both included. The middle element's place depends on the absolute positions,
+// counted from 1, and with it the order that equal values are left in.
+void sort_between(std::span<double> values, std::span<std::int32_t> companion, std::int64_t low,
+                  std::int64_t high) {
+  const auto at = [](std::int64_t position) { return static_cast<std::size_t>(position - 1); };
+  while (low < high) {
+    std::int64_t i = low;
+    std::int64_t j = high;
+    const double pivot = values[at((low + high) / 2)];
+    while (i <= j) {
+      while (values[at(i)] < pivot && i < high) ++i;
+      while (pivot < values[at(j)] && j > low) --j;
+      if (i <= j) {
+        std::swap(values[at(i)], values[at(j)]);
+        std::swap(companion[at(i)], companion[at(j)]);
+        ++i;
+        --j;
+      }
+    }
+    // The parts do not touch, so the order in which they are sorted changes nothing: recursing into the
+    // smaller one keeps the depth logarithmic.
+    if (j - low < high - i) {
+      sort_between(values, companion, low, j);
+      low = i;
+    } else {
+      sort_between(values, companion, i, high);
+      high = j;
+    }
+  }
+}
+
+}  // namespace
+
+void sort_with_companion(std::span<double> values, std::span<std::int32_t> companion) {
+  sort_between(values, companion, 1, static_cast<std::int64_t>(values.size()));
+}
+
+OneBased<std::int32_t> rank_descending(std::span<const double> values) {
+  // Where counting would start each rank: 1 plus the number of strictly greater values. NaN is never greater.
+  std::vector<double> sorted;
+  sorted.reserve(values.size());
+  for (const double value : values)
+    if (!std::isnan(value)) sorted.push_back(value);
+  std::sort(sorted.begin(), sorted.end(), std::greater<>());
+
+  // next_free[r]: the first rank from r on that is not taken, found through the ones that are.
+  std::vector<std::size_t> next_free(values.size() + 1);
+  std::iota(next_free.begin(), next_free.end(), std::size_t{0});
+  const auto find_free = [&](std::size_t rank) {
+    while (next_free[rank] != rank) {
+      next_free[rank] = next_free[next_free[rank]];
+      rank = next_free[rank];
+    }
+    return rank;
+  };
+
+  OneBased<std::int32_t> ranks;
+  for (const double value : values) {
+    const auto greater = std::isnan(value)
+                             ? sorted.begin()
+                             : std::lower_bound(sorted.begin(), sorted.end(), value, std::greater<>());
+    const std::size_t rank = find_free(static_cast<std::size_t>(greater - sorted.begin()));
+    ranks.push_back(static_cast<std::int32_t>(rank) + 1);
+    next_free[rank] = rank + 1;
+  }
+  return ranks;
+}
+
+}  // namespace ordvane::model
