@@ -1,0 +1,109 @@
+#include "service/ordvane_reports.h"
+
+#include <utility>
+
+#include "model/text.h"
+#include "service/pipeline.h"
+
+namespace ordvane::service {
+namespace {
+
+constexpr const char* kEngineFile = "DRLLIB8_X86.dll";
+constexpr const char* kTextComponent = "OrdvaneResults8";
+constexpr std::int32_t kLanguageSelector = 1;
+
+std::string replace_all(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+  return text;
+}
+
+}  // namespace
+
+OrdvaneReports::OrdvaneReports(std::shared_ptr<Services> services, Reports reports)
+    : services_(std::move(services)), reports_(std::move(reports)) {
+  session::Session& s = services_->session;
+  host::ignoring_errors([&] { s.log.open(s.environment); });
+  s.log.line(name() + ".Class_Initialize");
+}
+
+OrdvaneReports::~OrdvaneReports() {
+  release(".Class_Terminate");
+}
+
+void OrdvaneReports::Terminate() {
+  release(".Terminate");
+}
+
+// Terminate and destruction take the same steps; after an explicit Terminate the engine's context is
+// therefore released twice, as the engine's hosts expect.
+void OrdvaneReports::release(const std::string& operation) {
+  session::Session& s = services_->session;
+  s.log.line(name() + operation);
+  host::ignoring_errors([&] {
+    host::Application& application = s.application();
+    s.log.line(name() + operation + " g_XLApp: " + application.name() + " " + application.version());
+  });
+  s.g_XLApp = nullptr;
+  s.log.line(name() + operation + " g_XLApp is Nothing");
+  host::ignoring_errors([&] { unload_dral_lib(); });
+  s.log.close();
+}
+
+void OrdvaneReports::load_dral_lib() {
+  session::Session& s = services_->session;
+  s.engine->load_library(s.environment->engine_folder() + s.environment->path_separator() + kEngineFile);
+  engine::EngineContext& context = s.engine_context;
+  s.engine->DrllibInitLibraryVB("", "", context.a, context.b, context.c, context.d);
+}
+
+void OrdvaneReports::unload_dral_lib() {
+  engine::EngineContext& context = services_->session.engine_context;
+  services_->session.engine->DrllibFreeLibraryVB(context.a, context.b, context.c, context.d, context.e,
+                                                 context.f, context.g, context.h);
+}
+
+void OrdvaneReports::Initialize(std::shared_ptr<host::Application> p_XLObj, std::int32_t p_hVars) {
+  session::Session& s = services_->session;
+  if (!p_XLObj)
+    throw host::Error(host::errc::kObjectNotSet, "Initialize was given no spreadsheet application");
+  s.log.line(name() + ".Initialize Application: " + p_XLObj->name());
+  s.excel_ready = true;
+  s.g_XLApp = std::move(p_XLObj);
+  s.hVars = p_hVars;
+  s.session_flag = 1;
+  s.log.line(name() + ".Initialize hVars: " + std::to_string(s.hVars));
+  // Only the engine's context of this client is opened here: the variable set belongs to the host, which has
+  // initialised it with DRL4_Init before.
+  load_dral_lib();
+  s.log.line(name() + ".Initialize LoadDralLib");
+  s.language_id = s.environment->language_id(kLanguageSelector);
+  s.log.line(name() + ".Initialize NoxLanguageID: " + std::to_string(s.language_id));
+  s.language_string = s.environment->language_string(s.language_id);
+  s.log.line(name() + ".Initialize NoxLanguageString: " + s.language_string);
+  s.string_table = s.environment->string_table(kTextComponent, s.language_string);
+  s.string_table->set_active_language(s.language_id);
+  s.log.line(name() + ".Initialize ActiveLanguage: " + std::to_string(s.language_id));
+  set_WatermarkText("");
+  s.log.line(name() + ".Initialize Exit: ");
+}
+
+void OrdvaneReports::set_WatermarkText(const std::string& text) {
+  watermark_.text = model::trimmed(text);
+  watermark_.primary = watermark_.text;
+  watermark_.secondary.clear();
+  const std::string lines = replace_all(watermark_.text, "\r\n", "\n");
+  const std::size_t line_feed = lines.find('\n');
+  if (line_feed == std::string::npos) return;
+  watermark_.primary = lines.substr(0, line_feed);
+  watermark_.secondary = lines.substr(line_feed + 1);
+}
+
+std::int32_t OrdvaneReports::GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput) {
+  report_error_.reset();
+  report_workbook_.reset();
+  Pipeline pipeline(*this, isSelectedOutput);
+  return pipeline.run();
+}
+
+}  // namespace ordvane::service

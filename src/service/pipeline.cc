@@ -1,0 +1,413 @@
+#include "service/pipeline.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <unordered_map>
+
+#include "model/naming.h"
+#include "tables/summary_report.h"
+#include "tables/utils.h"
+
+namespace ordvane::service {
+namespace {
+
+using session::log_text;
+
+constexpr const char* kProduct = "Ordvane";
+constexpr const char* kActiveWorkbook = "Active Workbook";
+constexpr const char* kGraphClickMacro = "Ordvane.xla!OrdvaneGraphClickEvent";
+constexpr host::Color kBlue = 16711680;
+
+namespace text {
+constexpr std::int16_t kDetailTitle = 800;
+constexpr std::int16_t kFetching = 1019;
+constexpr std::int16_t kRanking = 1003;
+constexpr std::int16_t kSharedWorkbook = 1037;
+constexpr std::int16_t kTooManyColumns = 806;
+constexpr std::int16_t kTooManyRows = 807;
+}  // namespace text
+
+constexpr std::int32_t kResultTooManyColumns = -17002;
+constexpr std::int32_t kResultTooManyRows = -17003;
+
+}  // namespace
+
+struct OrdvaneReports::Pipeline::Branch {
+  std::int16_t tornado, spider, sensitivity, output_detail, detail_by_input;  // progress texts
+  bool has_base;  // the tornado marks the output's base value
+  std::string base_label;
+  host::Color bar_color, baseline_color;
+};
+
+OrdvaneReports::Pipeline::Pipeline(OrdvaneReports& owner, const model::OneBased<std::int32_t>& selected)
+    : owner_(owner),
+      session_(owner.services_->session),
+      selected_(selected),
+      scan_(session_),
+      rules_(session_.engine, session_.environment) {}
+
+void OrdvaneReports::Pipeline::log(const std::string& text) {
+  if (session_.log.is_on()) session_.log.line(owner_.name() + ".GenerateReports " + text);
+}
+
+std::int32_t OrdvaneReports::Pipeline::run() {
+  log("hVars: " + log_text(session_.hVars));
+  if (refuse_shared_workbook()) return 0;
+  take_settings();
+  save_and_quiet_spreadsheet();
+  read_counts();
+  check_counts();
+  build_records();
+  find_selected_records();
+  open_report_workbook();
+
+  std::int32_t rc = 0;
+  keeping_first_error([&] {
+    rc = number_sims_ == 1 ? report_single_simulation() : report_simulations();
+    if (rc == 0) log("Exit");
+  });
+  finish(rc);
+  return rc;
+}
+
+// Sheets cannot be added to a workbook that several users edit.
+bool OrdvaneReports::Pipeline::refuse_shared_workbook() {
+  const auto active = session_.application().active_workbook();
+  if (!active) throw host::Error(host::errc::kObjectNotSet, "No workbook is open");
+  if (!active->multi_user_editing() || !owner_.ReportsInExistingWorkbook()) return false;
+  session_.environment->show_message(session_.text(text::kSharedWorkbook), kProduct);
+  return true;
+}
+
+void OrdvaneReports::Pipeline::take_settings() {
+  session_.watermark = owner_.watermark_;
+  session_.graph_click_macro = kGraphClickMacro;
+  output_mode_ =
+      owner_.OutputsAsPercentChange ? model::OrdvaneOutputAsPercentChange : model::OrdvaneOutputAsValue;
+}
+
+void OrdvaneReports::Pipeline::save_and_quiet_spreadsheet() {
+  host::Application& application = session_.application();
+  calculation_ = application.calculation();
+  screen_updating_ = application.screen_updating();
+  display_alerts_ = application.display_alerts();
+  application.set_calculation(host::Calculation::kManual);
+  application.set_screen_updating(false);
+  application.set_display_alerts(false);
+}
+
+void OrdvaneReports::Pipeline::read_counts() {
+  engine::Engine& engine = *session_.engine;
+  const std::int32_t hVars = session_.hVars;
+  engine.DRL4_GetSimStats(hVars, number_sims_, num_iterations_);
+  const std::int32_t rc = engine.DRL4_GetNumInputsAndOutputs(hVars, 0, num_inputs_, num_outputs_);
+  log("after DRL4_GetNumInputsAndOutputs rc: " + log_text(rc) + "   NumInputs: " + log_text(num_inputs_) +
+      "   NumOutputs: " + log_text(num_outputs_));
+  engine.DRL4_GetNumInputsWithSavedSamples(hVars, num_inputs_);
+  log("NumberSims: " + log_text(number_sims_));
+  log("NumIterations: " + log_text(num_iterations_));
+  log("NumInputs: " + log_text(num_inputs_));
+  log("NumOutputs: " + log_text(num_outputs_));
+  total_runs_ = number_sims_ > 1 ? number_sims_ : 1;
+  summary_.Runs = number_sims_;
+  summary_.RecalculationsTotal = num_iterations_;
+  summary_.OutputsTotal = num_outputs_;
+  summary_.InputsTotal = num_inputs_;
+  summary_.set_MaximumNumberOfInputs(owner_.MaxInputsPerGraph);
+  summary_.ThreshholdOfInputs = owner_.InputsChangeThreshold;
+}
+
+void OrdvaneReports::Pipeline::check_counts() {
+  const auto nothing_to_report = [&](std::int32_t message) {
+    session_.environment->raise_error(host::errc::kNothingToReport, session_.CommonMessage(message));
+  };
+  if (num_inputs_ < 1) nothing_to_report(1);
+  if (num_outputs_ < 1) nothing_to_report(0);
+  summary_.OutputsSelected = selected_.size();
+  log("NumOutputsSelected: " + log_text(summary_.OutputsSelected));
+  if (summary_.OutputsSelected < 1) nothing_to_report(0);
+}
+
+void OrdvaneReports::Pipeline::build_records() {
+  scan_.newScan(inputs_, engine::kInput, summary_.InputsAutoVary);
+  summary_.InputsStandard = summary_.InputsTotal - summary_.InputsAutoVary;
+  log("InputsTotal: " + log_text(summary_.InputsTotal));
+  log("InputsAutoVary: " + log_text(summary_.InputsAutoVary));
+  log("InputsStandard: " + log_text(summary_.InputsStandard));
+  std::int32_t automatic_outputs = 0;
+  scan_.newScan(outputs_, engine::kOutput, automatic_outputs);
+  log("NumOrdvaneOutputs: " + log_text(outputs_.size()));
+
+  const model::DralInputOutput& first = inputs_(1);
+  for (const model::DralInputOutput& input : inputs_) {
+    if (input.bookName != first.bookName) {
+      range_mode_ = model::OrdvaneRangeBookMode;
+      break;
+    }
+    if (input.sheetName != first.sheetName) range_mode_ = model::OrdvaneRangeSheetMode;
+  }
+  model::fill_number_formats(session_, outputs_, outputs_.size());
+  model::fill_number_formats(session_, inputs_, inputs_.size());
+
+  model::OneBased<std::int32_t> varied(2 * inputs_.size());
+  std::int32_t varied_inputs = 0;
+  session_.engine->DRL4_GetVaryMultis(session_.hVars,
+                                      {varied.data(), static_cast<std::size_t>(varied.size())}, varied_inputs,
+                                      num_iterations_, summary_.RecalculationsMultiWay);
+  summary_.RecalculationsStandard = num_iterations_;
+}
+
+void OrdvaneReports::Pipeline::find_selected_records() {
+  std::unordered_map<std::int32_t, std::int32_t> position;
+  for (std::int32_t j = 1; j <= outputs_.size(); ++j) position.try_emplace(outputs_(j).ioIndex, j);
+  for (const std::int32_t index : selected_) {
+    const auto found = position.find(index);
+    sel_out_.push_back(found == position.end() ? 0 : found->second);
+  }
+}
+
+void OrdvaneReports::Pipeline::open_report_workbook() {
+  host::Application& application = session_.application();
+  const auto sheet = application.active_sheet();
+  if (!sheet) throw host::Error(host::errc::kObjectNotSet, "No sheet is active");
+  session_.sheet_columns = sheet->column_limit();
+  session_.sheet_rows = sheet->row_limit();
+
+  std::shared_ptr<host::Workbook> target;
+  if (!owner_.ReportsInNewWorkbook() && owner_.ReportsInExistingWorkbookName == kActiveWorkbook)
+    target = application.active_workbook();
+  auto& factory = owner_.services_->workbook_factory;
+  if (!factory) factory = std::make_unique<tables::ReportWorkbookFactory>();
+  workbook_ = factory->CreateReportWorkbook(session_, kProduct, target, owner_.SingleWorkbookAllResults,
+                                            session_.language_id);
+  workbook_->SetExcelReady(session_.excel_ready);
+  if (owner_.OverwriteExisting()) workbook_->OverwriteExisting();
+}
+
+void OrdvaneReports::Pipeline::fetch(std::int32_t run) {
+  scan_.getData(inputs_, outputs_, sel_out_, num_iterations_, run);
+}
+
+std::int32_t OrdvaneReports::Pipeline::report_single_simulation() {
+  const Branch branch{1017,
+                      1015,
+                      1013,
+                      1010,
+                      1009,
+                      true,
+                      session_.CommonString(16),
+                      owner_.BarColor(),
+                      owner_.BaselineColor()};
+  show_progress(text::kFetching);
+  fetch(1);
+  check_cancel();
+  for (std::int32_t k = 1; k <= sel_out_.size(); ++k) {
+    show_progress(text::kRanking);
+    model::RankingRecord ranking;
+    if (rank_inputs_of(sel_out_(k), ranking))
+      graphs_of(sel_out_(k), ranking, branch);
+    else
+      unreported_.push_back(k);
+  }
+  output_details(branch);
+  if (detail_by_input(branch) == 1) return kStoppedByDetailByInput;
+  multi_way();
+  outputs_missing();
+  summary_.OutputsImpacted = summary_.OutputsSelected - unreported_.size();
+  summary();
+  return 0;
+}
+
+// Several simulations: graphs show every input up to the limit, in the order of their ranks, without swings,
+// a threshold or a base line.
+std::int32_t OrdvaneReports::Pipeline::report_simulations() {
+  const Branch branch{1018, 1016, 1014, 1012, 1011, false, "Base Value", kBlue, kBlue};
+  for (run_number_ = 1; run_number_ <= number_sims_; ++run_number_) {
+    fetch(run_number_);
+    for (const std::int32_t output : sel_out_) {
+      model::RankingRecord ranking;
+      ranking.SortedArray.resize(summary_.InputsTotal);
+      ranking.input_limit = std::min(summary_.MaximumNumberOfInputs(), summary_.InputsTotal);
+      graphs_of(output, ranking, branch);
+    }
+    output_details(branch);
+    detail_by_input(branch);
+    multi_way();
+    summary();
+  }
+  return 0;
+}
+
+bool OrdvaneReports::Pipeline::rank_inputs_of(std::int32_t position, model::RankingRecord& ranking) {
+  const std::int32_t total = summary_.InputsTotal;
+  const model::DralInputOutput& output = outputs_(position);
+  const bool by_change = output.BaseValue() != 0 && rules_.is_usable(output.BaseValue());
+  ranking.SortedArray.resize(total);
+  for (std::int32_t i = 1; i <= total; ++i) {
+    const model::DralInputOutput& input = inputs_(i);
+    const auto rank = static_cast<std::int32_t>(std::nearbyint(input.outputRank(position)));
+    ranking.SortedArray(rank) =
+        by_change ? input.outputMaxPercentChange(position) - input.outputMinPercentChange(position)
+                  : input.outputMaxValue(position) - input.outputMinValue(position);
+    if (session_.log.is_on())
+      log("InputCount: " + log_text(i) + "   OutputRank: " + log_text(rank) +
+          "   OutputMaxValue: " + log_text(input.outputMaxValue(position)) +
+          "   OutputMinValue: " + log_text(input.outputMinValue(position)));
+  }
+  std::int32_t count = total;
+  if (by_change) {
+    if (session_.log.is_on())
+      for (std::int32_t i = 1; i <= total; ++i)
+        log("SortedArray(" + log_text(i) + ")=" + log_text(ranking.SortedArray(i)));
+    if (!output.IsDate && owner_.OnlyInputsOverThreshold) {
+      count = 0;
+      while (count < total && std::fabs(ranking.SortedArray(count + 1)) >= summary_.ThreshholdOfInputs)
+        ++count;
+    }
+  }
+  ranking.input_limit = std::min({summary_.MaximumNumberOfInputs(), total, count});
+  return ranking.input_limit > 0;
+}
+
+template <class Report>
+void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted, std::int16_t progress,
+                                            bool built_in, const Report& report) {
+  log(name + ": " + log_text(wanted));
+  if (wanted && !built_in) log(name + ": not in this build");
+  if (wanted && built_in) {
+    show_progress(progress);
+    try {
+      report();
+    } catch (const host::Error& error) {
+      // One graph that cannot be drawn does not take the others with it.
+      if (error.code() == host::errc::kUserCancelled) throw;
+      log(name + " Error: " + error.description());
+      remember(error);
+    }
+  }
+  check_cancel();
+  refresh_screen();
+}
+
+void OrdvaneReports::Pipeline::graphs_of(std::int32_t output, const model::RankingRecord& ranking,
+                                         const Branch& branch) {
+  const Reports& reports = owner_.reports_;
+  graph_report("TornadoGraphs", owner_.TornadoGraphs(), branch.tornado, reports.tornado != nullptr, [&] {
+    const TornadoStyle style{branch.has_base ? outputs_(output).BaseValue() : host::kNoBaseValue,
+                             branch.base_label, branch.bar_color, branch.baseline_color};
+    reports.tornado(arguments(), output, ranking, style);
+  });
+  graph_report("SpiderGraphs", owner_.SpiderGraphs(), branch.spider, reports.spider != nullptr,
+               [&] { reports.spider(arguments(), output, ranking); });
+  graph_report("SensitivityGraphs", owner_.SensitivityGraphs(), branch.sensitivity,
+               reports.sensitivity != nullptr, [&] { reports.sensitivity(arguments(), output, ranking); });
+}
+
+void OrdvaneReports::Pipeline::output_details(const Branch& branch) {
+  log("OutputDetailReport: " + log_text(owner_.OutputDetailReport()));
+  if (!owner_.OutputDetailReport()) return;
+  if (!owner_.reports_.output_detail) return log("OutputDetailReport: not in this build");
+  if (number_sims_ > 1) log("NumOutputsSelected: " + log_text(summary_.OutputsSelected));
+  for (const std::int32_t output : sel_out_) {
+    show_progress(branch.output_detail);
+    owner_.reports_.output_detail(arguments(), output, session_.text(text::kDetailTitle));
+    check_cancel();
+    refresh_screen();
+  }
+}
+
+std::int32_t OrdvaneReports::Pipeline::detail_by_input(const Branch& branch) {
+  log("SummaryReport: " + log_text(owner_.SummaryReport()));
+  if (number_sims_ > 1) log("DetailByInput: " + log_text(owner_.DetailByInput()));
+  if (!owner_.SummaryReport() && !owner_.DetailByInput()) return 0;
+  if (!owner_.reports_.detail_by_input) {
+    log("DetailByInput: not in this build");
+    return 0;
+  }
+  show_progress(branch.detail_by_input);
+  const std::int32_t result = owner_.reports_.detail_by_input(arguments());
+  refresh_screen();
+  return result;
+}
+
+void OrdvaneReports::Pipeline::multi_way() {
+  log("MultiWayReport: " + log_text(owner_.MultiWayReport()));
+  if (!owner_.MultiWayReport()) return;
+  if (!owner_.reports_.multi_way) return log("MultiWayReport: not in this build");
+  owner_.reports_.multi_way(arguments());
+  refresh_screen();
+}
+
+void OrdvaneReports::Pipeline::outputs_missing() {
+  log("NumUnreportedOutputs: " + log_text(unreported_.size()));
+  const bool graphs = owner_.TornadoGraphs() || owner_.SpiderGraphs() || owner_.SensitivityGraphs();
+  if (unreported_.empty() || !graphs) return;
+  tables::makeOutputsMissingReport(session_, *workbook_, sel_out_, inputs_, outputs_, unreported_.size(),
+                                   unreported_, run_number_, total_runs_);
+  refresh_screen();
+}
+
+void OrdvaneReports::Pipeline::summary() {
+  tables::MakeSummaryReport(session_, *workbook_, sel_out_, inputs_, outputs_, summary_, run_number_,
+                            total_runs_);
+}
+
+// The exit steps. Each is taken whatever became of the ones before it, so that the spreadsheet is always left
+// as it was found.
+void OrdvaneReports::Pipeline::finish(std::int32_t rc) {
+  keeping_first_error([&] { workbook_->ReportsComplete(); });
+  keeping_first_error([&] {
+    if (rc == kResultTooManyRows)
+      session_.environment->show_message(session_.text(text::kTooManyRows), kProduct);
+    if (rc == kResultTooManyColumns)
+      session_.environment->show_message(session_.text(text::kTooManyColumns), kProduct);
+  });
+  if (owner_.report_error_) log("Exit Error: " + owner_.report_error_->description());
+  owner_.report_workbook_ = workbook_->workbook();
+
+  host::Application& application = session_.application();
+  keeping_first_error([&] { application.set_calculation(calculation_); });
+  keeping_first_error([&] { application.set_screen_updating(screen_updating_); });
+  keeping_first_error([&] { application.set_display_alerts(display_alerts_); });
+  keeping_first_error([&] {
+    if (const auto cell = application.active_cell()) cell->activate();
+  });
+}
+
+void OrdvaneReports::Pipeline::remember(const host::Error& error) {
+  if (!owner_.report_error_) owner_.report_error_ = error;
+}
+
+template <class Step>
+void OrdvaneReports::Pipeline::keeping_first_error(const Step& step) {
+  try {
+    step();
+  } catch (const host::Error& error) {
+    // The user's wish to stop outweighs a report that failed before it.
+    if (error.code() == host::errc::kUserCancelled) owner_.report_error_.reset();
+    remember(error);
+  } catch (const std::bad_alloc&) {
+    remember(host::Error(host::errc::kOutOfMemory, "Out of memory"));
+  }
+}
+
+void OrdvaneReports::Pipeline::show_progress(std::int16_t id) {
+  tables::ShowProgress(session_, session_.text(id));
+}
+
+void OrdvaneReports::Pipeline::check_cancel() {
+  tables::CheckUserCancel(session_);
+}
+
+void OrdvaneReports::Pipeline::refresh_screen() {
+  session_.application().set_screen_updating(true);
+  session_.application().set_screen_updating(false);
+}
+
+ReportArguments OrdvaneReports::Pipeline::arguments() {
+  return {session_,        *workbook_,  sel_out_,     inputs_,     outputs_,
+          num_iterations_, range_mode_, output_mode_, run_number_, total_runs_};
+}
+
+}  // namespace ordvane::service

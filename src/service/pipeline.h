@@ -1,0 +1,93 @@
+// The pipeline behind GenerateReports: one object a call.
+//
+// Reads the run's counts, scans the model into records, opens the report workbook, fetches every stored
+// value, then calls the report routines in a fixed order with progress texts and cancel checks between them.
+// What goes wrong before the report workbook is open goes to the host; what goes wrong later ends the
+// reports, is logged, and leaves the spreadsheet's settings restored.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/excel.h"
+#include "model/input_output.h"
+#include "model/ranking.h"
+#include "model/scan.h"
+#include "model/summary.h"
+#include "service/ordvane_reports.h"
+
+namespace ordvane::service {
+
+class OrdvaneReports::Pipeline {
+ public:
+  Pipeline(OrdvaneReports& owner, const model::OneBased<std::int32_t>& selected);
+  std::int32_t run();
+
+ private:
+  // Progress texts and tornado style that differ between a run of one simulation and one of several.
+  struct Branch;
+
+  void log(const std::string& text);
+  bool refuse_shared_workbook();
+  void take_settings();
+  void save_and_quiet_spreadsheet();
+  void read_counts();
+  void check_counts();
+  void build_records();
+  void find_selected_records();
+  void open_report_workbook();
+
+  std::int32_t report_single_simulation();
+  std::int32_t report_simulations();
+  void fetch(std::int32_t run);
+  // What the graphs of the output at this position show. False: nothing is left to show.
+  bool rank_inputs_of(std::int32_t position, model::RankingRecord& ranking);
+  void graphs_of(std::int32_t output, const model::RankingRecord& ranking, const Branch& branch);
+  void output_details(const Branch& branch);
+  std::int32_t detail_by_input(const Branch& branch);
+  void multi_way();
+  void outputs_missing();
+  void summary();
+  void finish(std::int32_t rc);
+
+  // Runs one graph report; a failure other than the user's wish to stop is logged and the next report
+  // follows.
+  template <class Report>
+  void graph_report(const std::string& name, bool wanted, std::int16_t progress, bool built_in,
+                    const Report& report);
+  void remember(const host::Error& error);
+  template <class Step>
+  void keeping_first_error(const Step& step);
+
+  void show_progress(std::int16_t id);
+  void check_cancel();
+  void refresh_screen();
+  ReportArguments arguments();
+
+  OrdvaneReports& owner_;
+  session::Session& session_;
+  const model::OneBased<std::int32_t>& selected_;  // engine indexes of the selected outputs
+  model::OrdvaneScan scan_;
+  model::NumberRules rules_;
+
+  host::Calculation calculation_ = host::Calculation::kAutomatic;
+  bool screen_updating_ = true;
+  bool display_alerts_ = true;
+
+  std::int32_t number_sims_ = 0;
+  std::int32_t num_iterations_ = 0;
+  std::int32_t num_inputs_ = 0;
+  std::int32_t num_outputs_ = 0;
+  std::int32_t run_number_ = 1;
+  std::int32_t total_runs_ = 1;
+  model::OrdvaneOutputMode output_mode_ = model::OrdvaneOutputAsValue;
+  model::OrdvaneRangeMode range_mode_ = model::OrdvaneRangeCellMode;
+  model::Records inputs_;
+  model::Records outputs_;
+  model::OneBased<std::int32_t> sel_out_;     // positions in outputs_; 0 where none matches
+  model::OneBased<std::int32_t> unreported_;  // positions in selected_
+  model::OrdvaneSummary summary_;
+  std::shared_ptr<tables::ReportWorkbook> workbook_;
+};
+
+}  // namespace ordvane::service
