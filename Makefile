@@ -1,0 +1,57 @@
+# The front door. Every target installs the Debian packages that it needs and that are missing.
+#
+#   make demo      report on the example run, print the ranking and where the workbook is
+#   make test      everything CI runs: formatting, tests, tests under sanitizers, the core for Windows
+#   make bench     speed and memory, as ratios against peers in the same run
+#   make format    format the sources
+#   make tidy      clang-tidy over the sources
+SHELL := /bin/bash
+.SHELLFLAGS := -eu -o pipefail -c
+.PHONY: demo test bench format format-check tidy release sanitize windows-core clean
+
+sources = $(shell git ls-files '*.cc' '*.h')
+example = examples/solar-plant/solar-plant.run.json
+
+demo:
+	@tools/install-packages build
+	@cmake --preset release -DORDVANE_TESTS=OFF -DORDVANE_BENCH=OFF -B build/demo >/dev/null
+	@cmake --build build/demo --target ordvane
+	@mkdir -p out
+	build/demo/ordvane report $(example) -o out/solar-plant-reports.xlsx
+	build/demo/ordvane show $(example)
+
+test:
+	@tools/install-packages test
+	@tools/run-tests
+
+release:
+	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null
+	@cmake --build --preset release
+
+sanitize:
+	@cmake --preset sanitize >/dev/null
+	@cmake --build --preset sanitize
+
+windows-core:
+	@cmake --preset windows-x86 >/dev/null && cmake --build --preset windows-x86
+	@cmake --preset windows-x64 >/dev/null && cmake --build --preset windows-x64
+
+bench:
+	@tools/install-packages bench
+	@cmake --preset release -DORDVANE_TESTS=OFF -B build/bench >/dev/null
+	@cmake --build build/bench
+	build/bench/bench/bench_core
+	/usr/bin/python3 bench/whole_process.py build/bench
+
+format:
+	clang-format -i $(sources)
+
+format-check:
+	clang-format --dry-run --Werror $(sources)
+
+tidy:
+	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null
+	@git ls-files 'src/*.cc' | xargs -P 2 -n 4 clang-tidy -p build/release --quiet
+
+clean:
+	rm -rf build out
