@@ -21,10 +21,15 @@ std::int32_t language_id_of(std::string_view code);
 
 class StandardNumberService : public host::NumberService {
  public:
+  explicit StandardNumberService(char decimal_separator = '.') : decimal_separator_(decimal_separator) {}
+
   double missing_number() override;
   bool is_usable(double value) override;
   host::AxisScale axis_scale(double low, double high) override;
   std::string number_text(double value) override;
+
+ private:
+  char decimal_separator_;
 };
 
 struct Settings {
@@ -39,6 +44,7 @@ struct Settings {
 
 class StandardEnvironment : public host::Environment {
  public:
+  // Throws errc::kInvalidProcedureCall for a language without texts.
   explicit StandardEnvironment(Settings settings);
 
   std::string engine_folder() override;

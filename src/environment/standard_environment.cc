@@ -1,0 +1,187 @@
+#include "environment/standard_environment.h"
+
+#include <algorithm>
+#include <cmath>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <system_error>
+
+#include "environment/string_table.h"
+#include "model/text.h"
+
+namespace ordvane::environment {
+namespace {
+
+constexpr const char* kComponent = "OrdvaneResults8";
+// More intervals than this make an axis hard to read.
+constexpr double kMostIntervals = 9;
+// A range this small beside its values has no scale of its own.
+constexpr double kNarrowest = 1e-12;
+constexpr double kSmallestRange = 1e-290;
+constexpr double kGreatest = std::numeric_limits<double>::max();
+
+std::filesystem::path utf8_path(const std::string& path) {
+  return std::filesystem::path(std::u8string(path.begin(), path.end()));
+}
+
+// Multiples of a step of 1, 2 or 5 times a power of ten. The power is kept apart, so that fractions of ten
+// come out as the nearest doubles: 3 / 10 and not 3 x 0.1.
+struct Step {
+  double digit;
+  int exponent;
+
+  double times(double count) const {
+    const double multiple = count * digit;
+    return exponent < 0 ? multiple / std::pow(10.0, -exponent) : multiple * std::pow(10.0, exponent);
+  }
+};
+
+// The smallest step that is not below `width`.
+Step step_of(double width) {
+  int exponent = static_cast<int>(std::floor(std::log10(width)));
+  const Step decade{1, exponent};
+  const double mantissa = width / decade.times(1);
+  for (const double digit : {1.0, 2.0, 5.0})
+    if (mantissa <= digit) return {digit, exponent};
+  return {1, exponent + 1};
+}
+
+// A range that is a point is widened to both sides, by a tenth of the value; around zero by one half.
+void widen(double& low, double& high) {
+  const double middle = low / 2 + high / 2;
+  const double reach = std::fabs(middle) < kSmallestRange ? 0.5 : std::fabs(middle) / 10;
+  low = middle - reach;
+  high = middle + reach;
+}
+
+}  // namespace
+
+std::vector<std::string> languages() {
+  std::vector<std::string> codes;
+  for (const auto& [code, texts] : all_languages()) codes.push_back(code);
+  return codes;
+}
+
+std::int32_t language_id_of(std::string_view code) {
+  const auto found = all_languages().find(std::string(code));
+  return found == all_languages().end() ? 0 : found->second.id;
+}
+
+double StandardNumberService::missing_number() {
+  return host::kMissingNumber;
+}
+
+bool StandardNumberService::is_usable(double value) {
+  return std::isfinite(value) && value != host::kMissingNumber;
+}
+
+host::AxisScale StandardNumberService::axis_scale(double low, double high) {
+  if (!std::isfinite(low) || !std::isfinite(high)) return {0, 1, Step{2, -1}.times(1)};
+  if (low > high) std::swap(low, high);
+  const double greatest = std::max(std::fabs(low), std::fabs(high));
+  if (high - low <= greatest * kNarrowest || high - low < kSmallestRange) widen(low, high);
+
+  const Step step = step_of(high / kMostIntervals - low / kMostIntervals);
+  const double unit = step.times(1);
+  // Rounding may leave a bound a hair inside the value it has to contain.
+  double first = std::floor(low / unit);
+  double last = std::ceil(high / unit);
+  if (step.times(first) > low) first -= 1;
+  if (step.times(last) < high) last += 1;
+  return {std::max(step.times(first), -kGreatest), std::min(step.times(last), kGreatest), unit};
+}
+
+std::string StandardNumberService::number_text(double value) {
+  return general_number(value, decimal_separator_);
+}
+
+StandardEnvironment::StandardEnvironment(Settings settings)
+    : settings_(std::move(settings)), numbers_(language(settings_.language).decimal_separator) {}
+
+std::string StandardEnvironment::engine_folder() {
+  return settings_.engine_folder;
+}
+
+std::string StandardEnvironment::log_folder() {
+  return settings_.log_folder;
+}
+
+char StandardEnvironment::path_separator() {
+  return settings_.path_separator;
+}
+
+std::int32_t StandardEnvironment::language_id(std::int32_t) {
+  return language(settings_.language).id;
+}
+
+std::string StandardEnvironment::language_string(std::int32_t language_id) {
+  for (const auto& [code, texts] : all_languages())
+    if (texts.id == language_id) return code;
+  throw host::Error(host::errc::kInvalidProcedureCall,
+                    "There are no texts for the language id " + std::to_string(language_id));
+}
+
+std::shared_ptr<host::StringTable> StandardEnvironment::string_table(const std::string& component,
+                                                                     const std::string& code) {
+  if (component != kComponent)
+    throw host::Error(host::errc::kInvalidProcedureCall,
+                      "There are no texts of a component '" + component + "'");
+  return make_string_table(language(code));
+}
+
+host::NumberService& StandardEnvironment::numbers() {
+  return numbers_;
+}
+
+std::string StandardEnvironment::shorten(const std::string& text, std::int32_t limit) {
+  return model::shortened(text, limit);
+}
+
+void StandardEnvironment::raise_error(std::int32_t code, const std::string& message) {
+  throw host::Error(code, message);
+}
+
+void StandardEnvironment::show_message(const std::string&, const std::string&) {}
+
+void StandardEnvironment::show_progress(const std::string&, const std::string&, const std::string&) {}
+
+void StandardEnvironment::pump_messages() {}
+
+bool StandardEnvironment::escape_pressed() {
+  return false;
+}
+
+void StandardEnvironment::remove_file(const std::string& path) {
+  std::error_code failure;
+  if (std::filesystem::remove(utf8_path(path), failure)) return;
+  throw host::Error(host::errc::kFileNotFound, "Cannot remove '" + path + "': " +
+                                                   (failure ? failure.message() : "there is no such file"));
+}
+
+void StandardEnvironment::append_line(const std::string& path, const std::string& line) {
+  std::ofstream file(utf8_path(path), std::ios::app | std::ios::binary);
+  file << line << "\r\n";
+  file.close();
+  if (!file) throw host::Error(host::errc::kFileNotFound, "Cannot write to '" + path + "'");
+}
+
+std::string StandardEnvironment::date_and_time() {
+  if (settings_.clock) return settings_.clock();
+  const std::time_t now = std::time(nullptr);
+  const std::tm* local = std::localtime(&now);
+  char buffer[128];
+  const std::size_t length = local ? std::strftime(buffer, sizeof buffer, "%x %X", local) : 0;
+  return std::string(buffer, length);
+}
+
+std::int32_t StandardEnvironment::excel_major_version() {
+  return settings_.excel_major_version;
+}
+
+bool StandardEnvironment::add_in_present() {
+  return settings_.add_in_present;
+}
+
+}  // namespace ordvane::environment

@@ -1,0 +1,190 @@
+#include "environment/string_table.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "environment/string_resources.h"
+
+namespace ordvane::environment {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r";
+constexpr std::size_t kPlaces = 3;
+
+std::string_view without_blanks(std::string_view text) {
+  const std::size_t begin = text.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+// Reads one string file, line by line.
+class Reader {
+ public:
+  explicit Reader(std::string_view code) { language_.code = code; }
+
+  Language read(std::string_view file) {
+    while (!file.empty()) {
+      ++line_number_;
+      const std::size_t end = file.find('\n');
+      read_line(without_blanks(file.substr(0, end)));
+      file = end == std::string_view::npos ? std::string_view() : file.substr(end + 1);
+    }
+    if (language_.id == 0) fail("the setting @id is missing");
+    return std::move(language_);
+  }
+
+ private:
+  [[noreturn]] void fail(const std::string& problem) const {
+    throw host::Error(host::errc::kInvalidProcedureCall, "Texts of language '" + language_.code + "', line " +
+                                                             std::to_string(line_number_) + ": " + problem);
+  }
+
+  void read_line(std::string_view line) {
+    if (line.empty() || line.front() == '#') return;
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) fail("expected \"id = text\"");
+    const std::string_view key = without_blanks(line.substr(0, equals));
+    const std::string_view value = without_blanks(line.substr(equals + 1));
+    if (key == "@id") {
+      language_.id = number(value);
+    } else if (key == "@decimal") {
+      if (value.size() != 1) fail("@decimal is one character");
+      language_.decimal_separator = value.front();
+    } else if (!language_.texts.emplace(number(key), unescaped(value)).second) {
+      fail("the id " + std::string(key) + " is given twice");
+    }
+  }
+
+  std::int32_t number(std::string_view text) const {
+    std::int16_t value = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (read.ec != std::errc() || read.ptr != text.data() + text.size() || value <= 0)
+      fail("\"" + std::string(text) + "\" is not a number from 1 to 32767");
+    return value;
+  }
+
+  std::string unescaped(std::string_view text) const {
+    std::string result;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      if (text[at] == '{') check_place(text.substr(at));
+      result += text[at] == '\\' ? escaped(text, ++at) : text[at];
+    }
+    return result;
+  }
+
+  char escaped(std::string_view text, std::size_t at) const {
+    const char letter = at < text.size() ? text[at] : '\0';
+    switch (letter) {
+      case 'n':
+        return '\n';
+      case 's':
+        return ' ';
+      case '\\':
+        return '\\';
+      default:
+        fail("a backslash is followed by n, s or another backslash");
+    }
+  }
+
+  void check_place(std::string_view text) const {
+    if (text.size() < 3 || text[1] < '1' || text[1] > '3' || text[2] != '}')
+      fail("a place is one of {1}, {2} and {3}");
+  }
+
+  Language language_;
+  int line_number_ = 0;
+};
+
+// Answers from the language it was made for, or from the one made active.
+class LanguageStringTable : public host::StringTable {
+ public:
+  explicit LanguageStringTable(const Language& language) : language_(&language) {}
+
+  std::string GetString(std::int16_t id, const host::TextArgument& arg1, const host::TextArgument& arg2,
+                        const host::TextArgument& arg3) override {
+    const auto found = language_->texts.find(id);
+    if (found == language_->texts.end())
+      host::raise_subscript_out_of_range("no text " + std::to_string(id) + " in language '" +
+                                         language_->code + "'");
+    return filled(found->second, {&arg1, &arg2, &arg3});
+  }
+
+  void set_active_language(std::int32_t language_id) override {
+    const auto& languages = all_languages();
+    const auto found = std::find_if(languages.begin(), languages.end(),
+                                    [&](const auto& each) { return each.second.id == language_id; });
+    if (found == languages.end())
+      throw host::Error(host::errc::kInvalidProcedureCall,
+                        "There are no texts for the language id " + std::to_string(language_id));
+    language_ = &found->second;
+  }
+
+ private:
+  std::string filled(const std::string& text,
+                     const std::array<const host::TextArgument*, kPlaces>& arguments) const {
+    std::string result;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      if (text[at] != '{') {
+        result += text[at];
+        continue;
+      }
+      result += argument_text(*arguments[static_cast<std::size_t>(text[at + 1] - '1')]);
+      at += 2;
+    }
+    return result;
+  }
+
+  std::string argument_text(const host::TextArgument& argument) const {
+    if (const auto* text = std::get_if<std::string>(&argument)) return *text;
+    if (const auto* whole = std::get_if<std::int64_t>(&argument)) return std::to_string(*whole);
+    if (const auto* number = std::get_if<double>(&argument))
+      return general_number(*number, language_->decimal_separator);
+    return {};
+  }
+
+  const Language* language_;
+};
+
+}  // namespace
+
+Language read_language(std::string_view code, std::string_view file) {
+  return Reader(code).read(file);
+}
+
+const std::map<std::string, Language>& all_languages() {
+  static const std::map<std::string, Language> kLanguages = [] {
+    std::map<std::string, Language> languages;
+    for (const StringResource& resource : string_resources())
+      languages.emplace(resource.language, read_language(resource.language, resource.text));
+    return languages;
+  }();
+  return kLanguages;
+}
+
+const Language& language(const std::string& code) {
+  const auto found = all_languages().find(code);
+  if (found == all_languages().end())
+    throw host::Error(host::errc::kInvalidProcedureCall, "There are no texts in the language '" + code + "'");
+  return found->second;
+}
+
+std::string general_number(double value, char decimal_separator) {
+  if (value == 0) return "0";  // never "-0"
+  constexpr int kDigits = std::numeric_limits<double>::digits10;
+  char buffer[32];
+  const auto end =
+      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, kDigits).ptr;
+  std::string text(buffer, end);
+  std::replace(text.begin(), text.end(), '.', decimal_separator);
+  if (std::isfinite(value)) std::replace(text.begin(), text.end(), 'e', 'E');
+  return text;
+}
+
+std::shared_ptr<host::StringTable> make_string_table(const Language& language) {
+  return std::make_shared<LanguageStringTable>(language);
+}
+
+}  // namespace ordvane::environment
