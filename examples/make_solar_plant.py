@@ -134,7 +134,8 @@ def line(sheet, row, label, value, unit, number_format, is_input=False):
     cell = sheet.cell(row, 2, value)
     cell.number_format = number_format
     cell.alignment = Alignment(horizontal="right")
-    sheet.cell(row, 3, unit).font = Font(name="Calibri", size=10, color=QUIET)
+    beside = sheet.cell(row, 3, unit)
+    beside.font, beside.alignment = Font(name="Calibri", size=10, color=QUIET), Alignment(indent=1)
     if is_input:
         cell.fill, cell.font = INPUT_FILL, Font(name="Calibri", size=11, color=INPUT_INK)
     return f"'{sheet.title}'!$B${row}"
