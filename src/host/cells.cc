@@ -69,4 +69,10 @@ void CellBlock::clear() {
   texts_.clear();
 }
 
+void CellBlock::truncate(std::int32_t rows) {
+  if (rows < 0 || rows > rows_) raise_subscript_out_of_range("rows of a cell block");
+  rows_ = rows;
+  cells_.resize(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns_));
+}
+
 }  // namespace ordvane::host

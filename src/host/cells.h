@@ -94,6 +94,8 @@ class CellBlock {
 
   // Blanks every cell and forgets the texts; keeps the size and the memory.
   void clear();
+  // Drops the rows after the first `rows`.
+  void truncate(std::int32_t rows);
 
  private:
   std::size_t index(std::int32_t row, std::int32_t column) const {
