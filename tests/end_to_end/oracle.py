@@ -1,0 +1,401 @@
+#!/usr/bin/python3
+"""Recalculates the reports of a run the slow and obvious way and compares every number of a report workbook.
+
+Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X] [--only KIND]...
+
+Reads the run file itself; nothing here comes from the program. Kinds: tornado, spider, sensitivity, output-detail,
+detail-by-input, summary, charts; without --only all of them must be there. Prints the differences and exits 1 when
+there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
+"""
+
+import argparse
+import collections
+import csv
+import json
+import math
+import pathlib
+import posixpath
+import re
+import sys
+import xml.etree.ElementTree as ElementTree
+import zipfile
+
+import openpyxl
+import openpyxl.styles.stylesheet
+from openpyxl.utils import range_boundaries
+
+# Dates are compared as the numbers they are.
+openpyxl.styles.stylesheet.is_date_format = lambda _: False
+
+NOTHING = " - "
+MISSING = -1e300
+# Errors sort below the missing number and everything else; those with the higher number come first.
+ERRORS = {"#NULL!": 2000, "#DIV/0!": 2007, "#VALUE!": 2015, "#REF!": 2023, "#NAME?": 2029, "#NUM!": 2036, "#N/A": 2042}
+KINDS = ["tornado", "spider", "sensitivity", "output-detail", "detail-by-input", "summary", "charts"]
+
+
+# ---- The run ----
+
+def number_of(field):
+    """A field of the run as a number: empty is missing, an error or a text is far below every number."""
+    if field is None or field == "":
+        return MISSING
+    if isinstance(field, (int, float)):
+        return float(field)
+    try:
+        return float(field)
+    except ValueError:
+        return -1e302 * ERRORS.get(field, ERRORS["#VALUE!"])
+
+
+def usable(value):
+    return math.isfinite(value) and value > MISSING
+
+
+class Run:
+    def __init__(self, path):
+        run = json.loads(path.read_text(encoding="utf-8"))
+        self.simulations = run.get("simulations", 1)
+        self.every_input, self.outputs = run["inputs"], run["outputs"]
+        self.inputs = [item for item in self.every_input if item.get("savedSamples", True)]
+        for item in self.inputs + self.outputs:
+            item["base"] = number_of(item.get("base"))
+        table = run["recalculations"]
+        if isinstance(table, str):
+            with (path.parent / table).open(encoding="utf-8-sig", newline="") as file:
+                table = list(csv.reader(file))[1:]
+        # values[simulation][input][step] = [input's value, output 1, output 2, ...]
+        self.values = [[[None] * item["steps"] for item in self.every_input] for _ in range(self.simulations)]
+        for row in table:
+            simulation, position, step = (int(field) for field in row[:3])
+            self.values[simulation - 1][position - 1][step - 1] = [number_of(field) for field in row[3:]]
+        kept = [i for i, item in enumerate(self.every_input) if item.get("savedSamples", True)]
+        self.values = [[of_inputs[i] for i in kept] for of_inputs in self.values]
+        self.recalculations = sum(item["steps"] for item in self.inputs)
+        books = {item["book"] for item in self.inputs}
+        sheets = {item["sheet"] for item in self.inputs}
+        self.range_mode = 2 if len(books) > 1 else 1 if len(sheets) > 1 else 0
+
+
+# ---- The arithmetic ----
+
+def change(value, base):
+    """Fractional change of an output."""
+    return (value - base) / abs(base) if usable(value) and usable(base) and base != 0 else MISSING
+
+
+def shown(value):
+    return value if usable(value) else NOTHING
+
+
+def shown_difference(value, base):
+    return value - base if usable(value) and usable(base) else NOTHING
+
+
+def shown_ratio(value, base, divisor):
+    return (value - base) / divisor if usable(value) and usable(base) and base != 0 else NOTHING
+
+
+Effect = collections.namedtuple("Effect", "low low_change low_input high high_change high_input")
+NO_EFFECT = Effect(*[MISSING] * 6)
+
+
+def effect_of(steps, output, base):
+    """Lowest and highest value of an output over one input's steps, the first step where there are several."""
+    rows = [(row[1 + output], change(row[1 + output], base), row[0]) for row in steps if usable(row[1 + output])]
+    if not rows:
+        return NO_EFFECT
+    return Effect(*min(rows, key=lambda row: row[0]), *max(rows, key=lambda row: row[0]))
+
+
+def ranks_of(swings):
+    """1 for the largest; equal ones in their order."""
+    order = sorted(range(len(swings)), key=lambda i: -swings[i])
+    ranks = [0] * len(swings)
+    for rank, i in enumerate(order, start=1):
+        ranks[i] = rank
+    return ranks
+
+
+def quicksort(keys, companion, low, high):
+    """Positions count from 1. Which of two equal keys comes first is decided by the swaps alone."""
+    if low >= high:
+        return
+    pivot, left, right = keys[(low + high) // 2], low, high
+    while left <= right:
+        while keys[left] < pivot and left < high:
+            left += 1
+        while pivot < keys[right] and right > low:
+            right -= 1
+        if left <= right:
+            keys[left], keys[right] = keys[right], keys[left]
+            companion[left], companion[right] = companion[right], companion[left]
+            left, right = left + 1, right - 1
+    quicksort(keys, companion, low, right)
+    quicksort(keys, companion, left, high)
+
+
+class OutputResult:
+    def __init__(self, run, simulation, output, options):
+        values = run.values[simulation]
+        self.item, self.base = run.outputs[output], run.outputs[output]["base"]
+        self.position, self.values = output, values
+        self.effects = [effect_of(steps, output, self.base) for steps in values]
+        self.ranks = ranks_of([effect.high - effect.low for effect in self.effects])
+        self.limit = min(options.max_inputs, len(run.inputs))
+        if options.threshold is not None and run.simulations == 1 and not self.item.get("date", False):
+            self.limit = min(self.limit, self.over_threshold(options.threshold))
+
+    def over_threshold(self, threshold):
+        """How many inputs, by rank, come before the first whose swing in percent is below the threshold."""
+        if self.base == 0 or not usable(self.base):
+            return len(self.ranks)
+        by_rank = sorted(zip(self.ranks, self.effects))
+        for count, (_, effect) in enumerate(by_rank):
+            if abs(effect.high_change - effect.low_change) < threshold:
+                return count
+        return len(by_rank)
+
+    def step_ranks(self):
+        """{(input, step): rank}, 1 for the lowest change of the output."""
+        where = [(i, s) for i, steps in enumerate(self.values) for s in range(len(steps))]
+        keys, companion = [None], list(range(len(where) + 1))
+        for i, s in where:
+            value = self.values[i][s][1 + self.position]
+            keys.append(MISSING if value == MISSING else value - self.base)
+        quicksort(keys, companion, 1, len(where))
+        return {where[recalculation - 1]: rank for rank, recalculation in enumerate(companion) if rank}
+
+
+# ---- The tables ----
+
+class Texts:
+    COMMON = [120, 121, 106, 101, 113, 118, 103, 104, 203, 309, 107, 110, 116, 206, 204, 205, 200]
+
+    def __init__(self, path):
+        self.by_id = {}
+        for line in path.read_text(encoding="utf-8").splitlines():
+            match = re.match(r"(\d+)\s*=\s*(.*?)\s*$", line)
+            if match:
+                text = match[2].replace("\\\\", "\0").replace("\\s", " ").replace("\\n", "\n").replace("\0", "\\")
+                self.by_id[int(match[1])] = text
+
+    def __getitem__(self, number):
+        return self.by_id[number]
+
+    def common(self, *indexes):
+        return [self.by_id[self.COMMON[index]] for index in indexes]
+
+
+def label(item):
+    """An item as tables name it; None where the name is the model's own label."""
+    return f'{item["name"]} ({item["cell"]})' if item.get("name", "").strip() else None
+
+
+def places(run, item):
+    """The columns that say where an input is."""
+    return [item["book"]] * (run.range_mode == 2) + [item["sheet"]] * (run.range_mode > 0)
+
+
+def tornado_table(texts, run, result):
+    header = texts.common(9, 2, 3, 5, 7, 5, 5, 7, 5, 16)
+    rows = [None] * result.limit
+    for item, rank, effect in zip(run.inputs, result.ranks, result.effects):
+        if rank <= result.limit:
+            rows[rank - 1] = places(run, item) + [rank, label(item), item["cell"], *map(shown, effect),
+                                                  shown(item["base"])]
+    return header, rows
+
+
+def step_table(texts, run, result):
+    """The table of the spider and the sensitivity graph."""
+    header, rows = texts.common(2, 3, 4, 5, 6, 7, 5, 6, 7), []
+    for item, rank, steps in zip(run.inputs, result.ranks, result.values):
+        if rank > result.limit:
+            continue
+        base = item["base"]
+        for step, row in enumerate(steps, start=1):
+            value = row[1 + result.position]
+            first = places(run, item) + [label(item), item["cell"]]
+            rows.append((first if step == 1 else [None] * len(first)) + [
+                step, shown(row[0]), shown_difference(row[0], base), shown_ratio(row[0], base, base), shown(value),
+                shown_difference(value, result.base), shown_ratio(value, result.base, result.base)])
+    return header, rows
+
+
+def output_detail_table(texts, run, result):
+    header = (texts.common(9, 2) + texts.common(0) * (run.range_mode == 2) + texts.common(1) * (run.range_mode > 0)
+              + texts.common(3, 4, 5, 7, 5, 7))
+    rows = [None] * run.recalculations
+    for (i, s), rank in result.step_ranks().items():
+        item, row = run.inputs[i], result.values[i][s]
+        value = row[1 + result.position]
+        rows[rank - 1] = [rank, label(item), *places(run, item), item["cell"], s + 1, shown(row[0]),
+                          shown_ratio(row[0], item["base"], abs(item["base"])), shown(value),
+                          shown(change(value, result.base))]
+    return header, rows[:65525]
+
+
+def detail_by_input_table(texts, run, results):
+    results = results[:80]
+    header = (texts.common(2) + texts.common(0) * (run.range_mode == 2) + texts.common(1) * (run.range_mode > 0)
+              + texts.common(3, 4) + texts.common(5, 6, 7) * (1 + len(results)))
+    rows = []
+    for item, steps in zip(run.inputs, results[0].values):
+        for step, row in enumerate(steps, start=1):
+            line = [label(item), *places(run, item), item["cell"]]
+            line = (line if step == 1 else [None] * len(line)) + [texts[108].replace("{1}", str(step))]
+            for value, base in [(row[0], item["base"])] + [(row[1 + r.position], r.base) for r in results]:
+                line += [shown(value), shown_difference(value, base), shown_ratio(value, base, base)]
+            rows.append(line)
+    return header, rows[:65525]
+
+
+def summary_table(texts, run, results, options):
+    automatic = sum(1 for item in run.inputs if item.get("automatic", False))
+    unreported = sum(1 for result in results if result.limit <= 0)
+    not_set = len(results) if run.simulations > 1 else unreported  # several runs do not count what was shown
+    figures = [(813, run.simulations), (812, run.recalculations), (820, len(run.outputs)), (811, len(results)),
+               (1025, not_set), (819, len(run.inputs)), (814, len(run.inputs) - automatic), (802, automatic), (805, 0),
+               (804, options.max_inputs), (816, options.threshold or 0)]
+    return [texts[821], texts[1042]], [[texts[number], value] for number, value in figures]
+
+
+# ---- The workbook ----
+
+class Comparison:
+    def __init__(self, workbook):
+        self.book = openpyxl.load_workbook(workbook, data_only=True)
+        self.differences, self.compared = [], 0
+
+    def differ(self, where, text):
+        self.differences.append(f"{where}: {text}")
+
+    def sheets_titled(self, title):
+        return [sheet for sheet in self.book.worksheets
+                if any(sheet.cell(row, 1).value == title for row in range(1, 4))]
+
+    def header_of(self, sheet, header):
+        """Row and column where the column captions begin."""
+        for row in sheet.iter_rows(max_row=60):
+            captions = [cell.value for cell in row]
+            for start in range(len(captions) - len(header) + 1):
+                if captions[start:start + len(header)] == header:
+                    return row[start].row, row[start].column
+        return None
+
+    def table(self, sheet, header, rows, skipped=0):
+        """Compares a table's body. `skipped` leading columns stand left of the captions looked for."""
+        found = self.header_of(sheet, header)
+        if not found:
+            return self.differ(sheet.title, f"no table with the columns {header}")
+        top, left = found[0] + 1, found[1] - skipped
+        for offset, expected in enumerate(rows):
+            for column, value in enumerate(expected):
+                cell = sheet.cell(top + offset, left + column)
+                if value is not None:
+                    self.cell(f"{sheet.title}!{cell.coordinate}", cell.value, value)
+        below = [sheet.cell(top + len(rows), left + column).value for column in range(skipped + len(header))]
+        if any(value is not None for value in below):
+            self.differ(sheet.title, f"rows beyond the expected {len(rows)}: {below}")
+        return None
+
+    def cell(self, where, value, expected):
+        self.compared += 1
+        number = isinstance(expected, (int, float))
+        if number != (isinstance(value, (int, float)) and not isinstance(value, bool)) or value != expected:
+            self.differ(where, f"{value!r}, expected {expected!r}")
+
+    def names_output(self, sheet, item):
+        """The block above the table names the output."""
+        named = any(item["cell"] in str(cell.value) and item.get("name", "").strip() in str(cell.value)
+                    for row in sheet.iter_rows(max_row=8) for cell in row)
+        if not named:
+            self.differ(sheet.title, f'does not name {item["name"]} ({item["cell"]})')
+
+    def charts(self, workbook):
+        """Every number and text that a chart keeps a copy of is that of the cell it refers to."""
+        chart_space = "{http://schemas.openxmlformats.org/drawingml/2006/chart}"
+        with zipfile.ZipFile(workbook) as package:
+            parts = [name for name in package.namelist() if re.fullmatch(r"xl/charts/chart\d+\.xml", name)]
+            for part in parts:
+                for reference in ElementTree.fromstring(package.read(part)).iter():
+                    if reference.tag in (chart_space + "numRef", chart_space + "strRef"):
+                        self.reference(posixpath.basename(part), reference, chart_space)
+        if not parts:
+            self.differ("charts", "there are none")
+
+    def reference(self, part, reference, chart_space):
+        formula = reference.findtext(chart_space + "f")
+        title, address = formula.rsplit("!", 1)
+        sheet = self.book[title.strip("'").replace("''", "'")]
+        left, top, right, bottom = range_boundaries(address.replace("$", ""))
+        cells = [sheet.cell(row, column).value for row in range(top, bottom + 1) for column in range(left, right + 1)]
+        cache = reference.find(chart_space + ("numCache" if reference.tag.endswith("numRef") else "strCache"))
+        kept = {int(point.get("idx")): point.findtext(chart_space + "v") for point in cache.iter(chart_space + "pt")}
+        if int(cache.find(chart_space + "ptCount").get("val")) != len(cells):
+            self.differ(part, f"{formula} has {len(cells)} cells, the copy another number")
+        for index, value in enumerate(cells):
+            if reference.tag.endswith("numRef"):
+                value = value if isinstance(value, (int, float)) else None
+                copy = float(kept[index]) if index in kept else None
+            else:
+                value, copy = None if value is None else str(value), kept.get(index)
+            self.compared += 1
+            if copy != value:
+                self.differ(part, f"{formula} cell {index + 1}: kept {copy!r}, the cell has {value!r}")
+
+
+# Kind -> (string id of the sheet's title, what makes the table, leading columns without a caption looked for)
+PER_OUTPUT = {"tornado": (711, tornado_table, True), "spider": (613, step_table, True),
+              "sensitivity": (512, step_table, True), "output-detail": (404, output_detail_table, False)}
+
+
+def compare(run, workbook, texts, options):
+    comparison = Comparison(workbook)
+    results = [[OutputResult(run, s, o, options) for o in range(len(run.outputs))] for s in range(run.simulations)]
+
+    def sheets(title, count, kind):
+        found = comparison.sheets_titled(texts[title])
+        if len(found) != count:
+            comparison.differ(kind, f"{len(found)} sheets, expected {count}")
+        return found
+
+    for kind, (title, make, skips) in PER_OUTPUT.items():
+        if kind not in options.only:
+            continue
+        wanted = [result for of_run in results for result in of_run if result.limit > 0 or kind == "output-detail"]
+        for sheet, result in zip(sheets(title, len(wanted), kind), wanted):
+            comparison.names_output(sheet, result.item)
+            comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
+    if "detail-by-input" in options.only:
+        for sheet, of_run in zip(sheets(117, run.simulations, "detail-by-input"), results):
+            comparison.table(sheet, *detail_by_input_table(texts, run, of_run))
+    if "summary" in options.only:
+        for sheet, of_run in zip(sheets(818, run.simulations, "summary"), results):
+            comparison.table(sheet, *summary_table(texts, run, of_run, options))
+    if "charts" in options.only:
+        comparison.charts(workbook)
+    return comparison
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("run", type=pathlib.Path)
+    parser.add_argument("workbook", type=pathlib.Path)
+    parser.add_argument("--percent", action="store_true")
+    parser.add_argument("--max-inputs", type=int, default=20)
+    parser.add_argument("--threshold", type=float)
+    parser.add_argument("--only", action="append", choices=KINDS)
+    options = parser.parse_args()
+    options.only = options.only or KINDS
+    strings = pathlib.Path(__file__).resolve().parents[2] / "resources" / "strings" / "en.txt"
+    comparison = compare(Run(options.run), options.workbook, Texts(strings), options)
+    for difference in comparison.differences[:40]:
+        print(difference)
+    print(f"{options.run.name}: {comparison.compared} cells compared, {len(comparison.differences)} differences")
+    sys.exit(1 if comparison.differences or not comparison.compared else 0)
+
+
+if __name__ == "__main__":
+    main()
