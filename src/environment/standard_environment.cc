@@ -52,8 +52,8 @@ Step step_of(double width) {
 void widen(double& low, double& high) {
   const double middle = low / 2 + high / 2;
   const double reach = std::fabs(middle) < kSmallestRange ? 0.5 : std::fabs(middle) / 10;
-  low = middle - reach;
-  high = middle + reach;
+  low = std::max(middle - reach, -kGreatest);
+  high = std::min(middle + reach, kGreatest);
 }
 
 }  // namespace

@@ -1,0 +1,141 @@
+#include "environment/standard_environment.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <string>
+
+namespace ordvane::environment {
+namespace {
+
+constexpr double kMax = std::numeric_limits<double>::max();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+TEST(AxisScale, IsRounded) {
+  struct Case {
+    const char* what;
+    double low, high, minimum, maximum, unit;
+  };
+  constexpr Case kCases[] = {
+      {"round bounds stay", 0, 1000, 0, 1000, 200},
+      {"a bit more needs one more step", 0, 1001, 0, 1200, 200},
+      {"steps of five", 12, 48, 10, 50, 5},
+      {"fractions are the nearest doubles", 0.1, 0.7, 0.1, 0.7, 0.1},
+      {"both signs", -37, 120, -40, 120, 20},
+      {"negative", -980, -310, -1000, -300, 100},
+      {"turned round", 48, 12, 10, 50, 5},
+      {"a point", 5, 5, 4.4, 5.6, 0.2},
+      {"a negative point", -200, -200, -220, -180, 5},
+      {"zero", 0, 0, -0.6, 0.6, 0.2},
+      {"not numbers", kNaN, kInfinity, 0, 1, 0.2},
+  };
+  StandardNumberService numbers;
+  for (const Case& each : kCases) {
+    const host::AxisScale scale = numbers.axis_scale(each.low, each.high);
+    EXPECT_DOUBLE_EQ(scale.minimum, each.minimum) << each.what;
+    EXPECT_DOUBLE_EQ(scale.maximum, each.maximum) << each.what;
+    EXPECT_DOUBLE_EQ(scale.major_unit, each.unit) << each.what;
+  }
+}
+
+TEST(AxisScale, HoldsBothValuesInAReadableNumberOfSteps) {
+  StandardNumberService numbers;
+  constexpr double kMagnitudes[] = {1e-320, 1e-300, 3e-9, 0.07, 1, 46023, 1.7e15, 9e299, kMax};
+  constexpr double kShapes[] = {-1, -0.999999, -0.3, -1e-9, 0, 1e-14, 0.1, 1.0 / 3, 0.5, 0.7, 0.9999, 1};
+  for (const double magnitude : kMagnitudes) {
+    for (const double first : kShapes) {
+      for (const double second : kShapes) {
+        const double low = std::fmin(first, second) * magnitude;
+        const double high = std::fmax(first, second) * magnitude;
+        const host::AxisScale scale = numbers.axis_scale(low, high);
+        SCOPED_TRACE(testing::Message() << low << " to " << high << ": " << scale.minimum << " to "
+                                        << scale.maximum << " by " << scale.major_unit);
+        EXPECT_LE(scale.minimum, low);
+        EXPECT_GE(scale.maximum, high);
+        EXPECT_LT(scale.minimum, scale.maximum);
+        EXPECT_TRUE(std::isfinite(scale.minimum) && std::isfinite(scale.maximum));
+        const double steps = scale.maximum / scale.major_unit - scale.minimum / scale.major_unit;
+        EXPECT_GE(steps, 3.5);
+        EXPECT_LE(steps, 11.5);
+      }
+    }
+  }
+}
+
+TEST(Numbers, UsableMeansFiniteAndNotTheMarker) {
+  StandardNumberService numbers;
+  for (const double value : {0.0, -1.0, kMax, -1e301, 1e300}) EXPECT_TRUE(numbers.is_usable(value)) << value;
+  for (const double value : {kNaN, kInfinity, -kInfinity, numbers.missing_number()})
+    EXPECT_FALSE(numbers.is_usable(value)) << value;
+}
+
+TEST(Numbers, TextHasUpToFifteenDigits) {
+  struct Case {
+    double value;
+    const char* text;
+  };
+  constexpr Case kCases[] = {
+      {0, "0"},           {-0.0, "0"},
+      {400000, "400000"}, {0.1, "0.1"},
+      {0.1 + 0.2, "0.3"}, {-2.5, "-2.5"},
+      {1e20, "1E+20"},    {1.0 / 3, "0.333333333333333"},
+      {1e-7, "1E-07"},    {123456789012345678.0, "1.23456789012346E+17"},
+  };
+  StandardNumberService numbers;
+  for (const Case& each : kCases) EXPECT_EQ(numbers.number_text(each.value), each.text);
+  EXPECT_EQ(StandardNumberService(',').number_text(2.5), "2,5");
+}
+
+TEST(Environment, KeepsTheLog) {
+  StandardEnvironment environment({});
+  const auto folder = std::filesystem::path(testing::TempDir()) / "ordvane-\u00e4";
+  std::filesystem::create_directories(folder);
+  const std::string path = (folder / "a.log").string();
+  environment.append_line(path, "one");
+  environment.append_line(path, "two");
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "one\r\ntwo\r\n");
+  environment.remove_file(path);
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_THROW(environment.remove_file(path), host::Error);
+  EXPECT_THROW(environment.append_line((folder / "missing" / "a.log").string(), "x"), host::Error);
+  std::filesystem::remove_all(folder);
+}
+
+TEST(Environment, AnswersForItsLanguage) {
+  Settings settings;
+  settings.clock = [] { return std::string("31/01/2026 12:00:00"); };
+  StandardEnvironment environment(settings);
+  const std::int32_t id = environment.language_id(1);
+  EXPECT_EQ(id, 1033);
+  EXPECT_EQ(environment.language_string(id), "en");
+  EXPECT_EQ(environment.string_table("OrdvaneResults8", "en")->GetString(712, std::string("C14")),
+            "Tornado C14");
+  EXPECT_EQ(environment.date_and_time(), "31/01/2026 12:00:00");
+  EXPECT_FALSE(StandardEnvironment({}).date_and_time().empty());
+  EXPECT_THROW(environment.string_table("Another", "en"), host::Error);
+  EXPECT_THROW(environment.string_table("OrdvaneResults8", "xx"), host::Error);
+  EXPECT_THROW(environment.language_string(7), host::Error);
+  settings.language = "xx";
+  EXPECT_THROW(StandardEnvironment{settings}, host::Error);
+  EXPECT_EQ(language_id_of("xx"), 0);
+}
+
+TEST(Environment, RaisesWhatItIsTold) {
+  StandardEnvironment environment({});
+  try {
+    environment.raise_error(host::errc::kUserCancelled, "stopped");
+    FAIL() << "no error";
+  } catch (const host::Error& error) {
+    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
+    EXPECT_EQ(error.description(), "stopped");
+  }
+}
+
+}  // namespace
+}  // namespace ordvane::environment
