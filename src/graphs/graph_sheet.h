@@ -31,6 +31,12 @@ std::string ItemLabel(const model::DralInputOutput& item);
 // Format of an item's values in cells, local form: the cell's own, or the date format of a date whose cell
 // has none.
 std::string ValueFormat(const model::DralInputOutput& item);
+// The same for differences of its values: days between dates are plain numbers.
+std::string ChangeFormat(const model::DralInputOutput& item);
+
+// A caption over a group of columns, centred in one merged cell of a table's header.
+void AddHeaderGroup(tables::ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
+                    std::int32_t columns, const std::string& caption);
 
 // When the session has one.
 void SetWatermark(session::Session& session, tables::ReportChart& chart);

@@ -234,22 +234,14 @@ class TornadoReport {
     for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
     figures(kInputBase, 16);
 
-    add_group(table, 1, 2, 1, column(kCell), session_.text(kInputGroup));
-    add_group(table, 1, 1, column(kLow), 3, session_.text(kLowGroup));
-    add_group(table, 1, 1, column(kHigh), 3, session_.text(kHighGroup));
-    add_group(table, 1, 2, column(kInputBase), 1, session_.text(kBaseGroup));
+    AddHeaderGroup(table, 1, 1, 2, column(kCell), session_.text(kInputGroup));
+    AddHeaderGroup(table, 1, column(kLow), 1, 3, session_.text(kLowGroup));
+    AddHeaderGroup(table, 1, column(kHigh), 1, 3, session_.text(kHighGroup));
+    AddHeaderGroup(table, 1, column(kInputBase), 2, 1, session_.text(kBaseGroup));
     for (const Column value : {kLow, kHigh}) {
-      add_group(table, 2, 1, column(value), 2, session_.CommonString(11));
-      add_group(table, 2, 1, column(value) + 2, 1, session_.CommonString(10));
+      AddHeaderGroup(table, 2, column(value), 1, 2, session_.CommonString(11));
+      AddHeaderGroup(table, 2, column(value) + 2, 1, 1, session_.CommonString(10));
     }
-  }
-
-  static void add_group(tables::ReportTable& table, std::int32_t row, std::int32_t rows, std::int32_t column,
-                        std::int32_t columns, const std::string& caption) {
-    table.Header(row, column)->set_value(caption);
-    const auto cells = table.Header(row, column, rows, columns);
-    cells->set_alignment(HAlign::kCenter, host::VAlign::kCenter);
-    if (rows * columns > 1) cells->set_merge(true);
   }
 
   void format_values(tables::ReportTable& table) {

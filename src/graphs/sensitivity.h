@@ -1,0 +1,55 @@
+// Sensitivity report: one sheet for one output, with a small chart per input (the output over the input's
+// steps) and the table of every step under them.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "graphs/chart_helpers.h"
+#include "model/graph_ranges.h"
+#include "model/input_output.h"
+#include "model/ranking.h"
+#include "session/session.h"
+#include "tables/report_workbook.h"
+
+namespace ordvane::graphs {
+
+// Draws the chart of one input from the range it is given.
+class OrdvaneGInput {
+ public:
+  explicit OrdvaneGInput(session::Session& session) : session_(session) {}
+
+  std::string chart_title, second_title, x_axis_title, y_axis_title;
+  std::int32_t percent_flag = 0;     // not 0: both axes are in percent
+  model::OrdvaneGraphRanges ranges;  // one
+
+  // Takes the chart's room on the sheet ahead of what is placed below it.
+  void reserve(tables::ReportSheet& PER);
+  // Places the chart where the sheet goes on, unless its room was reserved. Returns 0 when the chart was
+  // drawn, else the one-based position of the first cell that holds no number to draw; the chart stays empty
+  // then.
+  std::int32_t inputG(tables::ReportSheet& PER);
+
+  // Null until there is one.
+  const std::shared_ptr<tables::ReportChart>& chart() const { return chart_; }
+  const Extent& extent() const { return extent_; }
+
+ private:
+  session::Session& session_;
+  Extent extent_;
+  std::shared_ptr<tables::ReportChart> chart_;
+};
+
+// `outputIndex` and `selectedOutputs` are one-based positions in `trOutputs`. Returns 0; errors go to the
+// caller.
+std::int32_t GenerateSensitivityReport(session::Session& session, tables::ReportWorkbook& rWB,
+                                       std::int32_t outputIndex,
+                                       const model::OneBased<std::int32_t>& selectedOutputs,
+                                       const model::Records& trInputs, const model::Records& trOutputs,
+                                       std::int32_t numIterations, model::OrdvaneRangeMode rangeMode,
+                                       model::OrdvaneOutputMode outputMode,
+                                       const model::RankingRecord& ranking, std::int32_t runNumber,
+                                       std::int32_t totalRuns);
+
+}  // namespace ordvane::graphs

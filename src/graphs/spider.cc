@@ -1,0 +1,143 @@
+// Spider report: the chart takes its room first, the step table follows, and the lines are drawn from the
+// table's percent columns.
+#include "graphs/spider.h"
+
+#include <algorithm>
+
+#include "graphs/graph_sheet.h"
+#include "graphs/step_table.h"
+#include "host/error.h"
+#include "tables/utils.h"
+
+namespace ordvane::graphs {
+namespace {
+
+// String ids.
+constexpr SheetTexts kSheetTexts = {.sheet_name = 609, .title = 613, .run_line = 615};
+constexpr StepTableTexts kTableTexts = {
+    .caption = 601, .subcaption = 606, .input_base_zero = 607, .output_base_zero = 608, .invalid = 600};
+constexpr std::int16_t kNothing = 604;
+constexpr std::int16_t kYAxis = 605;
+constexpr std::int16_t kXAxis = 610;
+constexpr std::int16_t kChartTitle = 611;
+constexpr std::int16_t kNoUsableBase = 1007;
+constexpr std::int16_t kOutputBaseZero = 1026;
+constexpr std::int16_t kNoSpider = 1039;
+
+constexpr const char* kTickLabelFormat = "0%";
+
+// Lines that the legend of a chart of the usual height has room for, and what each further one needs.
+constexpr std::int32_t kLinesInUsualHeight = 16;
+constexpr double kHeightOfLine = 13.0;  // points
+
+double height_for(std::int32_t lines) {
+  return kChartHeight + std::max(0, lines - kLinesInUsualHeight) * kHeightOfLine;
+}
+
+class SpiderReport {
+ public:
+  SpiderReport(session::Session& session, const model::DralInputOutput& output, StepTable& steps,
+               model::OrdvaneRangeMode range_mode)
+      : session_(session), output_(output), steps_(steps), spider_(session) {
+    spider_.chart_title = session.text(kChartTitle, output.NameOrQualifiedCellAddressName(range_mode));
+    spider_.x_axis_title = session.text(kXAxis);
+    spider_.y_axis_title = session.text(kYAxis);
+  }
+
+  void write(tables::ReportSheet& sheet) {
+    const std::int32_t lines = count_lines();
+    if (lines > 0)
+      spider_.reserve(sheet, lines);
+    else
+      spider_.SpiderError(sheet, message());
+    steps_.write(sheet, kTableTexts);
+    add_ranges();
+    if (lines > 0) spider_.spider(sheet);
+    host::ignoring_errors(
+        [&] { spider_.chart()->Container()->set_width(tables::TableWidthForChart(steps_.table())); });
+  }
+
+ private:
+  // What can be drawn of one input: nothing without a base value to count changes from.
+  StepTable::Steps drawn_steps(const StepTable::Block& block) const {
+    if (!steps_.has_base(block)) return {};
+    return steps_.drawable_steps(block, Quantity::kChange, false);
+  }
+
+  std::int32_t count_lines() const {
+    const auto& blocks = steps_.blocks();
+    return static_cast<std::int32_t>(std::count_if(
+        blocks.begin(), blocks.end(), [&](const auto& block) { return drawn_steps(block).count > 0; }));
+  }
+
+  void add_ranges() {
+    for (const StepTable::Block& block : steps_.blocks()) {
+      const StepTable::Steps steps = drawn_steps(block);
+      if (steps.count > 0)
+        steps_.fill_range(*spider_.ranges.Add(block.input), block, steps, Quantity::kChange);
+    }
+  }
+
+  std::string message() const {
+    return session_.text(kNoSpider) + "\r\n" +
+           session_.text(output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase);
+  }
+
+  session::Session& session_;
+  const model::DralInputOutput& output_;
+  StepTable& steps_;
+  OrdvaneGSpider spider_;
+};
+
+}  // namespace
+
+void OrdvaneGSpider::reserve(tables::ReportSheet& PER, std::int32_t lines) {
+  chart_ = PER.AddChart(kLineChart, kChartWidth, height_for(lines));
+}
+
+std::int32_t OrdvaneGSpider::spider(tables::ReportSheet& PER) {
+  if (!chart_) reserve(PER, ranges.Count());
+  SetChartAreaLineWeight(*chart_->Chart());
+  for (std::int32_t i = 1; i <= ranges.Count(); ++i) {
+    const auto range = ranges.Item(i);
+    host::ignoring_errors([&] { chart_->AddSeries(*range->xValues(), *range->yValues(), range->rName()); });
+  }
+  const std::int32_t status = GetGraphRangesExtent(session_, ranges, extent_);
+  if (status != 0) return status;
+
+  constexpr double kAuto = host::kAutoScaleValue;
+  chart_->SetTitle(chart_title);
+  chart_->SetChartOption(0);
+  chart_->SetXAxis(x_axis_title, kAuto, kAuto, kAuto, "", true);
+  chart_->SetYAxis(y_axis_title, kAuto, kAuto, kAuto, "");
+  for (const auto type : {host::AxisType::kCategory, host::AxisType::kValue})
+    chart_->Chart()->axis(type, host::AxisGroup::kPrimary)->set_tick_label_format(kTickLabelFormat);
+  SetWatermark(session_, *chart_);
+  return status;
+}
+
+std::int32_t OrdvaneGSpider::SpiderError(tables::ReportSheet& PER, const std::string& p_ErrorMessage) {
+  return CreateMessageChart(PER, p_ErrorMessage, &chart_);
+}
+
+std::int32_t GenerateSpiderReport(session::Session& session, tables::ReportWorkbook& rWB,
+                                  std::int32_t outputIndex,
+                                  const model::OneBased<std::int32_t>& /*selectedOutputs*/,
+                                  const model::Records& trInputs, const model::Records& trOutputs,
+                                  std::int32_t /*numIterations*/, model::OrdvaneRangeMode rangeMode,
+                                  model::OrdvaneOutputMode /*outputMode*/,
+                                  const model::RankingRecord& ranking, std::int32_t runNumber,
+                                  std::int32_t totalRuns) {
+  const model::DralInputOutput& output = trOutputs(outputIndex);
+  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
+  if (ranking.input_limit <= 0) {
+    sheet->NextCell()->set_value(session.text(kNothing));
+  } else {
+    StepTable steps(session, trInputs, output, outputIndex, rangeMode, ranking.input_limit);
+    SpiderReport(session, output, steps, rangeMode).write(*sheet);
+  }
+  sheet->FinishSheet();
+  return 0;
+}
+
+}  // namespace ordvane::graphs

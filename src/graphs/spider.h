@@ -1,0 +1,53 @@
+// Spider report: one sheet for one output, with a line per input that crosses the others at the base values,
+// and the table of every step under it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "graphs/chart_helpers.h"
+#include "model/graph_ranges.h"
+#include "model/input_output.h"
+#include "model/ranking.h"
+#include "session/session.h"
+#include "tables/report_workbook.h"
+
+namespace ordvane::graphs {
+
+// Draws the spider chart of one output from the ranges it is given.
+class OrdvaneGSpider {
+ public:
+  explicit OrdvaneGSpider(session::Session& session) : session_(session) {}
+
+  std::string chart_title, x_axis_title, y_axis_title;
+  model::OrdvaneGraphRanges ranges;
+
+  // Takes the chart's room on the sheet ahead of what is placed below it, high enough for a legend of so many
+  // lines.
+  void reserve(tables::ReportSheet& PER, std::int32_t lines);
+  // Both place the chart where the sheet goes on, unless its room was reserved, and return 0.
+  std::int32_t spider(tables::ReportSheet& PER);
+  std::int32_t SpiderError(tables::ReportSheet& PER, const std::string& p_ErrorMessage = {});
+
+  // Null until there is one.
+  const std::shared_ptr<tables::ReportChart>& chart() const { return chart_; }
+  const Extent& extent() const { return extent_; }
+
+ private:
+  session::Session& session_;
+  Extent extent_;
+  std::shared_ptr<tables::ReportChart> chart_;
+};
+
+// `outputIndex` and `selectedOutputs` are one-based positions in `trOutputs`. Returns 0; errors go to the
+// caller.
+std::int32_t GenerateSpiderReport(session::Session& session, tables::ReportWorkbook& rWB,
+                                  std::int32_t outputIndex,
+                                  const model::OneBased<std::int32_t>& selectedOutputs,
+                                  const model::Records& trInputs, const model::Records& trOutputs,
+                                  std::int32_t numIterations, model::OrdvaneRangeMode rangeMode,
+                                  model::OrdvaneOutputMode outputMode, const model::RankingRecord& ranking,
+                                  std::int32_t runNumber, std::int32_t totalRuns);
+
+}  // namespace ordvane::graphs
