@@ -41,10 +41,15 @@ struct ReportOptions {
   std::function<bool()> cancelled;
 };
 
+struct WrittenReports {
+  std::size_t sheets = 0;
+  std::size_t charts = 0;
+};
+
 // Throws host::Error: errc::kUserCancelled when cancelled, else what the reports ended with. Nothing is
-// written then.
-void write_reports(std::shared_ptr<const runfile::Run> run, const std::filesystem::path& workbook,
-                   const ReportOptions& options);
+// written then, and what was at `workbook` is still there.
+WrittenReports write_reports(std::shared_ptr<const runfile::Run> run, const std::filesystem::path& workbook,
+                             const ReportOptions& options);
 
 // The same, without a file: the finished workbook in memory.
 std::shared_ptr<const office::BookModel> make_reports(std::shared_ptr<const runfile::Run> run,

@@ -1,0 +1,86 @@
+// The ranking of a run without its reports: the scan that the reports use, over the embedded spreadsheet.
+#include <algorithm>
+#include <string>
+
+#include "embedded/embedded_environment.h"
+#include "embedded/report_job.h"
+#include "embedded/selected_outputs.h"
+#include "model/scan.h"
+#include "runfile/recorded_engine.h"
+
+namespace ordvane::embedded {
+namespace {
+
+// Positions in Run::inputs of the engine's ordered inputs: those with saved samples.
+std::vector<std::int32_t> ordered_inputs(const runfile::Run& run) {
+  std::vector<std::int32_t> positions;
+  for (std::size_t i = 0; i < run.inputs.size(); ++i)
+    if (run.inputs[i].saved_samples) positions.push_back(static_cast<std::int32_t>(i));
+  return positions;
+}
+
+Effect effect_of(const model::DralInputOutput& input, std::int32_t output, std::int32_t position) {
+  const model::NumberRules& rules = input.rules();
+  // Spreadsheet errors are no numbers either.
+  const auto shown = [&](double value) { return rules.is_usable(value) ? value : rules.missing_number(); };
+  Effect effect;
+  effect.input = input.has_name() ? input.ioName : input.cellAddress;
+  effect.input_index = position;
+  effect.rank = static_cast<std::int32_t>(input.outputRank(output));
+  effect.low = shown(input.outputMinValue(output));
+  effect.high = shown(input.outputMaxValue(output));
+  effect.low_change = shown(input.outputMinPercentChange(output));
+  effect.high_change = shown(input.outputMaxPercentChange(output));
+  effect.input_at_low = shown(input.minInputValue(output));
+  effect.input_at_high = shown(input.maxInputValue(output));
+  return effect;
+}
+
+}  // namespace
+
+std::vector<OutputRanking> rank_outputs(std::shared_ptr<const runfile::Run> run,
+                                        const std::vector<std::int32_t>& outputs, std::int32_t simulation) {
+  if (simulation < 1 || simulation > run->simulations)
+    host::raise_subscript_out_of_range("simulation " + std::to_string(simulation) + " of " +
+                                       std::to_string(run->simulations));
+  const ReportOptions options;
+  session::Session session;
+  session.environment = std::make_shared<EmbeddedEnvironment>(options);
+  session.engine = runfile::make_recorded_engine(run);
+  session.g_XLApp = open_model(*run);
+  session.session_flag = 1;
+
+  model::OrdvaneScan scan(session);
+  model::Records input_records;
+  model::Records output_records;
+  std::int32_t automatic = 0;
+  scan.newScan(input_records, engine::kInput, automatic);
+  scan.newScan(output_records, engine::kOutput, automatic);
+
+  model::OneBased<std::int32_t> varied(2 * input_records.size());
+  std::int32_t varied_inputs = 0;
+  std::int32_t recalculations = 0;
+  std::int32_t multi_way = 0;
+  session.engine->DRL4_GetVaryMultis(session.hVars, {varied.begin(), varied.end()}, varied_inputs,
+                                     recalculations, multi_way);
+
+  const auto indexes = selected_outputs(*run, outputs);
+  model::OneBased<std::int32_t> positions;  // of the records, which stand in the engine's order
+  for (const std::int32_t index : indexes) positions.push_back(index + 1);
+  scan.getData(input_records, output_records, positions, recalculations, simulation);
+
+  const std::vector<std::int32_t> ordered = ordered_inputs(*run);
+  std::vector<OutputRanking> rankings;
+  for (const std::int32_t index : indexes) {
+    OutputRanking ranking{index, output_records(index + 1).BaseValue(), {}};
+    for (const model::DralInputOutput& input : input_records)
+      ranking.effects.push_back(
+          effect_of(input, index + 1, ordered.at(static_cast<std::size_t>(input.ioIndex))));
+    std::sort(ranking.effects.begin(), ranking.effects.end(),
+              [](const Effect& a, const Effect& b) { return a.rank < b.rank; });
+    rankings.push_back(std::move(ranking));
+  }
+  return rankings;
+}
+
+}  // namespace ordvane::embedded

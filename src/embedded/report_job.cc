@@ -1,0 +1,84 @@
+#include "embedded/report_job.h"
+
+#include "embedded/embedded_environment.h"
+#include "embedded/selected_outputs.h"
+#include "environment/string_table.h"
+#include "runfile/recorded_engine.h"
+#include "xlsx/save.h"
+
+namespace ordvane::embedded {
+namespace {
+
+constexpr std::int32_t kVariableSet = 1;  // any handle names the one run
+constexpr std::int16_t kSavingText = 1100;
+
+void apply(const ReportOptions& options, service::OrdvaneReports& reports) {
+  reports.set_ReportsInNewWorkbook(true);
+  reports.set_TornadoGraphs(options.tornado);
+  reports.set_SpiderGraphs(options.spider);
+  reports.set_SensitivityGraphs(options.sensitivity);
+  reports.set_OutputDetailReport(options.output_detail);
+  reports.set_DetailByInput(options.detail_by_input);
+  reports.set_BarColor(options.bar_color);
+  reports.set_BaselineColor(options.base_color);
+  reports.MaxInputsPerGraph = options.max_inputs;
+  reports.OnlyInputsOverThreshold = options.threshold.has_value();
+  reports.InputsChangeThreshold = options.threshold.value_or(0);
+  reports.OutputsAsPercentChange = options.percent;
+}
+
+// Drives the report service as the add-in does: create, set, Initialize, watermark, reports, Terminate.
+std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfile::Run>& run,
+                                              const ReportOptions& options,
+                                              const std::shared_ptr<EmbeddedEnvironment>& environment) {
+  const auto selected = selected_outputs(*run, options.outputs);
+  const auto application = open_model(*run);
+  const auto services = std::make_shared<service::Services>();
+  services->session.environment = environment;
+  services->session.engine = runfile::make_recorded_engine(run);
+
+  service::OrdvaneReports reports(services);
+  apply(options, reports);
+  reports.Initialize(application, kVariableSet);
+  reports.set_WatermarkText(options.watermark);
+  reports.GenerateReports(selected);
+  const auto workbook = reports.report_workbook();
+  const auto failure = reports.report_error();
+  reports.Terminate();
+
+  environment->check_cancelled();
+  if (failure) throw *failure;
+  if (!workbook) throw host::Error(host::errc::kHostRefused, "No report was made");
+  return application->model(*workbook);
+}
+
+void show_saving(EmbeddedEnvironment& environment, const ReportOptions& options) {
+  const auto texts = environment::make_string_table(environment::language(options.language));
+  environment.show_progress(texts->GetString(kSavingText), "", "");
+}
+
+}  // namespace
+
+std::shared_ptr<const office::BookModel> make_reports(std::shared_ptr<const runfile::Run> run,
+                                                      const ReportOptions& options) {
+  return make(run, options, std::make_shared<EmbeddedEnvironment>(options));
+}
+
+WrittenReports write_reports(std::shared_ptr<const runfile::Run> run, const std::filesystem::path& workbook,
+                             const ReportOptions& options) {
+  const auto environment = std::make_shared<EmbeddedEnvironment>(options);
+  const auto book = make(run, options, environment);
+  show_saving(*environment, options);
+
+  xlsx::SaveOptions saving;
+  saving.created = options.created;
+  saving.cancelled = [&] { return environment->cancelled(); };
+  environment->check_cancelled();
+  xlsx::save(*book, workbook, saving);
+
+  WrittenReports written{.sheets = book->sheets.size()};
+  for (const auto& sheet : book->sheets) written.charts += sheet->charts.size();
+  return written;
+}
+
+}  // namespace ordvane::embedded
