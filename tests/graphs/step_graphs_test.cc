@@ -1,0 +1,244 @@
+// Spider and sensitivity reports: one table of steps, drawn as lines together or as one chart each.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "graphs/bench.h"
+#include "graphs/sensitivity.h"
+#include "graphs/spider.h"
+
+namespace ordvane::graphs {
+namespace {
+
+using test::GraphBench;
+using test::kNothing;
+using test::kNumError;
+using test::TestInput;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+enum Report { kSpider, kSensitivity };
+
+struct Situation {
+  const char* what;
+  Report report;
+  double base;
+  std::vector<TestInput> inputs;
+  std::function<void(GraphBench&)> change;
+  model::OrdvaneOutputMode mode;
+  std::vector<std::string> shown, not_shown;
+};
+
+std::string make_report(GraphBench& bench, const Situation& c) {
+  bench.output().set_BaseValue(c.base);
+  bench.set_inputs(c.inputs);
+  if (c.change) c.change(bench);
+  const auto report = c.report == kSpider ? GenerateSpiderReport : GenerateSensitivityReport;
+  EXPECT_EQ(report(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
+                   model::OrdvaneRangeCellMode, c.mode, bench.ranking, 1, 1),
+            0);
+  return bench.text();
+}
+
+const TestInput kRate = {"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, 115}}};
+const TestInput kZero = {"Zero", "B3", 0, {{-1, 80}, {1, 120}}};
+const TestInput kNegative = {"Loss", "B4", -10, {{-12, 90}, {-8, 110}}};
+
+const Situation kSituations[] = {
+    {"every step with its changes",
+     kSpider,
+     100,
+     {kRate},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"== Spider C14\n",
+      "\"Rate (B2)\"  B28 \"B2\"  C28 1  D28 4 {0.0}  E28 -1 {0.0}  F28 -0.2 {0.00%}"
+      "  G28 90 {#,##0.00}  H28 -10 {#,##0.00}  I28 -0.1 {0.00%}\n",
+      "C29 2  D29 5 {0.0}  E29 0 {0.0}  F29 0 {0.00%}", "merged A28:A30", "merged D26:F26", "merged G26:I26",
+      "I28:I30 (-0.1, 0, 0.15) over F28:F30 (-0.2, 0, 0.2)", "\"Output, % change from base value\" {0%}"},
+     {"note at", " - "}},
+    {"a base of zero has no line, and says why",
+     kSpider,
+     100,
+     {kRate, kZero},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"\"Zero (B3)\"  B31 \"B3\"  C31 1  D31 -1 {0.0}  E31 -1 {0.0}  F31 \" - \"", "note at F31",
+      "The base value of this input is 0", "series \"Rate (B2)\""},
+     {"series \"Zero"}},
+    {"changes keep their sign about a negative base",
+     kSpider,
+     100,
+     {kNegative},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"(-0.1, 0.1) over F28:F29 (-0.2, 0.2)"},
+     {}},
+    {"nothing to draw",
+     kSpider,
+     0,
+     {kZero},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"There is no spider graph for this output.",
+      "The base value of the output is 0, so there is no change"},
+     {}},
+    {"nothing to draw though the output has a base",
+     kSpider,
+     100,
+     {kZero},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"There is no spider graph", "A base value is 0 or not a number"},
+     {}},
+    {"an output base of zero is noted once",
+     kSpider,
+     0,
+     {kRate, kNegative},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"note at I28", "There is no spider graph"},
+     {"note at I31"}},
+    {"lines end where results end",
+     kSpider,
+     100,
+     {{"Term", "B5", 10, {{8, kNothing}, {9, 95}, {11, 105}, {12, kNumError}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"(-0.05, 0.05) over F29:F30 (-0.1, 0.1)", "G28 \" - \"", "note at G28"},
+     {}},
+    {"long names are cut in the legend only",
+     kSpider,
+     100,
+     {{"A name that is well over twenty-five", "B6", 5, {{4, 90}, {6, 110}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"series \"A name that is well over t (B6)\"", "\"A name that is well over twenty-five (B6)\""},
+     {}},
+    {"differences of dates are days",
+     kSpider,
+     100,
+     {{"Start", "B7", 46023, {{46000, 90}, {46054, 110}}, "dd\"/\"mm\"/\"yyyy"}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"D28 46000 {dd\"/\"mm\"/\"yyyy}  E28 -23  F28"},
+     {}},
+    {"no input",
+     kSpider,
+     100,
+     {kRate},
+     [](GraphBench& b) { b.ranking.input_limit = 0; },
+     model::OrdvaneOutputAsValue,
+     {"No input moved this output enough"},
+     {"chart", "Step"}},
+    {"an input without steps is left out",
+     kSpider,
+     100,
+     {kRate, kNegative},
+     [](GraphBench& b) { b.inputs(2).numSteps = 0; },
+     model::OrdvaneOutputAsValue,
+     {"Rate (B2)"},
+     {"Loss (B4)"}},
+
+    {"one chart an input",
+     kSensitivity,
+     100,
+     {kRate, kNegative},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"== Sensitivity C14\n", "title \"Sensitivity to Rate", "title \"Sensitivity to Loss",
+      "Cost as Rate varies", "(90, 100, 115) over", "\"Rate\"", "\"Cost\""},
+     {"note at"}},
+    {"in percent",
+     kSensitivity,
+     100,
+     {kRate},
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"(-0.1, 0, 0.15) over", "category axis \"Rate, % change from base value\" {0.00%}",
+      "value axis \"Cost, % change from base value\" {0.00%}"},
+     {}},
+    {"a result that is an error empties its chart",
+     kSensitivity,
+     100,
+     {{"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, kNumError}}}, kNegative},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"title \"Sensitivity to Rate\nSome values are not numbers and cannot be shown.",
+      "series \"Loss (B4)\""},
+     {"series \"Rate"}},
+    {"missing results at an end shorten the line",
+     kSensitivity,
+     100,
+     {{"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, kNothing}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"(90, 100) over"},
+     {}},
+    {"only bases of zero",
+     kSensitivity,
+     100,
+     {kZero},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"There are no sensitivity graphs", "A base value is 0 or not a number"},
+     {"series \"Zero"}},
+    {"percent of nothing",
+     kSensitivity,
+     0,
+     {kRate},
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"There are no sensitivity graphs", "The base value of the output is 0"},
+     {}},
+    {"values with an output base of zero",
+     kSensitivity,
+     0,
+     {kRate},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"(90, 100, 115) over", "note at I"},
+     {"There are no"}},
+};
+
+TEST(StepGraphs, InEverySituation) {
+  for (const Situation& c : kSituations) {
+    SCOPED_TRACE(c.what);
+    GraphBench bench;
+    const std::string text = make_report(bench, c);
+    for (const std::string& line : c.shown) EXPECT_THAT(text, HasSubstr(line));
+    for (const std::string& line : c.not_shown) EXPECT_THAT(text, Not(HasSubstr(line)));
+  }
+}
+
+TEST(SensitivityChart, RefusesARangeWithErrorsAndSaysWhere) {
+  GraphBench bench;
+  const auto sheet = bench.workbook->AddSheet("Figures");
+  const auto cells = sheet->SheetWorksheet();
+  for (std::int32_t row = 1; row <= 4; ++row)
+    for (std::int32_t column = 20; column <= 21; ++column) cells->range(row, column, 1, 1)->set_value(row);
+  cells->range(3, 21, 1, 1)->set_value(host::CellError::kValue);
+  OrdvaneGInput graph(bench.session);
+  const auto range = graph.ranges.Add(1);
+  range->set_xValues(cells->range(1, 20, 4, 1));
+  range->set_yValues(cells->range(1, 21, 4, 1));
+  EXPECT_EQ(graph.inputG(*sheet), 3);
+  EXPECT_TRUE(bench.book()->sheets.front()->charts.front()->series.empty());
+}
+
+TEST(SpiderChart, GrowsWithItsLegend) {
+  std::vector<TestInput> many;
+  for (int i = 1; i <= 32; ++i)
+    many.push_back({"Input", "B" + std::to_string(i), 5, {{4, 90}, {6, 110.0 + i}}});
+  GraphBench few_bench, many_bench;
+  make_report(few_bench, {"", kSpider, 100, {kRate}, nullptr, model::OrdvaneOutputAsValue, {}, {}});
+  make_report(many_bench, {"", kSpider, 100, many, nullptr, model::OrdvaneOutputAsValue, {}, {}});
+  const auto height = [](GraphBench& bench) { return bench.book()->sheets.front()->charts.front()->height; };
+  EXPECT_EQ(height(few_bench), 300);
+  EXPECT_GE(height(many_bench), 32 * 13);
+  EXPECT_EQ(many_bench.book()->sheets.front()->charts.front()->series.size(), 32U);
+}
+
+}  // namespace
+}  // namespace ordvane::graphs

@@ -1,0 +1,251 @@
+#include "graphs/tornado.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "graphs/bench.h"
+#include "graphs/chart_helpers.h"
+
+namespace ordvane::graphs {
+namespace {
+
+using test::GraphBench;
+using test::kNothing;
+using test::kNumError;
+using test::TestInput;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+constexpr host::Color kBlue = 0xFF0000;
+constexpr host::Color kRed = 0x0000FF;
+
+const std::vector<TestInput> kTwoInputs = {
+    {"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, 115}}},
+    {"Price", "B3", 10, {{8, 60}, {10, 100}, {12, 140}}, "0"},
+};
+
+struct Situation {
+  const char* what;
+  double base;
+  std::vector<TestInput> inputs;
+  std::function<void(GraphBench&)> change;  // of the bench, after the inputs
+  model::OrdvaneOutputMode mode;
+  std::vector<std::string> shown, not_shown;
+};
+
+std::string make_report(GraphBench& bench, const Situation& c, std::int32_t run = 1, std::int32_t runs = 1) {
+  bench.output().set_BaseValue(c.base);
+  bench.set_inputs(c.inputs);
+  model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;
+  for (const auto& input : bench.inputs) {
+    if (input.sheetName != "Model") range_mode = std::max(range_mode, model::OrdvaneRangeSheetMode);
+    if (input.bookName != "plant.xlsx") range_mode = model::OrdvaneRangeBookMode;
+  }
+  if (c.change) c.change(bench);
+  const double base = runs > 1 ? host::kNoBaseValue : c.base;
+  EXPECT_EQ(
+      GenerateTornadoReport(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
+                            range_mode, c.mode, bench.ranking, run, runs, base, "Base value", kBlue, kRed),
+      0);
+  return bench.text();
+}
+
+const Situation kSituations[] = {
+    {"values",
+     100,
+     kTwoInputs,
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"== Tornado C14\n", "\"Base value\"  B5 100 {#,##0.00}\n",
+      "1  B28 \"Price (B3)\"  C28 \"B3\"  D28 60 {#,##0.00}  E28 -0.4 {0.00%}  F28 8 {0}  G28 140 {#,##0.00}"
+      "  H28 0.4 {0.00%}  I28 12 {0}  J28 10 {0}\n",
+      "2  B29 \"Rate (B2)\"", "J29 5 {0.0}\n", "from 60 to 140", "crossed at 100", "{#,##0.00}",
+      "series \"Vertical\" scatter secondary (0, 1) over (100, 100)\n    point 1 marked\n"
+      "    point 1 labelled \"Base value=100\"\n",
+      "second category axis from 60 to 140", "second value axis from 0 to 1"},
+     {" - ", "note at"}},
+    {"percent: the marker stands at no change and names the base",
+     100,
+     kTwoInputs,
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"from -0.4 to 0.4", "crossed at 0", "over (0, 0)", "labelled \"Base value=100\"", "{0.00%}"},
+     {"note at"}},
+    {"percent of nothing",
+     0,
+     kTwoInputs,
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"There is no tornado graph for this output.",
+      "The base value of the output is 0, so there is no change", "E28 \" - \"", "D28 60", "note at E"},
+     {"Vertical"}},
+    {"values with a base of zero",
+     0,
+     kTwoInputs,
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"from 0 to 150", "crossed at 0", "over (0, 0)"},
+     {"There is no tornado"}},
+    {"percent of what is no number",
+     kNothing,
+     kTwoInputs,
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"There is no tornado graph", "A base value is 0 or not a number", "\" - \""},
+     {"Vertical"}},
+    {"values about a base that is no number",
+     kNothing,
+     kTwoInputs,
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"from 60 to 140", "crossed at 60"},
+     {"Vertical", "Base value="}},
+    {"both ends on one side of the base are drawn from the axis of the base",
+     50,
+     kTwoInputs,
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"crossed at 50", "over (50, 50)"},
+     {}},
+    {"negative values",
+     -20,
+     {{"Rate", "B2", 5, {{4, -30}, {6, -10}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"from -30 to -10", "crossed at -20", "E26 -0.5 {0.00%}"},
+     {}},
+    {"an input without results leaves its bar out",
+     100,
+     {{"Rate", "B2", 5, {{4, 90}, {6, 110}}}, {"Dead", "B3", 5, {{4, kNumError}, {6, kNothing}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"\"Dead (B3)\"  C27 \"B3\"  D27 \" - \"", "from 90 to 110", "note at D27"},
+     {}},
+    {"no input has results",
+     100,
+     {{"Dead", "B3", 5, {{4, kNumError}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"There is no tornado graph", "Some values are not numbers"},
+     {"Vertical"}},
+    {"no bar at all",
+     100,
+     kTwoInputs,
+     [](GraphBench& b) { b.ranking.input_limit = 0; },
+     model::OrdvaneOutputAsValue,
+     {"No input moved this output enough"},
+     {"chart", "Rank"}},
+    {"ranks beyond the limit are left out",
+     100,
+     kTwoInputs,
+     [](GraphBench& b) { b.ranking.input_limit = 1; },
+     model::OrdvaneOutputAsValue,
+     {"Price (B3)"},
+     {"Rate (B2)"}},
+    {"of equal ranks the later input stays",
+     100,
+     kTwoInputs,
+     [](GraphBench& b) { b.inputs(2).outputRankPut(1, 2); },
+     model::OrdvaneOutputAsValue,
+     {"2  B29 \"Price (B3)\""},
+     {"Rate (B2)"}},
+    {"several sheets add a column",
+     100,
+     {{"Rate", "B2", 5, {{4, 90}, {6, 110}}, "0.0", "Finance"}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"\"Worksheet\"", "A26 \"Finance\"  B26 1  C26 \"Rate (B2)\"", "K26 5"},
+     {"A25 \"Workbook\""}},
+    {"several books add two",
+     100,
+     {{"Rate", "B2", 5, {{4, 90}, {6, 110}}, "0.0", "Finance", "bank.xlsx"}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"A26 \"bank.xlsx\"  B26 \"Finance\"  C26 1  D26 \"Rate (B2)\"", "L26 5"},
+     {}},
+    {"dates",
+     46023,
+     {{"Rate", "B2", 5, {{4, 46000}, {6, 46054}}}},
+     [](GraphBench& b) {
+       b.output().IsDate = true;
+       b.output().DateFormat = "mm/dd/yyyy";
+       b.output().NumberFormatLocal = "General";
+     },
+     model::OrdvaneOutputAsValue,
+     {"Base value=01/01/2026", "B5 46023 {mm/dd/yyyy}", "D26 46000 {mm/dd/yyyy}"},
+     {}},
+    {"items without names go by their addresses",
+     100,
+     {{" ", "B2", 5, {{4, 90}, {6, 110}}}},
+     [](GraphBench& b) { b.output().ioName = " "; },
+     model::OrdvaneOutputAsValue,
+     {"\"(B2)\"", "\"(C14)\"", "What moves C14 most"},
+     {}},
+};
+
+TEST(TornadoReport, InEverySituation) {
+  for (const Situation& c : kSituations) {
+    SCOPED_TRACE(c.what);
+    GraphBench bench;
+    const std::string text = make_report(bench, c);
+    for (const std::string& line : c.shown) EXPECT_THAT(text, HasSubstr(line));
+    for (const std::string& line : c.not_shown) EXPECT_THAT(text, Not(HasSubstr(line)));
+  }
+}
+
+TEST(TornadoReport, OfSeveralRunsSaysWhichAndHasNoBaseLine) {
+  GraphBench bench;
+  const std::string text = make_report(bench, kSituations[0], 2, 3);
+  EXPECT_THAT(text, HasSubstr("\"Run\"  B6 \"2 of 3\""));
+  EXPECT_THAT(text, HasSubstr("crossed at 100"));
+  EXPECT_THAT(text, HasSubstr("Base value=100"));
+  EXPECT_THAT(text, Not(HasSubstr("Vertical")));
+}
+
+TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {
+  GraphBench bench;
+  make_report(bench, kSituations[0]);
+  const auto book = bench.book();
+  const office::SheetModel& sheet = *book->sheets.front();
+  const office::ChartModel& chart = *sheet.charts.front();
+  ASSERT_EQ(chart.series.size(), 5U);
+  EXPECT_EQ(chart.series[2]->fill.value().color, kBlue);
+  EXPECT_EQ(chart.series[3]->fill.value().color, kBlue);
+  EXPECT_EQ(chart.series[4]->line.value().color, kRed);
+  // What is stacked adds up to the ends of every bar, and all of it is formulas over the table.
+  const test::BookReader reader(*book);
+  const double ends[2][2] = {{60, 140}, {90, 115}};
+  for (std::int32_t bar = 0; bar < 2; ++bar) {
+    double sums[4];
+    for (std::size_t i = 0; i < 4; ++i) {
+      const office::Area& area = chart.series[i]->values.area;
+      EXPECT_TRUE(sheet.formulas.contains({area.row + bar, area.column}));
+      sums[i] = reader.value(sheet, area.row + bar, area.column).number;
+    }
+    EXPECT_EQ(sums[0] + sums[1], ends[bar][0]);
+    EXPECT_EQ(sums[1] + sums[3], ends[bar][1]);
+  }
+}
+
+TEST(TornadoReport, StopsWhenTheUserAsks) {
+  struct Impatient : environment::StandardEnvironment {
+    using StandardEnvironment::StandardEnvironment;
+    bool escape_pressed() override { return true; }
+  };
+  GraphBench bench;
+  bench.session.environment = std::make_shared<Impatient>(environment::Settings{});
+  bench.set_inputs(kTwoInputs);
+  try {
+    GenerateTornadoReport(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
+                          model::OrdvaneRangeCellMode, model::OrdvaneOutputAsValue, bench.ranking, 1, 1, 0,
+                          "Base value", kBlue, kRed);
+    FAIL() << "the report went on";
+  } catch (const host::Error& error) {
+    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
+  }
+}
+
+}  // namespace
+}  // namespace ordvane::graphs
