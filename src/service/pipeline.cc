@@ -20,7 +20,6 @@ constexpr const char* kGraphClickMacro = "Ordvane.xla!OrdvaneGraphClickEvent";
 constexpr host::Color kBlue = 16711680;
 
 namespace text {
-constexpr std::int16_t kDetailTitle = 800;
 constexpr std::int16_t kFetching = 1019;
 constexpr std::int16_t kRanking = 1003;
 constexpr std::int16_t kSharedWorkbook = 1037;
@@ -311,7 +310,7 @@ void OrdvaneReports::Pipeline::output_details(const Branch& branch) {
   if (number_sims_ > 1) log("NumOutputsSelected: " + log_text(summary_.OutputsSelected));
   for (const std::int32_t output : sel_out_) {
     show_progress(branch.output_detail);
-    owner_.reports_.output_detail(arguments(), output, session_.text(text::kDetailTitle));
+    owner_.reports_.output_detail(arguments(), output);
     check_cancel();
     refresh_screen();
   }

@@ -42,7 +42,7 @@ struct Reports {
       tornado;
   std::function<void(const ReportArguments&, std::int32_t output, const model::RankingRecord&)> spider;
   std::function<void(const ReportArguments&, std::int32_t output, const model::RankingRecord&)> sensitivity;
-  std::function<void(const ReportArguments&, std::int32_t output, const std::string& title)> output_detail;
+  std::function<void(const ReportArguments&, std::int32_t output)> output_detail;
   std::function<std::int32_t(const ReportArguments&)> detail_by_input;
   std::function<std::int32_t(const ReportArguments&)> multi_way;
 };

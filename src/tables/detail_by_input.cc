@@ -1,0 +1,289 @@
+#include "tables/detail_by_input.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "model/naming.h"
+#include "tables/look.h"
+#include "tables/output_detail.h"
+#include "tables/text_estimate.h"
+#include "tables/utils.h"
+
+namespace ordvane::tables {
+namespace {
+
+using host::HAlign;
+
+namespace text {
+constexpr std::int16_t kSubcaption = 100, kAddressHeading = 102, kSheetName = 105, kStep = 108,
+                       kProgress = 111, kTooManyRows = 114, kTooManyOutputs = 115, kTitle = 117,
+                       kCaption = 119, kRun = 122;
+}  // namespace text
+
+constexpr std::int32_t kHeaderRows = 3;
+constexpr std::int32_t kNameRow = 2;
+constexpr std::int32_t kColumnsPerOutput = 3;
+// Cells gathered before they are written: large enough to make a write cheap,
+// small enough to stay in the cache.
+constexpr std::int32_t kCellsPerBlock = 1 << 16;
+
+struct Columns {
+  Columns(std::int32_t mode, std::int32_t outputs) : m(mode), k(outputs) {}
+  std::int32_t m, k;
+  std::int32_t name = 1, book = 2;
+  std::int32_t sheet() const { return m + 1; }
+  std::int32_t cell() const { return m + 2; }
+  std::int32_t step() const { return m + 3; }
+  std::int32_t input_value() const { return m + 4; }
+  // Value column of output 1 to k; its change and its change in percent follow.
+  std::int32_t output_value(std::int32_t output) const { return m + kColumnsPerOutput * output + 4; }
+  std::int32_t count() const { return kColumnsPerOutput * k + 6 + m; }
+  // Columns that name the input, merged over its steps.
+  std::vector<std::int32_t> identity() const {
+    std::vector<std::int32_t> columns = {name, cell()};
+    if (m == model::OrdvaneRangeBookMode) columns.push_back(book);
+    if (m > model::OrdvaneRangeCellMode) columns.push_back(sheet());
+    return columns;
+  }
+};
+
+class DetailByInput {
+ public:
+  DetailByInput(session::Session& session, const model::OneBased<std::int32_t>& selected,
+                const model::Records& inputs, const model::Records& outputs, std::int32_t mode)
+      : session_(session),
+        selected_(selected),
+        inputs_(inputs),
+        outputs_(outputs),
+        c_(mode, std::min(selected.size(), kMostDetailOutputs)) {}
+
+  void make(ReportWorkbook& rWB, std::int32_t iterations, std::int32_t run, std::int32_t runs);
+
+ private:
+  std::int32_t standard_recalculations();
+  void set_headers();
+  std::string output_heading(std::int32_t k) const;
+  std::shared_ptr<host::Range> heading_cells(std::int32_t k) const;
+  void fit_output_headings();
+  void set_rules();
+  void fill_body();
+  void fill_row(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input,
+                std::int32_t step);
+  struct InputRows {
+    const model::DralInputOutput& input;
+    std::int32_t first, rows;
+  };
+  void format_input_rows(const InputRows& group);
+  void format_columns();
+  const model::DralInputOutput& output(std::int32_t k) const { return outputs_(selected_(k)); }
+
+  session::Session& session_;
+  const model::OneBased<std::int32_t>& selected_;
+  const model::Records& inputs_;
+  const model::Records& outputs_;
+  Columns c_;
+  std::int32_t rows_ = 0;
+  std::int32_t flags_ = 0;
+  std::shared_ptr<ReportTable> table_;
+};
+
+void DetailByInput::make(ReportWorkbook& rWB, std::int32_t iterations, std::int32_t run, std::int32_t runs) {
+  host::Application& application = session_.application();
+  const bool too_many_rows = iterations > kMostDetailRows;
+  const std::int32_t standard = standard_recalculations();
+  application.set_calculation(host::Calculation::kManual);
+  rows_ = too_many_rows ? kMostDetailRows : std::min(standard, kMostDetailRows);
+
+  const auto sheet = rWB.AddSheet(session_.text(text::kSheetName));
+  std::vector<TitleLine> lines = {{session_.CommonString(14), inputs_(1).bookName}};
+  if (runs > 1)
+    lines.push_back(
+        {session_.CommonString(13), session_.text(text::kRun, std::int64_t{run}, std::int64_t{runs})});
+  sheet->AddTitleBlock(session_.text(text::kTitle), lines);
+  sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
+  sheet->SetSheetOption(1);
+  table_ = sheet->AddTable(rows_, c_.count(), kHeaderRows, 0, session_.text(text::kCaption),
+                           session_.text(text::kSubcaption));
+  set_headers();
+  if (selected_.size() > kMostDetailOutputs)
+    table_->AddTableNote(0, 7, session_.CommonString(12), session_.text(text::kTooManyOutputs));
+  if (too_many_rows) table_->AddTableNote(0, 4, session_.CommonString(12), session_.text(text::kTooManyRows));
+
+  const host::Cursor cursor = application.cursor();
+  application.set_cursor(host::Cursor::kWait);
+  fill_body();
+  AddInvalidValueNotes(session_, *sheet, *table_, flags_, c_.m + 6, c_.m + 8);
+  application.set_cursor(cursor);
+
+  const auto body = table_->BodyRange();
+  for (std::int32_t column = 1; column <= c_.count(); ++column)
+    body->offset(-1, column - 1)->resize(body->row_count() + 1, 1)->auto_fit_columns();
+  fit_output_headings();
+  sheet->FinishSheet();
+}
+
+std::int32_t DetailByInput::standard_recalculations() {
+  model::OneBased<std::int32_t> list(2 * inputs_.size());
+  std::int32_t varied = 0;
+  std::int32_t standard = 0;
+  std::int32_t multi_way = 0;
+  session_.engine->DRL4_GetVaryMultis(session_.hVars, {list.data(), static_cast<std::size_t>(list.size())},
+                                      varied, standard, multi_way);
+  return standard;
+}
+
+void DetailByInput::set_headers() {
+  const auto column = [&](std::int32_t number, std::int32_t caption, HAlign body, HAlign heading,
+                          double width) {
+    table_->SetColumnHeader(number, session_.CommonString(caption), body, heading, 0, width, "",
+                            body == HAlign::kLeft);
+  };
+  const auto figures = [&](std::int32_t first) {
+    for (std::int32_t i = 0; i < kColumnsPerOutput; ++i)
+      column(first + i, 5 + i, HAlign::kRight, HAlign::kCenter, kFitColumn);
+  };
+  if (c_.m == model::OrdvaneRangeBookMode) column(c_.book, 0, HAlign::kLeft, HAlign::kLeft, kNameColumnWidth);
+  if (c_.m > model::OrdvaneRangeCellMode)
+    column(c_.sheet(), 1, HAlign::kLeft, HAlign::kLeft, kNameColumnWidth);
+  column(c_.name, 2, HAlign::kLeft, HAlign::kLeft, kNameColumnWidth);
+  column(c_.cell(), 3, HAlign::kCenter, HAlign::kCenter, kFitColumn);
+  column(c_.step(), 4, HAlign::kCenter, HAlign::kCenter, kFitColumn);
+  figures(c_.input_value());
+  for (std::int32_t k = 1; k <= c_.k; ++k) figures(c_.output_value(k));
+
+  const host::BorderFormat rule{
+      .line_style = kRuleLineStyle, .weight = kRuleWeight, .color_index = kRuleColorIndex};
+  table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
+      ->set_border(host::Edge::kBottom, rule);
+  table_->Header(1, c_.input_value())->set_value(session_.CommonString(10));
+  table_->Header(1, c_.input_value(), 1, kColumnsPerOutput)->set_merge(true);
+  if (c_.k > 0) {
+    table_->Header(1, c_.output_value(1))->set_value(session_.CommonString(11));
+    table_->Header(1, c_.output_value(1), 1, kColumnsPerOutput * c_.k)->set_merge(true);
+  }
+  for (std::int32_t k = 1; k <= c_.k; ++k) set_output_heading(k);
+  set_rules();
+}
+
+std::string DetailByInput::output_heading(std::int32_t k) const {
+  const model::DralInputOutput& o = output(k);
+  if (!o.ioName.empty()) return o.ioName;
+  const auto mode = static_cast<model::OrdvaneRangeMode>(c_.m);
+  return session_.text(text::kAddressHeading,
+                       model::address_for_range_mode(mode, o.bookName, o.sheetName, o.cellAddress));
+}
+
+std::shared_ptr<host::Range> DetailByInput::heading_cells(std::int32_t k) const {
+  return table_->Header(kNameRow, c_.output_value(k), 1, kColumnsPerOutput);
+}
+
+// The spreadsheet does not grow a row for merged cells: the row takes the height of the heading with the most
+// lines.
+void DetailByInput::fit_output_headings() {
+  std::int32_t lines = 1;
+  for (std::int32_t k = 1; k <= c_.k; ++k)
+    lines =
+        std::max(lines, wrapped_lines(output_heading(k), heading_cells(k)->width(), look::kBodySize, true));
+  if (c_.k > 0)
+    heading_cells(1)->set_row_height(std::max(look::kHeaderRowHeight, lines * look::kHeaderLineHeight));
+}
+
+void DetailByInput::set_rules() {
+  table_->AddColumnRule(c_.step(), -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
+  for (std::int32_t k = 1; k <= c_.k; ++k) {
+    session_.environment->pump_messages();
+    table_->AddColumnRule(c_.output_value(k) - 1, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
+  }
+}
+
+void DetailByInput::fill_body() {
+  const std::int32_t block_rows = std::clamp(kCellsPerBlock / c_.count(), 1, std::max(rows_, 1));
+  host::CellBlock block(block_rows, c_.count());
+  std::int32_t written = 0;  // body rows on the sheet
+  std::int32_t filled = 0;   // rows of the block
+  const auto flush = [&] {
+    if (filled < block_rows) block.truncate(filled);  // the last block
+    if (filled > 0) table_->PutBody(written + 1, block);
+    written += filled;
+    filled = 0;
+    block.clear();
+  };
+
+  std::vector<InputRows> groups;
+  for (std::int32_t i = 1; i <= inputs_.size() && written + filled < rows_; ++i) {
+    const model::DralInputOutput& input = inputs_(i);
+    session_.application().set_status_bar(
+        session_.text(text::kProgress, std::int64_t{i}, std::int64_t{inputs_.size()}));
+    CheckUserCancel(session_);
+    const std::int32_t first = written + filled + 1;
+    const std::int32_t rows = std::min(input.numSteps, rows_ - first + 1);
+    for (std::int32_t s = 1; s <= rows; ++s) {
+      fill_row(block, ++filled, input, s);
+      if (filled == block_rows) flush();
+      CheckUserCancel(session_);
+    }
+    if (rows > 0) groups.push_back({input, first, rows});
+  }
+  flush();
+  format_columns();
+  for (const InputRows& group : groups) format_input_rows(group);
+}
+
+void DetailByInput::fill_row(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input,
+                             std::int32_t step) {
+  const model::NumberRules& rules = input.rules();
+  if (step == 1) {  // shown once, over all rows of the input
+    block.set_text(row, c_.name, NameWithAddress(input.ioName, input.cellAddress));
+    if (c_.m == model::OrdvaneRangeBookMode) block.set_text(row, c_.book, input.bookName);
+    if (c_.m > model::OrdvaneRangeCellMode) block.set_text(row, c_.sheet(), input.sheetName);
+    block.set_text(row, c_.cell(), input.cellAddress);
+  }
+  block.set_text(row, c_.step(), session_.text(text::kStep, std::int64_t{step}));
+
+  const auto put = [&](std::int32_t column, double value, double base, model::OrdvaneDivisorType kind) {
+    FormatTableValue(rules, block, row, column, value, flags_, 1.0, kind);
+    FormatTableValue(rules, block, row, column + 1, value - base, flags_, 1.0, kind);
+    FormatTableValue(rules, block, row, column + 2, value - base, flags_, base, kind);
+  };
+  put(c_.input_value(), input.InputValuesUsed(step), input.BaseValue(), model::OrdvaneDivisorInput);
+  for (std::int32_t k = 1; k <= c_.k; ++k)
+    put(c_.output_value(k), input.OutputValuesCalculated(selected_(k), step), output(k).BaseValue(),
+        model::OrdvaneDivisorOutput);
+}
+
+// What one input's rows have of their own: merged identity cells, its number
+// format, a rule below them.
+void DetailByInput::format_input_rows(const InputRows& group) {
+  host::ignoring_errors([&] {
+    for (const std::int32_t column : c_.identity())
+      table_->Body(group.first, column, group.rows, 1)->set_merge(true);
+  });
+  table_->FormatBody(group.first, group.rows, c_.input_value(), group.input.NumberFormatLocal);
+  table_->FormatBody(group.first, group.rows, c_.input_value() + 1, group.input.NumberFormatLocal);
+  table_->AddRowRule(group.first + group.rows - 1, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
+}
+
+void DetailByInput::format_columns() {
+  if (rows_ < 1) return;
+  table_->FormatBody(1, rows_, c_.input_value() + 2, PercentFormat());
+  for (std::int32_t k = 1; k <= c_.k; ++k) {
+    table_->FormatBody(1, rows_, c_.output_value(k), output(k).NumberFormatLocal);
+    table_->FormatBody(1, rows_, c_.output_value(k) + 1, output(k).NumberFormatLocal);
+    table_->FormatBody(1, rows_, c_.output_value(k) + 2, PercentFormat());
+  }
+}
+
+}  // namespace
+
+std::int32_t MakeDetailByInputReport(session::Session& session, ReportWorkbook& rWB,
+                                     const model::OneBased<std::int32_t>& selectedOutputs,
+                                     const model::Records& trInputs, const model::Records& trOutputs,
+                                     std::int32_t numIterations, model::OrdvaneRangeMode rangeMode,
+                                     std::int32_t runNumber, std::int32_t totalRuns) {
+  DetailByInput(session, selectedOutputs, trInputs, trOutputs, rangeMode)
+      .make(rWB, numIterations, runNumber, totalRuns);
+  return 0;
+}
+
+}  // namespace ordvane::tables

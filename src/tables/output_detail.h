@@ -1,0 +1,33 @@
+// Output detail report: every step of every input for one output, the step with
+// the lowest result first.
+//
+// Row r of the table is the step whose rank for this output is r; at most
+// kMostDetailRows rows, the steps ranked beyond them are left out and a note
+// says so. Reads the records only. Errors go to the caller.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "model/input_output.h"
+#include "session/session.h"
+#include "tables/report_workbook.h"
+
+namespace ordvane::tables {
+
+// Body rows that fit the smallest worksheet together with titles and headers.
+inline constexpr std::int32_t kMostDetailRows = 65525;
+
+// `outputIndex`: one-based position in `trOutputs`. `rowsWanted`:
+// recalculations of the run. Returns 0.
+std::int32_t MakeOutputDetailReport(session::Session& session, ReportWorkbook& rWB, std::int32_t outputIndex,
+                                    const model::Records& trInputs, const model::Records& trOutputs,
+                                    std::int32_t rowsWanted, model::OrdvaneRangeMode rangeMode,
+                                    std::int32_t runNumber, std::int32_t totalRuns);
+
+// Explains on body row 1 and the caption why cells show " - ". Shared by the
+// detail reports.
+void AddInvalidValueNotes(session::Session& session, ReportSheet& sheet, ReportTable& table,
+                          std::int32_t flags, std::int32_t inputColumn, std::int32_t outputColumn);
+
+}  // namespace ordvane::tables
