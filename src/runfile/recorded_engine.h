@@ -11,6 +11,11 @@
 
 namespace ordvane::runfile {
 
+// A status other than 0 means that the arguments name nothing in the run: then nothing is written, or, where
+// only a part of a list or of a range of recalculations exists or fits, that part.
 std::shared_ptr<engine::Engine> make_recorded_engine(std::shared_ptr<const Run> run);
+
+// Contexts that a recorded engine has initialised and not yet released; 0 for any other engine.
+std::int32_t open_contexts(const engine::Engine& engine);
 
 }  // namespace ordvane::runfile

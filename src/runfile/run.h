@@ -17,8 +17,8 @@ namespace ordvane::runfile {
 // A run file that cannot be used. what(): "FILE:LINE or FIELD: what is wrong and what is expected", one line.
 class BadRun : public std::runtime_error {
  public:
-  BadRun(const std::string& file, const std::string& where, const std::string& problem)
-      : std::runtime_error(file + (where.empty() ? "" : ":" + where) + ": " + problem) {}
+  // Control characters in any of the three are written as escapes.
+  BadRun(const std::string& file, const std::string& where, const std::string& problem);
 };
 
 // A text beside a cell, for the default label of an item without a name.

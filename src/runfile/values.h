@@ -12,6 +12,11 @@ namespace ordvane::runfile {
 
 inline constexpr double kErrorUnit = -1e302;
 
+// Numbers of a run stay inside this limit: beyond it lie the marks of the reports (a missing number, an
+// automatic axis bound) and the encoded errors.
+inline constexpr double kNumberLimit = 1e300;
+inline constexpr const char* kNumberRange = "between -1e300 and 1e300";
+
 inline double encode_error(host::CellError error) {
   return kErrorUnit * static_cast<double>(error);
 }

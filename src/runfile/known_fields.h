@@ -1,0 +1,21 @@
+// The fields that a run file may have, as the reader knows them.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+namespace ordvane::runfile {
+
+enum class Section { kRun, kInput, kOutput, kLabel };
+
+struct KnownField {
+  std::string_view name;
+  bool required;
+};
+
+std::vector<KnownField> known_fields(Section section);
+
+// The known name that `name` was probably meant to be; "" when none is near.
+std::string_view nearest_field(std::string_view name, const std::vector<KnownField>& known);
+
+}  // namespace ordvane::runfile

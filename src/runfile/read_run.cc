@@ -1,0 +1,434 @@
+// Reads a run file: one table of fields per kind of object says what may stand there, how it is read and
+// whether it may be left out.
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <span>
+#include <system_error>
+#include <tuple>
+
+#include "model/text.h"
+#include "runfile/cell_address.h"
+#include "runfile/json_tree.h"
+#include "runfile/known_fields.h"
+#include "runfile/recalculations.h"
+#include "runfile/run.h"
+#include "runfile/utf8.h"
+
+namespace ordvane::runfile {
+namespace {
+
+constexpr const char* kFormat = "ordvane-run";
+constexpr std::int64_t kVersion = 1;
+constexpr std::int32_t kMostSteps = 32767;
+constexpr std::int64_t kMostLong = 2147483647;
+constexpr std::int32_t kLongestSheetName = 31;
+constexpr std::int32_t kLongestBookName = 255;
+constexpr std::size_t kLargestFile = std::size_t{1} << 30;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr const char* kAutomaticFunction = "DralAuto";
+
+template <class T>
+struct Field {
+  std::string_view name;
+  bool required;
+  void (*read)(const JsonValue& value, T& into);
+};
+
+// --- names and addresses ------------------------------------------------------------------------
+
+std::string name_without(const JsonValue& value, std::string_view forbidden, std::int32_t limit) {
+  std::string name = value.text();
+  if (name.empty()) value.fail("is empty; a name is expected");
+  const auto bad = std::find_if(name.begin(), name.end(), [forbidden](char character) {
+    return forbidden.find(character) != std::string_view::npos || static_cast<unsigned char>(character) < ' ';
+  });
+  if (bad != name.end())
+    value.fail("is " + value.shown() + "; a name without " + one_line(std::string(1, *bad)) + " is expected");
+  const std::int32_t length = model::utf16_length(name);
+  if (length > limit)
+    value.fail("is " + value.shown() + ", " + std::to_string(length) + " characters long; at most " +
+               std::to_string(limit) + " are possible");
+  return name;
+}
+
+std::string book_name(const JsonValue& value) {
+  return name_without(value, "\\/:*?\"<>|[]", kLongestBookName);
+}
+
+std::string sheet_name(const JsonValue& value) {
+  std::string name = name_without(value, "\\/:*?[]", kLongestSheetName);
+  if (name.starts_with('\'') || name.ends_with('\''))
+    value.fail("is " + value.shown() + "; a name without ' at its ends is expected");
+  return name;
+}
+
+std::string cell_text(const JsonValue& value) {
+  const std::optional<Cell> cell = parse_cell(value.text());
+  if (!cell) value.fail_expecting("a cell from A1 to XFD1048576");
+  return to_text(*cell);
+}
+
+std::string range_text(const JsonValue& value) {
+  const std::optional<CellRange> range = parse_range(value.text());
+  if (!range) value.fail_expecting("a cell or a range of cells such as B2:D4");
+  return to_text(*range);
+}
+
+// --- fields -------------------------------------------------------------------------------------
+
+template <class T>
+void read_object(const JsonValue& value, T& into);
+
+template <class T>
+void read_list(const JsonValue& value, const char* what, std::vector<T>& into) {
+  value.expect_list(what);
+  into.resize(value.data().size());
+  for (std::size_t i = 0; i < into.size(); ++i) read_object(value.element(i), into[i]);
+}
+
+std::optional<double> number_or_null(const JsonValue& value) {
+  if (value.is_null()) return std::nullopt;
+  return value.number();
+}
+
+constexpr auto kLabelFields = std::to_array<Field<LabelCell>>({
+    {"cell", true, [](const JsonValue& v, LabelCell& label) { label.cell = cell_text(v); }},
+    {"text", true, [](const JsonValue& v, LabelCell& label) { label.text = v.text(); }},
+});
+
+constexpr auto kItemFields = std::to_array<Field<Item>>({
+    {"name", false, [](const JsonValue& v, Item& item) { item.name = v.text(); }},
+    {"book", true, [](const JsonValue& v, Item& item) { item.book = book_name(v); }},
+    {"sheet", true, [](const JsonValue& v, Item& item) { item.sheet = sheet_name(v); }},
+    {"cell", true, [](const JsonValue& v, Item& item) { item.cell = cell_text(v); }},
+    {"range", false, [](const JsonValue& v, Item& item) { item.range = range_text(v); }},
+    {"base", true, [](const JsonValue& v, Item& item) { item.base = number_or_null(v); }},
+    {"formula", false, [](const JsonValue& v, Item& item) { item.formula = v.text(); }},
+    {"function", false, [](const JsonValue& v, Item& item) { item.function = v.text(); }},
+    {"numberFormat", false, [](const JsonValue& v, Item& item) { item.number_format = v.text(); }},
+    {"date", false, [](const JsonValue& v, Item& item) { item.date = v.boolean(); }},
+    {"locked", false, [](const JsonValue& v, Item& item) { item.locked = v.boolean(); }},
+    {"labels", false, [](const JsonValue& v, Item& item) { read_list(v, "labels", item.labels); }},
+    {"defaultName", false, [](const JsonValue& v, Item& item) { item.default_name = v.text(); }},
+});
+
+constexpr auto kInputFields = std::to_array<Field<Input>>({
+    {"steps", true,
+     [](const JsonValue& v, Input& input) {
+       input.steps = static_cast<std::int32_t>(v.integer(1, kMostSteps));
+     }},
+    {"savedSamples", false, [](const JsonValue& v, Input& input) { input.saved_samples = v.boolean(); }},
+    {"automatic", false, [](const JsonValue& v, Input& input) { input.automatic = v.boolean(); }},
+    {"low", false, [](const JsonValue& v, Input& input) { input.low = v.number(); }},
+    {"high", false, [](const JsonValue& v, Input& input) { input.high = v.number(); }},
+});
+
+constexpr auto kOutputFields = std::to_array<Field<Output>>({
+    {"rangeName", false, [](const JsonValue& v, Output& output) { output.range_name = v.text(); }},
+    {"rangeIndex", false,
+     [](const JsonValue& v, Output& output) {
+       output.range_index = static_cast<std::int32_t>(v.integer(1, kMostLong));
+     }},
+});
+
+void read_recalculations(const JsonValue& value, Run& run);
+void check_places(const JsonValue& list, std::span<const Item* const> items);
+
+template <class T>
+void read_items(const JsonValue& value, const char* what, std::vector<T>& items) {
+  read_list(value, what, items);
+  std::vector<const Item*> pointers;
+  for (const T& item : items) pointers.push_back(&item);
+  check_places(value, pointers);
+}
+
+// In the order in which they are read: the recalculations need all the others.
+constexpr auto kRunFields = std::to_array<Field<Run>>({
+    {"$schema", false, [](const JsonValue& v, Run&) { v.text(); }},
+    {"format", true, [](const JsonValue&, Run&) {}},   // verified before any other field
+    {"version", true, [](const JsonValue&, Run&) {}},  // likewise
+    {"simulations", true,
+     [](const JsonValue& v, Run& run) {
+       run.simulations = static_cast<std::int32_t>(v.integer(1, kMostLong));
+     }},
+    {"samplingType", false,
+     [](const JsonValue& v, Run& run) {
+       run.sampling_type = static_cast<std::int32_t>(v.integer(0, kMostLong));
+     }},
+    {"inputs", true, [](const JsonValue& v, Run& run) { read_items(v, "inputs", run.inputs); }},
+    {"outputs", true, [](const JsonValue& v, Run& run) { read_items(v, "outputs", run.outputs); }},
+    {"recalculations", true, read_recalculations},
+});
+
+// The tables of one kind of object, and what its fields have to fulfil together.
+template <class T>
+struct Rules;
+
+// --- fields that depend on each other -----------------------------------------------------------
+
+void complete(const JsonValue&, LabelCell&) {}
+void complete(const JsonValue&, Run&) {}
+
+void complete_item(const JsonValue& value, Item& item) {
+  const Cell cell = *parse_cell(item.cell);
+  if (item.range.empty()) item.range = item.cell;
+  if (!parse_range(item.range)->holds(cell))
+    value.member("range").fail("is " + item.range + ", which does not hold the item's cell " + item.cell);
+  for (std::size_t i = 0; i < item.labels.size(); ++i)
+    if (item.labels[i].cell == item.cell)
+      value.member("labels").element(i).member("cell").fail("is " + item.cell + ", the item's own cell");
+  if (item.formula.find(item.function) == std::string::npos)
+    value.member("function")
+        .fail("is " + value.member("function").shown() + ", which is no part of the formula " +
+              quoted_text(item.formula));
+}
+
+// As a cell with this constant shows it in its formula.
+std::string constant_formula(const std::optional<double>& base) {
+  if (!base) return "";
+  std::array<char, 32> digits{};
+  const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), *base);
+  return {digits.data(), written.ptr};
+}
+
+bool calls_automatic_function(const Input& input) {
+  std::string_view function = input.function.empty() ? input.formula : input.function;
+  if (function.starts_with('=')) function.remove_prefix(1);
+  return function.starts_with(kAutomaticFunction);
+}
+
+void complete(const JsonValue& value, Input& input) {
+  if (!value.has("formula")) {
+    input.formula = constant_formula(input.base);
+    if (input.automatic) input.formula = std::string("=") + kAutomaticFunction + "(" + input.formula + ")";
+  }
+  complete_item(value, input);
+  const bool automatic = calls_automatic_function(input);
+  if (value.has("automatic") && input.automatic != automatic)
+    value.member("automatic")
+        .fail(std::string(automatic ? "is false, but the input's function is "
+                                    : "is true, but the input's function is not ") +
+              kAutomaticFunction);
+  input.automatic = automatic;
+  if (input.low && input.high && *input.low > *input.high)
+    value.member("low").fail("is " + value.member("low").shown() + ", above the field \"high\", which is " +
+                             value.member("high").shown());
+}
+
+void complete(const JsonValue& value, Output& output) {
+  if (!value.has("formula")) output.formula = constant_formula(output.base);
+  complete_item(value, output);
+  if (output.range_name.empty() != (output.range_index == 0))
+    value.fail("the fields \"rangeName\" and \"rangeIndex\" are expected together");
+}
+
+template <>
+struct Rules<LabelCell> {
+  static constexpr auto tables = std::tie(kLabelFields);
+};
+template <>
+struct Rules<Input> {
+  static constexpr auto tables = std::tie(kItemFields, kInputFields);
+};
+template <>
+struct Rules<Output> {
+  static constexpr auto tables = std::tie(kItemFields, kOutputFields);
+};
+template <>
+struct Rules<Run> {
+  static constexpr auto tables = std::tie(kRunFields);
+};
+
+template <class T>
+std::vector<KnownField> fields_of() {
+  std::vector<KnownField> known;
+  std::apply(
+      [&known](const auto&... tables) {
+        const auto add = [&known](const auto& table) {
+          for (const auto& field : table) known.push_back({field.name, field.required});
+        };
+        (add(tables), ...);
+      },
+      Rules<T>::tables);
+  return known;
+}
+
+void refuse_unknown_fields(const JsonValue& value, const std::vector<KnownField>& known) {
+  const auto is_known = [&known](const std::string& name) {
+    return std::any_of(known.begin(), known.end(),
+                       [&name](const KnownField& field) { return field.name == name; });
+  };
+  for (const auto& [name, unused] : value.data().items()) {
+    if (is_known(name)) continue;
+    const std::string_view nearest = nearest_field(name, known);
+    if (!nearest.empty())
+      value.member(name).fail("unknown field; is \"" + std::string(nearest) + "\" meant?");
+    std::string all;
+    for (const KnownField& field : known) all += (all.empty() ? "" : ", ") + std::string(field.name);
+    value.member(name).fail("unknown field; known ones are " + all);
+  }
+}
+
+template <class T>
+void read_object(const JsonValue& value, T& into) {
+  value.expect_object();
+  refuse_unknown_fields(value, fields_of<T>());
+  const auto read_table = [&value, &into](const auto& table) {
+    for (const auto& field : table) {
+      if (value.has(field.name))
+        field.read(value.member(field.name), into);
+      else if (field.required)
+        value.fail("the field \"" + std::string(field.name) + "\" is missing");
+    }
+  };
+  std::apply([&read_table](const auto&... tables) { (read_table(tables), ...); }, Rules<T>::tables);
+  complete(value, into);
+}
+
+// --- the run ------------------------------------------------------------------------------------
+
+void check_places(const JsonValue& list, std::span<const Item* const> items) {
+  std::map<std::tuple<std::string, std::string, std::string>, std::size_t> places;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const Item& item = *items[i];
+    const auto [place, added] = places.try_emplace({folded(item.book), folded(item.sheet), item.cell}, i);
+    if (!added)
+      list.element(i).member("cell").fail("is " + item.cell + " on " + quoted_text(item.sheet) + " of " +
+                                          quoted_text(item.book) + ", like that of " +
+                                          list.element(place->second).path());
+  }
+}
+
+// Beside the run file or in a folder under it: a run cannot point at other files of the machine.
+std::filesystem::path csv_path(const JsonValue& value, const Run& run) {
+  const std::string name = value.text();
+  const std::filesystem::path path(name);
+  const bool plain = !name.empty() && path.is_relative() && path.has_filename() &&
+                     name.find_first_of("\\:") == std::string::npos &&
+                     std::find(path.begin(), path.end(), "..") == path.end();
+  if (!plain) value.fail_expecting("the name of a CSV file beside the run file, such as model.run.csv,");
+  return run.file.parent_path() / path;
+}
+
+void read_recalculations(const JsonValue& value, Run& run) {
+  if (value.data().is_string()) return read_csv_rows(csv_path(value, run), run);
+  if (!value.data().is_array()) value.fail_expecting("the name of a CSV file or a list of rows");
+  read_inline_rows(value, run);
+}
+
+void check_format(const JsonValue& root) {
+  root.expect_object();
+  for (const char* field : {"format", "version"})
+    if (!root.has(field))
+      root.fail("the field \"" + std::string(field) + "\" is missing; is this a run file?");
+  const JsonValue format = root.member("format");
+  if (format.data() != kFormat) format.fail_expecting('"' + std::string(kFormat) + '"');
+  const JsonValue version = root.member("version");
+  if (version.data() != kVersion) version.fail_expecting(std::to_string(kVersion));
+}
+
+std::string read_file(const std::filesystem::path& path) {
+  const auto fail = [&path](const std::string& problem) { throw BadRun(path.string(), "", problem); };
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) fail("is a folder; a run file is expected");
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  if (!file) fail("cannot be read: " + std::generic_category().message(errno));
+  std::string text;
+  constexpr std::size_t kBlock = 1 << 16;
+  for (;;) {
+    const std::size_t size = text.size();
+    text.resize(size + std::max(kBlock, size));
+    const std::size_t got = std::fread(text.data() + size, 1, text.size() - size, file.get());
+    text.resize(size + got);
+    if (got == 0) break;
+    if (text.size() > kLargestFile)
+      fail("is larger than 1 GiB; keep the recalculated values in a CSV file beside the run file");
+  }
+  if (std::ferror(file.get())) fail("cannot be read: " + std::generic_category().message(errno));
+  return text;
+}
+
+std::string_view checked_text(std::string_view text, const std::string& file) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  if (text.find_first_not_of(" \t\r\n") == std::string_view::npos)
+    throw BadRun(file, "", "is empty; a run file is expected");
+  const std::size_t invalid = first_invalid_byte(text);
+  if (invalid != std::string_view::npos) {
+    const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(invalid), '\n') + 1;
+    throw BadRun(file, std::to_string(line),
+                 "is not UTF-8 text (byte " + one_line(text.substr(invalid, 1)) + "); UTF-8 is expected");
+  }
+  return text;
+}
+
+std::size_t edit_distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i);
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+      diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
+    }
+  }
+  return row[b.size()];
+}
+
+}  // namespace
+
+BadRun::BadRun(const std::string& file, const std::string& where, const std::string& problem)
+    : std::runtime_error(one_line(file + (where.empty() ? "" : ":" + where) + ": " + problem)) {}
+
+std::vector<KnownField> known_fields(Section section) {
+  switch (section) {
+    case Section::kRun:
+      return fields_of<Run>();
+    case Section::kInput:
+      return fields_of<Input>();
+    case Section::kOutput:
+      return fields_of<Output>();
+    case Section::kLabel:
+      return fields_of<LabelCell>();
+  }
+  return {};
+}
+
+std::string_view nearest_field(std::string_view name, const std::vector<KnownField>& known) {
+  constexpr std::size_t kLongestName = 64;
+  if (name.size() > kLongestName) return {};
+  const auto plain = [](std::string_view text) {
+    std::string letters = folded(text);
+    std::erase_if(letters,
+                  [](char character) { return character == '_' || character == '-' || character == ' '; });
+    return letters;
+  };
+  std::string_view nearest;
+  std::size_t least = std::max<std::size_t>(1, name.size() / 3) + 1;
+  for (const KnownField& field : known) {
+    const std::size_t distance = edit_distance(plain(name), plain(field.name));
+    if (distance >= least) continue;
+    least = distance;
+    nearest = field.name;
+  }
+  return nearest;
+}
+
+Run read_run(const std::filesystem::path& file) {
+  const std::string name = file.string();
+  const std::string text = read_file(file);
+  const Json tree = parse_json(checked_text(text, name), name);
+  const JsonValue root(tree, "", name);
+  check_format(root);
+  Run run;
+  run.file = file;
+  read_object(root, run);
+  return run;
+}
+
+}  // namespace ordvane::runfile

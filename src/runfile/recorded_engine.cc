@@ -1,0 +1,426 @@
+#include "runfile/recorded_engine.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <tuple>
+#include <utility>
+
+#include "model/text.h"
+#include "runfile/cell_address.h"
+#include "runfile/utf8.h"
+#include "runfile/values.h"
+
+namespace ordvane::runfile {
+namespace {
+
+using engine::kInput;
+using engine::kOutput;
+
+constexpr std::int32_t kDone = 0;
+constexpr std::int32_t kRefused = 1;
+constexpr std::int32_t kContextMark = 0x4F720000;  // tells the engine's own context words from others
+
+// The books, sheets and cells that hold items of one kind, in the order of the run file. Spreadsheets do not
+// tell names apart by case.
+class Places {
+ public:
+  struct Place {
+    std::int32_t book = 0, sheet = 0, cell = 0;
+  };
+
+  void add(const Item& item) {
+    const auto [book, new_book] =
+        book_numbers_.try_emplace(folded(item.book), static_cast<std::int32_t>(books_.size()));
+    if (new_book) books_.push_back({item.book, {}, {}});
+    Book& held = books_[static_cast<std::size_t>(book->second)];
+    const auto [sheet, new_sheet] =
+        held.sheet_numbers.try_emplace(folded(item.sheet), static_cast<std::int32_t>(held.sheets.size()));
+    if (new_sheet) held.sheets.push_back({item.sheet, {}});
+    std::vector<const Item*>& cells = held.sheets[static_cast<std::size_t>(sheet->second)].cells;
+    places_.push_back({book->second, sheet->second, static_cast<std::int32_t>(cells.size())});
+    cells.push_back(&item);
+  }
+
+  const Place& of_item(std::size_t item) const { return places_[item]; }
+  // Each is null outside the lists.
+  const std::string* book(std::int32_t index) const {
+    const Book* found = at(books_, index);
+    return found ? &found->name : nullptr;
+  }
+  std::int32_t sheets_in_book(std::int32_t index) const {
+    return static_cast<std::int32_t>(books_[static_cast<std::size_t>(index)].sheets.size());
+  }
+  const std::string* sheet(std::int32_t book, std::int32_t index) const {
+    const Sheet* found = sheet_at(book, index);
+    return found ? &found->name : nullptr;
+  }
+  const Item* cell(std::int32_t book, std::int32_t sheet, std::int32_t index) const {
+    const Sheet* found = sheet_at(book, sheet);
+    const Item* const* item = found ? at(found->cells, index) : nullptr;
+    return item ? *item : nullptr;
+  }
+
+ private:
+  struct Sheet {
+    std::string name;
+    std::vector<const Item*> cells;
+  };
+  struct Book {
+    std::string name;
+    std::vector<Sheet> sheets;
+    std::map<std::string, std::int32_t> sheet_numbers;
+  };
+
+  template <class T>
+  static const T* at(const std::vector<T>& list, std::int32_t index) {
+    return index >= 0 && static_cast<std::size_t>(index) < list.size()
+               ? &list[static_cast<std::size_t>(index)]
+               : nullptr;
+  }
+  const Sheet* sheet_at(std::int32_t book, std::int32_t index) const {
+    const Book* found = at(books_, book);
+    return found ? at(found->sheets, index) : nullptr;
+  }
+
+  std::vector<Book> books_;
+  std::map<std::string, std::int32_t> book_numbers_;
+  std::vector<Place> places_;
+};
+
+// An input of the ordered list.
+struct ListedInput {
+  const Input* input;
+  std::size_t item;          // position among all inputs of the run
+  std::int64_t recorded_at;  // first recalculation in the run
+  std::int32_t first;        // first recalculation as the engine counts them
+};
+
+// The item's own part of its formula, by one-based positions of UTF-16 units. Without a function of its own
+// the item is the whole formula behind its "=".
+std::pair<std::int32_t, std::int32_t> function_position(const Item& item) {
+  if (item.formula.empty()) return {0, 0};
+  if (item.function.empty())
+    return {item.formula.size() > 1 && item.formula.front() == '=' ? 2 : 1,
+            model::utf16_length(item.formula)};
+  const std::size_t at = item.formula.find(item.function);
+  if (at == std::string::npos) return {0, 0};
+  const std::int32_t before = model::utf16_length(std::string_view(item.formula).substr(0, at));
+  return {before + 1, before + model::utf16_length(item.function)};
+}
+
+bool is_blank(const std::string& name) {
+  return name.find_first_not_of(' ') == std::string::npos;
+}
+
+std::string label_text(const Item& item) {
+  std::string text;
+  for (const LabelCell& label : item.labels) text += (text.empty() ? "" : " / ") + label.text;
+  return text;
+}
+
+std::string absolute_cell(const std::string& text) {
+  const auto cell = parse_cell(text);
+  return cell ? to_absolute_text(*cell) : text;
+}
+
+std::string absolute_range(const std::string& text) {
+  const auto range = parse_range(text);
+  return range ? to_absolute_text(*range) : text;
+}
+
+std::int16_t flag(bool value) {
+  return value ? 1 : 0;
+}
+
+class RecordedEngine : public engine::Engine {
+ public:
+  explicit RecordedEngine(std::shared_ptr<const Run> run)
+      : run_(std::move(run)), sampling_type_(run_->sampling_type) {
+    std::int64_t recorded_at = 0;
+    std::int64_t first = 0;
+    for (std::size_t i = 0; i < run_->inputs.size(); ++i) {
+      const Input& input = run_->inputs[i];
+      places_[kInput].add(input);
+      if (input.saved_samples) {
+        listed_.push_back({&input, i, recorded_at, static_cast<std::int32_t>(first)});
+        first += input.steps;
+      }
+      recorded_at += input.steps;
+    }
+    recalculations_ = static_cast<std::int32_t>(first);
+    for (const Output& output : run_->outputs) places_[kOutput].add(output);
+  }
+
+  std::int32_t open_contexts() const { return static_cast<std::int32_t>(open_.size()); }
+
+  void load_library(const std::string&) override {}
+
+  std::int32_t DrllibInitLibraryVB(const std::string&, const std::string&, std::int32_t& a, std::int32_t& b,
+                                   std::int32_t& c, std::int32_t& d) override {
+    const std::int32_t number = ++contexts_made_;
+    a = kContextMark + number;
+    b = ~a;
+    c = a ^ b;
+    d = number;
+    open_[a] = {b, c, d};
+    return kDone;
+  }
+
+  // Closes a context whose words are those that its initialisation wrote; refuses any other, such as one
+  // that is closed already, and changes nothing then.
+  std::int32_t DrllibFreeLibraryVB(std::int32_t a, std::int32_t& b, std::int32_t c, std::int32_t& d,
+                                   std::int32_t&, std::int32_t&, std::int32_t&, std::string&) override {
+    const auto context = open_.find(a);
+    if (context == open_.end() || context->second != ContextWords{b, c, d}) return kRefused;
+    open_.erase(context);
+    return kDone;
+  }
+
+  std::int32_t DRL4_Init(std::int32_t) override { return kDone; }
+
+  std::int32_t DRL4_GetSimStats(std::int32_t, std::int32_t& numberOfSimulations,
+                                std::int32_t& numberOfIterations) override {
+    numberOfSimulations = run_->simulations;
+    numberOfIterations = recalculations_;
+    return kDone;
+  }
+
+  std::int32_t DRL4_GetNumInputsAndOutputs(std::int32_t, std::int32_t mode, std::int32_t& numInputs,
+                                           std::int32_t& numOutputs) override {
+    if (mode != 0) return kRefused;
+    numInputs = static_cast<std::int32_t>(run_->inputs.size());
+    numOutputs = static_cast<std::int32_t>(run_->outputs.size());
+    return kDone;
+  }
+
+  std::int32_t DRL4_GetNumInputsWithSavedSamples(std::int32_t, std::int32_t& numInputs) override {
+    numInputs = static_cast<std::int32_t>(listed_.size());
+    return kDone;
+  }
+
+  std::int32_t DRL4_GetVaryMultis(std::int32_t, std::span<std::int32_t> list, std::int32_t& a,
+                                  std::int32_t& b, std::int32_t& c) override {
+    a = static_cast<std::int32_t>(listed_.size());
+    b = recalculations_;
+    c = 0;
+    const std::size_t fitting = std::min(listed_.size(), list.size() / 2);
+    for (std::size_t i = 0; i < fitting; ++i) {
+      list[2 * i] = static_cast<std::int32_t>(i) + 1;
+      list[2 * i + 1] = listed_[i].input->steps;
+    }
+    return fitting == listed_.size() ? kDone : kRefused;
+  }
+
+  std::int32_t DRL4_GetUsedVaryMultis(std::int32_t, std::int32_t, std::int32_t, std::span<std::int32_t>,
+                                      std::int32_t, std::int32_t, std::span<std::int32_t>) override {
+    return kRefused;
+  }
+
+  std::int32_t DRL4_GetVaryCountList(std::int32_t, std::span<std::int16_t> list,
+                                     std::int32_t count) override {
+    const auto wanted = static_cast<std::size_t>(std::max(count, 0));
+    const std::size_t fitting = std::min({wanted, list.size(), listed_.size()});
+    for (std::size_t i = 0; i < fitting; ++i) list[i] = static_cast<std::int16_t>(listed_[i].input->steps);
+    return fitting == wanted ? kDone : kRefused;
+  }
+
+  std::int32_t DRL4_GetDoubleInputOrOutputData(std::int32_t, std::int32_t kind, std::int32_t index,
+                                               std::int32_t run, std::int32_t first, std::int32_t last,
+                                               std::span<double> data, std::int32_t) override {
+    if (!has_item(kind, index) || run < 0 || run >= run_->simulations) return kRefused;
+    if (first < 0 || first > last || first >= recalculations_) return kRefused;
+    const auto wanted = static_cast<std::size_t>(last) - static_cast<std::size_t>(first) + 1;
+    const auto recorded = static_cast<std::size_t>(recalculations_ - first);
+    data = data.first(std::min({wanted, recorded, data.size()}));
+    if (kind == kInput)
+      copy_input(listed_[static_cast<std::size_t>(index)], run, first, data);
+    else
+      copy_output(static_cast<std::size_t>(index), run, first, data);
+    return data.size() == wanted ? kDone : kRefused;
+  }
+
+  std::int32_t DRL4_DoubleIsNaN(double value) override { return std::isnan(value) ? 1 : 0; }
+  std::int32_t DRL4_DoubleIsError(double value) override { return is_encoded_error(value) ? 1 : 0; }
+  std::int32_t DRL4_GetSamplingType(std::int32_t) override { return sampling_type_; }
+  std::int32_t DRL4_SetSamplingType(std::int32_t, std::int32_t type) override {
+    sampling_type_ = type;
+    return kDone;
+  }
+
+  std::int32_t DRL7_GetOrderedInputInfoVB(std::int32_t, std::int16_t, std::int32_t index, std::string& name,
+                                          std::string& alternativeName, std::string& formula,
+                                          std::int32_t& functionStart, std::int32_t& functionStop,
+                                          std::int16_t& useDefaultName, std::int32_t& bookIndex,
+                                          std::int32_t& sheetIndex, std::int32_t& cellIndex,
+                                          std::int32_t& formulaIndex, std::int16_t& inCellIndex,
+                                          std::int16_t& isLocked, std::int16_t& isMulti,
+                                          std::int16_t& rangeType, double& minChange, double& maxChange,
+                                          std::int16_t& distForRange) override {
+    if (!has_item(kInput, index)) return kRefused;
+    const ListedInput& listed = listed_[static_cast<std::size_t>(index)];
+    name_item(*listed.input, name, alternativeName, useDefaultName);
+    place_item(kInput, listed.item, bookIndex, sheetIndex, cellIndex, formulaIndex, inCellIndex);
+    formula = listed.input->formula;
+    std::tie(functionStart, functionStop) = function_position(*listed.input);
+    isLocked = flag(listed.input->locked);
+    isMulti = 0;
+    rangeType = 0;
+    distForRange = 0;
+    std::tie(minChange, maxChange) = range_of_variation(listed);
+    return kDone;
+  }
+
+  std::int32_t DRL7_GetOrderedOutputInfoVB(std::int32_t, std::int16_t, std::int32_t index, std::string& name,
+                                           std::string& alternativeName, std::string& formula,
+                                           std::int32_t& functionStart, std::int32_t& functionStop,
+                                           std::int16_t& useDefaultName, std::int32_t& bookIndex,
+                                           std::int32_t& sheetIndex, std::int32_t& cellIndex,
+                                           std::int32_t& formulaIndex, std::int16_t& inCellIndex,
+                                           std::int16_t& isLocked, std::int16_t& dateFlag,
+                                           std::string& outputRangeName, std::int32_t& outputRangeIndex,
+                                           std::int32_t& dralOutputIndex) override {
+    if (!has_item(kOutput, index)) return kRefused;
+    const Output& output = run_->outputs[static_cast<std::size_t>(index)];
+    name_item(output, name, alternativeName, useDefaultName);
+    place_item(kOutput, static_cast<std::size_t>(index), bookIndex, sheetIndex, cellIndex, formulaIndex,
+               inCellIndex);
+    formula = output.formula;
+    std::tie(functionStart, functionStop) = function_position(output);
+    isLocked = flag(output.locked);
+    dateFlag = flag(output.date);
+    outputRangeName = output.range_name;
+    outputRangeIndex = output.range_index;
+    dralOutputIndex = index;
+    return kDone;
+  }
+
+  std::int32_t DRL7_GetWorkbookWithInputOrOutputVB(std::int32_t, std::int16_t, std::int32_t kind,
+                                                   std::int32_t bookIndex, std::int32_t& sheetsInBook,
+                                                   std::string& workbook) override {
+    const std::string* book = is_kind(kind) ? places_[kind].book(bookIndex) : nullptr;
+    if (!book) return kRefused;
+    sheetsInBook = places_[kind].sheets_in_book(bookIndex);
+    workbook = *book;
+    return kDone;
+  }
+
+  std::int32_t DRL7_GetSheetWithInputOrOutputVB(std::int32_t, std::int16_t, std::int32_t kind,
+                                                std::int32_t bookIndex, std::int32_t sheetIndex,
+                                                std::string& sheet) override {
+    const std::string* found = is_kind(kind) ? places_[kind].sheet(bookIndex, sheetIndex) : nullptr;
+    if (!found) return kRefused;
+    sheet = *found;
+    return kDone;
+  }
+
+  // A cell holds one item, in its one formula.
+  std::int32_t DRL7_GetCellWithInputOrOutputVB(std::int32_t, std::int16_t, std::int32_t kind,
+                                               std::int32_t bookIndex, std::int32_t sheetIndex,
+                                               std::int32_t cellIndex, std::int32_t formulaIndex,
+                                               std::int16_t inCellIndex, std::string& cellAddress,
+                                               std::string& rangeAddress,
+                                               std::int32_t& itemsInCell) override {
+    const Item* item = is_kind(kind) ? places_[kind].cell(bookIndex, sheetIndex, cellIndex) : nullptr;
+    if (!item || formulaIndex != 0 || inCellIndex != 1) return kRefused;
+    cellAddress = absolute_cell(item->cell);
+    rangeAddress = absolute_range(item->range.empty() ? item->cell : item->range);
+    itemsInCell = 1;
+    return kDone;
+  }
+
+ private:
+  using ContextWords = std::array<std::int32_t, 3>;
+
+  static bool is_kind(std::int32_t kind) { return kind == kInput || kind == kOutput; }
+  bool has_item(std::int32_t kind, std::int32_t index) const {
+    if (!is_kind(kind) || index < 0) return false;
+    return static_cast<std::size_t>(index) < (kind == kInput ? listed_.size() : run_->outputs.size());
+  }
+
+  // An item without a name goes by the texts beside its cell, which count as its name, or else by its
+  // default name.
+  static void name_item(const Item& item, std::string& name, std::string& alternative,
+                        std::int16_t& use_default) {
+    const bool labelled = is_blank(item.name) && !item.labels.empty();
+    name = labelled ? label_text(item) : item.name;
+    alternative = item.default_name;
+    use_default = flag(labelled);
+  }
+
+  void place_item(std::int32_t kind, std::size_t item, std::int32_t& book, std::int32_t& sheet,
+                  std::int32_t& cell, std::int32_t& formula, std::int16_t& in_cell) const {
+    const Places::Place& place = places_[kind].of_item(item);
+    book = place.book;
+    sheet = place.sheet;
+    cell = place.cell;
+    formula = 0;
+    in_cell = 1;
+  }
+
+  // As the run states it, else from the lowest to the highest value used; 0, 0 when there is none.
+  std::pair<double, double> range_of_variation(const ListedInput& listed) const {
+    double low = std::numeric_limits<double>::infinity();
+    double high = -low;
+    for (std::int32_t simulation = 0; simulation < run_->simulations; ++simulation) {
+      const double* values =
+          run_->input_values.data() + run_->input_value_index(simulation, listed.recorded_at);
+      for (std::int32_t step = 0; step < listed.input->steps; ++step) {
+        low = std::fmin(low, values[step]);
+        high = std::fmax(high, values[step]);
+      }
+    }
+    if (low > high) low = high = 0;
+    return {listed.input->low.value_or(low), listed.input->high.value_or(high)};
+  }
+
+  // Recalculations `first` and following, as many as `data` has room for; all of them exist.
+  void copy_input(const ListedInput& listed, std::int32_t run, std::int32_t first,
+                  std::span<double> data) const {
+    std::ranges::fill(data, listed.input->base.value_or(std::numeric_limits<double>::quiet_NaN()));
+    copy_steps(listed, run_->input_values.data() + run_->input_value_index(run, listed.recorded_at), first,
+               data);
+  }
+
+  void copy_output(std::size_t output, std::int32_t run, std::int32_t first, std::span<double> data) const {
+    const double* values = run_->output_values.data() + run_->output_value_index(run, output, 0);
+    if (recalculations_ == run_->recalculations) {
+      std::copy_n(values + first, data.size(), data.begin());
+      return;
+    }
+    for (const ListedInput& listed : listed_) copy_steps(listed, values + listed.recorded_at, first, data);
+  }
+
+  // Puts the values of one input's steps to where they fall in `data`, which starts at recalculation `first`.
+  static void copy_steps(const ListedInput& listed, const double* steps, std::int32_t first,
+                         std::span<double> data) {
+    const std::int64_t start = std::int64_t{listed.first} - first;
+    const std::int64_t from = std::max<std::int64_t>(start, 0);
+    const std::int64_t to =
+        std::min<std::int64_t>(start + listed.input->steps, static_cast<std::int64_t>(data.size()));
+    if (from < to) std::copy(steps + (from - start), steps + (to - start), data.begin() + from);
+  }
+
+  std::shared_ptr<const Run> run_;
+  std::int32_t sampling_type_;
+  std::int32_t recalculations_ = 0;  // of the listed inputs
+  std::vector<ListedInput> listed_;
+  Places places_[2];  // by kind
+  std::int32_t contexts_made_ = 0;
+  std::map<std::int32_t, ContextWords> open_;
+};
+
+}  // namespace
+
+std::shared_ptr<engine::Engine> make_recorded_engine(std::shared_ptr<const Run> run) {
+  return std::make_shared<RecordedEngine>(std::move(run));
+}
+
+std::int32_t open_contexts(const engine::Engine& engine) {
+  const auto* recorded = dynamic_cast<const RecordedEngine*>(&engine);
+  return recorded ? recorded->open_contexts() : 0;
+}
+
+}  // namespace ordvane::runfile
