@@ -10,8 +10,12 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/excel.h"
@@ -39,33 +43,45 @@ struct TitleLine {
 
 class ReportWorkbook {
  public:
-  // Into `target`, or into a new workbook when it is null.
+  // Into `target`, or into a new workbook when it is null. One workbook always holds all results, and texts
+  // come in the session's language, whatever the last two arguments say.
   ReportWorkbook(session::Session& session, std::string name, std::shared_ptr<host::Workbook> target,
                  bool single_workbook_all_results, std::int32_t language_id);
 
+  // Whether the spreadsheet may be told to show the finished reports.
   void SetExcelReady(bool ready);
-  // Report sheets replace sheets of the same name instead of taking a free name.
+  // Report sheets replace sheets of the same name instead of taking a free name. Sheets that this object has
+  // added are never replaced.
   void OverwriteExisting();
   // A sheet after the last one. A name that is taken gets " (2)", " (3)" … within the spreadsheet's 31
   // characters.
   std::shared_ptr<ReportSheet> AddSheet(const std::string& name);
-  // Sets the document properties and shows the first report sheet.
+  // Sets the document properties of a new workbook and shows the first report sheet.
   void ReportsComplete();
 
   // The workbook that holds the reports; null until the first sheet is added.
   std::shared_ptr<host::Workbook> workbook() const { return workbook_; }
 
  private:
+  struct SheetPlace {
+    std::string name;
+    std::shared_ptr<host::Worksheet> replaced;  // may be null
+  };
+
+  void open_workbook();
+  SheetPlace place_for(const std::string& name);
+  std::shared_ptr<host::Worksheet> take_worksheet();
+
   session::Session& session_;
   std::string name_;
   std::shared_ptr<host::Workbook> target_;
-  bool single_workbook_all_results_;
-  std::int32_t language_id_;
   bool excel_ready_ = false;
   bool overwrite_existing_ = false;
   std::shared_ptr<host::Workbook> workbook_;
   std::shared_ptr<host::Worksheet> empty_sheet_;  // the one a new workbook comes with, until it is used
   std::shared_ptr<host::Worksheet> first_sheet_;
+  std::set<std::string> added_;                 // names of the sheets added here
+  std::map<std::string, std::int32_t> copies_;  // by wanted name: how many names were tried
 };
 
 class ReportWorkbookFactory {
@@ -105,14 +121,30 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   friend class ReportTable;
   friend class ReportChart;
 
-  // First free row, counted from 1.
-  std::int32_t next_row_ = 1;
+  struct Room {
+    std::int32_t row, rows;
+  };
+
+  void settle_tables();
+  Room take_room(double height);
+  std::int32_t take_helper_columns(std::int32_t count);
+  std::int32_t last_column() const;
+  void fit_title_block();
+  void set_up_pages();
+
+  std::int32_t next_row_ = 1;    // first free row
+  std::optional<Room> vacated_;  // where a chart was taken away from above other things
   session::Session& session_;
   std::shared_ptr<host::Worksheet> worksheet_;
   std::string title_;
   std::vector<TitleLine> title_lines_;
-  std::vector<std::weak_ptr<ReportTable>> tables_;
-  std::int32_t helper_column_ = 0;  // first free column for the hidden figures that charts draw from
+  std::vector<std::shared_ptr<ReportTable>> tables_;
+  std::map<std::int32_t, double> settled_widths_;  // by column, characters
+  std::int32_t charts_ = 0;
+  double chart_width_ = 0;  // widest chart, points
+  std::int32_t helper_column_ =
+      0;  // first free column for the hidden figures that charts draw from; 0: none yet
+  std::map<std::pair<std::int32_t, std::int32_t>, std::string> notes_;  // by row and column
   bool report_pages_ = false;
 };
 
@@ -156,6 +188,9 @@ class ReportTable {
   // Cells of the header block.
   std::shared_ptr<host::Range> Header(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
                                       std::int32_t columns = 1);
+  // Fits the columns that are to fit, and the height of the captions, to what the table holds by now. The
+  // sheet sees to it before it places something below the table, and at its end.
+  void Settle();
 
  private:
   friend class ReportSheet;
@@ -164,11 +199,23 @@ class ReportTable {
   std::int32_t body_column() const;  // sheet column of body column 1
   std::int32_t header_row() const;   // sheet row of header row 1
   std::int32_t rows_on_sheet() const { return rows_ < 1 ? 1 : rows_; }
+  std::int32_t sheet_columns() const { return row_header_columns_ + columns_; }
+  std::int32_t last_row() const { return body_row() + rows_on_sheet() - 1; }
+
+  std::shared_ptr<host::Range> cells(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
+                                     std::int32_t columns = 1);
+  void write_captions(const std::string& caption, const std::string& subcaption);
+  void format_header();
+  void format_body();
+  double settle_column(std::int32_t column);
 
   ReportSheet& sheet_;
   std::int32_t first_row_;  // sheet row of the caption
   std::int32_t rows_, columns_, header_rows_, row_header_columns_;
   bool has_caption_, has_subcaption_;
+  bool settled_ = false;                          // nothing was written since the last Settle
+  std::map<std::int32_t, std::string> captions_;  // by sheet column
+  std::map<std::int32_t, double> widths_to_fit_;  // by sheet column that fits its contents: its width so far
 };
 
 // A chart on a report sheet. Made by ReportSheet::AddChart.
@@ -201,14 +248,24 @@ class ReportChart {
  private:
   friend class ReportSheet;
 
+  bool has_bars() const { return kind_ == kBarsKind; }
   void apply_title();
+  void apply_legend();
+  void set_axis(host::Axis& axis, const std::string& title, double minimum, double maximum, double major_unit,
+                const std::string& format);
+  void place_plot_area();
+
+  static constexpr std::int32_t kBarsKind = 64;
+  static constexpr std::int32_t kSpiderKind = 33;
 
   ReportSheet& sheet_;
   std::shared_ptr<host::ChartObject> container_;
   std::shared_ptr<host::Chart> chart_;
   std::int32_t kind_;
-  std::int32_t row_before_;  // the sheet's insertion row before the chart took its room
-  std::string title_, subtitle_;
+  std::int32_t room_row_ = 0, room_rows_ = 0;  // the rows that the sheet keeps for the chart
+  std::string title_, subtitle_, horizontal_title_;
+  double longest_name_ = 0;  // width of the longest name in the legend or beside the bars, points
+  std::optional<host::AxisScale> bar_scale_;  // of the value axis, where the report leaves it automatic
 };
 
 }  // namespace ordvane::tables

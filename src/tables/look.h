@@ -1,0 +1,43 @@
+// How report sheets look: one typeface, one scale of sizes, one palette. Colours are 0xBBGGRR.
+#pragma once
+
+#include "host/excel.h"
+
+namespace ordvane::tables::look {
+
+inline constexpr const char* kFont = "Calibri";
+
+// Sizes in points.
+inline constexpr double kTitleSize = 16;
+inline constexpr double kCaptionSize = 11;
+inline constexpr double kBodySize = 10;
+inline constexpr double kSmallSize = 9;
+inline constexpr double kChartTitleSize = 13;
+inline constexpr double kChartSubtitleSize = 9.5;
+
+inline constexpr host::Color kAccent = 0x993333;      // dark blue
+inline constexpr host::Color kHeaderTint = 0xF6EAE6;  // the accent, very light
+inline constexpr host::Color kText = 0x262626;
+inline constexpr host::Color kMuted = 0x737373;
+inline constexpr host::Color kRule = 0xC0C0C0;  // entry 15 of the spreadsheet's colour table
+inline constexpr host::Color kHairline = 0xE3E0DF;
+inline constexpr host::Color kGridline = 0xE6E6E6;
+inline constexpr host::Color kWatermark = 0xBFBFBF;
+
+inline constexpr double kTitleRowHeight = 27;
+inline constexpr double kHeaderRowHeight = 18;
+inline constexpr double kHeaderLineHeight = 13.5;
+
+inline host::FontFormat font(double size, host::Color color, bool bold = false, bool italic = false) {
+  return {.name = kFont, .size = size, .bold = bold, .italic = italic, .color = color};
+}
+
+inline host::BorderFormat rule(host::LineWeight weight, host::Color color) {
+  return {.line_style = static_cast<std::int32_t>(host::LineStyle::kContinuous),
+          .weight = static_cast<std::int32_t>(weight),
+          .color = color};
+}
+
+inline constexpr host::BorderFormat kNoLine = {.line_style = host::kXlNone};
+
+}  // namespace ordvane::tables::look

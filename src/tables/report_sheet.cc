@@ -1,0 +1,227 @@
+// Report sheets: places title block, tables and charts one below another, then sets the sheet up for reading
+// and printing.
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "model/text.h"
+#include "tables/look.h"
+#include "tables/report_workbook.h"
+#include "tables/text_estimate.h"
+
+namespace ordvane::tables {
+namespace {
+
+constexpr std::int32_t kReportPages = 1;  // the only sheet option there is
+
+constexpr std::int32_t kTitleColumns = 3;  // the title block has at least these to itself
+constexpr double kLabelMargin = 8;         // points beside the labels of a title block
+
+constexpr double kLeastBarsHeight = 180;
+constexpr double kHeightWithoutBars = 110;
+constexpr double kHeightOfBar = 22;
+
+// Tables longer than this are read by scrolling, and printed on several pages.
+constexpr std::int32_t kLongTableRows = 40;
+constexpr double kPortraitWidth = 540;  // points that still read well on an upright page
+constexpr double kPageWidth = 1500;     // and on a page lying down
+constexpr double kWideTable = 1000;     // wider than a screen
+constexpr std::int32_t kLongestPageText = 60;
+
+// A text within the codes of a page header or footer.
+std::string page_text(const std::string& text) {
+  std::string result;
+  for (const char c : model::shortened(text, kLongestPageText)) {
+    result += c;
+    if (c == '&') result += c;
+  }
+  return result;
+}
+
+std::string page_font(const char* style, const std::string& text) {
+  return std::string("&9&\"") + look::kFont + "," + style + "\"" + text;
+}
+
+bool is_long(std::int32_t rows) {
+  return rows > kLongTableRows;
+}
+
+}  // namespace
+
+ReportSheet::ReportSheet(session::Session& session, std::shared_ptr<host::Worksheet> worksheet)
+    : session_(session), worksheet_(std::move(worksheet)) {
+  worksheet_->set_display_gridlines(false);
+}
+
+void ReportSheet::AddTitleBlock(const std::string& title, const std::vector<TitleLine>& lines) {
+  title_ = title;
+  title_lines_ = lines;
+  const auto heading = worksheet_->range(1, 1, 1, 1);
+  heading->set_value(title);
+  heading->set_font(look::font(look::kTitleSize, look::kAccent, true));
+  heading->set_alignment(host::HAlign::kLeft, host::VAlign::kCenter);
+  heading->set_row_height(look::kTitleRowHeight);
+
+  const auto count = static_cast<std::int32_t>(lines.size());
+  if (count > 0) {
+    constexpr std::int32_t kFirstLine = 2;
+    host::CellBlock block(count, 2);
+    std::int32_t row = 0;
+    for (const TitleLine& line : lines) {
+      ++row;
+      block.set(row, 1, line.label);
+      block.set(row, 2, line.value);
+      // Texts stay texts, even one that looks like a date.
+      const bool is_text = line.value.kind == host::CellKind::kText;
+      if (is_text || !line.number_format.empty())
+        worksheet_->range(kFirstLine + row - 1, 2, 1, 1)
+            ->set_number_format_local(is_text ? "@" : line.number_format);
+    }
+    worksheet_->range(kFirstLine, 1, count, 2)->put(block);
+    worksheet_->range(kFirstLine, 1, count, 1)->set_font(look::font(look::kSmallSize, look::kMuted));
+    const auto values = worksheet_->range(kFirstLine, 2, count, 1);
+    values->set_font(look::font(look::kBodySize, look::kText));
+    values->set_alignment(host::HAlign::kLeft, host::VAlign::kBottom);
+  }
+  next_row_ = std::max(next_row_, 1 + count + 2);
+}
+
+void ReportSheet::AddTitleBlockEx(const std::string& title, const std::vector<TitleLine>& lines) {
+  AddTitleBlock(title, lines);
+}
+
+void ReportSheet::SetSheetOption(std::int32_t option) {
+  if (option == kReportPages) report_pages_ = true;
+}
+
+std::shared_ptr<ReportTable> ReportSheet::AddTable(std::int32_t rows, std::int32_t columns,
+                                                   std::int32_t header_rows, std::int32_t row_header_columns,
+                                                   const std::string& caption,
+                                                   const std::string& subcaption) {
+  settle_tables();
+  const auto table = std::make_shared<ReportTable>(*this, next_row_, rows, columns, header_rows,
+                                                   row_header_columns, caption, subcaption);
+  tables_.push_back(table);
+  next_row_ = table->last_row() + 2;
+  return table;
+}
+
+// Columns and header rows must have their sizes before anything is placed below them.
+void ReportSheet::settle_tables() {
+  for (const auto& table : tables_) table->Settle();
+}
+
+// The place of a chart that was taken away, where the new one fits; else below everything.
+ReportSheet::Room ReportSheet::take_room(double height) {
+  const double row_height = NextCell()->row_height();
+  const auto rows = static_cast<std::int32_t>(std::ceil(height / row_height)) + 1;
+  if (vacated_ && vacated_->rows >= rows) return *std::exchange(vacated_, std::nullopt);
+  return {std::exchange(next_row_, next_row_ + rows), rows};
+}
+
+std::shared_ptr<ReportChart> ReportSheet::AddChart(std::int32_t kind, double width, double height) {
+  settle_tables();
+  const Room room = take_room(height);
+  const auto cell = worksheet_->range(room.row, 1, 1, 1);
+  const auto chart = std::make_shared<ReportChart>(
+      *this, worksheet_->add_chart(cell->left(), cell->top(), width, height), kind);
+  chart->room_row_ = room.row;
+  chart->room_rows_ = room.rows;
+  chart_width_ = std::max(chart_width_, width);
+  ++charts_;
+  return chart;
+}
+
+void ReportSheet::RemoveChart(const std::shared_ptr<ReportChart>& chart) {
+  chart->Container()->remove();
+  --charts_;
+  const Room room = {chart->room_row_, chart->room_rows_};
+  if (room.row + room.rows == next_row_)
+    next_row_ = room.row;
+  else
+    vacated_ = room;
+}
+
+double ReportSheet::ChartHeightForBars(std::int16_t bars) const {
+  return std::max(kLeastBarsHeight, kHeightWithoutBars + kHeightOfBar * bars);
+}
+
+std::shared_ptr<host::Range> ReportSheet::NextCell() {
+  return worksheet_->range(next_row_, 1, 1, 1);
+}
+
+void ReportSheet::AddCellNote(host::Range& cell, const std::string& heading, const std::string& text) {
+  std::string& note = notes_[{cell.row(), cell.column()}];
+  if (!note.empty())
+    note += "\n" + text;
+  else
+    note = (heading.empty() ? "" : heading + ":\n") + text;
+  cell.add_comment(note);
+}
+
+std::int32_t ReportSheet::last_column() const {
+  std::int32_t last = kTitleColumns;
+  for (const auto& table : tables_) last = std::max(last, table->sheet_columns());
+  return last;
+}
+
+// A gap keeps them apart from the tables.
+std::int32_t ReportSheet::take_helper_columns(std::int32_t count) {
+  const std::int32_t first = std::max(helper_column_, last_column() + 2);
+  helper_column_ = first + count;
+  return first;
+}
+
+// Labels are never cut, and numbers never shown as "###".
+void ReportSheet::fit_title_block() {
+  double label_width = 0;
+  for (std::int32_t i = 0; const TitleLine& line : title_lines_) {
+    ++i;
+    label_width = std::max(label_width, estimated_width(line.label, look::kSmallSize));
+    if (!line.value.is_number()) continue;
+    const auto value = worksheet_->range(1 + i, 2, 1, 1);
+    const double width = value->column_width();
+    value->auto_fit_columns();
+    if (value->column_width() < width) value->set_column_width(width);
+  }
+  const auto labels = worksheet_->range(1, 1, 1, 1);
+  const double needed = column_characters(label_width + kLabelMargin);
+  if (labels->column_width() < needed) labels->set_column_width(needed);
+  worksheet_->range(1, 1, 1, last_column())
+      ->set_border(host::Edge::kBottom, look::rule(host::LineWeight::kMedium, look::kAccent));
+}
+
+void ReportSheet::set_up_pages() {
+  const double table_width = worksheet_->range(1, 1, 1, last_column())->width();
+  const double width = std::max(table_width, chart_width_);
+  host::PageSetup setup;
+  setup.landscape = width > kPortraitWidth;
+  setup.fit_to_pages_wide = std::max(1, static_cast<std::int32_t>(std::ceil(width / kPageWidth)));
+  setup.left_header = page_font("Bold", page_text(title_));
+  setup.right_header = page_font("Regular", "&F");
+  setup.center_footer = page_font("Regular", "&P / &N");
+  const auto& watermark = session_.watermark;
+  if (!watermark.text.empty()) {
+    setup.center_header = page_font("Regular", "&K808080" + page_text(watermark.primary));
+    if (!watermark.secondary.empty()) setup.center_header += "\n" + page_text(watermark.secondary);
+  }
+  if (!tables_.empty() && is_long(tables_.front()->rows())) {
+    const ReportTable& table = *tables_.front();
+    const std::int32_t last = table.body_row() - 1;
+    setup.print_title_rows =
+        "$" + std::to_string(std::min(table.header_row(), last)) + ":$" + std::to_string(last);
+    if (tables_.size() == 1 && charts_ == 0)
+      worksheet_->freeze_panes(last, width > kWideTable ? std::max(1, table.row_header_columns_) : 0);
+  }
+  worksheet_->set_page_setup(setup);
+}
+
+void ReportSheet::FinishSheet() {
+  settle_tables();
+  fit_title_block();
+  if (report_pages_) set_up_pages();
+  worksheet_->activate();
+  worksheet_->range(1, 1, 1, 1)->select();
+}
+
+}  // namespace ordvane::tables

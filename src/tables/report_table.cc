@@ -1,0 +1,237 @@
+// Report tables: captions, header block and body, formatted in runs; columns and captions are fitted once the
+// contents are known.
+#include <algorithm>
+
+#include "tables/look.h"
+#include "tables/report_workbook.h"
+#include "tables/text_estimate.h"
+
+namespace ordvane::tables {
+namespace {
+
+using host::HAlign;
+using host::VAlign;
+
+constexpr double kWrappedCaptionWidth = 14;  // characters; longer captions of fitted columns wrap
+constexpr double kCaptionMargin = 8;         // points beside a caption
+constexpr double kBreathing = 1.5;           // characters beside fitted contents
+constexpr const char* kTextFormat = "@";
+
+// Characters that a fitted column needs for its caption.
+double caption_width(const std::string& caption) {
+  if (caption.empty()) return 0;
+  const double whole = column_characters(estimated_width(caption, look::kBodySize, true) + kCaptionMargin);
+  const double word = column_characters(widest_word(caption, look::kBodySize, true) + kCaptionMargin);
+  return std::max(word, std::min(whole, kWrappedCaptionWidth));
+}
+
+host::BorderFormat rule(std::int32_t line_style, std::int32_t weight, std::int32_t color_index) {
+  return {.line_style = line_style, .weight = weight, .color_index = color_index};
+}
+
+}  // namespace
+
+ReportTable::ReportTable(ReportSheet& sheet, std::int32_t first_row, std::int32_t rows, std::int32_t columns,
+                         std::int32_t header_rows, std::int32_t row_header_columns,
+                         const std::string& caption, const std::string& subcaption)
+    : sheet_(sheet),
+      first_row_(first_row),
+      rows_(rows),
+      columns_(columns),
+      header_rows_(header_rows),
+      row_header_columns_(row_header_columns),
+      has_caption_(!caption.empty()),
+      has_subcaption_(!subcaption.empty()) {
+  write_captions(caption, subcaption);
+  format_header();
+  format_body();
+  for (std::int32_t column = 1; column <= row_header_columns_; ++column)
+    widths_to_fit_[column] = cells(header_row(), column)->column_width();
+}
+
+std::int32_t ReportTable::header_row() const {
+  return first_row_ + (has_caption_ ? 1 : 0) + (has_subcaption_ ? 1 : 0);
+}
+
+std::int32_t ReportTable::body_row() const {
+  return header_row() + header_rows_;
+}
+
+std::int32_t ReportTable::body_column() const {
+  return row_header_columns_ + 1;
+}
+
+std::shared_ptr<host::Range> ReportTable::cells(std::int32_t row, std::int32_t column, std::int32_t rows,
+                                                std::int32_t columns) {
+  return sheet_.worksheet_->range(row, column, rows, columns);
+}
+
+void ReportTable::write_captions(const std::string& caption, const std::string& subcaption) {
+  if (has_caption_) {
+    const auto cell = cells(first_row_, 1);
+    cell->set_value(caption);
+    cell->set_font(look::font(look::kCaptionSize, look::kText, true));
+  }
+  if (has_subcaption_) {
+    const auto cell = cells(header_row() - 1, 1);
+    cell->set_value(subcaption);
+    cell->set_font(look::font(look::kSmallSize, look::kMuted, false, true));
+  }
+}
+
+void ReportTable::format_header() {
+  if (header_rows_ < 1) return;
+  const auto header = cells(header_row(), 1, header_rows_, sheet_columns());
+  header->set_font(look::font(look::kBodySize, look::kAccent, true));
+  header->set_interior({.color = look::kHeaderTint});
+  header->set_alignment(HAlign::kCenter, VAlign::kCenter);
+  header->set_wrap_text(true);
+  header->set_border(host::Edge::kBottom, look::rule(host::LineWeight::kThin, look::kAccent));
+  if (row_header_columns_ > 0)
+    cells(header_row(), 1, header_rows_, row_header_columns_)->set_alignment(HAlign::kLeft, VAlign::kCenter);
+}
+
+void ReportTable::format_body() {
+  const auto body = cells(body_row(), 1, rows_on_sheet(), sheet_columns());
+  body->set_font(look::font(look::kBodySize, look::kText));
+  if (rows_on_sheet() > 1)
+    body->set_border(host::Edge::kInsideHorizontal, look::rule(host::LineWeight::kHairline, look::kHairline));
+  body->set_border(host::Edge::kBottom, look::rule(host::LineWeight::kThin, look::kRule));
+  if (row_header_columns_ > 0)
+    cells(body_row(), 1, rows_on_sheet(), row_header_columns_)->set_alignment(HAlign::kLeft, VAlign::kTop);
+}
+
+std::shared_ptr<host::Range> ReportTable::CornerRange() {
+  return cells(header_row(), 1, std::max(header_rows_, 1), std::max(row_header_columns_, 1));
+}
+
+std::shared_ptr<host::Range> ReportTable::HeaderRowRange(std::int32_t row) {
+  return row == 0 ? Header(1, 1, std::max(header_rows_, 1), columns_) : Header(row, 1, 1, columns_);
+}
+
+std::shared_ptr<host::Range> ReportTable::ColumnHeaderRange(std::int32_t column) {
+  if (column == 0) return cells(header_row(), 1, std::max(header_rows_, 1));
+  return Header(1, column, std::max(header_rows_, 1));
+}
+
+std::shared_ptr<host::Range> ReportTable::BodyRange() {
+  return Body(1, 1, rows_on_sheet(), columns_);
+}
+
+std::shared_ptr<host::Range> ReportTable::CaptionRange() {
+  return cells(first_row_, 1);
+}
+
+std::shared_ptr<host::Range> ReportTable::Body(std::int32_t row, std::int32_t column, std::int32_t rows,
+                                               std::int32_t columns) {
+  return cells(body_row() + row - 1, body_column() + column - 1, rows, columns);
+}
+
+std::shared_ptr<host::Range> ReportTable::Header(std::int32_t row, std::int32_t column, std::int32_t rows,
+                                                 std::int32_t columns) {
+  return cells(header_row() + row - 1, body_column() + column - 1, rows, columns);
+}
+
+void ReportTable::SetRowHeader(std::int32_t row_header_column, std::int32_t row, const std::string& text) {
+  settled_ = false;
+  cells(body_row() + row - 1, row_header_column)->set_value(text);
+}
+
+void ReportTable::SetColumnHeader(std::int32_t column, const std::string& caption, HAlign body_alignment,
+                                  HAlign caption_alignment, std::int32_t /*reserved*/, double width,
+                                  const std::string& number_format, bool text) {
+  settled_ = false;
+  const auto header = Header(std::max(header_rows_, 1), column);
+  header->set_value(caption);
+  header->set_alignment(caption_alignment, VAlign::kCenter);
+  const auto body = Body(1, column, rows_on_sheet());
+  body->set_alignment(body_alignment, VAlign::kTop);
+  // Names and addresses stay what they are, even one that reads like a number or a date.
+  if (!number_format.empty())
+    body->set_number_format_local(number_format);
+  else if (text)
+    body->set_number_format(kTextFormat);
+
+  const std::int32_t sheet_column = body_column() + column - 1;
+  captions_[sheet_column] = caption;
+  const double present = header->column_width();
+  if (width < 0)
+    widths_to_fit_[sheet_column] = present;
+  else if (present < width)
+    header->set_column_width(width);
+}
+
+void ReportTable::AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
+                               const std::string& text) {
+  const auto cell = row == 0 ? Header(std::max(header_rows_, 1), column) : Body(row, column);
+  sheet_.AddCellNote(*cell, heading, text);
+}
+
+void ReportTable::AddColumnRule(std::int32_t column, std::int32_t last, std::int32_t line_style,
+                                std::int32_t weight, std::int32_t color_index) {
+  const std::int32_t last_row = last < 0 ? this->last_row() : body_row() + last - 1;
+  const std::int32_t sheet_column = body_column() + column - 1;
+  // The left edge of a table has no column of its own to its left.
+  const host::Edge edge = sheet_column < 1 ? host::Edge::kLeft : host::Edge::kRight;
+  cells(header_row(), std::max(sheet_column, 1), last_row - header_row() + 1)
+      ->set_border(edge, rule(line_style, weight, color_index));
+}
+
+void ReportTable::AddRowRule(std::int32_t row, std::int32_t last, std::int32_t line_style,
+                             std::int32_t weight, std::int32_t color_index) {
+  const std::int32_t columns = last < 0 ? sheet_columns() : row_header_columns_ + last;
+  cells(body_row() + row - 1, 1, 1, columns)
+      ->set_border(host::Edge::kBottom, rule(line_style, weight, color_index));
+}
+
+void ReportTable::PutBody(std::int32_t first_row, const host::CellBlock& block) {
+  settled_ = false;
+  Body(first_row, 1, block.rows(), block.columns())->put(block);
+}
+
+void ReportTable::FormatBody(std::int32_t first_row, std::int32_t rows, std::int32_t column,
+                             const std::string& format) {
+  settled_ = false;
+  Body(first_row, column, rows)->set_number_format_local(format);
+}
+
+void ReportTable::Settle() {
+  if (settled_) return;
+  std::int32_t lines = 1;
+  for (const auto& [column, width] : widths_to_fit_)
+    if (!captions_.contains(column)) settle_column(column);
+  for (const auto& [column, caption] : captions_) {
+    const double width = column_points(settle_column(column));
+    lines = std::max(lines, wrapped_lines(caption, width, look::kBodySize, true));
+  }
+  if (header_rows_ > 0) {
+    const double needed = look::kHeaderRowHeight + (lines - 1) * look::kHeaderLineHeight;
+    const auto last_header = cells(body_row() - 1, 1);
+    if (last_header->row_height() < needed) last_header->set_row_height(needed);
+  }
+  settled_ = true;
+}
+
+// A column that the report has fitted itself is left as it is, but for its caption. Returns its width.
+double ReportTable::settle_column(std::int32_t column) {
+  const bool row_header = column <= row_header_columns_;
+  const auto body = cells(row_header ? header_row() : body_row(), column,
+                          last_row() - (row_header ? header_row() : body_row()) + 1);
+  const double present = body->column_width();
+  double width = present;
+  if (const auto unfitted = widths_to_fit_.find(column); unfitted != widths_to_fit_.end()) {
+    if (present == unfitted->second) {
+      body->auto_fit_columns();
+      width = body->column_width() + kBreathing;
+    }
+    const auto caption = captions_.find(column);
+    if (caption != captions_.end()) width = std::max(width, caption_width(caption->second));
+    unfitted->second = -1;
+  }
+  double& settled = sheet_.settled_widths_[column];
+  settled = std::max(settled, width);
+  if (settled != present) body->set_column_width(settled);
+  return settled;
+}
+
+}  // namespace ordvane::tables

@@ -1,0 +1,21 @@
+// Rough widths of texts, for what the spreadsheet does not fit by itself: heights of wrapped captions, room
+// for chart labels. Good to about a tenth.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace ordvane::tables {
+
+// Width in points of a text in one line of the report typeface.
+double estimated_width(std::string_view text, double size, bool bold = false);
+// The widest word of a text, which no wrapping makes narrower.
+double widest_word(std::string_view text, double size, bool bold = false);
+// Lines that a text takes when it is wrapped at a width in points; line feeds break it too.
+std::int32_t wrapped_lines(std::string_view text, double width, double size, bool bold = false);
+
+// Width of a column's inside in points, and the characters a column needs to hold such a width.
+double column_points(double characters);
+double column_characters(double points);
+
+}  // namespace ordvane::tables
