@@ -1,0 +1,226 @@
+#include "runfile/describe.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <set>
+#include <span>
+
+#include "runfile/utf8.h"
+#include "runfile/values.h"
+
+namespace ordvane::runfile {
+namespace {
+
+constexpr int kDigits = 10;
+constexpr std::size_t kLongestName = 60;
+constexpr const char* kNone = "-";
+
+enum class Side { kLeft, kRight };
+
+// Rows of texts whose columns are as wide as their longest entry.
+class TextTable {
+ public:
+  explicit TextTable(std::vector<Side> sides) : sides_(std::move(sides)), widths_(sides_.size()) {}
+
+  void add(std::vector<std::string> row) {
+    for (std::size_t c = 0; c < row.size(); ++c) widths_[c] = std::max(widths_[c], display_width(row[c]));
+    rows_.push_back(std::move(row));
+  }
+
+  std::string text() const {
+    std::string text;
+    for (const auto& row : rows_) {
+      std::string line;
+      for (std::size_t c = 0; c < row.size(); ++c) {
+        const std::string blanks(widths_[c] - display_width(row[c]), ' ');
+        line += "  " + (sides_[c] == Side::kRight ? blanks + row[c] : row[c] + blanks);
+      }
+      text += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+    }
+    return text;
+  }
+
+ private:
+  std::vector<Side> sides_;
+  std::vector<std::size_t> widths_;
+  std::vector<std::vector<std::string>> rows_;
+};
+
+// What a set of values amounts to.
+struct Extent {
+  double low = std::numeric_limits<double>::infinity();
+  double high = -std::numeric_limits<double>::infinity();
+  std::int64_t numbers = 0;
+  std::int64_t others = 0;  // empty fields, errors and texts
+
+  void add(std::span<const double> values) {
+    for (const double value : values) {
+      if (std::isnan(value) || is_encoded_error(value)) {
+        ++others;
+        continue;
+      }
+      ++numbers;
+      low = std::min(low, value);
+      high = std::max(high, value);
+    }
+  }
+  bool moves(const std::optional<double>& base) const { return low < high || (base && *base != low); }
+};
+
+std::string number_text(double value) {
+  std::array<char, 32> digits{};
+  const auto end =
+      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::general, kDigits);
+  return {digits.data(), end.ptr};
+}
+
+// A serial day number of the spreadsheet as a date; nothing outside its calendar.
+std::string date_text(double value) {
+  constexpr double kFirstDay = 61;  // 1900-03-01, behind the day that never was
+  constexpr double kLastDay = 2958465;
+  if (!(value >= kFirstDay && value < kLastDay + 1)) return number_text(value);
+  using std::chrono::days;
+  using std::chrono::sys_days;
+  const sys_days start = std::chrono::year{1899} / 12 / 30;
+  const std::chrono::year_month_day date(start + days(static_cast<int>(std::floor(value))));
+  const auto padded = [](unsigned number) { return (number < 10 ? "0" : "") + std::to_string(number); };
+  return std::to_string(static_cast<int>(date.year())) + '-' + padded(static_cast<unsigned>(date.month())) +
+         '-' + padded(static_cast<unsigned>(date.day()));
+}
+
+std::string value_text(const Item& item, double value) {
+  return item.date ? date_text(value) : number_text(value);
+}
+
+std::string base_text(const Item& item) {
+  return item.base ? value_text(item, *item.base) : kNone;
+}
+
+std::string extent_text(const Item& item, const Extent& extent) {
+  if (extent.numbers == 0) return kNone;
+  const std::string low = value_text(item, extent.low);
+  return extent.low == extent.high ? low : low + " to " + value_text(item, extent.high);
+}
+
+std::string name_text(const Item& item) {
+  const bool named = item.name.find_first_not_of(' ') != std::string::npos;
+  const std::string& name = named                  ? item.name
+                            : !item.labels.empty() ? item.labels.front().text
+                                                   : item.default_name;
+  return one_line(cut_to(name, kLongestName));
+}
+
+class Description {
+ public:
+  explicit Description(const Run& run) : run_(run) {
+    for (const Input& input : run.inputs) books_.insert(input.book);
+    for (const Output& output : run.outputs) books_.insert(output.book);
+  }
+
+  std::string text() const {
+    const std::string inputs = input_table();
+    std::int64_t others = 0;
+    const std::string outputs = output_table(others);
+    return totals(others) + "\nInputs\n" + inputs + "\nOutputs\n" + outputs;
+  }
+
+ private:
+  std::string totals(std::int64_t others) const {
+    TextTable table({Side::kLeft, Side::kLeft});
+    std::string books;
+    for (const std::string& book : books_) books += (books.empty() ? "" : ", ") + one_line(book);
+    const std::string each = std::to_string(run_.recalculations);
+    const auto results = static_cast<std::int64_t>(run_.output_values.size());
+    table.add({"File", one_line(run_.file.string())});
+    table.add({books_.size() == 1 ? "Workbook" : "Workbooks", books});
+    table.add({"Simulations", std::to_string(run_.simulations)});
+    table.add({"Inputs", std::to_string(run_.inputs.size())});
+    table.add({"Outputs", std::to_string(run_.outputs.size())});
+    table.add({"Recalculations", run_.simulations == 1
+                                     ? each
+                                     : std::to_string(run_.simulations * run_.recalculations) + " (" + each +
+                                           " per simulation)"});
+    table.add({"Results", std::to_string(results) +
+                              (others == 0 ? ", all of them numbers"
+                                           : ", " + std::to_string(others) + " of them not numbers")});
+    return "Run file\n" + table.text();
+  }
+
+  // The book is said only where there are several.
+  std::string cell_text(const Item& item) const {
+    const std::string book = books_.size() > 1 ? "[" + item.book + "]" : "";
+    return one_line(book + item.sheet + "!" + item.cell);
+  }
+
+  // Position, name, cell, base, extent of the values, a count, a remark.
+  static TextTable item_table() {
+    using enum Side;
+    return TextTable({kRight, kLeft, kLeft, kRight, kRight, kRight, kLeft});
+  }
+
+  std::string input_table() const {
+    TextTable table = item_table();
+    table.add({"#", "Name", "Cell", "Base", "Values used", "Steps", ""});
+    std::int64_t first = 0;
+    for (std::size_t i = 0; i < run_.inputs.size(); ++i) {
+      const Input& input = run_.inputs[i];
+      const Extent used = values_used(input, first);
+      first += input.steps;
+      table.add({std::to_string(i + 1), name_text(input), cell_text(input), base_text(input),
+                 extent_text(input, used), std::to_string(input.steps), remark(input, used)});
+    }
+    return table.text();
+  }
+
+  std::string output_table(std::int64_t& others) const {
+    TextTable table = item_table();
+    table.add({"#", "Name", "Cell", "Base", "Results", "Not numbers", ""});
+    for (std::size_t i = 0; i < run_.outputs.size(); ++i) {
+      const Output& output = run_.outputs[i];
+      Extent results;
+      for (std::int32_t simulation = 0; simulation < run_.simulations; ++simulation)
+        results.add({run_.output_values.data() + run_.output_value_index(simulation, i, 0),
+                     static_cast<std::size_t>(run_.recalculations)});
+      others += results.others;
+      table.add({std::to_string(i + 1), name_text(output), cell_text(output), base_text(output),
+                 extent_text(output, results), std::to_string(results.others), remark(output, results)});
+    }
+    return table.text();
+  }
+
+  Extent values_used(const Input& input, std::int64_t first) const {
+    Extent used;
+    for (std::int32_t simulation = 0; simulation < run_.simulations; ++simulation)
+      used.add({run_.input_values.data() + run_.input_value_index(simulation, first),
+                static_cast<std::size_t>(input.steps)});
+    return used;
+  }
+
+  static std::string remark(const Input& input, const Extent& used) {
+    if (!input.saved_samples) return "no saved samples: left out of the reports";
+    if (used.numbers == 0) return "no value used is a number";
+    if (used.others > 0) return std::to_string(used.others) + " values used are unknown";
+    return used.moves(input.base) ? "" : "never moves";
+  }
+
+  static std::string remark(const Output& output, const Extent& results) {
+    if (results.numbers == 0) return "no result is a number";
+    if (!results.moves(output.base)) return "never moves";
+    return output.base ? "" : "its base is not a number";
+  }
+
+  const Run& run_;
+  std::set<std::string> books_;
+};
+
+}  // namespace
+
+std::string describe(const Run& run) {
+  return Description(run).text();
+}
+
+}  // namespace ordvane::runfile
