@@ -162,7 +162,12 @@ void DetailByInput::set_headers() {
     table_->Header(1, c_.output_value(1))->set_value(session_.CommonString(11));
     table_->Header(1, c_.output_value(1), 1, kColumnsPerOutput * c_.k)->set_merge(true);
   }
-  for (std::int32_t k = 1; k <= c_.k; ++k) set_output_heading(k);
+  for (std::int32_t k = 1; k <= c_.k; ++k) {
+    const auto cells = heading_cells(k);
+    cells->cell(1, 1)->set_value(output_heading(k));
+    cells->set_merge(true);
+    cells->set_wrap_text(true);
+  }
   set_rules();
 }
 
