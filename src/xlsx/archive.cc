@@ -1,0 +1,155 @@
+#include "xlsx/archive.h"
+
+#include <libdeflate.h>
+#include <zip.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "host/error.h"
+
+namespace ordvane::xlsx {
+namespace {
+
+constexpr std::uint64_t kLargest = 0xFFFFFFFE;  // what the format's 32-bit fields hold
+constexpr std::size_t kDirectoryBytes = 128;    // headers of one entry, apart from twice its name
+constexpr zip_uint16_t kFirstOfJanuary1980 = 0x21;
+
+[[noreturn]] void refuse(const std::string& why) {
+  throw host::Error(host::errc::kHostRefused, "the workbook cannot be packed: " + why);
+}
+
+struct Compressor {
+  explicit Compressor(int level) : handle(libdeflate_alloc_compressor(level)) {
+    if (handle == nullptr) throw std::bad_alloc();
+  }
+  ~Compressor() { libdeflate_free_compressor(handle); }
+  Compressor(const Compressor&) = delete;
+  Compressor& operator=(const Compressor&) = delete;
+  libdeflate_compressor* handle;
+};
+
+// Hands an entry that is compressed already to libzip, which stores such data as it is.
+struct EntryReader {
+  const ArchiveEntry* entry;
+  std::size_t at = 0;
+};
+
+zip_int64_t describe(const EntryReader& reader, void* data, zip_uint64_t length) {
+  zip_stat_t stat;
+  if (length < sizeof stat) return -1;
+  zip_stat_init(&stat);
+  stat.valid =
+      ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE | ZIP_STAT_COMP_METHOD | ZIP_STAT_CRC | ZIP_STAT_ENCRYPTION_METHOD;
+  stat.size = reader.entry->size;
+  stat.comp_size = reader.entry->data.size();
+  stat.comp_method = ZIP_CM_DEFLATE;
+  stat.crc = reader.entry->crc;
+  stat.encryption_method = ZIP_EM_NONE;
+  std::memcpy(data, &stat, sizeof stat);
+  return sizeof stat;
+}
+
+zip_int64_t read(EntryReader& reader, void* data, zip_uint64_t length) {
+  const std::size_t part = std::min<std::size_t>(length, reader.entry->data.size() - reader.at);
+  std::memcpy(data, reader.entry->data.data() + reader.at, part);
+  reader.at += part;
+  return static_cast<zip_int64_t>(part);
+}
+
+extern "C" zip_int64_t ordvane_xlsx_entry_source(void* state, void* data, zip_uint64_t length,
+                                                 zip_source_cmd_t command) {
+  auto& reader = *static_cast<EntryReader*>(state);
+  switch (command) {
+    case ZIP_SOURCE_OPEN:
+      reader.at = 0;
+      return 0;
+    case ZIP_SOURCE_READ:
+      return read(reader, data, length);
+    case ZIP_SOURCE_STAT:
+      return describe(reader, data, length);
+    case ZIP_SOURCE_ERROR: {
+      const zip_error_t none{};
+      return zip_error_to_data(&none, data, length);
+    }
+    case ZIP_SOURCE_SUPPORTS:
+      return zip_source_make_command_bitmap(ZIP_SOURCE_OPEN, ZIP_SOURCE_READ, ZIP_SOURCE_CLOSE,
+                                            ZIP_SOURCE_STAT, ZIP_SOURCE_ERROR, ZIP_SOURCE_FREE, -1);
+    default:
+      return 0;
+  }
+}
+
+void check_sizes(const std::vector<ArchiveEntry>& entries) {
+  std::uint64_t total = 0;
+  for (const ArchiveEntry& entry : entries) {
+    if (entry.size > kLargest) refuse(entry.name + " is over 4 GiB");
+    total += entry.data.size() + 2 * entry.name.size() + kDirectoryBytes;
+  }
+  if (total > kLargest) refuse("it is over 4 GiB");
+}
+
+using Source = std::unique_ptr<zip_source_t, decltype(&zip_source_free)>;
+using Archive = std::unique_ptr<zip_t, decltype(&zip_discard)>;
+
+void add(zip_t* target, EntryReader& reader) {
+  zip_source_t* source = zip_source_function(target, ordvane_xlsx_entry_source, &reader);
+  if (source == nullptr) refuse(zip_strerror(target));
+  const zip_int64_t index = zip_file_add(target, reader.entry->name.c_str(), source, ZIP_FL_ENC_UTF_8);
+  if (index < 0) {
+    zip_source_free(source);
+    refuse(zip_strerror(target));
+  }
+  const auto position = static_cast<zip_uint64_t>(index);
+  if (zip_set_file_compression(target, position, ZIP_CM_DEFLATE, 0) != 0 ||
+      zip_file_set_dostime(target, position, 0, kFirstOfJanuary1980, 0) != 0)
+    refuse(zip_strerror(target));
+}
+
+std::string contents(zip_source_t* source) {
+  zip_stat_t stat;
+  zip_stat_init(&stat);
+  if (zip_source_stat(source, &stat) != 0 || zip_source_open(source) != 0)
+    refuse(zip_error_strerror(zip_source_error(source)));
+  std::string bytes(stat.size, '\0');
+  const zip_int64_t count = zip_source_read(source, bytes.data(), bytes.size());
+  zip_source_close(source);
+  if (count < 0 || static_cast<std::size_t>(count) != bytes.size()) refuse("its archive cannot be read back");
+  return bytes;
+}
+
+}  // namespace
+
+ArchiveEntry compress(std::string name, std::string content, int level) {
+  const Compressor compressor(std::clamp(level, 1, 12));
+  const std::size_t bound = libdeflate_deflate_compress_bound(compressor.handle, content.size());
+  const auto buffer = std::make_unique_for_overwrite<char[]>(bound);
+  const std::size_t size =
+      libdeflate_deflate_compress(compressor.handle, content.data(), content.size(), buffer.get(), bound);
+  return {std::move(name), std::string(buffer.get(), size), content.size(),
+          libdeflate_crc32(0, content.data(), content.size())};
+}
+
+std::string archive(const std::vector<ArchiveEntry>& entries) {
+  check_sizes(entries);
+  zip_error_t error;
+  zip_error_init(&error);
+  const Source buffer(zip_source_buffer_create(nullptr, 0, 0, &error), &zip_source_free);
+  if (!buffer) refuse(zip_error_strerror(&error));
+  zip_source_keep(buffer.get());  // the archive takes one reference
+  Archive target(zip_open_from_source(buffer.get(), ZIP_CREATE | ZIP_TRUNCATE, &error), &zip_discard);
+  if (!target) {
+    zip_source_free(buffer.get());
+    refuse(zip_error_strerror(&error));
+  }
+  std::vector<EntryReader> readers;
+  for (const ArchiveEntry& entry : entries) readers.push_back({&entry});
+  for (EntryReader& reader : readers) add(target.get(), reader);
+  if (zip_close(target.get()) != 0) refuse(zip_strerror(target.get()));
+  static_cast<void>(target.release());
+  return contents(buffer.get());
+}
+
+}  // namespace ordvane::xlsx

@@ -1,0 +1,74 @@
+// The parts of a package, one function a part, and what several of them share.
+//
+// Every function returns the part's whole XML. Relationship ids are given by the caller, who also writes the
+// relationships.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "office/book.h"
+#include "xlsx/shared_texts.h"
+#include "xlsx/xml.h"
+
+namespace ordvane::xlsx {
+
+inline constexpr const char* kMainSpace = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+inline constexpr const char* kDrawingSpace = "http://schemas.openxmlformats.org/drawingml/2006/main";
+inline constexpr const char* kChartSpace = "http://schemas.openxmlformats.org/drawingml/2006/chart";
+inline constexpr const char* kReferenceSpace =
+    "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+
+// host::Error with errc::kHostRefused: what a package cannot hold.
+[[noreturn]] void refuse(const std::string& why);
+
+// <tag>text</tag> with the mark that keeps leading and trailing blanks.
+void text_element(Xml& xml, const char* tag, std::string_view text);
+
+struct Relationship {
+  std::string type;    // the last part of its type: "worksheet", "chart" …
+  std::string target;  // relative to the part that has it
+};
+
+// Ids are "rId1", "rId2" … in the order given.
+std::string relationships_part(const std::vector<Relationship>& relationships);
+std::string relationship_id(std::size_t position);  // from 0
+
+struct PartType {
+  std::string name;  // "/xl/workbook.xml"
+  std::string content_type;
+};
+std::string content_types_part(const std::vector<PartType>& parts);
+
+// The sheets' relationship ids are rId1 to rIdN.
+std::string workbook_part(const office::BookModel& book);
+std::string styles_part(const office::StyleTable& styles);
+std::string theme_part();
+std::string core_properties_part(const host::DocumentProperties& properties, const std::string& created);
+std::string app_properties_part(const office::BookModel& book);
+
+// Relationship ids; empty: none.
+struct SheetLinks {
+  std::string drawing, legacy_drawing;
+};
+// `check` is called now and then and may throw.
+std::string sheet_part(const office::BookModel& book, std::size_t sheet, const SharedTexts& texts,
+                       const SheetLinks& links, const std::function<void()>& check);
+// The row elements of rows `first` to `last`.
+void encode_rows(const office::SheetModel& sheet, const SharedTexts& texts, const office::TextTable& strings,
+                 std::int32_t first, std::int32_t last, std::string& out);
+
+std::string comments_part(const office::SheetModel& sheet);
+// The boxes of the notes. `number`: of the sheet, from 1; keeps shape ids apart.
+std::string notes_drawing_part(const office::SheetModel& sheet, std::size_t number);
+// The frames of the charts; their relationship ids are rId1 to rIdN.
+std::string drawing_part(const office::SheetModel& sheet);
+// `user_shapes`: relationship id of the text boxes; empty: none.
+std::string chart_part(const office::BookModel& book, const office::ChartModel& chart,
+                       const std::string& user_shapes);
+std::string user_shapes_part(const office::ChartModel& chart);
+
+}  // namespace ordvane::xlsx
