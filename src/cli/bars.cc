@@ -1,0 +1,72 @@
+#include "cli/bars.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "cli/figures.h"
+
+namespace ordvane::cli {
+namespace {
+
+// By which halves of a column are filled: none, left, right, both.
+constexpr const char* kUnicode[] = {" ", "\u258C", "\u2590", "\u2588"};
+constexpr const char* kAscii[] = {" ", "#", "#", "#"};
+constexpr const char* kUnicodeBase = "\u2502";
+constexpr const char* kAsciiBase = "|";
+
+}  // namespace
+
+Bars::Bars(const embedded::OutputRanking& ranking, int columns, bool unicode) : unicode_(unicode) {
+  has_base_ = is_there(ranking.base);
+  double low = has_base_ ? ranking.base : HUGE_VAL;
+  double high = has_base_ ? ranking.base : -HUGE_VAL;
+  for (const embedded::Effect& effect : ranking.effects) {
+    if (!is_there(effect.low)) continue;
+    low = std::min(low, effect.low);
+    high = std::max(high, effect.high);
+  }
+  if (!has_base_) {
+    right_ = {low, high, 2 * columns};
+    return;
+  }
+  const int bar_columns = columns - 1;  // the base line takes one
+  const double share = high > low ? (ranking.base - low) / (high - low) : 0.5;
+  int left_columns = static_cast<int>(std::lround(share * bar_columns));
+  // A side that holds results has room for them.
+  if (low < ranking.base) left_columns = std::max(left_columns, 1);
+  if (high > ranking.base) left_columns = std::min(left_columns, bar_columns - 1);
+  left_ = {low, ranking.base, 2 * left_columns};
+  right_ = {ranking.base, high, 2 * (bar_columns - left_columns)};
+}
+
+std::string Bars::draw(const embedded::Effect& effect) const {
+  std::string text = draw(left_, effect.low, effect.high, true);
+  if (has_base_) text += unicode_ ? kUnicodeBase : kAsciiBase;
+  return text + draw(right_, effect.low, effect.high, false);
+}
+
+std::string Bars::draw(const Side& side, double low, double high, bool base_at_end) const {
+  const auto half_at = [&](double value) {
+    return static_cast<int>(std::lround((value - side.from) / (side.to - side.from) * side.halves));
+  };
+  int first = 0;
+  int last = 0;  // one past
+  low = std::max(low, side.from);
+  high = std::min(high, side.to);
+  if (low < high) {
+    first = half_at(low);
+    last = half_at(high);
+    // However short, a bar is seen.
+    if (first == last && first > 0 && (base_at_end || first == side.halves)) --first;
+    if (first == last) ++last;
+  }
+  std::string text;
+  for (int half = 0; half < side.halves; half += 2) {
+    const auto filled = [&](int at) { return at >= first && at < last; };
+    const int shape = (filled(half) ? 1 : 0) + (filled(half + 1) ? 2 : 0);
+    text += unicode_ ? kUnicode[shape] : kAscii[shape];
+  }
+  return text;
+}
+
+}  // namespace ordvane::cli

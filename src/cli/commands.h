@@ -1,0 +1,59 @@
+// The commands behind `ordvane`, once their arguments are read.
+//
+// Each prints to standard output and returns the exit code. Throws BadArguments for arguments that do not fit
+// the run, runfile::BadRun for a run that cannot be used, host::Error for what else goes wrong.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/excel.h"
+
+namespace ordvane::cli {
+
+inline constexpr const char* kVersion = "0.1.0";
+
+inline constexpr int kDone = 0;
+inline constexpr int kFailed = 1;
+inline constexpr int kBadInput = 2;
+inline constexpr int kSignalled = 128;  // plus the signal: 130 for Ctrl-C
+
+// Arguments that cannot be used; what() says which, and what is expected.
+class BadArguments : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct ReportCommand {
+  std::filesystem::path run;
+  std::filesystem::path workbook;  // empty: named after the run, in the current folder
+  std::vector<std::string> outputs;
+  bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false;
+  bool all = false;
+  bool percent = false;
+  std::int32_t max_inputs = 20;
+  std::optional<double> threshold;
+  std::optional<host::Color> bar_color, base_color;
+  std::string watermark;
+  std::string language = "en";
+  std::filesystem::path log_folder;
+  bool quiet = false;
+};
+int report(const ReportCommand& command);
+
+enum class ShowForm { kTable, kJson, kCsv };
+struct ShowCommand {
+  std::filesystem::path run;
+  std::vector<std::string> outputs;
+  std::int32_t simulation = 1;
+  ShowForm form = ShowForm::kTable;
+};
+int show(const ShowCommand& command);
+
+int check(const std::filesystem::path& run);
+
+}  // namespace ordvane::cli

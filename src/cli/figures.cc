@@ -1,0 +1,96 @@
+#include "cli/figures.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+
+#include "host/environment.h"
+
+namespace ordvane::cli {
+namespace {
+
+constexpr const char* kNone = "-";
+constexpr int kDigits = 4;  // of the range between the least and the greatest result
+constexpr int kMostDecimals = 9;
+constexpr double kLongest = 1e15;      // longer numbers are written with an exponent
+constexpr double kLastDate = 2958465;  // 31 December 9999
+
+std::string fixed_text(double value, int decimals) {
+  char buffer[64];
+  const auto end =
+      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals).ptr;
+  std::string text(buffer, end);
+  if (text.find_first_not_of("-0.") == std::string::npos && text.starts_with('-')) text.erase(0, 1);
+  return text;
+}
+
+std::string with_thousands(std::string text) {
+  const std::size_t first = text.starts_with('-') ? 1 : 0;
+  const std::size_t point = std::min(text.find('.'), text.size());
+  for (std::size_t at = point; at > first + 3;) text.insert(at -= 3, 1, ',');
+  return text;
+}
+
+std::string general_text(double value) {
+  char buffer[32];
+  const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 6).ptr;
+  return {buffer, end};
+}
+
+// The spreadsheet counts days from the last day but one of 1899.
+std::string date_text(double serial) {
+  const auto day = std::chrono::sys_days(std::chrono::year(1899) / 12 / 30) +
+                   std::chrono::days(static_cast<int>(std::floor(serial)));
+  const std::chrono::year_month_day date(day);
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02u", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
+  return buffer;
+}
+
+}  // namespace
+
+bool is_there(double value) {
+  return value != host::kMissingNumber;
+}
+
+Figures::Figures(const runfile::Output& output, const embedded::OutputRanking& ranking) : date_(output.date) {
+  double low = HUGE_VAL;
+  double high = -HUGE_VAL;
+  bool whole = true;
+  const auto take = [&](double value) {
+    if (!is_there(value)) return;
+    whole = whole && value == std::floor(value);
+    low = std::min(low, value);
+    high = std::max(high, value);
+  };
+  take(ranking.base);
+  for (const embedded::Effect& effect : ranking.effects) {
+    take(effect.low);
+    take(effect.high);
+  }
+  if (low > high) return;
+  const double greatest = std::max(std::fabs(low), std::fabs(high));
+  const double range = high > low ? high - low : greatest;
+  if (range == 0) return;
+  if (!whole) decimals_ = std::max(kDigits - 1 - static_cast<int>(std::floor(std::log10(range))), 0);
+  general_ = decimals_ > kMostDecimals || greatest >= kLongest;
+}
+
+std::string Figures::text(double value) const {
+  if (!is_there(value)) return kNone;
+  if (date_ && value >= 1 && value <= kLastDate) return date_text(value);
+  return general_ ? general_text(value) : with_thousands(fixed_text(value, decimals_));
+}
+
+std::string change_text(double fraction) {
+  if (!is_there(fraction)) return kNone;
+  const double percent = fraction * 100;
+  if (std::fabs(percent) >= kLongest) return general_text(percent) + "%";
+  const std::string text = with_thousands(fixed_text(percent, 1)) + "%";
+  return percent > 0 && text != "0.0%" ? "+" + text : text;
+}
+
+}  // namespace ordvane::cli

@@ -1,0 +1,114 @@
+// ordvane report: a recorded run in, a report workbook out.
+#include <signal.h>
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+
+#include "cli/commands.h"
+#include "cli/output_choice.h"
+#include "cli/terminal.h"
+#include "embedded/report_job.h"
+
+namespace ordvane::cli {
+namespace {
+
+constexpr const char* kWorkbookExtension = ".xlsx";
+constexpr const char* kDefaultEnding = "-reports.xlsx";
+
+// The signal that asked to stop; 0 for none.
+std::atomic<int> g_signal{0};
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
+
+extern "C" void ask_to_stop(int signal) {
+  g_signal.store(signal);
+}
+
+void catch_signals() {
+  struct sigaction action {};
+  action.sa_handler = ask_to_stop;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESTART;
+  for (const int signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
+}
+
+// "budget.run.json" and "budget.json" become "budget-reports.xlsx" in the current folder.
+std::filesystem::path default_workbook(const std::filesystem::path& run) {
+  std::string name = run.filename().string();
+  for (const std::string ending : {".json", ".run"})
+    if (name.size() > ending.size() && name.ends_with(ending)) name.resize(name.size() - ending.size());
+  return name + kDefaultEnding;
+}
+
+// Found wrong before the work is done, not after.
+void check_places(const std::filesystem::path& workbook, const std::filesystem::path& log_folder) {
+  const std::string text = workbook.string();
+  if (workbook.extension() != kWorkbookExtension)
+    throw BadArguments("-o: \"" + text + "\" does not end in .xlsx, the only format there is");
+  if (std::filesystem::is_directory(workbook))
+    throw BadArguments("-o: \"" + text + "\" is a folder; name a file in it");
+  if (workbook.has_parent_path() && !std::filesystem::is_directory(workbook.parent_path()))
+    throw BadArguments("-o: there is no folder \"" + workbook.parent_path().string() + "\"");
+  if (!log_folder.empty() && !std::filesystem::is_directory(log_folder))
+    throw BadArguments("--log: there is no folder \"" + log_folder.string() + "\"");
+}
+
+// The folder without a separator at its end.
+std::string folder_text(const std::filesystem::path& folder) {
+  if (folder.empty()) return {};
+  const std::filesystem::path full = std::filesystem::absolute(folder).lexically_normal();
+  return (full.has_filename() ? full : full.parent_path()).string();
+}
+
+embedded::ReportOptions options_of(const ReportCommand& command, const runfile::Run& run) {
+  embedded::ReportOptions options;
+  options.outputs = find_outputs(run, command.outputs);
+  const bool chosen = command.all || command.tornado || command.spider || command.sensitivity ||
+                      command.output_detail || command.detail_by_input;
+  options.tornado = !chosen || command.all || command.tornado;
+  options.spider = !chosen || command.all || command.spider;
+  options.sensitivity = !chosen || command.all || command.sensitivity;
+  options.output_detail = command.all || command.output_detail;
+  options.detail_by_input = command.all || command.detail_by_input;
+  options.percent = command.percent;
+  options.max_inputs = command.max_inputs;
+  options.threshold = command.threshold;
+  options.bar_color = command.bar_color.value_or(options.bar_color);
+  options.base_color = command.base_color.value_or(options.base_color);
+  options.watermark = command.watermark;
+  options.language = command.language;
+  options.log_folder = folder_text(command.log_folder);
+  return options;
+}
+
+std::string counted(std::size_t count, const std::string& thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+int report(const ReportCommand& command) {
+  const std::filesystem::path workbook =
+      command.workbook.empty() ? default_workbook(command.run) : command.workbook;
+  check_places(workbook, command.log_folder);
+  catch_signals();
+  try {
+    ProgressLine progress(!command.quiet);
+    const auto run = std::make_shared<const runfile::Run>(runfile::read_run(command.run));
+    embedded::ReportOptions options = options_of(command, *run);
+    options.progress = [&](const std::string& text) { progress.show(text); };
+    options.cancelled = [] { return g_signal.load() != 0; };
+    const embedded::WrittenReports written = embedded::write_reports(run, workbook, options);
+    progress.clear();
+    if (!command.quiet)
+      std::printf("%s: %s, %s\n", printable(workbook.string()).c_str(),
+                  counted(written.sheets, "sheet").c_str(), counted(written.charts, "chart").c_str());
+    return kDone;
+  } catch (const host::Error& error) {
+    if (error.code() != host::errc::kUserCancelled) throw;
+    std::fprintf(stderr, "ordvane: cancelled, %s was not written\n", printable(workbook.string()).c_str());
+    return kSignalled + g_signal.load();
+  }
+}
+
+}  // namespace ordvane::cli

@@ -1,0 +1,38 @@
+// What the command knows about the terminal: its width, its characters, and one line of progress.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace ordvane::cli {
+
+// Columns of standard output: COLUMNS, else what the terminal says, else 80.
+int terminal_width();
+// The locale's characters are UTF-8, so that bars and names can be drawn with more than ASCII.
+bool terminal_is_utf8();
+
+// A text for the terminal: control characters, and what the locale cannot show, become "?".
+std::string printable(std::string_view text);
+// Columns that a printable text takes.
+int display_width(std::string_view text);
+// A printable text in exactly `columns` columns: filled up, or cut with a mark.
+std::string fitted(std::string_view text, int columns, bool right = false);
+
+// One line on standard error, written over by the next, gone when the object is. Shows nothing when standard
+// error is no terminal.
+class ProgressLine {
+ public:
+  explicit ProgressLine(bool wanted);
+  ~ProgressLine() { clear(); }
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
+
+  void show(std::string_view text);
+  void clear();
+
+ private:
+  bool enabled_;
+  bool shown_ = false;
+};
+
+}  // namespace ordvane::cli
