@@ -76,7 +76,8 @@ class TextTable {
   std::vector<const std::string*> texts_;
 };
 
-// Consecutive rows of a sheet, row-major, all of one width. 11 bytes a cell.
+// Consecutive rows of a sheet, row-major, all of one width. 11 bytes a cell. Bands may lie side by side: a
+// row can have cells in several bands.
 struct RowBand {
   std::int32_t first_row = 1, rows = 0;
   std::int32_t first_column = 1, columns = 0;
@@ -239,7 +240,7 @@ struct ColumnProps {
 
 struct SheetModel {
   std::string name;
-  std::vector<RowBand> bands;               // ordered, not overlapping
+  std::vector<RowBand> bands;               // ordered by first row, then first column; not overlapping
   std::map<CellRef, std::string> formulas;  // English, with "="; the cell holds the value last computed
   std::vector<Area> merges;
   std::map<std::int32_t, ColumnProps> columns;
@@ -252,6 +253,11 @@ struct SheetModel {
   Area selection;
   CellRef active_cell;
 };
+
+// Column widths as the spreadsheet rounds them: whole pixels at 96 dpi, 7 to a digit of the default font, 5
+// of padding. A pixel is 0.75 points.
+std::int32_t column_pixels(double characters);
+double column_characters(std::int32_t pixels);
 
 struct BookModel {
   std::string name;

@@ -1,0 +1,248 @@
+#include "office/address.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "model/text.h"
+
+namespace ordvane::office {
+namespace {
+
+constexpr std::int32_t kLongestSheetName = 31;
+
+bool is_letter(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+bool is_digit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// Parts of an address corner: "$B$4" has both, "B" and "4" one each (0: not given).
+struct Corner {
+  std::int32_t row = 0, column = 0;
+  bool fixed_row = false, fixed_column = false;
+};
+
+bool take(std::string_view text, std::size_t& at, char c) {
+  if (at >= text.size() || text[at] != c) return false;
+  ++at;
+  return true;
+}
+
+std::int32_t read_column(std::string_view text, std::size_t& at) {
+  std::int32_t column = 0;
+  for (; at < text.size() && is_letter(text[at]) && column <= kSheetColumns; ++at)
+    column = column * 26 + (std::toupper(static_cast<unsigned char>(text[at])) - 'A' + 1);
+  return column;
+}
+
+std::int32_t read_row(std::string_view text, std::size_t& at) {
+  if (at < text.size() && text[at] == '0') return 0;
+  std::int32_t row = 0;
+  for (; at < text.size() && is_digit(text[at]) && row <= kSheetRows; ++at) row = row * 10 + (text[at] - '0');
+  return row;
+}
+
+// Reads as much of a corner as is there. False when nothing is, or when it lies outside a sheet.
+bool read_corner(std::string_view text, std::size_t& at, Corner& corner) {
+  std::size_t next = at;
+  bool fixed = take(text, next, '$');
+  corner.column = read_column(text, next);
+  if (corner.column > 0) {
+    corner.fixed_column = fixed;
+    at = next;
+    fixed = take(text, next, '$');
+  }
+  corner.row = read_row(text, next);
+  if (corner.row > 0) {
+    corner.fixed_row = fixed;
+    at = next;
+  }
+  return (corner.row > 0 || corner.column > 0) && corner.row <= kSheetRows && corner.column <= kSheetColumns;
+}
+
+Area area_between(const Corner& a, const Corner& b) {
+  const auto [top, bottom] = std::minmax(a.row, b.row);
+  const auto [left, right] = std::minmax(a.column, b.column);
+  Area area{top, left, bottom - top + 1, right - left + 1};
+  if (top == 0) area.row = 1, area.rows = kSheetRows;
+  if (left == 0) area.column = 1, area.columns = kSheetColumns;
+  return area;
+}
+
+bool is_plain_name_character(char c) {
+  return is_letter(c) || is_digit(c) || c == '_' || c == '.' || (static_cast<unsigned char>(c) & 0x80U) != 0;
+}
+
+// "R", "C2", "R1C1" … mean cells in the other reference style.
+bool looks_like_row_and_column(std::string_view name) {
+  std::size_t at = 0;
+  const auto skip = [&](char letter) {
+    if (at < name.size() && std::toupper(static_cast<unsigned char>(name[at])) == letter) ++at;
+    while (at < name.size() && is_digit(name[at])) ++at;
+  };
+  skip('R');
+  skip('C');
+  return at == name.size();
+}
+
+bool needs_quotes(std::string_view name) {
+  if (name.empty() || is_digit(name[0]) || name[0] == '.') return true;
+  if (!std::all_of(name.begin(), name.end(), is_plain_name_character)) return true;
+  return parse_area(name).has_value() || looks_like_row_and_column(name) || same_name(name, "TRUE") ||
+         same_name(name, "FALSE");
+}
+
+std::string quoted(std::string_view name) {
+  std::string result = "'";
+  for (const char c : name) {
+    result += c;
+    if (c == '\'') result += c;
+  }
+  return result + "'";
+}
+
+// The text before "!", unquoted; `at` moves behind the "!". Nothing when the quotes are not closed.
+std::optional<std::string> read_sheet_part(std::string_view address, std::size_t& at) {
+  std::string result;
+  if (address.empty() || address[0] != '\'') {
+    const std::size_t end = address.rfind('!');
+    if (end == std::string_view::npos) return result;
+    at = end + 1;
+    return std::string(address.substr(0, end));
+  }
+  for (at = 1; at < address.size(); ++at) {
+    if (address[at] != '\'') {
+      result += address[at];
+    } else if (at + 1 < address.size() && address[at + 1] == '\'') {
+      result += address[at++];
+    } else {
+      at += 2;
+      return at <= address.size() && address[at - 1] == '!' ? std::optional(result) : std::nullopt;
+    }
+  }
+  return std::nullopt;
+}
+
+// The small letter of a two-byte capital of the Latin, Greek and Cyrillic blocks.
+std::uint32_t lower(std::uint32_t c) {
+  if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 32;
+  if ((c >= 0x100 && c <= 0x137) || (c >= 0x14A && c <= 0x177)) return c | 1U;
+  if ((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) return (c & 1U) != 0 ? c + 1 : c;
+  if (c == 0x178) return 0xFF;
+  if (c >= 0x391 && c <= 0x3AB && c != 0x3A2) return c + 32;
+  if (c >= 0x410 && c <= 0x42F) return c + 32;
+  if (c >= 0x400 && c <= 0x40F) return c + 80;
+  return c;
+}
+
+}  // namespace
+
+std::string column_name(std::int32_t column) {
+  std::string name;
+  for (; column > 0; column = (column - 1) / 26)
+    name.insert(name.begin(), static_cast<char>('A' + (column - 1) % 26));
+  return name;
+}
+
+std::string cell_name(std::int32_t row, std::int32_t column, bool absolute) {
+  const char* marker = absolute ? "$" : "";
+  return marker + column_name(column) + marker + std::to_string(row);
+}
+
+std::string area_name(const Area& area, bool absolute) {
+  std::string name = cell_name(area.row, area.column, absolute);
+  if (area.rows == 1 && area.columns == 1) return name;
+  return name + ":" + cell_name(area.row + area.rows - 1, area.column + area.columns - 1, absolute);
+}
+
+std::optional<Area> parse_area(std::string_view address) {
+  std::size_t at = 0;
+  Corner first, second;
+  if (!read_corner(address, at, first)) return std::nullopt;
+  if (at == address.size()) {
+    if (first.row == 0 || first.column == 0) return std::nullopt;
+    return area_between(first, first);
+  }
+  if (!take(address, at, ':') || !read_corner(address, at, second) || at != address.size())
+    return std::nullopt;
+  if ((first.row == 0) != (second.row == 0) || (first.column == 0) != (second.column == 0))
+    return std::nullopt;
+  return area_between(first, second);
+}
+
+ReferenceText read_reference(std::string_view text) {
+  ReferenceText reference;
+  Corner corner;
+  std::size_t at = 0;
+  if (!read_corner(text, at, corner) || corner.row == 0 || corner.column == 0) return reference;
+  reference.length = at;
+  reference.cell = {corner.row, corner.column};
+  reference.fixed_row = corner.fixed_row;
+  reference.fixed_column = corner.fixed_column;
+  return reference;
+}
+
+std::string quoted_sheet_name(const std::string& name) {
+  return needs_quotes(name) ? quoted(name) : name;
+}
+
+std::optional<ExternalAddress> parse_external_address(std::string_view address) {
+  std::size_t at = 0;
+  const auto place = read_sheet_part(address, at);
+  if (!place) return std::nullopt;
+  ExternalAddress result;
+  result.sheet = *place;
+  if (!place->empty() && place->front() == '[') {
+    const std::size_t end = place->rfind(']');
+    if (end == std::string::npos) return std::nullopt;
+    result.book = place->substr(1, end - 1);
+    result.sheet = place->substr(end + 1);
+  }
+  const auto area = parse_area(address.substr(at));
+  if (!area || (at > 0 && result.sheet.empty())) return std::nullopt;
+  result.area = *area;
+  return result;
+}
+
+std::string external_address(const std::string& book, const std::string& sheet, const Area& area,
+                             bool absolute) {
+  const std::string place = "[" + book + "]" + sheet;
+  const bool quotes = needs_quotes(sheet) || !std::all_of(book.begin(), book.end(), is_plain_name_character);
+  return (quotes ? quoted(place) : place) + "!" + area_name(area, absolute);
+}
+
+std::string folded(std::string_view name) {
+  std::string result;
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(name[at]);
+    if ((byte & 0xE0U) == 0xC0 && at + 1 < name.size()) {
+      const std::uint32_t next = static_cast<unsigned char>(name[++at]);
+      const std::uint32_t small = lower((byte & 0x1FU) << 6U | (next & 0x3FU));
+      result += static_cast<char>(0xC0U | small >> 6U);
+      result += static_cast<char>(0x80U | (small & 0x3FU));
+    } else {
+      result += byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : name[at];
+    }
+  }
+  return result;
+}
+
+std::optional<std::string> sheet_name_fault(std::string_view name) {
+  if (name.empty()) return "A sheet name must not be empty";
+  if (model::utf16_length(name) > kLongestSheetName) return "A sheet name has at most 31 characters";
+  if (name.find_first_of("\\/?*[]:") != std::string_view::npos)
+    return "A sheet name must not contain any of \\ / ? * [ ] :";
+  if (name.front() == '\'' || name.back() == '\'')
+    return "A sheet name must not begin or end with an apostrophe";
+  if (same_name(name, "History")) return "The sheet name History is reserved";
+  return std::nullopt;
+}
+
+Area intersection(const Area& a, const Area& b) {
+  const std::int32_t top = std::max(a.row, b.row), left = std::max(a.column, b.column);
+  return {top, left, std::min(a.row + a.rows, b.row + b.rows) - top,
+          std::min(a.column + a.columns, b.column + b.columns) - left};
+}
+
+}  // namespace ordvane::office

@@ -1,0 +1,503 @@
+#include "office/number_format.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "office/address.h"
+#include "office/date_text.h"
+#include "office/formula.h"
+
+namespace ordvane::office {
+namespace {
+
+using host::CellKind;
+using host::CellValue;
+using Token = NumberFormat::Token;
+using Section = NumberFormat::Section;
+using Kind = Token::Kind;
+
+// ---- Decimal digits ----
+
+// A number of at most 15 digits as the spreadsheet counts them: 0.d1d2d3… times ten to `exponent`.
+struct Decimal {
+  std::string digits;  // no zeros at either end; empty for zero
+  int exponent = 0;
+
+  explicit Decimal(double number) {
+    constexpr int kDigits = 15;
+    if (number == 0) return;
+    std::array<char, 32> buffer{};
+    const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::fabs(number),
+                                       std::chars_format::scientific, kDigits - 1);
+    const std::string_view text(buffer.data(), static_cast<std::size_t>(written.ptr - buffer.data()));
+    const std::size_t mark = text.find('e');
+    digits = std::string(text.substr(0, 1)) + std::string(text.substr(2, mark - 2));
+    int power = 0;
+    const std::size_t sign = text[mark + 1] == '+' ? 2 : 1;
+    std::from_chars(text.data() + mark + sign, text.data() + text.size(), power);
+    exponent = power + 1;
+    trim();
+  }
+
+  bool is_zero() const { return digits.empty(); }
+
+  // Keeps `places` digits after the decimal point (before it, if negative), halves away from zero.
+  void round(int places) {
+    const int kept = exponent + places;
+    if (kept >= static_cast<int>(digits.size())) return;
+    if (kept < 0) {
+      digits.clear();
+      return;
+    }
+    const bool up = digits[static_cast<std::size_t>(kept)] >= '5';
+    digits.resize(static_cast<std::size_t>(kept));
+    if (up) add_one();
+    trim();
+  }
+
+  std::string whole() const {
+    if (exponent <= 0) return "";
+    std::string text = digits.substr(0, static_cast<std::size_t>(exponent));
+    if (!text.empty()) text.resize(static_cast<std::size_t>(exponent), '0');
+    return text;
+  }
+  // The digits after the point, without zeros at the end.
+  std::string fraction() const {
+    if (digits.empty() || exponent >= static_cast<int>(digits.size())) return "";
+    if (exponent >= 0) return digits.substr(static_cast<std::size_t>(exponent));
+    return std::string(static_cast<std::size_t>(-exponent), '0') + digits;
+  }
+
+ private:
+  void trim() {
+    const std::size_t last = digits.find_last_not_of('0');
+    digits.resize(last == std::string::npos ? 0 : last + 1);
+  }
+  void add_one() {
+    std::size_t at = digits.size();
+    while (at > 0 && digits[at - 1] == '9') digits[--at] = '0';
+    if (at > 0) {
+      ++digits[at - 1];
+    } else {
+      digits.insert(digits.begin(), '1');
+      ++exponent;
+    }
+  }
+};
+
+// ---- General ----
+
+std::string plain_text(const Decimal& decimal) {
+  const std::string whole = decimal.whole(), fraction = decimal.fraction();
+  return (whole.empty() ? "0" : whole) + (fraction.empty() ? "" : "." + fraction);
+}
+
+std::string exponent_text(int exponent, std::size_t least_digits, bool plus) {
+  std::string digits = std::to_string(std::abs(exponent));
+  if (digits.size() < least_digits) digits.insert(0, least_digits - digits.size(), '0');
+  return std::string("E") + (exponent < 0 ? "-" : plus ? "+" : "") + digits;
+}
+
+std::string general_text(double number) {
+  constexpr std::size_t kLongest = 11;  // characters without the sign
+  constexpr int kDigitsOfExponential = 6;
+  Decimal decimal(number);
+  const std::string sign = number < 0 && !decimal.is_zero() ? "-" : "";
+  const bool is_large = decimal.exponent > static_cast<int>(kLongest);
+  if (!is_large) {
+    const std::string text = plain_text(decimal);
+    if (text.size() <= kLongest) return sign + text;
+    const bool is_small = decimal.exponent < -3;
+    if (!is_small) {
+      decimal.round(static_cast<int>(kLongest) - 1 - std::max(decimal.exponent, 1));
+      return sign + plain_text(decimal);
+    }
+  }
+  decimal.round(kDigitsOfExponential - decimal.exponent);
+  const int exponent = decimal.exponent - 1;
+  decimal.exponent = 1;
+  return sign + plain_text(decimal) + exponent_text(exponent, 2, true);
+}
+
+// ---- Reading codes ----
+
+bool is_digit_place(char c) {
+  return c == '0' || c == '#' || c == '?';
+}
+
+bool same_letter(char a, char b) {
+  return (a | 0x20) == b;
+}
+
+bool starts_with_word(std::string_view text, std::string_view word) {
+  return same_name(text.substr(0, word.size()), word);
+}
+
+// One section's code, from its start to the ";" or the end.
+class SectionReader {
+ public:
+  SectionReader(std::string_view code, std::size_t& at) : code_(code), at_(at) {}
+
+  Section read() {
+    while (at_ < code_.size() && code_[at_] != ';') read_token();
+    tell_minutes();
+    note_commas();
+    for (const Token& token : section_.tokens) {
+      section_.is_date = section_.is_date || token.kind == Kind::kDate || token.kind == Kind::kElapsed;
+      section_.is_exponential = section_.is_exponential || token.kind == Kind::kExponent;
+      section_.is_general = section_.is_general || token.kind == Kind::kGeneral;
+    }
+    return std::move(section_);
+  }
+
+ private:
+  void add(Kind kind, std::string_view text) { section_.tokens.push_back({kind, std::string(text)}); }
+  void add_and_skip(Kind kind, std::size_t length) {
+    add(kind, code_.substr(at_, length));
+    at_ += length;
+  }
+
+  void read_token();
+  void read_quoted();
+  void read_brackets();
+  void read_comma();
+  void read_letter();
+  bool read_day_half();
+  void tell_minutes();
+  void note_commas();
+
+  std::string_view code_;
+  std::size_t& at_;
+  Section section_;
+  // Commas read since the last digit place: a group mark if another follows, else a scale.
+  std::int32_t open_commas_ = 0;
+  bool digits_before_ = false;
+};
+
+void SectionReader::read_token() {
+  const char c = code_[at_];
+  const std::string_view rest = code_.substr(at_);
+  if (c == '"') return read_quoted();
+  if (c == '[') return read_brackets();
+  if (c == ',') return read_comma();
+  if (c == '\\') {
+    ++at_;
+    std::size_t length = 1;  // the whole character, not its first byte
+    while (at_ + length < code_.size() && (static_cast<unsigned char>(code_[at_ + length]) & 0xC0U) == 0x80)
+      ++length;
+    if (at_ < code_.size()) add_and_skip(Kind::kLiteral, length);
+    return;
+  }
+  if (c == '_' || c == '*') {  // room for a character; a character that fills the cell
+    if (c == '_') add(Kind::kLiteral, " ");
+    at_ = std::min(at_ + 2, code_.size());
+    return;
+  }
+  if (is_digit_place(c)) {
+    if (open_commas_ > 0) section_.groups = true;
+    open_commas_ = 0;
+    digits_before_ = true;
+    return add_and_skip(Kind::kDigit, 1);
+  }
+  if (c == '.') {
+    note_commas();
+    const bool after_seconds = !section_.tokens.empty() &&
+                               (section_.tokens.back().text.find_first_of("sS") != std::string::npos) &&
+                               section_.tokens.back().kind != Kind::kLiteral;
+    if (!after_seconds) return add_and_skip(Kind::kPoint, 1);
+    std::size_t length = 1;
+    while (length < rest.size() && rest[length] == '0') ++length;
+    return add_and_skip(Kind::kFraction, length);
+  }
+  if (c == '%') {
+    section_.scale += 2;
+    return add_and_skip(Kind::kLiteral, 1);
+  }
+  if (c == '@') return add_and_skip(Kind::kText, 1);
+  read_letter();
+}
+
+void SectionReader::read_quoted() {
+  const std::size_t end = std::min(code_.find('"', at_ + 1), code_.size());
+  add(Kind::kLiteral, code_.substr(at_ + 1, end - at_ - 1));
+  at_ = std::min(end + 1, code_.size());
+}
+
+// Colours and languages say nothing here; currencies, conditions and elapsed times do.
+void SectionReader::read_brackets() {
+  const std::size_t end = std::min(code_.find(']', at_), code_.size());
+  const std::string_view inside = code_.substr(at_ + 1, end - at_ - 1);
+  at_ = std::min(end + 1, code_.size());
+  if (inside.empty()) return;
+  if (inside[0] == '$') {
+    add(Kind::kLiteral, inside.substr(1, inside.find('-') - 1));
+  } else if (inside[0] == '<' || inside[0] == '>' || inside[0] == '=') {
+    const std::size_t length = inside.find_first_not_of("<>=");
+    section_.comparison = inside.substr(0, length);
+    if (length != std::string_view::npos)
+      std::from_chars(inside.data() + length, inside.data() + inside.size(), section_.bound);
+  } else if (inside.find_first_not_of("hH") == std::string_view::npos ||
+             inside.find_first_not_of("mM") == std::string_view::npos ||
+             inside.find_first_not_of("sS") == std::string_view::npos) {
+    add(Kind::kElapsed, inside);
+  }
+}
+
+void SectionReader::read_comma() {
+  if (digits_before_)
+    ++open_commas_;
+  else
+    add(Kind::kLiteral, ",");
+  ++at_;
+}
+
+// Commas that no digit followed scale by a thousand each.
+void SectionReader::note_commas() {
+  section_.scale -= 3 * open_commas_;
+  open_commas_ = 0;
+  digits_before_ = false;
+}
+
+bool SectionReader::read_day_half() {
+  for (const std::string_view form : {"AM/PM", "A/P"}) {
+    if (!starts_with_word(code_.substr(at_), form)) continue;
+    add_and_skip(Kind::kDate, form.size());
+    return true;
+  }
+  return false;
+}
+
+void SectionReader::read_letter() {
+  constexpr std::string_view kGeneralWord = "General";
+  const char c = code_[at_];
+  if (starts_with_word(code_.substr(at_), kGeneralWord))
+    return add_and_skip(Kind::kGeneral, kGeneralWord.size());
+  if (read_day_half()) return;
+  const char next = at_ + 1 < code_.size() ? code_[at_ + 1] : ' ';
+  if (same_letter(c, 'e') && (next == '+' || next == '-')) {
+    note_commas();
+    at_ += 2;
+    return add(Kind::kExponent, std::string_view(&next, 1));
+  }
+  if (std::string_view("ymdhs").find(static_cast<char>(c | 0x20)) != std::string_view::npos) {
+    std::size_t length = 1;
+    while (at_ + length < code_.size() && (code_[at_ + length] | 0x20) == (c | 0x20)) ++length;
+    return add_and_skip(Kind::kDate, length);
+  }
+  // A stroke between digit places makes a fraction.
+  if (c == '/' && digits_before_) section_.unreadable = true;
+  add_and_skip(Kind::kLiteral, 1);
+}
+
+// "m" after hours or before seconds means minutes.
+void SectionReader::tell_minutes() {
+  const auto letter = [](const Token& token) { return static_cast<char>(token.text[0] | 0x20); };
+  const auto is_time = [](const Token& token) {
+    return token.kind == Kind::kDate || token.kind == Kind::kElapsed;
+  };
+  std::vector<Token*> times;
+  for (Token& token : section_.tokens)
+    if (is_time(token)) times.push_back(&token);
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    Token& token = *times[i];
+    if (letter(token) != 'm' || token.kind != Kind::kDate || token.text.size() > 2) continue;
+    const bool after_hours = i > 0 && letter(*times[i - 1]) == 'h';
+    const bool before_seconds = i + 1 < times.size() && letter(*times[i + 1]) == 's';
+    if (after_hours || before_seconds) token.kind = Kind::kMinute;
+  }
+}
+
+// ---- Showing numbers ----
+
+bool holds(const std::string& comparison, double number, double bound) {
+  if (comparison == "<") return number < bound;
+  if (comparison == "<=") return number <= bound;
+  if (comparison == ">") return number > bound;
+  if (comparison == ">=") return number >= bound;
+  if (comparison == "<>") return number != bound;
+  return number == bound;
+}
+
+struct DigitPlaces {
+  std::size_t whole = 0, fraction = 0, exponent = 0;
+};
+
+DigitPlaces count_places(const Section& section) {
+  DigitPlaces places;
+  std::size_t* counted = &places.whole;
+  for (const Token& token : section.tokens) {
+    if (token.kind == Kind::kPoint) counted = &places.fraction;
+    if (token.kind == Kind::kExponent) counted = &places.exponent;
+    if (token.kind == Kind::kDigit) ++*counted;
+  }
+  return places;
+}
+
+// What a place shows that the number has no digit for.
+std::string filler(const Token& place) {
+  return place.text == "0" ? "0" : place.text == "?" ? " " : "";
+}
+
+// Digits of the whole part for each of its places, from left to right, with group marks.
+std::vector<std::string> whole_digits(const Section& section, const std::string& digits,
+                                      std::size_t place_count) {
+  std::vector<std::string> shown(place_count);
+  std::vector<const Token*> places;
+  for (const Token& token : section.tokens)
+    if (token.kind == Kind::kDigit && places.size() < place_count) places.push_back(&token);
+  std::size_t count = 0;  // digits shown so far, from the right
+  const auto show = [&](std::string& place, const std::string& digit) {
+    if (digit.empty()) return;
+    const bool mark = section.groups && count > 0 && count % 3 == 0 && digit != " ";
+    place.insert(0, digit + (mark ? "," : ""));
+    ++count;
+  };
+  for (std::size_t p = place_count; p-- > 0;) {
+    if (count < digits.size())
+      show(shown[p], digits.substr(digits.size() - 1 - count, 1));
+    else
+      show(shown[p], filler(*places[p]));
+  }
+  while (place_count > 0 && count < digits.size())
+    show(shown[0], digits.substr(digits.size() - 1 - count, 1));
+  return shown;
+}
+
+std::string fill_places(const Section& section, const DigitPlaces& places, const Decimal& decimal,
+                        int exponent) {
+  const std::string digits = decimal.whole(), fraction = decimal.fraction();
+  const std::vector<std::string> whole = whole_digits(section, digits, places.whole);
+  std::string text;
+  std::size_t whole_place = 0, fraction_place = 0;
+  bool after_point = false, after_exponent = false;
+  for (const Token& token : section.tokens) {
+    switch (token.kind) {
+      case Kind::kPoint:
+        after_point = true;
+        text += (places.whole == 0 ? digits : "") + ".";
+        break;
+      case Kind::kExponent:
+        after_exponent = true;
+        text += exponent_text(exponent, places.exponent, token.text == "+");
+        break;
+      case Kind::kDigit:
+        if (after_exponent) break;
+        if (after_point)
+          text += fraction_place < fraction.size() ? fraction.substr(fraction_place, 1) : filler(token);
+        else
+          text += whole[whole_place++];
+        if (after_point) ++fraction_place;
+        break;
+      default:
+        text += token.text;
+    }
+  }
+  return text;
+}
+
+std::string digits_text(const Section& section, double number) {
+  const DigitPlaces places = count_places(section);
+  Decimal decimal(number);
+  if (!decimal.is_zero()) decimal.exponent += section.scale;
+  int exponent = 0;
+  if (section.is_exponential && !decimal.is_zero()) {
+    // The exponent is a multiple of the number of places before the point.
+    const int step = std::max(static_cast<int>(places.whole), 1);
+    const auto take_exponent = [&] {
+      const int power = decimal.exponent - 1;
+      const int part = static_cast<int>(std::floor(static_cast<double>(power) / step)) * step;
+      exponent += part;
+      decimal.exponent -= part;
+    };
+    take_exponent();
+    decimal.round(static_cast<int>(places.fraction));
+    take_exponent();  // rounding may have made it ten
+  } else {
+    decimal.round(static_cast<int>(places.fraction));
+  }
+  return fill_places(section, places, decimal, exponent);
+}
+
+std::string general_section_text(const Section& section, double number) {
+  std::string text;
+  for (const Token& token : section.tokens)
+    text += token.kind == Kind::kGeneral || token.kind == Kind::kText ? general_text(number) : token.text;
+  return text;
+}
+
+bool has_kind(const Section& section, Kind kind) {
+  return std::any_of(section.tokens.begin(), section.tokens.end(),
+                     [kind](const Token& token) { return token.kind == kind; });
+}
+
+}  // namespace
+
+NumberFormat::NumberFormat(std::string_view code) {
+  constexpr std::size_t kTextSection = 3;
+  std::size_t at = 0;
+  for (std::size_t number = 0; number <= kTextSection; ++number) {
+    Section section = SectionReader(code, at).read();
+    const bool is_last = at >= code.size();
+    const bool for_texts = number == kTextSection || (is_last && has_kind(section, Kind::kText));
+    if (for_texts) texts_.push_back(section);
+    if (!for_texts || sections_.empty()) sections_.push_back(std::move(section));
+    if (is_last) break;
+    ++at;  // ";"
+  }
+  if (code.empty()) sections_.front().is_general = true;
+}
+
+bool NumberFormat::is_general() const {
+  return sections_.size() == 1 && sections_[0].is_general && sections_[0].tokens.size() <= 1;
+}
+
+bool NumberFormat::grows_with_size() const {
+  return std::all_of(sections_.begin(), sections_.end(), [](const Section& section) {
+    return section.comparison.empty() && !section.is_date && !section.is_exponential && !section.is_general &&
+           !section.unreadable && !has_kind(section, Kind::kText);
+  });
+}
+
+const Section& NumberFormat::section_of(double number) const {
+  const bool conditional = std::any_of(sections_.begin(), sections_.end(),
+                                       [](const Section& section) { return !section.comparison.empty(); });
+  if (conditional) {
+    for (const Section& section : sections_)
+      if (section.comparison.empty() || holds(section.comparison, number, section.bound)) return section;
+    return sections_.back();
+  }
+  if (number < 0 && sections_.size() > 1) return sections_[1];
+  if (number == 0 && sections_.size() > 2) return sections_[2];
+  return sections_[0];
+}
+
+std::string NumberFormat::number_text(double number) const {
+  constexpr const char* kNoDate = "########";
+  const Section& section = section_of(number);
+  if (section.unreadable) return general_text(number);
+  if (section.is_date) return date_text(section, number).value_or(kNoDate);
+  // A section of its own for negative numbers brings its own sign.
+  const bool signs =
+      &section == &sections_[0] || !section.comparison.empty() || !sections_[0].comparison.empty();
+  const std::string sign = number < 0 && signs ? "-" : "";
+  if (section.is_general || has_kind(section, Kind::kText))
+    return sign + general_section_text(section, std::fabs(number));
+  return sign + digits_text(section, number);
+}
+
+std::string NumberFormat::text(const CellValue& value) const {
+  if (value.is_number()) return number_text(value.number);
+  if (value.kind != CellKind::kText || texts_.empty()) return edited_text(value);
+  std::string text;
+  for (const Token& token : texts_.front().tokens)
+    text += token.kind == Kind::kText ? value.text : token.text;
+  return text;
+}
+
+std::string displayed_text(const CellValue& value, const std::string& number_format) {
+  return NumberFormat(number_format).text(value);
+}
+
+}  // namespace ordvane::office

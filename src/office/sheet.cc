@@ -1,0 +1,289 @@
+#include "office/sheet.h"
+
+#include <cmath>
+
+#include "model/text.h"
+#include "office/refusal.h"
+#include "office/state.h"
+
+namespace ordvane::office {
+namespace {
+
+using host::CellKind;
+using host::CellValue;
+
+constexpr std::int32_t kLongestText = 32767;  // UTF-16 units
+
+void check_text(std::string_view text) {
+  if (text.size() > kLongestText && model::utf16_length(text) > kLongestText)
+    refuse("A cell holds at most 32,767 characters");
+}
+
+// Cells hold no infinities.
+double storable(double number) {
+  return std::isfinite(number) ? number : static_cast<double>(host::CellError::kNum);
+}
+CellKind storable_kind(CellKind kind, double number) {
+  return kind == CellKind::kNumber && !std::isfinite(number) ? CellKind::kError : kind;
+}
+
+bool is_formula(const std::string& text) {
+  return text.size() > 1 && text[0] == '=';
+}
+
+std::string without_equals(const std::string& formula) {
+  return !formula.empty() && formula[0] == '=' ? formula.substr(1) : formula;
+}
+
+}  // namespace
+
+Sheet::Sheet(Book& owner, std::shared_ptr<SheetModel> data)
+    : book(&owner), model(std::move(data)), cells_(model->bands), merges_(model->merges) {}
+
+// ---- Values ----
+
+CellValue Sheet::value_at(const RowBand& band, std::size_t index) const {
+  CellValue result;
+  result.kind = band.kinds[index];
+  if (result.kind == CellKind::kText)
+    result.text = book->model->texts.at(static_cast<TextId>(band.numbers[index]));
+  else if (result.kind != CellKind::kBlank)
+    result.number = band.numbers[index];
+  return result;
+}
+
+CellValue Sheet::stored_value(std::int32_t row, std::int32_t column) {
+  const CellStore::Place place = cells_.find(row, column);
+  return place.band ? value_at(*place.band, place.index) : CellValue();
+}
+
+CellValue Sheet::value(std::int32_t row, std::int32_t column) {
+  const CellRef cell{row, column};
+  if (model->formulas.contains(cell)) {
+    if (computation(cell).under_way) return host::CellError::kRef;  // it depends on itself
+    compute(cell);
+  }
+  return stored_value(row, column);
+}
+
+void Sheet::each_value(const Area& area, const std::function<void(const CellValue&)>& visit) {
+  compute_area(area);
+  cells_.for_each_run(
+      area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+          if (band.kinds[index + i] == CellKind::kBlank) continue;
+          const CellRef cell{row, column + static_cast<std::int32_t>(i)};
+          const auto known = computations_.find(cell);
+          if (known != computations_.end() && known->second.under_way)
+            visit(host::CellError::kRef);
+          else
+            visit(value_at(band, index + i));
+        }
+      });
+}
+
+host::CellBlock Sheet::values(const Area& area) {
+  compute_area(area);
+  host::CellBlock block(area.rows, area.columns);
+  std::unordered_map<TextId, host::CellBlock::TextId> text_ids;
+  cells_.for_each_run(
+      area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
+        for (std::size_t i = index; i < index + count; ++i, ++column) {
+          const std::int32_t block_row = row - area.row + 1, block_column = column - area.column + 1;
+          if (band.kinds[i] == CellKind::kNumber) {
+            block.set_number(block_row, block_column, band.numbers[i]);
+          } else if (band.kinds[i] == CellKind::kText) {
+            const auto id = static_cast<TextId>(band.numbers[i]);
+            const auto [known, added] = text_ids.try_emplace(id, 0);
+            if (added) known->second = block.add_text(book->model->texts.at(id));
+            block.set_text(block_row, block_column, known->second);
+          } else if (band.kinds[i] != CellKind::kBlank) {
+            block.set(block_row, block_column, value_at(band, i));
+          }
+        }
+      });
+  return block;
+}
+
+void Sheet::write(RowBand& band, std::size_t index, const CellValue& value) {
+  band.kinds[index] = storable_kind(value.kind, value.number);
+  band.numbers[index] = value.kind == CellKind::kText
+                            ? static_cast<double>(book->model->texts.intern(value.text))
+                            : storable(value.number);
+}
+
+void Sheet::store(const CellRef& cell, const CellValue& value) {
+  CellStore::Place place = cells_.find(cell.row, cell.column);
+  if (!place.band) {
+    if (value.kind == CellKind::kBlank) return;
+    cells_.ensure({cell.row, cell.column, 1, 1});
+    place = cells_.find(cell.row, cell.column);
+  }
+  write(*place.band, place.index, value);
+}
+
+void Sheet::set_value(const Area& area, const CellValue& value) {
+  check_text(value.text);
+  if (value.kind != CellKind::kBlank) cells_.ensure(area);
+  forget_formulas(area);
+  cells_.for_each_run(area,
+                      [&](RowBand& band, std::size_t index, std::int32_t, std::int32_t, std::size_t count) {
+                        for (std::size_t i = index; i < index + count; ++i) write(band, i, value);
+                      });
+}
+
+void Sheet::put(const Area& area, const host::CellBlock& block) {
+  constexpr TextId kUnknown = static_cast<TextId>(-1);
+  if (block.rows() != area.rows || block.columns() != area.columns)
+    refuse("The block and the range differ in size");
+  for (host::CellBlock::TextId id = 0; id < block.text_count(); ++id) check_text(block.text(id));
+  cells_.ensure_together(area);
+  forget_formulas(area);
+  std::vector<TextId> text_ids(block.text_count(), kUnknown);
+  TextTable& texts = book->model->texts;
+  cells_.for_each_run(
+      area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
+        for (std::size_t i = index; i < index + count; ++i, ++column) {
+          const host::CellBlock::Cell& cell = block.at(row - area.row + 1, column - area.column + 1);
+          band.kinds[i] = storable_kind(cell.kind, cell.number);
+          if (cell.kind == CellKind::kText) {
+            TextId& id = text_ids[cell.text];
+            if (id == kUnknown) id = texts.intern(block.text(cell.text));
+            band.numbers[i] = static_cast<double>(id);
+          } else {
+            band.numbers[i] = storable(cell.number);
+          }
+        }
+      });
+}
+
+// ---- Formulas ----
+
+template <class Visit>
+void Sheet::for_each_formula(const Area& area, Visit&& visit) {
+  const std::int32_t last_column = area.column + area.columns - 1;
+  auto place = model->formulas.lower_bound({area.row, area.column});
+  while (place != model->formulas.end() && place->first.row < area.row + area.rows) {
+    const CellRef cell = place->first;
+    if (cell.column < area.column) {
+      place = model->formulas.lower_bound({cell.row, area.column});
+    } else if (cell.column > last_column) {
+      place = model->formulas.lower_bound({cell.row + 1, area.column});
+    } else {
+      ++place;  // before the visit, which may remove the formula
+      visit(cell);
+    }
+  }
+}
+
+void Sheet::forget_formulas(const Area& area) {
+  ++state_;
+  for_each_formula(area, [&](const CellRef& cell) {
+    model->formulas.erase(cell);
+    computations_.erase(cell);
+  });
+}
+
+std::string Sheet::formula(std::int32_t row, std::int32_t column) {
+  const auto found = model->formulas.find({row, column});
+  return found != model->formulas.end() ? found->second : edited_text(stored_value(row, column));
+}
+
+void Sheet::set_formula(const Area& area, const std::string& formula) {
+  cells_.ensure(area);
+  forget_formulas(area);
+  for (std::int32_t row = 0; row < area.rows; ++row)
+    for (std::int32_t column = 0; column < area.columns; ++column)
+      enter_formula({area.row + row, area.column + column},
+                    row == 0 && column == 0 ? formula : moved_formula(formula, row, column));
+}
+
+void Sheet::enter_formula(const CellRef& cell, const std::string& formula) {
+  const CellValue* known = recorded(cell, formula);
+  if (is_formula(formula)) {
+    model->formulas[cell] = formula;
+    if (known) computations_[cell] = Computation{};
+  } else if (!known) {
+    const CellValue typed = typed_value(formula);
+    check_text(typed.text);
+    store(cell, typed);
+  }
+  if (known) store(cell, *known);
+}
+
+void Sheet::record(const CellRef& cell, const std::string& formula, const CellValue& value) {
+  recorded_[cell][without_equals(formula)] = value;
+}
+
+const CellValue* Sheet::recorded(const CellRef& cell, const std::string& formula) const {
+  const auto known = recorded_.find(cell);
+  if (known == recorded_.end()) return nullptr;
+  const auto value = known->second.find(without_equals(formula));
+  return value == known->second.end() ? nullptr : &value->second;
+}
+
+const CellValue* Sheet::recorded(const std::string& formula) const {
+  for (const auto& [cell, values] : recorded_)
+    if (const CellValue* value = recorded(cell, formula)) return value;
+  return nullptr;
+}
+
+CellValue Sheet::evaluate(const std::string& formula) {
+  const Formula parsed(without_equals(formula));
+  for (const Area& area : parsed.precedents()) compute_area(area);
+  return parsed.compute(*this);
+}
+
+Sheet::Computation& Sheet::computation(const CellRef& cell) {
+  const auto [place, added] = computations_.try_emplace(cell);
+  if (added) place->second.formula = std::make_unique<Formula>(without_equals(model->formulas.at(cell)));
+  return place->second;
+}
+
+bool Sheet::is_current(const Computation& computation) const {
+  return !computation.formula || computation.computed_at == state_;
+}
+
+std::vector<CellRef> Sheet::outdated_precedents(const Computation& computation) {
+  std::vector<CellRef> found;
+  for (const Area& area : computation.formula->precedents()) {
+    for_each_formula(area, [&](const CellRef& cell) {
+      const Computation& precedent = this->computation(cell);
+      if (!precedent.under_way && !is_current(precedent)) found.push_back(cell);
+    });
+  }
+  return found;
+}
+
+// Depth first with a list of its own: a formula may stand at the end of a chain as long as a sheet. A formula
+// is computed when it is met the second time, its precedents having been computed in between.
+void Sheet::compute(const CellRef& start) {
+  std::vector<CellRef> open{start};
+  while (!open.empty()) {
+    const CellRef cell = open.back();
+    Computation& current = computation(cell);
+    if (is_current(current)) {
+      open.pop_back();
+    } else if (!current.under_way) {
+      current.under_way = true;
+      for (const CellRef& precedent : outdated_precedents(current)) open.push_back(precedent);
+    } else {
+      const CellValue result = current.formula->compute(*this);
+      store(cell, result);
+      current.computed_at = state_;
+      current.under_way = false;
+    }
+  }
+}
+
+void Sheet::compute_area(const Area& area) {
+  for_each_formula(area, [&](const CellRef& cell) {
+    if (!computation(cell).under_way) compute(cell);
+  });
+}
+
+void Sheet::compute_all() {
+  compute_area({1, 1, kSheetRows, kSheetColumns});
+}
+
+}  // namespace ordvane::office

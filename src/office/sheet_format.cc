@@ -1,0 +1,214 @@
+// Formats, merges and geometry of a sheet.
+#include <algorithm>
+#include <cmath>
+
+#include "office/column_fit.h"
+#include "office/handles.h"
+#include "office/refusal.h"
+#include "office/sheet.h"
+#include "office/state.h"
+
+namespace ordvane::office {
+namespace {
+
+constexpr double kPointsOfPixel = 0.75;
+constexpr double kWidestColumn = 255;
+constexpr double kHighestRow = 409.5;
+// Line height of the default font, in sizes.
+constexpr double kLineHeight = 1.2207;
+
+double fitted_row_height(double font_size) {
+  const double line = font_size / kPointsOfPixel * kLineHeight;
+  return (std::round(line) + 2) * kPointsOfPixel;
+}
+
+void apply(const host::BorderFormat& format, EdgeLine& line) {
+  const auto color = chosen_color(format.color, format.color_index);
+  if (format.line_style) {
+    line.line_style = *format.line_style;
+  } else if (line.line_style == host::kXlNone && (format.weight || color)) {
+    line.line_style = static_cast<std::int32_t>(host::LineStyle::kContinuous);
+  }
+  if (line.line_style == host::kXlNone) {
+    line = EdgeLine{};
+    return;
+  }
+  if (format.weight) line.weight = *format.weight;
+  if (color) line.color = color;
+}
+
+}  // namespace
+
+const CellStyle& Sheet::style(std::int32_t row, std::int32_t column) {
+  const CellStore::Place place = cells_.find(row, column);
+  return book->model->styles.at(place.band ? place.band->styles[place.index] : StyleId{0});
+}
+
+void Sheet::restyle(const Area& area, const std::function<void(CellStyle&)>& change) {
+  constexpr std::int32_t kUnmet = -1;
+  cells_.ensure(area);
+  StyleTable& styles = book->model->styles;
+  std::vector<std::int32_t> changed(styles.size(), kUnmet);
+  // Everything that can fail first, so that a failure leaves no cell changed.
+  cells_.for_each_run(area,
+                      [&](RowBand& band, std::size_t index, std::int32_t, std::int32_t, std::size_t count) {
+                        for (std::size_t i = index; i < index + count; ++i) {
+                          if (changed[band.styles[i]] != kUnmet) continue;
+                          CellStyle style = styles.at(band.styles[i]);
+                          change(style);
+                          changed[band.styles[i]] = styles.intern(style);
+                        }
+                      });
+  cells_.for_each_run(area,
+                      [&](RowBand& band, std::size_t index, std::int32_t, std::int32_t, std::size_t count) {
+                        for (std::size_t i = index; i < index + count; ++i)
+                          band.styles[i] = static_cast<StyleId>(changed[band.styles[i]]);
+                      });
+}
+
+void Sheet::set_border(const Area& area, host::Edge edge, const host::BorderFormat& format) {
+  const Area top{area.row, area.column, 1, area.columns};
+  const Area bottom{area.row + area.rows - 1, area.column, 1, area.columns};
+  const Area left{area.row, area.column, area.rows, 1};
+  const Area right{area.row, area.column + area.columns - 1, area.rows, 1};
+  const auto set = [&](const Area& cells, EdgeLine CellStyle::*line) {
+    if (!is_empty(cells)) restyle(cells, [&](CellStyle& style) { apply(format, style.*line); });
+  };
+  switch (edge) {
+    case host::Edge::kLeft:
+      return set(left, &CellStyle::left);
+    case host::Edge::kTop:
+      return set(top, &CellStyle::top);
+    case host::Edge::kBottom:
+      return set(bottom, &CellStyle::bottom);
+    case host::Edge::kRight:
+      return set(right, &CellStyle::right);
+    case host::Edge::kInsideVertical:
+      set({area.row, area.column, area.rows, area.columns - 1}, &CellStyle::right);
+      return set({area.row, area.column + 1, area.rows, area.columns - 1}, &CellStyle::left);
+    case host::Edge::kInsideHorizontal:
+      set({area.row, area.column, area.rows - 1, area.columns}, &CellStyle::bottom);
+      return set({area.row + 1, area.column, area.rows - 1, area.columns}, &CellStyle::top);
+  }
+  refuse("No such edge");
+}
+
+void Sheet::set_font(const Area& area, const host::FontFormat& font) {
+  if (font.size && !(*font.size >= 1 && *font.size <= 409)) refuse("Font sizes are 1 to 409 points");
+  restyle(area, [&](CellStyle& style) {
+    style.font_name = font.name.value_or(style.font_name);
+    style.font_size = font.size.value_or(style.font_size);
+    style.bold = font.bold.value_or(style.bold);
+    style.italic = font.italic.value_or(style.italic);
+    if (font.color) style.font_color = font.color;
+  });
+  if (font.size) fit_rows_to_font(area, *font.size);
+}
+
+// Rows grow with their largest font, as long as nobody set their height.
+void Sheet::fit_rows_to_font(const Area& area, double size) {
+  const double height = fitted_row_height(size);
+  if (height <= kDefaultRowHeight) return;
+  for (std::int32_t row = area.row; row < area.row + area.rows; ++row)
+    if (!rows_set_by_hand_.contains(row) && row_height(row) < height) model->row_heights[row] = height;
+}
+
+// The merged cell looks as its first cell did; the outer lines of the others stay.
+void Sheet::merge(const Area& area) {
+  for (const Area& other : merges_.touching(area))
+    if (!contains(area, other)) refuse("A part of a merged cell cannot be merged with other cells");
+  merges_.remove_touching(area);
+  if (area.rows == 1 && area.columns == 1) return;
+  const CellStyle first = style(area.row, area.column);
+  if (area.columns > 1) set_value({area.row, area.column + 1, area.rows, area.columns - 1}, {});
+  if (area.rows > 1) set_value({area.row + 1, area.column, area.rows - 1, 1}, {});
+  restyle(area, [&](CellStyle& style) {
+    CellStyle merged = first;
+    merged.left = style.left;
+    merged.top = style.top;
+    merged.right = style.right;
+    merged.bottom = style.bottom;
+    style = merged;
+  });
+  merges_.add(area);
+}
+
+double Sheet::column_width(std::int32_t column) const {
+  const auto found = model->columns.find(column);
+  if (found == model->columns.end()) return kDefaultColumnWidth;
+  return found->second.hidden ? 0 : found->second.width.value_or(kDefaultColumnWidth);
+}
+
+void Sheet::set_column_width(std::int32_t first, std::int32_t count, double characters) {
+  if (!(characters >= 0 && characters <= kWidestColumn)) refuse("Column widths are 0 to 255 characters");
+  const double rounded = column_characters(column_pixels(characters));
+  for (std::int32_t column = first; column < first + count; ++column) {
+    ColumnProps& props = model->columns[column];
+    props.hidden = rounded == 0;
+    if (rounded > 0) props.width = rounded;
+  }
+}
+
+void Sheet::set_columns_hidden(std::int32_t first, std::int32_t count, bool hidden) {
+  for (std::int32_t column = first; column < first + count; ++column) model->columns[column].hidden = hidden;
+}
+
+double Sheet::row_height(std::int32_t row) const {
+  const auto found = model->row_heights.find(row);
+  return found == model->row_heights.end() ? kDefaultRowHeight : found->second;
+}
+
+void Sheet::set_row_height(std::int32_t first, std::int32_t count, double points) {
+  if (!(points >= 0 && points <= kHighestRow)) refuse("Row heights are 0 to 409.5 points");
+  const double rounded = std::round(points / kPointsOfPixel) * kPointsOfPixel;
+  for (std::int32_t row = first; row < first + count; ++row) {
+    model->row_heights[row] = rounded;
+    rows_set_by_hand_.insert(row);
+  }
+}
+
+double Sheet::left_of(std::int32_t column) const {
+  double pixels = (column - 1) * column_pixels(kDefaultColumnWidth);
+  for (auto place = model->columns.begin(); place != model->columns.end() && place->first < column; ++place)
+    pixels += column_pixels(column_width(place->first)) - column_pixels(kDefaultColumnWidth);
+  return pixels * kPointsOfPixel;
+}
+
+double Sheet::top_of(std::int32_t row) const {
+  double points = (row - 1) * kDefaultRowHeight;
+  for (auto place = model->row_heights.begin(); place != model->row_heights.end() && place->first < row;
+       ++place)
+    points += place->second - kDefaultRowHeight;
+  return points;
+}
+
+// Merged and wrapped cells have no say, and columns without contents stay as they are.
+void Sheet::fit_columns(const Area& area) {
+  compute_area(area);
+  std::map<std::int32_t, std::vector<Area>> merged_rows;
+  for (const Area& merge : merges_.touching(area))
+    for (std::int32_t row = std::max(merge.row, area.row);
+         row < std::min(merge.row + merge.rows, area.row + area.rows); ++row)
+      merged_rows[row].push_back(merge);
+  std::map<std::int32_t, ColumnFit> fits;
+  cells_.for_each_run(
+      area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
+        const auto merged = merged_rows.find(row);
+        auto fit = fits.try_emplace(column, *book->model).first;
+        for (std::size_t i = index; i < index + count; ++i, ++column) {
+          if (fit == fits.end() || fit->first != column) fit = fits.try_emplace(column, *book->model).first;
+          const bool is_merged = merged != merged_rows.end() &&
+                                 std::any_of(merged->second.begin(), merged->second.end(),
+                                             [&](const Area& merge) { return contains(merge, row, column); });
+          if (!is_merged) fit->second.add(band.styles[i], band.kinds[i], band.numbers[i]);
+          ++fit;
+        }
+      });
+  for (auto& [column, fit] : fits) {
+    const auto pixels = fit.pixels();
+    if (pixels && !model->columns[column].hidden)
+      set_column_width(column, 1, std::min(column_characters(*pixels), kWidestColumn));
+  }
+}
+
+}  // namespace ordvane::office

@@ -1,0 +1,92 @@
+#include "office/state.h"
+
+#include <algorithm>
+
+namespace ordvane::office {
+
+void Book::close() {
+  application = nullptr;
+  for (const auto& sheet : sheets) sheet->book = nullptr;
+}
+
+std::shared_ptr<Sheet> Book::find_sheet(const std::string& name) const {
+  for (const auto& sheet : sheets)
+    if (same_name(sheet->model->name, name)) return sheet;
+  return nullptr;
+}
+
+std::shared_ptr<Sheet> Book::add_sheet(const std::string& name) {
+  if (const auto fault = sheet_name_fault(name)) refuse(*fault);
+  if (find_sheet(name)) refuse("The workbook already has a sheet named " + name);
+  auto sheet = std::make_shared<Sheet>(*this, std::make_shared<SheetModel>());
+  sheet->model->name = name;
+  sheets.push_back(sheet);
+  model->sheets.push_back(sheet->model);
+  activate(*sheet);
+  return sheet;
+}
+
+void Book::remove_sheet(const Sheet& sheet) {
+  if (sheets.size() == 1) refuse("A workbook keeps at least one sheet");
+  const std::size_t place = position(sheet);
+  sheets[place]->book = nullptr;
+  sheets.erase(sheets.begin() + static_cast<std::ptrdiff_t>(place));
+  model->sheets.erase(model->sheets.begin() + static_cast<std::ptrdiff_t>(place));
+  if (model->active_sheet > place || model->active_sheet == sheets.size()) --model->active_sheet;
+}
+
+std::size_t Book::position(const Sheet& sheet) const {
+  const auto place =
+      std::find_if(sheets.begin(), sheets.end(), [&](const auto& other) { return other.get() == &sheet; });
+  return static_cast<std::size_t>(place - sheets.begin());
+}
+
+void Book::activate(const Sheet& sheet) {
+  model->active_sheet = position(sheet);
+}
+
+ApplicationState::~ApplicationState() {
+  for (const auto& book : books) book->close();
+}
+
+std::shared_ptr<Book> ApplicationState::find_book(const std::string& name) const {
+  for (const auto& book : books)
+    if (same_name(book->model->name, name)) return book;
+  return nullptr;
+}
+
+std::shared_ptr<Book> ApplicationState::add_book(const std::string& name) {
+  if (name.empty()) refuse("A workbook needs a name");
+  if (find_book(name)) refuse("A workbook named " + name + " is already open");
+  auto book = std::make_shared<Book>();
+  book->application = this;
+  book->model->name = name;
+  books.push_back(book);
+  active = book;
+  return book;
+}
+
+void ApplicationState::close(const Book& book) {
+  const auto place =
+      std::find_if(books.begin(), books.end(), [&](const auto& other) { return other.get() == &book; });
+  const std::shared_ptr<Book> closed = *place;
+  books.erase(place);
+  closed->close();
+  if (active == closed) active = books.empty() ? nullptr : books.back();
+}
+
+std::shared_ptr<Sheet> ApplicationState::active_sheet() const {
+  return active && !active->sheets.empty() ? active->sheets[active->model->active_sheet] : nullptr;
+}
+
+Book& book_of(const Sheet& sheet) {
+  if (!sheet.book) refuse("The sheet is not there any more");
+  return *sheet.book;
+}
+
+ApplicationState& application_of(const Book& book) {
+  if (!book.application) refuse("The workbook is not open any more");
+  return *book.application;
+}
+
+}  // namespace ordvane::office

@@ -1,0 +1,138 @@
+#include "office/handles.h"
+
+namespace ordvane::office {
+
+const std::shared_ptr<Book>& WorkbookHandle::book() {
+  application_of(*book_);
+  return book_;
+}
+
+std::string WorkbookHandle::name() {
+  return book()->model->name;
+}
+
+bool WorkbookHandle::multi_user_editing() {
+  return book()->model->multi_user_editing;
+}
+
+std::vector<std::shared_ptr<host::Worksheet>> WorkbookHandle::worksheets() {
+  std::vector<std::shared_ptr<host::Worksheet>> result;
+  for (const auto& sheet : book()->sheets) result.push_back(std::make_shared<WorksheetHandle>(sheet));
+  return result;
+}
+
+std::shared_ptr<host::Worksheet> WorkbookHandle::worksheet(const std::string& name) {
+  const auto sheet = book()->find_sheet(name);
+  if (!sheet) host::raise_subscript_out_of_range("worksheet " + name);
+  return std::make_shared<WorksheetHandle>(sheet);
+}
+
+std::shared_ptr<host::Worksheet> WorkbookHandle::add_worksheet() {
+  std::string name;
+  for (std::size_t number = book()->sheets.size() + 1; name.empty() || book_->find_sheet(name); ++number)
+    name = "Sheet" + std::to_string(number);
+  return std::make_shared<WorksheetHandle>(book_->add_sheet(name));
+}
+
+void WorkbookHandle::set_properties(const host::DocumentProperties& properties) {
+  book()->model->properties = properties;
+}
+
+void WorkbookHandle::activate() {
+  application_of(*book_).active = book_;
+}
+
+WorkbookHandle& embedded(host::Workbook& book) {
+  auto* handle = dynamic_cast<WorkbookHandle*>(&book);
+  if (!handle) throw host::Error(host::errc::kTypeMismatch, "The workbook belongs to another application");
+  return *handle;
+}
+
+// ---- Worksheets ----
+
+Sheet& WorksheetHandle::sheet() const {
+  book_of(*sheet_);
+  return *sheet_;
+}
+
+std::shared_ptr<host::Workbook> WorksheetHandle::workbook() {
+  return std::make_shared<WorkbookHandle>(book_of(*sheet_).shared_from_this());
+}
+
+std::string WorksheetHandle::name() {
+  return sheet().model->name;
+}
+
+void WorksheetHandle::set_name(const std::string& name) {
+  Book& book = book_of(*sheet_);
+  if (const auto fault = sheet_name_fault(name)) refuse(*fault);
+  const auto other = book.find_sheet(name);
+  if (other && other != sheet_) refuse("The workbook already has a sheet named " + name);
+  const std::string former = std::exchange(sheet_->model->name, name);
+  for (const auto& sheet : book.model->sheets) {
+    for (const auto& chart : sheet->charts) {
+      for (const auto& series : chart->series) {
+        if (series->values.sheet == former) series->values.sheet = name;
+        if (series->x_values.sheet == former) series->x_values.sheet = name;
+      }
+    }
+  }
+}
+
+std::int32_t WorksheetHandle::row_limit() {
+  sheet();
+  return kSheetRows;
+}
+
+std::int32_t WorksheetHandle::column_limit() {
+  sheet();
+  return kSheetColumns;
+}
+
+std::shared_ptr<host::Range> WorksheetHandle::range(const std::string& address) {
+  sheet();
+  const auto area = parse_area(address);
+  if (!area) refuse("No cell address: " + address);
+  return std::make_shared<RangeHandle>(sheet_, *area);
+}
+
+std::shared_ptr<host::Range> WorksheetHandle::range(std::int32_t row, std::int32_t column, std::int32_t rows,
+                                                    std::int32_t columns) {
+  sheet();
+  return std::make_shared<RangeHandle>(sheet_, Area{row, column, rows, columns});
+}
+
+std::shared_ptr<host::ChartObject> WorksheetHandle::add_chart(double left, double top, double width,
+                                                              double height) {
+  sheet();
+  return make_chart(sheet_, left, top, width, height);
+}
+
+void WorksheetHandle::set_page_setup(const host::PageSetup& setup) {
+  if (!setup.print_title_rows.empty() && !parse_area(setup.print_title_rows))
+    refuse("No rows: " + setup.print_title_rows);
+  sheet().model->page = setup;
+}
+
+void WorksheetHandle::freeze_panes(std::int32_t rows, std::int32_t columns) {
+  if (rows < 0 || columns < 0 || rows >= kSheetRows || columns >= kSheetColumns)
+    refuse("The split lies outside the sheet");
+  sheet().model->frozen_rows = rows;
+  sheet().model->frozen_columns = columns;
+}
+
+void WorksheetHandle::set_display_gridlines(bool shown) {
+  sheet().model->gridlines = shown;
+}
+
+void WorksheetHandle::activate() {
+  Book& book = book_of(*sheet_);
+  application_of(book).active = book.shared_from_this();
+  book.activate(*sheet_);
+}
+
+void WorksheetHandle::remove() {
+  book_of(*sheet_).remove_sheet(*sheet_);
+}
+
+}  // namespace ordvane::office
