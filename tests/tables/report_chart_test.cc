@@ -1,0 +1,168 @@
+// Report charts: the figures behind tornado bars, titles, axes, series looks, watermark.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "tables/report_workbook.h"
+#include "tables/tables_bench.h"
+
+namespace ordvane::tables {
+namespace {
+
+struct BarsBench : test::TablesBench {
+  explicit BarsBench(const std::vector<std::pair<host::CellValue, host::CellValue>>& ends,
+                     double crossing = host::kAutoScaleValue) {
+    const auto bars = static_cast<std::int32_t>(ends.size());
+    chart = sheet->AddChart(64, 428, sheet->ChartHeightForBars(static_cast<std::int16_t>(bars)));
+    const auto table = sheet->AddTable(bars, 3, 1, 0, "", "");
+    host::CellBlock body(bars, 3);
+    for (std::int32_t row = 1; row <= bars; ++row) {
+      const auto& [low, high] = ends[static_cast<std::size_t>(row - 1)];
+      body.set(row, 1, "Input");
+      body.set(row, 2, low);
+      body.set(row, 3, high);
+    }
+    table->PutBody(1, body);
+    chart->AddTornadoBars(static_cast<std::int16_t>(bars), *table->Body(1, 2, bars), *table->Body(1, 3, bars),
+                          *table->Body(1, 1, bars), crossing);
+  }
+  const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
+  // The four figures of a bar.
+  std::vector<double> figures(std::int32_t bar) {
+    std::vector<double> result;
+    const auto& series = drawn().series;
+    const test::BookReader reader(*kept);
+    for (const auto& part : series) {
+      const office::Area& area = part->values.area;
+      result.push_back(reader.value(*kept->sheets.front(), area.row + bar - 1, area.column).number);
+    }
+    return result;
+  }
+
+  ReportWorkbook workbook = reports();
+  std::shared_ptr<ReportSheet> sheet = workbook.AddSheet("Tornado");
+  std::shared_ptr<ReportChart> chart;
+};
+
+struct BarCase {
+  const char* what;
+  host::CellValue low, high;
+  double crossing;
+  std::vector<double> figures;  // lead -, lead +, bar -, bar +
+};
+
+const BarCase kBarCases[] = {
+    {"right of zero", 30.0, 50.0, 40, {0, 30, 0, 20}},
+    {"left of zero", -50.0, -30.0, -40, {-30, 0, -20, 0}},
+    {"across zero", -5.0, 3.0, 0, {0, 0, -5, 3}},
+    {"the other way round", 3.0, -5.0, 0, {0, 0, -5, 3}},
+    {"no length", 7.0, 7.0, 7, {0, 7, 0, 0}},
+    {"no low end", " - ", 50.0, 40, {0, 40, 0, 0}},
+    {"no high end, left of zero", -50.0, " - ", -40, {-40, 0, 0, 0}},
+};
+
+TEST(AddTornadoBars, DrawsFromFormulasOverTheTable) {
+  for (const BarCase& c : kBarCases) {
+    SCOPED_TRACE(c.what);
+    BarsBench bench({{c.low, c.high}, {1.0, 2.0}}, c.crossing);
+    EXPECT_EQ(bench.figures(1), c.figures);
+    EXPECT_EQ(bench.figures(2), (std::vector<double>{0, 1, 0, 1}));
+  }
+}
+
+TEST(AddTornadoBars, FollowsTheTableFromHiddenColumns) {
+  BarsBench bench({{30.0, 50.0}}, 40);
+  const auto& series = bench.drawn().series;
+  ASSERT_EQ(series.size(), 4U);
+  EXPECT_EQ(bench.kept->sheets.front()->columns.count(4), 0U) << "a gap beside the table";
+  for (const auto& part : series)
+    EXPECT_TRUE(bench.kept->sheets.front()->columns.at(part->values.area.column).hidden);
+  bench.sheet->SheetWorksheet()->range(series[0]->values.area.row, 3, 1, 1)->set_value(65.0);
+  bench.app->calculate();
+  EXPECT_EQ(bench.figures(1), (std::vector<double>{0, 30, 0, 35}));
+}
+
+TEST(ReportChart, ScalesTheValueAxisToTheBars) {
+  BarsBench bench({{40000.0, 41000.0}, {" - ", " - "}}, 40461);
+  constexpr double kAuto = host::kAutoScaleValue;
+  bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0[LOCAL]", true);
+  bench.chart->FinishChart();
+  const office::ChartModel& chart = bench.drawn();
+  const office::AxisModel& values = chart.axes[0][1];
+  EXPECT_GT(values.minimum.value_or(0), 39000);
+  EXPECT_LE(values.minimum.value_or(0), 40000);
+  EXPECT_GE(values.maximum.value_or(0), 41000);
+  EXPECT_EQ(values.crosses_at, 40461);
+  EXPECT_EQ(values.number_format, "#,##0");
+  const office::AxisModel& names = chart.axes[0][0];
+  EXPECT_TRUE(names.reversed && names.crosses_maximum) << "first bar on top, figures at the bottom";
+  EXPECT_FALSE(chart.plot_visible_only);
+  ASSERT_TRUE(chart.plot.inside);
+  EXPECT_LT(chart.plot.inside->left, 0.4 * chart.width + 1);
+  EXPECT_LT(chart.plot.inside->left + chart.plot.inside->width, chart.width);
+
+  bench.chart->SetXAxis("Cost", 0, kAuto, 500, "", true);
+  EXPECT_EQ(bench.drawn().axes[0][1].minimum, 0);
+  EXPECT_EQ(bench.drawn().axes[0][1].maximum, std::nullopt);
+}
+
+TEST(ReportChart, TitleAndSubtitleShareTheTitle) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto chart = reports.AddSheet("Title")->AddChart(33, 428, 300);
+  chart->SetTitle("Größe 😀");
+  chart->SetSubtitle("second\r\nthird");
+  const auto& model = *bench.first_sheet(reports).charts.front();
+  ASSERT_EQ(model.title.size(), 3U) << "title, line break, subtitle";
+  EXPECT_EQ(model.title[0].text, "Größe 😀");
+  EXPECT_EQ(model.title[0].font.bold, true);
+  EXPECT_EQ(model.title[2].text, "second\nthird");
+  EXPECT_EQ(model.title[2].font.bold, false);
+  EXPECT_EQ(model.alternative_text, "Größe 😀\nsecond\nthird");
+}
+
+TEST(ReportChart, TellsThirtyTwoSeriesApart) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Series");
+  const auto chart = sheet->AddChart(33, 428, 300);
+  const auto cells = sheet->NextCell()->resize(3, 1);
+  for (int i = 0; i < 32; ++i) chart->AddSeries(*cells, *cells, "Input");
+  std::set<std::pair<host::Color, std::int32_t>> looks;
+  const auto& model = *bench.first_sheet(reports).charts.front();
+  for (const auto& series : model.series)
+    looks.insert({series->line.value().color.value(), series->marker.value().style});
+  EXPECT_EQ(looks.size(), 32U);
+  EXPECT_TRUE(model.has_legend);
+}
+
+TEST(ReportChart, WatermarkLiesInsideTheChartAndClicksOnlyWithTheAddIn) {
+  for (const bool add_in : {false, true}) {
+    test::TablesBench bench(add_in);
+    auto reports = bench.reports();
+    const auto sheet = reports.AddSheet("Watermark");
+    for (const std::int32_t kind : {33, 34, 64}) {
+      sheet->AddChart(kind, 428, 300)->SetWatermark("Draft", "for the board\nonly", "Book.xla!Click");
+      const auto& model = *bench.first_sheet(reports).charts.back();
+      EXPECT_EQ(model.click_macro, add_in ? "Book.xla!Click" : "");
+      ASSERT_EQ(model.text_boxes.size(), 2U);
+      for (const auto& box : model.text_boxes) {
+        EXPECT_GE(box.left, 0);
+        EXPECT_LE(box.left + box.width, 376);
+        EXPECT_LE(box.top + box.height, 300);
+      }
+    }
+  }
+}
+
+TEST(ReportSheet, ChartHeightGrowsWithTheBars) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Heights");
+  EXPECT_EQ(sheet->ChartHeightForBars(1), 180);
+  EXPECT_EQ(sheet->ChartHeightForBars(20), 550);
+}
+
+}  // namespace
+}  // namespace ordvane::tables

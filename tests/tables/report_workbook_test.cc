@@ -1,0 +1,215 @@
+// Report workbooks and sheets on the embedded spreadsheet: names, places, notes, print set-up.
+#include "tables/report_workbook.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "model/text.h"
+#include "tables/tables_bench.h"
+
+namespace ordvane::tables {
+namespace {
+
+using host::HAlign;
+using testing::ElementsAre;
+
+TEST(ReportWorkbook, IsANewWorkbookWithoutEmptySheets) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  reports.SetExcelReady(true);
+  EXPECT_EQ(reports.workbook(), nullptr);
+  reports.ReportsComplete();  // nothing was added, nothing to complete
+  EXPECT_EQ(bench.app->active_workbook(), nullptr);
+  for (const char* name : {"Tornado", "Spider"}) reports.AddSheet(name)->AddTitleBlock("What moves it", {});
+  reports.ReportsComplete();
+  const auto& book = bench.model(reports);
+  EXPECT_THAT(test::sheet_names(book), ElementsAre("Tornado", "Spider"));
+  EXPECT_EQ(book.active_sheet, 0U);
+  EXPECT_EQ(book.properties.title, "Ordvane");
+  EXPECT_EQ(book.properties.subject, "What moves it");
+}
+
+struct NameCase {
+  const char* what;
+  bool overwrite;
+  std::vector<std::string> there, wanted, result;
+};
+
+const NameCase kNameCases[] = {
+    {"after what is there", false, {"Model"}, {"Summary"}, {"Model", "Summary"}},
+    {"taken names, case ignored",
+     false,
+     {"summary", "Summary (2)"},
+     {"Summary", "Summary"},
+     {"summary", "Summary (2)", "Summary (3)", "Summary (4)"}},
+    {"numbers within 31 units",
+     false,
+     {"A name of thirty-one characters"},
+     {"A name of thirty-one characters, and more"},
+     {"A name of thirty-one characters", "A name of thirty-one charac (2)"}},
+    {"no half characters",
+     false,
+     {"Model"},
+     {"123456789012345678901234567890😀"},
+     {"Model", "123456789012345678901234567890"}},
+    {"overwriting replaces", true, {"Model", "Summary"}, {"Summary"}, {"Model", "Summary"}},
+    {"overwriting the only sheet", true, {"Summary"}, {"Summary"}, {"Summary"}},
+    {"reports of this run are not overwritten",
+     true,
+     {"Model", "Tornado (2)"},
+     {"Tornado", "Tornado"},
+     {"Model", "Tornado", "Tornado (2)"}},
+};
+
+TEST(ReportWorkbook, FindsFreeSheetNames) {
+  for (const NameCase& c : kNameCases) {
+    SCOPED_TRACE(c.what);
+    test::TablesBench bench;
+    const auto target = bench.open("plant.xlsx", c.there);
+    auto reports = bench.reports(target);
+    if (c.overwrite) reports.OverwriteExisting();
+    for (const std::string& name : c.wanted) reports.AddSheet(name)->AddTitleBlock("new", {});
+    reports.ReportsComplete();
+    const auto& book = bench.model(reports);
+    EXPECT_EQ(test::sheet_names(book), c.result);
+    const test::BookReader reader(book);
+    for (std::size_t i = 1; i <= c.wanted.size(); ++i)
+      EXPECT_EQ(reader.value(*book.sheets[book.sheets.size() - i], 1, 1).text, "new");
+    EXPECT_EQ(book.properties.title, "") << "the user's workbook keeps its properties";
+  }
+}
+
+TEST(ReportWorkbook, LeavesNoSheetBehindWhenItsNameIsRefused) {
+  test::TablesBench bench;
+  auto reports = bench.reports(bench.open("plant.xlsx", {"Model"}));
+  EXPECT_THROW(reports.AddSheet("no/slash"), host::Error);
+  EXPECT_THAT(test::sheet_names(bench.model(reports)), ElementsAre("Model"));
+}
+
+constexpr const char* kLaidOut =
+    R"(== Layout
+A1 "Report"
+A2 "Workbook"  B2 "1-2"
+A3 "Base"  B3 1234.5 {#,##0.0}
+A5 "Caption"
+A6 "Subcaption"
+A7 "Group"
+A8 "Item"  B8 "Value"  C8 "Percent change of the value"
+A9 "first"  B9 1 {0.00}  C9 10
+A10 "second"  B10 2 {0.00}  C10 20
+A12 "Second table"
+A13 "Only header"
+A16 "below"
+note at C8 "Note:
+About a column."
+note at B10 "Note:
+About a value.
+And more."
+)";
+
+TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Layout");
+  sheet->AddTitleBlock("Report", {{"Workbook", "1-2"}, {"Base", 1234.5, "#,##0.0"}});
+  const auto table = sheet->AddTable(2, 2, 2, 1, "Caption", "Subcaption");
+  table->CornerRange()->set_value("Group");
+  table->SetColumnHeader(1, "Value", HAlign::kRight, HAlign::kCenter, 0, kFitColumn, "", false);
+  table->SetColumnHeader(2, "Percent change of the value", HAlign::kRight, HAlign::kCenter, 0, kFitColumn, "",
+                         false);
+  table->SetRowHeader(1, 1, "first");
+  table->SetRowHeader(1, 2, "second");
+  sheet->SheetWorksheet()->range("A8")->set_value("Item");
+  host::CellBlock body(2, 2);
+  for (std::int32_t row = 1; row <= 2; ++row)
+    for (std::int32_t column = 1; column <= 2; ++column)
+      body.set_number(row, column, row * (column == 1 ? 1 : 10));
+  table->PutBody(1, body);
+  table->FormatBody(1, 2, 1, "0.00");
+  table->AddTableNote(0, 2, "Note", "About a column.");
+  table->AddTableNote(2, 1, "Note", "About a value.");
+  sheet->AddCellNote(*table->Body(2, 1), "Note", "And more.");
+  const auto empty = sheet->AddTable(0, 1, 1, 0, "Second table", "");
+  empty->SetColumnHeader(1, "Only header", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+  sheet->NextCell()->set_value("below");
+  sheet->FinishSheet();
+
+  EXPECT_EQ(table->BodyRange()->address(false, false), "B9:C10");
+  EXPECT_EQ(table->HeaderRowRange(0)->address(false, false), "B7:C8");
+  EXPECT_EQ(table->ColumnHeaderRange(0)->column(), 1);
+  EXPECT_EQ(empty->BodyRange()->address(false, false), "A14");
+  const auto& model = bench.first_sheet(reports);
+  EXPECT_EQ(test::sheet_text(*bench.kept, model), kLaidOut);
+  EXPECT_FALSE(model.gridlines);
+  EXPECT_GE(model.columns.at(1).width.value_or(0), kNameColumnWidth);
+  EXPECT_LT(model.columns.at(3).width.value_or(99), 16) << "a long caption wraps";
+  EXPECT_GT(model.row_heights.at(8), 30) << "and its row holds all its lines";
+}
+
+TEST(ReportSheet, GivesTheRoomOfARemovedChartBack) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Charts");
+  sheet->AddTitleBlock("Report", {});
+  const std::int32_t first = sheet->NextCell()->row();
+  const auto chart = sheet->AddChart(33, 428, 300);
+  EXPECT_EQ(sheet->NextCell()->row(), first + 21);
+  EXPECT_EQ(chart->Container()->top(), sheet->SheetWorksheet()->range(first, 1, 1, 1)->top());
+  sheet->RemoveChart(chart);
+  EXPECT_EQ(sheet->NextCell()->row(), first);
+
+  const auto above = sheet->AddChart(33, 428, 300);
+  const double top = above->Container()->top();
+  sheet->AddTable(3, 1, 1, 0, "", "");
+  const std::int32_t next = sheet->NextCell()->row();
+  sheet->RemoveChart(above);
+  EXPECT_EQ(sheet->AddChart(33, 428, 300)->Container()->top(), top)
+      << "in the place of the one above the table";
+  EXPECT_EQ(sheet->NextCell()->row(), next);
+  EXPECT_GT(sheet->AddChart(33, 428, 300)->Container()->top(), top);
+}
+
+struct PageCase {
+  const char* what;
+  std::int32_t rows, columns;
+  bool chart;
+  bool landscape;
+  std::string title_rows;
+  std::int32_t frozen_rows, frozen_columns;
+};
+
+const PageCase kPageCases[] = {
+    {"short", 5, 2, false, false, "", 0, 0},
+    {"long", 41, 2, false, false, "$3:$4", 4, 0},
+    {"long, with a chart", 41, 2, true, false, "$24:$25", 0, 0},
+    {"wide", 5, 7, false, true, "", 0, 0},
+    {"wide and long", 41, 12, false, true, "$3:$4", 4, 1},
+};
+
+TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
+  for (const PageCase& c : kPageCases) {
+    SCOPED_TRACE(c.what);
+    test::TablesBench bench;
+    bench.session.watermark = {"Draft\nA & B", "Draft", "A & B"};
+    auto reports = bench.reports();
+    const auto sheet = reports.AddSheet("Pages");
+    sheet->AddTitleBlock("Cost & profit", {});
+    sheet->SetSheetOption(1);
+    if (c.chart) sheet->AddChart(33, 428, 300);
+    const auto table = sheet->AddTable(c.rows, c.columns, 2, 0, "", "");
+    for (std::int32_t column = 1; column <= c.columns; ++column)
+      table->SetColumnHeader(column, "x", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+    sheet->FinishSheet();
+    const auto& model = bench.first_sheet(reports);
+    EXPECT_EQ(model.page.landscape, c.landscape);
+    EXPECT_EQ(model.page.fit_to_pages_wide, 1);
+    EXPECT_EQ(model.page.print_title_rows, c.title_rows);
+    EXPECT_EQ(model.frozen_rows, c.frozen_rows);
+    EXPECT_EQ(model.frozen_columns, c.frozen_columns);
+    EXPECT_THAT(model.page.left_header, testing::EndsWith("Cost && profit"));
+    EXPECT_THAT(model.page.center_header, testing::EndsWith("Draft\nA && B"));
+  }
+}
+
+}  // namespace
+}  // namespace ordvane::tables
