@@ -42,18 +42,18 @@ RowBand blank_band(const Area& area) {
 
 // Copies the cells of `from` in the rows of `part` to where they lie in `to`, which contains them.
 void copy_cells(const RowBand& from, RowBand& to, const Area& part) {
-  const auto copy_row = [&](const auto& source, auto& target, std::size_t at, std::size_t place) {
-    std::copy_n(source.begin() + static_cast<std::ptrdiff_t>(at), from.columns,
-                target.begin() + static_cast<std::ptrdiff_t>(place));
-  };
   const std::int32_t first = std::max(from.first_row, part.row);
   const std::int32_t end = std::min(from.first_row + from.rows, part.row + part.rows);
-  for (std::int32_t row = first; row < end; ++row) {
-    const std::size_t at = from.index(row, from.first_column), place = to.index(row, from.first_column);
-    copy_row(from.numbers, to.numbers, at, place);
-    copy_row(from.styles, to.styles, at, place);
-    copy_row(from.kinds, to.kinds, at, place);
-  }
+  const auto copy = [&](const auto& source, auto& target) {
+    for (std::int32_t row = first; row < end; ++row) {
+      const auto* at = source.data() + from.index(row, from.first_column);
+      auto* place = target.data() + to.index(row, from.first_column);
+      for (std::int32_t column = 0; column < from.columns; ++column) place[column] = at[column];
+    }
+  };
+  copy(from.numbers, to.numbers);
+  copy(from.styles, to.styles);
+  copy(from.kinds, to.kinds);
 }
 
 void copy_cells(const RowBand& from, RowBand& to) {
