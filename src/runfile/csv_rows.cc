@@ -186,10 +186,8 @@ class FieldReader {
 
   // Steps to the next column, past the comma before it.
   void enter() {
-    if (column_ > 0) {
-      if (at_ == end_) fail_count();
-      ++at_;
-    }
+    if (at_ == end_ && (column_ > 0 || row_.empty())) fail_count();
+    if (column_ > 0) ++at_;
     ++column_;
   }
 
@@ -262,10 +260,11 @@ class FieldReader {
       if (character == '"') inside = !inside;
       if (character == ',' && !inside) ++fields;
     }
-    std::string problem =
-        row_.empty() ? "an empty line" : std::to_string(fields) + (fields == 1 ? " field" : " fields");
-    problem += "; " + std::to_string(columns_) + " are expected (simulation, input, step, value and " +
-               std::to_string(columns_ - kLeadingColumns) +
+    const std::string wanted = std::to_string(columns_);
+    std::string problem = "an empty line; " + wanted + " fields are expected";
+    if (!row_.empty())
+      problem = std::to_string(fields) + (fields == 1 ? " field; " : " fields; ") + wanted + " are expected";
+    problem += " (simulation, input, step, value and " + std::to_string(columns_ - kLeadingColumns) +
                (columns_ == kLeadingColumns + 1 ? " output)" : " outputs)");
     if (source_.last_line() > source_.line())
       problem += "; a quoted text goes on to line " + std::to_string(source_.last_line());

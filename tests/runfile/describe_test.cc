@@ -1,0 +1,44 @@
+#include "runfile/describe.h"
+
+#include <gtest/gtest.h>
+
+#include "run_files.h"
+
+namespace ordvane::runfile {
+namespace {
+
+TEST(Describe, SaysWhatIsInARunInAlignedColumns) {
+  const RunFolder folder;
+  const std::string json = with(with(with(with(kJson, "\"Price\"", "\"📋 Prei\\ns\""),
+                                          "\"m.xlsx\", \"sheet\": \"S 2\"", "\"n.xlsx\", \"sheet\": \"S 2\""),
+                                     "\"steps\": 1 ", "\"steps\": 1, \"savedSamples\": false"),
+                                "\"base\": 7,", "\"base\": 46023, \"date\": true,");
+  const std::string csv =
+      "simulation,input,step,value,output1,output2\n"
+      "1,1,1,8,46023,#NUM!\n"
+      "1,1,2,12.5,46023,\"Over, 25\"\n"
+      "1,2,1,0.25,46023,\n";
+  const std::string expected = R"(Run file
+  File            FOLDER/a.run.json
+  Workbooks       m.xlsx, n.xlsx
+  Simulations     1
+  Inputs          2
+  Outputs         2
+  Recalculations  3
+  Results         6, 3 of them not numbers
+
+Inputs
+  #  Name        Cell            Base  Values used  Steps
+  1  📋 Prei\ns  [m.xlsx]S 1!C5    10    8 to 12.5      2
+  2  Rate        [m.xlsx]S 1!C6   0.5         0.25      1  no saved samples: left out of the reports
+
+Outputs
+  #  Name    Cell                  Base     Results  Not numbers
+  1  Profit  [m.xlsx]S 1!C9  2026-01-01  2026-01-01            0  never moves
+  2          [n.xlsx]S 2!B2           -           -            3  no result is a number
+)";
+  EXPECT_EQ(describe(folder.read(json, csv)), with(expected, "FOLDER", folder.path().string()));
+}
+
+}  // namespace
+}  // namespace ordvane::runfile

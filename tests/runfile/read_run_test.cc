@@ -1,0 +1,395 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "run_files.h"
+#include "runfile/known_fields.h"
+#include "runfile/utf8.h"
+#include "runfile/values.h"
+
+namespace ordvane::runfile {
+namespace {
+
+using host::CellError;
+
+// One change to the good run file, and what the reader says to it.
+struct BadCase {
+  const char* what;
+  const char* from;
+  const char* to;
+  const char* complaint;
+};
+
+const BadCase kBadJson[] = {
+    {"a comma too many", "\"steps\": 1 }", "\"steps\": 1, }",
+     "a.run.json:3: column 105: syntax error while parsing object key - unexpected '}'; expected string "
+     "literal"},
+    {"a number beyond the processor's", "\"base\": 10", "\"base\": 1e999",
+     "a.run.json:2: column 93: number overflow parsing '1e999'"},
+    {"a field twice", "\"base\": 10", "\"base\": 10, \"base\": 11",
+     "a.run.json:inputs[0].base: this field stands twice"},
+    {"bytes of another encoding", "Price", "Pr\xE4ne",
+     "a.run.json:2: is not UTF-8 text (byte \\xE4); UTF-8 is expected"},
+    {"another format", "ordvane-run", "something",
+     "a.run.json:format: is \"something\"; \"ordvane-run\" is expected"},
+    {"a later version", "\"version\": 1", "\"version\": 2, \"new\": 3",
+     "a.run.json:version: is 2; 1 is expected"},
+    {"no version", "\"version\": 1, ", "",
+     "a.run.json: the field \"version\" is missing; is this a run file?"},
+    {"a misspelt field", "\"steps\": 1 ", "\"stepps\": 1 ",
+     "a.run.json:inputs[1].stepps: unknown field; is \"steps\" meant?"},
+    {"a field in another style", "\"steps\": 1 ", "\"steps\": 1, \"number_format\": \"0\"",
+     "a.run.json:inputs[1].number_format: unknown field; is \"numberFormat\" meant?"},
+    {"a field like no other", "\"cell\": \"B2\",",
+     "\"cell\": \"B2\", \"labels\": [ { \"zzzzzzzz\\u0007\": 1 } ],",
+     "a.run.json:outputs[1].labels[0].zzzzzzzz\\u0007: unknown field; known ones are cell, text"},
+    {"an input's field on an output", "\"formula\": \"=C5-3\"", "\"steps\": 1",
+     "a.run.json:outputs[0].steps: unknown field; known ones are name, book, sheet, cell, range, base, "
+     "formula, "
+     "function, numberFormat, date, locked, labels, defaultName, rangeName, rangeIndex"},
+    {"a missing field", ", \"steps\": 1 ", "", "a.run.json:inputs[1]: the field \"steps\" is missing"},
+    {"a list for a text", "\"Price\"", "[1]", "a.run.json:inputs[0].name: is a list; a text is expected"},
+    {"a text for a number", "\"base\": 10", "\"base\": \"10\"",
+     "a.run.json:inputs[0].base: is \"10\"; a number is expected"},
+    {"a number in the place of the marks", "\"base\": 10", "\"base\": -1e300",
+     "a.run.json:inputs[0].base: is -1e+300; a number between -1e300 and 1e300 is expected"},
+    {"a number for a switch", "\"base\": 10", "\"base\": 10, \"date\": 1",
+     "a.run.json:inputs[0].date: is 1; true or false is expected"},
+    {"no step", "\"steps\": 1 ", "\"steps\": 0 ",
+     "a.run.json:inputs[1].steps: is 0; a whole number from 1 to 32767 is expected"},
+    {"a step too many", "\"steps\": 1 ", "\"steps\": 32768 ",
+     "a.run.json:inputs[1].steps: is 32768; a whole number from 1 to 32767 is expected"},
+    {"half a step", "\"steps\": 1 ", "\"steps\": 1.5 ",
+     "a.run.json:inputs[1].steps: is 1.5; a whole number from 1 to 32767 is expected"},
+    {"no simulation", "\"simulations\": 1", "\"simulations\": 0",
+     "a.run.json:simulations: is 0; a whole number from 1 to 2147483647 is expected"},
+    {"no labels", "\"base\": 10", "\"base\": 10, \"labels\": []",
+     "a.run.json:inputs[0].labels: is empty; a list of labels is expected"},
+    {"a cell off the sheet", "\"C5\"", "\"XFE1\"",
+     "a.run.json:inputs[0].cell: is \"XFE1\"; a cell from A1 to XFD1048576 is expected"},
+    {"a cell of row 0", "\"C5\"", "\"C0\"",
+     "a.run.json:inputs[0].cell: is \"C0\"; a cell from A1 to XFD1048576 is expected"},
+    {"a range for a cell", "\"C5\"", "\"C5:C6\"",
+     "a.run.json:inputs[0].cell: is \"C5:C6\"; a cell from A1 to XFD1048576 is expected"},
+    {"the same cell in another spelling", "\"C6\"", "\"$c$5\"",
+     "a.run.json:inputs[1].cell: is C5 on \"S 1\" of \"m.xlsx\", like that of inputs[0]"},
+    {"a range elsewhere", "\"base\": 10", "\"base\": 10, \"range\": \"D4:E6\"",
+     "a.run.json:inputs[0].range: is D4:E6, which does not hold the item's cell C5"},
+    {"a label in the item's cell", "\"base\": 10",
+     "\"base\": 10, \"labels\": [{\"cell\": \"$C5\", \"text\": \"\"}]",
+     "a.run.json:inputs[0].labels[0].cell: is C5, the item's own cell"},
+    {"an empty sheet name", "\"S 2\"", "\"\"", "a.run.json:outputs[1].sheet: is empty; a name is expected"},
+    {"a sheet name of 32 units in 16 characters", "\"S 2\"", "\"📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋\"",
+     "a.run.json:outputs[1].sheet: is \"📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋\", 32 characters long; at most 31 are possible"},
+    {"a sheet name that no sheet has", "\"S 2\"", "\"S[2\"",
+     "a.run.json:outputs[1].sheet: is \"S[2\"; a name without [ is expected"},
+    {"a sheet name in apostrophes", "\"S 2\"", "\"'S'\"",
+     "a.run.json:outputs[1].sheet: is \"'S'\"; a name without ' at its ends is expected"},
+    {"a book in a folder", "\"book\": \"m.xlsx\", \"sheet\": \"S 2\"",
+     "\"book\": \"a/m.xlsx\", \"sheet\": \"S 2\"",
+     "a.run.json:outputs[1].book: is \"a/m.xlsx\"; a name without / is expected"},
+    {"a character that no workbook holds", "Price", "Pr\\u0000ice",
+     "a.run.json:inputs[0].name: is \"Pr\\u0000ice\", which holds a character that no workbook can hold"},
+    {"a function of another formula", "\"=C5-3\"", "\"=C5-3\", \"function\": \"C7\"",
+     "a.run.json:outputs[0].function: is \"C7\", which is no part of the formula \"=C5-3\""},
+    {"automatic against the formula", "\"base\": 10",
+     "\"base\": 10, \"formula\": \"10\", \"automatic\": true",
+     "a.run.json:inputs[0].automatic: is true, but the input's function is not DralAuto"},
+    {"a range upside down", "\"base\": 10", "\"base\": 10, \"low\": 3, \"high\": 2",
+     "a.run.json:inputs[0].low: is 3, above the field \"high\", which is 2"},
+    {"half an output range", "\"base\": 7", "\"base\": 7, \"rangeIndex\": 2",
+     "a.run.json:outputs[0]: the fields \"rangeName\" and \"rangeIndex\" are expected together"},
+    {"a CSV file elsewhere", "\"a.run.csv\"", "\"x/../../a.run.csv\"",
+     "a.run.json:recalculations: is \"x/../../a.run.csv\"; the name of a CSV file beside the run file, such "
+     "as "
+     "model.run.csv, is expected"},
+    {"a CSV file that is not there", "\"a.run.csv\"", "\"b.run.csv\"",
+     "b.run.csv: cannot be read: No such file or directory"},
+    {"a row too few", "\"a.run.csv\"", "[[1,1,1,8,5,5],[1,1,2,12,9,5]]",
+     "a.run.json:recalculations: has 2 rows; 3 rows are expected (1 simulation of 3 recalculations)"},
+    {"a row too short", "\"a.run.csv\"", "[[1,1,1,8,5],[1,1,2,12,9,5],[1,2,1,0.25,7,null]]",
+     "a.run.json:recalculations[0]: has 5 elements; 6 are expected (simulation, input, step, value and 2 "
+     "results)"},
+    {"rows out of order", "\"a.run.csv\"", "[[1,1,1,8,5,5],[1,2,1,0.25,7,null],[1,1,2,12,9,5]]",
+     "a.run.json:recalculations[1][1]: the input is 2; 1 is expected (rows go by simulation, input and "
+     "step)"},
+    {"a text for an input's value", "\"a.run.csv\"", "[[1,1,1,\"8\",5,5],[1,1,2,12,9,5],[1,2,1,0.25,7,null]]",
+     "a.run.json:recalculations[0][3]: is \"8\"; a number or null is expected"},
+    {"a switch for a result", "\"a.run.csv\"", "[[1,1,1,8,5,5],[1,1,2,12,true,5],[1,2,1,0.25,7,null]]",
+     "a.run.json:recalculations[1][4]: is true; a number, a text or null is expected"},
+    {"more rows than memory", "\"simulations\": 1", "\"simulations\": 2000000000",
+     "a.run.csv: the file is too short: 6000000000 rows are expected (2000000000 simulations of 3 "
+     "recalculations)"},
+};
+
+TEST(ReadRun, PlacesMistakesOfTheRunFile) {
+  const RunFolder folder;
+  ASSERT_EQ(folder.complaint(kJson, kCsv), "");
+  for (const BadCase& bad : kBadJson)
+    EXPECT_EQ(folder.complaint(with(kJson, bad.from, bad.to), kCsv), bad.complaint) << bad.what;
+  EXPECT_EQ(folder.complaint("\xEF\xBB\xBF \n", kCsv), "a.run.json: is empty; a run file is expected");
+  EXPECT_EQ(folder.complaint("[]", kCsv), "a.run.json: is a list; an object { ... } is expected");
+}
+
+const BadCase kBadCsv[] = {
+    {"another column name", "step,", "steps,",
+     "a.run.csv:1: column step: is named \"steps\"; step is expected"},
+    {"a column too few", ",output2", "",
+     "a.run.csv:1: 5 fields; 6 are expected (simulation, input, step, value and 2 outputs)"},
+    {"another separator", "simulation,input,step,value,output1,output2",
+     "simulation;input;step;value;output1;output2",
+     "a.run.csv:1: fields are separated by commas, not by semicolons"},
+    {"UTF-16", "simulation", "\xFF\xFEs", "a.run.csv:1: is UTF-16 text; UTF-8 is expected"},
+    {"a result too few", "1,2,1,0.25,7,", "1,2,1,0.25,7",
+     "a.run.csv:4: 5 fields; 6 are expected (simulation, input, step, value and 2 outputs)"},
+    {"a decimal comma", "0.25", "0,25",
+     "a.run.csv:4: 7 fields; 6 are expected (simulation, input, step, value and 2 outputs)"},
+    {"an empty line", "1,1,2", "\n1,1,2",
+     "a.run.csv:3: an empty line; 6 fields are expected (simulation, input, step, value and 2 outputs)"},
+    {"a step left out", "1,1,2", "1,1,3",
+     "a.run.csv:3: column step: is \"3\"; 2 is expected (rows go by simulation, input and step)"},
+    {"another simulation", "1,1,2", "2,1,2",
+     "a.run.csv:3: column simulation: is \"2\"; 1 is expected (rows go by simulation, input and step)"},
+    {"no position", "1,1,2", ",1,2",
+     "a.run.csv:3: column simulation: is \"\"; 1 is expected (rows go by simulation, input and step)"},
+    {"a text for a value", "0.25", "nan",
+     "a.run.csv:4: column value: is \"nan\"; a number or an empty field is expected"},
+    {"a number too large", "#NUM!", "1e999",
+     "a.run.csv:2: column output2: is \"1e999\"; a number between -1e300 and 1e300 is expected"},
+    {"a number in the place of the errors", "#NUM!", "-2.036e305",
+     "a.run.csv:2: column output2: is \"-2.036e305\"; a number between -1e300 and 1e300 is expected"},
+    {"a result of another encoding", "#NUM!",
+     "\xDC"
+     "ber",
+     "a.run.csv:2: column output2: is \"\\xDCber\", which is not UTF-8 text"},
+    {"text behind a quote", "\"Over, 25\"", "\"Over\"25",
+     "a.run.csv:3: column output2: has text behind the closing quote of \"Over\""},
+    {"a quote that is never closed", "\"Over, 25\"", "\"Over, 25",
+     "a.run.csv:3: column output2: starts a quoted text that is never closed"},
+    {"a quote closed on another line", "1,1,1,8,5,#NUM!", "1,1,1,8,\"5,#NUM!",
+     "a.run.csv:2: column output1: has text behind the closing quote of \"5,#NUM!\\n1,1,2,12,9,\""},
+    {"stray quotes", "1,1,1,8,5,#NUM!\n1,1,2,12,9,\"Over, 25\"", "1,1,1,8,5\",#NUM!\n1,1,2,12,9,6\"",
+     "a.run.csv:2: 5 fields; 6 are expected (simulation, input, step, value and 2 outputs); a quoted text "
+     "goes on to line 3"},
+    {"a row too many", "1,2,1,0.25,7,\n", "1,2,1,0.25,7,\n\n1,2,2,0.3,7,\n",
+     "a.run.csv:6: a row too many; 3 rows are expected (1 simulation of 3 recalculations)"},
+    {"a row too few", "1,2,1,0.25,7,\n", "",
+     "a.run.csv:3: the file ends after 2 rows; 3 rows are expected (1 simulation of 3 recalculations)"},
+};
+
+TEST(ReadRun, PlacesMistakesOfTheCsvFile) {
+  const RunFolder folder;
+  for (const BadCase& bad : kBadCsv)
+    EXPECT_EQ(folder.complaint(kJson, with(kCsv, bad.from, bad.to)), bad.complaint) << bad.what;
+  EXPECT_EQ(folder.complaint(kJson, ""), "a.run.csv: is empty; a line of column names is expected");
+}
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+TEST(ReadRun, UnderstandsResultsAsProgramsWriteThem) {
+  const struct {
+    const char* field;
+    double value;
+  } kCases[] = {
+      {"5", 5},
+      {"-2.5E-3", -0.0025},
+      {"1e-999", 0},
+      {"\"12.5\"", 12.5},
+      {" 3 ", 3},
+      {"+4", 4},
+      {".5", 0.5},
+      {"", kNaN},
+      {"\"\"", kNaN},
+      {"#DIV/0!", encode_error(CellError::kDiv0)},
+      {"\"#N/A\"", encode_error(CellError::kNA)},
+      {" ", encode_text()},
+      {"inf", encode_text()},
+      {"-nan", encode_text()},
+      {"+-5", encode_text()},
+      {"0x10", encode_text()},
+      {"TRUE", encode_text()},
+      {"\"say \"\"no\"\",\r\nplease\"", encode_text()},
+  };
+  const RunFolder folder;
+  for (const auto& c : kCases) {
+    const auto run = folder.read(kJson, with(kCsv, "#NUM!", c.field));
+    const double got = run.output_values[run.output_value_index(0, 1, 0)];
+    EXPECT_TRUE(got == c.value || (std::isnan(got) && std::isnan(c.value))) << c.field << " became " << got;
+    EXPECT_EQ(run.output_values[run.output_value_index(0, 0, 2)], 7) << "the rows behind " << c.field;
+  }
+}
+
+void expect_same_values(const std::vector<double>& one, const std::vector<double>& other, const char* what) {
+  ASSERT_EQ(one.size(), other.size()) << what;
+  for (std::size_t i = 0; i < one.size(); ++i)
+    EXPECT_TRUE(one[i] == other[i] || (std::isnan(one[i]) && std::isnan(other[i]))) << what << " at " << i;
+}
+
+TEST(ReadRun, DoesNotMindHowTheSameRunIsWritten) {
+  const auto crlf = [](std::string text) {
+    for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2) text.insert(at, "\r");
+    return text;
+  };
+  const std::string rows = "[[1,1,1,8,5,\"#NUM!\"],[1,1,2.0,12,9,\"Over, 25\"],[1,2,1,0.25,7,null]]";
+  const struct {
+    const char* what;
+    std::string json, csv;
+  } kCases[] = {
+      {"byte order marks", "\xEF\xBB\xBF" + kJson, "\xEF\xBB\xBF" + kCsv},
+      {"CRLF", crlf(kJson), crlf(kCsv)},
+      {"no last line break", kJson, kCsv.substr(0, kCsv.size() - 1)},
+      {"blank lines at the end", kJson, kCsv + "\r\n\n"},
+      {"everything quoted", kJson,
+       with(with(kCsv, "simulation,input", "\"simulation\",\"input\""), "1,1,1,", "\"1\",\"1\",\"1\",")},
+      {"inline rows", with(kJson, "\"a.run.csv\"", rows), ""},
+      {"a schema for editors", with(kJson, "\"format\"", "\"$schema\": \"x\", \"format\""), kCsv},
+      {"a cell in another spelling", with(kJson, "\"C5\"", "\"$c$5\""), kCsv},
+  };
+  const RunFolder folder;
+  const auto plain = folder.read(kJson, kCsv);
+  EXPECT_EQ(plain.recalculations, 3);
+  for (const auto& c : kCases) {
+    const auto run = folder.read(c.json, c.csv);
+    expect_same_values(run.input_values, plain.input_values, c.what);
+    expect_same_values(run.output_values, plain.output_values, c.what);
+    EXPECT_EQ(run.inputs[0].cell, "C5") << c.what;
+  }
+}
+
+TEST(ReadRun, FillsInWhatIsLeftOut) {
+  const RunFolder folder;
+  const auto run = folder.read(with(kJson, "\"steps\": 1 ", "\"steps\": 1, \"automatic\": true"), kCsv);
+  const Input& price = run.inputs[0];
+  EXPECT_EQ(price.formula, "10");
+  EXPECT_EQ(price.range, "C5");
+  EXPECT_EQ(price.number_format, "General");
+  EXPECT_TRUE(price.saved_samples && price.locked && !price.date && !price.automatic);
+  EXPECT_EQ(run.inputs[1].formula, "=DralAuto(0.5)");
+  EXPECT_EQ(run.outputs[1].base, std::nullopt);
+  EXPECT_EQ(run.outputs[1].name, "");
+}
+
+// Valid UTF-8 in one line, whatever was in the file.
+void expect_printable(const std::string& complaint) {
+  EXPECT_EQ(one_line(complaint), complaint);
+  EXPECT_EQ(first_invalid_byte(complaint), std::string::npos);
+}
+
+TEST(ReadRun, SurvivesTruncationAtEveryByte) {
+  const RunFolder folder;
+  const std::string last_brace = kJson.substr(0, kJson.rfind('}'));
+  for (std::size_t size = 0; size < kJson.size(); ++size) {
+    const std::string complaint = folder.complaint(kJson.substr(0, size), kCsv);
+    EXPECT_EQ(complaint.empty(), size > last_brace.size()) << size;
+    expect_printable(complaint);
+  }
+  // The last field is empty, so that the run is whole without the last line break.
+  for (std::size_t size = 0; size < kCsv.size(); ++size) {
+    const std::string complaint = folder.complaint(kJson, kCsv.substr(0, size));
+    EXPECT_EQ(complaint.empty(), size + 1 >= kCsv.size()) << size << ": " << complaint;
+    expect_printable(complaint);
+  }
+}
+
+TEST(ReadRun, SurvivesEveryChangeOfOneByte) {
+  const RunFolder folder;
+  const std::string inline_json =
+      with(kJson, "\"a.run.csv\"", "[[1,1,1,8,5,\"x\"],[1,1,2,12,9,5],[1,2,1,1,7,null]]");
+  for (const char byte : {'\0', '"', '9', '\n', '\x1B', '\xE2', '{', ',', '-'}) {
+    for (std::size_t at = 0; at < inline_json.size(); ++at) {
+      std::string json = inline_json;
+      json[at] = byte;
+      expect_printable(folder.complaint(json, ""));
+    }
+    for (std::size_t at = 0; at < kCsv.size(); ++at) {
+      std::string csv = kCsv;
+      csv[at] = byte;
+      expect_printable(folder.complaint(kJson, csv));
+    }
+  }
+}
+
+TEST(ReadRun, RefusesWhatIsNoFile) {
+  const RunFolder folder;
+  folder.write("a.run.json", with(kJson, "\"a.run.csv\"", "\"sub\""));
+  std::filesystem::create_directory(folder.path() / "sub");
+  for (const char* name : {"missing.run.json", "sub", "a.run.json"})
+    EXPECT_THROW(read_run(folder.path() / name), BadRun) << name;
+}
+
+TEST(ReadRun, FindsOneBadCellInAMillionLines) {
+  constexpr std::int32_t kInputs = 40, kSteps = 25000, kBadLine = 777778;
+  std::string json = R"({"format":"ordvane-run","version":1,"simulations":1,"inputs":[)";
+  std::string csv = "simulation,input,step,value,output1\n";
+  for (std::int32_t input = 1; input <= kInputs; ++input) {
+    json += (input > 1 ? "," : "") + std::string(R"({"book":"b","sheet":"s","cell":"A)") +
+            std::to_string(input) + R"(","base":1,"steps":)" + std::to_string(kSteps) + "}";
+    for (std::int32_t step = 1; step <= kSteps; ++step)
+      csv += "1," + std::to_string(input) + "," + std::to_string(step) + ",1.5," +
+             std::to_string(input * step) + "\n";
+  }
+  json += R"(],"outputs":[{"book":"b","sheet":"s","cell":"B1","base":1}],"recalculations":"a.run.csv"})";
+  const RunFolder folder;
+  const auto run = folder.read(json, csv);
+  EXPECT_EQ(run.output_values[kSteps * kInputs - 1], kSteps * kInputs);
+  EXPECT_EQ(run.output_values[kSteps + 6], 2 * 7);
+
+  std::size_t at = 0;
+  for (std::int32_t line = 1; line < kBadLine; ++line) at = csv.find('\n', at) + 1;
+  csv.replace(csv.find(",1.5,", at), 5, ",1.5.,");
+  EXPECT_EQ(folder.complaint(json, csv),
+            "a.run.csv:777778: column value: is \"1.5.\"; a number or an empty field is expected");
+}
+
+TEST(ReadRun, ReadsTheRecordedRunsOfRealModels) {
+  const std::filesystem::path runs = std::filesystem::path(ORDVANE_SOURCE_DIR) / "../shared/runs";
+  if (!std::filesystem::is_directory(runs))
+    GTEST_SKIP() << "the recorded runs are not on this machine: " << runs;
+  int read = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(runs)) {
+    if (!entry.path().string().ends_with(".run.json")) continue;
+    const auto run = read_run(entry.path());
+    ++read;
+    // A step at an input's base value shows every output at its own base.
+    std::int64_t recalculation = 0;
+    for (const Input& input : run.inputs)
+      for (std::int32_t step = 0; step < input.steps; ++step, ++recalculation) {
+        if (run.input_values[run.input_value_index(0, recalculation)] != input.base) continue;
+        for (std::size_t output = 0; output < run.outputs.size(); ++output) {
+          const double base = run.outputs[output].base.value_or(0);
+          const double result = run.output_values[run.output_value_index(0, output, recalculation)];
+          EXPECT_NEAR(result, base, 1e-9 * std::fabs(base))
+              << entry.path() << " " << input.name << " " << output;
+        }
+      }
+    EXPECT_EQ(recalculation, run.recalculations);
+  }
+  EXPECT_EQ(read, 4);
+}
+
+TEST(RunFileSchema, HasTheFieldsThatTheReaderKnows) {
+  std::ifstream file(std::filesystem::path(ORDVANE_SOURCE_DIR) / "docs/run-file.schema.json");
+  const auto definitions = nlohmann::json::parse(file)["$defs"];
+  const std::pair<Section, const char*> kSections[] = {{Section::kRun, "run"},
+                                                       {Section::kInput, "input"},
+                                                       {Section::kOutput, "output"},
+                                                       {Section::kLabel, "label"}};
+  for (const auto& [section, name] : kSections) {
+    const auto& definition = definitions.at(name);
+    std::set<std::string> known, required, in_schema;
+    for (const KnownField& field : known_fields(section)) {
+      known.emplace(field.name);
+      if (field.required) required.emplace(field.name);
+    }
+    for (const auto& [field, unused] : definition.at("properties").items()) in_schema.insert(field);
+    EXPECT_EQ(in_schema, known) << name;
+    EXPECT_EQ(definition.at("required").get<std::set<std::string>>(), required) << name;
+    EXPECT_EQ(definition.at("additionalProperties"), false) << name;
+  }
+}
+
+}  // namespace
+}  // namespace ordvane::runfile
