@@ -1,0 +1,120 @@
+// A small recorded run in the embedded spreadsheet, and an environment that keeps the log in memory.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "embedded/report_job.h"
+#include "environment/standard_environment.h"
+#include "runfile/recorded_engine.h"
+#include "service/ordvane_reports.h"
+
+namespace ordvane::service {
+
+class MemoryEnvironment : public environment::StandardEnvironment {
+ public:
+  MemoryEnvironment() : StandardEnvironment(settings()) {}
+  void remove_file(const std::string& path) override { removed.push_back(path); }
+  void append_line(const std::string& /*path*/, const std::string& line) override { lines.push_back(line); }
+  void show_message(const std::string& text, const std::string& title) override {
+    messages.push_back(title + ": " + text);
+  }
+  void show_progress(const std::string& text, const std::string& /*2*/, const std::string& /*3*/) override {
+    progress.push_back(text);
+  }
+  bool escape_pressed() override { return ++escape_checks == escape_at; }
+
+  std::vector<std::string> removed, lines, messages, progress;
+  int escape_checks = 0;
+  int escape_at = 0;  // the check at which Escape is down; 0: never
+
+ private:
+  static environment::Settings settings() {
+    environment::Settings settings;
+    settings.log_folder = "logs";
+    settings.clock = [] { return "now"; };
+    return settings;
+  }
+};
+
+// Input i of output o has the results base[o] + effect[o][i] * (step - 2), steps 1 to 3.
+struct RunShape {
+  std::vector<std::string> input_sheets = {"Inputs", "Inputs", "Inputs"};
+  std::vector<std::string> input_books = {"Model.xlsx", "Model.xlsx", "Model.xlsx"};
+  std::vector<double> output_bases = {100, 0};
+  std::vector<std::vector<double>> effects = {{1, 5, -3}, {2, 2, 0}};
+  std::int32_t simulations = 1;
+};
+
+inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
+  constexpr std::int32_t kSteps = 3;
+  auto run = std::make_shared<runfile::Run>();
+  run->file = "small.run.json";
+  run->simulations = shape.simulations;
+  for (std::size_t i = 0; i < shape.input_sheets.size(); ++i) {
+    runfile::Input input;
+    input.name = "Input " + std::to_string(i + 1);
+    input.book = shape.input_books[i];
+    input.sheet = shape.input_sheets[i];
+    input.cell = input.range = "B" + std::to_string(i + 2);
+    input.base = 10 * static_cast<double>(i + 1);
+    input.formula = std::to_string(10 * (i + 1));
+    input.steps = kSteps;
+    run->inputs.push_back(input);
+  }
+  for (std::size_t o = 0; o < shape.output_bases.size(); ++o) {
+    runfile::Output output;
+    output.name = "Output " + std::to_string(o + 1);
+    output.book = "Model.xlsx";
+    output.sheet = "Results";
+    output.cell = output.range = "C" + std::to_string(o + 2);
+    output.base = shape.output_bases[o];
+    output.formula = "=SUM(Inputs!B2:B9)+" + std::to_string(o);
+    run->outputs.push_back(output);
+  }
+  run->recalculations = kSteps * static_cast<std::int64_t>(run->inputs.size());
+  for (std::int32_t s = 0; s < shape.simulations; ++s) {
+    for (const runfile::Input& input : run->inputs)
+      for (int step = 1; step <= kSteps; ++step) run->input_values.push_back(*input.base + step - 2);
+    for (std::size_t o = 0; o < shape.output_bases.size(); ++o)
+      for (const double effect : shape.effects[o])
+        for (int step = 1; step <= kSteps; ++step)
+          run->output_values.push_back(shape.output_bases[o] + (s + 1) * effect * (step - 2));
+  }
+  return run;
+}
+
+// Everything one GenerateReports needs.
+struct Bench {
+  explicit Bench(const RunShape& shape = {})
+      : run(make_run(shape)),
+        environment(std::make_shared<MemoryEnvironment>()),
+        application(embedded::open_model(*run)),
+        services(std::make_shared<Services>()) {
+    services->session.environment = environment;
+    services->session.engine = runfile::make_recorded_engine(run);
+  }
+
+  model::OneBased<std::int32_t> all_outputs() const {
+    model::OneBased<std::int32_t> selected;
+    for (std::size_t o = 0; o < run->outputs.size(); ++o) selected.push_back(static_cast<std::int32_t>(o));
+    return selected;
+  }
+
+  std::vector<std::string> sheet_names(OrdvaneReports& reports) const {
+    std::vector<std::string> names;
+    if (const auto workbook = reports.report_workbook())
+      for (const auto& sheet : workbook->worksheets()) names.push_back(sheet->name());
+    return names;
+  }
+
+  std::shared_ptr<runfile::Run> run;
+  std::shared_ptr<MemoryEnvironment> environment;
+  std::shared_ptr<office::OfficeApplication> application;
+  std::shared_ptr<Services> services;
+};
+
+}  // namespace ordvane::service
