@@ -206,7 +206,7 @@ void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, 
 }
 
 std::string SeriesName(const model::DralInputOutput& input) {
-  const std::string name(input.has_name() ? model::left(input.ioName, kSeriesNameLimit) : "");
+  const std::string name(model::trimmed(model::left(input.ioName, kSeriesNameLimit)));
   return tables::NameWithAddress(name, input.cellAddress);
 }
 

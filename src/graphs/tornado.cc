@@ -179,7 +179,7 @@ class TornadoReport {
     if (flags == 0) return;
     const bool change = place == kLowChange || place == kHighChange;
     auto& first = change && job_.output.BaseValue() == 0 ? first_without_change_ : first_invalid_;
-    if (!first) first = {row, column(place)};
+    if (!first || row < first->row) first = {row, column(place)};
   }
 
   // The ends of the bars, as the table shows them.

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -66,8 +67,24 @@ class GraphBench {
   }
 
   std::shared_ptr<const office::BookModel> book() { return app->model(*workbook->workbook()); }
-  // What the reports wrote so far, as text.
-  std::string text() { return snapshot(*book()); }
+  // What the report wrote, as text; rows of the table's body count from 1 behind a plus sign: "B+1".
+  std::string text() {
+    const std::string text = snapshot(*book());
+    static const std::regex kHeader("[A-Z]+([0-9]+) \"Name\"");
+    std::smatch header;
+    if (!std::regex_search(text, header, kHeader)) return text;
+    const int above = std::stoi(header[1]);
+    static const std::regex kCell("\\b[A-Z]{1,2}([0-9]+)\\b");
+    std::string result;
+    std::size_t copied = 0;
+    for (std::sregex_iterator cell(text.begin(), text.end(), kCell), end; cell != end; ++cell) {
+      if (std::stoi((*cell)[1]) <= above) continue;
+      const auto row = static_cast<std::size_t>(cell->position(1));
+      result += text.substr(copied, row - copied) + "+" + std::to_string(std::stoi((*cell)[1]) - above);
+      copied = row + static_cast<std::size_t>(cell->length(1));
+    }
+    return result + text.substr(copied);
+  }
 
   std::shared_ptr<office::OfficeApplication> app = office::make_application();
   session::Session session;

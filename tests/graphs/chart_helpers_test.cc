@@ -50,8 +50,8 @@ TEST(CalcAxisScale, ContainsTheRangeInFewSteps) {
       double minimum = 0, maximum = 0, unit = 0;
       if (!CalcAxisScale(low, low + width, minimum, maximum, unit)) continue;
       const double steps = (maximum - minimum) / unit;
-      EXPECT_LE(minimum, low) << low << " + " << width;
-      EXPECT_GE(maximum, low + width) << low << " + " << width;
+      EXPECT_LE(minimum, low + unit * 1e-6) << low << " + " << width;
+      EXPECT_GE(maximum, low + width - unit * 1e-6) << low << " + " << width;
       EXPECT_LE(steps, 13) << low << " + " << width;
     }
 }
