@@ -1,0 +1,500 @@
+// What every implementation of host/excel.h promises, asked through the interface alone.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "host/excel.h"
+#include "office/office.h"
+#include "support/forwarding_host.h"
+
+namespace ordvane::host {
+namespace {
+
+struct Implementation {
+  const char* name;
+  std::function<std::shared_ptr<Application>()> make;
+};
+
+std::shared_ptr<Application> make_forwarding() {
+  return test::forwarding_application(office::make_application(), [](const char*) {});
+}
+
+class Conformance : public testing::TestWithParam<Implementation> {
+ protected:
+  std::shared_ptr<Application> app = GetParam().make();
+  std::shared_ptr<Workbook> book = app->add_workbook();
+  std::shared_ptr<Worksheet> sheet = app->active_sheet();
+
+  std::shared_ptr<Range> at(const std::string& address) { return sheet->range(address); }
+  CellValue value(const std::string& address) { return at(address)->value(); }
+  std::shared_ptr<Chart> make_chart() { return sheet->add_chart(10, 20, 300, 200)->chart(); }
+};
+
+// The error number that a step ends with, 0 for none.
+template <class Step>
+std::int32_t fault(Step&& step) {
+  try {
+    step();
+    return 0;
+  } catch (const Error& error) {
+    return error.code();
+  }
+}
+
+TEST_P(Conformance, ANewWorkbookIsActiveAndHasOneEmptySheet) {
+  EXPECT_EQ(app->active_workbook()->name(), book->name());
+  ASSERT_EQ(book->worksheets().size(), 1U);
+  EXPECT_EQ(app->active_sheet()->name(), book->worksheets()[0]->name());
+  EXPECT_EQ(app->active_cell()->address(true, false), "$A$1");
+  EXPECT_EQ(value("A1"), CellValue());
+  EXPECT_FALSE(book->multi_user_editing());
+  const auto second = app->add_workbook();
+  EXPECT_NE(second->name(), book->name());
+  book->activate();
+  EXPECT_EQ(app->active_workbook()->name(), book->name());
+}
+
+TEST_P(Conformance, ApplicationStateIsKept) {
+  app->set_calculation(Calculation::kManual);
+  app->set_screen_updating(false);
+  app->set_display_alerts(false);
+  app->set_cursor(Cursor::kWait);
+  EXPECT_EQ(app->calculation(), Calculation::kManual);
+  EXPECT_FALSE(app->screen_updating());
+  EXPECT_FALSE(app->display_alerts());
+  EXPECT_EQ(app->cursor(), Cursor::kWait);
+}
+
+TEST_P(Conformance, WorkbooksAndSheetsAreFoundByNameInAnyCase) {
+  sheet->set_name("Überblick");
+  EXPECT_EQ(book->worksheet("überBLICK")->name(), "Überblick");
+  EXPECT_EQ(fault([&] { book->worksheet("Other"); }), errc::kSubscriptOutOfRange);
+  EXPECT_EQ(fault([&] { app->workbook("No such book"); }), errc::kSubscriptOutOfRange);
+  EXPECT_EQ(app->workbook(book->name())->worksheets().size(), 1U);
+}
+
+TEST_P(Conformance, SheetNamesFollowTheRules) {
+  struct Case {
+    const char* name;
+    bool accepted;
+  };
+  const Case cases[] = {
+      {"Sensitivity 1", true},
+      {"1234567890123456789012345678901", true},
+      {"ÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄ", true},  // 31 characters, 62 bytes
+      {"12345678901234567890123456789012", false},
+      {"", false},
+      {"a/b", false},
+      {"a\\b", false},
+      {"a?", false},
+      {"*", false},
+      {"[a", false},
+      {"a]", false},
+      {"a:b", false},
+      {"'a", false},
+      {"a'", false},
+      {"it's", true},
+      {"tAkEn", false},
+      {"history", false},
+  };
+  book->add_worksheet()->set_name("Taken");
+  for (const Case& c : cases) {
+    sheet->set_name("before");
+    EXPECT_EQ(fault([&] { sheet->set_name(c.name); }) == 0, c.accepted) << c.name;
+    EXPECT_EQ(sheet->name(), c.accepted ? c.name : "before");
+  }
+  sheet->set_name("Same");
+  EXPECT_NO_THROW(sheet->set_name("SAME")) << "a sheet may keep its own name in another case";
+}
+
+TEST_P(Conformance, SheetsComeAfterTheLastAndTheLastOneStays) {
+  const auto added = book->add_worksheet();
+  EXPECT_EQ(book->worksheets().back()->name(), added->name());
+  const auto cell = added->range("A1");
+  added->remove();
+  EXPECT_EQ(book->worksheets().size(), 1U);
+  EXPECT_EQ(app->active_sheet()->name(), sheet->name());
+  EXPECT_THROW(cell->value(), Error);
+  EXPECT_THROW(added->name(), Error);
+  EXPECT_THROW(sheet->remove(), Error);
+  EXPECT_NO_THROW(sheet->name());
+}
+
+TEST_P(Conformance, AddressesAreRead) {
+  struct Case {
+    const char* address;
+    const char* absolute;  // "" where it is none
+  };
+  const Case cases[] = {
+      {"B4", "$B$4"},
+      {"$b$4", "$B$4"},
+      {"a1:c6", "$A$1:$C$6"},
+      {"C6:A1", "$A$1:$C$6"},
+      {"XFD1048576", "$XFD$1048576"},
+      {"XFE1", ""},
+      {"A1048577", ""},
+      {"A0", ""},
+      {"A01", ""},
+      {"", ""},
+      {"4B", ""},
+      {"A1:", ""},
+      {"A1:B2:C3", ""},
+      {"A-1", ""},
+      {"Ä1", ""},
+      {"AAAAAAAAAA1", ""},
+      {"A99999999999", ""},
+      {"$$A1", ""},
+      {"$A$1:$A$1", "$A$1"},
+  };
+  for (const Case& c : cases) {
+    std::string absolute;
+    ignoring_errors([&] { absolute = at(c.address)->address(true, false); });
+    EXPECT_EQ(absolute, c.absolute) << c.address;
+  }
+}
+
+TEST_P(Conformance, RangesReachAnywhereOnTheSheet) {
+  const auto range = at("C3:D5");
+  EXPECT_EQ(range->row(), 3);
+  EXPECT_EQ(range->column(), 3);
+  EXPECT_EQ(range->row_count(), 3);
+  EXPECT_EQ(range->column_count(), 2);
+  struct Case {
+    const char* what;
+    std::function<std::shared_ptr<Range>()> make;
+    const char* address;  // "" where it lies outside the sheet
+  };
+  const Case cases[] = {
+      {"first cell", [&] { return range->cell(1, 1); }, "C3"},
+      {"cell outside the range", [&] { return range->cell(10, 5); }, "G12"},
+      {"cell before the range", [&] { return range->cell(0, -1); }, "A2"},
+      {"cell before the sheet", [&] { return range->cell(-2, 1); }, ""},
+      {"offset", [&] { return range->offset(-2, 4); }, "G1:H3"},
+      {"offset before the sheet", [&] { return range->offset(0, -3); }, ""},
+      {"offset past the sheet", [&] { return range->offset(1048574, 0); }, ""},
+      {"offset past all numbers", [&] { return range->offset(2147483647, 0); }, ""},
+      {"larger", [&] { return range->resize(4, 1); }, "C3:C6"},
+      {"to the last row", [&] { return range->resize(1048574, 1); }, "C3:C1048576"},
+      {"too large", [&] { return range->resize(1048575, 1); }, ""},
+      {"empty", [&] { return range->resize(0, 1); }, ""},
+      {"past all numbers", [&] { return range->resize(2147483647, 2147483647); }, ""},
+      {"by numbers", [&] { return sheet->range(2, 3, 1, 2); }, "C2:D2"},
+      {"by wrong numbers", [&] { return sheet->range(0, 1, 1, 1); }, ""},
+  };
+  for (const Case& c : cases) {
+    std::string address;
+    const std::int32_t code = fault([&] { address = c.make()->address(false, false); });
+    EXPECT_EQ(address, c.address) << c.what;
+    EXPECT_EQ(code, *c.address ? 0 : errc::kHostRefused) << c.what;
+  }
+}
+
+TEST_P(Conformance, ExternalAddressesLeadBack) {
+  for (const char* name :
+       {"Plain", "With blank", "It's", "A1", "R1C1", "2024", "a'b'c", "Größe", "TRUE", "x-y"}) {
+    sheet->set_name(name);
+    book->add_worksheet();
+    const std::string address = at("B2:C4")->address(true, true);
+    const auto found = app->range(address);
+    EXPECT_EQ(found->worksheet()->name(), name) << address;
+    EXPECT_EQ(found->worksheet()->workbook()->name(), book->name()) << address;
+    EXPECT_EQ(found->address(false, false), "B2:C4");
+  }
+  sheet->set_name("It's");
+  EXPECT_EQ(app->range("'[" + book->name() + "]It''s'!D5")->address(false, false), "D5");
+  for (const char* wrong :
+       {"'[nowhere.xlsx]It''s'!A1", "'[Book1]No sheet'!A1", "'It''s!A1", "nonsense", "!A1"})
+    EXPECT_THROW(app->range(wrong), Error) << wrong;
+}
+
+TEST_P(Conformance, ValuesAreKeptAsTheyAre) {
+  const CellValue cases[] = {{},
+                             0.1 + 0.2,
+                             -1e300,
+                             "text",
+                             "",
+                             "=1+1",
+                             "123",
+                             CellError::kNA,
+                             CellValue::boolean(true),
+                             CellValue::boolean(false),
+                             "Größe \xF0\x9F\x98\x80"};
+  for (const CellValue& kept : cases) {
+    at("B2")->set_value(kept);
+    EXPECT_EQ(value("B2"), kept) << kept.text << kept.number;
+  }
+  EXPECT_THROW(at("B2")->set_value(std::string(32768, 'x')), Error);
+  EXPECT_EQ(value("B2").text, cases[10].text) << "a refused value changes nothing";
+  EXPECT_NO_THROW(at("B2")->set_value(std::string(32767, 'x')));
+}
+
+TEST_P(Conformance, BlocksAreWrittenAndReadWhole) {
+  CellBlock block(3, 2);
+  block.set(1, 1, 1.5);
+  block.set(1, 2, "one");
+  block.set(2, 1, "one");
+  block.set(3, 2, CellError::kDiv0);
+  at("B2:C5")->set_value("old");
+  at("B2:C4")->put(block);
+  const CellBlock read = at("A1:D6")->values();
+  const CellValue expected[6][4] = {
+      {{}, {}, {}, {}},       {{}, 1.5, "one", {}}, {{}, "one", {}, {}}, {{}, {}, CellError::kDiv0, {}},
+      {{}, "old", "old", {}}, {{}, {}, {}, {}},
+  };
+  for (std::int32_t row = 1; row <= 6; ++row)
+    for (std::int32_t column = 1; column <= 4; ++column)
+      EXPECT_EQ(read.value(row, column), expected[row - 1][column - 1]) << row << "," << column;
+  EXPECT_THROW(at("B2:C5")->put(block), Error) << "sizes differ";
+  EXPECT_EQ(value("B5").text, "old");
+}
+
+TEST_P(Conformance, EmptyingCellsKeepsTheirFormats) {
+  at("A1:B2")->set_value(5.0);
+  at("A1:B2")->set_number_format("0.00%");
+  at("A1:B2")->put(CellBlock(2, 2));
+  EXPECT_EQ(value("B2"), CellValue());
+  EXPECT_EQ(at("B2")->number_format(), "0.00%");
+  EXPECT_EQ(at("B2")->number_format_local(), "0.00%");
+  EXPECT_EQ(at("C2")->number_format(), "General");
+  EXPECT_TRUE(at("C2")->locked());
+}
+
+TEST_P(Conformance, EnteredTextsBecomeValuesOrFormulas) {
+  struct Case {
+    const char* entered;
+    CellValue value;
+    const char* formula;
+  };
+  at("A1")->set_value(7.0);
+  const Case cases[] = {
+      {"400000", 400000.0, "400000"},
+      {"-1.5e3", -1500.0, "-1500"},
+      {"TRUE", CellValue::boolean(true), "TRUE"},
+      {"some text", "some text", "some text"},
+      {"#N/A", CellError::kNA, "#N/A"},
+      {"", {}, ""},
+      {"=A1*2", 14.0, "=A1*2"},
+      {"=$A$1+1", 8.0, "=$A$1+1"},
+      {"inf", "inf", "inf"},
+      {"=1/0", CellError::kDiv0, "=1/0"},
+  };
+  for (const Case& c : cases) {
+    at("B1")->set_formula(c.entered);
+    EXPECT_EQ(value("B1"), c.value) << c.entered;
+    EXPECT_EQ(at("B1")->formula(), c.formula);
+  }
+  at("B1")->set_formula("=A1");
+  at("B1")->set_value(3.0);
+  EXPECT_EQ(at("B1")->formula(), "3") << "a value replaces the formula";
+}
+
+TEST_P(Conformance, RelativeReferencesMoveWithTheCell) {
+  at("A1:A3")->set_formula("=B1+$B1+B$1+$B$1");
+  EXPECT_EQ(at("A3")->formula(), "=B3+$B3+B$1+$B$1");
+  at("C2:D2")->set_formula("=SUM(A1:A$9)&\"A1\"&MAX1(A1)");
+  EXPECT_EQ(at("D2")->formula(), "=SUM(B1:B$9)&\"A1\"&MAX1(B1)");
+  at("F1:F2")->set_formula("=Sheet2!A1+'It''s A1'!A1+A1048576");
+  EXPECT_EQ(at("F2")->formula(), "=Sheet2!A2+'It''s A1'!A2+#REF!");
+}
+
+TEST_P(Conformance, FormulasFollowTheirCells) {
+  at("A1:A3")->set_value(2.0);
+  at("B1")->set_formula("=SUM(A1:A3)");
+  at("B2")->set_formula("=B1*10");
+  EXPECT_EQ(value("B2"), CellValue(60.0));
+  at("A2")->set_value(5.0);
+  app->calculate();
+  EXPECT_EQ(value("B2"), CellValue(90.0));
+  EXPECT_EQ(at("B1:B2")->values().value(2, 1), CellValue(90.0));
+  EXPECT_EQ(app->max(*at("A1:B2")), 90.0);
+}
+
+TEST_P(Conformance, EvaluationNeverThrows) {
+  at("A1")->set_value(4.0);
+  EXPECT_EQ(app->evaluate("A1^2-1"), CellValue(15.0));
+  EXPECT_EQ(app->evaluate("\"Pro\"&\"fit\""), CellValue("Profit"));
+  for (const char* wrong : {"", "1+", "NOSUCHFUNCTION(1)", "(((", "\"open", "A1:", "1 2"})
+    EXPECT_TRUE(app->evaluate(wrong).is_error()) << wrong;
+}
+
+TEST_P(Conformance, ExtremesOfARange) {
+  at("A1")->set_value(-3.0);
+  at("A2")->set_value("500");
+  at("A3")->set_value(8.0);
+  at("A4")->set_value(CellValue::boolean(true));
+  EXPECT_EQ(app->min(*at("A1:A6")), -3);
+  EXPECT_EQ(app->max(*at("A1:A6")), 8);
+  EXPECT_EQ(app->min(*at("A3:A6")), 8);
+  EXPECT_EQ(app->max(*at("B1:B9")), 0);
+  at("A5")->set_value(CellError::kNA);
+  EXPECT_THROW(app->min(*at("A1:A6")), Error);
+  EXPECT_THROW(app->max(*at("A1:A6")), Error);
+}
+
+TEST_P(Conformance, MergedCellsKeepTheFirst) {
+  at("B2:D3")->set_value("x");
+  at("B2")->set_value("first");
+  at("B2:D3")->set_merge(true);
+  EXPECT_EQ(value("B2").text, "first");
+  for (const char* covered : {"C2", "D2", "B3", "D3"}) EXPECT_EQ(value(covered), CellValue()) << covered;
+  at("D4")->set_value("kept");
+  EXPECT_THROW(at("D3:E4")->set_merge(true), Error) << "a part of a merged cell";
+  EXPECT_EQ(value("D4").text, "kept");
+  EXPECT_NO_THROW(at("A1:E5")->set_merge(true)) << "whole merged cells are taken in";
+  EXPECT_EQ(value("B2"), CellValue());
+  at("C3")->set_merge(false);
+  EXPECT_NO_THROW(at("E5:F6")->set_merge(true)) << "the merge is undone";
+}
+
+TEST_P(Conformance, PlacesAddUp) {
+  EXPECT_DOUBLE_EQ(at("A1")->left(), 0);
+  EXPECT_DOUBLE_EQ(at("A1")->top(), 0);
+  const double width = at("A1")->width();
+  at("B1:C1")->set_column_width(20);
+  EXPECT_NEAR(at("C7")->column_width(), 20, 0.1);
+  EXPECT_GT(at("B1")->width(), 2 * width);
+  EXPECT_DOUBLE_EQ(at("D1")->left(), at("A1:C1")->width());
+  at("B1")->set_columns_hidden(true);
+  EXPECT_DOUBLE_EQ(at("B1")->width(), 0);
+  at("B1")->set_columns_hidden(false);
+  EXPECT_NEAR(at("B1")->column_width(), 20, 0.1);
+  at("A2:A3")->set_row_height(30);
+  EXPECT_DOUBLE_EQ(at("A3")->row_height(), 30);
+  EXPECT_DOUBLE_EQ(at("A1:A4")->height(), at("A5")->top());
+  EXPECT_DOUBLE_EQ(at("A4")->top(), at("A1")->height() + 60);
+  EXPECT_THROW(at("A1")->set_column_width(256), Error);
+  EXPECT_THROW(at("A1")->set_column_width(-1), Error);
+  EXPECT_THROW(at("A1")->set_row_height(410), Error);
+  EXPECT_THROW(at("A1")->set_indent(16), Error);
+}
+
+TEST_P(Conformance, ColumnsFitTheCellsOfTheRangeOnly) {
+  at("A1")->set_value("A title that is much longer than the column below it");
+  at("A2")->set_value("An ordinary header");
+  at("B2")->set_value("merged, so it has no say in this");
+  at("B2:C2")->set_merge(true);
+  const double untouched = at("B1")->column_width();
+  at("A2:C3")->auto_fit_columns();
+  EXPECT_GT(at("A1")->column_width(), 12);
+  EXPECT_LT(at("A1")->column_width(), 25);
+  EXPECT_DOUBLE_EQ(at("B1")->column_width(), untouched);
+  at("A1:A3")->auto_fit_columns();
+  EXPECT_GT(at("A1")->column_width(), 35);
+}
+
+TEST_P(Conformance, OnlyTheActiveSheetIsSelectedOn) {
+  at("B2:C3")->select();
+  EXPECT_EQ(app->active_cell()->address(false, false), "B2");
+  at("C3")->activate();
+  EXPECT_EQ(app->active_cell()->address(false, false), "C3");
+  const auto other = book->add_worksheet();
+  other->activate();
+  EXPECT_THROW(at("A1")->select(), Error);
+  EXPECT_EQ(app->active_sheet()->name(), other->name());
+  sheet->activate();
+  EXPECT_EQ(app->active_cell()->address(false, false), "C3");
+}
+
+TEST_P(Conformance, UnknownMacrosAreRefused) {
+  EXPECT_EQ(fault([&] { app->run("NoSuchMacro", *at("A1"), 1); }), errc::kHostRefused);
+}
+
+TEST_P(Conformance, AxesExistOnceASeriesIsOnThem) {
+  const auto chart = make_chart();
+  EXPECT_THROW(chart->axis(AxisType::kValue, AxisGroup::kPrimary), Error);
+  const auto series = chart->new_series();
+  EXPECT_NO_THROW(chart->axis(AxisType::kCategory, AxisGroup::kPrimary));
+  EXPECT_THROW(chart->axis(AxisType::kValue, AxisGroup::kSecondary), Error);
+  const auto second = chart->new_series();
+  second->set_axis_group(AxisGroup::kSecondary);
+  const auto axis = chart->axis(AxisType::kValue, AxisGroup::kSecondary);
+  axis->set_maximum_scale(1);
+  chart->set_has_axis(AxisType::kValue, AxisGroup::kSecondary, false);
+  EXPECT_THROW(axis->set_maximum_scale(2), Error);
+  EXPECT_THROW(axis->set_major_gridline_border({}), Error);
+}
+
+TEST_P(Conformance, ChartsRefuseWhatTheyDoNotHave) {
+  const auto chart = make_chart();
+  EXPECT_EQ(chart->series_count(), 0);
+  EXPECT_THROW(chart->series(1), Error);
+  const double constants[] = {0, 1};
+  chart->new_series()->set_values(constants);
+  const auto series = chart->series(1);
+  series->set_x_values(*at("A1:A2"));
+  EXPECT_THROW(series->point(0), Error);
+  EXPECT_THROW(series->point(3), Error);
+  const auto point = series->point(2);
+  EXPECT_THROW(point->data_label(), Error);
+  point->apply_data_labels(false);
+  EXPECT_NO_THROW(point->data_label()->set_text("Base"));
+  EXPECT_THROW(point->set_marker_size(73), Error);
+  chart->set_has_legend(true);
+  chart->delete_legend();
+  EXPECT_THROW(chart->delete_legend(), Error);
+  EXPECT_THROW(chart->format_title(1, 2, {}), Error);
+}
+
+TEST_P(Conformance, ChartFramesStandWhereTheyArePut) {
+  const auto chart = make_chart();
+  const auto frame = chart->container();
+  EXPECT_DOUBLE_EQ(frame->left(), 10);
+  EXPECT_DOUBLE_EQ(frame->top(), 20);
+  EXPECT_DOUBLE_EQ(frame->width(), 300);
+  frame->set_height(150.5);
+  EXPECT_DOUBLE_EQ(chart->container()->height(), 150.5);
+  chart->set_plot_area_interior({.color_index = 36, .pattern_color_index = 1, .pattern = 1});
+  EXPECT_EQ(chart->plot_area_interior_color(), 0x99FFFF);  // blue 99, green FF, red FF
+  const auto series = chart->new_series();
+  frame->remove();
+  EXPECT_THROW(chart->set_title("gone"), Error);
+  EXPECT_THROW(series->set_name("gone"), Error);
+  EXPECT_THROW(frame->width(), Error);
+}
+
+INSTANTIATE_TEST_SUITE_P(Implementations, Conformance,
+                         testing::Values(Implementation{"embedded", office::make_application},
+                                         Implementation{"forwarding", make_forwarding}),
+                         [](const testing::TestParamInfo<Implementation>& implementation) {
+                           return std::string(implementation.param.name);
+                         });
+
+// ---- The forwarding wrapper itself ----
+
+int write_a_chart(Application& app) {
+  const auto book = app.add_workbook();
+  const auto range = book->worksheets().at(0)->range("A1:B2");
+  range->set_value(1.0);
+  const auto series = app.active_sheet()->add_chart(0, 0, 10, 10)->chart()->new_series();
+  series->set_values(*range);
+  return static_cast<int>(app.max(*range));
+}
+
+TEST(Forwarding, FailsEveryCallInItsTurn) {
+  for (const bool lasting : {false, true}) {
+    std::vector<std::string> failed;
+    for (int nth = 1;; ++nth) {
+      test::FailNth fail{nth, lasting};
+      const auto app = test::forwarding_application(office::make_application(), std::ref(fail));
+      const std::int32_t code = fault([&] { write_a_chart(*app); });
+      if (!fail.failed) {
+        EXPECT_EQ(code, 0);
+        break;
+      }
+      EXPECT_EQ(code, errc::kHostRefused);
+      EXPECT_EQ(fail.calls, nth);
+      EXPECT_EQ(fault([&] { write_a_chart(*app); }) != 0, lasting);
+      failed.push_back(fail.where);
+    }
+    const std::vector<std::string> calls = {
+        "Application.add_workbook", "Workbook.worksheets", "Worksheet.range",   "Range.set_value",
+        "Application.active_sheet", "Worksheet.add_chart", "ChartObject.chart", "Chart.new_series",
+        "Series.set_values",        "Application.max"};
+    EXPECT_EQ(failed, calls);
+  }
+}
+
+}  // namespace
+}  // namespace ordvane::host
