@@ -190,8 +190,10 @@ TEST(ReadRun, PlacesMistakesOfTheCsvFile) {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 TEST(ReadRun, UnderstandsResultsAsProgramsWriteThem) {
+  std::string long_text = "\"";
+  while (long_text.size() < 3'000'000) long_text += "several blocks of the file,\n";
   const struct {
-    const char* field;
+    std::string field;
     double value;
   } kCases[] = {
       {"5", 5},
@@ -212,13 +214,15 @@ TEST(ReadRun, UnderstandsResultsAsProgramsWriteThem) {
       {"0x10", encode_text()},
       {"TRUE", encode_text()},
       {"\"say \"\"no\"\",\r\nplease\"", encode_text()},
+      {long_text + "\"", encode_text()},
   };
   const RunFolder folder;
   for (const auto& c : kCases) {
     const auto run = folder.read(kJson, with(kCsv, "#NUM!", c.field));
     const double got = run.output_values[run.output_value_index(0, 1, 0)];
-    EXPECT_TRUE(got == c.value || (std::isnan(got) && std::isnan(c.value))) << c.field << " became " << got;
-    EXPECT_EQ(run.output_values[run.output_value_index(0, 0, 2)], 7) << "the rows behind " << c.field;
+    EXPECT_TRUE(got == c.value || (std::isnan(got) && std::isnan(c.value)))
+        << c.field.substr(0, 40) << " became " << got;
+    EXPECT_EQ(run.output_values[run.output_value_index(0, 0, 2)], 7) << "behind " << c.field.substr(0, 40);
   }
 }
 
@@ -270,6 +274,46 @@ TEST(ReadRun, FillsInWhatIsLeftOut) {
   EXPECT_EQ(run.inputs[1].formula, "=DralAuto(0.5)");
   EXPECT_EQ(run.outputs[1].base, std::nullopt);
   EXPECT_EQ(run.outputs[1].name, "");
+}
+
+// The texts between ``` lines of a page.
+std::vector<std::string> code_blocks(const std::filesystem::path& page) {
+  std::ifstream file(page);
+  std::vector<std::string> blocks;
+  bool inside = false;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("```")) {
+      inside = !inside;
+      if (inside) blocks.emplace_back();
+    } else if (inside) {
+      blocks.back() += line + "\n";
+    }
+  }
+  return blocks;
+}
+
+TEST(ReadRun, ReadsAndRefusesWhatItsPageShows) {
+  const auto blocks = code_blocks(std::filesystem::path(ORDVANE_SOURCE_DIR) / "docs/run-file.md");
+  ASSERT_EQ(blocks.size(), 4U);
+  const RunFolder folder;
+  const std::string json = with(blocks[0], "loan.run.csv", "a.run.csv");
+  const auto beside = folder.read(json, blocks[1]);
+  const auto in_file = folder.read(with(json, "\"recalculations\": \"a.run.csv\"\n", blocks[2]), "");
+  EXPECT_EQ(beside.recalculations, 5);
+  expect_same_values(beside.input_values, in_file.input_values, "input values");
+  expect_same_values(beside.output_values, in_file.output_values, "output values");
+
+  const std::string complaints[] = {
+      folder.complaint(with(json, "\"steps\": 3 },", "\"steps\": 3,\n  },"), blocks[1]),
+      folder.complaint(with(json, "\"steps\": 2", "\"stepps\": 2"), blocks[1]),
+      folder.complaint(with(json, "\"steps\": 2", "\"steps\": 0"), blocks[1]),
+      folder.complaint(json, with(blocks[1], "1,1,3,4", "1,1,4,4")),
+      folder.complaint(json, with(blocks[1], "0.03,,", "0.03,")),
+      folder.complaint(json, blocks[1].substr(0, blocks[1].find("1,2,2"))),
+  };
+  std::string shown;
+  for (const std::string& complaint : complaints) shown += "loan" + complaint.substr(1) + "\n";
+  EXPECT_EQ(shown, blocks[3]);
 }
 
 // Valid UTF-8 in one line, whatever was in the file.
