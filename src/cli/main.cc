@@ -18,6 +18,8 @@
 namespace ordvane::cli {
 namespace {
 
+constexpr const char* kCommands = "report, show, check";
+
 constexpr const char* kExitCodes =
     "Exit codes:\n"
     "  0    done\n"
@@ -197,8 +199,8 @@ void refuse_unknown_command(const CLI::App& app, int argc, char** argv) {
   const bool known = std::any_of(commands.begin(), commands.end(),
                                  [&](const CLI::App* command) { return command->get_name() == first; });
   if (known || first.starts_with('-')) return;
-  throw BadArguments("\"" + printable(first) +
-                     "\" is no command; there are report, show and check\nTry `ordvane --help`.");
+  throw BadArguments("\"" + printable(first) + "\" is no command; there are " + kCommands +
+                     "\nTry `ordvane --help`.");
 }
 
 // Reads the arguments and runs what they ask for.
@@ -207,7 +209,7 @@ int run_command(int argc, char** argv) {
       "Reports on what-if runs: which inputs of a spreadsheet model move its outputs, and by how much.",
       "ordvane");
   app.set_version_flag("--version", std::string("ordvane ") + kVersion);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.footer(std::string(kMainExamples) + kExitCodes);
   app.get_formatter()->column_width(28);
   for (const auto& [word, shown] : {std::pair("SUBCOMMAND", "COMMAND"),
@@ -234,6 +236,7 @@ int run_command(int argc, char** argv) {
     for (const CLI::App* used : app.get_subcommands()) command += " " + used->get_name();
     throw BadArguments(std::string(error.what()) + "\nTry `" + command + " --help`.");
   }
+  if (!chosen) throw BadArguments(std::string("name a command: ") + kCommands + "\nTry `ordvane --help`.");
   return chosen();
 }
 
