@@ -375,8 +375,8 @@ std::string fill_places(const Section& section, const DigitPlaces& places, const
   for (const Token& token : section.tokens) {
     switch (token.kind) {
       case Kind::kPoint:
+        text += (places.whole == 0 && !after_point ? digits : "") + ".";
         after_point = true;
-        text += (places.whole == 0 ? digits : "") + ".";
         break;
       case Kind::kExponent:
         after_exponent = true;
@@ -436,6 +436,7 @@ bool has_kind(const Section& section, Kind kind) {
 
 NumberFormat::NumberFormat(std::string_view code) {
   constexpr std::size_t kTextSection = 3;
+  if (code.empty()) code = "General";
   std::size_t at = 0;
   for (std::size_t number = 0; number <= kTextSection; ++number) {
     Section section = SectionReader(code, at).read();
@@ -446,7 +447,6 @@ NumberFormat::NumberFormat(std::string_view code) {
     if (is_last) break;
     ++at;  // ";"
   }
-  if (code.empty()) sections_.front().is_general = true;
 }
 
 bool NumberFormat::is_general() const {
