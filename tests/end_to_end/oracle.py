@@ -263,9 +263,21 @@ def summary_table(texts, run, results, options):
 
 # ---- The workbook ----
 
+C = "{http://schemas.openxmlformats.org/drawingml/2006/chart}"
+A = "{http://schemas.openxmlformats.org/drawingml/2006/main}"
+
+
+def sheet_and_range(formula):
+    title, address = formula.rsplit("!", 1)
+    return title.removeprefix("'").removesuffix("'").replace("''", "'"), address
+
+
 class Comparison:
     def __init__(self, workbook):
         self.book = openpyxl.load_workbook(workbook, data_only=True)
+        with zipfile.ZipFile(workbook) as package:
+            self.chart_parts = {posixpath.basename(name): ElementTree.fromstring(package.read(name))
+                                for name in package.namelist() if re.fullmatch(r"xl/charts/chart\d+\.xml", name)}
         self.differences, self.compared = [], 0
 
     def differ(self, where, text):
@@ -277,7 +289,7 @@ class Comparison:
 
     def header_of(self, sheet, header):
         """Row and column where the column captions begin."""
-        for row in sheet.iter_rows(max_row=60):
+        for row in sheet.iter_rows():
             captions = [cell.value for cell in row]
             for start in range(len(captions) - len(header) + 1):
                 if captions[start:start + len(header)] == header:
@@ -313,27 +325,50 @@ class Comparison:
         if not named:
             self.differ(sheet.title, f'does not name {item["name"]} ({item["cell"]})')
 
-    def charts(self, workbook):
+    def charts(self):
         """Every number and text that a chart keeps a copy of is that of the cell it refers to."""
-        chart_space = "{http://schemas.openxmlformats.org/drawingml/2006/chart}"
-        with zipfile.ZipFile(workbook) as package:
-            parts = [name for name in package.namelist() if re.fullmatch(r"xl/charts/chart\d+\.xml", name)]
-            for part in parts:
-                for reference in ElementTree.fromstring(package.read(part)).iter():
-                    if reference.tag in (chart_space + "numRef", chart_space + "strRef"):
-                        self.reference(posixpath.basename(part), reference, chart_space)
-        if not parts:
+        for part, chart in self.chart_parts.items():
+            for reference in chart.iter():
+                if reference.tag in (C + "numRef", C + "strRef"):
+                    self.reference(part, reference)
+        if not self.chart_parts:
             self.differ("charts", "there are none")
 
-    def reference(self, part, reference, chart_space):
-        formula = reference.findtext(chart_space + "f")
-        title, address = formula.rsplit("!", 1)
-        sheet = self.book[title.strip("'").replace("''", "'")]
+    def bars(self, sheet, result, percent):
+        """The bars that are seen in the stacked bar chart of a sheet reach from the low to the high end."""
+        ends = [(effect.low_change, effect.high_change) if percent else (effect.low, effect.high)
+                for _, effect in sorted(zip(result.ranks, result.effects))[:result.limit]]
+        drawn = any(usable(low) for low, _ in ends)
+        charts = [bars for chart in self.chart_parts.values() for bars in chart.iter(C + "barChart")
+                  if sheet_and_range(bars.find(f".//{C}val//{C}f").text)[0] == sheet.title]
+        if len(charts) != drawn:
+            return self.differ(sheet.title, f"{len(charts)} bar charts, expected {int(drawn)}")
+        for row, (low, high) in enumerate(ends if drawn else []):
+            right = left = 0.0  # where the next part begins
+            seen = []
+            for series in charts[0].iter(C + "ser"):
+                part = float(series.findall(f"{C}val//{C}pt")[row].findtext(C + "v"))
+                start = right if part > 0 else left
+                right, left = (right + part, left) if part > 0 else (right, left + part)
+                if part != 0 and series.find(f"{C}spPr/{A}noFill") is None:
+                    seen += [start, start + part]
+            self.compared += 1
+            expected = [low, high] if usable(low) and low != high else []
+            found = [min(seen), max(seen)] if seen else []
+            slack = 1e-12 * max(map(abs, expected), default=0)
+            if len(found) != len(expected) or any(abs(f - e) > slack for f, e in zip(found, expected)):
+                self.differ(sheet.title, f"bar {row + 1} reaches over {found}, expected {expected}")
+        return None
+
+    def reference(self, part, reference):
+        formula = reference.findtext(C + "f")
+        title, address = sheet_and_range(formula)
+        sheet = self.book[title]
         left, top, right, bottom = range_boundaries(address.replace("$", ""))
         cells = [sheet.cell(row, column).value for row in range(top, bottom + 1) for column in range(left, right + 1)]
-        cache = reference.find(chart_space + ("numCache" if reference.tag.endswith("numRef") else "strCache"))
-        kept = {int(point.get("idx")): point.findtext(chart_space + "v") for point in cache.iter(chart_space + "pt")}
-        if int(cache.find(chart_space + "ptCount").get("val")) != len(cells):
+        cache = reference.find(C + ("numCache" if reference.tag.endswith("numRef") else "strCache"))
+        kept = {int(point.get("idx")): point.findtext(C + "v") for point in cache.iter(C + "pt")}
+        if int(cache.find(C + "ptCount").get("val")) != len(cells):
             self.differ(part, f"{formula} has {len(cells)} cells, the copy another number")
         for index, value in enumerate(cells):
             if reference.tag.endswith("numRef"):
@@ -368,6 +403,8 @@ def compare(run, workbook, texts, options):
         for sheet, result in zip(sheets(title, len(wanted), kind), wanted):
             comparison.names_output(sheet, result.item)
             comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
+            if kind == "tornado":
+                comparison.bars(sheet, result, options.percent)
     if "detail-by-input" in options.only:
         for sheet, of_run in zip(sheets(117, run.simulations, "detail-by-input"), results):
             comparison.table(sheet, *detail_by_input_table(texts, run, of_run))
@@ -375,7 +412,7 @@ def compare(run, workbook, texts, options):
         for sheet, of_run in zip(sheets(818, run.simulations, "summary"), results):
             comparison.table(sheet, *summary_table(texts, run, of_run, options))
     if "charts" in options.only:
-        comparison.charts(workbook)
+        comparison.charts()
     return comparison
 
 
@@ -387,11 +424,12 @@ def main():
     parser.add_argument("--max-inputs", type=int, default=20)
     parser.add_argument("--threshold", type=float)
     parser.add_argument("--only", action="append", choices=KINDS)
+    parser.add_argument("--show", type=int, default=40, help="differences printed")
     options = parser.parse_args()
     options.only = options.only or KINDS
     strings = pathlib.Path(__file__).resolve().parents[2] / "resources" / "strings" / "en.txt"
     comparison = compare(Run(options.run), options.workbook, Texts(strings), options)
-    for difference in comparison.differences[:40]:
+    for difference in comparison.differences[:options.show]:
         print(difference)
     print(f"{options.run.name}: {comparison.compared} cells compared, {len(comparison.differences)} differences")
     sys.exit(1 if comparison.differences or not comparison.compared else 0)
