@@ -194,9 +194,10 @@ std::string sheet_part(const office::BookModel& book, std::size_t position, cons
   xml.start("sheetFormatPr").attr("defaultRowHeight", office::kDefaultRowHeight).end();
   columns(xml, sheet);
   xml.start("sheetData");
+  const CellNames names = cell_names(sheet);
   for (std::int32_t row = 1, last = last_row(sheet, extent); row <= last; row += kRowsAtOnce) {
     check();
-    encode_rows(sheet, texts, book.texts, row, std::min(last, row + kRowsAtOnce - 1), xml.raw());
+    encode_rows(sheet, texts, book.texts, names, row, std::min(last, row + kRowsAtOnce - 1), xml.raw());
   }
   xml.end();
   merges(xml, sheet);

@@ -16,6 +16,8 @@ using host::CellKind;
 using office::RowBand;
 using office::SheetModel;
 
+constexpr std::size_t kManyCells = 200000;
+
 // Appends into a fixed buffer that holds the longest cell without a formula.
 class CellText {
  public:
@@ -51,8 +53,8 @@ Cell checked(Cell cell) {
 class RowEncoder {
  public:
   RowEncoder(const SheetModel& sheet, const SharedTexts& texts, const office::TextTable& strings,
-             std::string& out)
-      : sheet_(sheet), texts_(texts), strings_(strings), out_(out) {}
+             CellNames names, std::string& out)
+      : sheet_(sheet), texts_(texts), strings_(strings), names_(names), out_(out) {}
 
   // `bands`: those that hold cells of this row, from left to right.
   void row(std::int32_t row, const std::vector<const RowBand*>& bands) {
@@ -61,6 +63,7 @@ class RowEncoder {
     const bool has_height = finish_row_start(row);
     const std::size_t empty = out_.size();
     formula_ = sheet_.formulas.lower_bound({row, 1});
+    previous_ = 0;
     for (const RowBand* band : bands) band_cells(*band, row);
     formulas_before(row, office::kSheetColumns + 1);
     if (out_.size() != empty) {
@@ -123,10 +126,14 @@ class RowEncoder {
 
   void start_cell(std::int32_t column, const Cell& cell, std::string_view type) {
     cell_.clear();
-    cell_.add("<c r=\"");
-    add_column(column);
-    cell_.add(digits_.text());
-    cell_.add("\"");
+    cell_.add("<c");
+    if (names_ == CellNames::kAll || column != previous_ + 1) {
+      cell_.add(" r=\"");
+      add_column(column);
+      cell_.add(digits_.text());
+      cell_.add("\"");
+    }
+    previous_ = column;
     if (cell.style != 0) {
       cell_.add(" s=\"");
       cell_.add_number(cell.style);
@@ -212,8 +219,10 @@ class RowEncoder {
   const SheetModel& sheet_;
   const SharedTexts& texts_;
   const office::TextTable& strings_;
+  const CellNames names_;
   std::string& out_;
-  CellText cell_, digits_;  // digits_: the number of the row
+  CellText cell_, digits_;     // digits_: the number of the row
+  std::int32_t previous_ = 0;  // column of the last cell written
   std::map<office::CellRef, std::string>::const_iterator formula_;
 };
 
@@ -257,9 +266,15 @@ std::int32_t next_row(const SheetModel& sheet, const BandCursor& cursor, std::in
 
 }  // namespace
 
+CellNames cell_names(const SheetModel& sheet) {
+  std::size_t cells = 0;
+  for (const RowBand& band : sheet.bands) cells += band.kinds.size();
+  return cells > kManyCells ? CellNames::kWhereNeeded : CellNames::kAll;
+}
+
 void encode_rows(const SheetModel& sheet, const SharedTexts& texts, const office::TextTable& strings,
-                 std::int32_t first, std::int32_t last, std::string& out) {
-  RowEncoder encoder(sheet, texts, strings, out);
+                 CellNames names, std::int32_t first, std::int32_t last, std::string& out) {
+  RowEncoder encoder(sheet, texts, strings, names, out);
   BandCursor cursor(sheet, first);
   for (std::int32_t row = next_row(sheet, cursor, first); row <= last;
        row = next_row(sheet, cursor, row + 1)) {

@@ -1,0 +1,237 @@
+// Whole packages: valid, readable by others, the same every time; files that appear whole or not at all.
+#include "xlsx/save.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <stdexcept>
+
+#include "host/error.h"
+#include "sample_book.h"
+#include "support/external_checks.h"
+
+namespace ordvane::xlsx {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+std::string content(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::set<std::string> names_in(const test::TemporaryFolder& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+    names.insert(entry.path().filename());
+  return names;
+}
+
+std::string message_of(const std::function<void()>& step, std::int32_t code = host::errc::kHostRefused) {
+  try {
+    step();
+  } catch (const host::Error& error) {
+    EXPECT_EQ(error.code(), code);
+    return error.description();
+  }
+  return "no error";
+}
+
+// Above the size from which cells are written without their names, with gaps.
+office::BookModel large_book() {
+  office::BookModel book;
+  auto sheet = add_sheet(book, "Large", {});
+  office::RowBand band{3, 2001, 2, 101, {}, {}, {}};
+  for (std::int32_t cell = 0; cell < band.rows * band.columns; ++cell) {
+    band.kinds.push_back(cell % 7 == 3 ? host::CellKind::kBlank : host::CellKind::kNumber);
+    band.numbers.push_back(cell);
+    band.styles.push_back(0);
+  }
+  sheet->bands.push_back(band);
+  return book;
+}
+
+class Packages : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    folder_ = std::make_unique<test::TemporaryFolder>();
+    save(full_book(), full());
+    save(large_book(), large());
+  }
+  static void TearDownTestSuite() { folder_.reset(); }
+  static std::filesystem::path full() { return *folder_ / "full & all.xlsx"; }
+  static std::filesystem::path large() { return *folder_ / "large.xlsx"; }
+
+  static std::unique_ptr<test::TemporaryFolder> folder_;
+};
+std::unique_ptr<test::TemporaryFolder> Packages::folder_;
+
+TEST_F(Packages, AreValid) {
+  EXPECT_EXTERNAL(test::validate_xlsx(full()));
+  EXPECT_EXTERNAL(test::validate_xlsx(large()));
+}
+
+TEST_F(Packages, OpenInLibreOffice) {
+  EXPECT_EXTERNAL(test::libreoffice_opens(full()));
+}
+
+TEST_F(Packages, OpenInOpenpyxl) {
+  EXPECT_EXTERNAL(test::openpyxl_reads(full(), R"(
+assert book.sheetnames == ["Tornado 'A' 1", "Spider", "It's a message & more", "Styles"], book.sheetnames
+assert book.active.title == "Spider"
+assert [len(sheet._charts) for sheet in book] == [1, 1, 1, 0]
+sheet = book["Styles"]
+assert sheet["B3"].value == " two  blanks " and sheet["C4"].value == "#NUM!" and sheet["D4"].value == 12345678901
+assert sheet["C2"].value == '=C4&"<"' and sheet["D2"].value is True
+assert sheet["B2"].font.b and sheet["B2"].fill.fgColor.rgb == "FF2F6DB5" and sheet["B2"].alignment.wrap_text
+assert sheet["D5"].value.year == 2020 and not sheet["D5"].protection.locked
+assert sheet["D4"].comment.text.startswith("A note of several lines.\nThe second")
+assert sheet.freeze_panes == "B4" and sheet.print_title_rows == "$2:$3" and sheet.row_dimensions[2].height == 30
+assert book.properties.title == "Reports" and book.properties.creator == "Ordvane"
+cached = openpyxl.load_workbook(sys.argv[1], data_only=True)["Styles"]
+assert cached["C5"].value == 0.1 + 0.2
+)"));
+  EXPECT_EXTERNAL(test::openpyxl_reads(large(), R"(
+cells = list(book["Large"].iter_rows(min_row=3, min_col=2, max_col=102, values_only=True))
+flat = [value for row in cells for value in row]
+assert len(flat) == 2001 * 101
+assert all(value == (None if i % 7 == 3 else i) for i, value in enumerate(flat))
+)"));
+}
+
+TEST_F(Packages, AreTheSameEveryTimeAndOnAnyNumberOfThreads) {
+  SaveOptions options;
+  std::set<std::string> different = {content(full())};
+  for (const unsigned threads : {1U, 2U, 7U}) {
+    options.threads = threads;
+    different.insert(package(full_book(), options));
+  }
+  EXPECT_EQ(different.size(), 1U);
+  options.created = "2026-01-31T12:00:00Z";
+  EXPECT_NE(package(full_book(), options), *different.begin());
+}
+
+TEST_F(Packages, GetSmallerWithTheLevel) {
+  SaveOptions fast, small;
+  fast.compression_level = 1;
+  small.compression_level = 12;
+  EXPECT_GT(package(large_book(), fast).size(), package(large_book(), small).size());
+}
+
+TEST(Save, ReplacesAFileAndKeepsItsMode) {
+  const test::TemporaryFolder folder;
+  const auto file = folder / "a.xlsx", link = folder / "link.xlsx";
+  std::ofstream(file) << "old";
+  std::filesystem::permissions(file, std::filesystem::perms{0640});
+  std::filesystem::create_symlink(file, link);
+  save(full_book(), link);
+  EXPECT_EQ(content(file), package(full_book()));
+  EXPECT_TRUE(std::filesystem::is_symlink(link)) << "a link to a workbook stays one";
+  EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms{0640});
+  EXPECT_THAT(names_in(folder), ElementsAre("a.xlsx", "link.xlsx"));
+}
+
+TEST(Save, TakesANameWithoutAFolder) {
+  const test::TemporaryFolder folder;
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  save(full_book(), "here.xlsx");
+  std::filesystem::current_path(before);
+  EXPECT_THAT(names_in(folder), ElementsAre("here.xlsx"));
+}
+
+TEST(Save, SaysWhatCannotBeWritten) {
+  const test::TemporaryFolder folder;
+  std::ofstream(folder / "file") << "x";
+  std::filesystem::create_directory(folder / "folder.xlsx");
+  const std::pair<std::filesystem::path, const char*> kCases[] = {
+      {folder / "missing" / "a.xlsx", "No such file or directory"},
+      {folder / "file" / "a.xlsx", "Not a directory"},
+      {folder / "folder.xlsx", "Is a directory"},
+      {"/dev/full", "Invalid argument"},
+      {folder / (std::string(300, 'n') + ".xlsx"), "File name too long"},
+  };
+  for (const auto& [path, reason] : kCases)
+    EXPECT_EQ(message_of([&] { save(full_book(), path); }), path.string() + ": cannot write: " + reason);
+  EXPECT_THAT(names_in(folder), ElementsAre("file", "folder.xlsx"));
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
+}
+
+// Files of this process may grow to a few bytes only: what a full disk looks like.
+class SmallFiles {
+ public:
+  SmallFiles() : handler_(::signal(SIGXFSZ, SIG_IGN)) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit small{64, before_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+  }
+  ~SmallFiles() {
+    ::setrlimit(RLIMIT_FSIZE, &before_);
+    ::signal(SIGXFSZ, handler_);
+  }
+
+ private:
+  void (*handler_)(int);
+  rlimit before_;
+};
+
+TEST(Save, LeavesTheOldFileWhenTheDiskIsFull) {
+  const test::TemporaryFolder folder;
+  const auto file = folder / "a.xlsx";
+  std::ofstream(file) << "old";
+  std::string message;
+  {
+    const SmallFiles small;
+    message = message_of([&] { save(full_book(), file); });
+  }
+  EXPECT_THAT(message, HasSubstr("a.xlsx: cannot write: File too large"));
+  EXPECT_EQ(content(file), "old");
+  EXPECT_THAT(names_in(folder), ElementsAre("a.xlsx"));
+}
+
+// Yes at the first, second, third … question, until none is asked any more.
+TEST(Save, LeavesTheOldFileWheneverItIsCancelled) {
+  const test::TemporaryFolder folder;
+  const auto file = folder / "a.xlsx";
+  std::ofstream(file) << "old";
+  const office::BookModel book = large_book();
+  for (const unsigned threads : {1U, 3U}) {
+    for (int nth = 1;; ++nth) {
+      int asked = 0;
+      SaveOptions options;
+      options.threads = threads;
+      options.compression_level = 1;
+      options.cancelled = [&] { return ++asked >= nth; };
+      const std::string message = message_of([&] { save(book, file, options); }, host::errc::kUserCancelled);
+      if (message == "no error") {
+        EXPECT_GT(nth, 10) << "asked now and then";
+        break;
+      }
+      EXPECT_EQ(asked, nth) << "not asked again";
+      EXPECT_EQ(content(file), "old");
+      EXPECT_THAT(names_in(folder), ElementsAre("a.xlsx"));
+    }
+    EXPECT_NE(content(file), "old");
+    std::ofstream(file) << "old";
+  }
+}
+
+TEST(Save, LetsOtherErrorsOfTheQuestionThrough) {
+  const test::TemporaryFolder folder;
+  SaveOptions options;
+  options.cancelled = []() -> bool { throw std::runtime_error("broken"); };
+  EXPECT_THROW(save(full_book(), folder / "a.xlsx", options), std::runtime_error);
+  EXPECT_THAT(names_in(folder), ElementsAre());
+}
+
+}  // namespace
+}  // namespace ordvane::xlsx
