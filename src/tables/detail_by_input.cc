@@ -261,8 +261,11 @@ void DetailByInput::fill_row(host::CellBlock& block, std::int32_t row, const mod
 // format, a rule below them.
 void DetailByInput::format_input_rows(const InputRows& group) {
   host::ignoring_errors([&] {
-    for (const std::int32_t column : c_.identity())
-      table_->Body(group.first, column, group.rows, 1)->set_merge(true);
+    for (const std::int32_t column : c_.identity()) {
+      const auto cells = table_->Body(group.first, column, group.rows, 1);
+      cells->set_alignment(column == c_.cell() ? HAlign::kCenter : HAlign::kLeft, host::VAlign::kTop);
+      cells->set_merge(true);
+    }
   });
   table_->FormatBody(group.first, group.rows, c_.input_value(), group.input.NumberFormatLocal);
   table_->FormatBody(group.first, group.rows, c_.input_value() + 1, group.input.NumberFormatLocal);

@@ -25,6 +25,7 @@ inline constexpr host::Color kGridline = 0xE6E6E6;
 inline constexpr host::Color kWatermark = 0xBFBFBF;
 
 inline constexpr double kTitleRowHeight = 27;
+inline constexpr double kFirstLineHeight = 21;  // keeps the lines of a title block clear of the title's rule
 inline constexpr double kHeaderRowHeight = 18;
 inline constexpr double kHeaderLineHeight = 13.5;
 

@@ -282,7 +282,7 @@ void ReportChart::SetWatermark(const std::string& primary, const std::string& se
   // In a corner of the plot, clear of a legend at the right and of what a narrower chart cuts off.
   constexpr double kPrimarySize = 12;
   constexpr double kSecondarySize = 8;
-  constexpr double kBoxInset = 14;
+  constexpr double kBoxInset = 24;
   constexpr double kNarrowestChart = 376;
   const bool legend = kind_ == kSpiderKind;
   const double right = std::min(container_->width(), kNarrowestChart) * (legend ? 0.62 : 0.94);
@@ -296,7 +296,7 @@ void ReportChart::SetWatermark(const std::string& primary, const std::string& se
       at = end + 1;
     }
     const double width = std::min(widest + kBoxInset, right);
-    const double height = wrapped_lines(text, width, size, true) * size * kTitleLine + 6;
+    const double height = wrapped_lines(text, width, size, true) * size * kTitleLine + 10;
     bottom -= height;
     chart_->add_text_box(right - width, bottom, width, height, text,
                          look::font(size, look::kWatermark, size == kPrimarySize));

@@ -23,9 +23,10 @@ constexpr double kHeightOfBar = 22;
 
 // Tables longer than this are read by scrolling, and printed on several pages.
 constexpr std::int32_t kLongTableRows = 40;
-constexpr double kPortraitWidth = 540;  // points that still read well on an upright page
-constexpr double kPageWidth = 1500;     // and on a page lying down
-constexpr double kWideTable = 1000;     // wider than a screen
+constexpr double kPortraitWidth = 540;   // points that still read well on an upright page
+constexpr double kPortraitCharts = 900;  // charts make a sheet tall; they are worth smaller print
+constexpr double kPageWidth = 1150;      // points that still read well on a page lying down
+constexpr double kWideTable = 1000;      // wider than a screen
 constexpr std::int32_t kLongestPageText = 60;
 
 // A text within the codes of a page header or footer.
@@ -78,6 +79,7 @@ void ReportSheet::AddTitleBlock(const std::string& title, const std::vector<Titl
             ->set_number_format_local(is_text ? "@" : line.number_format);
     }
     worksheet_->range(kFirstLine, 1, count, 2)->put(block);
+    worksheet_->range(kFirstLine, 1, 1, 1)->set_row_height(look::kFirstLineHeight);
     worksheet_->range(kFirstLine, 1, count, 1)->set_font(look::font(look::kSmallSize, look::kMuted));
     const auto values = worksheet_->range(kFirstLine, 2, count, 1);
     values->set_font(look::font(look::kBodySize, look::kText));
@@ -195,7 +197,7 @@ void ReportSheet::set_up_pages() {
   const double table_width = worksheet_->range(1, 1, 1, last_column())->width();
   const double width = std::max(table_width, chart_width_);
   host::PageSetup setup;
-  setup.landscape = width > kPortraitWidth;
+  setup.landscape = width > (charts_ > 0 ? kPortraitCharts : kPortraitWidth);
   setup.fit_to_pages_wide = std::max(1, static_cast<std::int32_t>(std::ceil(width / kPageWidth)));
   setup.left_header = page_font("Bold", page_text(title_));
   setup.right_header = page_font("Regular", "&F");

@@ -15,6 +15,7 @@ using host::VAlign;
 constexpr double kWrappedCaptionWidth = 14;  // characters; longer captions of fitted columns wrap
 constexpr double kCaptionMargin = 8;         // points beside a caption
 constexpr double kBreathing = 1.5;           // characters beside fitted contents
+constexpr double kWidestNames = 42;          // characters
 constexpr const char* kTextFormat = "@";
 
 // Characters that a fitted column needs for its caption.
@@ -98,7 +99,7 @@ void ReportTable::format_body() {
     body->set_border(host::Edge::kInsideHorizontal, look::rule(host::LineWeight::kHairline, look::kHairline));
   body->set_border(host::Edge::kBottom, look::rule(host::LineWeight::kThin, look::kRule));
   if (row_header_columns_ > 0)
-    cells(body_row(), 1, rows_on_sheet(), row_header_columns_)->set_alignment(HAlign::kLeft, VAlign::kTop);
+    cells(body_row(), 1, rows_on_sheet(), row_header_columns_)->set_alignment(HAlign::kLeft, VAlign::kCenter);
 }
 
 std::shared_ptr<host::Range> ReportTable::CornerRange() {
@@ -145,7 +146,8 @@ void ReportTable::SetColumnHeader(std::int32_t column, const std::string& captio
   header->set_value(caption);
   header->set_alignment(caption_alignment, VAlign::kCenter);
   const auto body = Body(1, column, rows_on_sheet());
-  body->set_alignment(body_alignment, VAlign::kTop);
+  body->set_alignment(body_alignment, VAlign::kCenter);
+  if (body_alignment == HAlign::kRight) body->set_indent(1);  // figures keep clear of the rule beside them
   // Names and addresses stay what they are, even one that reads like a number or a date.
   if (!number_format.empty())
     body->set_number_format_local(number_format);
@@ -154,6 +156,7 @@ void ReportTable::SetColumnHeader(std::int32_t column, const std::string& captio
 
   const std::int32_t sheet_column = body_column() + column - 1;
   captions_[sheet_column] = caption;
+  if (text) name_widths_[sheet_column] = 0;
   const double present = header->column_width();
   if (width < 0)
     widths_to_fit_[sheet_column] = present;
@@ -187,6 +190,22 @@ void ReportTable::AddRowRule(std::int32_t row, std::int32_t last, std::int32_t l
 void ReportTable::PutBody(std::int32_t first_row, const host::CellBlock& block) {
   settled_ = false;
   Body(first_row, 1, block.rows(), block.columns())->put(block);
+  measure_names(block);
+}
+
+// Names may be merged over several rows later, and merged cells are not fitted by the spreadsheet.
+void ReportTable::measure_names(const host::CellBlock& block) {
+  std::vector<bool> measured(block.text_count());
+  for (auto& [sheet_column, widest] : name_widths_) {
+    const std::int32_t column = sheet_column - body_column() + 1;
+    std::fill(measured.begin(), measured.end(), false);
+    for (std::int32_t row = 1; column <= block.columns() && row <= block.rows(); ++row) {
+      const host::CellBlock::Cell& cell = block.at(row, column);
+      if (cell.kind != host::CellKind::kText || measured[cell.text]) continue;
+      measured[cell.text] = true;
+      widest = std::max(widest, estimated_width(block.text(cell.text), look::kBodySize));
+    }
+  }
 }
 
 void ReportTable::FormatBody(std::int32_t first_row, std::int32_t rows, std::int32_t column,
@@ -228,6 +247,8 @@ double ReportTable::settle_column(std::int32_t column) {
     if (caption != captions_.end()) width = std::max(width, caption_width(caption->second));
     unfitted->second = -1;
   }
+  if (const auto names = name_widths_.find(column); names != name_widths_.end())
+    width = std::max(width, std::min(column_characters(names->second + kCaptionMargin), kWidestNames));
   double& settled = sheet_.settled_widths_[column];
   settled = std::max(settled, width);
   if (settled != present) body->set_column_width(settled);

@@ -208,6 +208,7 @@ class ReportTable {
   void format_header();
   void format_body();
   double settle_column(std::int32_t column);
+  void measure_names(const host::CellBlock& block);
 
   ReportSheet& sheet_;
   std::int32_t first_row_;  // sheet row of the caption
@@ -216,6 +217,7 @@ class ReportTable {
   bool settled_ = false;                          // nothing was written since the last Settle
   std::map<std::int32_t, std::string> captions_;  // by sheet column
   std::map<std::int32_t, double> widths_to_fit_;  // by sheet column that fits its contents: its width so far
+  std::map<std::int32_t, double> name_widths_;    // by sheet column of texts: the widest so far, points
 };
 
 // A chart on a report sheet. Made by ReportSheet::AddChart.

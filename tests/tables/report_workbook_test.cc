@@ -146,6 +146,29 @@ TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
   EXPECT_GT(model.row_heights.at(8), 30) << "and its row holds all its lines";
 }
 
+TEST(ReportTable, NameColumnsGrowWithTheirNamesWithinReason) {
+  struct Case {
+    std::size_t length;
+    double least, most;
+  };
+  for (const Case& c : {Case{4, 22, 22.5}, Case{36, 30, 40}, Case{400, 40, 44}}) {
+    test::TablesBench bench;
+    auto reports = bench.reports();
+    const auto sheet = reports.AddSheet("Names");
+    const auto table = sheet->AddTable(2, 2, 1, 0, "", "");
+    table->SetColumnHeader(1, "Name", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+    host::CellBlock body(2, 2);
+    body.set_text(1, 1, std::string(c.length, 'e'));
+    body.set_text(1, 2, std::string(400, 'e'));
+    table->PutBody(1, body);
+    table->Body(1, 1, 2)->set_merge(true);  // what the spreadsheet's own fitting does not see
+    sheet->FinishSheet();
+    const double width = bench.first_sheet(reports).columns.at(1).width.value_or(0);
+    EXPECT_GE(width, c.least);
+    EXPECT_LE(width, c.most);
+  }
+}
+
 TEST(ReportSheet, GivesTheRoomOfARemovedChartBack) {
   test::TablesBench bench;
   auto reports = bench.reports();
@@ -174,16 +197,18 @@ struct PageCase {
   std::int32_t rows, columns;
   bool chart;
   bool landscape;
+  std::int32_t pages_wide;
   std::string title_rows;
   std::int32_t frozen_rows, frozen_columns;
 };
 
 const PageCase kPageCases[] = {
-    {"short", 5, 2, false, false, "", 0, 0},
-    {"long", 41, 2, false, false, "$3:$4", 4, 0},
-    {"long, with a chart", 41, 2, true, false, "$24:$25", 0, 0},
-    {"wide", 5, 7, false, true, "", 0, 0},
-    {"wide and long", 41, 12, false, true, "$3:$4", 4, 1},
+    {"short", 5, 2, false, false, 1, "", 0, 0},
+    {"long", 41, 2, false, false, 1, "$3:$4", 4, 0},
+    {"long, with a chart", 41, 2, true, false, 1, "$24:$25", 0, 0},
+    {"wide", 5, 7, false, true, 1, "", 0, 0},
+    {"wide, with a chart", 5, 7, true, false, 1, "", 0, 0},
+    {"wide and long", 41, 12, false, true, 2, "$3:$4", 4, 1},
 };
 
 TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
@@ -202,7 +227,7 @@ TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
     sheet->FinishSheet();
     const auto& model = bench.first_sheet(reports);
     EXPECT_EQ(model.page.landscape, c.landscape);
-    EXPECT_EQ(model.page.fit_to_pages_wide, 1);
+    EXPECT_EQ(model.page.fit_to_pages_wide, c.pages_wide);
     EXPECT_EQ(model.page.print_title_rows, c.title_rows);
     EXPECT_EQ(model.frozen_rows, c.frozen_rows);
     EXPECT_EQ(model.frozen_columns, c.frozen_columns);
