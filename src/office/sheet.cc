@@ -68,16 +68,17 @@ CellValue Sheet::value(std::int32_t row, std::int32_t column) {
 
 void Sheet::each_value(const Area& area, const std::function<void(const CellValue&)>& visit) {
   compute_area(area);
+  const auto is_under_way = [this](const CellRef& cell) {
+    const auto known = computations_.find(cell);
+    return known != computations_.end() && known->second.under_way;
+  };
   cells_.for_each_run(
       area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
-        for (std::size_t i = 0; i < count; ++i) {
-          if (band.kinds[index + i] == CellKind::kBlank) continue;
-          const CellRef cell{row, column + static_cast<std::int32_t>(i)};
-          const auto known = computations_.find(cell);
-          if (known != computations_.end() && known->second.under_way)
-            visit(host::CellError::kRef);
-          else
-            visit(value_at(band, index + i));
+        for (std::size_t i = index; i < index + count; ++i, ++column) {
+          if (!computations_.empty() && is_under_way({row, column}))
+            visit(host::CellError::kRef);  // it depends on itself
+          else if (band.kinds[i] != CellKind::kBlank)
+            visit(value_at(band, i));
         }
       });
 }

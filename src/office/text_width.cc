@@ -57,14 +57,18 @@ std::int32_t units_of(char32_t c, bool bold) {
   return is_in(c, kPictures) ? kEmoji : kOther;
 }
 
-// The character at `at`, which moves behind it. A byte that is no UTF-8 counts as a character.
+// The character at `at`, which moves behind it. What is no UTF-8 counts as a character.
 char32_t next_character(std::string_view text, std::size_t& at) {
+  constexpr char32_t kUnreadable = 0xFFFD;
   const auto lead = static_cast<unsigned char>(text[at++]);
+  if (lead < 0x80) return lead;
   const int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : 0;
-  auto c = static_cast<char32_t>(more == 0 ? lead : lead & (0x3FU >> static_cast<unsigned>(more)));
-  for (int i = 0; i < more && at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80; ++i)
+  auto c = static_cast<char32_t>(lead & (0x3FU >> static_cast<unsigned>(more)));
+  for (int i = 0; i < more; ++i) {
+    if (at == text.size() || (static_cast<unsigned char>(text[at]) & 0xC0U) != 0x80) return kUnreadable;
     c = c << 6U | (static_cast<unsigned char>(text[at++]) & 0x3FU);
-  return c;
+  }
+  return more > 0 ? c : kUnreadable;
 }
 
 struct FontFactor {
