@@ -17,6 +17,10 @@ std::string joined(const std::string& path, std::string_view field) {
   return path + (path.empty() ? "" : ".") + cut_to(field, kShownName);
 }
 
+std::string element(const std::string& path, std::size_t index) {
+  return path + '[' + std::to_string(index) + ']';
+}
+
 // What the parser's message says beyond its own name, the position and the text last read.
 std::string problem_of(const Json::exception& error) {
   std::string problem = error.what();
@@ -97,9 +101,10 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
   // Of the innermost open object.
   std::string path() const {
     std::string path;
-    for (std::size_t i = 0; i + 1 < levels_.size(); ++i)
-      path = levels_[i].node->is_object() ? joined(path, levels_[i].key)
-                                          : path + '[' + std::to_string(levels_[i].node->size() - 1) + ']';
+    for (std::size_t i = 0; i + 1 < levels_.size(); ++i) {
+      const Level& level = levels_[i];
+      path = level.node->is_object() ? joined(path, level.key) : element(path, level.node->size() - 1);
+    }
     return path;
   }
 
@@ -122,7 +127,7 @@ JsonValue JsonValue::member(std::string_view field) const {
 }
 
 JsonValue JsonValue::element(std::size_t index) const {
-  return {(*data_)[index], path_ + '[' + std::to_string(index) + ']', *file_};
+  return {(*data_)[index], runfile::element(path_, index), *file_};
 }
 
 void JsonValue::expect_object() const {

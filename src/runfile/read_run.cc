@@ -144,6 +144,7 @@ template <class T>
 void read_items(const JsonValue& value, const char* what, std::vector<T>& items) {
   read_list(value, what, items);
   std::vector<const Item*> pointers;
+  pointers.reserve(items.size());
   for (const T& item : items) pointers.push_back(&item);
   check_places(value, pointers);
 }
