@@ -100,6 +100,7 @@ std::string described(const runfile::Item& item) {
 
 std::vector<std::int32_t> find_outputs(const runfile::Run& run, const std::vector<std::string>& wanted) {
   std::vector<std::int32_t> positions;
+  positions.reserve(wanted.size());
   for (const std::string& each : wanted) positions.push_back(find_output(run, each));
   return positions;
 }

@@ -38,7 +38,7 @@ Effect effect_of(const model::DralInputOutput& input, std::int32_t output, std::
 
 }  // namespace
 
-std::vector<OutputRanking> rank_outputs(std::shared_ptr<const runfile::Run> run,
+std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run>& run,
                                         const std::vector<std::int32_t>& outputs, std::int32_t simulation) {
   if (simulation < 1 || simulation > run->simulations)
     host::raise_subscript_out_of_range("simulation " + std::to_string(simulation) + " of " +

@@ -59,13 +59,13 @@ void show_saving(EmbeddedEnvironment& environment, const ReportOptions& options)
 
 }  // namespace
 
-std::shared_ptr<const office::BookModel> make_reports(std::shared_ptr<const runfile::Run> run,
+std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,
                                                       const ReportOptions& options) {
   return make(run, options, std::make_shared<EmbeddedEnvironment>(options));
 }
 
-WrittenReports write_reports(std::shared_ptr<const runfile::Run> run, const std::filesystem::path& workbook,
-                             const ReportOptions& options) {
+WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
+                             const std::filesystem::path& workbook, const ReportOptions& options) {
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
   const auto book = make(run, options, environment);
   show_saving(*environment, options);

@@ -48,11 +48,11 @@ struct WrittenReports {
 
 // Throws host::Error: errc::kUserCancelled when cancelled, else what the reports ended with. Nothing is
 // written then, and what was at `workbook` is still there.
-WrittenReports write_reports(std::shared_ptr<const runfile::Run> run, const std::filesystem::path& workbook,
-                             const ReportOptions& options);
+WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
+                             const std::filesystem::path& workbook, const ReportOptions& options);
 
 // The same, without a file: the finished workbook in memory.
-std::shared_ptr<const office::BookModel> make_reports(std::shared_ptr<const runfile::Run> run,
+std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,
                                                       const ReportOptions& options);
 
 // The run's model (books, sheets, item cells and labels) in an embedded spreadsheet.
@@ -73,7 +73,7 @@ struct OutputRanking {
   std::vector<Effect> effects;  // by rank
 };
 // The ranking of the selected outputs (all when empty) in the one-based simulation.
-std::vector<OutputRanking> rank_outputs(std::shared_ptr<const runfile::Run> run,
+std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run>& run,
                                         const std::vector<std::int32_t>& outputs,
                                         std::int32_t simulation = 1);
 
