@@ -4,7 +4,7 @@
 Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X] [--only KIND]...
 
 Reads the run file itself; nothing here comes from the program. Kinds: tornado, spider, sensitivity, output-detail,
-detail-by-input, summary, charts; without --only all of them must be there. Prints the differences and exits 1 when
+detail-by-input, summary, missing, charts; without --only all of them must be there. Prints the differences and exits 1 when
 there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
 """
 
@@ -31,7 +31,7 @@ NOTHING = " - "
 MISSING = -1e300
 # Errors sort below the missing number and everything else; those with the higher number come first.
 ERRORS = {"#NULL!": 2000, "#DIV/0!": 2007, "#VALUE!": 2015, "#REF!": 2023, "#NAME?": 2029, "#NUM!": 2036, "#N/A": 2042}
-KINDS = ["tornado", "spider", "sensitivity", "output-detail", "detail-by-input", "summary", "charts"]
+KINDS = ["tornado", "spider", "sensitivity", "output-detail", "detail-by-input", "summary", "missing", "charts"]
 
 
 # ---- The run ----
@@ -40,12 +40,9 @@ def number_of(field):
     """A field of the run as a number: empty is missing, an error or a text is far below every number."""
     if field is None or field == "":
         return MISSING
-    if isinstance(field, (int, float)):
+    if isinstance(field, (int, float)) or re.fullmatch(r"-?[0-9.]+([eE][-+]?[0-9]+)?", field):
         return float(field)
-    try:
-        return float(field)
-    except ValueError:
-        return -1e302 * ERRORS.get(field, ERRORS["#VALUE!"])
+    return -1e302 * ERRORS.get(field, ERRORS["#VALUE!"])
 
 
 def usable(value):
@@ -142,7 +139,7 @@ class OutputResult:
         self.position, self.values = output, values
         self.effects = [effect_of(steps, output, self.base) for steps in values]
         self.ranks = ranks_of([effect.high - effect.low for effect in self.effects])
-        self.limit = min(options.max_inputs, len(run.inputs))
+        self.limit = min(options.max_inputs, len(run.inputs))  # inputs on a graph; 0 for an output without graphs
         if options.threshold is not None and run.simulations == 1 and not self.item.get("date", False):
             self.limit = min(self.limit, self.over_threshold(options.threshold))
 
@@ -188,8 +185,9 @@ class Texts:
 
 
 def label(item):
-    """An item as tables name it; None where the name is the model's own label."""
-    return f'{item["name"]} ({item["cell"]})' if item.get("name", "").strip() else None
+    """An item as tables name it: by its name or the texts beside its cell, and its cell."""
+    name = item.get("name", "").strip() or " / ".join(text["text"] for text in item.get("labels", []))
+    return f'{name} ({item["cell"]})' if name else f'({item["cell"]})'
 
 
 def places(run, item):
@@ -252,13 +250,18 @@ def detail_by_input_table(texts, run, results):
 
 
 def summary_table(texts, run, results, options):
-    automatic = sum(1 for item in run.inputs if item.get("automatic", False))
+    automatic = sum(1 for item in run.inputs if "DralAuto" in item.get("formula", ""))
     unreported = sum(1 for result in results if result.limit <= 0)
     not_set = len(results) if run.simulations > 1 else unreported  # several runs do not count what was shown
     figures = [(813, run.simulations), (812, run.recalculations), (820, len(run.outputs)), (811, len(results)),
                (1025, not_set), (819, len(run.inputs)), (814, len(run.inputs) - automatic), (802, automatic), (805, 0),
                (804, options.max_inputs), (816, options.threshold or 0)]
     return [texts[821], texts[1042]], [[texts[number], value] for number, value in figures]
+
+
+def missing_table(texts, run, results):
+    """The outputs that no graph could show."""
+    return [texts[809]] + texts.common(3), [[label(r.item), r.item["cell"]] for r in results if r.limit <= 0]
 
 
 # ---- The workbook ----
@@ -331,8 +334,6 @@ class Comparison:
             for reference in chart.iter():
                 if reference.tag in (C + "numRef", C + "strRef"):
                     self.reference(part, reference)
-        if not self.chart_parts:
-            self.differ("charts", "there are none")
 
     def bars(self, sheet, result, percent):
         """The bars that are seen in the stacked bar chart of a sheet reach from the low to the high end."""
@@ -411,6 +412,10 @@ def compare(run, workbook, texts, options):
     if "summary" in options.only:
         for sheet, of_run in zip(sheets(818, run.simulations, "summary"), results):
             comparison.table(sheet, *summary_table(texts, run, of_run, options))
+    if "missing" in options.only:
+        header, rows = missing_table(texts, run, results[0])
+        for sheet in sheets(817, 1 if rows else 0, "missing"):
+            comparison.table(sheet, header, rows)
     if "charts" in options.only:
         comparison.charts()
     return comparison

@@ -1,0 +1,161 @@
+// The command's report workbooks against an independent recalculation of every number in them, against other
+// readers, and the example model against a calculation of the plant.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "support/external_checks.h"
+
+namespace ordvane::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kSource = ORDVANE_SOURCE_DIR;
+const fs::path kHere = kSource / "tests/end_to_end";
+const fs::path kRecorded = kSource / "../shared/runs";
+const fs::path kExample = kSource / "examples/solar-plant/solar-plant.run.json";
+
+CommandResult python(const fs::path& script, const std::vector<fs::path>& files,
+                     const std::string& options = "") {
+  std::string command = "/usr/bin/python3 " + shell_quoted(script.string());
+  for (const fs::path& file : files) command += " " + shell_quoted(file.string());
+  return run_command(command + " " + options);
+}
+
+CommandResult report(const fs::path& run, const fs::path& workbook, const std::string& options) {
+  return run_command(std::string(ORDVANE_COMMAND) + " report " + shell_quoted(run.string()) + " -o " +
+                     shell_quoted(workbook.string()) + " --quiet " + options);
+}
+
+CommandResult oracle(const fs::path& run, const fs::path& workbook, const std::string& options) {
+  return python(kHere / "oracle.py", {run, workbook}, options);
+}
+
+std::string file_text(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The example, the runs made for this test, and the recorded runs of real models that are at hand.
+std::vector<fs::path> run_files() {
+  std::vector<fs::path> files = {kExample};
+  for (const fs::path& folder : {kHere / "runs", kRecorded}) {
+    if (!fs::exists(folder)) continue;
+    for (const auto& entry : fs::directory_iterator(folder))
+      if (entry.path().string().ends_with(".run.json")) files.push_back(entry.path());
+  }
+  std::sort(files.begin() + 1, files.end());
+  return files;
+}
+
+std::string name_of(const testing::TestParamInfo<fs::path>& info) {
+  std::string name = info.param.stem().stem().string();
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+}
+
+class Reports : public testing::TestWithParam<fs::path> {
+ protected:
+  // The workbook with every report of the run.
+  fs::path workbook(const std::string& options = "") {
+    const fs::path path = folder_ / "reports.xlsx";
+    fs::remove(path);
+    const CommandResult reported = report(GetParam(), path, "--all " + options);
+    EXPECT_EQ(reported.status, 0) << reported.output;
+    return path;
+  }
+
+ private:
+  TemporaryFolder folder_;
+};
+
+TEST_P(Reports, ShowWhatTheRunSays) {
+  for (const char* options : {"", "--percent", "--max-inputs 4", "--threshold 0.1", "--threshold 5"}) {
+    SCOPED_TRACE(options);
+    const CommandResult compared = oracle(GetParam(), workbook(options), options);
+    EXPECT_EQ(compared.status, 0) << compared.output;
+  }
+}
+
+TEST_P(Reports, AreValid) {
+  EXPECT_EXTERNAL(validate_xlsx(workbook()));
+}
+TEST_P(Reports, OpenInLibreOffice) {
+  EXPECT_EXTERNAL(libreoffice_opens(workbook()));
+}
+TEST_P(Reports, AreReadByOpenpyxl) {
+  EXPECT_EXTERNAL(openpyxl_reads(workbook()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Reports, testing::ValuesIn(run_files()), name_of);
+
+TEST(RecordedRuns, AreAtHand) {
+  if (!fs::exists(kRecorded))
+    GTEST_SKIP() << "the recorded runs of real models are not beside the repository";
+  EXPECT_GT(run_files().size(), 3U);
+}
+
+// A comparison that cannot fail proves nothing: a run that differs in the last digit of one number must be
+// noticed.
+TEST(Oracle, NoticesOneChangedDigit) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(report(kExample, folder / "reports.xlsx", "--all").status, 0);
+  std::string values = file_text(kExample.parent_path() / "solar-plant.run.csv");
+  const std::string number = "129047.24316653486";
+  const std::size_t at = values.find(number);
+  ASSERT_NE(at, std::string::npos);
+  values[at + number.size() - 1] = '9';
+  std::ofstream(folder / "solar-plant.run.csv") << values;
+  fs::copy(kExample, folder / "changed.run.json");
+  const CommandResult compared = oracle(folder / "changed.run.json", folder / "reports.xlsx", "");
+  EXPECT_EQ(compared.status, 1) << compared.output;
+  EXPECT_NE(compared.output.find("129047.24316653489"), std::string::npos) << compared.output;
+}
+
+TEST(SolarPlant, RecordedRunAgreesWithACalculationOfThePlant) {
+  const CommandResult checked = python(kHere / "solar_plant_check.py", {kExample.parent_path()});
+  EXPECT_EQ(checked.status, 0) << checked.output;
+}
+
+// The scripts in the repository make the example that is in the repository.
+TEST(SolarPlant, IsMadeAndRecordedByItsScripts) {
+  const TemporaryFolder folder;
+  const fs::path examples = kSource / "examples";
+  const fs::path model = folder / "solar-plant.xlsx";
+  const fs::path recorded = folder / "solar-plant.run.json";
+  const CommandResult made = python(examples / "make_solar_plant.py", {model});
+  ASSERT_EQ(made.status, 0) << made.output;
+  const CommandResult swept =
+      python(examples / "sweep.py", {model, examples / "solar-plant/solar-plant.whatif.json", recorded});
+  ASSERT_EQ(swept.status, 0) << swept.output;
+  EXPECT_EQ(file_text(recorded), file_text(kExample));
+  const CommandResult checked = python(kHere / "solar_plant_check.py", {folder.path()});
+  EXPECT_EQ(checked.status, 0) << checked.output;
+}
+
+TEST(EmbeddingExample, WritesReportsAndPrintsTheRanking) {
+#ifdef ORDVANE_EMBED_EXAMPLE
+  const TemporaryFolder folder;
+  const fs::path workbook = folder / "reports.xlsx";
+  const CommandResult ran =
+      run_command(std::string(ORDVANE_EMBED_EXAMPLE) + " " + shell_quoted(kExample.string()) + " " +
+                  shell_quoted(workbook.string()));
+  EXPECT_EQ(ran.status, 0) << ran.output;
+  EXPECT_NE(ran.output.find("1. Feed-in price"), std::string::npos) << ran.output;
+  const CommandResult compared =
+      oracle(kExample, workbook, "--max-inputs 8 --only tornado --only spider --only summary --only charts");
+  EXPECT_EQ(compared.status, 0) << compared.output;
+#else
+  GTEST_SKIP() << "the example program is not part of this build";
+#endif
+}
+
+}  // namespace
+}  // namespace ordvane::test
