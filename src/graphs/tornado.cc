@@ -329,12 +329,12 @@ class TornadoReport {
     return session_.environment->numbers().axis_scale(lowest, highest);
   }
 
-  // The base line has its own, unseen axis; both must agree for it to stand right.
+  // The base line has its own, unseen axis; both must agree for it to stand right. The chart chooses its
+  // unit.
   static void bound_value_axis(host::Chart& chart, const host::AxisScale& scale) {
     const auto axis = chart.axis(host::AxisType::kValue, host::AxisGroup::kPrimary);
     axis->set_minimum_scale(scale.minimum);
     axis->set_maximum_scale(scale.maximum);
-    axis->set_major_unit(scale.major_unit);
   }
 
   std::string base_text() const {

@@ -103,17 +103,13 @@ struct Extremes {
   }
 };
 
-double widest_text(const host::CellBlock& cells) {
-  double widest = 0;
-  for (std::int32_t row = 1; row <= cells.rows(); ++row)
-    if (cells.at(row, 1).kind == host::CellKind::kText)
-      widest = std::max(widest, estimated_width(cells.text(cells.at(row, 1).text), look::kSmallSize));
-  return widest;
-}
-
 void show_gridlines(host::Axis& axis) {
   axis.set_has_major_gridlines(true);
   axis.set_major_gridline_border(look::rule(host::LineWeight::kHairline, look::kGridline));
+}
+
+std::string without_local_suffix(const std::string& format) {
+  return format.ends_with(kLocalSuffix) ? format.substr(0, format.size() - kLocalSuffix.size()) : format;
 }
 
 std::string with_line_feeds(const std::string& text) {
@@ -188,14 +184,13 @@ void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Rang
   if (ends.least && crossing_bound) ends.add(*crossing_bound);
   if (ends.least)
     bar_scale_ = sheet_.session().environment->numbers().axis_scale(*ends.least, *ends.greatest);
-  longest_name_ = widest_text(names.values());
 
   const auto parts = static_cast<std::int32_t>(kBarParts.size());
   const std::int32_t row = low.row();
   const std::int32_t column = sheet_.take_helper_columns(parts);
   const std::string low_cell = low.cell(1, 1)->address(false, false);
   const std::string high_cell = high.cell(1, 1)->address(false, false);
-  const auto category_names = names.resize(bars, 1);
+  const auto category_names = fitted_names(names, row, bars);
   host::CellBlock headings(1, parts);
   for (std::size_t part = 0; part < kBarParts.size(); ++part) {
     const auto place = column + static_cast<std::int32_t>(part);
@@ -230,6 +225,47 @@ void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Rang
   chart_->axis(AxisType::kValue, AxisGroup::kPrimary)->set_crosses_at(crossing_bound);
 }
 
+// The names beside the bars: the table's own, or where one is too long for the chart, cut copies beside the
+// bars' figures.
+std::shared_ptr<host::Range> ReportChart::fitted_names(host::Range& names, std::int32_t row,
+                                                       std::int32_t bars) {
+  const host::CellBlock texts = names.values();
+  host::CellBlock fitted(bars, 1);
+  bool all_fit = true;
+  for (std::int32_t bar = 1; bar <= bars; ++bar) {
+    const host::CellValue name = texts.value(bar, 1);
+    const std::string text = fitted_name(name.text, room_for_names(), look::kSmallSize);
+    longest_name_ = std::max(longest_name_, estimated_width(text, look::kSmallSize));
+    all_fit = all_fit && text == name.text;
+    fitted.set_text(bar, 1, text);
+  }
+  if (all_fit) return names.resize(bars, 1);
+  const auto cells = sheet_.SheetWorksheet()->range(row, sheet_.take_helper_columns(1), bars, 1);
+  cells->set_number_format("@");
+  cells->put(fitted);
+  cells->set_columns_hidden(true);
+  return cells;
+}
+
+double ReportChart::room_for_names() const {
+  return container_->width() * kMostRoomForNames - kRoomBesideNames;
+}
+
+double ReportChart::bars_width() {
+  return std::max(container_->width() - longest_name_ - kRoomBesideNames - kRoomRightOfBars, 1.0);
+}
+
+// A multiple of the unit whose labels stand side by side without being turned.
+double ReportChart::readable_unit(double minimum, double maximum, double unit, const std::string& format) {
+  constexpr double kBetweenLabels = 8;  // points
+  const double label = std::max(estimated_number_width(minimum, format, look::kSmallSize),
+                                estimated_number_width(maximum, format, look::kSmallSize));
+  const double intervals = std::max(1.0, std::floor(bars_width() / (label + kBetweenLabels)));
+  for (const double multiple : {1.0, 2.0, 4.0, 5.0})
+    if ((maximum - minimum) / (unit * multiple) <= intervals) return unit * multiple;
+  return unit * 10;
+}
+
 void ReportChart::set_axis(host::Axis& axis, const std::string& title, double minimum, double maximum,
                            double major_unit, const std::string& format) {
   axis.set_title(title);
@@ -237,8 +273,7 @@ void ReportChart::set_axis(host::Axis& axis, const std::string& title, double mi
   axis.set_minimum_scale(bound(minimum));
   axis.set_maximum_scale(bound(maximum));
   axis.set_major_unit(bound(major_unit));
-  const std::string plain =
-      format.ends_with(kLocalSuffix) ? format.substr(0, format.size() - kLocalSuffix.size()) : format;
+  const std::string plain = without_local_suffix(format);
   if (!plain.empty()) axis.set_tick_label_format(plain);
   axis.set_tick_label_font(look::font(look::kSmallSize, look::kText));
 }
@@ -256,7 +291,8 @@ void ReportChart::SetXAxis(const std::string& title, double minimum, double maxi
   if (has_bars() && bar_scale_ && is_automatic(minimum) && is_automatic(maximum)) {
     minimum = bar_scale_->minimum;
     maximum = bar_scale_->maximum;
-    if (is_automatic(major_unit)) major_unit = bar_scale_->major_unit;
+    if (is_automatic(major_unit))
+      major_unit = readable_unit(minimum, maximum, bar_scale_->major_unit, without_local_suffix(format));
   }
   set_axis(*axis, title, minimum, maximum, major_unit, format);
   show_gridlines(*axis);
@@ -323,10 +359,9 @@ void ReportChart::place_plot_area() {
     top += wrapped_lines(title_, room, look::kChartTitleSize, true) * look::kChartTitleSize * kTitleLine;
   if (!subtitle_.empty())
     top += wrapped_lines(subtitle_, room, look::kChartSubtitleSize) * look::kChartSubtitleSize * kTitleLine;
-  const double left = std::min(longest_name_ + kRoomBesideNames, width * kMostRoomForNames);
+  const double left = longest_name_ + kRoomBesideNames;
   const double below = kRoomBelowBars + (horizontal_title_.empty() ? 0 : kRoomForAxisTitle);
-  chart_->set_plot_area_inside(left, top, std::max(width - left - kRoomRightOfBars, 1.0),
-                               std::max(height - top - below, 1.0));
+  chart_->set_plot_area_inside(left, top, bars_width(), std::max(height - top - below, 1.0));
 }
 
 }  // namespace ordvane::tables

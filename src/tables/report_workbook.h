@@ -255,6 +255,10 @@ class ReportChart {
   void apply_legend();
   void set_axis(host::Axis& axis, const std::string& title, double minimum, double maximum, double major_unit,
                 const std::string& format);
+  std::shared_ptr<host::Range> fitted_names(host::Range& names, std::int32_t row, std::int32_t bars);
+  double room_for_names() const;
+  double bars_width();
+  double readable_unit(double minimum, double maximum, double unit, const std::string& format);
   void place_plot_area();
 
   static constexpr std::int32_t kBarsKind = 64;

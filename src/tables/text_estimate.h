@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace ordvane::tables {
@@ -13,6 +14,11 @@ double estimated_width(std::string_view text, double size, bool bold = false);
 double widest_word(std::string_view text, double size, bool bold = false);
 // Lines that a text takes when it is wrapped at a width in points; line feeds break it too.
 std::int32_t wrapped_lines(std::string_view text, double width, double size, bool bold = false);
+
+// Room that a number takes as a format shows it. Local and English formats alike.
+double estimated_number_width(double value, std::string_view format, double size);
+// The text, or as much of it as fits a width, cut with "…". An address in brackets at the end stays.
+std::string fitted_name(const std::string& text, double width, double size);
 
 // Width of a column's inside in points, and the characters a column needs to hold such a width.
 double column_points(double characters);

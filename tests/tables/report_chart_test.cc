@@ -11,15 +11,15 @@ namespace ordvane::tables {
 namespace {
 
 struct BarsBench : test::TablesBench {
-  explicit BarsBench(const std::vector<std::pair<host::CellValue, host::CellValue>>& ends,
-                     double crossing = host::kAutoScaleValue) {
+  explicit BarsBench(const std::vector<std::pair<host::CellValue, host::CellValue>>& ends, double crossing,
+                     const std::string& name = "Input") {
     const auto bars = static_cast<std::int32_t>(ends.size());
     chart = sheet->AddChart(64, 428, sheet->ChartHeightForBars(static_cast<std::int16_t>(bars)));
     const auto table = sheet->AddTable(bars, 3, 1, 0, "", "");
     host::CellBlock body(bars, 3);
     for (std::int32_t row = 1; row <= bars; ++row) {
       const auto& [low, high] = ends[static_cast<std::size_t>(row - 1)];
-      body.set(row, 1, "Input");
+      body.set(row, 1, name);
       body.set(row, 2, low);
       body.set(row, 3, high);
     }
@@ -81,6 +81,25 @@ TEST(AddTornadoBars, FollowsTheTableFromHiddenColumns) {
   bench.sheet->SheetWorksheet()->range(series[0]->values.area.row, 3, 1, 1)->set_value(65.0);
   bench.app->calculate();
   EXPECT_EQ(bench.figures(1), (std::vector<double>{0, 30, 0, 35}));
+}
+
+TEST(ReportChart, CutsLongNamesBesideTheBarsAndThinsTheLabels) {
+  constexpr double kAuto = host::kAutoScaleValue;
+  for (const bool is_long : {false, true}) {
+    BarsBench bench({{350000.0, 790000.0}}, 522390, is_long ? std::string(90, 'n') + " (B4)" : "Price (B4)");
+    bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0.00 [$USD][LOCAL]", true);
+    bench.chart->FinishChart();
+    const office::ChartModel& chart = bench.drawn();
+    const test::BookReader reader(*bench.kept);
+    const auto& names = chart.series.front()->x_values.area;
+    const std::string name = reader.value(*bench.kept->sheets.front(), names.row, names.column).text;
+    EXPECT_EQ(names.column == 1, !is_long) << "the table's own names, where they fit";
+    EXPECT_TRUE(name.ends_with(" (B4)"));
+    EXPECT_LT(office::text_width(name, "Calibri", 9, false), chart.plot.inside.value().left);
+    const office::AxisModel& values = chart.axes[0][1];
+    const double labels = (values.maximum.value() - values.minimum.value()) / values.major_unit.value() + 1;
+    EXPECT_LT(labels * office::text_width("350,000.00", "Calibri", 9, false), chart.width);
+  }
 }
 
 TEST(ReportChart, ScalesTheValueAxisToTheBars) {

@@ -1,0 +1,57 @@
+// Estimates of text sizes: close enough to what the embedded spreadsheet measures, and safe at the edges.
+#include "tables/text_estimate.h"
+
+#include <gtest/gtest.h>
+
+#include "office/office.h"
+
+namespace ordvane::tables {
+namespace {
+
+TEST(EstimatedWidth, IsNearTheFontsMetrics) {
+  for (const char* text : {"Total monthly payment", "Downpayment (optional) (C6)", "1,234,567.89 €",
+                           "VOM (B9)", "Größe in Metern", "illicit filling", "WAMM 5%"})
+    for (const bool bold : {false, true}) {
+      const double measured = office::text_width(text, "Calibri", 10, bold);
+      EXPECT_NEAR(estimated_width(text, 10, bold), measured, measured * 0.15) << text;
+    }
+}
+
+TEST(WrappedLines, BreaksAtBlanksAndLineFeedsAndInLongWords) {
+  struct Case {
+    const char* text;
+    double width;
+    std::int32_t lines;
+  };
+  for (const Case& c : {Case{"", 50, 1}, Case{"one two", 500, 1}, Case{"one two", 25, 2},
+                        Case{"one\ntwo", 500, 2}, Case{"eeeeeeeeeeeeeeeeeeee", 50.5, 2}, Case{"one", 0, 1}})
+    EXPECT_EQ(wrapped_lines(c.text, c.width, 10), c.lines) << c.text;
+}
+
+TEST(EstimatedNumberWidth, FollowsTheFormat) {
+  struct Case {
+    double value;
+    const char* format;
+    const char* shown;
+  };
+  for (const Case& c :
+       {Case{1234567, "#,##0", "1,234,567"}, Case{1234.5, "#,##0.00 \"EUR\"", "1,234.50 EUR"},
+        Case{0.25, "0.00%", "25.00%"}, Case{0.5, "", "0.5"}, Case{-3, "0.0;[Red]-0.0", "-3.0"},
+        Case{45000, "mm/dd/yyyy", "mm/dd/yyyy"}, Case{0, "#,##0.0", "0.0"}})
+    EXPECT_NEAR(estimated_number_width(c.value, c.format, 9), estimated_width(c.shown, 9), 4) << c.shown;
+}
+
+TEST(FittedName, KeepsTheAddress) {
+  struct Case {
+    const char* text;
+    double width;
+    const char* fitted;
+  };
+  for (const Case& c :
+       {Case{"Price (B4)", 500, "Price (B4)"}, Case{"aaaaaaaaaaaaaaaaaaaa (B4)", 75, "aaaaaaaaa… (B4)"},
+        Case{"aaaaaaaaaaaaaaaaaaaa", 51, "aaaaaaaaa…"}, Case{"ab (B4)", 1, "a… (B4)"}})
+    EXPECT_EQ(fitted_name(c.text, c.width, 10), c.fitted);
+}
+
+}  // namespace
+}  // namespace ordvane::tables
