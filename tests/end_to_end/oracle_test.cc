@@ -141,7 +141,6 @@ TEST(SolarPlant, IsMadeAndRecordedByItsScripts) {
 }
 
 TEST(EmbeddingExample, WritesReportsAndPrintsTheRanking) {
-#ifdef ORDVANE_EMBED_EXAMPLE
   const TemporaryFolder folder;
   const fs::path workbook = folder / "reports.xlsx";
   const CommandResult ran =
@@ -152,9 +151,6 @@ TEST(EmbeddingExample, WritesReportsAndPrintsTheRanking) {
   const CommandResult compared =
       oracle(kExample, workbook, "--max-inputs 8 --only tornado --only spider --only summary --only charts");
   EXPECT_EQ(compared.status, 0) << compared.output;
-#else
-  GTEST_SKIP() << "the example program is not part of this build";
-#endif
 }
 
 }  // namespace
