@@ -168,8 +168,7 @@ void sizes(benchmark::internal::Benchmark* benchmark) {
       ->Args({200, 11, 20})
       ->Args({2000, 30, 50})
       ->Unit(benchmark::kMillisecond)
-      ->MeasureProcessCPUTime()
-      ->UseRealTime();
+      ->MeasureProcessCPUTime();
 }
 
 BENCHMARK(BM_RetrieveAndRank)->Apply(sizes);
@@ -177,6 +176,37 @@ BENCHMARK(BM_RetrieveAndRank_PeerSort)->Apply(sizes);
 BENCHMARK(BM_LoadRun)->Apply(sizes);
 BENCHMARK(BM_LoadRun_PeerStrtod)->Apply(sizes);
 
+// Prints the figures, then how each compares with its peer.
+class WithRatios : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& reports) override {
+    for (const Run& run : reports)
+      if (!run.error_occurred) times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
+    ConsoleReporter::ReportRuns(reports);
+  }
+
+  void Finalize() override {
+    for (const auto& [name, time] : times_) {
+      const std::size_t sizes = name.find('/');
+      const std::string family = name.substr(0, sizes) + kPeer;
+      for (const auto& [other, peer_time] : times_)
+        if (other.starts_with(family) && other.substr(other.find('/')) == name.substr(sizes))
+          GetOutputStream() << name << ": " << time / peer_time << " of the time of "
+                            << other.substr(0, other.find('/')) << "\n";
+    }
+  }
+
+ private:
+  static constexpr const char* kPeer = "_Peer";
+  std::map<std::string, double> times_;
+};
+
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  WithRatios reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  return 0;
+}
