@@ -89,10 +89,28 @@ class SensitivityReport {
 
   void draw(tables::ReportSheet& sheet, Charted& charted) {
     steps_.fill_range(*charted.graph.ranges.Add(1), charted.block, drawn_steps(charted.block), quantity_);
-    if (charted.graph.inputG(sheet) == 0) return;
+    if (charted.graph.inputG(sheet) == 0) {
+      if (quantity_ == Quantity::kValue) format_axes(charted);
+      return;
+    }
     // The reader is told why this frame is empty.
     charted.graph.chart()->SetTitle(charted.graph.chart_title);
     charted.graph.chart()->SetSubtitle(session_.text(kTableTexts.invalid));
+  }
+
+  // Figures of values look as in the items' cells.
+  void format_axes(const Charted& charted) {
+    const auto format = [&](host::AxisType type, const std::string& number_format) {
+      if (number_format.empty()) return;
+      host::ignoring_errors([&] {
+        charted.graph.chart()
+            ->Chart()
+            ->axis(type, host::AxisGroup::kPrimary)
+            ->set_tick_label_format(number_format);
+      });
+    };
+    format(host::AxisType::kCategory, steps_.input(charted.block).numberFormat);
+    format(host::AxisType::kValue, output_.numberFormat);
   }
 
   static void fit_width(tables::ReportChart& chart, double width) {

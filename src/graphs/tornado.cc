@@ -96,6 +96,17 @@ std::string date_text(const std::chrono::year_month_day& date, const std::string
   return text;
 }
 
+// Six significant digits, and always two decimals.
+double rounded_for_reading(double value) {
+  constexpr int kDigits = 6;
+  constexpr int kDecimals = 2;
+  if (value == 0) return 0;
+  const int whole_digits = static_cast<int>(std::floor(std::log10(std::fabs(value)))) + 1;
+  const double unit = std::pow(10.0, std::max(kDigits - whole_digits, kDecimals));
+  const double rounded = std::nearbyint(value * unit) / unit;
+  return std::isfinite(rounded) ? rounded : value;
+}
+
 bool same_bits(double a, double b) {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
@@ -295,8 +306,7 @@ class TornadoReport {
   void set_texts(tables::ReportChart& chart) {
     const std::string name = job_.output.NameOrQualifiedCellAddressName(job_.range_mode);
     chart.SetTitle(session_.text(kChartTitle, name));
-    const std::string base = base_text();
-    chart.SetSubtitle(session_.text(kChartSubtitle) + (base.empty() ? "" : " (" + base + ")"));
+    chart.SetSubtitle(subtitle());
     constexpr double kAuto = host::kAutoScaleValue;
     chart.SetXAxis(session_.text(job_.percent ? kChangeAxis : kValueAxis, name), kAuto, kAuto, kAuto,
                    axis_format(), true);
@@ -337,20 +347,26 @@ class TornadoReport {
     axis->set_maximum_scale(scale.maximum);
   }
 
-  std::string base_text() const {
-    const auto value = base();
-    if (!value) return "";
-    const auto date = job_.output.IsDate ? date_of(*value) : std::nullopt;
+  std::string base_text(double value) const {
+    const auto date = job_.output.IsDate ? date_of(value) : std::nullopt;
     return job_.base_label + "=" +
            (date ? date_text(*date, job_.output.DateFormat)
-                 : session_.environment->numbers().number_text(*value));
+                 : session_.environment->numbers().number_text(value));
+  }
+
+  // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
+  // points over bars.
+  std::string subtitle() const {
+    const auto value = base();
+    const std::string text = session_.text(kChartSubtitle);
+    return value ? text + " (" + base_text(rounded_for_reading(*value)) + ")" : text;
   }
 
   void add_base_line(host::Chart& chart, const host::AxisScale& scale) {
     if (same_bits(job_.base_value, host::kNoBaseValue) || !usable(job_.base_value)) return;
     constexpr host::Color kBlack = 0;
     AddBaseValueLine(session_, chart, *origin(), scale.minimum, scale.maximum, job_.baseline_color,
-                     base_text(), kBlack, chart.plot_area_interior_color());
+                     base_text(job_.base_value), kBlack, chart.plot_area_interior_color());
   }
 
   session::Session& session_;
