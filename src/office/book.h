@@ -92,7 +92,7 @@ struct RowBand {
 
 struct CellRef {
   std::int32_t row = 1, column = 1;
-  auto operator<=>(const CellRef&) const = default;
+  auto operator<=>(const CellRef&) const = default;  // NOLINT(modernize-use-nullptr): misread by the check
 };
 
 struct Area {

@@ -51,7 +51,7 @@ std::string padded(std::int64_t number, std::size_t digits) {
 }
 
 std::string month_text(const Moment& moment, std::size_t length) {
-  const std::string name = kMonths[static_cast<std::size_t>(moment.month - 1)];
+  std::string name = kMonths[static_cast<std::size_t>(moment.month - 1)];
   switch (length) {
     case 3:
       return name.substr(0, 3);
@@ -65,7 +65,7 @@ std::string month_text(const Moment& moment, std::size_t length) {
 }
 
 std::string day_text(const Moment& moment, std::size_t length) {
-  const std::string name = kDays[static_cast<std::size_t>(moment.day % 7)];
+  std::string name = kDays[static_cast<std::size_t>(moment.day % 7)];
   if (length > 3) return name;
   return length == 3 ? name.substr(0, 3) : padded(moment.day_of_month, length);
 }

@@ -70,7 +70,7 @@ CellValue as_number(const CellValue& value) {
 
 template <class Operation>
 CellValue on_numbers(const CellValue& left, const CellValue& right, Operation operation) {
-  const CellValue a = as_number(left), b = as_number(right);
+  CellValue a = as_number(left), b = as_number(right);
   if (a.is_error()) return a;
   if (b.is_error()) return b;
   return operation(a.number, b.number);
@@ -196,7 +196,7 @@ CellValue number_of(const Arguments& arguments, CellSource& cells) {
   return value.is_error() ? value : CellValue(value.number);
 }
 CellValue choose(const Arguments& arguments, CellSource& cells) {
-  const CellValue condition = as_number(compute_node(*arguments[0], cells));
+  CellValue condition = as_number(compute_node(*arguments[0], cells));
   if (condition.is_error()) return condition;
   if (condition.number != 0) return compute_node(*arguments[1], cells);
   return arguments.size() > 2 ? compute_node(*arguments[2], cells) : CellValue::boolean(false);
