@@ -145,6 +145,7 @@ std::string archive(const std::vector<ArchiveEntry>& entries) {
     refuse(zip_error_strerror(&error));
   }
   std::vector<EntryReader> readers;
+  readers.reserve(entries.size());
   for (const ArchiveEntry& entry : entries) readers.push_back({&entry});
   for (EntryReader& reader : readers) add(target.get(), reader);
   if (zip_close(target.get()) != 0) refuse(zip_strerror(target.get()));
