@@ -31,6 +31,8 @@ constexpr std::int32_t kLightYellowIndex = 36;
 constexpr double kMessageTop = 130.0;
 constexpr double kMessagePlotTop = 50.0;
 
+constexpr std::int32_t kPlaceholderSize = 2;  // the smallest marker; it is not drawn
+
 constexpr std::int32_t kBaseMarkerSize = 6;
 constexpr double kBaseLabelFontSize = 6.75;
 
@@ -50,13 +52,14 @@ void hide_message_axis(host::Axis& axis) {
   axis.set_tick_label_position(host::TickLabelPosition::kNone);
 }
 
-// The series that gives an empty chart a plot area, axes and a title to format.
+// The series that gives an empty chart a plot area, axes and a title to format. Nothing of it is seen.
 void add_placeholder_series(host::Chart& chart) {
   constexpr std::array<double, 1> kOne = {1.0};
   chart.new_series();
   ignoring_errors([&] { chart.series(1)->set_x_values(kOne); });
   ignoring_errors([&] { chart.series(1)->set_values(kOne); });
   ignoring_errors([&] { chart.series(1)->set_name("Temporary"); });
+  ignoring_errors([&] { chart.series(1)->set_marker(host::MarkerStyle::kNone, kPlaceholderSize, 0, 0); });
 }
 
 void label_base_point(host::Point& point, const std::string& text, host::Color color, host::Color fill) {

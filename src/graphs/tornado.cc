@@ -213,7 +213,7 @@ class TornadoReport {
   // ---- Table ----
 
   std::shared_ptr<tables::ReportTable> write_table(tables::ReportSheet& sheet) {
-    const auto table = sheet.AddTable(job_.bars, column(kColumns), kHeaderRows, 0,
+    auto table = sheet.AddTable(job_.bars, column(kColumns), kHeaderRows, 0,
                                       session_.text(kTableCaption, std::to_string(job_.bars)),
                                       session_.text(kTableSubcaption));
     write_headers(*table);

@@ -117,7 +117,8 @@ TEST(MessageChart, IsAPanelThatShowsItsTitleOnly) {
   const office::ChartModel& chart = *book->sheets.front()->charts.front();
   ASSERT_FALSE(chart.title.empty());
   EXPECT_EQ(chart.title.front().text, "Nothing to see");
-  EXPECT_EQ(chart.series.size(), 1U);
+  ASSERT_EQ(chart.series.size(), 1U);
+  EXPECT_EQ(chart.series.front()->marker.value().style, host::kXlNone);
   EXPECT_FALSE(chart.has_legend);
   EXPECT_EQ(chart.title_top, 130);
   EXPECT_EQ(chart.plot.fill.value().color, 0x99FFFF);
