@@ -156,12 +156,12 @@ void StepTable::fill_item(host::CellBlock& cells, const Block& block, std::int32
   const double base = item.BaseValue();
   const bool measurable = rules.is_usable(value) && rules.is_usable(base);
   const double change = measurable ? value - base : rules.missing_number();
-  const double fraction = rules.fractional_change(value, base);
+  const struct { double shown, divisor; } cells_of_item[] = {{value, 1.0}, {change, 1.0}, {change, base}};
   std::int32_t offset = 0;
-  for (const double shown : {value, change, fraction}) {
+  for (const auto& [shown, divisor] : cells_of_item) {
     const Place place = {step, first_column + offset++};
     std::int32_t flags = 0;
-    tables::FormatTableValue(rules, cells, place.row, place.column, shown, flags, 1.0, kind);
+    tables::FormatTableValue(rules, cells, place.row, place.column, shown, flags, divisor, kind);
     if (flags == 0) continue;
     auto& first = !measurable || base != 0             ? invalid_
                   : kind == model::OrdvaneDivisorInput ? input_base_zero_

@@ -46,7 +46,8 @@ TEST(CalcAxisScale, RoundsTheBoundsOfARange) {
 
 TEST(CalcAxisScale, ContainsTheRangeInFewSteps) {
   for (double low : {-1e9, -123.4, 0.0, 1e-7, 99.99})
-    for (double width = 1e-6; width < 1e12; width *= 3.7) {
+    for (int power = -12; power <= 24; ++power) {
+      const double width = std::pow(3.1, power);
       double minimum = 0, maximum = 0, unit = 0;
       if (!CalcAxisScale(low, low + width, minimum, maximum, unit)) continue;
       const double steps = (maximum - minimum) / unit;

@@ -52,19 +52,22 @@ std::string make_report(GraphBench& bench, const Situation& c, std::int32_t run 
   return bench.text();
 }
 
+const char* const kFirstRow =
+    "1  B+1 \"Price (B3)\"  C+1 \"B3\"  D+1 60 {#,##0.00}  E+1 -0.4 {0.00%}  F+1 8 {0}  G+1 140 {#,##0.00}"
+    "  H+1 0.4 {0.00%}  I+1 12 {0}  J+1 10 {0}\n";
+const char* const kMarker =
+    "series \"Vertical\" scatter secondary (0, 1) over (100, 100)\n    point 1 marked\n"
+    "    point 1 labelled \"Base value=100\"\n";
+
 const Situation kSituations[] = {
     {"values",
      100,
      kTwoInputs,
      nullptr,
      model::OrdvaneOutputAsValue,
-     {"== Tornado C14\n", "B4 100 {#,##0.00}\n",
-      "1  B+1 \"Price (B3)\"  C+1 \"B3\"  D+1 60 {#,##0.00}  E+1 -0.4 {0.00%}  F+1 8 {0}  G+1 140 {#,##0.00}"
-      "  H+1 0.4 {0.00%}  I+1 12 {0}  J+1 10 {0}\n",
-      "2  B+2 \"Rate (B2)\"", "J+2 5 {0.0}\n", "from 60 to 140", "crossed at 100", "{#,##0.00}",
-      "series \"Vertical\" scatter secondary (0, 1) over (100, 100)\n    point 1 marked\n"
-      "    point 1 labelled \"Base value=100\"\n",
-      "second category axis from 60 to 140", "second value axis from 0 to 1"},
+     {"== Tornado C14\n", "B4 100 {#,##0.00}\n", kFirstRow, "2  B+2 \"Rate (B2)\"", "J+2 5 {0.0}\n",
+      "from 60 to 140", "crossed at 100", "{#,##0.00}", kMarker, "second category axis from 60 to 140",
+      "second value axis from 0 to 1"},
      {" - ", "note at"}},
     {"percent: the marker stands at no change and names the base",
      100,
