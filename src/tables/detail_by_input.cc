@@ -247,9 +247,13 @@ void DetailByInput::fill_row(host::CellBlock& block, std::int32_t row, const mod
   block.set_text(row, c_.step(), session_.text(text::kStep, std::int64_t{step}));
 
   const auto put = [&](std::int32_t column, double value, double base, model::OrdvaneDivisorType kind) {
+    // A change from or to something that is no number is none; its cells say so, and not that a base is zero.
+    const bool measurable = rules.is_usable(value) && rules.is_usable(base);
+    const double change = measurable ? value - base : rules.missing_number();
+    if (!measurable) kind = model::OrdvaneDivisorInputOrOutput;
     FormatTableValue(rules, block, row, column, value, flags_, 1.0, kind);
-    FormatTableValue(rules, block, row, column + 1, value - base, flags_, 1.0, kind);
-    FormatTableValue(rules, block, row, column + 2, value - base, flags_, base, kind);
+    FormatTableValue(rules, block, row, column + 1, change, flags_, 1.0, kind);
+    FormatTableValue(rules, block, row, column + 2, change, flags_, base, kind);
   };
   put(c_.input_value(), input.InputValuesUsed(step), input.BaseValue(), model::OrdvaneDivisorInput);
   for (std::int32_t k = 1; k <= c_.k; ++k)
