@@ -2,8 +2,10 @@
 
 #include <libdeflate.h>
 #include <zip.h>
+#include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -30,6 +32,45 @@ struct Compressor {
   Compressor& operator=(const Compressor&) = delete;
   libdeflate_compressor* handle;
 };
+
+struct StreamEnds {
+  std::size_t last_block = 0;  // first bit of the block marked as the last one
+  std::size_t end = 0;         // bit behind it
+};
+
+// Walks a stream block by block: the compressor does not tell where it began its last one.
+StreamEnds find_ends(const std::string& deflated) {
+  constexpr int kRawStream = -15, kAtBlockEnd = 128, kUnusedBits = 7;
+  std::array<unsigned char, 1U << 16U> scratch;
+  z_stream stream{};
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(deflated.data()));  // only read
+  stream.avail_in = static_cast<uInt>(deflated.size());
+  if (inflateInit2(&stream, kRawStream) != Z_OK) throw std::bad_alloc();
+  StreamEnds ends;
+  int state = Z_OK;
+  while (state == Z_OK) {
+    stream.next_out = scratch.data();
+    stream.avail_out = scratch.size();
+    state = inflate(&stream, Z_BLOCK);
+    if ((stream.data_type & kAtBlockEnd) == 0) continue;
+    ends.last_block = ends.end;
+    ends.end = stream.total_in * 8 - static_cast<std::size_t>(stream.data_type & kUnusedBits);
+  }
+  inflateEnd(&stream);
+  if (state != Z_STREAM_END) refuse("a part does not unpack again");
+  return ends;
+}
+
+// Makes a stream one that others can follow: its last block is no longer marked as such, and an empty stored
+// block brings it to a whole byte.
+void leave_open(std::string& deflated) {
+  const StreamEnds ends = find_ends(deflated);
+  deflated[ends.last_block / 8] =
+      static_cast<char>(deflated[ends.last_block / 8] & ~(1 << ends.last_block % 8));
+  constexpr std::size_t kHeaderBits = 3;  // all zero, like the padding
+  deflated.resize((ends.end + kHeaderBits + 7) / 8, '\0');
+  deflated += std::string("\x00\x00\xFF\xFF", 4);
+}
 
 // Hands an entry that is compressed already to libzip, which stores such data as it is.
 struct EntryReader {
@@ -122,14 +163,31 @@ std::string contents(zip_source_t* source) {
 
 }  // namespace
 
-ArchiveEntry compress(std::string name, std::string content, int level) {
+CompressedPiece compress(const std::string& content, int level, bool last) {
   const Compressor compressor(std::clamp(level, 1, 12));
   const std::size_t bound = libdeflate_deflate_compress_bound(compressor.handle, content.size());
   const auto buffer = std::make_unique_for_overwrite<char[]>(bound);
   const std::size_t size =
       libdeflate_deflate_compress(compressor.handle, content.data(), content.size(), buffer.get(), bound);
-  return {std::move(name), std::string(buffer.get(), size), content.size(),
-          libdeflate_crc32(0, content.data(), content.size())};
+  CompressedPiece piece{std::string(buffer.get(), size), content.size(),
+                        libdeflate_crc32(0, content.data(), content.size())};
+  if (!last) leave_open(piece.data);
+  return piece;
+}
+
+ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces) {
+  ArchiveEntry entry{std::move(name), {}, 0, 0};
+  std::size_t bytes = 0;
+  for (const CompressedPiece& piece : pieces) bytes += piece.data.size();
+  entry.data.reserve(bytes);
+  for (CompressedPiece& piece : pieces) {
+    entry.data += piece.data;
+    entry.size += piece.size;
+    entry.crc =
+        static_cast<std::uint32_t>(crc32_combine(entry.crc, piece.crc, static_cast<z_off_t>(piece.size)));
+    piece = {};
+  }
+  return entry;
 }
 
 std::string archive(const std::vector<ArchiveEntry>& entries) {

@@ -15,8 +15,18 @@ struct ArchiveEntry {
   std::uint32_t crc = 0;   // of what it was before compression
 };
 
-// Levels 1 (fastest) to 12 (smallest); others are brought into that range.
-ArchiveEntry compress(std::string name, std::string content, int level);
+// A piece of a part, compressed by itself.
+struct CompressedPiece {
+  std::string data;
+  std::uint64_t size = 0;
+  std::uint32_t crc = 0;
+};
+
+// Levels 1 (fastest) to 12 (smallest); others are brought into that range. `last`: no piece of its part
+// follows.
+CompressedPiece compress(const std::string& content, int level, bool last);
+// The pieces in their order, which are left empty.
+ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces);
 
 // The archive, entries in the given order, all dated 1980-01-01. Throws host::Error for what is over the
 // format's 4 GiB.

@@ -40,15 +40,14 @@ class Cancellation {
 struct Part {
   std::string name;
   std::string content_type;  // empty: the one of its extension
-  std::function<std::string()> make;
+  std::vector<Piece> pieces;
 };
 
 // The parts of a workbook and how they refer to each other. Holds references to what it is made from.
 class PartList {
  public:
-  PartList(const office::BookModel& book, const SaveOptions& options, const SharedTexts& texts,
-           Cancellation& cancellation)
-      : book_(book), texts_(texts), cancellation_(cancellation) {
+  PartList(const office::BookModel& book, const SaveOptions& options, const SharedTexts& texts)
+      : book_(book), texts_(texts) {
     add_document(options);
     for (std::size_t i = 0; i < book.sheets.size(); ++i) add_sheet(i);
     add_content_types();
@@ -56,8 +55,8 @@ class PartList {
   const std::vector<Part>& parts() const { return parts_; }
 
  private:
-  void add(std::string name, std::string content_type, std::function<std::string()> make) {
-    parts_.push_back({std::move(name), std::move(content_type), std::move(make)});
+  void add(std::string name, std::string content_type, Piece whole) {
+    parts_.push_back({std::move(name), std::move(content_type), {std::move(whole)}});
   }
   void add_relationships(std::string name, std::vector<Relationship> relationships) {
     add(std::move(name), "", [list = std::move(relationships)] { return relationships_part(list); });
@@ -108,10 +107,8 @@ class PartList {
       list.push_back({"vmlDrawing", "../drawings/vmlDrawing" + number + ".vml"});
       list.push_back({"comments", "../comments" + number + ".xml"});
     }
-    add("xl/worksheets/sheet" + number + ".xml", std::string(kSpreadsheet) + "worksheet+xml",
-        [this, position, links] {
-          return sheet_part(book_, position, texts_, links, [this] { cancellation_.check(); });
-        });
+    parts_.push_back({"xl/worksheets/sheet" + number + ".xml", std::string(kSpreadsheet) + "worksheet+xml",
+                      sheet_pieces(book_, position, texts_, links)});
     if (!list.empty()) add_relationships("xl/worksheets/_rels/sheet" + number + ".xml.rels", std::move(list));
     if (!sheet.charts.empty()) add_drawing(sheet);
     if (!sheet.comments.empty()) add_notes(sheet, position + 1);
@@ -152,25 +149,29 @@ class PartList {
     std::vector<PartType> types;
     for (const Part& part : parts_)
       if (!part.content_type.empty()) types.push_back({"/" + part.name, part.content_type});
-    parts_.insert(parts_.begin(), {"[Content_Types].xml", "", [types] { return content_types_part(types); }});
+    parts_.insert(parts_.begin(),
+                  {"[Content_Types].xml", "", {[types] { return content_types_part(types); }}});
   }
 
   const office::BookModel& book_;
   const SharedTexts& texts_;
-  Cancellation& cancellation_;
   std::vector<Part> parts_;
   std::size_t drawings_ = 0, charts_ = 0;  // given out so far
 };
 
-// Makes and compresses parts until none is left or one has failed.
+// Makes and compresses the pieces of all parts until none is left or one has failed.
 class Workers {
  public:
   Workers(const std::vector<Part>& parts, int level, Cancellation& cancellation)
-      : parts_(parts),
-        level_(level),
-        cancellation_(cancellation),
-        entries_(parts.size()),
-        failures_(parts.size()) {}
+      : parts_(parts), level_(level), cancellation_(cancellation) {
+    for (std::size_t part = 0; part < parts.size(); ++part) {
+      results_.emplace_back(parts[part].pieces.size());
+      for (std::size_t piece = 0; piece < parts[part].pieces.size(); ++piece)
+        tasks_.push_back({part, piece, {}});
+    }
+  }
+
+  std::size_t task_count() const { return tasks_.size(); }
 
   std::vector<ArchiveEntry> run(unsigned threads) {
     {
@@ -178,36 +179,50 @@ class Workers {
       for (unsigned i = 1; i < threads; ++i) helpers.emplace_back([this] { work(); });
       work();
     }
-    for (const std::exception_ptr& failure : failures_)
-      if (failure) std::rethrow_exception(failure);
-    return std::move(entries_);
+    for (const Task& task : tasks_)
+      if (task.failure) std::rethrow_exception(task.failure);
+    std::vector<ArchiveEntry> entries;
+    for (std::size_t part = 0; part < parts_.size(); ++part)
+      entries.push_back(join(parts_[part].name, results_[part]));
+    return entries;
   }
 
  private:
+  struct Task {
+    std::size_t part, piece;
+    std::exception_ptr failure;
+  };
+
   void work() {
-    for (std::size_t i = next_++; i < parts_.size() && !failed_; i = next_++) {
+    for (std::size_t i = next_++; i < tasks_.size() && !failed_; i = next_++) {
       try {
         cancellation_.check();
-        entries_[i] = compress(parts_[i].name, parts_[i].make(), level_);
+        make(tasks_[i]);
       } catch (...) {
-        failures_[i] = std::current_exception();
+        tasks_[i].failure = std::current_exception();
         failed_ = true;
       }
     }
   }
 
+  void make(const Task& task) {
+    const std::vector<Piece>& pieces = parts_[task.part].pieces;
+    const bool last = task.piece + 1 == pieces.size();
+    results_[task.part][task.piece] = compress(pieces[task.piece](), level_, last);
+  }
+
   const std::vector<Part>& parts_;
   int level_;
   Cancellation& cancellation_;
-  std::vector<ArchiveEntry> entries_;
-  std::vector<std::exception_ptr> failures_;
+  std::vector<Task> tasks_;
+  std::vector<std::vector<CompressedPiece>> results_;  // by part and piece
   std::atomic<std::size_t> next_ = 0;
   std::atomic<bool> failed_ = false;
 };
 
-unsigned thread_count(unsigned wanted, std::size_t parts) {
+unsigned thread_count(unsigned wanted, std::size_t tasks) {
   const unsigned count = wanted != 0 ? wanted : std::max(1U, std::thread::hardware_concurrency());
-  return static_cast<unsigned>(std::min<std::size_t>(count, parts));
+  return static_cast<unsigned>(std::min<std::size_t>(count, tasks));
 }
 
 }  // namespace
@@ -216,9 +231,9 @@ std::string package(const office::BookModel& book, const SaveOptions& options) {
   Cancellation cancellation(options.cancelled);
   cancellation.check();
   const SharedTexts texts = collect_texts(book);
-  const PartList list(book, options, texts, cancellation);
+  const PartList list(book, options, texts);
   Workers workers(list.parts(), options.compression_level, cancellation);
-  const std::vector<ArchiveEntry> entries = workers.run(thread_count(options.threads, list.parts().size()));
+  const std::vector<ArchiveEntry> entries = workers.run(thread_count(options.threads, workers.task_count()));
   cancellation.check();
   return archive(entries);
 }

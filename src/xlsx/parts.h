@@ -1,7 +1,7 @@
 // The parts of a package, one function a part, and what several of them share.
 //
-// Every function returns the part's whole XML. Relationship ids are given by the caller, who also writes the
-// relationships.
+// Every function returns the part's whole XML, that of sheets in pieces. Relationship ids are given by the
+// caller, who also writes the relationships.
 #pragma once
 
 #include <cstdint>
@@ -54,9 +54,11 @@ std::string app_properties_part(const office::BookModel& book);
 struct SheetLinks {
   std::string drawing, legacy_drawing;
 };
-// `check` is called now and then and may throw.
-std::string sheet_part(const office::BookModel& book, std::size_t sheet, const SharedTexts& texts,
-                       const SheetLinks& links, const std::function<void()>& check);
+// A run of a part's text. The runs of a part can be made side by side.
+using Piece = std::function<std::string()>;
+// The pieces refer to the workbook and its texts.
+std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t sheet, const SharedTexts& texts,
+                                const SheetLinks& links);
 // Whether a cell element says where it is when it follows the cell to its left. Without, a sheet takes a
 // third less room and time; with, the simplest of readers can follow.
 enum class CellNames { kAll, kWhereNeeded };

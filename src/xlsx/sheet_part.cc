@@ -11,7 +11,7 @@ namespace {
 
 using office::SheetModel;
 
-constexpr std::int32_t kRowsAtOnce = 1024;        // encoded between two checks
+constexpr std::int32_t kCellsAtOnce = 65536;      // in one piece
 constexpr std::int32_t kHeaderFooterLimit = 255;  // UTF-16 units
 
 struct Extent {
@@ -179,34 +179,55 @@ void header_footer(Xml& xml, const host::PageSetup& page) {
   xml.end();
 }
 
-}  // namespace
-
-std::string sheet_part(const office::BookModel& book, std::size_t position, const SharedTexts& texts,
-                       const SheetLinks& links, const std::function<void()>& check) {
+// Up to the first row.
+void head(std::string& out, const office::BookModel& book, std::size_t position, const Extent& extent) {
   const SheetModel& sheet = *book.sheets[position];
-  const Extent extent = extent_of(sheet);
-  std::string part;
-  Xml xml(part);
+  Xml xml(out);
   xml.declaration().start("worksheet").attr("xmlns", kMainSpace).attr("xmlns:r", kReferenceSpace);
   sheet_properties(xml, sheet.page);
   dimension(xml, extent);
   view(xml, sheet, position == std::min(book.active_sheet, book.sheets.size() - 1));
   xml.start("sheetFormatPr").attr("defaultRowHeight", office::kDefaultRowHeight).end();
   columns(xml, sheet);
-  xml.start("sheetData");
-  const CellNames names = cell_names(sheet);
-  for (std::int32_t row = 1, last = last_row(sheet, extent); row <= last; row += kRowsAtOnce) {
-    check();
-    encode_rows(sheet, texts, book.texts, names, row, std::min(last, row + kRowsAtOnce - 1), xml.raw());
-  }
-  xml.end();
+  xml.start("sheetData").raw();
+}
+
+// From behind the last row.
+void tail(std::string& out, const SheetModel& sheet, const SheetLinks& links) {
+  out += "</sheetData>";
+  Xml xml(out);
   merges(xml, sheet);
   page_setup(xml, sheet.page);
   header_footer(xml, sheet.page);
   if (!links.drawing.empty()) xml.start("drawing").attr("r:id", links.drawing).end();
   if (!links.legacy_drawing.empty()) xml.start("legacyDrawing").attr("r:id", links.legacy_drawing).end();
-  xml.end();
-  return part;
+  out += "</worksheet>";
+}
+
+std::int32_t rows_at_once(const Extent& extent) {
+  return std::max(kCellsAtOnce / std::max(extent.last_column - extent.first_column + 1, 1), 1);
+}
+
+}  // namespace
+
+std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t position, const SharedTexts& texts,
+                                const SheetLinks& links) {
+  const SheetModel& sheet = *book.sheets[position];
+  const Extent extent = extent_of(sheet);
+  const std::int32_t end = std::max(last_row(sheet, extent), 1);
+  const CellNames names = cell_names(sheet);
+  std::vector<Piece> pieces;
+  for (std::int32_t first = 1, rows = rows_at_once(extent); first <= end; first += rows) {
+    const std::int32_t last = std::min(end, first + rows - 1);
+    pieces.push_back([=, &book, &sheet, &texts] {
+      std::string piece;
+      if (first == 1) head(piece, book, position, extent);
+      encode_rows(sheet, texts, book.texts, names, first, last, piece);
+      if (last == end) tail(piece, sheet, links);
+      return piece;
+    });
+  }
+  return pieces;
 }
 
 }  // namespace ordvane::xlsx

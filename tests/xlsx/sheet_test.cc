@@ -26,7 +26,10 @@ std::string rows(const office::BookModel& book, const office::SheetModel& sheet,
 }
 
 std::string sheet_xml(const office::BookModel& book, std::size_t position = 0) {
-  return sheet_part(book, position, collect_texts(book), {}, [] {});
+  const SharedTexts texts = collect_texts(book);
+  std::string xml;
+  for (const Piece& piece : sheet_pieces(book, position, texts, {})) xml += piece();
+  return xml;
 }
 
 TEST(SheetRows, WriteEveryKindOfCell) {
