@@ -74,7 +74,7 @@ const Situation kSituations[] = {
      nullptr,
      model::OrdvaneOutputAsValue,
      kSpider,
-     {"(0.1, -0.1) over F+1:F+2 (-0.2, 0.2)"},
+     {"(-0.1, 0.1) over F+1:F+2 (0.2, -0.2)"},
      {}},
     {"nothing to draw",
      0,
