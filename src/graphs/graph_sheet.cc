@@ -68,8 +68,7 @@ std::shared_ptr<tables::ReportSheet> StartGraphSheet(session::Session& session, 
                                                      const model::DralInputOutput& output,
                                                      const SheetTexts& texts, std::int32_t runNumber,
                                                      std::int32_t totalRuns) {
-  auto sheet =
-      rWB.AddSheet(model::clean_sheet_name(session.text(texts.sheet_name, output.cellAddress)));
+  auto sheet = rWB.AddSheet(model::clean_sheet_name(session.text(texts.sheet_name, output.cellAddress)));
   sheet->AddTitleBlock(session.text(texts.title), title_lines(session, output, texts, runNumber, totalRuns));
   sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
   sheet->SetSheetOption(1);

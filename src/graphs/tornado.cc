@@ -214,8 +214,8 @@ class TornadoReport {
 
   std::shared_ptr<tables::ReportTable> write_table(tables::ReportSheet& sheet) {
     auto table = sheet.AddTable(job_.bars, column(kColumns), kHeaderRows, 0,
-                                      session_.text(kTableCaption, std::to_string(job_.bars)),
-                                      session_.text(kTableSubcaption));
+                                session_.text(kTableCaption, std::to_string(job_.bars)),
+                                session_.text(kTableSubcaption));
     write_headers(*table);
     table->PutBody(1, rows_);
     format_values(*table);
