@@ -1,5 +1,6 @@
 #include "xlsx/archive.h"
 
+#include <isa-l/igzip_lib.h>
 #include <libdeflate.h>
 #include <zip.h>
 #include <zlib.h>
@@ -33,43 +34,35 @@ struct Compressor {
   libdeflate_compressor* handle;
 };
 
-struct StreamEnds {
-  std::size_t last_block = 0;  // first bit of the block marked as the last one
-  std::size_t end = 0;         // bit behind it
-};
-
-// Walks a stream block by block: the compressor does not tell where it began its last one.
-StreamEnds find_ends(const std::string& deflated) {
-  constexpr int kRawStream = -15, kAtBlockEnd = 128, kUnusedBits = 7;
-  std::array<unsigned char, 1U << 16U> scratch;
-  z_stream stream{};
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(deflated.data()));  // only read
-  stream.avail_in = static_cast<uInt>(deflated.size());
-  if (inflateInit2(&stream, kRawStream) != Z_OK) throw std::bad_alloc();
-  StreamEnds ends;
-  int state = Z_OK;
-  while (state == Z_OK) {
-    stream.next_out = scratch.data();
-    stream.avail_out = scratch.size();
-    state = inflate(&stream, Z_BLOCK);
-    if ((stream.data_type & kAtBlockEnd) == 0) continue;
-    ends.last_block = ends.end;
-    ends.end = stream.total_in * 8 - static_cast<std::size_t>(stream.data_type & kUnusedBits);
-  }
-  inflateEnd(&stream);
-  if (state != Z_STREAM_END) refuse("a part does not unpack again");
-  return ends;
+// A piece that others follow: ends on a whole byte, no block marked as the last. libdeflate only makes whole
+// streams.
+std::string compress_open(const std::string& content) {
+  std::vector<std::uint8_t> workspace(ISAL_DEF_LVL3_DEFAULT);
+  isal_zstream stream;
+  isal_deflate_init(&stream);
+  stream.level = 3;
+  stream.level_buf = workspace.data();
+  stream.level_buf_size = static_cast<std::uint32_t>(workspace.size());
+  stream.flush = FULL_FLUSH;
+  stream.end_of_stream = 0;
+  stream.next_in = reinterpret_cast<std::uint8_t*>(const_cast<char*>(content.data()));  // only read
+  stream.avail_in = static_cast<std::uint32_t>(content.size());
+  // Stored blocks are the worst case: 5 bytes for each 64 KiB, and the flush.
+  const std::size_t bound = content.size() + content.size() / 4096 + 1024;
+  const auto buffer = std::make_unique_for_overwrite<char[]>(bound);
+  stream.next_out = reinterpret_cast<std::uint8_t*>(buffer.get());
+  stream.avail_out = static_cast<std::uint32_t>(bound);
+  if (isal_deflate(&stream) != COMP_OK || stream.avail_in != 0) refuse("a part does not fit its buffer");
+  return {buffer.get(), stream.total_out};
 }
 
-// Makes a stream one that others can follow: its last block is no longer marked as such, and an empty stored
-// block brings it to a whole byte.
-void leave_open(std::string& deflated) {
-  const StreamEnds ends = find_ends(deflated);
-  deflated[ends.last_block / 8] =
-      static_cast<char>(deflated[ends.last_block / 8] & ~(1 << ends.last_block % 8));
-  constexpr std::size_t kHeaderBits = 3;  // all zero, like the padding
-  deflated.resize((ends.end + kHeaderBits + 7) / 8, '\0');
-  deflated += std::string("\x00\x00\xFF\xFF", 4);
+std::string compress_whole(const std::string& content, int level) {
+  const Compressor compressor(std::clamp(level, 1, 12));
+  const std::size_t bound = libdeflate_deflate_compress_bound(compressor.handle, content.size());
+  const auto buffer = std::make_unique_for_overwrite<char[]>(bound);
+  const std::size_t size =
+      libdeflate_deflate_compress(compressor.handle, content.data(), content.size(), buffer.get(), bound);
+  return {buffer.get(), size};
 }
 
 // Hands an entry that is compressed already to libzip, which stores such data as it is.
@@ -164,15 +157,8 @@ std::string contents(zip_source_t* source) {
 }  // namespace
 
 CompressedPiece compress(const std::string& content, int level, bool last) {
-  const Compressor compressor(std::clamp(level, 1, 12));
-  const std::size_t bound = libdeflate_deflate_compress_bound(compressor.handle, content.size());
-  const auto buffer = std::make_unique_for_overwrite<char[]>(bound);
-  const std::size_t size =
-      libdeflate_deflate_compress(compressor.handle, content.data(), content.size(), buffer.get(), bound);
-  CompressedPiece piece{std::string(buffer.get(), size), content.size(),
-                        libdeflate_crc32(0, content.data(), content.size())};
-  if (!last) leave_open(piece.data);
-  return piece;
+  return {last ? compress_whole(content, level) : compress_open(content), content.size(),
+          libdeflate_crc32(0, content.data(), content.size())};
 }
 
 ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces) {
