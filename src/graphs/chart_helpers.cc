@@ -78,6 +78,9 @@ void label_base_point(host::Point& point, const std::string& text, host::Color c
 void bound_secondary_axis(host::Chart& chart, AxisType type, double minimum, double maximum) {
   std::shared_ptr<host::Axis> axis;
   if (!ignoring_errors([&] { axis = chart.axis(type, AxisGroup::kSecondary); })) return;
+  // One interval over the whole axis: a viewer that takes the primary axis's instead may count millions of
+  // them.
+  ignoring_errors([&] { axis->set_major_unit(maximum - minimum); });
   ignoring_errors([&] { axis->set_maximum_scale(maximum); });
   ignoring_errors([&] { axis->set_minimum_scale(minimum); });
   ignoring_errors([&] { axis->set_major_tick_mark(host::kXlNone); });
