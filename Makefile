@@ -47,7 +47,7 @@ format:
 	clang-format -i $(sources)
 
 format-check:
-	clang-format --dry-run --Werror $(sources)
+	@clang-format --dry-run --Werror $(sources)
 
 tidy:
 	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null

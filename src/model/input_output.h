@@ -97,7 +97,7 @@ class DralInputOutput {
   // For each table X: its initialiser, X(...) to read, XPut(...) to write.
 #define ORDVANE_TABLE1(name, init, rule)                  \
   std::int32_t init(std::int32_t l) {                     \
-    return name##_.allocate(l);                               \
+    return name##_.allocate(l);                           \
   }                                                       \
   double name(std::int32_t l) const {                     \
     return name##_.get(l);                                \
@@ -107,7 +107,7 @@ class DralInputOutput {
   }
 #define ORDVANE_TABLE2(name, init, rule)                         \
   std::int32_t init(std::int32_t l, std::int32_t j) {            \
-    return name##_.allocate(l, j);                                   \
+    return name##_.allocate(l, j);                               \
   }                                                              \
   double name(std::int32_t l, std::int32_t j) const {            \
     return name##_.get(l, j);                                    \
@@ -117,7 +117,7 @@ class DralInputOutput {
   }
 #define ORDVANE_TABLE3(name, init, rule)                                         \
   std::int32_t init(std::int32_t l, std::int32_t j, std::int32_t k) {            \
-    return name##_.allocate(l, j, k);                                                \
+    return name##_.allocate(l, j, k);                                            \
   }                                                                              \
   double name(std::int32_t l, std::int32_t j, std::int32_t k) const {            \
     return name##_.get(l, j, k);                                                 \

@@ -12,25 +12,28 @@ Reports built_in_reports() {
   Reports reports;
   reports.tornado = [](const ReportArguments& a, std::int32_t output, const model::RankingRecord& ranking,
                        const TornadoStyle& style) {
-    graphs::GenerateTornadoReport(a.session, a.rWB, output, a.selOut, a.trInputs, a.trOutputs, a.NumIterations,
-                                  a.rangeMode, a.outputMode, ranking, a.runNumber, a.totalRuns, style.base_value,
-                                  style.base_label, style.bar_color, style.baseline_color);
+    graphs::GenerateTornadoReport(a.session, a.rWB, output, a.selOut, a.trInputs, a.trOutputs,
+                                  a.NumIterations, a.rangeMode, a.outputMode, ranking, a.runNumber,
+                                  a.totalRuns, style.base_value, style.base_label, style.bar_color,
+                                  style.baseline_color);
   };
   reports.spider = [](const ReportArguments& a, std::int32_t output, const model::RankingRecord& ranking) {
     graphs::GenerateSpiderReport(a.session, a.rWB, output, a.selOut, a.trInputs, a.trOutputs, a.NumIterations,
                                  a.rangeMode, a.outputMode, ranking, a.runNumber, a.totalRuns);
   };
-  reports.sensitivity = [](const ReportArguments& a, std::int32_t output, const model::RankingRecord& ranking) {
-    graphs::GenerateSensitivityReport(a.session, a.rWB, output, a.selOut, a.trInputs, a.trOutputs, a.NumIterations,
-                                      a.rangeMode, a.outputMode, ranking, a.runNumber, a.totalRuns);
+  reports.sensitivity = [](const ReportArguments& a, std::int32_t output,
+                           const model::RankingRecord& ranking) {
+    graphs::GenerateSensitivityReport(a.session, a.rWB, output, a.selOut, a.trInputs, a.trOutputs,
+                                      a.NumIterations, a.rangeMode, a.outputMode, ranking, a.runNumber,
+                                      a.totalRuns);
   };
   reports.output_detail = [](const ReportArguments& a, std::int32_t output) {
-    tables::MakeOutputDetailReport(a.session, a.rWB, output, a.trInputs, a.trOutputs, a.NumIterations, a.rangeMode,
-                                   a.runNumber, a.totalRuns);
+    tables::MakeOutputDetailReport(a.session, a.rWB, output, a.trInputs, a.trOutputs, a.NumIterations,
+                                   a.rangeMode, a.runNumber, a.totalRuns);
   };
   reports.detail_by_input = [](const ReportArguments& a) {
-    return tables::MakeDetailByInputReport(a.session, a.rWB, a.selOut, a.trInputs, a.trOutputs, a.NumIterations,
-                                           a.rangeMode, a.runNumber, a.totalRuns);
+    return tables::MakeDetailByInputReport(a.session, a.rWB, a.selOut, a.trInputs, a.trOutputs,
+                                           a.NumIterations, a.rangeMode, a.runNumber, a.totalRuns);
   };
   return reports;
 }
