@@ -220,6 +220,46 @@ TEST(Pipeline, SeveralSimulationsKeepTheirDifferences) {
   EXPECT_THAT(bench.sheet_names(reports), ElementsAre("Summary", "Summary (2)"));
 }
 
+// Every combination of the switches, in both branches, makes just the reports that were asked for, in one
+// order.
+TEST(Pipeline, SwitchesWorkOneByOneAndTogether) {
+  for (const std::int32_t simulations : {1, 2}) {
+    for (unsigned mask = 0; mask < 128; ++mask) {
+      const auto wanted = [mask](unsigned bit) { return (mask >> bit & 1U) != 0; };
+      RunShape shape;
+      shape.simulations = simulations;
+      Bench bench(shape);
+      Recorder recorder;
+      OrdvaneReports reports(bench.services, recorder.reports());
+      reports.Initialize(bench.application, 1);
+      reports.MaxInputsPerGraph = 3;
+      reports.set_TornadoGraphs(wanted(0));
+      reports.set_SpiderGraphs(wanted(1));
+      reports.set_SensitivityGraphs(wanted(2));
+      reports.set_OutputDetailReport(wanted(3));
+      reports.set_SummaryReport(wanted(4));
+      reports.set_DetailByInput(wanted(5));
+      reports.set_MultiWayReport(wanted(6));
+      EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
+
+      std::vector<std::string> expected;
+      for (std::int32_t run = 1; run <= simulations; ++run) {
+        const std::string of_run = " run " + std::to_string(run) + "/" + std::to_string(simulations);
+        for (const char* output : {"1", "2"}) {
+          const char* const graphs[] = {"tornado ", "spider ", "sensitivity "};
+          for (unsigned graph = 0; graph < 3; ++graph)
+            if (wanted(graph)) expected.push_back(graphs[graph] + (output + of_run));
+        }
+        if (wanted(3)) expected.insert(expected.end(), {"detail 1", "detail 2"});
+        if (wanted(4) || wanted(5)) expected.emplace_back("by input");
+        if (wanted(6)) expected.emplace_back("multi-way");
+      }
+      EXPECT_EQ(recorder.calls, expected) << "switches " << mask << ", simulations " << simulations;
+      EXPECT_EQ(bench.sheet_names(reports).size(), static_cast<std::size_t>(simulations)) << "summaries";
+    }
+  }
+}
+
 TEST(Pipeline, RangeModeFollowsTheInputsPlaces) {
   const struct {
     std::vector<std::string> sheets, books;
