@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <map>
 #include <memory>
 #include <numeric>
@@ -179,6 +180,8 @@ BENCHMARK(BM_LoadRun_PeerStrtod)->Apply(sizes);
 // Prints the figures, then how each compares with its peer.
 class WithRatios : public benchmark::ConsoleReporter {
  public:
+  WithRatios() : ConsoleReporter(OO_None) {}
+
   void ReportRuns(const std::vector<Run>& reports) override {
     for (const Run& run : reports)
       if (!run.error_occurred) times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
@@ -191,8 +194,8 @@ class WithRatios : public benchmark::ConsoleReporter {
       const std::string family = name.substr(0, sizes) + kPeer;
       for (const auto& [other, peer_time] : times_)
         if (other.starts_with(family) && other.substr(other.find('/')) == name.substr(sizes))
-          GetOutputStream() << name << ": " << time / peer_time << " of the time of "
-                            << other.substr(0, other.find('/')) << "\n";
+          GetOutputStream() << std::fixed << std::setprecision(2) << time / peer_time
+                            << " of the peer's time: " << name << "\n";
     }
   }
 

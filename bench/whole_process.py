@@ -19,6 +19,7 @@ import zipfile
 
 MEMORY_LIMIT = 1.5 * 2**30
 REPEATS = 3
+LONG = 10  # seconds after which a measurement is not repeated
 # inputs, steps, outputs, what is asked for
 CASES = [(200, 11, 20, []), (200, 11, 20, ["--all"]), (2000, 30, 50, []), (2000, 30, 50, ["--all"])]
 
@@ -38,6 +39,8 @@ def measured(command):
             raise SystemExit(f"status {status}: {' '.join(map(str, command))}")
         figures = Figures(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
         best = min(best or figures, figures)
+        if seconds > LONG:
+            break
     return best
 
 
@@ -68,7 +71,7 @@ def main():
     build = pathlib.Path(sys.argv[1])
     cases = CASES[:2] if "--quick" in sys.argv[2:] else CASES
     memory = int(re.search(r"MemTotal:\s+(\d+)", pathlib.Path("/proc/meminfo").read_text())[1]) / 2**20
-    print(f"{os.cpu_count()} cores, {memory:.0f} GiB; fastest of {REPEATS}")
+    print(f"{os.cpu_count()} cores, {memory:.0f} GiB; fastest of {REPEATS}, or the first where that takes over {LONG} s")
     print(f'{"run":28}{"":10}{"cells":>12}{"time":>10}{"processor":>11}{"memory":>11}')
     largest = 0
     with tempfile.TemporaryDirectory() as folder:
