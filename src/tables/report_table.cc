@@ -243,10 +243,10 @@ double ReportTable::settle_column(std::int32_t column) {
       body->auto_fit_columns();
       width = body->column_width() + kBreathing;
     }
-    const auto caption = captions_.find(column);
-    if (caption != captions_.end()) width = std::max(width, caption_width(caption->second));
     unfitted->second = -1;
   }
+  if (const auto caption = captions_.find(column); caption != captions_.end())
+    width = std::max(width, caption_width(caption->second));
   if (const auto names = name_widths_.find(column); names != name_widths_.end())
     width = std::max(width, std::min(column_characters(names->second + kCaptionMargin), kWidestNames));
   double& settled = sheet_.settled_widths_[column];
