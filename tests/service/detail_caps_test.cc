@@ -1,0 +1,118 @@
+// The detail reports beyond what a sheet holds: they are cut, say so, and lose nothing else.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "service/small_run.h"
+#include "tables/detail_by_input.h"
+#include "tables/output_detail.h"
+
+namespace ordvane::service {
+namespace {
+
+using testing::HasSubstr;
+
+class DetailCaps : public testing::Test {
+ protected:
+  // The reports of a run; the sheets by name afterwards.
+  void report(const std::shared_ptr<runfile::Run>& run) {
+    bench_ = std::make_unique<Bench>();
+    bench_->run = run;
+    bench_->application = embedded::open_model(*run);
+    bench_->services->session.engine = runfile::make_recorded_engine(run);
+    OrdvaneReports reports(bench_->services);
+    reports.Initialize(bench_->application, 1);
+    bench_->services->session.log.close();  // millions of lines say nothing here
+    reports.set_OutputDetailReport(true);
+    reports.set_DetailByInput(true);
+    reports.GenerateReports(bench_->all_outputs());
+    ASSERT_FALSE(reports.report_error()) << reports.report_error()->description();
+    book_ = bench_->application->model(*reports.report_workbook());
+  }
+
+  const office::SheetModel& sheet(const std::string& name) const {
+    for (const auto& sheet : book_->sheets)
+      if (sheet->name == name) return *sheet;
+    throw host::Error(host::errc::kSubscriptOutOfRange, name);
+  }
+
+  // Cells that hold a number, row by row from the one-based column.
+  std::vector<double> numbers_of_column(const office::SheetModel& sheet, std::int32_t column) const {
+    std::vector<double> numbers;
+    for (const office::RowBand& band : sheet.bands) {
+      if (column < band.first_column || column >= band.first_column + band.columns) continue;
+      for (std::int32_t row = band.first_row; row < band.first_row + band.rows; ++row) {
+        const std::size_t at = band.index(row, column);
+        if (band.kinds[at] == host::CellKind::kNumber) numbers.push_back(band.numbers[at]);
+      }
+    }
+    return numbers;
+  }
+
+  static std::string notes(const office::SheetModel& sheet) {
+    std::string text;
+    for (const auto& [cell, note] : sheet.comments)
+      text += office::cell_name(cell.row, cell.column) + ": " + note + "\n";
+    return text;
+  }
+
+  std::unique_ptr<Bench> bench_;
+  std::shared_ptr<const office::BookModel> book_;
+};
+
+TEST_F(DetailCaps, MoreStepsThanRows) {
+  constexpr std::int32_t kSteps = 32767;  // two inputs: 9 steps more than fit
+  auto run = make_run({.input_sheets = {"S", "S"},
+                       .input_books = {"M.xlsx", "M.xlsx"},
+                       .output_bases = {1000},
+                       .effects = {{1, 1}},
+                       .simulations = 1});
+  run->recalculations = 2 * kSteps;
+  run->input_values.clear();
+  run->output_values.clear();
+  for (runfile::Input& input : run->inputs) input.steps = kSteps;
+  for (std::int32_t r = 0; r < 2 * kSteps; ++r) {
+    run->input_values.push_back(r);
+    run->output_values.push_back(2 * kSteps - r);  // the first step has the highest rank
+  }
+  report(run);
+
+  const auto& detail = sheet("Detail C2");
+  std::vector<double> ranks = numbers_of_column(detail, 1);
+  ASSERT_EQ(ranks.size(), static_cast<std::size_t>(tables::kMostDetailRows));
+  EXPECT_TRUE(std::is_sorted(ranks.begin(), ranks.end()));
+  EXPECT_EQ(ranks.front(), 1);
+  EXPECT_EQ(ranks.back(), tables::kMostDetailRows);
+  const std::vector<double> outputs = numbers_of_column(detail, 7);
+  EXPECT_EQ(outputs.front(), 1) << "the lowest result";
+  EXPECT_EQ(outputs.back(), tables::kMostDetailRows) << "the nine highest are left out";
+  EXPECT_THAT(notes(detail), HasSubstr("The table is full. Steps ranked beyond its last row are not shown."));
+
+  const auto& by_input = sheet("Detail by input");
+  const std::vector<double> used = numbers_of_column(by_input, 4);
+  ASSERT_EQ(used.size(), static_cast<std::size_t>(tables::kMostDetailRows));
+  EXPECT_EQ(used.back(), tables::kMostDetailRows - 1) << "the last steps of the last input are left out";
+  EXPECT_THAT(notes(by_input), HasSubstr("The table is full. Steps beyond its last row are not shown."));
+  EXPECT_EQ(book_->sheets.back()->name, "Summary");
+}
+
+TEST_F(DetailCaps, MoreOutputsThanColumns) {
+  RunShape shape{
+      .input_sheets = {"S"}, .input_books = {"M.xlsx"}, .output_bases = {}, .effects = {}, .simulations = 1};
+  for (int o = 0; o < tables::kMostDetailOutputs + 1; ++o) {
+    shape.output_bases.push_back(100 + o);
+    shape.effects.push_back({1});
+  }
+  report(make_run(shape));
+  const auto& by_input = sheet("Detail by input");
+  const std::int32_t last = 3 * tables::kMostDetailOutputs + 6;
+  EXPECT_THAT(numbers_of_column(by_input, last - 2), testing::ElementsAre(178, 179, 180))
+      << "the 80th output";
+  EXPECT_THAT(numbers_of_column(by_input, last + 1), testing::IsEmpty());
+  EXPECT_THAT(notes(by_input), HasSubstr("Only the first 80 outputs are shown."));
+  EXPECT_EQ(book_->sheets.size(), 81U + 2U) << "every output has its detail, and the rest is there";
+}
+
+}  // namespace
+}  // namespace ordvane::service
