@@ -42,6 +42,7 @@ bench:
 	@cmake --build build/bench
 	build/bench/bench/bench_core
 	/usr/bin/python3 bench/whole_process.py build/bench
+	/usr/bin/python3 bench/full_size.py build/bench
 
 format:
 	clang-format -i $(sources)

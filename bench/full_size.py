@@ -1,0 +1,76 @@
+#!/usr/bin/python3
+"""Measures the detail reports up to the size that a sheet holds, beside libxlsxwriter writing the same cells.
+
+Usage: full_size.py BUILD_FOLDER [--quick]
+
+`ordvane report` reads the run, ranks it, writes the report and the summary; the peer writes the same cells and formats
+from a dump, one row in memory at a time. At full size the command must take at most a quarter of the peer's time, make
+a file that is no larger, and stay below 1.5 GiB; otherwise the script exits 1.
+"""
+
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import time
+
+MEMORY_LIMIT = 1.5 * 2**30
+STEPS = 30
+# report, inputs, outputs; the last of a report is its full size
+CASES = [("detail-by-input", 34, 80), ("detail-by-input", 134, 80), ("detail-by-input", 534, 80),
+         ("detail-by-input", 2185, 80), ("output-detail", 34, 1), ("output-detail", 534, 1), ("output-detail", 2185, 1)]
+REPEATS = 3
+
+
+def measured(command, repeats):
+    """Seconds, processor seconds and peak bytes of the fastest of some runs."""
+    best = None
+    for _ in range(repeats):
+        start = time.perf_counter()
+        process = subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL)
+        _, status, usage = os.wait4(process.pid, 0)
+        seconds = time.perf_counter() - start
+        if status != 0:
+            raise SystemExit(f"status {status}: {' '.join(map(str, command))}")
+        if best is None or seconds < best[0]:
+            best = (seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
+    return best
+
+
+def line(*columns):
+    print("| " + " | ".join(f"{column:>16}" for column in columns) + " |")
+
+
+def main():
+    build = pathlib.Path(sys.argv[1])
+    repeats = 1 if "--quick" in sys.argv else REPEATS
+    faults = []
+    line("report", "rows", "time", "processor", "memory", "file", "peer's time", "peer's file", "time ratio")
+    with tempfile.TemporaryDirectory() as folder:
+        folder = pathlib.Path(folder)
+        run, dump, ours, theirs = (folder / name for name in ("r.run.json", "dump", "ours.xlsx", "theirs.xlsx"))
+        for case, (report, inputs, outputs) in enumerate(CASES):
+            subprocess.run([build / "bench/make_run", str(inputs), str(STEPS), str(outputs), "1", run], check=True)
+            subprocess.run([build / "bench/dump_cells", run, dump, report], check=True)
+            seconds, processor, memory = measured(
+                [build / "ordvane", "report", run, "-o", ours, "--quiet", "--" + report], repeats)
+            peer_seconds, _, _ = measured([build / "bench/peer_same_cells", dump, theirs], repeats)
+            sizes = [path.stat().st_size for path in (ours, theirs)]
+            line(report, min(inputs * STEPS, 65525), f"{seconds:.2f} s", f"{processor:.2f} s", f"{memory / 2**20:.0f} MiB",
+                 f"{sizes[0] / 1e6:.1f} MB", f"{peer_seconds:.2f} s", f"{sizes[1] / 1e6:.1f} MB",
+                 f"{seconds / peer_seconds:.2f}")
+            full = case + 1 == len(CASES) or CASES[case + 1][0] != report
+            if full and report == "detail-by-input":
+                if seconds > peer_seconds / 4:
+                    faults.append(f"{report}: takes more than a quarter of the peer's time")
+                if sizes[0] > sizes[1]:
+                    faults.append(f"{report}: the file is larger than the peer's")
+            if memory >= MEMORY_LIMIT:
+                faults.append(f"{report}: needs 1.5 GiB or more")
+    for fault in faults:
+        print(fault)
+    sys.exit(1 if faults else 0)
+
+
+main()
