@@ -186,6 +186,7 @@ void StepTable::merge_places(const Block& block) {
     const auto cells = table_->Body(block.first_row, place, block.rows, 1);
     cells->set_alignment(place == column(kCell) ? HAlign::kCenter : HAlign::kLeft, host::VAlign::kTop);
     cells->set_merge(true);
+    cells->set_wrap_text(true);  // a long name goes on in the rows below
   }
   table_->AddRowRule(block.first_row + block.rows - 1, -1, tables::kRuleLineStyle, tables::kRuleWeight,
                      tables::kRuleColorIndex);

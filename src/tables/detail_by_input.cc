@@ -269,6 +269,7 @@ void DetailByInput::format_input_rows(const InputRows& group) {
       const auto cells = table_->Body(group.first, column, group.rows, 1);
       cells->set_alignment(column == c_.cell() ? HAlign::kCenter : HAlign::kLeft, host::VAlign::kTop);
       cells->set_merge(true);
+      if (group.rows > 1) cells->set_wrap_text(true);  // a long name goes on in the rows below
     }
   });
   table_->FormatBody(group.first, group.rows, c_.input_value(), group.input.NumberFormatLocal);
