@@ -190,24 +190,23 @@ void Sheet::fit_columns(const Area& area) {
     for (std::int32_t row = std::max(merge.row, area.row);
          row < std::min(merge.row + merge.rows, area.row + area.rows); ++row)
       merged_rows[row].push_back(merge);
-  std::map<std::int32_t, ColumnFit> fits;
+  std::vector<ColumnFit> fits(static_cast<std::size_t>(area.columns), ColumnFit(*book->model));
   cells_.for_each_run(
       area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
         const auto merged = merged_rows.find(row);
-        auto fit = fits.try_emplace(column, *book->model).first;
-        for (std::size_t i = index; i < index + count; ++i, ++column) {
-          if (fit == fits.end() || fit->first != column) fit = fits.try_emplace(column, *book->model).first;
+        auto fit = fits.begin() + (column - area.column);
+        for (std::size_t i = index; i < index + count; ++i, ++column, ++fit) {
           const bool is_merged = merged != merged_rows.end() &&
                                  std::any_of(merged->second.begin(), merged->second.end(),
                                              [&](const Area& merge) { return contains(merge, row, column); });
-          if (!is_merged) fit->second.add(band.styles[i], band.kinds[i], band.numbers[i]);
-          ++fit;
+          if (!is_merged) fit->add(band.styles[i], band.kinds[i], band.numbers[i]);
         }
       });
-  for (auto& [column, fit] : fits) {
+  for (std::int32_t column = area.column; ColumnFit & fit : fits) {
     const auto pixels = fit.pixels();
     if (pixels && !model->columns[column].hidden)
       set_column_width(column, 1, std::min(column_characters(*pixels), kWidestColumn));
+    ++column;
   }
 }
 

@@ -68,6 +68,7 @@ class DetailByInput {
   void fit_output_headings();
   void set_rules();
   void fill_body();
+  const std::string& step_text(std::int32_t step);
   void fill_row(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input,
                 std::int32_t step);
   struct InputRows {
@@ -85,6 +86,7 @@ class DetailByInput {
   Columns c_;
   std::int32_t rows_ = 0;
   std::int32_t flags_ = 0;
+  model::OneBased<std::string> step_texts_;
   std::shared_ptr<ReportTable> table_;
 };
 
@@ -117,8 +119,8 @@ void DetailByInput::make(ReportWorkbook& rWB, std::int32_t iterations, std::int3
   application.set_cursor(cursor);
 
   const auto body = table_->BodyRange();
-  for (std::int32_t column = 1; column <= c_.count(); ++column)
-    body->offset(-1, column - 1)->resize(body->row_count() + 1, 1)->auto_fit_columns();
+  // All columns in one go: the cells lie row by row.
+  body->offset(-1, 0)->resize(body->row_count() + 1, c_.count())->auto_fit_columns();
   fit_output_headings();
   sheet->FinishSheet();
 }
@@ -235,6 +237,13 @@ void DetailByInput::fill_body() {
   for (const InputRows& group : groups) format_input_rows(group);
 }
 
+// Most inputs have the same steps: each text is made once.
+const std::string& DetailByInput::step_text(std::int32_t step) {
+  while (step_texts_.size() < step)
+    step_texts_.push_back(session_.text(text::kStep, std::int64_t{step_texts_.size()} + 1));
+  return step_texts_(step);
+}
+
 void DetailByInput::fill_row(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input,
                              std::int32_t step) {
   const model::NumberRules& rules = input.rules();
@@ -244,7 +253,7 @@ void DetailByInput::fill_row(host::CellBlock& block, std::int32_t row, const mod
     if (c_.m > model::OrdvaneRangeCellMode) block.set_text(row, c_.sheet(), input.sheetName);
     block.set_text(row, c_.cell(), input.cellAddress);
   }
-  block.set_text(row, c_.step(), session_.text(text::kStep, std::int64_t{step}));
+  block.set_text(row, c_.step(), step_text(step));
 
   const auto put = [&](std::int32_t column, double value, double base, model::OrdvaneDivisorType kind) {
     // A change from or to something that is no number is none; its cells say so, and not that a base is zero.
@@ -272,8 +281,7 @@ void DetailByInput::format_input_rows(const InputRows& group) {
       if (group.rows > 1) cells->set_wrap_text(true);  // a long name goes on in the rows below
     }
   });
-  table_->FormatBody(group.first, group.rows, c_.input_value(), group.input.NumberFormatLocal);
-  table_->FormatBody(group.first, group.rows, c_.input_value() + 1, group.input.NumberFormatLocal);
+  table_->FormatBody(group.first, group.rows, c_.input_value(), group.input.NumberFormatLocal, 2);
   table_->AddRowRule(group.first + group.rows - 1, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
 }
 
@@ -281,8 +289,7 @@ void DetailByInput::format_columns() {
   if (rows_ < 1) return;
   table_->FormatBody(1, rows_, c_.input_value() + 2, PercentFormat());
   for (std::int32_t k = 1; k <= c_.k; ++k) {
-    table_->FormatBody(1, rows_, c_.output_value(k), output(k).NumberFormatLocal);
-    table_->FormatBody(1, rows_, c_.output_value(k) + 1, output(k).NumberFormatLocal);
+    table_->FormatBody(1, rows_, c_.output_value(k), output(k).NumberFormatLocal, 2);
     table_->FormatBody(1, rows_, c_.output_value(k) + 2, PercentFormat());
   }
 }

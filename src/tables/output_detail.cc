@@ -170,10 +170,9 @@ std::int32_t MakeOutputDetailReport(session::Session& session, ReportWorkbook& r
   application.set_cursor(cursor);
 
   const auto body_range = table->BodyRange();
-  for (std::int32_t column = 1; column <= c.count(); ++column)
-    body_range->offset(-kHeaderRows, column - 1)
-        ->resize(body_range->row_count() + kHeaderRows, 1)
-        ->auto_fit_columns();
+  body_range->offset(-kHeaderRows, 0)
+      ->resize(body_range->row_count() + kHeaderRows, c.count())
+      ->auto_fit_columns();
   sheet->FinishSheet();
   return 0;
 }

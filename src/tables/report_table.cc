@@ -209,9 +209,9 @@ void ReportTable::measure_names(const host::CellBlock& block) {
 }
 
 void ReportTable::FormatBody(std::int32_t first_row, std::int32_t rows, std::int32_t column,
-                             const std::string& format) {
+                             const std::string& format, std::int32_t columns) {
   settled_ = false;
-  Body(first_row, column, rows)->set_number_format_local(format);
+  Body(first_row, column, rows, columns)->set_number_format_local(format);
 }
 
 void ReportTable::Settle() {

@@ -180,8 +180,9 @@ class ReportTable {
 
   // Writes whole body rows from `first_row` on; the block has the table's columns.
   void PutBody(std::int32_t first_row, const host::CellBlock& block);
-  // Number format of a run of one body column, in local form.
-  void FormatBody(std::int32_t first_row, std::int32_t rows, std::int32_t column, const std::string& format);
+  // Number format of a run of body rows, in one column or some side by side, in local form.
+  void FormatBody(std::int32_t first_row, std::int32_t rows, std::int32_t column, const std::string& format,
+                  std::int32_t columns = 1);
   // Cells of the body, from (row, column).
   std::shared_ptr<host::Range> Body(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
                                     std::int32_t columns = 1);
