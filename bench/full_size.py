@@ -61,7 +61,7 @@ def main():
                  f"{sizes[0] / 1e6:.1f} MB", f"{peer_seconds:.2f} s", f"{sizes[1] / 1e6:.1f} MB",
                  f"{seconds / peer_seconds:.2f}")
             full = case + 1 == len(CASES) or CASES[case + 1][0] != report
-            if full and report == "detail-by-input":
+            if full:
                 if seconds > peer_seconds / 4:
                     faults.append(f"{report}: takes more than a quarter of the peer's time")
                 if sizes[0] > sizes[1]:

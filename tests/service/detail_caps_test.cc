@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <numeric>
 
 #include "service/small_run.h"
 #include "tables/detail_by_input.h"
@@ -50,6 +50,7 @@ class DetailCaps : public testing::Test {
     return numbers;
   }
 
+  // Every note of the sheet as "cell: text".
   static std::string notes(const office::SheetModel& sheet) {
     std::string text;
     for (const auto& [cell, note] : sheet.comments)
@@ -81,19 +82,22 @@ TEST_F(DetailCaps, MoreStepsThanRows) {
   const auto& detail = sheet("Detail C2");
   std::vector<double> ranks = numbers_of_column(detail, 1);
   ASSERT_EQ(ranks.size(), static_cast<std::size_t>(tables::kMostDetailRows));
-  EXPECT_TRUE(std::is_sorted(ranks.begin(), ranks.end()));
-  EXPECT_EQ(ranks.front(), 1);
-  EXPECT_EQ(ranks.back(), tables::kMostDetailRows);
+  std::vector<double> every_rank(ranks.size());
+  std::iota(every_rank.begin(), every_rank.end(), 1.0);
+  EXPECT_TRUE(ranks == every_rank) << "from 1 on, none left out or twice";
   const std::vector<double> outputs = numbers_of_column(detail, 7);
   EXPECT_EQ(outputs.front(), 1) << "the lowest result";
   EXPECT_EQ(outputs.back(), tables::kMostDetailRows) << "the nine highest are left out";
-  EXPECT_THAT(notes(detail), HasSubstr("The table is full. Steps ranked beyond its last row are not shown."));
+  EXPECT_THAT(
+      notes(detail),
+      HasSubstr("E9: Please note:\nThe table is full. Steps ranked beyond its last row are not shown."));
 
   const auto& by_input = sheet("Detail by input");
   const std::vector<double> used = numbers_of_column(by_input, 4);
   ASSERT_EQ(used.size(), static_cast<std::size_t>(tables::kMostDetailRows));
   EXPECT_EQ(used.back(), tables::kMostDetailRows - 1) << "the last steps of the last input are left out";
-  EXPECT_THAT(notes(by_input), HasSubstr("The table is full. Steps beyond its last row are not shown."));
+  EXPECT_THAT(notes(by_input),
+              HasSubstr("D8: Please note:\nThe table is full. Steps beyond its last row are not shown."));
   EXPECT_EQ(book_->sheets.back()->name, "Summary");
 }
 
@@ -110,7 +114,7 @@ TEST_F(DetailCaps, MoreOutputsThanColumns) {
   EXPECT_THAT(numbers_of_column(by_input, last - 2), testing::ElementsAre(178, 179, 180))
       << "the 80th output";
   EXPECT_THAT(numbers_of_column(by_input, last + 1), testing::IsEmpty());
-  EXPECT_THAT(notes(by_input), HasSubstr("Only the first 80 outputs are shown."));
+  EXPECT_THAT(notes(by_input), HasSubstr("G8: Please note:\nOnly the first 80 outputs are shown."));
   EXPECT_EQ(book_->sheets.size(), 81U + 2U) << "every output has its detail, and the rest is there";
 }
 
