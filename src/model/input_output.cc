@@ -8,9 +8,9 @@ namespace {
 
 constexpr std::int32_t kShortNameLimit = 75;
 
-std::shared_ptr<const NumberRules> rules_or_default(std::shared_ptr<const NumberRules> rules) {
+std::shared_ptr<const NumberRules> rules_or_default(const std::shared_ptr<const NumberRules>& rules) {
   static const auto kDefault = std::make_shared<const NumberRules>();
-  return rules ? std::move(rules) : kDefault;
+  return rules ? rules : kDefault;
 }
 
 }  // namespace
@@ -25,8 +25,8 @@ std::int32_t ValueTable::allocate(std::int32_t l, std::int32_t j, std::int32_t k
   return clamped ? 1 : 0;
 }
 
-DralInputOutput::DralInputOutput(std::shared_ptr<const NumberRules> rules)
-    : rules_(rules_or_default(std::move(rules))) {}
+DralInputOutput::DralInputOutput(const std::shared_ptr<const NumberRules>& rules)
+    : rules_(rules_or_default(rules)) {}
 
 void DralInputOutput::set_SimpleName(const std::string& name) {
   simple_name_ = trimmed(name);

@@ -55,7 +55,7 @@ class DralInputOutput {
   using RangeRef = std::shared_ptr<host::Range>;
 
   // Without rules: those of a record that a client made on its own.
-  explicit DralInputOutput(std::shared_ptr<const NumberRules> rules = nullptr);
+  explicit DralInputOutput(const std::shared_ptr<const NumberRules>& rules = nullptr);
 
 #define ORDVANE_FIELD(type, name) type name{};
 #include "model/input_output_fields.def"

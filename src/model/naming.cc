@@ -56,7 +56,7 @@ DefaultLabel default_label_by_address(session::Session& session, const std::stri
 
 std::string short_default_label(session::Session& session, host::Range& cell, const std::string& name) {
   const DefaultLabel label = GetDefaultDralLabelForCellRange(session, cell);
-  const std::string whole(cut_at_nul(label.text));
+  std::string whole(cut_at_nul(label.text));
   if (whole.empty()) return name;
   if (utf16_length(whole) <= kLongestWholeLabel) return whole;
 

@@ -240,7 +240,7 @@ std::shared_ptr<host::Range> ReportChart::fitted_names(host::Range& names, std::
     fitted.set_text(bar, 1, text);
   }
   if (all_fit) return names.resize(bars, 1);
-  const auto cells = sheet_.SheetWorksheet()->range(row, sheet_.take_helper_columns(1), bars, 1);
+  auto cells = sheet_.SheetWorksheet()->range(row, sheet_.take_helper_columns(1), bars, 1);
   cells->set_number_format("@");
   cells->put(fitted);
   cells->set_columns_hidden(true);

@@ -101,8 +101,8 @@ std::shared_ptr<ReportTable> ReportSheet::AddTable(std::int32_t rows, std::int32
                                                    const std::string& caption,
                                                    const std::string& subcaption) {
   settle_tables();
-  const auto table = std::make_shared<ReportTable>(*this, next_row_, rows, columns, header_rows,
-                                                   row_header_columns, caption, subcaption);
+  auto table = std::make_shared<ReportTable>(*this, next_row_, rows, columns, header_rows, row_header_columns,
+                                             caption, subcaption);
   tables_.push_back(table);
   next_row_ = table->last_row() + 2;
   return table;
@@ -125,7 +125,7 @@ std::shared_ptr<ReportChart> ReportSheet::AddChart(std::int32_t kind, double wid
   settle_tables();
   const Room room = take_room(height);
   const auto cell = worksheet_->range(room.row, 1, 1, 1);
-  const auto chart = std::make_shared<ReportChart>(
+  auto chart = std::make_shared<ReportChart>(
       *this, worksheet_->add_chart(cell->left(), cell->top(), width, height), kind);
   chart->room_row_ = room.row;
   chart->room_rows_ = room.rows;
