@@ -5,7 +5,8 @@ Usage: full_size.py BUILD_FOLDER [--quick]
 
 `ordvane report` reads the run, ranks it, writes the report and the summary; the peer writes the same cells and formats
 from a dump, one row in memory at a time. At full size the command must take at most a quarter of the peer's time, make
-a file that is no larger, and stay below 1.5 GiB; otherwise the script exits 1.
+a file that is no larger, and stay below 1.5 GiB; otherwise the script exits 1. Run it on an idle machine: the command uses
+all cores, the peer one.
 """
 
 import os
