@@ -1,0 +1,73 @@
+// The multi-way analysis: inputs that were varied together in groups, and what each group does to an output.
+//
+// ReadMultiWay reads the groups, the values their members took and the results from the engine, once;
+// RankGroups measures one output's results: pure arithmetic. The interaction of a group is what its members
+// do together beyond what each does alone: the swing of the group less the swings that its members had one at
+// a time in the same run. It is 0 where effects simply add up.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "model/enumerations.h"
+#include "model/input_output.h"
+#include "model/one_based.h"
+#include "session/session.h"
+
+namespace ordvane::model {
+
+struct MultiGroup {
+  OneBased<std::int32_t> members;  // positions in the input records, in the engine's order
+  // One a member. Element c - 1 of each array belongs to the group's combination c: the value the member was
+  // set to, its fractional change from the member's base value, and the rank of the value among the member's
+  // values in this group (the lowest 1, equal values the same rank).
+  OneBased<multiData> inputs;
+  std::int32_t first = 0;         // its first recalculation, from 1 among the multi-way ones
+  std::int32_t combinations = 0;  // how many recalculations it has
+};
+
+struct MultiWayRun {
+  OneBased<MultiGroup> groups;  // in the order of the run
+  std::int32_t recalculations = 0;
+  // One element a selected output, in the order of the selection: its results, one a multi-way recalculation.
+  // NaN is replaced by the missing-number marker; spreadsheet errors are as the engine encodes them.
+  OneBased<std::vector<double>> results;
+
+  // `output`: one-based position in the selection. `combination`: from 1 within the group.
+  double result(std::int32_t output, const MultiGroup& group, std::int32_t combination) const;
+};
+
+// What one group does to one output. Without a usable result: the missing-number marker for the ends, the
+// changes, and the interaction; 0 for the rest but the rank.
+struct GroupEffect {
+  double lowest, highest;                // results
+  double lowest_change, highest_change;  // fractional, from the output's base value
+  std::int32_t lowest_at = 0;            // one-based combination of the first lowest result; 0 for none
+  std::int32_t highest_at = 0;
+  double swing = 0;      // highest - lowest
+  double bar_width = 0;  // the swing in the unit of thresholds: in changes where they are defined
+  std::int32_t rank = 0;
+  double own_swings;   // sum of the members' swings one at a time; the marker when one has none
+  double interaction;  // swing - own_swings; what is left by rounding alone is 0
+};
+using GroupEffects = OneBased<GroupEffect>;  // one a group
+
+// Reads the multi-way recalculations of the one-based run `runNumber`. `inputs` and `outputs` have been
+// filled by OrdvaneScan::getData. `maxGroupSize`: most members of a group; below 1 for no limit but the
+// inputs. An engine that refuses, or a run without groups, gives a run without groups. Throws error 9 for a
+// member that is no input, errc::kUserCancelled when the user stops.
+MultiWayRun ReadMultiWay(session::Session& session, const Records& inputs, const Records& outputs,
+                         const OneBased<std::int32_t>& selectedOutputs, std::int32_t maxGroupSize,
+                         std::int32_t runNumber);
+
+// Measures and ranks the groups for one selected output: the widest swing gets rank 1, equal ones consecutive
+// ranks in the order of the run. `selected`: one-based position in the selection; `outputIndex`: the output's
+// one-based position in the output records.
+GroupEffects RankGroups(const MultiWayRun& run, const Records& inputs, const Records& outputs,
+                        std::int32_t selected, std::int32_t outputIndex);
+
+// The group's combinations in reading order: from the first member's lowest value to its highest, and within
+// each the same for the next member.
+OneBased<std::int32_t> CombinationsInOrder(const MultiGroup& group);
+
+}  // namespace ordvane::model
