@@ -105,6 +105,16 @@ std::string address_for_range_mode(OrdvaneRangeMode mode, const std::string& /*b
   return {};
 }
 
+OrdvaneRangeMode range_mode_of(const Records& records) {
+  const DralInputOutput& first = records(1);
+  OrdvaneRangeMode mode = OrdvaneRangeCellMode;
+  for (const DralInputOutput& record : records) {
+    if (record.bookName != first.bookName) return OrdvaneRangeBookMode;
+    if (record.sheetName != first.sheetName) mode = OrdvaneRangeSheetMode;
+  }
+  return mode;
+}
+
 void fill_number_formats(session::Session& session, Records& records, std::int32_t count) {
   for (std::int32_t i = 1; i <= count; ++i) {
     host::ignoring_errors([&] {

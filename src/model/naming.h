@@ -35,6 +35,10 @@ std::string external_address(const std::string& book, const std::string& sheet, 
 std::string address_for_range_mode(OrdvaneRangeMode mode, const std::string& book, const std::string& sheet,
                                    const std::string& cell);
 
+// How much of their locations tells the records apart: books, sheets, or cells alone. Error 9 without
+// records.
+OrdvaneRangeMode range_mode_of(const Records& records);
+
 // Takes the number formats of the first `count` records from their cells. Never fails: a record whose cell
 // cannot be reached keeps what it had.
 void fill_number_formats(session::Session& session, Records& records, std::int32_t count);

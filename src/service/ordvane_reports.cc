@@ -99,6 +99,20 @@ void OrdvaneReports::set_WatermarkText(const std::string& text) {
   watermark_.secondary = lines.substr(line_feed + 1);
 }
 
+void OrdvaneReports::graph_or_log(const std::string& graph, const std::function<void()>& draw) {
+  try {
+    draw();
+  } catch (const host::Error& error) {
+    if (error.code() == host::errc::kUserCancelled) throw;
+    services_->session.log.line(name() + ".GenerateReports " + graph + " Error: " + error.description());
+    remember(error);
+  }
+}
+
+void OrdvaneReports::remember(const host::Error& error) {
+  if (!report_error_) report_error_ = error;
+}
+
 std::int32_t OrdvaneReports::GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput) {
   report_error_.reset();
   report_workbook_.reset();

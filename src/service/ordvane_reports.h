@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -95,9 +96,27 @@ class OrdvaneReports {
     return report_workbook_;
   }
 
+  // The multi-way analysis: a tornado of the groups of inputs varied together for each selected output, and
+  // the table of their combinations. `isSelectedOutput`: positions in `trOutputs`; both record arrays as
+  // OrdvaneScan::getData left them. `NumIterations`: standard recalculations of the run. A tornado that fails
+  // is logged and the next report follows. Returns 0.
+  Long multiReport(tables::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
+                   const model::Records& trInputs, const model::Records& trOutputs, Long NumIterations,
+                   model::OrdvaneOutputMode outputMode, Long runNumber = 1, Long totalRuns = 1);
+  // The same with the upper bounds of both record arrays. `groupCount` and `recalculationCount` receive how
+  // many groups, and multi-way recalculations, were reported.
+  Long getInputForIteration(tables::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
+                            const model::Records& trInputs, const model::Records& trOutputs, Long inputBound,
+                            Long outputBound, Long& groupCount, Long& recalculationCount, Long NumIterations,
+                            model::OrdvaneOutputMode outputMode, Long runNumber = 1, Long totalRuns = 1);
+
  private:
   class Pipeline;
 
+  // Draws one graph. A failure other than the user's wish to stop is logged and kept for report_error(): one
+  // graph that cannot be drawn does not take the others with it.
+  void graph_or_log(const std::string& graph, const std::function<void()>& draw);
+  void remember(const host::Error& error);
   void release(const std::string& operation);
   void load_dral_lib();
   void unload_dral_lib();

@@ -138,14 +138,7 @@ void OrdvaneReports::Pipeline::build_records() {
   scan_.newScan(outputs_, engine::kOutput, automatic_outputs);
   log("NumOrdvaneOutputs: " + log_text(outputs_.size()));
 
-  const model::DralInputOutput& first = inputs_(1);
-  for (const model::DralInputOutput& input : inputs_) {
-    if (input.bookName != first.bookName) {
-      range_mode_ = model::OrdvaneRangeBookMode;
-      break;
-    }
-    if (input.sheetName != first.sheetName) range_mode_ = model::OrdvaneRangeSheetMode;
-  }
+  range_mode_ = model::range_mode_of(inputs_);
   model::fill_number_formats(session_, outputs_, outputs_.size());
   model::fill_number_formats(session_, inputs_, inputs_.size());
 
@@ -276,14 +269,7 @@ void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted
   if (wanted && !built_in) log(name + ": not in this build");
   if (wanted && built_in) {
     show_progress(progress);
-    try {
-      report();
-    } catch (const host::Error& error) {
-      // One graph that cannot be drawn does not take the others with it.
-      if (error.code() == host::errc::kUserCancelled) throw;
-      log(name + " Error: " + error.description());
-      remember(error);
-    }
+    owner_.graph_or_log(name, report);
   }
   check_cancel();
   refresh_screen();
@@ -333,8 +319,8 @@ std::int32_t OrdvaneReports::Pipeline::detail_by_input(const Branch& branch) {
 void OrdvaneReports::Pipeline::multi_way() {
   log("MultiWayReport: " + log_text(owner_.MultiWayReport()));
   if (!owner_.MultiWayReport()) return;
-  if (!owner_.reports_.multi_way) return log("MultiWayReport: not in this build");
-  owner_.reports_.multi_way(arguments());
+  owner_.multiReport(*workbook_, sel_out_, inputs_, outputs_, num_iterations_, output_mode_, run_number_,
+                     total_runs_);
   refresh_screen();
 }
 
@@ -374,10 +360,6 @@ void OrdvaneReports::Pipeline::finish(std::int32_t rc) {
   });
 }
 
-void OrdvaneReports::Pipeline::remember(const host::Error& error) {
-  if (!owner_.report_error_) owner_.report_error_ = error;
-}
-
 template <class Step>
 void OrdvaneReports::Pipeline::keeping_first_error(const Step& step) {
   try {
@@ -385,9 +367,9 @@ void OrdvaneReports::Pipeline::keeping_first_error(const Step& step) {
   } catch (const host::Error& error) {
     // The user's wish to stop outweighs a report that failed before it.
     if (error.code() == host::errc::kUserCancelled) owner_.report_error_.reset();
-    remember(error);
+    owner_.remember(error);
   } catch (const std::bad_alloc&) {
-    remember(host::Error(host::errc::kOutOfMemory, "Out of memory"));
+    owner_.remember(host::Error(host::errc::kOutOfMemory, "Out of memory"));
   }
 }
 

@@ -55,7 +55,6 @@ class OrdvaneReports::Pipeline {
   template <class Report>
   void graph_report(const std::string& name, bool wanted, std::int16_t progress, bool built_in,
                     const Report& report);
-  void remember(const host::Error& error);
   template <class Step>
   void keeping_first_error(const Step& step);
 

@@ -7,7 +7,9 @@
 #include <functional>
 #include <string>
 
+#include "graphs/multi_tornado.h"
 #include "model/input_output.h"
+#include "model/multi_way.h"
 #include "model/ranking.h"
 #include "model/summary.h"
 #include "session/session.h"
@@ -44,7 +46,12 @@ struct Reports {
   std::function<void(const ReportArguments&, std::int32_t output, const model::RankingRecord&)> sensitivity;
   std::function<void(const ReportArguments&, std::int32_t output)> output_detail;
   std::function<std::int32_t(const ReportArguments&)> detail_by_input;
-  std::function<std::int32_t(const ReportArguments&)> multi_way;
+  std::function<void(const ReportArguments&, std::int32_t output, const model::MultiWayRun&,
+                     const model::GroupEffects&, const graphs::MultiTornadoOptions&)>
+      multi_tornado;
+  std::function<void(const ReportArguments&, const model::MultiWayRun&,
+                     const model::OneBased<model::GroupEffects>&)>
+      multi_way_detail;
 };
 
 // Those that this build has.

@@ -62,6 +62,10 @@ std::string Session::CommonMessage(std::int32_t index) const {
   return text_at(*this, kCommonMessages, index);
 }
 
+void Session::check_cancel() const {
+  if (environment->escape_pressed()) environment->raise_error(host::errc::kUserCancelled, "");
+}
+
 host::Application& Session::application() const {
   if (!g_XLApp) throw host::Error(host::errc::kObjectNotSet, "The session has no spreadsheet application");
   return *g_XLApp;

@@ -73,6 +73,9 @@ struct Session {
   std::string CommonString(std::int32_t index) const;
   std::string CommonMessage(std::int32_t index) const;
 
+  // Throws errc::kUserCancelled when the user asks to stop.
+  void check_cancel() const;
+
   host::Application& application() const;  // throws errc::kObjectNotSet when there is none
 };
 

@@ -120,7 +120,7 @@ host::CellValue FormatTableValue(const model::NumberRules& rules, double value, 
 }
 
 void CheckUserCancel(session::Session& session) {
-  if (session.environment->escape_pressed()) session.environment->raise_error(host::errc::kUserCancelled, "");
+  session.check_cancel();
 }
 
 double TableWidthForChart(ReportTable& table) {

@@ -54,9 +54,13 @@ struct Recorder {
       calls.emplace_back("by input");
       return by_input_result;
     };
-    r.multi_way = [this](const ReportArguments&) {
+    r.multi_tornado = [this](const ReportArguments&, std::int32_t output, const model::MultiWayRun&,
+                             const model::GroupEffects&, const graphs::MultiTornadoOptions&) {
+      calls.push_back("multi-way tornado " + std::to_string(output));
+    };
+    r.multi_way_detail = [this](const ReportArguments&, const model::MultiWayRun&,
+                                const model::OneBased<model::GroupEffects>&) {
       calls.emplace_back("multi-way");
-      return 0;
     };
     return r;
   }

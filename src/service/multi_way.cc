@@ -1,0 +1,97 @@
+// The multi-way analysis of a report set: reads the groups of inputs that were varied together, ranks them
+// for every selected output, and has a tornado sheet for each output and the table of all combinations
+// written.
+#include "model/multi_way.h"
+
+#include "model/naming.h"
+#include "service/ordvane_reports.h"
+#include "tables/utils.h"
+
+namespace ordvane::service {
+namespace {
+
+using session::log_text;
+
+// Progress texts.
+constexpr std::int16_t kReading = 1020;
+constexpr std::int16_t kDrawing = 1021;
+constexpr std::int16_t kWriting = 1024;
+
+// Caption of the base line where there is none to caption: with several runs.
+constexpr const char* kBaseValueLabel = "Base Value";
+
+}  // namespace
+
+OrdvaneReports::Long OrdvaneReports::multiReport(tables::ReportWorkbook& rWB,
+                                                 const model::OneBased<Long>& isSelectedOutput,
+                                                 const model::Records& trInputs,
+                                                 const model::Records& trOutputs, Long NumIterations,
+                                                 model::OrdvaneOutputMode outputMode, Long runNumber,
+                                                 Long totalRuns) {
+  Long groups = 0;
+  Long recalculations = 0;
+  getInputForIteration(rWB, isSelectedOutput, trInputs, trOutputs, trInputs.size(), trOutputs.size(), groups,
+                       recalculations, NumIterations, outputMode, runNumber, totalRuns);
+  return 0;
+}
+
+OrdvaneReports::Long OrdvaneReports::getInputForIteration(
+    tables::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
+    const model::Records& trInputs, const model::Records& trOutputs, Long inputBound, Long outputBound,
+    Long& groupCount, Long& recalculationCount, Long NumIterations, model::OrdvaneOutputMode outputMode,
+    Long runNumber, Long totalRuns) {
+  session::Session& s = services_->session;
+  const auto progress = [&](std::int16_t id) {
+    tables::ShowProgress(s, s.text(id));
+    s.check_cancel();
+  };
+  s.session_flag = 1;
+  const ReportArguments arguments{s,
+                                  rWB,
+                                  isSelectedOutput,
+                                  trInputs,
+                                  trOutputs,
+                                  NumIterations,
+                                  model::range_mode_of(trInputs),
+                                  outputMode,
+                                  runNumber,
+                                  totalRuns};
+
+  progress(kReading);
+  const model::MultiWayRun run =
+      model::ReadMultiWay(s, trInputs, trOutputs, isSelectedOutput, DefaultMultiGroupSize, runNumber);
+  groupCount = run.groups.size();
+  recalculationCount = run.recalculations;
+  s.log.line(name() + ".getInputForIteration inputs: " + log_text(inputBound) +
+             "   outputs: " + log_text(outputBound) + "   groups: " + log_text(groupCount) +
+             "   recalculations: " + log_text(recalculationCount));
+
+  model::OneBased<model::GroupEffects> effects;
+  for (Long k = 1; k <= isSelectedOutput.size(); ++k) {
+    s.check_cancel();
+    effects.push_back(model::RankGroups(run, trInputs, trOutputs, k, isSelectedOutput(k)));
+  }
+  if (groupCount > 0 && reports_.multi_tornado) {
+    for (Long k = 1; k <= isSelectedOutput.size(); ++k) {
+      progress(kDrawing);
+      const bool one_run = totalRuns <= 1;
+      const Long output = isSelectedOutput(k);
+      const graphs::MultiTornadoOptions options{
+          .max_inputs_per_graph = MaxInputsPerGraph,
+          .inputs_change_threshold = InputsChangeThreshold,
+          .base_value = one_run ? trOutputs(output).BaseValue() : host::kNoBaseValue,
+          .base_label = one_run ? s.CommonString(16) : kBaseValueLabel,
+          .bar_color = BarColor(),
+          .baseline_color = BaselineColor()};
+      graph_or_log("multiReport",
+                   [&] { reports_.multi_tornado(arguments, output, run, effects(k), options); });
+    }
+  }
+  if (reports_.multi_way_detail) {
+    progress(kWriting);
+    reports_.multi_way_detail(arguments, run, effects);
+  }
+  return 0;
+}
+
+}  // namespace ordvane::service
