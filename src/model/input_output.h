@@ -57,7 +57,7 @@ class DralInputOutput {
   // Without rules: those of a record that a client made on its own.
   explicit DralInputOutput(const std::shared_ptr<const NumberRules>& rules = nullptr);
 
-#define ORDVANE_FIELD(type, name) type name{};
+#define ORDVANE_FIELD(number, type, name) type name{};
 #include "model/input_output_fields.def"
 
   double BaseValue() const {
@@ -95,7 +95,7 @@ class DralInputOutput {
   }
 
   // For each table X: its initialiser, X(...) to read, XPut(...) to write.
-#define ORDVANE_TABLE1(name, init, rule)                  \
+#define ORDVANE_TABLE1(number, name, init, rule)          \
   std::int32_t init(std::int32_t l) {                     \
     return name##_.allocate(l);                           \
   }                                                       \
@@ -105,7 +105,7 @@ class DralInputOutput {
   void name##Put(std::int32_t l, double value) {          \
     name##_.put(l, 1, 1, stored(TableRule::rule, value)); \
   }
-#define ORDVANE_TABLE2(name, init, rule)                         \
+#define ORDVANE_TABLE2(number, name, init, rule)                 \
   std::int32_t init(std::int32_t l, std::int32_t j) {            \
     return name##_.allocate(l, j);                               \
   }                                                              \
@@ -115,7 +115,7 @@ class DralInputOutput {
   void name##Put(std::int32_t l, std::int32_t j, double value) { \
     name##_.put(l, j, 1, stored(TableRule::rule, value));        \
   }
-#define ORDVANE_TABLE3(name, init, rule)                                         \
+#define ORDVANE_TABLE3(number, name, init, rule)                                 \
   std::int32_t init(std::int32_t l, std::int32_t j, std::int32_t k) {            \
     return name##_.allocate(l, j, k);                                            \
   }                                                                              \
@@ -136,9 +136,9 @@ class DralInputOutput {
   std::string simple_name_;
   std::string qualified_name_;
 
-#define ORDVANE_TABLE1(name, init, rule) ValueTable name##_;
-#define ORDVANE_TABLE2(name, init, rule) ValueTable name##_;
-#define ORDVANE_TABLE3(name, init, rule) ValueTable name##_;
+#define ORDVANE_TABLE1(number, name, init, rule) ValueTable name##_;
+#define ORDVANE_TABLE2(number, name, init, rule) ValueTable name##_;
+#define ORDVANE_TABLE3(number, name, init, rule) ValueTable name##_;
 #include "model/input_output_fields.def"
 };
 

@@ -14,7 +14,7 @@ class OrdvaneSummary {
   static constexpr std::int32_t kFewestInputsPerGraph = 1;
   static constexpr std::int32_t kMostInputsPerGraph = 32;
 
-#define ORDVANE_FIELD(type, name) type name{};
+#define ORDVANE_FIELD(number, type, name) type name{};
 #include "model/summary_fields.def"
 
   // 0 until set; a set clamps to 1..32.

@@ -47,19 +47,19 @@ class OrdvaneReports {
   OrdvaneReports(const OrdvaneReports&) = delete;
   OrdvaneReports& operator=(const OrdvaneReports&) = delete;
 
-#define ORDVANE_FIELD(type, name) type name{};
+#define ORDVANE_FIELD(number, type, name) type name{};
 #include "service/report_settings.def"
 
-#define ORDVANE_PROPERTY(type, name, initial) \
- private:                                     \
-  type m_##name = initial;                    \
-                                              \
- public:                                      \
-  type name() const {                         \
-    return m_##name;                          \
-  }                                           \
-  void set_##name(type value) {               \
-    m_##name = value;                         \
+#define ORDVANE_PROPERTY(number, type, name, initial) \
+ private:                                             \
+  type m_##name = initial;                            \
+                                                      \
+ public:                                              \
+  type name() const {                                 \
+    return m_##name;                                  \
+  }                                                   \
+  void set_##name(type value) {                       \
+    m_##name = value;                                 \
   }
 #include "service/report_properties.def"
 
