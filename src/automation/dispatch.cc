@@ -1,0 +1,441 @@
+#include "automation/dispatch.h"
+
+#include <cstring>
+#include <new>
+#include <vector>
+
+namespace ordvane::automation {
+namespace {
+
+class Variant : public VARIANT {
+ public:
+  Variant() { VariantInit(this); }
+  Variant(const Variant&) = delete;
+  Variant& operator=(const Variant&) = delete;
+  ~Variant() { VariantClear(this); }
+};
+
+// What a parameter takes.
+struct Kind {
+  VARTYPE type = VT_EMPTY;  // of a value, or of an array's elements
+  bool by_reference = false;
+  bool array = false;
+  IID object = {};  // with VT_DISPATCH
+
+  VARTYPE passed_type() const {
+    return static_cast<VARTYPE>(type | (array ? VT_ARRAY : 0) | (by_reference ? VT_BYREF : 0));
+  }
+};
+
+bool describe(ITypeInfo& info, const TYPEDESC& type, Kind& kind);
+
+bool describe_reference(ITypeInfo& info, HREFTYPE reference, Kind& kind) {
+  ComPtr<ITypeInfo> referred;
+  TYPEATTR* attributes = nullptr;
+  if (FAILED(info.GetRefTypeInfo(reference, referred.receive())) ||
+      FAILED(referred->GetTypeAttr(&attributes)))
+    return false;
+  bool known = true;
+  switch (attributes->typekind) {
+    case TKIND_ENUM:
+      kind.type = VT_I4;
+      break;
+    case TKIND_DISPATCH:
+    case TKIND_INTERFACE:
+      kind.type = VT_DISPATCH;
+      kind.object = attributes->guid;
+      break;
+    case TKIND_ALIAS:
+      known = describe(*referred.get(), attributes->tdescAlias, kind);
+      break;
+    default:
+      known = false;
+  }
+  referred->ReleaseTypeAttr(attributes);
+  return known;
+}
+
+bool describe(ITypeInfo& info, const TYPEDESC& type, Kind& kind) {
+  switch (type.vt) {
+    case VT_PTR: {
+      Kind target;
+      if (!describe(info, *type.lptdesc, target)) return false;
+      // A pointer to an interface is the object itself.
+      const bool names_interface = target.type == VT_DISPATCH && !target.array && !target.by_reference &&
+                                   type.lptdesc->vt == VT_USERDEFINED;
+      kind = target;
+      kind.by_reference = !names_interface;
+      return true;
+    }
+    case VT_SAFEARRAY:
+      if (!describe(info, *type.lptdesc, kind)) return false;
+      kind.array = true;
+      return true;
+    case VT_USERDEFINED:
+      return describe_reference(info, type.hreftype, kind);
+    case VT_DISPATCH:
+      kind.object = IID_IDispatch;
+      [[fallthrough]];
+    case VT_I2:
+    case VT_I4:
+    case VT_R8:
+    case VT_BOOL:
+    case VT_BSTR:
+      kind.type = type.vt;
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool same_text(BSTR a, BSTR b) {
+  const UINT length = SysStringByteLen(a);
+  return length == SysStringByteLen(b) && (length == 0 || std::memcmp(a, b, length) == 0);
+}
+
+// `from` holds no reference.
+bool convert_value(VARIANT& from, VARTYPE to, LCID language, VARIANT& out) {
+  if (from.vt == to) return SUCCEEDED(VariantCopy(&out, &from));
+  switch (from.vt) {
+    case VT_EMPTY:
+      return SUCCEEDED(VariantChangeTypeEx(&out, &from, language, 0, to));
+    case VT_NULL:
+    case VT_ERROR:
+    case VT_DISPATCH:
+    case VT_UNKNOWN:
+      return false;
+    default:
+      if ((from.vt & VT_ARRAY) != 0) return false;
+  }
+  Variant back;
+  if (FAILED(VariantChangeTypeEx(&out, &from, language, 0, to)) ||
+      FAILED(VariantChangeTypeEx(&back, &out, language, 0, from.vt)))
+    return false;
+  if (from.vt == VT_BSTR) return same_text(from.bstrVal, back.bstrVal);
+  return VarCmp(&from, &back, language, 0) == static_cast<HRESULT>(VARCMP_EQ);
+}
+
+bool convert_object(const VARIANT& from, REFIID wanted, VARIANT& out) {
+  if (from.vt != VT_DISPATCH && from.vt != VT_UNKNOWN) return false;
+  out.vt = VT_DISPATCH;
+  out.pdispVal = nullptr;
+  if (from.punkVal == nullptr) return true;
+  void* found = nullptr;
+  if (FAILED(from.punkVal->QueryInterface(wanted, &found))) {
+    out.vt = VT_EMPTY;
+    return false;
+  }
+  out.pdispVal = static_cast<IDispatch*>(found);
+  return true;
+}
+
+bool convert_element(VARIANT& from, const Kind& kind, LCID language, VARIANT& out) {
+  return kind.type == VT_DISPATCH ? convert_object(from, kind.object, out)
+                                  : convert_value(from, kind.type, language, out);
+}
+
+// Any array of one dimension that is not of the wanted type already.
+bool convert_array(SAFEARRAY* from, VARTYPE element, const Kind& kind, LCID language, VARIANT& out) {
+  LONG low = 0;
+  LONG high = -1;
+  if (from == nullptr || SafeArrayGetDim(from) != 1 || FAILED(SafeArrayGetLBound(from, 1, &low)) ||
+      FAILED(SafeArrayGetUBound(from, 1, &high)))
+    return false;
+  const auto read = [&](LONG index, VARIANT& value) {
+    Variant taken;
+    if (element == VT_VARIANT) {
+      if (FAILED(SafeArrayGetElement(from, &index, &taken))) return false;
+      return SUCCEEDED(VariantCopyInd(&value, &taken));
+    }
+    if (FAILED(SafeArrayGetElement(from, &index, &value.llVal))) return false;
+    value.vt = element;
+    return true;
+  };
+
+  LONG first = low;
+  LONG lower_bound = low;
+  if (element == VT_VARIANT && low == 0) {
+    lower_bound = 1;
+    Variant value;
+    if (high >= 0 && read(0, value) && value.vt == VT_EMPTY) first = 1;
+  }
+  SAFEARRAY* made =
+      SafeArrayCreateVector(kind.type, lower_bound, static_cast<ULONG>(high < first ? 0 : high - first + 1));
+  if (made == nullptr) return false;
+  out.vt = static_cast<VARTYPE>(VT_ARRAY | kind.type);
+  out.parray = made;
+  for (LONG index = first; index <= high; ++index) {
+    Variant value;
+    Variant element_value;
+    LONG place = lower_bound + (index - first);
+    if (!read(index, value) || !convert_element(value, kind, language, element_value)) return false;
+    void* data = kind.type == VT_DISPATCH || kind.type == VT_BSTR ? element_value.byref
+                                                                  : static_cast<void*>(&element_value.llVal);
+    if (FAILED(SafeArrayPutElement(made, &place, data))) return false;
+  }
+  return true;
+}
+
+// One argument on its way to the function table.
+struct Passed {
+  Variant value;               // what was made of the client's argument
+  VARIANT slot = {};           // what is passed: the value, or a reference to it or to the client's own
+  VARIANT* written = nullptr;  // the client's reference, when what changes must be converted back to it
+  LONGLONG before = 0;
+};
+
+bool convert(VARIANT& source, const Kind& kind, LCID language, Passed& passed) {
+  VARIANT* given = &source;
+  if (given->vt == (VT_BYREF | VT_VARIANT)) given = given->pvarVal;
+  // The client's own variable, when it has the wanted kind.
+  if (kind.by_reference && kind.type != VT_DISPATCH && given->vt == kind.passed_type()) {
+    passed.slot = *given;
+    return true;
+  }
+
+  Variant plain;
+  if (FAILED(VariantCopyInd(&plain, given))) return false;
+  bool done = false;
+  if (!kind.array) {
+    done = convert_element(plain, kind, language, passed.value);
+  } else if ((plain.vt & VT_ARRAY) != 0) {
+    const auto element = static_cast<VARTYPE>(plain.vt & ~VT_ARRAY);
+    done = element == kind.type && kind.type != VT_DISPATCH
+               ? SUCCEEDED(VariantCopy(&passed.value, &plain))
+               : convert_array(plain.parray, element, kind, language, passed.value);
+  }
+  if (!done) return false;
+  if (!kind.by_reference) {
+    passed.slot = passed.value;
+    return true;
+  }
+  passed.slot.vt = kind.passed_type();
+  passed.slot.byref = &passed.value.llVal;
+  const bool number =
+      !kind.array && (kind.type == VT_I4 || kind.type == VT_I2 || kind.type == VT_R8 || kind.type == VT_BOOL);
+  if (number && (source.vt & VT_BYREF) != 0) {
+    passed.written = &source;
+    passed.before = passed.value.llVal;
+  }
+  return true;
+}
+
+void write_back(Passed& passed, LCID language) {
+  if (passed.written == nullptr || passed.value.llVal == passed.before) return;
+  VARIANT& target = *passed.written;
+  if (target.vt == (VT_BYREF | VT_VARIANT)) {
+    VariantCopy(target.pvarVal, &passed.value);
+    return;
+  }
+  const auto type = static_cast<VARTYPE>(target.vt & ~VT_BYREF);
+  Variant changed;
+  if (FAILED(VariantChangeTypeEx(&changed, &passed.value, language, 0, type))) return;
+  switch (type) {
+    case VT_I1:
+    case VT_UI1:
+      *target.pbVal = changed.bVal;
+      break;
+    case VT_I2:
+    case VT_UI2:
+    case VT_BOOL:
+      *target.piVal = changed.iVal;
+      break;
+    case VT_I4:
+    case VT_UI4:
+    case VT_INT:
+    case VT_UINT:
+    case VT_R4:
+      *target.plVal = changed.lVal;
+      break;
+    case VT_I8:
+    case VT_UI8:
+    case VT_R8:
+    case VT_CY:
+    case VT_DATE:
+      *target.pllVal = changed.llVal;
+      break;
+    default:
+      break;
+  }
+}
+
+// Frees what GetFuncDesc gave.
+class Function {
+ public:
+  explicit Function(ITypeInfo& info) : info_(info) {}
+  Function(const Function&) = delete;
+  Function& operator=(const Function&) = delete;
+  ~Function() {
+    if (description_ != nullptr) info_.ReleaseFuncDesc(description_);
+  }
+
+  // The member in the first of the roles that the call allows.
+  HRESULT find(DISPID member, WORD flags) {
+    ComPtr<ITypeInfo2> search;
+    const HRESULT can_search = info_.QueryInterface(IID_ITypeInfo2, search.receive_void());
+    if (FAILED(can_search)) return can_search;
+    for (const INVOKEKIND kind :
+         {INVOKE_PROPERTYGET, INVOKE_FUNC, INVOKE_PROPERTYPUT, INVOKE_PROPERTYPUTREF}) {
+      UINT index = 0;
+      const bool puts = (kind & (INVOKE_PROPERTYPUT | INVOKE_PROPERTYPUTREF)) != 0;
+      // Scripts assign objects with and without Set.
+      const bool allowed =
+          puts ? (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0 : (flags & kind) != 0;
+      if (allowed && SUCCEEDED(search->GetFuncIndexOfMemId(member, kind, &index)))
+        return info_.GetFuncDesc(index, &description_);
+    }
+    return DISP_E_MEMBERNOTFOUND;
+  }
+  const FUNCDESC& operator*() const { return *description_; }
+
+ private:
+  ITypeInfo& info_;
+  FUNCDESC* description_ = nullptr;
+};
+
+void take_error(HRESULT code, EXCEPINFO* exception) {
+  ComPtr<IErrorInfo> error;
+  const bool described = GetErrorInfo(0, error.receive()) == S_OK;
+  if (exception == nullptr) return;
+  *exception = EXCEPINFO();
+  exception->scode = code;
+  if (!described) return;
+  error->GetSource(&exception->bstrSource);
+  error->GetDescription(&exception->bstrDescription);
+  error->GetHelpFile(&exception->bstrHelpFile);
+  error->GetHelpContext(&exception->dwHelpContext);
+}
+
+constexpr UINT kNone = ~0U;
+
+// Which argument of the client, as an index into rgvarg, goes to each parameter.
+HRESULT match(const DISPPARAMS& given, std::vector<UINT>& places, UINT* wrong_argument) {
+  if (given.cArgs > places.size() || given.cNamedArgs > given.cArgs) return DISP_E_BADPARAMCOUNT;
+  for (UINT i = 0; i < given.cArgs - given.cNamedArgs; ++i) places[i] = given.cArgs - 1 - i;
+  for (UINT i = 0; i < given.cNamedArgs; ++i) {
+    const DISPID name = given.rgdispidNamedArgs[i];
+    const std::size_t place = name == DISPID_PROPERTYPUT ? places.size() - 1 : static_cast<std::size_t>(name);
+    if (place >= places.size() || places[place] != kNone) {
+      if (wrong_argument != nullptr) *wrong_argument = i;
+      return DISP_E_PARAMNOTFOUND;
+    }
+    places[place] = i;
+  }
+  return S_OK;
+}
+
+bool is_missing(const VARIANT& argument) {
+  const VARIANT& value = argument.vt == (VT_BYREF | VT_VARIANT) ? *argument.pvarVal : argument;
+  return value.vt == VT_ERROR && value.scode == DISP_E_PARAMNOTFOUND;
+}
+
+}  // namespace
+
+HRESULT own_type_library(ITypeLib** library) {
+  HMODULE module = nullptr;
+  wchar_t path[32768];
+  if (!GetModuleHandleExW(
+          GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+          reinterpret_cast<const wchar_t*>(&own_type_library), &module) ||
+      GetModuleFileNameW(module, path, ARRAYSIZE(path)) == 0)
+    return HRESULT_FROM_WIN32(GetLastError());
+  return LoadTypeLibEx(path, REGKIND_NONE, library);
+}
+
+HRESULT own_type_info(REFIID interface_id, ITypeInfo** info) {
+  ComPtr<ITypeLib> library;
+  const HRESULT loaded = own_type_library(library.receive());
+  return FAILED(loaded) ? loaded : library->GetTypeInfoOfGuid(interface_id, info);
+}
+
+HRESULT Members::open(REFIID interface_id) {
+  if (functions_) return S_OK;
+  HRESULT status = own_type_info(interface_id, names_.receive());
+  HREFTYPE function_table = 0;
+  if (SUCCEEDED(status)) status = names_->GetRefTypeOfImplType(static_cast<UINT>(-1), &function_table);
+  if (SUCCEEDED(status)) status = names_->GetRefTypeInfo(function_table, functions_.receive());
+  return status;
+}
+
+HRESULT Members::ids_of_names(LPOLESTR* names, UINT count, DISPID* ids) {
+  return DispGetIDsOfNames(names_.get(), names, count, ids);
+}
+
+HRESULT Members::invoke(void* object, const Call& call, const Outcome& outcome) {
+  if (outcome.result != nullptr) VariantInit(outcome.result);
+  if (call.arguments == nullptr) return E_INVALIDARG;
+  try {
+    Function found(*functions_.get());
+    const HRESULT status = found.find(call.member, call.flags);
+    if (FAILED(status)) return status;
+    const FUNCDESC& function = *found;
+
+    auto count = static_cast<std::size_t>(function.cParams);
+    Kind result_kind;
+    const bool gives_result =
+        count > 0 && (function.lprgelemdescParam[count - 1].paramdesc.wParamFlags & PARAMFLAG_FRETVAL) != 0;
+    if (gives_result) {
+      --count;
+      if (!describe(*functions_.get(), function.lprgelemdescParam[count].tdesc, result_kind))
+        return DISP_E_BADVARTYPE;
+    }
+
+    std::vector<UINT> places(count, kNone);
+    const HRESULT matched = match(*call.arguments, places, outcome.wrong_argument);
+    if (FAILED(matched)) return matched;
+
+    std::vector<Passed> passed(count);
+    std::vector<VARTYPE> types;
+    std::vector<VARIANTARG*> slots;
+    for (std::size_t i = 0; i < count; ++i) {
+      const ELEMDESC& parameter = function.lprgelemdescParam[i];
+      Kind kind;
+      if (!describe(*functions_.get(), parameter.tdesc, kind)) return DISP_E_BADVARTYPE;
+      VARIANT* source = places[i] == kNone ? nullptr : &call.arguments->rgvarg[places[i]];
+      if (source == nullptr || is_missing(*source)) {
+        if ((parameter.paramdesc.wParamFlags & PARAMFLAG_FHASDEFAULT) == 0)
+          return source == nullptr ? DISP_E_BADPARAMCOUNT : DISP_E_PARAMNOTOPTIONAL;
+        source = &parameter.paramdesc.pparamdescex->varDefaultValue;
+      }
+      if (!convert(*source, kind, call.language, passed[i])) {
+        if (outcome.wrong_argument != nullptr) *outcome.wrong_argument = places[i] == kNone ? 0 : places[i];
+        return DISP_E_TYPEMISMATCH;
+      }
+      types.push_back(kind.passed_type());
+      slots.push_back(&passed[i].slot);
+    }
+    Variant result;
+    Variant result_slot;
+    if (gives_result) {
+      result.vt = result_kind.type;
+      result_slot.vt = result_kind.passed_type();
+      result_slot.byref = &result.llVal;
+      types.push_back(result_slot.vt);
+      slots.push_back(&result_slot);
+    }
+
+    SetErrorInfo(0, nullptr);
+    Variant returned;
+    const HRESULT called =
+        DispCallFunc(object, static_cast<ULONG_PTR>(function.oVft), CC_STDCALL, VT_I4,
+                     static_cast<UINT>(slots.size()), types.data(), slots.data(), &returned);
+    if (FAILED(called)) return called;
+    if (FAILED(returned.lVal)) {
+      result.vt = VT_EMPTY;  // nothing was given
+      take_error(returned.lVal, outcome.exception);
+      return DISP_E_EXCEPTION;
+    }
+    for (Passed& argument : passed) write_back(argument, call.language);
+    if (outcome.result != nullptr) {
+      *outcome.result = result;
+      result.vt = VT_EMPTY;
+    }
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  } catch (const std::exception&) {
+    return E_UNEXPECTED;
+  }
+}
+
+}  // namespace ordvane::automation
