@@ -117,23 +117,22 @@ class Removal {
  public:
   explicit Removal(HKEY root) : root_(root) {}
   void tree(const std::wstring& key) { keep(RegDeleteTreeW(root_, (kClasses + key).c_str())); }
-  // Only a key without keys below it.
+  // Only a key that holds nothing any more.
   void if_empty(const std::wstring& key) {
-    const LSTATUS status = RegDeleteKeyW(root_, (kClasses + key).c_str());
-    if (exists_below(key)) return;
-    keep(status);
+    if (is_empty(key)) keep(RegDeleteKeyW(root_, (kClasses + key).c_str()));
   }
   LSTATUS status() const { return status_; }
 
  private:
-  bool exists_below(const std::wstring& key) const {
+  bool is_empty(const std::wstring& key) const {
     HKEY opened = nullptr;
     if (RegOpenKeyExW(root_, (kClasses + key).c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return false;
     DWORD keys = 0;
-    RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, nullptr, nullptr, nullptr,
-                     nullptr, nullptr);
+    DWORD values = 0;
+    const LSTATUS asked = RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, &keys, nullptr, nullptr,
+                                           &values, nullptr, nullptr, nullptr, nullptr);
     RegCloseKey(opened);
-    return keys != 0;
+    return asked == ERROR_SUCCESS && keys == 0 && values == 0;
   }
   void keep(LSTATUS status) {
     if (status != ERROR_FILE_NOT_FOUND && status_ == ERROR_SUCCESS) status_ = status;
@@ -148,10 +147,12 @@ LSTATUS remove_all(HKEY root) {
   for (const PublicClass& known : public_classes()) removal.tree(class_key(known));
   for (const PublicInterface& known : public_interfaces()) removal.tree(interface_key(known));
   removal.tree(version_key() + L"\\0\\" + kThisWidth);
+  for (const wchar_t* container : {L"CLSID", L"Interface"}) removal.if_empty(container);
   if (exists(root, version_key() + L"\\0\\" + kOtherWidth)) return removal.status();
   for (const PublicClass& known : public_classes()) removal.tree(program_id(known));
   removal.tree(version_key());
   removal.if_empty(library_key());
+  removal.if_empty(L"TypeLib");
   return removal.status();
 }
 
