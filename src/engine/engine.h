@@ -69,10 +69,15 @@ class Engine {
   // `a`: varied inputs. `b`: standard recalculations of one simulation. `c`: multi-way recalculations of one.
   virtual std::int32_t DRL4_GetVaryMultis(std::int32_t hVars, std::span<std::int32_t> list, std::int32_t& a,
                                           std::int32_t& b, std::int32_t& c) = 0;
-  // The input combinations of the multi-way recalculations `first` to `first` + `count` - 1 (counted from 0
-  // among the multi-way ones). `members`: for each, `membersPerGroup` one-based positions of its inputs, 0
-  // where the group is smaller. `steps`: the same shape, the one-based step each member was at;
-  // `stepsPerGroup` is its row length. Returns 1 and writes nothing when the run has no such recalculation.
+  // Which inputs were varied together, and at which steps, in the multi-way recalculations `first` to
+  // `first` + `count` - 1, counted from 0 among the multi-way ones.
+  //   members          `count` rows of `membersPerGroup` elements: the group's inputs as one-based positions
+  //   in
+  //                    the ordered input list, then 0 where the group has fewer members
+  //   steps            `count` rows of `stepsPerGroup` elements: the one-based step that each member was at,
+  //                    counted within the group, in the order of `members`, then 0
+  // Neighbouring recalculations with the same members belong to one group. Returns 1 and writes nothing when
+  // the run has no such recalculations, an array is too small, or a group has more members than a row holds.
   virtual std::int32_t DRL4_GetUsedVaryMultis(std::int32_t hVars, std::int32_t first, std::int32_t count,
                                               std::span<std::int32_t> members, std::int32_t membersPerGroup,
                                               std::int32_t stepsPerGroup, std::span<std::int32_t> steps) = 0;

@@ -121,7 +121,8 @@ class RowSource {
 // Fields of one row after another.
 class FieldReader {
  public:
-  FieldReader(const RowSource& source, std::size_t columns) : source_(source), columns_(columns) {}
+  FieldReader(const RowSource& source, const RowColumns& columns, std::size_t outputs)
+      : source_(source), leading_(columns), columns_(columns.leading() + outputs) {}
 
   void start(std::string_view row) {
     row_ = row;
@@ -141,27 +142,29 @@ class FieldReader {
     const std::string text = take();
     const std::string wanted = std::to_string(expected);
     if (trimmed(text) != wanted)
-      fail("is " + quoted_text(text) + "; " + wanted +
-           " is expected (rows go by simulation, input and step)");
+      fail("is " + quoted_text(text) + "; " + wanted + " is expected (rows go by " + leading_.order + ")");
   }
 
   double value() {
-    enter();
-    double number = 0;
-    if (quick_number(number)) return number;
-    const std::string text = take();
-    if (text.empty()) return kNaN;
-    if (const auto unusual = unusual_number(text)) return *unusual;
+    std::string text;
+    if (const auto number = number_or_nothing(text)) return *number;
     fail("is " + quoted_text(text) + "; a number or an empty field is expected");
   }
 
-  double result() {
+  void expect_nothing() {
     enter();
-    double number = 0;
-    if (quick_number(number)) return number;
     const std::string text = take();
-    if (text.empty()) return kNaN;
-    if (const auto unusual = unusual_number(text)) return *unusual;
+    if (!text.empty())
+      fail("is " + quoted_text(text) + "; an empty field is expected (the group has fewer members)");
+  }
+
+  [[noreturn]] void fail_value(double value, double wanted) const {
+    fail("is " + value_text(value) + "; " + as_at_this_step(wanted) + " is expected");
+  }
+
+  double result() {
+    std::string text;
+    if (const auto number = number_or_nothing(text)) return *number;
     if (first_invalid_byte(text) != std::string_view::npos)
       fail("is " + quoted_text(text) + ", which is not UTF-8 text");
     return encode_text_result(trimmed(text));
@@ -189,6 +192,16 @@ class FieldReader {
     if (at_ == end_ && (column_ > 0 || row_.empty())) fail_count();
     if (column_ > 0) ++at_;
     ++column_;
+  }
+
+  // The next field's number, NaN for an empty field; nothing for any other, which `text` receives.
+  std::optional<double> number_or_nothing(std::string& text) {
+    enter();
+    double number = 0;
+    if (quick_number(number)) return number;
+    text = take();
+    if (text.empty()) return kNaN;
+    return unusual_number(text);
   }
 
   // Whole, in range, and the field's only content.
@@ -245,8 +258,8 @@ class FieldReader {
   }
 
   std::string column_name() const {
-    return column_ <= kLeadingColumns ? kRowColumns[column_ - 1]
-                                      : "output" + std::to_string(column_ - kLeadingColumns);
+    return column_ <= leading_.leading() ? leading_.names[column_ - 1]
+                                         : "output" + std::to_string(column_ - leading_.leading());
   }
   [[noreturn]] void fail(const std::string& problem) const {
     source_.fail("column " + column_name() + ": " + problem);
@@ -264,14 +277,17 @@ class FieldReader {
     std::string problem = "an empty line; " + wanted + " fields are expected";
     if (!row_.empty())
       problem = std::to_string(fields) + (fields == 1 ? " field; " : " fields; ") + wanted + " are expected";
-    problem += " (simulation, input, step, value and " + std::to_string(columns_ - kLeadingColumns) +
-               (columns_ == kLeadingColumns + 1 ? " output)" : " outputs)");
+    std::string names;
+    for (const std::string& name : leading_.names) names += (names.empty() ? "" : ", ") + name;
+    problem += " (" + names + " and " +
+               counted(static_cast<std::int64_t>(columns_ - leading_.leading()), "output") + ")";
     if (source_.last_line() > source_.line())
       problem += "; a quoted text goes on to line " + std::to_string(source_.last_line());
     fail_row(problem);
   }
 
   const RowSource& source_;
+  const RowColumns& leading_;
   const std::size_t columns_;
   std::string_view row_;
   const char* at_ = nullptr;
@@ -279,60 +295,80 @@ class FieldReader {
   std::size_t column_ = 0;  // the one being read, from 1
 };
 
-void check_header(RowSource& source, FieldReader& fields, std::size_t outputs) {
+void check_header(RowSource& source, FieldReader& fields, const RowColumns& columns, std::size_t outputs) {
   std::string_view row;
   if (!source.next(row)) source.fail("is empty; a line of column names is expected");
   if (row.starts_with(kByteOrderMark)) row.remove_prefix(kByteOrderMark.size());
   if (row.starts_with("\xFF\xFE") || row.starts_with("\xFE\xFF"))
     source.fail("is UTF-16 text; UTF-8 is expected");
   fields.start(row);
-  for (const char* name : kRowColumns) fields.expect_name(name);
+  for (const std::string& name : columns.names) fields.expect_name(name);
   for (std::size_t output = 1; output <= outputs; ++output)
     fields.expect_name("output" + std::to_string(output));
   fields.finish();
 }
 
 // Before room is made for it: a run of this many rows takes a file of at least this size.
-void check_size(const std::filesystem::path& csv, const RowSource& source, const Run& run,
-                std::int64_t rows) {
-  const auto columns = static_cast<std::int64_t>(run.outputs.size() + kLeadingColumns);
+void check_size(const std::filesystem::path& csv, const RowSource& source, std::int64_t columns,
+                std::int64_t rows, const std::string& expected) {
   if (rows <= kUnquestionedValues / columns) return;
   const std::int64_t least = columns + 3;  // commas, a line break and three digits
   std::error_code error;
   const auto size = std::filesystem::file_size(csv, error);
   if (error || static_cast<std::int64_t>(size / static_cast<std::uintmax_t>(least)) < rows)
-    throw BadRun(source.name(), "", "the file is too short: " + rows_expected(run));
+    throw BadRun(source.name(), "", "the file is too short: " + expected);
 }
 
-void check_nothing_follows(RowSource& source, const Run& run) {
+void check_nothing_follows(RowSource& source, const std::string& expected) {
   std::string_view row;
   while (source.next(row))
-    if (!row.empty()) source.fail("a row too many; " + rows_expected(run));
+    if (!row.empty()) source.fail("a row too many; " + expected);
+}
+
+template <class Places>
+void read_row(FieldReader& fields, const RowColumns& columns, std::size_t outputs, Places& places) {
+  for (std::size_t column = 0; column < kPositionColumns; ++column)
+    fields.expect_position(places.expected(column));
+  for (std::size_t column = 0; column < columns.values(); ++column) {
+    if (column >= places.values()) {
+      fields.expect_nothing();
+      continue;
+    }
+    const double value = fields.value();
+    if (const auto wanted = places.set_value(column, value)) fields.fail_value(value, *wanted);
+  }
+  for (std::size_t output = 0; output < outputs; ++output) places.set_result(output, fields.result());
+  fields.finish();
+}
+
+template <class Places>
+void read_csv(const std::filesystem::path& csv, Run& run, std::int64_t rows, const std::string& expected) {
+  const std::size_t outputs = run.outputs.size();
+  const RowColumns columns = Places::columns(run);
+  RowSource source(csv);
+  FieldReader fields(source, columns, outputs);
+  check_header(source, fields, columns, outputs);
+  check_size(csv, source, static_cast<std::int64_t>(columns.leading() + outputs), rows, expected);
+  std::string_view row;
+  std::int64_t read = 0;
+  for (Places places(run); !places.done(); places.next(), ++read) {
+    if (!source.next(row)) source.fail("the file ends after " + counted(read, "row") + "; " + expected);
+    fields.start(row);
+    read_row(fields, columns, outputs, places);
+  }
+  check_nothing_follows(source, expected);
 }
 
 }  // namespace
 
 void read_csv_rows(const std::filesystem::path& csv, Run& run) {
   const std::int64_t rows = count_rows(run, run.file.string());
-  const std::size_t outputs = run.outputs.size();
-  RowSource source(csv);
-  FieldReader fields(source, kLeadingColumns + outputs);
-  check_header(source, fields, outputs);
-  check_size(csv, source, run, rows);
-  std::string_view row;
-  std::int64_t read = 0;
-  for (RowPlaces places(run); !places.done(); places.next(), ++read) {
-    if (!source.next(row))
-      source.fail("the file ends after " + std::to_string(read) + (read == 1 ? " row; " : " rows; ") +
-                  rows_expected(run));
-    fields.start(row);
-    for (std::size_t column = 0; column + 1 < kLeadingColumns; ++column)
-      fields.expect_position(places.expected(column));
-    places.set_value(fields.value());
-    for (std::size_t output = 0; output < outputs; ++output) places.set_result(output, fields.result());
-    fields.finish();
-  }
-  check_nothing_follows(source, run);
+  read_csv<StepPlaces>(csv, run, rows, rows_expected(run, run.recalculations));
+}
+
+void read_csv_group_rows(const std::filesystem::path& csv, Run& run) {
+  const std::int64_t rows = count_group_rows(run, run.file.string());
+  read_csv<GroupPlaces>(csv, run, rows, rows_expected(run, run.group_recalculations));
 }
 
 }  // namespace ordvane::runfile

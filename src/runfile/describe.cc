@@ -6,9 +6,13 @@
 #include <chrono>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <set>
 #include <span>
 
+#include "host/error.h"
+#include "model/combinations.h"
+#include "runfile/recalculations.h"
 #include "runfile/utf8.h"
 #include "runfile/values.h"
 
@@ -134,7 +138,8 @@ class Description {
     std::string books;
     for (const std::string& book : books_) books += (books.empty() ? "" : ", ") + one_line(book);
     const std::string each = std::to_string(run_.recalculations);
-    const auto results = static_cast<std::int64_t>(run_.output_values.size());
+    const auto results =
+        static_cast<std::int64_t>(run_.output_values.size() + run_.group_output_values.size());
     table.add({"File", one_line(run_.file.string())});
     table.add({books_.size() == 1 ? "Workbook" : "Workbooks", books});
     table.add({"Simulations", std::to_string(run_.simulations)});
@@ -144,10 +149,40 @@ class Description {
                                      ? each
                                      : std::to_string(run_.simulations * run_.recalculations) + " (" + each +
                                            " per simulation)"});
+    if (!run_.groups.empty()) {
+      table.add({"Groups of inputs", groups_text()});
+      table.add({"Multi-way", counted(run_.group_recalculations, "combination") + " of steps" +
+                                  (run_.simulations == 1 ? "" : " per simulation")});
+    }
     table.add({"Results", std::to_string(results) +
                               (others == 0 ? ", all of them numbers"
                                            : ", " + std::to_string(others) + " of them not numbers")});
     return "Run file\n" + table.text();
+  }
+
+  // "12: 10 of 2 inputs (10 possible), 2 of 3 inputs (10 possible)"
+  std::string groups_text() const {
+    std::map<std::size_t, std::int64_t> by_size;
+    for (const Group& group : run_.groups) ++by_size[group.members.size()];
+    std::size_t kept = 0;
+    for (const Input& input : run_.inputs) kept += input.saved_samples ? 1 : 0;
+    std::string text = std::to_string(run_.groups.size()) + ": ";
+    for (const auto& [size, count] : by_size)
+      text += (size == by_size.begin()->first ? "" : ", ") + std::to_string(count) + " of " +
+              std::to_string(size) + " inputs (" + possible_groups(kept, size) + " possible)";
+    return text;
+  }
+
+  static std::string possible_groups(std::size_t inputs, std::size_t size) {
+    constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max());
+    const std::string too_many = "more than can be counted are";
+    if (inputs > kMost) return too_many;
+    try {
+      return std::to_string(
+          model::Combinations(static_cast<std::int16_t>(inputs), static_cast<std::int16_t>(size)));
+    } catch (const host::Error&) {
+      return too_many;
+    }
   }
 
   // The book is said only where there are several.
@@ -182,9 +217,12 @@ class Description {
     for (std::size_t i = 0; i < run_.outputs.size(); ++i) {
       const Output& output = run_.outputs[i];
       Extent results;
-      for (std::int32_t simulation = 0; simulation < run_.simulations; ++simulation)
+      for (std::int32_t simulation = 0; simulation < run_.simulations; ++simulation) {
         results.add({run_.output_values.data() + run_.output_value_index(simulation, i, 0),
                      static_cast<std::size_t>(run_.recalculations)});
+        results.add({run_.group_output_values.data() + run_.group_output_index(simulation, i, 0),
+                     static_cast<std::size_t>(run_.group_recalculations)});
+      }
       others += results.others;
       table.add({std::to_string(i + 1), name_text(output), cell_text(output), base_text(output),
                  extent_text(output, results), std::to_string(results.others), remark(output, results)});

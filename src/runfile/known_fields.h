@@ -6,7 +6,7 @@
 
 namespace ordvane::runfile {
 
-enum class Section { kRun, kInput, kOutput, kLabel };
+enum class Section { kRun, kInput, kOutput, kLabel, kGroup, kAllGroups };
 
 struct KnownField {
   std::string_view name;

@@ -8,10 +8,13 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <span>
 #include <system_error>
 #include <tuple>
 
+#include "host/error.h"
+#include "model/combinations.h"
 #include "model/text.h"
 #include "runfile/cell_address.h"
 #include "runfile/json_tree.h"
@@ -27,6 +30,8 @@ constexpr const char* kFormat = "ordvane-run";
 constexpr std::int64_t kVersion = 1;
 constexpr std::int32_t kMostSteps = 32767;
 constexpr std::int64_t kMostLong = 2147483647;
+constexpr std::int32_t kLargestGroup = 32;
+constexpr std::int32_t kMostGroups = 10'000'000;
 constexpr std::int32_t kLongestSheetName = 31;
 constexpr std::int32_t kLongestBookName = 255;
 constexpr std::size_t kLargestFile = std::size_t{1} << 30;
@@ -97,6 +102,34 @@ std::optional<double> number_or_null(const JsonValue& value) {
   return value.number();
 }
 
+struct GroupEntry {
+  std::vector<std::int64_t> members;  // positions of inputs, from 1
+  std::vector<std::int32_t> steps;
+};
+
+struct AllGroups {
+  std::int32_t size = 0, steps = 0;
+};
+
+std::vector<std::int64_t> positions(const JsonValue& value) {
+  if (!value.data().is_array()) value.fail_expecting("a list of positions of inputs");
+  const std::size_t count = value.data().size();
+  if (count < 2 || count > static_cast<std::size_t>(kLargestGroup))
+    value.fail("has " + std::to_string(count) + (count == 1 ? " element" : " elements") + "; 2 to " +
+               std::to_string(kLargestGroup) + " are expected");
+  std::vector<std::int64_t> list;
+  for (std::size_t i = 0; i < count; ++i) list.push_back(value.element(i).integer(1, kMostLong));
+  return list;
+}
+
+std::vector<std::int32_t> step_counts(const JsonValue& value) {
+  const auto count = [](const JsonValue& v) { return static_cast<std::int32_t>(v.integer(1, kMostSteps)); };
+  if (!value.data().is_array()) return {count(value)};
+  std::vector<std::int32_t> list;
+  for (std::size_t i = 0; i < value.data().size(); ++i) list.push_back(count(value.element(i)));
+  return list;
+}
+
 constexpr auto kLabelFields = std::to_array<Field<LabelCell>>({
     {"cell", true, [](const JsonValue& v, LabelCell& label) { label.cell = cell_text(v); }},
     {"text", true, [](const JsonValue& v, LabelCell& label) { label.text = v.text(); }},
@@ -137,7 +170,27 @@ constexpr auto kOutputFields = std::to_array<Field<Output>>({
      }},
 });
 
+// A group as the file writes it. One number of steps stands for all members.
+constexpr auto kGroupFields = std::to_array<Field<GroupEntry>>({
+    {"members", true, [](const JsonValue& v, GroupEntry& group) { group.members = positions(v); }},
+    {"steps", true, [](const JsonValue& v, GroupEntry& group) { group.steps = step_counts(v); }},
+});
+
+// Every group of a size, in short.
+constexpr auto kAllGroupsFields = std::to_array<Field<AllGroups>>({
+    {"size", true,
+     [](const JsonValue& v, AllGroups& all) {
+       all.size = static_cast<std::int32_t>(v.integer(2, kLargestGroup));
+     }},
+    {"steps", true,
+     [](const JsonValue& v, AllGroups& all) {
+       all.steps = static_cast<std::int32_t>(v.integer(1, kMostSteps));
+     }},
+});
+
+void read_groups(const JsonValue& value, Run& run);
 void read_recalculations(const JsonValue& value, Run& run);
+void read_group_recalculations(const JsonValue& value, Run& run);
 void check_places(const JsonValue& list, std::span<const Item* const> items);
 
 template <class T>
@@ -164,7 +217,9 @@ constexpr auto kRunFields = std::to_array<Field<Run>>({
      }},
     {"inputs", true, [](const JsonValue& v, Run& run) { read_items(v, "inputs", run.inputs); }},
     {"outputs", true, [](const JsonValue& v, Run& run) { read_items(v, "outputs", run.outputs); }},
+    {"groups", false, read_groups},
     {"recalculations", true, read_recalculations},
+    {"groupRecalculations", false, read_group_recalculations},
 });
 
 // The tables of one kind of object, and what its fields have to fulfil together.
@@ -174,7 +229,20 @@ struct Rules;
 // --- fields that depend on each other -----------------------------------------------------------
 
 void complete(const JsonValue&, LabelCell&) {}
-void complete(const JsonValue&, Run&) {}
+void complete(const JsonValue&, AllGroups&) {}
+
+void complete(const JsonValue& value, Run& run) {
+  if (!run.groups.empty() && !value.has("groupRecalculations"))
+    value.fail("the field \"groupRecalculations\" is missing; the groups need it");
+}
+
+void complete(const JsonValue& value, GroupEntry& group) {
+  if (group.steps.size() == 1) group.steps.resize(group.members.size(), group.steps.front());
+  if (group.steps.size() != group.members.size())
+    value.member("steps").fail("has " + std::to_string(group.steps.size()) + " elements for " +
+                               std::to_string(group.members.size()) +
+                               " members; one each, or one number for all, is expected");
+}
 
 void complete_item(const JsonValue& value, Item& item) {
   const Cell cell = *parse_cell(item.cell);
@@ -240,6 +308,14 @@ struct Rules<Input> {
 template <>
 struct Rules<Output> {
   static constexpr auto tables = std::tie(kItemFields, kOutputFields);
+};
+template <>
+struct Rules<GroupEntry> {
+  static constexpr auto tables = std::tie(kGroupFields);
+};
+template <>
+struct Rules<AllGroups> {
+  static constexpr auto tables = std::tie(kAllGroupsFields);
 };
 template <>
 struct Rules<Run> {
@@ -315,6 +391,94 @@ std::filesystem::path csv_path(const JsonValue& value, const Run& run) {
                      std::find(path.begin(), path.end(), "..") == path.end();
   if (!plain) value.fail_expecting("the name of a CSV file beside the run file, such as model.run.csv,");
   return run.file.parent_path() / path;
+}
+
+// Multiplies the steps; more combinations than can be counted are refused.
+Group make_group(const JsonValue& value, std::vector<std::size_t> members, std::vector<std::int32_t> steps) {
+  Group group{std::move(members), std::move(steps)};
+  group.combinations = 1;
+  for (const std::int32_t count : group.steps) {
+    group.combinations *= count;
+    if (group.combinations > kMostLong)
+      value.fail("has more combinations of steps than can be counted: at most 2147483647 are possible");
+  }
+  return group;
+}
+
+// The inputs that keep their values; the others cannot be shown in a report.
+std::vector<std::size_t> kept_inputs(const Run& run) {
+  std::vector<std::size_t> kept;
+  for (std::size_t i = 0; i < run.inputs.size(); ++i)
+    if (run.inputs[i].saved_samples) kept.push_back(i);
+  return kept;
+}
+
+Group checked_group(const JsonValue& value, const GroupEntry& entry, const Run& run) {
+  std::vector<std::size_t> members;
+  for (std::size_t m = 0; m < entry.members.size(); ++m) {
+    const JsonValue member = value.member("members").element(m);
+    if (entry.members[m] > static_cast<std::int64_t>(run.inputs.size()))
+      member.fail("is " + member.shown() + "; a position of an input, 1 to " +
+                  std::to_string(run.inputs.size()) + ", is expected");
+    const auto input = static_cast<std::size_t>(entry.members[m] - 1);
+    if (std::find(members.begin(), members.end(), input) != members.end())
+      member.fail("is " + member.shown() + ", which is a member already");
+    if (!run.inputs[input].saved_samples)
+      member.fail("is " + member.shown() + ", an input without saved samples");
+    members.push_back(input);
+  }
+  return make_group(value, std::move(members), entry.steps);
+}
+
+// Every group of the size, in the order of the inputs.
+void read_all_groups(const JsonValue& value, Run& run) {
+  AllGroups all;
+  read_object(value, all);
+  const std::vector<std::size_t> kept = kept_inputs(run);
+  const auto size = static_cast<std::size_t>(all.size);
+  if (size > kept.size())
+    value.member("size").fail("is " + std::to_string(size) + "; the run has " + std::to_string(kept.size()) +
+                              " inputs with saved samples");
+  std::int32_t count = kMostGroups + 1;
+  try {
+    if (kept.size() <= static_cast<std::size_t>(kMostSteps))
+      count =
+          model::Combinations(static_cast<std::int16_t>(kept.size()), static_cast<std::int16_t>(all.size));
+  } catch (const host::Error&) {
+    // More than 32 bits count: more than the limit.
+  }
+  if (count > kMostGroups)
+    value.member("size").fail("gives more groups of " + std::to_string(size) + " of " +
+                              std::to_string(kept.size()) + " inputs than a run can hold (" +
+                              std::to_string(kMostGroups) + ")");
+  std::vector<std::size_t> chosen(size);
+  std::iota(chosen.begin(), chosen.end(), std::size_t{0});
+  for (std::int32_t made = 0; made < count; ++made) {
+    std::vector<std::size_t> members;
+    for (const std::size_t place : chosen) members.push_back(kept[place]);
+    run.groups.push_back(make_group(value, std::move(members), std::vector<std::int32_t>(size, all.steps)));
+    // The last place that can move on does, and those behind it follow.
+    std::size_t moved = size;
+    while (moved > 0 && chosen[moved - 1] == kept.size() - size + moved - 1) --moved;
+    if (moved == 0) break;
+    ++chosen[moved - 1];
+    for (std::size_t place = moved; place < size; ++place) chosen[place] = chosen[place - 1] + 1;
+  }
+}
+
+void read_groups(const JsonValue& value, Run& run) {
+  if (value.data().is_object()) return read_all_groups(value, run);
+  std::vector<GroupEntry> entries;
+  read_list(value, "groups", entries);
+  for (std::size_t g = 0; g < entries.size(); ++g)
+    run.groups.push_back(checked_group(value.element(g), entries[g], run));
+}
+
+void read_group_recalculations(const JsonValue& value, Run& run) {
+  if (run.groups.empty()) value.fail("is there without the field \"groups\"");
+  if (value.data().is_string()) return read_csv_group_rows(csv_path(value, run), run);
+  if (!value.data().is_array()) value.fail_expecting("the name of a CSV file or a list of rows");
+  read_inline_group_rows(value, run);
 }
 
 void read_recalculations(const JsonValue& value, Run& run) {
@@ -396,6 +560,10 @@ std::vector<KnownField> known_fields(Section section) {
       return fields_of<Output>();
     case Section::kLabel:
       return fields_of<LabelCell>();
+    case Section::kGroup:
+      return fields_of<GroupEntry>();
+    case Section::kAllGroups:
+      return fields_of<AllGroups>();
   }
   return {};
 }

@@ -1,36 +1,47 @@
-// The recalculated values of a run: one row per simulation, input and step, in this order, from the list in
-// the run file or from a CSV file beside it.
+// The recalculated values of a run, from a list in the run file or from a CSV file beside it: one row per
+// simulation, input and step, in this order; and one per simulation, group and combination.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "runfile/json_tree.h"
 #include "runfile/run.h"
 
 namespace ordvane::runfile {
 
-inline constexpr const char* kRowColumns[] = {"simulation", "input", "step", "value"};
-inline constexpr std::size_t kLeadingColumns = 4;
+inline constexpr std::size_t kPositionColumns = 3;
 
-// Where the rows of a complete run go. Walks through them in order.
-class RowPlaces {
+// The columns before the results: three positions, then what inputs were set to.
+struct RowColumns {
+  std::vector<std::string> names;
+  std::string order;  // what the rows go by, for messages
+
+  std::size_t leading() const { return names.size(); }
+  std::size_t values() const { return names.size() - kPositionColumns; }
+};
+
+// Where the rows of the inputs varied one at a time go. Walks through them in order.
+class StepPlaces {
  public:
   // Makes room for the values of every row. The run's inputs, outputs and simulations are known.
-  explicit RowPlaces(Run& run);
+  explicit StepPlaces(Run& run);
+  static RowColumns columns(const Run& run);
 
-  // The row to be stored next. The three are counted from 1.
+  // The row to be stored next. Positions are counted from 1.
   bool done() const { return simulation_ >= run_.simulations; }
-  std::int32_t simulation() const { return simulation_ + 1; }
-  std::int32_t input() const { return static_cast<std::int32_t>(input_) + 1; }
-  std::int32_t step() const { return step_ + 1; }
   std::int32_t expected(std::size_t column) const {
-    return column == 0 ? simulation() : column == 1 ? input() : step();
+    return column == 0 ? simulation_ + 1 : column == 1 ? static_cast<std::int32_t>(input_) + 1 : step_ + 1;
   }
-
-  void set_value(double value) {
+  // How many value columns the row fills; the rest is empty.
+  std::size_t values() const { return 1; }
+  // Stores a value; gives the one that has to stand there instead when it is another.
+  std::optional<double> set_value(std::size_t /*column*/, double value) {
     run_.input_values[run_.input_value_index(simulation_, recalculation_)] = value;
+    return std::nullopt;
   }
   void set_result(std::size_t output, double value) {
     run_.output_values[run_.output_value_index(simulation_, output, recalculation_)] = value;
@@ -45,15 +56,54 @@ class RowPlaces {
   std::int64_t recalculation_ = 0;
 };
 
+// The same for the groups, which are known. A member has one value at a step, whatever the others are at.
+class GroupPlaces {
+ public:
+  explicit GroupPlaces(Run& run);
+  static RowColumns columns(const Run& run);
+
+  bool done() const { return simulation_ >= run_.simulations; }
+  std::int32_t expected(std::size_t column) const {
+    return column == 0   ? simulation_ + 1
+           : column == 1 ? static_cast<std::int32_t>(group_) + 1
+                         : static_cast<std::int32_t>(combination_) + 1;
+  }
+  std::size_t values() const { return group().members.size(); }
+  std::optional<double> set_value(std::size_t member, double value);
+  void set_result(std::size_t output, double value) {
+    run_.group_output_values[run_.group_output_index(simulation_, output, group().first + combination_)] =
+        value;
+  }
+  void next();
+
+ private:
+  const Group& group() const { return run_.groups[group_]; }
+  void enter_group();
+
+  Run& run_;
+  std::int32_t simulation_ = 0;
+  std::size_t group_ = 0;
+  std::int64_t combination_ = 0;
+  std::vector<std::int64_t> strides_;  // of the group's members
+};
+
 // Rows of the whole run: simulations times recalculations. Throws BadRun when they, or the values in them,
 // are more than the engine can count.
 std::int64_t count_rows(Run& run, const std::string& file);
+std::int64_t count_group_rows(Run& run, const std::string& file);
 // "34 rows are expected (1 simulation of 34 recalculations)"
-std::string rows_expected(const Run& run);
+std::string rows_expected(const Run& run, std::int64_t recalculations);
+// "3 rows"
+std::string counted(std::int64_t count, const char* what);
+// "4.5, as in the rows before at this step": the value that has to stand there.
+std::string as_at_this_step(double value);
+std::string value_text(double value);
 // What a text result stands for: a spreadsheet error, or any other text.
 double encode_text_result(std::string_view text);
 
 void read_inline_rows(const JsonValue& rows, Run& run);
+void read_inline_group_rows(const JsonValue& rows, Run& run);
 void read_csv_rows(const std::filesystem::path& csv, Run& run);
+void read_csv_group_rows(const std::filesystem::path& csv, Run& run);
 
 }  // namespace ordvane::runfile

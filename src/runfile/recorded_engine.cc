@@ -96,6 +96,15 @@ struct ListedInput {
   std::size_t item;          // position among all inputs of the run
   std::int64_t recorded_at;  // first recalculation in the run
   std::int32_t first;        // first recalculation as the engine counts them
+  bool in_groups = false;
+};
+
+// A group of the run as the engine counts.
+struct GroupPlace {
+  const Group* group;
+  std::vector<std::size_t> members;   // zero-based places in the ordered list
+  std::vector<std::int64_t> strides;  // how many combinations one step of each lasts
+  std::int64_t end() const { return group->first + group->combinations; }
 };
 
 // The item's own part of its formula, by one-based positions of UTF-16 units. Without a function of its own
@@ -151,6 +160,17 @@ class RecordedEngine : public engine::Engine {
       recorded_at += input.steps;
     }
     recalculations_ = static_cast<std::int32_t>(first);
+    std::vector<std::size_t> place(run_->inputs.size());  // in the ordered list, by input
+    for (std::size_t l = 0; l < listed_.size(); ++l) place[listed_[l].item] = l;
+    for (const Group& group : run_->groups) {
+      GroupPlace in_list{&group, {}, {}};
+      for (std::size_t m = 0; m < group.members.size(); ++m) {
+        in_list.members.push_back(place[group.members[m]]);
+        in_list.strides.push_back(group.stride(m));
+        listed_[place[group.members[m]]].in_groups = true;
+      }
+      groups_.push_back(std::move(in_list));
+    }
     for (const Output& output : run_->outputs) places_[kOutput].add(output);
   }
 
@@ -184,7 +204,7 @@ class RecordedEngine : public engine::Engine {
   std::int32_t DRL4_GetSimStats(std::int32_t, std::int32_t& numberOfSimulations,
                                 std::int32_t& numberOfIterations) override {
     numberOfSimulations = run_->simulations;
-    numberOfIterations = recalculations_;
+    numberOfIterations = recalculations_ + group_recalculations();
     return kDone;
   }
 
@@ -205,7 +225,7 @@ class RecordedEngine : public engine::Engine {
                                   std::int32_t& b, std::int32_t& c) override {
     a = static_cast<std::int32_t>(listed_.size());
     b = recalculations_;
-    c = 0;
+    c = group_recalculations();
     const std::size_t fitting = std::min(listed_.size(), list.size() / 2);
     for (std::size_t i = 0; i < fitting; ++i) {
       list[2 * i] = static_cast<std::int32_t>(i) + 1;
@@ -214,9 +234,35 @@ class RecordedEngine : public engine::Engine {
     return fitting == listed_.size() ? kDone : kRefused;
   }
 
-  std::int32_t DRL4_GetUsedVaryMultis(std::int32_t, std::int32_t, std::int32_t, std::span<std::int32_t>,
-                                      std::int32_t, std::int32_t, std::span<std::int32_t>) override {
-    return kRefused;
+  std::int32_t DRL4_GetUsedVaryMultis(std::int32_t, std::int32_t first, std::int32_t count,
+                                      std::span<std::int32_t> members, std::int32_t membersPerGroup,
+                                      std::int32_t stepsPerGroup, std::span<std::int32_t> steps) override {
+    if (first < 0 || count < 1 || count > group_recalculations() - first) return kRefused;
+    const std::int32_t row = std::min(membersPerGroup, stepsPerGroup);
+    const auto holds = [&](std::span<std::int32_t> cells, std::int32_t width) {
+      return width > 0 && cells.size() / static_cast<std::size_t>(width) >= static_cast<std::size_t>(count);
+    };
+    if (!holds(members, membersPerGroup) || !holds(steps, stepsPerGroup)) return kRefused;
+    const std::int64_t last = std::int64_t{first} + count - 1;
+    for (auto group = group_at(first); group != groups_.end() && group->group->first <= last; ++group)
+      if (group->members.size() > static_cast<std::size_t>(row)) return kRefused;
+    std::ranges::fill(members, 0);
+    std::ranges::fill(steps, 0);
+    auto group = group_at(first);
+    for (std::int32_t r = 0; r < count; ++r) {
+      const std::int64_t recalculation = std::int64_t{first} + r;
+      while (recalculation >= group->end()) ++group;
+      for (std::size_t m = 0; m < group->members.size(); ++m) {
+        const auto at = [&](std::int32_t width) {
+          return static_cast<std::size_t>(r) * static_cast<std::size_t>(width) + m;
+        };
+        members[at(membersPerGroup)] = static_cast<std::int32_t>(group->members[m]) + 1;
+        steps[at(stepsPerGroup)] = static_cast<std::int32_t>((recalculation - group->group->first) /
+                                                             group->strides[m] % group->group->steps[m]) +
+                                   1;
+      }
+    }
+    return kDone;
   }
 
   std::int32_t DRL4_GetVaryCountList(std::int32_t, std::span<std::int16_t> list,
@@ -231,14 +277,26 @@ class RecordedEngine : public engine::Engine {
                                                std::int32_t run, std::int32_t first, std::int32_t last,
                                                std::span<double> data, std::int32_t) override {
     if (!has_item(kind, index) || run < 0 || run >= run_->simulations) return kRefused;
-    if (first < 0 || first > last || first >= recalculations_) return kRefused;
+    const std::int32_t recorded = recalculations_ + group_recalculations();
+    if (first < 0 || first > last || first >= recorded) return kRefused;
     const auto wanted = static_cast<std::size_t>(last) - static_cast<std::size_t>(first) + 1;
-    const auto recorded = static_cast<std::size_t>(recalculations_ - first);
-    data = data.first(std::min({wanted, recorded, data.size()}));
-    if (kind == kInput)
-      copy_input(listed_[static_cast<std::size_t>(index)], run, first, data);
-    else
-      copy_output(static_cast<std::size_t>(index), run, first, data);
+    data = data.first(std::min({wanted, static_cast<std::size_t>(recorded - first), data.size()}));
+    const auto standard =
+        std::min(data.size(), static_cast<std::size_t>(std::max(recalculations_ - first, 0)));
+    const std::int64_t multi_way = std::max(first - recalculations_, 0);
+    if (kind == kInput) {
+      const ListedInput& listed = listed_[static_cast<std::size_t>(index)];
+      std::ranges::fill(data, listed.input->base.value_or(std::numeric_limits<double>::quiet_NaN()));
+      if (standard > 0) copy_input(listed, run, first, data.first(standard));
+      copy_group_input(static_cast<std::size_t>(index), run, multi_way, data.subspan(standard));
+    } else {
+      const auto output = static_cast<std::size_t>(index);
+      if (standard > 0) copy_output(output, run, first, data.first(standard));
+      const auto rest = data.subspan(standard);
+      if (!rest.empty())
+        std::copy_n(run_->group_output_values.data() + run_->group_output_index(run, output, multi_way),
+                    rest.size(), rest.begin());
+    }
     return data.size() == wanted ? kDone : kRefused;
   }
 
@@ -266,7 +324,7 @@ class RecordedEngine : public engine::Engine {
     formula = listed.input->formula;
     std::tie(functionStart, functionStop) = function_position(*listed.input);
     isLocked = flag(listed.input->locked);
-    isMulti = 0;
+    isMulti = flag(listed.in_groups);
     rangeType = 0;
     distForRange = 0;
     std::tie(minChange, maxChange) = range_of_variation(listed);
@@ -379,7 +437,6 @@ class RecordedEngine : public engine::Engine {
   // Recalculations `first` and following, as many as `data` has room for; all of them exist.
   void copy_input(const ListedInput& listed, std::int32_t run, std::int32_t first,
                   std::span<double> data) const {
-    std::ranges::fill(data, listed.input->base.value_or(std::numeric_limits<double>::quiet_NaN()));
     copy_steps(listed, run_->input_values.data() + run_->input_value_index(run, listed.recorded_at), first,
                data);
   }
@@ -403,7 +460,31 @@ class RecordedEngine : public engine::Engine {
     if (from < to) std::copy(steps + (from - start), steps + (to - start), data.begin() + from);
   }
 
+  std::int32_t group_recalculations() const { return static_cast<std::int32_t>(run_->group_recalculations); }
+
+  // The group of this multi-way recalculation, counted from 0; the end when there is none.
+  std::vector<GroupPlace>::const_iterator group_at(std::int64_t recalculation) const {
+    return std::partition_point(groups_.begin(), groups_.end(),
+                                [&](const GroupPlace& group) { return group.end() <= recalculation; });
+  }
+
+  // Puts what one input was set to where it is a member into `data`, which starts at multi-way recalculation
+  // `first`.
+  void copy_group_input(std::size_t place, std::int32_t run, std::int64_t first,
+                        std::span<double> data) const {
+    const std::int64_t stop = first + static_cast<std::int64_t>(data.size());
+    for (auto group = group_at(first); group != groups_.end() && group->group->first < stop; ++group) {
+      const auto member = std::ranges::find(group->members, place);
+      if (member == group->members.end()) continue;
+      const auto m = static_cast<std::size_t>(member - group->members.begin());
+      for (std::int64_t r = std::max(first, group->group->first); r < std::min(stop, group->end()); ++r)
+        data[static_cast<std::size_t>(r - first)] =
+            run_->group_input_values[run_->group_value_index(run, *group->group, r - group->group->first, m)];
+    }
+  }
+
   std::shared_ptr<const Run> run_;
+  std::vector<GroupPlace> groups_;
   std::int32_t sampling_type_;
   std::int32_t recalculations_ = 0;  // of the listed inputs
   std::vector<ListedInput> listed_;

@@ -53,6 +53,23 @@ struct Output : Item {
   std::int32_t range_index = 0;  // one-based place in it; 0 for none
 };
 
+// Inputs that were varied together: every combination of the members' steps was recalculated once, the last
+// member's step changing fastest.
+struct Group {
+  std::vector<std::size_t> members;  // zero-based positions in Run::inputs; 2 or more, none twice
+  std::vector<std::int32_t> steps;   // number of steps of each member
+  std::int64_t combinations = 0;     // product of the steps
+  std::int64_t first = 0;            // its first recalculation, among the multi-way ones of a simulation
+  std::size_t first_value = 0;  // where its first member value stands in a simulation's group_input_values
+
+  // How many combinations one step of a member lasts.
+  std::int64_t stride(std::size_t member) const {
+    std::int64_t stride = 1;
+    for (std::size_t m = member + 1; m < steps.size(); ++m) stride *= steps[m];
+    return stride;
+  }
+};
+
 // Values are kept as the engine hands them out: numbers; NaN for an empty field; encoded errors
 // (runfile/values.h).
 struct Run {
@@ -67,6 +84,15 @@ struct Run {
   // [simulation][output][recalculation]
   std::vector<double> output_values;
 
+  // Multi-way recalculations, which follow the ones above: the groups in order, each one's combinations.
+  std::vector<Group> groups;
+  std::int64_t group_recalculations = 0;  // of one simulation
+  std::size_t group_values = 0;           // member values of one simulation
+  // [simulation][recalculation][member]: rows as long as the recalculation's group has members
+  std::vector<double> group_input_values;
+  // [simulation][output][recalculation]
+  std::vector<double> group_output_values;
+
   std::size_t input_value_index(std::int32_t simulation, std::int64_t recalculation) const {
     return static_cast<std::size_t>(simulation * recalculations + recalculation);
   }
@@ -74,6 +100,17 @@ struct Run {
                                  std::int64_t recalculation) const {
     return (static_cast<std::size_t>(simulation) * outputs.size() + output) *
                static_cast<std::size_t>(recalculations) +
+           static_cast<std::size_t>(recalculation);
+  }
+  std::size_t group_value_index(std::int32_t simulation, const Group& group, std::int64_t combination,
+                                std::size_t member) const {
+    return static_cast<std::size_t>(simulation) * group_values + group.first_value +
+           static_cast<std::size_t>(combination) * group.members.size() + member;
+  }
+  std::size_t group_output_index(std::int32_t simulation, std::size_t output,
+                                 std::int64_t recalculation) const {
+    return (static_cast<std::size_t>(simulation) * outputs.size() + output) *
+               static_cast<std::size_t>(group_recalculations) +
            static_cast<std::size_t>(recalculation);
   }
 };

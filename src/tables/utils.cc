@@ -76,17 +76,6 @@ TableNumber table_number(const model::NumberRules& rules, double value, double d
   return {.number = value};
 }
 
-// Product of first, first + 1, … last in 32 bits.
-std::int32_t product(std::int32_t first, std::int32_t last) {
-  std::int64_t result = 1;
-  for (std::int32_t factor = first; factor <= last; ++factor) {
-    result *= factor;
-    if (result > std::numeric_limits<std::int32_t>::max())
-      throw host::Error(host::errc::kOverflow, "Too many combinations to count");
-  }
-  return static_cast<std::int32_t>(result);
-}
-
 std::string joined(std::initializer_list<std::string> texts) {
   std::string result;
   for (const std::string& text : texts)
@@ -158,13 +147,6 @@ std::int32_t RankDescending(session::Session& session, std::int32_t n, model::On
     ShowProgress(session, session.text(kRankingText, percent));
   }
   return 0;
-}
-
-std::int32_t Combinations(std::int16_t n, std::int16_t k) {
-  if (n < 1 || k < 1 || k > n) return 0;
-  if (k == n) return 1;
-  return static_cast<std::int32_t>(
-      std::nearbyint(static_cast<double>(product(n - k + 1, n)) / static_cast<double>(product(1, k))));
 }
 
 }  // namespace ordvane::tables

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/cells.h"
+#include "model/combinations.h"
 #include "model/enumerations.h"
 #include "model/number_rules.h"
 #include "model/one_based.h"
@@ -47,7 +48,6 @@ void ShowProgress(session::Session& session, const std::string& text1, const std
 std::int32_t RankDescending(session::Session& session, std::int32_t n, model::OneBased<std::int32_t>& ranks,
                             const model::OneBased<double>& values, bool show_progress);
 
-// Number of k-subsets of n. Throws errc::kOverflow when it does not fit 32 bits.
-std::int32_t Combinations(std::int16_t n, std::int16_t k);
+using model::Combinations;
 
 }  // namespace ordvane::tables

@@ -40,5 +40,19 @@ Outputs
   EXPECT_EQ(describe(folder.read(json, csv)), with(expected, "FOLDER", folder.path().string()));
 }
 
+TEST(Describe, CountsGroupsAmongThosePossible) {
+  runfile::Run run;
+  run.inputs.resize(40);
+  run.groups = {{{0, 1}, {2, 2}, 4, 0, 0}, {{0, 2}, {2, 2}, 4, 4, 8}};
+  run.groups.push_back({std::vector<std::size_t>(16), std::vector<std::int32_t>(16, 1), 1, 8, 16});
+  run.group_recalculations = 9;
+  const std::string text = describe(run);
+  EXPECT_NE(text.find("Groups of inputs  3: 2 of 2 inputs (780 possible), 1 of 16 inputs (more than can be "
+                      "counted are possible)\n"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find("Multi-way         9 combinations of steps\n"), std::string::npos) << text;
+}
+
 }  // namespace
 }  // namespace ordvane::runfile

@@ -294,7 +294,7 @@ std::vector<std::string> code_blocks(const std::filesystem::path& page) {
 
 TEST(ReadRun, ReadsAndRefusesWhatItsPageShows) {
   const auto blocks = code_blocks(std::filesystem::path(ORDVANE_SOURCE_DIR) / "docs/run-file.md");
-  ASSERT_EQ(blocks.size(), 4U);
+  ASSERT_EQ(blocks.size(), 6U);
   const RunFolder folder;
   const std::string json = with(blocks[0], "loan.run.csv", "a.run.csv");
   const auto beside = folder.read(json, blocks[1]);
@@ -302,6 +302,11 @@ TEST(ReadRun, ReadsAndRefusesWhatItsPageShows) {
   EXPECT_EQ(beside.recalculations, 5);
   expect_same_values(beside.input_values, in_file.input_values, "input values");
   expect_same_values(beside.output_values, in_file.output_values, "output values");
+
+  folder.write("loan.groups.csv", blocks[4]);
+  const auto with_groups =
+      folder.read(with(json, "\"recalculations\":", blocks[3] + ", \"recalculations\":"), blocks[1]);
+  EXPECT_EQ(with_groups.group_recalculations, 6);
 
   const std::string complaints[] = {
       folder.complaint(with(json, "\"steps\": 3 },", "\"steps\": 3,\n  },"), blocks[1]),
@@ -313,13 +318,123 @@ TEST(ReadRun, ReadsAndRefusesWhatItsPageShows) {
   };
   std::string shown;
   for (const std::string& complaint : complaints) shown += "loan" + complaint.substr(1) + "\n";
-  EXPECT_EQ(shown, blocks[3]);
+  EXPECT_EQ(shown, blocks[5]);
 }
 
 // Valid UTF-8 in one line, whatever was in the file.
 void expect_printable(const std::string& complaint) {
   EXPECT_EQ(one_line(complaint), complaint);
   EXPECT_EQ(first_invalid_byte(complaint), std::string::npos);
+}
+
+// Three inputs, a group of two and one of three, their rows inline.
+const std::string kGroupJson = R"({ "format": "ordvane-run", "version": 1, "simulations": 1,
+ "inputs": [ { "book": "m.xlsx", "sheet": "S", "cell": "A1", "base": 1, "steps": 1 },
+             { "book": "m.xlsx", "sheet": "S", "cell": "A2", "base": 2, "steps": 1 },
+             { "book": "m.xlsx", "sheet": "S", "cell": "A3", "base": 3, "steps": 1 },
+             { "book": "m.xlsx", "sheet": "S", "cell": "A4", "base": 4, "steps": 1, "savedSamples": false } ],
+ "outputs": [ { "book": "m.xlsx", "sheet": "S", "cell": "B1", "base": 6 } ],
+ "recalculations": [[1,1,1,5,10],[1,2,1,6,10],[1,3,1,7,10],[1,4,1,7,10]],
+ "groups": [ { "members": [3, 1], "steps": [2, 3] }, { "members": [1, 2, 3], "steps": 1 } ],
+ "groupRecalculations": "a.run.csv" }
+)";
+const std::string kGroupCsv =
+    "simulation,group,combination,value1,value2,value3,output1\n"
+    "1,1,1,30,10,,11\n1,1,2,30,11,,12\n1,1,3,30,12,,13\n"
+    "1,1,4,31,10,,14\n1,1,5,31,11,,#N/A\n1,1,6,31,12,,16\n"
+    "1,2,1,5,6,7,18\n";
+
+TEST(ReadRun, ReadsGroupsOfInputs) {
+  const RunFolder folder;
+  const auto run = folder.read(kGroupJson, kGroupCsv);
+  ASSERT_EQ(run.groups.size(), 2U);
+  EXPECT_EQ(run.groups[0].members, (std::vector<std::size_t>{2, 0}));
+  EXPECT_EQ(run.groups[0].combinations, 6);
+  EXPECT_EQ(run.groups[1].steps, (std::vector<std::int32_t>{1, 1, 1}));
+  EXPECT_EQ(run.groups[1].first, 6);
+  EXPECT_EQ(run.group_recalculations, 7);
+  EXPECT_EQ(run.group_input_values,
+            (std::vector<double>{30, 10, 30, 11, 30, 12, 31, 10, 31, 11, 31, 12, 5, 6, 7}));
+  EXPECT_EQ(run.group_output_values[6], 18);
+  EXPECT_EQ(run.group_output_values[4], encode_error(CellError::kNA));
+
+  // All groups of a size, and the rows in the run file.
+  std::string rows;
+  for (const char* group : {"1", "2", "3"})
+    rows += (rows.empty() ? "[1," : ",[1,") + (group + std::string(",1,5,6,9]"));
+  const auto all = folder.read(
+      with(with(kGroupJson,
+                R"([ { "members": [3, 1], "steps": [2, 3] }, { "members": [1, 2, 3], "steps": 1 } ])",
+                R"({ "size": 2, "steps": 1 })"),
+           "\"a.run.csv\"", "[" + rows + "]"),
+      "");
+  std::vector<std::vector<std::size_t>> members;
+  for (const Group& group : all.groups) members.push_back(group.members);
+  EXPECT_EQ(members, (std::vector<std::vector<std::size_t>>{{0, 1}, {0, 2}, {1, 2}}));
+}
+
+TEST(ReadRun, PlacesMistakesOfGroups) {
+  const RunFolder folder;
+  const std::string second = R"({ "members": [1, 2, 3], "steps": 1 })";
+  const std::string both = R"([ { "members": [3, 1], "steps": [2, 3] }, )" + second + " ]";
+  const BadCase kJsonCases[] = {
+      {"a position beyond the inputs", "[3, 1]", "[3, 5]",
+       "a.run.json:groups[0].members[1]: is 5; a position of an input, 1 to 4, is expected"},
+      {"a member twice", "[3, 1]", "[3, 3]",
+       "a.run.json:groups[0].members[1]: is 3, which is a member already"},
+      {"a member whose values are not kept", "[3, 1]", "[3, 4]",
+       "a.run.json:groups[0].members[1]: is 4, an input without saved samples"},
+      {"a group of one", "[3, 1]", "[3]",
+       "a.run.json:groups[0].members: has 1 element; 2 to 32 are expected"},
+      {"steps for fewer members", "[2, 3] }", "[2, 3, 4] }",
+       "a.run.json:groups[0].steps: has 3 elements for 2 members; one each, or one number for all, is "
+       "expected"},
+      {"combinations beyond 32 bits", "\"steps\": 1 } ]", "\"steps\": 2000 } ]",
+       "a.run.json:groups[1]: has more combinations of steps than can be counted: at most 2147483647 are "
+       "possible"},
+      {"groups without values", ",\n \"groupRecalculations\": \"a.run.csv\"", "",
+       "a.run.json: the field \"groupRecalculations\" is missing; the groups need it"},
+      {"no groups", both.c_str(), "[]", "a.run.json:groups: is empty; a list of groups is expected"},
+      {"a size that the run does not have", both.c_str(), "{ \"size\": 4, \"steps\": 1 }",
+       "a.run.json:groups.size: is 4; the run has 3 inputs with saved samples"},
+      {"a misspelt field", second.c_str(), R"({ "member": [1, 2, 3], "steps": 1 })",
+       "a.run.json:groups[1].member: unknown field; is \"members\" meant?"},
+  };
+  for (const BadCase& bad : kJsonCases)
+    EXPECT_EQ(folder.complaint(with(kGroupJson, bad.from, bad.to), kGroupCsv), bad.complaint) << bad.what;
+  const BadCase kCsvCases[] = {
+      {"a combination out of order", "1,1,4,", "1,1,5,",
+       "a.run.csv:5: column combination: is \"5\"; 4 is expected (rows go by simulation, group and "
+       "combination)"},
+      {"a member that changes at one step", "31,11,", "31,11.5,",
+       "a.run.csv:6: column value2: is 11.5; 11, as in the rows before at this step, is expected"},
+      {"a value for no member", "30,12,,", "30,12,1,",
+       "a.run.csv:4: column value3: is \"1\"; an empty field is expected (the group has fewer members)"},
+      {"a row too few", "1,2,1,5,6,7,18\n", "",
+       "a.run.csv:7: the file ends after 6 rows; 7 rows are expected (1 simulation of 7 recalculations)"},
+      {"a field too few", "6,7,18", "6,7",
+       "a.run.csv:8: 6 fields; 7 are expected (simulation, group, combination, value1, value2, value3 and 1 "
+       "output)"},
+  };
+  for (const BadCase& bad : kCsvCases)
+    EXPECT_EQ(folder.complaint(kGroupJson, with(kGroupCsv, bad.from, bad.to)), bad.complaint) << bad.what;
+
+  // Groups beyond 32 bits: 16 of 40 inputs.
+  std::string inputs;
+  std::string rows;
+  for (int i = 1; i <= 40; ++i) {
+    const std::string n = std::to_string(i);
+    inputs += (i > 1 ? "," : "") + (R"({ "book": "m.xlsx", "sheet": "S", "cell": "A)" + n) +
+              R"(", "base": 1, "steps": 1 })";
+    rows += (i > 1 ? ",[1," : "[1,") + n + ",1,1,1]";
+  }
+  const std::string many = R"({ "format": "ordvane-run", "version": 1, "simulations": 1, "inputs": [)" +
+                           inputs +
+                           R"(], "outputs": [ { "book": "m.xlsx", "sheet": "S", "cell": "B1", "base": 6 } ],
+ "recalculations": [)" + rows +
+                           R"(], "groups": { "size": 16, "steps": 1 }, "groupRecalculations": "a.run.csv" })";
+  EXPECT_EQ(folder.complaint(many, ""),
+            "a.run.json:groups.size: gives more groups of 16 of 40 inputs than a run can hold (10000000)");
 }
 
 TEST(ReadRun, SurvivesTruncationAtEveryByte) {
@@ -417,10 +532,9 @@ TEST(ReadRun, ReadsTheRecordedRunsOfRealModels) {
 TEST(RunFileSchema, HasTheFieldsThatTheReaderKnows) {
   std::ifstream file(std::filesystem::path(ORDVANE_SOURCE_DIR) / "docs/run-file.schema.json");
   const auto definitions = nlohmann::json::parse(file)["$defs"];
-  const std::pair<Section, const char*> kSections[] = {{Section::kRun, "run"},
-                                                       {Section::kInput, "input"},
-                                                       {Section::kOutput, "output"},
-                                                       {Section::kLabel, "label"}};
+  const std::pair<Section, const char*> kSections[] = {
+      {Section::kRun, "run"},     {Section::kInput, "input"}, {Section::kOutput, "output"},
+      {Section::kLabel, "label"}, {Section::kGroup, "group"}, {Section::kAllGroups, "allGroups"}};
   for (const auto& [section, name] : kSections) {
     const auto& definition = definitions.at(name);
     std::set<std::string> known, required, in_schema;

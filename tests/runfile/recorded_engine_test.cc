@@ -122,6 +122,53 @@ TEST(RecordedEngine, GivesEveryPartOfTheRecordedValues) {
       }
 }
 
+// Groups of the listed inputs 1 and 4 (2 x 2 combinations) and 3, 4 and 1 (1 x 1 x 3); values by place.
+std::shared_ptr<Run> with_groups() {
+  auto run = make_run();
+  run->groups = {{{0, 3}, {2, 2}, 4, 0, 0}, {{2, 3, 0}, {1, 1, 3}, 3, 4, 8}};
+  run->group_recalculations = 7;
+  run->group_values = 8 + 9;
+  for (int i = 0; i < 2 * 17; ++i) run->group_input_values.push_back(1000 + i);
+  for (int i = 0; i < 2 * static_cast<int>(run->outputs.size()) * 7; ++i)
+    run->group_output_values.push_back(2000 + i);
+  return run;
+}
+
+TEST(RecordedEngine, NumbersMultiWayRecalculationsAfterTheStandardOnes) {
+  const auto run = with_groups();
+  const auto engine = make_recorded_engine(run);
+  std::int32_t simulations = 0, iterations = 0, a = 0, b = 0, c = 0;
+  std::vector<std::int32_t> list(6);
+  engine->DRL4_GetSimStats(kHandle, simulations, iterations);
+  EXPECT_EQ(engine->DRL4_GetVaryMultis(kHandle, list, a, b, c), 0);
+  EXPECT_EQ(std::vector({iterations, a, b, c}), std::vector({12, 3, 5, 7}));
+
+  // The second input is not listed: the fourth is the list's third.
+  std::vector<std::int32_t> members(12), steps(12);
+  EXPECT_EQ(engine->DRL4_GetUsedVaryMultis(kHandle, 2, 4, members, 3, 3, steps), 0);
+  EXPECT_EQ(members, (std::vector<std::int32_t>{1, 3, 0, 1, 3, 0, 2, 3, 1, 2, 3, 1}));
+  EXPECT_EQ(steps, (std::vector<std::int32_t>{2, 1, 0, 2, 2, 0, 1, 1, 1, 1, 1, 2}));
+  for (const auto& [first, count, row] : {std::array{0, 8, 3}, {-1, 1, 3}, {7, 1, 3}, {0, 7, 2}, {0, 7, 1}})
+    EXPECT_EQ(engine->DRL4_GetUsedVaryMultis(kHandle, first, count, members, row, row, steps), 1);
+  members.resize(8);
+  EXPECT_EQ(engine->DRL4_GetUsedVaryMultis(kHandle, 0, 4, members, 2, 2, steps), 0)
+      << "rows of two are enough";
+
+  const auto read = [&](std::int32_t kind, std::int32_t index, std::int32_t first, std::int32_t last) {
+    std::vector<double> data(static_cast<std::size_t>(last - first + 1), kUntouched);
+    EXPECT_EQ(engine->DRL4_GetDoubleInputOrOutputData(kHandle, kind, index, 1, first, last, data, 1), 0);
+    return data;
+  };
+  const double base = *run->inputs[0].base;
+  EXPECT_EQ(read(kInput, 0, 5, 11), (std::vector<double>{1017, 1019, 1021, 1023, 1027, 1030, 1033}));
+  EXPECT_EQ(read(kInput, 0, 7, 8), (std::vector<double>{1021, 1023}));
+  EXPECT_EQ(read(kInput, 1, 8, 9), (std::vector<double>{*run->inputs[2].base, 1025}));
+  EXPECT_EQ(read(kInput, 0, 3, 5), (std::vector<double>{base, base, 1017})) << "standard and multi-way";
+  const auto outputs = static_cast<double>(run->outputs.size());
+  EXPECT_EQ(read(kOutput, 0, 10, 11), (std::vector<double>{2000 + outputs * 7 + 5, 2000 + outputs * 7 + 6}));
+  EXPECT_EQ(read(kOutput, 0, 4, 5)[1], 2000 + outputs * 7);
+}
+
 TEST(RecordedEngine, RefusesWhatTheRunDoesNotHave) {
   const struct {
     const char* what;
