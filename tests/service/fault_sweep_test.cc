@@ -28,6 +28,7 @@ void ask_for_everything(OrdvaneReports& reports) {
   reports.set_SensitivityGraphs(true);
   reports.set_OutputDetailReport(true);
   reports.set_DetailByInput(true);
+  reports.set_MultiWayReport(true);
   reports.OnlyInputsOverThreshold = true;  // output 1 has no graph: the list of outputs missing is made too
   reports.InputsChangeThreshold = 10;
   reports.MaxInputsPerGraph = 5;
@@ -42,7 +43,9 @@ class Sweep {
 
   // Returns false when the run made fewer than N calls.
   bool run() {
-    Bench bench;
+    RunShape shape;
+    shape.groups = true;
+    Bench bench(shape);
     bench.application->set_calculation(host::Calculation::kSemiautomatic);
     run_with_fault(bench);
     if (!fault_.failed) return false;

@@ -232,6 +232,7 @@ TEST(Pipeline, SwitchesWorkOneByOneAndTogether) {
       const auto wanted = [mask](unsigned bit) { return (mask >> bit & 1U) != 0; };
       RunShape shape;
       shape.simulations = simulations;
+      shape.groups = true;
       Bench bench(shape);
       Recorder recorder;
       OrdvaneReports reports(bench.services, recorder.reports());
@@ -256,7 +257,8 @@ TEST(Pipeline, SwitchesWorkOneByOneAndTogether) {
         }
         if (wanted(3)) expected.insert(expected.end(), {"detail 1", "detail 2"});
         if (wanted(4) || wanted(5)) expected.emplace_back("by input");
-        if (wanted(6)) expected.emplace_back("multi-way");
+        if (wanted(6))
+          expected.insert(expected.end(), {"multi-way tornado 1", "multi-way tornado 2", "multi-way"});
       }
       EXPECT_EQ(recorder.calls, expected) << "switches " << mask << ", simulations " << simulations;
       EXPECT_EQ(bench.sheet_names(reports).size(), static_cast<std::size_t>(simulations)) << "summaries";
@@ -336,7 +338,9 @@ TEST(Pipeline, AGraphThatFailsDoesNotTakeTheOthersWithIt) {
 TEST(Pipeline, EscapeAtAnyCheckEndsTheReportsAndRestoresTheSpreadsheet) {
   int checks = 0;
   for (int at = 1;; ++at) {
-    Bench bench;
+    RunShape shape;
+    shape.groups = true;
+    Bench bench(shape);
     bench.application->set_calculation(host::Calculation::kSemiautomatic);
     OrdvaneReports reports(bench.services);
     reports.Initialize(bench.application, 1);
@@ -345,6 +349,7 @@ TEST(Pipeline, EscapeAtAnyCheckEndsTheReportsAndRestoresTheSpreadsheet) {
     reports.set_SensitivityGraphs(true);
     reports.set_OutputDetailReport(true);
     reports.set_DetailByInput(true);
+    reports.set_MultiWayReport(true);
     reports.MaxInputsPerGraph = 5;
     bench.environment->escape_at = at;
     EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);

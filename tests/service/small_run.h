@@ -47,7 +47,30 @@ struct RunShape {
   std::vector<double> output_bases = {100, 0};
   std::vector<std::vector<double>> effects = {{1, 5, -3}, {2, 2, 0}};
   std::int32_t simulations = 1;
+  bool groups = false;  // inputs 1 and 2, and 2 and 3, together: their effects added up, and multiplied
 };
+
+inline void add_groups(runfile::Run& run, const RunShape& shape) {
+  for (std::size_t first : {0U, 1U}) {
+    run.groups.push_back({{first, first + 1}, {3, 3}, 9, 9 * static_cast<std::int64_t>(first), 18 * first});
+    run.group_recalculations += 9;
+    run.group_values += 18;
+  }
+  for (std::int32_t s = 0; s < shape.simulations; ++s) {
+    for (std::size_t first : {0U, 1U})
+      for (int c = 0; c < 9; ++c)
+        run.group_input_values.insert(
+            run.group_input_values.end(),
+            {*run.inputs[first].base + c / 3 - 1, *run.inputs[first + 1].base + c % 3 - 1});
+    for (std::size_t o = 0; o < shape.output_bases.size(); ++o)
+      for (std::size_t first : {0U, 1U})
+        for (int c = 0; c < 9; ++c) {
+          const double a = shape.effects[o][first] * (c / 3 - 1);
+          const double b = shape.effects[o][first + 1] * (c % 3 - 1);
+          run.group_output_values.push_back(shape.output_bases[o] + (s + 1) * (a + b + a * b));
+        }
+  }
+}
 
 inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
   constexpr std::int32_t kSteps = 3;
@@ -84,6 +107,7 @@ inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
         for (int step = 1; step <= kSteps; ++step)
           run->output_values.push_back(shape.output_bases[o] + (s + 1) * effect * (step - 2));
   }
+  if (shape.groups) add_groups(*run, shape);
   return run;
 }
 

@@ -1,0 +1,239 @@
+// Groups of inputs whose joint effect algebra gives.
+#include "model/multi_way.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+#include <memory>
+
+#include "embedded/report_job.h"
+#include "environment/standard_environment.h"
+#include "model/scan.h"
+#include "runfile/recorded_engine.h"
+#include "runfile/values.h"
+
+namespace ordvane::model {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kError = -7e77;  // stands for a spreadsheet error in what a model returns
+
+using Values = std::vector<double>;  // of the inputs
+using Output = std::function<double(const Values&)>;
+
+double recorded(double result) {
+  return result == kError ? runfile::encode_error(host::CellError::kNum) : result;
+}
+
+// A model of inputs and outputs, every input stepped over its values, then the groups.
+struct Model {
+  Values bases;
+  std::vector<Values> steps;  // of each input, alone and in groups
+  std::vector<Output> outputs;
+  std::vector<std::vector<std::size_t>> groups;
+
+  std::shared_ptr<runfile::Run> run() const {
+    auto run = std::make_shared<runfile::Run>();
+    for (std::size_t i = 0; i < bases.size(); ++i) {
+      runfile::Input input;
+      input.name = std::string(1, static_cast<char>('a' + i));
+      input.book = "Model.xlsx";
+      input.sheet = "Sheet";
+      input.cell = input.range = "A" + std::to_string(i + 1);
+      input.base = bases[i];
+      input.formula = std::to_string(bases[i]);
+      input.steps = static_cast<std::int32_t>(steps[i].size());
+      run->recalculations += input.steps;
+      run->inputs.push_back(input);
+      run->input_values.insert(run->input_values.end(), steps[i].begin(), steps[i].end());
+    }
+    for (std::size_t o = 0; o < outputs.size(); ++o) {
+      runfile::Output output;
+      output.book = "Model.xlsx";
+      output.sheet = "Sheet";
+      output.cell = output.range = "B" + std::to_string(o + 1);
+      output.base = outputs[o](bases);
+      run->outputs.push_back(output);
+    }
+    for (const auto& members : groups) add_group(*run, members);
+    for (const Output& output : outputs) {
+      for (std::size_t i = 0; i < bases.size(); ++i)
+        for (const double value : steps[i]) {
+          Values at = bases;
+          at[i] = value;
+          run->output_values.push_back(recorded(output(at)));
+        }
+      for (const auto& members : groups)
+        for_each_combination(
+            members, [&](const Values& at) { run->group_output_values.push_back(recorded(output(at))); });
+    }
+    return run;
+  }
+
+ private:
+  void for_each_combination(const std::vector<std::size_t>& members,
+                            const std::function<void(const Values&)>& use) const {
+    std::vector<std::size_t> step(members.size());
+    for (;;) {
+      Values at = bases;
+      for (std::size_t m = 0; m < members.size(); ++m) at[members[m]] = steps[members[m]][step[m]];
+      use(at);
+      std::size_t m = members.size();
+      while (m > 0 && ++step[m - 1] == steps[members[m - 1]].size()) step[--m] = 0;
+      if (m == 0) return;
+    }
+  }
+
+  void add_group(runfile::Run& run, const std::vector<std::size_t>& members) const {
+    runfile::Group group;
+    group.members = members;
+    group.combinations = 1;
+    group.first = run.group_recalculations;
+    group.first_value = run.group_values;
+    for (const std::size_t member : members) {
+      group.steps.push_back(static_cast<std::int32_t>(steps[member].size()));
+      group.combinations *= group.steps.back();
+    }
+    for_each_combination(members, [&](const Values& at) {
+      for (const std::size_t member : members) run.group_input_values.push_back(at[member]);
+    });
+    run.group_recalculations += group.combinations;
+    run.group_values = run.group_input_values.size();
+    run.groups.push_back(group);
+  }
+};
+
+// What the analysis makes of a model.
+struct Analysis {
+  explicit Analysis(const Model& model, std::int32_t largest_group = 0) {
+    const auto run_file = model.run();
+    session.environment = std::make_shared<environment::StandardEnvironment>(environment::Settings{});
+    session.engine = runfile::make_recorded_engine(run_file);
+    session.g_XLApp = embedded::open_model(*run_file);
+    session.session_flag = 1;
+    OrdvaneScan scan(session);
+    std::int32_t automatic = 0;
+    scan.newScan(inputs, engine::kInput, automatic);
+    scan.newScan(outputs, engine::kOutput, automatic);
+    OneBased<std::int32_t> selected;
+    for (std::int32_t o = 1; o <= outputs.size(); ++o) selected.push_back(o);
+    scan.getData(inputs, outputs, selected, static_cast<std::int32_t>(run_file->recalculations), 1);
+    run = ReadMultiWay(session, inputs, outputs, selected, largest_group, 1);
+    for (std::int32_t o = 1; o <= outputs.size(); ++o)
+      effects.push_back(RankGroups(run, inputs, outputs, o, o));
+  }
+
+  session::Session session;
+  Records inputs, outputs;
+  MultiWayRun run;
+  OneBased<GroupEffects> effects;
+};
+
+TEST(MultiWay, InteractionIsWhatAlgebraSays) {
+  // Around a = 2 and b = 3, from half to double: a from 1 to 4, b from 1.5 to 6; c from 0.1 to 0.4.
+  Model model;
+  model.bases = {2, 3, 0.2};
+  model.steps = {{1, 2, 4}, {1.5, 3, 6}, {0.1, 0.4}};
+  model.outputs = {
+      [](const Values& x) { return x[0] * x[1]; }, [](const Values& x) { return x[0] + x[1] + x[2]; },
+      [](const Values& x) { return x[0] - x[1]; }, [](const Values& x) { return x[0] < 2 ? x[1] : 0 * x[1]; },
+      [](const Values& x) { return 1e9 + 0.1 * x[0] + 0.7 * x[1] + 0.3 * x[2]; }};
+  model.groups = {{0, 1}, {0, 1, 2}};
+  const Analysis analysis(model);
+  ASSERT_EQ(analysis.run.groups.size(), 2);
+  const struct {
+    const char* output;
+    std::int32_t number;
+    double lowest, highest, own_swings, interaction;
+  } cases[] = {
+      // Alone a moves it from 3 to 12 and b from 3 to 12; together from 1.5 to 24.
+      {"a product", 1, 1.5, 24, 18, 4.5},
+      {"a sum", 2, 2.7, 10.2, 7.5, 0},
+      {"a difference", 3, -5, 2.5, 7.5, 0},
+      // Neither input does anything alone but a, which turns b on at its base.
+      {"a switch", 4, 0, 6, 3, 3},
+      {"a sum beside a large constant", 5, 1e9 + 0.1 + 1.05 + 0.06, 1e9 + 0.4 + 4.2 + 0.06, 3.45, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.output);
+    const GroupEffect& pair = analysis.effects(c.number)(1);
+    EXPECT_DOUBLE_EQ(pair.lowest, c.lowest);
+    EXPECT_DOUBLE_EQ(pair.highest, c.highest);
+    EXPECT_NEAR(pair.own_swings, c.own_swings, 1e-6);
+    if (c.interaction == 0)
+      EXPECT_EQ(pair.interaction, 0) << "exactly";
+    else
+      EXPECT_DOUBLE_EQ(pair.interaction, c.interaction);
+  }
+  EXPECT_EQ(analysis.effects(2)(2).interaction, 0) << "three inputs that add up";
+  // The product's ends: combinations 1 (a 1, b 1.5) and 9 (a 4, b 6); a change of -75 % and +300 %.
+  const GroupEffect& product = analysis.effects(1)(1);
+  EXPECT_EQ(product.lowest_at, 1);
+  EXPECT_EQ(product.highest_at, 9);
+  EXPECT_DOUBLE_EQ(product.lowest_change, -0.75);
+  EXPECT_DOUBLE_EQ(product.highest_change, 3);
+  EXPECT_DOUBLE_EQ(product.bar_width, 3.75);
+}
+
+TEST(MultiWay, GroupsAreRankedBySwingAndUnusableOnesLast) {
+  Model model;
+  model.bases = {0, -1, 5};
+  model.steps = {{3, 1, 2}, {-2, 4}, {5, 5}};
+  model.outputs = {
+      [](const Values& x) { return x[2] == 5 && x[0] == 0 && x[1] == -1 ? -10 : x[0] + 10 * x[1]; },
+      [](const Values& x) { return x[0] == 3   ? kNaN
+                                   : x[1] == 4 ? kError
+                                               : x[0]; },
+      [](const Values&) { return kError; }};
+  model.groups = {{0, 2}, {1, 0}, {2, 1}};
+  const Analysis analysis(model, 2);
+  const auto ranks = [&](std::int32_t output) {
+    std::vector<std::int32_t> list;
+    for (const GroupEffect& effect : analysis.effects(output)) list.push_back(effect.rank);
+    return list;
+  };
+  EXPECT_EQ(ranks(1), (std::vector<std::int32_t>{3, 1, 2}));
+  EXPECT_EQ(ranks(3), (std::vector<std::int32_t>{1, 2, 3})) << "equal swings go by position";
+
+  // Output 2 with inputs 2 and 1: b = -2 with a = 1 and 2 are numbers, the rest is none.
+  const GroupEffect& some = analysis.effects(2)(2);
+  EXPECT_EQ(some.lowest, 1);
+  EXPECT_EQ(some.highest, 2);
+  EXPECT_EQ(some.lowest_at, 2);
+  const double missing = host::kMissingNumber;
+  EXPECT_EQ(some.lowest_change, missing) << "the base is 0";
+  EXPECT_EQ(some.bar_width, some.swing) << "in values, then";
+  const GroupEffect& none = analysis.effects(3)(1);
+  EXPECT_EQ(std::vector({none.lowest, none.highest, none.lowest_change, none.own_swings, none.interaction}),
+            std::vector(5, missing));
+  EXPECT_EQ(none.lowest_at, 0);
+  EXPECT_EQ(none.swing, 0);
+
+  // Each member's record, and the reading order: b from -2 to 4, within each a from 1 to 3.
+  const MultiGroup& group = analysis.run.groups(2);
+  EXPECT_EQ(group.inputs(1).name, "b");
+  EXPECT_EQ(group.inputs(2).addr, "'[Model.xlsx]Sheet'!A1");
+  EXPECT_EQ(group.inputs(2).value, (std::vector<double>{3, 1, 2, 3, 1, 2}));
+  EXPECT_EQ(group.inputs(1).pc, (std::vector<double>{-1, -1, -1, 5, 5, 5}));
+  EXPECT_EQ(group.inputs(2).pc[0], missing) << "from a base of 0";
+  EXPECT_EQ(group.inputs(2).rank, (std::vector<std::int32_t>{3, 1, 2, 3, 1, 2}));
+  const auto order = CombinationsInOrder(group);
+  EXPECT_EQ(std::vector<std::int32_t>(order.begin(), order.end()),
+            (std::vector<std::int32_t>{2, 3, 1, 5, 6, 4}));
+}
+
+TEST(MultiWay, GroupsLargerThanTheHostAllowsAreNotRead) {
+  Model model;
+  model.bases = {1, 1, 1};
+  model.steps = {{1, 2}, {1, 2}, {1, 2}};
+  model.outputs = {[](const Values& x) { return x[0] * x[1] * x[2]; }};
+  model.groups = {{0, 1, 2}};
+  EXPECT_EQ(Analysis(model, 2).run.groups.size(), 0);
+  EXPECT_EQ(Analysis(model, 3).run.recalculations, 8);
+  model.groups.clear();
+  EXPECT_EQ(Analysis(model).run.groups.size(), 0);
+}
+
+}  // namespace
+}  // namespace ordvane::model
