@@ -5,9 +5,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
-#include "host/excel.h"
+#include "graphs/tornado_chart.h"
 #include "model/input_output.h"
 #include "model/multi_way.h"
 #include "session/session.h"
@@ -15,13 +14,12 @@
 
 namespace ordvane::graphs {
 
-struct MultiTornadoOptions {
-  std::int32_t max_inputs_per_graph;  // most groups shown
-  double inputs_change_threshold;     // narrower bars are left out, by rank; see GroupEffect::bar_width
-  double base_value;                  // host::kNoBaseValue for no base line
-  std::string base_label;
-  host::Color bar_color;
-  host::Color baseline_color;
+// What cuts the groups, from the last rank on: the smaller of both counts is shown.
+struct MultiTornadoLimits {
+  std::int32_t max_inputs_per_graph;  // most groups
+  // The first group, by rank, whose bar is narrower ends the list; in the unit of GroupEffect::bar_width. Not
+  // applied to an output whose base value is 0 or no number.
+  double inputs_change_threshold;
 };
 
 // `outputIndex`: one-based position in `trOutputs`. `effects`: of this output, one a group of `run`. Returns
@@ -30,8 +28,8 @@ std::int32_t GenerateMultiTornadoReport(session::Session& session, tables::Repor
                                         std::int32_t outputIndex, const model::Records& trInputs,
                                         const model::Records& trOutputs, const model::MultiWayRun& run,
                                         const model::GroupEffects& effects, model::OrdvaneRangeMode rangeMode,
-                                        model::OrdvaneOutputMode outputMode,
-                                        const MultiTornadoOptions& options, std::int32_t runNumber,
-                                        std::int32_t totalRuns);
+                                        model::OrdvaneOutputMode outputMode, std::int32_t runNumber,
+                                        std::int32_t totalRuns, const MultiTornadoLimits& limits,
+                                        const TornadoStyle& style);
 
 }  // namespace ordvane::graphs

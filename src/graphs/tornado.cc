@@ -3,15 +3,13 @@
 #include "graphs/tornado.h"
 
 #include <algorithm>
-#include <bit>
-#include <chrono>
 #include <cmath>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "graphs/chart_helpers.h"
 #include "graphs/graph_sheet.h"
+#include "graphs/tornado_chart.h"
 #include "host/error.h"
 #include "tables/utils.h"
 
@@ -22,18 +20,16 @@ using host::HAlign;
 
 // String ids.
 constexpr SheetTexts kSheetTexts = {.sheet_name = 712, .title = 711, .run_line = 716};
+constexpr TornadoTexts kChartTexts = {
+    .chart_title = 713, .chart_subtitle = 701, .change_axis = 709, .value_axis = 714};
 constexpr std::int16_t kInvalidNote = 700;
-constexpr std::int16_t kChartSubtitle = 701;
 constexpr std::int16_t kBaseGroup = 702;
 constexpr std::int16_t kHighGroup = 703;
 constexpr std::int16_t kLowGroup = 704;
 constexpr std::int16_t kNoBars = 706;
 constexpr std::int16_t kInputGroup = 707;
 constexpr std::int16_t kBaseZeroNote = 708;
-constexpr std::int16_t kChangeAxis = 709;
 constexpr std::int16_t kTableSubcaption = 710;
-constexpr std::int16_t kChartTitle = 713;
-constexpr std::int16_t kValueAxis = 714;
 constexpr std::int16_t kTableCaption = 715;
 constexpr std::int16_t kNoUsableBase = 1007;
 constexpr std::int16_t kOutputBaseZero = 1026;
@@ -55,62 +51,6 @@ enum Column : std::int32_t {
 };
 constexpr std::int32_t kHeaderRows = 3;
 
-// Whole days since the spreadsheet's day 0, which counts a 29 February 1900 that never was.
-std::optional<std::chrono::year_month_day> date_of(double serial) {
-  constexpr double kLastSerial = 2958465;  // 31 December 9999
-  constexpr double kFirstOfMarch1900 = 61;
-  if (!(serial >= 1 && serial <= kLastSerial)) return std::nullopt;
-  const std::chrono::sys_days day_zero =
-      std::chrono::year(1899) / 12 / (serial < kFirstOfMarch1900 ? 31 : 30);
-  return day_zero + std::chrono::days(static_cast<int>(serial));
-}
-
-std::string padded(unsigned number, std::size_t width) {
-  std::string digits = std::to_string(number);
-  if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
-  return digits;
-}
-
-// A date by a format of days, months and years in figures.
-std::string date_text(const std::chrono::year_month_day& date, const std::string& format) {
-  std::string text;
-  for (std::size_t at = 0; at < format.size();) {
-    const std::size_t end = std::min(format.find_first_not_of(format[at], at), format.size());
-    const std::size_t width = end - at;
-    const auto year = static_cast<unsigned>(static_cast<int>(date.year()));
-    switch (format[at]) {
-      case 'd':
-        text += padded(static_cast<unsigned>(date.day()), width);
-        break;
-      case 'm':
-        text += padded(static_cast<unsigned>(date.month()), width);
-        break;
-      case 'y':
-        text += padded(width > 2 ? year : year % 100, width);
-        break;
-      default:
-        text += format.substr(at, width);
-    }
-    at = end;
-  }
-  return text;
-}
-
-// Six significant digits, and always two decimals.
-double rounded_for_reading(double value) {
-  constexpr int kDigits = 6;
-  constexpr int kDecimals = 2;
-  if (value == 0) return 0;
-  const int whole_digits = static_cast<int>(std::floor(std::log10(std::fabs(value)))) + 1;
-  const double unit = std::pow(10.0, std::max(kDigits - whole_digits, kDecimals));
-  const double rounded = std::nearbyint(value * unit) / unit;
-  return std::isfinite(rounded) ? rounded : value;
-}
-
-bool same_bits(double a, double b) {
-  return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
-
 struct TornadoJob {
   const model::DralInputOutput& output;
   std::int32_t output_index;
@@ -118,20 +58,21 @@ struct TornadoJob {
   model::OrdvaneRangeMode range_mode;
   bool percent;
   std::int32_t bars;
-  double base_value;
-  const std::string& base_label;
-  host::Color bar_color;
-  host::Color baseline_color;
+  TornadoStyle style;
 };
 
 class TornadoReport {
  public:
   TornadoReport(session::Session& session, const TornadoJob& job)
-      : session_(session), job_(job), rows_(job.bars, column(kColumns)), input_formats_(job.bars) {}
+      : session_(session),
+        job_(job),
+        chart_(session, job.output, job.percent, job.range_mode, kChartTexts, job.style),
+        rows_(job.bars, column(kColumns)),
+        input_formats_(job.bars) {}
 
   void write(const std::shared_ptr<tables::ReportSheet>& sheet) {
     fill_rows();
-    read_bars();
+    chart_.read_bars(rows_, column(low()), column(high()));
     if (const auto reason = reason_for_no_chart()) {
       CreateMessageChart(*sheet, session_.text(kNoTornado) + "\r\n" + session_.text(*reason));
       sheet->SetSheetOption(1);
@@ -140,7 +81,7 @@ class TornadoReport {
       const auto chart = sheet->AddChart(kTornadoChart, kChartWidth,
                                          sheet->ChartHeightForBars(static_cast<std::int16_t>(job_.bars)));
       sheet->SetSheetOption(1);
-      draw(*chart, *write_table(*sheet));
+      chart_.draw(*chart, *write_table(*sheet), job_.bars, column(kName), column(low()), column(high()));
       SetWatermark(session_, *chart);
     }
     sheet->SheetWorksheet()->range("a1")->select();
@@ -152,7 +93,6 @@ class TornadoReport {
   }
   Column low() const { return job_.percent ? kLowChange : kLow; }
   Column high() const { return job_.percent ? kHighChange : kHigh; }
-  bool usable(double value) const { return job_.output.rules().is_usable(value); }
 
   // ---- Rows ----
 
@@ -193,20 +133,9 @@ class TornadoReport {
     if (!first || row < first->row) first = {row, column(place)};
   }
 
-  // The ends of the bars, as the table shows them.
-  void read_bars() {
-    for (std::int32_t row = 1; row <= job_.bars; ++row) {
-      const auto& low_cell = rows_.at(row, column(low()));
-      const auto& high_cell = rows_.at(row, column(high()));
-      if (low_cell.kind != host::CellKind::kNumber || high_cell.kind != host::CellKind::kNumber) continue;
-      low_values_.push_back(low_cell.number);
-      high_values_.push_back(high_cell.number);
-    }
-  }
-
   std::optional<std::int16_t> reason_for_no_chart() const {
     if (job_.percent && job_.output.BaseValue() == 0) return kOutputBaseZero;
-    if (low_values_.empty()) return job_.percent ? kNoUsableBase : kInvalidNote;
+    if (!chart_.has_bars()) return job_.percent ? kNoUsableBase : kInvalidNote;
     return std::nullopt;
   }
 
@@ -285,97 +214,13 @@ class TornadoReport {
     if (place) table.AddTableNote(place->row, place->column, session_.CommonString(12), session_.text(text));
   }
 
-  // ---- Chart ----
-
-  void draw(tables::ReportChart& chart, tables::ReportTable& table) {
-    const host::AxisScale scale = axis_scale();
-    SetChartAreaLineWeight(*chart.Chart());
-    chart.AddTornadoBars(static_cast<std::int16_t>(job_.bars), *table.Body(1, column(low()), job_.bars),
-                         *table.Body(1, column(high()), job_.bars), *table.Body(1, column(kName), job_.bars),
-                         origin().value_or(scale.minimum));
-    set_texts(chart);
-    chart.FinishChart();
-    host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
-    host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
-    for (const std::int32_t bar : {3, 4})
-      host::ignoring_errors([&] { chart.Chart()->series(bar)->set_interior({.color = job_.bar_color}); });
-    host::ignoring_errors([&] { bound_value_axis(*chart.Chart(), scale); });
-    host::ignoring_errors([&] { add_base_line(*chart.Chart(), scale); });
-  }
-
-  void set_texts(tables::ReportChart& chart) {
-    const std::string name = job_.output.NameOrQualifiedCellAddressName(job_.range_mode);
-    chart.SetTitle(session_.text(kChartTitle, name));
-    chart.SetSubtitle(subtitle());
-    constexpr double kAuto = host::kAutoScaleValue;
-    chart.SetXAxis(session_.text(job_.percent ? kChangeAxis : kValueAxis, name), kAuto, kAuto, kAuto,
-                   axis_format(), true);
-  }
-
-  std::string axis_format() const {
-    if (job_.percent) return tables::PercentFormat();
-    if (job_.output.IsDate) return job_.output.DateFormat;
-    return job_.output.NumberFormatLocal.empty() ? "" : job_.output.NumberFormatLocal + "[LOCAL]";
-  }
-
-  // The output's value before anything was varied.
-  std::optional<double> base() const {
-    if (!same_bits(job_.base_value, host::kNoBaseValue) && usable(job_.base_value)) return job_.base_value;
-    if (usable(job_.output.BaseValue())) return job_.output.BaseValue();
-    return std::nullopt;
-  }
-
-  // Where the base value lies on the value axis; changes are counted from it.
-  std::optional<double> origin() const { return job_.percent ? 0.0 : base(); }
-
-  // Rounded bounds around the bars and the base value.
-  host::AxisScale axis_scale() const {
-    double lowest = ArrayMin(low_values_);
-    double highest = ArrayMax(high_values_);
-    if (const auto value = origin()) {
-      lowest = std::min(lowest, *value);
-      highest = std::max(highest, *value);
-    }
-    return session_.environment->numbers().axis_scale(lowest, highest);
-  }
-
-  // The base line has its own, unseen axis; both must agree for it to stand right. The chart chooses its
-  // unit.
-  static void bound_value_axis(host::Chart& chart, const host::AxisScale& scale) {
-    const auto axis = chart.axis(host::AxisType::kValue, host::AxisGroup::kPrimary);
-    axis->set_minimum_scale(scale.minimum);
-    axis->set_maximum_scale(scale.maximum);
-  }
-
-  std::string base_text(double value) const {
-    const auto date = job_.output.IsDate ? date_of(value) : std::nullopt;
-    return job_.base_label + "=" +
-           (date ? date_text(*date, job_.output.DateFormat)
-                 : session_.environment->numbers().number_text(value));
-  }
-
-  // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
-  // points over bars.
-  std::string subtitle() const {
-    const auto value = base();
-    const std::string text = session_.text(kChartSubtitle);
-    return value ? text + " (" + base_text(rounded_for_reading(*value)) + ")" : text;
-  }
-
-  void add_base_line(host::Chart& chart, const host::AxisScale& scale) {
-    if (same_bits(job_.base_value, host::kNoBaseValue) || !usable(job_.base_value)) return;
-    constexpr host::Color kBlack = 0;
-    AddBaseValueLine(session_, chart, *origin(), scale.minimum, scale.maximum, job_.baseline_color,
-                     base_text(job_.base_value), kBlack, chart.plot_area_interior_color());
-  }
-
   session::Session& session_;
   TornadoJob job_;
+  TornadoChart chart_;
 
   host::CellBlock rows_;
   model::OneBased<std::string> input_formats_;  // by row
   std::optional<Place> first_without_change_, first_invalid_;
-  std::vector<double> low_values_, high_values_;
 };
 
 }  // namespace
@@ -402,10 +247,7 @@ std::int32_t GenerateTornadoReport(session::Session& session, tables::ReportWork
                             .range_mode = rangeMode,
                             .percent = outputMode == model::OrdvaneOutputAsPercentChange,
                             .bars = bars,
-                            .base_value = baseValue,
-                            .base_label = baseLabel,
-                            .bar_color = barColor,
-                            .baseline_color = baselineColor})
+                            .style = {baseValue, baseLabel, barColor, baselineColor}})
         .write(sheet);
   sheet->FinishSheet();
   return 0;

@@ -71,20 +71,16 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
     s.check_cancel();
     effects.push_back(model::RankGroups(run, trInputs, trOutputs, k, isSelectedOutput(k)));
   }
+  const graphs::MultiTornadoLimits limits{MaxInputsPerGraph, InputsChangeThreshold};
   if (groupCount > 0 && reports_.multi_tornado) {
     for (Long k = 1; k <= isSelectedOutput.size(); ++k) {
       progress(kDrawing);
       const bool one_run = totalRuns <= 1;
       const Long output = isSelectedOutput(k);
-      const graphs::MultiTornadoOptions options{
-          .max_inputs_per_graph = MaxInputsPerGraph,
-          .inputs_change_threshold = InputsChangeThreshold,
-          .base_value = one_run ? trOutputs(output).BaseValue() : host::kNoBaseValue,
-          .base_label = one_run ? s.CommonString(16) : kBaseValueLabel,
-          .bar_color = BarColor(),
-          .baseline_color = BaselineColor()};
+      const TornadoStyle style{one_run ? trOutputs(output).BaseValue() : host::kNoBaseValue,
+                               one_run ? s.CommonString(16) : kBaseValueLabel, BarColor(), BaselineColor()};
       graph_or_log("multiReport",
-                   [&] { reports_.multi_tornado(arguments, output, run, effects(k), options); });
+                   [&] { reports_.multi_tornado(arguments, output, run, effects(k), limits, style); });
     }
   }
   if (reports_.multi_way_detail) {

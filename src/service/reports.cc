@@ -35,6 +35,12 @@ Reports built_in_reports() {
     return tables::MakeDetailByInputReport(a.session, a.rWB, a.selOut, a.trInputs, a.trOutputs,
                                            a.NumIterations, a.rangeMode, a.runNumber, a.totalRuns);
   };
+  reports.multi_tornado = [](const ReportArguments& a, std::int32_t output, const model::MultiWayRun& run,
+                             const model::GroupEffects& effects, const graphs::MultiTornadoLimits& limits,
+                             const TornadoStyle& style) {
+    graphs::GenerateMultiTornadoReport(a.session, a.rWB, output, a.trInputs, a.trOutputs, run, effects,
+                                       a.rangeMode, a.outputMode, a.runNumber, a.totalRuns, limits, style);
+  };
   return reports;
 }
 

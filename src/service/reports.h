@@ -31,12 +31,7 @@ struct ReportArguments {
   std::int32_t totalRuns;
 };
 
-struct TornadoStyle {
-  double base_value;
-  std::string base_label;
-  host::Color bar_color;
-  host::Color baseline_color;
-};
+using graphs::TornadoStyle;
 
 struct Reports {
   std::function<void(const ReportArguments&, std::int32_t output, const model::RankingRecord&,
@@ -47,7 +42,7 @@ struct Reports {
   std::function<void(const ReportArguments&, std::int32_t output)> output_detail;
   std::function<std::int32_t(const ReportArguments&)> detail_by_input;
   std::function<void(const ReportArguments&, std::int32_t output, const model::MultiWayRun&,
-                     const model::GroupEffects&, const graphs::MultiTornadoOptions&)>
+                     const model::GroupEffects&, const graphs::MultiTornadoLimits&, const TornadoStyle&)>
       multi_tornado;
   std::function<void(const ReportArguments&, const model::MultiWayRun&,
                      const model::OneBased<model::GroupEffects>&)>

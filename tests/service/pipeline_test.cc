@@ -55,7 +55,8 @@ struct Recorder {
       return by_input_result;
     };
     r.multi_tornado = [this](const ReportArguments&, std::int32_t output, const model::MultiWayRun&,
-                             const model::GroupEffects&, const graphs::MultiTornadoOptions&) {
+                             const model::GroupEffects&, const graphs::MultiTornadoLimits&,
+                             const TornadoStyle&) {
       calls.push_back("multi-way tornado " + std::to_string(output));
     };
     r.multi_way_detail = [this](const ReportArguments&, const model::MultiWayRun&,

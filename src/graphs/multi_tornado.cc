@@ -1,0 +1,254 @@
+// Multi-way tornado report: the groups in the order of their swings, and the chart over their table.
+#include "graphs/multi_tornado.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "graphs/chart_helpers.h"
+#include "graphs/graph_sheet.h"
+#include "host/error.h"
+#include "tables/utils.h"
+
+namespace ordvane::graphs {
+namespace {
+
+using host::HAlign;
+
+// String ids.
+constexpr SheetTexts kSheetTexts = {.sheet_name = 313, .title = 311, .run_line = 316};
+constexpr TornadoTexts kChartTexts = {
+    .chart_title = 312, .chart_subtitle = 303, .change_axis = 308, .value_axis = 314};
+constexpr std::int16_t kHighGroup = 301;
+constexpr std::int16_t kLowGroup = 302;
+constexpr std::int16_t kGroup = 304;
+constexpr std::int16_t kNotes = 305;
+constexpr std::int16_t kNoBars = 306;
+constexpr std::int16_t kVariedTogether = 307;
+constexpr std::int16_t kSwing = 310;
+constexpr std::int16_t kTableCaption = 315;
+constexpr std::int16_t kInvalidNote = 600;
+constexpr std::int16_t kBaseZeroNote = 608;
+constexpr std::int16_t kNoUsableBase = 1007;
+constexpr std::int16_t kOutputBaseZero = 1026;
+constexpr std::int16_t kNoMultiTornado = 1041;
+
+constexpr const char* kBetweenMembers = " \xC3\x97 ";  // multiplication sign
+
+// Columns of the table, after those that say where the inputs are (one a step of the range mode).
+enum Column : std::int32_t { kRank = 1, kName, kLow, kLowChange, kHigh, kHighChange, kColumns = kHighChange };
+constexpr std::int32_t kHeaderRows = 3;
+constexpr std::int32_t kMostBars = 32767;  // counted in 16 bits by the report layer
+
+// Each text once, in the order of the members.
+std::string distinct(const std::vector<std::string>& texts) {
+  std::string joined;
+  for (auto text = texts.begin(); text != texts.end(); ++text)
+    if (std::find(texts.begin(), text, *text) == text) joined += (joined.empty() ? "" : ", ") + *text;
+  return joined;
+}
+
+// Where this many groups of the highest ranks go: element r is the group of rank r.
+model::OneBased<std::int32_t> groups_by_rank(const model::GroupEffects& effects) {
+  model::OneBased<std::int32_t> groups(effects.size());
+  for (std::int32_t g = 1; g <= effects.size(); ++g) groups(effects(g).rank) = g;
+  return groups;
+}
+
+class MultiTornado {
+ public:
+  MultiTornado(session::Session& session, const model::DralInputOutput& output, const model::Records& inputs,
+               const model::MultiWayRun& run, const model::GroupEffects& effects,
+               model::OrdvaneRangeMode range_mode, bool percent, const MultiTornadoLimits& limits,
+               const TornadoStyle& style)
+      : session_(session),
+        output_(output),
+        inputs_(inputs),
+        run_(run),
+        effects_(effects),
+        range_mode_(range_mode),
+        percent_(percent),
+        by_rank_(groups_by_rank(effects)),
+        bars_(count_bars(limits)),
+        chart_(session, output, percent, range_mode, kChartTexts, style),
+        rows_(std::max(bars_, 0), column(kColumns)) {}
+
+  void write(tables::ReportSheet& sheet) {
+    if (bars_ <= 0) {
+      sheet.NextCell()->set_value(session_.text(kNoBars));
+      return;
+    }
+    fill_rows();
+    chart_.read_bars(rows_, column(low()), column(high()));
+    if (const auto reason = reason_for_no_chart()) {
+      CreateMessageChart(sheet, session_.text(kNoMultiTornado) + "\r\n" + session_.text(*reason));
+      sheet.SetSheetOption(1);
+      write_table(sheet);
+    } else {
+      const auto chart = sheet.AddChart(kTornadoChart, kChartWidth,
+                                        sheet.ChartHeightForBars(static_cast<std::int16_t>(bars_)));
+      sheet.SetSheetOption(1);
+      const auto table = write_table(sheet);
+      host::ignoring_errors([&] { chart->Container()->set_width(tables::TableWidthForChart(*table)); });
+      chart_.draw(*chart, *table, bars_, column(kName), column(low()), column(high()));
+      SetWatermark(session_, *chart);
+    }
+    sheet.SheetWorksheet()->range("a1")->select();
+  }
+
+ private:
+  std::int32_t column(Column after_places) const {
+    return static_cast<std::int32_t>(range_mode_) + after_places;
+  }
+  Column low() const { return percent_ ? kLowChange : kLow; }
+  Column high() const { return percent_ ? kHighChange : kHigh; }
+  bool has_base() const { return output_.BaseValue() != 0 && output_.rules().is_usable(output_.BaseValue()); }
+
+  std::int32_t count_bars(const MultiTornadoLimits& limits) const {
+    std::int32_t passing = by_rank_.size();
+    if (has_base()) {
+      passing = 0;
+      while (passing < by_rank_.size() &&
+             std::fabs(effects_(by_rank_(passing + 1)).bar_width) >= limits.inputs_change_threshold)
+        ++passing;
+    }
+    return std::min({by_rank_.size(), limits.max_inputs_per_graph, passing, kMostBars});
+  }
+
+  std::optional<std::int16_t> reason_for_no_chart() const {
+    if (percent_ && !has_base()) return output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
+    if (!chart_.has_bars()) return kInvalidNote;
+    return std::nullopt;
+  }
+
+  // ---- Rows ----
+
+  void fill_rows() {
+    for (std::int32_t row = 1; row <= bars_; ++row) {
+      fill_row(row, run_.groups(by_rank_(row)), effects_(by_rank_(row)));
+      tables::CheckUserCancel(session_);
+    }
+  }
+
+  void fill_row(std::int32_t row, const model::MultiGroup& group, const model::GroupEffect& effect) {
+    std::vector<std::string> books, sheets;
+    std::string name;
+    for (const std::int32_t member : group.members) {
+      const model::DralInputOutput& input = inputs_(member);
+      books.push_back(input.bookName);
+      sheets.push_back(input.sheetName);
+      name += (name.empty() ? "" : kBetweenMembers) + ItemLabel(input);
+    }
+    if (range_mode_ == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, distinct(books));
+    if (range_mode_ != model::OrdvaneRangeCellMode) rows_.set_text(row, range_mode_, distinct(sheets));
+    rows_.set_number(row, column(kRank), row);
+    rows_.set_text(row, column(kName), name);
+    fill_value(row, kLow, effect.lowest);
+    fill_value(row, kLowChange, effect.lowest_change);
+    fill_value(row, kHigh, effect.highest);
+    fill_value(row, kHighChange, effect.highest_change);
+    session_.log.line("GenerateMultiTornadoReport group: " + name);
+  }
+
+  void fill_value(std::int32_t row, Column place, double value) {
+    std::int32_t flags = 0;
+    tables::FormatTableValue(output_.rules(), rows_, row, column(place), value, flags, 1.0,
+                             model::OrdvaneDivisorOutput);
+    if (flags == 0) return;
+    const bool change = place == kLowChange || place == kHighChange;
+    auto& first = change && output_.BaseValue() == 0 ? first_without_change_ : first_invalid_;
+    if (!first) first = {row, column(place)};
+  }
+
+  // ---- Table ----
+
+  std::shared_ptr<tables::ReportTable> write_table(tables::ReportSheet& sheet) {
+    auto table = sheet.AddTable(bars_, column(kColumns), kHeaderRows, 0,
+                                session_.text(kTableCaption, std::to_string(bars_)),
+                                session_.text(kVariedTogether) + " " + session_.text(kSwing));
+    write_headers(*table);
+    table->PutBody(1, rows_);
+    const std::string format = ValueFormat(output_);
+    for (const Column value : {kLow, kHigh})
+      if (!format.empty()) table->FormatBody(1, bars_, column(value), format);
+    for (const Column change : {kLowChange, kHighChange})
+      table->FormatBody(1, bars_, column(change), tables::PercentFormat());
+    for (const Column last : {kName, kLowChange, kHighChange})
+      table->AddColumnRule(column(last), -1, tables::kRuleLineStyle, tables::kRuleWeight,
+                           tables::kRuleColorIndex);
+    std::string notes;
+    add_note(*table, first_without_change_, kBaseZeroNote, notes);
+    add_note(*table, first_invalid_, kInvalidNote, notes);
+    if (!notes.empty()) sheet.NextCell()->set_value(session_.text(kNotes) + ": " + notes);
+    return table;
+  }
+
+  void write_headers(tables::ReportTable& table) {
+    const auto figures = [&](Column place, std::int32_t caption, HAlign body = HAlign::kRight) {
+      table.SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
+                            tables::kFitColumn, "", false);
+    };
+    const auto names = [&](std::int32_t place, const std::string& caption) {
+      table.SetColumnHeader(place, caption, HAlign::kLeft, HAlign::kLeft, 0, tables::kNameColumnWidth, "",
+                            true);
+    };
+    if (range_mode_ == model::OrdvaneRangeBookMode) names(1, session_.CommonString(0));
+    if (range_mode_ != model::OrdvaneRangeCellMode) names(range_mode_, session_.CommonString(1));
+    figures(kRank, 9, HAlign::kCenter);
+    names(column(kName), session_.text(kGroup));
+    for (const Column value : {kLow, kHigh}) figures(value, 5);
+    for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
+
+    AddHeaderGroup(table, 1, column(kLow), 1, 4, session_.CommonString(11));
+    AddHeaderGroup(table, 2, column(kLow), 1, 2, session_.text(kLowGroup));
+    AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(kHighGroup));
+  }
+
+  struct Place {
+    std::int32_t row, column;
+  };
+
+  void add_note(tables::ReportTable& table, const std::optional<Place>& place, std::int16_t text,
+                std::string& notes) {
+    if (!place) return;
+    table.AddTableNote(place->row, place->column, session_.CommonString(12), session_.text(text));
+    notes += (notes.empty() ? "" : " ") + session_.text(text);
+  }
+
+  session::Session& session_;
+  const model::DralInputOutput& output_;
+  const model::Records& inputs_;
+  const model::MultiWayRun& run_;
+  const model::GroupEffects& effects_;
+  model::OrdvaneRangeMode range_mode_;
+  bool percent_;
+  model::OneBased<std::int32_t> by_rank_;  // the group of each rank
+  std::int32_t bars_;
+  TornadoChart chart_;
+  host::CellBlock rows_;
+  std::optional<Place> first_without_change_, first_invalid_;
+};
+
+}  // namespace
+
+std::int32_t GenerateMultiTornadoReport(session::Session& session, tables::ReportWorkbook& rWB,
+                                        std::int32_t outputIndex, const model::Records& trInputs,
+                                        const model::Records& trOutputs, const model::MultiWayRun& run,
+                                        const model::GroupEffects& effects, model::OrdvaneRangeMode rangeMode,
+                                        model::OrdvaneOutputMode outputMode, std::int32_t runNumber,
+                                        std::int32_t totalRuns, const MultiTornadoLimits& limits,
+                                        const TornadoStyle& style) {
+  session.log.line("ReportMultiTornado.GenerateMultiTornadoReport");
+  const model::DralInputOutput& output = trOutputs(outputIndex);
+  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
+  MultiTornado(session, output, trInputs, run, effects, rangeMode,
+               outputMode == model::OrdvaneOutputAsPercentChange, limits, style)
+      .write(*sheet);
+  sheet->FinishSheet();
+  return 0;
+}
+
+}  // namespace ordvane::graphs

@@ -1,0 +1,179 @@
+// The chart of the tornado reports.
+#include "graphs/tornado_chart.h"
+
+#include <algorithm>
+#include <bit>
+#include <chrono>
+#include <cmath>
+#include <memory>
+#include <utility>
+
+#include "graphs/chart_helpers.h"
+#include "host/error.h"
+#include "tables/utils.h"
+
+namespace ordvane::graphs {
+namespace {
+
+// Whole days since the spreadsheet's day 0, which counts a 29 February 1900 that never was.
+std::optional<std::chrono::year_month_day> date_of(double serial) {
+  constexpr double kLastSerial = 2958465;  // 31 December 9999
+  constexpr double kFirstOfMarch1900 = 61;
+  if (!(serial >= 1 && serial <= kLastSerial)) return std::nullopt;
+  const std::chrono::sys_days day_zero =
+      std::chrono::year(1899) / 12 / (serial < kFirstOfMarch1900 ? 31 : 30);
+  return day_zero + std::chrono::days(static_cast<int>(serial));
+}
+
+std::string padded(unsigned number, std::size_t width) {
+  std::string digits = std::to_string(number);
+  if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
+  return digits;
+}
+
+// A date by a format of days, months and years in figures.
+std::string date_text(const std::chrono::year_month_day& date, const std::string& format) {
+  std::string text;
+  for (std::size_t at = 0; at < format.size();) {
+    const std::size_t end = std::min(format.find_first_not_of(format[at], at), format.size());
+    const std::size_t width = end - at;
+    const auto year = static_cast<unsigned>(static_cast<int>(date.year()));
+    switch (format[at]) {
+      case 'd':
+        text += padded(static_cast<unsigned>(date.day()), width);
+        break;
+      case 'm':
+        text += padded(static_cast<unsigned>(date.month()), width);
+        break;
+      case 'y':
+        text += padded(width > 2 ? year : year % 100, width);
+        break;
+      default:
+        text += format.substr(at, width);
+    }
+    at = end;
+  }
+  return text;
+}
+
+// Six significant digits, and always two decimals.
+double rounded_for_reading(double value) {
+  constexpr int kDigits = 6;
+  constexpr int kDecimals = 2;
+  if (value == 0) return 0;
+  const int whole_digits = static_cast<int>(std::floor(std::log10(std::fabs(value)))) + 1;
+  const double unit = std::pow(10.0, std::max(kDigits - whole_digits, kDecimals));
+  const double rounded = std::nearbyint(value * unit) / unit;
+  return std::isfinite(rounded) ? rounded : value;
+}
+
+bool same_bits(double a, double b) {
+  return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+// The base line has its own, unseen axis; both must agree for it to stand right. The chart chooses its unit.
+void bound_value_axis(host::Chart& chart, const host::AxisScale& scale) {
+  const auto axis = chart.axis(host::AxisType::kValue, host::AxisGroup::kPrimary);
+  axis->set_minimum_scale(scale.minimum);
+  axis->set_maximum_scale(scale.maximum);
+}
+
+}  // namespace
+
+TornadoChart::TornadoChart(session::Session& session, const model::DralInputOutput& output, bool percent,
+                           model::OrdvaneRangeMode range_mode, const TornadoTexts& texts, TornadoStyle style)
+    : session_(session),
+      output_(output),
+      percent_(percent),
+      range_mode_(range_mode),
+      texts_(texts),
+      style_(std::move(style)) {}
+
+void TornadoChart::read_bars(const host::CellBlock& rows, std::int32_t low_column, std::int32_t high_column) {
+  for (std::int32_t row = 1; row <= rows.rows(); ++row) {
+    const auto& low = rows.at(row, low_column);
+    const auto& high = rows.at(row, high_column);
+    if (low.kind != host::CellKind::kNumber || high.kind != host::CellKind::kNumber) continue;
+    low_values_.push_back(low.number);
+    high_values_.push_back(high.number);
+  }
+}
+
+void TornadoChart::draw(tables::ReportChart& chart, tables::ReportTable& table, std::int32_t bars,
+                        std::int32_t name_column, std::int32_t low_column, std::int32_t high_column) {
+  const host::AxisScale scale = axis_scale();
+  SetChartAreaLineWeight(*chart.Chart());
+  chart.AddTornadoBars(static_cast<std::int16_t>(bars), *table.Body(1, low_column, bars),
+                       *table.Body(1, high_column, bars), *table.Body(1, name_column, bars),
+                       origin().value_or(scale.minimum));
+  set_texts(chart);
+  chart.FinishChart();
+  host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
+  host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
+  for (const std::int32_t bar : {3, 4})
+    host::ignoring_errors([&] { chart.Chart()->series(bar)->set_interior({.color = style_.bar_color}); });
+  host::ignoring_errors([&] { bound_value_axis(*chart.Chart(), scale); });
+  host::ignoring_errors([&] { add_base_line(*chart.Chart(), scale); });
+}
+
+void TornadoChart::set_texts(tables::ReportChart& chart) {
+  const std::string name = output_.NameOrQualifiedCellAddressName(range_mode_);
+  chart.SetTitle(session_.text(texts_.chart_title, name));
+  chart.SetSubtitle(subtitle());
+  constexpr double kAuto = host::kAutoScaleValue;
+  chart.SetXAxis(session_.text(percent_ ? texts_.change_axis : texts_.value_axis, name), kAuto, kAuto, kAuto,
+                 axis_format(), true);
+}
+
+std::string TornadoChart::axis_format() const {
+  if (percent_) return tables::PercentFormat();
+  if (output_.IsDate) return output_.DateFormat;
+  return output_.NumberFormatLocal.empty() ? "" : output_.NumberFormatLocal + "[LOCAL]";
+}
+
+// The output's value before anything was varied.
+std::optional<double> TornadoChart::base() const {
+  if (!same_bits(style_.base_value, host::kNoBaseValue) && usable(style_.base_value))
+    return style_.base_value;
+  if (usable(output_.BaseValue())) return output_.BaseValue();
+  return std::nullopt;
+}
+
+// Where the base value lies on the value axis; changes are counted from it.
+std::optional<double> TornadoChart::origin() const {
+  return percent_ ? 0.0 : base();
+}
+
+// Rounded bounds around the bars and the base value.
+host::AxisScale TornadoChart::axis_scale() const {
+  double lowest = ArrayMin(low_values_);
+  double highest = ArrayMax(high_values_);
+  if (const auto value = origin()) {
+    lowest = std::min(lowest, *value);
+    highest = std::max(highest, *value);
+  }
+  return session_.environment->numbers().axis_scale(lowest, highest);
+}
+
+std::string TornadoChart::base_text(double value) const {
+  const auto date = output_.IsDate ? date_of(value) : std::nullopt;
+  return style_.base_label + "=" +
+         (date ? date_text(*date, output_.DateFormat) : session_.environment->numbers().number_text(value));
+}
+
+// Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
+// points over bars.
+std::string TornadoChart::subtitle() const {
+  const auto value = base();
+  const std::string text = session_.text(texts_.chart_subtitle);
+  return value ? text + " (" + base_text(rounded_for_reading(*value)) + ")" : text;
+}
+
+void TornadoChart::add_base_line(host::Chart& chart, const host::AxisScale& scale) {
+  if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value)) return;
+  constexpr host::Color kBlack = 0;
+  AddBaseValueLine(session_, chart, *origin(), scale.minimum, scale.maximum, style_.baseline_color,
+                   base_text(style_.base_value), kBlack, chart.plot_area_interior_color());
+}
+
+}  // namespace ordvane::graphs
