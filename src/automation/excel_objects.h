@@ -1,0 +1,86 @@
+// What the wrappers of Excel's objects share: how they are made from one another, and how formats are set.
+// Known only to the excel_*.cc files.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "automation/late_bound.h"
+#include "host/excel.h"
+
+namespace ordvane::automation {
+
+// Interfaces of Excel, by their documented names.
+namespace kinds {
+inline constexpr std::wstring_view kApplication = L"Application", kWorkbooks = L"Workbooks",
+                                   kWorkbook = L"Workbook", kSheets = L"Sheets", kWorksheet = L"Worksheet",
+                                   kRange = L"Range", kFont = L"Font", kInterior = L"Interior",
+                                   kBorders = L"Borders", kBorder = L"Border", kComment = L"Comment",
+                                   kPageSetup = L"PageSetup", kWindows = L"Windows", kWindow = L"Window",
+                                   kWorksheetFunction = L"WorksheetFunction",
+                                   kDocumentProperties = L"DocumentProperties",
+                                   kDocumentProperty = L"DocumentProperty";
+inline constexpr std::wstring_view kChartObjects = L"ChartObjects", kChartObject = L"ChartObject",
+                                   kShapeRange = L"ShapeRange", kChart = L"Chart", kChartArea = L"ChartArea",
+                                   kPlotArea = L"PlotArea", kChartTitle = L"ChartTitle", kLegend = L"Legend",
+                                   kChartFormat = L"ChartFormat", kLineFormat = L"LineFormat",
+                                   kFillFormat = L"FillFormat", kCharacters = L"Characters",
+                                   kChartGroup = L"ChartGroup", kShapes = L"Shapes", kShape = L"Shape",
+                                   kTextFrame = L"TextFrame";
+inline constexpr std::wstring_view kAxis = L"Axis", kAxisTitle = L"AxisTitle", kTickLabels = L"TickLabels",
+                                   kGridlines = L"Gridlines", kSeriesCollection = L"SeriesCollection",
+                                   kSeries = L"Series", kPoint = L"Point", kDataLabel = L"DataLabel";
+}  // namespace kinds
+
+inline constexpr std::int32_t kXlSolid = 1;
+
+// A place on a sheet, as far as it is known; 0 for what is not.
+struct Place {
+  std::int32_t row = 0, column = 0, rows = 0, columns = 0;
+};
+
+struct ExcelContext {
+  explicit ExcelContext(LateBound excel) : application(std::move(excel)) {}
+  std::int32_t major_version();  // 12 for 2007; asked once
+
+  LateBound application;
+
+ private:
+  std::int32_t major_version_ = 0;
+};
+using Context = std::shared_ptr<ExcelContext>;
+
+// What every wrapper is made of.
+class ExcelObject {
+ public:
+  ExcelObject(Context context, LateBound object) : context_(std::move(context)), it_(std::move(object)) {}
+  const LateBound& it() const { return it_; }
+
+ protected:
+  Context context_;
+  LateBound it_;
+};
+
+std::shared_ptr<host::Workbook> make_workbook(Context context, LateBound workbook);
+std::shared_ptr<host::Worksheet> make_worksheet(Context context, LateBound worksheet);
+std::shared_ptr<host::Range> make_range(Context context, LateBound range, const Place& place = {});
+std::shared_ptr<host::ChartObject> make_chart_object(Context context, LateBound chart_object);
+std::shared_ptr<host::Chart> make_chart(Context context, LateBound chart);
+std::shared_ptr<host::Axis> make_axis(Context context, LateBound axis);
+std::shared_ptr<host::Series> make_series(Context context, LateBound series);
+
+// Excel's object behind a range of this application. Throws error 13 for any other range.
+IDispatch* range_object(host::Range& range);
+
+// "B2:C4" of a place on any sheet. Throws error 1004 for what can be no place.
+std::string place_name(const Place& place);
+
+// `owner` has the property that is set: Font, Interior, Border.
+void apply_font(const LateBound& owner, const host::FontFormat& format);
+void apply_interior(const LateBound& owner, const host::InteriorFormat& format);
+void apply_border(const LateBound& owner, const host::BorderFormat& format);
+// The border itself.
+void apply_line(const LateBound& border, const host::BorderFormat& format);
+
+}  // namespace ordvane::automation

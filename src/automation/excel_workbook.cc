@@ -1,0 +1,200 @@
+// Excel's Workbook and Worksheet objects.
+#include <utility>
+
+#include "automation/excel_objects.h"
+
+namespace ordvane::automation {
+namespace {
+
+constexpr std::int32_t kXlPortrait = 1;
+constexpr std::int32_t kXlLandscape = 2;
+
+class ExcelWorkbook final : public host::Workbook, private ExcelObject {
+ public:
+  using ExcelObject::ExcelObject;
+
+  std::string name() override { return it_.get(L"Name").text(); }
+  bool multi_user_editing() override { return it_.get(L"MultiUserEditing").truth(); }
+  std::vector<std::shared_ptr<host::Worksheet>> worksheets() override;
+  std::shared_ptr<host::Worksheet> worksheet(const std::string& name) override;
+  std::shared_ptr<host::Worksheet> add_worksheet() override;
+  void set_properties(const host::DocumentProperties& properties) override;
+  void activate() override { it_.call(L"Activate"); }
+};
+
+std::vector<std::shared_ptr<host::Worksheet>> ExcelWorkbook::worksheets() {
+  const LateBound sheets = it_.object(L"Worksheets", kinds::kSheets);
+  std::vector<std::shared_ptr<host::Worksheet>> result;
+  const std::int32_t count = sheets.get(L"Count").whole();
+  for (std::int32_t i = 1; i <= count; ++i)
+    result.push_back(make_worksheet(context_, sheets.object(L"Item", kinds::kWorksheet, {i})));
+  return result;
+}
+
+std::shared_ptr<host::Worksheet> ExcelWorkbook::worksheet(const std::string& name) {
+  const LateBound sheets = it_.object(L"Worksheets", kinds::kSheets);
+  try {
+    return make_worksheet(context_, sheets.object(L"Item", kinds::kWorksheet, {name}));
+  } catch (const host::Error& error) {
+    if (error.code() != DISP_E_BADINDEX) throw;
+    throw host::Error(host::errc::kSubscriptOutOfRange, error.description(), error.source());
+  }
+}
+
+// After chart sheets, too.
+std::shared_ptr<host::Worksheet> ExcelWorkbook::add_worksheet() {
+  const LateBound all = it_.object(L"Sheets", kinds::kSheets);
+  const LateBound last = all.object(L"Item", kinds::kWorksheet, {all.get(L"Count").whole()});
+  const Variant added =
+      it_.object(L"Worksheets", kinds::kSheets).call_named(L"Add", {{L"After", last.dispatch()}});
+  return make_worksheet(context_, {added.object(), kinds::kWorksheet, it_.names()});
+}
+
+// What is empty stays as it is: Excel has put the user's name and company there.
+void ExcelWorkbook::set_properties(const host::DocumentProperties& properties) {
+  const std::pair<const char*, const std::string*> values[] = {
+      {"Title", &properties.title},       {"Subject", &properties.subject},
+      {"Author", &properties.author},     {"Company", &properties.company},
+      {"Keywords", &properties.keywords}, {"Comments", &properties.comments}};
+  const LateBound all = it_.object(L"BuiltinDocumentProperties", kinds::kDocumentProperties);
+  for (const auto& [name, value] : values)
+    if (!value->empty()) all.object(L"Item", kinds::kDocumentProperty, {name}).put(L"Value", *value);
+}
+
+// ---- Worksheets ----
+
+class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
+ public:
+  using ExcelObject::ExcelObject;
+
+  std::shared_ptr<host::Workbook> workbook() override {
+    return make_workbook(context_, it_.object(L"Parent", kinds::kWorkbook));
+  }
+  std::string name() override { return it_.get(L"Name").text(); }
+  void set_name(const std::string& name) override { it_.put(L"Name", name); }
+  std::int32_t row_limit() override {
+    return first_cell()
+        .object(L"EntireColumn", kinds::kRange)
+        .object(L"Rows", kinds::kRange)
+        .get(L"Count")
+        .whole();
+  }
+  std::int32_t column_limit() override {
+    return first_cell()
+        .object(L"EntireRow", kinds::kRange)
+        .object(L"Columns", kinds::kRange)
+        .get(L"Count")
+        .whole();
+  }
+  std::shared_ptr<host::Range> range(const std::string& address) override {
+    return make_range(context_, it_.object(L"Range", kinds::kRange, {address}));
+  }
+  std::shared_ptr<host::Range> range(std::int32_t row, std::int32_t column, std::int32_t rows,
+                                     std::int32_t columns) override {
+    const Place place{row, column, rows, columns};
+    return make_range(context_, it_.object(L"Range", kinds::kRange, {place_name(place)}), place);
+  }
+  std::shared_ptr<host::ChartObject> add_chart(double left, double top, double width, double height) override;
+  void set_page_setup(const host::PageSetup& setup) override;
+  void freeze_panes(std::int32_t rows, std::int32_t columns) override;
+  void set_display_gridlines(bool shown) override { window().put(L"DisplayGridlines", shown); }
+  void activate() override { it_.call(L"Activate"); }
+  void remove() override;
+
+ private:
+  LateBound first_cell() {
+    constexpr std::int16_t kFirst = 1;
+    return it_.object(L"Cells", kinds::kRange).object(L"Item", kinds::kRange, {kFirst});
+  }
+  // The window that shows this sheet, which must be the active one for it.
+  LateBound window() {
+    activate();
+    return it_.object(L"Parent", kinds::kWorkbook)
+        .object(L"Windows", kinds::kWindows)
+        .object(L"Item", kinds::kWindow, {1});
+  }
+};
+
+// Excel may fill a new chart with what is selected; this one is empty.
+std::shared_ptr<host::ChartObject> ExcelWorksheet::add_chart(double left, double top, double width,
+                                                             double height) {
+  const LateBound added = it_.object(L"ChartObjects", kinds::kChartObjects)
+                              .object(L"Add", kinds::kChartObject, {left, top, width, height});
+  const LateBound chart = added.object(L"Chart", kinds::kChart);
+  const LateBound series = chart.object(L"SeriesCollection", kinds::kSeriesCollection);
+  for (std::int32_t i = series.get(L"Count").whole(); i > 0; --i)
+    series.object(L"Item", kinds::kSeries, {i}).call(L"Delete");
+  return make_chart_object(context_, added);
+}
+
+// Asking the printer for each setting would take long, so that Excel (from 2010) is told to ask once.
+void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
+  const LateBound page = it_.object(L"PageSetup", kinds::kPageSetup);
+  const LateBound& application = context_->application;
+  const bool together = host::ignoring_errors([&] { application.put(L"PrintCommunication", false); });
+  const auto fitted = [](std::int32_t pages) { return pages > 0 ? Variant(pages) : Variant(false); };
+  const auto put_all = [&] {
+    page.put(L"Orientation", setup.landscape ? kXlLandscape : kXlPortrait);
+    if (setup.fit_to_pages_wide > 0 || setup.fit_to_pages_tall > 0) {
+      page.put(L"Zoom", false);
+      page.put(L"FitToPagesWide", fitted(setup.fit_to_pages_wide));
+      page.put(L"FitToPagesTall", fitted(setup.fit_to_pages_tall));
+    }
+    page.put(L"PrintTitleRows", setup.print_title_rows);
+    page.put(L"LeftHeader", setup.left_header);
+    page.put(L"CenterHeader", setup.center_header);
+    page.put(L"RightHeader", setup.right_header);
+    page.put(L"LeftFooter", setup.left_footer);
+    page.put(L"CenterFooter", setup.center_footer);
+    page.put(L"RightFooter", setup.right_footer);
+  };
+  try {
+    put_all();
+  } catch (const host::Error&) {
+    if (together) host::ignoring_errors([&] { application.put(L"PrintCommunication", true); });
+    throw;
+  }
+  if (together) application.put(L"PrintCommunication", true);
+}
+
+void ExcelWorksheet::freeze_panes(std::int32_t rows, std::int32_t columns) {
+  const LateBound shown = window();
+  shown.put(L"FreezePanes", false);
+  shown.put(L"ScrollRow", 1);
+  shown.put(L"ScrollColumn", 1);
+  shown.put(L"SplitRow", rows);
+  shown.put(L"SplitColumn", columns);
+  if (rows > 0 || columns > 0) shown.put(L"FreezePanes", true);
+}
+
+// Excel would ask the user otherwise, and answers False where it was not done.
+void ExcelWorksheet::remove() {
+  const LateBound& application = context_->application;
+  const bool alerts = application.get(L"DisplayAlerts").truth();
+  if (alerts) application.put(L"DisplayAlerts", false);
+  const auto restore = [&] {
+    if (alerts) host::ignoring_errors([&] { application.put(L"DisplayAlerts", true); });
+  };
+  Variant removed;
+  try {
+    removed = it_.call(L"Delete");
+  } catch (const host::Error&) {
+    restore();
+    throw;
+  }
+  restore();
+  if (removed.value().vt == VT_BOOL && !removed.truth())
+    throw host::Error(host::errc::kHostRefused, "The sheet cannot be removed");
+}
+
+}  // namespace
+
+std::shared_ptr<host::Workbook> make_workbook(Context context, LateBound workbook) {
+  return std::make_shared<ExcelWorkbook>(std::move(context), std::move(workbook));
+}
+
+std::shared_ptr<host::Worksheet> make_worksheet(Context context, LateBound worksheet) {
+  return std::make_shared<ExcelWorksheet>(std::move(context), std::move(worksheet));
+}
+
+}  // namespace ordvane::automation
