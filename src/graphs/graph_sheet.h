@@ -1,5 +1,5 @@
-// What the graph reports have in common around their tables and charts: the opening of a sheet, number
-// formats, the watermark.
+// What the graph reports have in common around their tables and charts: the opening of a sheet, the
+// watermark.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +9,7 @@
 #include "model/input_output.h"
 #include "session/session.h"
 #include "tables/report_workbook.h"
+#include "tables/table_parts.h"
 
 namespace ordvane::graphs {
 
@@ -26,17 +27,10 @@ std::shared_ptr<tables::ReportSheet> StartGraphSheet(session::Session& session, 
                                                      const SheetTexts& texts, std::int32_t runNumber,
                                                      std::int32_t totalRuns);
 
-// The item's name with its address; the address alone for an item without a name.
-std::string ItemLabel(const model::DralInputOutput& item);
-// Format of an item's values in cells, local form: the cell's own, or the date format of a date whose cell
-// has none.
-std::string ValueFormat(const model::DralInputOutput& item);
-// The same for differences of its values: days between dates are plain numbers.
-std::string ChangeFormat(const model::DralInputOutput& item);
-
-// A caption over a group of columns, centred in one merged cell of a table's header.
-void AddHeaderGroup(tables::ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
-                    std::int32_t columns, const std::string& caption);
+using tables::AddHeaderGroup;
+using tables::ChangeFormat;
+using tables::ItemLabel;
+using tables::ValueFormat;
 
 // When the session has one.
 void SetWatermark(session::Session& session, tables::ReportChart& chart);

@@ -1,13 +1,12 @@
 #include "tables/detail_by_input.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "model/naming.h"
-#include "tables/look.h"
 #include "tables/output_detail.h"
-#include "tables/text_estimate.h"
+#include "tables/table_parts.h"
 #include "tables/utils.h"
 
 namespace ordvane::tables {
@@ -16,17 +15,13 @@ namespace {
 using host::HAlign;
 
 namespace text {
-constexpr std::int16_t kSubcaption = 100, kAddressHeading = 102, kSheetName = 105, kStep = 108,
-                       kProgress = 111, kTooManyRows = 114, kTooManyOutputs = 115, kTitle = 117,
-                       kCaption = 119, kRun = 122;
+constexpr std::int16_t kSubcaption = 100, kSheetName = 105, kStep = 108, kProgress = 111, kTooManyRows = 114,
+                       kTooManyOutputs = 115, kTitle = 117, kCaption = 119, kRun = 122;
 }  // namespace text
 
 constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kNameRow = 2;
 constexpr std::int32_t kColumnsPerOutput = 3;
-// Cells gathered before they are written: large enough to make a write cheap,
-// small enough to stay in the cache.
-constexpr std::int32_t kCellsPerBlock = 1 << 16;
 
 struct Columns {
   Columns(std::int32_t mode, std::int32_t outputs) : m(mode), k(outputs) {}
@@ -63,9 +58,6 @@ class DetailByInput {
  private:
   std::int32_t standard_recalculations();
   void set_headers();
-  std::string output_heading(std::int32_t k) const;
-  std::shared_ptr<host::Range> heading_cells(std::int32_t k) const;
-  void fit_output_headings();
   void set_rules();
   void fill_body();
   const std::string& step_text(std::int32_t step);
@@ -88,6 +80,7 @@ class DetailByInput {
   std::int32_t flags_ = 0;
   model::OneBased<std::string> step_texts_;
   std::shared_ptr<ReportTable> table_;
+  std::optional<OutputHeadings> headings_;
 };
 
 void DetailByInput::make(ReportWorkbook& rWB, std::int32_t iterations, std::int32_t run, std::int32_t runs) {
@@ -121,7 +114,7 @@ void DetailByInput::make(ReportWorkbook& rWB, std::int32_t iterations, std::int3
   const auto body = table_->BodyRange();
   // All columns in one go: the cells lie row by row.
   body->offset(-1, 0)->resize(body->row_count() + 1, c_.count())->auto_fit_columns();
-  fit_output_headings();
+  headings_->fit();
   sheet->FinishSheet();
 }
 
@@ -164,36 +157,10 @@ void DetailByInput::set_headers() {
     table_->Header(1, c_.output_value(1))->set_value(session_.CommonString(11));
     table_->Header(1, c_.output_value(1), 1, kColumnsPerOutput * c_.k)->set_merge(true);
   }
-  for (std::int32_t k = 1; k <= c_.k; ++k) {
-    const auto cells = heading_cells(k);
-    cells->cell(1, 1)->set_value(output_heading(k));
-    cells->set_merge(true);
-    cells->set_wrap_text(true);
-  }
+  headings_.emplace(session_, *table_, kNameRow, kColumnsPerOutput,
+                    static_cast<model::OrdvaneRangeMode>(c_.m));
+  for (std::int32_t k = 1; k <= c_.k; ++k) headings_->add(output(k), c_.output_value(k));
   set_rules();
-}
-
-std::string DetailByInput::output_heading(std::int32_t k) const {
-  const model::DralInputOutput& o = output(k);
-  if (!o.ioName.empty()) return o.ioName;
-  const auto mode = static_cast<model::OrdvaneRangeMode>(c_.m);
-  return session_.text(text::kAddressHeading,
-                       model::address_for_range_mode(mode, o.bookName, o.sheetName, o.cellAddress));
-}
-
-std::shared_ptr<host::Range> DetailByInput::heading_cells(std::int32_t k) const {
-  return table_->Header(kNameRow, c_.output_value(k), 1, kColumnsPerOutput);
-}
-
-// The spreadsheet does not grow a row for merged cells: the row takes the height of the heading with the most
-// lines.
-void DetailByInput::fit_output_headings() {
-  std::int32_t lines = 1;
-  for (std::int32_t k = 1; k <= c_.k; ++k)
-    lines =
-        std::max(lines, wrapped_lines(output_heading(k), heading_cells(k)->width(), look::kBodySize, true));
-  if (c_.k > 0)
-    heading_cells(1)->set_row_height(std::max(look::kHeaderRowHeight, lines * look::kHeaderLineHeight));
 }
 
 void DetailByInput::set_rules() {
@@ -205,34 +172,22 @@ void DetailByInput::set_rules() {
 }
 
 void DetailByInput::fill_body() {
-  const std::int32_t block_rows = std::clamp(kCellsPerBlock / c_.count(), 1, std::max(rows_, 1));
-  host::CellBlock block(block_rows, c_.count());
-  std::int32_t written = 0;  // body rows on the sheet
-  std::int32_t filled = 0;   // rows of the block
-  const auto flush = [&] {
-    if (filled < block_rows) block.truncate(filled);  // the last block
-    if (filled > 0) table_->PutBody(written + 1, block);
-    written += filled;
-    filled = 0;
-    block.clear();
-  };
-
+  BodyWriter body(*table_, rows_);
   std::vector<InputRows> groups;
-  for (std::int32_t i = 1; i <= inputs_.size() && written + filled < rows_; ++i) {
+  for (std::int32_t i = 1; i <= inputs_.size() && body.rows() < rows_; ++i) {
     const model::DralInputOutput& input = inputs_(i);
     session_.application().set_status_bar(
         session_.text(text::kProgress, std::int64_t{i}, std::int64_t{inputs_.size()}));
     CheckUserCancel(session_);
-    const std::int32_t first = written + filled + 1;
+    const std::int32_t first = body.rows() + 1;
     const std::int32_t rows = std::min(input.numSteps, rows_ - first + 1);
     for (std::int32_t s = 1; s <= rows; ++s) {
-      fill_row(block, ++filled, input, s);
-      if (filled == block_rows) flush();
+      fill_row(body.block(), body.next_row(), input, s);
       CheckUserCancel(session_);
     }
     if (rows > 0) groups.push_back({input, first, rows});
   }
-  flush();
+  body.flush();
   format_columns();
   for (const InputRows& group : groups) format_input_rows(group);
 }

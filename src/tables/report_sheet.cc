@@ -207,12 +207,19 @@ void ReportSheet::set_up_pages() {
     setup.center_header = page_font("Regular", "&K808080" + page_text(watermark.primary));
     if (!watermark.secondary.empty()) setup.center_header += "\n" + page_text(watermark.secondary);
   }
-  if (!tables_.empty() && is_long(tables_.front()->rows())) {
+  // Tables without headers of their own go on under those of the first one.
+  std::int32_t rows = 0;
+  std::int32_t headers = 0;
+  for (const auto& table : tables_) {
+    if (table->header_rows_ > 0) ++headers;
+    if (headers <= 1) rows += table->rows();
+  }
+  if (!tables_.empty() && is_long(rows)) {
     const ReportTable& table = *tables_.front();
     const std::int32_t last = table.body_row() - 1;
     setup.print_title_rows =
         "$" + std::to_string(std::min(table.header_row(), last)) + ":$" + std::to_string(last);
-    if (tables_.size() == 1 && charts_ == 0)
+    if (headers <= 1 && charts_ == 0)
       worksheet_->freeze_panes(last, width > kWideTable ? std::max(1, table.row_header_columns_) : 0);
   }
   worksheet_->set_page_setup(setup);

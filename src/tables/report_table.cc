@@ -141,10 +141,21 @@ void ReportTable::SetRowHeader(std::int32_t row_header_column, std::int32_t row,
 void ReportTable::SetColumnHeader(std::int32_t column, const std::string& caption, HAlign body_alignment,
                                   HAlign caption_alignment, std::int32_t /*reserved*/, double width,
                                   const std::string& number_format, bool text) {
+  SetCaption(column, caption, caption_alignment);
+  SetColumn(column, body_alignment, width, number_format, text);
+}
+
+void ReportTable::SetCaption(std::int32_t column, const std::string& caption, HAlign alignment) {
   settled_ = false;
   const auto header = Header(std::max(header_rows_, 1), column);
   header->set_value(caption);
-  header->set_alignment(caption_alignment, VAlign::kCenter);
+  header->set_alignment(alignment, VAlign::kCenter);
+  captions_[body_column() + column - 1] = caption;
+}
+
+void ReportTable::SetColumn(std::int32_t column, HAlign body_alignment, double width,
+                            const std::string& number_format, bool text) {
+  settled_ = false;
   const auto body = Body(1, column, rows_on_sheet());
   body->set_alignment(body_alignment, VAlign::kCenter);
   if (body_alignment == HAlign::kRight) body->set_indent(1);  // figures keep clear of the rule beside them
@@ -155,13 +166,12 @@ void ReportTable::SetColumnHeader(std::int32_t column, const std::string& captio
     body->set_number_format(kTextFormat);
 
   const std::int32_t sheet_column = body_column() + column - 1;
-  captions_[sheet_column] = caption;
   if (text) name_widths_[sheet_column] = 0;
-  const double present = header->column_width();
+  const double present = body->column_width();
   if (width < 0)
     widths_to_fit_[sheet_column] = present;
   else if (present < width)
-    header->set_column_width(width);
+    body->set_column_width(width);
 }
 
 void ReportTable::AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
@@ -217,7 +227,10 @@ void ReportTable::FormatBody(std::int32_t first_row, std::int32_t rows, std::int
 void ReportTable::Settle() {
   if (settled_) return;
   std::int32_t lines = 1;
-  for (const auto& [column, width] : widths_to_fit_)
+  std::set<std::int32_t> without_caption;
+  for (const auto& [column, width] : widths_to_fit_) without_caption.insert(column);
+  for (const auto& [column, width] : name_widths_) without_caption.insert(column);
+  for (const std::int32_t column : without_caption)
     if (!captions_.contains(column)) settle_column(column);
   for (const auto& [column, caption] : captions_) {
     const double width = column_points(settle_column(column));

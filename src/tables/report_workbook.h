@@ -168,6 +168,10 @@ class ReportTable {
   void SetColumnHeader(std::int32_t column, const std::string& caption, host::HAlign body_alignment,
                        host::HAlign caption_alignment, std::int32_t reserved, double width,
                        const std::string& number_format, bool text);
+  // Its two halves: a table without headers of its own goes on under the captions of the one above it.
+  void SetCaption(std::int32_t column, const std::string& caption, host::HAlign alignment);
+  void SetColumn(std::int32_t column, host::HAlign body_alignment, double width,
+                 const std::string& number_format, bool text);
   // Row 0: the header block.
   void AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
                     const std::string& text);
