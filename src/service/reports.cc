@@ -4,6 +4,7 @@
 #include "graphs/spider.h"
 #include "graphs/tornado.h"
 #include "tables/detail_by_input.h"
+#include "tables/multi_way_detail.h"
 #include "tables/output_detail.h"
 
 namespace ordvane::service {
@@ -40,6 +41,11 @@ Reports built_in_reports() {
                              const TornadoStyle& style) {
     graphs::GenerateMultiTornadoReport(a.session, a.rWB, output, a.trInputs, a.trOutputs, run, effects,
                                        a.rangeMode, a.outputMode, a.runNumber, a.totalRuns, limits, style);
+  };
+  reports.multi_way_detail = [](const ReportArguments& a, const model::MultiWayRun& run,
+                                const model::OneBased<model::GroupEffects>& effects) {
+    tables::MakeMultiWayDetailReport(a.session, a.rWB, a.selOut, a.trInputs, a.trOutputs, run, effects,
+                                     a.rangeMode, a.runNumber, a.totalRuns);
   };
   return reports;
 }

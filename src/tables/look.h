@@ -17,6 +17,7 @@ inline constexpr double kChartSubtitleSize = 9.5;
 
 inline constexpr host::Color kAccent = 0x993333;      // dark blue
 inline constexpr host::Color kHeaderTint = 0xF6EAE6;  // the accent, very light
+inline constexpr host::Color kMarked = 0xCCF2FF;      // pale yellow: what a reader looks for first
 inline constexpr host::Color kText = 0x262626;
 inline constexpr host::Color kMuted = 0x737373;
 inline constexpr host::Color kRule = 0xC0C0C0;  // entry 15 of the spreadsheet's colour table

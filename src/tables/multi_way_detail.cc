@@ -1,0 +1,532 @@
+#include "tables/multi_way_detail.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tables/detail_by_input.h"
+#include "tables/look.h"
+#include "tables/output_detail.h"
+#include "tables/table_parts.h"
+#include "tables/utils.h"
+
+namespace ordvane::tables {
+namespace {
+
+using host::HAlign;
+
+namespace text {
+constexpr std::int16_t kSheetName = 210, kTitle = 211, kExtremesCaption = 212, kExtremesSubcaption = 213,
+                       kCaption = 214, kSubcaption = 215, kCombination = 216, kGroup = 217, kMembers = 218,
+                       kMember = 219, kInGroup = 220, kInteraction = 221, kHighest = 222, kLowest = 223,
+                       kProgress = 224, kTooManyRows = 225, kTooManyOutputs = 226, kTooManyMembers = 227,
+                       kGroupNote = 228, kInGroupNote = 229, kRankNote = 230, kInteractionNote = 231,
+                       kNoGroups = 232, kRun = 233, kLow = 201, kHigh = 202;
+}  // namespace text
+
+constexpr std::int32_t kHeaderRows = 3;
+constexpr std::int32_t kNameRow = 2;
+constexpr std::int32_t kColumnsPerOutput = 5;
+constexpr std::int32_t kCaptionRows = 2;  // above the table of combinations
+constexpr double kLabelWidth = 14;        // characters, at least
+constexpr std::int32_t kProgressMessages = 200;
+constexpr double kAsIs = 1.0;  // divisor of a value that is shown as it is
+
+struct Columns {
+  std::int32_t m = 0;        // range mode
+  std::int32_t members = 0;  // of the largest group
+  std::int32_t outputs = 0;
+  std::int32_t combination = 1, group = 2;
+  // Of each member: name, workbook and worksheet in the wider range modes, value.
+  std::int32_t per_member() const { return m + 2; }
+  std::int32_t name(std::int32_t member) const { return group + 1 + (member - 1) * per_member(); }
+  std::int32_t book(std::int32_t member) const { return name(member) + 1; }
+  std::int32_t sheet(std::int32_t member) const { return name(member) + m; }
+  std::int32_t member_value(std::int32_t member) const { return name(member + 1) - 1; }
+  // Of each output.
+  std::int32_t result(std::int32_t output) const {
+    return name(members + 1) + (output - 1) * kColumnsPerOutput;
+  }
+  std::int32_t change(std::int32_t output) const { return result(output) + 1; }
+  std::int32_t in_group(std::int32_t output) const { return result(output) + 2; }
+  std::int32_t rank(std::int32_t output) const { return result(output) + 3; }
+  std::int32_t interaction(std::int32_t output) const { return result(output) + 4; }
+  std::int32_t count() const { return result(outputs + 1) - 1; }
+};
+
+// As many members and outputs as the sheet's columns hold, members first.
+Columns columns_for(std::int32_t mode, std::int32_t largest_group, std::int32_t outputs,
+                    std::int32_t sheet_columns) {
+  Columns c{.m = mode, .members = largest_group, .outputs = std::min(outputs, kMostDetailOutputs)};
+  if (sheet_columns < 1) return c;  // no limit is known
+  const std::int32_t room = sheet_columns - c.group;
+  c.members = std::clamp((room - kColumnsPerOutput) / c.per_member(), 1, std::max(largest_group, 1));
+  c.outputs = std::clamp((room - c.members * c.per_member()) / kColumnsPerOutput, 1, std::max(c.outputs, 1));
+  c.outputs = std::min(c.outputs, outputs);
+  return c;
+}
+
+class MultiWayDetail {
+ public:
+  MultiWayDetail(session::Session& session, const model::OneBased<std::int32_t>& selected,
+                 const model::Records& inputs, const model::Records& outputs, const model::MultiWayRun& run,
+                 const model::OneBased<model::GroupEffects>& effects, std::int32_t mode);
+
+  void make(ReportWorkbook& rWB, std::int32_t runNumber, std::int32_t runs);
+
+ private:
+  // The lowest or highest result of an output over all groups.
+  struct Extreme {
+    std::int32_t output = 0;  // position in the selection
+    bool highest = false;
+    std::int32_t group = 0;  // position in the run; 0: the output has no usable result
+    std::int32_t combination = 0;
+  };
+  // Body rows that show combinations of one group.
+  struct GroupRows {
+    std::int32_t group = 0;
+    std::int32_t first = 0, rows = 0;
+  };
+  struct MarkedRow {
+    std::int32_t row = 0;
+    std::int32_t output = 0;
+  };
+
+  void find_extremes();
+  void add_title(std::int32_t runNumber, std::int32_t runs);
+  void add_extremes();
+  void set_headers();
+  void add_header_notes();
+  void add_combinations();
+  void set_columns(ReportTable& table, bool labelled);
+  void fill_extremes();
+  void fill_combinations();
+  void fill_combination(host::CellBlock& block, std::int32_t row, std::int32_t group,
+                        std::int32_t combination);
+  void fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group);
+  void mark_ends_in_group(host::CellBlock& block, std::int32_t row, std::int32_t group,
+                          std::int32_t combination);
+  void format_member_values(ReportTable& table, const std::vector<GroupRows>& groups);
+  void format_groups(const std::vector<GroupRows>& groups);
+  const std::string& member_format(std::int32_t group, std::int32_t position) const;
+  void mark_extreme(ReportTable& table, const MarkedRow& marked);
+  void explain_invalid_values();
+  void fit_columns();
+
+  std::int32_t largest_group() const;
+  std::int32_t rows_to_show() const;
+  const model::DralInputOutput& output(std::int32_t k) const { return outputs_(selected_(k)); }
+  const model::DralInputOutput& member(std::int32_t group, std::int32_t position) const {
+    return inputs_(run_.groups(group).members(position));
+  }
+  std::int32_t shown_members(std::int32_t group) const {
+    return std::min(run_.groups(group).members.size(), c_.members);
+  }
+  // Position of the group in the table.
+  std::int32_t number(std::int32_t group) const { return effects_(1)(group).rank; }
+
+  session::Session& session_;
+  const model::OneBased<std::int32_t>& selected_;
+  const model::Records& inputs_;
+  const model::Records& outputs_;
+  const model::MultiWayRun& run_;
+  const model::OneBased<model::GroupEffects>& effects_;  // one an output, each with one a group
+  Columns c_;
+  model::OneBased<std::int32_t> order_;            // groups by number
+  model::OneBased<std::string> labels_, formats_;  // of the inputs
+  std::string low_, high_;                         // marks of the ends of a group
+  std::vector<Extreme> extremes_;                  // two an output: highest, lowest
+  std::int64_t combinations_ = 0;                  // of all groups
+  std::int32_t rows_ = 0;                          // combinations shown
+  std::int32_t flags_ = 0;
+  std::shared_ptr<ReportSheet> sheet_;
+  // The second one goes on under the headers of the first.
+  std::shared_ptr<ReportTable> extremes_table_, combinations_table_;
+  std::optional<OutputHeadings> headings_;
+};
+
+MultiWayDetail::MultiWayDetail(session::Session& session, const model::OneBased<std::int32_t>& selected,
+                               const model::Records& inputs, const model::Records& outputs,
+                               const model::MultiWayRun& run,
+                               const model::OneBased<model::GroupEffects>& effects, std::int32_t mode)
+    : session_(session),
+      selected_(selected),
+      inputs_(inputs),
+      outputs_(outputs),
+      run_(run),
+      effects_(effects),
+      c_(columns_for(mode, largest_group(), selected.size(), session.sheet_columns)),
+      order_(run.groups.size()),
+      low_(session.text(text::kLow)),
+      high_(session.text(text::kHigh)) {
+  std::iota(order_.begin(), order_.end(), 1);
+  std::sort(order_.begin(), order_.end(),
+            [&](std::int32_t a, std::int32_t b) { return number(a) < number(b); });
+  for (const model::DralInputOutput& input : inputs) {
+    labels_.push_back(ItemLabel(input));
+    formats_.push_back(ValueFormat(input));
+  }
+  for (const model::MultiGroup& group : run.groups) combinations_ += group.combinations;
+}
+
+std::int32_t MultiWayDetail::largest_group() const {
+  std::int32_t members = 0;
+  for (const model::MultiGroup& group : run_.groups) members = std::max(members, group.members.size());
+  return members;
+}
+
+void MultiWayDetail::make(ReportWorkbook& rWB, std::int32_t runNumber, std::int32_t runs) {
+  host::Application& application = session_.application();
+  application.set_calculation(host::Calculation::kManual);
+  sheet_ = rWB.AddSheet(session_.text(text::kSheetName));
+  add_title(runNumber, runs);
+  if (run_.groups.empty() || selected_.empty()) {
+    sheet_->NextCell()->set_value(session_.text(text::kNoGroups));
+    sheet_->FinishSheet();
+    return;
+  }
+  const host::Cursor cursor = application.cursor();
+  application.set_cursor(host::Cursor::kWait);
+  find_extremes();
+  add_extremes();
+  add_combinations();
+  explain_invalid_values();
+  application.set_cursor(cursor);
+  fit_columns();
+  sheet_->FinishSheet();
+}
+
+void MultiWayDetail::add_title(std::int32_t runNumber, std::int32_t runs) {
+  std::vector<TitleLine> lines = {{session_.CommonString(14), inputs_(1).bookName}};
+  if (runs > 1)
+    lines.push_back(
+        {session_.CommonString(13), session_.text(text::kRun, std::int64_t{runNumber}, std::int64_t{runs})});
+  sheet_->AddTitleBlock(session_.text(text::kTitle), lines);
+  sheet_->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
+  sheet_->SetSheetOption(1);
+}
+
+// The first in the order of the table, where several groups have it.
+void MultiWayDetail::find_extremes() {
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    Extreme highest{.output = k, .highest = true};
+    Extreme lowest{.output = k, .highest = false};
+    for (const std::int32_t g : order_) {
+      const model::GroupEffect& effect = effects_(k)(g);
+      if (effect.lowest_at == 0) continue;
+      if (highest.group == 0 || effect.highest > effects_(k)(highest.group).highest) {
+        highest.group = g;
+        highest.combination = effect.highest_at;
+      }
+      if (lowest.group == 0 || effect.lowest < effects_(k)(lowest.group).lowest) {
+        lowest.group = g;
+        lowest.combination = effect.lowest_at;
+      }
+    }
+    extremes_.push_back(highest);
+    extremes_.push_back(lowest);
+  }
+}
+
+void MultiWayDetail::add_extremes() {
+  extremes_table_ =
+      sheet_->AddTable(static_cast<std::int32_t>(extremes_.size()), c_.count(), kHeaderRows, 0,
+                       session_.text(text::kExtremesCaption), session_.text(text::kExtremesSubcaption));
+  set_headers();
+  set_columns(*extremes_table_, true);
+  add_header_notes();
+  fill_extremes();
+}
+
+void MultiWayDetail::set_headers() {
+  ReportTable& table = *extremes_table_;
+  AddHeaderGroup(table, 1, c_.name(1), 1, c_.members * c_.per_member(), session_.text(text::kMembers));
+  AddHeaderGroup(table, 1, c_.result(1), 1, c_.outputs * kColumnsPerOutput, session_.CommonString(11));
+  for (std::int32_t i = 1; i <= c_.members; ++i)
+    AddHeaderGroup(table, kNameRow, c_.name(i), 1, c_.per_member(),
+                   session_.text(text::kMember, std::int64_t{i}));
+  headings_.emplace(session_, table, kNameRow, kColumnsPerOutput, static_cast<model::OrdvaneRangeMode>(c_.m));
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) headings_->add(output(k), c_.result(k));
+
+  table.SetCaption(c_.combination, session_.text(text::kCombination), HAlign::kLeft);
+  table.SetCaption(c_.group, session_.text(text::kGroup), HAlign::kCenter);
+  for (std::int32_t i = 1; i <= c_.members; ++i) {
+    table.SetCaption(c_.name(i), session_.CommonString(2), HAlign::kLeft);
+    table.Header(kHeaderRows, c_.name(i))->set_indent(1);
+    if (c_.m == model::OrdvaneRangeBookMode)
+      table.SetCaption(c_.book(i), session_.CommonString(0), HAlign::kLeft);
+    if (c_.m > model::OrdvaneRangeCellMode)
+      table.SetCaption(c_.sheet(i), session_.CommonString(1), HAlign::kLeft);
+    table.SetCaption(c_.member_value(i), session_.CommonString(5), HAlign::kCenter);
+  }
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    table.SetCaption(c_.result(k), session_.CommonString(5), HAlign::kCenter);
+    table.SetCaption(c_.change(k), session_.CommonString(7), HAlign::kCenter);
+    table.SetCaption(c_.in_group(k), session_.text(text::kInGroup), HAlign::kCenter);
+    table.SetCaption(c_.rank(k), session_.CommonString(9), HAlign::kCenter);
+    table.SetCaption(c_.interaction(k), session_.text(text::kInteraction), HAlign::kCenter);
+  }
+}
+
+void MultiWayDetail::add_header_notes() {
+  const auto note = [&](std::int32_t column, const std::string& words) {
+    extremes_table_->AddTableNote(0, column, session_.CommonString(12), words);
+  };
+  note(c_.group, session_.text(text::kGroupNote, output(1).SimpleNameShort()));
+  note(c_.in_group(1), session_.text(text::kInGroupNote));
+  note(c_.rank(1), session_.text(text::kRankNote));
+  note(c_.interaction(1), session_.text(text::kInteractionNote));
+  if (c_.members < largest_group())
+    note(c_.name(c_.members), session_.text(text::kTooManyMembers, std::int64_t{c_.members}));
+  if (c_.outputs < selected_.size())
+    note(c_.result(1), session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs}));
+}
+
+void MultiWayDetail::set_columns(ReportTable& table, bool labelled) {
+  table.SetColumn(c_.combination, HAlign::kLeft, kLabelWidth, "", labelled);
+  table.SetColumn(c_.group, HAlign::kCenter, kFitColumn, "", false);
+  for (std::int32_t i = 1; i <= c_.members; ++i) {
+    for (std::int32_t column = c_.name(i); column < c_.member_value(i); ++column)
+      table.SetColumn(column, HAlign::kLeft, kLabelWidth, "", true);
+    table.SetColumn(c_.member_value(i), HAlign::kRight, kFitColumn, "", false);
+    table.Body(1, c_.name(i), std::max(table.rows(), 1))->set_indent(1);  // clear of the rule beside it
+    table.AddColumnRule(c_.name(i) - 1, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
+  }
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    session_.environment->pump_messages();
+    table.SetColumn(c_.result(k), HAlign::kRight, kFitColumn, ValueFormat(output(k)), false);
+    table.SetColumn(c_.change(k), HAlign::kRight, kFitColumn, PercentFormat(), false);
+    table.SetColumn(c_.in_group(k), HAlign::kCenter, kFitColumn, "", false);
+    table.SetColumn(c_.rank(k), HAlign::kCenter, kFitColumn, "", false);
+    table.SetColumn(c_.interaction(k), HAlign::kRight, kFitColumn, ChangeFormat(output(k)), false);
+    table.AddColumnRule(c_.result(k) - 1, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
+  }
+}
+
+void MultiWayDetail::fill_extremes() {
+  BodyWriter body(*extremes_table_, extremes_table_->rows());
+  std::vector<GroupRows> groups;
+  for (const Extreme& extreme : extremes_) {
+    const model::DralInputOutput& o = output(extreme.output);
+    const std::int32_t row = body.next_row();
+    body.block().set_text(
+        row, c_.combination,
+        session_.text(extreme.highest ? text::kHighest : text::kLowest,
+                      o.NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m))));
+    if (extreme.group == 0) {
+      FormatTableValue(o.rules(), body.block(), row, c_.result(extreme.output), o.rules().missing_number(),
+                       flags_, kAsIs, model::OrdvaneDivisorInputOrOutput);
+      continue;
+    }
+    fill_combination(body.block(), row, extreme.group, extreme.combination);
+    fill_group_figures(body.block(), row, extreme.group);
+    mark_ends_in_group(body.block(), row, extreme.group, extreme.combination);
+    groups.push_back({.group = extreme.group, .first = body.rows(), .rows = 1});
+  }
+  body.flush();
+  format_member_values(*extremes_table_, groups);
+  for (std::int32_t row = 1; const Extreme& extreme : extremes_)
+    mark_extreme(*extremes_table_, {.row = row++, .output = extreme.output});
+}
+
+std::int32_t MultiWayDetail::rows_to_show() const {
+  std::int64_t rows = std::min<std::int64_t>(combinations_, kMostDetailRows);
+  if (session_.sheet_rows > 0) {
+    const std::int32_t above = sheet_->NextCell()->row() - 1 + kCaptionRows;
+    rows = std::min<std::int64_t>(rows, std::max(session_.sheet_rows - above, 0));
+  }
+  return static_cast<std::int32_t>(rows);
+}
+
+void MultiWayDetail::add_combinations() {
+  rows_ = rows_to_show();
+  combinations_table_ = sheet_->AddTable(
+      rows_, c_.count(), 0, 0, session_.text(text::kCaption),
+      session_.text(text::kSubcaption,
+                    output(1).NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m))));
+  set_columns(*combinations_table_, false);
+  if (rows_ < combinations_)
+    sheet_->AddCellNote(*combinations_table_->CaptionRange(), session_.CommonString(12),
+                        session_.text(text::kTooManyRows, std::int64_t{rows_}, combinations_));
+  fill_combinations();
+}
+
+void MultiWayDetail::fill_combinations() {
+  std::multimap<std::pair<std::int32_t, std::int32_t>, std::int32_t> outputs_at;  // by group and combination
+  for (const Extreme& extreme : extremes_)
+    outputs_at.insert({{extreme.group, extreme.combination}, extreme.output});
+
+  BodyWriter body(*combinations_table_, rows_);
+  std::vector<GroupRows> groups;
+  std::vector<MarkedRow> marked;
+  const std::int32_t message_every = std::max(order_.size() / kProgressMessages, 1);
+  for (std::int32_t i = 1; i <= order_.size() && body.rows() < rows_; ++i) {
+    if (i % message_every == 0)
+      session_.application().set_status_bar(
+          session_.text(text::kProgress, std::int64_t{i}, std::int64_t{order_.size()}));
+    const std::int32_t g = order_(i);
+    const std::int32_t first = body.rows() + 1;
+    const model::OneBased<std::int32_t> combinations = model::CombinationsInOrder(run_.groups(g));
+    const std::int32_t rows = std::min(combinations.size(), rows_ - first + 1);
+    for (std::int32_t r = 1; r <= rows; ++r) {
+      const std::int32_t c = combinations(r);
+      const std::int32_t row = body.next_row();
+      body.block().set_number(row, c_.combination, r);
+      fill_combination(body.block(), row, g, c);
+      if (r == 1) fill_group_figures(body.block(), row, g);
+      mark_ends_in_group(body.block(), row, g, c);
+      const auto [begin, end] = outputs_at.equal_range({g, c});
+      for (auto at = begin; at != end; ++at) marked.push_back({.row = body.rows(), .output = at->second});
+      CheckUserCancel(session_);
+    }
+    groups.push_back({.group = g, .first = first, .rows = rows});
+  }
+  body.flush();
+  format_groups(groups);
+  for (const MarkedRow& row : marked) {
+    combinations_table_->Body(row.row, 1, 1, c_.count())->set_interior({.color = look::kMarked});
+    mark_extreme(*combinations_table_, row);
+  }
+}
+
+void MultiWayDetail::fill_combination(host::CellBlock& block, std::int32_t row, std::int32_t group,
+                                      std::int32_t combination) {
+  const model::MultiGroup& g = run_.groups(group);
+  block.set_number(row, c_.group, number(group));
+  for (std::int32_t i = 1; i <= shown_members(group); ++i) {
+    const model::DralInputOutput& input = member(group, i);
+    block.set_text(row, c_.name(i), labels_(g.members(i)));
+    if (c_.m == model::OrdvaneRangeBookMode) block.set_text(row, c_.book(i), input.bookName);
+    if (c_.m > model::OrdvaneRangeCellMode) block.set_text(row, c_.sheet(i), input.sheetName);
+    FormatTableValue(input.rules(), block, row, c_.member_value(i),
+                     g.inputs(i).value[static_cast<std::size_t>(combination - 1)], flags_, kAsIs,
+                     model::OrdvaneDivisorInputOrOutput);
+  }
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    const model::DralInputOutput& o = output(k);
+    const model::NumberRules& rules = o.rules();
+    const double result = run_.result(k, g, combination);
+    const double base = o.BaseValue();
+    FormatTableValue(rules, block, row, c_.result(k), result, flags_, kAsIs,
+                     model::OrdvaneDivisorInputOrOutput);
+    // A change from or to something that is no number is none, and not one from a base of zero.
+    const bool measurable = rules.is_usable(result) && rules.is_usable(base);
+    FormatTableValue(rules, block, row, c_.change(k), measurable ? result - base : rules.missing_number(),
+                     flags_, std::fabs(base),
+                     measurable ? model::OrdvaneDivisorOutput : model::OrdvaneDivisorInputOrOutput);
+  }
+}
+
+void MultiWayDetail::fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group) {
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    const model::GroupEffect& effect = effects_(k)(group);
+    block.set_number(row, c_.rank(k), effect.rank);
+    FormatTableValue(output(k).rules(), block, row, c_.interaction(k), effect.interaction, flags_, kAsIs,
+                     model::OrdvaneDivisorInputOrOutput);
+  }
+}
+
+// Equal results have no ends.
+void MultiWayDetail::mark_ends_in_group(host::CellBlock& block, std::int32_t row, std::int32_t group,
+                                        std::int32_t combination) {
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    const model::GroupEffect& effect = effects_(k)(group);
+    if (effect.swing == 0) continue;
+    if (combination == effect.highest_at) block.set_text(row, c_.in_group(k), high_);
+    if (combination == effect.lowest_at) block.set_text(row, c_.in_group(k), low_);
+  }
+}
+
+// The names stand in every row, so that the rows can be filtered and sorted; a group shows where its first
+// row is darker.
+void MultiWayDetail::format_groups(const std::vector<GroupRows>& groups) {
+  ReportTable& table = *combinations_table_;
+  if (groups.empty()) return;
+  const host::FontFormat quiet = {.color = look::kMuted};
+  table.Body(1, c_.combination, rows_, c_.name(1) - c_.combination)->set_font(quiet);
+  for (std::int32_t i = 1; i <= c_.members; ++i)
+    table.Body(1, c_.name(i), rows_, c_.member_value(i) - c_.name(i))->set_font(quiet);
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) table.Body(1, c_.in_group(k), rows_)->set_font(quiet);
+  for (const GroupRows& group : groups) {
+    table.Body(group.first, c_.group, 1, c_.result(1) - c_.group)->set_font({.color = look::kText});
+    table.AddRowRule(group.first + group.rows - 1, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
+  }
+  format_member_values(table, groups);
+}
+
+// Empty where the group has no such member.
+const std::string& MultiWayDetail::member_format(std::int32_t group, std::int32_t position) const {
+  static const std::string kNone;
+  return position <= shown_members(group) ? formats_(run_.groups(group).members(position)) : kNone;
+}
+
+// Members of different groups stand in one column: the commonest format is set for the whole column, the
+// others on the runs of rows that have them.
+void MultiWayDetail::format_member_values(ReportTable& table, const std::vector<GroupRows>& groups) {
+  for (std::int32_t i = 1; i <= c_.members; ++i) {
+    std::map<std::string, std::int64_t> rows_with;
+    for (const GroupRows& group : groups) rows_with[member_format(group.group, i)] += group.rows;
+    rows_with.erase("");
+    if (rows_with.empty()) continue;
+    const std::string commonest =
+        std::max_element(rows_with.begin(), rows_with.end(), [](const auto& a, const auto& b) {
+          return a.second < b.second;
+        })->first;
+    table.FormatBody(1, table.rows(), c_.member_value(i), commonest);
+    for (std::size_t at = 0; at < groups.size();) {
+      const std::string& format = member_format(groups[at].group, i);
+      const std::int32_t first = groups[at].first;
+      std::int32_t rows = 0;
+      for (; at < groups.size() && member_format(groups[at].group, i) == format; ++at)
+        rows += groups[at].rows;
+      if (!format.empty() && format != commonest) table.FormatBody(first, rows, c_.member_value(i), format);
+    }
+  }
+}
+
+// The result that the row is about.
+void MultiWayDetail::mark_extreme(ReportTable& table, const MarkedRow& marked) {
+  const auto cell = table.Body(marked.row, c_.result(marked.output));
+  cell->set_interior({.color = look::kMarked});
+  cell->set_font({.bold = true});
+}
+
+void MultiWayDetail::explain_invalid_values() {
+  std::int32_t without_base = 1;  // the output whose changes are missing
+  while (without_base < c_.outputs && output(without_base).BaseValue() != 0) ++without_base;
+  AddInvalidValueNotes(session_, *sheet_, *extremes_table_, flags_, c_.member_value(1),
+                       c_.change(without_base));
+}
+
+// Names keep the widths that their columns have; the others are fitted side by side in one go, because the
+// cells lie row by row.
+void MultiWayDetail::fit_columns() {
+  const auto fit = [&](std::int32_t column, std::int32_t columns) {
+    combinations_table_->Body(1, column, std::max(rows_, 1), columns)->auto_fit_columns();
+  };
+  for (std::int32_t i = 1; i <= c_.members; ++i) fit(c_.member_value(i), 1);
+  fit(c_.result(1), c_.outputs * kColumnsPerOutput);
+  combinations_table_->Settle();
+  headings_->fit();
+}
+
+}  // namespace
+
+std::int32_t MakeMultiWayDetailReport(session::Session& session, ReportWorkbook& rWB,
+                                      const model::OneBased<std::int32_t>& selectedOutputs,
+                                      const model::Records& trInputs, const model::Records& trOutputs,
+                                      const model::MultiWayRun& run,
+                                      const model::OneBased<model::GroupEffects>& effects,
+                                      model::OrdvaneRangeMode rangeMode, std::int32_t runNumber,
+                                      std::int32_t totalRuns) {
+  MultiWayDetail(session, selectedOutputs, trInputs, trOutputs, run, effects, rangeMode)
+      .make(rWB, runNumber, totalRuns);
+  return 0;
+}
+
+}  // namespace ordvane::tables
