@@ -32,7 +32,8 @@ struct ReportCommand {
   std::filesystem::path run;
   std::filesystem::path workbook;  // empty: named after the run, in the current folder
   std::vector<std::string> outputs;
-  bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false;
+  bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false,
+       multi_way = false;
   bool all = false;
   bool percent = false;
   std::int32_t max_inputs = 20;

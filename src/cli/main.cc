@@ -126,6 +126,8 @@ void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
   flag("--sensitivity", c.sensitivity, "One chart per input");
   flag("--output-detail", c.output_detail, "Per output, every step of every input, by rank");
   flag("--detail-by-input", c.detail_by_input, "One sheet: every step of every input, outputs side by side");
+  flag("--multi-way", c.multi_way,
+       "Inputs varied together: per output a tornado, and a table of every result");
   flag("--all", c.all, "All of them");
 
   const std::string look = "What the reports show";

@@ -64,12 +64,16 @@ embedded::ReportOptions options_of(const ReportCommand& command, const runfile::
   embedded::ReportOptions options;
   options.outputs = find_outputs(run, command.outputs);
   const bool chosen = command.all || command.tornado || command.spider || command.sensitivity ||
-                      command.output_detail || command.detail_by_input;
+                      command.output_detail || command.detail_by_input || command.multi_way;
   options.tornado = !chosen || command.all || command.tornado;
   options.spider = !chosen || command.all || command.spider;
   options.sensitivity = !chosen || command.all || command.sensitivity;
   options.output_detail = command.all || command.output_detail;
   options.detail_by_input = command.all || command.detail_by_input;
+  if (command.multi_way && run.groups.empty())
+    throw BadArguments("--multi-way: " + run.file.string() +
+                       " varied no inputs together; the run needs \"groups\"");
+  options.multi_way = command.multi_way || (command.all && !run.groups.empty());
   options.percent = command.percent;
   options.max_inputs = command.max_inputs;
   options.threshold = command.threshold;

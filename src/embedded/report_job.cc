@@ -1,5 +1,7 @@
 #include "embedded/report_job.h"
 
+#include <algorithm>
+
 #include "embedded/embedded_environment.h"
 #include "embedded/selected_outputs.h"
 #include "environment/string_table.h"
@@ -12,19 +14,27 @@ namespace {
 constexpr std::int32_t kVariableSet = 1;  // any handle names the one run
 constexpr std::int16_t kSavingText = 1100;
 
-void apply(const ReportOptions& options, service::OrdvaneReports& reports) {
+std::int16_t largest_group(const runfile::Run& run) {
+  std::size_t members = 0;
+  for (const runfile::Group& group : run.groups) members = std::max(members, group.members.size());
+  return static_cast<std::int16_t>(members);
+}
+
+void apply(const ReportOptions& options, const runfile::Run& run, service::OrdvaneReports& reports) {
   reports.set_ReportsInNewWorkbook(true);
   reports.set_TornadoGraphs(options.tornado);
   reports.set_SpiderGraphs(options.spider);
   reports.set_SensitivityGraphs(options.sensitivity);
   reports.set_OutputDetailReport(options.output_detail);
   reports.set_DetailByInput(options.detail_by_input);
+  reports.set_MultiWayReport(options.multi_way);
   reports.set_BarColor(options.bar_color);
   reports.set_BaselineColor(options.base_color);
   reports.MaxInputsPerGraph = options.max_inputs;
   reports.OnlyInputsOverThreshold = options.threshold.has_value();
   reports.InputsChangeThreshold = options.threshold.value_or(0);
   reports.OutputsAsPercentChange = options.percent;
+  reports.DefaultMultiGroupSize = largest_group(run);
 }
 
 // Drives the report service as the add-in does: create, set, Initialize, watermark, reports, Terminate.
@@ -38,7 +48,7 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
   services->session.engine = runfile::make_recorded_engine(run);
 
   service::OrdvaneReports reports(services);
-  apply(options, reports);
+  apply(options, *run, reports);
   reports.Initialize(application, kVariableSet);
   reports.set_WatermarkText(options.watermark);
   reports.GenerateReports(selected);

@@ -27,6 +27,7 @@ struct ReportOptions {
   bool sensitivity = true;
   bool output_detail = false;
   bool detail_by_input = false;
+  bool multi_way = false;
   bool percent = false;
   std::int32_t max_inputs = 20;                        // 1 to 32
   std::optional<double> threshold;                     // set: only inputs whose swing reaches it
