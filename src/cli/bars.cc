@@ -16,33 +16,33 @@ constexpr const char* kAsciiBase = "|";
 
 }  // namespace
 
-Bars::Bars(const embedded::OutputRanking& ranking, int columns, bool unicode) : unicode_(unicode) {
-  has_base_ = is_there(ranking.base);
-  double low = has_base_ ? ranking.base : HUGE_VAL;
-  double high = has_base_ ? ranking.base : -HUGE_VAL;
-  for (const embedded::Effect& effect : ranking.effects) {
-    if (!is_there(effect.low)) continue;
-    low = std::min(low, effect.low);
-    high = std::max(high, effect.high);
+Bars::Bars(double base, const std::vector<Ends>& all, int columns, bool unicode) : unicode_(unicode) {
+  has_base_ = is_there(base);
+  double low = has_base_ ? base : HUGE_VAL;
+  double high = has_base_ ? base : -HUGE_VAL;
+  for (const Ends& ends : all) {
+    if (!is_there(ends.low)) continue;
+    low = std::min(low, ends.low);
+    high = std::max(high, ends.high);
   }
   if (!has_base_) {
     right_ = {low, high, 2 * columns};
     return;
   }
   const int bar_columns = columns - 1;  // the base line takes one
-  const double share = high > low ? (ranking.base - low) / (high - low) : 0.5;
+  const double share = high > low ? (base - low) / (high - low) : 0.5;
   int left_columns = static_cast<int>(std::lround(share * bar_columns));
   // A side that holds results has room for them.
-  if (low < ranking.base) left_columns = std::max(left_columns, 1);
-  if (high > ranking.base) left_columns = std::min(left_columns, bar_columns - 1);
-  left_ = {low, ranking.base, 2 * left_columns};
-  right_ = {ranking.base, high, 2 * (bar_columns - left_columns)};
+  if (low < base) left_columns = std::max(left_columns, 1);
+  if (high > base) left_columns = std::min(left_columns, bar_columns - 1);
+  left_ = {low, base, 2 * left_columns};
+  right_ = {base, high, 2 * (bar_columns - left_columns)};
 }
 
-std::string Bars::draw(const embedded::Effect& effect) const {
-  std::string text = draw(left_, effect.low, effect.high, true);
+std::string Bars::draw(const Ends& ends) const {
+  std::string text = draw(left_, ends.low, ends.high, true);
   if (has_base_) text += unicode_ ? kUnicodeBase : kAsciiBase;
-  return text + draw(right_, effect.low, effect.high, false);
+  return text + draw(right_, ends.low, ends.high, false);
 }
 
 std::string Bars::draw(const Side& side, double low, double high, bool base_at_end) const {

@@ -1,19 +1,24 @@
-// Tornado bars in text: from an input's lowest to its highest result, around the output's base value.
+// Tornado bars in text: from the lowest to the highest result of an input or group, around the output's base
+// value.
 #pragma once
 
 #include <string>
-
-#include "embedded/report_job.h"
+#include <vector>
 
 namespace ordvane::cli {
+
+// Lowest and highest result; the missing-number marker for none.
+struct Ends {
+  double low, high;
+};
 
 class Bars {
  public:
   // `columns` for the widest bar. With `unicode` half columns are drawn.
-  Bars(const embedded::OutputRanking& ranking, int columns, bool unicode);
+  Bars(double base, const std::vector<Ends>& all, int columns, bool unicode);
 
   // A text of that many columns.
-  std::string draw(const embedded::Effect& effect) const;
+  std::string draw(const Ends& ends) const;
 
  private:
   // The columns on one side of the base line, in halves.

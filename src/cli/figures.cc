@@ -71,6 +71,10 @@ Figures::Figures(const runfile::Output& output, const embedded::OutputRanking& r
     take(effect.low);
     take(effect.high);
   }
+  for (const embedded::GroupRanking& group : ranking.groups) {
+    take(group.low);
+    take(group.high);
+  }
   if (low > high) return;
   const double greatest = std::max(std::fabs(low), std::fabs(high));
   const double range = high > low ? high - low : greatest;
@@ -82,6 +86,11 @@ Figures::Figures(const runfile::Output& output, const embedded::OutputRanking& r
 std::string Figures::text(double value) const {
   if (!is_there(value)) return kNone;
   if (date_ && value >= 1 && value <= kLastDate) return date_text(value);
+  return difference(value);
+}
+
+std::string Figures::difference(double value) const {
+  if (!is_there(value)) return kNone;
   return general_ ? general_text(value) : with_thousands(fixed_text(value, decimals_));
 }
 

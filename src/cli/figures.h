@@ -15,7 +15,8 @@ bool is_there(double value);
 class Figures {
  public:
   Figures(const runfile::Output& output, const embedded::OutputRanking& ranking);
-  std::string text(double value) const;  // "-" for a missing one
+  std::string text(double value) const;        // "-" for a missing one
+  std::string difference(double value) const;  // of two values: days for dates
 
  private:
   bool date_;

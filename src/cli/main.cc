@@ -40,13 +40,21 @@ constexpr const char* kReportExamples =
     "  ordvane report budget.run.json\n"
     "  ordvane report budget.run.json -o board.xlsx --output Profit --output Costs!D12 --all\n"
     "  ordvane report budget.run.json --tornado --percent --max-inputs 10 --threshold 5%\n"
+    "  ordvane report budget.run.json --multi-way --output Profit\n"
     "  ordvane report budget.run.json --bar-color 1F4E79 --watermark 'Draft\\nnot for release'\n";
 
 constexpr const char* kShowExamples =
     "Examples:\n"
     "  ordvane show budget.run.json --output Profit\n"
     "  ordvane show budget.run.json --csv > ranking.csv\n"
-    "  ordvane show budget.run.json --json | jq '.outputs[].inputs[0].name'\n";
+    "  ordvane show budget.run.json --json | jq '.outputs[].inputs[0].name'\n"
+    "  ordvane show budget.run.json --json | jq '.outputs[].groups[] | select(.interaction < 0)'\n"
+    "\n"
+    "Inputs that were varied together follow in groups. The interaction of a group is how much its swing\n"
+    "exceeds the swings of its inputs varied one at a time: 0 where effects add up, negative where they\n"
+    "offset each other. In the CSV a group's inputs stand in one field with \";\" between them, and a run "
+    "with\n"
+    "groups has three more columns: the number of inputs, their own swings added up, and the interaction.\n";
 
 // RRGGBB, with or without "#", into the spreadsheet's blue-green-red.
 host::Color color_of(const std::string& option, const std::string& text) {
@@ -128,7 +136,7 @@ void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
   flag("--detail-by-input", c.detail_by_input, "One sheet: every step of every input, outputs side by side");
   flag("--multi-way", c.multi_way,
        "Inputs varied together: per output a tornado, and a table of every result");
-  flag("--all", c.all, "All of them");
+  flag("--all", c.all, "All of them; --multi-way where the run varied inputs together");
 
   const std::string look = "What the reports show";
   command.add_flag("--percent", c.percent, "Graphs show changes in percent of the base value")->group(look);

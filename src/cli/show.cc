@@ -1,11 +1,12 @@
 // ordvane show: the ranking of a run's inputs, as a table with bars or as data for programs.
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <utility>
 
+#include "cli/bar_table.h"
 #include "cli/bars.h"
 #include "cli/commands.h"
 #include "cli/figures.h"
@@ -17,6 +18,7 @@ namespace ordvane::cli {
 namespace {
 
 using embedded::Effect;
+using embedded::GroupRanking;
 using embedded::OutputRanking;
 using nlohmann::ordered_json;
 
@@ -26,6 +28,19 @@ const runfile::Output& output_of(const runfile::Run& run, const OutputRanking& r
 
 const runfile::Input& input_of(const runfile::Run& run, const Effect& effect) {
   return run.inputs[static_cast<std::size_t>(effect.input_index)];
+}
+
+const runfile::Input& input_of(const runfile::Run& run, const GroupRanking::Member& member) {
+  return run.inputs[static_cast<std::size_t>(member.input_index)];
+}
+
+// A text of every member of a group.
+template <class Text>
+std::string joined(const GroupRanking& group, const char* between, const Text& text_of) {
+  std::string text;
+  for (const GroupRanking::Member& member : group.members)
+    text += (&member == &group.members.front() ? "" : between) + text_of(member);
+  return text;
 }
 
 double swing_of(const Effect& effect) {
@@ -55,6 +70,25 @@ ordered_json json_effect(const runfile::Run& run, const Effect& effect) {
   return json;
 }
 
+ordered_json json_group(const runfile::Run& run, const GroupRanking& group) {
+  ordered_json json{{"rank", group.rank}, {"inputs", ordered_json::array()}};
+  for (const GroupRanking::Member& member : group.members) {
+    ordered_json item = json_item(input_of(run, member));
+    item["atLow"] = json_number(member.at_low);
+    item["atHigh"] = json_number(member.at_high);
+    item["ownSwing"] = json_number(member.own_swing);
+    json["inputs"].push_back(std::move(item));
+  }
+  json["low"] = json_number(group.low);
+  json["high"] = json_number(group.high);
+  json["swing"] = json_number(group.swing);
+  json["lowChange"] = json_number(group.low_change);
+  json["highChange"] = json_number(group.high_change);
+  json["ownSwings"] = json_number(group.own_swings);
+  json["interaction"] = json_number(group.interaction);
+  return json;
+}
+
 void print_json(const runfile::Run& run, const std::vector<OutputRanking>& rankings,
                 std::int32_t simulation) {
   ordered_json outputs = ordered_json::array();
@@ -63,6 +97,7 @@ void print_json(const runfile::Run& run, const std::vector<OutputRanking>& ranki
     json["base"] = json_number(ranking.base);
     json["inputs"] = ordered_json::array();
     for (const Effect& effect : ranking.effects) json["inputs"].push_back(json_effect(run, effect));
+    for (const GroupRanking& group : ranking.groups) json["groups"].push_back(json_group(run, group));
     outputs.push_back(std::move(json));
   }
   const ordered_json json{{"run", run.file.string()}, {"simulation", simulation}, {"outputs", outputs}};
@@ -83,87 +118,121 @@ std::string csv_number(double value) {
   return {buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr};
 }
 
+constexpr const char* kListSeparator = ";";  // between the members of a group
+
+class CsvLine {
+ public:
+  CsvLine(const runfile::Output& output, double base) {
+    add(output.name).add(output.sheet).add(output.cell).add(base);
+  }
+  CsvLine& add(const std::string& text) {
+    if (!std::exchange(first_, false)) line_ += ',';
+    line_ += csv_text(text);
+    return *this;
+  }
+  CsvLine& add(double value) { return add(csv_number(value)); }
+  void print() const { std::cout << line_ << '\n'; }
+
+ private:
+  std::string line_;
+  bool first_ = true;
+};
+
 void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankings) {
+  const bool groups = !run.groups.empty();
   std::cout << "output,outputSheet,outputCell,base,rank,input,inputSheet,inputCell,low,high,swing,lowChange,"
-               "highChange,inputAtLow,inputAtHigh\n";
+               "highChange,inputAtLow,inputAtHigh"
+            << (groups ? ",inputs,ownSwings,interaction\n" : "\n");
   for (const OutputRanking& ranking : rankings) {
     const runfile::Output& output = output_of(run, ranking);
     for (const Effect& effect : ranking.effects) {
       const runfile::Input& input = input_of(run, effect);
-      std::cout << csv_text(output.name) << ',' << csv_text(output.sheet) << ',' << csv_text(output.cell)
-                << ',' << csv_number(ranking.base) << ',' << effect.rank << ',' << csv_text(input.name) << ','
-                << csv_text(input.sheet) << ',' << csv_text(input.cell);
+      CsvLine line(output, ranking.base);
+      line.add(std::to_string(effect.rank)).add(input.name).add(input.sheet).add(input.cell);
       for (const double value : {effect.low, effect.high, swing_of(effect), effect.low_change,
                                  effect.high_change, effect.input_at_low, effect.input_at_high})
-        std::cout << ',' << csv_number(value);
-      std::cout << '\n';
+        line.add(value);
+      if (groups) line.add("1").add(swing_of(effect)).add(host::kMissingNumber);
+      line.print();
+    }
+    for (const GroupRanking& group : ranking.groups) {
+      using Member = GroupRanking::Member;
+      const auto list = [&](const auto& text_of) { return joined(group, kListSeparator, text_of); };
+      CsvLine line(output, ranking.base);
+      line.add(std::to_string(group.rank));
+      for (std::string runfile::Item::*part :
+           {&runfile::Item::name, &runfile::Item::sheet, &runfile::Item::cell})
+        line.add(list([&](const Member& member) { return input_of(run, member).*part; }));
+      for (const double value : {group.low, group.high, group.swing, group.low_change, group.high_change})
+        line.add(value);
+      line.add(list([](const Member& member) { return csv_number(member.at_low); }))
+          .add(list([](const Member& member) { return csv_number(member.at_high); }))
+          .add(std::to_string(group.members.size()))
+          .add(group.own_swings)
+          .add(group.interaction)
+          .print();
     }
   }
 }
 
 // ---- For people ----
 
-constexpr int kFewestBarColumns = 12;
-constexpr int kMostBarColumns = 64;
-constexpr int kFewestNameColumns = 12;
+constexpr std::size_t kMostGroups = 20;  // of an output; programs get them all
 
-struct Row {
-  std::string rank, name, low, high, low_change, high_change;
-};
-
-// Widths of the table's columns; the bar takes what the others leave.
-struct Widths {
-  int rank, name, low, high, low_change, high_change, bar;
-  bool changes;
-};
-
-int widest(const std::vector<Row>& rows, std::string Row::*column) {
-  int width = 0;
-  for (const Row& row : rows) width = std::max(width, display_width(row.*column));
-  return width;
+std::string drawn(BarTable& table, double base, const std::vector<Ends>& ends) {
+  const Bars bars(base, ends, table.fit(terminal_width()), terminal_is_utf8());
+  return table.text([&](std::size_t row) { return bars.draw(ends[row]); });
 }
 
-Widths widths_of(const std::vector<Row>& rows) {
-  const int total = terminal_width();
-  Widths w{};
-  w.rank = widest(rows, &Row::rank);
-  w.low = widest(rows, &Row::low);
-  w.high = widest(rows, &Row::high);
-  w.low_change = widest(rows, &Row::low_change);
-  w.high_change = widest(rows, &Row::high_change);
-  w.name = std::min(widest(rows, &Row::name), std::max(total / 3, kFewestNameColumns));
-  const int figures = 2 + w.rank + 1 + w.name + 2 + w.low + 1 + 1 + w.high;
-  const int changes = 2 + w.low_change + 1 + w.high_change;
-  w.changes = total - figures - changes >= kFewestBarColumns;
-  w.bar = std::clamp(total - figures - (w.changes ? changes : 0), kFewestBarColumns, kMostBarColumns);
-  return w;
+void print_inputs(const runfile::Output& output, const OutputRanking& ranking, const Figures& figures) {
+  BarTable table({{.heading = "", .gap = 2},
+                  {.heading = "Input", .name = true},
+                  {.heading = "Low", .gap = 2},
+                  {.heading = "High", .left = true},
+                  {.heading = "Low %", .gap = 2, .optional = 1},
+                  {.heading = "High %", .optional = 1}},
+                 3);
+  const auto change = [&](double fraction) { return output.date ? "-" : change_text(fraction); };
+  std::vector<Ends> ends;
+  for (const Effect& effect : ranking.effects) {
+    table.add({std::to_string(effect.rank), printable(effect.input), figures.text(effect.low),
+               figures.text(effect.high), change(effect.low_change), change(effect.high_change)});
+    ends.push_back({effect.low, effect.high});
+  }
+  std::cout << drawn(table, ranking.base, ends);
 }
 
-std::string line_of(const Row& row, const Widths& w, const std::string& bar) {
-  std::string line = "  " + fitted(row.rank, w.rank, true) + " " + fitted(row.name, w.name) + "  " +
-                     fitted(row.low, w.low, true) + " " + bar + " " + fitted(row.high, w.high);
-  if (w.changes)
-    line += "  " + fitted(row.low_change, w.low_change, true) + " " +
-            fitted(row.high_change, w.high_change, true);
-  line.resize(line.find_last_not_of(' ') + 1);
-  return line;
+void print_groups(const OutputRanking& ranking, const Figures& figures) {
+  BarTable table({{.heading = "", .gap = 2},
+                  {.heading = "Varied together", .name = true},
+                  {.heading = "Low", .gap = 2, .optional = 1},
+                  {.heading = "High", .left = true, .optional = 1},
+                  {.heading = "Swing", .gap = 2},
+                  {.heading = "Own swings", .gap = 2},
+                  {.heading = "Interaction", .gap = 2}},
+                 3);
+  std::vector<Ends> ends;
+  const std::size_t shown = std::min(ranking.groups.size(), kMostGroups);
+  for (std::size_t g = 0; g < shown; ++g) {
+    const GroupRanking& group = ranking.groups[g];
+    const std::string names =
+        joined(group, " + ", [](const GroupRanking::Member& member) { return member.input; });
+    table.add({std::to_string(group.rank), printable(names), figures.text(group.low),
+               figures.text(group.high), figures.difference(group.swing),
+               figures.difference(group.own_swings), figures.difference(group.interaction)});
+    ends.push_back({group.low, group.high});
+  }
+  std::cout << '\n' << drawn(table, ranking.base, ends);
+  if (const std::size_t more = ranking.groups.size() - shown; more > 0)
+    std::cout << "  and " << more << " more; --csv and --json give them all\n";
 }
 
 void print_table(const runfile::Run& run, const OutputRanking& ranking) {
   const runfile::Output& output = output_of(run, ranking);
   const Figures figures(output, ranking);
-  std::vector<Row> rows{{"", "Input", "Low", "High", "Low %", "High %"}};
-  const auto change = [&](double fraction) { return output.date ? "-" : change_text(fraction); };
-  for (const Effect& effect : ranking.effects) {
-    rows.push_back({std::to_string(effect.rank), printable(effect.input), figures.text(effect.low),
-                    figures.text(effect.high), change(effect.low_change), change(effect.high_change)});
-  }
-  const Widths w = widths_of(rows);
-  const Bars bars(ranking, w.bar, terminal_is_utf8());
-  std::cout << printable(described(output)) << "\n  base value " << figures.text(ranking.base) << "\n\n"
-            << line_of(rows.front(), w, std::string(static_cast<std::size_t>(w.bar), ' ')) << '\n';
-  for (std::size_t i = 0; i < ranking.effects.size(); ++i)
-    std::cout << line_of(rows[i + 1], w, bars.draw(ranking.effects[i])) << '\n';
+  std::cout << printable(described(output)) << "\n  base value " << figures.text(ranking.base) << "\n\n";
+  print_inputs(output, ranking, figures);
+  if (!ranking.groups.empty()) print_groups(ranking, figures);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "embedded/embedded_environment.h"
 #include "embedded/report_job.h"
 #include "embedded/selected_outputs.h"
+#include "model/multi_way.h"
 #include "model/scan.h"
 #include "runfile/recorded_engine.h"
 
@@ -19,12 +20,20 @@ std::vector<std::int32_t> ordered_inputs(const runfile::Run& run) {
   return positions;
 }
 
+// Spreadsheet errors are no numbers either.
+double shown(const model::NumberRules& rules, double value) {
+  return rules.is_usable(value) ? value : rules.missing_number();
+}
+
+std::string name_of(const model::DralInputOutput& input) {
+  return input.has_name() ? input.ioName : input.cellAddress;
+}
+
 Effect effect_of(const model::DralInputOutput& input, std::int32_t output, std::int32_t position) {
   const model::NumberRules& rules = input.rules();
-  // Spreadsheet errors are no numbers either.
-  const auto shown = [&](double value) { return rules.is_usable(value) ? value : rules.missing_number(); };
+  const auto shown = [&](double value) { return embedded::shown(rules, value); };
   Effect effect;
-  effect.input = input.has_name() ? input.ioName : input.cellAddress;
+  effect.input = name_of(input);
   effect.input_index = position;
   effect.rank = static_cast<std::int32_t>(input.outputRank(output));
   effect.low = shown(input.outputMinValue(output));
@@ -34,6 +43,43 @@ Effect effect_of(const model::DralInputOutput& input, std::int32_t output, std::
   effect.input_at_low = shown(input.minInputValue(output));
   effect.input_at_high = shown(input.maxInputValue(output));
   return effect;
+}
+
+GroupRanking ranking_of(const model::MultiGroup& group, const model::GroupEffect& effect,
+                        const model::Records& inputs, std::int32_t output,
+                        const std::vector<std::int32_t>& positions) {
+  GroupRanking ranking;
+  ranking.rank = effect.rank;
+  ranking.low = effect.lowest;
+  ranking.high = effect.highest;
+  ranking.low_change = effect.lowest_change;
+  ranking.high_change = effect.highest_change;
+  ranking.swing = effect.lowest_at == 0 ? host::kMissingNumber : effect.swing;
+  ranking.own_swings = effect.own_swings;
+  ranking.interaction = effect.interaction;
+  for (std::int32_t m = 1; m <= group.members.size(); ++m) {
+    const model::DralInputOutput& input = inputs(group.members(m));
+    const model::NumberRules& rules = input.rules();
+    const auto value_at = [&](std::int32_t combination) {
+      return combination == 0
+                 ? rules.missing_number()
+                 : shown(rules, group.inputs(m).value[static_cast<std::size_t>(combination - 1)]);
+    };
+    const double low = input.outputMinValue(output);
+    const double high = input.outputMaxValue(output);
+    ranking.members.push_back(
+        {.input = name_of(input),
+         .input_index = positions.at(static_cast<std::size_t>(input.ioIndex)),
+         .at_low = value_at(effect.lowest_at),
+         .at_high = value_at(effect.highest_at),
+         .own_swing = rules.is_usable(low) && rules.is_usable(high) ? high - low : rules.missing_number()});
+  }
+  return ranking;
+}
+
+template <class Ranked>
+void sort_by_rank(std::vector<Ranked>& items) {
+  std::sort(items.begin(), items.end(), [](const Ranked& a, const Ranked& b) { return a.rank < b.rank; });
 }
 
 }  // namespace
@@ -70,14 +116,22 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
   scan.getData(input_records, output_records, positions, recalculations, simulation);
 
   const std::vector<std::int32_t> ordered = ordered_inputs(*run);
+  const model::MultiWayRun multi_way_run =
+      model::ReadMultiWay(session, input_records, output_records, positions, 0, simulation);
   std::vector<OutputRanking> rankings;
   for (const std::int32_t index : indexes) {
-    OutputRanking ranking{index, output_records(index + 1).BaseValue(), {}};
+    OutputRanking ranking{index, output_records(index + 1).BaseValue(), {}, {}};
     for (const model::DralInputOutput& input : input_records)
       ranking.effects.push_back(
           effect_of(input, index + 1, ordered.at(static_cast<std::size_t>(input.ioIndex))));
-    std::sort(ranking.effects.begin(), ranking.effects.end(),
-              [](const Effect& a, const Effect& b) { return a.rank < b.rank; });
+    sort_by_rank(ranking.effects);
+    const auto selected = static_cast<std::int32_t>(rankings.size()) + 1;
+    const model::GroupEffects effects =
+        model::RankGroups(multi_way_run, input_records, output_records, selected, index + 1);
+    for (std::int32_t g = 1; g <= effects.size(); ++g)
+      ranking.groups.push_back(
+          ranking_of(multi_way_run.groups(g), effects(g), input_records, index + 1, ordered));
+    sort_by_rank(ranking.groups);
     rankings.push_back(std::move(ranking));
   }
   return rankings;

@@ -68,10 +68,28 @@ struct Effect {
   double low_change, high_change;  // fractional; the missing-number marker where undefined
   double input_at_low, input_at_high;
 };
+// What a group of inputs varied together did to one output. The missing-number marker stands for figures that
+// the run does not give.
+struct GroupRanking {
+  struct Member {
+    std::string input;         // name or address
+    std::int32_t input_index;  // zero-based, in Run::inputs
+    double at_low, at_high;    // what it was set to at the ends
+    double own_swing;          // of the output when this input alone is varied
+  };
+  std::vector<Member> members;
+  std::int32_t rank;  // among the groups, from 1
+  double low, high;   // output's lowest and highest value
+  double low_change, high_change;
+  double swing;
+  double own_swings;   // of the members, added up
+  double interaction;  // swing less own_swings: 0 where the effects add up
+};
 struct OutputRanking {
   std::int32_t output_index;  // zero-based, in Run::outputs
   double base;
-  std::vector<Effect> effects;  // by rank
+  std::vector<Effect> effects;       // by rank
+  std::vector<GroupRanking> groups;  // by rank; empty when the run varied no inputs together
 };
 // The ranking of the selected outputs (all when empty) in the one-based simulation.
 std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run>& run,

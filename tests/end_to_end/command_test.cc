@@ -40,6 +40,17 @@ constexpr const char* kRun = R"({
   [1, 2, 1, 2, 20, 0.25, 20], [1, 2, 2, 8, 80, 0.25, 80]]
 })";
 
+// The same, then price and volume together: four combinations.
+std::string grouped_run() {
+  std::string run = kRun;
+  run.insert(run.rfind('}'), R"(,
+ "groups": { "size": 2, "steps": 2 },
+ "groupRecalculations": [
+  [1, 1, 1, 8, 2, 16, 0.2, 16], [1, 1, 2, 8, 8, 64, 0.2, 64],
+  [1, 1, 3, 12, 2, 24, "#NUM!", 24], [1, 1, 4, 12, 8, 96, "#NUM!", 96]])");
+  return run;
+}
+
 std::string file_text(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
@@ -58,6 +69,7 @@ class Command : public testing::Test {
     fs::remove_all(folder_);
     fs::create_directories(folder_);
     std::ofstream(folder_ / "m.run.json") << kRun;
+    std::ofstream(folder_ / "grouped.run.json") << grouped_run();
   }
   void TearDown() override { fs::remove_all(folder_); }
 
@@ -121,6 +133,7 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"report", "m.run.json", "-o", "a.xls"}, "\"a.xls\" does not end in .xlsx"},
       {{"report", "m.run.json", "-o", "folder.xlsx"}, "is a folder"},
       {{"report", "m.run.json", "-o", "none/a.xlsx"}, "there is no folder \"none\""},
+      {{"report", "m.run.json", "--multi-way"}, "--multi-way: m.run.json varied no inputs together"},
       {{"report", "m.run.json", "--log", "none"}, "there is no folder \"none\""},
       {{"report", "m.run.json", "--max-inputs", "0"}, "--max-inputs: Value 0 not in range 1 to 32"},
       {{"report", "m.run.json", "--max-inputs", "33"}, "--max-inputs"},
@@ -253,6 +266,40 @@ TEST_F(Command, ShowAnswersProgramsInFull) {
   EXPECT_EQ(first["inputAtHigh"], 8.0);
 }
 
+TEST_F(Command, ShowTellsWhatGroupsDo) {
+  EXPECT_EQ(run({"show", "grouped.run.json", "--output", "D2"}, "C").out,
+            "Profit (Total!D2)\n"
+            "  base value 40\n"
+            "\n"
+            "    Input            Low                          High   Low %  High %\n"
+            "  1 Volume, monthly   20 ########|############### 80    -50.0% +100.0%\n"
+            "  2 Price             32      ###|###             48    -20.0%  +20.0%\n"
+            "\n"
+            "    Varied together                       Swing  Own swings  Interaction\n"
+            "  1 Price + Volume, monthly ###|########     80          76            4\n");
+  EXPECT_THAT(run({"show", "grouped.run.json", "--csv", "--output", "My plan!C14"}).out,
+              AllOf(HasSubstr("inputAtHigh,inputs,ownSwings,interaction\n"),
+                    HasSubstr(",2,\"Volume, monthly\",Plan,B2,0.25,0.25,0,0,0,2,2,1,0,\n"),
+                    HasSubstr(",1,\"Price;Volume, monthly\",Plan;Plan,B1;B2,0.2,0.2,0,"
+                              "-0.19999999999999996,-0.19999999999999996,8;2,8;2,2,0.04999999999999999,"
+                              "-0.04999999999999999\n")));
+  const auto json = nlohmann::json::parse(run({"show", "grouped.run.json", "--json"}).out);
+  const auto& group = json["outputs"][0]["groups"][0];
+  EXPECT_EQ(group["interaction"], 4.0);
+  EXPECT_EQ(group["inputs"][1]["cell"], "B2");
+  EXPECT_EQ(group["inputs"][1]["atHigh"], 8.0);
+  EXPECT_EQ(group["inputs"][1]["ownSwing"], 60.0);
+  EXPECT_FALSE(
+      nlohmann::json::parse(run({"show", "m.run.json", "--json"}).out)["outputs"][0].contains("groups"));
+}
+
+TEST_F(Command, MultiWayReportsAreMadeForRunsWithGroups) {
+  EXPECT_EQ(run({"report", "grouped.run.json", "--multi-way", "-o", "a.xlsx"}).out,
+            "a.xlsx: 5 sheets, 3 charts\n");
+  EXPECT_EQ(run({"report", "grouped.run.json", "--all", "-o", "a.xlsx"}).out,
+            "a.xlsx: 18 sheets, 15 charts\n");
+}
+
 TEST_F(Command, CheckDescribesARun) {
   const Result result = run({"check", "m.run.json"});
   EXPECT_EQ(result.code, 0);
@@ -305,8 +352,8 @@ TEST_F(Command, InterruptedItExitsWith130AndWritesNothing) {
   EXPECT_EQ(result.err, "ordvane: cancelled, large-reports.xlsx was not written\n");
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(file_text(folder_ / "large-reports.xlsx"), "before");
-  // Two runs, the log, the workbook of before, two outputs of the command.
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 6);
+  // Three runs, the log, the workbook of before, two outputs of the command.
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 7);
 }
 
 }  // namespace
