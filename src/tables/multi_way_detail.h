@@ -1,8 +1,14 @@
 // Multi-way detail: for every combination of every group of inputs varied together, what the members were set
 // to and what each selected output did.
 //
-// Reads what the multi-way analysis gathered; never calls the engine's data functions. Rows are capped by the
-// session's sheet limits and outputs by its columns; notes say when a limit cut the table.
+// Two tables under one header. The upper one has two rows an output: the combination with its highest result
+// over all groups, then the one with its lowest. The lower one has every combination, the groups by their
+// rank for the first output, each in reading order; the rows of the upper table are shaded there. Rank and
+// interaction are figures of a group and stand in its first row; words mark its lowest and highest result.
+//
+// Reads what the multi-way analysis gathered; never calls the engine's data functions. Rows beyond
+// kMostDetailRows or the session's sheet are left out, as are outputs beyond kMostDetailOutputs or its
+// columns; notes say so. A run without groups gets a sheet that says that.
 #pragma once
 
 #include <cstdint>
