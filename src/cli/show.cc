@@ -177,6 +177,8 @@ void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankin
 
 // ---- For people ----
 
+constexpr const char* kBetweenMembers = " \u00D7 ";  // as the reports write it
+constexpr const char* kAsciiBetweenMembers = " x ";
 constexpr std::size_t kMostGroups = 20;  // of an output; programs get them all
 
 std::string drawn(BarTable& table, double base, const std::vector<Ends>& ends) {
@@ -215,8 +217,8 @@ void print_groups(const OutputRanking& ranking, const Figures& figures) {
   const std::size_t shown = std::min(ranking.groups.size(), kMostGroups);
   for (std::size_t g = 0; g < shown; ++g) {
     const GroupRanking& group = ranking.groups[g];
-    const std::string names =
-        joined(group, " + ", [](const GroupRanking::Member& member) { return member.input; });
+    const std::string names = joined(group, terminal_is_utf8() ? kBetweenMembers : kAsciiBetweenMembers,
+                                     [](const GroupRanking::Member& member) { return member.input; });
     table.add({std::to_string(group.rank), printable(names), figures.text(group.low),
                figures.text(group.high), figures.difference(group.swing),
                figures.difference(group.own_swings), figures.difference(group.interaction)});

@@ -276,7 +276,7 @@ TEST_F(Command, ShowTellsWhatGroupsDo) {
             "  2 Price             32      ###|###             48    -20.0%  +20.0%\n"
             "\n"
             "    Varied together                       Swing  Own swings  Interaction\n"
-            "  1 Price + Volume, monthly ###|########     80          76            4\n");
+            "  1 Price x Volume, monthly ###|########     80          76            4\n");
   EXPECT_THAT(run({"show", "grouped.run.json", "--csv", "--output", "My plan!C14"}).out,
               AllOf(HasSubstr("inputAtHigh,inputs,ownSwings,interaction\n"),
                     HasSubstr(",2,\"Volume, monthly\",Plan,B2,0.25,0.25,0,0,0,2,2,1,0,\n"),
