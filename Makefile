@@ -1,13 +1,13 @@
 # The front door. Every target installs the Debian packages that it needs and that are missing.
 #
 #   make demo      report on the example run, print the ranking and where the workbook is
-#   make test      everything CI runs: formatting, tests, tests under sanitizers, the core for Windows
+#   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine
 #   make bench     speed and memory, as ratios against peers in the same run
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
-.PHONY: demo test bench format format-check tidy release sanitize windows-core clean
+.PHONY: demo test bench format format-check tidy release sanitize windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
 example = examples/solar-plant/solar-plant.run.json
@@ -32,7 +32,7 @@ sanitize:
 	@cmake --preset sanitize >/dev/null
 	@cmake --build --preset sanitize
 
-windows-core:
+windows-build:
 	@cmake --preset windows-x86 >/dev/null && cmake --build --preset windows-x86
 	@cmake --preset windows-x64 >/dev/null && cmake --build --preset windows-x64
 
