@@ -1,16 +1,21 @@
 #!/usr/bin/python3
-"""Records a what-if run of any workbook with LibreOffice: every input stepped alone, all others at their base.
+"""Records a what-if run of any workbook with LibreOffice: every input stepped alone, all others at their base, then
+groups of inputs together.
 
 Usage: sweep.py WORKBOOK.xlsx WHATIF.json RUN.run.json
 
 WHATIF.json holds the lists "inputs" (sheet, cell, name, low, high, steps) and "outputs" (sheet, cell, name). The steps
-of an input are evenly spaced from low to high, both included. A low or high may be a date, "2026-04-01". Writes
-RUN.run.json and, beside it, the recalculated values in RUN.run.csv. The workbook itself is not changed.
+of an input are evenly spaced from low to high, both included. A low or high may be a date, "2026-04-01". The list
+"groups" may follow: each holds the names of its "inputs" and the number of "steps" that each takes (one number, or one
+an input); every combination of the steps is recalculated. {"size": 2, "steps": 3} instead of the list makes all pairs.
+Writes RUN.run.json and, beside it, the recalculated values in RUN.run.csv and RUN.run.groups.csv. The workbook itself is
+not changed.
 """
 
 import contextlib
 import csv
 import datetime
+import itertools
 import json
 import os
 import pathlib
@@ -131,11 +136,55 @@ def recalculated(cells, inputs, outputs):
         cell.Formula = before
 
 
+def groups_of(plan):
+    """The groups as the run file has them: positions of inputs, counted from 1, and the steps of each."""
+    groups = plan.get("groups", [])
+    inputs = plan["inputs"]
+    if isinstance(groups, dict):
+        chosen = itertools.combinations(range(1, len(inputs) + 1), groups["size"])
+        return [{"members": list(members), "steps": [groups["steps"]] * len(members)} for members in chosen]
+    position = {item["name"]: number for number, item in enumerate(inputs, start=1)}
+    made = []
+    for group in groups:
+        unknown = [name for name in group["inputs"] if name not in position]
+        if unknown:
+            raise SystemExit(f'groups: no input is named "{unknown[0]}"')
+        members = [position[name] for name in group["inputs"]]
+        steps = group["steps"] if isinstance(group["steps"], list) else [group["steps"]] * len(members)
+        made.append({"members": members, "steps": steps})
+    return made
+
+
+def recalculated_together(cells, inputs, groups):
+    """One row per combination of a group's steps, the last member's changing fastest."""
+    widest = max(len(group["members"]) for group in groups)
+    for number, group in enumerate(groups, start=1):
+        members = [(inputs[m - 1], cells[0][m - 1]) for m in group["members"]]
+        before = [cell.Formula for _, cell in members]
+        values = [steps_of(item | {"steps": count}) for (item, _), count in zip(members, group["steps"])]
+        for combination, chosen in enumerate(itertools.product(*values), start=1):
+            for (_, cell), value in zip(members, chosen):
+                if cell.Value != value:
+                    cell.Value = value
+            yield ([1, number, combination] + [whole_when_whole(value) for value in chosen]
+                   + [None] * (widest - len(chosen)) + [whole_when_whole(result(c)) for c in cells[1]])
+        for (_, cell), formula in zip(members, before):
+            cell.Formula = formula
+
+
+def write_rows(file, leading, outputs, rows):
+    with file.open("w", newline="", encoding="utf-8") as target:
+        writer = csv.writer(target, lineterminator="\n")
+        writer.writerow(leading + [f"output{i + 1}" for i in range(len(outputs))])
+        writer.writerows(rows)
+
+
 def sweep(workbook, whatif, run_file):
     plan = json.loads(whatif.read_text(encoding="utf-8"))
-    inputs, outputs = plan["inputs"], plan["outputs"]
+    inputs, outputs, groups = plan["inputs"], plan["outputs"], groups_of(plan)
     in_file = load_workbook(workbook)
     csv_file = run_file.with_name(run_file.name.removesuffix(".json") + ".csv")
+    groups_file = csv_file.with_suffix(".groups.csv")
     with spreadsheet_program() as desktop:
         document = opened(desktop, workbook)
         try:
@@ -148,14 +197,18 @@ def sweep(workbook, whatif, run_file):
                 entry["steps"] = item["steps"]
             run["recalculations"] = csv_file.name
             rows = list(recalculated(cells, inputs, outputs))
+            if groups:
+                run["groups"], run["groupRecalculations"] = groups, groups_file.name
+                group_rows = list(recalculated_together(cells, inputs, groups))
             if [result(cell) for cell in cells[1]] != [entry["base"] for entry in run["outputs"]]:
                 raise SystemExit("the outputs did not return to their base values after the last step")
         finally:
             document.close(False)
-    with csv_file.open("w", newline="", encoding="utf-8") as target:
-        writer = csv.writer(target, lineterminator="\n")
-        writer.writerow(["simulation", "input", "step", "value"] + [f"output{i + 1}" for i in range(len(outputs))])
-        writer.writerows(rows)
+    write_rows(csv_file, ["simulation", "input", "step", "value"], outputs, rows)
+    if groups:
+        widest = max(len(group["members"]) for group in groups)
+        values = [f"value{i + 1}" for i in range(widest)]
+        write_rows(groups_file, ["simulation", "group", "combination", *values], outputs, group_rows)
     run_file.write_text(json.dumps(run, indent=1, ensure_ascii=False) + "\n", encoding="utf-8")
 
 

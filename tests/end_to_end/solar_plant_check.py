@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Checks the recorded run of the solar plant example against the plant calculated here, without a spreadsheet.
 
-Usage: solar_plant_check.py FOLDER   (the folder of solar-plant.run.json and its CSV)
+Usage: solar_plant_check.py FOLDER   (the folder of solar-plant.run.json and its CSV files)
 
 Every recalculation of every output is compared. Written from the sheet's line descriptions, not from its formulas.
 """
@@ -9,6 +9,7 @@ Every recalculation of every output is compared. Written from the sheet's line d
 import csv
 import datetime
 import json
+import math
 import pathlib
 import sys
 
@@ -78,6 +79,14 @@ def main():
             changed = {run["inputs"][int(row["input"]) - 1]["name"]: float(row["value"])}
             recorded = {item["name"]: row[f"output{i}"] for i, item in enumerate(run["outputs"], start=1)}
             cases.append(({**base, **changed}, recorded))
+    with (folder / run["groupRecalculations"]).open(encoding="utf-8") as file:
+        for row in csv.DictReader(file):
+            members = run["groups"][int(row["group"]) - 1]["members"]
+            changed = {run["inputs"][m - 1]["name"]: float(row[f"value{i}"]) for i, m in enumerate(members, start=1)}
+            recorded = {item["name"]: row[f"output{i}"] for i, item in enumerate(run["outputs"], start=1)}
+            cases.append(({**base, **changed}, recorded))
+    expected_cases = (1 + sum(item["steps"] for item in run["inputs"])
+                      + sum(math.prod(group["steps"]) for group in run["groups"]))
     faults = 0
     for values, recorded in cases:
         for name, expected in plant(values).items():
@@ -94,7 +103,7 @@ def main():
                 faults += 1
                 print(f"{name}: recorded {found}, calculated {expected}, with {values}")
     print(f"{len(cases)} recalculations checked, {faults} differences")
-    sys.exit(1 if faults or len(cases) != 1 + sum(item["steps"] for item in run["inputs"]) else 0)
+    sys.exit(1 if faults or len(cases) != expected_cases else 0)
 
 
 if __name__ == "__main__":
