@@ -4,13 +4,14 @@
 Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X] [--only KIND]...
 
 Reads the run file itself; nothing here comes from the program. Kinds: tornado, spider, sensitivity, output-detail,
-detail-by-input, summary, missing, charts; without --only all of them must be there. Prints the differences and exits 1 when
+detail-by-input, multi-tornado, multi-detail, summary, missing, charts; without --only all of them must be there. Prints the differences and exits 1 when
 there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
 """
 
 import argparse
 import collections
 import csv
+import itertools
 import json
 import math
 import pathlib
@@ -31,7 +32,8 @@ NOTHING = " - "
 MISSING = -1e300
 # Errors sort below the missing number and everything else; those with the higher number come first.
 ERRORS = {"#NULL!": 2000, "#DIV/0!": 2007, "#VALUE!": 2015, "#REF!": 2023, "#NAME?": 2029, "#NUM!": 2036, "#N/A": 2042}
-KINDS = ["tornado", "spider", "sensitivity", "output-detail", "detail-by-input", "summary", "missing", "charts"]
+KINDS = ["tornado", "spider", "sensitivity", "output-detail", "detail-by-input", "multi-tornado", "multi-detail", "summary",
+         "missing", "charts"]
 
 
 # ---- The run ----
@@ -69,9 +71,31 @@ class Run:
         kept = [i for i, item in enumerate(self.every_input) if item.get("savedSamples", True)]
         self.values = [[of_inputs[i] for i in kept] for of_inputs in self.values]
         self.recalculations = sum(item["steps"] for item in self.inputs)
+        self.read_groups(run, path, kept)
         books = {item["book"] for item in self.inputs}
         sheets = {item["sheet"] for item in self.inputs}
         self.range_mode = 2 if len(books) > 1 else 1 if len(sheets) > 1 else 0
+
+
+    def read_groups(self, run, path, kept):
+        """groups[g] = members as positions in `inputs`; combinations[simulation][g] = rows like those of `values`."""
+        groups = run.get("groups", [])
+        if isinstance(groups, dict):
+            every = itertools.combinations([i + 1 for i in kept], groups["size"])
+            groups = [{"members": list(members), "steps": groups["steps"]} for members in every]
+        self.groups = [[kept.index(member - 1) for member in group["members"]] for group in groups]
+        table = run.get("groupRecalculations", [])
+        if isinstance(table, str):
+            with (path.parent / table).open(encoding="utf-8-sig", newline="") as file:
+                table = list(csv.reader(file))[1:]
+        self.widest = max(map(len, self.groups), default=0)
+        self.combinations = [[[] for _ in groups] for _ in range(self.simulations)]
+        for row in table:
+            group = self.groups[int(row[1]) - 1]
+            self.combinations[int(row[0]) - 1][int(row[1]) - 1].append(
+                ([number_of(field) for field in row[3:3 + len(group)]],
+                 [number_of(field) for field in row[3 + self.widest:]]))
+        self.multi_way = sum(len(rows) for rows in self.combinations[0])
 
 
 # ---- The arithmetic ----
@@ -164,6 +188,46 @@ class OutputResult:
         return {where[recalculation - 1]: rank for rank, recalculation in enumerate(companion) if rank}
 
 
+JointEffect = collections.namedtuple("JointEffect", "low low_at high high_at swing width interaction")
+
+
+def joint_effect(members, rows, output, base, effects):
+    """What a group's combinations do to an output, beside what each member does alone."""
+    results = [(results[output], number) for number, (_, results) in enumerate(rows) if usable(results[output])]
+    if not results:
+        return JointEffect(MISSING, None, MISSING, None, 0, 0, MISSING)
+    low, low_at = min(results, key=lambda result: result[0])
+    high, high_at = max(results, key=lambda result: result[0])
+    width = change(high, base) - change(low, base) if usable(base) and base != 0 else high - low
+    interaction = MISSING
+    if all(usable(effects[m].low) for m in members):
+        alone = 0.0
+        for m in members:
+            alone += effects[m].high - effects[m].low
+        interaction = high - low - alone
+        if abs(interaction) <= max(abs(low), abs(high), alone) * 2.0 ** -52 * (2 * len(members) + 2):
+            interaction = 0  # rounding alone
+    return JointEffect(low, low_at, high, high_at, high - low, width, interaction)
+
+
+class JointResult:
+    """All groups of one output."""
+    def __init__(self, run, simulation, output, alone, options):
+        self.item, self.base, self.position = run.outputs[output], run.outputs[output]["base"], output
+        self.rows = run.combinations[simulation]
+        self.joint = [joint_effect(members, rows, output, self.base, alone.effects)
+                      for members, rows in zip(run.groups, self.rows)]
+        self.ranks = ranks_of([effect.swing for effect in self.joint])
+        self.order = sorted(range(len(self.ranks)), key=lambda g: self.ranks[g])
+        self.limit = min(options.max_inputs, len(self.ranks))
+        if self.base != 0 and usable(self.base):
+            narrow = [rank for rank, g in enumerate(self.order) if abs(self.joint[g].width) < (options.threshold or 0)]
+            self.limit = min([self.limit, *narrow])
+        # What the bars reach over, as for single inputs.
+        self.effects = [Effect(e.low, change(e.low, self.base), None, e.high, change(e.high, self.base), None)
+                        for e in self.joint]
+
+
 # ---- The tables ----
 
 class Texts:
@@ -249,13 +313,69 @@ def detail_by_input_table(texts, run, results):
     return header, rows[:65525]
 
 
+def multi_tornado_table(texts, run, result):
+    header, rows = [texts.common(9)[0], texts[304], *texts.common(5, 7, 5, 7)], []
+    for rank, g in enumerate(result.order[:result.limit], start=1):
+        items = [run.inputs[m] for m in run.groups[g]]
+        where = [", ".join(dict.fromkeys(item[kind] for item in items)) for kind in ("book", "sheet")]
+        effect = result.effects[g]
+        rows.append(where[2 - run.range_mode:] + [
+            rank, " \u00d7 ".join(label(item) for item in items), shown(effect.low), shown(effect.low_change),
+            shown(effect.high), shown(effect.high_change)])
+    return header, rows
+
+
+def in_reading_order(rows):
+    """Positions of a group's combinations by what the first member is set to, then the second, ..."""
+    return sorted(range(len(rows)), key=lambda position: rows[position][0])
+
+
+def combination_cells(texts, run, results, g, position, first):
+    """One row of the multi-way detail behind its number: the group, its members, then every output."""
+    values = results[0].rows[g][position][0]
+    cells = [results[0].ranks[g]]
+    for m, value in zip(run.groups[g], values):
+        item = run.inputs[m]
+        cells += [label(item), *places(run, item), shown(value)]
+    cells += [""] * ((run.widest - len(values)) * (2 + run.range_mode))
+    for r in results:
+        value, effect = r.rows[g][position][1][r.position], r.joint[g]
+        side = "" if effect.swing == 0 else {effect.high_at: texts[202], effect.low_at: texts[201]}.get(position, "")
+        cells += [shown(value), shown(change(value, r.base)), side]
+        cells += [r.ranks[g], shown(effect.interaction)] if first else ["", ""]
+    return cells
+
+
+def multi_detail_tables(texts, run, results):
+    """The highest and lowest results, and every combination; the second stands under the columns of the first."""
+    results = results[:80]
+    of_member = texts.common(2) + texts.common(0) * (run.range_mode == 2) + texts.common(1) * (run.range_mode > 0)
+    header = ([texts[216], texts[217]] + (of_member + texts.common(5)) * run.widest
+              + (texts.common(5, 7) + [texts[220]] + texts.common(9) + [texts[221]]) * len(results))
+    extremes = []
+    for r in results:
+        name = r.item.get("name", "").strip()
+        for number, end, sign in ((222, "high", -1), (223, "low", 1)):
+            found = [g for g in results[0].order if usable(r.joint[g].low)]
+            line = [texts[number].replace("{1}", name) if name else None]
+            if found:
+                g = min(found, key=lambda g: sign * getattr(r.joint[g], end))
+                line += combination_cells(texts, run, results, g, getattr(r.joint[g], end + "_at"), True)
+            extremes.append(line)
+    body = []
+    for g in results[0].order:
+        for number, position in enumerate(in_reading_order(results[0].rows[g])):
+            body.append([number + 1] + combination_cells(texts, run, results, g, position, number == 0))
+    return header, extremes, body[:65525]
+
+
 def summary_table(texts, run, results, options):
     automatic = sum(1 for item in run.inputs if "DralAuto" in item.get("formula", ""))
     unreported = sum(1 for result in results if result.limit <= 0)
     not_set = len(results) if run.simulations > 1 else unreported  # several runs do not count what was shown
-    figures = [(813, run.simulations), (812, run.recalculations), (820, len(run.outputs)), (811, len(results)),
-               (1025, not_set), (819, len(run.inputs)), (814, len(run.inputs) - automatic), (802, automatic), (805, 0),
-               (804, options.max_inputs), (816, options.threshold or 0)]
+    figures = [(813, run.simulations), (812, run.recalculations + run.multi_way), (820, len(run.outputs)), (811, len(results)),
+               (1025, not_set), (819, len(run.inputs)), (814, len(run.inputs) - automatic), (802, automatic),
+               (805, run.multi_way), (804, options.max_inputs), (816, options.threshold or 0)]
     return [texts[821], texts[1042]], [[texts[number], value] for number, value in figures]
 
 
@@ -299,17 +419,19 @@ class Comparison:
                     return row[start].row, row[start].column
         return None
 
-    def table(self, sheet, header, rows, skipped=0):
-        """Compares a table's body. `skipped` leading columns stand left of the captions looked for."""
+    def table(self, sheet, header, rows, skipped=0, further_down=0):
+        """Compares a table's body. `skipped` leading columns stand left of the captions looked for. None in the rows stands
+        for anything, "" for an empty cell."""
         found = self.header_of(sheet, header)
         if not found:
             return self.differ(sheet.title, f"no table with the columns {header}")
-        top, left = found[0] + 1, found[1] - skipped
+        top, left = found[0] + 1 + further_down, found[1] - skipped
         for offset, expected in enumerate(rows):
             for column, value in enumerate(expected):
                 cell = sheet.cell(top + offset, left + column)
                 if value is not None:
-                    self.cell(f"{sheet.title}!{cell.coordinate}", cell.value, value)
+                    found_value = "" if cell.value is None else cell.value
+                    self.cell(f"{sheet.title}!{cell.coordinate}", found_value, value)
         below = [sheet.cell(top + len(rows), left + column).value for column in range(skipped + len(header))]
         if any(value is not None for value in below):
             self.differ(sheet.title, f"rows beyond the expected {len(rows)}: {below}")
@@ -327,6 +449,12 @@ class Comparison:
                     for row in sheet.iter_rows(max_row=8) for cell in row)
         if not named:
             self.differ(sheet.title, f'does not name {item["name"]} ({item["cell"]})')
+
+    def says(self, sheet, text):
+        """One cell holds the text."""
+        self.compared += 1
+        if not any(cell.value == text for row in sheet.iter_rows() for cell in row):
+            self.differ(sheet.title, f'does not say "{text}"')
 
     def charts(self):
         """Every number and text that a chart keeps a copy of is that of the cell it refers to."""
@@ -406,6 +534,23 @@ def compare(run, workbook, texts, options):
             comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
             if kind == "tornado":
                 comparison.bars(sheet, result, options.percent)
+    joint = [[JointResult(run, s, o, results[s][o], options) for o in range(len(run.outputs))]
+             for s in range(run.simulations)]
+    if "multi-tornado" in options.only and run.groups:
+        every = [result for of_run in joint for result in of_run]
+        for sheet, result in zip(sheets(311, len(every), "multi-tornado"), every):
+            comparison.names_output(sheet, result.item)
+            if result.limit > 0:
+                comparison.table(sheet, *multi_tornado_table(texts, run, result), skipped=run.range_mode)
+                if not options.percent or result.base != 0 and usable(result.base):
+                    comparison.bars(sheet, result, options.percent)
+            else:
+                comparison.says(sheet, texts[306])
+    if "multi-detail" in options.only and run.groups:
+        for sheet, of_run in zip(sheets(211, run.simulations, "multi-detail"), joint):
+            header, extremes, body = multi_detail_tables(texts, run, of_run)
+            comparison.table(sheet, header, extremes)
+            comparison.table(sheet, header, body, further_down=len(extremes) + 3)  # a blank row and two captions
     if "detail-by-input" in options.only:
         for sheet, of_run in zip(sheets(117, run.simulations, "detail-by-input"), results):
             comparison.table(sheet, *detail_by_input_table(texts, run, of_run))
