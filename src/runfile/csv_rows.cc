@@ -35,7 +35,7 @@ class RowSource {
       fail("cannot be read: " +
            (error ? error : std::make_error_code(std::errc::no_such_file_or_directory)).message());
     }
-    file_.reset(std::fopen(path.c_str(), "rb"));
+    file_.reset(std::fopen(name_.c_str(), "rb"));
     if (!file_) fail("cannot be read: " + std::generic_category().message(errno));
     std::setvbuf(file_.get(), nullptr, _IONBF, 0);
   }

@@ -502,7 +502,8 @@ std::string read_file(const std::filesystem::path& path) {
   const auto fail = [&path](const std::string& problem) { throw BadRun(path.string(), "", problem); };
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) fail("is a folder; a run file is expected");
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.string().c_str(), "rb"),
+                                                             &std::fclose);
   if (!file) fail("cannot be read: " + std::generic_category().message(errno));
   std::string text;
   constexpr std::size_t kBlock = 1 << 16;

@@ -457,7 +457,7 @@ class RecordedEngine : public engine::Engine {
     const std::int64_t from = std::max<std::int64_t>(start, 0);
     const std::int64_t to =
         std::min<std::int64_t>(start + listed.input->steps, static_cast<std::int64_t>(data.size()));
-    if (from < to) std::copy(steps + (from - start), steps + (to - start), data.begin() + from);
+    if (from < to) std::copy(steps + (from - start), steps + (to - start), data.data() + from);
   }
 
   std::int32_t group_recalculations() const { return static_cast<std::int32_t>(run_->group_recalculations); }
