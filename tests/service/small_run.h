@@ -40,13 +40,14 @@ class MemoryEnvironment : public environment::StandardEnvironment {
   }
 };
 
-// Input i of output o has the results base[o] + effect[o][i] * (step - 2), steps 1 to 3.
+// Input i of output o has the results base[o] + effect[o][i] * (step - 2), steps from 1.
 struct RunShape {
   std::vector<std::string> input_sheets = {"Inputs", "Inputs", "Inputs"};
   std::vector<std::string> input_books = {"Model.xlsx", "Model.xlsx", "Model.xlsx"};
   std::vector<double> output_bases = {100, 0};
   std::vector<std::vector<double>> effects = {{1, 5, -3}, {2, 2, 0}};
   std::int32_t simulations = 1;
+  std::int32_t steps = 3;  // of every input
   bool groups = false;  // inputs 1 and 2, and 2 and 3, together: their effects added up, and multiplied
 };
 
@@ -73,7 +74,6 @@ inline void add_groups(runfile::Run& run, const RunShape& shape) {
 }
 
 inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
-  constexpr std::int32_t kSteps = 3;
   auto run = std::make_shared<runfile::Run>();
   run->file = "small.run.json";
   run->simulations = shape.simulations;
@@ -85,7 +85,7 @@ inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
     input.cell = input.range = "B" + std::to_string(i + 2);
     input.base = 10 * static_cast<double>(i + 1);
     input.formula = std::to_string(10 * (i + 1));
-    input.steps = kSteps;
+    input.steps = shape.steps;
     run->inputs.push_back(input);
   }
   for (std::size_t o = 0; o < shape.output_bases.size(); ++o) {
@@ -98,13 +98,13 @@ inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
     output.formula = "=SUM(Inputs!B2:B9)+" + std::to_string(o);
     run->outputs.push_back(output);
   }
-  run->recalculations = kSteps * static_cast<std::int64_t>(run->inputs.size());
+  run->recalculations = std::int64_t{shape.steps} * static_cast<std::int64_t>(run->inputs.size());
   for (std::int32_t s = 0; s < shape.simulations; ++s) {
     for (const runfile::Input& input : run->inputs)
-      for (int step = 1; step <= kSteps; ++step) run->input_values.push_back(*input.base + step - 2);
+      for (int step = 1; step <= shape.steps; ++step) run->input_values.push_back(*input.base + step - 2);
     for (std::size_t o = 0; o < shape.output_bases.size(); ++o)
       for (const double effect : shape.effects[o])
-        for (int step = 1; step <= kSteps; ++step)
+        for (int step = 1; step <= shape.steps; ++step)
           run->output_values.push_back(shape.output_bases[o] + (s + 1) * effect * (step - 2));
   }
   if (shape.groups) add_groups(*run, shape);

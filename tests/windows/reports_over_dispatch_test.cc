@@ -1,0 +1,120 @@
+// The reports over IDispatch: the workbook is the one they make without it, the calls do not grow with the
+// cells, and a call that fails leaves neither settings behind nor objects.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "automation/excel_dispatch.h"
+#include "service/small_run.h"
+#include "support/snapshot.h"
+#include "windows/excel_stand_in.h"
+#include "windows/looks.h"
+
+namespace ordvane::test {
+namespace {
+
+using service::OrdvaneReports;
+using service::RunShape;
+using Choose = void (*)(OrdvaneReports&);
+
+void choose_all(OrdvaneReports& reports) {
+  reports.set_TornadoGraphs(true);
+  reports.set_SpiderGraphs(true);
+  reports.set_SensitivityGraphs(true);
+  reports.set_OutputDetailReport(true);
+  reports.set_DetailByInput(true);
+  reports.set_MultiWayReport(true);
+  reports.MaxInputsPerGraph = 5;
+}
+
+struct DispatchBench : service::Bench {
+  explicit DispatchBench(const RunShape& shape = {})
+      : Bench(shape), stand_in(std::make_shared<StandIn>(application)) {}
+
+  // Returns the workbook's name; empty where none was made.
+  std::string make(bool through_dispatch, Choose choose, std::string* error = nullptr) {
+    OrdvaneReports reports(services);
+    choose(reports);
+    std::string name;
+    try {
+      reports.Initialize(through_dispatch ? automation::wrap_excel(make_excel_stand_in(stand_in).get())
+                                          : std::shared_ptr<host::Application>(application),
+                         1);
+      reports.set_WatermarkText("Draft\nnot for release");
+      reports.GenerateReports(all_outputs());
+      opened = true;
+      host::ignoring_errors([&] { name = reports.report_workbook()->name(); });
+    } catch (const host::Error& failed) {
+      if (error) *error = failed.description();
+    }
+    if (reports.report_error() && error) *error = reports.report_error()->description();
+    reports.Terminate();
+    return name;
+  }
+
+  std::shared_ptr<StandIn> stand_in;
+  bool opened = false;
+};
+
+RunShape odd_shape() {
+  RunShape shape;
+  shape.groups = true;
+  shape.input_sheets = {"Inputs", "It's", "123"};
+  shape.output_bases = {100, 0, -1e-9};
+  shape.effects = {{1, 5, -3}, {2, 2, 0}, {1e-10, 0, 1e-9}};
+  return shape;
+}
+
+TEST(ReportsOverDispatch, AreTheSame) {
+  DispatchBench direct(odd_shape()), late(odd_shape());
+  std::string error;
+  const std::string name = direct.make(false, choose_all, &error);
+  ASSERT_EQ(late.make(true, choose_all, &error), name) << error;
+  EXPECT_EQ(error, "");
+  const auto direct_book = direct.application->model(*direct.application->workbook(name));
+  const auto late_book = late.application->model(*late.application->workbook(name));
+  EXPECT_GT(direct_book->sheets.size(), 8U);
+  EXPECT_EQ(snapshot(*late_book), snapshot(*direct_book));
+  EXPECT_EQ(Looks::of(*late_book), Looks::of(*direct_book));
+  EXPECT_EQ(late.stand_in->live_objects, 0);
+}
+
+struct Report {
+  const char* name;
+  Choose choose;
+};
+const Report kReports[] = {
+    {"summary", [](OrdvaneReports&) {}},
+    {"tornado", [](OrdvaneReports& r) { r.set_TornadoGraphs(true); }},
+    {"spider", [](OrdvaneReports& r) { r.set_SpiderGraphs(true); }},
+    {"sensitivity", [](OrdvaneReports& r) { r.set_SensitivityGraphs(true); }},
+    {"output detail", [](OrdvaneReports& r) { r.set_OutputDetailReport(true); }},
+    {"detail by input", [](OrdvaneReports& r) { r.set_DetailByInput(true); }},
+};
+
+TEST(ReportsOverDispatch, CallsDoNotGrowWithTheCells) {
+  constexpr std::int32_t kFew = 100, kMany = 1000;
+  std::printf("%-16s %12s %12s %12s\n", "IDispatch calls", "300 rows", "3,000 rows", "a 1,000 rows");
+  for (const Report& report : kReports) {
+    long calls[2] = {};
+    for (const std::int32_t steps : {kFew, kMany}) {
+      RunShape shape;
+      shape.steps = steps;
+      DispatchBench bench(shape);
+      std::string error;
+      bench.make(
+          true, [](OrdvaneReports&) {}, &error);
+      const long without = bench.stand_in->all_calls();
+      DispatchBench measured(shape);
+      measured.make(true, report.choose, &error);
+      EXPECT_EQ(error, "") << report.name;
+      calls[steps == kMany] = measured.stand_in->all_calls() - (&report == &kReports[0] ? 0 : without);
+    }
+    std::printf("%-16s %12ld %12ld %12.0f\n", report.name, calls[0], calls[1],
+                static_cast<double>(calls[1]) / 3);
+    EXPECT_LE(calls[1], calls[0]) << report.name;
+  }
+}
+
+}  // namespace
+}  // namespace ordvane::test

@@ -1,0 +1,549 @@
+// The stand-in's Application, workbooks, sheets and ranges.
+#include "automation/cell_variants.h"
+#include "windows/stand_in_targets.h"
+
+namespace ordvane::test {
+namespace {
+
+using automation::cell_value;
+using host::CellKind;
+using host::CellValue;
+
+constexpr std::int32_t kXlWBATWorksheet = -4167;
+constexpr std::int32_t kXlA1 = 1;
+
+struct ApplicationTarget {};
+struct WorkbooksTarget {};
+struct FunctionsTarget {};
+struct WorkbookTarget {
+  std::shared_ptr<host::Workbook> book;
+};
+struct SheetsTarget {
+  std::shared_ptr<host::Workbook> book;
+};
+struct PropertiesTarget {
+  std::shared_ptr<host::Workbook> book;
+};
+struct PropertyTarget {
+  std::shared_ptr<host::Workbook> book;
+  std::string host::DocumentProperties::*field;
+};
+struct WindowsTarget {
+  std::shared_ptr<host::Workbook> book;
+};
+struct WindowTarget {
+  std::shared_ptr<host::Workbook> book;
+  std::int32_t rows = 0, columns = 0;
+  bool frozen = false;
+};
+struct WorksheetTarget {
+  std::shared_ptr<host::Worksheet> sheet;
+};
+struct PageTarget {
+  std::shared_ptr<host::Worksheet> sheet;
+  bool zoomed = true;
+  std::int32_t wide = 1, tall = 1;
+};
+struct BordersTarget {
+  std::shared_ptr<host::Range> range;
+};
+
+}  // namespace
+
+STAND_IN_INTERFACE(ApplicationTarget, L"Application")
+STAND_IN_INTERFACE(FunctionsTarget, L"WorksheetFunction")
+STAND_IN_INTERFACE(WorkbooksTarget, L"Workbooks")
+STAND_IN_INTERFACE(WorkbookTarget, L"Workbook")
+STAND_IN_INTERFACE(SheetsTarget, L"Sheets")
+STAND_IN_INTERFACE(PropertiesTarget, L"DocumentProperties")
+STAND_IN_INTERFACE(PropertyTarget, L"DocumentProperty")
+STAND_IN_INTERFACE(WindowsTarget, L"Windows")
+STAND_IN_INTERFACE(WindowTarget, L"Window")
+STAND_IN_INTERFACE(WorksheetTarget, L"Worksheet")
+STAND_IN_INTERFACE(PageTarget, L"PageSetup")
+STAND_IN_INTERFACE(BordersTarget, L"Borders")
+
+namespace {
+
+host::Application& app(const Call& call) {
+  return *call.stand_in->application;
+}
+Variant nothing() {
+  return Variant(static_cast<IDispatch*>(nullptr));
+}
+Variant null() {
+  Variant result;
+  result.receive()->vt = VT_NULL;
+  return result;
+}
+Variant make_range(const Call& call, std::shared_ptr<host::Range> range, Flavor flavor = Flavor::kCells) {
+  return object(call, RangeTarget{std::move(range), flavor});
+}
+Variant make_workbook(const Call& call, const std::shared_ptr<host::Workbook>& book) {
+  return book ? object(call, WorkbookTarget{book}) : nothing();
+}
+// Collections answer "no such member" with an HRESULT of their own.
+template <class Find>
+auto member_of(Find&& find) {
+  try {
+    return find();
+  } catch (const host::Error& error) {
+    if (error.code() == host::errc::kSubscriptOutOfRange) throw BadIndex();
+    throw;
+  }
+}
+
+// ---- Values ----
+
+std::shared_ptr<host::Range> whole(host::Worksheet& sheet) {
+  return sheet.range(1, 1, sheet.row_limit(), sheet.column_limit());
+}
+
+template <class Visit>
+void each_cell(host::Range& range, Visit&& visit) {
+  for (std::int32_t row = 1; row <= range.row_count(); ++row)
+    for (std::int32_t column = 1; column <= range.column_count(); ++column) visit(*range.cell(row, column));
+}
+
+// The property of all cells, Null where they differ. Of large ranges the edges are looked at.
+template <class Read>
+Variant common(host::Range& range, Read&& read) {
+  constexpr std::int64_t kLarge = 5000;
+  const std::int32_t rows = range.row_count(), columns = range.column_count();
+  const auto first = read(range);
+  const bool large = std::int64_t{rows} * columns > kLarge;
+  for (std::int32_t row = 1; row <= std::min(rows, 2000); ++row)
+    for (std::int32_t column = 1; column <= (large && row > 1 ? 1 : columns); ++column)
+      if (read(*range.cell(row, column)) != first) return null();
+  return first;
+}
+
+bool is_plain_text(const std::string& text) {
+  return (text.front() >= 'a' && text.front() <= 'z') || (text.front() >= 'A' && text.front() <= 'Z') ||
+         text.front() < 0;
+}
+
+// Enters a text as if typed, which is what Excel makes of one that it is given.
+void type(host::Range& cell, const std::string& text) {
+  if (text.empty()) return cell.set_value(CellValue());
+  if (cell.number_format() == "@") return cell.set_value(text);
+  if (text.front() == '\'') return cell.set_value(text.substr(1));
+  cell.set_formula(text);
+}
+
+void put_value(host::Range& range, const VARIANT& value) {
+  if ((value.vt & VT_ARRAY) == 0) {
+    const CellValue content = cell_value(value);
+    if (content.kind != CellKind::kText) return range.set_value(content);
+    each_cell(range, [&](host::Range& cell) { type(cell, content.text); });
+    return;
+  }
+  Variant copy;
+  if (FAILED(VariantCopy(copy.receive(), const_cast<VARIANT*>(&value)))) throw std::bad_alloc();
+  host::CellBlock block = automation::cell_block(copy, range.row_count(), range.column_count());
+  std::vector<std::pair<std::int32_t, std::int32_t>> typed;
+  for (std::int32_t row = 1; row <= block.rows(); ++row) {
+    for (std::int32_t column = 1; column <= block.columns(); ++column) {
+      const CellValue content = block.value(row, column);
+      if (content.kind != CellKind::kText) continue;
+      if (content.text.size() > 911) refuse("Texts in arrays are not that long in every version");
+      if (content.text.empty() || !is_plain_text(content.text) || content.text.size() <= 5)
+        typed.emplace_back(row, column);
+    }
+  }
+  range.put(block);
+  for (const auto& [row, column] : typed) type(*range.cell(row, column), block.value(row, column).text);
+}
+
+Variant values(host::Range& range) {
+  if (range.row_count() == 1 && range.column_count() == 1)
+    return automation::cell_variant(range.value(), false);
+  const auto never = [](std::int32_t, std::int32_t) { return false; };
+  return automation::block_variant(range.values(), never, never);
+}
+
+Variant formulas(host::Range& range) {
+  if (range.row_count() == 1 && range.column_count() == 1) return range.formula();
+  host::CellBlock block(range.row_count(), range.column_count());
+  for (std::int32_t row = 1; row <= block.rows(); ++row)
+    for (std::int32_t column = 1; column <= block.columns(); ++column)
+      block.set_text(row, column, range.cell(row, column)->formula());
+  const auto never = [](std::int32_t, std::int32_t) { return false; };
+  return automation::block_variant(block, never, never);
+}
+
+Variant item(RangeTarget& t, const Call& c) {
+  const std::int32_t index = c.whole(0);
+  if (t.flavor == Flavor::kRows && !c.has(1))
+    return make_range(c, t.range->cell(index, 1)->resize(1, t.range->column_count()), Flavor::kRows);
+  if (t.flavor == Flavor::kColumns && !c.has(1))
+    return make_range(c, t.range->cell(1, index)->resize(t.range->row_count(), 1), Flavor::kColumns);
+  if (c.has(1)) return make_range(c, t.range->cell(index, c.whole(1)));
+  const std::int32_t columns = t.range->column_count();
+  return make_range(c, t.range->cell((index - 1) / columns + 1, (index - 1) % columns + 1));
+}
+
+Variant count(const RangeTarget& t) {
+  if (t.flavor == Flavor::kRows) return t.range->row_count();
+  if (t.flavor == Flavor::kColumns) return t.range->column_count();
+  const std::int64_t cells = std::int64_t{t.range->row_count()} * t.range->column_count();
+  if (cells > INT32_MAX) throw host::Error(host::errc::kOverflow, "Overflow");
+  return static_cast<std::int32_t>(cells);
+}
+
+std::shared_ptr<host::Range> entire(const RangeTarget& t, bool rows) {
+  const auto sheet = t.range->worksheet();
+  return rows ? sheet->range(t.range->row(), 1, t.range->row_count(), sheet->column_limit())
+              : sheet->range(1, t.range->column(), sheet->row_limit(), t.range->column_count());
+}
+
+void auto_fit(const RangeTarget& t) {
+  if (t.flavor != Flavor::kColumns) refuse("AutoFit is for rows and columns");
+  t.range->auto_fit_columns();
+}
+
+void hide(const RangeTarget& t, bool hidden) {
+  if (t.flavor != Flavor::kColumns) refuse("Only whole rows and columns can be hidden");
+  t.range->set_columns_hidden(hidden);
+}
+
+void add_note(RangeTarget& t, const Call& c) {
+  if (t.range->row_count() * t.range->column_count() != 1) refuse("A note belongs to one cell");
+  if (!c.stand_in->notes.insert(t.range->address(true, true)).second) refuse("The cell has a note");
+  t.range->add_comment(c.has(0) ? c.text(0) : "");
+}
+
+void clear_notes(RangeTarget& t, const Call& c) {
+  each_cell(*t.range, [&](host::Range& cell) { c.stand_in->notes.erase(cell.address(true, true)); });
+}
+
+// ---- Workbooks and sheets ----
+
+Variant add_workbook(const Call& c) {
+  const auto book = app(c).add_workbook();
+  if (!c.has(0) || c.whole(0) != kXlWBATWorksheet) book->add_worksheet();  // as many as the user has set
+  return make_workbook(c, book);
+}
+
+std::shared_ptr<host::Worksheet> sheet_at(host::Workbook& book, const Call& c) {
+  if (c.value(0).vt == VT_BSTR) return member_of([&] { return book.worksheet(c.text(0)); });
+  const auto sheets = book.worksheets();
+  const std::int32_t index = c.whole(0);
+  if (index < 1 || index > static_cast<std::int32_t>(sheets.size())) throw BadIndex();
+  return sheets[static_cast<std::size_t>(index - 1)];
+}
+
+// The spreadsheet behind adds after the last sheet only; Excel would add before the active one.
+Variant add_sheet(SheetsTarget& t, const Call& c) {
+  const auto* after = c.has(1) ? target_of<WorksheetTarget>(c.value(1)) : nullptr;
+  if (c.has(0) || after == nullptr || after->sheet->name() != t.book->worksheets().back()->name())
+    refuse("Sheets are added after the last one here");
+  const auto added = t.book->add_worksheet();
+  added->activate();
+  return object(c, WorksheetTarget{added});
+}
+
+// With alerts on the user is asked, and here says no.
+Variant delete_sheet(const WorksheetTarget& t, const Call& c) {
+  if (app(c).display_alerts()) return false;
+  t.sheet->remove();
+  return true;
+}
+
+std::string host::DocumentProperties::*property_field(const std::string& name) {
+  using P = host::DocumentProperties;
+  static const std::map<std::string, std::string P::*> kFields = {
+      {"Title", &P::title},     {"Subject", &P::subject},   {"Author", &P::author},
+      {"Company", &P::company}, {"Keywords", &P::keywords}, {"Comments", &P::comments}};
+  const auto found = kFields.find(name);
+  if (found == kFields.end()) throw host::Error(E_INVALIDARG, "No such property");
+  return found->second;
+}
+
+host::DocumentProperties& properties_of(const PropertyTarget& t, const Call& c) {
+  return c.stand_in->properties[t.book->name()];
+}
+
+void put_property(const PropertyTarget& t, const Call& c, const std::string& text) {
+  properties_of(t, c).*t.field = text;
+  t.book->set_properties(properties_of(t, c));
+}
+
+void set_page(PageTarget& t, const Call& c, const std::function<void(host::PageSetup&)>& change) {
+  auto& kept = c.stand_in->pages[t.sheet->workbook()->name() + "\n" + t.sheet->name()];
+  host::PageSetup changed = kept;
+  change(changed);
+  changed.fit_to_pages_wide = t.zoomed ? 0 : t.wide;
+  changed.fit_to_pages_tall = t.zoomed ? 0 : t.tall;
+  t.sheet->set_page_setup(changed);
+  kept = changed;
+}
+
+std::int32_t pages(const Variant& v) {
+  return v.value().vt == VT_BOOL ? 0 : v.whole();
+}
+
+// What the window of a workbook shows: its active sheet, which it shows once it is activated.
+std::shared_ptr<host::Worksheet> shown(const WindowTarget& t, const Call& c) {
+  auto sheet = app(c).active_sheet();
+  if (!sheet || sheet->workbook()->name() != t.book->name()) refuse("The window shows another workbook");
+  return sheet;
+}
+
+void freeze(WindowTarget& t, const Call& c, bool frozen) {
+  t.frozen = frozen;
+  shown(t, c)->freeze_panes(frozen ? t.rows : 0, frozen ? t.columns : 0);
+}
+
+Variant run_macro(const Call& c) {
+  if (!c.has(1) || c.value(2).vt != VT_I2) refuse("The macro takes a cell and an Integer");
+  return app(c).run(c.text(0), range_of(c.value(1)), static_cast<std::int16_t>(c.whole(2)));
+}
+
+// A reference is answered with the cells it names.
+Variant evaluate(const Call& c) {
+  const std::string formula = c.text(0);
+  if (formula.size() > 255) return automation::cell_variant(host::CellError::kValue, false);
+  std::shared_ptr<host::Range> cells;
+  host::ignoring_errors([&] { cells = app(c).active_sheet()->range(formula); });
+  if (cells) return make_range(c, cells);
+  return automation::cell_variant(app(c).evaluate(formula), false);
+}
+
+}  // namespace
+
+Variant make_worksheet(const Call& call, const std::shared_ptr<host::Worksheet>& sheet) {
+  return sheet ? object(call, WorksheetTarget{sheet}) : nothing();
+}
+
+host::Range& range_of(const VARIANT& value) {
+  auto* target = target_of<RangeTarget>(value);
+  if (target == nullptr) throw host::Error(host::errc::kTypeMismatch, "Type mismatch");
+  return *target->range;
+}
+
+// ---- The tables: names and parameters as documented ----
+
+STAND_IN_TABLE(ApplicationTarget) {
+  return {
+    GET(Name, app(c).name()), GET(Version, app(c).version()),
+        GET_PUT(Calculation, app(c).calculation(),
+                app(c).set_calculation(static_cast<host::Calculation>(v.whole()))),
+        GET_PUT(ScreenUpdating, app(c).screen_updating(), app(c).set_screen_updating(v.truth())),
+        GET_PUT(DisplayAlerts, app(c).display_alerts(), app(c).set_display_alerts(v.truth())),
+        GET_PUT(Cursor, app(c).cursor(), app(c).set_cursor(static_cast<host::Cursor>(v.whole()))),
+        PUT(StatusBar, app(c).set_status_bar(v.value().vt == VT_BOOL ? "" : v.text())),
+        GET_PUT(PrintCommunication, c.stand_in->print_communication,
+                c.stand_in->print_communication = v.truth()),
+        GET(ActiveWorkbook, make_workbook(c, app(c).active_workbook())),
+        GET(ActiveSheet, make_worksheet(c, app(c).active_sheet())),
+        GET(ActiveCell,
+            [&] {
+              auto cell = app(c).active_cell();
+              return cell ? make_range(c, std::move(cell)) : nothing();
+            }()),
+        GET(Workbooks, object(c, WorkbooksTarget{})),
+        GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_range(c, app(c).range(c.text(0)))),
+        METHOD(Evaluate, PARAMETERS(L"Name"), return evaluate(c)),
+        METHOD(Calculate, PARAMETERS(), app(c).calculate(); return {}),
+        METHOD(Run, PARAMETERS(L"?Macro", L"?Arg1", L"?Arg2", L"?Arg3", L"?Arg4"), return run_macro(c)),
+        GET(WorksheetFunction, object(c, FunctionsTarget{})),
+  };
+}
+
+STAND_IN_TABLE(FunctionsTarget) {
+  return {
+      METHOD(Min, PARAMETERS(L"Arg1", L"?Arg2", L"?Arg3"), return app(c).min(range_of(c.value(0)))),
+      METHOD(Max, PARAMETERS(L"Arg1", L"?Arg2", L"?Arg3"), return app(c).max(range_of(c.value(0)))),
+  };
+}
+
+STAND_IN_TABLE(WorkbooksTarget) {
+  return {
+      METHOD(Add, PARAMETERS(L"?Template"), return add_workbook(c)),
+      DEFAULT_OF(Item, PARAMETERS(L"Index"),
+                 make_workbook(c, member_of([&] { return app(c).workbook(c.text(0)); }))),
+  };
+}
+
+STAND_IN_TABLE(WorkbookTarget) {
+  return {
+    GET(Name, t.book->name()), GET(MultiUserEditing, t.book->multi_user_editing()),
+        GET(Worksheets, object(c, SheetsTarget{t.book})), GET(Sheets, object(c, SheetsTarget{t.book})),
+        GET(BuiltinDocumentProperties, object(c, PropertiesTarget{t.book})),
+        GET(Windows, object(c, WindowsTarget{t.book})),
+        METHOD(Activate, PARAMETERS(), t.book->activate(); return {}),
+  };
+}
+
+STAND_IN_TABLE(SheetsTarget) {
+  return {
+      GET(Count, static_cast<std::int32_t>(t.book->worksheets().size())),
+      DEFAULT_OF(Item, PARAMETERS(L"Index"), object(c, WorksheetTarget{sheet_at(*t.book, c)})),
+      METHOD(Add, PARAMETERS(L"?Before", L"?After", L"?Count", L"?Type"), return add_sheet(t, c)),
+  };
+}
+
+STAND_IN_TABLE(PropertiesTarget) {
+  return {
+      DEFAULT_OF(Item, PARAMETERS(L"Index"), object(c, PropertyTarget{t.book, property_field(c.text(0))}))};
+}
+
+STAND_IN_TABLE(PropertyTarget) {
+  return {GET_PUT(Value, properties_of(t, c).*t.field, put_property(t, c, v.text()))};
+}
+
+STAND_IN_TABLE(WindowsTarget) {
+  return {DEFAULT_OF(Item, PARAMETERS(L"Index"), [&] {
+    if (c.whole(0) != 1) throw BadIndex();
+    return object(c, WindowTarget{t.book});
+  }())};
+}
+
+STAND_IN_TABLE(WindowTarget) {
+  return {
+      PUT(DisplayGridlines, shown(t, c)->set_display_gridlines(v.truth())),
+      GET_PUT(FreezePanes, t.frozen, freeze(t, c, v.truth())),
+      PUT(ScrollRow, v.whole()),
+      PUT(ScrollColumn, v.whole()),
+      PUT(SplitRow, t.rows = v.whole()),
+      PUT(SplitColumn, t.columns = v.whole()),
+  };
+}
+
+STAND_IN_TABLE(WorksheetTarget) {
+  return {
+    GET_PUT(Name, t.sheet->name(), t.sheet->set_name(v.text())),
+        GET(Parent, make_workbook(c, t.sheet->workbook())), GET(Cells, make_range(c, whole(*t.sheet))),
+        GET(Rows, make_range(c, whole(*t.sheet), Flavor::kRows)),
+        GET(Columns, make_range(c, whole(*t.sheet), Flavor::kColumns)),
+        GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_range(c, t.sheet->range(c.text(0)))),
+        METHOD(ChartObjects, PARAMETERS(L"?Index"), return make_chart_objects(c, t.sheet)),
+        GET(PageSetup, object(c, PageTarget{t.sheet})),
+        METHOD(Activate, PARAMETERS(), t.sheet->activate(); return {}),
+        METHOD(Delete, PARAMETERS(), return delete_sheet(t, c)),
+  };
+}
+
+STAND_IN_TABLE(PageTarget) {
+  constexpr std::int32_t kXlLandscape = 2;
+#define PAGE_TEXT(name, field) \
+  PUT(name, set_page(t, c, [&](host::PageSetup& page) { page.field = v.text(); }))
+  return {
+    PUT(Orientation,
+        set_page(t, c, [&](host::PageSetup& page) { page.landscape = v.whole() == kXlLandscape; })),
+        PUT(Zoom, t.zoomed = v.value().vt != VT_BOOL; set_page(t, c, [](host::PageSetup&) {})),
+        PUT(FitToPagesWide, t.wide = pages(v); set_page(t, c, [](host::PageSetup&) {})),
+        PUT(FitToPagesTall, t.tall = pages(v); set_page(t, c, [](host::PageSetup&) {})),
+        PAGE_TEXT(PrintTitleRows, print_title_rows), PAGE_TEXT(LeftHeader, left_header),
+        PAGE_TEXT(CenterHeader, center_header), PAGE_TEXT(RightHeader, right_header),
+        PAGE_TEXT(LeftFooter, left_footer), PAGE_TEXT(CenterFooter, center_footer),
+        PAGE_TEXT(RightFooter, right_footer),
+  };
+}
+
+STAND_IN_TABLE(RangeTarget) {
+  return {
+    GET(Row, t.range->row()), GET(Column, t.range->column()),
+        GET(Rows, make_range(c, t.range, Flavor::kRows)),
+        GET(Columns, make_range(c, t.range, Flavor::kColumns)), GET(Count, count(t)),
+        GET(Cells, make_range(c, t.range)), GET(Worksheet, make_worksheet(c, t.range->worksheet())),
+        GET(Parent, make_worksheet(c, t.range->worksheet())),
+        GET_OF(
+            Address,
+            PARAMETERS(L"?RowAbsolute", L"?ColumnAbsolute", L"?ReferenceStyle", L"?External", L"?RelativeTo"),
+            [&] {
+              if (c.whole(2, kXlA1) != kXlA1 || c.truth(0, true) != c.truth(1, true))
+                refuse("Only A1 addresses, wholly absolute or relative, are given here");
+              return Variant(t.range->address(c.truth(0, true), c.truth(3, false)));
+            }()),
+        DEFAULT_OF(Item, PARAMETERS(L"RowIndex", L"?ColumnIndex"), item(t, c)),
+        GET_OF(Offset, PARAMETERS(L"?RowOffset", L"?ColumnOffset"),
+               make_range(c, t.range->offset(c.whole(0, 0), c.whole(1, 0)))),
+        GET_OF(Resize, PARAMETERS(L"?RowSize", L"?ColumnSize"),
+               make_range(c, t.range->resize(c.whole(0, t.range->row_count()),
+                                             c.whole(1, t.range->column_count())))),
+        GET(EntireRow, make_range(c, entire(t, true), Flavor::kRows)),
+        GET(EntireColumn, make_range(c, entire(t, false), Flavor::kColumns)),
+        GET_PUT(Value2, values(*t.range), put_value(*t.range, v.value())),
+        GET_PUT(Value, values(*t.range), put_value(*t.range, v.value())),
+        GET_PUT(Formula, formulas(*t.range), t.range->set_formula(v.text())),
+        GET_PUT(NumberFormat, common(*t.range, [](host::Range& r) { return r.number_format(); }),
+                t.range->set_number_format(v.text())),
+        GET_PUT(NumberFormatLocal, common(*t.range, [](host::Range& r) { return r.number_format_local(); }),
+                t.range->set_number_format_local(v.text())),
+        GET(Font, make_font(c, [r = t.range](const host::FontFormat& font) { r->set_font(font); })),
+        GET(Interior,
+            make_interior(c, {[r = t.range](const host::InteriorFormat& i) { r->set_interior(i); }})),
+        GET(Borders, object(c, BordersTarget{t.range})),
+        PUT(HorizontalAlignment, t.horizontal = static_cast<host::HAlign>(v.whole());
+            t.range->set_alignment(t.horizontal, t.vertical)),
+        PUT(VerticalAlignment, t.vertical = static_cast<host::VAlign>(v.whole());
+            t.range->set_alignment(t.horizontal, t.vertical)),
+        PUT(IndentLevel, t.range->set_indent(v.whole())), PUT(WrapText, t.range->set_wrap_text(v.truth())),
+        GET(Locked, common(*t.range, [](host::Range& r) { return r.locked(); })),
+        PUT(MergeCells, t.range->set_merge(v.truth())),
+        METHOD(AutoFit, PARAMETERS(), auto_fit(t); return true),
+        GET_PUT(ColumnWidth, common(*t.range, [](host::Range& r) { return r.column_width(); }),
+                t.range->set_column_width(v.number())),
+        GET_PUT(RowHeight, common(*t.range, [](host::Range& r) { return r.row_height(); }),
+                t.range->set_row_height(v.number())),
+        PUT(Hidden, hide(t, v.truth())), GET(Left, t.range->left()), GET(Top, t.range->top()),
+        GET(Width, t.range->width()), GET(Height, t.range->height()),
+        METHOD(ClearComments, PARAMETERS(), clear_notes(t, c); return {}),
+        METHOD(AddComment, PARAMETERS(L"?Text"), add_note(t, c); return nothing()),
+        METHOD(Select, PARAMETERS(), t.range->select(); return true),
+        METHOD(Activate, PARAMETERS(), t.range->activate(); return true),
+  };
+}
+
+STAND_IN_TABLE(BordersTarget) {
+  return {DEFAULT_OF(Item, PARAMETERS(L"Index"), [&] {
+    const auto edge = static_cast<host::Edge>(c.whole(0));
+    return make_border(c, [r = t.range, edge](const host::BorderFormat& f) { r->set_border(edge, f); });
+  }())};
+}
+
+STAND_IN_TABLE(FontTarget) {
+  return {
+      PUT(Name, t.apply({.name = v.text()})),    PUT(Size, t.apply({.size = v.number()})),
+      PUT(Bold, t.apply({.bold = v.truth()})),   PUT(Italic, t.apply({.italic = v.truth()})),
+      PUT(Color, t.apply({.color = v.whole()})),
+  };
+}
+
+STAND_IN_TABLE(InteriorTarget) {
+  return {
+      GET_PUT(Color, t.color ? Variant(t.color()) : null(), t.apply({.color = v.whole()})),
+      PUT(ColorIndex, t.apply({.color_index = v.whole()})),
+      PUT(Pattern, t.apply({.pattern = v.whole()})),
+      PUT(PatternColorIndex, t.apply({.pattern_color_index = v.whole()})),
+  };
+}
+
+STAND_IN_TABLE(BorderTarget) {
+  return {
+      PUT(LineStyle, t.apply({.line_style = v.whole()})),
+      PUT(Weight, t.apply({.weight = v.whole()})),
+      PUT(ColorIndex, t.apply({.color_index = v.whole()})),
+      PUT(Color, t.apply({.color = v.whole()})),
+  };
+}
+
+Variant make_font(const Call& call, std::function<void(const host::FontFormat&)> apply) {
+  return object(call, FontTarget{std::move(apply)});
+}
+Variant make_interior(const Call& call, InteriorTarget target) {
+  return object(call, std::move(target));
+}
+Variant make_border(const Call& call, std::function<void(const host::BorderFormat&)> apply) {
+  return object(call, BorderTarget{std::move(apply)});
+}
+
+ComPtr<IDispatch> make_excel_stand_in(const std::shared_ptr<StandIn>& stand_in) {
+  ComPtr<IDispatch> made;
+  *made.receive() = new Object<ApplicationTarget>(stand_in, {});
+  return made;
+}
+
+}  // namespace ordvane::test

@@ -1,0 +1,493 @@
+// The stand-in's charts.
+#include "automation/cell_variants.h"
+#include "windows/stand_in_targets.h"
+
+namespace ordvane::test {
+namespace {
+
+using host::AxisGroup;
+using host::AxisType;
+
+struct ChartObjectsTarget {
+  std::shared_ptr<host::Worksheet> sheet;
+};
+struct ChartObjectTarget {
+  std::shared_ptr<host::ChartObject> frame;
+};
+struct ShapeRangeTarget {
+  std::shared_ptr<host::ChartObject> frame;
+};
+struct ChartTarget {
+  std::shared_ptr<host::Chart> chart;
+};
+struct ChartAreaTarget {
+  std::shared_ptr<host::Chart> chart;
+};
+struct PlotAreaTarget {
+  std::shared_ptr<host::Chart> chart;
+  std::optional<double> left = {}, top = {}, width = {}, height = {};
+};
+struct ChartTitleTarget {
+  std::shared_ptr<host::Chart> chart;
+};
+struct LegendTarget {
+  std::shared_ptr<host::Chart> chart;
+};
+struct ChartGroupTarget {
+  std::shared_ptr<host::Chart> chart;
+};
+struct SeriesCollectionTarget {
+  std::shared_ptr<host::Chart> chart;
+};
+struct ShapesTarget {
+  std::shared_ptr<host::Chart> chart;
+};
+// What cannot be done with it is null.
+struct LineTarget {
+  std::function<void(double)> weight;
+  std::function<void(bool)> visible;
+};
+struct FormatTarget {
+  std::function<void(double)> weight;
+};
+// Part of a text. What cannot be done with it is null.
+struct CharactersTarget {
+  std::function<void(const std::string&)> text;
+  std::function<void(const host::FontFormat&)> font;
+};
+
+// A text box, which the spreadsheet behind gets once nobody holds it any more.
+struct TextBox {
+  std::shared_ptr<host::Chart> chart;
+  double left, top, width, height;
+  std::string text = {};
+  host::FontFormat font = {};
+
+  ~TextBox() {
+    host::ignoring_errors([&] { chart->add_text_box(left, top, width, height, text, font); });
+  }
+};
+struct ShapeTarget {
+  std::shared_ptr<TextBox> box;
+};
+struct TextFrameTarget {
+  std::shared_ptr<TextBox> box;
+};
+struct FillTarget {
+  std::function<void(bool)> visible;
+};
+
+struct AxisTarget {
+  std::shared_ptr<host::Axis> axis;
+};
+struct AxisTitleTarget {
+  std::shared_ptr<host::Axis> axis;
+};
+struct TickLabelsTarget {
+  std::shared_ptr<host::Axis> axis;
+};
+struct GridlinesTarget {
+  std::shared_ptr<host::Axis> axis;
+};
+struct SeriesTarget {
+  std::shared_ptr<host::Series> series;
+  std::optional<std::int32_t> marker = {}, size = {}, foreground = {}, background = {};
+};
+struct PointTarget {
+  std::shared_ptr<host::Point> point;
+};
+struct DataLabelTarget {
+  std::shared_ptr<host::DataLabel> label;
+  host::HAlign horizontal = host::HAlign::kCenter;
+  host::VAlign vertical = host::VAlign::kCenter;
+};
+
+}  // namespace
+
+STAND_IN_INTERFACE(ChartObjectsTarget, L"ChartObjects")
+STAND_IN_INTERFACE(ChartObjectTarget, L"ChartObject")
+STAND_IN_INTERFACE(ShapeRangeTarget, L"ShapeRange")
+STAND_IN_INTERFACE(ChartTarget, L"Chart")
+STAND_IN_INTERFACE(ChartAreaTarget, L"ChartArea")
+STAND_IN_INTERFACE(PlotAreaTarget, L"PlotArea")
+STAND_IN_INTERFACE(ChartTitleTarget, L"ChartTitle")
+STAND_IN_INTERFACE(LegendTarget, L"Legend")
+STAND_IN_INTERFACE(ChartGroupTarget, L"ChartGroup")
+STAND_IN_INTERFACE(SeriesCollectionTarget, L"SeriesCollection")
+STAND_IN_INTERFACE(ShapesTarget, L"Shapes")
+STAND_IN_INTERFACE(LineTarget, L"LineFormat")
+STAND_IN_INTERFACE(FormatTarget, L"ChartFormat")
+STAND_IN_INTERFACE(CharactersTarget, L"Characters")
+STAND_IN_INTERFACE(ShapeTarget, L"Shape")
+STAND_IN_INTERFACE(TextFrameTarget, L"TextFrame")
+STAND_IN_INTERFACE(FillTarget, L"FillFormat")
+STAND_IN_INTERFACE(AxisTarget, L"Axis")
+STAND_IN_INTERFACE(AxisTitleTarget, L"AxisTitle")
+STAND_IN_INTERFACE(TickLabelsTarget, L"TickLabels")
+STAND_IN_INTERFACE(GridlinesTarget, L"Gridlines")
+STAND_IN_INTERFACE(SeriesTarget, L"Series")
+STAND_IN_INTERFACE(PointTarget, L"Point")
+STAND_IN_INTERFACE(DataLabelTarget, L"DataLabel")
+
+namespace {
+
+Variant line_format(const Call& c, std::function<void(double)> weight) {
+  return object(c, FormatTarget{std::move(weight)});
+}
+
+void set_inside(PlotAreaTarget& t, std::optional<double>& side, double points) {
+  side = points;
+  if (t.left && t.top && t.width && t.height)
+    t.chart->set_plot_area_inside(*t.left, *t.top, *t.width, *t.height);
+}
+
+Variant chart_group(const ChartTarget& t, const Call& c) {
+  if (c.whole(0, 0) != 1 || t.chart->series_count() == 0) refuse("The chart has no such group");
+  return object(c, ChartGroupTarget{t.chart});
+}
+
+Variant add_text_box(const ShapesTarget& t, const Call& c) {
+  constexpr std::int32_t kHorizontal = 1;
+  if (c.whole(0) != kHorizontal) refuse("Texts are horizontal here");
+  return object(
+      c, ShapeTarget{std::make_shared<TextBox>(t.chart, c.number(1), c.number(2), c.number(3), c.number(4))});
+}
+
+void hide_only(bool visible) {
+  if (visible) refuse("Text boxes have no frame here");
+}
+
+void add_to(host::FontFormat& kept, const host::FontFormat& more) {
+  if (more.name) kept.name = more.name;
+  if (more.size) kept.size = more.size;
+  if (more.bold) kept.bold = more.bold;
+  if (more.italic) kept.italic = more.italic;
+  if (more.color) kept.color = more.color;
+}
+
+void set_crosses(host::Axis& axis, std::int32_t crosses) {
+  constexpr std::int32_t kAutomatic = -4105, kMaximum = 2;
+  if (crosses == kAutomatic) return axis.set_crosses_at({});
+  if (crosses != kMaximum) refuse("No such crossing");
+  axis.set_crosses_maximum();
+}
+
+void only_automatic(bool automatic) {
+  if (!automatic) refuse("A bound is fixed by giving it");
+}
+
+// Cells by reference, or a list of constants.
+template <class Put>
+void put_data(const Variant& v, Put&& put) {
+  if (!v.is_array()) return put(range_of(v.value()));
+  std::vector<double> constants;
+  LONG first = 0, last = -1;
+  if (SafeArrayGetDim(v.value().parray) != 1) refuse("A series is one list");
+  SafeArrayGetLBound(v.value().parray, 1, &first);
+  SafeArrayGetUBound(v.value().parray, 1, &last);
+  for (LONG at = first; at <= last; ++at) {
+    Variant element;
+    if (FAILED(SafeArrayGetElement(v.value().parray, &at, element.receive()))) refuse("Lists hold Variants");
+    constants.push_back(element.number());
+  }
+  put(std::span<const double>(constants));
+}
+
+std::string series_name(const std::string& text) {
+  if (!text.starts_with("=")) return text;
+  if (text.size() < 3 || text[1] != '"' || text.back() != '"') refuse("The name is a formula");
+  std::string name;
+  for (std::size_t at = 2; at < text.size() - 1; ++at) {
+    name += text[at];
+    if (text[at] == '"') ++at;
+  }
+  return name;
+}
+
+void set_marker(SeriesTarget& t, std::optional<std::int32_t>& field, std::int32_t value) {
+  field = value;
+  if (t.marker && t.size && t.foreground && t.background)
+    t.series->set_marker(static_cast<host::MarkerStyle>(*t.marker), *t.size, *t.foreground, *t.background);
+}
+
+Variant apply_labels(const PointTarget& t, const Call& c) {
+  constexpr std::int32_t kShowValue = 2;
+  if (c.whole(0, kShowValue) != kShowValue) refuse("Labels show values here");
+  t.point->apply_data_labels(c.truth(1, false));
+  return true;
+}
+
+}  // namespace
+
+Variant make_chart_objects(const Call& call, const std::shared_ptr<host::Worksheet>& sheet) {
+  if (call.has(0)) refuse("Charts are not found by number here");
+  return object(call, ChartObjectsTarget{sheet});
+}
+
+// ---- The tables: names and parameters as documented ----
+//
+// An object that is not there (a title, a legend, gridlines) is refused when it is asked for: an empty format
+// is put on it first.
+
+STAND_IN_TABLE(ChartObjectsTarget) {
+  return {METHOD(Add, PARAMETERS(L"Left", L"Top", L"Width", L"Height"),
+                 return object(c, ChartObjectTarget{t.sheet->add_chart(c.number(0), c.number(1), c.number(2),
+                                                                       c.number(3))}))};
+}
+
+STAND_IN_TABLE(ChartObjectTarget) {
+  return {
+    GET(Chart, object(c, ChartTarget{t.frame->chart()})),
+        GET_PUT(Left, t.frame->left(), t.frame->set_left(v.number())),
+        GET_PUT(Top, t.frame->top(), t.frame->set_top(v.number())),
+        GET_PUT(Width, t.frame->width(), t.frame->set_width(v.number())),
+        GET_PUT(Height, t.frame->height(), t.frame->set_height(v.number())),
+        PUT(OnAction, t.frame->set_on_action(v.text())), PUT(Name, t.frame->set_name(v.text())),
+        GET(ShapeRange, object(c, ShapeRangeTarget{t.frame})),
+        METHOD(Delete, PARAMETERS(), t.frame->remove(); return true),
+  };
+}
+
+STAND_IN_TABLE(ShapeRangeTarget) {
+  return {PUT(AlternativeText, t.frame->set_alternative_text(v.text()))};
+}
+
+STAND_IN_TABLE(ChartTarget) {
+  return {
+    PUT(ChartType, t.chart->set_kind(static_cast<host::ChartKind>(v.whole()))),
+        GET(ChartArea, object(c, ChartAreaTarget{t.chart})),
+        GET(PlotArea, object(c, PlotAreaTarget{t.chart})),
+        PUT(HasTitle, t.chart->set_title(v.truth() ? "Chart Title" : "")),
+        GET(ChartTitle, t.chart->format_title(1, 0, {}), object(c, ChartTitleTarget{t.chart})),
+        PUT(HasLegend, t.chart->set_has_legend(v.truth())),
+        GET(Legend, t.chart->set_legend_font({}), object(c, LegendTarget{t.chart})),
+        {L"HasAxis", {L"Index1", L"?Index2"}, nullptr,
+         STAND_IN_WRITER{t.chart->set_has_axis(static_cast<AxisType>(c.whole(0)),
+                                               static_cast<AxisGroup>(c.whole(1, 1)), v.truth());
+  }
+  , nullptr
+}
+,
+    METHOD(Axes, PARAMETERS(L"?Type", L"?AxisGroup"),
+           return object(c, AxisTarget{t.chart->axis(static_cast<AxisType>(c.whole(0)),
+                                                     static_cast<AxisGroup>(c.whole(1, 1)))})),
+    METHOD(SeriesCollection, PARAMETERS(L"?Index"),
+           if (c.has(0)) return object(c, SeriesTarget{t.chart->series(c.whole(0))});
+           return object(c, SeriesCollectionTarget{t.chart})),
+    METHOD(ChartGroups, PARAMETERS(L"?Index"), return chart_group(t, c)),
+    PUT(PlotVisibleOnly, t.chart->set_plot_visible_only(v.truth())),
+    GET(Shapes, object(c, ShapesTarget{t.chart})),
+    GET(Parent, object(c, ChartObjectTarget{t.chart->container()})),
+};  // namespace ordvane::test
+}
+
+STAND_IN_TABLE(ChartAreaTarget) {
+  return {
+      GET(Format, line_format(c, [chart = t.chart](double w) { chart->set_chart_area_line_weight(w); })),
+      GET(Interior, make_interior(c, {[chart = t.chart](const host::InteriorFormat& i) {
+                                    chart->set_chart_area_interior(i);
+                                  }})),
+  };
+}
+
+STAND_IN_TABLE(FormatTarget) {
+  return {GET(Line, object(c, LineTarget{t.weight, nullptr}))};
+}
+
+STAND_IN_TABLE(LineTarget) {
+  return {
+    PUT(Weight, if (!t.weight) refuse("No width here"); t.weight(v.number())),
+        PUT(Visible, if (!t.visible) refuse("Lines are hidden by their borders here"); t.visible(v.truth())),
+  };
+}
+
+STAND_IN_TABLE(PlotAreaTarget) {
+  return {
+      GET(Border,
+          make_border(c, [chart = t.chart](const host::BorderFormat& b) { chart->set_plot_area_border(b); })),
+      GET(Interior, make_interior(c, {[chart = t.chart](const host::InteriorFormat& i) {
+                                        chart->set_plot_area_interior(i);
+                                      },
+                                      [chart = t.chart] { return chart->plot_area_interior_color(); }})),
+      PUT(Top, t.chart->set_plot_area_top(v.number())),
+      PUT(InsideLeft, set_inside(t, t.left, v.number())),
+      PUT(InsideTop, set_inside(t, t.top, v.number())),
+      PUT(InsideWidth, set_inside(t, t.width, v.number())),
+      PUT(InsideHeight, set_inside(t, t.height, v.number())),
+  };
+}
+
+STAND_IN_TABLE(ChartTitleTarget) {
+  return {
+      PUT(Text, t.chart->set_title(v.text())),
+      PUT(Top, t.chart->set_title_top(v.number())),
+      GET_OF(Characters, PARAMETERS(L"?Start", L"?Length"),
+             object(c, CharactersTarget{nullptr,
+                                        [chart = t.chart, start = c.whole(0, 1),
+                                         length = c.whole(1, 32767)](const host::FontFormat& font) {
+                                          chart->format_title(start, length, font);
+                                        }})),
+  };
+}
+
+STAND_IN_TABLE(CharactersTarget) {
+  return {
+    PUT(Text, if (!t.text) refuse("The text is set as a whole here"); t.text(v.text())),
+        GET(Font,
+            t.font ? make_font(c, t.font) : throw host::Error(host::errc::kHostRefused, "No font here")),
+  };
+}
+
+STAND_IN_TABLE(LegendTarget) {
+  return {
+    PUT(Position, t.chart->set_legend_position(static_cast<host::LegendPosition>(v.whole()))),
+        GET(Font, make_font(c, [chart = t.chart](const host::FontFormat& f) { chart->set_legend_font(f); })),
+        METHOD(Delete, PARAMETERS(), t.chart->delete_legend(); return true),
+  };
+}
+
+STAND_IN_TABLE(ChartGroupTarget) {
+  return {PUT(GapWidth, t.chart->set_gap_width(v.whole())), PUT(Overlap, t.chart->set_overlap(v.whole()))};
+}
+
+STAND_IN_TABLE(SeriesCollectionTarget) {
+  return {GET(Count, t.chart->series_count()),
+          {L"Item", {L"Index"}, nullptr, nullptr,
+           STAND_IN_READER{return object(c, SeriesTarget{t.chart->series(c.whole(0))});
+}
+, true
+}
+, METHOD(NewSeries, PARAMETERS(), return object(c, SeriesTarget{t.chart->new_series()})),
+}
+;
+}
+
+STAND_IN_TABLE(ShapesTarget) {
+  return {METHOD(AddTextbox, PARAMETERS(L"Orientation", L"Left", L"Top", L"Width", L"Height"),
+                 return add_text_box(t, c))};
+}
+
+STAND_IN_TABLE(ShapeTarget) {
+  return {
+      GET(TextFrame, object(c, TextFrameTarget{t.box})),
+      GET(Fill, object(c, FillTarget{hide_only})),
+      GET(Line, object(c, LineTarget{nullptr, hide_only})),
+  };
+}
+
+STAND_IN_TABLE(FillTarget) {
+  return {PUT(Visible, t.visible(v.truth()))};
+}
+
+STAND_IN_TABLE(TextFrameTarget) {
+  return {
+    METHOD(Characters, PARAMETERS(L"?Start", L"?Length"),
+           if (c.has(0)) refuse("Text boxes have one font here");
+           return object(
+               c, CharactersTarget{[box = t.box](const std::string& text) { box->text = text; },
+                                   [box = t.box](const host::FontFormat& font) { add_to(box->font, font); }}))
+  };
+}
+
+STAND_IN_TABLE(AxisTarget) {
+  return {
+    GET(Border, make_border(c, [axis = t.axis](const host::BorderFormat& b) { axis->set_border(b); })),
+        PUT(MajorTickMark, t.axis->set_major_tick_mark(v.whole())),
+        PUT(MinorTickMark, t.axis->set_minor_tick_mark(v.whole())),
+        PUT(TickLabelPosition,
+            t.axis->set_tick_label_position(static_cast<host::TickLabelPosition>(v.whole()))),
+        GET(TickLabels, object(c, TickLabelsTarget{t.axis})),
+        PUT(HasMajorGridlines, t.axis->set_has_major_gridlines(v.truth())),
+        GET(MajorGridlines, t.axis->set_major_gridline_border({}), object(c, GridlinesTarget{t.axis})),
+        PUT(MinimumScale, t.axis->set_minimum_scale(v.number())),
+        PUT(MaximumScale, t.axis->set_maximum_scale(v.number())),
+        PUT(MajorUnit, t.axis->set_major_unit(v.number())),
+        PUT(MinimumScaleIsAuto, only_automatic(v.truth()); t.axis->set_minimum_scale({})),
+        PUT(MaximumScaleIsAuto, only_automatic(v.truth()); t.axis->set_maximum_scale({})),
+        PUT(MajorUnitIsAuto, only_automatic(v.truth()); t.axis->set_major_unit({})),
+        PUT(Crosses, set_crosses(*t.axis, v.whole())), PUT(CrossesAt, t.axis->set_crosses_at(v.number())),
+        PUT(ReversePlotOrder, t.axis->set_reverse_plot_order(v.truth())),
+        PUT(HasTitle, t.axis->set_title(v.truth() ? "Axis Title" : "")),
+        GET(AxisTitle, object(c, AxisTitleTarget{t.axis})),
+  };
+}
+
+STAND_IN_TABLE(AxisTitleTarget) {
+  return {
+      PUT(Text, t.axis->set_title(v.text())),
+      GET(Font, make_font(c, [axis = t.axis](const host::FontFormat& f) { axis->set_title_font(f); })),
+  };
+}
+
+STAND_IN_TABLE(TickLabelsTarget) {
+  return {
+      PUT(NumberFormat, t.axis->set_tick_label_format(v.text())),
+      GET(Font, make_font(c, [axis = t.axis](const host::FontFormat& f) { axis->set_tick_label_font(f); })),
+  };
+}
+
+STAND_IN_TABLE(GridlinesTarget) {
+  return {GET(Border, make_border(c, [axis = t.axis](const host::BorderFormat& b) {
+                axis->set_major_gridline_border(b);
+              }))};
+}
+
+STAND_IN_TABLE(SeriesTarget) {
+  return {
+      PUT(Name, t.series->set_name(series_name(v.text()))),
+      PUT(ChartType, t.series->set_kind(static_cast<host::ChartKind>(v.whole()))),
+      PUT(AxisGroup, t.series->set_axis_group(static_cast<AxisGroup>(v.whole()))),
+      PUT(Values, put_data(v, [&](auto&& data) { t.series->set_values(data); })),
+      PUT(XValues, put_data(v, [&](auto&& data) { t.series->set_x_values(data); })),
+      GET(Border,
+          make_border(c, [series = t.series](const host::BorderFormat& b) { series->set_border(b); })),
+      GET(Format, line_format(c, [series = t.series](double w) { series->set_line_width(w); })),
+      GET(Interior, make_interior(c, {[series = t.series](const host::InteriorFormat& i) {
+                                    series->set_interior(i);
+                                  }})),
+      PUT(MarkerStyle, set_marker(t, t.marker, v.whole())),
+      PUT(MarkerSize, set_marker(t, t.size, v.whole())),
+      PUT(MarkerForegroundColor, set_marker(t, t.foreground, v.whole())),
+      PUT(MarkerBackgroundColor, set_marker(t, t.background, v.whole())),
+      METHOD(Points, PARAMETERS(L"?Index"), return object(c, PointTarget{t.series->point(c.whole(0))})),
+  };
+}
+
+STAND_IN_TABLE(PointTarget) {
+  return {
+      PUT(MarkerStyle, t.point->set_marker_style(static_cast<host::MarkerStyle>(v.whole()))),
+      PUT(MarkerForegroundColor, t.point->set_marker_foreground_color(v.whole())),
+      PUT(MarkerBackgroundColor, t.point->set_marker_background_color(v.whole())),
+      PUT(MarkerSize, t.point->set_marker_size(v.whole())),
+      METHOD(ApplyDataLabels,
+             PARAMETERS(L"?Type", L"?LegendKey", L"?AutoText", L"?HasLeaderLines", L"?ShowSeriesName",
+                        L"?ShowCategoryName", L"?ShowValue", L"?ShowPercentage", L"?ShowBubbleSize",
+                        L"?Separator"),
+             return apply_labels(t, c)),
+      GET(DataLabel, object(c, DataLabelTarget{t.point->data_label()})),
+  };
+}
+
+STAND_IN_TABLE(DataLabelTarget) {
+  constexpr std::int32_t kXlHorizontal = -4128;
+  return {
+    PUT(Text, t.label->set_text(v.text())),
+        GET_OF(
+            Characters, PARAMETERS(L"?Start", L"?Length"),
+            object(c, CharactersTarget{[label = t.label](const std::string& text) { label->set_text(text); },
+                                       nullptr})),
+        GET(Font, make_font(c, [label = t.label](const host::FontFormat& f) { label->set_font(f); })),
+        PUT(Position, t.label->set_position(static_cast<host::LabelPosition>(v.whole()))),
+        PUT(HorizontalAlignment, t.horizontal = static_cast<host::HAlign>(v.whole());
+            t.label->set_alignment(t.horizontal, t.vertical)),
+        PUT(VerticalAlignment, t.vertical = static_cast<host::VAlign>(v.whole());
+            t.label->set_alignment(t.horizontal, t.vertical)),
+        PUT(Orientation, if (v.whole() != kXlHorizontal) refuse("Labels are horizontal here");
+            t.label->set_horizontal_orientation()),
+        GET(Interior,
+            make_interior(c, {[label = t.label](const host::InteriorFormat& i) { label->set_interior(i); }})),
+        GET(Border, make_border(c, [label = t.label](const host::BorderFormat& b) { label->set_border(b); })),
+  };
+}
+
+}  // namespace ordvane::test

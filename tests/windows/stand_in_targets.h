@@ -1,0 +1,42 @@
+// What the tables of the stand-in have in common: formats, and the objects of one table that another returns.
+#pragma once
+
+#include <functional>
+
+#include "windows/stand_in_object.h"
+
+namespace ordvane::test {
+
+struct FontTarget {
+  std::function<void(const host::FontFormat&)> apply;
+};
+struct InteriorTarget {
+  std::function<void(const host::InteriorFormat&)> apply;
+  std::function<host::Color()> color = {};  // null: cannot be read
+};
+struct BorderTarget {
+  std::function<void(const host::BorderFormat&)> apply;
+};
+
+enum class Flavor { kCells, kRows, kColumns };
+struct RangeTarget {
+  std::shared_ptr<host::Range> range;
+  Flavor flavor = Flavor::kCells;  // what Count and Item count
+  host::HAlign horizontal = host::HAlign::kGeneral;
+  host::VAlign vertical = host::VAlign::kBottom;
+};
+
+STAND_IN_INTERFACE(FontTarget, L"Font")
+STAND_IN_INTERFACE(InteriorTarget, L"Interior")
+STAND_IN_INTERFACE(BorderTarget, L"Border")
+STAND_IN_INTERFACE(RangeTarget, L"Range")
+
+Variant make_font(const Call& call, std::function<void(const host::FontFormat&)> apply);
+Variant make_interior(const Call& call, InteriorTarget target);
+Variant make_border(const Call& call, std::function<void(const host::BorderFormat&)> apply);
+Variant make_worksheet(const Call& call, const std::shared_ptr<host::Worksheet>& sheet);
+Variant make_chart_objects(const Call& call, const std::shared_ptr<host::Worksheet>& sheet);
+// The range given as an argument or value. Throws what Excel answers for anything else.
+host::Range& range_of(const VARIANT& value);
+
+}  // namespace ordvane::test
