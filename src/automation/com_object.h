@@ -7,6 +7,7 @@
 #pragma once
 
 #include <oaidl.h>
+#include <ocidl.h>
 #include <oleauto.h>
 #include <windows.h>
 
@@ -53,10 +54,10 @@ T& at(T* pointer) {
   return *pointer;
 }
 
-// A dual interface of the type library. Late-bound calls go through the type library to the interface's own
-// function table.
-template <class Interface>
-class AutomationObject : public Interface, public ISupportErrorInfo {
+// An object of a public class, `Class`, with its dual interface. Late-bound calls go through the type library
+// to the interface's own function table.
+template <class Class, class Interface>
+class AutomationObject : public Interface, public ISupportErrorInfo, public IProvideClassInfo {
  public:
   AutomationObject() = default;
   AutomationObject(const AutomationObject&) = delete;
@@ -68,6 +69,8 @@ class AutomationObject : public Interface, public ISupportErrorInfo {
       *object = static_cast<Interface*>(this);
     else if (IsEqualIID(id, IID_ISupportErrorInfo))
       *object = static_cast<ISupportErrorInfo*>(this);
+    else if (IsEqualIID(id, IID_IProvideClassInfo))
+      *object = static_cast<IProvideClassInfo*>(this);
     else if (void* own = implementation(id))
       *object = own;
     else {
@@ -89,6 +92,12 @@ class AutomationObject : public Interface, public ISupportErrorInfo {
 
   HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID id) override {
     return IsEqualIID(id, __uuidof(Interface)) || IsEqualIID(id, IID_IDispatch) ? S_OK : S_FALSE;
+  }
+
+  HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** info) override {
+    if (info == nullptr) return E_POINTER;
+    *info = nullptr;
+    return own_type_info(__uuidof(Class), info);
   }
 
   HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {

@@ -7,12 +7,13 @@
 namespace ordvane::automation {
 namespace {
 
-class Variant : public VARIANT {
+// A VARIANT of this call, freed with it.
+class Scratch : public VARIANT {
  public:
-  Variant() { VariantInit(this); }
-  Variant(const Variant&) = delete;
-  Variant& operator=(const Variant&) = delete;
-  ~Variant() { VariantClear(this); }
+  Scratch() { VariantInit(this); }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+  ~Scratch() { VariantClear(this); }
 };
 
 // What a parameter takes.
@@ -107,7 +108,7 @@ bool convert_value(VARIANT& from, VARTYPE to, LCID language, VARIANT& out) {
     default:
       if ((from.vt & VT_ARRAY) != 0) return false;
   }
-  Variant back;
+  Scratch back;
   if (FAILED(VariantChangeTypeEx(&out, &from, language, 0, to)) ||
       FAILED(VariantChangeTypeEx(&back, &out, language, 0, from.vt)))
     return false;
@@ -142,7 +143,7 @@ bool convert_array(SAFEARRAY* from, VARTYPE element, const Kind& kind, LCID lang
       FAILED(SafeArrayGetUBound(from, 1, &high)))
     return false;
   const auto read = [&](LONG index, VARIANT& value) {
-    Variant taken;
+    Scratch taken;
     if (element == VT_VARIANT) {
       if (FAILED(SafeArrayGetElement(from, &index, &taken))) return false;
       return SUCCEEDED(VariantCopyInd(&value, &taken));
@@ -156,7 +157,7 @@ bool convert_array(SAFEARRAY* from, VARTYPE element, const Kind& kind, LCID lang
   LONG lower_bound = low;
   if (element == VT_VARIANT && low == 0) {
     lower_bound = 1;
-    Variant value;
+    Scratch value;
     if (high >= 0 && read(0, value) && value.vt == VT_EMPTY) first = 1;
   }
   SAFEARRAY* made =
@@ -165,8 +166,8 @@ bool convert_array(SAFEARRAY* from, VARTYPE element, const Kind& kind, LCID lang
   out.vt = static_cast<VARTYPE>(VT_ARRAY | kind.type);
   out.parray = made;
   for (LONG index = first; index <= high; ++index) {
-    Variant value;
-    Variant element_value;
+    Scratch value;
+    Scratch element_value;
     LONG place = lower_bound + (index - first);
     if (!read(index, value) || !convert_element(value, kind, language, element_value)) return false;
     void* data = kind.type == VT_DISPATCH || kind.type == VT_BSTR ? element_value.byref
@@ -178,7 +179,7 @@ bool convert_array(SAFEARRAY* from, VARTYPE element, const Kind& kind, LCID lang
 
 // One argument on its way to the function table.
 struct Passed {
-  Variant value;               // what was made of the client's argument
+  Scratch value;               // what was made of the client's argument
   VARIANT slot = {};           // what is passed: the value, or a reference to it or to the client's own
   VARIANT* written = nullptr;  // the client's reference, when what changes must be converted back to it
   LONGLONG before = 0;
@@ -193,7 +194,7 @@ bool convert(VARIANT& source, const Kind& kind, LCID language, Passed& passed) {
     return true;
   }
 
-  Variant plain;
+  Scratch plain;
   if (FAILED(VariantCopyInd(&plain, given))) return false;
   bool done = false;
   if (!kind.array) {
@@ -228,7 +229,7 @@ void write_back(Passed& passed, LCID language) {
     return;
   }
   const auto type = static_cast<VARTYPE>(target.vt & ~VT_BYREF);
-  Variant changed;
+  Scratch changed;
   if (FAILED(VariantChangeTypeEx(&changed, &passed.value, language, 0, type))) return;
   switch (type) {
     case VT_I1:
@@ -404,8 +405,8 @@ HRESULT Members::invoke(void* object, const Call& call, const Outcome& outcome) 
       types.push_back(kind.passed_type());
       slots.push_back(&passed[i].slot);
     }
-    Variant result;
-    Variant result_slot;
+    Scratch result;
+    Scratch result_slot;
     if (gives_result) {
       result.vt = result_kind.type;
       result_slot.vt = result_kind.passed_type();
@@ -415,7 +416,7 @@ HRESULT Members::invoke(void* object, const Call& call, const Outcome& outcome) 
     }
 
     SetErrorInfo(0, nullptr);
-    Variant returned;
+    Scratch returned;
     const HRESULT called =
         DispCallFunc(object, static_cast<ULONG_PTR>(function.oVft), CC_STDCALL, VT_I4,
                      static_cast<UINT>(slots.size()), types.data(), slots.data(), &returned);

@@ -14,7 +14,7 @@ constexpr IID kRecord = {0x4591f169, 0x4327, 0x40f5, {0x93, 0x6a, 0x4b, 0x99, 0x
 
 constexpr std::int32_t kOutOfStackSpace = 28;
 
-class InputOutputObject final : public AutomationObject<_DralInputOutput> {
+class InputOutputObject final : public AutomationObject<::DralInputOutput, _DralInputOutput> {
  public:
 #define ORDVANE_PLAIN_FIELD(type, name)                              \
   HRESULT STDMETHODCALLTYPE get_##name(Wire##type* value) override { \
