@@ -222,7 +222,8 @@ void ReportSheet::set_up_pages() {
     if (headers <= 1 && charts_ == 0)
       worksheet_->freeze_panes(last, width > kWideTable ? std::max(1, table.row_header_columns_) : 0);
   }
-  worksheet_->set_page_setup(setup);
+  // Without a printer a spreadsheet may refuse what concerns paper; the report is there all the same.
+  host::ignoring_errors([&] { worksheet_->set_page_setup(setup); });
 }
 
 void ReportSheet::FinishSheet() {
