@@ -150,11 +150,11 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
   };
   try {
     put_all();
+    if (together) application.put(L"PrintCommunication", true);
   } catch (const host::Error&) {
     if (together) host::ignoring_errors([&] { application.put(L"PrintCommunication", true); });
     throw;
   }
-  if (together) application.put(L"PrintCommunication", true);
 }
 
 void ExcelWorksheet::freeze_panes(std::int32_t rows, std::int32_t columns) {

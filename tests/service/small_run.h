@@ -48,7 +48,7 @@ struct RunShape {
   std::vector<std::vector<double>> effects = {{1, 5, -3}, {2, 2, 0}};
   std::int32_t simulations = 1;
   std::int32_t steps = 3;  // of every input
-  bool groups = false;  // inputs 1 and 2, and 2 and 3, together: their effects added up, and multiplied
+  bool groups = false;     // inputs 1 and 2, and 2 and 3, together: their effects added up, and multiplied
 };
 
 inline void add_groups(runfile::Run& run, const RunShape& shape) {

@@ -43,7 +43,7 @@ struct DispatchBench : service::Bench {
       reports.set_WatermarkText("Draft\nnot for release");
       reports.GenerateReports(all_outputs());
       opened = true;
-      host::ignoring_errors([&] { name = reports.report_workbook()->name(); });
+      if (const auto made = reports.report_workbook()) host::ignoring_errors([&] { name = made->name(); });
     } catch (const host::Error& failed) {
       if (error) *error = failed.description();
     }
@@ -94,7 +94,7 @@ const Report kReports[] = {
 
 TEST(ReportsOverDispatch, CallsDoNotGrowWithTheCells) {
   constexpr std::int32_t kFew = 100, kMany = 1000;
-  std::printf("%-16s %12s %12s %12s\n", "IDispatch calls", "300 rows", "3,000 rows", "a 1,000 rows");
+  std::printf("%-16s %12s %12s %12s\n", "IDispatch calls", "300 rows", "3,000 rows", "per 1,000");
   for (const Report& report : kReports) {
     long calls[2] = {};
     for (const std::int32_t steps : {kFew, kMany}) {
@@ -113,6 +113,46 @@ TEST(ReportsOverDispatch, CallsDoNotGrowWithTheCells) {
     std::printf("%-16s %12ld %12ld %12.0f\n", report.name, calls[0], calls[1],
                 static_cast<double>(calls[1]) / 3);
     EXPECT_LE(calls[1], calls[0]) << report.name;
+  }
+}
+
+// The Nth call of a small run fails, once or from then on.
+TEST(ReportsOverDispatch, SurviveEveryFailingCall) {
+  const auto choose = [](OrdvaneReports& reports) {
+    reports.set_TornadoGraphs(true);
+    reports.set_OutputDetailReport(true);
+  };
+  RunShape shape;
+  shape.output_bases = {100};
+  for (const bool lasting : {false, true}) {
+    for (long nth = 1;; nth += lasting ? 17 : 1) {
+      DispatchBench bench(shape);
+      bench.application->set_calculation(host::Calculation::kSemiautomatic);
+      bench.stand_in->fail_at = nth;
+      bench.stand_in->fail_lastingly = lasting;
+      bench.make(true, choose);
+      const std::string& failed = bench.stand_in->failed;
+      if (failed.empty()) {
+        EXPECT_GT(nth, 1000);
+        break;
+      }
+      const std::string where = std::to_string(nth) + " " + failed + (lasting ? " lasting" : "");
+      EXPECT_EQ(bench.stand_in->live_objects, 0) << where;
+      const bool setting = failed.find("Application.Calculation") != std::string::npos ||
+                           failed.find("Application.ScreenUpdating") != std::string::npos ||
+                           failed.find("Application.DisplayAlerts") != std::string::npos;
+      if (bench.opened && !lasting && !setting) {
+        EXPECT_EQ(bench.application->calculation(), host::Calculation::kSemiautomatic) << where;
+        EXPECT_TRUE(bench.application->screen_updating()) << where;
+        EXPECT_TRUE(bench.application->display_alerts()) << where;
+        EXPECT_TRUE(bench.stand_in->print_communication) << where;
+      }
+      if (nth % 10 != 1) continue;
+      bench.stand_in->fail_at = 0;
+      std::string error;
+      EXPECT_NE(bench.make(true, choose, &error), "") << where << ": the next run works";
+      EXPECT_EQ(error, "") << where;
+    }
   }
 }
 
