@@ -4,8 +4,8 @@
 Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X] [--only KIND]...
 
 Reads the run file itself; nothing here comes from the program. Kinds: tornado, spider, sensitivity, output-detail,
-detail-by-input, multi-tornado, multi-detail, summary, missing, charts; without --only all of them must be there. Prints the differences and exits 1 when
-there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
+detail-by-input, multi-tornado, multi-detail, summary, missing, charts; without --only all of them must be there. Prints
+the differences and exits 1 when there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
 """
 
 import argparse
@@ -75,7 +75,6 @@ class Run:
         books = {item["book"] for item in self.inputs}
         sheets = {item["sheet"] for item in self.inputs}
         self.range_mode = 2 if len(books) > 1 else 1 if len(sheets) > 1 else 0
-
 
     def read_groups(self, run, path, kept):
         """groups[g] = members as positions in `inputs`; combinations[simulation][g] = rows like those of `values`."""
@@ -212,6 +211,7 @@ def joint_effect(members, rows, output, base, effects):
 
 class JointResult:
     """All groups of one output."""
+
     def __init__(self, run, simulation, output, alone, options):
         self.item, self.base, self.position = run.outputs[output], run.outputs[output]["base"], output
         self.rows = run.combinations[simulation]
@@ -355,12 +355,16 @@ def multi_detail_tables(texts, run, results):
     extremes = []
     for r in results:
         name = r.item.get("name", "").strip()
+        left = [""] * (1 + run.widest * (2 + run.range_mode) + 5 * results.index(r))
+        right = [""] * (4 + 5 * (len(results) - 1 - results.index(r)))
         for number, end, sign in ((222, "high", -1), (223, "low", 1)):
             found = [g for g in results[0].order if usable(r.joint[g].low)]
             line = [texts[number].replace("{1}", name) if name else None]
             if found:
                 g = min(found, key=lambda g: sign * getattr(r.joint[g], end))
                 line += combination_cells(texts, run, results, g, getattr(r.joint[g], end + "_at"), True)
+            else:
+                line += [*left, NOTHING, *right]
             extremes.append(line)
     body = []
     for g in results[0].order:
@@ -542,10 +546,9 @@ def compare(run, workbook, texts, options):
             comparison.names_output(sheet, result.item)
             if result.limit > 0:
                 comparison.table(sheet, *multi_tornado_table(texts, run, result), skipped=run.range_mode)
-                if not options.percent or result.base != 0 and usable(result.base):
-                    comparison.bars(sheet, result, options.percent)
             else:
                 comparison.says(sheet, texts[306])
+            comparison.bars(sheet, result, options.percent)
     if "multi-detail" in options.only and run.groups:
         for sheet, of_run in zip(sheets(211, run.simulations, "multi-detail"), joint):
             header, extremes, body = multi_detail_tables(texts, run, of_run)

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -105,18 +106,48 @@ TEST(RecordedRuns, AreAtHand) {
 // A comparison that cannot fail proves nothing: a run that differs in the last digit of one number must be
 // noticed.
 TEST(Oracle, NoticesOneChangedDigit) {
+  const struct {
+    const char *values, *number;
+  } kCases[] = {{"solar-plant.run.csv", "129047.24316653486"},
+                {"solar-plant.run.groups.csv", "-803277.7499046503"}};
   const TemporaryFolder folder;
   ASSERT_EQ(report(kExample, folder / "reports.xlsx", "--all").status, 0);
-  std::string values = file_text(kExample.parent_path() / "solar-plant.run.csv");
-  const std::string number = "129047.24316653486";
-  const std::size_t at = values.find(number);
-  ASSERT_NE(at, std::string::npos);
-  values[at + number.size() - 1] = '9';
-  std::ofstream(folder / "solar-plant.run.csv") << values;
-  fs::copy(kExample, folder / "changed.run.json");
-  const CommandResult compared = oracle(folder / "changed.run.json", folder / "reports.xlsx", "");
-  EXPECT_EQ(compared.status, 1) << compared.output;
-  EXPECT_NE(compared.output.find(number + ", expected "), std::string::npos) << compared.output;
+  for (const auto& c : kCases) {
+    for (const char* file : {"solar-plant.run.json", "solar-plant.run.csv", "solar-plant.run.groups.csv"})
+      fs::copy_file(kExample.parent_path() / file, folder / file, fs::copy_options::overwrite_existing);
+    std::string values = file_text(folder / c.values);
+    const std::string number = c.number;
+    const std::size_t at = values.find(number);
+    ASSERT_NE(at, std::string::npos) << number;
+    values[at + number.size() - 1] = '9';
+    std::ofstream(folder / c.values) << values;
+    const CommandResult compared = oracle(folder / "solar-plant.run.json", folder / "reports.xlsx", "");
+    EXPECT_EQ(compared.status, 1) << compared.output;
+    EXPECT_NE(compared.output.find(number + ", expected "), std::string::npos) << compared.output;
+  }
+}
+
+// By hand: a goes from 1 to 4 about its base of 2, b from 1.5 to 6 about 3. The interaction is the swing of
+// both together less those of each alone.
+TEST(ProductsAndSums, InteractAsAlgebraSays) {
+  const struct {
+    const char* output;
+    double interaction;
+  } kCases[] = {
+      {"a times b", 4.5},           // (24 - 1.5) - (12 - 3) - (12 - 3)
+      {"a plus b", 0},              // (10 - 2.5) - (7 - 4) - (8 - 3.5)
+      {"a plus b, at most 7", -2},  // (7 - 2.5) - (7 - 4) - (7 - 3.5)
+      {"Weighted sum", 0},          // nothing is left of the rounding
+  };
+  const CommandResult shown = run_command(std::string(ORDVANE_COMMAND) + " show --json " +
+                                          shell_quoted((kHere / "runs/products-and-sums.run.json").string()));
+  ASSERT_EQ(shown.status, 0) << shown.output;
+  const auto outputs = nlohmann::json::parse(shown.output)["outputs"];
+  ASSERT_EQ(outputs.size(), std::size(kCases));
+  for (std::size_t o = 0; o < outputs.size(); ++o) {
+    EXPECT_EQ(outputs[o]["name"], kCases[o].output);
+    EXPECT_EQ(outputs[o]["groups"][0]["interaction"], kCases[o].interaction) << kCases[o].output;
+  }
 }
 
 TEST(SolarPlant, RecordedRunAgreesWithACalculationOfThePlant) {
