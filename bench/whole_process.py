@@ -20,9 +20,10 @@ import zipfile
 MEMORY_LIMIT = 1.5 * 2**30
 REPEATS = 3
 LONG = 10  # seconds after which a measurement is not repeated
-# inputs, steps, outputs, what is asked for
-CASES = [(200, 11, 20, []), (200, 11, 20, ["--all"]), (2000, 30, 50, []), (2000, 30, 50, ["--all"])]
-
+# inputs, steps, outputs, members and steps of the groups varied together, what is asked for
+CASES = [(200, 11, 20, (), []), (200, 11, 20, (), ["--all"]), (100, 9, 10, (2, 3), ["--multi-way"]),
+         (400, 9, 10, (2, 3), ["--multi-way"]), (2000, 30, 50, (), []), (2000, 30, 50, (), ["--all"])]
+QUICK = 3  # cases
 
 Figures = collections.namedtuple("Figures", "seconds processor peak")
 
@@ -69,17 +70,18 @@ def main():
     if len(sys.argv) < 2:
         raise SystemExit(__doc__)
     build = pathlib.Path(sys.argv[1])
-    cases = CASES[:2] if "--quick" in sys.argv[2:] else CASES
+    cases = CASES[:QUICK] if "--quick" in sys.argv[2:] else CASES
     memory = int(re.search(r"MemTotal:\s+(\d+)", pathlib.Path("/proc/meminfo").read_text())[1]) / 2**20
     print(f"{os.cpu_count()} cores, {memory:.0f} GiB; fastest of {REPEATS}, or the first where that takes over {LONG} s")
     print(f'{"run":28}{"":10}{"cells":>12}{"time":>10}{"processor":>11}{"memory":>11}')
     largest = 0
     with tempfile.TemporaryDirectory() as folder:
         folder = pathlib.Path(folder)
-        for inputs, steps, outputs, options in cases:
+        for inputs, steps, outputs, groups, options in cases:
             run = folder / f"{inputs}x{steps}x{outputs}.run.json"
             if not run.exists():
-                subprocess.run([build / "bench/make_run", str(inputs), str(steps), str(outputs), "1", run], check=True)
+                subprocess.run([build / "bench/make_run", *map(str, (inputs, steps, outputs, 1)), run, *map(str, groups)],
+                               check=True)
             book, peer_book = folder / "reports.xlsx", folder / "peer.xlsx"
             ours = measured([build / "ordvane", "report", run, "-o", book, "--quiet", *options])
             sizes = sheet_sizes(book)
