@@ -4,12 +4,13 @@ groups of inputs together.
 
 Usage: sweep.py WORKBOOK.xlsx WHATIF.json RUN.run.json
 
-WHATIF.json holds the lists "inputs" (sheet, cell, name, low, high, steps) and "outputs" (sheet, cell, name). The steps
-of an input are evenly spaced from low to high, both included. A low or high may be a date, "2026-04-01". The list
-"groups" may follow: each holds the names of its "inputs" and the number of "steps" that each takes (one number, or one
-an input); every combination of the steps is recalculated. {"size": 2, "steps": 3} instead of the list makes all pairs.
-Writes RUN.run.json and, beside it, the recalculated values in RUN.run.csv and RUN.run.groups.csv. The workbook itself is
-not changed.
+WHATIF.json holds the lists "inputs" (sheet, cell, low, high, steps) and "outputs" (sheet, cell); every item may have a
+name, or instead the label that stands beside its cell. The steps of an input are evenly spaced from low to high, both
+included. A low or high may be a date, "2026-04-01". The list "groups" may follow: each holds its "inputs" (names, or
+positions in the list, counted from 1) and the number of "steps" that each takes (one number, or one an input); every
+combination of the steps is recalculated. {"size": 2, "steps": 3} instead of the list stands for all pairs, each input
+with three steps. Writes RUN.run.json and, beside it, the recalculated values in RUN.run.csv and RUN.run.groups.csv. The
+workbook itself is not changed.
 """
 
 import contextlib
@@ -19,6 +20,7 @@ import itertools
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -108,12 +110,16 @@ def serial_day(text):
     return (datetime.date.fromisoformat(text) - datetime.date(1899, 12, 30)).days
 
 
+def name_of(item):
+    return item.get("name", item.get("label", ""))
+
+
 def described(file_cell, cell, item, book):
     """The item as the run file has it: the name from the what-if, all else from the workbook."""
     base = result(cell)
     content = file_cell.value
     entry = {
-        "name": item["name"],
+        "name": name_of(item),
         "book": book,
         "sheet": item["sheet"],
         "cell": item["cell"],
@@ -138,37 +144,44 @@ def recalculated(cells, inputs, outputs):
 
 def groups_of(plan):
     """The groups as the run file has them: positions of inputs, counted from 1, and the steps of each."""
-    groups = plan.get("groups", [])
-    inputs = plan["inputs"]
+    groups, names = plan.get("groups", []), [name_of(item) for item in plan["inputs"]]
     if isinstance(groups, dict):
-        chosen = itertools.combinations(range(1, len(inputs) + 1), groups["size"])
+        chosen = itertools.combinations(range(1, len(names) + 1), groups["size"])
         return [{"members": list(members), "steps": [groups["steps"]] * len(members)} for members in chosen]
-    position = {item["name"]: number for number, item in enumerate(inputs, start=1)}
-    made = []
-    for group in groups:
-        unknown = [name for name in group["inputs"] if name not in position]
-        if unknown:
-            raise SystemExit(f'groups: no input is named "{unknown[0]}"')
-        members = [position[name] for name in group["inputs"]]
-        steps = group["steps"] if isinstance(group["steps"], list) else [group["steps"]] * len(members)
-        made.append({"members": members, "steps": steps})
-    return made
+    return [group_of(group, f"groups[{position}]", names) for position, group in enumerate(groups)]
+
+
+def group_of(group, where, names):
+    members = []
+    for member in group["inputs"]:
+        found = [position for position, name in enumerate(names, start=1) if member in (position, name)]
+        if len(found) != 1:
+            raise SystemExit(f'{where}: {len(found) or "no"} inputs are named {member!r}; one is expected')
+        members += found
+    if len(members) < 2 or len(set(members)) < len(members):
+        raise SystemExit(f"{where}: at least two different inputs are expected")
+    steps = group["steps"] if isinstance(group["steps"], list) else [group["steps"]] * len(members)
+    if len(steps) != len(members):
+        raise SystemExit(f"{where}: {len(steps)} numbers of steps for {len(members)} inputs")
+    return {"members": members, "steps": steps}
 
 
 def recalculated_together(cells, inputs, groups):
     """One row per combination of a group's steps, the last member's changing fastest."""
     widest = max(len(group["members"]) for group in groups)
     for number, group in enumerate(groups, start=1):
-        members = [(inputs[m - 1], cells[0][m - 1]) for m in group["members"]]
-        before = [cell.Formula for _, cell in members]
-        values = [steps_of(item | {"steps": count}) for (item, _), count in zip(members, group["steps"])]
+        members = [cells[0][m - 1] for m in group["members"]]
+        before = [cell.Formula for cell in members]
+        values = [steps_of(inputs[m - 1] | {"steps": count}) for m, count in zip(group["members"], group["steps"])]
+        at = [None] * len(members)  # what each member is set to; nothing yet, so that a formula gives way to its value
         for combination, chosen in enumerate(itertools.product(*values), start=1):
-            for (_, cell), value in zip(members, chosen):
-                if cell.Value != value:
+            for cell, value, already in zip(members, chosen, at):
+                if value != already:
                     cell.Value = value
+            at = chosen
             yield ([1, number, combination] + [whole_when_whole(value) for value in chosen]
                    + [None] * (widest - len(chosen)) + [whole_when_whole(result(c)) for c in cells[1]])
-        for (_, cell), formula in zip(members, before):
+        for cell, formula in zip(members, before):
             cell.Formula = formula
 
 
@@ -198,7 +211,8 @@ def sweep(workbook, whatif, run_file):
             run["recalculations"] = csv_file.name
             rows = list(recalculated(cells, inputs, outputs))
             if groups:
-                run["groups"], run["groupRecalculations"] = groups, groups_file.name
+                in_short = isinstance(plan["groups"], dict)
+                run["groups"], run["groupRecalculations"] = plan["groups"] if in_short else groups, groups_file.name
                 group_rows = list(recalculated_together(cells, inputs, groups))
             if [result(cell) for cell in cells[1]] != [entry["base"] for entry in run["outputs"]]:
                 raise SystemExit("the outputs did not return to their base values after the last step")
@@ -209,7 +223,9 @@ def sweep(workbook, whatif, run_file):
         widest = max(len(group["members"]) for group in groups)
         values = [f"value{i + 1}" for i in range(widest)]
         write_rows(groups_file, ["simulation", "group", "combination", *values], outputs, group_rows)
-    run_file.write_text(json.dumps(run, indent=1, ensure_ascii=False) + "\n", encoding="utf-8")
+    text = json.dumps(run, indent=1, ensure_ascii=False)
+    text = re.sub(r"\[\n([\d,\s]+?)\n *\]", lambda numbers: "[" + " ".join(numbers[1].split()) + "]", text)
+    run_file.write_text(text + "\n", encoding="utf-8")
 
 
 def main():
