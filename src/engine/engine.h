@@ -71,11 +71,10 @@ class Engine {
                                           std::int32_t& b, std::int32_t& c) = 0;
   // Which inputs were varied together, and at which steps, in the multi-way recalculations `first` to
   // `first` + `count` - 1, counted from 0 among the multi-way ones.
-  //   members          `count` rows of `membersPerGroup` elements: the group's inputs as one-based positions
-  //   in
-  //                    the ordered input list, then 0 where the group has fewer members
-  //   steps            `count` rows of `stepsPerGroup` elements: the one-based step that each member was at,
-  //                    counted within the group, in the order of `members`, then 0
+  //   members  `count` rows of `membersPerGroup` elements: the group's inputs as one-based positions in the
+  //            ordered input list, then 0 where the group has fewer members
+  //   steps    `count` rows of `stepsPerGroup` elements: the one-based step that each member was at, counted
+  //            within the group, in the order of `members`, then 0
   // Neighbouring recalculations with the same members belong to one group. Returns 1 and writes nothing when
   // the run has no such recalculations, an array is too small, or a group has more members than a row holds.
   virtual std::int32_t DRL4_GetUsedVaryMultis(std::int32_t hVars, std::int32_t first, std::int32_t count,
@@ -85,7 +84,8 @@ class Engine {
   virtual std::int32_t DRL4_GetVaryCountList(std::int32_t hVars, std::span<std::int16_t> list,
                                              std::int32_t count) = 0;
   // Values of one input or output for recalculations `first` to `last`, both included, of the zero-based
-  // `run`. An input is at its base value outside its own steps. `whole` is always 1.
+  // `run`; a range may begin among the standard ones and end among the multi-way ones. An input is at its
+  // base value outside its own steps and the groups that it is a member of. `whole` is always 1.
   virtual std::int32_t DRL4_GetDoubleInputOrOutputData(std::int32_t hVars, std::int32_t kind,
                                                        std::int32_t index, std::int32_t run,
                                                        std::int32_t first, std::int32_t last,

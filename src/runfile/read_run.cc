@@ -439,18 +439,19 @@ void read_all_groups(const JsonValue& value, Run& run) {
   if (size > kept.size())
     value.member("size").fail("is " + std::to_string(size) + "; the run has " + std::to_string(kept.size()) +
                               " inputs with saved samples");
-  std::int32_t count = kMostGroups + 1;
+  const std::string groups =
+      "groups of " + std::to_string(size) + " of " + std::to_string(kept.size()) + " inputs";
+  std::int32_t count = 0;
   try {
-    if (kept.size() <= static_cast<std::size_t>(kMostSteps))
-      count =
-          model::Combinations(static_cast<std::int16_t>(kept.size()), static_cast<std::int16_t>(all.size));
+    if (kept.size() > static_cast<std::size_t>(kMostSteps)) throw host::Error(host::errc::kOverflow, groups);
+    count = model::Combinations(static_cast<std::int16_t>(kept.size()), static_cast<std::int16_t>(all.size));
   } catch (const host::Error&) {
-    // More than 32 bits count: more than the limit.
+    value.member("size").fail("gives more " + groups +
+                              " than can be counted; a list of groups is expected instead");
   }
   if (count > kMostGroups)
-    value.member("size").fail("gives more groups of " + std::to_string(size) + " of " +
-                              std::to_string(kept.size()) + " inputs than a run can hold (" +
-                              std::to_string(kMostGroups) + ")");
+    value.member("size").fail("gives " + std::to_string(count) + " " + groups + "; at most " +
+                              std::to_string(kMostGroups) + " are possible");
   std::vector<std::size_t> chosen(size);
   std::iota(chosen.begin(), chosen.end(), std::size_t{0});
   for (std::int32_t made = 0; made < count; ++made) {
@@ -470,8 +471,13 @@ void read_groups(const JsonValue& value, Run& run) {
   if (value.data().is_object()) return read_all_groups(value, run);
   std::vector<GroupEntry> entries;
   read_list(value, "groups", entries);
-  for (std::size_t g = 0; g < entries.size(); ++g)
+  for (std::size_t g = 0; g < entries.size(); ++g) {
+    // The engine tells one group from the next by its members.
+    if (g > 0 && entries[g].members == entries[g - 1].members)
+      value.element(g).member("members").fail(
+          "are those of the group before; one group with all steps is expected");
     run.groups.push_back(checked_group(value.element(g), entries[g], run));
+  }
 }
 
 void read_group_recalculations(const JsonValue& value, Run& run) {

@@ -246,8 +246,11 @@ class RecordedEngine : public engine::Engine {
     const std::int64_t last = std::int64_t{first} + count - 1;
     for (auto group = group_at(first); group != groups_.end() && group->group->first <= last; ++group)
       if (group->members.size() > static_cast<std::size_t>(row)) return kRefused;
-    std::ranges::fill(members, 0);
-    std::ranges::fill(steps, 0);
+    const auto elements = [count](std::int32_t width) {
+      return static_cast<std::size_t>(count) * static_cast<std::size_t>(width);
+    };
+    std::ranges::fill(members.first(elements(membersPerGroup)), 0);
+    std::ranges::fill(steps.first(elements(stepsPerGroup)), 0);
     auto group = group_at(first);
     for (std::int32_t r = 0; r < count; ++r) {
       const std::int64_t recalculation = std::int64_t{first} + r;

@@ -397,6 +397,8 @@ TEST(ReadRun, PlacesMistakesOfGroups) {
       {"no groups", both.c_str(), "[]", "a.run.json:groups: is empty; a list of groups is expected"},
       {"a size that the run does not have", both.c_str(), "{ \"size\": 4, \"steps\": 1 }",
        "a.run.json:groups.size: is 4; the run has 3 inputs with saved samples"},
+      {"the same members again", "[1, 2, 3]", "[3, 1]",
+       "a.run.json:groups[1].members: are those of the group before; one group with all steps is expected"},
       {"a misspelt field", second.c_str(), R"({ "member": [1, 2, 3], "steps": 1 })",
        "a.run.json:groups[1].member: unknown field; is \"members\" meant?"},
   };
@@ -433,8 +435,17 @@ TEST(ReadRun, PlacesMistakesOfGroups) {
                            R"(], "outputs": [ { "book": "m.xlsx", "sheet": "S", "cell": "B1", "base": 6 } ],
  "recalculations": [)" + rows +
                            R"(], "groups": { "size": 16, "steps": 1 }, "groupRecalculations": "a.run.csv" })";
-  EXPECT_EQ(folder.complaint(many, ""),
-            "a.run.json:groups.size: gives more groups of 16 of 40 inputs than a run can hold (10000000)");
+  EXPECT_EQ(
+      folder.complaint(many, ""),
+      "a.run.json:groups.size: gives more groups of 16 of 40 inputs than can be counted; a list of groups "
+      "is expected instead");
+  EXPECT_EQ(folder.complaint(with(many, "\"size\": 16, \"steps\": 1", "\"size\": 5, \"steps\": 32767"), ""),
+            "a.run.json:groups: has more combinations of steps than can be counted: at most 2147483647 are "
+            "possible");
+  EXPECT_EQ(
+      folder.complaint(with(many, "\"size\": 16, \"steps\": 1", "\"size\": 2, \"steps\": 2000"), ""),
+      "a.run.json:groups: have more combinations of steps together than can be counted: at most 2147483647 "
+      "recalculations are possible, 40 of them of single inputs");
 }
 
 TEST(ReadRun, SurvivesTruncationAtEveryByte) {
@@ -457,18 +468,22 @@ TEST(ReadRun, SurvivesEveryChangeOfOneByte) {
   const RunFolder folder;
   const std::string inline_json =
       with(kJson, "\"a.run.csv\"", "[[1,1,1,8,5,\"x\"],[1,1,2,12,9,5],[1,2,1,1,7,null]]");
-  for (const char byte : {'\0', '"', '9', '\n', '\x1B', '\xE2', '{', ',', '-'}) {
-    for (std::size_t at = 0; at < inline_json.size(); ++at) {
-      std::string json = inline_json;
-      json[at] = byte;
-      expect_printable(folder.complaint(json, ""));
+  const std::string no_csv;
+  for (const auto& [json, csv] :
+       {std::pair(&inline_json, &no_csv), {&kJson, &kCsv}, {&kGroupJson, &kGroupCsv}})
+    for (const char byte : {'\0', '"', '9', '\n', '\x1B', '\xE2', '{', ',', '-'}) {
+      // Of the plain run file, what its inline form has not had already is the CSV.
+      for (std::size_t at = json == &kJson ? json->size() : 0; at < json->size(); ++at) {
+        std::string changed = *json;
+        changed[at] = byte;
+        expect_printable(folder.complaint(changed, *csv));
+      }
+      for (std::size_t at = 0; at < csv->size(); ++at) {
+        std::string changed = *csv;
+        changed[at] = byte;
+        expect_printable(folder.complaint(*json, changed));
+      }
     }
-    for (std::size_t at = 0; at < kCsv.size(); ++at) {
-      std::string csv = kCsv;
-      csv[at] = byte;
-      expect_printable(folder.complaint(kJson, csv));
-    }
-  }
 }
 
 TEST(ReadRun, RefusesWhatIsNoFile) {

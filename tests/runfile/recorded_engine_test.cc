@@ -144,10 +144,10 @@ TEST(RecordedEngine, NumbersMultiWayRecalculationsAfterTheStandardOnes) {
   EXPECT_EQ(std::vector({iterations, a, b, c}), std::vector({12, 3, 5, 7}));
 
   // The second input is not listed: the fourth is the list's third.
-  std::vector<std::int32_t> members(12), steps(12);
-  EXPECT_EQ(engine->DRL4_GetUsedVaryMultis(kHandle, 2, 4, members, 3, 3, steps), 0);
-  EXPECT_EQ(members, (std::vector<std::int32_t>{1, 3, 0, 1, 3, 0, 2, 3, 1, 2, 3, 1}));
-  EXPECT_EQ(steps, (std::vector<std::int32_t>{2, 1, 0, 2, 2, 0, 1, 1, 1, 1, 1, 2}));
+  std::vector<std::int32_t> members(13, -1), steps(17, -1);
+  EXPECT_EQ(engine->DRL4_GetUsedVaryMultis(kHandle, 2, 4, members, 3, 4, steps), 0) << "rows of two lengths";
+  EXPECT_EQ(members, (std::vector<std::int32_t>{1, 3, 0, 1, 3, 0, 2, 3, 1, 2, 3, 1, -1}));
+  EXPECT_EQ(steps, (std::vector<std::int32_t>{2, 1, 0, 0, 2, 2, 0, 0, 1, 1, 1, 0, 1, 1, 2, 0, -1}));
   for (const auto& [first, count, row] : {std::array{0, 8, 3}, {-1, 1, 3}, {7, 1, 3}, {0, 7, 2}, {0, 7, 1}})
     EXPECT_EQ(engine->DRL4_GetUsedVaryMultis(kHandle, first, count, members, row, row, steps), 1);
   members.resize(8);
@@ -337,6 +337,14 @@ TEST(RecordedEngine, IdentifiesItems) {
             std::tuple(1, "Totals", 2, 0));
   EXPECT_EQ(std::pair(dates.start, dates.stop), std::pair(2, 5)) << "the formula behind its =";
   EXPECT_EQ(output_info(*engine, 1).date, 0);
+
+  auto grouped = with_groups();
+  grouped->groups.pop_back();
+  const auto with_pair = make_recorded_engine(grouped);
+  std::string multi;
+  for (std::int32_t index = 0; index < 3; ++index)
+    multi += std::to_string(input_info(*with_pair, index).multi);
+  EXPECT_EQ(multi, "101") << "members of the group";
 }
 
 TEST(RecordedEngine, FindsItemsByTheirPlace) {
