@@ -77,9 +77,7 @@ class ExcelChart final : public host::Chart, private ExcelObject {
   void set_has_axis(host::AxisType type, host::AxisGroup group, bool shown) override {
     it_.put(L"HasAxis", shown, {type, group});
   }
-  std::shared_ptr<host::Axis> axis(host::AxisType type, host::AxisGroup group) override {
-    return make_axis(context_, it_.object(L"Axes", kinds::kAxis, {type, group}));
-  }
+  std::shared_ptr<host::Axis> axis(host::AxisType type, host::AxisGroup group) override;
 
   std::int32_t series_count() override { return all_series().get(L"Count").whole(); }
   std::shared_ptr<host::Series> series(std::int32_t index) override {
@@ -114,6 +112,17 @@ class ExcelChart final : public host::Chart, private ExcelObject {
   LateBound all_series() { return it_.object(L"SeriesCollection", kinds::kSeriesCollection); }
   LateBound first_group() { return it_.object(L"ChartGroups", kinds::kChartGroup, {1}); }
 };
+
+// Excel gives the secondary group a value axis only, and its category axis when that is asked for.
+std::shared_ptr<host::Axis> ExcelChart::axis(host::AxisType type, host::AxisGroup group) {
+  try {
+    return make_axis(context_, it_.object(L"Axes", kinds::kAxis, {type, group}));
+  } catch (const host::Error&) {
+    const bool on_demand = type == host::AxisType::kCategory && group == host::AxisGroup::kSecondary;
+    if (!on_demand || !host::ignoring_errors([&] { set_has_axis(type, group, true); })) throw;
+  }
+  return make_axis(context_, it_.object(L"Axes", kinds::kAxis, {type, group}));
+}
 
 }  // namespace
 

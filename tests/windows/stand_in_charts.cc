@@ -19,6 +19,7 @@ struct ShapeRangeTarget {
 };
 struct ChartTarget {
   std::shared_ptr<host::Chart> chart;
+  bool second_category_axis = false;  // asked for; a secondary group has none by itself
 };
 struct ChartAreaTarget {
   std::shared_ptr<host::Chart> chart;
@@ -141,6 +142,27 @@ void set_inside(PlotAreaTarget& t, std::optional<double>& side, double points) {
     t.chart->set_plot_area_inside(*t.left, *t.top, *t.width, *t.height);
 }
 
+// A chart without series has neither a title nor axes.
+void set_has_title(const ChartTarget& t, bool shown) {
+  if (shown && t.chart->series_count() == 0) refuse("The chart has no series");
+  t.chart->set_title(shown ? "Chart Title" : "");
+}
+
+bool is_second_category(const Call& c) {
+  return c.whole(0) == static_cast<std::int32_t>(AxisType::kCategory) && c.whole(1, 1) == 2;
+}
+
+void set_has_axis(ChartTarget& t, const Call& c, bool shown) {
+  t.chart->set_has_axis(static_cast<AxisType>(c.whole(0)), static_cast<AxisGroup>(c.whole(1, 1)), shown);
+  if (is_second_category(c)) t.second_category_axis = shown;
+}
+
+Variant axis(const ChartTarget& t, const Call& c) {
+  if (is_second_category(c) && !t.second_category_axis) refuse("The axis must be asked for first");
+  return object(
+      c, AxisTarget{t.chart->axis(static_cast<AxisType>(c.whole(0)), static_cast<AxisGroup>(c.whole(1, 1)))});
+}
+
 Variant chart_group(const ChartTarget& t, const Call& c) {
   if (c.whole(0, 0) != 1 || t.chart->series_count() == 0) refuse("The chart has no such group");
   return object(c, ChartGroupTarget{t.chart});
@@ -256,29 +278,20 @@ STAND_IN_TABLE(ChartTarget) {
   return {
     PUT(ChartType, t.chart->set_kind(static_cast<host::ChartKind>(v.whole()))),
         GET(ChartArea, object(c, ChartAreaTarget{t.chart})),
-        GET(PlotArea, object(c, PlotAreaTarget{t.chart})),
-        PUT(HasTitle, t.chart->set_title(v.truth() ? "Chart Title" : "")),
+        GET(PlotArea, object(c, PlotAreaTarget{t.chart})), PUT(HasTitle, set_has_title(t, v.truth())),
         GET(ChartTitle, t.chart->format_title(1, 0, {}), object(c, ChartTitleTarget{t.chart})),
         PUT(HasLegend, t.chart->set_has_legend(v.truth())),
         GET(Legend, t.chart->set_legend_font({}), object(c, LegendTarget{t.chart})),
-        {L"HasAxis", {L"Index1", L"?Index2"}, nullptr,
-         STAND_IN_WRITER{t.chart->set_has_axis(static_cast<AxisType>(c.whole(0)),
-                                               static_cast<AxisGroup>(c.whole(1, 1)), v.truth());
-  }
-  , nullptr
-}
-,
-    METHOD(Axes, PARAMETERS(L"?Type", L"?AxisGroup"),
-           return object(c, AxisTarget{t.chart->axis(static_cast<AxisType>(c.whole(0)),
-                                                     static_cast<AxisGroup>(c.whole(1, 1)))})),
-    METHOD(SeriesCollection, PARAMETERS(L"?Index"),
-           if (c.has(0)) return object(c, SeriesTarget{t.chart->series(c.whole(0))});
-           return object(c, SeriesCollectionTarget{t.chart})),
-    METHOD(ChartGroups, PARAMETERS(L"?Index"), return chart_group(t, c)),
-    PUT(PlotVisibleOnly, t.chart->set_plot_visible_only(v.truth())),
-    GET(Shapes, object(c, ShapesTarget{t.chart})),
-    GET(Parent, object(c, ChartObjectTarget{t.chart->container()})),
-};  // namespace ordvane::test
+        PUT_OF(HasAxis, PARAMETERS(L"Index1", L"?Index2"), set_has_axis(t, c, v.truth())),
+        METHOD(Axes, PARAMETERS(L"?Type", L"?AxisGroup"), return axis(t, c)),
+        METHOD(SeriesCollection, PARAMETERS(L"?Index"),
+               if (c.has(0)) return object(c, SeriesTarget{t.chart->series(c.whole(0))});
+               return object(c, SeriesCollectionTarget{t.chart})),
+        METHOD(ChartGroups, PARAMETERS(L"?Index"), return chart_group(t, c)),
+        PUT(PlotVisibleOnly, t.chart->set_plot_visible_only(v.truth())),
+        GET(Shapes, object(c, ShapesTarget{t.chart})),
+        GET(Parent, object(c, ChartObjectTarget{t.chart->container()})),
+  };  // namespace ordvane::test
 }
 
 STAND_IN_TABLE(ChartAreaTarget) {
@@ -351,15 +364,11 @@ STAND_IN_TABLE(ChartGroupTarget) {
 }
 
 STAND_IN_TABLE(SeriesCollectionTarget) {
-  return {GET(Count, t.chart->series_count()),
-          {L"Item", {L"Index"}, nullptr, nullptr,
-           STAND_IN_READER{return object(c, SeriesTarget{t.chart->series(c.whole(0))});
-}
-, true
-}
-, METHOD(NewSeries, PARAMETERS(), return object(c, SeriesTarget{t.chart->new_series()})),
-}
-;
+  return {
+      GET(Count, t.chart->series_count()),
+      DEFAULT_METHOD(Item, PARAMETERS(L"Index"), return object(c, SeriesTarget{t.chart->series(c.whole(0))})),
+      METHOD(NewSeries, PARAMETERS(), return object(c, SeriesTarget{t.chart->new_series()})),
+  };
 }
 
 STAND_IN_TABLE(ShapesTarget) {

@@ -60,9 +60,9 @@ struct Member {
   using Write = void (*)(Target&, const Call&, const Variant&);
   const wchar_t* name;
   std::vector<const wchar_t*> parameters;
-  Read get;
-  Write put;
-  Read method;
+  Read get = nullptr;
+  Write put = nullptr;
+  Read method = nullptr;
   bool is_default = false;
 };
 
@@ -175,54 +175,25 @@ Target* target_of(const VARIANT& value) {
 #define STAND_IN_TABLE(Type) std::vector<Member<Type>> InterfaceOf<Type>::members()
 
 // Rows of a table. `t` is the target, `c` the call, `v` the new value.
-#define STAND_IN_READER []([[maybe_unused]] Target & t, [[maybe_unused]] const Call& c) -> Variant
-#define STAND_IN_WRITER \
-  []([[maybe_unused]] Target & t, [[maybe_unused]] const Call& c, [[maybe_unused]] const Variant& v)
-#define GET(name, ...)               \
-  {                                  \
-    L## #name, {}, STAND_IN_READER { \
-      return __VA_ARGS__;            \
-    }                                \
-    , nullptr, nullptr               \
-  }
-#define PUT(name, ...)                        \
-  {                                           \
-    L## #name, {}, nullptr, STAND_IN_WRITER { \
-      __VA_ARGS__;                            \
-    }                                         \
-    , nullptr                                 \
-  }
-#define GET_PUT(name, read, ...)     \
-  {                                  \
-    L## #name, {}, STAND_IN_READER { \
-      return read;                   \
-    }                                \
-    , STAND_IN_WRITER {              \
-      __VA_ARGS__;                   \
-    }                                \
-    , nullptr                        \
-  }
-#define PARAMETERS(...) \
-  { __VA_ARGS__ }
-#define GET_OF(name, parameters, ...)        \
-  {                                          \
-    L## #name, parameters, STAND_IN_READER { \
-      return __VA_ARGS__;                    \
-    }                                        \
-    , nullptr, nullptr                       \
-  }
-#define DEFAULT_OF(name, parameters, ...)    \
-  {                                          \
-    L## #name, parameters, STAND_IN_READER { \
-      return __VA_ARGS__;                    \
-    }                                        \
-    , nullptr, nullptr, true                 \
-  }
-#define METHOD(name, parameters, ...)                          \
-  {                                                            \
-    L## #name, parameters, nullptr, nullptr, STAND_IN_READER { \
-      __VA_ARGS__;                                             \
-    }                                                          \
-  }
+// clang-format off
+#define STAND_IN_READER(...) \
+  []([[maybe_unused]] Target& t, [[maybe_unused]] const Call& c) -> Variant { __VA_ARGS__; }
+#define STAND_IN_WRITER(...) \
+  []([[maybe_unused]] Target& t, [[maybe_unused]] const Call& c, [[maybe_unused]] const Variant& v) { __VA_ARGS__; }
+#define PARAMETERS(...) {__VA_ARGS__}
+#define GET_OF(name, parameters, ...) Member<Target>{L## #name, parameters, STAND_IN_READER(return __VA_ARGS__)}
+#define GET(name, ...) GET_OF(name, PARAMETERS(), __VA_ARGS__)
+#define PUT_OF(name, parameters, ...) Member<Target>{L## #name, parameters, nullptr, STAND_IN_WRITER(__VA_ARGS__)}
+#define PUT(name, ...) PUT_OF(name, PARAMETERS(), __VA_ARGS__)
+#define GET_PUT(name, read, ...) \
+  Member<Target>{L## #name, PARAMETERS(), STAND_IN_READER(return read), STAND_IN_WRITER(__VA_ARGS__)}
+#define METHOD(name, parameters, ...) \
+  Member<Target>{L## #name, parameters, nullptr, nullptr, STAND_IN_READER(__VA_ARGS__)}
+// The member that an object stands for where none is named.
+#define DEFAULT_OF(name, parameters, ...) \
+  Member<Target>{L## #name, parameters, STAND_IN_READER(return __VA_ARGS__), nullptr, nullptr, true}
+#define DEFAULT_METHOD(name, parameters, ...) \
+  Member<Target>{L## #name, parameters, nullptr, nullptr, STAND_IN_READER(__VA_ARGS__), true}
+// clang-format on
 
 }  // namespace ordvane::test
