@@ -5,12 +5,13 @@
 #include <OrdvaneResults8_i.c>  // the values of the ids
 
 #include "automation/input_output_object.h"
+#include "automation/reports_object.h"
 
 namespace ordvane::automation {
 
 const std::array<PublicClass, 4>& public_classes() {
   static const std::array<PublicClass, 4> classes = {{
-      {CLSID_OrdvaneReports, L"OrdvaneReports", L"Makes the reports of a what-if run", nullptr},
+      {CLSID_OrdvaneReports, L"OrdvaneReports", L"Makes the reports of a what-if run", create_reports},
       {CLSID_DralInputOutput, L"DralInputOutput", L"An input or output of the model", create_input_output},
       {CLSID_OrdvaneSummary, L"OrdvaneSummary", L"The totals of an analysis", nullptr},
       {CLSID_OrdvaneEnumerations, L"OrdvaneEnumerations", L"Holds the enumerations", nullptr},

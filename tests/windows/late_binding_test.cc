@@ -1,5 +1,7 @@
 // Late-bound clients: what is converted, what is refused, and how failures arrive.
 
+#include "windows/late_binding.h"
+
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -9,48 +11,10 @@
 namespace ordvane::test {
 namespace {
 
-VARIANT variant(VARTYPE type, LONGLONG bits = 0) {
-  VARIANT value;
-  VariantInit(&value);
-  value.llVal = bits;
-  value.vt = type;
-  return value;
-}
-VARIANT number(double value) {
-  VARIANT result = variant(VT_R8);
-  result.dblVal = value;
-  return result;
-}
-VARIANT text(const wchar_t* value) {
-  VARIANT result = variant(VT_BSTR);
-  result.bstrVal = SysAllocString(value);
-  return result;
-}
-
-struct Answer {
-  HRESULT status = S_OK;
-  VARIANT result = variant(VT_EMPTY);
-  EXCEPINFO exception = {};
-  UINT wrong_argument = 99;
-};
-
 class LateBinding : public testing::Test {
  protected:
-  // `arguments` in the order in which a script writes them.
-  Answer call(const wchar_t* name, WORD flags, std::vector<VARIANT> arguments) {
-    Answer answer;
-    DISPID member = 0;
-    auto* spelling = const_cast<wchar_t*>(name);
-    answer.status = record_->GetIDsOfNames(IID_NULL, &spelling, 1, LOCALE_USER_DEFAULT, &member);
-    if (FAILED(answer.status)) return answer;
-    std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
-    DISPID put = DISPID_PROPERTYPUT;
-    const bool puts = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
-    DISPPARAMS given = {reversed.data(), puts ? &put : nullptr, static_cast<UINT>(reversed.size()),
-                        puts ? 1U : 0U};
-    answer.status = record_->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, flags, &given, &answer.result,
-                                    &answer.exception, &answer.wrong_argument);
-    return answer;
+  Answer call(const wchar_t* name, WORD flags, const std::vector<VARIANT>& arguments) {
+    return invoke(*record_.get(), name, flags, arguments);
   }
   Answer put(const wchar_t* name, VARIANT value) { return call(name, DISPATCH_PROPERTYPUT, {value}); }
   VARIANT get(const wchar_t* name) { return call(name, DISPATCH_PROPERTYGET, {}).result; }
@@ -110,9 +74,7 @@ TEST_F(LateBinding, ConvertsWithoutLossOrRefuses) {
       continue;
     }
     EXPECT_EQ(answer.status, S_OK) << c.what;
-    VARIANT read = get(c.member);
-    EXPECT_EQ(VariantChangeType(&read, &read, 0, VT_R8), S_OK) << c.what;
-    EXPECT_EQ(read.dblVal, c.read_back) << c.what;
+    EXPECT_EQ(as_number(get(c.member)), c.read_back) << c.what;
   }
 }
 
@@ -120,14 +82,10 @@ TEST_F(LateBinding, TextsAreCounted) {
   VARIANT given = variant(VT_BSTR);
   given.bstrVal = SysAllocStringLen(L"a\0\x00E4\xD83D\xDE00", 5);
   ASSERT_EQ(put(L"ioName", given).status, S_OK);
-  VARIANT read = get(L"ioName");
-  EXPECT_EQ(std::wstring(read.bstrVal, SysStringLen(read.bstrVal)), std::wstring(given.bstrVal, 5));
-  VariantClear(&read);
+  EXPECT_EQ(text_of(get(L"ioName")), std::wstring(given.bstrVal, 5));
   VariantClear(&given);
   ASSERT_EQ(put(L"ioName", variant(VT_I4, 42)).status, S_OK);
-  read = get(L"ioName");
-  EXPECT_STREQ(read.bstrVal, L"42");
-  VariantClear(&read);
+  EXPECT_EQ(text_of(get(L"ioName")), L"42");
 }
 
 TEST_F(LateBinding, NamesTheWrongArgumentAndTheWrongCount) {
@@ -201,6 +159,14 @@ TEST_F(LateBinding, FailuresCarryCodeDescriptionAndSource) {
     SysFreeString(answer.exception.bstrDescription);
     SysFreeString(answer.exception.bstrSource);
   }
+  ComPtr<IProvideClassInfo> described;
+  ComPtr<ITypeInfo> type;
+  BSTR name = nullptr;
+  ASSERT_EQ(record_->QueryInterface(IID_IProvideClassInfo, described.receive_void()), S_OK);
+  ASSERT_EQ(described->GetClassInfo(type.receive()), S_OK);
+  type->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr);
+  EXPECT_STREQ(name, L"DralInputOutput");
+  SysFreeString(name);
   ComPtr<ISupportErrorInfo> support;
   ASSERT_EQ(record_->QueryInterface(IID_ISupportErrorInfo, support.receive_void()), S_OK);
   EXPECT_EQ(support->InterfaceSupportsErrorInfo(__uuidof(_DralInputOutput)), S_OK);
@@ -209,38 +175,24 @@ TEST_F(LateBinding, FailuresCarryCodeDescriptionAndSource) {
 }
 
 TEST_F(LateBinding, EveryFieldOfARecordKeepsWhatIsWritten) {
-  // Through the function table; the public fields are the first 47 of it.
-  ComPtr<ITypeInfo> info;
-  ASSERT_EQ(record_->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.receive()), S_OK);
   for (DISPID id = 0x40030000; id < 0x40030000 + 47; ++id) {
-    VARIANT value = variant(VT_I4, 1 + (id & 0x7F));
-    DISPID put = DISPID_PROPERTYPUT;
-    DISPPARAMS given = {&value, &put, 1, 1};
-    VARIANT read = variant(VT_EMPTY);
-    DISPPARAMS none = {};
-    const auto invoke = [&](WORD flags, DISPPARAMS& arguments, VARIANT* result) {
-      return record_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &arguments, result, nullptr, nullptr);
-    };
-    ASSERT_EQ(invoke(DISPATCH_PROPERTYGET, none, &read), S_OK);
-    if (read.vt == VT_BOOL) {
-      value = variant(VT_BOOL, 0xFFFF);
-    } else if (read.vt == VT_DISPATCH) {
-      EXPECT_EQ(read.pdispVal, nullptr);
+    const VARIANT first = invoke(*record_.get(), id, DISPATCH_PROPERTYGET, {}).result;
+    if (first.vt == VT_DISPATCH) {
+      EXPECT_EQ(first.pdispVal, nullptr);
       const ComPtr<_DralInputOutput> other = server_.make_record();
-      value.vt = VT_DISPATCH;
-      value.pdispVal = other.get();
-      ASSERT_EQ(invoke(DISPATCH_PROPERTYPUTREF, given, nullptr), S_OK);
-      ASSERT_EQ(invoke(DISPATCH_PROPERTYGET, none, &read), S_OK);
+      VARIANT cells = variant(VT_DISPATCH);
+      cells.pdispVal = other.get();
+      ASSERT_EQ(invoke(*record_.get(), id, DISPATCH_PROPERTYPUTREF, {cells}).status, S_OK);
+      VARIANT read = invoke(*record_.get(), id, DISPATCH_PROPERTYGET, {}).result;
       EXPECT_EQ(read.pdispVal, static_cast<IDispatch*>(other.get()));
       VariantClear(&read);
       continue;
     }
-    ASSERT_EQ(invoke(DISPATCH_PROPERTYPUT, given, nullptr), S_OK) << std::hex << id;
-    VariantClear(&read);
-    ASSERT_EQ(invoke(DISPATCH_PROPERTYGET, none, &read), S_OK);
-    const LONG expected = read.vt == VT_BOOL ? -1 : value.lVal;
-    ASSERT_EQ(VariantChangeType(&read, &read, 0, VT_I4), S_OK);
-    EXPECT_EQ(read.lVal, expected) << std::hex << id;
+    const LONG value = first.vt == VT_BOOL ? -1 : 1 + (id & 0x7F);
+    ASSERT_EQ(invoke(*record_.get(), id, DISPATCH_PROPERTYPUT, {variant(VT_I4, value)}).status, S_OK)
+        << std::hex << id;
+    EXPECT_EQ(as_number(invoke(*record_.get(), id, DISPATCH_PROPERTYGET, {}).result), value)
+        << std::hex << id;
   }
 }
 

@@ -113,10 +113,10 @@ TEST(RegisteredServer, ClassesAreMadeByNameOrRefused) {
     const wchar_t* name;
     HRESULT made;
   };
-  for (const Case& c : {Case{L"OrdvaneResults8.OrdvaneReports", CLASS_E_CLASSNOTAVAILABLE},
-                        Case{L"OrdvaneResults8.DralInputOutput", S_OK},
-                        Case{L"OrdvaneResults8.OrdvaneSummary", CLASS_E_CLASSNOTAVAILABLE},
-                        Case{L"OrdvaneResults8.OrdvaneEnumerations", CLASS_E_CLASSNOTAVAILABLE}}) {
+  for (const Case& c :
+       {Case{L"OrdvaneResults8.OrdvaneReports", S_OK}, Case{L"OrdvaneResults8.DralInputOutput", S_OK},
+        Case{L"OrdvaneResults8.OrdvaneSummary", CLASS_E_CLASSNOTAVAILABLE},
+        Case{L"OrdvaneResults8.OrdvaneEnumerations", CLASS_E_CLASSNOTAVAILABLE}}) {
     CLSID id = {};
     ComPtr<IDispatch> object;
     ASSERT_EQ(CLSIDFromProgID(c.name, &id), S_OK);

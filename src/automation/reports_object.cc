@@ -1,0 +1,206 @@
+#include "automation/reports_object.h"
+
+#include <OrdvaneResults8.h>
+
+#include <memory>
+#include <string>
+
+#include "automation/apartment.h"
+#include "automation/arrays.h"
+#include "automation/excel_dispatch.h"
+#include "automation/late_bound.h"
+#include "automation/wire.h"
+#include "model/summary.h"
+#include "service/ordvane_reports.h"
+#include "tables/summary_report.h"
+
+namespace ordvane::automation {
+namespace {
+
+// The name under which the spreadsheet knows a workbook that a client holds.
+std::string workbook_name(IDispatch* workbook) {
+  try {
+    return LateBound(ComPtr<IDispatch>(workbook), L"Workbook", std::make_shared<MemberNames>())
+        .get(L"Name")
+        .text();
+  } catch (const host::Error&) {
+    throw host::Error(host::errc::kTypeMismatch, "rWB: expected a workbook of the spreadsheet");
+  }
+}
+
+class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneReports> {
+ public:
+  ReportsObject() : services_(apartment_services()), reports_(services_) {}
+
+#define ORDVANE_FIELD(number, type, name)                            \
+  HRESULT STDMETHODCALLTYPE get_##name(Wire##type* value) override { \
+    return answer_client([&] { give(value, reports_.name); });       \
+  }                                                                  \
+  HRESULT STDMETHODCALLTYPE put_##name(Wire##type value) override {  \
+    return answer_client([&] { take(reports_.name, value); });       \
+  }
+#include "service/report_settings.def"
+
+#define ORDVANE_PROPERTY(number, type, name, initial)                \
+  HRESULT STDMETHODCALLTYPE get_##name(Wire##type* value) override { \
+    return answer_client([&] { give(value, reports_.name()); });     \
+  }                                                                  \
+  HRESULT STDMETHODCALLTYPE put_##name(Wire##type* value) override { \
+    return answer_client([&] {                                       \
+      service::OrdvaneReports::type taken{};                         \
+      take(taken, at(value));                                        \
+      reports_.set_##name(taken);                                    \
+    });                                                              \
+  }
+#include "service/report_properties.def"
+
+  HRESULT STDMETHODCALLTYPE get_name(BSTR* value) override {
+    return answer_client([&] { give(value, reports_.name()); });
+  }
+
+  HRESULT STDMETHODCALLTYPE get_WatermarkText(BSTR* value) override {
+    return give_watermark(value, reports_.WatermarkText());
+  }
+  HRESULT STDMETHODCALLTYPE put_WatermarkText(BSTR* value) override {
+    return answer_client([&] { reports_.set_WatermarkText(utf8(at(value))); });
+  }
+  HRESULT STDMETHODCALLTYPE get_WatermarkTextPrimary(BSTR* value) override {
+    return give_watermark(value, reports_.WatermarkTextPrimary());
+  }
+  HRESULT STDMETHODCALLTYPE get_WatermarkTextSecondary(BSTR* value) override {
+    return give_watermark(value, reports_.WatermarkTextSecondary());
+  }
+
+  HRESULT STDMETHODCALLTYPE Initialize(IDispatch** p_XLObj, LONG* p_hVars) override {
+    return answer_client([&] { reports_.Initialize(wrap_excel(at(p_XLObj)), at(p_hVars)); });
+  }
+  HRESULT STDMETHODCALLTYPE Terminate() override {
+    return answer_client([&] { reports_.Terminate(); });
+  }
+  HRESULT STDMETHODCALLTYPE GenerateReports(SAFEARRAY** isSelectedOutput, LONG* result) override {
+    return answer_client([&] { give(result, reports_.GenerateReports(longs(at(isSelectedOutput)))); });
+  }
+
+  HRESULT STDMETHODCALLTYPE multiReport(IDispatch** rWB, SAFEARRAY** isSelectedOutput, SAFEARRAY** trInputs,
+                                        SAFEARRAY** trOutputs, LONG* NumIterations,
+                                        OrdvaneOutputMode* outputMode, LONG* runNumber, LONG* totalRuns,
+                                        LONG* result) override {
+    return answer_client([&] {
+      const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      give(result, reports_.multiReport(*workbook, longs(at(isSelectedOutput)), records(at(trInputs)),
+                                        records(at(trOutputs)), at(NumIterations),
+                                        static_cast<model::OrdvaneOutputMode>(at(outputMode)), at(runNumber),
+                                        at(totalRuns)));
+    });
+  }
+  HRESULT STDMETHODCALLTYPE getInputForIteration(IDispatch** rWB, SAFEARRAY** isSelectedOutput,
+                                                 SAFEARRAY** trInputs, SAFEARRAY** trOutputs,
+                                                 LONG* inputUpperBound, LONG* outputUpperBound,
+                                                 LONG* groupCounter, LONG* recalculationCounter,
+                                                 LONG* NumIterations, OrdvaneOutputMode* outputMode,
+                                                 LONG* runNumber, LONG* totalRuns, LONG* result) override {
+    return answer_client([&] {
+      const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      std::int32_t groups = at(groupCounter);
+      std::int32_t recalculations = at(recalculationCounter);
+      const std::int32_t status = reports_.getInputForIteration(
+          *workbook, longs(at(isSelectedOutput)), records(at(trInputs)), records(at(trOutputs)),
+          at(inputUpperBound), at(outputUpperBound), groups, recalculations, at(NumIterations),
+          static_cast<model::OrdvaneOutputMode>(at(outputMode)), at(runNumber), at(totalRuns));
+      *groupCounter = groups;
+      *recalculationCounter = recalculations;
+      give(result, status);
+    });
+  }
+  HRESULT STDMETHODCALLTYPE MakeSummaryReport(IDispatch** rWB, SAFEARRAY** isSelectedOutput,
+                                              SAFEARRAY** trResults, SAFEARRAY** trOutputs,
+                                              _OrdvaneSummary** trSum, LONG* runNumber, LONG* totalRuns,
+                                              LONG* result) override {
+    return answer_client([&] {
+      const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      give(result, tables::MakeSummaryReport(session(), *workbook, longs(at(isSelectedOutput)),
+                                             records(at(trResults)), records(at(trOutputs)),
+                                             summary(at(trSum)), at(runNumber), at(totalRuns)));
+    });
+  }
+  HRESULT STDMETHODCALLTYPE makeOutputsMissingReport(IDispatch** rWB, SAFEARRAY** isSelectedOutput,
+                                                     SAFEARRAY** trResults, SAFEARRAY** trOutputs,
+                                                     LONG* t_NumUnreportedOutputs,
+                                                     SAFEARRAY** t_UnreportedOutputs, LONG* runNumber,
+                                                     LONG* totalRuns, LONG* result) override {
+    return answer_client([&] {
+      const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      give(result, tables::makeOutputsMissingReport(
+                       session(), *workbook, longs(at(isSelectedOutput)), records(at(trResults)),
+                       records(at(trOutputs)), at(t_NumUnreportedOutputs), longs(at(t_UnreportedOutputs)),
+                       at(runNumber), at(totalRuns)));
+    });
+  }
+
+ private:
+  template <class Step>
+  HRESULT answer_client(Step&& step) noexcept {
+    const ComPtr<IUnknown> alive(static_cast<_OrdvaneReports*>(this));  // the host may let go meanwhile
+    return answer(__uuidof(_OrdvaneReports), std::forward<Step>(step));
+  }
+
+  // The watermark reads as empty when its text cannot be copied.
+  static HRESULT give_watermark(BSTR* value, const std::string& text) noexcept {
+    if (value == nullptr) return E_POINTER;
+    *value = nullptr;
+    try {
+      *value = make_bstr(text);
+    } catch (const std::bad_alloc&) {
+      *value = nullptr;
+    }
+    return S_OK;
+  }
+
+  session::Session& session() {
+    return services_->session;
+  }
+
+  std::shared_ptr<tables::ReportWorkbook> report_workbook(IDispatch* rWB) {
+    if (rWB == nullptr)
+      throw host::Error(host::errc::kObjectNotSet, "rWB is Nothing; expected a workbook of the spreadsheet");
+    std::shared_ptr<host::Workbook> target = session().application().workbook(workbook_name(rWB));
+    if (!services_->workbook_factory)
+      services_->workbook_factory = std::make_unique<tables::ReportWorkbookFactory>();
+    std::shared_ptr<tables::ReportWorkbook> workbook = services_->workbook_factory->CreateReportWorkbook(
+        session(), "Ordvane", std::move(target), reports_.SingleWorkbookAllResults, session().language_id);
+    workbook->SetExcelReady(session().excel_ready);
+    return workbook;
+  }
+
+  // A summary of any client: read through its interface.
+  static model::OrdvaneSummary summary(_OrdvaneSummary* trSum) {
+    if (trSum == nullptr)
+      throw host::Error(host::errc::kObjectNotSet, "trSum is Nothing; expected an OrdvaneSummary");
+    model::OrdvaneSummary read;
+    const auto check = [](HRESULT status) {
+      if (FAILED(status)) throw host::Error(status, "trSum could not be read");
+    };
+#define ORDVANE_FIELD(number, type, name) \
+  {                                       \
+    Wire##type value{};                   \
+    check(trSum->get_##name(&value));     \
+    take(read.name, value);               \
+  }
+#include "model/summary_fields.def"
+    LONG inputs = 0;
+    check(trSum->get_MaximumNumberOfInputs(&inputs));
+    if (inputs != 0) read.set_MaximumNumberOfInputs(inputs);
+    return read;
+  }
+
+  std::shared_ptr<service::Services> services_;
+  service::OrdvaneReports reports_;
+};
+
+}  // namespace
+
+HRESULT create_reports(REFIID id, void** object) {
+  return create<ReportsObject>(id, object);
+}
+
+}  // namespace ordvane::automation
