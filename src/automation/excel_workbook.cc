@@ -99,6 +99,7 @@ class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
   void freeze_panes(std::int32_t rows, std::int32_t columns) override;
   void set_display_gridlines(bool shown) override { window().put(L"DisplayGridlines", shown); }
   void activate() override { it_.call(L"Activate"); }
+  void move_before(const std::string& sheet) override;
   void remove() override;
 
  private:
@@ -165,6 +166,13 @@ void ExcelWorksheet::freeze_panes(std::int32_t rows, std::int32_t columns) {
   shown.put(L"SplitRow", rows);
   shown.put(L"SplitColumn", columns);
   if (rows > 0 || columns > 0) shown.put(L"FreezePanes", true);
+}
+
+void ExcelWorksheet::move_before(const std::string& sheet) {
+  const LateBound other = it_.object(L"Parent", kinds::kWorkbook)
+                              .object(L"Worksheets", kinds::kSheets)
+                              .object(L"Item", kinds::kWorksheet, {sheet});
+  it_.call(L"Move", {other.dispatch()});
 }
 
 // Excel would ask the user otherwise, and answers False where it was not done.

@@ -205,6 +205,9 @@ class Worksheet {
   virtual void freeze_panes(std::int32_t rows, std::int32_t columns) = 0;
   virtual void set_display_gridlines(bool shown) = 0;
   virtual void activate() = 0;
+  // Puts the sheet before another one of its workbook, named without regard to case; error 9 when there is
+  // none. Which sheet is active afterwards is left to the spreadsheet.
+  virtual void move_before(const std::string& sheet) = 0;
   // Removes the sheet; throws for the last one of a workbook.
   virtual void remove() = 0;
 };

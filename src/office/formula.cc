@@ -201,6 +201,10 @@ CellValue choose(const Arguments& arguments, CellSource& cells) {
   if (condition.number != 0) return compute_node(*arguments[1], cells);
   return arguments.size() > 2 ? compute_node(*arguments[2], cells) : CellValue::boolean(false);
 }
+// What the cell of a link shows; where it leads is up to the program that opens the workbook.
+CellValue shown_link(const Arguments& arguments, CellSource& cells) {
+  return compute_node(*arguments.back(), cells);
+}
 CellValue not_available(const Arguments&, CellSource&) {
   return CellError::kNA;
 }
@@ -211,8 +215,9 @@ struct FunctionEntry {
   Node::Function function;
 };
 constexpr std::size_t kAnyNumber = 255;
-constexpr std::array<FunctionEntry, 8> kFunctions = {{
+constexpr std::array<FunctionEntry, 9> kFunctions = {{
     {"abs", 1, 1, absolute},
+    {"hyperlink", 1, 2, shown_link},
     {"if", 2, 3, choose},
     {"isnumber", 1, 1, is_number},
     {"max", 1, kAnyNumber, greatest},

@@ -46,6 +46,7 @@ class WorksheetHandle final : public host::Worksheet {
   void freeze_panes(std::int32_t rows, std::int32_t columns) override;
   void set_display_gridlines(bool shown) override;
   void activate() override;
+  void move_before(const std::string& name) override;
   void remove() override;
 
  private:

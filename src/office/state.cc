@@ -26,6 +26,23 @@ std::shared_ptr<Sheet> Book::add_sheet(const std::string& name) {
   return sheet;
 }
 
+void Book::move_sheet(const Sheet& sheet, const Sheet& before) {
+  if (&sheet == &before) return;
+  const auto active = sheets[model->active_sheet];
+  const auto move = [](auto& list, std::size_t from, std::size_t to) {
+    const auto at = [&list](std::size_t place) { return list.begin() + static_cast<std::ptrdiff_t>(place); };
+    if (from > to)
+      std::rotate(at(to), at(from), at(from + 1));
+    else
+      std::rotate(at(from), at(from + 1), at(to));
+  };
+  const std::size_t from = position(sheet);
+  const std::size_t to = position(before);
+  move(sheets, from, to);
+  move(model->sheets, from, to);
+  model->active_sheet = position(*active);
+}
+
 void Book::remove_sheet(const Sheet& sheet) {
   if (sheets.size() == 1) refuse("A workbook keeps at least one sheet");
   const std::size_t place = position(sheet);

@@ -26,6 +26,7 @@ struct Book : std::enable_shared_from_this<Book> {
   std::shared_ptr<Sheet> find_sheet(const std::string& name) const;
   std::shared_ptr<Sheet> add_sheet(const std::string& name);
   void remove_sheet(const Sheet& sheet);
+  void move_sheet(const Sheet& sheet, const Sheet& before);
   std::size_t position(const Sheet& sheet) const;
   void activate(const Sheet& sheet);
 };

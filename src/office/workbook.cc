@@ -131,6 +131,12 @@ void WorksheetHandle::activate() {
   book.activate(*sheet_);
 }
 
+void WorksheetHandle::move_before(const std::string& name) {
+  const auto other = book_of(*sheet_).find_sheet(name);
+  if (!other) throw host::Error(host::errc::kSubscriptOutOfRange, "There is no sheet '" + name + "'");
+  book_of(*sheet_).move_sheet(*sheet_, *other);
+}
+
 void WorksheetHandle::remove() {
   book_of(*sheet_).remove_sheet(*sheet_);
 }

@@ -2,11 +2,44 @@
 #include "tables/report_workbook.h"
 
 #include "model/text.h"
+#include "tables/look.h"
 
 namespace ordvane::tables {
 namespace {
 
 constexpr std::int32_t kLongestSheetName = 31;  // UTF-16 units
+
+constexpr std::size_t kMostSheetsWithoutContents = 6;
+
+// String ids.
+constexpr std::int16_t kContents = 240;
+constexpr std::int16_t kSheetColumn = 241;
+constexpr std::int16_t kReportColumn = 242;
+// Shared labels of title blocks, by their small index.
+constexpr std::int32_t kRunLabel = 13;
+constexpr std::int32_t kOutputLabel = 15;
+
+// What a report's title block says under this label; blank when it has no such line.
+host::CellValue line_of(const ReportSheet& report, const std::string& label) {
+  for (const TitleLine& line : report.title_lines())
+    if (line.label == label) return line.value;
+  return {};
+}
+
+std::string doubled(const std::string& text, char quote) {
+  std::string result;
+  for (const char c : text) {
+    result += c;
+    if (c == quote) result += c;
+  }
+  return result;
+}
+
+// A formula that shows the sheet's name and leads to its first cell.
+std::string link_to(const std::string& sheet) {
+  return "=HYPERLINK(\"" + doubled("#'" + doubled(sheet, '\'') + "'!A1", '"') + "\",\"" +
+         doubled(sheet, '"') + "\")";
+}
 
 std::string numbered(const std::string& name, std::int32_t copy) {
   const std::string tail = copy == 1 ? "" : " (" + std::to_string(copy) + ")";
@@ -77,16 +110,63 @@ std::shared_ptr<ReportSheet> ReportWorkbook::AddSheet(const std::string& name) {
   }
   added_.insert(place.name);
   if (!first_sheet_) first_sheet_ = worksheet;
-  return std::make_shared<ReportSheet>(session_, worksheet);
+  reports_.push_back(std::make_shared<ReportSheet>(session_, worksheet));
+  return reports_.back();
+}
+
+// One row a report sheet: a link to it, what it is, and what it is about.
+void ReportWorkbook::add_contents() {
+  const auto reports = reports_;
+  std::set<std::string> runs;
+  for (const auto& report : reports) {
+    const host::CellValue run = line_of(*report, session_.CommonString(kRunLabel));
+    if (run.kind != host::CellKind::kBlank) runs.insert(run.text);
+  }
+  const bool several_runs = runs.size() > 1;
+  const std::int32_t rows = static_cast<std::int32_t>(reports.size());
+  const std::int32_t columns = several_runs ? 4 : 3;
+  const std::string first = first_sheet_->name();
+  const auto sheet = AddSheet(session_.text(kContents));
+  sheet->AddTitleBlock(session_.text(kContents), {});
+  sheet->SetSheetOption(1);
+  const auto table = sheet->AddTable(rows, columns, 1, 0, "", "");
+  const auto column = [&](std::int32_t number, const std::string& caption) {
+    table->SetColumnHeader(number, caption, host::HAlign::kLeft, host::HAlign::kLeft, 0, kNameColumnWidth, "",
+                           true);
+  };
+  column(1, session_.text(kSheetColumn));
+  column(2, session_.text(kReportColumn));
+  column(3, session_.CommonString(kOutputLabel));
+  if (several_runs) column(4, session_.CommonString(kRunLabel));
+  host::CellBlock body(rows, columns);
+  for (std::int32_t row = 1; const auto& report : reports) {
+    body.set_text(row, 1, report->SheetWorksheet()->name());
+    body.set_text(row, 2, report->title());
+    body.set(row, 3, line_of(*report, session_.CommonString(kOutputLabel)));
+    if (several_runs) body.set(row, 4, line_of(*report, session_.CommonString(kRunLabel)));
+    ++row;
+  }
+  table->PutBody(1, body);
+  const auto links = table->Body(1, 1, rows);
+  links->set_number_format("General");  // a formula in a text cell would be shown, not followed
+  links->set_font({.color = look::kAccent});
+  for (std::int32_t row = 1; const auto& report : reports)
+    table->Body(row++, 1)->set_formula(link_to(report->SheetWorksheet()->name()));
+  sheet->FinishSheet();
+  sheet->SheetWorksheet()->range("a1")->select();
+  sheet->SheetWorksheet()->move_before(first);
+  first_sheet_ = sheet->SheetWorksheet();
 }
 
 void ReportWorkbook::ReportsComplete() {
   if (!first_sheet_) return;
+  const host::CellValue subject = first_sheet_->range(1, 1, 1, 1)->value();
+  if (reports_.size() > kMostSheetsWithoutContents) add_contents();
   // A workbook of the user's own keeps its properties.
   if (!target_) {
     host::DocumentProperties properties;
     properties.title = name_;
-    properties.subject = first_sheet_->range(1, 1, 1, 1)->value().text;
+    properties.subject = subject.text;
     workbook_->set_properties(properties);
   }
   if (!excel_ready_) return;

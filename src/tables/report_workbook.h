@@ -56,7 +56,8 @@ class ReportWorkbook {
   // A sheet after the last one. A name that is taken gets " (2)", " (3)" … within the spreadsheet's 31
   // characters.
   std::shared_ptr<ReportSheet> AddSheet(const std::string& name);
-  // Sets the document properties of a new workbook and shows the first report sheet.
+  // Adds a list of the report sheets with links where there are many, before the first one; sets the document
+  // properties of a new workbook; shows the first report sheet, or the list.
   void ReportsComplete();
 
   // The workbook that holds the reports; null until the first sheet is added.
@@ -69,6 +70,7 @@ class ReportWorkbook {
   };
 
   void open_workbook();
+  void add_contents();
   SheetPlace place_for(const std::string& name);
   std::shared_ptr<host::Worksheet> take_worksheet();
 
@@ -80,6 +82,7 @@ class ReportWorkbook {
   std::shared_ptr<host::Workbook> workbook_;
   std::shared_ptr<host::Worksheet> empty_sheet_;  // the one a new workbook comes with, until it is used
   std::shared_ptr<host::Worksheet> first_sheet_;
+  std::vector<std::shared_ptr<ReportSheet>> reports_;
   std::set<std::string> added_;                 // names of the sheets added here
   std::map<std::string, std::int32_t> copies_;  // by wanted name: how many names were tried
 };
@@ -97,6 +100,8 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   ReportSheet(session::Session& session, std::shared_ptr<host::Worksheet> worksheet);
 
   const std::shared_ptr<host::Worksheet>& SheetWorksheet() const { return worksheet_; }
+  const std::string& title() const { return title_; }
+  const std::vector<TitleLine>& title_lines() const { return title_lines_; }
   void AddTitleBlock(const std::string& title, const std::vector<TitleLine>& lines);
   void AddTitleBlockEx(const std::string& title, const std::vector<TitleLine>& lines);
   // 1: printed pages are set up for reports (width of one page, header and footer).

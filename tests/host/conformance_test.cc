@@ -98,6 +98,27 @@ TEST_P(Conformance, SheetNamesFollowTheRules) {
   EXPECT_NO_THROW(sheet->set_name("SAME")) << "a sheet may keep its own name in another case";
 }
 
+TEST_P(Conformance, SheetsAreMovedWithTheirContents) {
+  const std::string first = sheet->name();
+  at("A1")->set_value("first");
+  for (const char* name : {"B", "C", "D"}) {
+    book->add_worksheet()->set_name(name);
+    book->worksheet(name)->range("A1")->set_value(name);
+  }
+  const auto names = [&] {
+    std::string text;
+    for (const auto& each : book->worksheets()) text += (each->name() == first ? "A" : each->name());
+    return text;
+  };
+  book->worksheet("d")->move_before(first);
+  EXPECT_EQ(names(), "DABC");
+  book->worksheet("D")->move_before("c");
+  EXPECT_EQ(names(), "ABDC");
+  EXPECT_EQ(fault([&] { sheet->move_before("E"); }), errc::kSubscriptOutOfRange);
+  EXPECT_EQ(at("A1")->value().text, "first");
+  EXPECT_EQ(book->worksheet("D")->range("A1")->value().text, "D");
+}
+
 TEST_P(Conformance, SheetsComeAfterTheLastAndTheLastOneStays) {
   const auto added = book->add_worksheet();
   EXPECT_EQ(book->worksheets().back()->name(), added->name());

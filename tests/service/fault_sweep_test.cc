@@ -110,7 +110,7 @@ class Sweep {
     const auto names = bench.sheet_names(reports);
     ASSERT_FALSE(names.empty());
     EXPECT_EQ(names.back(), "Summary");
-    EXPECT_EQ(names.size(), 9U);
+    EXPECT_EQ(names.size(), 10U);
   }
 
   Failing failing_;

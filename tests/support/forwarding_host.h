@@ -185,6 +185,7 @@ class ForwardingWorksheet final : public Wrapper<host::Worksheet> {
   ORDVANE_FORWARD(void, freeze_panes, (std::int32_t rows, std::int32_t columns), (rows, columns))
   ORDVANE_FORWARD(void, set_display_gridlines, (bool shown), (shown))
   ORDVANE_FORWARD(void, activate, (), ())
+  ORDVANE_FORWARD(void, move_before, (const std::string& sheet), (sheet))
   ORDVANE_FORWARD(void, remove, (), ())
 };
 #undef ORDVANE_WRAPPED

@@ -29,6 +29,32 @@ TEST(ReportWorkbook, IsANewWorkbookWithoutEmptySheets) {
   EXPECT_EQ(book.properties.subject, "What moves it");
 }
 
+TEST(ReportWorkbook, ManySheetsGetAListOfThemWithLinks) {
+  for (const std::size_t sheets : {6U, 7U}) {
+    test::TablesBench bench;
+    ReportWorkbook reports(bench.session, "Ordvane", nullptr, true, 0);
+    reports.SetExcelReady(true);
+    for (std::size_t i = 1; i <= sheets; ++i)
+      reports.AddSheet("It's \"" + std::to_string(i) + "\"")
+          ->AddTitleBlock("Report " + std::to_string(i), {{bench.session.CommonString(15), "Profit (B2)"}});
+    reports.ReportsComplete();
+    const auto names = test::sheet_names(bench.model(reports));
+    if (sheets == 6) {
+      EXPECT_EQ(names.size(), sheets);
+      continue;
+    }
+    ASSERT_EQ(names.size(), sheets + 1);
+    const auto contents = reports.workbook()->worksheets().front();
+    EXPECT_EQ(names[1], "It's \"1\"");
+    EXPECT_EQ(bench.app->active_sheet()->name(), contents->name());
+    EXPECT_EQ(contents->range("A4")->formula(), "=HYPERLINK(\"#'It''s \"\"1\"\"'!A1\",\"It's \"\"1\"\"\")");
+    EXPECT_EQ(contents->range("A10")->value().text, "It's \"7\"");
+    EXPECT_EQ(contents->range("B10")->value().text, "Report 7");
+    EXPECT_EQ(contents->range("C10")->value().text, "Profit (B2)");
+    EXPECT_EQ(bench.model(reports).properties.subject, "Report 1");
+  }
+}
+
 struct NameCase {
   const char* what;
   bool overwrite;

@@ -243,6 +243,12 @@ Variant add_sheet(SheetsTarget& t, const Call& c) {
   return object(c, WorksheetTarget{added});
 }
 
+void move_sheet(const WorksheetTarget& t, const Call& c) {
+  const auto* before = c.has(0) ? target_of<WorksheetTarget>(c.value(0)) : nullptr;
+  if (before == nullptr || c.has(1)) refuse("Sheets are moved before another one here");
+  t.sheet->move_before(before->sheet->name());
+}
+
 // With alerts on the user is asked, and here says no.
 Variant delete_sheet(const WorksheetTarget& t, const Call& c) {
   if (app(c).display_alerts()) return false;
@@ -421,6 +427,7 @@ STAND_IN_TABLE(WorksheetTarget) {
         METHOD(ChartObjects, PARAMETERS(L"?Index"), return make_chart_objects(c, t.sheet)),
         GET(PageSetup, object(c, PageTarget{t.sheet})),
         METHOD(Activate, PARAMETERS(), t.sheet->activate(); return {}),
+        METHOD(Move, PARAMETERS(L"?Before", L"?After"), move_sheet(t, c); return {}),
         METHOD(Delete, PARAMETERS(), return delete_sheet(t, c)),
   };
 }
