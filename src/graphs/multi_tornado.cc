@@ -11,6 +11,7 @@
 #include "graphs/chart_helpers.h"
 #include "graphs/graph_sheet.h"
 #include "host/error.h"
+#include "tables/text_estimate.h"
 #include "tables/utils.h"
 
 namespace ordvane::graphs {
@@ -35,8 +36,6 @@ constexpr std::int16_t kBaseZeroNote = 608;
 constexpr std::int16_t kNoUsableBase = 1007;
 constexpr std::int16_t kOutputBaseZero = 1026;
 constexpr std::int16_t kNoMultiTornado = 1041;
-
-constexpr const char* kBetweenMembers = " \xC3\x97 ";  // multiplication sign
 
 // Columns of the table, after those that say where the inputs are (one a step of the range mode).
 enum Column : std::int32_t { kRank = 1, kName, kLow, kLowChange, kHigh, kHighChange, kColumns = kHighChange };
@@ -140,7 +139,8 @@ class MultiTornado {
       const model::DralInputOutput& input = inputs_(member);
       books.push_back(input.bookName);
       sheets.push_back(input.sheetName);
-      name += (name.empty() ? "" : kBetweenMembers) + ItemLabel(input);
+      if (!name.empty()) name += tables::kBetweenMembers;
+      name += ItemLabel(input);
     }
     if (range_mode_ == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, distinct(books));
     if (range_mode_ != model::OrdvaneRangeCellMode) rows_.set_text(row, range_mode_, distinct(sheets));
@@ -172,6 +172,8 @@ class MultiTornado {
     write_headers(*table);
     table->PutBody(1, rows_);
     const std::string format = ValueFormat(output_);
+    session_.log.line("GenerateMultiTornadoReport t_InputsCount: " + session::log_text(bars_) +
+                      "    numberFormat: " + format);
     for (const Column value : {kLow, kHigh})
       if (!format.empty()) table->FormatBody(1, bars_, column(value), format);
     for (const Column change : {kLowChange, kHighChange})

@@ -6,6 +6,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include "model/text.h"
 
@@ -68,6 +70,82 @@ std::string figures(double value, std::string_view places) {
   return result;
 }
 
+// A label's name and what follows it: a blank and its address in brackets, or nothing.
+std::pair<std::string_view, std::string_view> name_and_address(std::string_view label) {
+  const std::size_t bracket = label.ends_with(')') ? label.rfind(" (") : std::string_view::npos;
+  if (bracket == std::string_view::npos) return {label, {}};
+  return {label.substr(0, bracket), label.substr(bracket)};
+}
+
+// The label with its name cut to a width, though never below so many UTF-16 units.
+std::string cut_label(std::string_view label, double width, double size, std::int32_t least) {
+  if (estimated_width(label, size) <= width) return std::string(label);
+  const auto [name, address] = name_and_address(label);
+  std::int32_t length = model::utf16_length(name);
+  std::string cut;
+  do {
+    cut = std::string(model::trimmed(model::left(name, --length))) + "…" + std::string(address);
+  } while (length > least && estimated_width(cut, size) > width);
+  return cut;
+}
+
+// A name may hold the sign between labels itself, but not behind an address.
+std::vector<std::string_view> labels_of(std::string_view text) {
+  std::vector<std::string_view> labels;
+  for (std::size_t from = 0;;) {
+    const std::size_t at = text.find(kBetweenMembers, from);
+    if (at == std::string_view::npos) break;
+    from = at + kBetweenMembers.size();
+    if (at == 0 || text[at - 1] != ')') continue;
+    labels.push_back(text.substr(0, at));
+    text.remove_prefix(from);
+    from = 0;
+  }
+  labels.push_back(text);
+  return labels;
+}
+
+template <class Texts>
+std::string joined(const Texts& texts) {
+  std::string all;
+  for (const auto& text : texts) {
+    if (!all.empty()) all += kBetweenMembers;
+    all += text;
+  }
+  return all;
+}
+
+// The width to which labels are cut so that all of them take a width: what short ones leave goes to the
+// others.
+double width_for_each(const std::vector<std::string_view>& labels, double width, double size) {
+  std::vector<double> widths;
+  for (const std::string_view label : labels) widths.push_back(estimated_width(label, size));
+  std::sort(widths.begin(), widths.end());
+  auto left = static_cast<double>(widths.size());
+  for (const double needed : widths) {
+    if (needed > width / left) return width / left;
+    width -= needed;
+    --left;
+  }
+  return widths.back();
+}
+
+std::string fitted_addresses(const std::vector<std::string_view>& labels, double width, double size) {
+  std::vector<std::string_view> addresses;
+  for (const std::string_view label : labels) {
+    std::string_view address = name_and_address(label).second;
+    if (address.empty() && label.starts_with('(')) address = label;  // there is no name
+    addresses.push_back(address.empty() ? label : address.substr(address.find('(') + 1));
+    if (!address.empty()) addresses.back().remove_suffix(1);
+  }
+  std::string text = joined(addresses);
+  while (addresses.size() > 1 && estimated_width(text, size) > width) {
+    addresses.pop_back();
+    text = joined(addresses) + std::string(kBetweenMembers) + "…";
+  }
+  return text;
+}
+
 }  // namespace
 
 double estimated_number_width(double value, std::string_view format, double size) {
@@ -88,16 +166,16 @@ double estimated_number_width(double value, std::string_view format, double size
 }
 
 std::string fitted_name(const std::string& text, double width, double size) {
+  constexpr std::int32_t kLeastOfName = 4;  // fewer letters say nothing
   if (estimated_width(text, size) <= width) return text;
-  const std::size_t bracket = text.ends_with(')') ? text.rfind(" (") : std::string::npos;
-  const std::string tail = bracket == std::string::npos ? "" : text.substr(bracket);
-  const std::string head = text.substr(0, text.size() - tail.size());
-  std::int32_t length = model::utf16_length(head);
-  std::string fitted;
-  do {
-    fitted = std::string(model::trimmed(model::left(head, --length))) + "…" + tail;
-  } while (length > 1 && estimated_width(fitted, size) > width);
-  return fitted;
+  const std::vector<std::string_view> labels = labels_of(text);
+  if (labels.size() == 1) return cut_label(text, width, size, 1);
+  const double between = estimated_width(kBetweenMembers, size) * static_cast<double>(labels.size() - 1);
+  const double each = width_for_each(labels, width - between, size);
+  std::vector<std::string> cut;
+  for (const std::string_view label : labels) cut.push_back(cut_label(label, each, size, kLeastOfName));
+  std::string fitted = joined(cut);
+  return estimated_width(fitted, size) <= width ? fitted : fitted_addresses(labels, width, size);
 }
 
 double estimated_width(std::string_view text, double size, bool bold) {

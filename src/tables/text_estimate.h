@@ -17,7 +17,11 @@ std::int32_t wrapped_lines(std::string_view text, double width, double size, boo
 
 // Room that a number takes as a format shows it. Local and English formats alike.
 double estimated_number_width(double value, std::string_view format, double size);
-// The text, or as much of it as fits a width, cut with "…". An address in brackets at the end stays.
+// Between the labels of inputs that were varied together: "Price (B5) × Volume (B8)".
+inline constexpr std::string_view kBetweenMembers = " × ";
+// The text, or as much of it as fits a width, cut with "…". An address in brackets at the end stays. Of
+// joined labels each is cut, the longest most; where too little of them would be left their addresses stand
+// alone: "B5 × B8", as many as fit.
 std::string fitted_name(const std::string& text, double width, double size);
 
 // Width of a column's inside in points, and the characters a column needs to hold such a width.

@@ -49,7 +49,15 @@ TEST(FittedName, KeepsTheAddress) {
   };
   for (const Case& c :
        {Case{"Price (B4)", 500, "Price (B4)"}, Case{"aaaaaaaaaaaaaaaaaaaa (B4)", 75, "aaaaaaaaa… (B4)"},
-        Case{"aaaaaaaaaaaaaaaaaaaa", 51, "aaaaaaaaa…"}, Case{"ab (B4)", 1, "a… (B4)"}})
+        Case{"aaaaaaaaaaaaaaaaaaaa", 51, "aaaaaaaaa…"}, Case{"ab (B4)", 1, "a… (B4)"},
+        // Inputs varied together: what a short name leaves goes to the others; addresses alone at the end.
+        Case{"Tax (B4) × aaaaaaaaaaaaaaaaaaaa (B5)", 125, "Tax (B4) × aaaaaaaaaa… (B5)"},
+        Case{"aaaaaaaaaaaaaaaaaaaa (B4) × bbbbbbbbbbbbbbbbbbbb (B5)", 120, "aaaaa… (B4) × bbbbb… (B5)"},
+        Case{"aaaaaaaaaaaaaaaaaaaa (B4) × bbbbbbbbbbbbbbbbbbbb (B5)", 70, "B4 × B5"},
+        Case{"aaaaaaaaaa (B4) × (B5) × bbbbbbbbbb (B6)", 60, "B4 × B5 × B6"},
+        Case{"aaaaaaaaaa (B4) × (B5) × bbbbbbbbbb (B6)", 45, "B4 × …"},
+        // The sign within a name parts nothing.
+        Case{"Width × length of the hall (B4)", 75, "Width × len… (B4)"}})
     EXPECT_EQ(fitted_name(c.text, c.width, 10), c.fitted);
 }
 
