@@ -170,6 +170,7 @@ class MultiTornado {
                                 session_.text(kTableCaption, std::to_string(bars_)),
                                 session_.text(kVariedTogether) + " " + session_.text(kSwing));
     write_headers(*table);
+    table->WrapNames();
     table->PutBody(1, rows_);
     const std::string format = ValueFormat(output_);
     session_.log.line("GenerateMultiTornadoReport t_InputsCount: " + session::log_text(bars_) +

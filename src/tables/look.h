@@ -29,6 +29,7 @@ inline constexpr double kTitleRowHeight = 27;
 inline constexpr double kFirstLineHeight = 21;  // keeps the lines of a title block clear of the title's rule
 inline constexpr double kHeaderRowHeight = 18;
 inline constexpr double kHeaderLineHeight = 13.5;
+inline constexpr double kBodyRowHeight = 15;
 
 inline host::FontFormat font(double size, host::Color color, bool bold = false, bool italic = false) {
   return {.name = kFont, .size = size, .bold = bold, .italic = italic, .color = color};

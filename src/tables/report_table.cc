@@ -16,6 +16,7 @@ constexpr double kWrappedCaptionWidth = 14;  // characters; longer captions of f
 constexpr double kCaptionMargin = 8;         // points beside a caption
 constexpr double kBreathing = 1.5;           // characters beside fitted contents
 constexpr double kWidestNames = 42;          // characters
+constexpr double kHighestRow = 409;          // points; spreadsheets have no higher ones
 constexpr const char* kTextFormat = "@";
 
 // Characters that a fitted column needs for its caption.
@@ -241,7 +242,35 @@ void ReportTable::Settle() {
     const auto last_header = cells(body_row() - 1, 1);
     if (last_header->row_height() < needed) last_header->set_row_height(needed);
   }
+  if (wraps_names_) settle_rows();
   settled_ = true;
+}
+
+void ReportTable::WrapNames() {
+  settled_ = false;
+  wraps_names_ = true;
+}
+
+// A spreadsheet fits the height of rows by itself only once it shows them, and then not every one does.
+void ReportTable::settle_rows() {
+  std::vector<std::int32_t> lines(static_cast<std::size_t>(rows_on_sheet()), 1);
+  for (const auto& [column, widest] : name_widths_) {
+    const double width = column_points(sheet_.settled_widths_[column]) - kCaptionMargin;
+    if (widest <= width) continue;
+    const auto names = cells(body_row(), column, rows_on_sheet());
+    names->set_wrap_text(true);
+    const host::CellBlock texts = names->values();
+    for (std::int32_t row = 1; row <= texts.rows(); ++row) {
+      std::int32_t& most = lines[static_cast<std::size_t>(row - 1)];
+      most = std::max(most, wrapped_lines(texts.value(row, 1).text, width, look::kBodySize));
+    }
+  }
+  for (std::int32_t row = 1; row <= rows_on_sheet(); ++row) {
+    const std::int32_t extra = lines[static_cast<std::size_t>(row - 1)] - 1;
+    if (extra == 0) continue;
+    cells(body_row() + row - 1, 1)
+        ->set_row_height(std::min(look::kBodyRowHeight + extra * look::kHeaderLineHeight, kHighestRow));
+  }
 }
 
 // A column that the report has fitted itself is left as it is, but for its caption. Returns its width.

@@ -198,6 +198,9 @@ class ReportTable {
   // Cells of the header block.
   std::shared_ptr<host::Range> Header(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
                                       std::int32_t columns = 1);
+  // Names wider than their column may get go on below, in rows that are as high as it takes; without this
+  // they are seen as far as the column reaches.
+  void WrapNames();
   // Fits the columns that are to fit, and the height of the captions, to what the table holds by now. The
   // sheet sees to it before it places something below the table, and at its end.
   void Settle();
@@ -218,12 +221,14 @@ class ReportTable {
   void format_header();
   void format_body();
   double settle_column(std::int32_t column);
+  void settle_rows();
   void measure_names(const host::CellBlock& block);
 
   ReportSheet& sheet_;
   std::int32_t first_row_;  // sheet row of the caption
   std::int32_t rows_, columns_, header_rows_, row_header_columns_;
   bool has_caption_, has_subcaption_;
+  bool wraps_names_ = false;
   bool settled_ = false;                          // nothing was written since the last Settle
   std::map<std::int32_t, std::string> captions_;  // by sheet column
   std::map<std::int32_t, double> widths_to_fit_;  // by sheet column that fits its contents: its width so far
