@@ -190,7 +190,7 @@ TEST_F(Command, FindsOutputsByNameAndCell) {
 TEST_F(Command, ReportWritesTheWorkbookAndSaysWhere) {
   const Result result = run({"report", "m.run.json"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.out, "m-reports.xlsx: 10 sheets, 12 charts\n");
+  EXPECT_EQ(result.out, "m-reports.xlsx: 11 sheets, 12 charts\n");
   EXPECT_EQ(result.err, "") << "progress is for terminals";
   EXPECT_THAT(file_text(folder_ / "m-reports.xlsx"), StartsWith("PK"));
 }
@@ -206,11 +206,11 @@ TEST_F(Command, ReportTakesItsSwitches) {
       {{"--spider", "--output", "Plan!C14"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--output-detail", "--detail-by-input"}, "a.xlsx: 5 sheets, 0 charts\n"},
       {{"--all", "--percent", "--max-inputs", "1", "--bar-color", "#1F4E79", "--base-color", "ff0000"},
-       "a.xlsx: 14 sheets, 9 charts\n"},
+       "a.xlsx: 15 sheets, 9 charts\n"},
       {{"--tornado", "--threshold", "150.1%", "--output", "d2"}, "a.xlsx: 2 sheets, 0 charts\n"},
       {{"--tornado", "--threshold", "1.5", "--output", "d2"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--watermark", "Draft\\nof today", "--language", "en", "--log", "."},
-       "a.xlsx: 10 sheets, 12 charts\n"},
+       "a.xlsx: 11 sheets, 12 charts\n"},
       {{"--quiet"}, ""},
   };
   for (const Case& each : kCases) {
@@ -297,7 +297,7 @@ TEST_F(Command, MultiWayReportsAreMadeForRunsWithGroups) {
   EXPECT_EQ(run({"report", "grouped.run.json", "--multi-way", "-o", "a.xlsx"}).out,
             "a.xlsx: 5 sheets, 3 charts\n");
   EXPECT_EQ(run({"report", "grouped.run.json", "--all", "-o", "a.xlsx"}).out,
-            "a.xlsx: 18 sheets, 15 charts\n");
+            "a.xlsx: 19 sheets, 15 charts\n");
 }
 
 TEST_F(Command, CheckDescribesARun) {
