@@ -7,7 +7,6 @@ namespace ordvane::xlsx {
 namespace {
 
 constexpr double kPointsPerPixel = 0.75;
-constexpr int kDigitPixels = 7;  // of the default font
 
 double size_of(const office::ColumnProps& column) {
   if (column.hidden) return 0;
@@ -53,8 +52,8 @@ double edge(const Sizes& sizes, double usual, std::int32_t cell) {
 
 }  // namespace
 
-double column_file_width(double characters) {
-  return std::trunc(office::column_pixels(characters) * 256.0 / kDigitPixels) / 256.0;
+double column_file_width(double characters, double digit_pixels) {
+  return std::trunc(office::column_pixels(characters) * 256.0 / digit_pixels) / 256.0;
 }
 
 GridPlace column_at(const office::SheetModel& sheet, double points) {

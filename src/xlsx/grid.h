@@ -9,8 +9,11 @@
 
 namespace ordvane::xlsx {
 
-// Width of a column as the file has it: with the cells' margins, in 256ths of a character.
-double column_file_width(double characters);
+inline constexpr double kDigitPixels = 7;  // of Calibri 11, the default font of new workbooks
+
+// Width of a column as the file has it: with the cells' margins, in 256ths of a digit of the workbook's
+// default font.
+double column_file_width(double characters, double digit_pixels = kDigitPixels);
 
 // A place on a sheet, both parts counted from 0.
 struct GridPlace {

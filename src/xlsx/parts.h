@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "office/book.h"
+#include "xlsx/grid.h"
 #include "xlsx/shared_texts.h"
 #include "xlsx/xml.h"
 
@@ -50,21 +51,26 @@ std::string theme_part();
 std::string core_properties_part(const host::DocumentProperties& properties, const std::string& created);
 std::string app_properties_part(const office::BookModel& book);
 
-// Relationship ids; empty: none.
-struct SheetLinks {
-  std::string drawing, legacy_drawing;
+// How a sheet is written apart from what it holds: what depends on the package around it.
+struct SheetFrame {
+  std::string drawing, legacy_drawing;                 // relationship ids; empty: none
+  bool selected = false;                               // the sheet that the workbook shows
+  const SharedTexts* texts = nullptr;                  // null: every cell holds its own text
+  const std::vector<std::uint32_t>* styles = nullptr;  // cell format by style; null: numbered alike
+  std::string code_name;                               // what macros call the sheet; empty: none
+  // Widths in the file count digits of the workbook's default font.
+  double digit_pixels = kDigitPixels;
 };
 // A run of a part's text. The runs of a part can be made side by side.
 using Piece = std::function<std::string()>;
-// The pieces refer to the workbook and its texts.
-std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t sheet, const SharedTexts& texts,
-                                const SheetLinks& links);
+// The pieces refer to the workbook and to what the frame points at.
+std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t sheet, const SheetFrame& frame);
 // Whether a cell element says where it is when it follows the cell to its left. Without, a sheet takes a
 // third less room and time; with, the simplest of readers can follow.
 enum class CellNames { kAll, kWhereNeeded };
 CellNames cell_names(const office::SheetModel& sheet);
 // The row elements of rows `first` to `last`.
-void encode_rows(const office::SheetModel& sheet, const SharedTexts& texts, const office::TextTable& strings,
+void encode_rows(const office::SheetModel& sheet, const SheetFrame& frame, const office::TextTable& strings,
                  CellNames names, std::int32_t first, std::int32_t last, std::string& out);
 
 std::string comments_part(const office::SheetModel& sheet);

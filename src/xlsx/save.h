@@ -10,6 +10,7 @@
 #include <string>
 
 #include "office/book.h"
+#include "xlsx/file_system.h"
 
 namespace ordvane::xlsx {
 
@@ -18,6 +19,8 @@ struct SaveOptions {
   int compression_level = 6;        // 1 (fastest) to 12 (smallest)
   unsigned threads = 0;             // 0: as many as the machine has
   std::function<bool()> cancelled;  // asked now and then; true stops with errc::kUserCancelled
+  bool replace = true;              // a file that is there; false: save() fails for it
+  FileSystem* files = nullptr;      // null: the system's own
 };
 
 // The whole package in memory. Throws host::Error for what a package cannot hold.

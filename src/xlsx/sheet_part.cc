@@ -62,9 +62,12 @@ bool is_fitted(const host::PageSetup& page) {
   return page.fit_to_pages_wide > 0 || page.fit_to_pages_tall > 0;
 }
 
-void sheet_properties(Xml& xml, const host::PageSetup& page) {
-  if (!is_fitted(page)) return;
-  xml.start("sheetPr").start("pageSetUpPr").attr("fitToPage", true).end().end();
+void sheet_properties(Xml& xml, const host::PageSetup& page, const std::string& code_name) {
+  if (!is_fitted(page) && code_name.empty()) return;
+  xml.start("sheetPr");
+  if (!code_name.empty()) xml.attr("codeName", code_name);
+  if (is_fitted(page)) xml.start("pageSetUpPr").attr("fitToPage", true).end();
+  xml.end();
 }
 
 bool contains(const office::Area& area, const office::CellRef& cell) {
@@ -115,7 +118,7 @@ bool same(const office::ColumnProps& a, const office::ColumnProps& b) {
   return a.width == b.width && a.hidden == b.hidden;
 }
 
-void columns(Xml& xml, const SheetModel& sheet) {
+void columns(Xml& xml, const SheetModel& sheet, double digit_pixels) {
   if (sheet.columns.empty()) return;
   xml.start("cols");
   for (auto first = sheet.columns.begin(); first != sheet.columns.end();) {
@@ -125,7 +128,8 @@ void columns(Xml& xml, const SheetModel& sheet) {
          ++next)
       last = next;
     xml.start("col").attr("min", first->first).attr("max", last->first);
-    xml.attr("width", column_file_width(first->second.width.value_or(office::kDefaultColumnWidth)));
+    xml.attr("width",
+             column_file_width(first->second.width.value_or(office::kDefaultColumnWidth), digit_pixels));
     if (first->second.hidden) xml.attr("hidden", true);
     if (first->second.width) xml.attr("customWidth", true);
     xml.end();
@@ -179,28 +183,38 @@ void header_footer(Xml& xml, const host::PageSetup& page) {
   xml.end();
 }
 
+// In a workbook of another default font, rows and columns that nothing was set for keep the size they have
+// here.
+void usual_sizes(Xml& xml, double digit_pixels) {
+  xml.start("sheetFormatPr");
+  if (digit_pixels != kDigitPixels)
+    xml.attr("defaultColWidth", column_file_width(office::kDefaultColumnWidth, digit_pixels));
+  xml.attr("defaultRowHeight", office::kDefaultRowHeight);
+  if (digit_pixels != kDigitPixels) xml.attr("customHeight", true);
+  xml.end();
+}
+
 // Up to the first row.
-void head(std::string& out, const office::BookModel& book, std::size_t position, const Extent& extent) {
-  const SheetModel& sheet = *book.sheets[position];
+void head(std::string& out, const SheetModel& sheet, const SheetFrame& frame, const Extent& extent) {
   Xml xml(out);
   xml.declaration().start("worksheet").attr("xmlns", kMainSpace).attr("xmlns:r", kReferenceSpace);
-  sheet_properties(xml, sheet.page);
+  sheet_properties(xml, sheet.page, frame.code_name);
   dimension(xml, extent);
-  view(xml, sheet, position == std::min(book.active_sheet, book.sheets.size() - 1));
-  xml.start("sheetFormatPr").attr("defaultRowHeight", office::kDefaultRowHeight).end();
-  columns(xml, sheet);
+  view(xml, sheet, frame.selected);
+  usual_sizes(xml, frame.digit_pixels);
+  columns(xml, sheet, frame.digit_pixels);
   xml.start("sheetData").raw();
 }
 
 // From behind the last row.
-void tail(std::string& out, const SheetModel& sheet, const SheetLinks& links) {
+void tail(std::string& out, const SheetModel& sheet, const SheetFrame& frame) {
   out += "</sheetData>";
   Xml xml(out);
   merges(xml, sheet);
   page_setup(xml, sheet.page);
   header_footer(xml, sheet.page);
-  if (!links.drawing.empty()) xml.start("drawing").attr("r:id", links.drawing).end();
-  if (!links.legacy_drawing.empty()) xml.start("legacyDrawing").attr("r:id", links.legacy_drawing).end();
+  if (!frame.drawing.empty()) xml.start("drawing").attr("r:id", frame.drawing).end();
+  if (!frame.legacy_drawing.empty()) xml.start("legacyDrawing").attr("r:id", frame.legacy_drawing).end();
   out += "</worksheet>";
 }
 
@@ -210,8 +224,8 @@ std::int32_t rows_at_once(const Extent& extent) {
 
 }  // namespace
 
-std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t position, const SharedTexts& texts,
-                                const SheetLinks& links) {
+std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t position,
+                                const SheetFrame& frame) {
   const SheetModel& sheet = *book.sheets[position];
   const Extent extent = extent_of(sheet);
   const std::int32_t end = std::max(last_row(sheet, extent), 1);
@@ -219,11 +233,11 @@ std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t posit
   std::vector<Piece> pieces;
   for (std::int32_t first = 1, rows = rows_at_once(extent); first <= end; first += rows) {
     const std::int32_t last = std::min(end, first + rows - 1);
-    pieces.push_back([=, &book, &sheet, &texts] {
+    pieces.push_back([=, &book, &sheet] {
       std::string piece;
-      if (first == 1) head(piece, book, position, extent);
-      encode_rows(sheet, texts, book.texts, names, first, last, piece);
-      if (last == end) tail(piece, sheet, links);
+      if (first == 1) head(piece, sheet, frame, extent);
+      encode_rows(sheet, frame, book.texts, names, first, last, piece);
+      if (last == end) tail(piece, sheet, frame);
       return piece;
     });
   }

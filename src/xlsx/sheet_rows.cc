@@ -52,9 +52,9 @@ Cell checked(Cell cell) {
 
 class RowEncoder {
  public:
-  RowEncoder(const SheetModel& sheet, const SharedTexts& texts, const office::TextTable& strings,
+  RowEncoder(const SheetModel& sheet, const SheetFrame& frame, const office::TextTable& strings,
              CellNames names, std::string& out)
-      : sheet_(sheet), texts_(texts), strings_(strings), names_(names), out_(out) {}
+      : sheet_(sheet), frame_(frame), strings_(strings), names_(names), out_(out) {}
 
   // `bands`: those that hold cells of this row, from left to right.
   void row(std::int32_t row, const std::vector<const RowBand*>& bands) {
@@ -134,13 +134,17 @@ class RowEncoder {
       cell_.add("\"");
     }
     previous_ = column;
-    if (cell.style != 0) {
+    if (const std::uint32_t format = format_of(cell.style); format != 0) {
       cell_.add(" s=\"");
-      cell_.add_number(cell.style);
+      cell_.add_number(format);
       cell_.add("\"");
     }
     cell_.add(type);
     cell_.add(">");
+  }
+
+  std::uint32_t format_of(office::StyleId style) const {
+    return frame_.styles != nullptr ? (*frame_.styles)[style] : style;
   }
 
   void add_column(std::int32_t column) {
@@ -161,7 +165,7 @@ class RowEncoder {
         cell_.add_number(cell.number);
         break;
       case CellKind::kText:
-        cell_.add_number(texts_.number[static_cast<office::TextId>(cell.number)]);
+        cell_.add_number(frame_.texts->number[static_cast<office::TextId>(cell.number)]);
         break;
       case CellKind::kBoolean:
         cell_.add(cell.number != 0 ? "1" : "0");
@@ -192,10 +196,21 @@ class RowEncoder {
   }
 
   void value_cell(std::int32_t column, const Cell& cell) {
+    if (cell.kind == CellKind::kText && frame_.texts == nullptr) return text_cell(column, cell);
     start_cell(column, cell, type_of(cell.kind, " t=\"s\""));
     if (cell.kind != CellKind::kBlank) add_value(cell);
     cell_.add("</c>");
     out_ += cell_.text();
+  }
+
+  // With its text in it.
+  void text_cell(std::int32_t column, const Cell& cell) {
+    start_cell(column, cell, " t=\"inlineStr\"");
+    out_ += cell_.text();
+    out_ += "<is>";
+    Xml xml(out_);
+    text_element(xml, "t", strings_.at(static_cast<office::TextId>(cell.number)));
+    out_ += "</is></c>";
   }
 
   void formula_cell(std::int32_t column, const Cell& cell, std::string_view formula) {
@@ -217,7 +232,7 @@ class RowEncoder {
   }
 
   const SheetModel& sheet_;
-  const SharedTexts& texts_;
+  const SheetFrame& frame_;
   const office::TextTable& strings_;
   const CellNames names_;
   std::string& out_;
@@ -272,9 +287,9 @@ CellNames cell_names(const SheetModel& sheet) {
   return cells > kManyCells ? CellNames::kWhereNeeded : CellNames::kAll;
 }
 
-void encode_rows(const SheetModel& sheet, const SharedTexts& texts, const office::TextTable& strings,
+void encode_rows(const SheetModel& sheet, const SheetFrame& frame, const office::TextTable& strings,
                  CellNames names, std::int32_t first, std::int32_t last, std::string& out) {
-  RowEncoder encoder(sheet, texts, strings, names, out);
+  RowEncoder encoder(sheet, frame, strings, names, out);
   BandCursor cursor(sheet, first);
   for (std::int32_t row = next_row(sheet, cursor, first); row <= last;
        row = next_row(sheet, cursor, row + 1)) {

@@ -21,14 +21,20 @@ std::string rows(const office::BookModel& book, const office::SheetModel& sheet,
                  CellNames names = CellNames::kAll, std::int32_t first = 1,
                  std::int32_t last = office::kSheetRows) {
   std::string out;
-  encode_rows(sheet, collect_texts(book), book.texts, names, first, last, out);
+  const SharedTexts texts = collect_texts(book);
+  SheetFrame frame;
+  frame.texts = &texts;
+  encode_rows(sheet, frame, book.texts, names, first, last, out);
   return out;
 }
 
 std::string sheet_xml(const office::BookModel& book, std::size_t position = 0) {
   const SharedTexts texts = collect_texts(book);
   std::string xml;
-  for (const Piece& piece : sheet_pieces(book, position, texts, {})) xml += piece();
+  SheetFrame frame;
+  frame.texts = &texts;
+  frame.selected = position == book.active_sheet;
+  for (const Piece& piece : sheet_pieces(book, position, frame)) xml += piece();
   return xml;
 }
 

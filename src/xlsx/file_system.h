@@ -1,0 +1,33 @@
+// The calls that reading and writing workbooks make to the file system, in one place, so that each of them
+// can be made to fail.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <string>
+
+namespace ordvane::xlsx {
+
+// Each answers as the system call of its name does: below zero, with errno, when it fails.
+class FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+  virtual int open(const std::string& path, int flags);
+  virtual ssize_t read(int file, char* data, std::size_t size);
+  // A new file whose name replaces the X at the end of `name`.
+  virtual int create(std::string& name);
+  virtual ssize_t write(int file, const char* data, std::size_t size);
+  virtual int change_mode(int file, mode_t mode);
+  virtual int flush(int file);
+  virtual int close(int file);
+  virtual int rename(const std::string& from, const std::string& to);
+  // Fails with EEXIST where `to` is there.
+  virtual int rename_to_new(const std::string& from, const std::string& to);
+  virtual int remove(const std::string& path);
+};
+
+// The system's own.
+FileSystem& real_files();
+
+}  // namespace ordvane::xlsx

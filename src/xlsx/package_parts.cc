@@ -1,0 +1,234 @@
+#include "xlsx/package_parts.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cctype>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "host/error.h"
+
+namespace ordvane::xlsx {
+namespace {
+
+std::string lower(std::string name) {
+  for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return name;
+}
+
+std::string file_of(const std::string& part) {
+  return part.substr(part.rfind('/') + 1);
+}
+
+std::string relationships_name(const std::string& part) {
+  const std::size_t folder = part.rfind('/') + 1;
+  return part.substr(0, folder) + "_rels/" + part.substr(folder) + ".rels";
+}
+
+// The parts of one sheet. Everything below xl/ lies one folder deep, but for notes.
+class SheetParts {
+ public:
+  SheetParts(const office::BookModel& book, std::size_t position, PartNames& names, std::vector<Part>& parts)
+      : book_(book), sheet_(*book.sheets[position]), position_(position), names_(names), parts_(parts) {}
+
+  void add(const SheetPlace& place) {
+    SheetFrame frame = place.frame;
+    std::vector<Relationship> list;
+    const std::size_t sheet = parts_.size();
+    parts_.push_back({place.name, spreadsheet_type("worksheet"), {}});
+    if (!sheet_.charts.empty()) {
+      frame.drawing = relationship_id(list.size());
+      list.push_back({"drawing", "../drawings/" + add_drawing()});
+    }
+    if (!sheet_.comments.empty()) {
+      frame.legacy_drawing = relationship_id(list.size());
+      add_notes(place.note_numbers, list);
+    }
+    parts_[sheet].pieces = sheet_pieces(book_, position_, frame);
+    if (!list.empty()) add_relationships(place.name, std::move(list));
+  }
+
+ private:
+  void add(const std::string& name, std::string content_type, Piece whole) {
+    parts_.push_back(whole_part(name, std::move(content_type), std::move(whole)));
+  }
+  void add_relationships(const std::string& part, std::vector<Relationship> relationships) {
+    add(relationships_name(part), "", [list = std::move(relationships)] { return relationships_part(list); });
+  }
+
+  void add_notes(std::size_t numbers, std::vector<Relationship>& list) {
+    const std::string drawing = names_.next("xl/drawings/vmlDrawing", ".vml");
+    const std::string comments = names_.next("xl/comments", ".xml");
+    add(drawing, office_type("vmlDrawing"),
+        [this_sheet = &sheet_, numbers] { return notes_drawing_part(*this_sheet, numbers); });
+    add(comments, spreadsheet_type("comments"),
+        [this_sheet = &sheet_] { return comments_part(*this_sheet); });
+    list.push_back({"vmlDrawing", "../drawings/" + file_of(drawing)});
+    list.push_back({"comments", "../" + file_of(comments)});
+  }
+
+  // The drawing's file name.
+  std::string add_drawing() {
+    const std::string name = names_.next("xl/drawings/drawing", ".xml");
+    add(name, office_type("drawing"), [this_sheet = &sheet_] { return drawing_part(*this_sheet); });
+    std::vector<Relationship> list;
+    for (const auto& chart : sheet_.charts) list.push_back({"chart", "../charts/" + add_chart(*chart)});
+    add_relationships(name, std::move(list));
+    return file_of(name);
+  }
+
+  std::string add_chart(const office::ChartModel& chart) {
+    const std::string name = names_.next("xl/charts/chart", ".xml");
+    const std::string user_shapes = chart.text_boxes.empty() ? "" : relationship_id(0);
+    add(name, office_type("drawingml.chart"),
+        [this_book = &book_, &chart, user_shapes] { return chart_part(*this_book, chart, user_shapes); });
+    if (chart.text_boxes.empty()) return file_of(name);
+    const std::string drawing = names_.next("xl/drawings/drawing", ".xml");
+    add_relationships(name, {{"chartUserShapes", "../drawings/" + file_of(drawing)}});
+    add(drawing, office_type("drawingml.chartshapes"), [&chart] { return user_shapes_part(chart); });
+    return file_of(name);
+  }
+
+  const office::BookModel& book_;
+  const office::SheetModel& sheet_;
+  const std::size_t position_;
+  PartNames& names_;
+  std::vector<Part>& parts_;
+};
+
+// Asks the caller's question on one thread at a time, and never again once it was answered with yes.
+class Cancellation {
+ public:
+  explicit Cancellation(const std::function<bool()>& cancelled) : cancelled_(cancelled) {}
+  void check() {
+    if (!cancelled_) return;
+    const std::lock_guard lock(mutex_);
+    if (!answered_yes_) answered_yes_ = cancelled_();
+    if (answered_yes_) throw host::Error(host::errc::kUserCancelled, "cancelled");
+  }
+
+ private:
+  const std::function<bool()>& cancelled_;
+  std::mutex mutex_;
+  bool answered_yes_ = false;
+};
+
+// Makes and compresses the pieces of all parts until none is left or one has failed.
+class Workers {
+ public:
+  Workers(const std::vector<Part>& parts, int level, Cancellation& cancellation)
+      : parts_(parts), level_(level), cancellation_(cancellation) {
+    for (std::size_t part = 0; part < parts.size(); ++part) {
+      results_.emplace_back(parts[part].pieces.size());
+      for (std::size_t piece = 0; piece < parts[part].pieces.size(); ++piece)
+        tasks_.push_back({part, piece, {}});
+    }
+  }
+
+  std::size_t task_count() const { return tasks_.size(); }
+
+  std::vector<ArchiveEntry> run(unsigned threads) {
+    {
+      std::vector<std::jthread> helpers;
+      for (unsigned i = 1; i < threads; ++i) helpers.emplace_back([this] { work(); });
+      work();
+    }
+    for (const Task& task : tasks_)
+      if (task.failure) std::rethrow_exception(task.failure);
+    std::vector<ArchiveEntry> entries;
+    for (std::size_t part = 0; part < parts_.size(); ++part)
+      entries.push_back(join(parts_[part].name, results_[part]));
+    return entries;
+  }
+
+ private:
+  struct Task {
+    std::size_t part, piece;
+    std::exception_ptr failure;
+  };
+
+  void work() {
+    for (std::size_t i = next_++; i < tasks_.size() && !failed_; i = next_++) {
+      try {
+        cancellation_.check();
+        make(tasks_[i]);
+      } catch (...) {
+        tasks_[i].failure = std::current_exception();
+        failed_ = true;
+      }
+    }
+  }
+
+  void make(const Task& task) {
+    const std::vector<Piece>& pieces = parts_[task.part].pieces;
+    const bool last = task.piece + 1 == pieces.size();
+    results_[task.part][task.piece] = compress(pieces[task.piece](), level_, last);
+  }
+
+  const std::vector<Part>& parts_;
+  int level_;
+  Cancellation& cancellation_;
+  std::vector<Task> tasks_;
+  std::vector<std::vector<CompressedPiece>> results_;  // by part and piece
+  std::atomic<std::size_t> next_ = 0;
+  std::atomic<bool> failed_ = false;
+};
+
+unsigned thread_count(unsigned wanted, std::size_t tasks) {
+  const unsigned count = wanted != 0 ? wanted : std::max(1U, std::thread::hardware_concurrency());
+  return static_cast<unsigned>(std::min<std::size_t>(count, tasks));
+}
+
+}  // namespace
+
+Part whole_part(std::string name, std::string content_type, Piece whole) {
+  Part part{std::move(name), std::move(content_type), {}};
+  part.pieces.push_back(std::move(whole));
+  return part;
+}
+
+std::string spreadsheet_type(const std::string& kind) {
+  return office_type("spreadsheetml." + kind);
+}
+
+std::string office_type(const std::string& kind) {
+  const std::string type = "application/vnd.openxmlformats-officedocument." + kind;
+  return kind == "vmlDrawing" ? type : type + "+xml";
+}
+
+void PartNames::take(const std::string& name) {
+  taken_.insert(lower(name));
+}
+
+bool PartNames::is_taken(const std::string& name) const {
+  return taken_.contains(lower(name));
+}
+
+std::string PartNames::next(const std::string& stem, const std::string& ending) {
+  std::size_t& number = last_[stem];
+  std::string name;
+  do {
+    name = stem + std::to_string(++number) + ending;
+  } while (is_taken(name));
+  take(name);
+  return name;
+}
+
+void add_sheet_parts(const office::BookModel& book, std::size_t position, const SheetPlace& place,
+                     PartNames& names, std::vector<Part>& parts) {
+  SheetParts(book, position, names, parts).add(place);
+}
+
+std::vector<ArchiveEntry> compressed(const std::vector<Part>& parts, const SaveOptions& options) {
+  Cancellation cancellation(options.cancelled);
+  cancellation.check();
+  Workers workers(parts, options.compression_level, cancellation);
+  std::vector<ArchiveEntry> entries = workers.run(thread_count(options.threads, workers.task_count()));
+  cancellation.check();
+  return entries;
+}
+
+}  // namespace ordvane::xlsx

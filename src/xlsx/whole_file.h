@@ -1,0 +1,26 @@
+// Files that appear whole or not at all: written beside their place, flushed to disk, renamed.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string_view>
+
+#include "xlsx/file_system.h"
+
+namespace ordvane::xlsx {
+
+struct WholeFileOptions {
+  bool replace = true;           // a file that is there; false: fail for it
+  std::function<void()> before;  // called last before the rename; what it throws leaves the file unwritten
+  FileSystem* files = nullptr;   // null: the system's own
+};
+
+// Where a file really is: links are followed, so that a link to a file stays one.
+std::filesystem::path place_of(const std::filesystem::path& path);
+
+// Keeps mode, owner and links of a file that is there. On any failure, host::Error with errc::kHostRefused,
+// file name and system message; what was at `path` is still there then and nothing else is left.
+void write_whole(const std::filesystem::path& path, std::string_view bytes,
+                 const WholeFileOptions& options = {});
+
+}  // namespace ordvane::xlsx
