@@ -45,6 +45,7 @@ void OrdvaneReports::release(const std::string& operation) {
     s.log.line(name() + operation + " g_XLApp: " + application.name() + " " + application.version());
   });
   s.g_XLApp = nullptr;
+  if (services_->workbook_factory) services_->workbook_factory->ForgetResults();
   s.log.line(name() + operation + " g_XLApp is Nothing");
   host::ignoring_errors([&] { unload_dral_lib(); });
   s.log.close();

@@ -83,8 +83,9 @@ class OrdvaneReports {
   void Terminate();
 
   // Element i of `isSelectedOutput` is the engine index (ioIndex, from 0) of the i-th selected output.
-  // Returns 0, or kStoppedByDetailByInput. Throws what goes wrong before the report workbook is open; what
-  // goes wrong after that ends the reports, is logged, and is found in report_error().
+  // Each call makes a workbook; with SingleWorkbookAllResults, those between Initialize and Terminate write
+  // into one. Returns 0, or kStoppedByDetailByInput. Throws what goes wrong before the report workbook is
+  // open; what goes wrong after that ends the reports, is logged, and is found in report_error().
   std::int32_t GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput);
   // What ended the last GenerateReports after the report workbook was open: errc::kUserCancelled after
   // Escape.

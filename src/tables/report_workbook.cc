@@ -56,9 +56,9 @@ std::shared_ptr<host::Worksheet> find_sheet(host::Workbook& workbook, const std:
 }  // namespace
 
 ReportWorkbook::ReportWorkbook(session::Session& session, std::string name,
-                               std::shared_ptr<host::Workbook> target, bool /*single_workbook_all_results*/,
-                               std::int32_t /*language_id*/)
-    : session_(session), name_(std::move(name)), target_(std::move(target)) {}
+                               std::shared_ptr<host::Workbook> target,
+                               std::shared_ptr<GatheredResults> gathered, std::int32_t /*language_id*/)
+    : session_(session), name_(std::move(name)), target_(std::move(target)), gathered_(std::move(gathered)) {}
 
 void ReportWorkbook::SetExcelReady(bool ready) {
   excel_ready_ = ready;
@@ -74,20 +74,29 @@ void ReportWorkbook::open_workbook() {
     workbook_ = target_;
     return;
   }
+  // A closed workbook does not answer.
+  if (gathered_ && gathered_->workbook && host::ignoring_errors([&] { gathered_->workbook->name(); })) {
+    workbook_ = gathered_->workbook;
+    return;
+  }
   workbook_ = session_.application().add_workbook();
+  is_new_ = true;
+  if (gathered_) gathered_->workbook = workbook_;
   const auto sheets = workbook_->worksheets();
   if (!sheets.empty()) empty_sheet_ = sheets.front();
 }
 
-ReportWorkbook::SheetPlace ReportWorkbook::place_for(const std::string& name) {
+std::string ReportWorkbook::free_name(const std::string& name, const std::string& own_name) {
   std::int32_t& copy = copies_[name];
   while (true) {
     const std::string candidate = numbered(name, ++copy);
     const auto found = find_sheet(*workbook_, candidate);
-    if (!found) return {candidate, nullptr};
+    if (!found) return candidate;
     const std::string taken = found->name();
-    if (empty_sheet_ && taken == empty_sheet_->name()) return {candidate, nullptr};
-    if (overwrite_existing_ && !added_.contains(taken)) return {candidate, found};
+    if (taken == own_name) return candidate;
+    // A sheet that the host does not let go keeps its place and its name.
+    if (overwrite_existing_ && !added_.contains(taken) && host::ignoring_errors([&] { found->remove(); }))
+      return candidate;
   }
 }
 
@@ -98,17 +107,17 @@ std::shared_ptr<host::Worksheet> ReportWorkbook::take_worksheet() {
 
 std::shared_ptr<ReportSheet> ReportWorkbook::AddSheet(const std::string& name) {
   open_workbook();
-  const SheetPlace place = place_for(name);
+  // Before another sheet goes: a workbook keeps at least one.
   const auto worksheet = take_worksheet();
+  std::string given;
   try {
-    // After the new sheet is there: a workbook keeps at least one.
-    if (place.replaced) place.replaced->remove();
-    worksheet->set_name(place.name);
+    given = free_name(name, worksheet->name());
+    worksheet->set_name(given);
   } catch (const host::Error&) {
     host::ignoring_errors([&] { worksheet->remove(); });
     throw;
   }
-  added_.insert(place.name);
+  added_.insert(given);
   if (!first_sheet_) first_sheet_ = worksheet;
   reports_.push_back(std::make_shared<ReportSheet>(session_, worksheet));
   return reports_.back();
@@ -162,8 +171,8 @@ void ReportWorkbook::ReportsComplete() {
   if (!first_sheet_) return;
   const host::CellValue subject = first_sheet_->range(1, 1, 1, 1)->value();
   if (reports_.size() > kMostSheetsWithoutContents) add_contents();
-  // A workbook of the user's own keeps its properties.
-  if (!target_) {
+  // Others have their properties already.
+  if (is_new_) {
     host::DocumentProperties properties;
     properties.title = name_;
     properties.subject = subject.text;
@@ -177,8 +186,9 @@ void ReportWorkbook::ReportsComplete() {
 std::shared_ptr<ReportWorkbook> ReportWorkbookFactory::CreateReportWorkbook(
     session::Session& session, const std::string& name, std::shared_ptr<host::Workbook> target,
     bool single_workbook_all_results, std::int32_t language_id) {
-  return std::make_shared<ReportWorkbook>(session, name, std::move(target), single_workbook_all_results,
-                                          language_id);
+  if (single_workbook_all_results && !gathered_) gathered_ = std::make_shared<GatheredResults>();
+  return std::make_shared<ReportWorkbook>(session, name, std::move(target),
+                                          single_workbook_all_results ? gathered_ : nullptr, language_id);
 }
 
 }  // namespace ordvane::tables

@@ -41,17 +41,23 @@ struct TitleLine {
   std::string number_format = {};  // local form; empty: General
 };
 
+// The workbook that holds the results of several report workbooks; null until one is made.
+struct GatheredResults {
+  std::shared_ptr<host::Workbook> workbook;
+};
+
 class ReportWorkbook {
  public:
-  // Into `target`, or into a new workbook when it is null. One workbook always holds all results, and texts
-  // come in the session's language, whatever the last two arguments say.
+  // Into `target`; when it is null, into the workbook of `gathered` as long as that is open, else into a new
+  // one, which becomes that of `gathered`. Without `gathered`, the new workbook is for these results alone.
+  // Texts come in the session's language, whatever the last argument says.
   ReportWorkbook(session::Session& session, std::string name, std::shared_ptr<host::Workbook> target,
-                 bool single_workbook_all_results, std::int32_t language_id);
+                 std::shared_ptr<GatheredResults> gathered, std::int32_t language_id);
 
   // Whether the spreadsheet may be told to show the finished reports.
   void SetExcelReady(bool ready);
   // Report sheets replace sheets of the same name instead of taking a free name. Sheets that this object has
-  // added are never replaced.
+  // added, and those that the host does not let go, are never replaced.
   void OverwriteExisting();
   // A sheet after the last one. A name that is taken gets " (2)", " (3)" … within the spreadsheet's 31
   // characters.
@@ -64,19 +70,16 @@ class ReportWorkbook {
   std::shared_ptr<host::Workbook> workbook() const { return workbook_; }
 
  private:
-  struct SheetPlace {
-    std::string name;
-    std::shared_ptr<host::Worksheet> replaced;  // may be null
-  };
-
   void open_workbook();
   void add_contents();
-  SheetPlace place_for(const std::string& name);
+  std::string free_name(const std::string& name, const std::string& own_name);
   std::shared_ptr<host::Worksheet> take_worksheet();
 
   session::Session& session_;
   std::string name_;
   std::shared_ptr<host::Workbook> target_;
+  std::shared_ptr<GatheredResults> gathered_;  // may be null
+  bool is_new_ = false;                        // the workbook was made here
   bool excel_ready_ = false;
   bool overwrite_existing_ = false;
   std::shared_ptr<host::Workbook> workbook_;
@@ -89,10 +92,16 @@ class ReportWorkbook {
 
 class ReportWorkbookFactory {
  public:
+  // With `single_workbook_all_results`, all results that go into no target are gathered in one workbook.
   std::shared_ptr<ReportWorkbook> CreateReportWorkbook(session::Session& session, const std::string& name,
                                                        std::shared_ptr<host::Workbook> target,
                                                        bool single_workbook_all_results,
                                                        std::int32_t language_id);
+  // Later results are gathered in another workbook.
+  void ForgetResults() { gathered_.reset(); }
+
+ private:
+  std::shared_ptr<GatheredResults> gathered_;
 };
 
 class ReportSheet : public std::enable_shared_from_this<ReportSheet> {

@@ -225,6 +225,49 @@ TEST(Pipeline, SeveralSimulationsKeepTheirDifferences) {
   EXPECT_THAT(bench.sheet_names(reports), ElementsAre("Summary", "Summary (2)"));
 }
 
+TEST(Pipeline, CallsShareAWorkbookWhenAllResultsGoIntoOne) {
+  struct Case {
+    const char* what;
+    bool single, overwrite, initialized_again;
+    std::vector<std::string> first, second;  // sheets of each call's workbook, after both calls
+  };
+  const Case kCases[] = {
+      {"each its own", false, false, false, {"Summary"}, {"Summary"}},
+      {"one for all", true, false, false, {"Summary", "Summary (2)"}, {"Summary", "Summary (2)"}},
+      {"the later result stays", true, true, false, {"Summary"}, {"Summary"}},
+      {"a new one after Terminate", true, false, true, {"Summary"}, {"Summary"}},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.what);
+    Bench bench;
+    OrdvaneReports reports(bench.services);
+    reports.SingleWorkbookAllResults = c.single;
+    reports.set_OverwriteExisting(c.overwrite);
+    const auto call = [&] {
+      reports.GenerateReports(bench.all_outputs());
+      return reports.report_workbook();
+    };
+    reports.Initialize(bench.application, 1);
+    const auto first = call();
+    if (c.initialized_again) {
+      reports.Terminate();
+      reports.Initialize(bench.application, 1);
+    }
+    const auto second = call();
+    EXPECT_EQ(first->name() == second->name(), c.single && !c.initialized_again);
+    const auto names = [](host::Workbook& book) {
+      std::vector<std::string> list;
+      for (const auto& sheet : book.worksheets()) list.push_back(sheet->name());
+      return list;
+    };
+    EXPECT_EQ(names(*first), c.first);
+    EXPECT_EQ(names(*second), c.second);
+    // Closed by its user, it is not missed.
+    bench.application->close_workbook(*second);
+    EXPECT_THAT(names(*call()), ElementsAre("Summary"));
+  }
+}
+
 // Every combination of the switches, in both branches, makes just the reports that were asked for, in one
 // order.
 TEST(Pipeline, SwitchesWorkOneByOneAndTogether) {

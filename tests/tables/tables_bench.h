@@ -63,7 +63,7 @@ struct TablesBench {
     return book;
   }
   tables::ReportWorkbook reports(std::shared_ptr<host::Workbook> target = nullptr) {
-    return {session, "Ordvane", std::move(target), true, 1033};
+    return {session, "Ordvane", std::move(target), nullptr, 1033};
   }
   const office::BookModel& model(const tables::ReportWorkbook& reports) {
     return *(kept = app->model(*reports.workbook()));
