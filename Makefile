@@ -17,7 +17,7 @@ demo:
 	@cmake --preset release -DORDVANE_TESTS=OFF -DORDVANE_BENCH=OFF -B build/demo >/dev/null
 	@cmake --build build/demo --target ordvane
 	@mkdir -p out
-	build/demo/ordvane report $(example) -o out/solar-plant-reports.xlsx
+	build/demo/ordvane report $(example) -o out/solar-plant-reports.xlsx --overwrite
 	build/demo/ordvane show $(example)
 
 test:

@@ -55,7 +55,7 @@ def main():
             subprocess.run([build / "bench/make_run", str(inputs), str(STEPS), str(outputs), "1", run], check=True)
             subprocess.run([build / "bench/dump_cells", run, dump, report], check=True)
             seconds, processor, memory = measured(
-                [build / "ordvane", "report", run, "-o", ours, "--quiet", "--" + report], repeats)
+                [build / "ordvane", "report", run, "-o", ours, "--quiet", "--overwrite", "--" + report], repeats)
             peer_seconds, _, _ = measured([build / "bench/peer_same_cells", dump, theirs], repeats)
             sizes = [path.stat().st_size for path in (ours, theirs)]
             line(report, min(inputs * STEPS, 65525), f"{seconds:.2f} s", f"{processor:.2f} s", f"{memory / 2**20:.0f} MiB",

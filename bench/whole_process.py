@@ -83,7 +83,7 @@ def main():
                 subprocess.run([build / "bench/make_run", *map(str, (inputs, steps, outputs, 1)), run, *map(str, groups)],
                                check=True)
             book, peer_book = folder / "reports.xlsx", folder / "peer.xlsx"
-            ours = measured([build / "ordvane", "report", run, "-o", book, "--quiet", *options])
+            ours = measured([build / "ordvane", "report", run, "-o", book, "--quiet", "--overwrite", *options])
             sizes = sheet_sizes(book)
             peer = measured([build / "bench/peer_xlsxwriter", peer_book, *(f"{rows}x{columns}" for rows, columns in sizes)])
             largest = max(largest, ours.peak)

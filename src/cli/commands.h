@@ -30,7 +30,9 @@ class BadArguments : public std::runtime_error {
 
 struct ReportCommand {
   std::filesystem::path run;
-  std::filesystem::path workbook;  // empty: named after the run, in the current folder
+  std::filesystem::path workbook;  // a new one; empty: named after the run, in the current folder
+  std::filesystem::path into;      // one that is there; empty: none, the reports go into a new one
+  bool overwrite = false;
   std::vector<std::string> outputs;
   bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false,
        multi_way = false;

@@ -14,6 +14,7 @@
 #include "environment/standard_environment.h"
 #include "host/error.h"
 #include "runfile/run.h"
+#include "xlsx/package_reader.h"
 
 namespace ordvane::cli {
 namespace {
@@ -24,7 +25,7 @@ constexpr const char* kExitCodes =
     "Exit codes:\n"
     "  0    done\n"
     "  1    the reports could not be made or written\n"
-    "  2    wrong arguments, or a run file that cannot be used\n"
+    "  2    wrong arguments, or a run file or workbook that cannot be used\n"
     "  130  cancelled with Ctrl-C; what was there before is still there\n";
 
 constexpr const char* kMainExamples =
@@ -39,6 +40,7 @@ constexpr const char* kReportExamples =
     "Examples:\n"
     "  ordvane report budget.run.json\n"
     "  ordvane report budget.run.json -o board.xlsx --output Profit --output Costs!D12 --all\n"
+    "  ordvane report budget.run.json --into budget.xlsx --overwrite\n"
     "  ordvane report budget.run.json --tornado --percent --max-inputs 10 --threshold 5%\n"
     "  ordvane report budget.run.json --multi-way --output Profit\n"
     "  ordvane report budget.run.json --bar-color 1F4E79 --watermark 'Draft\\nnot for release'\n";
@@ -120,9 +122,13 @@ void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
   command.footer(std::string(kReportExamples) + "\n" + kExitCodes);
   command.callback([&] { chosen = [&] { return report(c); }; });
   add_run(command, c.run);
-  command
-      .add_option("-o", c.workbook, "Workbook (default: NAME-reports.xlsx); one that is there is replaced")
+  command.add_option("-o", c.workbook, "New workbook for the reports (default: NAME-reports.xlsx)")
       ->type_name("FILE.xlsx");
+  command
+      .add_option("--into", c.into, "Add the reports to this workbook instead; all else in it stays as it is")
+      ->type_name("FILE");
+  command.add_flag("--overwrite", c.overwrite,
+                   "Replace a workbook that is there; with --into, sheets of earlier reports");
   add_outputs(command, c.outputs);
 
   const auto flag = [&](const char* name, bool& value, const char* what) {
@@ -265,6 +271,8 @@ int guarded(int argc, char** argv) {
   } catch (const BadArguments& error) {
     return failed(kBadInput, error.what());
   } catch (const runfile::BadRun& error) {
+    return failed(kBadInput, error.what());
+  } catch (const xlsx::BadWorkbook& error) {
     return failed(kBadInput, error.what());
   } catch (const host::Error& error) {
     return failed(kFailed, error.description());

@@ -41,7 +41,7 @@ std::filesystem::path default_workbook(const std::filesystem::path& run) {
 }
 
 // Found wrong before the work is done, not after.
-void check_places(const std::filesystem::path& workbook, const std::filesystem::path& log_folder) {
+void check_new_workbook(const std::filesystem::path& workbook, bool overwrite) {
   const std::string text = workbook.string();
   if (workbook.extension() != kWorkbookExtension)
     throw BadArguments("-o: \"" + text + "\" does not end in .xlsx, the only format there is");
@@ -49,6 +49,11 @@ void check_places(const std::filesystem::path& workbook, const std::filesystem::
     throw BadArguments("-o: \"" + text + "\" is a folder; name a file in it");
   if (workbook.has_parent_path() && !std::filesystem::is_directory(workbook.parent_path()))
     throw BadArguments("-o: there is no folder \"" + workbook.parent_path().string() + "\"");
+  if (std::filesystem::exists(workbook) && !overwrite)
+    throw BadArguments("-o: \"" + text + "\" is there already; --overwrite replaces it, --into adds to it");
+}
+
+void check_log_folder(const std::filesystem::path& log_folder) {
   if (!log_folder.empty() && !std::filesystem::is_directory(log_folder))
     throw BadArguments("--log: there is no folder \"" + log_folder.string() + "\"");
 }
@@ -81,6 +86,7 @@ embedded::ReportOptions options_of(const ReportCommand& command, const runfile::
   options.base_color = command.base_color.value_or(options.base_color);
   options.watermark = command.watermark;
   options.language = command.language;
+  options.overwrite = command.overwrite;
   options.log_folder = folder_text(command.log_folder);
   return options;
 }
@@ -92,9 +98,13 @@ std::string counted(std::size_t count, const std::string& thing) {
 }  // namespace
 
 int report(const ReportCommand& command) {
-  const std::filesystem::path workbook =
-      command.workbook.empty() ? default_workbook(command.run) : command.workbook;
-  check_places(workbook, command.log_folder);
+  const bool is_new = command.into.empty();
+  if (!is_new && !command.workbook.empty()) throw BadArguments("--into: goes without -o");
+  const std::filesystem::path workbook = !is_new                    ? command.into
+                                         : command.workbook.empty() ? default_workbook(command.run)
+                                                                    : command.workbook;
+  if (is_new) check_new_workbook(workbook, command.overwrite);
+  check_log_folder(command.log_folder);
   catch_signals();
   try {
     ProgressLine progress(!command.quiet);
@@ -102,10 +112,11 @@ int report(const ReportCommand& command) {
     embedded::ReportOptions options = options_of(command, *run);
     options.progress = [&](const std::string& text) { progress.show(text); };
     options.cancelled = [] { return g_signal.load() != 0; };
-    const embedded::WrittenReports written = embedded::write_reports(run, workbook, options);
+    const auto write = is_new ? embedded::write_reports : embedded::add_reports;
+    const embedded::WrittenReports written = write(run, workbook, options);
     progress.clear();
     if (!command.quiet)
-      std::printf("%s: %s, %s\n", printable(workbook.string()).c_str(),
+      std::printf("%s: %s%s, %s\n", printable(workbook.string()).c_str(), is_new ? "" : "added ",
                   counted(written.sheets, "sheet").c_str(), counted(written.charts, "chart").c_str());
     return kDone;
   } catch (const host::Error& error) {

@@ -3,9 +3,11 @@
 #include <algorithm>
 
 #include "embedded/embedded_environment.h"
+#include "embedded/report_target.h"
 #include "embedded/selected_outputs.h"
 #include "environment/string_table.h"
 #include "runfile/recorded_engine.h"
+#include "xlsx/graft.h"
 #include "xlsx/save.h"
 
 namespace ordvane::embedded {
@@ -21,7 +23,6 @@ std::int16_t largest_group(const runfile::Run& run) {
 }
 
 void apply(const ReportOptions& options, const runfile::Run& run, service::OrdvaneReports& reports) {
-  reports.set_ReportsInNewWorkbook(true);
   reports.set_TornadoGraphs(options.tornado);
   reports.set_SpiderGraphs(options.spider);
   reports.set_SensitivityGraphs(options.sensitivity);
@@ -37,18 +38,29 @@ void apply(const ReportOptions& options, const runfile::Run& run, service::Ordva
   reports.DefaultMultiGroupSize = largest_group(run);
 }
 
+enum class Place { kNewWorkbook, kActiveWorkbook };
+
+void apply(Place place, bool overwrite, service::OrdvaneReports& reports) {
+  reports.set_ReportsInNewWorkbook(place == Place::kNewWorkbook);
+  reports.set_ReportsInExistingWorkbook(place == Place::kActiveWorkbook);
+  if (place == Place::kNewWorkbook) return;
+  reports.ReportsInExistingWorkbookName = "Active Workbook";
+  reports.set_OverwriteExisting(overwrite);
+}
+
 // Drives the report service as the add-in does: create, set, Initialize, watermark, reports, Terminate.
 std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfile::Run>& run,
-                                              const ReportOptions& options,
+                                              const ReportOptions& options, Place place,
+                                              const std::shared_ptr<office::OfficeApplication>& application,
                                               const std::shared_ptr<EmbeddedEnvironment>& environment) {
   const auto selected = selected_outputs(*run, options.outputs);
-  const auto application = open_model(*run);
   const auto services = std::make_shared<service::Services>();
   services->session.environment = environment;
   services->session.engine = runfile::make_recorded_engine(run);
 
   service::OrdvaneReports reports(services);
   apply(options, *run, reports);
+  apply(place, options.overwrite, reports);
   reports.Initialize(application, kVariableSet);
   reports.set_WatermarkText(options.watermark);
   reports.GenerateReports(selected);
@@ -62,9 +74,30 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
   return application->model(*workbook);
 }
 
+// In a workbook of their own.
+std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfile::Run>& run,
+                                              const ReportOptions& options,
+                                              const std::shared_ptr<EmbeddedEnvironment>& environment) {
+  const auto book = make(run, options, Place::kNewWorkbook, open_model(*run), environment);
+  for (const auto& sheet : book->sheets) sheet->is_report = true;
+  return book;
+}
+
 void show_saving(EmbeddedEnvironment& environment, const ReportOptions& options) {
   const auto texts = environment::make_string_table(environment::language(options.language));
   environment.show_progress(texts->GetString(kSavingText), "", "");
+}
+
+xlsx::SaveOptions saving_options(const ReportOptions& options, EmbeddedEnvironment& environment) {
+  xlsx::SaveOptions saving;
+  saving.created = options.created;
+  saving.cancelled = [&environment] { return environment.cancelled(); };
+  return saving;
+}
+
+void count(const office::SheetModel& sheet, WrittenReports& written) {
+  ++written.sheets;
+  written.charts += sheet.charts.size();
 }
 
 }  // namespace
@@ -79,15 +112,33 @@ WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
   const auto book = make(run, options, environment);
   show_saving(*environment, options);
-
-  xlsx::SaveOptions saving;
-  saving.created = options.created;
-  saving.cancelled = [&] { return environment->cancelled(); };
+  xlsx::SaveOptions saving = saving_options(options, *environment);
+  saving.replace = options.overwrite;
   environment->check_cancelled();
   xlsx::save(*book, workbook, saving);
 
-  WrittenReports written{.sheets = book->sheets.size()};
-  for (const auto& sheet : book->sheets) written.charts += sheet->charts.size();
+  WrittenReports written;
+  for (const auto& sheet : book->sheets) count(*sheet, written);
+  return written;
+}
+
+WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,
+                           const std::filesystem::path& workbook, const ReportOptions& options) {
+  const auto environment = std::make_shared<EmbeddedEnvironment>(options);
+  xlsx::OpenOptions opening;
+  opening.cancelled = [&] { return environment->cancelled(); };
+  xlsx::ExistingWorkbook existing(workbook, opening);
+  const auto application = open_model(*run);
+  const ReportTarget target(*application, *run, existing);
+  const auto book = make(run, options, Place::kActiveWorkbook, application, environment);
+  target.check_dates(*book);
+  show_saving(*environment, options);
+  environment->check_cancelled();
+  const std::vector<std::size_t> sheets = target.reports(*book);
+  xlsx::graft(existing, *book, sheets, saving_options(options, *environment));
+
+  WrittenReports written;
+  for (const std::size_t position : sheets) count(*book->sheets[position], written);
   return written;
 }
 

@@ -17,6 +17,7 @@
 #include "office/office.h"
 #include "runfile/run.h"
 #include "service/ordvane_reports.h"
+#include "xlsx/package_reader.h"
 
 namespace ordvane::embedded {
 
@@ -37,7 +38,10 @@ struct ReportOptions {
   std::string language = "en";
   std::string log_folder;    // empty: no log
   bool click_macro = false;  // charts call the add-in when clicked (needs the add-in)
-  std::string created;       // document date, ISO; empty: a fixed one
+  std::string created;       // document date of a new workbook, ISO; empty: a fixed one
+  // What has the name already: the file, when a workbook is written; sheets of earlier reports, when reports
+  // are added to one.
+  bool overwrite = false;
   std::function<void(const std::string& text)> progress;
   std::function<bool()> cancelled;
 };
@@ -47,10 +51,17 @@ struct WrittenReports {
   std::size_t charts = 0;
 };
 
-// Throws host::Error: errc::kUserCancelled when cancelled, else what the reports ended with. Nothing is
-// written then, and what was at `workbook` is still there.
+// Into a new workbook. Throws host::Error: errc::kUserCancelled when cancelled, else what the reports ended
+// with. Nothing is written then, and what was at `workbook` is still there.
 WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
                              const std::filesystem::path& workbook, const ReportOptions& options);
+
+// Into a workbook that is there, .xlsx or .xlsm, as sheets after its own; everything else in it stays as it
+// is. It may be the run's own model. A name that is taken gets " (2)"; with `overwrite`, sheets of earlier
+// reports are replaced, and only those. Throws xlsx::BadWorkbook for a file that sheets cannot be added to,
+// otherwise as write_reports does.
+WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,
+                           const std::filesystem::path& workbook, const ReportOptions& options);
 
 // The same, without a file: the finished workbook in memory.
 std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,

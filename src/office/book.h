@@ -252,6 +252,8 @@ struct SheetModel {
   bool gridlines = true;
   Area selection;
   CellRef active_cell;
+  bool is_report = false;  // made by this program: a later report of its name may take its place
+  bool is_kept = false;    // cannot be removed: belongs to the user of a workbook that reports go into
 };
 
 // Column widths as the spreadsheet rounds them: whole pixels at 96 dpi, 7 to a digit of the default font, 5

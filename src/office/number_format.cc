@@ -449,6 +449,11 @@ NumberFormat::NumberFormat(std::string_view code) {
   }
 }
 
+bool NumberFormat::shows_dates() const {
+  return std::any_of(sections_.begin(), sections_.end(),
+                     [](const Section& section) { return section.is_date; });
+}
+
 bool NumberFormat::is_general() const {
   return sections_.size() == 1 && sections_[0].is_general && sections_[0].tokens.size() <= 1;
 }

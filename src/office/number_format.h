@@ -20,6 +20,7 @@ class NumberFormat {
 
   std::string text(const host::CellValue& value) const;
   bool is_general() const;
+  bool shows_dates() const;  // dates or times of day
   // Whether a number's text is never shorter than that of a number of the same sign nearer to zero.
   bool grows_with_size() const;
 

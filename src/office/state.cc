@@ -45,6 +45,7 @@ void Book::move_sheet(const Sheet& sheet, const Sheet& before) {
 
 void Book::remove_sheet(const Sheet& sheet) {
   if (sheets.size() == 1) refuse("A workbook keeps at least one sheet");
+  if (sheet.model->is_kept) refuse("The sheet " + sheet.model->name + " is no report and is kept");
   const std::size_t place = position(sheet);
   sheets[place]->book = nullptr;
   sheets.erase(sheets.begin() + static_cast<std::ptrdiff_t>(place));

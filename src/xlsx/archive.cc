@@ -8,7 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <list>
 #include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "host/error.h"
@@ -128,10 +132,13 @@ void check_sizes(const std::vector<ArchiveEntry>& entries) {
 using Source = std::unique_ptr<zip_source_t, decltype(&zip_source_free)>;
 using Archive = std::unique_ptr<zip_t, decltype(&zip_discard)>;
 
-void add(zip_t* target, EntryReader& reader) {
+// Behind the others, or in the place of an entry.
+void put(zip_t* target, EntryReader& reader, std::optional<zip_uint64_t> place = {}) {
   zip_source_t* source = zip_source_function(target, ordvane_xlsx_entry_source, &reader);
   if (source == nullptr) refuse(zip_strerror(target));
-  const zip_int64_t index = zip_file_add(target, reader.entry->name.c_str(), source, ZIP_FL_ENC_UTF_8);
+  const zip_int64_t index =
+      place ? (zip_file_replace(target, *place, source, 0) == 0 ? static_cast<zip_int64_t>(*place) : -1)
+            : zip_file_add(target, reader.entry->name.c_str(), source, ZIP_FL_ENC_UTF_8);
   if (index < 0) {
     zip_source_free(source);
     refuse(zip_strerror(target));
@@ -191,10 +198,108 @@ std::string archive(const std::vector<ArchiveEntry>& entries) {
   std::vector<EntryReader> readers;
   readers.reserve(entries.size());
   for (const ArchiveEntry& entry : entries) readers.push_back({&entry});
-  for (EntryReader& reader : readers) add(target.get(), reader);
+  for (EntryReader& reader : readers) put(target.get(), reader);
   if (zip_close(target.get()) != 0) refuse(zip_strerror(target.get()));
   static_cast<void>(target.release());
   return contents(buffer.get());
+}
+
+struct OpenArchive::Handle {
+  Source buffer{nullptr, &zip_source_free};
+  Archive archive{nullptr, &zip_discard};
+  // What libzip reads when the archive is finished.
+  std::list<ArchiveEntry> contents;
+  std::list<EntryReader> readers;
+};
+
+OpenArchive::OpenArchive(std::string bytes) : bytes_(std::move(bytes)), handle_(std::make_unique<Handle>()) {
+  zip_error_t error;
+  zip_error_init(&error);
+  handle_->buffer.reset(zip_source_buffer_create(bytes_.data(), bytes_.size(), 0, &error));
+  if (!handle_->buffer) throw BadPackage(zip_error_strerror(&error));
+  zip_source_keep(handle_->buffer.get());  // the archive takes one reference
+  handle_->archive.reset(zip_open_from_source(handle_->buffer.get(), 0, &error));
+  if (!handle_->archive) {
+    zip_source_free(handle_->buffer.get());
+    throw BadPackage(zip_error_strerror(&error));
+  }
+  const zip_int64_t count = zip_get_num_entries(handle_->archive.get(), ZIP_FL_UNCHANGED);
+  for (zip_int64_t i = 0; i < count; ++i) {
+    zip_stat_t stat;
+    zip_stat_init(&stat);
+    if (zip_stat_index(handle_->archive.get(), static_cast<zip_uint64_t>(i), ZIP_FL_UNCHANGED, &stat) != 0)
+      throw BadPackage(zip_strerror(handle_->archive.get()));
+    entries_.push_back({stat.name, stat.size, stat.encryption_method != ZIP_EM_NONE});
+  }
+}
+
+OpenArchive::~OpenArchive() = default;
+
+namespace {
+
+constexpr std::size_t kReadAtOnce = 1U << 16;
+
+// Hands the entry's content over piece by piece, never more than its directory promises, until `take` wants
+// no more.
+template <class Take>
+void read_through(zip_t* archive, std::size_t index, const OpenArchive::Entry& entry, const Take& take) {
+  const auto fail = [&](const std::string& why) { throw BadPackage(entry.name + ": " + why); };
+  const std::unique_ptr<zip_file_t, decltype(&zip_fclose)> file(
+      zip_fopen_index(archive, index, ZIP_FL_UNCHANGED), &zip_fclose);
+  if (!file) fail(zip_strerror(archive));
+  std::array<char, kReadAtOnce> piece;
+  std::uint64_t left = entry.size;
+  while (true) {
+    const zip_int64_t count = zip_fread(file.get(), piece.data(), piece.size());
+    if (count < 0) fail(zip_file_strerror(file.get()));
+    if (static_cast<std::uint64_t>(count) > left || (count == 0 && left != 0))
+      fail("it has another size than its directory says");
+    if (count == 0) return;
+    left -= static_cast<std::uint64_t>(count);
+    if (!take({piece.data(), static_cast<std::size_t>(count)})) return;
+  }
+}
+
+}  // namespace
+
+std::string OpenArchive::read(std::size_t entry, std::size_t most) const {
+  std::string content;
+  content.reserve(std::min<std::uint64_t>(entries_[entry].size, most));
+  read_through(handle_->archive.get(), entry, entries_[entry], [&](std::string_view piece) {
+    content += piece;
+    return content.size() < most;
+  });
+  return content;
+}
+
+void OpenArchive::check(const std::function<void()>& each) const {
+  for (std::size_t i = 0; i < entries_.size(); ++i)
+    read_through(handle_->archive.get(), i, entries_[i], [&](std::string_view) {
+      each();
+      return true;
+    });
+}
+
+void OpenArchive::replace(std::size_t entry, ArchiveEntry content) {
+  handle_->contents.push_back(std::move(content));
+  handle_->readers.push_back({&handle_->contents.back()});
+  put(handle_->archive.get(), handle_->readers.back(), entry);
+}
+
+void OpenArchive::add(ArchiveEntry content) {
+  handle_->contents.push_back(std::move(content));
+  handle_->readers.push_back({&handle_->contents.back()});
+  put(handle_->archive.get(), handle_->readers.back());
+}
+
+void OpenArchive::remove(std::size_t entry) {
+  if (zip_delete(handle_->archive.get(), entry) != 0) refuse(zip_strerror(handle_->archive.get()));
+}
+
+std::string OpenArchive::finish() {
+  if (zip_close(handle_->archive.get()) != 0) refuse(zip_strerror(handle_->archive.get()));
+  static_cast<void>(handle_->archive.release());
+  return contents(handle_->buffer.get());
 }
 
 }  // namespace ordvane::xlsx

@@ -2,10 +2,19 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace ordvane::xlsx {
+
+// A package that is damaged, or is none; what() says what is wrong with it.
+class BadPackage : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 // One part, compressed (raw deflate).
 struct ArchiveEntry {
@@ -31,5 +40,39 @@ ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces);
 // The archive, entries in the given order, all dated 1980-01-01. Throws host::Error for what is over the
 // format's 4 GiB.
 std::string archive(const std::vector<ArchiveEntry>& entries);
+
+// An archive that is there, changed entry by entry. Entries that nothing is done to keep their bytes,
+// compressed ones too, and their place. Throws BadPackage for what is no sound archive.
+class OpenArchive {
+ public:
+  explicit OpenArchive(std::string bytes);
+  ~OpenArchive();
+  OpenArchive(const OpenArchive&) = delete;
+  OpenArchive& operator=(const OpenArchive&) = delete;
+
+  struct Entry {
+    std::string name;
+    std::uint64_t size = 0;  // before compression, as its directory has it
+    bool encrypted = false;
+  };
+  // In their order, as they were at the beginning.
+  const std::vector<Entry>& entries() const { return entries_; }
+  // What the entry held at the beginning; its first `most` bytes.
+  std::string read(std::size_t entry, std::size_t most = std::string::npos) const;
+  // Reads every entry through, so that damage is found. `each` is called between parts of the work.
+  void check(const std::function<void()>& each) const;
+
+  void replace(std::size_t entry, ArchiveEntry content);
+  void add(ArchiveEntry content);
+  void remove(std::size_t entry);
+  // The bytes with all changes made. Called once, last.
+  std::string finish();
+
+ private:
+  struct Handle;
+  std::string bytes_;
+  std::unique_ptr<Handle> handle_;
+  std::vector<Entry> entries_;
+};
 
 }  // namespace ordvane::xlsx

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "host/error.h"
+#include "xlsx/package_reader.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -19,16 +20,13 @@ std::string lower(std::string name) {
   return name;
 }
 
-std::string file_of(const std::string& part) {
-  return part.substr(part.rfind('/') + 1);
+// How one part names another. Ours lie in xl/ or in a folder of it; a sheet of others may lie anywhere.
+std::string reference(const std::string& from, const std::string& to) {
+  const bool usual = from.starts_with("xl/") && std::count(from.begin(), from.end(), '/') == 2;
+  return usual ? "../" + to.substr(3) : "/" + to;
 }
 
-std::string relationships_name(const std::string& part) {
-  const std::size_t folder = part.rfind('/') + 1;
-  return part.substr(0, folder) + "_rels/" + part.substr(folder) + ".rels";
-}
-
-// The parts of one sheet. Everything below xl/ lies one folder deep, but for notes.
+// The parts of one sheet.
 class SheetParts {
  public:
   SheetParts(const office::BookModel& book, std::size_t position, PartNames& names, std::vector<Part>& parts)
@@ -41,11 +39,11 @@ class SheetParts {
     parts_.push_back({place.name, spreadsheet_type("worksheet"), {}});
     if (!sheet_.charts.empty()) {
       frame.drawing = relationship_id(list.size());
-      list.push_back({"drawing", "../drawings/" + add_drawing()});
+      list.push_back({"drawing", reference(place.name, add_drawing())});
     }
     if (!sheet_.comments.empty()) {
       frame.legacy_drawing = relationship_id(list.size());
-      add_notes(place.note_numbers, list);
+      add_notes(place, list);
     }
     parts_[sheet].pieces = sheet_pieces(book_, position_, frame);
     if (!list.empty()) add_relationships(place.name, std::move(list));
@@ -56,28 +54,29 @@ class SheetParts {
     parts_.push_back(whole_part(name, std::move(content_type), std::move(whole)));
   }
   void add_relationships(const std::string& part, std::vector<Relationship> relationships) {
-    add(relationships_name(part), "", [list = std::move(relationships)] { return relationships_part(list); });
+    add(relationships_of(part), "", [list = std::move(relationships)] { return relationships_part(list); });
   }
 
-  void add_notes(std::size_t numbers, std::vector<Relationship>& list) {
+  void add_notes(const SheetPlace& place, std::vector<Relationship>& list) {
     const std::string drawing = names_.next("xl/drawings/vmlDrawing", ".vml");
     const std::string comments = names_.next("xl/comments", ".xml");
-    add(drawing, office_type("vmlDrawing"),
-        [this_sheet = &sheet_, numbers] { return notes_drawing_part(*this_sheet, numbers); });
+    add(drawing, office_type("vmlDrawing"), [this_sheet = &sheet_, numbers = place.note_numbers] {
+      return notes_drawing_part(*this_sheet, numbers);
+    });
     add(comments, spreadsheet_type("comments"),
         [this_sheet = &sheet_] { return comments_part(*this_sheet); });
-    list.push_back({"vmlDrawing", "../drawings/" + file_of(drawing)});
-    list.push_back({"comments", "../" + file_of(comments)});
+    list.push_back({"vmlDrawing", reference(place.name, drawing)});
+    list.push_back({"comments", reference(place.name, comments)});
   }
 
-  // The drawing's file name.
+  // The drawing's name.
   std::string add_drawing() {
     const std::string name = names_.next("xl/drawings/drawing", ".xml");
     add(name, office_type("drawing"), [this_sheet = &sheet_] { return drawing_part(*this_sheet); });
     std::vector<Relationship> list;
-    for (const auto& chart : sheet_.charts) list.push_back({"chart", "../charts/" + add_chart(*chart)});
+    for (const auto& chart : sheet_.charts) list.push_back({"chart", reference(name, add_chart(*chart))});
     add_relationships(name, std::move(list));
-    return file_of(name);
+    return name;
   }
 
   std::string add_chart(const office::ChartModel& chart) {
@@ -85,11 +84,11 @@ class SheetParts {
     const std::string user_shapes = chart.text_boxes.empty() ? "" : relationship_id(0);
     add(name, office_type("drawingml.chart"),
         [this_book = &book_, &chart, user_shapes] { return chart_part(*this_book, chart, user_shapes); });
-    if (chart.text_boxes.empty()) return file_of(name);
+    if (chart.text_boxes.empty()) return name;
     const std::string drawing = names_.next("xl/drawings/drawing", ".xml");
-    add_relationships(name, {{"chartUserShapes", "../drawings/" + file_of(drawing)}});
+    add_relationships(name, {{"chartUserShapes", reference(name, drawing)}});
     add(drawing, office_type("drawingml.chartshapes"), [&chart] { return user_shapes_part(chart); });
-    return file_of(name);
+    return name;
   }
 
   const office::BookModel& book_;

@@ -44,6 +44,10 @@ struct PartType {
 };
 std::string content_types_part(const std::vector<PartType>& parts);
 
+// The name, local to its sheet and hidden, that marks a sheet as a report.
+inline constexpr const char* kReportMark = "OrdvaneReport";
+// The definedName elements of a sheet at this place (from 0) of its workbook.
+std::vector<std::string> sheet_names(const office::SheetModel& sheet, std::size_t place);
 // The sheets' relationship ids are rId1 to rIdN.
 std::string workbook_part(const office::BookModel& book);
 std::string styles_part(const office::StyleTable& styles);

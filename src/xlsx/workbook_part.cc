@@ -43,17 +43,12 @@ std::string title_rows(const std::string& rows) {
   return is_row(first) && is_row(last) ? "$" + first + ":$" + last : "";
 }
 
-void print_titles(Xml& xml, const office::BookModel& book) {
-  bool any = false;
-  for (std::size_t i = 0; i < book.sheets.size(); ++i) {
-    const std::string rows = title_rows(book.sheets[i]->page.print_title_rows);
-    if (rows.empty()) continue;
-    if (!any) xml.start("definedNames");
-    any = true;
-    xml.start("definedName").attr("name", "_xlnm.Print_Titles").attr("localSheetId", i);
-    xml.text(office::quoted_sheet_name(book.sheets[i]->name) + "!" + rows).end();
-  }
-  if (any) xml.end();
+void names(Xml& xml, const office::BookModel& book) {
+  std::string list;
+  for (std::size_t i = 0; i < book.sheets.size(); ++i)
+    for (const std::string& name : sheet_names(*book.sheets[i], i)) list += name;
+  if (!list.empty()) xml.start("definedNames").raw() += list;
+  if (!list.empty()) xml.end();
 }
 
 bool has_formulas(const office::BookModel& book) {
@@ -62,6 +57,24 @@ bool has_formulas(const office::BookModel& book) {
 }
 
 }  // namespace
+
+std::vector<std::string> sheet_names(const office::SheetModel& sheet, std::size_t place) {
+  std::vector<std::string> elements;
+  const auto start = [&](Xml& xml, const char* name) {
+    xml.start("definedName").attr("name", name).attr("localSheetId", place);
+  };
+  if (const std::string rows = title_rows(sheet.page.print_title_rows); !rows.empty()) {
+    Xml xml(elements.emplace_back());
+    start(xml, "_xlnm.Print_Titles");
+    xml.text(office::quoted_sheet_name(sheet.name) + "!" + rows).end();
+  }
+  if (sheet.is_report) {
+    Xml xml(elements.emplace_back());
+    start(xml, kReportMark);
+    xml.attr("hidden", true).text("TRUE").end();
+  }
+  return elements;
+}
 
 std::string workbook_part(const office::BookModel& book) {
   check_names(book);
@@ -74,7 +87,7 @@ std::string workbook_part(const office::BookModel& book) {
   if (book.active_sheet > 0) xml.attr("activeTab", std::min(book.active_sheet, book.sheets.size() - 1));
   xml.end().end();
   sheets(xml, book);
-  print_titles(xml, book);
+  names(xml, book);
   if (has_formulas(book)) xml.start("calcPr").attr("fullCalcOnLoad", true).end();
   xml.end();
   return part;

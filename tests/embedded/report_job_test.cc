@@ -268,6 +268,7 @@ TEST(WriteReports, CancelledAtAnyMomentLeavesWhatWasThere) {
     int calls = 0;
     ReportOptions options;
     options.outputs = {0};
+    options.overwrite = true;
     options.output_detail = options.detail_by_input = true;
     options.cancelled = [&] { return ++calls == nth; };
     const std::int32_t code = error_code([&] { write_reports(run, folder / "a.xlsx", options); });

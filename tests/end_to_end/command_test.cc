@@ -115,6 +115,7 @@ class Command : public testing::Test {
 TEST_F(Command, RefusesWrongArgumentsWithAHint) {
   std::ofstream(folder_ / "bad.run.json") << "{ \"format\": \"ordvane-run\",\n  oops }";
   fs::create_directory(folder_ / "folder.xlsx");
+  std::ofstream(folder_ / "there.xlsx") << "before";
   struct Case {
     std::vector<std::string> arguments;
     const char* message;
@@ -133,6 +134,13 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"report", "m.run.json", "-o", "a.xls"}, "\"a.xls\" does not end in .xlsx"},
       {{"report", "m.run.json", "-o", "folder.xlsx"}, "is a folder"},
       {{"report", "m.run.json", "-o", "none/a.xlsx"}, "there is no folder \"none\""},
+      {{"report", "m.run.json", "-o", "there.xlsx"},
+       "is there already; --overwrite replaces it, --into adds to it"},
+      {{"report", "m.run.json", "-o", "a.xlsx", "--into", "there.xlsx"}, "--into: goes without -o"},
+      {{"report", "m.run.json", "--into", "none.xlsx"}, "none.xlsx: there is no such file"},
+      {{"report", "m.run.json", "--into", "folder.xlsx"}, "folder.xlsx: it is a folder"},
+      {{"report", "m.run.json", "--into", "there.xlsx"},
+       "there.xlsx: it is no workbook; expected an Excel workbook"},
       {{"report", "m.run.json", "--multi-way"}, "--multi-way: m.run.json varied no inputs together"},
       {{"report", "m.run.json", "--log", "none"}, "there is no folder \"none\""},
       {{"report", "m.run.json", "--max-inputs", "0"}, "--max-inputs: Value 0 not in range 1 to 32"},
@@ -161,6 +169,7 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
     EXPECT_THAT(result.err, AllOf(StartsWith("ordvane: "), HasSubstr(each.message)));
     EXPECT_EQ(result.out, "");
     EXPECT_FALSE(there("m-reports.xlsx"));
+    EXPECT_EQ(file_text(folder_ / "there.xlsx"), "before");
   }
 }
 
@@ -214,7 +223,7 @@ TEST_F(Command, ReportTakesItsSwitches) {
       {{"--quiet"}, ""},
   };
   for (const Case& each : kCases) {
-    std::vector<std::string> arguments{"report", "m.run.json", "-o", "a.xlsx"};
+    std::vector<std::string> arguments{"report", "m.run.json", "-o", "a.xlsx", "--overwrite"};
     arguments.insert(arguments.end(), each.switches.begin(), each.switches.end());
     const Result result = run(arguments);
     SCOPED_TRACE(testing::PrintToString(each.switches));
@@ -296,7 +305,7 @@ TEST_F(Command, ShowTellsWhatGroupsDo) {
 TEST_F(Command, MultiWayReportsAreMadeForRunsWithGroups) {
   EXPECT_EQ(run({"report", "grouped.run.json", "--multi-way", "-o", "a.xlsx"}).out,
             "a.xlsx: 5 sheets, 3 charts\n");
-  EXPECT_EQ(run({"report", "grouped.run.json", "--all", "-o", "a.xlsx"}).out,
+  EXPECT_EQ(run({"report", "grouped.run.json", "--all", "-o", "a.xlsx", "--overwrite"}).out,
             "a.xlsx: 19 sheets, 15 charts\n");
 }
 
@@ -342,7 +351,7 @@ TEST_F(Command, InterruptedItExitsWith130AndWritesNothing) {
   std::ofstream(folder_ / "large.run.json") << items;
   std::ofstream(folder_ / "large-reports.xlsx") << "before";
 
-  const pid_t process = start({"report", "large.run.json", "--all", "--log", "."});
+  const pid_t process = start({"report", "large.run.json", "--all", "--log", ".", "--overwrite"});
   const fs::path log = folder_ / "OrdvaneReports8.Log";
   for (int wait = 0; wait < 3000 && file_text(log).find("NumOrdvaneOutputs") == std::string::npos; ++wait)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));

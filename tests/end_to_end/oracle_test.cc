@@ -32,7 +32,7 @@ CommandResult python(const fs::path& script, const std::vector<fs::path>& files,
 
 CommandResult report(const fs::path& run, const fs::path& workbook, const std::string& options) {
   return run_command(std::string(ORDVANE_COMMAND) + " report " + shell_quoted(run.string()) + " -o " +
-                     shell_quoted(workbook.string()) + " --quiet " + options);
+                     shell_quoted(workbook.string()) + " --overwrite --quiet " + options);
 }
 
 CommandResult oracle(const fs::path& run, const fs::path& workbook, const std::string& options) {

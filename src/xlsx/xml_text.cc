@@ -1,0 +1,229 @@
+#include "xlsx/xml_text.h"
+
+#include <expat.h>
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <utility>
+
+#include "xlsx/xml.h"
+
+namespace ordvane::xlsx {
+namespace {
+
+constexpr char kSeparator = '\n';  // between the parts of a name; no namespace has line breaks
+constexpr std::size_t kLongest = 1U << 30;
+
+struct Name {
+  std::string space, name, prefix;
+};
+
+Name split(const char* text) {
+  const std::string_view whole(text);
+  const std::size_t first = whole.find(kSeparator);
+  if (first == whole.npos) return {"", std::string(whole), ""};
+  const std::size_t second = whole.find(kSeparator, first + 1);
+  Name name{std::string(whole.substr(0, first)), std::string(whole.substr(first + 1, second - first - 1)),
+            ""};
+  if (second != whole.npos) name.prefix = std::string(whole.substr(second + 1)) + ":";
+  return name;
+}
+
+// Follows the parser's events and writes down where elements begin and end.
+class Reader {
+ public:
+  Reader(const std::string& text, int depth, std::vector<XmlElement>& elements)
+      : text_(text),
+        depth_(depth),
+        elements_(elements),
+        parser_(XML_ParserCreateNS(nullptr, kSeparator), &XML_ParserFree) {
+    if (!parser_) throw std::bad_alloc();
+    XML_SetUserData(parser_.get(), this);
+    XML_SetReturnNSTriplet(parser_.get(), 1);
+    XML_SetElementHandler(
+        parser_.get(),
+        [](void* reader, const char* name, const char** attributes) {
+          static_cast<Reader*>(reader)->start(name, attributes);
+        },
+        [](void* reader, const char*) { static_cast<Reader*>(reader)->end(); });
+    XML_SetCharacterDataHandler(parser_.get(), [](void* reader, const char* part, int size) {
+      static_cast<Reader*>(reader)->characters({part, static_cast<std::size_t>(size)});
+    });
+    XML_SetXmlDeclHandler(parser_.get(), [](void* reader, const char*, const char* encoding, int) {
+      static_cast<Reader*>(reader)->check_encoding(encoding);
+    });
+    XML_SetStartDoctypeDeclHandler(
+        parser_.get(), [](void* reader, const char*, const char*, const char*, int) {
+          static_cast<Reader*>(reader)->stop("a document type definition, which no workbook has");
+        });
+  }
+
+  void read() {
+    if (text_.find('\0') < 4 || text_.starts_with("\xFE\xFF") || text_.starts_with("\xFF\xFE"))
+      throw BadPackage("its encoding is not UTF-8");
+    if (text_.size() > kLongest) throw BadPackage("it is longer than 1 GiB");
+    if (XML_Parse(parser_.get(), text_.data(), static_cast<int>(text_.size()), 1) == XML_STATUS_OK) return;
+    throw BadPackage("line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) + ": " +
+                     (why_.empty() ? XML_ErrorString(XML_GetErrorCode(parser_.get())) : why_));
+  }
+
+ private:
+  std::size_t place() const { return static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_.get())); }
+  std::size_t length() const { return static_cast<std::size_t>(XML_GetCurrentByteCount(parser_.get())); }
+
+  void stop(const char* why) {
+    why_ = why;
+    XML_StopParser(parser_.get(), XML_FALSE);
+  }
+
+  void check_encoding(const char* encoding) {
+    if (encoding == nullptr) return;
+    std::string name(encoding);
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
+    if (name != "UTF-8") stop("its encoding is not UTF-8");
+  }
+
+  void start(const char* name, const char** attributes) {
+    if (++open_ > depth_) return;
+    Name parts = split(name);
+    XmlElement element;
+    element.space = std::move(parts.space);
+    element.name = std::move(parts.name);
+    element.prefix = std::move(parts.prefix);
+    element.begin = place();
+    element.inner_begin = place() + length();
+    for (; *attributes != nullptr; attributes += 2) {
+      Name attribute = split(attributes[0]);
+      element.attributes.push_back({std::move(attribute.space), std::move(attribute.name), attributes[1]});
+    }
+    if (!path_.empty()) elements_[path_.back()].children.push_back(elements_.size());
+    path_.push_back(elements_.size());
+    elements_.push_back(std::move(element));
+  }
+
+  void characters(std::string_view text) {
+    if (open_ <= depth_ && !path_.empty()) elements_[path_.back()].text += text;
+  }
+
+  void end() {
+    if (open_-- > depth_) return;
+    XmlElement& element = elements_[path_.back()];
+    path_.pop_back();
+    const bool empty = text_[element.inner_begin - 2] == '/';
+    element.inner_end = empty ? element.inner_begin : place();
+    element.end = empty ? element.inner_begin : place() + length();
+  }
+
+  const std::string& text_;
+  const int depth_;
+  std::vector<XmlElement>& elements_;
+  std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser_;
+  std::vector<std::size_t> path_;  // of the open elements
+  int open_ = 0;
+  std::string why_;
+};
+
+// Where the value of an attribute stands in a start tag, without its quotes; nothing when it is not there.
+// The tag is known to be well-formed.
+std::pair<std::size_t, std::size_t> find_value(std::string_view tag, std::string_view name) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  std::size_t at = tag.find_first_of(" \t\r\n/>");
+  while (true) {
+    at = tag.find_first_not_of(kBlanks, at);
+    if (at == tag.npos || tag[at] == '/' || tag[at] == '>') return {tag.npos, tag.npos};
+    const std::size_t end = tag.find_first_of(" \t\r\n=", at);
+    const std::size_t quote = tag.find_first_of("\"'", end);
+    const std::size_t closing = tag.find(tag[quote], quote + 1);
+    if (tag.substr(at, end - at) == name) return {quote + 1, closing};
+    at = closing + 1;
+  }
+}
+
+}  // namespace
+
+const std::string& XmlElement::attribute(std::string_view wanted, std::string_view wanted_space) const {
+  static const std::string kNone;
+  for (const XmlAttribute& a : attributes)
+    if (a.name == wanted && a.space == wanted_space) return a.value;
+  return kNone;
+}
+
+bool XmlElement::has_attribute(std::string_view wanted) const {
+  return std::any_of(attributes.begin(), attributes.end(),
+                     [&](const XmlAttribute& a) { return a.space.empty() && a.name == wanted; });
+}
+
+XmlText::XmlText(std::string text, int depth) : text_(std::move(text)) {
+  Reader(text_, depth, elements_).read();
+}
+
+const XmlElement* XmlText::child(const XmlElement& parent, std::string_view name) const {
+  for (const std::size_t position : parent.children)
+    if (elements_[position].name == name && elements_[position].space == parent.space)
+      return &elements_[position];
+  return nullptr;
+}
+
+std::vector<const XmlElement*> XmlText::children(const XmlElement& parent, std::string_view name) const {
+  std::vector<const XmlElement*> found;
+  for (const std::size_t position : parent.children)
+    if (elements_[position].name == name && elements_[position].space == parent.space)
+      found.push_back(&elements_[position]);
+  return found;
+}
+
+std::string beside(const XmlElement& element, std::string xml) {
+  if (element.prefix.empty()) return xml;
+  return xml.insert(xml.find_first_of(" />"), " xmlns=\"" + element.space + "\"");
+}
+
+// The start tag as it is to be, with what is appended to an element that held nothing.
+XmlEdits::Change XmlEdits::start_tag(const XmlElement& element) const {
+  std::string tag = xml_.text().substr(element.begin, element.inner_begin - element.begin);
+  if (const auto set = attributes_.find(&element); set != attributes_.end()) {
+    for (const auto& [name, value] : set->second) {
+      std::string escaped;
+      append_escaped(escaped, value);
+      if (const auto [begin, end] = find_value(tag, name); begin != tag.npos)
+        tag.replace(begin, end - begin, escaped);
+      else
+        tag.insert(tag.size() - (element.is_empty_tag() ? 2 : 1), " " + name + "=\"" + escaped + "\"");
+    }
+  }
+  if (const auto added = appended_.find(&element); added != appended_.end() && element.is_empty_tag()) {
+    tag.erase(tag.size() - 2, 1);
+    tag += added->second + "</" + element.prefix + element.name + ">";
+  }
+  return {element.begin, element.inner_begin, std::move(tag)};
+}
+
+std::string XmlEdits::result() const {
+  std::vector<Change> changes;
+  std::set<const XmlElement*> tags;
+  for (const auto& [element, values] : attributes_) tags.insert(element);
+  for (const auto& [element, text] : appended_) {
+    if (element->is_empty_tag())
+      tags.insert(element);
+    else
+      changes.push_back({element->inner_end, element->inner_end, text});
+  }
+  for (const XmlElement* element : tags) changes.push_back(start_tag(*element));
+  for (const auto& [place, text] : inserted_) changes.push_back({place, place, text});
+  for (const auto& [begin, end] : removed_) changes.push_back({begin, end, ""});
+  std::stable_sort(changes.begin(), changes.end(),
+                   [](const Change& a, const Change& b) { return a.begin < b.begin; });
+  std::string result;
+  std::size_t at = 0;
+  for (const Change& change : changes) {
+    if (change.begin < at) continue;  // inside of what is removed
+    result.append(xml_.text(), at, change.begin - at);
+    result += change.text;
+    at = change.end;
+  }
+  return result.append(xml_.text(), at);
+}
+
+}  // namespace ordvane::xlsx
