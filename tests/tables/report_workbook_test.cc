@@ -32,7 +32,7 @@ TEST(ReportWorkbook, IsANewWorkbookWithoutEmptySheets) {
 TEST(ReportWorkbook, ManySheetsGetAListOfThemWithLinks) {
   for (const std::size_t sheets : {6U, 7U}) {
     test::TablesBench bench;
-    ReportWorkbook reports(bench.session, "Ordvane", nullptr, true, 0);
+    ReportWorkbook reports(bench.session, "Ordvane", nullptr, nullptr, 0);
     reports.SetExcelReady(true);
     for (std::size_t i = 1; i <= sheets; ++i)
       reports.AddSheet("It's \"" + std::to_string(i) + "\"")
