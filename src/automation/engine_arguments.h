@@ -2,6 +2,7 @@
 // library sees, and what is to be done before and after the call.
 #pragma once
 
+#include <oaidl.h>
 #include <oleauto.h>
 #include <windows.h>
 
