@@ -2,12 +2,13 @@
 #
 #   make demo      report on the example run, print the ranking and where the workbook is
 #   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine
+#   make windows   the COM server for Excel, x86 and x64, in a zip to hand over
 #   make bench     speed and memory, as ratios against peers in the same run
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
-.PHONY: demo test bench format format-check tidy release sanitize windows-build clean
+.PHONY: demo test bench format format-check tidy release sanitize windows windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
 example = examples/solar-plant/solar-plant.run.json
@@ -31,6 +32,12 @@ release:
 sanitize:
 	@cmake --preset sanitize >/dev/null
 	@cmake --build --preset sanitize
+
+windows:
+	@tools/install-packages windows
+	@cmake --preset windows-x86 >/dev/null && cmake --build --preset windows-x86 --target OrdvaneResults8
+	@cmake --preset windows-x64 >/dev/null && cmake --build --preset windows-x64 --target OrdvaneResults8
+	@tools/pack-windows
 
 windows-build:
 	@cmake --preset windows-x86 >/dev/null && cmake --build --preset windows-x86
