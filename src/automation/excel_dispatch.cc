@@ -69,13 +69,8 @@ class ExcelApplication final : public host::Application, private ExcelObject {
 };
 
 std::shared_ptr<host::Workbook> ExcelApplication::workbook(const std::string& name) {
-  const LateBound books = it_.object(L"Workbooks", kinds::kWorkbooks);
-  try {
-    return make_workbook(context_, books.object(L"Item", kinds::kWorkbook, {name}));
-  } catch (const host::Error& error) {
-    if (error.code() != DISP_E_BADINDEX) throw;
-    throw host::Error(host::errc::kSubscriptOutOfRange, error.description(), error.source());
-  }
+  return make_workbook(context_,
+                       item_named(it_.object(L"Workbooks", kinds::kWorkbooks), kinds::kWorkbook, name));
 }
 
 // What is a reference gives the cells themselves.
@@ -86,6 +81,15 @@ host::CellValue ExcelApplication::evaluate(const std::string& formula) {
 }
 
 }  // namespace
+
+LateBound item_named(const LateBound& collection, std::wstring_view kind, const std::string& name) {
+  try {
+    return collection.object(L"Item", kind, {name});
+  } catch (const host::Error& error) {
+    if (error.code() != DISP_E_BADINDEX) throw;
+    throw host::Error(host::errc::kSubscriptOutOfRange, error.description(), error.source());
+  }
+}
 
 std::int32_t ExcelContext::major_version() {
   if (major_version_ == 0) {

@@ -62,6 +62,9 @@ class ExcelObject {
   LateBound it_;
 };
 
+// A collection's member. Throws error 9 when there is none of this name.
+LateBound item_named(const LateBound& collection, std::wstring_view kind, const std::string& name);
+
 std::shared_ptr<host::Workbook> make_workbook(Context context, LateBound workbook);
 std::shared_ptr<host::Worksheet> make_worksheet(Context context, LateBound worksheet);
 std::shared_ptr<host::Range> make_range(Context context, LateBound range, const Place& place = {});

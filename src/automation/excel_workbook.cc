@@ -32,13 +32,8 @@ std::vector<std::shared_ptr<host::Worksheet>> ExcelWorkbook::worksheets() {
 }
 
 std::shared_ptr<host::Worksheet> ExcelWorkbook::worksheet(const std::string& name) {
-  const LateBound sheets = it_.object(L"Worksheets", kinds::kSheets);
-  try {
-    return make_worksheet(context_, sheets.object(L"Item", kinds::kWorksheet, {name}));
-  } catch (const host::Error& error) {
-    if (error.code() != DISP_E_BADINDEX) throw;
-    throw host::Error(host::errc::kSubscriptOutOfRange, error.description(), error.source());
-  }
+  return make_worksheet(context_,
+                        item_named(it_.object(L"Worksheets", kinds::kSheets), kinds::kWorksheet, name));
 }
 
 // After chart sheets, too.
@@ -169,9 +164,8 @@ void ExcelWorksheet::freeze_panes(std::int32_t rows, std::int32_t columns) {
 }
 
 void ExcelWorksheet::move_before(const std::string& sheet) {
-  const LateBound other = it_.object(L"Parent", kinds::kWorkbook)
-                              .object(L"Worksheets", kinds::kSheets)
-                              .object(L"Item", kinds::kWorksheet, {sheet});
+  const LateBound sheets = it_.object(L"Parent", kinds::kWorkbook).object(L"Worksheets", kinds::kSheets);
+  const LateBound other = item_named(sheets, kinds::kWorksheet, sheet);
   it_.call(L"Move", {other.dispatch()});
 }
 
