@@ -1,8 +1,12 @@
 // A bench for the graph reports: records made by hand, written into an embedded workbook.
 #pragma once
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <regex>
@@ -70,7 +74,7 @@ class GraphBench {
   // What the report wrote, as text; rows of the table's body count from 1 behind a plus sign: "B+1".
   std::string text() {
     const std::string text = snapshot(*book());
-    static const std::regex kHeader("[A-Z]+([0-9]+) \"Name\"");
+    static const std::regex kHeader("[A-Z]+([0-9]+) \"(?:Name|Input or group)\"");
     std::smatch header;
     if (!std::regex_search(text, header, kHeader)) return text;
     const int above = std::stoi(header[1]);
@@ -139,5 +143,51 @@ class GraphBench {
     input.outputMaxPercentChangePut(1, rules->fractional_change(high, output().BaseValue()));
   }
 };
+
+// What a report shows, and does not, of these inputs.
+struct GraphSituation {
+  const char* what;
+  double base;
+  std::vector<TestInput> inputs;
+  std::function<void(GraphBench&)> change;  // of the bench, after the inputs
+  model::OrdvaneOutputMode mode;
+  std::vector<std::string> shown, not_shown;
+};
+
+inline void set_up(GraphBench& bench, const GraphSituation& situation) {
+  bench.output().set_BaseValue(situation.base);
+  bench.set_inputs(situation.inputs);
+  if (situation.change) situation.change(bench);
+}
+
+// `make_report` returns the text of a situation's report.
+template <class Bench = GraphBench, class Situations, class MakeReport>
+void check_situations(const Situations& situations, MakeReport&& make_report) {
+  for (const auto& situation : situations) {
+    SCOPED_TRACE(situation.what);
+    Bench bench;
+    const std::string text = make_report(bench, situation);
+    for (const std::string& line : situation.shown) EXPECT_THAT(text, testing::HasSubstr(line));
+    for (const std::string& line : situation.not_shown)
+      EXPECT_THAT(text, testing::Not(testing::HasSubstr(line)));
+  }
+}
+
+// The user presses Escape before a check, counted from 1.
+struct Impatient : environment::StandardEnvironment {
+  explicit Impatient(int check) : StandardEnvironment(environment::Settings{}), patience(check) {}
+  bool escape_pressed() override { return --patience <= 0; }
+  int patience;
+};
+
+template <class Step>
+void expect_cancelled(Step&& step) {
+  try {
+    step();
+    ADD_FAILURE() << "the report went on";
+  } catch (const host::Error& error) {
+    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
+  }
+}
 
 }  // namespace ordvane::test

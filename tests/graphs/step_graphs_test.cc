@@ -1,9 +1,4 @@
 // Spider and sensitivity reports: one table of steps, drawn as lines together or as one chart each.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <functional>
-
 #include "graphs/bench.h"
 #include "graphs/sensitivity.h"
 #include "graphs/spider.h"
@@ -11,30 +6,16 @@
 namespace ordvane::graphs {
 namespace {
 
+using Situation = test::GraphSituation;
 using test::GraphBench;
 using test::kNothing;
 using test::kNumError;
 using test::TestInput;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
-enum Report { kSpider, kSensitivity };
+using Report = decltype(&GenerateSpiderReport);
 
-struct Situation {
-  const char* what;
-  double base;
-  std::vector<TestInput> inputs;
-  std::function<void(GraphBench&)> change;
-  model::OrdvaneOutputMode mode;
-  Report report;
-  std::vector<std::string> shown, not_shown;
-};
-
-std::string make_report(GraphBench& bench, const Situation& c) {
-  bench.output().set_BaseValue(c.base);
-  bench.set_inputs(c.inputs);
-  if (c.change) c.change(bench);
-  const auto report = c.report == kSpider ? GenerateSpiderReport : GenerateSensitivityReport;
+std::string make_report(GraphBench& bench, const Situation& c, Report report) {
+  set_up(bench, c);
   EXPECT_EQ(report(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
                    model::OrdvaneRangeCellMode, c.mode, bench.ranking, 1, 1),
             0);
@@ -49,13 +30,12 @@ const char* const kFirstRow =
     "\"Rate (B2)\"  B+1 \"B2\"  C+1 1  D+1 4 {0.0}  E+1 -1 {0.0}  F+1 -0.2 {0.00%}  G+1 90 {#,##0.00}  H+1 "
     "-10 {#,##0.00}  I+1 -0.1 {0.00%}\n";
 
-const Situation kSituations[] = {
+const Situation kSpiderSituations[] = {
     {"every step with its changes",
      100,
      {kRate},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"== Spider C14\n", kFirstRow, "C+2 2  D+2 5 {0.0}  E+2 0 {0.0}  F+2 0 {0.00%}", "merged A+1:A+3",
       "I+1:I+3 (-0.1, 0, 0.15) over F+1:F+3 (-0.2, 0, 0.2)", "\"Output, % change from base value\" {0%}"},
      {"note at", " - "}},
@@ -64,7 +44,6 @@ const Situation kSituations[] = {
      {kRate, kZero},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"\"Zero (B3)\"  B+4 \"B3\"  C+4 1  D+4 -1 {0.0}  E+4 -1 {0.0}  F+4 \" - \"", "note at F+4",
       "The base value of this input is 0", "series \"Rate (B2)\""},
      {"series \"Zero"}},
@@ -73,7 +52,6 @@ const Situation kSituations[] = {
      {kNegative},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"(-0.1, 0.1) over F+1:F+2 (0.2, -0.2)"},
      {}},
     {"nothing to draw",
@@ -81,7 +59,6 @@ const Situation kSituations[] = {
      {kZero},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"There is no spider graph for this output.",
       "The base value of the output is 0, so there is no change"},
      {}},
@@ -90,7 +67,6 @@ const Situation kSituations[] = {
      {kZero},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"There is no spider graph", "A base value is 0 or not a number"},
      {}},
     {"an output base of zero is noted once",
@@ -98,7 +74,6 @@ const Situation kSituations[] = {
      {kRate, kNegative},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"note at I+1", "There is no spider graph"},
      {"note at I+4"}},
     {"lines end where results end",
@@ -106,7 +81,6 @@ const Situation kSituations[] = {
      {{"Term", "B5", 10, {{8, kNothing}, {9, 95}, {11, 105}, {12, kNumError}}}},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"(-0.05, 0.05) over F+2:F+3 (-0.1, 0.1)", "G+1 \" - \"", "note at G+1"},
      {}},
     {"long names are cut in the legend only",
@@ -114,7 +88,6 @@ const Situation kSituations[] = {
      {{"A name that is well over twenty-five", "B6", 5, {{4, 90}, {6, 110}}}},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"series \"A name that is well over (B6)\"", "\"A name that is well over twenty-five (B6)\""},
      {}},
     {"differences of dates are days",
@@ -122,7 +95,6 @@ const Situation kSituations[] = {
      {{"Start", "B7", 46023, {{46000, 90}, {46054, 110}}, "dd\"/\"mm\"/\"yyyy"}},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"D+1 46000 {dd\"/\"mm\"/\"yyyy}  E+1 -23  F+1"},
      {}},
     {"no input",
@@ -130,7 +102,6 @@ const Situation kSituations[] = {
      {kRate},
      [](GraphBench& b) { b.ranking.input_limit = 0; },
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"No input moved this output enough"},
      {"chart ", "Step"}},
     {"an input without steps is left out",
@@ -138,16 +109,16 @@ const Situation kSituations[] = {
      {kRate, kNegative},
      [](GraphBench& b) { b.inputs(2).numSteps = 0; },
      model::OrdvaneOutputAsValue,
-     kSpider,
      {"Rate (B2)"},
      {"Loss (B4)"}},
+};
 
+const Situation kSensitivitySituations[] = {
     {"one chart an input",
      100,
      {kRate, kNegative},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSensitivity,
      {"== Sensitivity C14\n", "title \"Sensitivity to Rate", "title \"Sensitivity to Loss",
       "category axis \"Rate\" {0.0}", "value axis \"Cost\" {#,##0.00}", "(90, 100, 115) over", "\"Rate\"",
       "\"Cost\""},
@@ -157,7 +128,6 @@ const Situation kSituations[] = {
      {kRate},
      nullptr,
      model::OrdvaneOutputAsPercentChange,
-     kSensitivity,
      {"(-0.1, 0, 0.15) over", "category axis \"Rate, % change from base value\" {0.00%}",
       "value axis \"Cost, % change from base value\" {0.00%}"},
      {}},
@@ -166,7 +136,6 @@ const Situation kSituations[] = {
      {{"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, kNumError}}}, kNegative},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSensitivity,
      {"title \"Sensitivity to Rate\nSome values are not numbers and cannot be shown.",
       "series \"Loss (B4)\""},
      {"series \"Rate"}},
@@ -175,7 +144,6 @@ const Situation kSituations[] = {
      {{"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, kNothing}}}},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSensitivity,
      {"(90, 100) over"},
      {}},
     {"only bases of zero",
@@ -183,7 +151,6 @@ const Situation kSituations[] = {
      {kZero},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSensitivity,
      {"There are no sensitivity graphs", "A base value is 0 or not a number"},
      {"series \"Zero"}},
     {"percent of nothing",
@@ -191,7 +158,6 @@ const Situation kSituations[] = {
      {kRate},
      nullptr,
      model::OrdvaneOutputAsPercentChange,
-     kSensitivity,
      {"There are no sensitivity graphs", "The base value of the output is 0"},
      {}},
     {"values with an output base of zero",
@@ -199,19 +165,20 @@ const Situation kSituations[] = {
      {kRate},
      nullptr,
      model::OrdvaneOutputAsValue,
-     kSensitivity,
      {"(90, 100, 115) over", "note at I"},
      {"There are no"}},
 };
 
-TEST(StepGraphs, InEverySituation) {
-  for (const Situation& c : kSituations) {
-    SCOPED_TRACE(c.what);
-    GraphBench bench;
-    const std::string text = make_report(bench, c);
-    for (const std::string& line : c.shown) EXPECT_THAT(text, HasSubstr(line));
-    for (const std::string& line : c.not_shown) EXPECT_THAT(text, Not(HasSubstr(line)));
-  }
+TEST(SpiderReport, InEverySituation) {
+  test::check_situations(kSpiderSituations, [](GraphBench& bench, const Situation& c) {
+    return make_report(bench, c, GenerateSpiderReport);
+  });
+}
+
+TEST(SensitivityReport, InEverySituation) {
+  test::check_situations(kSensitivitySituations, [](GraphBench& bench, const Situation& c) {
+    return make_report(bench, c, GenerateSensitivityReport);
+  });
 }
 
 TEST(SensitivityChart, RefusesARangeWithErrorsAndSaysWhere) {
@@ -234,8 +201,10 @@ TEST(SpiderChart, GrowsWithItsLegend) {
   for (int i = 1; i <= 32; ++i)
     many.push_back({"Input", "B" + std::to_string(i), 5, {{4, 90}, {6, 110.0 + i}}});
   GraphBench few_bench, many_bench;
-  make_report(few_bench, {"", 100, {kRate}, nullptr, model::OrdvaneOutputAsValue, kSpider, {}, {}});
-  make_report(many_bench, {"", 100, many, nullptr, model::OrdvaneOutputAsValue, kSpider, {}, {}});
+  make_report(few_bench, {"", 100, {kRate}, nullptr, model::OrdvaneOutputAsValue, {}, {}},
+              GenerateSpiderReport);
+  make_report(many_bench, {"", 100, many, nullptr, model::OrdvaneOutputAsValue, {}, {}},
+              GenerateSpiderReport);
   const auto height = [](GraphBench& bench) { return bench.book()->sheets.front()->charts.front()->height; };
   EXPECT_EQ(height(few_bench), 300);
   EXPECT_GE(height(many_bench), 32 * 13);

@@ -1,16 +1,12 @@
 #include "graphs/tornado.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <functional>
-
 #include "graphs/bench.h"
 #include "graphs/chart_helpers.h"
 
 namespace ordvane::graphs {
 namespace {
 
+using Situation = test::GraphSituation;
 using test::GraphBench;
 using test::kNothing;
 using test::kNumError;
@@ -26,24 +22,13 @@ const std::vector<TestInput> kTwoInputs = {
     {"Price", "B3", 10, {{8, 60}, {10, 100}, {12, 140}}, "0"},
 };
 
-struct Situation {
-  const char* what;
-  double base;
-  std::vector<TestInput> inputs;
-  std::function<void(GraphBench&)> change;  // of the bench, after the inputs
-  model::OrdvaneOutputMode mode;
-  std::vector<std::string> shown, not_shown;
-};
-
 std::string make_report(GraphBench& bench, const Situation& c, std::int32_t run = 1, std::int32_t runs = 1) {
-  bench.output().set_BaseValue(c.base);
-  bench.set_inputs(c.inputs);
+  set_up(bench, c);
   model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;
   for (const auto& input : bench.inputs) {
     if (input.sheetName != "Model") range_mode = std::max(range_mode, model::OrdvaneRangeSheetMode);
     if (input.bookName != "plant.xlsx") range_mode = model::OrdvaneRangeBookMode;
   }
-  if (c.change) c.change(bench);
   const double base = runs > 1 ? host::kNoBaseValue : c.base;
   EXPECT_EQ(
       GenerateTornadoReport(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
@@ -189,13 +174,8 @@ const Situation kSituations[] = {
 };
 
 TEST(TornadoReport, InEverySituation) {
-  for (const Situation& c : kSituations) {
-    SCOPED_TRACE(c.what);
-    GraphBench bench;
-    const std::string text = make_report(bench, c);
-    for (const std::string& line : c.shown) EXPECT_THAT(text, HasSubstr(line));
-    for (const std::string& line : c.not_shown) EXPECT_THAT(text, Not(HasSubstr(line)));
-  }
+  test::check_situations(kSituations,
+                         [](GraphBench& bench, const Situation& c) { return make_report(bench, c); });
 }
 
 TEST(TornadoReport, OfSeveralRunsSaysWhichAndHasNoBaseLine) {
@@ -233,21 +213,9 @@ TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {
 }
 
 TEST(TornadoReport, StopsWhenTheUserAsks) {
-  struct Impatient : environment::StandardEnvironment {
-    using StandardEnvironment::StandardEnvironment;
-    bool escape_pressed() override { return true; }
-  };
   GraphBench bench;
-  bench.session.environment = std::make_shared<Impatient>(environment::Settings{});
-  bench.set_inputs(kTwoInputs);
-  try {
-    GenerateTornadoReport(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
-                          model::OrdvaneRangeCellMode, model::OrdvaneOutputAsValue, bench.ranking, 1, 1, 0,
-                          "Base value", kBlue, kRed);
-    FAIL() << "the report went on";
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
-  }
+  bench.session.environment = std::make_shared<test::Impatient>(1);
+  test::expect_cancelled([&] { make_report(bench, kSituations[0]); });
 }
 
 }  // namespace
