@@ -2,6 +2,7 @@
 // its input's block of the table.
 #include "graphs/sensitivity.h"
 
+#include "graphs/chart_helpers.h"
 #include "graphs/graph_sheet.h"
 #include "graphs/step_table.h"
 #include "host/error.h"
@@ -19,8 +20,6 @@ constexpr std::int16_t kChangeAxis = 505;
 constexpr std::int16_t kChartTitle = 510;
 constexpr std::int16_t kValueAxis = 513;
 constexpr std::int16_t kSecondTitle = 516;
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
 constexpr std::int16_t kNoSensitivity = 1038;
 
 // Position of the first cell that a chart cannot draw: an error value, or the text that stands for one. 0
@@ -50,14 +49,14 @@ class SensitivityReport {
       if (is_charted(block)) charts_.push_back({block, graph_of(block)});
     for (Charted& charted : charts_) charted.graph.reserve(sheet);
     std::shared_ptr<tables::ReportChart> panel;
-    if (charts_.empty()) CreateMessageChart(sheet, message(), &panel);
+    if (charts_.empty()) CreateMessageChart(sheet, NoBaseMessage(session_, kNoSensitivity, output_), &panel);
 
     steps_.write(sheet, kTableTexts);
     for (Charted& charted : charts_) draw(sheet, charted);
 
     const double width = tables::TableWidthForChart(steps_.table());
-    for (Charted& charted : charts_) fit_width(*charted.graph.chart(), width);
-    if (panel) fit_width(*panel, width);
+    for (Charted& charted : charts_) FitWidth(*charted.graph.chart(), width);
+    if (panel) FitWidth(*panel, width);
   }
 
  private:
@@ -113,15 +112,6 @@ class SensitivityReport {
     format(host::AxisType::kValue, output_.numberFormat);
   }
 
-  static void fit_width(tables::ReportChart& chart, double width) {
-    host::ignoring_errors([&] { chart.Container()->set_width(width); });
-  }
-
-  std::string message() const {
-    return session_.text(kNoSensitivity) + "\r\n" +
-           session_.text(output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase);
-  }
-
   session::Session& session_;
   const model::DralInputOutput& output_;
   StepTable& steps_;
@@ -146,17 +136,10 @@ std::int32_t OrdvaneGInput::inputG(tables::ReportSheet& PER) {
   if (const std::int32_t cell = first_undrawable_cell(*range->yValues())) return cell;
   const std::int32_t status = GetGraphRangeExtent(session_, *range, extent_);
   if (status != 0) return status;
-  host::ignoring_errors([&] { chart_->AddSeries(*range->xValues(), *range->yValues(), range->rName()); });
-
-  constexpr double kAuto = host::kAutoScaleValue;
+  add_series(*range);
   chart_->SetTitle(chart_title);
   chart_->SetSubtitle(second_title);
-  chart_->SetXAxis(x_axis_title, kAuto, kAuto, kAuto, "", true);
-  chart_->SetYAxis(y_axis_title, kAuto, kAuto, kAuto, "");
-  if (percent_flag != 0)
-    for (const auto type : {host::AxisType::kCategory, host::AxisType::kValue})
-      chart_->Chart()->axis(type, host::AxisGroup::kPrimary)->set_tick_label_format(tables::PercentFormat());
-  SetWatermark(session_, *chart_);
+  finish(percent_flag != 0 ? tables::PercentFormat() : "");
   return 0;
 }
 

@@ -3,11 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
-#include "graphs/chart_helpers.h"
-#include "model/graph_ranges.h"
+#include "graphs/step_chart.h"
 #include "model/input_output.h"
 #include "model/ranking.h"
 #include "session/session.h"
@@ -15,14 +13,13 @@
 
 namespace ordvane::graphs {
 
-// Draws the chart of one input from the range it is given.
-class OrdvaneGInput {
+// Draws the chart of one input from the one range it is given.
+class OrdvaneGInput : public StepChart {
  public:
-  explicit OrdvaneGInput(session::Session& session) : session_(session) {}
+  explicit OrdvaneGInput(session::Session& session) : StepChart(session) {}
 
-  std::string chart_title, second_title, x_axis_title, y_axis_title;
-  std::int32_t percent_flag = 0;     // not 0: both axes are in percent
-  model::OrdvaneGraphRanges ranges;  // one
+  std::string second_title;
+  std::int32_t percent_flag = 0;  // not 0: both axes are in percent
 
   // Takes the chart's room on the sheet ahead of what is placed below it.
   void reserve(tables::ReportSheet& PER);
@@ -30,15 +27,6 @@ class OrdvaneGInput {
   // drawn, else the one-based position of the first cell that holds no number to draw; the chart stays empty
   // then.
   std::int32_t inputG(tables::ReportSheet& PER);
-
-  // Null until there is one.
-  const std::shared_ptr<tables::ReportChart>& chart() const { return chart_; }
-  const Extent& extent() const { return extent_; }
-
- private:
-  session::Session& session_;
-  Extent extent_;
-  std::shared_ptr<tables::ReportChart> chart_;
 };
 
 // `outputIndex` and `selectedOutputs` are one-based positions in `trOutputs`. Returns 0; errors go to the

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
+#include "graphs/chart_helpers.h"
 #include "graphs/graph_sheet.h"
 #include "graphs/step_table.h"
-#include "host/error.h"
 #include "tables/utils.h"
 
 namespace ordvane::graphs {
@@ -20,8 +20,6 @@ constexpr std::int16_t kNothing = 604;
 constexpr std::int16_t kYAxis = 605;
 constexpr std::int16_t kXAxis = 610;
 constexpr std::int16_t kChartTitle = 611;
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
 constexpr std::int16_t kNoSpider = 1039;
 
 constexpr const char* kTickLabelFormat = "0%";
@@ -49,12 +47,11 @@ class SpiderReport {
     if (lines > 0)
       spider_.reserve(sheet, lines);
     else
-      spider_.SpiderError(sheet, message());
+      spider_.SpiderError(sheet, NoBaseMessage(session_, kNoSpider, output_));
     steps_.write(sheet, kTableTexts);
     add_ranges();
     if (lines > 0) spider_.spider(sheet);
-    host::ignoring_errors(
-        [&] { spider_.chart()->Container()->set_width(tables::TableWidthForChart(steps_.table())); });
+    FitWidth(*spider_.chart(), tables::TableWidthForChart(steps_.table()));
   }
 
  private:
@@ -78,11 +75,6 @@ class SpiderReport {
     }
   }
 
-  std::string message() const {
-    return session_.text(kNoSpider) + "\r\n" +
-           session_.text(output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase);
-  }
-
   session::Session& session_;
   const model::DralInputOutput& output_;
   StepTable& steps_;
@@ -98,21 +90,13 @@ void OrdvaneGSpider::reserve(tables::ReportSheet& PER, std::int32_t lines) {
 std::int32_t OrdvaneGSpider::spider(tables::ReportSheet& PER) {
   if (!chart_) reserve(PER, ranges.Count());
   SetChartAreaLineWeight(*chart_->Chart());
-  for (std::int32_t i = 1; i <= ranges.Count(); ++i) {
-    const auto range = ranges.Item(i);
-    host::ignoring_errors([&] { chart_->AddSeries(*range->xValues(), *range->yValues(), range->rName()); });
-  }
+  for (std::int32_t i = 1; i <= ranges.Count(); ++i) add_series(*ranges.Item(i));
   const std::int32_t status = GetGraphRangesExtent(session_, ranges, extent_);
   if (status != 0) return status;
 
-  constexpr double kAuto = host::kAutoScaleValue;
   chart_->SetTitle(chart_title);
   chart_->SetChartOption(0);
-  chart_->SetXAxis(x_axis_title, kAuto, kAuto, kAuto, "", true);
-  chart_->SetYAxis(y_axis_title, kAuto, kAuto, kAuto, "");
-  for (const auto type : {host::AxisType::kCategory, host::AxisType::kValue})
-    chart_->Chart()->axis(type, host::AxisGroup::kPrimary)->set_tick_label_format(kTickLabelFormat);
-  SetWatermark(session_, *chart_);
+  finish(kTickLabelFormat);
   return status;
 }
 

@@ -3,11 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
-#include "graphs/chart_helpers.h"
-#include "model/graph_ranges.h"
+#include "graphs/step_chart.h"
 #include "model/input_output.h"
 #include "model/ranking.h"
 #include "session/session.h"
@@ -16,12 +14,9 @@
 namespace ordvane::graphs {
 
 // Draws the spider chart of one output from the ranges it is given.
-class OrdvaneGSpider {
+class OrdvaneGSpider : public StepChart {
  public:
-  explicit OrdvaneGSpider(session::Session& session) : session_(session) {}
-
-  std::string chart_title, x_axis_title, y_axis_title;
-  model::OrdvaneGraphRanges ranges;
+  explicit OrdvaneGSpider(session::Session& session) : StepChart(session) {}
 
   // Takes the chart's room on the sheet ahead of what is placed below it, high enough for a legend of so many
   // lines.
@@ -29,15 +24,6 @@ class OrdvaneGSpider {
   // Both place the chart where the sheet goes on, unless its room was reserved, and return 0.
   std::int32_t spider(tables::ReportSheet& PER);
   std::int32_t SpiderError(tables::ReportSheet& PER, const std::string& p_ErrorMessage = {});
-
-  // Null until there is one.
-  const std::shared_ptr<tables::ReportChart>& chart() const { return chart_; }
-  const Extent& extent() const { return extent_; }
-
- private:
-  session::Session& session_;
-  Extent extent_;
-  std::shared_ptr<tables::ReportChart> chart_;
 };
 
 // `outputIndex` and `selectedOutputs` are one-based positions in `trOutputs`. Returns 0; errors go to the
