@@ -119,6 +119,7 @@ std::string joined(const Texts& texts) {
 // others.
 double width_for_each(const std::vector<std::string_view>& labels, double width, double size) {
   std::vector<double> widths;
+  widths.reserve(labels.size());
   for (const std::string_view label : labels) widths.push_back(estimated_width(label, size));
   std::sort(widths.begin(), widths.end());
   auto left = static_cast<double>(widths.size());
@@ -173,6 +174,7 @@ std::string fitted_name(const std::string& text, double width, double size) {
   const double between = estimated_width(kBetweenMembers, size) * static_cast<double>(labels.size() - 1);
   const double each = width_for_each(labels, width - between, size);
   std::vector<std::string> cut;
+  cut.reserve(labels.size());
   for (const std::string_view label : labels) cut.push_back(cut_label(label, each, size, kLeastOfName));
   std::string fitted = joined(cut);
   return estimated_width(fitted, size) <= width ? fitted : fitted_addresses(labels, width, size);
