@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <list>
 #include <memory>
@@ -212,11 +213,16 @@ struct OpenArchive::Handle {
   std::list<EntryReader> readers;
 };
 
-OpenArchive::OpenArchive(std::string bytes) : bytes_(std::move(bytes)), handle_(std::make_unique<Handle>()) {
+OpenArchive::OpenArchive(std::string_view bytes) : handle_(std::make_unique<Handle>()) {
   zip_error_t error;
   zip_error_init(&error);
-  handle_->buffer.reset(zip_source_buffer_create(bytes_.data(), bytes_.size(), 0, &error));
+  // libzip 1.7 frees the memory that it makes changes to, even when told that it is not its own.
+  std::unique_ptr<void, decltype(&std::free)> copy(std::malloc(bytes.size() + 1), &std::free);
+  if (!copy) throw std::bad_alloc();
+  std::memcpy(copy.get(), bytes.data(), bytes.size());
+  handle_->buffer.reset(zip_source_buffer_create(copy.get(), bytes.size(), 1, &error));
   if (!handle_->buffer) throw BadPackage(zip_error_strerror(&error));
+  static_cast<void>(copy.release());
   zip_source_keep(handle_->buffer.get());  // the archive takes one reference
   handle_->archive.reset(zip_open_from_source(handle_->buffer.get(), 0, &error));
   if (!handle_->archive) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ordvane::xlsx {
@@ -45,7 +46,7 @@ std::string archive(const std::vector<ArchiveEntry>& entries);
 // compressed ones too, and their place. Throws BadPackage for what is no sound archive.
 class OpenArchive {
  public:
-  explicit OpenArchive(std::string bytes);
+  explicit OpenArchive(std::string_view bytes);
   ~OpenArchive();
   OpenArchive(const OpenArchive&) = delete;
   OpenArchive& operator=(const OpenArchive&) = delete;
@@ -70,7 +71,6 @@ class OpenArchive {
 
  private:
   struct Handle;
-  std::string bytes_;
   std::unique_ptr<Handle> handle_;
   std::vector<Entry> entries_;
 };

@@ -164,14 +164,14 @@ ExistingWorkbook::ExistingWorkbook(const fs::path& path, const OpenOptions& opti
   const auto check_cancelled = [&] {
     if (options.cancelled && options.cancelled()) throw host::Error(host::errc::kUserCancelled, "cancelled");
   };
-  std::string bytes = file_->read(check_cancelled);
+  const std::string bytes = file_->read(check_cancelled);
   if (bytes.starts_with("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"))
     refuse(holds_utf16(bytes, "EncryptedPackage")
                ? "it is encrypted; save it without a password first"
                : "it is in the older format of Excel (.xls)" + std::string(kWanted));
   if (!bytes.starts_with("PK")) refuse("it is no workbook" + std::string(kWanted));
   try {
-    package_ = std::make_unique<PackageReader>(std::move(bytes));
+    package_ = std::make_unique<PackageReader>(bytes);
     read_workbook();
     package_->archive().check(check_cancelled);
   } catch (const BadPackage& error) {

@@ -25,7 +25,7 @@ std::size_t number_of(const std::string& text) {
   return number;
 }
 
-// The text's first value of an attribute behind `tag`; empty when there is none.
+// The first value of an attribute behind `tag` in the text; empty when there is none.
 std::string value_behind(std::string_view text, std::string_view tag, std::string_view attribute) {
   const std::size_t begin = text.find(tag);
   if (begin == text.npos) return "";
@@ -34,7 +34,8 @@ std::string value_behind(std::string_view text, std::string_view tag, std::strin
   if (name == inside.npos) return "";
   const std::size_t quote = name + attribute.size() + 2;
   const std::size_t end = quote < inside.size() ? inside.find(inside[quote], quote + 1) : inside.npos;
-  return end == inside.npos ? "" : std::string(inside.substr(quote + 1, end - quote - 1));
+  if (end == inside.npos) return "";
+  return XmlText("<a b=" + std::string(inside.substr(quote, end + 1 - quote)) + "/>").root().attribute("b");
 }
 
 // The links from a part of this kind; empty when there is none.

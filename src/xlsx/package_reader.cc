@@ -69,7 +69,7 @@ std::string relationships_of(const std::string& part) {
   return part.substr(0, folder) + "_rels/" + part.substr(folder) + ".rels";
 }
 
-PackageReader::PackageReader(std::string bytes) : archive_(std::move(bytes)) {
+PackageReader::PackageReader(std::string_view bytes) : archive_(bytes) {
   std::uint64_t total = 0;
   const std::vector<OpenArchive::Entry>& entries = archive_.entries();
   if (entries.size() > kMostParts)

@@ -36,7 +36,7 @@ std::string relationships_of(const std::string& part);
 class PackageReader {
  public:
   // Throws BadPackage for what is no sound archive, and with the number for one that is too large.
-  explicit PackageReader(std::string bytes);
+  explicit PackageReader(std::string_view bytes);
 
   OpenArchive& archive() { return archive_; }
   const OpenArchive& archive() const { return archive_; }
