@@ -45,7 +45,7 @@ class GraphBench {
     session.string_table = session.environment->string_table("OrdvaneResults8", "en");
     session.g_XLApp = app;
     rules = std::make_shared<model::NumberRules>(session.engine, session.environment);
-    workbook = std::make_unique<tables::ReportWorkbook>(session, "Ordvane", nullptr, false, 1033);
+    workbook = std::make_unique<tables::ReportWorkbook>(session, "Ordvane", nullptr, nullptr, 1033);
     outputs.push_back(model::DralInputOutput(rules));
     output().ioName = "Cost";
     output().set_SimpleName("Cost");
