@@ -52,16 +52,6 @@ void hide_message_axis(host::Axis& axis) {
   axis.set_tick_label_position(host::TickLabelPosition::kNone);
 }
 
-// The series that gives an empty chart a plot area, axes and a title to format. Nothing of it is seen.
-void add_placeholder_series(host::Chart& chart) {
-  constexpr std::array<double, 1> kOne = {1.0};
-  chart.new_series();
-  ignoring_errors([&] { chart.series(1)->set_x_values(kOne); });
-  ignoring_errors([&] { chart.series(1)->set_values(kOne); });
-  ignoring_errors([&] { chart.series(1)->set_name("Temporary"); });
-  ignoring_errors([&] { chart.series(1)->set_marker(host::MarkerStyle::kNone, kPlaceholderSize, 0, 0); });
-}
-
 void label_base_point(host::Point& point, const std::string& text, host::Color color, host::Color fill) {
   std::shared_ptr<host::DataLabel> label;
   if (!ignoring_errors([&] { label = point.data_label(); })) return;
@@ -150,6 +140,15 @@ bool CalcAxisScale(double data_minimum, double data_maximum, double& axis_minimu
   return axis_minimum != axis_maximum;
 }
 
+void AddPlaceholderSeries(host::Chart& chart) {
+  constexpr std::array<double, 1> kOne = {1.0};
+  chart.new_series();
+  ignoring_errors([&] { chart.series(1)->set_x_values(kOne); });
+  ignoring_errors([&] { chart.series(1)->set_values(kOne); });
+  ignoring_errors([&] { chart.series(1)->set_name("Temporary"); });
+  ignoring_errors([&] { chart.series(1)->set_marker(host::MarkerStyle::kNone, kPlaceholderSize, 0, 0); });
+}
+
 void FormatMessageChart(host::Chart& chart) {
   chart.set_plot_area_border({.line_style = kContinuous, .weight = kThin, .color_index = kGreyIndex});
   chart.set_plot_area_interior(
@@ -170,7 +169,7 @@ void FormatMessageChart(host::Chart& chart) {
 std::int32_t CreateMessageChart(tables::ReportSheet& sheet, const std::string& message,
                                 std::shared_ptr<tables::ReportChart>* made) {
   const auto chart = sheet.AddChart(kLineChart, kChartWidth, kChartHeight);
-  ignoring_errors([&] { add_placeholder_series(*chart->Chart()); });
+  ignoring_errors([&] { AddPlaceholderSeries(*chart->Chart()); });
   chart->SetTitle(message);
   FormatMessageChart(*chart->Chart());
   if (made) *made = chart;

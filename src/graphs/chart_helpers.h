@@ -41,6 +41,10 @@ std::int32_t GetGraphRangesExtent(session::Session& session, const model::Ordvan
 bool CalcAxisScale(double data_minimum, double data_maximum, double& axis_minimum, double& axis_maximum,
                    double& major_unit);
 
+// The series that gives a chart without any a plot area, axes and a title: without one the spreadsheet has
+// none to format. Nothing of it is seen.
+void AddPlaceholderSeries(host::Chart& chart);
+
 // Turns a chart into an empty, framed panel whose title carries a message.
 void FormatMessageChart(host::Chart& chart);
 // Returns 0; the chart goes to `made` when it is not null.

@@ -93,8 +93,11 @@ class SensitivityReport {
       return;
     }
     // The reader is told why this frame is empty.
+    host::Chart& empty = *charted.graph.chart()->Chart();
+    if (empty.series_count() == 0) AddPlaceholderSeries(empty);
     charted.graph.chart()->SetTitle(charted.graph.chart_title);
     charted.graph.chart()->SetSubtitle(session_.text(kTableTexts.invalid));
+    FormatMessageChart(empty);
   }
 
   // Figures of values look as in the items' cells.
