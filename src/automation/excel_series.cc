@@ -92,6 +92,7 @@ class ExcelPoint final : public host::Point, private ExcelObject {
  public:
   using ExcelObject::ExcelObject;
 
+  void set_interior(const host::InteriorFormat& interior) override { apply_interior(it_, interior); }
   void set_marker_style(host::MarkerStyle style) override { it_.put(L"MarkerStyle", style); }
   void set_marker_foreground_color(host::Color color) override { it_.put(L"MarkerForegroundColor", color); }
   void set_marker_background_color(host::Color color) override { it_.put(L"MarkerBackgroundColor", color); }

@@ -72,7 +72,9 @@ enum class LabelPosition : std::int32_t {
   kBelow = 1,
   kRight = -4152,
   kLeft = -4131,
-  kCenter = -4108
+  kCenter = -4108,
+  kInsideEnd = 3,   // of a bar
+  kInsideBase = 4,  // of a bar
 };
 
 // Line of a cell edge, axis, series or plot area. Members without a value stay as they are.
@@ -372,6 +374,7 @@ class Series {
 class Point {
  public:
   virtual ~Point() = default;
+  virtual void set_interior(const InteriorFormat& interior) = 0;  // of a bar
   virtual void set_marker_style(MarkerStyle style) = 0;
   virtual void set_marker_foreground_color(Color color) = 0;
   virtual void set_marker_background_color(Color color) = 0;

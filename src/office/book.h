@@ -162,6 +162,7 @@ struct DataLabelModel {
 };
 
 struct PointModel {
+  std::optional<FillProps> fill;
   std::optional<MarkerProps> marker;
   std::optional<DataLabelModel> label;
 };

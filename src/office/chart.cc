@@ -156,6 +156,7 @@ class PointHandle final : public host::Point {
  public:
   PointHandle(SeriesState series, std::int32_t index) : series_(std::move(series)), index_(index) {}
 
+  void set_interior(const host::InteriorFormat& interior) override { apply(interior, point().fill); }
   void set_marker_style(host::MarkerStyle style) override {
     marker().style = static_cast<std::int32_t>(style);
   }

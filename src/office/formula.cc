@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "model/text.h"
+#include "office/number_format.h"
 
 namespace ordvane::office {
 
@@ -205,6 +206,12 @@ CellValue choose(const Arguments& arguments, CellSource& cells) {
 CellValue shown_link(const Arguments& arguments, CellSource& cells) {
   return compute_node(*arguments.back(), cells);
 }
+CellValue text_of(const Arguments& arguments, CellSource& cells) {
+  const CellValue value = compute_node(*arguments[0], cells);
+  const CellValue format = compute_node(*arguments[1], cells);
+  if (value.is_error()) return value;
+  return format.is_error() ? format : CellValue(displayed_text(value, edited_text(format)));
+}
 CellValue not_available(const Arguments&, CellSource&) {
   return CellError::kNA;
 }
@@ -215,7 +222,7 @@ struct FunctionEntry {
   Node::Function function;
 };
 constexpr std::size_t kAnyNumber = 255;
-constexpr std::array<FunctionEntry, 9> kFunctions = {{
+constexpr std::array<FunctionEntry, 10> kFunctions = {{
     {"abs", 1, 1, absolute},
     {"hyperlink", 1, 2, shown_link},
     {"if", 2, 3, choose},
@@ -225,6 +232,7 @@ constexpr std::array<FunctionEntry, 9> kFunctions = {{
     {"n", 1, 1, number_of},
     {"na", 0, 0, not_available},
     {"sum", 1, kAnyNumber, sum},
+    {"text", 2, 2, text_of},
 }};
 
 struct OperatorEntry {

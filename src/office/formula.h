@@ -1,7 +1,8 @@
 // Formulas: parsed once, computed on demand.
 //
 // Enough for what report charts and tables write: arithmetic, comparison, text joining, references to cells
-// of the same sheet, and ABS, HYPERLINK, IF, ISNUMBER, MAX, MIN, N, NA and SUM. Anything else is "#NAME?".
+// of the same sheet, and ABS, HYPERLINK, IF, ISNUMBER, MAX, MIN, N, NA, SUM and
+// TEXT. Anything else is "#NAME?".
 #pragma once
 
 #include <cstdint>

@@ -88,7 +88,17 @@ void points(Xml& xml, const SeriesModel& series) {
   }
 }
 
-// Bars know fewer places than points, and an unknown one makes the file unreadable.
+// Bars of their own colour.
+void bar_points(Xml& xml, const SeriesModel& series) {
+  for (const auto& [number, point] : series.points) {
+    if (!point.fill) continue;
+    xml.start("c:dPt").val("c:idx", number - 1).val("c:invertIfNegative", false).val("c:bubble3D", false);
+    shape_properties(xml, &*point.fill, series.line ? &*series.line : nullptr);
+    xml.end();
+  }
+}
+
+// Bars know other places than points, and an unknown one makes the file unreadable.
 const char* label_position(std::int32_t position, bool bar) {
   switch (static_cast<host::LabelPosition>(position)) {
     case host::LabelPosition::kCenter:
@@ -101,6 +111,10 @@ const char* label_position(std::int32_t position, bool bar) {
       return bar ? "" : "l";
     case host::LabelPosition::kRight:
       return bar ? "" : "r";
+    case host::LabelPosition::kInsideEnd:
+      return bar ? "inEnd" : "";
+    case host::LabelPosition::kInsideBase:
+      return bar ? "inBase" : "";
   }
   return "";
 }
@@ -145,6 +159,7 @@ void bar_series(Xml& xml, const office::BookModel& book, const SeriesModel& seri
   head(xml, series, position);
   shape_properties(xml, series.fill ? &*series.fill : nullptr, series.line ? &*series.line : nullptr);
   xml.val("c:invertIfNegative", false);
+  bar_points(xml, series);
   labels(xml, series, true);
   category_source(xml, "c:cat", book, series.x_values);
   number_source(xml, "c:val", book, series.values);

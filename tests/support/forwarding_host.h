@@ -348,6 +348,7 @@ class ForwardingSeries final : public Wrapper<host::Series> {
 class ForwardingPoint final : public Wrapper<host::Point> {
  public:
   using Wrapper::Wrapper;
+  ORDVANE_FORWARD(void, set_interior, (const host::InteriorFormat& interior), (interior))
   ORDVANE_FORWARD(void, set_marker_style, (host::MarkerStyle style), (style))
   ORDVANE_FORWARD(void, set_marker_foreground_color, (host::Color color), (color))
   ORDVANE_FORWARD(void, set_marker_background_color, (host::Color color), (color))

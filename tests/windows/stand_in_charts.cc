@@ -464,6 +464,8 @@ STAND_IN_TABLE(SeriesTarget) {
 
 STAND_IN_TABLE(PointTarget) {
   return {
+      GET(Interior,
+          make_interior(c, {[point = t.point](const host::InteriorFormat& i) { point->set_interior(i); }})),
       PUT(MarkerStyle, t.point->set_marker_style(static_cast<host::MarkerStyle>(v.whole()))),
       PUT(MarkerForegroundColor, t.point->set_marker_foreground_color(v.whole())),
       PUT(MarkerBackgroundColor, t.point->set_marker_background_color(v.whole())),

@@ -26,8 +26,8 @@ void base_line(office::ChartModel& chart, double base) {
   label.position = static_cast<std::int32_t>(host::LabelPosition::kAbove);
   label.fill = office::FillProps{false, 0xFFFFFF};
   label.border = office::LineProps{1, 0.75, 0};
-  line->points[1] = {office::MarkerProps{3, 6, 0, 0x0000C0}, label};
-  line->points[2] = {office::MarkerProps{host::kXlNone, 5, {}, {}}, {}};
+  line->points[1] = {{}, office::MarkerProps{3, 6, 0, 0x0000C0}, label};
+  line->points[2] = {{}, office::MarkerProps{host::kXlNone, 5, {}, {}}, {}};
 }
 
 void message_sheet(office::BookModel& book) {
