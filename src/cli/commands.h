@@ -40,7 +40,7 @@ struct ReportCommand {
   bool percent = false;
   std::int32_t max_inputs = 20;
   std::optional<double> threshold;
-  std::optional<host::Color> bar_color, base_color;
+  std::optional<host::Color> bar_color, base_color, low_color;
   std::string watermark;
   std::string language = "en";
   std::filesystem::path log_folder;

@@ -43,6 +43,7 @@ constexpr const char* kReportExamples =
     "  ordvane report budget.run.json --into budget.xlsx --overwrite\n"
     "  ordvane report budget.run.json --tornado --percent --max-inputs 10 --threshold 5%\n"
     "  ordvane report budget.run.json --multi-way --output Profit\n"
+    "  ordvane report budget.run.json --tornado --bar-color 333399 --low-color E69F00\n"
     "  ordvane report budget.run.json --bar-color 1F4E79 --watermark 'Draft\\nnot for release'\n";
 
 constexpr const char* kShowExamples =
@@ -166,6 +167,12 @@ void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
       .add_option_function<std::string>(
           "--base-color", [&](const std::string& text) { c.base_color = color_of("--base-color", text); },
           "Base value line of a tornado")
+      ->type_name("RRGGBB")
+      ->group(look);
+  command
+      .add_option_function<std::string>(
+          "--low-color", [&](const std::string& text) { c.low_color = color_of("--low-color", text); },
+          "Parts of tornado bars that inputs below their base make (try E69F00)")
       ->type_name("RRGGBB")
       ->group(look);
   command

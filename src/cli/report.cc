@@ -84,6 +84,7 @@ embedded::ReportOptions options_of(const ReportCommand& command, const runfile::
   options.threshold = command.threshold;
   options.bar_color = command.bar_color.value_or(options.bar_color);
   options.base_color = command.base_color.value_or(options.base_color);
+  options.low_color = command.low_color;
   options.watermark = command.watermark;
   options.language = command.language;
   options.overwrite = command.overwrite;

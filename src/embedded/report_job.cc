@@ -57,6 +57,7 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
   const auto services = std::make_shared<service::Services>();
   services->session.environment = environment;
   services->session.engine = runfile::make_recorded_engine(run);
+  services->session.low_color = options.low_color;
 
   service::OrdvaneReports reports(services);
   apply(options, *run, reports);

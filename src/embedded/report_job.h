@@ -34,7 +34,8 @@ struct ReportOptions {
   std::optional<double> threshold;                     // set: only inputs whose swing reaches it
   std::int32_t bar_color = service::kDefaultBarColor;  // 0xBBGGRR
   std::int32_t base_color = service::kDefaultBarColor;
-  std::string watermark;  // up to two lines
+  std::optional<std::int32_t> low_color;  // of the part of a bar made by input values below their base
+  std::string watermark;                  // up to two lines
   std::string language = "en";
   std::string log_folder;    // empty: no log
   bool click_macro = false;  // charts call the add-in when clicked (needs the add-in)

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "graphs/chart_helpers.h"
 #include "graphs/graph_sheet.h"
@@ -81,7 +82,8 @@ class TornadoReport {
       const auto chart = sheet->AddChart(kTornadoChart, kChartWidth,
                                          sheet->ChartHeightForBars(static_cast<std::int16_t>(job_.bars)));
       sheet->SetSheetOption(1);
-      chart_.draw(*chart, *write_table(*sheet), job_.bars, column(kName), column(low()), column(high()));
+      chart_.draw(*chart, *write_table(*sheet), job_.bars, column(kName), column(low()), column(high()),
+                  input_ends());
       SetWatermark(session_, *chart);
     }
     sheet->SheetWorksheet()->range("a1")->select();
@@ -137,6 +139,18 @@ class TornadoReport {
     if (job_.percent && job_.output.BaseValue() == 0) return kOutputBaseZero;
     if (!chart_.has_bars()) return job_.percent ? kNoUsableBase : kInvalidNote;
     return std::nullopt;
+  }
+
+  std::vector<InputEnds> input_ends() const {
+    std::vector<InputEnds> inputs;
+    for (std::int32_t row = 1; row <= job_.bars; ++row) {
+      const auto value = [&](Column place) {
+        const auto& cell = rows_.at(row, column(place));
+        return cell.kind == host::CellKind::kNumber ? std::optional(cell.number) : std::nullopt;
+      };
+      inputs.push_back({value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row)});
+    }
+    return inputs;
   }
 
   // ---- Table ----

@@ -2,7 +2,9 @@
 #include "graphs/tornado_chart.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -14,6 +16,10 @@
 
 namespace ordvane::graphs {
 namespace {
+
+// String ids.
+constexpr std::int16_t kBelowBase = 250;
+constexpr std::int16_t kAboveBase = 251;
 
 // Whole days since the spreadsheet's day 0, which counts a 29 February 1900 that never was.
 std::optional<std::chrono::year_month_day> date_of(double serial) {
@@ -67,6 +73,11 @@ double rounded_for_reading(double value) {
   return std::isfinite(rounded) ? rounded : value;
 }
 
+std::string formula_number(double value) {
+  std::array<char, 32> text;
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
 bool same_bits(double a, double b) {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
@@ -100,18 +111,26 @@ void TornadoChart::read_bars(const host::CellBlock& rows, std::int32_t low_colum
 }
 
 void TornadoChart::draw(tables::ReportChart& chart, tables::ReportTable& table, std::int32_t bars,
-                        std::int32_t name_column, std::int32_t low_column, std::int32_t high_column) {
+                        std::int32_t name_column, std::int32_t low_column, std::int32_t high_column,
+                        const std::vector<InputEnds>& inputs) {
   const host::AxisScale scale = axis_scale();
+  const bool told_apart = session_.low_color && origin() && !inputs.empty();
   SetChartAreaLineWeight(*chart.Chart());
   chart.AddTornadoBars(static_cast<std::int16_t>(bars), *table.Body(1, low_column, bars),
                        *table.Body(1, high_column, bars), *table.Body(1, name_column, bars),
-                       origin().value_or(scale.minimum));
+                       origin().value_or(scale.minimum),
+                       {.split = told_apart ? origin() : std::nullopt, .labels = !inputs.empty()});
   set_texts(chart);
+  if (told_apart)
+    chart.SetColorKey(
+        {{*session_.low_color, session_.text(kBelowBase)}, {style_.bar_color, session_.text(kAboveBase)}});
   chart.FinishChart();
   host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
   host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
-  for (const std::int32_t bar : {3, 4})
+  for (std::int32_t bar = 3; bar <= (told_apart ? 6 : 4); ++bar)
     host::ignoring_errors([&] { chart.Chart()->series(bar)->set_interior({.color = style_.bar_color}); });
+  if (told_apart) host::ignoring_errors([&] { color_low_ends(chart, inputs); });
+  host::ignoring_errors([&] { label_ends(chart, inputs); });
   host::ignoring_errors([&] { bound_value_axis(*chart.Chart(), scale); });
   host::ignoring_errors([&] { add_base_line(*chart.Chart(), scale); });
 }
@@ -167,6 +186,41 @@ std::string TornadoChart::subtitle() const {
   const auto value = base();
   const std::string text = session_.text(texts_.chart_subtitle);
   return value ? text + " (" + base_text(rounded_for_reading(*value)) + ")" : text;
+}
+
+void TornadoChart::color_low_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs) {
+  for (std::size_t row = 0; row < inputs.size(); ++row) {
+    const InputEnds& input = inputs[row];
+    const auto bar = static_cast<std::int32_t>(row) + 1;
+    const auto below_base = [&](const std::optional<double>& value) {
+      return value && input.base && *value < *input.base;
+    };
+    if (below_base(input.at_low)) chart.ColorBarPart(bar, false, *session_.low_color);
+    if (below_base(input.at_high)) chart.ColorBarPart(bar, true, *session_.low_color);
+  }
+}
+
+// As the spreadsheet shows a number in this format; one that it cannot read shows the plain number.
+std::string TornadoChart::input_text(double value, const std::string& format) const {
+  const std::string plain = session_.environment->numbers().number_text(rounded_for_reading(value));
+  if (format.empty()) return plain;
+  std::string quoted;
+  for (const char c : format) quoted.append(c == '"' ? 2 : 1, c);
+  host::CellValue text;
+  host::ignoring_errors([&] {
+    text = session_.application().evaluate("TEXT(" + formula_number(value) + ",\"" + quoted + "\")");
+  });
+  return text.kind == host::CellKind::kText ? text.text : plain;
+}
+
+void TornadoChart::label_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs) {
+  std::vector<tables::BarLabels> labels;
+  for (const InputEnds& input : inputs) {
+    labels.emplace_back();
+    if (input.at_low) labels.back().left = input_text(*input.at_low, input.number_format);
+    if (input.at_high) labels.back().right = input_text(*input.at_high, input.number_format);
+  }
+  chart.LabelBarEnds(labels);
 }
 
 void TornadoChart::add_base_line(host::Chart& chart, const host::AxisScale& scale) {

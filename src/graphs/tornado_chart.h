@@ -28,6 +28,12 @@ struct TornadoStyle {
   host::Color baseline_color;
 };
 
+// What an input was set to where its bar ends, and how its cell shows that.
+struct InputEnds {
+  std::optional<double> base, at_low, at_high;  // none: no number
+  std::string number_format;                    // local form
+};
+
 class TornadoChart {
  public:
   TornadoChart(session::Session& session, const model::DralInputOutput& output, bool percent,
@@ -39,8 +45,10 @@ class TornadoChart {
   bool has_bars() const { return !low_values_.empty(); }
 
   // Draws the first `bars` rows of the table, with titles, axis and base line; columns are those of its body.
+  // `inputs`: by row, for bars of one input each; empty for bars of several.
   void draw(tables::ReportChart& chart, tables::ReportTable& table, std::int32_t bars,
-            std::int32_t name_column, std::int32_t low_column, std::int32_t high_column);
+            std::int32_t name_column, std::int32_t low_column, std::int32_t high_column,
+            const std::vector<InputEnds>& inputs = {});
 
  private:
   bool usable(double value) const { return output_.rules().is_usable(value); }
@@ -51,6 +59,9 @@ class TornadoChart {
   host::AxisScale axis_scale() const;
   std::string base_text(double value) const;
   std::string subtitle() const;
+  std::string input_text(double value, const std::string& format) const;
+  void color_low_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs);
+  void label_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs);
   void add_base_line(host::Chart& chart, const host::AxisScale& scale);
 
   session::Session& session_;

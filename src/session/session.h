@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "engine/engine.h"
@@ -63,6 +64,8 @@ struct Session {
   engine::EngineContext engine_context;
   WatermarkTexts watermark;
   std::string graph_click_macro;
+  // Of the part of a tornado bar that input values below the input's base make; none: bars have one colour.
+  std::optional<host::Color> low_color;
   std::int32_t sheet_columns = 0;  // limits of a worksheet
   std::int32_t sheet_rows = 0;
 

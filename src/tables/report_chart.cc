@@ -50,6 +50,14 @@ constexpr double kRoomRightOfBars = 26;
 constexpr double kRoomBesideNames = 14;
 constexpr double kMostRoomForNames = 0.4;  // of the chart's width
 
+// Texts at the ends of bars, points.
+constexpr double kEndLabelSize = 7.5;
+constexpr double kBesideBar = 6;     // to the text and beyond it
+constexpr double kRightOfPlot = 16;  // that a text may go on
+
+constexpr double kColorKeyHeight = 18;
+constexpr double kAboveColorKey = 8;
+
 bool is_automatic(double value) {
   return std::bit_cast<std::uint64_t>(value) == std::bit_cast<std::uint64_t>(host::kAutoScaleValue);
 }
@@ -64,31 +72,60 @@ std::string formula_number(double value) {
   return {text.data(), end};
 }
 
-// The figures that one bar is drawn from, as formulas over its ends.
+// Which of the series of bars these are, from 1.
+constexpr std::int32_t kReach = 2;
+constexpr std::int32_t kNegativeBar = 3;
+constexpr std::int32_t kPositiveBar = 4;
+
+// A stacked part of every bar: a formula over the bar's ends, and what it is for a bar without two ends.
 struct BarPart {
   const char* name;
   bool seen;
-  std::string (*formula)(const std::string& low, const std::string& high);
+  std::string formula;
+  double otherwise;
 };
-const std::array<BarPart, 4> kBarParts = {{
-    {"Lead -", false,
-     [](const std::string& low, const std::string& high) { return "MIN(0,MAX(" + low + "," + high + "))"; }},
-    {"Lead +", false,
-     [](const std::string& low, const std::string& high) { return "MAX(0,MIN(" + low + "," + high + "))"; }},
-    {"Bar -", true,
-     [](const std::string& low, const std::string& high) {
-       return "MIN(0,MIN(" + low + "," + high + "))-MIN(0,MAX(" + low + "," + high + "))";
-     }},
-    {"Bar +", true,
-     [](const std::string& low, const std::string& high) {
-       return "MAX(0,MAX(" + low + "," + high + "))-MAX(0,MIN(" + low + "," + high + "))";
-     }},
-}};
 
-// What a part shows for a bar without two ends: an empty bar where the bars start, not at a far-off zero.
-double part_without_ends(std::size_t part, double start) {
-  if (kBarParts[part].seen) return 0;
-  return part == 0 ? std::min(0.0, start) : std::max(0.0, start);
+// `low` and `high` are the cells of the first bar's ends. A bar without two ends is empty, and lies at
+// `start`, not at a far-off zero.
+std::vector<BarPart> bar_parts(const std::string& low, const std::string& high, const host::AxisScale& scale,
+                               double start, const BarParts& wanted) {
+  const std::string left = "MIN(" + low + "," + high + ")";
+  const std::string right = "MAX(" + low + "," + high + ")";
+  const auto call = [](const char* name, const std::string& a, const std::string& b) {
+    return name + ("(" + a) + "," + b + ")";
+  };
+  const auto least = [&](const std::string& a, const std::string& b) { return call("MIN", a, b); };
+  const auto most = [&](const std::string& a, const std::string& b) { return call("MAX", a, b); };
+  const auto minus = [](const std::string& a, const std::string& b) { return a + "-" + b; };
+  const auto text = [](double value) { return "(" + formula_number(value) + ")"; };
+  const std::string zero = "0";
+
+  // The lead is cut where the axis begins: a text at its end has all of the second piece to lie in.
+  const std::string edge_negative = text(std::min(0.0, scale.maximum));
+  const std::string edge_positive = text(std::max(0.0, scale.minimum));
+  std::vector<BarPart> parts = {
+      {"Lead", false, least(zero, most(right, edge_negative)) + "+" + most(zero, least(left, edge_positive)),
+       start},
+      {"Reach", false,
+       least(zero, minus(right, edge_negative)) + "+" + most(zero, minus(left, edge_positive)), 0}};
+  if (!wanted.split) {
+    parts.push_back({"Bar -", true, minus(least(zero, left), least(zero, right)), 0});
+    parts.push_back({"Bar +", true, minus(most(zero, right), most(zero, left)), 0});
+  } else {
+    const std::string negative = text(std::min(0.0, *wanted.split));
+    const std::string positive = text(std::max(0.0, *wanted.split));
+    parts.push_back(
+        {"Bar -", true, minus(least(zero, most(left, negative)), least(zero, most(right, negative))), 0});
+    parts.push_back(
+        {"Bar +", true, minus(most(zero, least(right, positive)), most(zero, least(left, positive))), 0});
+    parts.push_back({"Beyond -", true, minus(least(left, negative), least(right, negative)), 0});
+    parts.push_back({"Beyond +", true, minus(most(right, positive), most(left, positive)), 0});
+  }
+  if (wanted.labels) {
+    parts.push_back({"Tail -", false, least(zero, minus(text(scale.minimum), least(zero, left))), 0});
+    parts.push_back({"Tail +", false, most(zero, minus(text(scale.maximum), most(zero, right))), 0});
+  }
+  return parts;
 }
 
 struct Extremes {
@@ -154,6 +191,32 @@ void ReportChart::SetSubtitle(const std::string& text) {
   apply_title();
 }
 
+void ReportChart::SetColorKey(const std::vector<ColorKey>& key) {
+  color_key_ = key;
+}
+
+// Boxes of text between the titles and the bars, as a title cannot have several colours everywhere.
+void ReportChart::add_color_key() {
+  constexpr double kSquare = 9;
+  constexpr double kBoxInset = 7.2;  // at each side of the text
+  constexpr double kBetween = 6;
+  const auto width_of = [](const ColorKey& entry) {
+    return estimated_width(entry.text, look::kChartSubtitleSize, true) + 2 * kBoxInset;
+  };
+  double left = container_->width() - kBetween * static_cast<double>(color_key_.size() - 1);
+  for (const ColorKey& entry : color_key_) left -= kSquare + width_of(entry);
+  left = std::max(left / 2, 0.0);
+  const double top = plot_top() - kRoomForBaseLabel - kColorKeyHeight;
+  for (const ColorKey& entry : color_key_) {
+    chart_->add_text_box(left, top, kSquare + 2 * kBoxInset, kColorKeyHeight, "\xE2\x96\xA0",
+                         look::font(look::kChartSubtitleSize, entry.color));
+    left += kSquare;
+    chart_->add_text_box(left, top, width_of(entry), kColorKeyHeight, entry.text,
+                         look::font(look::kChartSubtitleSize, look::kMuted));
+    left += width_of(entry) + kBetween;
+  }
+}
+
 // The first line is the title, whatever follows is said more quietly.
 void ReportChart::apply_title() {
   const std::string text = subtitle_.empty() ? title_ : title_ + "\n" + subtitle_;
@@ -172,7 +235,7 @@ void ReportChart::SetChartOption(std::int32_t option) {
 }
 
 void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Range& high, host::Range& names,
-                                 double crossing) {
+                                 double crossing, const BarParts& wanted) {
   if (bars < 1) return;
   const host::CellBlock low_ends = low.values();
   const host::CellBlock high_ends = high.values();
@@ -185,31 +248,31 @@ void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Rang
   if (ends.least)
     bar_scale_ = sheet_.session().environment->numbers().axis_scale(*ends.least, *ends.greatest);
 
-  const auto parts = static_cast<std::int32_t>(kBarParts.size());
+  read_bar_ends(low_ends, high_ends, bars);
+  bar_crossing_ = crossing_bound;
+
   const std::int32_t row = low.row();
-  const std::int32_t column = sheet_.take_helper_columns(parts);
+  const auto parts = bar_parts(low.cell(1, 1)->address(false, false), high.cell(1, 1)->address(false, false),
+                               bar_scale_.value_or(host::AxisScale{}), start, wanted);
+  const auto columns = static_cast<std::int32_t>(parts.size());
+  const std::int32_t column = sheet_.take_helper_columns(columns);
   const std::string low_cell = low.cell(1, 1)->address(false, false);
   const std::string high_cell = high.cell(1, 1)->address(false, false);
   const auto category_names = fitted_names(names, row, bars);
-  host::CellBlock headings(1, parts);
-  for (std::size_t part = 0; part < kBarParts.size(); ++part) {
-    const auto place = column + static_cast<std::int32_t>(part);
-    const std::string otherwise = formula_number(part_without_ends(part, start));
-    const auto figures = sheet_.SheetWorksheet()->range(row, place, bars, 1);
-    figures->set_formula("=IF(ISNUMBER(" + low_cell + "),IF(ISNUMBER(" + high_cell + ")," +
-                         kBarParts[part].formula(low_cell, high_cell) + "," + otherwise + ")," + otherwise +
-                         ")");
-    headings.set_text(1, static_cast<std::int32_t>(part) + 1, kBarParts[part].name);
-    const auto series = chart_->new_series();
-    series->set_name(kBarParts[part].name);
-    series->set_values(*figures);
-    series->set_x_values(*category_names);
-    series->set_border(look::kNoLine);
-    series->set_interior(kBarParts[part].seen ? host::InteriorFormat{.pattern = 1, .color = kDefaultBarColor}
-                                              : host::InteriorFormat{.pattern = host::kXlNone});
+  host::CellBlock headings(1, columns);
+  for (std::int32_t position = 1; position <= columns; ++position) {
+    const BarPart& part = parts[static_cast<std::size_t>(position - 1)];
+    const std::string otherwise = formula_number(part.otherwise);
+    const auto figures = sheet_.SheetWorksheet()->range(row, column + position - 1, bars, 1);
+    figures->set_formula("=IF(ISNUMBER(" + low_cell + "),IF(ISNUMBER(" + high_cell + ")," + part.formula +
+                         "," + otherwise + ")," + otherwise + ")");
+    headings.set_text(1, position, part.name);
+    add_bar_series(part.name, part.seen, *figures, *category_names);
   }
-  sheet_.SheetWorksheet()->range(row - 1, column, 1, parts)->put(headings);
-  sheet_.SheetWorksheet()->range(row - 1, column, 1, parts)->set_columns_hidden(true);
+  if (wanted.split) beyond_ = kPositiveBar + 1;
+  if (wanted.labels) tails_ = columns - 1;
+  sheet_.SheetWorksheet()->range(row - 1, column, 1, columns)->put(headings);
+  sheet_.SheetWorksheet()->range(row - 1, column, 1, columns)->set_columns_hidden(true);
   chart_->set_plot_visible_only(false);
   chart_->set_gap_width(kBarGap);
   chart_->set_overlap(kFullOverlap);
@@ -223,6 +286,72 @@ void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Rang
   categories->set_tick_label_font(look::font(look::kSmallSize, look::kText));
   categories->set_border(look::rule(host::LineWeight::kThin, look::kText));
   chart_->axis(AxisType::kValue, AxisGroup::kPrimary)->set_crosses_at(crossing_bound);
+}
+
+void ReportChart::add_bar_series(const std::string& name, bool seen, host::Range& figures,
+                                 host::Range& names) {
+  const auto series = chart_->new_series();
+  series->set_name(name);
+  series->set_values(figures);
+  series->set_x_values(names);
+  series->set_border(look::kNoLine);
+  series->set_interior(seen ? host::InteriorFormat{.pattern = 1, .color = kDefaultBarColor}
+                            : host::InteriorFormat{.pattern = host::kXlNone});
+}
+
+void ReportChart::read_bar_ends(const host::CellBlock& low, const host::CellBlock& high, std::int32_t bars) {
+  for (std::int32_t bar = 1; bar <= bars; ++bar) {
+    const host::CellValue a = low.value(bar, 1), b = high.value(bar, 1);
+    bar_ends_.emplace_back();
+    if (a.is_number() && b.is_number())
+      bar_ends_.back() = {std::min(a.number, b.number), std::max(a.number, b.number)};
+  }
+}
+
+// On either side of zero the part nearer to zero comes first.
+void ReportChart::ColorBarPart(std::int32_t bar, bool above, host::Color color) {
+  const std::int32_t negative = above ? kNegativeBar : beyond_;
+  const std::int32_t positive = above ? beyond_ + 1 : kPositiveBar;
+  for (const std::int32_t series : {negative, positive})
+    chart_->series(series)->point(bar)->set_interior({.pattern = 1, .color = color});
+}
+
+void ReportChart::label_point(std::int32_t series, std::int32_t bar, const std::string& text,
+                              host::LabelPosition position) {
+  const auto point = chart_->series(series)->point(bar);
+  point->apply_data_labels(false);
+  const auto label = point->data_label();
+  label->set_text(text);
+  label->set_font(look::font(kEndLabelSize, look::kMuted));
+  label->set_position(position);
+}
+
+void ReportChart::LabelBarEnds(const std::vector<BarLabels>& labels) {
+  if (tails_ == 0 || !bar_scale_) return;
+  const auto bars = static_cast<double>(bar_ends_.size());
+  if (plot_height() / bars < kEndLabelSize * kTitleLine) return;
+  const double points = bars_width() / (bar_scale_->maximum - bar_scale_->minimum);
+  const auto place = [&](double value) { return (value - bar_scale_->minimum) * points; };
+  // From the end of the bar as far as the text goes.
+  const auto fits = [&](double end, double direction, const std::string& text) {
+    const double reach = end + direction * (estimated_width(text, kEndLabelSize) + kBesideBar);
+    if (text.empty() || reach < 0 || reach > bars_width() + kRightOfPlot) return false;
+    if (!bar_crossing_) return true;
+    const double axis = place(*bar_crossing_);
+    return (axis - end) * direction <= 0 || (axis - reach) * direction >= 0;
+  };
+  for (std::size_t bar = 0; bar < std::min(labels.size(), bar_ends_.size()); ++bar) {
+    const auto& ends = bar_ends_[bar];
+    if (!ends || ends->left == ends->right) continue;
+    const auto number = static_cast<std::int32_t>(bar) + 1;
+    const auto& [left, right] = labels[bar];
+    if (fits(place(ends->left), -1, left))
+      ends->left > 0 ? label_point(kReach, number, left, host::LabelPosition::kInsideEnd)
+                     : label_point(tails_, number, left, host::LabelPosition::kInsideBase);
+    if (fits(place(ends->right), 1, right))
+      ends->right < 0 ? label_point(kReach, number, right, host::LabelPosition::kInsideEnd)
+                      : label_point(tails_ + 1, number, right, host::LabelPosition::kInsideBase);
+  }
 }
 
 // The names beside the bars: the table's own, or where one is too long for the chart, cut copies beside the
@@ -348,20 +477,27 @@ void ReportChart::FinishChart() {
   if (!has_bars()) return;
   // A chart that will not be told its places finds them itself.
   host::ignoring_errors([&] { place_plot_area(); });
+  if (!color_key_.empty()) host::ignoring_errors([&] { add_color_key(); });
+}
+
+double ReportChart::plot_top() const {
+  const double room = container_->width() - 2 * kTitleTop;
+  double top = kTitleTop + kRoomForBaseLabel;
+  const auto add = [&](const std::string& text, double size, bool bold) {
+    if (!text.empty()) top += wrapped_lines(text, room, size, bold) * size * kTitleLine;
+  };
+  add(title_, look::kChartTitleSize, true);
+  add(subtitle_, look::kChartSubtitleSize, false);
+  return color_key_.empty() ? top : top + kAboveColorKey + kColorKeyHeight;
+}
+
+double ReportChart::plot_height() const {
+  const double below = kRoomBelowBars + (horizontal_title_.empty() ? 0 : kRoomForAxisTitle);
+  return std::max(container_->height() - plot_top() - below, 1.0);
 }
 
 void ReportChart::place_plot_area() {
-  const double width = container_->width();
-  const double height = container_->height();
-  const double room = width - 2 * kTitleTop;
-  double top = kTitleTop + kRoomForBaseLabel;
-  if (!title_.empty())
-    top += wrapped_lines(title_, room, look::kChartTitleSize, true) * look::kChartTitleSize * kTitleLine;
-  if (!subtitle_.empty())
-    top += wrapped_lines(subtitle_, room, look::kChartSubtitleSize) * look::kChartSubtitleSize * kTitleLine;
-  const double left = longest_name_ + kRoomBesideNames;
-  const double below = kRoomBelowBars + (horizontal_title_.empty() ? 0 : kRoomForAxisTitle);
-  chart_->set_plot_area_inside(left, top, bars_width(), std::max(height - top - below, 1.0));
+  chart_->set_plot_area_inside(longest_name_ + kRoomBesideNames, plot_top(), bars_width(), plot_height());
 }
 
 }  // namespace ordvane::tables

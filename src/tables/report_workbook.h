@@ -244,6 +244,19 @@ class ReportTable {
   std::map<std::int32_t, double> name_widths_;    // by sheet column of texts: the widest so far, points
 };
 
+// What tornado bars are made of.
+struct BarParts {
+  std::optional<double> split = {};  // the parts below and above this value can be coloured apart
+  bool labels = false;               // the ends can have texts beside them
+};
+struct BarLabels {
+  std::string left, right;  // empty: none
+};
+struct ColorKey {
+  host::Color color;
+  std::string text;
+};
+
 // A chart on a report sheet. Made by ReportSheet::AddChart.
 class ReportChart {
  public:
@@ -254,13 +267,21 @@ class ReportChart {
   void AddSeries(host::Range& x_values, host::Range& y_values, const std::string& name);
   void SetTitle(const std::string& text);
   void SetSubtitle(const std::string& text);
+  // A line below the subtitle that says what colours of bars mean, from FinishChart on.
+  void SetColorKey(const std::vector<ColorKey>& key);
   void SetChartOption(std::int32_t option);  // 0: no connecting lines are smoothed; the only option there is
-  // Horizontal bars from `low` to `high`, one a row, the first on top, labelled by `names`. Four stacked
-  // series: 1 and 2 lead unseen from zero to the bar on the negative and positive side, 3 and 4 are the bar.
-  // Their figures are formulas in hidden columns, so the bars follow the table. `crossing`: where the
-  // category axis stands.
+  // Horizontal bars from `low` to `high`, one a row, the first on top, labelled by `names`. Stacked series: 1
+  // and 2 lead unseen from zero to the bar, 1 as far as the value axis begins; 3 and 4 are the bar on the
+  // negative and the positive side. Two more are what a split leaves of the bar beyond 3 and 4, and two
+  // unseen ones go on from the bar to the ends of the axis when there are labels. Their figures are formulas
+  // in hidden columns, so the bars follow the table. `crossing`: where the category axis stands.
   void AddTornadoBars(std::int16_t bars, host::Range& low, host::Range& high, host::Range& names,
-                      double crossing);
+                      double crossing, const BarParts& parts = {});
+  // Colours what of a bar lies below or above the value that the bars are split at.
+  void ColorBarPart(std::int32_t bar, bool above, host::Color color);
+  // Texts beside the ends of the bars, for bars with labels, after FinishChart. A text that has no room
+  // between its bar and the edge of the plot, or would lie on the category axis, is left out.
+  void LabelBarEnds(const std::vector<BarLabels>& labels);
   // Figures equal to host::kAutoScaleValue are automatic. `format` may end in "[LOCAL]". Horizontal axis.
   void SetXAxis(const std::string& title, double minimum, double maximum, double major_unit,
                 const std::string& format, bool shown);
@@ -276,6 +297,7 @@ class ReportChart {
 
   bool has_bars() const { return kind_ == kBarsKind; }
   void apply_title();
+  void add_color_key();
   void apply_legend();
   void set_axis(host::Axis& axis, const std::string& title, double minimum, double maximum, double major_unit,
                 const std::string& format);
@@ -283,7 +305,13 @@ class ReportChart {
   double room_for_names() const;
   double bars_width();
   double readable_unit(double minimum, double maximum, double unit, const std::string& format);
+  double plot_top() const;
+  double plot_height() const;
   void place_plot_area();
+  void add_bar_series(const std::string& name, bool seen, host::Range& figures, host::Range& names);
+  void read_bar_ends(const host::CellBlock& low, const host::CellBlock& high, std::int32_t bars);
+  void label_point(std::int32_t series, std::int32_t bar, const std::string& text,
+                   host::LabelPosition position);
 
   static constexpr std::int32_t kBarsKind = 64;
   static constexpr std::int32_t kSpiderKind = 33;
@@ -294,8 +322,16 @@ class ReportChart {
   std::int32_t kind_;
   std::int32_t room_row_ = 0, room_rows_ = 0;  // the rows that the sheet keeps for the chart
   std::string title_, subtitle_, horizontal_title_;
+  std::vector<ColorKey> color_key_;
   double longest_name_ = 0;  // width of the longest name in the legend or beside the bars, points
   std::optional<host::AxisScale> bar_scale_;  // of the value axis, where the report leaves it automatic
+  std::optional<double> bar_crossing_;
+  struct BarEnds {
+    double left, right;
+  };
+  std::vector<std::optional<BarEnds>> bar_ends_;
+  // The first of two series, negative and positive, that bars have only on demand; 0: not there.
+  std::int32_t beyond_ = 0, tails_ = 0;
 };
 
 }  // namespace ordvane::tables

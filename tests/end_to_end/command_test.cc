@@ -150,6 +150,7 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"report", "m.run.json", "--threshold", "nan"}, "is no share"},
       {{"report", "m.run.json", "--bar-color", "12345"}, "--bar-color: \"12345\" is no colour"},
       {{"report", "m.run.json", "--base-color", "12345G"}, "--base-color: \"12345G\" is no colour"},
+      {{"report", "m.run.json", "--low-color", "amber"}, "--low-color: \"amber\" is no colour"},
       {{"report", "m.run.json", "--language", "xx"}, "\"xx\" is no language of the reports; there is en"},
       {{"report", "m.run.json", "--output", "Loss"},
        "\"Loss\" is no output of the run. Its outputs are:\n  Profit (Plan!C14)\n"},

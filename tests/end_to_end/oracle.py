@@ -2,6 +2,7 @@
 """Recalculates the reports of a run the slow and obvious way and compares every number of a report workbook.
 
 Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X] [--only KIND]...
+       [--low-color RRGGBB]
 
 Reads the run file itself; nothing here comes from the program. Kinds: tornado, spider, sensitivity, output-detail,
 detail-by-input, multi-tornado, multi-detail, summary, missing, charts; without --only all of them must be there. Prints
@@ -467,8 +468,13 @@ class Comparison:
                 if reference.tag in (C + "numRef", C + "strRef"):
                     self.reference(part, reference)
 
-    def bars(self, sheet, result, percent):
-        """The bars that are seen in the stacked bar chart of a sheet reach from the low to the high end."""
+    def bars(self, sheet, result, percent, low_color=None, inputs=()):
+        """The bars that are seen in the stacked bar chart of a sheet reach from the low to the high end. With a low colour,
+        what lies on the side of an end that an input value below its base made has that colour, and nothing else."""
+        base = 0.0 if percent else result.base
+        low_ends = [[usable(value) and usable(item["base"]) and value < item["base"]
+                     for value in (effect.low_input, effect.high_input)]
+                    for _, effect, item in sorted(zip(result.ranks, result.effects, inputs), key=lambda row: row[0])]
         ends = [(effect.low_change, effect.high_change) if percent else (effect.low, effect.high)
                 for _, effect in sorted(zip(result.ranks, result.effects))[:result.limit]]
         drawn = any(usable(low) for low, _ in ends)
@@ -483,8 +489,14 @@ class Comparison:
                 part = float(series.findall(f"{C}val//{C}pt")[row].findtext(C + "v"))
                 start = right if part > 0 else left
                 right, left = (right + part, left) if part > 0 else (right, left + part)
-                if part != 0 and series.find(f"{C}spPr/{A}noFill") is None:
-                    seen += [start, start + part]
+                if part == 0 or series.find(f"{C}spPr/{A}noFill") is not None:
+                    continue
+                seen += [start, start + part]
+                looks = [series] + [p for p in series.findall(f"{C}dPt") if p.find(f"{C}idx").get("val") == str(row)]
+                color = looks[-1].find(f"{C}spPr/{A}solidFill/{A}srgbClr").get("val")
+                is_low = low_color is not None and usable(base) and bool(low_ends) and low_ends[row][start + part / 2 > base]
+                if len(looks) > 1 and low_color is None or (color == low_color) != is_low:
+                    self.differ(sheet.title, f"bar {row + 1} from {start} by {part} has the colour {color}")
             self.compared += 1
             expected = [low, high] if usable(low) and low != high else []
             found = [min(seen), max(seen)] if seen else []
@@ -537,7 +549,7 @@ def compare(run, workbook, texts, options):
             comparison.names_output(sheet, result.item)
             comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
             if kind == "tornado":
-                comparison.bars(sheet, result, options.percent)
+                comparison.bars(sheet, result, options.percent, options.low_color, run.inputs)
     joint = [[JointResult(run, s, o, results[s][o], options) for o in range(len(run.outputs))]
              for s in range(run.simulations)]
     if "multi-tornado" in options.only and run.groups:
@@ -576,6 +588,7 @@ def main():
     parser.add_argument("--percent", action="store_true")
     parser.add_argument("--max-inputs", type=int, default=20)
     parser.add_argument("--threshold", type=float)
+    parser.add_argument("--low-color")
     parser.add_argument("--only", action="append", choices=KINDS)
     parser.add_argument("--show", type=int, default=40, help="differences printed")
     options = parser.parse_args()

@@ -1,5 +1,8 @@
 #include "graphs/tornado.h"
 
+#include <functional>
+#include <set>
+
 #include "graphs/bench.h"
 #include "graphs/chart_helpers.h"
 
@@ -193,10 +196,10 @@ TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {
   const auto book = bench.book();
   const office::SheetModel& sheet = *book->sheets.front();
   const office::ChartModel& chart = *sheet.charts.front();
-  ASSERT_EQ(chart.series.size(), 5U);
+  ASSERT_EQ(chart.series.size(), 7U);
   EXPECT_EQ(chart.series[2]->fill.value().color, kBlue);
   EXPECT_EQ(chart.series[3]->fill.value().color, kBlue);
-  EXPECT_EQ(chart.series[4]->line.value().color, kRed);
+  EXPECT_EQ(chart.series[6]->line.value().color, kRed);
   // What is stacked adds up to the ends of every bar, and all of it is formulas over the table.
   const test::BookReader reader(*book);
   const double ends[2][2] = {{60, 140}, {90, 115}};
@@ -208,8 +211,45 @@ TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {
       sums[i] = reader.value(sheet, area.row + bar, area.column).number;
     }
     EXPECT_EQ(sums[0] + sums[1], ends[bar][0]);
-    EXPECT_EQ(sums[1] + sums[3], ends[bar][1]);
+    EXPECT_EQ(sums[0] + sums[1] + sums[3], ends[bar][1]);
   }
+  // The narrower bar has room for both of its input's values, in their format.
+  EXPECT_EQ(chart.series[1]->points.at(2).label.value().text, "4.0");
+  EXPECT_EQ(chart.series[5]->points.at(2).label.value().text, "6.0");
+}
+
+// Series and bar of the parts that input values below the base make, and what the colours are said to mean.
+TEST(TornadoReport, TellsLowInputValuesApart) {
+  constexpr host::Color kOrange = 0x009FE6;
+  GraphBench bench;
+  bench.session.low_color = kOrange;
+  make_report(bench, {"",
+                      100,
+                      {{"Up", "B2", 5, {{4, 60}, {6, 140}}},
+                       {"Down", "B3", 5, {{4, 130}, {6, 70}}},
+                       {"Peak", "B4", 5, {{3, 80}, {4, 120}}},
+                       {"Off", "B5", 5, {{5, 100}, {6, 110}}}},
+                      nullptr,
+                      model::OrdvaneOutputAsValue,
+                      {},
+                      {}});
+  const auto book = bench.book();
+  const office::ChartModel& chart = *book->sheets.front()->charts.front();
+  ASSERT_EQ(chart.series.size(), 9U);
+  std::set<std::pair<std::size_t, std::int32_t>> orange;
+  for (std::size_t i = 0; i < 6; ++i) {
+    EXPECT_EQ(chart.series[i]->fill.value().color, i > 1 ? std::optional(kBlue) : std::nullopt);
+    for (const auto& [bar, point] : chart.series[i]->points)
+      if (point.fill && point.fill->color == kOrange) orange.insert({i + 1, bar});
+  }
+  // Above zero, series 4 is what lies below the base and series 6 what lies above.
+  const std::set<std::pair<std::size_t, std::int32_t>> expected = {{4, 1}, {5, 1}, {3, 2}, {6, 2},
+                                                                   {3, 3}, {4, 3}, {5, 3}, {6, 3}};
+  EXPECT_EQ(orange, expected);
+  ASSERT_EQ(chart.text_boxes.size(), 4U);
+  EXPECT_EQ(chart.text_boxes[0].font.color, kOrange);
+  EXPECT_EQ(chart.text_boxes[1].text, "Input below its base value");
+  EXPECT_EQ(chart.text_boxes[2].font.color, kBlue);
 }
 
 TEST(TornadoReport, StopsWhenTheUserAsks) {

@@ -12,7 +12,7 @@ namespace {
 
 struct BarsBench : test::TablesBench {
   explicit BarsBench(const std::vector<std::pair<host::CellValue, host::CellValue>>& ends, double crossing,
-                     const std::string& name = "Input") {
+                     const std::string& name = "Input", const BarParts& parts = {}) {
     const auto bars = static_cast<std::int32_t>(ends.size());
     chart = sheet->AddChart(64, 428, sheet->ChartHeightForBars(static_cast<std::int16_t>(bars)));
     const auto table = sheet->AddTable(bars, 3, 1, 0, "", "");
@@ -25,10 +25,10 @@ struct BarsBench : test::TablesBench {
     }
     table->PutBody(1, body);
     chart->AddTornadoBars(static_cast<std::int16_t>(bars), *table->Body(1, 2, bars), *table->Body(1, 3, bars),
-                          *table->Body(1, 1, bars), crossing);
+                          *table->Body(1, 1, bars), crossing, parts);
   }
   const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
-  // The four figures of a bar.
+  // The figures of a bar, both pieces of the lead as one.
   std::vector<double> figures(std::int32_t bar) {
     std::vector<double> result;
     const auto& series = drawn().series;
@@ -37,6 +37,8 @@ struct BarsBench : test::TablesBench {
       const office::Area& area = part->values.area;
       result.push_back(reader.value(*kept->sheets.front(), area.row + bar - 1, area.column).number);
     }
+    result[1] += result[0];
+    result.erase(result.begin());
     return result;
   }
 
@@ -49,17 +51,23 @@ struct BarCase {
   const char* what;
   host::CellValue low, high;
   double crossing;
-  std::vector<double> figures;  // lead -, lead +, bar -, bar +
+  std::vector<double> figures;  // lead, bar -, bar +
+  // Split at the crossing: lead, - above, + below, - below, + above, tails to the axis' ends.
+  std::vector<double> parts;
 };
 
 const BarCase kBarCases[] = {
-    {"right of zero", 30.0, 50.0, 40, {0, 30, 0, 20}},
-    {"left of zero", -50.0, -30.0, -40, {-30, 0, -20, 0}},
-    {"across zero", -5.0, 3.0, 0, {0, 0, -5, 3}},
-    {"the other way round", 3.0, -5.0, 0, {0, 0, -5, 3}},
-    {"no length", 7.0, 7.0, 7, {0, 7, 0, 0}},
-    {"no low end", " - ", 50.0, 40, {0, 40, 0, 0}},
-    {"no high end, left of zero", -50.0, " - ", -40, {-40, 0, 0, 0}},
+    {"right of zero", 30.0, 50.0, 40, {30, 0, 20}, {30, 0, 10, 0, 10}},
+    {"left of zero", -50.0, -30.0, -40, {-30, -20, 0}, {-30, -10, 0, -10, 0}},
+    {"across zero", -5.0, 3.0, 0, {0, -5, 3}, {0, 0, 0, -5, 3}},
+    {"across zero and a base above", -5.0, 3.0, 2, {0, -5, 3}, {0, 0, 2, -5, 1}},
+    {"across zero and a base below", -5.0, 3.0, -2, {0, -5, 3}, {0, -2, 0, -3, 3}},
+    {"all above the base", 30.0, 50.0, 20, {30, 0, 20}, {30, 0, 0, 0, 20}},
+    {"all below the base", -50.0, -30.0, 2, {-30, -20, 0}, {-30, 0, 0, -20, 0}},
+    {"the other way round", 3.0, -5.0, 0, {0, -5, 3}, {0, 0, 0, -5, 3}},
+    {"no length", 7.0, 7.0, 7, {7, 0, 0}, {7, 0, 0, 0, 0}},
+    {"no low end", " - ", 50.0, 40, {40, 0, 0}, {40, 0, 0, 0, 0}},
+    {"no high end, left of zero", -50.0, " - ", -40, {-40, 0, 0}, {-40, 0, 0, 0, 0}},
 };
 
 TEST(AddTornadoBars, DrawsFromFormulasOverTheTable) {
@@ -67,7 +75,52 @@ TEST(AddTornadoBars, DrawsFromFormulasOverTheTable) {
     SCOPED_TRACE(c.what);
     BarsBench bench({{c.low, c.high}, {1.0, 2.0}}, c.crossing);
     EXPECT_EQ(bench.figures(1), c.figures);
-    EXPECT_EQ(bench.figures(2), (std::vector<double>{0, 1, 0, 1}));
+    EXPECT_EQ(bench.figures(2), (std::vector<double>{1, 0, 1}));
+
+    BarsBench split({{c.low, c.high}, {1.0, 2.0}}, c.crossing, "Input",
+                    {.split = c.crossing, .labels = true});
+    std::vector<double> parts = split.figures(1);
+    const double tails[] = {parts.at(5), parts.at(6)};
+    parts.resize(5);
+    EXPECT_EQ(parts, c.parts);
+    if (!c.low.is_number() || !c.high.is_number()) continue;
+    const double least = std::min(c.low.number, c.high.number), most = std::max(c.low.number, c.high.number);
+    EXPECT_LE(std::min(least, 0.0) + tails[0], std::min({least, c.crossing, 0.0}));
+    EXPECT_GE(std::max(most, 0.0) + tails[1], std::max({most, c.crossing, 0.0}));
+  }
+}
+
+struct LabelCase {
+  const char* what;
+  double low, high, crossing;
+  BarLabels labels;
+  std::vector<std::string> shown;  // series and position
+};
+
+const LabelCase kLabelCases[] = {
+    {"right of zero", 30, 50, 40, {"1.0", "2.0"}, {"2 1.0 3", "6 2.0 4"}},
+    {"left of zero", -50, -30, -40, {"1.0", "2.0"}, {"2 2.0 3", "5 1.0 4"}},
+    {"across zero", -50, 30, 0, {"1.0", "2.0"}, {"5 1.0 4", "6 2.0 4"}},
+    {"no room", 10, 90, 50, {std::string(40, '8'), std::string(40, '8')}, {}},
+    {"on the axis of the base", 52, 80, 50, {"1.000", "2.0"}, {"6 2.0 4"}},
+    {"no length", 50, 50, 50, {"1.0", "2.0"}, {}},
+    {"no texts", 30, 50, 40, {}, {}},
+};
+
+TEST(LabelBarEnds, PutsTextsWhereThereIsRoom) {
+  for (const LabelCase& c : kLabelCases) {
+    SCOPED_TRACE(c.what);
+    // The second bar sets the ends of the axis.
+    BarsBench bench({{c.low, c.high}, {c.low < 0 ? -98.0 : 2.0, c.low < 0 && c.high < 0 ? -2.0 : 98.0}},
+                    c.crossing, "Input", {.labels = true});
+    bench.chart->FinishChart();
+    bench.chart->LabelBarEnds({c.labels});
+    std::vector<std::string> shown;
+    for (std::size_t i = 0; i < bench.drawn().series.size(); ++i)
+      for (const auto& [bar, point] : bench.drawn().series[i]->points)
+        shown.push_back(std::to_string(i + 1) + " " + point.label.value().text.value() + " " +
+                        std::to_string(point.label->position.value()));
+    EXPECT_EQ(shown, c.shown);
   }
 }
 
@@ -80,7 +133,7 @@ TEST(AddTornadoBars, FollowsTheTableFromHiddenColumns) {
     EXPECT_TRUE(bench.kept->sheets.front()->columns.at(part->values.area.column).hidden);
   bench.sheet->SheetWorksheet()->range(series[0]->values.area.row, 3, 1, 1)->set_value(65.0);
   bench.app->calculate();
-  EXPECT_EQ(bench.figures(1), (std::vector<double>{0, 30, 0, 35}));
+  EXPECT_EQ(bench.figures(1), (std::vector<double>{30, 0, 35}));
 }
 
 TEST(ReportChart, CutsLongNamesBesideTheBarsAndThinsTheLabels) {
