@@ -22,12 +22,18 @@ bool begins_character(unsigned char byte) {
   return (byte & 0xC0U) != 0x80U;
 }
 
+// Whether a character of an East Asian script begins with this byte: it fills a square, and a line may break
+// on either side of it.
+bool is_east_asian(unsigned char first_byte) {
+  return first_byte >= 0xE3U;
+}
+
 // In parts of the font size.
 double character_width(unsigned char first_byte) {
   constexpr std::string_view kThin = "iljI.,;:'!| ";
   constexpr std::string_view kNarrow = "tfr()[]-`";
   constexpr std::string_view kWide = "mwMW%@&";
-  if (first_byte >= 0xE3U) return 1.0;  // East Asian scripts
+  if (is_east_asian(first_byte)) return 1.0;
   if (first_byte >= 0x80U) return 0.55;
   const char letter = static_cast<char>(first_byte);
   if (kThin.find(letter) != std::string_view::npos) return 0.245;
@@ -45,6 +51,27 @@ void for_each_piece(std::string_view text, std::string_view separators, Use&& us
     if (end == std::string_view::npos) return;
     text.remove_prefix(end + 1);
   }
+}
+
+// The pieces of a paragraph that are not broken when it wraps, each with whether a blank stands before it.
+template <class Use>
+void for_each_word(std::string_view paragraph, Use&& use) {
+  bool after_blank = false;
+  for_each_piece(paragraph, " ", [&](std::string_view word) {
+    std::size_t begin = 0;
+    for (std::size_t at = 0; at < word.size();) {
+      std::size_t end = at + 1;
+      while (end < word.size() && !begins_character(static_cast<unsigned char>(word[end]))) ++end;
+      if (is_east_asian(static_cast<unsigned char>(word[at]))) {
+        if (begin < at) use(word.substr(begin, at - begin), std::exchange(after_blank, false));
+        use(word.substr(at, end - at), std::exchange(after_blank, false));
+        begin = end;
+      }
+      at = end;
+    }
+    if (begin < word.size()) use(word.substr(begin), after_blank);
+    after_blank = true;
+  });
 }
 
 std::string general_text(double value) {
@@ -191,8 +218,10 @@ double estimated_width(std::string_view text, double size, bool bold) {
 
 double widest_word(std::string_view text, double size, bool bold) {
   double widest = 0;
-  for_each_piece(text, " \n", [&](std::string_view word) {
-    widest = std::max(widest, estimated_width(word, size, bold));
+  for_each_piece(text, "\n", [&](std::string_view paragraph) {
+    for_each_word(paragraph, [&](std::string_view word, bool) {
+      widest = std::max(widest, estimated_width(word, size, bold));
+    });
   });
   return widest;
 }
@@ -203,13 +232,14 @@ std::int32_t wrapped_lines(std::string_view text, double width, double size, boo
   for_each_piece(text, "\n", [&](std::string_view paragraph) {
     double used = 0;
     ++lines;
-    for_each_piece(paragraph, " ", [&](std::string_view word) {
+    for_each_word(paragraph, [&](std::string_view word, bool after_blank) {
       const double needed = estimated_width(word, size, bold);
-      if (used > 0 && used + blank + needed > width) {
+      const double between = used > 0 && after_blank ? blank : 0;
+      if (used > 0 && used + between + needed > width) {
         ++lines;
         used = needed;
       } else {
-        used += (used > 0 ? blank : 0) + needed;
+        used += between + needed;
       }
       // A word that is wider than the line is broken.
       for (; used > width && width > 0; used -= width) ++lines;

@@ -9,8 +9,9 @@ namespace ordvane::tables {
 namespace {
 
 TEST(EstimatedWidth, IsNearTheFontsMetrics) {
-  for (const char* text : {"Total monthly payment", "Downpayment (optional) (C6)", "1,234,567.89 €",
-                           "VOM (B9)", "Größe in Metern", "illicit filling", "WAMM 5%"})
+  for (const char* text :
+       {"Total monthly payment", "Downpayment (optional) (C6)", "1,234,567.89 €", "VOM (B9)",
+        "Größe in Metern", "変化率 (%)", "波动幅度 B5", "illicit filling", "WAMM 5%"})
     for (const bool bold : {false, true}) {
       const double measured = office::text_width(text, "Calibri", 10, bold);
       EXPECT_NEAR(estimated_width(text, 10, bold), measured, measured * 0.15) << text;
@@ -24,8 +25,14 @@ TEST(WrappedLines, BreaksAtBlanksAndLineFeedsAndInLongWords) {
     std::int32_t lines;
   };
   for (const Case& c : {Case{"", 50, 1}, Case{"one two", 500, 1}, Case{"one two", 25, 2},
-                        Case{"one\ntwo", 500, 2}, Case{"eeeeeeeeeeeeeeeeeeee", 50.5, 2}, Case{"one", 0, 1}})
+                        Case{"one\ntwo", 500, 2}, Case{"変化率", 20, 2}, Case{"変化率 one", 31, 2},
+                        Case{"one変化率", 31, 2}, Case{"eeeeeeeeeeeeeeeeeeee", 50.5, 2}, Case{"one", 0, 1}})
     EXPECT_EQ(wrapped_lines(c.text, c.width, 10), c.lines) << c.text;
+}
+
+TEST(WidestWord, IsOneCharacterOfTextThatBreaksAnywhere) {
+  EXPECT_EQ(widest_word("基準値からの変化", 10), 10);
+  EXPECT_EQ(widest_word("変化率 percent", 10), estimated_width("percent", 10));
 }
 
 TEST(EstimatedNumberWidth, FollowsTheFormat) {
