@@ -91,7 +91,10 @@ void font_element(Xml& xml, const char* tag, const office::FontProps& font) {
   if (font.bold) xml.attr("b", *font.bold);
   if (font.italic) xml.attr("i", *font.italic);
   if (font.color) solid_fill(xml, *font.color);
-  if (font.name) xml.start("a:latin").attr("typeface", *font.name).end();
+  if (font.name) {
+    xml.start("a:latin").attr("typeface", *font.name).end();
+    xml.start("a:ea").attr("typeface", "+mn-ea").end();  // the theme's
+  }
   xml.end();
 }
 
@@ -128,7 +131,7 @@ void text_properties(Xml& xml, const office::FontProps& font) {
   xml.start("c:txPr").empty("a:bodyPr").empty("a:lstStyle");
   xml.start("a:p").start("a:pPr");
   font_element(xml, "a:defRPr", font);
-  xml.end().start("a:endParaRPr").attr("lang", "en-US").end().end().end();
+  xml.end().empty("a:endParaRPr").end().end();
 }
 
 }  // namespace ordvane::xlsx

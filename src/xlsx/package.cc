@@ -39,7 +39,8 @@ class PartList {
         [this] { return app_properties_part(book_); });
     add("xl/workbook.xml", spreadsheet_type("sheet.main"), [this] { return workbook_part(book_); });
     add_workbook_relationships();
-    add("xl/theme/theme1.xml", office_type("theme"), [] { return theme_part(); });
+    add("xl/theme/theme1.xml", office_type("theme"),
+        [&options] { return theme_part(options.east_asian_font); });
     add("xl/styles.xml", spreadsheet_type("styles"), [this] { return styles_part(book_.styles); });
     if (has_texts())
       add("xl/sharedStrings.xml", spreadsheet_type("sharedStrings"),

@@ -51,7 +51,7 @@ std::vector<std::string> sheet_names(const office::SheetModel& sheet, std::size_
 // The sheets' relationship ids are rId1 to rIdN.
 std::string workbook_part(const office::BookModel& book);
 std::string styles_part(const office::StyleTable& styles);
-std::string theme_part();
+std::string theme_part(const std::string& east_asian_font);
 std::string core_properties_part(const host::DocumentProperties& properties, const std::string& created);
 std::string app_properties_part(const office::BookModel& book);
 

@@ -16,6 +16,7 @@ namespace ordvane::xlsx {
 
 struct SaveOptions {
   std::string created;              // document date, "2026-01-31T12:00:00Z"; empty: 1980-01-01T00:00:00Z
+  std::string east_asian_font;      // of the report texts; empty: the reading program's own
   int compression_level = 6;        // 1 (fastest) to 12 (smallest)
   unsigned threads = 0;             // 0: as many as the machine has
   std::function<bool()> cancelled;  // asked now and then; true stops with errc::kUserCancelled

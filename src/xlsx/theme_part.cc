@@ -7,6 +7,13 @@
 namespace ordvane::xlsx {
 namespace {
 
+// What stands in for the Latin typeface, by script. A program takes the one of its own language where the
+// workbook names none.
+constexpr std::array<std::pair<const char*, const char*>, 4> kScriptFonts = {{{"Jpan", "Yu Gothic"},
+                                                                              {"Hans", "Microsoft YaHei"},
+                                                                              {"Hant", "Microsoft JhengHei"},
+                                                                              {"Hang", "Malgun Gothic"}}};
+
 constexpr std::array<std::pair<const char*, const char*>, 10> kColors = {{
     {"a:dk2", "2F3E4E"},
     {"a:lt2", "EEF1F4"},
@@ -32,18 +39,20 @@ void colors(Xml& xml) {
   xml.end();
 }
 
-void font(Xml& xml, const char* tag) {
+void font(Xml& xml, const char* tag, const std::string& east_asian_font) {
   xml.start(tag);
   xml.start("a:latin").attr("typeface", office::kDefaultFont).end();
-  xml.start("a:ea").attr("typeface", "").end();
+  xml.start("a:ea").attr("typeface", east_asian_font).end();
   xml.start("a:cs").attr("typeface", "").end();
+  for (const auto& [script, name] : kScriptFonts)
+    xml.start("a:font").attr("script", script).attr("typeface", name).end();
   xml.end();
 }
 
-void fonts(Xml& xml) {
+void fonts(Xml& xml, const std::string& east_asian_font) {
   xml.start("a:fontScheme").attr("name", "Ordvane");
-  font(xml, "a:majorFont");
-  font(xml, "a:minorFont");
+  font(xml, "a:majorFont", east_asian_font);
+  font(xml, "a:minorFont", east_asian_font);
   xml.end();
 }
 
@@ -75,13 +84,13 @@ void effects(Xml& xml) {
 
 }  // namespace
 
-std::string theme_part() {
+std::string theme_part(const std::string& east_asian_font) {
   std::string part;
   Xml xml(part);
   xml.declaration().start("a:theme").attr("xmlns:a", kDrawingSpace).attr("name", "Ordvane");
   xml.start("a:themeElements");
   colors(xml);
-  fonts(xml);
+  fonts(xml, east_asian_font);
   xml.start("a:fmtScheme").attr("name", "Ordvane");
   fills(xml, "a:fillStyleLst");
   lines(xml);
