@@ -92,6 +92,7 @@ void show_saving(EmbeddedEnvironment& environment, const ReportOptions& options)
 xlsx::SaveOptions saving_options(const ReportOptions& options, EmbeddedEnvironment& environment) {
   xlsx::SaveOptions saving;
   saving.created = options.created;
+  saving.east_asian_font = environment::language(options.language).font;
   saving.cancelled = [&environment] { return environment.cancelled(); };
   return saving;
 }

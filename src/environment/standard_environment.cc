@@ -69,6 +69,20 @@ std::int32_t language_id_of(std::string_view code) {
   return found == all_languages().end() ? 0 : found->second.id;
 }
 
+std::string language_of_locale(std::string_view locale) {
+  std::string name(locale.substr(0, locale.find_first_of(".@")));
+  std::transform(name.begin(), name.end(), name.begin(), [](char c) {
+    return c == '_' ? '-' : c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
+  });
+  // Who writes Chinese in traditional characters is not served by simplified ones.
+  for (const char* traditional : {"zh-tw", "zh-hk", "zh-mo", "zh-hant"})
+    if (name.starts_with(traditional)) return Settings().language;
+  const std::string code = name.substr(0, name.find('-'));
+  return language_id_of(code) != 0 ? code : Settings().language;
+}
+
+StandardNumberService::StandardNumberService(const std::string& code) : language_(language(code)) {}
+
 double StandardNumberService::missing_number() {
   return host::kMissingNumber;
 }
@@ -93,12 +107,20 @@ host::AxisScale StandardNumberService::axis_scale(double low, double high) {
   return {std::max(step.times(first), -kGreatest), std::min(step.times(last), kGreatest), unit};
 }
 
-std::string StandardNumberService::number_text(double value) {
-  return general_number(value, decimal_separator_);
+std::string StandardNumberService::number_text(double value, bool grouped) {
+  return general_number(value, language_.decimal_separator, grouped ? language_.group_separator : "");
+}
+
+std::string StandardNumberService::date_text(double serial) {
+  return environment::date_text(serial, language_.date_format);
+}
+
+std::string StandardNumberService::list_separator() {
+  return language_.list_separator;
 }
 
 StandardEnvironment::StandardEnvironment(Settings settings)
-    : settings_(std::move(settings)), numbers_(language(settings_.language).decimal_separator) {}
+    : settings_(std::move(settings)), numbers_(settings_.language) {}
 
 std::string StandardEnvironment::engine_folder() {
   return settings_.engine_folder;

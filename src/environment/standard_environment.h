@@ -14,22 +14,30 @@
 
 namespace ordvane::environment {
 
-// Languages whose texts are compiled in: { "en" }. Ids are the system's language ids (1033 for English).
+struct Language;
+
+// Languages whose texts are compiled in, by code: { "de", "en" … }. Ids are the system's language ids (1033
+// for English).
 std::vector<std::string> languages();
 // 0 for an unknown code.
 std::int32_t language_id_of(std::string_view code);
+// The language for a user of this locale ("de_AT.UTF-8", "pt-BR"); "en" where there is no better one.
+std::string language_of_locale(std::string_view locale);
 
 class StandardNumberService : public host::NumberService {
  public:
-  explicit StandardNumberService(char decimal_separator = '.') : decimal_separator_(decimal_separator) {}
+  // Figures as the language writes them. Throws errc::kInvalidProcedureCall for one without texts.
+  explicit StandardNumberService(const std::string& language = "en");
 
   double missing_number() override;
   bool is_usable(double value) override;
   host::AxisScale axis_scale(double low, double high) override;
-  std::string number_text(double value) override;
+  std::string number_text(double value, bool grouped) override;
+  std::string date_text(double serial) override;
+  std::string list_separator() override;
 
  private:
-  char decimal_separator_;
+  const Language& language_;
 };
 
 struct Settings {

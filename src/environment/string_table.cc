@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <limits>
+#include <optional>
+#include <set>
 
 #include "environment/string_resources.h"
 
@@ -32,7 +35,8 @@ class Reader {
       read_line(without_blanks(file.substr(0, end)));
       file = end == std::string_view::npos ? std::string_view() : file.substr(end + 1);
     }
-    if (language_.id == 0) fail("the setting @id is missing");
+    for (const char* setting : {"@id", "@decimal", "@group", "@date", "@list"})
+      if (!settings_.contains(setting)) fail(std::string("the setting ") + setting + " is missing");
     return std::move(language_);
   }
 
@@ -48,13 +52,32 @@ class Reader {
     if (equals == std::string_view::npos) fail("expected \"id = text\"");
     const std::string_view key = without_blanks(line.substr(0, equals));
     const std::string_view value = without_blanks(line.substr(equals + 1));
+    if (key.starts_with('@')) {
+      read_setting(key, value);
+    } else if (!language_.texts.emplace(number(key), unescaped(value)).second) {
+      fail("the id " + std::string(key) + " is given twice");
+    }
+  }
+
+  void read_setting(std::string_view key, std::string_view value) {
+    const std::string name(key);
+    if (!settings_.emplace(name).second) fail("the setting " + name + " is given twice");
+    if (value.empty()) fail(name + " is empty");
     if (key == "@id") {
       language_.id = number(value);
     } else if (key == "@decimal") {
       if (value.size() != 1) fail("@decimal is one character");
       language_.decimal_separator = value.front();
-    } else if (!language_.texts.emplace(number(key), unescaped(value)).second) {
-      fail("the id " + std::string(key) + " is given twice");
+    } else if (key == "@group") {
+      language_.group_separator = unescaped(value);
+    } else if (key == "@date") {
+      language_.date_format = value;
+    } else if (key == "@list") {
+      language_.list_separator = unescaped(value);
+    } else if (key == "@font") {
+      language_.font = value;
+    } else {
+      fail("there is no setting " + name);
     }
   }
 
@@ -70,22 +93,27 @@ class Reader {
     std::string result;
     for (std::size_t at = 0; at < text.size(); ++at) {
       if (text[at] == '{') check_place(text.substr(at));
-      result += text[at] == '\\' ? escaped(text, ++at) : text[at];
+      if (text[at] == '\\')
+        result += escaped(text, ++at);
+      else
+        result += text[at];
     }
     return result;
   }
 
-  char escaped(std::string_view text, std::size_t at) const {
+  std::string_view escaped(std::string_view text, std::size_t at) const {
     const char letter = at < text.size() ? text[at] : '\0';
     switch (letter) {
       case 'n':
-        return '\n';
+        return "\n";
       case 's':
-        return ' ';
+        return " ";
+      case '_':
+        return "\u00A0";  // no-break space
       case '\\':
-        return '\\';
+        return "\\";
       default:
-        fail("a backslash is followed by n, s or another backslash");
+        fail("a backslash is followed by n, s, _ or another backslash");
     }
   }
 
@@ -95,6 +123,7 @@ class Reader {
   }
 
   Language language_;
+  std::set<std::string> settings_;
   int line_number_ = 0;
 };
 
@@ -148,6 +177,22 @@ class LanguageStringTable : public host::StringTable {
   const Language* language_;
 };
 
+// Whole days since the spreadsheet's day 0, which counts a 29 February 1900 that never was.
+std::optional<std::chrono::year_month_day> date_of(double serial) {
+  constexpr double kLastSerial = 2958465;  // 31 December 9999
+  constexpr double kFirstOfMarch1900 = 61;
+  if (!(serial >= 1 && serial <= kLastSerial)) return std::nullopt;
+  const std::chrono::sys_days day_zero =
+      std::chrono::year(1899) / 12 / (serial < kFirstOfMarch1900 ? 31 : 30);
+  return day_zero + std::chrono::days(static_cast<int>(serial));
+}
+
+std::string padded(unsigned number, std::size_t width) {
+  std::string digits = std::to_string(number);
+  if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
+  return digits;
+}
+
 }  // namespace
 
 Language read_language(std::string_view code, std::string_view file) {
@@ -171,15 +216,45 @@ const Language& language(const std::string& code) {
   return found->second;
 }
 
-std::string general_number(double value, char decimal_separator) {
+std::string general_number(double value, char decimal_separator, std::string_view group_separator) {
   if (value == 0) return "0";  // never "-0"
   constexpr int kDigits = std::numeric_limits<double>::digits10;
   char buffer[32];
   const auto end =
       std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, kDigits).ptr;
   std::string text(buffer, end);
+  if (!std::isfinite(value)) return text;
+  const std::size_t whole_end = std::min(text.find_first_of(".e"), text.size());
   std::replace(text.begin(), text.end(), '.', decimal_separator);
-  if (std::isfinite(value)) std::replace(text.begin(), text.end(), 'e', 'E');
+  std::replace(text.begin(), text.end(), 'e', 'E');
+  if (text.find('E') != std::string::npos) return text;
+  const std::size_t first = value < 0 ? 1 : 0;
+  for (std::size_t at = whole_end; at > first + 3;) text.insert(at -= 3, group_separator);
+  return text;
+}
+
+std::string date_text(double serial, std::string_view format) {
+  const auto date = date_of(serial);
+  std::string text;
+  for (std::size_t at = 0; date && at < format.size();) {
+    const std::size_t end = std::min(format.find_first_not_of(format[at], at), format.size());
+    const std::size_t width = end - at;
+    const auto year = static_cast<unsigned>(static_cast<int>(date->year()));
+    switch (format[at]) {
+      case 'd':
+        text += padded(static_cast<unsigned>(date->day()), width);
+        break;
+      case 'm':
+        text += padded(static_cast<unsigned>(date->month()), width);
+        break;
+      case 'y':
+        text += padded(width > 2 ? year : year % 100, width);
+        break;
+      default:
+        text += format.substr(at, width);
+    }
+    at = end;
+  }
   return text;
 }
 

@@ -43,10 +43,10 @@ constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kMostBars = 32767;  // counted in 16 bits by the report layer
 
 // Each text once, in the order of the members.
-std::string distinct(const std::vector<std::string>& texts) {
+std::string distinct(const std::vector<std::string>& texts, const std::string& separator) {
   std::string joined;
   for (auto text = texts.begin(); text != texts.end(); ++text)
-    if (std::find(texts.begin(), text, *text) == text) joined += (joined.empty() ? "" : ", ") + *text;
+    if (std::find(texts.begin(), text, *text) == text) joined += (joined.empty() ? "" : separator) + *text;
   return joined;
 }
 
@@ -142,8 +142,10 @@ class MultiTornado {
       if (!name.empty()) name += tables::kBetweenMembers;
       name += ItemLabel(input);
     }
-    if (range_mode_ == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, distinct(books));
-    if (range_mode_ != model::OrdvaneRangeCellMode) rows_.set_text(row, range_mode_, distinct(sheets));
+    const std::string separator = session_.environment->numbers().list_separator();
+    if (range_mode_ == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, distinct(books, separator));
+    if (range_mode_ != model::OrdvaneRangeCellMode)
+      rows_.set_text(row, range_mode_, distinct(sheets, separator));
     rows_.set_number(row, column(kRank), row);
     rows_.set_text(row, column(kName), name);
     fill_value(row, kLow, effect.lowest);
@@ -168,7 +170,7 @@ class MultiTornado {
   std::shared_ptr<tables::ReportTable> write_table(tables::ReportSheet& sheet) {
     auto table = sheet.AddTable(bars_, column(kColumns), kHeaderRows, 0,
                                 session_.text(kTableCaption, std::to_string(bars_)),
-                                session_.text(kVariedTogether) + " " + session_.text(kSwing));
+                                session_.text(kVariedTogether) + session_.text(kSwing));
     write_headers(*table);
     table->WrapNames();
     table->PutBody(1, rows_);
@@ -185,7 +187,7 @@ class MultiTornado {
     std::string notes;
     add_note(*table, first_without_change_, kBaseZeroNote, notes);
     add_note(*table, first_invalid_, kInvalidNote, notes);
-    if (!notes.empty()) sheet.NextCell()->set_value(session_.text(kNotes) + ": " + notes);
+    if (!notes.empty()) sheet.NextCell()->set_value(session_.text(kNotes, notes));
     return table;
   }
 

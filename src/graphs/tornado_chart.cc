@@ -5,9 +5,9 @@
 #include <array>
 #include <bit>
 #include <charconv>
-#include <chrono>
 #include <cmath>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "graphs/chart_helpers.h"
@@ -21,45 +21,15 @@ namespace {
 constexpr std::int16_t kBelowBase = 250;
 constexpr std::int16_t kAboveBase = 251;
 
-// Whole days since the spreadsheet's day 0, which counts a 29 February 1900 that never was.
-std::optional<std::chrono::year_month_day> date_of(double serial) {
-  constexpr double kLastSerial = 2958465;  // 31 December 9999
-  constexpr double kFirstOfMarch1900 = 61;
-  if (!(serial >= 1 && serial <= kLastSerial)) return std::nullopt;
-  const std::chrono::sys_days day_zero =
-      std::chrono::year(1899) / 12 / (serial < kFirstOfMarch1900 ? 31 : 30);
-  return day_zero + std::chrono::days(static_cast<int>(serial));
-}
-
-std::string padded(unsigned number, std::size_t width) {
-  std::string digits = std::to_string(number);
-  if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
-  return digits;
-}
-
-// A date by a format of days, months and years in figures.
-std::string date_text(const std::chrono::year_month_day& date, const std::string& format) {
-  std::string text;
-  for (std::size_t at = 0; at < format.size();) {
-    const std::size_t end = std::min(format.find_first_not_of(format[at], at), format.size());
-    const std::size_t width = end - at;
-    const auto year = static_cast<unsigned>(static_cast<int>(date.year()));
-    switch (format[at]) {
-      case 'd':
-        text += padded(static_cast<unsigned>(date.day()), width);
-        break;
-      case 'm':
-        text += padded(static_cast<unsigned>(date.month()), width);
-        break;
-      case 'y':
-        text += padded(width > 2 ? year : year % 100, width);
-        break;
-      default:
-        text += format.substr(at, width);
-    }
-    at = end;
-  }
-  return text;
+// Whether a number format, in its English form, shows group separators.
+bool shows_groups(const std::string& format) {
+  constexpr std::string_view kDigits = "0#?";
+  const auto is_digit = [&](std::size_t at) {
+    return at < format.size() && kDigits.find(format[at]) != std::string_view::npos;
+  };
+  for (std::size_t at = format.find(','); at != std::string::npos; at = format.find(',', at + 1))
+    if (at > 0 && is_digit(at - 1) && is_digit(at + 1)) return true;
+  return false;
 }
 
 // Six significant digits, and always two decimals.
@@ -174,18 +144,21 @@ host::AxisScale TornadoChart::axis_scale() const {
   return session_.environment->numbers().axis_scale(lowest, highest);
 }
 
-std::string TornadoChart::base_text(double value) const {
-  const auto date = output_.IsDate ? date_of(value) : std::nullopt;
-  return style_.base_label + "=" +
-         (date ? date_text(*date, output_.DateFormat) : session_.environment->numbers().number_text(value));
+std::string TornadoChart::base_text(const std::string& label, double value) const {
+  host::NumberService& numbers = session_.environment->numbers();
+  std::string figures = output_.IsDate ? numbers.date_text(value) : "";
+  if (figures.empty()) figures = numbers.number_text(value, shows_groups(output_.numberFormat));
+  return label + "=" + figures;
 }
 
 // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
 // points over bars.
 std::string TornadoChart::subtitle() const {
+  constexpr std::int32_t kBaseValue = 16;
   const auto value = base();
   const std::string text = session_.text(texts_.chart_subtitle);
-  return value ? text + " (" + base_text(rounded_for_reading(*value)) + ")" : text;
+  if (!value) return text;
+  return text + " (" + base_text(session_.CommonString(kBaseValue), rounded_for_reading(*value)) + ")";
 }
 
 void TornadoChart::color_low_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs) {
@@ -202,7 +175,8 @@ void TornadoChart::color_low_ends(tables::ReportChart& chart, const std::vector<
 
 // As the spreadsheet shows a number in this format; one that it cannot read shows the plain number.
 std::string TornadoChart::input_text(double value, const std::string& format) const {
-  const std::string plain = session_.environment->numbers().number_text(rounded_for_reading(value));
+  const std::string plain =
+      session_.environment->numbers().number_text(rounded_for_reading(value), shows_groups(format));
   if (format.empty()) return plain;
   std::string quoted;
   for (const char c : format) quoted.append(c == '"' ? 2 : 1, c);
@@ -227,7 +201,7 @@ void TornadoChart::add_base_line(host::Chart& chart, const host::AxisScale& scal
   if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value)) return;
   constexpr host::Color kBlack = 0;
   AddBaseValueLine(session_, chart, *origin(), scale.minimum, scale.maximum, style_.baseline_color,
-                   base_text(style_.base_value), kBlack, chart.plot_area_interior_color());
+                   base_text(style_.base_label, style_.base_value), kBlack, chart.plot_area_interior_color());
 }
 
 }  // namespace ordvane::graphs

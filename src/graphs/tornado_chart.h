@@ -57,7 +57,7 @@ class TornadoChart {
   std::optional<double> base() const;
   std::optional<double> origin() const;
   host::AxisScale axis_scale() const;
-  std::string base_text(double value) const;
+  std::string base_text(const std::string& label, double value) const;
   std::string subtitle() const;
   std::string input_text(double value, const std::string& format) const;
   void color_low_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs);

@@ -48,8 +48,13 @@ class NumberService {
   virtual bool is_usable(double value) = 0;
   // Rounded bounds that contain both values.
   virtual AxisScale axis_scale(double low, double high) = 0;
-  // Shortest general form, at most 15 significant digits, the language's decimal separator.
-  virtual std::string number_text(double value) = 0;
+  // Shortest general form, at most 15 significant digits, as the language writes numbers; on request with
+  // group separators.
+  virtual std::string number_text(double value, bool grouped) = 0;
+  // The day of a spreadsheet's date as the language writes it; "" for what is no date.
+  virtual std::string date_text(double serial) = 0;
+  // What the language puts between the items of a list, with its blanks.
+  virtual std::string list_separator() = 0;
 };
 
 class Environment {

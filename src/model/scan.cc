@@ -352,7 +352,7 @@ std::int16_t OrdvaneScan::GetCurrentOutputInfoForCell(host::Range& theCell, std:
   formula.erase(at);
 
   const auto text_of = [&](const host::CellValue& value) {
-    if (value.is_number()) return session_.environment->numbers().number_text(value.number);
+    if (value.is_number()) return session_.environment->numbers().number_text(value.number, false);
     if (value.is_error()) return std::string(cell_error_text(value.error()));
     return value.text;
   };

@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "environment/string_table.h"
 #include "runfile/values.h"
+#include "support/external_checks.h"
 #include "support/snapshot.h"
 
 namespace ordvane::embedded {
@@ -195,6 +197,25 @@ TEST(MakeReports, WritesTheSheetsThatAreWanted) {
     options.output_detail = each.output_detail;
     options.detail_by_input = each.detail_by_input;
     EXPECT_EQ(sheet_names(*make_reports(shared(small_run()), options)), each.sheets) << each.what;
+  }
+}
+
+TEST(WriteReports, SpeaksEveryLanguage) {
+  const Folder folder;
+  for (const auto& [code, language] : environment::all_languages()) {
+    SCOPED_TRACE(code);
+    ReportOptions options;
+    options.language = code;
+    options.overwrite = true;
+    options.outputs = {1};
+    options.output_detail = options.detail_by_input = true;
+    const auto texts = environment::make_string_table(language);
+    std::vector<std::string> names;
+    for (const int id : {712, 609, 509, 401, 105, 815})
+      names.push_back(texts->GetString(static_cast<std::int16_t>(id), std::string("B6")));
+    EXPECT_EQ(sheet_names(*make_reports(shared(small_run()), options)), names);
+    write_reports(shared(small_run()), folder / "reports.xlsx", options);
+    EXPECT_EXTERNAL(test::validate_xlsx(folder / "reports.xlsx"));
   }
 }
 

@@ -87,8 +87,16 @@ TEST(Numbers, TextHasUpToFifteenDigits) {
       {1e-7, "1E-07"},    {123456789012345678.0, "1.23456789012346E+17"},
   };
   StandardNumberService numbers;
-  for (const Case& each : kCases) EXPECT_EQ(numbers.number_text(each.value), each.text);
-  EXPECT_EQ(StandardNumberService(',').number_text(2.5), "2,5");
+  for (const Case& each : kCases) {
+    EXPECT_EQ(numbers.number_text(each.value, false), each.text);
+  }
+  const std::pair<double, const char*> kGrouped[] = {{999, "999"},    {-999, "-999"},
+                                                     {1000, "1,000"}, {-123456.789, "-123,456.789"},
+                                                     {1e20, "1E+20"}, {0.5, "0.5"}};
+  for (const auto& [value, text] : kGrouped) EXPECT_EQ(numbers.number_text(value, true), text);
+  for (const double value : {0.0, -1.0, 3e6, kNaN, kInfinity}) EXPECT_EQ(numbers.date_text(value), "");
+  EXPECT_EQ(numbers.date_text(1), "01/01/1900");
+  EXPECT_EQ(numbers.date_text(61), "03/01/1900");
 }
 
 TEST(Environment, KeepsTheLog) {

@@ -14,19 +14,21 @@
 
 #include "environment/standard_environment.h"
 #include "environment/string_table.h"
+#include "model/text.h"
+#include "tables/text_estimate.h"
 
 namespace ordvane::environment {
 namespace {
 
 using testing::HasSubstr;
 
-constexpr const char* kSettings = "@id = 1033\n@decimal = .\n";
+constexpr const char* kSettings = "@id = 1033\n@decimal = .\n@group = ,\n@date = d/m/yy\n@list = ;\n";
 
 // The ids of the system, as ranges of first and last.
 constexpr std::int32_t kIds[][2] = {
-    {100, 122},   {200, 206},   {210, 233},   {300, 316},   {400, 406},   {500, 516},
-    {600, 615},   {700, 716},   {800, 823},   {1003, 1003}, {1007, 1007}, {1009, 1019},
-    {1022, 1023}, {1025, 1026}, {1028, 1028}, {1032, 1033}, {1037, 1042}, {1100, 1100},
+    {100, 122},   {200, 206},   {210, 233},   {240, 242},   {300, 316},   {400, 406},   {500, 516},
+    {600, 615},   {700, 716},   {800, 823},   {1003, 1003}, {1007, 1007}, {1009, 1019}, {1022, 1023},
+    {1025, 1026}, {1028, 1028}, {1032, 1033}, {1037, 1042}, {1100, 1100},
 };
 
 // Texts with places, and how many arguments their reports pass.
@@ -35,11 +37,11 @@ struct Filled {
   char arguments;
 };
 constexpr Filled kFilled[] = {
-    {102, 1}, {108, 1}, {111, 2}, {122, 2}, {215, 1}, {219, 1}, {222, 1},  {223, 1}, {224, 2},
-    {225, 2}, {226, 1}, {227, 1}, {228, 1}, {233, 2}, {308, 1}, {312, 1},  {313, 1}, {314, 1},
-    {315, 1}, {316, 2}, {401, 1}, {402, 2}, {405, 1}, {406, 2}, {501, 1},  {505, 1}, {509, 1},
-    {510, 1}, {513, 1}, {515, 2}, {516, 1}, {601, 1}, {609, 1}, {611, 1},  {615, 2}, {709, 1},
-    {712, 1}, {713, 1}, {714, 1}, {715, 1}, {716, 2}, {822, 2}, {1028, 1},
+    {102, 1}, {108, 1}, {111, 2}, {122, 2}, {215, 1}, {219, 1}, {222, 1}, {223, 1},  {224, 2},
+    {225, 2}, {226, 1}, {227, 1}, {228, 1}, {233, 2}, {305, 1}, {308, 1}, {312, 1},  {313, 1},
+    {314, 1}, {315, 1}, {316, 2}, {401, 1}, {402, 2}, {405, 1}, {406, 2}, {501, 1},  {505, 1},
+    {509, 1}, {510, 1}, {513, 1}, {515, 2}, {516, 1}, {601, 1}, {609, 1}, {611, 1},  {615, 2},
+    {709, 1}, {712, 1}, {713, 1}, {714, 1}, {715, 1}, {716, 2}, {822, 2}, {1028, 1},
 };
 
 std::string file_text(const std::filesystem::path& path) {
@@ -84,6 +86,8 @@ TEST(Texts, EveryIdOfTheSystemHasOneInEveryLanguage) {
     for (const auto& [first, last] : kIds)
       for (std::int32_t id = first; id <= last; ++id)
         EXPECT_TRUE(language.texts.contains(id) && !language.texts.at(id).empty()) << code << ' ' << id;
+    for (const auto& [id, text] : language.texts)
+      EXPECT_TRUE(all_languages().at("en").texts.contains(id)) << code << ' ' << id << " is no id";
   }
 }
 
@@ -104,24 +108,80 @@ TEST(Texts, PlacesAreThoseThatTheReportsFill) {
   }
 }
 
-TEST(Texts, SheetNamesSurviveTheCutOfThe25th) {
+// Two reports of one name would be told apart by a number alone.
+TEST(Texts, SheetNamesFitWholeAreAllowedAndTellTheReportsApart) {
   for (const auto& [code, language] : all_languages()) {
     const auto table = make_string_table(language);
-    for (const int id : {105, 210, 313, 401, 509, 609, 712, 815, 823})
-      EXPECT_LT(table->GetString(static_cast<std::int16_t>(id), std::string("XFD1048576")).size(), 25U)
-          << code << ' ' << id;
+    std::set<std::string> names;
+    for (const int id : {105, 210, 240, 313, 401, 509, 609, 712, 815, 823}) {
+      const std::string name = table->GetString(static_cast<std::int16_t>(id), std::string("XFD1048576"));
+      EXPECT_LE(model::utf16_length(name), 25) << code << ' ' << name;
+      EXPECT_EQ(name.find_first_of("\\/:*?[]"), std::string::npos) << code << ' ' << name;
+      EXPECT_TRUE(names.insert(name).second) << code << ' ' << name;
+    }
   }
 }
 
+// What a text is measured by is where it stands; headings of figures decide how wide their columns are.
+TEST(Texts, HeadingsAreShort) {
+  for (const auto& [code, language] : all_languages()) {
+    for (const int id : {101, 113, 118, 103, 104, 309, 217, 220, 221, 1042})
+      EXPECT_LE(tables::widest_word(language.texts.at(id), 10, true), 85) << code << ' ' << id;
+    // The labels of a title block stand in one column; the list of contents finds its lines by them.
+    EXPECT_EQ((std::set{language.texts.at(200), language.texts.at(204), language.texts.at(205),
+                        language.texts.at(206)})
+                  .size(),
+              4U)
+        << code;
+  }
+}
+
+TEST(Texts, LanguagesHaveTheirOwnIdsAndFigures) {
+  struct Case {
+    const char* code;
+    std::int32_t id;
+    const char* number;
+    const char* date;
+    const char* list;
+  };
+  constexpr Case kCases[] = {
+      {"de", 1031, "-1.234.567,5", "09.03.2026", ", "},
+      {"en", 1033, "-1,234,567.5", "03/09/2026", ", "},
+      {"es", 3082, "-1.234.567,5", "09/03/2026", ", "},
+      {"fr", 1036, "-1\u00A0234\u00A0567,5", "09/03/2026", ", "},
+      {"it", 1040, "-1.234.567,5", "09/03/2026", ", "},
+      {"ja", 1041, "-1,234,567.5", "2026/03/09", "、"},
+      {"pt", 1046, "-1.234.567,5", "09/03/2026", ", "},
+      {"zh", 2052, "-1,234,567.5", "2026/3/9", "、"},
+  };
+  EXPECT_EQ(all_languages().size(), std::size(kCases));
+  for (const Case& each : kCases) {
+    StandardNumberService numbers(each.code);
+    EXPECT_EQ(language(each.code).id, each.id);
+    EXPECT_EQ(numbers.number_text(-1234567.5, true), each.number) << each.code;
+    EXPECT_EQ(numbers.date_text(46090.75), each.date) << each.code;
+    EXPECT_EQ(numbers.list_separator(), each.list) << each.code;
+  }
+}
+
+TEST(Languages, AreChosenByLocale) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"de_DE.UTF-8", "de"}, {"de-AT", "de"},      {"fr_CA@euro", "fr"}, {"pt_PT", "pt"}, {"JA", "ja"},
+      {"zh_CN.UTF-8", "zh"}, {"zh-Hans-HK", "zh"}, {"zh_TW", "en"},      {"zh", "zh"},    {"C.UTF-8", "en"},
+      {"nl_NL", "en"},       {"deutsch", "en"},    {"", "en"},
+  };
+  for (const auto& [locale, code] : kCases) EXPECT_EQ(language_of_locale(locale), code) << locale;
+}
+
 TEST(StringTable, FillsPlacesWithArgumentsOfEveryKind) {
-  const Language made =
-      read_language("xx",
-                    "# made up\n@id=7\n@decimal = ,\n\n 1 = {2} of {1}\r\n2=\\sa\\nb\\\\\\s\n"
-                    "3 = {1}{3}!\n4 =\n");
+  const Language made = read_language("xx",
+                                      "# made up\n@id=7\n@decimal = ,\n@group=.\n@date=d\n@list=;\\s\n\n 1 = "
+                                      "{2} of {1}\r\n2=\\sa\\nb\\\\\\s\\_\n"
+                                      "3 = {1}{3}!\n4 =\n");
   const auto table = make_string_table(made);
   EXPECT_EQ(table->GetString(1, std::int64_t{7}, std::string("{1}")), "{1} of 7");
   EXPECT_EQ(table->GetString(1, 0.5), " of 0,5");
-  EXPECT_EQ(table->GetString(2), " a\nb\\ ");
+  EXPECT_EQ(table->GetString(2), " a\nb\\ \u00A0");
   EXPECT_EQ(table->GetString(3, {}, {}, 1e20), "1E+20!");
   EXPECT_EQ(table->GetString(4), "");
 }
@@ -146,17 +206,19 @@ TEST(StringFile, MistakesAreRefusedWithTheirLine) {
     const char* message;
   };
   constexpr Case kCases[] = {
-      {"no equals sign", "100 Cell", "line 3: expected \"id = text\""},
-      {"no number", "abc = Cell", "line 3: \"abc\" is not a number"},
-      {"a number with a tail", "10a = Cell", "line 3: \"10a\""},
-      {"zero", "0 = Cell", "line 3: \"0\""},
-      {"beyond 16 bits", "32768 = Cell", "line 3: \"32768\""},
-      {"an id twice", "100 = a\n100 = b", "line 4: the id 100 is given twice"},
-      {"an unknown escape", "100 = a\\t", "line 3: a backslash"},
-      {"a backslash at the end", "100 = a\\", "line 3: a backslash"},
-      {"an unknown place", "100 = {4}", "line 3: a place"},
-      {"an open place", "100 = {1", "line 3: a place"},
-      {"two decimal separators", "@decimal = .,", "line 3: @decimal is one character"},
+      {"no equals sign", "100 Cell", "line 6: expected \"id = text\""},
+      {"no number", "abc = Cell", "line 6: \"abc\" is not a number"},
+      {"a number with a tail", "10a = Cell", "line 6: \"10a\""},
+      {"zero", "0 = Cell", "line 6: \"0\""},
+      {"beyond 16 bits", "32768 = Cell", "line 6: \"32768\""},
+      {"an id twice", "100 = a\n100 = b", "line 7: the id 100 is given twice"},
+      {"an unknown escape", "100 = a\\t", "line 6: a backslash"},
+      {"a backslash at the end", "100 = a\\", "line 6: a backslash"},
+      {"an unknown place", "100 = {4}", "line 6: a place"},
+      {"an open place", "100 = {1", "line 6: a place"},
+      {"an unknown setting", "@plural = s", "line 6: there is no setting @plural"},
+      {"an empty setting", "@font =", "line 6: @font is empty"},
+      {"a setting twice", "@id = 7", "line 6: the setting @id is given twice"},
   };
   for (const Case& each : kCases) {
     try {
@@ -166,7 +228,14 @@ TEST(StringFile, MistakesAreRefusedWithTheirLine) {
       EXPECT_THAT(error.description(), HasSubstr(each.message)) << each.what;
     }
   }
-  EXPECT_THROW(read_language("xx", "100 = a"), host::Error) << "without @id";
+  const std::string settings = kSettings;
+  for (std::size_t at = 0, end; at < settings.size(); at = end) {
+    end = settings.find('\n', at) + 1;
+    std::string without = settings;
+    without.erase(at, end - at);
+    EXPECT_THROW(read_language("xx", without), host::Error) << "without " << settings.substr(at, end - at);
+  }
+  EXPECT_THROW(read_language("xx", "@decimal = .,"), host::Error) << "two decimal separators";
 }
 
 }  // namespace

@@ -392,7 +392,9 @@ class ForwardingNumberService final : public Wrapper<host::NumberService> {
   ORDVANE_FORWARD(double, missing_number, (), ())
   ORDVANE_FORWARD(bool, is_usable, (double value), (value))
   ORDVANE_FORWARD(host::AxisScale, axis_scale, (double low, double high), (low, high))
-  ORDVANE_FORWARD(std::string, number_text, (double value), (value))
+  ORDVANE_FORWARD(std::string, number_text, (double value, bool grouped), (value, grouped))
+  ORDVANE_FORWARD(std::string, date_text, (double serial), (serial))
+  ORDVANE_FORWARD(std::string, list_separator, (), ())
 };
 #undef ORDVANE_WRAPPED
 
