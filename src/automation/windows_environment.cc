@@ -37,14 +37,9 @@ std::string temporary_folder() {
 }
 
 std::string user_language() {
-  const LANGID wanted = GetUserDefaultUILanguage();
-  std::string related;
-  for (const std::string& code : environment::languages()) {
-    const auto id = static_cast<LANGID>(environment::language_id_of(code));
-    if (id == wanted) return code;
-    if (PRIMARYLANGID(id) == PRIMARYLANGID(wanted)) related = code;
-  }
-  return related.empty() ? environment::Settings().language : related;
+  wchar_t name[LOCALE_NAME_MAX_LENGTH] = L"";
+  LCIDToLocaleName(MAKELCID(GetUserDefaultUILanguage(), SORT_DEFAULT), name, LOCALE_NAME_MAX_LENGTH, 0);
+  return environment::language_of_locale(utf8(name, static_cast<UINT>(wcslen(name))));
 }
 
 std::string date_and_time() {

@@ -6,6 +6,7 @@
 #include <clocale>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <limits>
 
@@ -89,6 +90,15 @@ std::string with_line_breaks(std::string text) {
   return text;
 }
 
+// Of the user's messages, as the system's settings say.
+std::string system_language() {
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* locale = std::getenv(variable);
+    if (locale != nullptr && *locale != '\0') return environment::language_of_locale(locale);
+  }
+  return environment::language_of_locale("");
+}
+
 std::string language_list() {
   std::string list;
   for (const std::string& code : environment::languages()) list += (list.empty() ? "" : ", ") + code;
@@ -100,7 +110,7 @@ CLI::Validator known_language() {
       [](std::string& code) {
         return environment::language_id_of(code) != 0
                    ? std::string()
-                   : "\"" + code + "\" is no language of the reports; there is " + language_list();
+                   : "\"" + code + "\" is no language of the reports; there are " + language_list();
       },
       "");
 }
@@ -181,7 +191,8 @@ void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
           "Text across charts and pages; \\n begins its second line")
       ->type_name("TEXT")
       ->group(look);
-  command.add_option("--language", c.language, "Language of the reports: " + language_list())
+  c.language = system_language();
+  command.add_option("--language", c.language, "Language: " + language_list() + " (default: the system's)")
       ->type_name("CODE")
       ->check(known_language())
       ->group(look);

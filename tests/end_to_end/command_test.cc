@@ -151,7 +151,8 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"report", "m.run.json", "--bar-color", "12345"}, "--bar-color: \"12345\" is no colour"},
       {{"report", "m.run.json", "--base-color", "12345G"}, "--base-color: \"12345G\" is no colour"},
       {{"report", "m.run.json", "--low-color", "amber"}, "--low-color: \"amber\" is no colour"},
-      {{"report", "m.run.json", "--language", "xx"}, "\"xx\" is no language of the reports; there is en"},
+      {{"report", "m.run.json", "--language", "xx"},
+       "\"xx\" is no language of the reports; there are de, en, es, fr, it, ja, pt, zh"},
       {{"report", "m.run.json", "--output", "Loss"},
        "\"Loss\" is no output of the run. Its outputs are:\n  Profit (Plan!C14)\n"},
       {{"show", "m.run.json", "--output", "profit"},
@@ -233,6 +234,21 @@ TEST_F(Command, ReportTakesItsSwitches) {
     EXPECT_THAT(file_text(folder_ / "a.xlsx"), StartsWith("PK"));
   }
   EXPECT_TRUE(there("OrdvaneReports8.Log"));
+}
+
+TEST_F(Command, ReportSpeaksTheUsersLanguage) {
+  const auto workbook = [&](const char* locale, const std::vector<std::string>& switches) {
+    std::vector<std::string> arguments{"report", "m.run.json", "-o", "a.xlsx", "--overwrite"};
+    arguments.insert(arguments.end(), switches.begin(), switches.end());
+    EXPECT_EQ(run(arguments, locale).code, 0) << locale;
+    return file_text(folder_ / "a.xlsx");
+  };
+  const std::string german = workbook("C.UTF-8", {"--language", "de"});
+  const std::string english = workbook("C.UTF-8", {});
+  EXPECT_NE(german, english);
+  EXPECT_EQ(workbook("de_CH.UTF-8", {}), german);
+  EXPECT_EQ(workbook("de_CH.UTF-8", {"--language", "en"}), english);
+  EXPECT_EQ(workbook("nl_NL.UTF-8", {}), english);
 }
 
 TEST_F(Command, FailuresExitWithOne) {
