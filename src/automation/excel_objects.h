@@ -18,7 +18,7 @@ inline constexpr std::wstring_view kApplication = L"Application", kWorkbooks = L
                                    kRange = L"Range", kFont = L"Font", kInterior = L"Interior",
                                    kBorders = L"Borders", kBorder = L"Border", kComment = L"Comment",
                                    kPageSetup = L"PageSetup", kWindows = L"Windows", kWindow = L"Window",
-                                   kWorksheetFunction = L"WorksheetFunction",
+                                   kPageBreaks = L"HPageBreaks", kWorksheetFunction = L"WorksheetFunction",
                                    kDocumentProperties = L"DocumentProperties",
                                    kDocumentProperty = L"DocumentProperty";
 inline constexpr std::wstring_view kChartObjects = L"ChartObjects", kChartObject = L"ChartObject",
@@ -77,6 +77,7 @@ std::shared_ptr<host::Series> make_series(Context context, LateBound series);
 IDispatch* range_object(host::Range& range);
 
 // "B2:C4" of a place on any sheet. Throws error 1004 for what can be no place.
+std::string column_letters(std::int32_t column);
 std::string place_name(const Place& place);
 
 // `owner` has the property that is set: Font, Interior, Border.

@@ -215,13 +215,6 @@ void ExcelRange::put(const host::CellBlock& block) {
         item(row, column).put(L"Value2", cell_variant(block.value(row, column), mark(row, column)));
 }
 
-std::string column_letters(std::int32_t column) {
-  std::string letters;
-  for (; column > 0; column = (column - 1) / 26)
-    letters.insert(letters.begin(), static_cast<char>('A' + (column - 1) % 26));
-  return letters;
-}
-
 }  // namespace
 
 std::shared_ptr<host::Range> make_range(Context context, LateBound range, const Place& place) {
@@ -233,6 +226,13 @@ IDispatch* range_object(host::Range& range) {
   if (known == nullptr)
     throw host::Error(host::errc::kTypeMismatch, "The range belongs to another application");
   return known->it().dispatch();
+}
+
+std::string column_letters(std::int32_t column) {
+  std::string letters;
+  for (; column > 0; column = (column - 1) / 26)
+    letters.insert(letters.begin(), static_cast<char>('A' + (column - 1) % 26));
+  return letters;
 }
 
 std::string place_name(const Place& place) {

@@ -102,6 +102,7 @@ class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
     constexpr std::int16_t kFirst = 1;
     return it_.object(L"Cells", kinds::kRange).object(L"Item", kinds::kRange, {kFirst});
   }
+  void set_row_breaks(const std::vector<std::int32_t>& rows);
   // The window that shows this sheet, which must be the active one for it.
   LateBound window() {
     activate();
@@ -123,6 +124,15 @@ std::shared_ptr<host::ChartObject> ExcelWorksheet::add_chart(double left, double
   return make_chart_object(context_, added);
 }
 
+// "$1:$5", "$A:$D"; empty for none.
+template <class Name>
+std::string titles(const host::Span& span, Name&& name) {
+  return span.is_empty() ? std::string() : "$" + name(span.first) + ":$" + name(span.last);
+}
+std::string row_name(std::int32_t row) {
+  return std::to_string(row);
+}
+
 // Asking the printer for each setting would take long, so that Excel (from 2010) is told to ask once.
 void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
   const LateBound page = it_.object(L"PageSetup", kinds::kPageSetup);
@@ -135,8 +145,11 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
       page.put(L"Zoom", false);
       page.put(L"FitToPagesWide", fitted(setup.fit_to_pages_wide));
       page.put(L"FitToPagesTall", fitted(setup.fit_to_pages_tall));
+    } else {
+      page.put(L"Zoom", setup.zoom > 0 ? setup.zoom : 100);
     }
-    page.put(L"PrintTitleRows", setup.print_title_rows);
+    page.put(L"PrintTitleRows", titles(setup.print_title_rows, row_name));
+    page.put(L"PrintTitleColumns", titles(setup.print_title_columns, column_letters));
     page.put(L"LeftHeader", setup.left_header);
     page.put(L"CenterHeader", setup.center_header);
     page.put(L"RightHeader", setup.right_header);
@@ -150,6 +163,18 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
   } catch (const host::Error&) {
     if (together) host::ignoring_errors([&] { application.put(L"PrintCommunication", true); });
     throw;
+  }
+  set_row_breaks(setup.row_breaks);
+}
+
+// A page begins with the row of the cell that a break is put before.
+void ExcelWorksheet::set_row_breaks(const std::vector<std::int32_t>& rows) {
+  it_.call(L"ResetAllPageBreaks");
+  if (rows.empty()) return;
+  const LateBound breaks = it_.object(L"HPageBreaks", kinds::kPageBreaks);
+  for (const std::int32_t row : rows) {
+    const LateBound cell = it_.object(L"Range", kinds::kRange, {place_name({row, 1, 1, 1})});
+    breaks.call_named(L"Add", {{L"Before", cell.dispatch()}});
   }
 }
 

@@ -179,13 +179,22 @@ class Range {
   virtual void activate() = 0;
 };
 
+// Rows or columns side by side, from `first` to `last`, counted from 1; 0: none.
+struct Span {
+  std::int32_t first = 0, last = 0;
+  bool is_empty() const { return first == 0; }
+  bool operator==(const Span&) const = default;
+};
+
 struct PageSetup {
   bool landscape = false;
+  std::int32_t zoom = 0;                                 // percent, 10 to 400; 0: 100. Of sheets not fitted
   std::int32_t fit_to_pages_wide = 0;                    // 0: not fitted
   std::int32_t fit_to_pages_tall = 0;                    // 0: as many as needed
-  std::string print_title_rows;                          // "$1:$5", or empty
-  std::string left_header, center_header, right_header;  // with the spreadsheet's & codes
-  std::string left_footer, center_footer, right_footer;
+  Span print_title_rows = {}, print_title_columns = {};  // repeated on the pages that come after them
+  std::vector<std::int32_t> row_breaks = {};  // a page begins with each of these rows; rising, from 2
+  std::string left_header = {}, center_header = {}, right_header = {};  // with the spreadsheet's & codes
+  std::string left_footer = {}, center_footer = {}, right_footer = {};
 };
 
 class Worksheet {
@@ -202,6 +211,7 @@ class Worksheet {
   virtual std::shared_ptr<Range> range(std::int32_t row, std::int32_t column, std::int32_t rows,
                                        std::int32_t columns) = 0;
   virtual std::shared_ptr<ChartObject> add_chart(double left, double top, double width, double height) = 0;
+  // Takes the place of everything set up before. Throws for rows and columns that are none of the sheet's.
   virtual void set_page_setup(const PageSetup& setup) = 0;
   // The rows above and columns left of the split stay in view; 0, 0 takes the split away.
   virtual void freeze_panes(std::int32_t rows, std::int32_t columns) = 0;

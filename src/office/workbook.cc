@@ -1,6 +1,11 @@
 #include "office/handles.h"
 
 namespace ordvane::office {
+namespace {
+
+constexpr std::int32_t kLeastZoom = 10, kMostZoom = 400;
+
+}  // namespace
 
 const std::shared_ptr<Book>& WorkbookHandle::book() {
   application_of(*book_);
@@ -109,8 +114,18 @@ std::shared_ptr<host::ChartObject> WorksheetHandle::add_chart(double left, doubl
 }
 
 void WorksheetHandle::set_page_setup(const host::PageSetup& setup) {
-  if (!setup.print_title_rows.empty() && !parse_area(setup.print_title_rows))
-    refuse("No rows: " + setup.print_title_rows);
+  const auto check = [](const host::Span& titles, std::int32_t limit) {
+    if (!titles.is_empty() && (titles.first < 1 || titles.last < titles.first || titles.last > limit))
+      refuse("The titles lie outside the sheet");
+  };
+  check(setup.print_title_rows, kSheetRows);
+  check(setup.print_title_columns, kSheetColumns);
+  for (std::int32_t above = 1; const std::int32_t row : setup.row_breaks) {
+    if (row <= above || row > kSheetRows) refuse("No page can begin with row " + std::to_string(row));
+    above = row;
+  }
+  if (setup.zoom != 0 && (setup.zoom < kLeastZoom || setup.zoom > kMostZoom))
+    refuse("Zooms are 10 to 400 percent");
   sheet().model->page = setup;
 }
 

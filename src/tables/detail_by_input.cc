@@ -101,6 +101,7 @@ void DetailByInput::make(ReportWorkbook& rWB, std::int32_t iterations, std::int3
   table_ = sheet->AddTable(rows_, c_.count(), kHeaderRows, 0, session_.text(text::kCaption),
                            session_.text(text::kSubcaption));
   set_headers();
+  table_->SetIdentityColumns(c_.step(), c_.name);
   if (selected_.size() > kMostDetailOutputs)
     table_->AddTableNote(0, 7, session_.CommonString(12), session_.text(text::kTooManyOutputs));
   if (too_many_rows) table_->AddTableNote(0, 4, session_.CommonString(12), session_.text(text::kTooManyRows));

@@ -239,6 +239,7 @@ void MultiWayDetail::add_extremes() {
                        session_.text(text::kExtremesCaption), session_.text(text::kExtremesSubcaption));
   set_headers();
   set_columns(*extremes_table_, true);
+  extremes_table_->SetIdentityColumns(c_.result(1) - 1, c_.group);
   add_header_notes();
   fill_extremes();
 }

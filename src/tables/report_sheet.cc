@@ -1,5 +1,4 @@
-// Report sheets: places title block, tables and charts one below another, then sets the sheet up for reading
-// and printing.
+// Report sheets: places title block, tables and charts one below another.
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -20,32 +19,6 @@ constexpr double kLabelMargin = 8;         // points beside the labels of a titl
 constexpr double kLeastBarsHeight = 180;
 constexpr double kHeightWithoutBars = 110;
 constexpr double kHeightOfBar = 22;
-
-// Tables longer than this are read by scrolling, and printed on several pages.
-constexpr std::int32_t kLongTableRows = 40;
-constexpr double kPortraitWidth = 540;   // points that still read well on an upright page
-constexpr double kPortraitCharts = 900;  // charts make a sheet tall; they are worth smaller print
-constexpr double kPageWidth = 1150;      // points that still read well on a page lying down
-constexpr double kWideTable = 1000;      // wider than a screen
-constexpr std::int32_t kLongestPageText = 60;
-
-// A text within the codes of a page header or footer.
-std::string page_text(const std::string& text) {
-  std::string result;
-  for (const char c : model::shortened(text, kLongestPageText)) {
-    result += c;
-    if (c == '&') result += c;
-  }
-  return result;
-}
-
-std::string page_font(const char* style, const std::string& text) {
-  return std::string("&9&\"") + look::kFont + "," + style + "\"" + text;
-}
-
-bool is_long(std::int32_t rows) {
-  return rows > kLongTableRows;
-}
 
 }  // namespace
 
@@ -129,14 +102,13 @@ std::shared_ptr<ReportChart> ReportSheet::AddChart(std::int32_t kind, double wid
       *this, worksheet_->add_chart(cell->left(), cell->top(), width, height), kind);
   chart->room_row_ = room.row;
   chart->room_rows_ = room.rows;
-  chart_width_ = std::max(chart_width_, width);
-  ++charts_;
+  charts_.push_back(chart);
   return chart;
 }
 
 void ReportSheet::RemoveChart(const std::shared_ptr<ReportChart>& chart) {
   chart->Container()->remove();
-  --charts_;
+  std::erase(charts_, chart);
   const Room room = {chart->room_row_, chart->room_rows_};
   if (room.row + room.rows == next_row_)
     next_row_ = room.row;
@@ -191,39 +163,6 @@ void ReportSheet::fit_title_block() {
   if (labels->column_width() < needed) labels->set_column_width(needed);
   worksheet_->range(1, 1, 1, last_column())
       ->set_border(host::Edge::kBottom, look::rule(host::LineWeight::kMedium, look::kAccent));
-}
-
-void ReportSheet::set_up_pages() {
-  const double table_width = worksheet_->range(1, 1, 1, last_column())->width();
-  const double width = std::max(table_width, chart_width_);
-  host::PageSetup setup;
-  setup.landscape = width > (charts_ > 0 ? kPortraitCharts : kPortraitWidth);
-  setup.fit_to_pages_wide = std::max(1, static_cast<std::int32_t>(std::ceil(width / kPageWidth)));
-  setup.left_header = page_font("Bold", page_text(title_));
-  setup.right_header = page_font("Regular", "&F");
-  setup.center_footer = page_font("Regular", "&P / &N");
-  const auto& watermark = session_.watermark;
-  if (!watermark.text.empty()) {
-    setup.center_header = page_font("Regular", "&K808080" + page_text(watermark.primary));
-    if (!watermark.secondary.empty()) setup.center_header += "\n" + page_text(watermark.secondary);
-  }
-  // Tables without headers of their own go on under those of the first one.
-  std::int32_t rows = 0;
-  std::int32_t headers = 0;
-  for (const auto& table : tables_) {
-    if (table->header_rows_ > 0) ++headers;
-    if (headers <= 1) rows += table->rows();
-  }
-  if (!tables_.empty() && is_long(rows)) {
-    const ReportTable& table = *tables_.front();
-    const std::int32_t last = table.body_row() - 1;
-    setup.print_title_rows =
-        "$" + std::to_string(std::min(table.header_row(), last)) + ":$" + std::to_string(last);
-    if (headers <= 1 && charts_ == 0)
-      worksheet_->freeze_panes(last, width > kWideTable ? std::max(1, table.row_header_columns_) : 0);
-  }
-  // Without a printer a spreadsheet may refuse what concerns paper; the report is there all the same.
-  host::ignoring_errors([&] { worksheet_->set_page_setup(setup); });
 }
 
 void ReportSheet::FinishSheet() {

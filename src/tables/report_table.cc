@@ -42,6 +42,8 @@ ReportTable::ReportTable(ReportSheet& sheet, std::int32_t first_row, std::int32_
       columns_(columns),
       header_rows_(header_rows),
       row_header_columns_(row_header_columns),
+      identity_columns_(std::max(row_header_columns, 1)),
+      least_identity_columns_(identity_columns_),
       has_caption_(!caption.empty()),
       has_subcaption_(!subcaption.empty()) {
   write_captions(caption, subcaption);
@@ -244,6 +246,11 @@ void ReportTable::Settle() {
   }
   if (wraps_names_) settle_rows();
   settled_ = true;
+}
+
+void ReportTable::SetIdentityColumns(std::int32_t all, std::int32_t least) {
+  identity_columns_ = all;
+  least_identity_columns_ = least;
 }
 
 void ReportTable::WrapNames() {

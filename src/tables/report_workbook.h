@@ -20,6 +20,7 @@
 
 #include "host/excel.h"
 #include "session/session.h"
+#include "tables/page_plan.h"
 
 namespace ordvane::tables {
 
@@ -144,6 +145,20 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::int32_t take_helper_columns(std::int32_t count);
   std::int32_t last_column() const;
   void fit_title_block();
+  // Something that is printed; `table` is null for charts.
+  struct Placed {
+    PrintedBlock block;
+    const ReportTable* table;
+  };
+  struct Kept {
+    std::int32_t columns = 0;
+    double width = 0;
+  };
+  std::vector<Placed> placed();
+  Kept kept_columns(double most);
+  static host::Span repeated_rows(const std::vector<Placed>& blocks, const PagePlan& plan);
+  void set_page_texts(host::PageSetup& setup);
+  void freeze_headers(double width);
   void set_up_pages();
 
   std::int32_t next_row_ = 1;    // first free row
@@ -154,8 +169,7 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::vector<TitleLine> title_lines_;
   std::vector<std::shared_ptr<ReportTable>> tables_;
   std::map<std::int32_t, double> settled_widths_;  // by column, characters
-  std::int32_t charts_ = 0;
-  double chart_width_ = 0;  // widest chart, points
+  std::vector<std::shared_ptr<ReportChart>> charts_;
   std::int32_t helper_column_ =
       0;  // first free column for the hidden figures that charts draw from; 0: none yet
   std::map<std::pair<std::int32_t, std::int32_t>, std::string> notes_;  // by row and column
@@ -207,6 +221,10 @@ class ReportTable {
   // Cells of the header block.
   std::shared_ptr<host::Range> Header(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
                                       std::int32_t columns = 1);
+  // How many of the sheet's first columns say what a row is. They stay in view, and are repeated on printed
+  // pages, where the sheet is wide: `all` as long as they leave room for others, else the first `least`. One,
+  // until it is told.
+  void SetIdentityColumns(std::int32_t all, std::int32_t least);
   // Names wider than their column may get go on below, in rows that are as high as it takes; without this
   // they are seen as far as the column reaches.
   void WrapNames();
@@ -236,6 +254,7 @@ class ReportTable {
   ReportSheet& sheet_;
   std::int32_t first_row_;  // sheet row of the caption
   std::int32_t rows_, columns_, header_rows_, row_header_columns_;
+  std::int32_t identity_columns_, least_identity_columns_;
   bool has_caption_, has_subcaption_;
   bool wraps_names_ = false;
   bool settled_ = false;                          // nothing was written since the last Settle

@@ -157,8 +157,10 @@ void merges(Xml& xml, const SheetModel& sheet) {
 void page_setup(Xml& xml, const host::PageSetup& page) {
   xml.start("pageMargins").attr("left", 0.7).attr("right", 0.7).attr("top", 0.75).attr("bottom", 0.75);
   xml.attr("header", 0.3).attr("footer", 0.3).end();
-  if (!page.landscape && !is_fitted(page)) return;
-  xml.start("pageSetup").attr("orientation", page.landscape ? "landscape" : "portrait");
+  if (!page.landscape && !is_fitted(page) && page.zoom == 0) return;
+  xml.start("pageSetup");
+  if (page.zoom != 0 && !is_fitted(page)) xml.attr("scale", page.zoom);
+  xml.attr("orientation", page.landscape ? "landscape" : "portrait");
   if (is_fitted(page))
     xml.attr("fitToWidth", page.fit_to_pages_wide).attr("fitToHeight", page.fit_to_pages_tall);
   xml.end();
@@ -180,6 +182,18 @@ void header_footer(Xml& xml, const host::PageSetup& page) {
   xml.start("headerFooter");
   if (!header.empty()) text_element(xml, "oddHeader", header);
   if (!footer.empty()) text_element(xml, "oddFooter", footer);
+  xml.end();
+}
+
+// Each names the row above it.
+void row_breaks(Xml& xml, const SheetModel& sheet) {
+  const std::vector<std::int32_t>& rows = sheet.page.row_breaks;
+  if (rows.empty()) return;
+  xml.start("rowBreaks").attr("count", rows.size()).attr("manualBreakCount", rows.size());
+  for (const std::int32_t row : rows) {
+    check_place(sheet, row - 1, 1);
+    xml.start("brk").attr("id", row - 1).attr("max", office::kSheetColumns - 1).attr("man", true).end();
+  }
   xml.end();
 }
 
@@ -213,6 +227,7 @@ void tail(std::string& out, const SheetModel& sheet, const SheetFrame& frame) {
   merges(xml, sheet);
   page_setup(xml, sheet.page);
   header_footer(xml, sheet.page);
+  row_breaks(xml, sheet);
   if (!frame.drawing.empty()) xml.start("drawing").attr("r:id", frame.drawing).end();
   if (!frame.legacy_drawing.empty()) xml.start("legacyDrawing").attr("r:id", frame.legacy_drawing).end();
   out += "</worksheet>";

@@ -1,4 +1,4 @@
-// xl/workbook.xml: the sheets, the one that is shown, and the rows repeated on printed pages.
+// xl/workbook.xml: the sheets, the one that is shown, and what is repeated on printed pages.
 #include <algorithm>
 #include <set>
 
@@ -30,17 +30,17 @@ void sheets(Xml& xml, const office::BookModel& book) {
   xml.end();
 }
 
-// "$1:$5", with every row absolute. Empty for what names no rows.
-std::string title_rows(const std::string& rows) {
-  std::string plain;
-  std::copy_if(rows.begin(), rows.end(), std::back_inserter(plain), [](char c) { return c != '$'; });
-  const std::size_t colon = plain.find(':');
-  const std::string first = plain.substr(0, colon),
-                    last = colon == plain.npos ? first : plain.substr(colon + 1);
-  const auto is_row = [](const std::string& text) {
-    return !text.empty() && text.size() <= 7 && text.find_first_not_of("0123456789") == text.npos;
+// "Sheet!$A:$D,Sheet!$5:$7"; empty where nothing is repeated.
+std::string print_titles(const office::SheetModel& sheet) {
+  const host::Span &rows = sheet.page.print_title_rows, &columns = sheet.page.print_title_columns;
+  std::string titles;
+  const auto add = [&](const std::string& first, const std::string& last) {
+    if (!titles.empty()) titles += ',';
+    titles += office::quoted_sheet_name(sheet.name) + "!$" + first + ":$" + last;
   };
-  return is_row(first) && is_row(last) ? "$" + first + ":$" + last : "";
+  if (!columns.is_empty()) add(office::column_name(columns.first), office::column_name(columns.last));
+  if (!rows.is_empty()) add(std::to_string(rows.first), std::to_string(rows.last));
+  return titles;
 }
 
 void names(Xml& xml, const office::BookModel& book) {
@@ -63,10 +63,10 @@ std::vector<std::string> sheet_names(const office::SheetModel& sheet, std::size_
   const auto start = [&](Xml& xml, const char* name) {
     xml.start("definedName").attr("name", name).attr("localSheetId", place);
   };
-  if (const std::string rows = title_rows(sheet.page.print_title_rows); !rows.empty()) {
+  if (const std::string titles = print_titles(sheet); !titles.empty()) {
     Xml xml(elements.emplace_back());
     start(xml, "_xlnm.Print_Titles");
-    xml.text(office::quoted_sheet_name(sheet.name) + "!" + rows).end();
+    xml.text(titles).end();
   }
   if (sheet.is_report) {
     Xml xml(elements.emplace_back());

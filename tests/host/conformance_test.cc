@@ -447,6 +447,31 @@ TEST_P(Conformance, ChartsRefuseWhatTheyDoNotHave) {
   EXPECT_THROW(chart->format_title(1, 2, {}), Error);
 }
 
+TEST_P(Conformance, PagesAreSetUpFromRowsAndColumnsOfTheSheet) {
+  const std::int32_t beyond_rows = sheet->row_limit() + 1, beyond_columns = sheet->column_limit() + 1;
+  struct Case {
+    const char* what;
+    PageSetup setup;
+    bool taken;
+  };
+  const Case cases[] = {
+      {"titles, breaks and a fit",
+       {.fit_to_pages_wide = 2,
+        .print_title_rows = {3, 5},
+        .print_title_columns = {1, 28},
+        .row_breaks = {9, 30}},
+       true},
+      {"zoomed", {.zoom = 64, .row_breaks = {2}}, true},
+      {"nothing", {}, true},
+      {"title rows below the sheet", {.print_title_rows = {3, beyond_rows}}, false},
+      {"title columns beside the sheet", {.print_title_columns = {1, beyond_columns}}, false},
+      {"a page before the first row", {.row_breaks = {1}}, false},
+      {"a page below the sheet", {.row_breaks = {beyond_rows}}, false},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(fault([&] { sheet->set_page_setup(c.setup); }) == 0, c.taken) << c.what;
+}
+
 TEST_P(Conformance, ChartFramesStandWhereTheyArePut) {
   const auto chart = make_chart();
   const auto frame = chart->container();

@@ -224,17 +224,18 @@ struct PageCase {
   bool chart;
   bool landscape;
   std::int32_t pages_wide;
-  std::string title_rows;
+  host::Span title_rows, title_columns;
   std::int32_t frozen_rows, frozen_columns;
 };
 
 const PageCase kPageCases[] = {
-    {"short", 5, 2, false, false, 1, "", 0, 0},
-    {"long", 41, 2, false, false, 1, "$3:$4", 4, 0},
-    {"long, with a chart", 41, 2, true, false, 1, "$24:$25", 0, 0},
-    {"wide", 5, 7, false, true, 1, "", 0, 0},
-    {"wide, with a chart", 5, 7, true, false, 1, "", 0, 0},
-    {"wide and long", 41, 12, false, true, 2, "$3:$4", 4, 1},
+    {"short", 5, 2, false, false, 1, {}, {}, 0, 0},
+    {"long", 41, 2, false, false, 1, {3, 4}, {}, 4, 0},
+    {"long, with a chart", 41, 2, true, false, 1, {24, 25}, {}, 0, 0},
+    {"wide", 5, 7, false, true, 1, {}, {}, 0, 0},
+    {"wide, with a chart", 5, 7, true, false, 1, {}, {}, 0, 0},
+    {"wide and longer than its low page", 35, 7, false, true, 1, {3, 4}, {}, 0, 0},
+    {"wide and long", 41, 12, false, true, 2, {3, 4}, {1, 1}, 4, 1},
 };
 
 TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
@@ -255,11 +256,27 @@ TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
     EXPECT_EQ(model.page.landscape, c.landscape);
     EXPECT_EQ(model.page.fit_to_pages_wide, c.pages_wide);
     EXPECT_EQ(model.page.print_title_rows, c.title_rows);
+    EXPECT_EQ(model.page.print_title_columns, c.title_columns);
     EXPECT_EQ(model.frozen_rows, c.frozen_rows);
     EXPECT_EQ(model.frozen_columns, c.frozen_columns);
     EXPECT_THAT(model.page.left_header, testing::EndsWith("Cost && profit"));
     EXPECT_THAT(model.page.center_header, testing::EndsWith("Draft\nA && B"));
   }
+}
+
+TEST(ReportSheet, PageHeadersAreOneOrTwoLinesThatStayApart) {
+  const std::string wide(70, 'W'), marks(70, '&');
+  test::TablesBench bench;
+  bench.session.watermark = {"not empty", marks, wide + "\nthird\r\nfourth"};
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Pages");
+  sheet->AddTitleBlock(wide, {});
+  sheet->SetSheetOption(1);
+  sheet->FinishSheet();
+  const host::PageSetup& page = bench.first_sheet(reports).page;
+  EXPECT_LT(page.left_header.size() + page.center_header.size() + page.right_header.size(), 250U);
+  EXPECT_THAT(page.left_header, testing::EndsWith("WW…"));
+  EXPECT_THAT(page.center_header, testing::MatchesRegex("&9&\"[^\"]*\"&K808080(&&)+…\nW+…"));
 }
 
 }  // namespace

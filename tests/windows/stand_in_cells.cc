@@ -1,5 +1,8 @@
 // The stand-in's Application, workbooks, sheets and ranges.
+#include <algorithm>
+
 #include "automation/cell_variants.h"
+#include "office/address.h"
 #include "windows/stand_in_targets.h"
 
 namespace ordvane::test {
@@ -42,7 +45,11 @@ struct WorksheetTarget {
 struct PageTarget {
   std::shared_ptr<host::Worksheet> sheet;
   bool zoomed = true;
+  std::int32_t zoom = 100;
   std::int32_t wide = 1, tall = 1;
+};
+struct PageBreaksTarget {
+  std::shared_ptr<host::Worksheet> sheet;
 };
 struct BordersTarget {
   std::shared_ptr<host::Range> range;
@@ -61,6 +68,7 @@ STAND_IN_INTERFACE(WindowsTarget, L"Windows")
 STAND_IN_INTERFACE(WindowTarget, L"Window")
 STAND_IN_INTERFACE(WorksheetTarget, L"Worksheet")
 STAND_IN_INTERFACE(PageTarget, L"PageSetup")
+STAND_IN_INTERFACE(PageBreaksTarget, L"HPageBreaks")
 STAND_IN_INTERFACE(BordersTarget, L"Borders")
 
 namespace {
@@ -275,14 +283,50 @@ void put_property(const PropertyTarget& t, const Call& c, const std::string& tex
   t.book->set_properties(properties_of(t, c));
 }
 
-void set_page(PageTarget& t, const Call& c, const std::function<void(host::PageSetup&)>& change) {
-  auto& kept = c.stand_in->pages[t.sheet->workbook()->name() + "\n" + t.sheet->name()];
+void change_page(host::Worksheet& sheet, const Call& c, const std::function<void(host::PageSetup&)>& change) {
+  auto& kept = c.stand_in->pages[sheet.workbook()->name() + "\n" + sheet.name()];
   host::PageSetup changed = kept;
   change(changed);
-  changed.fit_to_pages_wide = t.zoomed ? 0 : t.wide;
-  changed.fit_to_pages_tall = t.zoomed ? 0 : t.tall;
-  t.sheet->set_page_setup(changed);
+  sheet.set_page_setup(changed);
   kept = changed;
+}
+
+void set_page(PageTarget& t, const Call& c, const std::function<void(host::PageSetup&)>& change) {
+  change_page(*t.sheet, c, [&](host::PageSetup& page) {
+    change(page);
+    page.zoom = t.zoomed && t.zoom != 100 ? t.zoom : 0;
+    page.fit_to_pages_wide = t.zoomed ? 0 : t.wide;
+    page.fit_to_pages_tall = t.zoomed ? 0 : t.tall;
+  });
+}
+
+void put_zoom(PageTarget& t, const Call& c, const Variant& zoom) {
+  t.zoomed = zoom.value().vt != VT_BOOL;
+  if (t.zoomed) t.zoom = zoom.whole();
+  set_page(t, c, [](host::PageSetup&) {});
+}
+
+// "$1:$5" or "$A:$D".
+host::Span titles(const std::string& text, bool rows) {
+  if (text.empty()) return {};
+  const auto area = office::parse_area(text);
+  if (!area || (rows ? area->columns != office::kSheetColumns : area->rows != office::kSheetRows))
+    refuse("The titles are no whole rows or columns");
+  return rows ? host::Span{area->row, area->row + area->rows - 1}
+              : host::Span{area->column, area->column + area->columns - 1};
+}
+
+// Excel keeps them in order, however they come.
+void add_break(const PageBreaksTarget& t, const Call& c) {
+  const std::int32_t row = range_of(c.value(0)).row();
+  change_page(*t.sheet, c, [&](host::PageSetup& page) {
+    page.row_breaks.push_back(row);
+    std::sort(page.row_breaks.begin(), page.row_breaks.end());
+  });
+}
+
+void reset_breaks(const WorksheetTarget& t, const Call& c) {
+  change_page(*t.sheet, c, [](host::PageSetup& page) { page.row_breaks.clear(); });
 }
 
 std::int32_t pages(const Variant& v) {
@@ -426,6 +470,8 @@ STAND_IN_TABLE(WorksheetTarget) {
         GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_range(c, t.sheet->range(c.text(0)))),
         METHOD(ChartObjects, PARAMETERS(L"?Index"), return make_chart_objects(c, t.sheet)),
         GET(PageSetup, object(c, PageTarget{t.sheet})),
+        GET(HPageBreaks, object(c, PageBreaksTarget{t.sheet})),
+        METHOD(ResetAllPageBreaks, PARAMETERS(), reset_breaks(t, c); return {}),
         METHOD(Activate, PARAMETERS(), t.sheet->activate(); return {}),
         METHOD(Move, PARAMETERS(L"?Before", L"?After"), move_sheet(t, c); return {}),
         METHOD(Delete, PARAMETERS(), return delete_sheet(t, c)),
@@ -439,13 +485,23 @@ STAND_IN_TABLE(PageTarget) {
   return {
     PUT(Orientation,
         set_page(t, c, [&](host::PageSetup& page) { page.landscape = v.whole() == kXlLandscape; })),
-        PUT(Zoom, t.zoomed = v.value().vt != VT_BOOL; set_page(t, c, [](host::PageSetup&) {})),
+        PUT(Zoom, put_zoom(t, c, v)),
         PUT(FitToPagesWide, t.wide = pages(v); set_page(t, c, [](host::PageSetup&) {})),
         PUT(FitToPagesTall, t.tall = pages(v); set_page(t, c, [](host::PageSetup&) {})),
-        PAGE_TEXT(PrintTitleRows, print_title_rows), PAGE_TEXT(LeftHeader, left_header),
-        PAGE_TEXT(CenterHeader, center_header), PAGE_TEXT(RightHeader, right_header),
-        PAGE_TEXT(LeftFooter, left_footer), PAGE_TEXT(CenterFooter, center_footer),
-        PAGE_TEXT(RightFooter, right_footer),
+        PUT(PrintTitleRows,
+            set_page(t, c, [&](host::PageSetup& page) { page.print_title_rows = titles(v.text(), true); })),
+        PUT(PrintTitleColumns,
+            set_page(t, c,
+                     [&](host::PageSetup& page) { page.print_title_columns = titles(v.text(), false); })),
+        PAGE_TEXT(LeftHeader, left_header), PAGE_TEXT(CenterHeader, center_header),
+        PAGE_TEXT(RightHeader, right_header), PAGE_TEXT(LeftFooter, left_footer),
+        PAGE_TEXT(CenterFooter, center_footer), PAGE_TEXT(RightFooter, right_footer),
+  };
+}
+
+STAND_IN_TABLE(PageBreaksTarget) {
+  return {
+    METHOD(Add, PARAMETERS(L"Before"), add_break(t, c); return nothing())
   };
 }
 

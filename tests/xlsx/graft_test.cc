@@ -251,7 +251,8 @@ for row in old.iter_rows():
             cell.protection.locked) == (twin.number_format, twin.fill.fgColor.rgb, twin.border.bottom.style,
             twin.alignment.wrap_text, twin.protection.locked), cell.coordinate
     assert (cell.font.b, cell.font.sz, cell.font.name) == (twin.font.b, twin.font.sz, twin.font.name), cell.coordinate
-assert new.print_title_rows == old.print_title_rows and new["D4"].comment.text == old["D4"].comment.text
+assert (new.print_title_rows, new.print_title_cols) == (old.print_title_rows, old.print_title_cols) == ("$2:$3", "$A:$B")
+assert new["D4"].comment.text == old["D4"].comment.text
 )"));
   EXPECT_EXTERNAL(test::validate_xlsx(file_));
 }

@@ -121,7 +121,14 @@ void style_sheet(office::BookModel& book) {
   sheet->gridlines = false;
   sheet->selection = {5, 2, 2, 2};
   sheet->active_cell = {6, 3};
-  sheet->page = {true, 1, 0, "$2:$3", "", "&\"Calibri,Bold\"Report & more", "", "Page &P of &N", "", "Trial"};
+  sheet->page = {.landscape = true,
+                 .fit_to_pages_wide = 1,
+                 .print_title_rows = {2, 3},
+                 .print_title_columns = {1, 2},
+                 .row_breaks = {9, 14},
+                 .center_header = "&\"Calibri,Bold\"Report & more",
+                 .left_footer = "Page &P of &N",
+                 .right_footer = "Trial"};
 }
 
 }  // namespace

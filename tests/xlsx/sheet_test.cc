@@ -105,7 +105,9 @@ TEST(SheetPart, WritesWhatSurroundsTheRows) {
            "<mergeCells count=\"1\"><mergeCell ref=\"B10:D11\"/></mergeCells><pageMargins",
            "<pageSetup orientation=\"landscape\" fitToWidth=\"1\" fitToHeight=\"0\"/>",
            "<oddHeader>&amp;C&amp;&quot;Calibri,Bold&quot;Report &amp; more</oddHeader>"
-           "<oddFooter>&amp;LPage &amp;P of &amp;N&amp;RTrial</oddFooter>",
+           "<oddFooter>&amp;LPage &amp;P of &amp;N&amp;RTrial</oddFooter></headerFooter>"
+           "<rowBreaks count=\"2\" manualBreakCount=\"2\"><brk id=\"8\" max=\"16383\" man=\"1\"/>"
+           "<brk id=\"13\" max=\"16383\" man=\"1\"/></rowBreaks>",
        })
     EXPECT_THAT(xml, HasSubstr(element));
   EXPECT_THAT(xml, Not(HasSubstr("tabSelected"))) << "another sheet is shown";
@@ -159,12 +161,17 @@ TEST(Workbook, NamesPrintTitlesAndComputesFormulas) {
   office::BookModel book;
   add_sheet(book, "A", {});
   auto sheet = add_sheet(book, "It's", {});
-  sheet->page.print_title_rows = "2:$5";
-  const std::string titles =
-      "<definedName name=\"_xlnm.Print_Titles\" localSheetId=\"1\">'It''s'!$2:$5</definedName>";
-  EXPECT_THAT(workbook_part(book), HasSubstr(titles));
+  const auto titles = [&](host::Span rows, host::Span columns) {
+    sheet->page.print_title_rows = rows;
+    sheet->page.print_title_columns = columns;
+    return workbook_part(book);
+  };
+  const std::string name = "<definedName name=\"_xlnm.Print_Titles\" localSheetId=\"1\">'It''s'!";
+  EXPECT_THAT(titles({2, 5}, {1, 28}), HasSubstr(name + "$A:$AB,'It''s'!$2:$5</definedName>"));
+  EXPECT_THAT(titles({}, {1, 1}), HasSubstr(name + "$A:$A</definedName>"));
+  EXPECT_THAT(titles({2, 5}, {}), HasSubstr(name + "$2:$5</definedName>"));
   EXPECT_THAT(workbook_part(book), Not(HasSubstr("calcPr")));
-  sheet->page.print_title_rows = "A:B";
+  titles({}, {});
   sheet->formulas[{1, 1}] = "=1";
   EXPECT_THAT(workbook_part(book), Not(HasSubstr("definedName")));
   EXPECT_THAT(workbook_part(book), HasSubstr("<calcPr fullCalcOnLoad=\"1\"/>"));

@@ -1,0 +1,119 @@
+#include "tables/page_plan.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ordvane::tables {
+namespace {
+
+constexpr double kPortraitWidth = 540;   // points that still read well on an upright page
+constexpr double kPortraitCharts = 900;  // charts make a sheet tall; they are worth smaller print
+constexpr double kLeastScale = 0.5;
+constexpr double kLeastScaleForMore = 0.6;  // to get one chart more on a page
+constexpr double kWorthwhile = 0.88;        // of the scale that fits the width, for the same
+
+// Inches to points, less the spreadsheet's usual margins.
+constexpr double kPointsPerInch = 72;
+constexpr double kSideMargins = 2 * 0.7 * kPointsPerInch;
+constexpr double kTopAndBottom = 2 * 0.75 * kPointsPerInch;
+constexpr double kA4Short = 595.3, kA4Long = 841.9;
+constexpr double kLetterShort = 612, kLetterLong = 792;
+
+constexpr double kReserve = 0.96;  // of a page's height and width
+
+// The wider of the papers, on which the print is largest.
+double widest(bool landscape) {
+  return (landscape ? kA4Long : kLetterShort) - kSideMargins;
+}
+
+double lowest(bool landscape) {
+  return (landscape ? kA4Short : kLetterLong) - kTopAndBottom;
+}
+
+std::int32_t pages_side_by_side(const PrintedSheet& sheet) {
+  if (sheet.width <= kPageWidth) return 1;
+  const double repeated = std::min(sheet.repeated_columns, kMostRepeated * kPageWidth);
+  return static_cast<std::int32_t>(std::ceil((sheet.width - repeated) / (kPageWidth - repeated)));
+}
+
+// The largest scale at which a sheet is printed that is fitted to its pages.
+double fitted_scale(const PrintedSheet& sheet, const PagePlan& plan) {
+  const double width = sheet.width + (plan.pages_wide - 1) * sheet.repeated_columns;
+  return std::min(1.0, plan.pages_wide * widest(plan.landscape) / std::max(width, 1.0));
+}
+
+// The highest that a chart needs, with the title block where it is the first thing below that.
+double needed_height(const std::vector<PrintedBlock>& blocks) {
+  double needed = 0;
+  for (const PrintedBlock& block : blocks)
+    if (block.is_chart)
+      needed = std::max(needed, block.kept_bottom - (&block == &blocks.front() ? 0 : block.top));
+  return needed;
+}
+
+// The height of one chart more than a page of this scale takes, where only a little smaller print gains that;
+// else 0.
+double height_of_more_charts(const std::vector<PrintedBlock>& blocks, double scale, double page) {
+  for (std::size_t first = 1, last = first; last < blocks.size() && blocks[last].is_chart; ++last) {
+    const double height = blocks[last].bottom - blocks[first].top;
+    if (height * scale <= page) continue;
+    const double smaller = page / height;
+    return smaller >= kLeastScaleForMore && smaller >= kWorthwhile * scale ? height : 0;
+  }
+  return 0;
+}
+
+// Fits a page to its highest chart, or to one chart more, where the width alone would print it too large for
+// that.
+double choose_scale(const PrintedSheet& sheet, PagePlan& plan) {
+  const double fitted = fitted_scale(sheet, plan);
+  const double height = kReserve * lowest(plan.landscape);
+  const double needed =
+      std::max(needed_height(sheet.blocks), height_of_more_charts(sheet.blocks, fitted, height));
+  if (plan.pages_wide > 1 || needed * fitted <= height) return fitted;
+  const double scale = std::min(height / needed, kReserve * printable_width(plan.landscape) / sheet.width);
+  if (scale < kLeastScale) return fitted;  // the chart is cut
+  plan.pages_wide = 0;
+  plan.zoom = static_cast<std::int32_t>(std::floor(scale * 100));
+  return plan.zoom / 100.0;
+}
+
+// A page end is known as long as nothing has gone over one by itself: where it came then depends on the
+// paper.
+void break_rows(const std::vector<PrintedBlock>& blocks, double height, PagePlan& plan) {
+  double page_top = 0, room = height;
+  double header = 0;  // that pages from here on repeat
+  bool known = true;
+  for (const PrintedBlock& block : blocks) {
+    const bool is_first = &block == &blocks.front();  // stays with the title block
+    if (!is_first && block.top > page_top && !(known && block.kept_bottom - page_top <= room)) {
+      plan.row_breaks.push_back(block.row);
+      page_top = block.top;
+      room = height - header;
+      known = true;
+    }
+    const bool goes_on = block.bottom - page_top > room;
+    if (goes_on) known = false;
+    plan.goes_on.push_back(goes_on);
+    header = std::max(header, block.header);
+  }
+}
+
+}  // namespace
+
+double printable_width(bool landscape) {
+  return (landscape ? kLetterLong : kA4Short) - kSideMargins;
+}
+
+PagePlan plan_pages(const PrintedSheet& sheet) {
+  PagePlan plan;
+  const bool charts = std::any_of(sheet.blocks.begin(), sheet.blocks.end(),
+                                  [](const PrintedBlock& block) { return block.is_chart; });
+  plan.landscape = sheet.width > (charts ? kPortraitCharts : kPortraitWidth);
+  plan.pages_wide = pages_side_by_side(sheet);
+  const double scale = choose_scale(sheet, plan);
+  break_rows(sheet.blocks, kReserve * lowest(plan.landscape) / scale, plan);
+  return plan;
+}
+
+}  // namespace ordvane::tables
