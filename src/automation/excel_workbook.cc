@@ -145,9 +145,9 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
       page.put(L"Zoom", false);
       page.put(L"FitToPagesWide", fitted(setup.fit_to_pages_wide));
       page.put(L"FitToPagesTall", fitted(setup.fit_to_pages_tall));
-    } else {
-      page.put(L"Zoom", setup.zoom > 0 ? setup.zoom : 100);
     }
+    page.put(L"PrintArea",
+             setup.print_rows > 0 ? place_name({1, 1, setup.print_rows, setup.print_columns}) : "");
     page.put(L"PrintTitleRows", titles(setup.print_title_rows, row_name));
     page.put(L"PrintTitleColumns", titles(setup.print_title_columns, column_letters));
     page.put(L"LeftHeader", setup.left_header);

@@ -188,9 +188,9 @@ struct Span {
 
 struct PageSetup {
   bool landscape = false;
-  std::int32_t zoom = 0;                                 // percent, 10 to 400; 0: 100. Of sheets not fitted
-  std::int32_t fit_to_pages_wide = 0;                    // 0: not fitted
-  std::int32_t fit_to_pages_tall = 0;                    // 0: as many as needed
+  std::int32_t fit_to_pages_wide = 0;              // 0: not fitted
+  std::int32_t fit_to_pages_tall = 0;              // 0: as many as needed
+  std::int32_t print_rows = 0, print_columns = 0;  // what is printed, from the first cell; 0: all there is
   Span print_title_rows = {}, print_title_columns = {};  // repeated on the pages that come after them
   std::vector<std::int32_t> row_breaks = {};  // a page begins with each of these rows; rising, from 2
   std::string left_header = {}, center_header = {}, right_header = {};  // with the spreadsheet's & codes

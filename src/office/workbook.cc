@@ -1,12 +1,6 @@
 #include "office/handles.h"
 
 namespace ordvane::office {
-namespace {
-
-constexpr std::int32_t kLeastZoom = 10, kMostZoom = 400;
-
-}  // namespace
-
 const std::shared_ptr<Book>& WorkbookHandle::book() {
   application_of(*book_);
   return book_;
@@ -124,8 +118,9 @@ void WorksheetHandle::set_page_setup(const host::PageSetup& setup) {
     if (row <= above || row > kSheetRows) refuse("No page can begin with row " + std::to_string(row));
     above = row;
   }
-  if (setup.zoom != 0 && (setup.zoom < kLeastZoom || setup.zoom > kMostZoom))
-    refuse("Zooms are 10 to 400 percent");
+  if ((setup.print_rows > 0) != (setup.print_columns > 0) || setup.print_rows > kSheetRows ||
+      setup.print_columns > kSheetColumns)
+    refuse("The printed area lies outside the sheet");
   sheet().model->page = setup;
 }
 

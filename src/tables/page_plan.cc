@@ -6,7 +6,7 @@
 namespace ordvane::tables {
 namespace {
 
-constexpr double kPortraitWidth = 540;   // points that still read well on an upright page
+constexpr double kPortraitWidth = 680;   // points that still read well on an upright page
 constexpr double kPortraitCharts = 900;  // charts make a sheet tall; they are worth smaller print
 constexpr double kLeastScale = 0.5;
 constexpr double kLeastScaleForMore = 0.6;  // to get one chart more on a page
@@ -19,7 +19,7 @@ constexpr double kTopAndBottom = 2 * 0.75 * kPointsPerInch;
 constexpr double kA4Short = 595.3, kA4Long = 841.9;
 constexpr double kLetterShort = 612, kLetterLong = 792;
 
-constexpr double kReserve = 0.96;  // of a page's height and width
+constexpr double kReserve = 0.96;  // of a page's height
 
 // The wider of the papers, on which the print is largest.
 double widest(bool landscape) {
@@ -70,12 +70,10 @@ double choose_scale(const PrintedSheet& sheet, PagePlan& plan) {
   const double height = kReserve * lowest(plan.landscape);
   const double needed =
       std::max(needed_height(sheet.blocks), height_of_more_charts(sheet.blocks, fitted, height));
-  if (plan.pages_wide > 1 || needed * fitted <= height) return fitted;
-  const double scale = std::min(height / needed, kReserve * printable_width(plan.landscape) / sheet.width);
-  if (scale < kLeastScale) return fitted;  // the chart is cut
-  plan.pages_wide = 0;
-  plan.zoom = static_cast<std::int32_t>(std::floor(scale * 100));
-  return plan.zoom / 100.0;
+  const double scale = height / needed;
+  if (plan.pages_wide > 1 || needed * fitted <= height || scale < kLeastScale) return fitted;
+  plan.width = widest(plan.landscape) / scale;
+  return scale;
 }
 
 // A page end is known as long as nothing has gone over one by itself: where it came then depends on the
@@ -111,6 +109,7 @@ PagePlan plan_pages(const PrintedSheet& sheet) {
                                   [](const PrintedBlock& block) { return block.is_chart; });
   plan.landscape = sheet.width > (charts ? kPortraitCharts : kPortraitWidth);
   plan.pages_wide = pages_side_by_side(sheet);
+  plan.width = sheet.width;
   const double scale = choose_scale(sheet, plan);
   break_rows(sheet.blocks, kReserve * lowest(plan.landscape) / scale, plan);
   return plan;

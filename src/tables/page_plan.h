@@ -16,7 +16,7 @@ inline constexpr double kPageWidth = 1250;
 // The part of a page's width that columns repeated on every page may take.
 inline constexpr double kMostRepeated = 0.45;
 
-// The narrower of the two papers, without its margins. Points on paper.
+// Of the narrower of the two papers, without its margins. Points on paper.
 double printable_width(bool landscape);
 
 // Something on the sheet. Blocks come from the top down.
@@ -38,8 +38,10 @@ struct PrintedSheet {
 
 struct PagePlan {
   bool landscape = false;
-  std::int32_t pages_wide = 1;  // to fit the print to; 0: see zoom
-  std::int32_t zoom = 0;        // percent, of a sheet made smaller so that a chart fits its page; else 0
+  std::int32_t pages_wide = 1;  // to fit the print to
+  // To print; more than the sheet's where that makes the print as small as a chart needs to fit its page. A
+  // scale would do the same, but columns may come out wider on paper than on the screen by a tenth.
+  double width = 0;
   std::vector<std::int32_t> row_breaks;  // a page begins with each of these rows
   std::vector<bool> goes_on;             // by block: whether it may go on over the end of a page
 };

@@ -137,6 +137,16 @@ void ReportSheet::freeze_headers(double width) {
                            width > kWideTable ? kept_columns(kMostFrozen).columns : 0);
 }
 
+// Prints empty columns beside what there is.
+void ReportSheet::widen(host::PageSetup& setup, double width) {
+  for (const auto& chart : charts_)
+    setup.print_rows = std::max(setup.print_rows, chart->room_row_ + chart->room_rows_ - 1);
+  for (const auto& table : tables_) setup.print_rows = std::max(setup.print_rows, table->last_row());
+  if (NextCell()->value().kind != host::CellKind::kBlank) setup.print_rows = next_row_;
+  setup.print_columns = last_column();
+  while (worksheet_->range(1, 1, 1, setup.print_columns)->width() < width) ++setup.print_columns;
+}
+
 void ReportSheet::set_up_pages() {
   const std::vector<Placed> blocks = placed();
   PrintedSheet sheet;
@@ -153,7 +163,7 @@ void ReportSheet::set_up_pages() {
   const PagePlan plan = plan_pages(sheet);
   setup.landscape = plan.landscape;
   setup.fit_to_pages_wide = plan.pages_wide;
-  setup.zoom = plan.zoom;
+  if (plan.width > sheet.width) widen(setup, plan.width);
   setup.row_breaks = plan.row_breaks;
   setup.print_title_rows = repeated_rows(blocks, plan);
   set_page_texts(setup);

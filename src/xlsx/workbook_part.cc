@@ -63,6 +63,13 @@ std::vector<std::string> sheet_names(const office::SheetModel& sheet, std::size_
   const auto start = [&](Xml& xml, const char* name) {
     xml.start("definedName").attr("name", name).attr("localSheetId", place);
   };
+  const host::PageSetup& page = sheet.page;
+  if (page.print_rows > 0) {
+    Xml xml(elements.emplace_back());
+    start(xml, "_xlnm.Print_Area");
+    const office::Area area{1, 1, page.print_rows, page.print_columns};
+    xml.text(office::quoted_sheet_name(sheet.name) + "!" + office::area_name(area, true)).end();
+  }
   if (const std::string titles = print_titles(sheet); !titles.empty()) {
     Xml xml(elements.emplace_back());
     start(xml, "_xlnm.Print_Titles");

@@ -45,7 +45,6 @@ struct WorksheetTarget {
 struct PageTarget {
   std::shared_ptr<host::Worksheet> sheet;
   bool zoomed = true;
-  std::int32_t zoom = 100;
   std::int32_t wide = 1, tall = 1;
 };
 struct PageBreaksTarget {
@@ -294,16 +293,19 @@ void change_page(host::Worksheet& sheet, const Call& c, const std::function<void
 void set_page(PageTarget& t, const Call& c, const std::function<void(host::PageSetup&)>& change) {
   change_page(*t.sheet, c, [&](host::PageSetup& page) {
     change(page);
-    page.zoom = t.zoomed && t.zoom != 100 ? t.zoom : 0;
     page.fit_to_pages_wide = t.zoomed ? 0 : t.wide;
     page.fit_to_pages_tall = t.zoomed ? 0 : t.tall;
   });
 }
 
-void put_zoom(PageTarget& t, const Call& c, const Variant& zoom) {
-  t.zoomed = zoom.value().vt != VT_BOOL;
-  if (t.zoomed) t.zoom = zoom.whole();
-  set_page(t, c, [](host::PageSetup&) {});
+void put_print_area(PageTarget& t, const Call& c, const std::string& text) {
+  const auto area = office::parse_area(text);
+  if (!text.empty() && !(area && area->row == 1 && area->column == 1))
+    refuse("Areas are printed from the first cell on here");
+  set_page(t, c, [&](host::PageSetup& page) {
+    page.print_rows = area ? area->rows : 0;
+    page.print_columns = area ? area->columns : 0;
+  });
 }
 
 // "$1:$5" or "$A:$D".
@@ -485,7 +487,8 @@ STAND_IN_TABLE(PageTarget) {
   return {
     PUT(Orientation,
         set_page(t, c, [&](host::PageSetup& page) { page.landscape = v.whole() == kXlLandscape; })),
-        PUT(Zoom, put_zoom(t, c, v)),
+        PUT(Zoom, t.zoomed = v.value().vt != VT_BOOL; set_page(t, c, [](host::PageSetup&) {})),
+        PUT(PrintArea, put_print_area(t, c, v.text())),
         PUT(FitToPagesWide, t.wide = pages(v); set_page(t, c, [](host::PageSetup&) {})),
         PUT(FitToPagesTall, t.tall = pages(v); set_page(t, c, [](host::PageSetup&) {})),
         PUT(PrintTitleRows,

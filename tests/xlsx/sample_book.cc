@@ -123,6 +123,8 @@ void style_sheet(office::BookModel& book) {
   sheet->active_cell = {6, 3};
   sheet->page = {.landscape = true,
                  .fit_to_pages_wide = 1,
+                 .print_rows = 20,
+                 .print_columns = 8,
                  .print_title_rows = {2, 3},
                  .print_title_columns = {1, 2},
                  .row_breaks = {9, 14},

@@ -95,7 +95,7 @@ assert sheet["C2"].value == '=C4&"<"' and sheet["D2"].value is True
 assert sheet["B2"].font.b and sheet["B2"].fill.fgColor.rgb == "FF2F6DB5" and sheet["B2"].alignment.wrap_text
 assert sheet["D5"].value.year == 2020 and not sheet["D5"].protection.locked
 assert sheet["D4"].comment.text.startswith("A note of several lines.\nThe second")
-assert sheet.freeze_panes == "B4" and sheet.print_title_rows == "$2:$3" and sheet.print_title_cols == "$A:$B" and sheet.row_dimensions[2].height == 30
+assert sheet.freeze_panes == "B4" and sheet.print_title_rows == "$2:$3" and sheet.print_title_cols == "$A:$B" and "$A$1:$H$20" in str(sheet.print_area) and sheet.row_dimensions[2].height == 30
 assert book.properties.title == "Reports" and book.properties.creator == "Ordvane"
 cached = openpyxl.load_workbook(sys.argv[1], data_only=True)["Styles"]
 assert cached["C5"].value == 0.1 + 0.2
