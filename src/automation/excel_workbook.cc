@@ -146,8 +146,6 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
       page.put(L"FitToPagesWide", fitted(setup.fit_to_pages_wide));
       page.put(L"FitToPagesTall", fitted(setup.fit_to_pages_tall));
     }
-    page.put(L"PrintArea",
-             setup.print_rows > 0 ? place_name({1, 1, setup.print_rows, setup.print_columns}) : "");
     page.put(L"PrintTitleRows", titles(setup.print_title_rows, row_name));
     page.put(L"PrintTitleColumns", titles(setup.print_title_columns, column_letters));
     page.put(L"LeftHeader", setup.left_header);
@@ -164,6 +162,9 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
     if (together) host::ignoring_errors([&] { application.put(L"PrintCommunication", true); });
     throw;
   }
+  // Excel itself sets areas and breaks by themselves.
+  page.put(L"PrintArea",
+           setup.print_rows > 0 ? place_name({1, 1, setup.print_rows, setup.print_columns}) : std::string());
   set_row_breaks(setup.row_breaks);
 }
 

@@ -299,6 +299,7 @@ void set_page(PageTarget& t, const Call& c, const std::function<void(host::PageS
 }
 
 void put_print_area(PageTarget& t, const Call& c, const std::string& text) {
+  if (!c.stand_in->print_communication) refuse("Print areas are not set together with the rest");
   const auto area = office::parse_area(text);
   if (!text.empty() && !(area && area->row == 1 && area->column == 1))
     refuse("Areas are printed from the first cell on here");
