@@ -2,6 +2,7 @@
 // each of which makes the workbook that the library makes on the building machine.
 
 #include <cstdlib>
+#include <sstream>
 
 #include "windows/child_process.h"
 #include "windows/late_binding.h"
@@ -15,6 +16,20 @@ using std::filesystem::path;
 std::string text_in(const path& file) {
   std::ifstream input(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(input), {}};
+}
+
+// The first line that differs, both ways; empty for equal texts.
+std::string first_difference(const std::string& made, const std::string& expected) {
+  if (made == expected) return "";
+  std::istringstream made_lines(made), expected_lines(expected);
+  std::string made_line, expected_line;
+  for (int line = 1; made_lines || expected_lines; ++line) {
+    made_line.clear(), expected_line.clear();
+    std::getline(made_lines, made_line), std::getline(expected_lines, expected_line);
+    if (made_line != expected_line)
+      return "line " + std::to_string(line) + ": " + made_line + "\ninstead of: " + expected_line;
+  }
+  return "the texts differ in their ends";
 }
 
 class WholeServer : public testing::Test {
@@ -63,7 +78,7 @@ TEST_F(WholeServer, ServesAScript) {
   ASSERT_GT(bytes.size(), 2U);
   const std::wstring text(reinterpret_cast<const wchar_t*>(bytes.data()) + 1,
                           bytes.size() / 2 - 1);  // after the mark
-  EXPECT_TRUE(automation::utf8(text.data(), static_cast<UINT>(text.size())) == native_);
+  EXPECT_EQ(first_difference(automation::utf8(text.data(), static_cast<UINT>(text.size())), native_), "");
 }
 
 TEST_F(WholeServer, ServesACompiledClient) {
@@ -105,7 +120,8 @@ TEST_F(WholeServer, ServesACompiledClient) {
   reports = {};
   EXPECT_EQ(as_number(invoke(*stand_in.get(), L"LiveObjects", DISPATCH_PROPERTYGET, {}).result), 0);
   const std::wstring snapshot = text_of(invoke(*stand_in.get(), L"Snapshot", DISPATCH_METHOD, {}).result);
-  EXPECT_TRUE(automation::utf8(snapshot.data(), static_cast<UINT>(snapshot.size())) == native_);
+  EXPECT_EQ(first_difference(automation::utf8(snapshot.data(), static_cast<UINT>(snapshot.size())), native_),
+            "");
 }
 
 }  // namespace
