@@ -54,6 +54,8 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
                                               const std::shared_ptr<office::OfficeApplication>& application,
                                               const std::shared_ptr<EmbeddedEnvironment>& environment) {
   const auto selected = selected_outputs(*run, options.outputs);
+  const environment::Language& language = environment::language(options.language);
+  application->set_number_symbols({std::string(1, language.decimal_separator), language.group_separator});
   const auto services = std::make_shared<service::Services>();
   services->session.environment = environment;
   services->session.engine = runfile::make_recorded_engine(run);

@@ -41,6 +41,7 @@ class Office final : public OfficeApplication {
                       const std::string& number_format, bool locked) override;
   std::shared_ptr<const BookModel> model(host::Workbook& book) override;
   void close_workbook(host::Workbook& book) override;
+  void set_number_symbols(const NumberSymbols& symbols) override { state_.symbols = symbols; }
 
  private:
   const host::CellValue* recorded(const std::string& formula) const;

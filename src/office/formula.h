@@ -15,6 +15,7 @@
 
 #include "office/address.h"
 #include "office/book.h"
+#include "office/number_format.h"
 
 namespace ordvane::office {
 
@@ -25,6 +26,8 @@ class CellSource {
   virtual host::CellValue value(std::int32_t row, std::int32_t column) = 0;
   // Every cell of the area that is not blank, row by row.
   virtual void each_value(const Area& area, const std::function<void(const host::CellValue&)>& visit) = 0;
+  // Of the numbers in texts.
+  virtual const NumberSymbols& symbols() const = 0;
 };
 
 class Formula {

@@ -81,6 +81,7 @@ class RangeHandle final : public host::Range {
   std::string number_format_local() override;
   void set_number_format(const std::string& format) override;
   void set_number_format_local(const std::string& format) override;
+  void set_row_formats_local(const std::vector<std::string>& formats) override;
   void set_font(const host::FontFormat& font) override;
   void set_interior(const host::InteriorFormat& interior) override;
   void set_border(host::Edge edge, const host::BorderFormat& border) override;

@@ -342,7 +342,7 @@ std::string filler(const Token& place) {
 
 // Digits of the whole part for each of its places, from left to right, with group marks.
 std::vector<std::string> whole_digits(const Section& section, const std::string& digits,
-                                      std::size_t place_count) {
+                                      std::size_t place_count, const std::string& group) {
   std::vector<std::string> shown(place_count);
   std::vector<const Token*> places;
   for (const Token& token : section.tokens)
@@ -351,7 +351,7 @@ std::vector<std::string> whole_digits(const Section& section, const std::string&
   const auto show = [&](std::string& place, const std::string& digit) {
     if (digit.empty()) return;
     const bool mark = section.groups && count > 0 && count % 3 == 0 && digit != " ";
-    place.insert(0, digit + (mark ? "," : ""));
+    place.insert(0, digit + (mark ? group : ""));
     ++count;
   };
   for (std::size_t p = place_count; p-- > 0;) {
@@ -366,16 +366,16 @@ std::vector<std::string> whole_digits(const Section& section, const std::string&
 }
 
 std::string fill_places(const Section& section, const DigitPlaces& places, const Decimal& decimal,
-                        int exponent) {
+                        int exponent, const NumberSymbols& symbols) {
   const std::string digits = decimal.whole(), fraction = decimal.fraction();
-  const std::vector<std::string> whole = whole_digits(section, digits, places.whole);
+  const std::vector<std::string> whole = whole_digits(section, digits, places.whole, symbols.group);
   std::string text;
   std::size_t whole_place = 0, fraction_place = 0;
   bool after_point = false, after_exponent = false;
   for (const Token& token : section.tokens) {
     switch (token.kind) {
       case Kind::kPoint:
-        text += (places.whole == 0 && !after_point ? digits : "") + ".";
+        text += (places.whole == 0 && !after_point ? digits : "") + symbols.decimal;
         after_point = true;
         break;
       case Kind::kExponent:
@@ -397,7 +397,7 @@ std::string fill_places(const Section& section, const DigitPlaces& places, const
   return text;
 }
 
-std::string digits_text(const Section& section, double number) {
+std::string digits_text(const Section& section, double number, const NumberSymbols& symbols) {
   const DigitPlaces places = count_places(section);
   Decimal decimal(number);
   if (!decimal.is_zero()) decimal.exponent += section.scale;
@@ -417,13 +417,20 @@ std::string digits_text(const Section& section, double number) {
   } else {
     decimal.round(static_cast<int>(places.fraction));
   }
-  return fill_places(section, places, decimal, exponent);
+  return fill_places(section, places, decimal, exponent, symbols);
 }
 
-std::string general_section_text(const Section& section, double number) {
+std::string general_text(double number, const NumberSymbols& symbols) {
+  std::string text = general_text(number);
+  if (const auto point = text.find('.'); point != std::string::npos) text.replace(point, 1, symbols.decimal);
+  return text;
+}
+
+std::string general_section_text(const Section& section, double number, const NumberSymbols& symbols) {
   std::string text;
   for (const Token& token : section.tokens)
-    text += token.kind == Kind::kGeneral || token.kind == Kind::kText ? general_text(number) : token.text;
+    text += token.kind == Kind::kGeneral || token.kind == Kind::kText ? general_text(number, symbols)
+                                                                      : token.text;
   return text;
 }
 
@@ -478,22 +485,22 @@ const Section& NumberFormat::section_of(double number) const {
   return sections_[0];
 }
 
-std::string NumberFormat::number_text(double number) const {
+std::string NumberFormat::number_text(double number, const NumberSymbols& symbols) const {
   constexpr const char* kNoDate = "########";
   const Section& section = section_of(number);
-  if (section.unreadable) return general_text(number);
+  if (section.unreadable) return general_text(number, symbols);
   if (section.is_date) return date_text(section, number).value_or(kNoDate);
   // A section of its own for negative numbers brings its own sign.
   const bool signs =
       &section == &sections_[0] || !section.comparison.empty() || !sections_[0].comparison.empty();
   const std::string sign = number < 0 && signs ? "-" : "";
   if (section.is_general || has_kind(section, Kind::kText))
-    return sign + general_section_text(section, std::fabs(number));
-  return sign + digits_text(section, number);
+    return sign + general_section_text(section, std::fabs(number), symbols);
+  return sign + digits_text(section, number, symbols);
 }
 
-std::string NumberFormat::text(const CellValue& value) const {
-  if (value.is_number()) return number_text(value.number);
+std::string NumberFormat::text(const CellValue& value, const NumberSymbols& symbols) const {
+  if (value.is_number()) return number_text(value.number, symbols);
   if (value.kind != CellKind::kText || texts_.empty()) return edited_text(value);
   std::string text;
   for (const Token& token : texts_.front().tokens)
@@ -501,8 +508,9 @@ std::string NumberFormat::text(const CellValue& value) const {
   return text;
 }
 
-std::string displayed_text(const CellValue& value, const std::string& number_format) {
-  return NumberFormat(number_format).text(value);
+std::string displayed_text(const CellValue& value, const std::string& number_format,
+                           const NumberSymbols& symbols) {
+  return NumberFormat(number_format).text(value, symbols);
 }
 
 }  // namespace ordvane::office

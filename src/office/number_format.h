@@ -14,11 +14,17 @@
 
 namespace ordvane::office {
 
+// Marks of a language within numbers.
+struct NumberSymbols {
+  std::string decimal = ".";
+  std::string group = ",";
+};
+
 class NumberFormat {
  public:
   explicit NumberFormat(std::string_view code);
 
-  std::string text(const host::CellValue& value) const;
+  std::string text(const host::CellValue& value, const NumberSymbols& symbols = {}) const;
   bool is_general() const;
   bool shows_dates() const;  // dates or times of day
   // Whether a number's text is never shorter than that of a number of the same sign nearer to zero.
@@ -28,7 +34,7 @@ class NumberFormat {
   struct Section;
 
  private:
-  std::string number_text(double number) const;
+  std::string number_text(double number, const NumberSymbols& symbols) const;
   const Section& section_of(double number) const;
 
   std::vector<Section> sections_;  // of numbers
@@ -65,6 +71,7 @@ struct NumberFormat::Section {
 };
 
 // What a cell shows that holds this value in this format, however wide it is.
-std::string displayed_text(const host::CellValue& value, const std::string& number_format);
+std::string displayed_text(const host::CellValue& value, const std::string& number_format,
+                           const NumberSymbols& symbols = {});
 
 }  // namespace ordvane::office

@@ -11,6 +11,7 @@
 
 #include "host/excel.h"
 #include "office/book.h"
+#include "office/number_format.h"
 
 namespace ordvane::office {
 
@@ -27,6 +28,8 @@ class OfficeApplication : public host::Application {
   // The data behind a workbook of this application.
   virtual std::shared_ptr<const BookModel> model(host::Workbook& book) = 0;
   virtual void close_workbook(host::Workbook& book) = 0;
+  // How TEXT writes numbers; as English does unless told.
+  virtual void set_number_symbols(const NumberSymbols& symbols) = 0;
   // What the status bar shows; empty for the application's own text.
   virtual const std::string& status_bar() const = 0;
 };

@@ -229,6 +229,10 @@ const CellValue* Sheet::recorded(const std::string& formula) const {
   return nullptr;
 }
 
+const NumberSymbols& Sheet::symbols() const {
+  return application_of(book_of(*this)).symbols;
+}
+
 CellValue Sheet::evaluate(const std::string& formula) {
   const Formula parsed(without_equals(formula));
   for (const Area& area : parsed.precedents()) compute_area(area);

@@ -31,6 +31,7 @@ class Sheet : private CellSource {
 
   host::CellValue value(std::int32_t row, std::int32_t column) override;
   void each_value(const Area& area, const std::function<void(const host::CellValue&)>& visit) override;
+  const NumberSymbols& symbols() const override;
   host::CellBlock values(const Area& area);
   void set_value(const Area& area, const host::CellValue& value);
   void put(const Area& area, const host::CellBlock& block);

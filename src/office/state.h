@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "office/book.h"
+#include "office/number_format.h"
 #include "office/refusal.h"
 #include "office/sheet.h"
 
@@ -34,6 +35,7 @@ struct Book : std::enable_shared_from_this<Book> {
 struct ApplicationState {
   std::vector<std::shared_ptr<Book>> books;
   std::shared_ptr<Book> active;
+  NumberSymbols symbols;
 
   ~ApplicationState();
   std::shared_ptr<Book> find_book(const std::string& name) const;
