@@ -1,6 +1,8 @@
 // Excel's Range object.
 #include <algorithm>
 #include <map>
+#include <string_view>
+#include <vector>
 
 #include "automation/cell_variants.h"
 #include "automation/excel_objects.h"
@@ -78,6 +80,7 @@ class ExcelRange final : public host::Range, public ExcelObject {
     else
       it_.put(L"NumberFormatLocal", format);
   }
+  void set_row_formats_local(const std::vector<std::string>& formats) override;
   void set_font(const host::FontFormat& font) override { apply_font(it_, font); }
   void set_interior(const host::InteriorFormat& interior) override { apply_interior(it_, interior); }
   void set_border(host::Edge edge, const host::BorderFormat& border) override {
@@ -213,6 +216,32 @@ void ExcelRange::put(const host::CellBlock& block) {
     for (std::int32_t column = 1; column <= block.columns(); ++column)
       if (is_large(row, column))
         item(row, column).put(L"Value2", cell_variant(block.value(row, column), mark(row, column)));
+}
+
+// Rows of one format are set together: Excel has no array of formats, but ranges of many areas.
+void ExcelRange::set_row_formats_local(const std::vector<std::string>& formats) {
+  constexpr std::size_t kLongestAddress = 255;
+  const std::int32_t rows = row_count();
+  if (formats.size() != static_cast<std::size_t>(rows))
+    throw host::Error(host::errc::kHostRefused, "A range of " + std::to_string(rows) +
+                                                    " rows takes as many formats, not " +
+                                                    std::to_string(formats.size()));
+  std::map<std::string_view, std::vector<std::string>> addresses;  // as few as hold all rows of a format
+  for (std::int32_t first = 0, next = 0; first < rows; first = next) {
+    const std::string& format = formats[static_cast<std::size_t>(first)];
+    while (next < rows && formats[static_cast<std::size_t>(next)] == format) ++next;
+    const std::string area = place_name({row() + first, column(), next - first, column_count()});
+    auto& lists = addresses[format];
+    if (lists.empty() || lists.back().size() + 1 + area.size() > kLongestAddress)
+      lists.push_back(area);
+    else
+      lists.back() += "," + area;
+  }
+  const LateBound sheet = it_.object(L"Worksheet", kinds::kWorksheet);
+  for (const auto& [format, lists] : addresses)
+    for (const std::string& address : lists)
+      ExcelRange(context_, sheet.object(L"Range", kinds::kRange, {address}), {})
+          .set_number_format_local(std::string(format));
 }
 
 }  // namespace

@@ -172,10 +172,7 @@ void StepTable::fill_item(host::CellBlock& cells, const Block& block, std::int32
 
 void StepTable::format_item(const Block& block, std::int32_t first_column,
                             const model::DralInputOutput& item) {
-  const std::string value = ValueFormat(item);
-  const std::string change = ChangeFormat(item);
-  if (!value.empty()) table_->FormatBody(block.first_row, block.rows, first_column, value);
-  if (!change.empty()) table_->FormatBody(block.first_row, block.rows, first_column + 1, change);
+  tables::FormatValuesAndChanges(*table_, block.first_row, block.rows, first_column, item);
   table_->FormatBody(block.first_row, block.rows, first_column + 2, tables::PercentFormat());
 }
 

@@ -150,6 +150,8 @@ class Range {
   virtual std::string number_format_local() = 0;
   virtual void set_number_format(const std::string& format) = 0;
   virtual void set_number_format_local(const std::string& format) = 0;
+  // One format for each row of the range; a list of another length is refused.
+  virtual void set_row_formats_local(const std::vector<std::string>& formats) = 0;
   virtual void set_font(const FontFormat& font) = 0;
   virtual void set_interior(const InteriorFormat& interior) = 0;
   virtual void set_border(Edge edge, const BorderFormat& border) = 0;

@@ -237,7 +237,7 @@ void DetailByInput::format_input_rows(const InputRows& group) {
       if (group.rows > 1) cells->set_wrap_text(true);  // a long name goes on in the rows below
     }
   });
-  table_->FormatBody(group.first, group.rows, c_.input_value(), group.input.NumberFormatLocal, 2);
+  FormatValuesAndChanges(*table_, group.first, group.rows, c_.input_value(), group.input);
   table_->AddRowRule(group.first + group.rows - 1, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
 }
 
@@ -245,7 +245,7 @@ void DetailByInput::format_columns() {
   if (rows_ < 1) return;
   table_->FormatBody(1, rows_, c_.input_value() + 2, PercentFormat());
   for (std::int32_t k = 1; k <= c_.k; ++k) {
-    table_->FormatBody(1, rows_, c_.output_value(k), output(k).NumberFormatLocal, 2);
+    FormatValuesAndChanges(*table_, 1, rows_, c_.output_value(k), output(k));
     table_->FormatBody(1, rows_, c_.output_value(k) + 2, PercentFormat());
   }
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "model/naming.h"
+#include "tables/table_parts.h"
 #include "tables/utils.h"
 
 namespace ordvane::tables {
@@ -42,7 +43,7 @@ std::vector<TitleLine> title_lines(const session::Session& session, const model:
   std::vector<TitleLine> lines = {
       {session.CommonString(14), inputs(1).bookName},
       {session.CommonString(15), output.ioName + " (" + output.cellAddress + ")"},
-      {session.CommonString(16), output.BaseValue(), output.IsDate ? output.DateFormat : ""},
+      {session.CommonString(16), output.BaseValue(), ValueFormat(output)},
   };
   if (!output.rules().is_usable(output.BaseValue())) lines.back().value = host::kNotShown;
   if (runs > 1)
@@ -79,10 +80,10 @@ void set_headers(const session::Session& session, ReportTable& table, const Colu
   table.AddColumnRule(c.input_change(), -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
 }
 
-// Fills one row of the body for every step that has a rank within it. Returns
-// the flags of all values.
+// Fills one row of the body for every step that has a rank within it, with the format of its input's values
+// in `input_formats`. Returns the flags of all values.
 std::int32_t fill_body(session::Session& session, host::CellBlock& body, const Columns& c, std::int32_t on,
-                       const model::Records& inputs) {
+                       const model::Records& inputs, std::vector<std::string>& input_formats) {
   std::int32_t flags = 0;
   for (std::int32_t i = 1; i <= inputs.size(); ++i) {
     const model::DralInputOutput& input = inputs(i);
@@ -93,6 +94,7 @@ std::int32_t fill_body(session::Session& session, host::CellBlock& body, const C
     const auto book = body.add_text(input.bookName);
     const auto sheet = body.add_text(input.sheetName);
     const auto cell = body.add_text(input.cellAddress);
+    const std::string format = ValueFormat(input);
     const double base = input.BaseValue();
     for (std::int32_t s = 1; s <= input.numSteps; ++s) {
       const double rank = input.outputRankPerStep(on, s);
@@ -108,6 +110,7 @@ std::int32_t fill_body(session::Session& session, host::CellBlock& body, const C
         body.set_text(r, c.name, name);
         body.set_text(r, c.cell(), cell);
         body.set_number(r, c.step(), s);
+        input_formats[static_cast<std::size_t>(r - 1)] = format;
         put(c.input_value(), input.InputValuesUsed(s), 1.0, model::OrdvaneDivisorInputOrOutput);
         put(c.input_change(), input.InputValuesUsed(s) - base, std::fabs(base), model::OrdvaneDivisorInput);
         put(c.output_value(), input.OutputValuesCalculated(on, s), 1.0, model::OrdvaneDivisorInputOrOutput);
@@ -160,10 +163,12 @@ std::int32_t MakeOutputDetailReport(session::Session& session, ReportWorkbook& r
   application.set_cursor(host::Cursor::kWait);
   if (rows > 0) {
     host::CellBlock body(rows, c.count());
-    const std::int32_t flags = fill_body(session, body, c, outputIndex, trInputs);
+    std::vector<std::string> input_formats(static_cast<std::size_t>(rows));
+    const std::int32_t flags = fill_body(session, body, c, outputIndex, trInputs, input_formats);
     table->PutBody(1, body);
+    table->FormatRows(c.input_value(), input_formats);
     table->FormatBody(1, rows, c.input_change(), PercentFormat());
-    table->FormatBody(1, rows, c.output_value(), output.NumberFormatLocal);
+    table->FormatBody(1, rows, c.output_value(), ValueFormat(output));
     table->FormatBody(1, rows, c.output_change(), PercentFormat());
     AddInvalidValueNotes(session, *sheet, *table, flags, c.input_change(), c.output_change());
   }

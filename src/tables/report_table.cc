@@ -227,6 +227,11 @@ void ReportTable::FormatBody(std::int32_t first_row, std::int32_t rows, std::int
   Body(first_row, column, rows, columns)->set_number_format_local(format);
 }
 
+void ReportTable::FormatRows(std::int32_t column, const std::vector<std::string>& formats) {
+  settled_ = false;
+  Body(1, column, static_cast<std::int32_t>(formats.size()))->set_row_formats_local(formats);
+}
+
 void ReportTable::Settle() {
   if (settled_) return;
   std::int32_t lines = 1;

@@ -63,6 +63,13 @@ std::string ChangeFormat(const model::DralInputOutput& item) {
   return item.IsDate || shows_date(item.numberFormat) ? "" : item.NumberFormatLocal;
 }
 
+void FormatValuesAndChanges(ReportTable& table, std::int32_t first_row, std::int32_t rows,
+                            std::int32_t column, const model::DralInputOutput& item) {
+  const std::string values = ValueFormat(item), changes = ChangeFormat(item);
+  if (!values.empty()) table.FormatBody(first_row, rows, column, values, values == changes ? 2 : 1);
+  if (!changes.empty() && changes != values) table.FormatBody(first_row, rows, column + 1, changes);
+}
+
 void AddHeaderGroup(ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
                     std::int32_t columns, const std::string& caption) {
   const auto cells = table.Header(row, column, rows, columns);

@@ -22,6 +22,10 @@ std::string ValueFormat(const model::DralInputOutput& item);
 // The same for differences of its values: days between dates are plain numbers.
 std::string ChangeFormat(const model::DralInputOutput& item);
 
+// Formats the column of an item's values and, beside it, that of their changes.
+void FormatValuesAndChanges(ReportTable& table, std::int32_t first_row, std::int32_t rows,
+                            std::int32_t column, const model::DralInputOutput& item);
+
 // A caption over a group of columns, centred in one merged cell of a table's header.
 void AddHeaderGroup(ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
                     std::int32_t columns, const std::string& caption);

@@ -215,6 +215,7 @@ class ForwardingRange final : public Wrapper<host::Range> {
   ORDVANE_FORWARD(std::string, number_format_local, (), ())
   ORDVANE_FORWARD(void, set_number_format, (const std::string& format), (format))
   ORDVANE_FORWARD(void, set_number_format_local, (const std::string& format), (format))
+  ORDVANE_FORWARD(void, set_row_formats_local, (const std::vector<std::string>& formats), (formats))
   ORDVANE_FORWARD(void, set_font, (const host::FontFormat& font), (font))
   ORDVANE_FORWARD(void, set_interior, (const host::InteriorFormat& interior), (interior))
   ORDVANE_FORWARD(void, set_border, (host::Edge edge, const host::BorderFormat& border), (edge, border))

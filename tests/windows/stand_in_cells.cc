@@ -86,6 +86,17 @@ Variant null() {
 Variant make_range(const Call& call, std::shared_ptr<host::Range> range, Flavor flavor = Flavor::kCells) {
   return object(call, RangeTarget{std::move(range), flavor});
 }
+// "A1,B2:C3" names several areas.
+Variant make_areas(const Call& call, host::Worksheet& sheet, const std::string& address) {
+  std::size_t end = std::min(address.find(','), address.size());
+  RangeTarget target{sheet.range(address.substr(0, end))};
+  while (end < address.size()) {
+    const std::size_t start = end + 1;
+    end = std::min(address.find(',', start), address.size());
+    target.more.push_back(sheet.range(address.substr(start, end - start)));
+  }
+  return object(call, std::move(target));
+}
 Variant make_workbook(const Call& call, const std::shared_ptr<host::Workbook>& book) {
   return book ? object(call, WorkbookTarget{book}) : nothing();
 }
@@ -470,7 +481,7 @@ STAND_IN_TABLE(WorksheetTarget) {
         GET(Parent, make_workbook(c, t.sheet->workbook())), GET(Cells, make_range(c, whole(*t.sheet))),
         GET(Rows, make_range(c, whole(*t.sheet), Flavor::kRows)),
         GET(Columns, make_range(c, whole(*t.sheet), Flavor::kColumns)),
-        GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_range(c, t.sheet->range(c.text(0)))),
+        GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_areas(c, *t.sheet, c.text(0))),
         METHOD(ChartObjects, PARAMETERS(L"?Index"), return make_chart_objects(c, t.sheet)),
         GET(PageSetup, object(c, PageTarget{t.sheet})),
         GET(HPageBreaks, object(c, PageBreaksTarget{t.sheet})),
@@ -536,9 +547,13 @@ STAND_IN_TABLE(RangeTarget) {
         GET_PUT(Value, values(*t.range), put_value(*t.range, v.value())),
         GET_PUT(Formula, formulas(*t.range), t.range->set_formula(v.text())),
         GET_PUT(NumberFormat, common(*t.range, [](host::Range& r) { return r.number_format(); }),
-                t.range->set_number_format(v.text())),
+                t.range->set_number_format(v.text());
+                for (const auto& area
+                     : t.more) area->set_number_format(v.text())),
         GET_PUT(NumberFormatLocal, common(*t.range, [](host::Range& r) { return r.number_format_local(); }),
-                t.range->set_number_format_local(v.text())),
+                t.range->set_number_format_local(v.text());
+                for (const auto& area
+                     : t.more) area->set_number_format_local(v.text())),
         GET(Font, make_font(c, [r = t.range](const host::FontFormat& font) { r->set_font(font); })),
         GET(Interior,
             make_interior(c, {[r = t.range](const host::InteriorFormat& i) { r->set_interior(i); }})),

@@ -24,6 +24,7 @@ struct RangeTarget {
   Flavor flavor = Flavor::kCells;  // what Count and Item count
   host::HAlign horizontal = host::HAlign::kGeneral;
   host::VAlign vertical = host::VAlign::kBottom;
+  std::vector<std::shared_ptr<host::Range>> more = {};  // further areas; they follow formats of numbers only
 };
 
 STAND_IN_INTERFACE(FontTarget, L"Font")
