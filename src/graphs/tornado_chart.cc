@@ -12,6 +12,8 @@
 
 #include "graphs/chart_helpers.h"
 #include "host/error.h"
+#include "tables/look.h"
+#include "tables/table_parts.h"
 #include "tables/utils.h"
 
 namespace ordvane::graphs {
@@ -84,22 +86,23 @@ void TornadoChart::draw(tables::ReportChart& chart, tables::ReportTable& table, 
                         std::int32_t name_column, std::int32_t low_column, std::int32_t high_column,
                         const std::vector<InputEnds>& inputs) {
   const host::AxisScale scale = axis_scale();
-  const bool told_apart = session_.low_color && origin() && !inputs.empty();
+  // The two sides of the base value can have a colour, and a text on them, each.
+  const std::optional<double> split = inputs.empty() ? std::nullopt : origin();
+  told_apart_ = session_.low_color && split;
   SetChartAreaLineWeight(*chart.Chart());
   chart.AddTornadoBars(static_cast<std::int16_t>(bars), *table.Body(1, low_column, bars),
                        *table.Body(1, high_column, bars), *table.Body(1, name_column, bars),
-                       origin().value_or(scale.minimum),
-                       {.split = told_apart ? origin() : std::nullopt, .labels = !inputs.empty()});
+                       origin().value_or(scale.minimum), {.split = split, .labels = !inputs.empty()});
   set_texts(chart);
-  if (told_apart)
+  if (told_apart_)
     chart.SetColorKey(
         {{*session_.low_color, session_.text(kBelowBase)}, {style_.bar_color, session_.text(kAboveBase)}});
   chart.FinishChart();
   host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
   host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
-  for (std::int32_t bar = 3; bar <= (told_apart ? 6 : 4); ++bar)
+  for (std::int32_t bar = 3; bar <= (split ? 6 : 4); ++bar)
     host::ignoring_errors([&] { chart.Chart()->series(bar)->set_interior({.color = style_.bar_color}); });
-  if (told_apart) host::ignoring_errors([&] { color_low_ends(chart, inputs); });
+  if (told_apart_) host::ignoring_errors([&] { color_low_ends(chart, inputs); });
   host::ignoring_errors([&] { label_ends(chart, inputs); });
   host::ignoring_errors([&] { bound_value_axis(*chart.Chart(), scale); });
   host::ignoring_errors([&] { add_base_line(*chart.Chart(), scale); });
@@ -144,11 +147,11 @@ host::AxisScale TornadoChart::axis_scale() const {
   return session_.environment->numbers().axis_scale(lowest, highest);
 }
 
-std::string TornadoChart::base_text(const std::string& label, double value) const {
+std::string TornadoChart::base_text(double value) const {
   host::NumberService& numbers = session_.environment->numbers();
   std::string figures = output_.IsDate ? numbers.date_text(value) : "";
   if (figures.empty()) figures = numbers.number_text(value, shows_groups(output_.numberFormat));
-  return label + "=" + figures;
+  return style_.base_label + "=" + figures;
 }
 
 // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
@@ -158,26 +161,32 @@ std::string TornadoChart::subtitle() const {
   const auto value = base();
   const std::string text = session_.text(texts_.chart_subtitle);
   if (!value) return text;
-  return text + " (" + base_text(session_.CommonString(kBaseValue), rounded_for_reading(*value)) + ")";
+  return text + " (" + session_.CommonString(kBaseValue) + "=" +
+         value_text(*value, tables::ValueFormat(output_)) + ")";
+}
+
+// What the input did at one end of its bar; low values have a colour of their own when they are told apart.
+host::Color TornadoChart::end_color(const std::optional<double>& value, const InputEnds& input) const {
+  const bool is_low = told_apart_ && value && input.base && *value < *input.base;
+  return is_low ? *session_.low_color : style_.bar_color;
 }
 
 void TornadoChart::color_low_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs) {
   for (std::size_t row = 0; row < inputs.size(); ++row) {
     const InputEnds& input = inputs[row];
     const auto bar = static_cast<std::int32_t>(row) + 1;
-    const auto below_base = [&](const std::optional<double>& value) {
-      return value && input.base && *value < *input.base;
-    };
-    if (below_base(input.at_low)) chart.ColorBarPart(bar, false, *session_.low_color);
-    if (below_base(input.at_high)) chart.ColorBarPart(bar, true, *session_.low_color);
+    for (const bool above : {false, true})
+      if (const auto color = end_color(above ? input.at_high : input.at_low, input);
+          color != style_.bar_color)
+        chart.ColorBarPart(bar, above, color);
   }
 }
 
 // As the spreadsheet shows a number in this format; one that it cannot read shows the plain number.
-std::string TornadoChart::input_text(double value, const std::string& format) const {
+std::string TornadoChart::value_text(double value, const std::string& format) const {
   const std::string plain =
       session_.environment->numbers().number_text(rounded_for_reading(value), shows_groups(format));
-  if (format.empty()) return plain;
+  if (format.empty() || format == "General") return plain;
   std::string quoted;
   for (const char c : format) quoted.append(c == '"' ? 2 : 1, c);
   host::CellValue text;
@@ -191,8 +200,10 @@ void TornadoChart::label_ends(tables::ReportChart& chart, const std::vector<Inpu
   std::vector<tables::BarLabels> labels;
   for (const InputEnds& input : inputs) {
     labels.emplace_back();
-    if (input.at_low) labels.back().left = input_text(*input.at_low, input.number_format);
-    if (input.at_high) labels.back().right = input_text(*input.at_high, input.number_format);
+    if (input.at_low) labels.back().left = value_text(*input.at_low, input.number_format);
+    if (input.at_high) labels.back().right = value_text(*input.at_high, input.number_format);
+    labels.back().left_on_bar = tables::look::text_on(end_color(input.at_low, input));
+    labels.back().right_on_bar = tables::look::text_on(end_color(input.at_high, input));
   }
   chart.LabelBarEnds(labels);
 }
@@ -201,7 +212,7 @@ void TornadoChart::add_base_line(host::Chart& chart, const host::AxisScale& scal
   if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value)) return;
   constexpr host::Color kBlack = 0;
   AddBaseValueLine(session_, chart, *origin(), scale.minimum, scale.maximum, style_.baseline_color,
-                   base_text(style_.base_label, style_.base_value), kBlack, chart.plot_area_interior_color());
+                   base_text(style_.base_value), kBlack, chart.plot_area_interior_color());
 }
 
 }  // namespace ordvane::graphs

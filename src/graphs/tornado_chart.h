@@ -57,9 +57,10 @@ class TornadoChart {
   std::optional<double> base() const;
   std::optional<double> origin() const;
   host::AxisScale axis_scale() const;
-  std::string base_text(const std::string& label, double value) const;
+  std::string base_text(double value) const;
   std::string subtitle() const;
-  std::string input_text(double value, const std::string& format) const;
+  std::string value_text(double value, const std::string& format) const;
+  host::Color end_color(const std::optional<double>& value, const InputEnds& input) const;
   void color_low_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs);
   void label_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs);
   void add_base_line(host::Chart& chart, const host::AxisScale& scale);
@@ -70,6 +71,7 @@ class TornadoChart {
   model::OrdvaneRangeMode range_mode_;
   TornadoTexts texts_;
   TornadoStyle style_;
+  bool told_apart_ = false;  // low values by their colour
   std::vector<double> low_values_, high_values_;
 };
 

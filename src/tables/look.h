@@ -31,6 +31,15 @@ inline constexpr double kHeaderRowHeight = 18;
 inline constexpr double kHeaderLineHeight = 13.5;
 inline constexpr double kBodyRowHeight = 15;
 
+// A text colour that reads well on this one.
+inline host::Color text_on(host::Color background) {
+  constexpr host::Color kWhite = 0xFFFFFF;
+  const auto part = [&](int shift) { return static_cast<double>((background >> shift) & 0xFF); };
+  const double brightness = 0.299 * part(0) + 0.587 * part(8) + 0.114 * part(16);
+  constexpr double kBright = 150;
+  return brightness < kBright ? kWhite : kText;
+}
+
 inline host::FontFormat font(double size, host::Color color, bool bold = false, bool italic = false) {
   return {.name = kFont, .size = size, .bold = bold, .italic = italic, .color = color};
 }

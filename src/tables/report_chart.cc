@@ -16,6 +16,7 @@ namespace {
 
 using host::AxisGroup;
 using host::AxisType;
+using host::LabelPosition;
 
 constexpr std::string_view kLocalSuffix = "[LOCAL]";
 
@@ -269,7 +270,8 @@ void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Rang
     headings.set_text(1, position, part.name);
     add_bar_series(part.name, part.seen, *figures, *category_names);
   }
-  if (wanted.split) beyond_ = kPositiveBar + 1;
+  split_ = wanted.split;
+  if (split_) beyond_ = kPositiveBar + 1;
   if (wanted.labels) tails_ = columns - 1;
   sheet_.SheetWorksheet()->range(row - 1, column, 1, columns)->put(headings);
   sheet_.SheetWorksheet()->range(row - 1, column, 1, columns)->set_columns_hidden(true);
@@ -317,13 +319,22 @@ void ReportChart::ColorBarPart(std::int32_t bar, bool above, host::Color color) 
 }
 
 void ReportChart::label_point(std::int32_t series, std::int32_t bar, const std::string& text,
-                              host::LabelPosition position) {
+                              host::Color color, LabelPosition position) {
   const auto point = chart_->series(series)->point(bar);
   point->apply_data_labels(false);
   const auto label = point->data_label();
   label->set_text(text);
-  label->set_font(look::font(kEndLabelSize, look::kMuted));
+  label->set_font(look::font(kEndLabelSize, color));
   label->set_position(position);
+}
+
+// The series of the seen part that ends at `end`: on either side of zero the part nearer to zero comes first.
+std::int32_t ReportChart::part_at(double end, bool is_right) const {
+  const auto before = [&](double value) { return end < value || (is_right && end == value); };
+  const bool negative = before(0);
+  if (!split_) return negative ? kNegativeBar : kPositiveBar;
+  if (before(*split_)) return negative ? beyond_ : kPositiveBar;
+  return negative ? kNegativeBar : beyond_ + 1;
 }
 
 void ReportChart::LabelBarEnds(const std::vector<BarLabels>& labels) {
@@ -332,25 +343,40 @@ void ReportChart::LabelBarEnds(const std::vector<BarLabels>& labels) {
   if (plot_height() / bars < kEndLabelSize * kTitleLine) return;
   const double points = bars_width() / (bar_scale_->maximum - bar_scale_->minimum);
   const auto place = [&](double value) { return (value - bar_scale_->minimum) * points; };
-  // From the end of the bar as far as the text goes.
-  const auto fits = [&](double end, double direction, const std::string& text) {
-    const double reach = end + direction * (estimated_width(text, kEndLabelSize) + kBesideBar);
-    if (text.empty() || reach < 0 || reach > bars_width() + kRightOfPlot) return false;
+  const auto clear_of_axis = [&](double from, double to) {
     if (!bar_crossing_) return true;
     const double axis = place(*bar_crossing_);
-    return (axis - end) * direction <= 0 || (axis - reach) * direction >= 0;
+    return axis <= std::min(from, to) || axis >= std::max(from, to);
+  };
+  const auto length_of = [](const std::string& text) {
+    return text.empty() ? 0 : estimated_width(text, kEndLabelSize) + kBesideBar;
   };
   for (std::size_t bar = 0; bar < std::min(labels.size(), bar_ends_.size()); ++bar) {
     const auto& ends = bar_ends_[bar];
     if (!ends || ends->left == ends->right) continue;
     const auto number = static_cast<std::int32_t>(bar) + 1;
-    const auto& [left, right] = labels[bar];
-    if (fits(place(ends->left), -1, left))
-      ends->left > 0 ? label_point(kReach, number, left, host::LabelPosition::kInsideEnd)
-                     : label_point(tails_, number, left, host::LabelPosition::kInsideBase);
-    if (fits(place(ends->right), 1, right))
-      ends->right < 0 ? label_point(kReach, number, right, host::LabelPosition::kInsideEnd)
-                      : label_point(tails_ + 1, number, right, host::LabelPosition::kInsideBase);
+    const BarLabels& texts = labels[bar];
+    const bool fit_on_bar =
+        place(ends->right) - place(ends->left) >= length_of(texts.left) + length_of(texts.right);
+    std::int32_t labelled_part = 0;  // a part has one label
+    for (const bool is_right : {false, true}) {
+      const std::string& text = is_right ? texts.right : texts.left;
+      if (text.empty()) continue;
+      const double end = is_right ? ends->right : ends->left;
+      const double outwards = is_right ? length_of(text) : -length_of(text);
+      const double beside = place(end) + outwards;
+      // A part of a bar begins at the side of zero.
+      const bool away_from_zero = is_right ? end >= 0 : end <= 0;
+      if (beside >= 0 && beside <= bars_width() + kRightOfPlot && clear_of_axis(place(end), beside)) {
+        label_point(away_from_zero ? tails_ + (is_right ? 1 : 0) : kReach, number, text, look::kMuted,
+                    away_from_zero ? LabelPosition::kInsideBase : LabelPosition::kInsideEnd);
+      } else if (fit_on_bar && clear_of_axis(place(end), place(end) - outwards) &&
+                 part_at(end, is_right) != labelled_part) {
+        labelled_part = part_at(end, is_right);
+        label_point(labelled_part, number, text, is_right ? texts.right_on_bar : texts.left_on_bar,
+                    away_from_zero ? LabelPosition::kInsideEnd : LabelPosition::kInsideBase);
+      }
+    }
   }
 }
 

@@ -272,7 +272,8 @@ struct BarParts {
   bool labels = false;               // the ends can have texts beside them
 };
 struct BarLabels {
-  std::string left, right;  // empty: none
+  std::string left, right;                        // empty: none
+  host::Color left_on_bar = 0, right_on_bar = 0;  // colour of the text where it stands on the bar
 };
 struct ColorKey {
   host::Color color;
@@ -301,8 +302,9 @@ class ReportChart {
                       double crossing, const BarParts& parts = {});
   // Colours what of a bar lies below or above the value that the bars are split at.
   void ColorBarPart(std::int32_t bar, bool above, host::Color color);
-  // Texts beside the ends of the bars, for bars with labels, after FinishChart. A text that has no room
-  // between its bar and the edge of the plot, or would lie on the category axis, is left out.
+  // Texts at the ends of the bars, for bars with labels, after FinishChart: beside the bar, or where the plot
+  // has no room there, on the bar, whose parts have room for one each. One that has room in neither place, or
+  // would lie on the category axis, is left out.
   void LabelBarEnds(const std::vector<BarLabels>& labels);
   // Figures equal to host::kAutoScaleValue are automatic. `format` may end in "[LOCAL]". Horizontal axis.
   void SetXAxis(const std::string& title, double minimum, double maximum, double major_unit,
@@ -332,8 +334,9 @@ class ReportChart {
   void place_plot_area();
   void add_bar_series(const std::string& name, bool seen, host::Range& figures, host::Range& names);
   void read_bar_ends(const host::CellBlock& low, const host::CellBlock& high, std::int32_t bars);
-  void label_point(std::int32_t series, std::int32_t bar, const std::string& text,
+  void label_point(std::int32_t series, std::int32_t bar, const std::string& text, host::Color color,
                    host::LabelPosition position);
+  std::int32_t part_at(double end, bool is_right) const;
 
   static constexpr std::int32_t kBarsKind = 64;
   static constexpr std::int32_t kSpiderKind = 33;
@@ -347,7 +350,7 @@ class ReportChart {
   std::vector<ColorKey> color_key_;
   double longest_name_ = 0;  // width of the longest name in the legend or beside the bars, points
   std::optional<host::AxisScale> bar_scale_;  // of the value axis, where the report leaves it automatic
-  std::optional<double> bar_crossing_;
+  std::optional<double> bar_crossing_, split_;
   struct BarEnds {
     double left, right;
   };

@@ -105,7 +105,8 @@ const Situation kSituations[] = {
      {"== Multi-way C14\n", "Groups of inputs by swing: 3", kFirstRow,
       "A+2 2  B+2 \"Volume (B4) × Rate (B5)\"", "A+3 3  B+3 \"Price (B3) × Volume (B4) × Rate (B5)\"  C+3 98",
       "from 60 to 140", "crossed at 100",
-      "title \"What moves Cost most when inputs vary together\nLowest to highest result (Base value=100)\"",
+      "title \"What moves Cost most when inputs vary together\nLowest to highest result (Base "
+      "value=100.00)\"",
       "\"Vertical\" scatter secondary (0, 1) over (100, 100)", "labelled \"Base value=100\"",
       "second category axis from 60 to 140"},
      {" - ", "note at", "Notes:", "Worksheet"}},
@@ -230,7 +231,7 @@ const Situation kSituations[] = {
      100,
      kThree,
      [](MultiBench& b) { b.run_number = 2, b.runs = 3; },
-     {"B5 \"2 of 3\"", "crossed at 100", "(Base value=100)"},
+     {"B5 \"2 of 3\"", "crossed at 100", "(Base value=100.00)"},
      {"Vertical"}},
     {"a watermark",
      100,

@@ -196,26 +196,26 @@ TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {
   const auto book = bench.book();
   const office::SheetModel& sheet = *book->sheets.front();
   const office::ChartModel& chart = *sheet.charts.front();
-  ASSERT_EQ(chart.series.size(), 7U);
+  ASSERT_EQ(chart.series.size(), 9U);
   EXPECT_EQ(chart.series[2]->fill.value().color, kBlue);
   EXPECT_EQ(chart.series[3]->fill.value().color, kBlue);
-  EXPECT_EQ(chart.series[6]->line.value().color, kRed);
+  EXPECT_EQ(chart.series[8]->line.value().color, kRed);
   // What is stacked adds up to the ends of every bar, and all of it is formulas over the table.
   const test::BookReader reader(*book);
   const double ends[2][2] = {{60, 140}, {90, 115}};
   for (std::int32_t bar = 0; bar < 2; ++bar) {
-    double sums[4];
-    for (std::size_t i = 0; i < 4; ++i) {
+    double parts[6];
+    for (std::size_t i = 0; i < 6; ++i) {
       const office::Area& area = chart.series[i]->values.area;
       EXPECT_TRUE(sheet.formulas.contains({area.row + bar, area.column}));
-      sums[i] = reader.value(sheet, area.row + bar, area.column).number;
+      parts[i] = reader.value(sheet, area.row + bar, area.column).number;
     }
-    EXPECT_EQ(sums[0] + sums[1], ends[bar][0]);
-    EXPECT_EQ(sums[0] + sums[1] + sums[3], ends[bar][1]);
+    EXPECT_EQ(parts[0] + parts[1], ends[bar][0]);
+    EXPECT_EQ(parts[0] + parts[1] + parts[3] + parts[5], ends[bar][1]);
   }
   // The narrower bar has room for both of its input's values, in their format.
   EXPECT_EQ(chart.series[1]->points.at(2).label.value().text, "4.0");
-  EXPECT_EQ(chart.series[5]->points.at(2).label.value().text, "6.0");
+  EXPECT_EQ(chart.series[7]->points.at(2).label.value().text, "6.0");
 }
 
 // Series and bar of the parts that input values below the base make, and what the colours are said to mean.

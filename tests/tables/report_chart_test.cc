@@ -95,6 +95,7 @@ struct LabelCase {
   double low, high, crossing;
   BarLabels labels;
   std::vector<std::string> shown;  // series and position
+  bool split = false;
 };
 
 const LabelCase kLabelCases[] = {
@@ -102,7 +103,10 @@ const LabelCase kLabelCases[] = {
     {"left of zero", -50, -30, -40, {"1.0", "2.0"}, {"2 2.0 3", "5 1.0 4"}},
     {"across zero", -50, 30, 0, {"1.0", "2.0"}, {"5 1.0 4", "6 2.0 4"}},
     {"no room", 10, 90, 50, {std::string(40, '8'), std::string(40, '8')}, {}},
-    {"on the axis of the base", 52, 80, 50, {"1.000", "2.0"}, {"6 2.0 4"}},
+    {"on the axis of the base", 52, 80, 50, {"1.000", "2.0"}, {"4 1.000 4", "6 2.0 4"}},
+    {"at the edges", 2.5, 97.5, 50, {"1.0000", "2.0000"}, {"4 1.0000 4"}},
+    {"at the edges, in parts", 2.5, 97.5, 50, {"1.0000", "2.0000"}, {"4 1.0000 4", "6 2.0000 3"}, true},
+    {"at the edges left of zero", -97.5, -2.5, -50, {"1.0000", "2.0000"}, {"3 2.0000 4", "5 1.0000 3"}, true},
     {"no length", 50, 50, 50, {"1.0", "2.0"}, {}},
     {"no texts", 30, 50, 40, {}, {}},
 };
@@ -112,7 +116,8 @@ TEST(LabelBarEnds, PutsTextsWhereThereIsRoom) {
     SCOPED_TRACE(c.what);
     // The second bar sets the ends of the axis.
     BarsBench bench({{c.low, c.high}, {c.low < 0 ? -98.0 : 2.0, c.low < 0 && c.high < 0 ? -2.0 : 98.0}},
-                    c.crossing, "Input", {.labels = true});
+                    c.crossing, "Input",
+                    {.split = c.split ? std::optional(c.crossing) : std::nullopt, .labels = true});
     bench.chart->FinishChart();
     bench.chart->LabelBarEnds({c.labels});
     std::vector<std::string> shown;
