@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "environment/string_table.h"
+#include "model/decimal.h"
 #include "model/text.h"
 
 namespace ordvane::environment {
@@ -34,13 +35,14 @@ struct Step {
 
   double times(double count) const {
     const double multiple = count * digit;
-    return exponent < 0 ? multiple / std::pow(10.0, -exponent) : multiple * std::pow(10.0, exponent);
+    return exponent < 0 ? multiple / model::power_of_ten(-exponent)
+                        : multiple * model::power_of_ten(exponent);
   }
 };
 
 // The smallest step that is not below `width`.
 Step step_of(double width) {
-  int exponent = static_cast<int>(std::floor(std::log10(width)));
+  int exponent = model::decimal_exponent(width);
   const Step decade{1, exponent};
   const double mantissa = width / decade.times(1);
   for (const double digit : {1.0, 2.0, 5.0})

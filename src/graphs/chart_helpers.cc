@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "host/error.h"
+#include "model/decimal.h"
 
 namespace ordvane::graphs {
 namespace {
@@ -129,7 +130,7 @@ bool CalcAxisScale(double data_minimum, double data_maximum, double& axis_minimu
   }
   const double exponent = std::floor(as_written(std::log10(range)));
   if (!(std::fabs(exponent) <= std::numeric_limits<std::int16_t>::max())) return false;
-  const double power = std::pow(10.0, exponent);
+  const double power = model::power_of_ten(static_cast<int>(exponent));
   const double mantissa = range / power;
   if (!std::isfinite(mantissa)) return false;
 

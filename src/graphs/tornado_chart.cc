@@ -12,6 +12,7 @@
 
 #include "graphs/chart_helpers.h"
 #include "host/error.h"
+#include "model/decimal.h"
 #include "tables/look.h"
 #include "tables/table_parts.h"
 #include "tables/utils.h"
@@ -39,8 +40,8 @@ double rounded_for_reading(double value) {
   constexpr int kDigits = 6;
   constexpr int kDecimals = 2;
   if (value == 0) return 0;
-  const int whole_digits = static_cast<int>(std::floor(std::log10(std::fabs(value)))) + 1;
-  const double unit = std::pow(10.0, std::max(kDigits - whole_digits, kDecimals));
+  const int whole_digits = model::decimal_exponent(value) + 1;
+  const double unit = model::power_of_ten(std::max(kDigits - whole_digits, kDecimals));
   const double rounded = std::nearbyint(value * unit) / unit;
   return std::isfinite(rounded) ? rounded : value;
 }

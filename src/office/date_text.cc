@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "model/decimal.h"
+
 namespace ordvane::office {
 namespace {
 
@@ -96,7 +98,7 @@ std::string elapsed_text(const Moment& moment, const std::string& token) {
 }
 
 std::string fraction_text(const Moment& moment, std::size_t digits) {
-  const double scaled = std::floor(moment.fraction * std::pow(10, static_cast<double>(digits)) + 0.5);
+  const double scaled = std::floor(moment.fraction * model::power_of_ten(static_cast<int>(digits)) + 0.5);
   return "." + padded(static_cast<std::int64_t>(scaled), digits);
 }
 
@@ -127,7 +129,7 @@ std::optional<std::string> date_text(const NumberFormat::Section& section, doubl
   for (const Token& token : section.tokens) {
     half_days = half_days || (token.kind == Kind::kDate && token.text.find('/') != std::string::npos);
     if (token.kind == Kind::kFraction)
-      units_of_second = std::pow(10, static_cast<double>(token.text.size() - 1));
+      units_of_second = model::power_of_ten(static_cast<int>(token.text.size()) - 1);
   }
   const Moment moment = moment_of(serial, units_of_second);
   std::string text;

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "model/decimal.h"
 #include "model/text.h"
 
 namespace ordvane::tables {
@@ -93,7 +94,7 @@ std::string figures(double value, std::string_view places) {
                        .ptr;
   std::string result(text.data(), end);
   if (places.find(',') != std::string_view::npos && std::fabs(value) >= 1)
-    result.append(static_cast<std::size_t>(std::log10(std::fabs(value)) / 3), ',');
+    result.append(static_cast<std::size_t>(model::decimal_exponent(value) / 3), ',');
   return result;
 }
 
