@@ -4,11 +4,12 @@
 #   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine
 #   make windows   the COM server for Excel, x86 and x64, in a zip to hand over
 #   make bench     speed and memory, as ratios against peers in the same run
+#   make gallery   the pictures of docs/gallery.md, drawn with LibreOffice
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
-.PHONY: demo test bench format format-check tidy release sanitize windows windows-build clean
+.PHONY: demo test bench gallery format format-check tidy release sanitize windows windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
 example = examples/solar-plant/solar-plant.run.json
@@ -50,6 +51,12 @@ bench:
 	build/bench/bench/bench_core
 	/usr/bin/python3 bench/whole_process.py build/bench
 	/usr/bin/python3 bench/full_size.py build/bench
+
+gallery:
+	@tools/install-packages gallery
+	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null
+	@cmake --build --preset release --target ordvane
+	@tools/make-gallery
 
 format:
 	clang-format -i $(sources)
