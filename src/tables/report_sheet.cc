@@ -19,6 +19,9 @@ constexpr double kLabelMargin = 8;         // points beside the labels of a titl
 constexpr double kLeastBarsHeight = 180;
 constexpr double kHeightWithoutBars = 110;
 constexpr double kHeightOfBar = 22;
+// Points below the top of a chart's first row: half of its frame would lie on the page before, if the row
+// begins one.
+constexpr double kFrameWidth = 0.75;
 
 }  // namespace
 
@@ -99,7 +102,7 @@ std::shared_ptr<ReportChart> ReportSheet::AddChart(std::int32_t kind, double wid
   const Room room = take_room(height);
   const auto cell = worksheet_->range(room.row, 1, 1, 1);
   auto chart = std::make_shared<ReportChart>(
-      *this, worksheet_->add_chart(cell->left(), cell->top(), width, height), kind);
+      *this, worksheet_->add_chart(cell->left(), cell->top() + kFrameWidth, width, height), kind);
   chart->room_row_ = room.row;
   chart->room_rows_ = room.rows;
   charts_.push_back(chart);
