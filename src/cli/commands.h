@@ -39,6 +39,7 @@ struct ReportCommand {
   bool all = false;
   bool percent = false;
   std::int32_t max_inputs = 20;
+  bool all_inputs = false;
   std::optional<double> threshold;
   std::optional<host::Color> bar_color, base_color, low_color;
   std::string watermark;

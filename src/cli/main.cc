@@ -161,6 +161,8 @@ void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
       ->type_name("N")
       ->check(CLI::Range(1, 32).description(""))
       ->group(look);
+  command.add_flag("--all-inputs", c.all_inputs, "Graphs have also the inputs that do not move their output")
+      ->group(look);
   command
       .add_option_function<std::string>(
           "--threshold", [&](const std::string& text) { c.threshold = fraction_of(text); },

@@ -81,6 +81,7 @@ embedded::ReportOptions options_of(const ReportCommand& command, const runfile::
   options.multi_way = command.multi_way || (command.all && !run.groups.empty());
   options.percent = command.percent;
   options.max_inputs = command.max_inputs;
+  options.all_inputs = command.all_inputs;
   options.threshold = command.threshold;
   options.bar_color = command.bar_color.value_or(options.bar_color);
   options.base_color = command.base_color.value_or(options.base_color);

@@ -60,6 +60,7 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
   services->session.environment = environment;
   services->session.engine = runfile::make_recorded_engine(run);
   services->session.low_color = options.low_color;
+  services->session.leaves_out_inputs_without_effect = !options.all_inputs;
 
   service::OrdvaneReports reports(services);
   apply(options, *run, reports);

@@ -30,8 +30,9 @@ struct ReportOptions {
   bool detail_by_input = false;
   bool multi_way = false;
   bool percent = false;
-  std::int32_t max_inputs = 20;                        // 1 to 32
-  std::optional<double> threshold;                     // set: only inputs whose swing reaches it
+  std::int32_t max_inputs = 20;     // 1 to 32
+  bool all_inputs = false;          // graphs have also the inputs that do not move their output
+  std::optional<double> threshold;  // set: only inputs whose swing reaches it
   std::int32_t bar_color = service::kDefaultBarColor;  // 0xBBGGRR
   std::int32_t base_color = service::kDefaultBarColor;
   std::optional<std::int32_t> low_color;  // of the part of a bar made by input values below their base

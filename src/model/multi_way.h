@@ -37,6 +37,14 @@ struct MultiWayRun {
   double result(std::int32_t output, const MultiGroup& group, std::int32_t combination) const;
 };
 
+// Why a group has no interaction, or that it has one.
+enum class InteractionState : std::uint8_t {
+  kMeasured,
+  kNoOwnSwing,   // a member has no usable result of its own
+  kOtherValues,  // a member reached other values alone than in the group
+  kErrors        // results that are no numbers cut one of the ranges that would be compared
+};
+
 // What one group does to one output. Without a usable result: the missing-number marker for the ends, the
 // changes, and the interaction; 0 for the rest but the rank.
 struct GroupEffect {
@@ -48,7 +56,12 @@ struct GroupEffect {
   double bar_width = 0;  // the swing in the unit of thresholds: in changes where they are defined
   std::int32_t rank = 0;
   double own_swings;   // sum of the members' swings one at a time; the marker when one has none
-  double interaction;  // swing - own_swings; what is left by rounding alone is 0
+  double interaction;  // swing - own_swings; what is left by rounding alone is 0; the marker unless measured
+  InteractionState interaction_state = InteractionState::kMeasured;
+  std::int32_t failed = 0;  // results that are no numbers
+  // No combination stood at the base values of all members, and the output's base value lies outside the
+  // results.
+  bool leaves_out_base = false;
 };
 using GroupEffects = OneBased<GroupEffect>;  // one a group
 

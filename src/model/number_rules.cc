@@ -1,5 +1,7 @@
 #include "model/number_rules.h"
 
+#include <algorithm>
+
 #include "model/text.h"
 
 namespace ordvane::model {
@@ -10,9 +12,16 @@ bool NumberRules::is_usable(double value) const {
   return std::isfinite(value) && value != host::kMissingNumber;
 }
 
+double NumberRules::difference(double value, double base) const {
+  constexpr double kRounding = 1e-12;
+  if (!is_usable(value) || !is_usable(base)) return missing_number();
+  const double difference = value - base;
+  return std::fabs(difference) <= kRounding * std::max(std::fabs(value), std::fabs(base)) ? 0.0 : difference;
+}
+
 double NumberRules::fractional_change(double value, double base) const {
   if (!is_usable(value) || !is_usable(base) || base == 0) return missing_number();
-  return (value - base) / std::fabs(base);
+  return difference(value, base) / std::fabs(base);
 }
 
 std::string NumberRules::shorten(const std::string& text, std::int32_t limit) const {

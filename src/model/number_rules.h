@@ -28,7 +28,10 @@ class NumberRules {
   bool is_usable(double value) const;
   // The NaN rule: the value, or the missing-number marker instead of NaN.
   double without_nan(double value) const { return is_nan(value) ? missing_number() : value; }
-  // (value - base) / |base|; the missing-number marker when either is unusable or the base is zero.
+  // value - base; the missing-number marker when either is unusable. 0 where they differ by no more than
+  // calculating them leaves behind: a part in 1e12 of the larger one.
+  double difference(double value, double base) const;
+  // The difference in parts of |base|; the missing-number marker when either is unusable or the base is zero.
   double fractional_change(double value, double base) const;
   std::string shorten(const std::string& text, std::int32_t limit) const;
 

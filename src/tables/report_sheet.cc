@@ -136,6 +136,27 @@ void ReportSheet::AddCellNote(host::Range& cell, const std::string& heading, con
   cell.add_comment(note);
 }
 
+void ReportSheet::AddLine(const std::string& text) {
+  settle_tables();
+  const auto cell = NextCell();
+  cell->set_number_format("@");
+  cell->set_value(text);
+  cell->set_font(look::font(look::kSmallSize, look::kMuted));
+  lines_[next_row_++] = text;
+}
+
+// A cell that is merged has no height of its own accord.
+void ReportSheet::fit_lines() {
+  for (const auto& [row, text] : lines_) {
+    const auto cells = worksheet_->range(row, 1, 1, last_column());
+    const std::int32_t lines = wrapped_lines(text, cells->width() - kLabelMargin, look::kSmallSize);
+    cells->set_merge(true);
+    cells->set_alignment(host::HAlign::kLeft, host::VAlign::kTop);
+    cells->set_wrap_text(true);
+    if (lines > 1) cells->set_row_height(look::kBodyRowHeight + (lines - 1) * look::kHeaderLineHeight);
+  }
+}
+
 std::int32_t ReportSheet::last_column() const {
   std::int32_t last = kTitleColumns;
   for (const auto& table : tables_) last = std::max(last, table->sheet_columns());
@@ -171,6 +192,7 @@ void ReportSheet::fit_title_block() {
 void ReportSheet::FinishSheet() {
   settle_tables();
   fit_title_block();
+  fit_lines();
   if (report_pages_) set_up_pages();
   worksheet_->activate();
   worksheet_->range(1, 1, 1, 1)->select();

@@ -128,6 +128,8 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   // The cell below what the sheet holds so far.
   std::shared_ptr<host::Range> NextCell();
   void AddCellNote(host::Range& cell, const std::string& heading, const std::string& text);
+  // A quiet line below what the sheet holds so far. It wraps at the width of the finished sheet.
+  void AddLine(const std::string& text);
   void FinishSheet();
 
   session::Session& session() const { return session_; }
@@ -145,6 +147,7 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::int32_t take_helper_columns(std::int32_t count);
   std::int32_t last_column() const;
   void fit_title_block();
+  void fit_lines();
   // Something that is printed; `table` is null for charts.
   struct Placed {
     PrintedBlock block;
@@ -168,6 +171,7 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::shared_ptr<host::Worksheet> worksheet_;
   std::string title_;
   std::vector<TitleLine> title_lines_;
+  std::map<std::int32_t, std::string> lines_;  // by row
   std::vector<std::shared_ptr<ReportTable>> tables_;
   std::map<std::int32_t, double> settled_widths_;  // by column, characters
   std::vector<std::shared_ptr<ReportChart>> charts_;

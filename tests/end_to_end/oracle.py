@@ -100,9 +100,14 @@ class Run:
 
 # ---- The arithmetic ----
 
+def difference(value, base):
+    """Without what rounding leaves behind: a part in 1e12 of the larger number."""
+    return 0.0 if abs(value - base) <= 1e-12 * max(abs(value), abs(base)) else value - base
+
+
 def change(value, base):
-    """Fractional change of an output."""
-    return (value - base) / abs(base) if usable(value) and usable(base) and base != 0 else MISSING
+    """Fractional change of an input or output."""
+    return difference(value, base) / abs(base) if usable(value) and usable(base) and base != 0 else MISSING
 
 
 def shown(value):
@@ -110,11 +115,11 @@ def shown(value):
 
 
 def shown_difference(value, base):
-    return value - base if usable(value) and usable(base) else NOTHING
+    return difference(value, base) if usable(value) and usable(base) else NOTHING
 
 
-def shown_ratio(value, base, divisor):
-    return (value - base) / divisor if usable(value) and usable(base) and base != 0 else NOTHING
+def shown_change(value, base):
+    return shown(change(value, base))
 
 
 Effect = collections.namedtuple("Effect", "low low_change low_input high high_change high_input")
@@ -281,8 +286,8 @@ def step_table(texts, run, result):
             value = row[1 + result.position]
             first = places(run, item) + [label(item), item["cell"]]
             rows.append((first if step == 1 else [None] * len(first)) + [
-                step, shown(row[0]), shown_difference(row[0], base), shown_ratio(row[0], base, base), shown(value),
-                shown_difference(value, result.base), shown_ratio(value, result.base, result.base)])
+                step, shown(row[0]), shown_difference(row[0], base), shown_change(row[0], base), shown(value),
+                shown_difference(value, result.base), shown_change(value, result.base)])
     return header, rows
 
 
@@ -294,7 +299,7 @@ def output_detail_table(texts, run, result):
         item, row = run.inputs[i], result.values[i][s]
         value = row[1 + result.position]
         rows[rank - 1] = [rank, label(item), *places(run, item), item["cell"], s + 1, shown(row[0]),
-                          shown_ratio(row[0], item["base"], abs(item["base"])), shown(value),
+                          shown_change(row[0], item["base"]), shown(value),
                           shown(change(value, result.base))]
     return header, rows[:65525]
 
@@ -309,7 +314,7 @@ def detail_by_input_table(texts, run, results):
             line = [label(item), *places(run, item), item["cell"]]
             line = (line if step == 1 else [None] * len(line)) + [texts[108].replace("{1}", str(step))]
             for value, base in [(row[0], item["base"])] + [(row[1 + r.position], r.base) for r in results]:
-                line += [shown(value), shown_difference(value, base), shown_ratio(value, base, base)]
+                line += [shown(value), shown_difference(value, base), shown_change(value, base)]
             rows.append(line)
     return header, rows[:65525]
 

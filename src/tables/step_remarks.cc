@@ -1,0 +1,54 @@
+#include "tables/step_remarks.h"
+
+#include <algorithm>
+
+namespace ordvane::tables {
+namespace {
+
+// String ids.
+constexpr std::int16_t kLeftOut = 260;
+constexpr std::int16_t kFailedNote = 261;
+constexpr std::int16_t kFailedLine = 262;
+constexpr std::int16_t kFailedItem = 263;
+constexpr std::int16_t kBaseNote = 264;
+constexpr std::int16_t kBaseLine = 265;
+constexpr std::int16_t kMore = 266;
+
+constexpr std::size_t kMostItems = 12;
+
+}  // namespace
+
+std::string ListOf(const session::Session& session, const std::vector<std::string>& items) {
+  const std::string separator = session.environment->numbers().list_separator();
+  const std::size_t shown = std::min(items.size(), kMostItems);
+  std::string list;
+  for (std::size_t i = 0; i < shown; ++i) list += (i == 0 ? "" : separator) + items[i];
+  if (shown == items.size()) return list;
+  return session.text(kMore, list, static_cast<std::int64_t>(items.size() - shown));
+}
+
+std::string StepNote(const session::Session& session, const model::StepFacts& facts) {
+  std::string note;
+  if (facts.failed > 0)
+    note = session.text(kFailedNote, std::int64_t{facts.failed}, std::int64_t{facts.steps});
+  if (facts.leaves_out_base) note += (note.empty() ? "" : "\n") + session.text(kBaseNote);
+  return note;
+}
+
+void StepRemarks::add(const std::string& label, const model::StepFacts& facts) {
+  if (facts.failed > 0)
+    failed_.push_back(
+        session_.text(kFailedItem, label, std::int64_t{facts.failed}, std::int64_t{facts.steps}));
+  if (facts.leaves_out_base) without_base_.push_back(label);
+}
+
+void StepRemarks::write(ReportSheet& sheet) const {
+  const auto line = [&](std::int16_t id, const std::vector<std::string>& items) {
+    if (!items.empty()) sheet.AddLine(session_.text(id, ListOf(session_, items)));
+  };
+  line(kLeftOut, left_out_);
+  line(kFailedLine, failed_);
+  line(kBaseLine, without_base_);
+}
+
+}  // namespace ordvane::tables
