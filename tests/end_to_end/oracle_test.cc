@@ -35,6 +35,11 @@ CommandResult report(const fs::path& run, const fs::path& workbook, const std::s
                      shell_quoted(workbook.string()) + " --overwrite --quiet " + options);
 }
 
+CommandResult show_json(const fs::path& run, int simulation = 1) {
+  return run_command(std::string(ORDVANE_COMMAND) + " show --json --simulation " +
+                     std::to_string(simulation) + " " + shell_quoted(run.string()));
+}
+
 CommandResult oracle(const fs::path& run, const fs::path& workbook, const std::string& options) {
   return python(kHere / "oracle.py", {run, workbook}, options);
 }
@@ -73,6 +78,13 @@ class Reports : public testing::TestWithParam<fs::path> {
     return path;
   }
 
+  // What the terminal says of it, as data.
+  void shown(int simulation, const fs::path& file) {
+    const CommandResult result = show_json(GetParam(), simulation);
+    EXPECT_EQ(result.status, 0) << result.output;
+    std::ofstream(file) << result.output;
+  }
+
  private:
   TemporaryFolder folder_;
 };
@@ -83,6 +95,23 @@ TEST_P(Reports, ShowWhatTheRunSays) {
     SCOPED_TRACE(options);
     const CommandResult compared = oracle(GetParam(), workbook(options), options);
     EXPECT_EQ(compared.status, 0) << compared.output;
+  }
+}
+
+// What the run's reports say of one thing is the same in every one of them, and in the terminal.
+TEST_P(Reports, AgreeWithOneAnother) {
+  const auto run = nlohmann::json::parse(file_text(GetParam()));
+  const TemporaryFolder folder;
+  std::vector<fs::path> files = {folder / "reports.xlsx"};
+  for (int simulation = 1; simulation <= run.value("simulations", 1); ++simulation) {
+    files.push_back(folder / ("shown-" + std::to_string(simulation) + ".json"));
+    shown(simulation, files.back());
+  }
+  for (const char* options : {"--max-inputs 32", "--max-inputs 32 --percent"}) {
+    SCOPED_TRACE(options);
+    fs::copy_file(workbook(options), files.front(), fs::copy_options::overwrite_existing);
+    const CommandResult agreed = python(kHere / "agreement.py", files);
+    EXPECT_EQ(agreed.status, 0) << agreed.output;
   }
 }
 
@@ -128,6 +157,21 @@ TEST(Oracle, NoticesOneChangedDigit) {
   }
 }
 
+// Nor does one of reports that all agree: what another simulation of the run did must be noticed.
+TEST(Agreement, NoticesFiguresOfAnotherSimulation) {
+  const fs::path run = kHere / "runs/three-simulations.run.json";
+  const TemporaryFolder folder;
+  ASSERT_EQ(report(run, folder / "reports.xlsx", "--all").status, 0);
+  std::vector<fs::path> files = {folder / "reports.xlsx"};
+  for (const int simulation : {1, 3, 2}) {
+    files.push_back(folder / ("shown-" + std::to_string(simulation) + ".json"));
+    std::ofstream(files.back()) << show_json(run, simulation).output;
+  }
+  const CommandResult agreed = python(kHere / "agreement.py", files);
+  EXPECT_EQ(agreed.status, 1) << agreed.output;
+  EXPECT_NE(agreed.output.find("show, output 1"), std::string::npos) << agreed.output;
+}
+
 // By hand: a goes from 1 to 4 about its base of 2, b from 1.5 to 6 about 3. The interaction is the swing of
 // both together less those of each alone.
 TEST(ProductsAndSums, InteractAsAlgebraSays) {
@@ -140,8 +184,7 @@ TEST(ProductsAndSums, InteractAsAlgebraSays) {
       {"a plus b, at most 7", -2},  // (7 - 2.5) - (7 - 4) - (7 - 3.5)
       {"Weighted sum", 0},          // nothing is left of the rounding
   };
-  const CommandResult shown = run_command(std::string(ORDVANE_COMMAND) + " show --json " +
-                                          shell_quoted((kHere / "runs/products-and-sums.run.json").string()));
+  const CommandResult shown = show_json(kHere / "runs/products-and-sums.run.json");
   ASSERT_EQ(shown.status, 0) << shown.output;
   const auto outputs = nlohmann::json::parse(shown.output)["outputs"];
   ASSERT_EQ(outputs.size(), std::size(kCases));
