@@ -10,7 +10,8 @@
 
 #include "environment/string_table.h"
 #include "model/decimal.h"
-#include "model/text.h"
+#include "text/edit.h"
+#include "text/utf16.h"
 
 namespace ordvane::environment {
 namespace {
@@ -72,10 +73,8 @@ std::int32_t language_id_of(std::string_view code) {
 }
 
 std::string language_of_locale(std::string_view locale) {
-  std::string name(locale.substr(0, locale.find_first_of(".@")));
-  std::transform(name.begin(), name.end(), name.begin(), [](char c) {
-    return c == '_' ? '-' : c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
-  });
+  std::string name = text::lower_ascii(locale.substr(0, locale.find_first_of(".@")));
+  std::replace(name.begin(), name.end(), '_', '-');
   // Who writes Chinese in traditional characters is not served by simplified ones.
   for (const char* traditional : {"zh-tw", "zh-hk", "zh-mo", "zh-hant"})
     if (name.starts_with(traditional)) return Settings().language;
@@ -160,7 +159,7 @@ host::NumberService& StandardEnvironment::numbers() {
 }
 
 std::string StandardEnvironment::shorten(const std::string& text, std::int32_t limit) {
-  return model::shortened(text, limit);
+  return text::shortened(text, limit);
 }
 
 void StandardEnvironment::raise_error(std::int32_t code, const std::string& message) {

@@ -7,8 +7,9 @@
 
 #include "run_files.h"
 #include "runfile/known_fields.h"
-#include "runfile/utf8.h"
 #include "runfile/values.h"
+#include "text/edit.h"
+#include "text/utf8.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -130,6 +131,10 @@ TEST(ReadRun, PlacesMistakesOfTheRunFile) {
   ASSERT_EQ(folder.complaint(kJson, kCsv), "");
   for (const BadCase& bad : kBadJson)
     EXPECT_EQ(folder.complaint(with(kJson, bad.from, bad.to), kCsv), bad.complaint) << bad.what;
+  const std::string upper = with(kJson, "\"S 1\", \"cell\": \"C5\"", "\"\u00C4rzte\", \"cell\": \"C5\"");
+  EXPECT_EQ(
+      folder.complaint(with(upper, "\"S 1\", \"cell\": \"C6\"", "\"\u00E4rzte\", \"cell\": \"C5\""), kCsv),
+      "a.run.json:inputs[1].cell: is C5 on \"\u00E4rzte\" of \"m.xlsx\", like that of inputs[0]");
   EXPECT_EQ(folder.complaint("\xEF\xBB\xBF \n", kCsv), "a.run.json: is empty; a run file is expected");
   EXPECT_EQ(folder.complaint("[]", kCsv), "a.run.json: is a list; an object { ... } is expected");
 }
@@ -323,8 +328,8 @@ TEST(ReadRun, ReadsAndRefusesWhatItsPageShows) {
 
 // Valid UTF-8 in one line, whatever was in the file.
 void expect_printable(const std::string& complaint) {
-  EXPECT_EQ(one_line(complaint), complaint);
-  EXPECT_EQ(first_invalid_byte(complaint), std::string::npos);
+  EXPECT_EQ(text::one_line(complaint), complaint);
+  EXPECT_EQ(text::first_invalid_byte(complaint), std::string::npos);
 }
 
 // Three inputs, a group of two and one of three, their rows inline.
