@@ -18,6 +18,7 @@
 #include "runfile/cell_address.h"
 #include "runfile/json_tree.h"
 #include "runfile/known_fields.h"
+#include "runfile/other_file.h"
 #include "runfile/recalculations.h"
 #include "runfile/run.h"
 #include "text/edit.h"
@@ -603,6 +604,7 @@ std::string_view nearest_field(std::string_view name, const std::vector<KnownFie
 Run read_run(const std::filesystem::path& file) {
   const std::string name = file.string();
   const std::string text = read_file(file);
+  if (const std::string fault = other_file_fault(file, text); !fault.empty()) throw BadRun(name, "", fault);
   const Json tree = parse_json(checked_text(text, name), name);
   const JsonValue root(tree, "", name);
   check_format(root);

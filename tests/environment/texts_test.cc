@@ -170,7 +170,12 @@ TEST(Languages, AreChosenByLocale) {
       {"zh_CN.UTF-8", "zh"}, {"zh-Hans-HK", "zh"}, {"zh_TW", "en"},      {"zh", "zh"},    {"C.UTF-8", "en"},
       {"nl_NL", "en"},       {"deutsch", "en"},    {"", "en"},
   };
-  for (const auto& [locale, code] : kCases) EXPECT_EQ(language_of_locale(locale), code) << locale;
+  for (const auto& [locale, code] : kCases) {
+    EXPECT_EQ(language_of_locale(locale), code) << locale;
+    const bool has_texts = std::string_view(code) != "en";
+    EXPECT_EQ(language_named(locale), has_texts ? std::optional<std::string>(code) : std::nullopt) << locale;
+  }
+  EXPECT_EQ(language_named("EN_gb.utf8"), "en");
 }
 
 TEST(StringTable, FillsPlacesWithArgumentsOfEveryKind) {

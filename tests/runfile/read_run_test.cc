@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,6 +14,9 @@
 
 namespace ordvane::runfile {
 namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
 
 using host::CellError;
 
@@ -497,6 +501,42 @@ TEST(ReadRun, RefusesWhatIsNoFile) {
   std::filesystem::create_directory(folder.path() / "sub");
   for (const char* name : {"missing.run.json", "sub", "a.run.json"})
     EXPECT_THROW(read_run(folder.path() / name), BadRun) << name;
+}
+
+TEST(ReadRun, SaysWhatAnotherFileIs) {
+  const RunFolder folder;
+  folder.write("b.run.json", kJson);
+  const std::string zip("PK\x03\x04");
+  const struct {
+    const char* name;
+    std::string content, kind, hint;
+  } kCases[] = {
+      {"a.xlsx", zip + "xl/workbook.xml", "an Excel workbook", "sweep.py records one from a workbook"},
+      {"a.run.json", zip + "xl/workbook.xml", "an Excel workbook", "docs/run-file.md"},
+      {"a.ods", zip + "mimetypeapplication/vnd.oasis.opendocument.spreadsheet", "an OpenDocument spreadsheet",
+       ""},
+      {"a.zip", zip + "run.json", "a zip archive", ""},
+      {"a.xls", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "a workbook of an old or encrypted format", ""},
+      {"c.csv", kCsv, "a table of values", "sweep.py"},
+      {"a.txt", kCsv, "a table of values", ""},
+      {"b.run.csv", kCsv, "a table of values", "b.run.json\" meant?"},
+      {"b.csv", kCsv, "a table of values", "b.run.json\" meant?"},
+      {"b.run.groups.csv", kCsv, "a table of values", "b.run.json\" meant?"},
+  };
+  for (const auto& c : kCases) {
+    folder.write(c.name, c.content);
+    try {
+      read_run(folder.path() / c.name);
+      ADD_FAILURE() << c.name << " was read";
+    } catch (const BadRun& bad) {
+      EXPECT_THAT(bad.what(),
+                  AllOf(HasSubstr(std::string(c.name) + ": is " + c.kind + "; a run file is expected: JSON"),
+                        HasSubstr(c.hint)));
+    }
+  }
+  folder.write("a.run.csv", kCsv);
+  folder.write("json.csv", kJson);
+  EXPECT_EQ(read_run(folder.path() / "json.csv").inputs.size(), 2U) << "the content decides";
 }
 
 TEST(ReadRun, FindsOneBadCellInAMillionLines) {
