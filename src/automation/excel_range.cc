@@ -6,7 +6,7 @@
 
 #include "automation/cell_variants.h"
 #include "automation/excel_objects.h"
-#include "model/text.h"
+#include "text/utf16.h"
 
 namespace ordvane::automation {
 namespace {
@@ -21,7 +21,7 @@ constexpr const char* kTextFormat = "@";
 constexpr const char* kGeneralFormat = "General";
 
 void check_text(const std::string& text) {
-  if (text.size() > kLongestText && model::utf16_length(text) > kLongestText)
+  if (text.size() > kLongestText && text::utf16_length(text) > kLongestText)
     throw host::Error(host::errc::kHostRefused, "A cell holds at most 32,767 characters");
 }
 
@@ -200,7 +200,7 @@ void ExcelRange::put(const host::CellBlock& block) {
     const std::string& text = block.text(id);
     check_text(text);
     risky[id] = may_be_read_otherwise(text);
-    large[id] = text.size() > kLongestTextInArray && model::utf16_length(text) > kLongestTextInArray;
+    large[id] = text.size() > kLongestTextInArray && text::utf16_length(text) > kLongestTextInArray;
   }
   TextCells text_cells(*this);
   const auto mark = [&](std::int32_t row, std::int32_t column) {

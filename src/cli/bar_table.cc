@@ -27,7 +27,7 @@ void BarTable::add(std::vector<std::string> row) {
 
 int BarTable::widest(std::size_t column) const {
   int width = 0;
-  for (const auto& row : rows_) width = std::max(width, display_width(row[column]));
+  for (const auto& row : rows_) width = std::max(width, unicode::display_width(row[column]));
   return width;
 }
 
@@ -59,7 +59,8 @@ std::string BarTable::line(const std::vector<std::string>& row, const std::strin
     if (i == bar_at_) line += std::string(kBarGap, ' ') + bar;
     if (!shown_[i]) continue;
     line += std::string(static_cast<std::size_t>(columns_[i].gap), ' ') +
-            fitted(row[i], widths_[i], !columns_[i].name && !columns_[i].left);
+            fitted(row[i], widths_[i],
+                   columns_[i].name || columns_[i].left ? unicode::Side::kLeft : unicode::Side::kRight);
   }
   line.resize(line.find_last_not_of(' ') + 1);
   return line + '\n';

@@ -2,17 +2,12 @@
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
+#include "unicode/names.h"
 
 namespace ordvane::cli {
 namespace {
 
 constexpr std::size_t kMostCandidates = 20;
-
-std::string lower(std::string text) {
-  for (char& letter : text)
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  return text;
-}
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
   for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
@@ -20,15 +15,15 @@ std::string replaced(std::string text, const std::string& from, const std::strin
   return text;
 }
 
-// An address as typed, in lower case. Book and sheet are empty where it has none.
+// An address as typed. Book and sheet are empty where it has none.
 struct Address {
   std::string book, sheet, cell;
 
   explicit Address(const std::string& typed) {
     const std::size_t mark = typed.rfind('!');
-    cell = lower(replaced(mark == std::string::npos ? typed : typed.substr(mark + 1), "$", ""));
+    cell = replaced(mark == std::string::npos ? typed : typed.substr(mark + 1), "$", "");
     if (mark == std::string::npos) return;
-    sheet = lower(typed.substr(0, mark));
+    sheet = typed.substr(0, mark);
     if (sheet.size() >= 2 && sheet.front() == '\'' && sheet.back() == '\'')
       sheet = replaced(sheet.substr(1, sheet.size() - 2), "''", "'");
     const std::size_t end_of_book = sheet.find(']');
@@ -38,8 +33,9 @@ struct Address {
   }
 
   bool names(const runfile::Item& item) const {
-    return lower(replaced(item.cell, "$", "")) == cell && (sheet.empty() || lower(item.sheet) == sheet) &&
-           (book.empty() || lower(item.book) == book);
+    return unicode::same_name(replaced(item.cell, "$", ""), cell) &&
+           (sheet.empty() || unicode::same_name(item.sheet, sheet)) &&
+           (book.empty() || unicode::same_name(item.book, book));
   }
 };
 
@@ -66,7 +62,8 @@ std::string listed(const runfile::Run& run, const Positions& positions) {
 Positions matches_of(const runfile::Run& run, const std::string& wanted) {
   Positions found = outputs_where(run, [&](const runfile::Item& item) { return item.name == wanted; });
   if (found.empty())
-    found = outputs_where(run, [&](const runfile::Item& item) { return lower(item.name) == lower(wanted); });
+    found =
+        outputs_where(run, [&](const runfile::Item& item) { return unicode::same_name(item.name, wanted); });
   if (found.empty()) {
     const Address address(wanted);
     found = outputs_where(run, [&](const runfile::Item& item) { return address.names(item); });

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "unicode/columns.h"
+
 namespace ordvane::cli {
 
 // Columns of standard output: COLUMNS, else what the terminal says, else 80.
@@ -11,12 +13,11 @@ int terminal_width();
 // The locale's characters are UTF-8, so that bars and names can be drawn with more than ASCII.
 bool terminal_is_utf8();
 
-// A text for the terminal: control characters, and what the locale cannot show, become "?".
+// A text for the terminal: control characters, and what the locale cannot show, become "?". A terminal that
+// is not for UTF-8 gets ASCII alone.
 std::string printable(std::string_view text);
-// Columns that a printable text takes.
-int display_width(std::string_view text);
 // A printable text in exactly `columns` columns: filled up, or cut with a mark.
-std::string fitted(std::string_view text, int columns, bool right = false);
+std::string fitted(std::string_view text, int columns, unicode::Side side = unicode::Side::kLeft);
 
 // One line on standard error, written over by the next, gone when the object is. Shows nothing when standard
 // error is no terminal.

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "host/error.h"
-#include "office/address.h"
 #include "office/number_format.h"
+#include "unicode/names.h"
 
 namespace ordvane::embedded {
 namespace {
@@ -25,7 +25,7 @@ ReportTarget::ReportTarget(office::OfficeApplication& application, const runfile
                            const xlsx::ExistingWorkbook& existing)
     : existing_(existing) {
   const std::string name = existing.path().filename().string();
-  const auto is_named_so = [&](const runfile::Item& item) { return office::same_name(item.book, name); };
+  const auto is_named_so = [&](const runfile::Item& item) { return unicode::same_name(item.book, name); };
   is_model_ = std::any_of(run.inputs.begin(), run.inputs.end(), is_named_so) ||
               std::any_of(run.outputs.begin(), run.outputs.end(), is_named_so);
   const auto book = is_model_ ? application.workbook(name) : application.active_workbook();

@@ -10,7 +10,8 @@
 
 #include "environment/string_table.h"
 #include "model/decimal.h"
-#include "model/text.h"
+#include "text/edit.h"
+#include "text/utf16.h"
 
 namespace ordvane::environment {
 namespace {
@@ -71,16 +72,19 @@ std::int32_t language_id_of(std::string_view code) {
   return found == all_languages().end() ? 0 : found->second.id;
 }
 
-std::string language_of_locale(std::string_view locale) {
-  std::string name(locale.substr(0, locale.find_first_of(".@")));
-  std::transform(name.begin(), name.end(), name.begin(), [](char c) {
-    return c == '_' ? '-' : c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
-  });
+std::optional<std::string> language_named(std::string_view name) {
+  std::string tag = text::lower_ascii(name.substr(0, name.find_first_of(".@")));
+  std::replace(tag.begin(), tag.end(), '_', '-');
   // Who writes Chinese in traditional characters is not served by simplified ones.
   for (const char* traditional : {"zh-tw", "zh-hk", "zh-mo", "zh-hant"})
-    if (name.starts_with(traditional)) return Settings().language;
-  const std::string code = name.substr(0, name.find('-'));
-  return language_id_of(code) != 0 ? code : Settings().language;
+    if (tag.starts_with(traditional)) return std::nullopt;
+  std::string code = tag.substr(0, tag.find('-'));
+  if (language_id_of(code) == 0) return std::nullopt;
+  return code;
+}
+
+std::string language_of_locale(std::string_view locale) {
+  return language_named(locale).value_or(Settings().language);
 }
 
 StandardNumberService::StandardNumberService(const std::string& code) : language_(language(code)) {}
@@ -160,7 +164,7 @@ host::NumberService& StandardEnvironment::numbers() {
 }
 
 std::string StandardEnvironment::shorten(const std::string& text, std::int32_t limit) {
-  return model::shortened(text, limit);
+  return text::shortened(text, limit);
 }
 
 void StandardEnvironment::raise_error(std::int32_t code, const std::string& message) {

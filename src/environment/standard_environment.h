@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,7 +22,10 @@ struct Language;
 std::vector<std::string> languages();
 // 0 for an unknown code.
 std::int32_t language_id_of(std::string_view code);
-// The language for a user of this locale ("de_AT.UTF-8", "pt-BR"); "en" where there is no better one.
+// The code of the language that a user or the system calls so: "DE", "pt-BR", "de_AT.UTF-8". Nothing when
+// there are no texts in it; those in simplified Chinese are none for readers of traditional characters.
+std::optional<std::string> language_named(std::string_view name);
+// The language for a user of this locale; "en" where there is no better one.
 std::string language_of_locale(std::string_view locale);
 
 class StandardNumberService : public host::NumberService {

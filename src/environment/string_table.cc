@@ -10,18 +10,13 @@
 #include <set>
 
 #include "environment/string_resources.h"
+#include "text/edit.h"
 
 namespace ordvane::environment {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r";
 constexpr std::size_t kPlaces = 3;
-
-std::string_view without_blanks(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(kBlanks);
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
-}
 
 // Reads one string file, line by line.
 class Reader {
@@ -32,7 +27,7 @@ class Reader {
     while (!file.empty()) {
       ++line_number_;
       const std::size_t end = file.find('\n');
-      read_line(without_blanks(file.substr(0, end)));
+      read_line(text::trimmed(file.substr(0, end), kBlanks));
       file = end == std::string_view::npos ? std::string_view() : file.substr(end + 1);
     }
     for (const char* setting : {"@id", "@decimal", "@group", "@date", "@list"})
@@ -50,8 +45,8 @@ class Reader {
     if (line.empty() || line.front() == '#') return;
     const std::size_t equals = line.find('=');
     if (equals == std::string_view::npos) fail("expected \"id = text\"");
-    const std::string_view key = without_blanks(line.substr(0, equals));
-    const std::string_view value = without_blanks(line.substr(equals + 1));
+    const std::string_view key = text::trimmed(line.substr(0, equals), kBlanks);
+    const std::string_view value = text::trimmed(line.substr(equals + 1), kBlanks);
     if (key.starts_with('@')) {
       read_setting(key, value);
     } else if (!language_.texts.emplace(number(key), unescaped(value)).second) {

@@ -5,8 +5,9 @@
 #include <cmath>
 
 #include "graphs/graph_sheet.h"
-#include "model/text.h"
 #include "tables/utils.h"
+#include "text/edit.h"
+#include "text/utf16.h"
 
 namespace ordvane::graphs {
 namespace {
@@ -204,7 +205,7 @@ void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, 
 }
 
 std::string SeriesName(const model::DralInputOutput& input) {
-  const std::string name(model::trimmed(model::left(input.ioName, kSeriesNameLimit)));
+  const std::string name(text::trimmed(text::left(input.ioName, kSeriesNameLimit)));
   return tables::NameWithAddress(name, input.cellAddress);
 }
 

@@ -1,11 +1,11 @@
 #include "model/graph_ranges.h"
 
-#include "model/text.h"
+#include "text/edit.h"
 
 namespace ordvane::model {
 
 void OrdvaneGraphRange::set_rName(const std::string& name) {
-  name_ = trimmed(name);
+  name_ = text::trimmed(name);
 }
 
 std::shared_ptr<OrdvaneGraphRange> OrdvaneGraphRanges::Add(std::int32_t /*key*/) {

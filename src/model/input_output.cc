@@ -1,7 +1,7 @@
 #include "model/input_output.h"
 
 #include "model/naming.h"
-#include "model/text.h"
+#include "text/edit.h"
 
 namespace ordvane::model {
 namespace {
@@ -29,7 +29,7 @@ DralInputOutput::DralInputOutput(const std::shared_ptr<const NumberRules>& rules
     : rules_(rules_or_default(rules)) {}
 
 void DralInputOutput::set_SimpleName(const std::string& name) {
-  simple_name_ = trimmed(name);
+  simple_name_ = text::trimmed(name);
 }
 
 std::string DralInputOutput::SimpleNameShort() const {
@@ -37,7 +37,7 @@ std::string DralInputOutput::SimpleNameShort() const {
 }
 
 void DralInputOutput::set_QualifiedName(const std::string& name) {
-  qualified_name_ = trimmed(name);
+  qualified_name_ = text::trimmed(name);
 }
 
 std::string DralInputOutput::NameOrQualifiedCellAddressName(OrdvaneRangeMode mode) const {

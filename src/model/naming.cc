@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "model/text.h"
+#include "text/edit.h"
+#include "text/utf16.h"
 
 namespace ordvane::model {
 namespace {
@@ -44,9 +45,9 @@ DefaultLabel GetDefaultDralLabelForCellRange(session::Session& session, host::Ra
   const std::string address = cell.address(true, true);
   session.log.line(std::string(kLogPrefix) + "theCell: " + address);
   DefaultLabel label = label_of(session, cell);
-  const std::string cut(cut_at_nul(label.text));
+  const std::string cut(text::cut_at_nul(label.text));
   session.log.line(kLogPrefix + address + "    String: " + cut +
-                   "    Len: " + std::to_string(utf16_length(cut)));
+                   "    Len: " + std::to_string(text::utf16_length(cut)));
   return label;
 }
 
@@ -56,14 +57,14 @@ DefaultLabel default_label_by_address(session::Session& session, const std::stri
 
 std::string short_default_label(session::Session& session, host::Range& cell, const std::string& name) {
   const DefaultLabel label = GetDefaultDralLabelForCellRange(session, cell);
-  std::string whole(cut_at_nul(label.text));
+  std::string whole(text::cut_at_nul(label.text));
   if (whole.empty()) return name;
-  if (utf16_length(whole) <= kLongestWholeLabel) return whole;
+  if (text::utf16_length(whole) <= kLongestWholeLabel) return whole;
 
   const std::string first = text_of(label.first_cell);
   const std::string second = text_of(label.second_cell);
-  const std::int32_t first_length = utf16_length(first);
-  const std::int32_t second_length = utf16_length(second);
+  const std::int32_t first_length = text::utf16_length(first);
+  const std::int32_t second_length = text::utf16_length(second);
   std::int32_t first_room = kHalfLabelRoom;
   std::int32_t second_room = kHalfLabelRoom;
   if (first_length < kHalfLabelRoom) {
@@ -73,15 +74,15 @@ std::string short_default_label(session::Session& session, host::Range& cell, co
     first_room = kLabelRoom - second_length;
     second_room = second_length;
   }
-  return std::string(
-      trimmed(std::string(left(first, first_room)) + " / " + std::string(left(second, second_room))));
+  return std::string(text::trimmed(std::string(text::left(first, first_room)) + " / " +
+                                   std::string(text::left(second, second_room))));
 }
 
 std::string clean_sheet_name(const std::string& name) {
   std::string cleaned = name;
   std::erase_if(cleaned,
                 [](char c) { return std::string_view("\\:/?*[]").find(c) != std::string_view::npos; });
-  return std::string(left(cleaned, kSheetNameLimit));
+  return std::string(text::left(cleaned, kSheetNameLimit));
 }
 
 std::string external_address(const std::string& book, const std::string& sheet, const std::string& cell) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "model/text.h"
+#include "text/utf16.h"
 
 namespace ordvane::model {
 
@@ -25,7 +25,7 @@ double NumberRules::fractional_change(double value, double base) const {
 }
 
 std::string NumberRules::shorten(const std::string& text, std::int32_t limit) const {
-  return environment_ ? environment_->shorten(text, limit) : shortened(text, limit);
+  return environment_ ? environment_->shorten(text, limit) : text::shortened(text, limit);
 }
 
 }  // namespace ordvane::model

@@ -9,7 +9,8 @@
 #include <vector>
 
 #include "model/naming.h"
-#include "model/text.h"
+#include "text/edit.h"
+#include "text/utf16.h"
 
 namespace ordvane::model {
 namespace {
@@ -71,8 +72,8 @@ void set_location(session::Session& s, std::int32_t kind, const ItemInfo& info, 
   s.engine->DRL7_GetSheetWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index, info.sheet_index,
                                              record.sheetName);
   if (record.sheetName.empty()) record.sheetName = kDefaultSheetName;
-  record.cellAddress = without(cell, '$');
-  record.rangeAddress = without(range, '$');
+  record.cellAddress = text::without(cell, '$');
+  record.rangeAddress = text::without(range, '$');
   record.bookIndex = info.book_index;
   record.sheetIndex = info.sheet_index;
   record.CellIndex = info.cell_index;
@@ -108,7 +109,7 @@ void set_function(const ItemInfo& info, DralInputOutput& record) {
   record.originalFormula = info.formula;
   record.isFormula = info.formula.starts_with('=');
   std::string_view function =
-      mid(info.formula, info.function_start, info.function_stop - info.function_start + 1);
+      text::mid(info.formula, info.function_start, info.function_stop - info.function_start + 1);
   if (function.starts_with('=')) function.remove_prefix(1);
   record.originalDistribution = function;
 }
@@ -116,7 +117,7 @@ void set_function(const ItemInfo& info, DralInputOutput& record) {
 // Text of the argument between the given place and the next "," or ")".
 std::string argument_at(const std::string& formula, std::size_t begin) {
   const std::size_t end = formula.find_first_of(",)", begin);
-  return std::string(trimmed(formula.substr(begin, end == std::string::npos ? end : end - begin)));
+  return std::string(text::trimmed(formula.substr(begin, end == std::string::npos ? end : end - begin)));
 }
 
 std::string without_quotes(std::string text) {
@@ -159,7 +160,8 @@ std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int3
     const auto cell = cell_of(s, record);
     record.cellRangeThisInputOrOutput = cell;
     if (kind == engine::kInput) {
-      if (mid(info.formula, info.function_start, kAutomaticPrefixLength) == kAutomaticPrefix) ++autoCount;
+      if (text::mid(info.formula, info.function_start, kAutomaticPrefixLength) == kAutomaticPrefix)
+        ++autoCount;
       record.isDralInput = true;
       record.isMulti = info.is_multi != 0;
       record.rangeType = info.range_type;

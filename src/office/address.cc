@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
-#include "model/text.h"
+#include "text/utf16.h"
+#include "unicode/names.h"
 
 namespace ordvane::office {
 namespace {
@@ -89,8 +90,8 @@ bool looks_like_row_and_column(std::string_view name) {
 bool needs_quotes(std::string_view name) {
   if (name.empty() || is_digit(name[0]) || name[0] == '.') return true;
   if (!std::all_of(name.begin(), name.end(), is_plain_name_character)) return true;
-  return parse_area(name).has_value() || looks_like_row_and_column(name) || same_name(name, "TRUE") ||
-         same_name(name, "FALSE");
+  return parse_area(name).has_value() || looks_like_row_and_column(name) ||
+         unicode::same_name(name, "TRUE") || unicode::same_name(name, "FALSE");
 }
 
 std::string quoted(std::string_view name) {
@@ -122,18 +123,6 @@ std::optional<std::string> read_sheet_part(std::string_view address, std::size_t
     }
   }
   return std::nullopt;
-}
-
-// The small letter of a two-byte capital of the Latin, Greek and Cyrillic blocks.
-std::uint32_t lower(std::uint32_t c) {
-  if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 32;
-  if ((c >= 0x100 && c <= 0x137) || (c >= 0x14A && c <= 0x177)) return c | 1U;
-  if ((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) return (c & 1U) != 0 ? c + 1 : c;
-  if (c == 0x178) return 0xFF;
-  if (c >= 0x391 && c <= 0x3AB && c != 0x3A2) return c + 32;
-  if (c >= 0x410 && c <= 0x42F) return c + 32;
-  if (c >= 0x400 && c <= 0x40F) return c + 80;
-  return c;
 }
 
 }  // namespace
@@ -212,30 +201,14 @@ std::string external_address(const std::string& book, const std::string& sheet, 
   return (quotes ? quoted(place) : place) + "!" + area_name(area, absolute);
 }
 
-std::string folded(std::string_view name) {
-  std::string result;
-  for (std::size_t at = 0; at < name.size(); ++at) {
-    const auto byte = static_cast<unsigned char>(name[at]);
-    if ((byte & 0xE0U) == 0xC0 && at + 1 < name.size()) {
-      const std::uint32_t next = static_cast<unsigned char>(name[++at]);
-      const std::uint32_t small = lower((byte & 0x1FU) << 6U | (next & 0x3FU));
-      result += static_cast<char>(0xC0U | small >> 6U);
-      result += static_cast<char>(0x80U | (small & 0x3FU));
-    } else {
-      result += byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : name[at];
-    }
-  }
-  return result;
-}
-
 std::optional<std::string> sheet_name_fault(std::string_view name) {
   if (name.empty()) return "A sheet name must not be empty";
-  if (model::utf16_length(name) > kLongestSheetName) return "A sheet name has at most 31 characters";
+  if (text::utf16_length(name) > kLongestSheetName) return "A sheet name has at most 31 characters";
   if (name.find_first_of("\\/?*[]:") != std::string_view::npos)
     return "A sheet name must not contain any of \\ / ? * [ ] :";
   if (name.front() == '\'' || name.back() == '\'')
     return "A sheet name must not begin or end with an apostrophe";
-  if (same_name(name, "History")) return "The sheet name History is reserved";
+  if (unicode::same_name(name, "History")) return "The sheet name History is reserved";
   return std::nullopt;
 }
 

@@ -1,5 +1,4 @@
-// Addresses and names beyond what the plain data needs: external addresses, names compared as the
-// spreadsheet compares them.
+// Addresses beyond what the plain data needs: external addresses, and what a sheet may be named.
 #pragma once
 
 #include <optional>
@@ -19,11 +18,6 @@ std::optional<ExternalAddress> parse_external_address(std::string_view address);
 std::string external_address(const std::string& book, const std::string& sheet, const Area& area,
                              bool absolute);
 
-// Names that differ only in case are equal: Latin, Greek and Cyrillic letters.
-std::string folded(std::string_view name);
-inline bool same_name(std::string_view a, std::string_view b) {
-  return folded(a) == folded(b);
-}
 // What is wrong with a sheet name; nothing when it is well formed.
 std::optional<std::string> sheet_name_fault(std::string_view name);
 

@@ -3,6 +3,7 @@
 #include "office/handles.h"
 #include "office/label_macro.h"
 #include "office/office.h"
+#include "unicode/names.h"
 
 namespace ordvane::office {
 namespace {
@@ -112,7 +113,7 @@ host::CellValue Office::evaluate(const std::string& formula) {
 }
 
 std::string Office::run(const std::string& macro, host::Range& cell, std::int16_t selector) {
-  if (!same_name(macro, kFindLabelMacro)) refuse("There is no macro " + macro);
+  if (!unicode::same_name(macro, kFindLabelMacro)) refuse("There is no macro " + macro);
   RangeHandle& range = embedded(cell);
   return find_label(*range.sheet_handle(), {range.area().row, range.area().column}, selector);
 }

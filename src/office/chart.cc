@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "model/text.h"
 #include "office/handles.h"
+#include "text/utf16.h"
 
 namespace ordvane::office {
 namespace {
@@ -314,10 +314,10 @@ std::vector<TextRun> split_runs(const std::vector<TextRun>& runs, std::int32_t s
   std::vector<TextRun> result;
   std::int32_t at = 0;
   for (const TextRun& run : runs) {
-    const std::int32_t length = model::utf16_length(run.text);
+    const std::int32_t length = text::utf16_length(run.text);
     const std::int32_t first = std::clamp(start - at, 0, length), last = std::clamp(end - at, 0, length);
-    const std::string before(model::left(run.text, first));
-    const std::string until_last(model::left(run.text, last));
+    const std::string before(text::left(run.text, first));
+    const std::string until_last(text::left(run.text, last));
     for (const std::string& part :
          {before, until_last.substr(before.size()), run.text.substr(until_last.size())})
       if (!part.empty()) result.push_back({part, run.font});
@@ -430,7 +430,7 @@ void ChartHandle::format_title(std::int32_t start, std::int32_t length, const ho
   std::int32_t at = 0;
   for (TextRun& run : model().title) {
     if (at >= first && at < last) apply(font, run.font);
-    at += model::utf16_length(run.text);
+    at += text::utf16_length(run.text);
   }
 }
 

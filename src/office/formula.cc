@@ -6,8 +6,9 @@
 #include <cmath>
 #include <utility>
 
-#include "model/text.h"
 #include "office/number_format.h"
+#include "text/edit.h"
+#include "unicode/names.h"
 
 namespace ordvane::office {
 
@@ -47,7 +48,7 @@ CellValue number_or_error(double number) {
 }
 
 bool read_number(std::string_view text, double& number) {
-  text = model::trimmed(text);
+  text = text::trimmed(text);
   if (!text.empty() && text[0] == '+') text.remove_prefix(1);
   const bool starts_as_number = !text.empty() && text.find_first_of("0123456789.-") == 0;
   const char* const end = text.data() + text.size();
@@ -110,7 +111,7 @@ int order(const CellValue& left, const CellValue& right) {
   const bool a_blank = left.kind == CellKind::kBlank, b_blank = right.kind == CellKind::kBlank;
   const int ranks = (a_blank ? rank(right) : rank(left)) - (b_blank ? rank(left) : rank(right));
   if (ranks != 0) return ranks;
-  const int texts = folded(left.text).compare(folded(right.text));
+  const int texts = unicode::folded(left.text).compare(unicode::folded(right.text));
   if (texts != 0) return texts;
   return left.number < right.number ? -1 : left.number > right.number ? 1 : 0;
 }
@@ -393,7 +394,7 @@ NodePtr Parser::read_error() {
 NodePtr Parser::read_name() {
   const std::size_t start = at_;
   while (at_ < text_.size() && is_name_character(text_[at_])) ++at_;
-  const std::string name = folded(text_.substr(start, at_ - start));
+  const std::string name = unicode::folded(text_.substr(start, at_ - start));
   if (take("(")) {
     const auto entry = std::find_if(kFunctions.begin(), kFunctions.end(),
                                     [&](const FunctionEntry& known) { return known.name == name; });
@@ -498,7 +499,8 @@ CellValue typed_value(std::string_view text) {
   if (text.empty()) return {};
   if (text[0] == '\'') return std::string(text.substr(1));
   if (read_number(text, number)) return number;
-  if (same_name(text, "TRUE") || same_name(text, "FALSE")) return CellValue::boolean(same_name(text, "TRUE"));
+  if (unicode::same_name(text, "TRUE") || unicode::same_name(text, "FALSE"))
+    return CellValue::boolean(unicode::same_name(text, "TRUE"));
   if (host::cell_error_from_text(text, error)) return error;
   return std::string(text);
 }

@@ -8,6 +8,8 @@
 #include "office/address.h"
 #include "office/date_text.h"
 #include "office/formula.h"
+#include "text/utf8.h"
+#include "unicode/names.h"
 
 namespace ordvane::office {
 namespace {
@@ -132,7 +134,7 @@ bool same_letter(char a, char b) {
 }
 
 bool starts_with_word(std::string_view text, std::string_view word) {
-  return same_name(text.substr(0, word.size()), word);
+  return unicode::same_name(text.substr(0, word.size()), word);
 }
 
 // One section's code, from its start to the ";" or the end.
@@ -184,15 +186,12 @@ void SectionReader::read_token() {
   if (c == ',') return read_comma();
   if (c == '\\') {
     ++at_;
-    std::size_t length = 1;  // the whole character, not its first byte
-    while (at_ + length < code_.size() && (static_cast<unsigned char>(code_[at_ + length]) & 0xC0U) == 0x80)
-      ++length;
-    if (at_ < code_.size()) add_and_skip(Kind::kLiteral, length);
+    if (at_ < code_.size()) add_and_skip(Kind::kLiteral, text::code_point_at(code_, at_).bytes);
     return;
   }
   if (c == '_' || c == '*') {  // room for a character; a character that fills the cell
     if (c == '_') add(Kind::kLiteral, " ");
-    at_ = std::min(at_ + 2, code_.size());
+    if (++at_ < code_.size()) at_ += text::code_point_at(code_, at_).bytes;
     return;
   }
   if (is_digit_place(c)) {

@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "model/text.h"
 #include "office/refusal.h"
 #include "office/state.h"
+#include "text/utf16.h"
 
 namespace ordvane::office {
 namespace {
@@ -15,7 +15,7 @@ using host::CellValue;
 constexpr std::int32_t kLongestText = 32767;  // UTF-16 units
 
 void check_text(std::string_view text) {
-  if (text.size() > kLongestText && model::utf16_length(text) > kLongestText)
+  if (text.size() > kLongestText && text::utf16_length(text) > kLongestText)
     refuse("A cell holds at most 32,767 characters");
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "unicode/names.h"
+
 namespace ordvane::office {
 
 void Book::close() {
@@ -11,7 +13,7 @@ void Book::close() {
 
 std::shared_ptr<Sheet> Book::find_sheet(const std::string& name) const {
   for (const auto& sheet : sheets)
-    if (same_name(sheet->model->name, name)) return sheet;
+    if (unicode::same_name(sheet->model->name, name)) return sheet;
   return nullptr;
 }
 
@@ -69,7 +71,7 @@ ApplicationState::~ApplicationState() {
 
 std::shared_ptr<Book> ApplicationState::find_book(const std::string& name) const {
   for (const auto& book : books)
-    if (same_name(book->model->name, name)) return book;
+    if (unicode::same_name(book->model->name, name)) return book;
   return nullptr;
 }
 

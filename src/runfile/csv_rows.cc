@@ -11,8 +11,9 @@
 #include <system_error>
 
 #include "runfile/recalculations.h"
-#include "runfile/utf8.h"
 #include "runfile/values.h"
+#include "text/edit.h"
+#include "text/utf8.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -23,6 +24,7 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 // Runs up to this size are given their memory at once; a larger one first has to have a file of its size.
 constexpr std::int64_t kUnquestionedValues = std::int64_t{1} << 23;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBlanks = " \t";  // around a field
 
 // The rows of a file: lines, save that a quoted text may hold line breaks.
 class RowSource {
@@ -141,21 +143,22 @@ class FieldReader {
     }
     const std::string text = take();
     const std::string wanted = std::to_string(expected);
-    if (trimmed(text) != wanted)
-      fail("is " + quoted_text(text) + "; " + wanted + " is expected (rows go by " + leading_.order + ")");
+    if (text::trimmed(text, kBlanks) != wanted)
+      fail("is " + text::quoted_text(text) + "; " + wanted + " is expected (rows go by " + leading_.order +
+           ")");
   }
 
   double value() {
     std::string text;
     if (const auto number = number_or_nothing(text)) return *number;
-    fail("is " + quoted_text(text) + "; a number or an empty field is expected");
+    fail("is " + text::quoted_text(text) + "; a number or an empty field is expected");
   }
 
   void expect_nothing() {
     enter();
     const std::string text = take();
     if (!text.empty())
-      fail("is " + quoted_text(text) + "; an empty field is expected (the group has fewer members)");
+      fail("is " + text::quoted_text(text) + "; an empty field is expected (the group has fewer members)");
   }
 
   [[noreturn]] void fail_value(double value, double wanted) const {
@@ -165,19 +168,19 @@ class FieldReader {
   double result() {
     std::string text;
     if (const auto number = number_or_nothing(text)) return *number;
-    if (first_invalid_byte(text) != std::string_view::npos)
-      fail("is " + quoted_text(text) + ", which is not UTF-8 text");
-    return encode_text_result(trimmed(text));
+    if (text::first_invalid_byte(text) != std::string_view::npos)
+      fail("is " + text::quoted_text(text) + ", which is not UTF-8 text");
+    return encode_text_result(text::trimmed(text, kBlanks));
   }
 
   void expect_name(const std::string& expected) {
     enter();
     const std::string text = take();
-    if (trimmed(text) == expected) return;
+    if (text::trimmed(text, kBlanks) == expected) return;
     if (column_ == 1 && text.find_first_of(";\t") != std::string::npos)
       fail_row("fields are separated by commas, not by " +
                std::string(text.find(';') != std::string::npos ? "semicolons" : "tabs"));
-    fail("is named " + quoted_text(text) + "; " + expected + " is expected");
+    fail("is named " + text::quoted_text(text) + "; " + expected + " is expected");
   }
 
   void finish() {
@@ -215,7 +218,7 @@ class FieldReader {
   // Numbers as other programs may write them: quoted, with blanks around or a plus sign. Numbers too small to
   // be told from zero are zero; too large ones are refused.
   std::optional<double> unusual_number(const std::string& text) const {
-    std::string_view digits = trimmed(text);
+    std::string_view digits = text::trimmed(text, kBlanks);
     if (digits.starts_with('+') && !digits.starts_with("+-")) digits.remove_prefix(1);
     double number = 0;
     const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
@@ -228,15 +231,8 @@ class FieldReader {
       return std::nullopt;  // the words "inf" and "nan" are texts
     }
     if (!(std::fabs(number) < kNumberLimit))
-      fail("is " + quoted_text(text) + "; a number " + kNumberRange + " is expected");
+      fail("is " + text::quoted_text(text) + "; a number " + kNumberRange + " is expected");
     return number;
-  }
-
-  static std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t";
-    const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos) return {};
-    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
   }
 
   // The field's text, without the quotes around it.
@@ -249,7 +245,7 @@ class FieldReader {
     std::string text;
     for (++at_; at_ != end_; ++at_) {
       if (*at_ == '"' && (++at_ == end_ || *at_ != '"')) {
-        if (!at_field_end(at_)) fail("has text behind the closing quote of " + quoted_text(text));
+        if (!at_field_end(at_)) fail("has text behind the closing quote of " + text::quoted_text(text));
         return text;
       }
       text += *at_;

@@ -13,8 +13,9 @@
 #include "host/error.h"
 #include "model/combinations.h"
 #include "runfile/recalculations.h"
-#include "runfile/utf8.h"
 #include "runfile/values.h"
+#include "text/edit.h"
+#include "unicode/columns.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -23,7 +24,7 @@ constexpr int kDigits = 10;
 constexpr std::size_t kLongestName = 60;
 constexpr const char* kNone = "-";
 
-enum class Side { kLeft, kRight };
+using unicode::Side;
 
 // Rows of texts whose columns are as wide as their longest entry.
 class TextTable {
@@ -31,7 +32,8 @@ class TextTable {
   explicit TextTable(std::vector<Side> sides) : sides_(std::move(sides)), widths_(sides_.size()) {}
 
   void add(std::vector<std::string> row) {
-    for (std::size_t c = 0; c < row.size(); ++c) widths_[c] = std::max(widths_[c], display_width(row[c]));
+    for (std::size_t c = 0; c < row.size(); ++c)
+      widths_[c] = std::max(widths_[c], unicode::display_width(row[c]));
     rows_.push_back(std::move(row));
   }
 
@@ -39,10 +41,8 @@ class TextTable {
     std::string text;
     for (const auto& row : rows_) {
       std::string line;
-      for (std::size_t c = 0; c < row.size(); ++c) {
-        const std::string blanks(widths_[c] - display_width(row[c]), ' ');
-        line += "  " + (sides_[c] == Side::kRight ? blanks + row[c] : row[c] + blanks);
-      }
+      for (std::size_t c = 0; c < row.size(); ++c)
+        line += "  " + unicode::padded(row[c], widths_[c], sides_[c]);
       text += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
     }
     return text;
@@ -50,7 +50,7 @@ class TextTable {
 
  private:
   std::vector<Side> sides_;
-  std::vector<std::size_t> widths_;
+  std::vector<int> widths_;
   std::vector<std::vector<std::string>> rows_;
 };
 
@@ -115,7 +115,7 @@ std::string name_text(const Item& item) {
   const std::string& name = named                  ? item.name
                             : !item.labels.empty() ? item.labels.front().text
                                                    : item.default_name;
-  return one_line(cut_to(name, kLongestName));
+  return text::one_line(text::cut_to(name, kLongestName));
 }
 
 class Description {
@@ -136,11 +136,11 @@ class Description {
   std::string totals(std::int64_t others) const {
     TextTable table({Side::kLeft, Side::kLeft});
     std::string books;
-    for (const std::string& book : books_) books += (books.empty() ? "" : ", ") + one_line(book);
+    for (const std::string& book : books_) books += (books.empty() ? "" : ", ") + text::one_line(book);
     const std::string each = std::to_string(run_.recalculations);
     const auto results =
         static_cast<std::int64_t>(run_.output_values.size() + run_.group_output_values.size());
-    table.add({"File", one_line(run_.file.string())});
+    table.add({"File", text::one_line(run_.file.string())});
     table.add({books_.size() == 1 ? "Workbook" : "Workbooks", books});
     table.add({"Simulations", std::to_string(run_.simulations)});
     table.add({"Inputs", std::to_string(run_.inputs.size())});
@@ -188,7 +188,7 @@ class Description {
   // The book is said only where there are several.
   std::string cell_text(const Item& item) const {
     const std::string book = books_.size() > 1 ? "[" + item.book + "]" : "";
-    return one_line(book + item.sheet + "!" + item.cell);
+    return text::one_line(book + item.sheet + "!" + item.cell);
   }
 
   // Position, name, cell, base, extent of the values, a count, a remark.

@@ -4,8 +4,9 @@
 #include <cmath>
 
 #include "runfile/run.h"
-#include "runfile/utf8.h"
 #include "runfile/values.h"
+#include "text/edit.h"
+#include "text/utf8.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -14,7 +15,7 @@ constexpr std::size_t kShownName = 40;
 constexpr std::size_t kShownProblem = 160;
 
 std::string joined(const std::string& path, std::string_view field) {
-  return path + (path.empty() ? "" : ".") + cut_to(field, kShownName);
+  return path + (path.empty() ? "" : ".") + text::cut_to(field, kShownName);
 }
 
 std::string element(const std::string& path, std::size_t index) {
@@ -35,7 +36,7 @@ std::string problem_of(const Json::exception& error) {
     const std::size_t expected = problem.rfind("'; expected ");
     problem.erase(last_read, expected == std::string::npos ? expected : expected + 1 - last_read);
   }
-  return cut_to(problem, kShownProblem);
+  return text::cut_to(problem, kShownProblem);
 }
 
 class TreeBuilder : public nlohmann::json_sax<Json> {
@@ -166,7 +167,7 @@ std::string JsonValue::text() const {
   if (!data_->is_string()) fail_expecting("a text");
   const std::string& value = data_->get_ref<const std::string&>();
   for (std::size_t at = 0; at < value.size();) {
-    const CodePoint character = code_point_at(value, at);
+    const text::CodePoint character = text::code_point_at(value, at);
     const bool blank = character.code == '\t' || character.code == '\n' || character.code == '\r';
     if ((character.code < 0x20 && !blank) || character.code == 0xFFFE || character.code == 0xFFFF)
       fail("is " + shown() + ", which holds a character that no workbook can hold");
@@ -176,7 +177,7 @@ std::string JsonValue::text() const {
 }
 
 std::string JsonValue::shown() const {
-  if (data_->is_string()) return quoted_text(data_->get_ref<const std::string&>());
+  if (data_->is_string()) return text::quoted_text(data_->get_ref<const std::string&>());
   if (data_->is_object()) return "an object";
   if (data_->is_array()) return "a list";
   return data_->dump();

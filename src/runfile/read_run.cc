@@ -15,13 +15,16 @@
 
 #include "host/error.h"
 #include "model/combinations.h"
-#include "model/text.h"
 #include "runfile/cell_address.h"
 #include "runfile/json_tree.h"
 #include "runfile/known_fields.h"
+#include "runfile/other_file.h"
 #include "runfile/recalculations.h"
 #include "runfile/run.h"
-#include "runfile/utf8.h"
+#include "text/edit.h"
+#include "text/utf16.h"
+#include "text/utf8.h"
+#include "unicode/names.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -54,8 +57,9 @@ std::string name_without(const JsonValue& value, std::string_view forbidden, std
     return forbidden.find(character) != std::string_view::npos || static_cast<unsigned char>(character) < ' ';
   });
   if (bad != name.end())
-    value.fail("is " + value.shown() + "; a name without " + one_line(std::string(1, *bad)) + " is expected");
-  const std::int32_t length = model::utf16_length(name);
+    value.fail("is " + value.shown() + "; a name without " + text::one_line(std::string(1, *bad)) +
+               " is expected");
+  const std::int32_t length = text::utf16_length(name);
   if (length > limit)
     value.fail("is " + value.shown() + ", " + std::to_string(length) + " characters long; at most " +
                std::to_string(limit) + " are possible");
@@ -255,7 +259,7 @@ void complete_item(const JsonValue& value, Item& item) {
   if (item.formula.find(item.function) == std::string::npos)
     value.member("function")
         .fail("is " + value.member("function").shown() + ", which is no part of the formula " +
-              quoted_text(item.formula));
+              text::quoted_text(item.formula));
 }
 
 // As a cell with this constant shows it in its formula.
@@ -374,10 +378,11 @@ void check_places(const JsonValue& list, std::span<const Item* const> items) {
   std::map<std::tuple<std::string, std::string, std::string>, std::size_t> places;
   for (std::size_t i = 0; i < items.size(); ++i) {
     const Item& item = *items[i];
-    const auto [place, added] = places.try_emplace({folded(item.book), folded(item.sheet), item.cell}, i);
+    const auto [place, added] =
+        places.try_emplace({unicode::folded(item.book), unicode::folded(item.sheet), item.cell}, i);
     if (!added)
-      list.element(i).member("cell").fail("is " + item.cell + " on " + quoted_text(item.sheet) + " of " +
-                                          quoted_text(item.book) + ", like that of " +
+      list.element(i).member("cell").fail("is " + item.cell + " on " + text::quoted_text(item.sheet) +
+                                          " of " + text::quoted_text(item.book) + ", like that of " +
                                           list.element(place->second).path());
   }
 }
@@ -530,11 +535,12 @@ std::string_view checked_text(std::string_view text, const std::string& file) {
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   if (text.find_first_not_of(" \t\r\n") == std::string_view::npos)
     throw BadRun(file, "", "is empty; a run file is expected");
-  const std::size_t invalid = first_invalid_byte(text);
+  const std::size_t invalid = text::first_invalid_byte(text);
   if (invalid != std::string_view::npos) {
     const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(invalid), '\n') + 1;
-    throw BadRun(file, std::to_string(line),
-                 "is not UTF-8 text (byte " + one_line(text.substr(invalid, 1)) + "); UTF-8 is expected");
+    throw BadRun(
+        file, std::to_string(line),
+        "is not UTF-8 text (byte " + text::one_line(text.substr(invalid, 1)) + "); UTF-8 is expected");
   }
   return text;
 }
@@ -555,7 +561,7 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
 }  // namespace
 
 BadRun::BadRun(const std::string& file, const std::string& where, const std::string& problem)
-    : std::runtime_error(one_line(file + (where.empty() ? "" : ":" + where) + ": " + problem)) {}
+    : std::runtime_error(text::one_line(file + (where.empty() ? "" : ":" + where) + ": " + problem)) {}
 
 std::vector<KnownField> known_fields(Section section) {
   switch (section) {
@@ -579,7 +585,7 @@ std::string_view nearest_field(std::string_view name, const std::vector<KnownFie
   constexpr std::size_t kLongestName = 64;
   if (name.size() > kLongestName) return {};
   const auto plain = [](std::string_view text) {
-    std::string letters = folded(text);
+    std::string letters = text::lower_ascii(text);
     std::erase_if(letters,
                   [](char character) { return character == '_' || character == '-' || character == ' '; });
     return letters;
@@ -598,6 +604,7 @@ std::string_view nearest_field(std::string_view name, const std::vector<KnownFie
 Run read_run(const std::filesystem::path& file) {
   const std::string name = file.string();
   const std::string text = read_file(file);
+  if (const std::string fault = other_file_fault(file, text); !fault.empty()) throw BadRun(name, "", fault);
   const Json tree = parse_json(checked_text(text, name), name);
   const JsonValue root(tree, "", name);
   check_format(root);

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <limits>
 
-#include "runfile/utf8.h"
 #include "runfile/values.h"
 
 namespace ordvane::runfile {

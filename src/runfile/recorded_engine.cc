@@ -8,10 +8,10 @@
 #include <tuple>
 #include <utility>
 
-#include "model/text.h"
 #include "runfile/cell_address.h"
-#include "runfile/utf8.h"
 #include "runfile/values.h"
+#include "text/utf16.h"
+#include "unicode/names.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -33,11 +33,11 @@ class Places {
 
   void add(const Item& item) {
     const auto [book, new_book] =
-        book_numbers_.try_emplace(folded(item.book), static_cast<std::int32_t>(books_.size()));
+        book_numbers_.try_emplace(unicode::folded(item.book), static_cast<std::int32_t>(books_.size()));
     if (new_book) books_.push_back({item.book, {}, {}});
     Book& held = books_[static_cast<std::size_t>(book->second)];
-    const auto [sheet, new_sheet] =
-        held.sheet_numbers.try_emplace(folded(item.sheet), static_cast<std::int32_t>(held.sheets.size()));
+    const auto [sheet, new_sheet] = held.sheet_numbers.try_emplace(
+        unicode::folded(item.sheet), static_cast<std::int32_t>(held.sheets.size()));
     if (new_sheet) held.sheets.push_back({item.sheet, {}});
     std::vector<const Item*>& cells = held.sheets[static_cast<std::size_t>(sheet->second)].cells;
     places_.push_back({book->second, sheet->second, static_cast<std::int32_t>(cells.size())});
@@ -112,12 +112,11 @@ struct GroupPlace {
 std::pair<std::int32_t, std::int32_t> function_position(const Item& item) {
   if (item.formula.empty()) return {0, 0};
   if (item.function.empty())
-    return {item.formula.size() > 1 && item.formula.front() == '=' ? 2 : 1,
-            model::utf16_length(item.formula)};
+    return {item.formula.size() > 1 && item.formula.front() == '=' ? 2 : 1, text::utf16_length(item.formula)};
   const std::size_t at = item.formula.find(item.function);
   if (at == std::string::npos) return {0, 0};
-  const std::int32_t before = model::utf16_length(std::string_view(item.formula).substr(0, at));
-  return {before + 1, before + model::utf16_length(item.function)};
+  const std::int32_t before = text::utf16_length(std::string_view(item.formula).substr(0, at));
+  return {before + 1, before + text::utf16_length(item.function)};
 }
 
 bool is_blank(const std::string& name) {

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "model/text.h"
 #include "service/pipeline.h"
+#include "text/edit.h"
 
 namespace ordvane::service {
 namespace {
@@ -90,7 +90,7 @@ void OrdvaneReports::Initialize(std::shared_ptr<host::Application> p_XLObj, std:
 }
 
 void OrdvaneReports::set_WatermarkText(const std::string& text) {
-  watermark_.text = model::trimmed(text);
+  watermark_.text = text::trimmed(text);
   watermark_.primary = watermark_.text;
   watermark_.secondary.clear();
   const std::string lines = replace_all(watermark_.text, "\r\n", "\n");

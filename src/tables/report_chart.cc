@@ -6,10 +6,11 @@
 #include <cmath>
 
 #include "host/environment.h"
-#include "model/text.h"
 #include "tables/look.h"
 #include "tables/report_workbook.h"
 #include "tables/text_estimate.h"
+#include "text/edit.h"
+#include "text/utf16.h"
 
 namespace ordvane::tables {
 namespace {
@@ -151,7 +152,7 @@ std::string without_local_suffix(const std::string& format) {
 }
 
 std::string with_line_feeds(const std::string& text) {
-  return model::without(text, '\r');
+  return text::without(text, '\r');
 }
 
 }  // namespace
@@ -224,8 +225,8 @@ void ReportChart::apply_title() {
   chart_->set_title(text);
   container_->set_alternative_text(text);
   if (text.empty()) return;
-  const std::int32_t length = model::utf16_length(text);
-  const std::int32_t first = model::utf16_length(text.substr(0, text.find('\n')));
+  const std::int32_t length = text::utf16_length(text);
+  const std::int32_t first = text::utf16_length(text.substr(0, text.find('\n')));
   if (first > 0) chart_->format_title(1, first, look::font(look::kChartTitleSize, look::kText, true));
   if (length > first + 1)
     chart_->format_title(first + 2, length - first - 1, look::font(look::kChartSubtitleSize, look::kMuted));

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <utility>
 
-#include "model/text.h"
 #include "tables/look.h"
 #include "tables/report_workbook.h"
 #include "tables/text_estimate.h"

@@ -1,8 +1,8 @@
 // Report workbooks: opened with their first sheet; sheets find a free name or replace an old report.
 #include "tables/report_workbook.h"
 
-#include "model/text.h"
 #include "tables/look.h"
+#include "text/utf16.h"
 
 namespace ordvane::tables {
 namespace {
@@ -43,7 +43,7 @@ std::string link_to(const std::string& sheet) {
 
 std::string numbered(const std::string& name, std::int32_t copy) {
   const std::string tail = copy == 1 ? "" : " (" + std::to_string(copy) + ")";
-  return std::string(model::left(name, kLongestSheetName - model::utf16_length(tail))) + tail;
+  return std::string(text::left(name, kLongestSheetName - text::utf16_length(tail))) + tail;
 }
 
 // Null when there is none.

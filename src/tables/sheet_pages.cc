@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <string>
 
-#include "model/text.h"
 #include "tables/look.h"
 #include "tables/page_plan.h"
 #include "tables/report_workbook.h"
 #include "tables/text_estimate.h"
+#include "text/utf16.h"
 
 namespace ordvane::tables {
 namespace {
@@ -28,10 +28,10 @@ constexpr std::int32_t kLongestPageText = 60;  // a whole header has 255 charact
 std::string one_line(std::string text, double width, bool bold) {
   std::replace_if(
       text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  std::string shown = model::shortened(text, kLongestPageText);
+  std::string shown = text::shortened(text, kLongestPageText);
   for (std::int32_t length = kLongestPageText;
        length > 1 && estimated_width(shown, kPageTextSize, bold) > width;)
-    shown = model::shortened(text, --length);
+    shown = text::shortened(text, --length);
   return shown;
 }
 

@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "model/decimal.h"
-#include "model/text.h"
+#include "text/edit.h"
+#include "text/utf16.h"
+#include "text/utf8.h"
 
 namespace ordvane::tables {
 namespace {
@@ -18,25 +20,20 @@ namespace {
 constexpr double kPointsOfCharacter = 5.25;  // a column character: one digit of the 11-point typeface
 constexpr double kBoldWidening = 1.05;
 
-// Whether a byte of UTF-8 begins a character.
-bool begins_character(unsigned char byte) {
-  return (byte & 0xC0U) != 0x80U;
-}
-
-// Whether a character of an East Asian script begins with this byte: it fills a square, and a line may break
-// on either side of it.
-bool is_east_asian(unsigned char first_byte) {
-  return first_byte >= 0xE3U;
+// Whether a character belongs to an East Asian script: it fills a square, and a line may break on either side
+// of it.
+bool is_east_asian(char32_t character) {
+  return character >= 0x3000;
 }
 
 // In parts of the font size.
-double character_width(unsigned char first_byte) {
+double character_width(char32_t character) {
   constexpr std::string_view kThin = "iljI.,;:'!| ";
   constexpr std::string_view kNarrow = "tfr()[]-`";
   constexpr std::string_view kWide = "mwMW%@&";
-  if (is_east_asian(first_byte)) return 1.0;
-  if (first_byte >= 0x80U) return 0.55;
-  const char letter = static_cast<char>(first_byte);
+  if (is_east_asian(character)) return 1.0;
+  if (character >= 0x80) return 0.55;
+  const char letter = static_cast<char>(character);
   if (kThin.find(letter) != std::string_view::npos) return 0.245;
   if (kNarrow.find(letter) != std::string_view::npos) return 0.33;
   if (kWide.find(letter) != std::string_view::npos) return 0.79;
@@ -61,9 +58,9 @@ void for_each_word(std::string_view paragraph, Use&& use) {
   for_each_piece(paragraph, " ", [&](std::string_view word) {
     std::size_t begin = 0;
     for (std::size_t at = 0; at < word.size();) {
-      std::size_t end = at + 1;
-      while (end < word.size() && !begins_character(static_cast<unsigned char>(word[end]))) ++end;
-      if (is_east_asian(static_cast<unsigned char>(word[at]))) {
+      const text::CodePoint character = text::code_point_at(word, at);
+      const std::size_t end = at + character.bytes;
+      if (is_east_asian(character.code)) {
         if (begin < at) use(word.substr(begin, at - begin), std::exchange(after_blank, false));
         use(word.substr(at, end - at), std::exchange(after_blank, false));
         begin = end;
@@ -109,10 +106,10 @@ std::pair<std::string_view, std::string_view> name_and_address(std::string_view 
 std::string cut_label(std::string_view label, double width, double size, std::int32_t least) {
   if (estimated_width(label, size) <= width) return std::string(label);
   const auto [name, address] = name_and_address(label);
-  std::int32_t length = model::utf16_length(name);
+  std::int32_t length = text::utf16_length(name);
   std::string cut;
   do {
-    cut = std::string(model::trimmed(model::left(name, --length))) + "…" + std::string(address);
+    cut = std::string(text::trimmed(text::left(name, --length))) + "…" + std::string(address);
   } while (length > least && estimated_width(cut, size) > width);
   return cut;
 }
@@ -210,10 +207,9 @@ std::string fitted_name(const std::string& text, double width, double size) {
 
 double estimated_width(std::string_view text, double size, bool bold) {
   double width = 0;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (begins_character(byte)) width += character_width(byte);
-  }
+  text::for_each_character(text, [&width](const text::CodePoint& character, std::string_view) {
+    width += character_width(character.code);
+  });
   return width * size * (bold ? kBoldWidening : 1.0);
 }
 

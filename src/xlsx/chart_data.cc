@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "office/address.h"
+#include "unicode/names.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -17,7 +18,7 @@ using office::SeriesData;
 
 const office::SheetModel* find_sheet(const BookModel& book, const std::string& name) {
   const auto found = std::find_if(book.sheets.begin(), book.sheets.end(),
-                                  [&](const auto& sheet) { return office::same_name(sheet->name, name); });
+                                  [&](const auto& sheet) { return unicode::same_name(sheet->name, name); });
   return found == book.sheets.end() ? nullptr : found->get();
 }
 

@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "host/error.h"
-#include "office/address.h"
+#include "unicode/names.h"
 #include "xlsx/parts.h"
 #include "xlsx/whole_file.h"
 
@@ -243,7 +243,7 @@ void ExistingWorkbook::read_workbook() {
   for (const XmlElement* name : workbook.children(*names, "definedName"))
     for (std::size_t i = 0; i < sheets_.size(); ++i)
       if (name->attribute("localSheetId") == std::to_string(i) &&
-          office::same_name(name->attribute("name"), kReportMark))
+          unicode::same_name(name->attribute("name"), kReportMark))
         sheets_[i].is_report = sheets_[i].is_worksheet;
 }
 

@@ -9,6 +9,7 @@
 
 #include "host/error.h"
 #include "office/address.h"
+#include "unicode/names.h"
 #include "xlsx/graft_styles.h"
 #include "xlsx/package_parts.h"
 #include "xlsx/whole_file.h"
@@ -91,7 +92,7 @@ class Grafting {
     sheet.model = book_.sheets[position].get();
     const auto& there = existing_.sheets();
     const auto same = std::find_if(there.begin(), there.end(), [&](const ExistingWorkbook::Sheet& other) {
-      return office::same_name(other.name, sheet.model->name);
+      return unicode::same_name(other.name, sheet.model->name);
     });
     sheet.replaces = same != there.end();
     if (!sheet.replaces) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cctype>
 #include <exception>
 #include <functional>
 #include <mutex>
@@ -10,15 +9,11 @@
 #include <utility>
 
 #include "host/error.h"
+#include "text/edit.h"
 #include "xlsx/package_reader.h"
 
 namespace ordvane::xlsx {
 namespace {
-
-std::string lower(std::string name) {
-  for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return name;
-}
 
 // How one part names another. Ours lie in xl/ or in a folder of it; a sheet of others may lie anywhere.
 std::string reference(const std::string& from, const std::string& to) {
@@ -199,11 +194,11 @@ std::string office_type(const std::string& kind) {
 }
 
 void PartNames::take(const std::string& name) {
-  taken_.insert(lower(name));
+  taken_.insert(text::lower_ascii(name));
 }
 
 bool PartNames::is_taken(const std::string& name) const {
-  return taken_.contains(lower(name));
+  return taken_.contains(text::lower_ascii(name));
 }
 
 std::string PartNames::next(const std::string& stem, const std::string& ending) {

@@ -1,8 +1,9 @@
 #include "xlsx/package_reader.h"
 
-#include <cctype>
 #include <charconv>
 #include <utility>
+
+#include "text/edit.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -11,12 +12,6 @@ constexpr std::uint64_t kMebi = 1U << 20;
 constexpr std::uint64_t kMostUnpacked = 2048 * kMebi;
 constexpr std::uint64_t kLongestRead = 256 * kMebi;
 constexpr std::size_t kMostParts = 65000;
-
-std::string lower(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return result;
-}
 
 std::string mebibytes(std::uint64_t bytes) {
   return std::to_string((bytes + kMebi - 1) / kMebi) + " MiB";
@@ -80,19 +75,20 @@ PackageReader::PackageReader(std::string_view bytes) : archive_(bytes) {
     total += entries[i].size;
     if (total > kMostUnpacked || entries[i].size > kMostUnpacked)
       throw BadPackage("it is larger than " + mebibytes(kMostUnpacked) + " unpacked, the most that is read");
-    if (!positions_.emplace(lower(entries[i].name), i).second)
+    if (!positions_.emplace(text::lower_ascii(entries[i].name), i).second)
       throw BadPackage("it holds two parts named " + entries[i].name);
   }
   if (!find("[Content_Types].xml")) return;
   const XmlText types = xml("[Content_Types].xml");
   for (const XmlElement* entry : types.children(types.root(), "Default"))
-    types_by_extension_[lower(entry->attribute("Extension"))] = entry->attribute("ContentType");
+    types_by_extension_[text::lower_ascii(entry->attribute("Extension"))] = entry->attribute("ContentType");
   for (const XmlElement* entry : types.children(types.root(), "Override"))
-    types_by_part_[lower(resolved("", entry->attribute("PartName")))] = entry->attribute("ContentType");
+    types_by_part_[text::lower_ascii(resolved("", entry->attribute("PartName")))] =
+        entry->attribute("ContentType");
 }
 
 std::optional<std::size_t> PackageReader::find(std::string_view part) const {
-  const auto found = positions_.find(lower(part));
+  const auto found = positions_.find(text::lower_ascii(part));
   return found == positions_.end() ? std::nullopt : std::optional(found->second);
 }
 
@@ -134,7 +130,7 @@ std::vector<PartLink> PackageReader::links(const std::string& part) const {
 }
 
 std::string PackageReader::content_type(const std::string& part) const {
-  const std::string name = lower(part);
+  const std::string name = text::lower_ascii(part);
   if (const auto found = types_by_part_.find(name); found != types_by_part_.end()) return found->second;
   const auto found = types_by_extension_.find(name.substr(name.rfind('.') + 1));
   return found == types_by_extension_.end() ? "" : found->second;

@@ -1,6 +1,6 @@
 #include "xlsx/shared_texts.h"
 
-#include "model/text.h"
+#include "text/utf16.h"
 #include "xlsx/parts.h"
 #include "xlsx/xml.h"
 
@@ -11,7 +11,7 @@ constexpr std::int32_t kCellTextLimit = 32767;  // UTF-16 units
 
 void check_length(const office::SheetModel& sheet, const office::RowBand& band, std::size_t cell,
                   const std::string& text) {
-  if (text.size() <= kCellTextLimit || model::utf16_length(text) <= kCellTextLimit) return;
+  if (text.size() <= kCellTextLimit || text::utf16_length(text) <= kCellTextLimit) return;
   const auto columns = static_cast<std::size_t>(band.columns);
   const std::string name = office::cell_name(band.first_row + static_cast<std::int32_t>(cell / columns),
                                              band.first_column + static_cast<std::int32_t>(cell % columns));

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "model/text.h"
+#include "text/utf16.h"
 #include "xlsx/grid.h"
 #include "xlsx/parts.h"
 
@@ -170,7 +170,7 @@ std::string sections(const std::string& left, const std::string& center, const s
   if (!left.empty()) text += "&L" + left;
   if (!center.empty()) text += "&C" + center;
   if (!right.empty()) text += "&R" + right;
-  return std::string(model::left(text, kHeaderFooterLimit));
+  return std::string(text::left(text, kHeaderFooterLimit));
 }
 
 void header_footer(Xml& xml, const host::PageSetup& page) {

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "office/address.h"
+#include "unicode/names.h"
 #include "xlsx/parts.h"
 
 namespace ordvane::xlsx {
@@ -14,7 +15,7 @@ void check_names(const office::BookModel& book) {
   for (const auto& sheet : book.sheets) {
     if (const auto fault = office::sheet_name_fault(sheet->name))
       refuse("sheet '" + sheet->name + "': " + *fault);
-    if (!names.insert(office::folded(sheet->name)).second)
+    if (!names.insert(unicode::folded(sheet->name)).second)
       refuse("two sheets are named '" + sheet->name + "'");
   }
 }

@@ -3,34 +3,12 @@
 #include <array>
 #include <charconv>
 
+#include "text/utf8.h"
+
 namespace ordvane::xlsx {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-
-// The character that starts at `at`, which moves behind it.
-char32_t next_character(std::string_view text, std::size_t& at) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = byte(at);
-  const std::size_t size = lead < 0x80   ? 1
-                           : lead < 0xC2 ? 0
-                           : lead < 0xE0 ? 2
-                           : lead < 0xF0 ? 3
-                           : lead < 0xF5 ? 4
-                                         : 0;
-  if (size == 1) return static_cast<char32_t>(text[at++]);
-  const std::size_t start = at++;
-  if (size == 0 || start + size > text.size()) return kReplacement;
-  char32_t code = lead & (0xFFU >> (size + 1));
-  for (std::size_t i = 1; i < size; ++i) {
-    if ((byte(start + i) & 0xC0U) != 0x80U) return kReplacement;
-    code = code << 6U | (byte(start + i) & 0x3FU);
-  }
-  const bool overlong = (size == 3 && code < 0x800) || (size == 4 && code < 0x10000);
-  if (overlong || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) return kReplacement;
-  at = start + size;
-  return code;
-}
+constexpr const char* kReplacement = "\uFFFD";  // for bytes that are no UTF-8
 
 void append_hex_escape(std::string& out, char32_t code) {
   constexpr char kDigits[] = "0123456789ABCDEF";
@@ -79,14 +57,6 @@ void append_special(std::string& out, char32_t code, Escape escape) {
   }
 }
 
-void append_utf8(std::string& out, std::string_view text, std::size_t start, std::size_t end, char32_t code) {
-  if (code == kReplacement) {
-    out += "\xEF\xBF\xBD";
-  } else {
-    out += text.substr(start, end - start);
-  }
-}
-
 }  // namespace
 
 void append_escaped(std::string& out, std::string_view text, Escape escape) {
@@ -101,12 +71,14 @@ void append_escaped(std::string& out, std::string_view text, Escape escape) {
       ++at;
       continue;
     }
-    const char32_t code = next_character(text, at);
-    if (code < 0x80 || code == 0xFFFE || code == 0xFFFF) {
-      append_special(out, code, escape);
-    } else {
-      append_utf8(out, text, run, at, code);
-    }
+    const text::CodePoint character = text::code_point_at(text, at);
+    if (!character.valid)
+      out += kReplacement;
+    else if (character.code < 0x80 || character.code == 0xFFFE || character.code == 0xFFFF)
+      append_special(out, character.code, escape);
+    else
+      out += text.substr(at, character.bytes);
+    at += character.bytes;
   }
 }
 

@@ -182,7 +182,7 @@ TEST_F(Command, FindsOutputsByNameAndCell) {
   };
   constexpr Case kCases[] = {
       {"Margin \u00e4", "Margin \u00e4 (My plan!C14)"},
-      {"margin \u00e4", "Margin \u00e4 (My plan!C14)"},
+      {"MARGIN \u00c4", "Margin \u00e4 (My plan!C14)"},
       {"d2", "Profit (Total!D2)"},
       {"$D$2", "Profit (Total!D2)"},
       {"plan!c14", "Profit (Plan!C14)"},

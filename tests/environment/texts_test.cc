@@ -14,8 +14,8 @@
 
 #include "environment/standard_environment.h"
 #include "environment/string_table.h"
-#include "model/text.h"
 #include "tables/text_estimate.h"
+#include "text/utf16.h"
 
 namespace ordvane::environment {
 namespace {
@@ -115,7 +115,7 @@ TEST(Texts, SheetNamesFitWholeAreAllowedAndTellTheReportsApart) {
     std::set<std::string> names;
     for (const int id : {105, 210, 240, 313, 401, 509, 609, 712, 815, 823}) {
       const std::string name = table->GetString(static_cast<std::int16_t>(id), std::string("XFD1048576"));
-      EXPECT_LE(model::utf16_length(name), 25) << code << ' ' << name;
+      EXPECT_LE(text::utf16_length(name), 25) << code << ' ' << name;
       EXPECT_EQ(name.find_first_of("\\/:*?[]"), std::string::npos) << code << ' ' << name;
       EXPECT_TRUE(names.insert(name).second) << code << ' ' << name;
     }
@@ -170,7 +170,12 @@ TEST(Languages, AreChosenByLocale) {
       {"zh_CN.UTF-8", "zh"}, {"zh-Hans-HK", "zh"}, {"zh_TW", "en"},      {"zh", "zh"},    {"C.UTF-8", "en"},
       {"nl_NL", "en"},       {"deutsch", "en"},    {"", "en"},
   };
-  for (const auto& [locale, code] : kCases) EXPECT_EQ(language_of_locale(locale), code) << locale;
+  for (const auto& [locale, code] : kCases) {
+    EXPECT_EQ(language_of_locale(locale), code) << locale;
+    const bool has_texts = std::string_view(code) != "en";
+    EXPECT_EQ(language_named(locale), has_texts ? std::optional<std::string>(code) : std::nullopt) << locale;
+  }
+  EXPECT_EQ(language_named("EN_gb.utf8"), "en");
 }
 
 TEST(StringTable, FillsPlacesWithArgumentsOfEveryKind) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "run_files.h"
+#include "unicode/columns.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -38,6 +39,25 @@ Outputs
   2          [n.xlsx]S 2!B2           -           -            3  no result is a number
 )";
   EXPECT_EQ(describe(folder.read(json, csv)), with(expected, "FOLDER", folder.path().string()));
+}
+
+TEST(Describe, AlignsEveryScript) {
+  for (const char* name :
+       {"\u092A\u0948\u0926\u093E\u0935\u093E\u0930", "\u0E1B\u0E23\u0E34\u0E21\u0E32\u0E13",
+        "\u05DE\u05B0\u05D7\u05B4\u05D9\u05E8", "\u58F2\u4E0A\u9AD8", "\U0001F4C8 up"}) {
+    runfile::Run run;
+    run.inputs.resize(2);
+    run.inputs[0].name = name;
+    run.inputs[1].name = "a longer name than any of them";
+    const std::string text = describe(run);
+    const auto columns_before_the_cell = [&text](std::size_t input) {
+      const std::size_t end = text.find("  !", text.find("\n  " + std::to_string(input) + "  "));
+      return unicode::display_width(
+          std::string_view(text).substr(text.rfind('\n', end) + 1, end - text.rfind('\n', end) - 1));
+    };
+    EXPECT_EQ(columns_before_the_cell(1), columns_before_the_cell(2)) << text;
+    EXPECT_EQ(columns_before_the_cell(2), 35);
+  }
 }
 
 TEST(Describe, CountsGroupsAmongThosePossible) {

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,11 +8,15 @@
 
 #include "run_files.h"
 #include "runfile/known_fields.h"
-#include "runfile/utf8.h"
 #include "runfile/values.h"
+#include "text/edit.h"
+#include "text/utf8.h"
 
 namespace ordvane::runfile {
 namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
 
 using host::CellError;
 
@@ -130,6 +135,10 @@ TEST(ReadRun, PlacesMistakesOfTheRunFile) {
   ASSERT_EQ(folder.complaint(kJson, kCsv), "");
   for (const BadCase& bad : kBadJson)
     EXPECT_EQ(folder.complaint(with(kJson, bad.from, bad.to), kCsv), bad.complaint) << bad.what;
+  const std::string upper = with(kJson, "\"S 1\", \"cell\": \"C5\"", "\"\u00C4rzte\", \"cell\": \"C5\"");
+  EXPECT_EQ(
+      folder.complaint(with(upper, "\"S 1\", \"cell\": \"C6\"", "\"\u00E4rzte\", \"cell\": \"C5\""), kCsv),
+      "a.run.json:inputs[1].cell: is C5 on \"\u00E4rzte\" of \"m.xlsx\", like that of inputs[0]");
   EXPECT_EQ(folder.complaint("\xEF\xBB\xBF \n", kCsv), "a.run.json: is empty; a run file is expected");
   EXPECT_EQ(folder.complaint("[]", kCsv), "a.run.json: is a list; an object { ... } is expected");
 }
@@ -323,8 +332,8 @@ TEST(ReadRun, ReadsAndRefusesWhatItsPageShows) {
 
 // Valid UTF-8 in one line, whatever was in the file.
 void expect_printable(const std::string& complaint) {
-  EXPECT_EQ(one_line(complaint), complaint);
-  EXPECT_EQ(first_invalid_byte(complaint), std::string::npos);
+  EXPECT_EQ(text::one_line(complaint), complaint);
+  EXPECT_EQ(text::first_invalid_byte(complaint), std::string::npos);
 }
 
 // Three inputs, a group of two and one of three, their rows inline.
@@ -492,6 +501,42 @@ TEST(ReadRun, RefusesWhatIsNoFile) {
   std::filesystem::create_directory(folder.path() / "sub");
   for (const char* name : {"missing.run.json", "sub", "a.run.json"})
     EXPECT_THROW(read_run(folder.path() / name), BadRun) << name;
+}
+
+TEST(ReadRun, SaysWhatAnotherFileIs) {
+  const RunFolder folder;
+  folder.write("b.run.json", kJson);
+  const std::string zip("PK\x03\x04");
+  const struct {
+    const char* name;
+    std::string content, kind, hint;
+  } kCases[] = {
+      {"a.xlsx", zip + "xl/workbook.xml", "an Excel workbook", "sweep.py records one from a workbook"},
+      {"a.run.json", zip + "xl/workbook.xml", "an Excel workbook", "docs/run-file.md"},
+      {"a.ods", zip + "mimetypeapplication/vnd.oasis.opendocument.spreadsheet", "an OpenDocument spreadsheet",
+       ""},
+      {"a.zip", zip + "run.json", "a zip archive", ""},
+      {"a.xls", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "a workbook of an old or encrypted format", ""},
+      {"c.csv", kCsv, "a table of values", "sweep.py"},
+      {"a.txt", kCsv, "a table of values", ""},
+      {"b.run.csv", kCsv, "a table of values", "b.run.json\" meant?"},
+      {"b.csv", kCsv, "a table of values", "b.run.json\" meant?"},
+      {"b.run.groups.csv", kCsv, "a table of values", "b.run.json\" meant?"},
+  };
+  for (const auto& c : kCases) {
+    folder.write(c.name, c.content);
+    try {
+      read_run(folder.path() / c.name);
+      ADD_FAILURE() << c.name << " was read";
+    } catch (const BadRun& bad) {
+      EXPECT_THAT(bad.what(),
+                  AllOf(HasSubstr(std::string(c.name) + ": is " + c.kind + "; a run file is expected: JSON"),
+                        HasSubstr(c.hint)));
+    }
+  }
+  folder.write("a.run.csv", kCsv);
+  folder.write("json.csv", kJson);
+  EXPECT_EQ(read_run(folder.path() / "json.csv").inputs.size(), 2U) << "the content decides";
 }
 
 TEST(ReadRun, FindsOneBadCellInAMillionLines) {

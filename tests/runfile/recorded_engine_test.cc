@@ -29,10 +29,10 @@ std::shared_ptr<Run> make_run() {
     const char *name, *book, *sheet, *cell, *formula, *function;
     std::int32_t steps;
   } kInputs[] = {
-      {"Price", "m.xlsx", "S1", "C5", "=1+DralUniform(1,2)", "DralUniform(1,2)", 2},
+      {"Price", "m.xlsx", "S\u00FCd", "C5", "=1+DralUniform(1,2)", "DralUniform(1,2)", 2},
       {"Rate", "m.xlsx", "S2", "B4", "2", "", 3},
       {" ", "n.xlsx", "S1", "D1", "=\"📋\"&DralAuto(7)", "DralAuto(7)", 1},
-      {"", "M.XLSX", "s1", "AA10", "", "", 2},
+      {"", "M.XLSX", "S\u00DCD", "AA10", "", "", 2},
   };
   for (const auto& from : kInputs) {
     Input input;
@@ -353,9 +353,9 @@ TEST(RecordedEngine, FindsItemsByTheirPlace) {
     std::int32_t kind, index, sheets;
     const char *book, *sheet, *cell, *range;
   } kCases[] = {
-      {kInput, 0, 2, "m.xlsx", "S1", "$C$5", "$C$5"},
+      {kInput, 0, 2, "m.xlsx", "S\u00FCd", "$C$5", "$C$5"},
       {kInput, 1, 1, "n.xlsx", "S1", "$D$1", "$D$1"},
-      {kInput, 2, 2, "m.xlsx", "S1", "$AA$10", "$AA$10"},
+      {kInput, 2, 2, "m.xlsx", "S\u00FCd", "$AA$10", "$AA$10"},
       {kOutput, 0, 1, "m.xlsx", "S1", "$B$9", "$B$9:$B$10"},
       {kOutput, 1, 1, "m.xlsx", "S1", "$B$12", "$B$12"},
   };

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "model/text.h"
 #include "tables/tables_bench.h"
 
 namespace ordvane::tables {

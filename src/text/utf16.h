@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace ordvane::model {
+namespace ordvane::text {
 
 // Number of UTF-16 units. A byte that is no UTF-8 counts as one unit.
 std::int32_t utf16_length(std::string_view text);
@@ -18,11 +18,5 @@ std::string_view left(std::string_view text, std::int32_t limit);
 std::string_view mid(std::string_view text, std::int32_t start, std::int32_t length);
 // At most `limit` units; a cut text ends in "…".
 std::string shortened(std::string_view text, std::int32_t limit);
-// Without leading and trailing blanks (spaces only).
-std::string_view trimmed(std::string_view text);
-// The part before the first NUL.
-std::string_view cut_at_nul(std::string_view text);
-// Without any occurrence of one character.
-std::string without(std::string_view text, char character);
 
-}  // namespace ordvane::model
+}  // namespace ordvane::text
