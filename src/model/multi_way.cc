@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "model/naming.h"
+#include "model/reach.h"
 #include "model/scan.h"
 
 namespace ordvane::model {
@@ -133,65 +134,180 @@ class Reader {
   std::int32_t standard_ = 0, multi_way_ = 0;
 };
 
-// The members' swings one at a time, added up; nothing when one of them has none.
-bool add_own_swings(const MultiGroup& group, const Records& inputs, std::int32_t output, double& sum) {
-  sum = 0;
-  for (const std::int32_t member : group.members) {
-    const DralInputOutput& input = inputs(member);
-    const double low = input.outputMinValue(output);
-    const double high = input.outputMaxValue(output);
-    if (!input.rules().is_usable(low) || !input.rules().is_usable(high)) return false;
-    sum += high - low;
+bool same(const NumberRules& rules, double a, double b) {
+  return rules.difference(a, b) == 0;
+}
+
+// What one input did to an output alone.
+struct Alone {
+  Reach values, results;
+  std::int32_t failed = 0;
+};
+
+// One output beside the groups.
+class Comparison {
+ public:
+  Comparison(const MultiWayRun& run, const Records& inputs, const DralInputOutput& output,
+             std::int32_t selected, std::int32_t on)
+      : run_(run),
+        inputs_(inputs),
+        rules_(output.rules()),
+        base_(output.BaseValue()),
+        selected_(selected),
+        on_(on),
+        alone_(inputs.size()) {
+    for (std::int32_t i = 1; i <= inputs.size(); ++i) alone_(i) = read_alone(inputs(i));
   }
-  return true;
-}
 
-// The difference of two sums of results, without what their rounding leaves behind.
-double without_rounding(double difference, double largest_result, std::int32_t terms) {
-  const double rounding =
-      largest_result * std::numeric_limits<double>::epsilon() * static_cast<double>(2 * terms + 2);
-  return std::fabs(difference) <= rounding ? 0.0 : difference;
-}
+  GroupEffect effect_of(const MultiGroup& group) const {
+    const double missing = rules_.missing_number();
+    GroupEffect effect{.lowest = missing,
+                       .highest = missing,
+                       .lowest_change = missing,
+                       .highest_change = missing,
+                       .own_swings = missing,
+                       .interaction = missing,
+                       .interaction_state = InteractionState::kErrors};
+    find_ends(group, effect);
+    if (effect.lowest_at == 0) return effect;
+    effect.lowest_change = rules_.fractional_change(effect.lowest, base_);
+    effect.highest_change = rules_.fractional_change(effect.highest, base_);
+    effect.swing = rules_.difference(effect.highest, effect.lowest);
+    effect.bar_width =
+        base_ != 0 && rules_.is_usable(base_) ? effect.highest_change - effect.lowest_change : effect.swing;
+    effect.leaves_out_base = leaves_out_base(group, effect);
+    effect.interaction_state = state_of(group, effect);
+    if (effect.interaction_state != InteractionState::kNoOwnSwing) add_own_swings(group, effect);
+    if (effect.interaction_state != InteractionState::kMeasured) effect.interaction = missing;
+    return effect;
+  }
 
-GroupEffect effect_of(const MultiWayRun& run, const MultiGroup& group, const Records& inputs,
-                      const DralInputOutput& output, std::int32_t selected, std::int32_t on) {
-  const NumberRules& rules = output.rules();
-  const double missing = rules.missing_number();
-  GroupEffect effect{.lowest = missing,
-                     .highest = missing,
-                     .lowest_change = missing,
-                     .highest_change = missing,
-                     .own_swings = missing,
-                     .interaction = missing};
-  for (std::int32_t c = 1; c <= group.combinations; ++c) {
-    const double result = run.result(selected, group, c);
-    if (!rules.is_usable(result)) continue;
-    if (effect.lowest_at == 0 || result < effect.lowest) {
-      effect.lowest = result;
-      effect.lowest_at = c;
+ private:
+  Alone read_alone(const DralInputOutput& input) const {
+    Alone alone;
+    for (std::int32_t step = 1; step <= input.numSteps; ++step) {
+      const double value = input.InputValuesUsed(step);
+      if (rules_.is_usable(value)) alone.values.add(value);
+      const double result = input.OutputValuesCalculated(on_, step);
+      if (rules_.is_usable(result))
+        alone.results.add(result);
+      else
+        ++alone.failed;
     }
-    if (effect.highest_at == 0 || result > effect.highest) {
-      effect.highest = result;
-      effect.highest_at = c;
+    return alone;
+  }
+
+  double result(const MultiGroup& group, std::int32_t combination) const {
+    return run_.result(selected_, group, combination);
+  }
+
+  void find_ends(const MultiGroup& group, GroupEffect& effect) const {
+    for (std::int32_t c = 1; c <= group.combinations; ++c) {
+      const double value = result(group, c);
+      if (!rules_.is_usable(value)) {
+        ++effect.failed;
+        continue;
+      }
+      if (effect.lowest_at == 0 || value < effect.lowest) {
+        effect.lowest = value;
+        effect.lowest_at = c;
+      }
+      if (effect.highest_at == 0 || value > effect.highest) {
+        effect.highest = value;
+        effect.highest_at = c;
+      }
     }
   }
-  if (effect.lowest_at == 0) return effect;
 
-  const double base = output.BaseValue();
-  effect.lowest_change = rules.fractional_change(effect.lowest, base);
-  effect.highest_change = rules.fractional_change(effect.highest, base);
-  effect.swing = effect.highest - effect.lowest;
-  effect.bar_width =
-      base != 0 && rules.is_usable(base) ? effect.highest_change - effect.lowest_change : effect.swing;
-  double own_swings = 0;
-  if (add_own_swings(group, inputs, on, own_swings)) {
-    effect.own_swings = own_swings;
-    effect.interaction = without_rounding(
-        effect.swing - own_swings,
-        std::max({std::fabs(effect.lowest), std::fabs(effect.highest), own_swings}), group.members.size());
+  // Whether a member's value, of those it took in the group, is one that the member is known by otherwise.
+  template <class Known>
+  bool all_members(const MultiGroup& group, std::int32_t combination, const Known& known) const {
+    for (std::int32_t m = 1; m <= group.members.size(); ++m)
+      if (!known(inputs_(group.members(m)), group.inputs(m).value[element(combination)])) return false;
+    return true;
   }
-  return effect;
-}
+
+  bool leaves_out_base(const MultiGroup& group, const GroupEffect& effect) const {
+    if (!rules_.is_usable(base_)) return false;
+    if (Reach{effect.lowest, effect.highest}.contains(rules_, base_)) return false;
+    for (const std::int32_t member : group.members)
+      if (!rules_.is_usable(inputs_(member).BaseValue())) return false;
+    const auto at_base = [&](const DralInputOutput& input, double value) {
+      return same(rules_, value, input.BaseValue());
+    };
+    for (std::int32_t c = 1; c <= group.combinations; ++c)
+      if (rules_.is_usable(result(group, c)) && all_members(group, c, at_base)) return false;
+    return true;
+  }
+
+  InteractionState state_of(const MultiGroup& group, const GroupEffect& effect) const {
+    bool errors = effect.failed > 0;
+    for (const std::int32_t member : group.members) {
+      if (alone_(member).results.is_empty()) return InteractionState::kNoOwnSwing;
+      errors = errors || alone_(member).failed > 0;
+    }
+    if (errors) return InteractionState::kErrors;
+    for (std::int32_t m = 1; m <= group.members.size(); ++m)
+      if (!compares(group, m)) return InteractionState::kOtherValues;
+    if (!met_at_own_steps(group, effect.lowest) || !met_at_own_steps(group, effect.highest))
+      return InteractionState::kOtherValues;
+    return InteractionState::kMeasured;
+  }
+
+  // Whether a member reached as far in the group as alone, and met its own ends at values of the group.
+  bool compares(const MultiGroup& group, std::int32_t m) const {
+    const DralInputOutput& input = inputs_(group.members(m));
+    const Alone& alone = alone_(group.members(m));
+    const std::vector<double>& values = group.inputs(m).value;
+    Reach reach;
+    for (const double value : values)
+      if (rules_.is_usable(value)) reach.add(value);
+    if (!reach.equals(rules_, alone.values)) return false;
+    const auto met_in_group = [&](double end) {
+      for (std::int32_t step = 1; step <= input.numSteps; ++step) {
+        const double value = input.InputValuesUsed(step);
+        if (same(rules_, input.OutputValuesCalculated(on_, step), end) &&
+            std::any_of(values.begin(), values.end(), [&](double v) { return same(rules_, v, value); }))
+          return true;
+      }
+      return false;
+    };
+    return met_in_group(*alone.results.least) && met_in_group(*alone.results.greatest);
+  }
+
+  bool met_at_own_steps(const MultiGroup& group, double end) const {
+    const auto own_step = [&](const DralInputOutput& input, double value) {
+      for (std::int32_t step = 1; step <= input.numSteps; ++step)
+        if (same(rules_, input.InputValuesUsed(step), value)) return true;
+      return false;
+    };
+    for (std::int32_t c = 1; c <= group.combinations; ++c)
+      if (same(rules_, result(group, c), end) && all_members(group, c, own_step)) return true;
+    return false;
+  }
+
+  // The swings of the members, added up, and what the group's swing has beyond them.
+  void add_own_swings(const MultiGroup& group, GroupEffect& effect) const {
+    double largest = std::max(std::fabs(effect.lowest), std::fabs(effect.highest));
+    effect.own_swings = 0;
+    for (const std::int32_t member : group.members) {
+      const Reach& results = alone_(member).results;
+      effect.own_swings += results.swing(rules_);
+      largest = std::max(largest, results.largest_size());
+    }
+    // Every swing may be off by the rounding of its results.
+    const double rounding = NumberRules::kRounding * largest * static_cast<double>(group.members.size() + 1);
+    effect.interaction = effect.swing - effect.own_swings;
+    if (std::fabs(effect.interaction) <= rounding) effect.interaction = 0;
+  }
+
+  const MultiWayRun& run_;
+  const Records& inputs_;
+  const NumberRules& rules_;
+  double base_;
+  std::int32_t selected_, on_;
+  OneBased<Alone> alone_;
+};
 
 }  // namespace
 
@@ -226,9 +342,11 @@ MultiWayRun ReadMultiWay(session::Session& session, const Records& inputs, const
 GroupEffects RankGroups(const MultiWayRun& run, const Records& inputs, const Records& outputs,
                         std::int32_t selected, std::int32_t outputIndex) {
   GroupEffects effects;
+  if (run.groups.empty()) return effects;
+  const Comparison comparison(run, inputs, outputs(outputIndex), selected, outputIndex);
   std::vector<double> swings;
   for (const MultiGroup& group : run.groups) {
-    effects.push_back(effect_of(run, group, inputs, outputs(outputIndex), selected, outputIndex));
+    effects.push_back(comparison.effect_of(group));
     swings.push_back(effects(effects.size()).swing);
   }
   const OneBased<std::int32_t> ranks = rank_descending(swings);

@@ -4,6 +4,12 @@
 // RankGroups measures one output's results: pure arithmetic. The interaction of a group is what its members
 // do together beyond what each does alone: the swing of the group less the swings that its members had one at
 // a time in the same run. It is 0 where effects simply add up.
+//
+// There is an interaction only where all those swings come from the same values. No result is missing, and
+// every member reached as far alone as in the group: the same least and the same greatest value. Values in
+// between may differ, as they do where a group takes fewer steps, as long as they decide nothing: the lowest
+// and the highest result of each swing were met at values that were tried both ways, so that leaving out all
+// others would leave every swing as it is.
 #pragma once
 
 #include <cstdint>
@@ -40,23 +46,23 @@ struct MultiWayRun {
 // Why a group has no interaction, or that it has one.
 enum class InteractionState : std::uint8_t {
   kMeasured,
-  kNoOwnSwing,   // a member has no usable result of its own
-  kOtherValues,  // a member reached other values alone than in the group
-  kErrors        // results that are no numbers cut one of the ranges that would be compared
+  kNoOwnSwing,  // a member has no usable result of its own
+  kErrors,      // results that are no numbers cut one of the ranges that would be compared
+  kOtherValues  // the swings that would be compared come from different values of a member
 };
 
 // What one group does to one output. Without a usable result: the missing-number marker for the ends, the
-// changes, and the interaction; 0 for the rest but the rank.
+// changes, the swings of the members, and the interaction; 0 for the other figures but the rank.
 struct GroupEffect {
   double lowest, highest;                // results
   double lowest_change, highest_change;  // fractional, from the output's base value
   std::int32_t lowest_at = 0;            // one-based combination of the first lowest result; 0 for none
   std::int32_t highest_at = 0;
-  double swing = 0;      // highest - lowest
+  double swing = 0;      // highest - lowest; what is left by rounding alone is 0
   double bar_width = 0;  // the swing in the unit of thresholds: in changes where they are defined
   std::int32_t rank = 0;
   double own_swings;   // sum of the members' swings one at a time; the marker when one has none
-  double interaction;  // swing - own_swings; what is left by rounding alone is 0; the marker unless measured
+  double interaction;  // swing - own_swings, also without rounding; the marker unless it is measured
   InteractionState interaction_state = InteractionState::kMeasured;
   std::int32_t failed = 0;  // results that are no numbers
   // No combination stood at the base values of all members, and the output's base value lies outside the

@@ -13,7 +13,6 @@ bool NumberRules::is_usable(double value) const {
 }
 
 double NumberRules::difference(double value, double base) const {
-  constexpr double kRounding = 1e-12;
   if (!is_usable(value) || !is_usable(base)) return missing_number();
   const double difference = value - base;
   return std::fabs(difference) <= kRounding * std::max(std::fabs(value), std::fabs(base)) ? 0.0 : difference;

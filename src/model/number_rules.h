@@ -28,8 +28,10 @@ class NumberRules {
   bool is_usable(double value) const;
   // The NaN rule: the value, or the missing-number marker instead of NaN.
   double without_nan(double value) const { return is_nan(value) ? missing_number() : value; }
+  // The part of a number by which calculating it may have changed it.
+  static constexpr double kRounding = 1e-12;
   // value - base; the missing-number marker when either is unusable. 0 where they differ by no more than
-  // calculating them leaves behind: a part in 1e12 of the larger one.
+  // calculating them leaves behind: kRounding of the larger one.
   double difference(double value, double base) const;
   // The difference in parts of |base|; the missing-number marker when either is unusable or the base is zero.
   double fractional_change(double value, double base) const;

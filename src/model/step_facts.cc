@@ -1,27 +1,8 @@
 #include "model/step_facts.h"
 
-#include <algorithm>
-#include <optional>
+#include "model/reach.h"
 
 namespace ordvane::model {
-namespace {
-
-// The least and the greatest of some numbers.
-struct Reach {
-  std::optional<double> least, greatest;
-
-  void add(double value) {
-    least = std::min(least.value_or(value), value);
-    greatest = std::max(greatest.value_or(value), value);
-  }
-  // Values that differ by what calculating leaves behind are equal.
-  bool contains(const NumberRules& rules, double value) const {
-    return least && rules.difference(value, *least) >= 0 && rules.difference(value, *greatest) <= 0;
-  }
-};
-
-}  // namespace
-
 StepFacts step_facts(const DralInputOutput& input, std::int32_t output, double outputBase) {
   const NumberRules& rules = input.rules();
   const bool has_base = rules.is_usable(input.BaseValue());
@@ -41,9 +22,8 @@ StepFacts step_facts(const DralInputOutput& input, std::int32_t output, double o
     tried.add(value);
     at_base = at_base || (has_base && rules.difference(value, input.BaseValue()) == 0);
   }
-  if (!results.least) return facts;
-  facts.moves = rules.difference(*results.greatest, *results.least) != 0 ||
-                (has_output_base && !results.contains(rules, outputBase));
+  if (results.is_empty()) return facts;
+  facts.moves = results.swing(rules) != 0 || (has_output_base && !results.contains(rules, outputBase));
   const bool base_outside = has_base && !tried.contains(rules, input.BaseValue());
   const bool output_outside = has_output_base && !results.contains(rules, outputBase);
   facts.leaves_out_base = has_base && !at_base && (base_outside || output_outside);

@@ -196,23 +196,57 @@ class OutputResult:
 JointEffect = collections.namedtuple("JointEffect", "low low_at high high_at swing width interaction")
 
 
-def joint_effect(members, rows, output, base, effects):
+def equal(a, b):
+    return usable(a) and usable(b) and difference(a, b) == 0
+
+
+def same_reach(first, second):
+    """Two lists of values reach from the same least to the same greatest one."""
+    first, second = [list(filter(usable, values)) for values in (first, second)]
+    if not first or not second:
+        return not first and not second
+    return equal(min(first), min(second)) and equal(max(first), max(second))
+
+
+def is_comparable(members, rows, output, alone):
+    """Whether the swing of a group and the swings of its members come from the same values."""
+    results = [row[1][output] for row in rows]
+    own = [[step[1 + output] for step in alone[m]] for m in members]
+    if not all(usable(result) for values in [results, *own] for result in values):
+        return False
+    tried = [[[step[0] for step in alone[m]], [row[0][k] for row in rows]] for k, m in enumerate(members)]
+    if not all(same_reach(*values) for values in tried):
+        return False
+    # Without the steps and combinations that have no counterpart, every swing must be what it is with them.
+    for (steps, joint), values in zip(tried, own):
+        kept = [result for step, result in zip(steps, values) if any(equal(step, value) for value in joint)]
+        if not same_reach(kept, values):
+            return False
+    kept = [result for row, result in zip(rows, results)
+            if all(any(equal(value, step) for step in steps) for value, (steps, _) in zip(row[0], tried))]
+    return same_reach(kept, results)
+
+
+def joint_effect(members, rows, output, base, alone):
     """What a group's combinations do to an output, beside what each member does alone."""
     results = [(results[output], number) for number, (_, results) in enumerate(rows) if usable(results[output])]
     if not results:
         return JointEffect(MISSING, None, MISSING, None, 0, 0, MISSING)
     low, low_at = min(results, key=lambda result: result[0])
     high, high_at = max(results, key=lambda result: result[0])
-    width = change(high, base) - change(low, base) if usable(base) and base != 0 else high - low
+    swing = difference(high, low)
+    width = change(high, base) - change(low, base) if usable(base) and base != 0 else swing
     interaction = MISSING
-    if all(usable(effects[m].low) for m in members):
-        alone = 0.0
+    if is_comparable(members, rows, output, alone):
+        own_swings, largest = 0.0, max(abs(low), abs(high))
         for m in members:
-            alone += effects[m].high - effects[m].low
-        interaction = high - low - alone
-        if abs(interaction) <= max(abs(low), abs(high), alone) * 2.0 ** -52 * (2 * len(members) + 2):
+            effect = effect_of(alone[m], output, base)
+            own_swings += difference(effect.high, effect.low)
+            largest = max(largest, abs(effect.high), abs(effect.low))
+        interaction = swing - own_swings
+        if abs(interaction) <= 1e-12 * largest * (len(members) + 1):
             interaction = 0  # rounding alone
-    return JointEffect(low, low_at, high, high_at, high - low, width, interaction)
+    return JointEffect(low, low_at, high, high_at, swing, width, interaction)
 
 
 class JointResult:
@@ -221,7 +255,7 @@ class JointResult:
     def __init__(self, run, simulation, output, alone, options):
         self.item, self.base, self.position = run.outputs[output], run.outputs[output]["base"], output
         self.rows = run.combinations[simulation]
-        self.joint = [joint_effect(members, rows, output, self.base, alone.effects)
+        self.joint = [joint_effect(members, rows, output, self.base, alone.values)
                       for members, rows in zip(run.groups, self.rows)]
         self.ranks = ranks_of([effect.swing for effect in self.joint])
         self.order = sorted(range(len(self.ranks)), key=lambda g: self.ranks[g])

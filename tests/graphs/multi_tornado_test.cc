@@ -31,7 +31,10 @@ struct MultiBench : test::GraphBench {
       model::MultiGroup added;
       added.first = run.recalculations + 1;
       added.combinations = combinations;
-      for (const std::int32_t member : group.members) added.members.push_back(member);
+      for (const std::int32_t member : group.members) {
+        added.members.push_back(member);
+        added.inputs.push_back({.value = std::vector<double>(group.results.size())});
+      }
       run.groups.push_back(added);
       run.results(1).insert(run.results(1).end(), group.results.begin(), group.results.end());
       run.recalculations += combinations;

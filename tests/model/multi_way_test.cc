@@ -29,9 +29,10 @@ double recorded(double result) {
 // A model of inputs and outputs, every input stepped over its values, then the groups.
 struct Model {
   Values bases;
-  std::vector<Values> steps;  // of each input, alone and in groups
+  std::vector<Values> steps;  // of each input
   std::vector<Output> outputs;
   std::vector<std::vector<std::size_t>> groups;
+  std::vector<Values> group_steps = {};  // of each input in groups, where they are not the same
 
   std::shared_ptr<runfile::Run> run() const {
     auto run = std::make_shared<runfile::Run>();
@@ -72,15 +73,19 @@ struct Model {
   }
 
  private:
+  const Values& steps_in_groups(std::size_t input) const {
+    return group_steps.empty() ? steps[input] : group_steps[input];
+  }
+
   void for_each_combination(const std::vector<std::size_t>& members,
                             const std::function<void(const Values&)>& use) const {
     std::vector<std::size_t> step(members.size());
     for (;;) {
       Values at = bases;
-      for (std::size_t m = 0; m < members.size(); ++m) at[members[m]] = steps[members[m]][step[m]];
+      for (std::size_t m = 0; m < members.size(); ++m) at[members[m]] = steps_in_groups(members[m])[step[m]];
       use(at);
       std::size_t m = members.size();
-      while (m > 0 && ++step[m - 1] == steps[members[m - 1]].size()) step[--m] = 0;
+      while (m > 0 && ++step[m - 1] == steps_in_groups(members[m - 1]).size()) step[--m] = 0;
       if (m == 0) return;
     }
   }
@@ -92,7 +97,7 @@ struct Model {
     group.first = run.group_recalculations;
     group.first_value = run.group_values;
     for (const std::size_t member : members) {
-      group.steps.push_back(static_cast<std::int32_t>(steps[member].size()));
+      group.steps.push_back(static_cast<std::int32_t>(steps_in_groups(member).size()));
       group.combinations *= group.steps.back();
     }
     for_each_combination(members, [&](const Values& at) {
@@ -174,6 +179,59 @@ TEST(MultiWay, InteractionIsWhatAlgebraSays) {
   EXPECT_DOUBLE_EQ(product.lowest_change, -0.75);
   EXPECT_DOUBLE_EQ(product.highest_change, 3);
   EXPECT_DOUBLE_EQ(product.bar_width, 3.75);
+}
+
+// Around a = 2 and b = 3, where b is always tried at 1.5, 3 and 6.
+TEST(MultiWay, SwingsAreComparedOnlyWhereTheSameValuesMadeThem) {
+  using enum InteractionState;
+  const auto product = [](const Values& x) { return x[0] * x[1]; };
+  const auto turning = [](const Values& x) { return x[1] - (x[0] - 3) * (x[0] - 3); };
+  const auto cut_together = [](const Values& x) { return x[0] == 4 && x[1] == 6 ? kError : x[0] * x[1]; };
+  const auto cut_alone = [](const Values& x) { return x[0] == 1 && x[1] == 3 ? kNaN : x[0] + x[1]; };
+  const auto never_alone = [](const Values& x) { return x[0] != 2 && x[1] == 3 ? kError : x[0] + x[1]; };
+  const auto never = [](const Values& x) { return x[0] == 2 && x[1] == 3 ? 1 : kError; };
+  const auto far = [](const Values& x) { return x[0] > 2 ? x[1] + 9 : 0; };
+  const auto jumping = [](const Values& x) { return x[0] == 2 && x[1] == 3 ? -1 : x[0] + x[1]; };
+  const struct {
+    const char* what;
+    Output output;
+    Values alone, together;  // values of a
+    InteractionState state;
+    double interaction = host::kMissingNumber;
+    std::int32_t failed = 0;
+    bool leaves_out_base = false;
+  } cases[] = {
+      {"the same values", product, {1, 2, 4}, {1, 2, 4}, kMeasured, 4.5},
+      {"in another order, and rounded", product, {4, 1, 2}, {1 + 1e-15, 4}, kMeasured, 4.5},
+      {"fewer in between", product, {1, 2, 3, 4}, {4, 2, 1}, kMeasured, 4.5},
+      {"others in between", product, {1, 2, 4}, {1, 3, 4}, kMeasured, 4.5},
+      {"those in between decide alone", turning, {1, 2, 3, 4}, {1, 2, 4}, kOtherValues},
+      {"those in between decide together", turning, {1, 2, 4}, {1, 3, 4}, kOtherValues},
+      {"further together", product, {1, 2, 4}, {1, 2, 5}, kOtherValues},
+      {"further alone, where nothing happens", turning, {1, 2, 3, 4}, {2, 3, 4}, kOtherValues},
+      {"a failure together", cut_together, {1, 2, 4}, {1, 2, 4}, kErrors, host::kMissingNumber, 1},
+      {"a failure alone", cut_alone, {1, 2, 4}, {2, 4}, kErrors},
+      {"nothing alone", never_alone, {1, 4}, {1, 4}, kNoOwnSwing, host::kMissingNumber, 2},
+      {"nothing at all", never, {1, 4}, {1, 4}, kErrors, host::kMissingNumber, 6},
+      {"away from the base", product, {3, 4}, {3, 4}, kMeasured, 7.5},
+      {"far from the base", far, {3, 4}, {3, 4}, kMeasured, 4.5, 0, true},
+      {"at a base that jumps", jumping, {1, 2, 4}, {1, 2, 4}, kMeasured, -6},
+      {"beside a base that jumps", jumping, {1, 4}, {1, 4}, kMeasured, -4.5, 0, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Values b = {1.5, 3, 6};
+    const Analysis analysis({.bases = {2, 3},
+                             .steps = {c.alone, b},
+                             .outputs = {c.output},
+                             .groups = {{0, 1}},
+                             .group_steps = {c.together, b}});
+    const GroupEffect& effect = analysis.effects(1)(1);
+    EXPECT_EQ(effect.interaction_state, c.state);
+    EXPECT_NEAR(effect.interaction, c.interaction, 1e-9);
+    EXPECT_EQ(effect.failed, c.failed);
+    EXPECT_EQ(effect.leaves_out_base, c.leaves_out_base);
+  }
 }
 
 TEST(MultiWay, GroupsAreRankedBySwingAndUnusableOnesLast) {

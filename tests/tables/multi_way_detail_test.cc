@@ -44,15 +44,15 @@ struct Model {
       selected.push_back(outputs.size());
     }
     for (std::int32_t i = 1; i <= 3; ++i) {
-      inputs(i).outputMinValueInit(outputs.size());
-      inputs(i).outputMaxValueInit(outputs.size());
-      for (std::int32_t o = 1; o <= outputs.size(); ++o) {
-        Values low(3, kBase), high(3, kBase);
-        low[static_cast<std::size_t>(i - 1)] = kSteps[1];
-        high[static_cast<std::size_t>(i - 1)] = kSteps[0];
-        const Output& function = functions[static_cast<std::size_t>(o - 1)];
-        inputs(i).outputMinValuePut(o, std::min(function(low), function(high)));
-        inputs(i).outputMaxValuePut(o, std::max(function(low), function(high)));
+      inputs(i).numSteps = std::size(kSteps);
+      inputs(i).inputValuesUsedInit(inputs(i).numSteps);
+      inputs(i).outputValuesCalculatedInit(outputs.size(), inputs(i).numSteps);
+      for (std::int32_t s = 1; s <= inputs(i).numSteps; ++s) {
+        Values at(3, kBase);
+        at[static_cast<std::size_t>(i - 1)] = kSteps[s - 1];
+        inputs(i).InputValuesUsedPut(s, kSteps[s - 1]);
+        for (std::int32_t o = 1; o <= outputs.size(); ++o)
+          inputs(i).OutputValuesCalculatedPut(o, s, functions[static_cast<std::size_t>(o - 1)](at));
       }
     }
     run.results.resize(outputs.size());
