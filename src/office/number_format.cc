@@ -1,10 +1,10 @@
 #include "office/number_format.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 
+#include "model/shown_number.h"
 #include "office/address.h"
 #include "office/date_text.h"
 #include "office/formula.h"
@@ -16,112 +16,10 @@ namespace {
 
 using host::CellKind;
 using host::CellValue;
+using model::Decimal;
 using Token = NumberFormat::Token;
 using Section = NumberFormat::Section;
 using Kind = Token::Kind;
-
-// ---- Decimal digits ----
-
-// A number of at most 15 digits as the spreadsheet counts them: 0.d1d2d3… times ten to `exponent`.
-struct Decimal {
-  std::string digits;  // no zeros at either end; empty for zero
-  int exponent = 0;
-
-  explicit Decimal(double number) {
-    constexpr int kDigits = 15;
-    if (number == 0) return;
-    std::array<char, 32> buffer{};
-    const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::fabs(number),
-                                       std::chars_format::scientific, kDigits - 1);
-    const std::string_view text(buffer.data(), static_cast<std::size_t>(written.ptr - buffer.data()));
-    const std::size_t mark = text.find('e');
-    digits = std::string(text.substr(0, 1)) + std::string(text.substr(2, mark - 2));
-    int power = 0;
-    const std::size_t sign = text[mark + 1] == '+' ? 2 : 1;
-    std::from_chars(text.data() + mark + sign, text.data() + text.size(), power);
-    exponent = power + 1;
-    trim();
-  }
-
-  bool is_zero() const { return digits.empty(); }
-
-  // Keeps `places` digits after the decimal point (before it, if negative), halves away from zero.
-  void round(int places) {
-    const int kept = exponent + places;
-    if (kept >= static_cast<int>(digits.size())) return;
-    if (kept < 0) {
-      digits.clear();
-      return;
-    }
-    const bool up = digits[static_cast<std::size_t>(kept)] >= '5';
-    digits.resize(static_cast<std::size_t>(kept));
-    if (up) add_one();
-    trim();
-  }
-
-  std::string whole() const {
-    if (exponent <= 0) return "";
-    std::string text = digits.substr(0, static_cast<std::size_t>(exponent));
-    if (!text.empty()) text.resize(static_cast<std::size_t>(exponent), '0');
-    return text;
-  }
-  // The digits after the point, without zeros at the end.
-  std::string fraction() const {
-    if (digits.empty() || exponent >= static_cast<int>(digits.size())) return "";
-    if (exponent >= 0) return digits.substr(static_cast<std::size_t>(exponent));
-    return std::string(static_cast<std::size_t>(-exponent), '0') + digits;
-  }
-
- private:
-  void trim() {
-    const std::size_t last = digits.find_last_not_of('0');
-    digits.resize(last == std::string::npos ? 0 : last + 1);
-  }
-  void add_one() {
-    std::size_t at = digits.size();
-    while (at > 0 && digits[at - 1] == '9') digits[--at] = '0';
-    if (at > 0) {
-      ++digits[at - 1];
-    } else {
-      digits.insert(digits.begin(), '1');
-      ++exponent;
-    }
-  }
-};
-
-// ---- General ----
-
-std::string plain_text(const Decimal& decimal) {
-  const std::string whole = decimal.whole(), fraction = decimal.fraction();
-  return (whole.empty() ? "0" : whole) + (fraction.empty() ? "" : "." + fraction);
-}
-
-std::string exponent_text(int exponent, std::size_t least_digits, bool plus) {
-  std::string digits = std::to_string(std::abs(exponent));
-  if (digits.size() < least_digits) digits.insert(0, least_digits - digits.size(), '0');
-  return std::string("E") + (exponent < 0 ? "-" : plus ? "+" : "") + digits;
-}
-
-std::string general_text(double number) {
-  constexpr std::size_t kLongest = 11;  // characters without the sign
-  constexpr int kDigitsOfExponential = 6;
-  Decimal decimal(number);
-  const std::string sign = number < 0 && !decimal.is_zero() ? "-" : "";
-  const bool is_large = decimal.exponent > static_cast<int>(kLongest);
-  if (!is_large) {
-    const std::string text = plain_text(decimal);
-    if (text.size() <= kLongest) return sign + text;
-    const bool is_small = decimal.exponent < -3;
-    if (!is_small) {
-      decimal.round(static_cast<int>(kLongest) - 1 - std::max(decimal.exponent, 1));
-      return sign + plain_text(decimal);
-    }
-  }
-  decimal.round(kDigitsOfExponential - decimal.exponent);
-  const int exponent = decimal.exponent - 1;
-  decimal.exponent = 1;
-  return sign + plain_text(decimal) + exponent_text(exponent, 2, true);
-}
 
 // ---- Reading codes ----
 
@@ -379,7 +277,7 @@ std::string fill_places(const Section& section, const DigitPlaces& places, const
         break;
       case Kind::kExponent:
         after_exponent = true;
-        text += exponent_text(exponent, places.exponent, token.text == "+");
+        text += model::exponent_text(exponent, places.exponent, token.text == "+");
         break;
       case Kind::kDigit:
         if (after_exponent) break;
@@ -420,7 +318,7 @@ std::string digits_text(const Section& section, double number, const NumberSymbo
 }
 
 std::string general_text(double number, const NumberSymbols& symbols) {
-  std::string text = general_text(number);
+  std::string text = model::general_text(number);
   if (const auto point = text.find('.'); point != std::string::npos) text.replace(point, 1, symbols.decimal);
   return text;
 }

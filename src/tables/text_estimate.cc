@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "model/decimal.h"
+#include "model/shown_number.h"
 #include "text/edit.h"
 #include "text/utf16.h"
 #include "text/utf8.h"
@@ -70,14 +71,6 @@ void for_each_word(std::string_view paragraph, Use&& use) {
     if (begin < word.size()) use(word.substr(begin), after_blank);
     after_blank = true;
   });
-}
-
-std::string general_text(double value) {
-  std::array<char, 32> text;
-  constexpr int kDigits = 10;
-  const auto end =
-      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::general, kDigits).ptr;
-  return {text.data(), end};
 }
 
 // A number in fixed notation with the decimals and the group separators of a format, without its literals.
@@ -176,7 +169,7 @@ std::string fitted_addresses(const std::vector<std::string_view>& labels, double
 
 double estimated_number_width(double value, std::string_view format, double size) {
   format = format.substr(0, format.find(';'));
-  if (format.empty() || format == "General") return estimated_width(general_text(value), size);
+  if (format.empty() || format == "General") return estimated_width(model::general_text(value), size);
   constexpr std::string_view kPlaces = "0#?.,";
   std::string places;
   std::string literals;

@@ -78,6 +78,8 @@ TEST_F(Formulas, ComputeAsTheSpreadsheetDoes) {
       {"A9=0", CellValue::boolean(true)},
       {"1+1>=2", CellValue::boolean(true)},
       {"\"a\"\"b\"&A1&TRUE", "a\"b4TRUE"},
+      {"TEXT(9E12,\"General\")", "9E+12"},
+      {"TEXT(-1/3,\"general\")", "-0.333333333"},
       {"#DIV/0!", CellError::kDiv0},
       {"SUM()", CellError::kName},
       {"ABS(1,2)", CellError::kName},

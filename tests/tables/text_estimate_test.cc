@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "office/number_format.h"
 #include "office/office.h"
 
 namespace ordvane::tables {
@@ -46,6 +47,10 @@ TEST(EstimatedNumberWidth, FollowsTheFormat) {
                         Case{-3, "0.0;[Red]-0.0", "-3.0"}, Case{45000, "mm/dd/yyyy", "mm/dd/yyyy"},
                         Case{0, "#,##0.0", "0.0"}, Case{2500000, "0.0,,\"M\"", "2.5M"}})
     EXPECT_NEAR(estimated_number_width(c.value, c.format, 9), estimated_width(c.shown, 9), 4) << c.shown;
+  for (const double value : {9e12, 12345678901.5, 1.0 / 3, -1234.5, 1.23456e-7})
+    EXPECT_EQ(estimated_number_width(value, "General", 9),
+              estimated_width(office::displayed_text(value, "General"), 9))
+        << value;
 }
 
 TEST(FittedName, KeepsTheAddress) {
