@@ -27,29 +27,6 @@ std::filesystem::path utf8_path(const std::string& path) {
   return std::filesystem::path(std::u8string(path.begin(), path.end()));
 }
 
-// Multiples of a step of 1, 2 or 5 times a power of ten. The power is kept apart, so that fractions of ten
-// come out as the nearest doubles: 3 / 10 and not 3 x 0.1.
-struct Step {
-  double digit;
-  int exponent;
-
-  double times(double count) const {
-    const double multiple = count * digit;
-    return exponent < 0 ? multiple / model::power_of_ten(-exponent)
-                        : multiple * model::power_of_ten(exponent);
-  }
-};
-
-// The smallest step that is not below `width`.
-Step step_of(double width) {
-  int exponent = model::decimal_exponent(width);
-  const Step decade{1, exponent};
-  const double mantissa = width / decade.times(1);
-  for (const double digit : {1.0, 2.0, 5.0})
-    if (mantissa <= digit) return {digit, exponent};
-  return {1, exponent + 1};
-}
-
 // A range that is a point is widened to both sides, by a tenth of the value; around zero by one half.
 void widen(double& low, double& high) {
   const double middle = low / 2 + high / 2;
@@ -94,19 +71,14 @@ bool StandardNumberService::is_usable(double value) {
 }
 
 host::AxisScale StandardNumberService::axis_scale(double low, double high) {
-  if (!std::isfinite(low) || !std::isfinite(high)) return {0, 1, Step{2, -1}.times(1)};
+  if (!std::isfinite(low) || !std::isfinite(high)) return {0, 1, 0.2};
   if (low > high) std::swap(low, high);
   const double greatest = std::max(std::fabs(low), std::fabs(high));
   if (high - low <= greatest * kNarrowest || high - low < kSmallestRange) widen(low, high);
 
-  const Step step = step_of(high / kMostIntervals - low / kMostIntervals);
-  const double unit = step.times(1);
-  // Rounding may leave a bound a hair inside the value it has to contain.
-  double first = std::floor(low / unit);
-  double last = std::ceil(high / unit);
-  if (step.times(first) > low) first -= 1;
-  if (step.times(last) < high) last += 1;
-  return {std::max(step.times(first), -kGreatest), std::min(step.times(last), kGreatest), unit};
+  const auto step = model::RoundStep::at_least(high / kMostIntervals - low / kMostIntervals);
+  return {std::max(step.not_above(low), -kGreatest), std::min(step.not_below(high), kGreatest),
+          step.times(1)};
 }
 
 std::string StandardNumberService::number_text(double value, bool grouped) {

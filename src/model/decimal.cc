@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -25,6 +26,36 @@ int decimal_exponent(double value) {
   int exponent = 0;
   std::from_chars(text.data() + digits, end, exponent);
   return exponent;
+}
+
+RoundStep RoundStep::at_least(double width) {
+  const RoundStep decade{1, decimal_exponent(width)};
+  const double mantissa = width / decade.times(1);
+  for (const double digit : {1.0, 2.0, 5.0})
+    if (mantissa <= digit) return {digit, decade.exponent};
+  return {1, decade.exponent + 1};
+}
+
+RoundStep RoundStep::next() const {
+  if (digit < 2) return {2, exponent};
+  if (digit < 5) return {5, exponent};
+  return {1, exponent + 1};
+}
+
+double RoundStep::times(double count) const {
+  const double multiple = count * digit + 0.0;  // no negative zero
+  return exponent < 0 ? multiple / power_of_ten(-exponent) : multiple * power_of_ten(exponent);
+}
+
+// Rounding may leave a multiple a hair on the wrong side of the value.
+double RoundStep::not_above(double value) const {
+  const double count = std::floor(value / times(1));
+  return times(times(count) > value ? count - 1 : count);
+}
+
+double RoundStep::not_below(double value) const {
+  const double count = std::ceil(value / times(1));
+  return times(times(count) < value ? count + 1 : count);
 }
 
 }  // namespace ordvane::model

@@ -12,4 +12,19 @@ double power_of_ten(int exponent);
 // 0, whose exponent is 0.
 int decimal_exponent(double value);
 
+// A step of 1, 2 or 5 times a power of ten. The power is kept apart, so that fractions of ten come out as the
+// nearest doubles: 3 / 10 and not 3 x 0.1.
+struct RoundStep {
+  double digit = 1;
+  int exponent = 0;
+
+  // The smallest step that is not below `width`, more than 0.
+  static RoundStep at_least(double width);
+  RoundStep next() const;
+  double times(double count) const;
+  // The multiples next to a value that are not above it and not below it.
+  double not_above(double value) const;
+  double not_below(double value) const;
+};
+
 }  // namespace ordvane::model

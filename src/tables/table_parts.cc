@@ -1,9 +1,9 @@
 #include "tables/table_parts.h"
 
 #include <algorithm>
-#include <cctype>
 
 #include "model/naming.h"
+#include "tables/format_codes.h"
 #include "tables/look.h"
 #include "tables/text_estimate.h"
 #include "tables/utils.h"
@@ -17,37 +17,6 @@ constexpr std::int16_t kAddressHeading = 102;
 // cache.
 constexpr std::int32_t kCellsPerBlock = 1 << 16;
 
-// Whether a number format, in its English form, shows parts of a date or time. Quoted and escaped characters
-// and what stands in brackets (colours, conditions, currencies) are no parts.
-bool shows_date(const std::string& format) {
-  if (format == "General") return false;
-  for (std::size_t at = 0; at < format.size() && format[at] != ';'; ++at) {
-    switch (std::tolower(static_cast<unsigned char>(format[at]))) {
-      case '"':
-        at = format.find('"', at + 1);
-        break;
-      case '[':
-        at = format.find(']', at);
-        break;
-      case '\\':
-      case '_':
-      case '*':
-        ++at;
-        break;
-      case 'd':
-      case 'm':
-      case 'y':
-      case 'h':
-      case 's':
-        return true;
-      default:
-        break;
-    }
-    if (at == std::string::npos) return false;
-  }
-  return false;
-}
-
 }  // namespace
 
 std::string ItemLabel(const model::DralInputOutput& item) {
@@ -57,6 +26,11 @@ std::string ItemLabel(const model::DralInputOutput& item) {
 std::string ValueFormat(const model::DralInputOutput& item) {
   const bool plain = item.NumberFormatLocal.empty() || item.NumberFormatLocal == "General";
   return plain && item.IsDate ? item.DateFormat : item.NumberFormatLocal;
+}
+
+std::string AxisFormat(const model::DralInputOutput& item) {
+  const bool plain = item.numberFormat.empty() || item.numberFormat == "General";
+  return plain && item.IsDate ? item.DateFormat : item.numberFormat;
 }
 
 std::string ChangeFormat(const model::DralInputOutput& item) {

@@ -19,7 +19,9 @@ std::string ItemLabel(const model::DralInputOutput& item);
 // Format of an item's values in cells, local form: the cell's own, or the date format of a date whose cell
 // has none.
 std::string ValueFormat(const model::DralInputOutput& item);
-// The same for differences of its values: days between dates are plain numbers.
+// The same for an axis: English codes.
+std::string AxisFormat(const model::DralInputOutput& item);
+// Format of differences of an item's values: days between dates are plain numbers.
 std::string ChangeFormat(const model::DralInputOutput& item);
 
 // Formats the column of an item's values and, beside it, that of their changes.

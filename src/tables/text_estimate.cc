@@ -190,6 +190,7 @@ double estimated_number_width(double value, std::string_view format, double size
     (kPlaces.find(c) != std::string_view::npos ? places : literals) += c;
   }
   if (literals.find('%') != std::string::npos) value *= 100;
+  for (; places.ends_with(','); places.pop_back()) value /= 1000;
   return estimated_width(literals, size) +
          (places.empty() ? 0 : estimated_width(figures(value, places), size));
 }

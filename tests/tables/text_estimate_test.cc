@@ -41,10 +41,10 @@ TEST(EstimatedNumberWidth, FollowsTheFormat) {
     const char* format;
     const char* shown;
   };
-  for (const Case& c :
-       {Case{1234567, "#,##0", "1,234,567"}, Case{1234.5, "#,##0.00 \"EUR\"", "1,234.50 EUR"},
-        Case{0.25, "0.00%", "25.00%"}, Case{0.5, "", "0.5"}, Case{-3, "0.0;[Red]-0.0", "-3.0"},
-        Case{45000, "mm/dd/yyyy", "mm/dd/yyyy"}, Case{0, "#,##0.0", "0.0"}})
+  for (const Case& c : {Case{1234567, "#,##0", "1,234,567"}, Case{1234.5, "#,##0.00 \"EUR\"", "1,234.50 EUR"},
+                        Case{0.25, "0.00%", "25.00%"}, Case{0.5, "", "0.5"},
+                        Case{-3, "0.0;[Red]-0.0", "-3.0"}, Case{45000, "mm/dd/yyyy", "mm/dd/yyyy"},
+                        Case{0, "#,##0.0", "0.0"}, Case{2500000, "0.0,,\"M\"", "2.5M"}})
     EXPECT_NEAR(estimated_number_width(c.value, c.format, 9), estimated_width(c.shown, 9), 4) << c.shown;
 }
 
