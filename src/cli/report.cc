@@ -9,6 +9,7 @@
 #include "cli/output_choice.h"
 #include "cli/terminal.h"
 #include "embedded/report_job.h"
+#include "xlsx/existing_workbook.h"
 
 namespace ordvane::cli {
 namespace {
@@ -40,7 +41,6 @@ std::filesystem::path default_workbook(const std::filesystem::path& run) {
   return name + kDefaultEnding;
 }
 
-// Found wrong before the work is done, not after.
 void check_new_workbook(const std::filesystem::path& workbook, bool overwrite) {
   const std::string text = workbook.string();
   if (workbook.extension() != kWorkbookExtension)
@@ -67,7 +67,6 @@ std::string folder_text(const std::filesystem::path& folder) {
 
 embedded::ReportOptions options_of(const ReportCommand& command, const runfile::Run& run) {
   embedded::ReportOptions options;
-  options.outputs = find_outputs(run, command.outputs);
   const bool chosen = command.all || command.tornado || command.spider || command.sensitivity ||
                       command.output_detail || command.detail_by_input || command.multi_way;
   options.tornado = !chosen || command.all || command.tornado;
@@ -75,9 +74,6 @@ embedded::ReportOptions options_of(const ReportCommand& command, const runfile::
   options.sensitivity = !chosen || command.all || command.sensitivity;
   options.output_detail = command.all || command.output_detail;
   options.detail_by_input = command.all || command.detail_by_input;
-  if (command.multi_way && run.groups.empty())
-    throw BadArguments("--multi-way: " + run.file.string() +
-                       " varied no inputs together; the run needs \"groups\"");
   options.multi_way = command.multi_way || (command.all && !run.groups.empty());
   options.percent = command.percent;
   options.max_inputs = command.max_inputs;
@@ -99,19 +95,39 @@ std::string counted(std::size_t count, const std::string& thing) {
 
 }  // namespace
 
-int report(const ReportCommand& command) {
+// Everything that can be found wrong before the work is done. The run is null when it is wrong itself.
+void check(const ReportCommand& command, const std::filesystem::path& workbook, const runfile::Run* run,
+           std::vector<std::int32_t>& outputs, Problems& problems) {
+  if (command.into.empty())
+    problems.gather([&] { check_new_workbook(workbook, command.overwrite); });
+  else if (!command.workbook.empty())
+    problems.add("--into: goes without -o");
+  problems.gather([&] { check_log_folder(command.log_folder); });
+  if (run != nullptr) {
+    problems.gather([&] { outputs = find_outputs(*run, command.outputs); });
+    if (command.multi_way && run->groups.empty())
+      problems.add("--multi-way: " + run->file.string() +
+                   " varied no inputs together; the run needs \"groups\"");
+  }
+  // A workbook that is there is looked at when the reports are added to it; here only if that will not be.
+  if (problems.any() && !command.into.empty())
+    problems.gather([&] { const xlsx::ExistingWorkbook workbook_there(command.into); });
+}
+
+int report(const ReportCommand& command, Problems& problems) {
   const bool is_new = command.into.empty();
-  if (!is_new && !command.workbook.empty()) throw BadArguments("--into: goes without -o");
   const std::filesystem::path workbook = !is_new                    ? command.into
                                          : command.workbook.empty() ? default_workbook(command.run)
                                                                     : command.workbook;
-  if (is_new) check_new_workbook(workbook, command.overwrite);
-  check_log_folder(command.log_folder);
   catch_signals();
+  const auto run = read_run(command.run, problems);
+  std::vector<std::int32_t> outputs;
+  check(command, workbook, run.get(), outputs, problems);
+  problems.refuse_any();
   try {
     ProgressLine progress(!command.quiet);
-    const auto run = std::make_shared<const runfile::Run>(runfile::read_run(command.run));
     embedded::ReportOptions options = options_of(command, *run);
+    options.outputs = outputs;
     options.progress = [&](const std::string& text) { progress.show(text); };
     options.cancelled = [] { return g_signal.load() != 0; };
     const auto write = is_new ? embedded::write_reports : embedded::add_reports;
