@@ -1,8 +1,10 @@
 // ordvane report: a recorded run in, a report workbook out.
 #include <signal.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <iostream>
 #include <memory>
 
 #include "cli/commands.h"
@@ -93,53 +95,73 @@ std::string counted(std::size_t count, const std::string& thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-}  // namespace
+struct Job {
+  std::shared_ptr<const runfile::Run> run;
+  std::filesystem::path workbook;
+  std::vector<std::int32_t> outputs;
+};
 
-// Everything that can be found wrong before the work is done. The run is null when it is wrong itself.
-void check(const ReportCommand& command, const std::filesystem::path& workbook, const runfile::Run* run,
-           std::vector<std::int32_t>& outputs, Problems& problems) {
-  if (command.into.empty())
-    problems.gather([&] { check_new_workbook(workbook, command.overwrite); });
-  else if (!command.workbook.empty())
-    problems.add("--into: goes without -o");
+// Finds out before the work is done all that would be wrong with it.
+Job prepared(const ReportCommand& command, Problems& problems) {
+  const bool is_new = command.into.empty();
+  Job job;
+  job.run = read_run(command.run, problems);
+  job.workbook = !is_new                    ? command.into
+                 : command.workbook.empty() ? default_workbook(command.run)
+                                            : command.workbook;
+  if (is_new) problems.gather([&] { check_new_workbook(job.workbook, command.overwrite); });
+  if (!is_new && !command.workbook.empty()) problems.add("--into: goes without -o");
   problems.gather([&] { check_log_folder(command.log_folder); });
-  if (run != nullptr) {
-    problems.gather([&] { outputs = find_outputs(*run, command.outputs); });
-    if (command.multi_way && run->groups.empty())
-      problems.add("--multi-way: " + run->file.string() +
+  if (job.run) {
+    problems.gather([&] { job.outputs = find_outputs(*job.run, command.outputs); });
+    if (command.multi_way && job.run->groups.empty())
+      problems.add("--multi-way: " + command.run.string() +
                    " varied no inputs together; the run needs \"groups\"");
   }
   // A workbook that is there is looked at when the reports are added to it; here only if that will not be.
-  if (problems.any() && !command.into.empty())
+  if (problems.any() && !is_new)
     problems.gather([&] { const xlsx::ExistingWorkbook workbook_there(command.into); });
+  problems.refuse_any();
+  return job;
 }
 
+// "added 2 sheets, replaced 9 sheets, 12 charts", and the sheets of earlier reports that are still there.
+std::string summary(const embedded::WrittenReports& written, const ReportCommand& command) {
+  constexpr std::size_t kMostNamed = 12;
+  const std::size_t added = written.sheets - written.replaced;
+  std::string text;
+  if (added > 0) text += (command.into.empty() ? "" : "added ") + counted(added, "sheet") + ", ";
+  if (written.replaced > 0) text += "replaced " + counted(written.replaced, "sheet") + ", ";
+  text += counted(written.charts, "chart") + "\n";
+  if (written.left_over.empty()) return text;
+  const std::size_t named = std::min(written.left_over.size(), kMostNamed);
+  text += "Still there from earlier reports: ";
+  for (std::size_t i = 0; i < named; ++i) text += (i == 0 ? "" : ", ") + printable(written.left_over[i]);
+  if (named < written.left_over.size())
+    text += " and " + std::to_string(written.left_over.size() - named) + " more";
+  return text + (command.overwrite ? "\n" : "; --overwrite replaces those of the same names\n");
+}
+
+}  // namespace
+
 int report(const ReportCommand& command, Problems& problems) {
-  const bool is_new = command.into.empty();
-  const std::filesystem::path workbook = !is_new                    ? command.into
-                                         : command.workbook.empty() ? default_workbook(command.run)
-                                                                    : command.workbook;
   catch_signals();
-  const auto run = read_run(command.run, problems);
-  std::vector<std::int32_t> outputs;
-  check(command, workbook, run.get(), outputs, problems);
-  problems.refuse_any();
+  const Job job = prepared(command, problems);
   try {
     ProgressLine progress(!command.quiet);
-    embedded::ReportOptions options = options_of(command, *run);
-    options.outputs = outputs;
+    embedded::ReportOptions options = options_of(command, *job.run);
+    options.outputs = job.outputs;
     options.progress = [&](const std::string& text) { progress.show(text); };
     options.cancelled = [] { return g_signal.load() != 0; };
-    const auto write = is_new ? embedded::write_reports : embedded::add_reports;
-    const embedded::WrittenReports written = write(run, workbook, options);
+    const auto write = command.into.empty() ? embedded::write_reports : embedded::add_reports;
+    const embedded::WrittenReports written = write(job.run, job.workbook, options);
     progress.clear();
-    if (!command.quiet)
-      std::printf("%s: %s%s, %s\n", printable(workbook.string()).c_str(), is_new ? "" : "added ",
-                  counted(written.sheets, "sheet").c_str(), counted(written.charts, "chart").c_str());
+    if (!command.quiet) std::cout << printable(job.workbook.string()) << ": " << summary(written, command);
     return kDone;
   } catch (const host::Error& error) {
     if (error.code() != host::errc::kUserCancelled) throw;
-    std::fprintf(stderr, "ordvane: cancelled, %s was not written\n", printable(workbook.string()).c_str());
+    std::fprintf(stderr, "ordvane: cancelled, %s was not written\n",
+                 printable(job.workbook.string()).c_str());
     return kSignalled + g_signal.load();
   }
 }

@@ -377,6 +377,24 @@ TEST_F(Command, MultiWayReportsAreMadeForRunsWithGroups) {
             "a.xlsx: 19 sheets, 15 charts\n");
 }
 
+TEST_F(Command, ReportTellsWhatBecameOfEarlierReports) {
+  const auto said = [&](std::vector<std::string> switches) {
+    switches.insert(switches.begin(), {"report", "m.run.json"});
+    const Result result = run(switches);
+    EXPECT_EQ(result.code, 0) << result.err;
+    return result.out;
+  };
+  EXPECT_EQ(said({"-o", "a.xlsx", "--tornado", "--output", "D2"}), "a.xlsx: 2 sheets, 1 chart\n");
+  EXPECT_EQ(said({"--into", "a.xlsx", "--tornado", "--output", "D2", "--quiet"}), "");
+  EXPECT_EQ(said({"--into", "a.xlsx", "--tornado", "--spider", "--output", "D2", "--overwrite"}),
+            "a.xlsx: added 1 sheet, replaced 2 sheets, 2 charts\n"
+            "Still there from earlier reports: Tornado D2 (2), Summary (2)\n");
+  EXPECT_EQ(said({"--into", "a.xlsx", "--spider", "--output", "D2"}),
+            "a.xlsx: added 2 sheets, 1 chart\n"
+            "Still there from earlier reports: Tornado D2, Summary, Tornado D2 (2), Summary (2), Spider D2; "
+            "--overwrite replaces those of the same names\n");
+}
+
 TEST_F(Command, CheckDescribesARun) {
   const Result result = run({"check", "m.run.json"});
   EXPECT_EQ(result.code, 0);
