@@ -6,8 +6,17 @@
 
 namespace ordvane::cli {
 
-int check(const std::filesystem::path& run) {
-  std::cout << runfile::describe(runfile::read_run(run));
+std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, Problems& problems) {
+  std::shared_ptr<const runfile::Run> run;
+  if (!file.empty())
+    problems.gather([&] { run = std::make_shared<const runfile::Run>(runfile::read_run(file)); });
+  return run;
+}
+
+int check(const std::filesystem::path& file, Problems& problems) {
+  const auto run = read_run(file, problems);
+  problems.refuse_any();
+  std::cout << runfile::describe(*run);
   return kDone;
 }
 

@@ -1,16 +1,18 @@
 // The commands behind `ordvane`, once their arguments are read.
 //
-// Each prints to standard output and returns the exit code. Throws BadArguments for arguments that do not fit
-// the run, runfile::BadRun for a run that cannot be used, host::Error for what else goes wrong.
+// Each is told what is wrong with the arguments so far, checks what else can be checked, and throws
+// BadArguments with all of it before anything is done. Otherwise it prints to standard output and returns the
+// exit code. Throws host::Error for what goes wrong later.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "cli/problems.h"
 #include "host/excel.h"
 
 namespace ordvane::cli {
@@ -21,12 +23,6 @@ inline constexpr int kDone = 0;
 inline constexpr int kFailed = 1;
 inline constexpr int kBadInput = 2;
 inline constexpr int kSignalled = 128;  // plus the signal: 130 for Ctrl-C
-
-// Arguments that cannot be used; what() says which, and what is expected.
-class BadArguments : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 struct ReportCommand {
   std::filesystem::path run;
@@ -47,7 +43,7 @@ struct ReportCommand {
   std::filesystem::path log_folder;
   bool quiet = false;
 };
-int report(const ReportCommand& command);
+int report(const ReportCommand& command, Problems& problems);
 
 enum class ShowForm { kTable, kJson, kCsv };
 struct ShowCommand {
@@ -56,8 +52,11 @@ struct ShowCommand {
   std::int32_t simulation = 1;
   ShowForm form = ShowForm::kTable;
 };
-int show(const ShowCommand& command);
+int show(const ShowCommand& command, Problems& problems);
 
-int check(const std::filesystem::path& run);
+int check(const std::filesystem::path& run, Problems& problems);
+
+// Reads the run; null when it has none, which is one of the problems then.
+std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, Problems& problems);
 
 }  // namespace ordvane::cli

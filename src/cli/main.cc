@@ -2,25 +2,24 @@
 // codes.
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <clocale>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <limits>
 
+#include "cli/command_line.h"
 #include "cli/commands.h"
+#include "cli/option_values.h"
 #include "cli/terminal.h"
 #include "environment/standard_environment.h"
 #include "host/error.h"
-#include "runfile/run.h"
 #include "xlsx/package_reader.h"
 
 namespace ordvane::cli {
 namespace {
 
-constexpr const char* kCommands = "report, show, check";
+constexpr const char* kHelp = "help";
 
 constexpr const char* kExitCodes =
     "Exit codes:\n"
@@ -35,7 +34,7 @@ constexpr const char* kMainExamples =
     "  ordvane show budget.run.json                the ranking, here in the terminal\n"
     "  ordvane check budget.run.json               is the run file sound, and what is in it?\n"
     "\n"
-    "`ordvane COMMAND --help` tells more about a command.\n\n";
+    "`ordvane help COMMAND` tells more about a command.\n\n";
 
 constexpr const char* kReportExamples =
     "Examples:\n"
@@ -60,35 +59,11 @@ constexpr const char* kShowExamples =
     "with\n"
     "groups has three more columns: the number of inputs, their own swings added up, and the interaction.\n";
 
-// RRGGBB, with or without "#", into the spreadsheet's blue-green-red.
-host::Color color_of(const std::string& option, const std::string& text) {
-  const std::string digits = text.starts_with('#') ? text.substr(1) : text;
-  std::uint32_t rgb = 0;
-  const char* end = digits.data() + digits.size();
-  const auto read = std::from_chars(digits.data(), end, rgb, 16);
-  if (digits.size() != 6 || read.ec != std::errc() || read.ptr != end)
-    throw CLI::ValidationError(option,
-                               "\"" + text + "\" is no colour; give six hexadecimal digits, as in 1F4E79");
-  return static_cast<host::Color>((rgb & 0xFF) << 16 | (rgb & 0xFF00) | rgb >> 16);
-}
-
-// A fraction (0.05) or a percentage (5%).
-double fraction_of(const std::string& text) {
-  const bool percent = text.ends_with('%');
-  const char* end = text.data() + text.size() - (percent ? 1 : 0);
-  double value = 0;
-  const auto read = std::from_chars(text.data(), end, value);
-  if (read.ec != std::errc() || read.ptr != end || !std::isfinite(value) || value < 0)
-    throw CLI::ValidationError("--threshold", "\"" + text + "\" is no share; give one such as 0.05 or 5%");
-  return percent ? value / 100 : value;
-}
-
-// "\n" as typed in a shell is a line break.
-std::string with_line_breaks(std::string text) {
-  for (std::size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n", at))
-    text.replace(at, 2, "\n");
-  return text;
-}
+constexpr const char* kCheckExamples =
+    "Examples:\n"
+    "  ordvane check budget.run.json\n"
+    "\n"
+    "docs/run-file.md describes run files; examples/sweep.py records one from a workbook.\n";
 
 // Of the user's messages, as the system's settings say.
 std::string system_language() {
@@ -99,48 +74,34 @@ std::string system_language() {
   return environment::language_of_locale("");
 }
 
-std::string language_list() {
-  std::string list;
-  for (const std::string& code : environment::languages()) list += (list.empty() ? "" : ", ") + code;
-  return list;
+void add_outputs(CommandLine& line, std::vector<std::string>& outputs) {
+  line.repeated_option("--output", "NAME|CELL",
+                       "Only this output, by name or cell; may be given again (default: all)", outputs);
 }
 
-CLI::Validator known_language() {
-  return CLI::Validator(
-      [](std::string& code) {
-        return environment::language_id_of(code) != 0
-                   ? std::string()
-                   : "\"" + code + "\" is no language of the reports; there are " + language_list();
-      },
-      "");
-}
+// A command that was chosen: checks the rest of its arguments and runs.
+using Chosen = std::function<int()>;
 
-void add_run(CLI::App& command, std::filesystem::path& run) {
-  command.add_option("RUN", run, "Run file: the inputs, outputs and recalculations of a what-if run")
-      ->required()
-      ->type_name("");
-}
-
-void add_outputs(CLI::App& command, std::vector<std::string>& outputs) {
-  command
-      .add_option("--output", outputs, "Only this output, by name or cell; may be given again (default: all)")
-      ->type_name("NAME|CELL")
-      ->allow_extra_args(false);
-}
-
-void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
-  CLI::App& command = *app.add_subcommand("report", "Write the reports of a run into an Excel workbook");
+void add_report(CLI::App& app, ReportCommand& c, Problems& problems, Chosen& chosen) {
+  CommandLine line(app, "report", "Write the reports of a run into an Excel workbook", c.run, problems);
+  CLI::App& command = line.parser();
   command.footer(std::string(kReportExamples) + "\n" + kExitCodes);
-  command.callback([&] { chosen = [&] { return report(c); }; });
-  add_run(command, c.run);
-  command.add_option("-o", c.workbook, "New workbook for the reports (default: NAME-reports.xlsx)")
-      ->type_name("FILE.xlsx");
-  command
-      .add_option("--into", c.into, "Add the reports to this workbook instead; all else in it stays as it is")
-      ->type_name("FILE");
+  command.callback([&, line] {
+    chosen = [&, line] {
+      line.check_words();
+      return report(c, problems);
+    };
+  });
+  const auto path = [](std::filesystem::path& into) {
+    return [&into](const std::string& text) { into = text; };
+  };
+  line.option("-o", "FILE.xlsx", "New workbook for the reports (default: NAME-reports.xlsx)",
+              path(c.workbook));
+  line.option("--into", "FILE", "Add the reports to this workbook instead; all else in it stays as it is",
+              path(c.into));
   command.add_flag("--overwrite", c.overwrite,
                    "Replace a workbook that is there; with --into, sheets of earlier reports");
-  add_outputs(command, c.outputs);
+  add_outputs(line, c.outputs);
 
   const auto flag = [&](const char* name, bool& value, const char* what) {
     command.add_flag(name, value, what)
@@ -157,36 +118,24 @@ void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
 
   const std::string look = "What the reports show";
   command.add_flag("--percent", c.percent, "Graphs show changes in percent of the base value")->group(look);
-  command.add_option("--max-inputs", c.max_inputs, "Most inputs on a graph, 1 to 32 (default: 20)")
-      ->type_name("N")
-      ->check(CLI::Range(1, 32).description(""))
+  line.option("--max-inputs", "N", "Most inputs on a graph, 1 to 32 (default: 20)",
+              [&](const std::string& text) { c.max_inputs = whole_number_of("--max-inputs", text, 1, 32); })
       ->group(look);
   command.add_flag("--all-inputs", c.all_inputs, "Graphs have also the inputs that do not move their output")
       ->group(look);
-  command
-      .add_option_function<std::string>(
-          "--threshold", [&](const std::string& text) { c.threshold = fraction_of(text); },
-          "Only inputs with a swing of at least this share of the base value: 0.05 or 5%")
-      ->type_name("X")
+  line.option("--threshold", "X",
+              "Least swing of inputs, as a share of the base value: 5% or 0.05 (1 is 100%)",
+              [&](const std::string& text) { c.threshold = share_of("--threshold", text); })
       ->group(look);
-  command
-      .add_option_function<std::string>(
-          "--bar-color", [&](const std::string& text) { c.bar_color = color_of("--bar-color", text); },
-          "Bars of a tornado")
-      ->type_name("RRGGBB")
-      ->group(look);
-  command
-      .add_option_function<std::string>(
-          "--base-color", [&](const std::string& text) { c.base_color = color_of("--base-color", text); },
-          "Base value line of a tornado")
-      ->type_name("RRGGBB")
-      ->group(look);
-  command
-      .add_option_function<std::string>(
-          "--low-color", [&](const std::string& text) { c.low_color = color_of("--low-color", text); },
-          "Parts of tornado bars that inputs below their base make (try E69F00)")
-      ->type_name("RRGGBB")
-      ->group(look);
+  const auto color = [&](const char* name, std::optional<host::Color>& value, const char* what) {
+    line.option(name, "RRGGBB", what,
+                [name, &value](const std::string& text) { value = color_of(name, text); })
+        ->group(look);
+  };
+  color("--bar-color", c.bar_color, "Bars of a tornado");
+  color("--base-color", c.base_color, "Base value line of a tornado");
+  color("--low-color", c.low_color, "Parts of tornado bars that inputs below their base make (try E69F00)");
+  // An empty one is none, as a script may have it.
   command
       .add_option_function<std::string>(
           "--watermark", [&](const std::string& text) { c.watermark = with_line_breaks(text); },
@@ -194,26 +143,30 @@ void add_report(CLI::App& app, ReportCommand& c, std::function<int()>& chosen) {
       ->type_name("TEXT")
       ->group(look);
   c.language = system_language();
-  command.add_option("--language", c.language, "Language: " + language_list() + " (default: the system's)")
-      ->type_name("CODE")
-      ->check(known_language())
+  line.option("--language", "CODE", "Language: " + language_list() + " (default: the system's)",
+              [&](const std::string& text) { c.language = language_of("--language", text); })
       ->group(look);
 
-  command.add_option("--log", c.log_folder, "Keep a diagnostic log in this folder")->type_name("FOLDER");
+  line.option("--log", "FOLDER", "Keep a diagnostic log in this folder", path(c.log_folder));
   command.add_flag("--quiet", c.quiet, "Print errors only");
 }
 
-void add_show(CLI::App& app, ShowCommand& c, std::function<int()>& chosen) {
-  CLI::App& command = *app.add_subcommand("show", "Show which inputs move each output most, in the terminal");
+void add_show(CLI::App& app, ShowCommand& c, Problems& problems, Chosen& chosen) {
+  CommandLine line(app, "show", "Show which inputs move each output most, in the terminal", c.run, problems);
+  CLI::App& command = line.parser();
   command.footer(kShowExamples);
-  command.callback([&] { chosen = [&] { return show(c); }; });
-  add_run(command, c.run);
-  add_outputs(command, c.outputs);
-  command.add_option("--simulation", c.simulation, "Which simulation of the run (default: 1)")
-      ->type_name("N")
-      ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()).description(""));
-  const auto form = [&c](ShowForm wanted) {
-    if (c.form != ShowForm::kTable) throw CLI::ValidationError("--json", "goes without --csv");
+  command.callback([&, line] {
+    chosen = [&, line] {
+      line.check_words();
+      return show(c, problems);
+    };
+  });
+  add_outputs(line, c.outputs);
+  line.option("--simulation", "N", "Which simulation of the run (default: 1)", [&](const std::string& text) {
+    c.simulation = whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
+  });
+  const auto form = [&](ShowForm wanted) {
+    if (c.form != ShowForm::kTable && c.form != wanted) problems.add("--json: goes without --csv");
     c.form = wanted;
   };
   command.add_flag_callback(
@@ -222,21 +175,66 @@ void add_show(CLI::App& app, ShowCommand& c, std::function<int()>& chosen) {
       "--csv", [=] { form(ShowForm::kCsv); }, "CSV for programs, in full precision");
 }
 
-void add_check(CLI::App& app, std::filesystem::path& run, std::function<int()>& chosen) {
-  CLI::App& command = *app.add_subcommand("check", "Say what is wrong with a run file, or what is in it");
-  command.callback([&] { chosen = [&] { return check(run); }; });
-  add_run(command, run);
+void add_check(CLI::App& app, std::filesystem::path& run, Problems& problems, Chosen& chosen) {
+  CommandLine line(app, "check", "Say what is wrong with a run file, or what is in it", run, problems);
+  line.parser().footer(kCheckExamples);
+  line.parser().callback([&, line] {
+    chosen = [&, line] {
+      line.check_words();
+      return check(run, problems);
+    };
+  });
 }
 
-// The parser would only say that a command is missing.
-void refuse_unknown_command(const CLI::App& app, int argc, char** argv) {
-  const std::string first = argc > 1 ? argv[1] : "-";
+std::string command_list(const CLI::App& app) {
+  std::string list;
+  for (const CLI::App* command : app.get_subcommands({}))
+    list += (list.empty() ? "" : ", ") + command->get_name();
+  return list;
+}
+
+bool has_command(const CLI::App& app, const std::string& name) {
   const auto commands = app.get_subcommands({});
-  const bool known = std::any_of(commands.begin(), commands.end(),
-                                 [&](const CLI::App* command) { return command->get_name() == first; });
-  if (known || first.starts_with('-')) return;
-  throw BadArguments("\"" + printable(first) + "\" is no command; there are " + kCommands +
+  return std::any_of(commands.begin(), commands.end(),
+                     [&](const CLI::App* command) { return command->get_name() == name; });
+}
+
+[[noreturn]] void refuse_command(const CLI::App& app, const std::string& name) {
+  throw BadArguments("\"" + printable(name) + "\" is no command; there are " + command_list(app) +
                      "\nTry `ordvane --help`.");
+}
+
+// The words behind "ordvane". `help COMMAND` is another way to write `COMMAND --help`.
+std::vector<std::string> words_of(const CLI::App& app, int argc, char** argv) {
+  std::vector<std::string> words(argv + 1, argv + argc);
+  const auto is_word = [&](std::size_t at) { return at < words.size() && !words[at].starts_with('-'); };
+  if (words.empty() || words[0] != kHelp || (words.size() > 1 && !is_word(1))) return words;
+  if (words.size() > 2) throw BadArguments("help: name one command\nTry `ordvane --help`.");
+  if (is_word(1) && !has_command(app, words[1])) refuse_command(app, words[1]);
+  words.erase(words.begin());
+  words.push_back("--help");
+  return words;
+}
+
+// RUN is not required by the parser, which would stop at it, but by the commands.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_usage(const CLI::Option* option) const override {
+    const std::string name = make_option_name(option, true);
+    return option->get_expected_min() > 0 ? name : "[" + name + "]";
+  }
+};
+
+// What `words_of` turns into an option, for the list of commands and its own help.
+void add_help(CLI::App& app) {
+  const std::string commands = command_list(app);
+  app.add_subcommand(kHelp, "Tell more about a command")
+      ->group(kCommands)
+      ->footer("")
+      ->add_option(
+          "COMMAND", [](const CLI::results_t&) { return true; }, "One of " + commands + "; without it, all")
+      ->type_name("")
+      ->expected(0, 1);
 }
 
 // Reads the arguments and runs what they ask for.
@@ -247,33 +245,41 @@ int run_command(int argc, char** argv) {
   app.set_version_flag("--version", std::string("ordvane ") + kVersion);
   app.require_subcommand(0, 1);
   app.footer(std::string(kMainExamples) + kExitCodes);
+  app.formatter(std::make_shared<HelpFormatter>());
   app.get_formatter()->column_width(28);
-  for (const auto& [word, shown] : {std::pair("SUBCOMMAND", "COMMAND"),
-                                    {"Subcommands", "Commands"},
-                                    {"REQUIRED", ""},
-                                    {"Positionals", "Arguments"}})
+  for (const auto& [word, shown] :
+       {std::pair("SUBCOMMAND", "COMMAND"), {"REQUIRED", ""}, {"Positionals", "Arguments"}})
     app.get_formatter()->label(word, shown);
 
   ReportCommand report_command;
   ShowCommand show_command;
   std::filesystem::path checked_run;
-  std::function<int()> chosen;
-  add_report(app, report_command, chosen);
-  add_show(app, show_command, chosen);
-  add_check(app, checked_run, chosen);
+  Problems problems;
+  Chosen chosen;
+  add_report(app, report_command, problems, chosen);
+  add_show(app, show_command, problems, chosen);
+  add_check(app, checked_run, problems, chosen);
+  add_help(app);
 
-  refuse_unknown_command(app, argc, argv);
+  std::vector<std::string> words = words_of(app, argc, argv);
+  // The parser would only say that a command is missing.
+  if (!words.empty() && !words[0].starts_with('-') && !has_command(app, words[0]))
+    refuse_command(app, words[0]);
+  std::reverse(words.begin(), words.end());  // as the parser takes them
   try {
-    app.parse(argc, argv);
+    app.parse(words);
   } catch (const CLI::Success& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    std::string command = "ordvane";
-    for (const CLI::App* used : app.get_subcommands()) command += " " + used->get_name();
-    throw BadArguments(std::string(error.what()) + "\nTry `" + command + " --help`.");
+    problems.add(error.what());
   }
-  if (!chosen) throw BadArguments(std::string("name a command: ") + kCommands + "\nTry `ordvane --help`.");
-  return chosen();
+  if (chosen) return chosen();
+  std::string command = "ordvane";
+  for (const CLI::App* used : app.get_subcommands()) command += " " + used->get_name();
+  if (!problems.any()) problems.add("name a command: " + command_list(app));
+  problems.set_hint("Try `" + command + " --help`.");
+  problems.refuse_any();
+  return kBadInput;
 }
 
 int failed(int code, const std::string& message) {
@@ -289,9 +295,8 @@ int guarded(int argc, char** argv) {
     if (!std::cout || std::fflush(stdout) != 0) return failed(kFailed, "cannot write to standard output");
     return code;
   } catch (const BadArguments& error) {
-    return failed(kBadInput, error.what());
-  } catch (const runfile::BadRun& error) {
-    return failed(kBadInput, error.what());
+    for (const std::string& problem : error.problems()) failed(kBadInput, problem);
+    return kBadInput;
   } catch (const xlsx::BadWorkbook& error) {
     return failed(kBadInput, error.what());
   } catch (const host::Error& error) {

@@ -1,6 +1,6 @@
 #include "cli/output_choice.h"
 
-#include "cli/commands.h"
+#include "cli/problems.h"
 #include "cli/terminal.h"
 #include "unicode/names.h"
 
@@ -71,20 +71,6 @@ Positions matches_of(const runfile::Run& run, const std::string& wanted) {
   return found;
 }
 
-std::int32_t find_output(const runfile::Run& run, const std::string& wanted) {
-  const Positions found = wanted.empty() ? Positions() : matches_of(run, wanted);
-  if (found.size() == 1) return found.front();
-  const std::string begin = "--output: \"" + printable(wanted) + "\" ";
-  if (found.empty()) {
-    const Positions all = outputs_where(run, [](const runfile::Item&) { return true; });
-    throw BadArguments(begin + "is no output of the run. Its outputs are:" + listed(run, all));
-  }
-  throw BadArguments(
-      begin + "names more than one output:" + listed(run, found) +
-      "\nName the cell with its sheet, as in \"Sheet!C14\", and its workbook if need be, as in "
-      "\"[book.xlsx]Sheet!C14\".");
-}
-
 }  // namespace
 
 std::string place_of(const runfile::Item& item) {
@@ -97,8 +83,27 @@ std::string described(const runfile::Item& item) {
 
 std::vector<std::int32_t> find_outputs(const runfile::Run& run, const std::vector<std::string>& wanted) {
   std::vector<std::int32_t> positions;
-  positions.reserve(wanted.size());
-  for (const std::string& each : wanted) positions.push_back(find_output(run, each));
+  std::vector<std::string> problems;
+  std::vector<std::string> unknown;
+  for (const std::string& each : wanted) {
+    const Positions found = each.empty() ? Positions() : matches_of(run, each);
+    if (found.size() == 1) positions.push_back(found.front());
+    const std::string quoted = '"' + printable(each) + '"';
+    if (found.empty()) unknown.push_back(quoted);
+    if (found.size() > 1)
+      problems.push_back(
+          "--output: " + quoted + " names more than one output:" + listed(run, found) +
+          "\n  Name the cell with its sheet, as in \"Sheet!C14\", and its workbook if need be, as in "
+          "\"[book.xlsx]Sheet!C14\".");
+  }
+  if (!unknown.empty()) {
+    std::string names;
+    for (const std::string& name : unknown) names += (names.empty() ? "" : ", ") + name;
+    const Positions all = outputs_where(run, [](const runfile::Item&) { return true; });
+    problems.push_back("--output: " + names + (unknown.size() == 1 ? " is no output" : " are no outputs") +
+                       " of the run. Its outputs are:" + listed(run, all));
+  }
+  if (!problems.empty()) throw BadArguments(problems);
   return positions;
 }
 

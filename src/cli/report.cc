@@ -1,14 +1,17 @@
 // ordvane report: a recorded run in, a report workbook out.
 #include <signal.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <iostream>
 #include <memory>
 
 #include "cli/commands.h"
 #include "cli/output_choice.h"
 #include "cli/terminal.h"
 #include "embedded/report_job.h"
+#include "xlsx/existing_workbook.h"
 
 namespace ordvane::cli {
 namespace {
@@ -40,7 +43,6 @@ std::filesystem::path default_workbook(const std::filesystem::path& run) {
   return name + kDefaultEnding;
 }
 
-// Found wrong before the work is done, not after.
 void check_new_workbook(const std::filesystem::path& workbook, bool overwrite) {
   const std::string text = workbook.string();
   if (workbook.extension() != kWorkbookExtension)
@@ -67,7 +69,6 @@ std::string folder_text(const std::filesystem::path& folder) {
 
 embedded::ReportOptions options_of(const ReportCommand& command, const runfile::Run& run) {
   embedded::ReportOptions options;
-  options.outputs = find_outputs(run, command.outputs);
   const bool chosen = command.all || command.tornado || command.spider || command.sensitivity ||
                       command.output_detail || command.detail_by_input || command.multi_way;
   options.tornado = !chosen || command.all || command.tornado;
@@ -75,9 +76,6 @@ embedded::ReportOptions options_of(const ReportCommand& command, const runfile::
   options.sensitivity = !chosen || command.all || command.sensitivity;
   options.output_detail = command.all || command.output_detail;
   options.detail_by_input = command.all || command.detail_by_input;
-  if (command.multi_way && run.groups.empty())
-    throw BadArguments("--multi-way: " + run.file.string() +
-                       " varied no inputs together; the run needs \"groups\"");
   options.multi_way = command.multi_way || (command.all && !run.groups.empty());
   options.percent = command.percent;
   options.max_inputs = command.max_inputs;
@@ -97,33 +95,73 @@ std::string counted(std::size_t count, const std::string& thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
+struct Job {
+  std::shared_ptr<const runfile::Run> run;
+  std::filesystem::path workbook;
+  std::vector<std::int32_t> outputs;
+};
+
+// Finds out before the work is done all that would be wrong with it.
+Job prepared(const ReportCommand& command, Problems& problems) {
+  const bool is_new = command.into.empty();
+  Job job;
+  job.run = read_run(command.run, problems);
+  job.workbook = !is_new                    ? command.into
+                 : command.workbook.empty() ? default_workbook(command.run)
+                                            : command.workbook;
+  if (is_new) problems.gather([&] { check_new_workbook(job.workbook, command.overwrite); });
+  if (!is_new && !command.workbook.empty()) problems.add("--into: goes without -o");
+  problems.gather([&] { check_log_folder(command.log_folder); });
+  if (job.run) {
+    problems.gather([&] { job.outputs = find_outputs(*job.run, command.outputs); });
+    if (command.multi_way && job.run->groups.empty())
+      problems.add("--multi-way: " + command.run.string() +
+                   " varied no inputs together; the run needs \"groups\"");
+  }
+  // A workbook that is there is looked at when the reports are added to it; here only if that will not be.
+  if (problems.any() && !is_new)
+    problems.gather([&] { const xlsx::ExistingWorkbook workbook_there(command.into); });
+  problems.refuse_any();
+  return job;
+}
+
+// "added 2 sheets, replaced 9 sheets, 12 charts", and the sheets of earlier reports that are still there.
+std::string summary(const embedded::WrittenReports& written, const ReportCommand& command) {
+  constexpr std::size_t kMostNamed = 12;
+  const std::size_t added = written.sheets - written.replaced;
+  std::string text;
+  if (added > 0) text += (command.into.empty() ? "" : "added ") + counted(added, "sheet") + ", ";
+  if (written.replaced > 0) text += "replaced " + counted(written.replaced, "sheet") + ", ";
+  text += counted(written.charts, "chart") + "\n";
+  if (written.left_over.empty()) return text;
+  const std::size_t named = std::min(written.left_over.size(), kMostNamed);
+  text += "Still there from earlier reports: ";
+  for (std::size_t i = 0; i < named; ++i) text += (i == 0 ? "" : ", ") + printable(written.left_over[i]);
+  if (named < written.left_over.size())
+    text += " and " + std::to_string(written.left_over.size() - named) + " more";
+  return text + (command.overwrite ? "\n" : "; --overwrite replaces those of the same names\n");
+}
+
 }  // namespace
 
-int report(const ReportCommand& command) {
-  const bool is_new = command.into.empty();
-  if (!is_new && !command.workbook.empty()) throw BadArguments("--into: goes without -o");
-  const std::filesystem::path workbook = !is_new                    ? command.into
-                                         : command.workbook.empty() ? default_workbook(command.run)
-                                                                    : command.workbook;
-  if (is_new) check_new_workbook(workbook, command.overwrite);
-  check_log_folder(command.log_folder);
+int report(const ReportCommand& command, Problems& problems) {
   catch_signals();
+  const Job job = prepared(command, problems);
   try {
     ProgressLine progress(!command.quiet);
-    const auto run = std::make_shared<const runfile::Run>(runfile::read_run(command.run));
-    embedded::ReportOptions options = options_of(command, *run);
+    embedded::ReportOptions options = options_of(command, *job.run);
+    options.outputs = job.outputs;
     options.progress = [&](const std::string& text) { progress.show(text); };
     options.cancelled = [] { return g_signal.load() != 0; };
-    const auto write = is_new ? embedded::write_reports : embedded::add_reports;
-    const embedded::WrittenReports written = write(run, workbook, options);
+    const auto write = command.into.empty() ? embedded::write_reports : embedded::add_reports;
+    const embedded::WrittenReports written = write(job.run, job.workbook, options);
     progress.clear();
-    if (!command.quiet)
-      std::printf("%s: %s%s, %s\n", printable(workbook.string()).c_str(), is_new ? "" : "added ",
-                  counted(written.sheets, "sheet").c_str(), counted(written.charts, "chart").c_str());
+    if (!command.quiet) std::cout << printable(job.workbook.string()) << ": " << summary(written, command);
     return kDone;
   } catch (const host::Error& error) {
     if (error.code() != host::errc::kUserCancelled) throw;
-    std::fprintf(stderr, "ordvane: cancelled, %s was not written\n", printable(workbook.string()).c_str());
+    std::fprintf(stderr, "ordvane: cancelled, %s was not written\n",
+                 printable(job.workbook.string()).c_str());
     return kSignalled + g_signal.load();
   }
 }

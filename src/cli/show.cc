@@ -239,11 +239,16 @@ void print_table(const runfile::Run& run, const OutputRanking& ranking) {
 
 }  // namespace
 
-int show(const ShowCommand& command) {
-  const auto run = std::make_shared<const runfile::Run>(runfile::read_run(command.run));
-  if (command.simulation > run->simulations)
-    throw BadArguments("--simulation: the run has simulations 1 to " + std::to_string(run->simulations));
-  const auto rankings = embedded::rank_outputs(run, find_outputs(*run, command.outputs), command.simulation);
+int show(const ShowCommand& command, Problems& problems) {
+  const auto run = read_run(command.run, problems);
+  std::vector<std::int32_t> outputs;
+  if (run) {
+    problems.gather([&] { outputs = find_outputs(*run, command.outputs); });
+    if (command.simulation > run->simulations)
+      problems.add("--simulation: the run has simulations 1 to " + std::to_string(run->simulations));
+  }
+  problems.refuse_any();
+  const auto rankings = embedded::rank_outputs(run, outputs, command.simulation);
   switch (command.form) {
     case ShowForm::kJson:
       print_json(*run, rankings, command.simulation);

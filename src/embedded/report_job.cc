@@ -7,6 +7,7 @@
 #include "embedded/selected_outputs.h"
 #include "environment/string_table.h"
 #include "runfile/recorded_engine.h"
+#include "unicode/names.h"
 #include "xlsx/graft.h"
 #include "xlsx/save.h"
 
@@ -105,6 +106,20 @@ void count(const office::SheetModel& sheet, WrittenReports& written) {
   written.charts += sheet.charts.size();
 }
 
+void note_earlier(const xlsx::ExistingWorkbook& existing, const office::BookModel& book,
+                  const std::vector<std::size_t>& sheets, WrittenReports& written) {
+  for (const xlsx::ExistingWorkbook::Sheet& earlier : existing.sheets()) {
+    if (!earlier.is_report) continue;
+    const bool is_replaced = std::any_of(sheets.begin(), sheets.end(), [&](std::size_t position) {
+      return unicode::same_name(book.sheets[position]->name, earlier.name);
+    });
+    if (is_replaced)
+      ++written.replaced;
+    else
+      written.left_over.push_back(earlier.name);
+  }
+}
+
 }  // namespace
 
 std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,
@@ -144,6 +159,7 @@ WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,
 
   WrittenReports written;
   for (const std::size_t position : sheets) count(*book->sheets[position], written);
+  note_earlier(existing, *book, sheets, written);
   return written;
 }
 

@@ -51,6 +51,9 @@ struct ReportOptions {
 struct WrittenReports {
   std::size_t sheets = 0;
   std::size_t charts = 0;
+  // In a workbook that was there:
+  std::size_t replaced = 0;            // of the sheets, those that took the place of earlier reports
+  std::vector<std::string> left_over;  // sheets of earlier reports that are still there
 };
 
 // Into a new workbook. Throws host::Error: errc::kUserCancelled when cancelled, else what the reports ended

@@ -143,8 +143,18 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
        "there.xlsx: it is no workbook; expected an Excel workbook"},
       {{"report", "m.run.json", "--multi-way"}, "--multi-way: m.run.json varied no inputs together"},
       {{"report", "m.run.json", "--log", "none"}, "there is no folder \"none\""},
-      {{"report", "m.run.json", "--max-inputs", "0"}, "--max-inputs: Value 0 not in range 1 to 32"},
+      {{"report", "m.run.json", "--max-inputs", "0"}, "--max-inputs: \"0\" is no whole number from 1 to 32"},
       {{"report", "m.run.json", "--max-inputs", "33"}, "--max-inputs"},
+      {{"report", "m.run.json", "--max-inputs", "5.5"}, "--max-inputs"},
+      {{"report", "m.run.json", "--max-input", "5"},
+       "--max-input: there is no such option; is --max-inputs meant?"},
+      {{"report", "m.run.json", "--threshold", "5"},
+       "--threshold: is 5% meant, or 500%? Write it with the percent sign"},
+      {{"report", "m.run.json", "--threshold", "1.5"}, "is 1.5% meant, or 150%?"},
+      {{"report", "m.run.json", "--threshold", "5%", "--threshold", "6%"},
+       "--threshold: is given more than once"},
+      {{"help", "repot"}, "\"repot\" is no command"},
+      {{"help", "report", "show"}, "help: name one command"},
       {{"report", "m.run.json", "--threshold", "5 %"}, "--threshold: \"5 %\" is no share"},
       {{"report", "m.run.json", "--threshold", "-1"}, "is no share"},
       {{"report", "m.run.json", "--threshold", "nan"}, "is no share"},
@@ -152,7 +162,11 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"report", "m.run.json", "--base-color", "12345G"}, "--base-color: \"12345G\" is no colour"},
       {{"report", "m.run.json", "--low-color", "amber"}, "--low-color: \"amber\" is no colour"},
       {{"report", "m.run.json", "--language", "xx"},
-       "\"xx\" is no language of the reports; there are de, en, es, fr, it, ja, pt, zh"},
+       "\"xx\" is no language of the reports; there are de, en, es, fr, it, ja, pt, zh\n"},
+      {{"report", "m.run.json", "--language", "zh-TW"},
+       "\"zh-TW\" is no language of the reports; there are de, en, es, fr, it, ja, pt, zh (zh is written in "
+       "simplified characters)"},
+      {{"report", "m.run.json", "--language", ""}, "--language: CODE is missing"},
       {{"report", "m.run.json", "--output", "Loss"},
        "\"Loss\" is no output of the run. Its outputs are:\n  Profit (Plan!C14)\n"},
       {{"show", "m.run.json", "--output", "profit"},
@@ -173,6 +187,40 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
     EXPECT_FALSE(there("m-reports.xlsx"));
     EXPECT_EQ(file_text(folder_ / "there.xlsx"), "before");
   }
+}
+
+TEST_F(Command, TellsEveryProblemAtOnce) {
+  std::ofstream(folder_ / "there.xlsx") << "before";
+  const auto messages = [&](std::vector<std::string> arguments) {
+    const Result result = run(arguments);
+    EXPECT_EQ(result.code, 2);
+    return result.err;
+  };
+  EXPECT_EQ(messages({"report", "m.run.json", "--bar-color", "blue", "--output", "Loss", "--output", "C14",
+                      "--max-inputs", "0", "--log", "none", "--multi-way", "-o", "there.xlsx", "--output",
+                      "Gain", "--tornados"}),
+            "ordvane: --max-inputs: \"0\" is no whole number from 1 to 32\n"
+            "ordvane: --bar-color: \"blue\" is no colour; give six hexadecimal digits, as in 1F4E79\n"
+            "ordvane: --tornados: there is no such option; is --tornado meant?\n"
+            "ordvane: -o: \"there.xlsx\" is there already; --overwrite replaces it, --into adds to it\n"
+            "ordvane: --log: there is no folder \"none\"\n"
+            "ordvane: --output: \"C14\" names more than one output:\n"
+            "  Profit (Plan!C14)\n  Margin \u00e4 (My plan!C14)\n"
+            "  Name the cell with its sheet, as in \"Sheet!C14\", and its workbook if need be, as in "
+            "\"[book.xlsx]Sheet!C14\".\n"
+            "ordvane: --output: \"Loss\", \"Gain\" are no outputs of the run. Its outputs are:\n"
+            "  Profit (Plan!C14)\n  Margin \u00e4 (My plan!C14)\n  Profit (Total!D2)\n"
+            "ordvane: --multi-way: m.run.json varied no inputs together; the run needs \"groups\"\n"
+            "Try `ordvane report --help`.\n");
+  // Files that are wrong, each for itself; a hint at the options would not help.
+  EXPECT_EQ(messages({"report", "none.run.json", "--into", "there.xlsx", "-o", "a.xlsx"}),
+            "ordvane: none.run.json: cannot be read: No such file or directory\n"
+            "ordvane: --into: goes without -o\n"
+            "ordvane: there.xlsx: it is no workbook; expected an Excel workbook, .xlsx or .xlsm\n");
+  // An unknown option's value is not taken for a run file.
+  EXPECT_EQ(messages({"show", "--frob", "5", "m.run.json", "--simulation"}),
+            "ordvane: --simulation: N is missing\nordvane: --frob: there is no such option\n"
+            "Try `ordvane show --help`.\n");
 }
 
 TEST_F(Command, FindsOutputsByNameAndCell) {
@@ -219,7 +267,8 @@ TEST_F(Command, ReportTakesItsSwitches) {
       {{"--all", "--percent", "--max-inputs", "1", "--bar-color", "#1F4E79", "--base-color", "ff0000"},
        "a.xlsx: 15 sheets, 9 charts\n"},
       {{"--tornado", "--threshold", "150.1%", "--output", "d2"}, "a.xlsx: 2 sheets, 0 charts\n"},
-      {{"--tornado", "--threshold", "1.5", "--output", "d2"}, "a.xlsx: 2 sheets, 1 chart\n"},
+      {{"--tornado", "--threshold", "150%", "--output", "d2"}, "a.xlsx: 2 sheets, 1 chart\n"},
+      {{"--tornado", "--threshold", "1", "--output", "Plan!C14"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--watermark", "Draft\\nof today", "--language", "en", "--log", "."},
        "a.xlsx: 11 sheets, 12 charts\n"},
       {{"--quiet"}, ""},
@@ -249,6 +298,8 @@ TEST_F(Command, ReportSpeaksTheUsersLanguage) {
   EXPECT_EQ(workbook("de_CH.UTF-8", {}), german);
   EXPECT_EQ(workbook("de_CH.UTF-8", {"--language", "en"}), english);
   EXPECT_EQ(workbook("nl_NL.UTF-8", {}), english);
+  for (const char* spelling : {"DE", "de-AT", "de_DE.UTF-8"})
+    EXPECT_EQ(workbook("C.UTF-8", {"--language", spelling}), german) << spelling;
 }
 
 TEST_F(Command, FailuresExitWithOne) {
@@ -326,6 +377,24 @@ TEST_F(Command, MultiWayReportsAreMadeForRunsWithGroups) {
             "a.xlsx: 19 sheets, 15 charts\n");
 }
 
+TEST_F(Command, ReportTellsWhatBecameOfEarlierReports) {
+  const auto said = [&](std::vector<std::string> switches) {
+    switches.insert(switches.begin(), {"report", "m.run.json"});
+    const Result result = run(switches);
+    EXPECT_EQ(result.code, 0) << result.err;
+    return result.out;
+  };
+  EXPECT_EQ(said({"-o", "a.xlsx", "--tornado", "--output", "D2"}), "a.xlsx: 2 sheets, 1 chart\n");
+  EXPECT_EQ(said({"--into", "a.xlsx", "--tornado", "--output", "D2", "--quiet"}), "");
+  EXPECT_EQ(said({"--into", "a.xlsx", "--tornado", "--spider", "--output", "D2", "--overwrite"}),
+            "a.xlsx: added 1 sheet, replaced 2 sheets, 2 charts\n"
+            "Still there from earlier reports: Tornado D2 (2), Summary (2)\n");
+  EXPECT_EQ(said({"--into", "a.xlsx", "--spider", "--output", "D2"}),
+            "a.xlsx: added 2 sheets, 1 chart\n"
+            "Still there from earlier reports: Tornado D2, Summary, Tornado D2 (2), Summary (2), Spider D2; "
+            "--overwrite replaces those of the same names\n");
+}
+
 TEST_F(Command, CheckDescribesARun) {
   const Result result = run({"check", "m.run.json"});
   EXPECT_EQ(result.code, 0);
@@ -333,10 +402,14 @@ TEST_F(Command, CheckDescribesARun) {
 }
 
 TEST_F(Command, HelpShowsExamplesAndTheVersionIsTheProjects) {
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"--help"}, {"report", "--help"}, {"show", "--help"}}) {
-    const Result result = run(arguments);
+  using Words = std::vector<std::string>;
+  for (const auto& [asked, in_other_words] : {std::pair(Words{"--help"}, Words{"help"}),
+                                              {{"report", "--help"}, {"help", "report"}},
+                                              {{"show", "--help"}, {"help", "show"}},
+                                              {{"check", "--help"}, {"help", "check"}}}) {
+    const Result result = run(asked);
     EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(run(in_other_words).out, result.out);
     EXPECT_THAT(result.out, AllOf(HasSubstr("Examples:\n  ordvane "), Not(HasSubstr("SUBCOMMAND"))));
     for (std::size_t at = 0; at < result.out.size(); at = result.out.find('\n', at) + 1)
       EXPECT_LE(result.out.find('\n', at) - at, 105U) << result.out.substr(at, 120);

@@ -1,0 +1,25 @@
+// Values of options as they are typed. Each reader throws BadArguments, which names the option and says what
+// is expected.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/excel.h"
+
+namespace ordvane::cli {
+
+// RRGGBB, with or without "#", into the spreadsheet's blue-green-red.
+host::Color color_of(const std::string& option, const std::string& text);
+// A percentage (5%) or a fraction up to 1 (0.05). What is meant by a number above 1 is for the user to say.
+double share_of(const std::string& option, const std::string& text);
+std::int32_t whole_number_of(const std::string& option, const std::string& text, std::int32_t lowest,
+                             std::int32_t highest);
+// The code of the language; "DE", "pt-BR" and "de_DE.UTF-8" name one too.
+std::string language_of(const std::string& option, const std::string& text);
+// Codes of every language of the reports: "de, en, es".
+std::string language_list();
+// "\n" as typed in a shell is a line break.
+std::string with_line_breaks(std::string text);
+
+}  // namespace ordvane::cli
