@@ -5,7 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "tables/gap_notes.h"
+#include "tables/look.h"
 #include "tables/output_detail.h"
+#include "tables/step_remarks.h"
 #include "tables/table_parts.h"
 #include "tables/utils.h"
 
@@ -22,6 +25,7 @@ constexpr std::int16_t kSubcaption = 100, kSheetName = 105, kStep = 108, kProgre
 constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kNameRow = 2;
 constexpr std::int32_t kColumnsPerOutput = 3;
+constexpr std::size_t kMostStepNotes = 500;  // a spreadsheet takes its time over each
 
 struct Columns {
   Columns(std::int32_t mode, std::int32_t outputs) : m(mode), k(outputs) {}
@@ -34,13 +38,6 @@ struct Columns {
   // Value column of output 1 to k; its change and its change in percent follow.
   std::int32_t output_value(std::int32_t output) const { return m + kColumnsPerOutput * output + 4; }
   std::int32_t count() const { return kColumnsPerOutput * k + 6 + m; }
-  // Columns that name the input, merged over its steps.
-  std::vector<std::int32_t> identity() const {
-    std::vector<std::int32_t> columns = {name, cell()};
-    if (m == model::OrdvaneRangeBookMode) columns.push_back(book);
-    if (m > model::OrdvaneRangeCellMode) columns.push_back(sheet());
-    return columns;
-  }
 };
 
 class DetailByInput {
@@ -51,24 +48,31 @@ class DetailByInput {
         selected_(selected),
         inputs_(inputs),
         outputs_(outputs),
-        c_(mode, std::min(selected.size(), kMostDetailOutputs)) {}
+        c_(mode, std::min(selected.size(), kMostDetailOutputs)),
+        gaps_(c_.count()) {
+    for (std::int32_t k = 1; k <= c_.k; ++k) results_.emplace_back(output(k), kOutputGaps, gaps_);
+  }
 
   void make(ReportWorkbook& rWB, std::int32_t iterations, std::int32_t run, std::int32_t runs);
 
  private:
   std::int32_t standard_recalculations();
+  bool leaves_out_steps() const;
   void set_headers();
   void set_rules();
   void fill_body();
   const std::string& step_text(std::int32_t step);
-  void fill_row(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input,
-                std::int32_t step);
   struct InputRows {
     const model::DralInputOutput& input;
     std::int32_t first, rows;
+    std::int32_t failed = 0;  // results, of all outputs shown
   };
+  void fill_input(BodyWriter& body, InputRows& group);
+  void name_input(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input) const;
+  void format_names(const std::vector<InputRows>& groups);
   void format_input_rows(const InputRows& group);
   void format_columns();
+  void add_step_notes(const std::vector<InputRows>& groups);
   const model::DralInputOutput& output(std::int32_t k) const { return outputs_(selected_(k)); }
 
   session::Session& session_;
@@ -77,7 +81,8 @@ class DetailByInput {
   const model::Records& outputs_;
   Columns c_;
   std::int32_t rows_ = 0;
-  std::int32_t flags_ = 0;
+  GapNotes gaps_;
+  std::vector<ItemCells> results_;  // of the outputs
   model::OneBased<std::string> step_texts_;
   std::shared_ptr<ReportTable> table_;
   std::optional<OutputHeadings> headings_;
@@ -102,19 +107,24 @@ void DetailByInput::make(ReportWorkbook& rWB, std::int32_t iterations, std::int3
                            session_.text(text::kSubcaption));
   set_headers();
   table_->SetIdentityColumns(c_.step(), c_.name);
-  if (selected_.size() > kMostDetailOutputs)
-    table_->AddTableNote(0, 7, session_.CommonString(12), session_.text(text::kTooManyOutputs));
-  if (too_many_rows) table_->AddTableNote(0, 4, session_.CommonString(12), session_.text(text::kTooManyRows));
+  if (selected_.size() > c_.k)
+    table_->AddTableNote(0, c_.output_value(1), session_.CommonString(12),
+                         session_.text(text::kTooManyOutputs));
+  if (leaves_out_steps())
+    table_->AddTableNote(0, c_.input_value(), session_.CommonString(12), session_.text(text::kTooManyRows));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
   fill_body();
-  AddInvalidValueNotes(session_, *sheet, *table_, flags_, c_.m + 6, c_.m + 8);
+  gaps_.write(session_, *table_, rows_);
   application.set_cursor(cursor);
 
   const auto body = table_->BodyRange();
-  // All columns in one go: the cells lie row by row.
-  body->offset(-1, 0)->resize(body->row_count() + 1, c_.count())->auto_fit_columns();
+  // Names keep the widths that their columns have. All others in one go: the cells lie row by row.
+  body->offset(-1, c_.cell() - 1)
+      ->resize(body->row_count() + 1, c_.count() - c_.cell() + 1)
+      ->auto_fit_columns();
+  table_->Settle();
   headings_->fit();
   sheet->FinishSheet();
 }
@@ -127,6 +137,12 @@ std::int32_t DetailByInput::standard_recalculations() {
   session_.engine->DRL4_GetVaryMultis(session_.hVars, {list.data(), static_cast<std::size_t>(list.size())},
                                       varied, standard, multi_way);
   return standard;
+}
+
+bool DetailByInput::leaves_out_steps() const {
+  std::int64_t steps = 0;
+  for (const model::DralInputOutput& input : inputs_) steps += input.numSteps;
+  return steps > rows_;
 }
 
 void DetailByInput::set_headers() {
@@ -182,15 +198,45 @@ void DetailByInput::fill_body() {
     CheckUserCancel(session_);
     const std::int32_t first = body.rows() + 1;
     const std::int32_t rows = std::min(input.numSteps, rows_ - first + 1);
-    for (std::int32_t s = 1; s <= rows; ++s) {
-      fill_row(body.block(), body.next_row(), input, s);
-      CheckUserCancel(session_);
-    }
-    if (rows > 0) groups.push_back({input, first, rows});
+    if (rows < 1) continue;
+    groups.push_back({input, first, rows});
+    fill_input(body, groups.back());
   }
   body.flush();
   format_columns();
+  format_names(groups);
   for (const InputRows& group : groups) format_input_rows(group);
+  add_step_notes(groups);
+}
+
+void DetailByInput::fill_input(BodyWriter& body, InputRows& group) {
+  const ItemCells values(group.input, kInputGaps, gaps_);
+  const auto columns = [](std::int32_t first) {
+    return ItemColumns{.value = first, .change = first + 1, .fraction = first + 2};
+  };
+  for (std::int32_t step = 1; step <= group.rows; ++step) {
+    const std::int32_t r = body.next_row();
+    const FilledRow row{.block = body.block(), .row = r, .body_row = body.rows()};
+    name_input(row.block, r, group.input);
+    row.block.set_text(r, c_.step(), step_text(step));
+    values.put(row, columns(c_.input_value()), group.input.InputValuesUsed(step));
+    for (std::int32_t k = 1; k <= c_.k; ++k) {
+      const double result = group.input.OutputValuesCalculated(selected_(k), step);
+      if (!results_[static_cast<std::size_t>(k - 1)].put(row, columns(c_.output_value(k)), result))
+        ++group.failed;
+    }
+    CheckUserCancel(session_);
+  }
+}
+
+// In every row, so that rows can be filtered and sorted, and a page that begins within the rows of an input
+// names it.
+void DetailByInput::name_input(host::CellBlock& block, std::int32_t row,
+                               const model::DralInputOutput& input) const {
+  block.set_text(row, c_.name, ItemLabel(input));
+  if (c_.m == model::OrdvaneRangeBookMode) block.set_text(row, c_.book, input.bookName);
+  if (c_.m > model::OrdvaneRangeCellMode) block.set_text(row, c_.sheet(), input.sheetName);
+  block.set_text(row, c_.cell(), input.cellAddress);
 }
 
 // Most inputs have the same steps: each text is made once.
@@ -200,43 +246,20 @@ const std::string& DetailByInput::step_text(std::int32_t step) {
   return step_texts_(step);
 }
 
-void DetailByInput::fill_row(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input,
-                             std::int32_t step) {
-  const model::NumberRules& rules = input.rules();
-  if (step == 1) {  // shown once, over all rows of the input
-    block.set_text(row, c_.name, NameWithAddress(input.ioName, input.cellAddress));
-    if (c_.m == model::OrdvaneRangeBookMode) block.set_text(row, c_.book, input.bookName);
-    if (c_.m > model::OrdvaneRangeCellMode) block.set_text(row, c_.sheet(), input.sheetName);
-    block.set_text(row, c_.cell(), input.cellAddress);
+// An input shows where its first row is darker; long names go on below there.
+void DetailByInput::format_names(const std::vector<InputRows>& groups) {
+  if (groups.empty()) return;
+  table_->Body(1, 1, rows_, c_.cell())->set_font({.color = look::kMuted});
+  std::vector<std::int32_t> first_rows;
+  for (const InputRows& group : groups) {
+    table_->Body(group.first, 1, 1, c_.cell())->set_font({.color = look::kText});
+    first_rows.push_back(group.first);
   }
-  block.set_text(row, c_.step(), step_text(step));
-
-  const auto put = [&](std::int32_t column, double value, double base, model::OrdvaneDivisorType kind) {
-    // A change from or to something that is no number is none; its cells say so, and not that a base is zero.
-    const bool measurable = rules.is_usable(value) && rules.is_usable(base);
-    const double change = measurable ? value - base : rules.missing_number();
-    if (!measurable) kind = model::OrdvaneDivisorInputOrOutput;
-    FormatTableValue(rules, block, row, column, value, flags_, 1.0, kind);
-    FormatTableValue(rules, block, row, column + 1, change, flags_, 1.0, kind);
-    FormatTableValue(rules, block, row, column + 2, change, flags_, base, kind);
-  };
-  put(c_.input_value(), input.InputValuesUsed(step), input.BaseValue(), model::OrdvaneDivisorInput);
-  for (std::int32_t k = 1; k <= c_.k; ++k)
-    put(c_.output_value(k), input.OutputValuesCalculated(selected_(k), step), output(k).BaseValue(),
-        model::OrdvaneDivisorOutput);
+  table_->WrapNames(first_rows);
 }
 
-// What one input's rows have of their own: merged identity cells, its number
-// format, a rule below them.
+// What one input's rows have of their own: its number format, a rule below them.
 void DetailByInput::format_input_rows(const InputRows& group) {
-  host::ignoring_errors([&] {
-    for (const std::int32_t column : c_.identity()) {
-      const auto cells = table_->Body(group.first, column, group.rows, 1);
-      cells->set_alignment(column == c_.cell() ? HAlign::kCenter : HAlign::kLeft, host::VAlign::kTop);
-      cells->set_merge(true);
-      if (group.rows > 1) cells->set_wrap_text(true);  // a long name goes on in the rows below
-    }
-  });
   FormatValuesAndChanges(*table_, group.first, group.rows, c_.input_value(), group.input);
   table_->AddRowRule(group.first + group.rows - 1, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
 }
@@ -247,6 +270,16 @@ void DetailByInput::format_columns() {
   for (std::int32_t k = 1; k <= c_.k; ++k) {
     FormatValuesAndChanges(*table_, 1, rows_, c_.output_value(k), output(k));
     table_->FormatBody(1, rows_, c_.output_value(k) + 2, PercentFormat());
+  }
+}
+
+void DetailByInput::add_step_notes(const std::vector<InputRows>& groups) {
+  std::size_t notes = 0;
+  for (const InputRows& group : groups) {
+    if (group.failed == 0) continue;
+    if (++notes > kMostStepNotes) return;
+    table_->AddTableNote(group.first, c_.name, session_.CommonString(12),
+                         StepNote(session_, {.steps = group.rows * c_.k, .failed = group.failed}));
   }
 }
 

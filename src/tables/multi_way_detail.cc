@@ -1,7 +1,6 @@
 #include "tables/multi_way_detail.h"
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <memory>
 #include <numeric>
@@ -10,8 +9,10 @@
 #include <vector>
 
 #include "tables/detail_by_input.h"
+#include "tables/gap_notes.h"
 #include "tables/look.h"
 #include "tables/output_detail.h"
+#include "tables/step_remarks.h"
 #include "tables/table_parts.h"
 #include "tables/utils.h"
 
@@ -26,7 +27,8 @@ constexpr std::int16_t kSheetName = 210, kTitle = 211, kExtremesCaption = 212, k
                        kMember = 219, kInGroup = 220, kInteraction = 221, kHighest = 222, kLowest = 223,
                        kProgress = 224, kTooManyRows = 225, kTooManyOutputs = 226, kTooManyMembers = 227,
                        kGroupNote = 228, kInGroupNote = 229, kRankNote = 230, kInteractionNote = 231,
-                       kNoGroups = 232, kRun = 233, kLow = 201, kHigh = 202;
+                       kNoGroups = 232, kRun = 233, kLow = 201, kHigh = 202, kErrors = 270,
+                       kOtherValues = 271, kNoOwnSwing = 272, kLeavesOutBase = 273, kTooManyRowsInGroup = 274;
 }  // namespace text
 
 constexpr std::int32_t kHeaderRows = 3;
@@ -35,7 +37,7 @@ constexpr std::int32_t kColumnsPerOutput = 5;
 constexpr std::int32_t kCaptionRows = 2;  // above the table of combinations
 constexpr double kLabelWidth = 14;        // characters, at least
 constexpr std::int32_t kProgressMessages = 200;
-constexpr double kAsIs = 1.0;  // divisor of a value that is shown as it is
+constexpr std::size_t kMostGroupNotes = 500;  // a spreadsheet takes its time over each
 
 struct Columns {
   std::int32_t m = 0;        // range mode
@@ -59,16 +61,34 @@ struct Columns {
   std::int32_t count() const { return result(outputs + 1) - 1; }
 };
 
-// As many members and outputs as the sheet's columns hold, members first.
+// As many members and outputs as the sheet's columns hold, members first; of a sheet that is not known, as
+// many as the smallest one's.
 Columns columns_for(std::int32_t mode, std::int32_t largest_group, std::int32_t outputs,
                     std::int32_t sheet_columns) {
-  Columns c{.m = mode, .members = largest_group, .outputs = std::min(outputs, kMostDetailOutputs)};
-  if (sheet_columns < 1) return c;  // no limit is known
+  Columns c{.m = mode, .members = largest_group, .outputs = outputs};
+  if (sheet_columns < 1) {
+    c.outputs = std::min(outputs, kMostDetailOutputs);
+    return c;
+  }
   const std::int32_t room = sheet_columns - c.group;
   c.members = std::clamp((room - kColumnsPerOutput) / c.per_member(), 1, std::max(largest_group, 1));
   c.outputs = std::clamp((room - c.members * c.per_member()) / kColumnsPerOutput, 1, std::max(c.outputs, 1));
   c.outputs = std::min(c.outputs, outputs);
   return c;
+}
+
+// Why there is no interaction.
+std::int16_t text_of(model::InteractionState state) {
+  switch (state) {
+    case model::InteractionState::kNoOwnSwing:
+      return text::kNoOwnSwing;
+    case model::InteractionState::kOtherValues:
+      return text::kOtherValues;
+    case model::InteractionState::kErrors:
+    case model::InteractionState::kMeasured:
+      break;
+  }
+  return text::kErrors;
 }
 
 class MultiWayDetail {
@@ -96,6 +116,18 @@ class MultiWayDetail {
     std::int32_t row = 0;
     std::int32_t output = 0;
   };
+  // Fills cells of one of the tables.
+  struct Filling {
+    Filling(const MultiWayDetail& report, const ItemGaps& of_results) : gaps(report.c_.count()) {
+      for (std::int32_t k = 1; k <= report.c_.outputs; ++k)
+        results.emplace_back(report.output(k), of_results, gaps);
+    }
+    Filling(const Filling&) = delete;
+    Filling& operator=(const Filling&) = delete;
+
+    GapNotes gaps;
+    std::vector<ItemCells> results;  // of the outputs
+  };
 
   void find_extremes();
   void add_title(std::int32_t runNumber, std::int32_t runs);
@@ -106,8 +138,7 @@ class MultiWayDetail {
   void set_columns(ReportTable& table, bool labelled);
   void fill_extremes();
   void fill_combinations();
-  void fill_combination(host::CellBlock& block, std::int32_t row, std::int32_t group,
-                        std::int32_t combination);
+  void fill_combination(const FilledRow& row, Filling& filling, std::int32_t group, std::int32_t combination);
   void fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group);
   void mark_ends_in_group(host::CellBlock& block, std::int32_t row, std::int32_t group,
                           std::int32_t combination);
@@ -115,7 +146,11 @@ class MultiWayDetail {
   void format_groups(const std::vector<GroupRows>& groups);
   const std::string& member_format(std::int32_t group, std::int32_t position) const;
   void mark_extreme(ReportTable& table, const MarkedRow& marked);
-  void explain_invalid_values();
+  void note_all_failed(const MarkedRow& at);
+  void note_interaction(ReportTable& table, const MarkedRow& at, const model::GroupEffect& effect);
+  void note_groups(const std::vector<GroupRows>& groups);
+  void note_left_out_rows(const std::vector<GroupRows>& groups);
+  std::string outputs_left_out() const;
   void fit_columns();
 
   std::int32_t largest_group() const;
@@ -143,7 +178,6 @@ class MultiWayDetail {
   std::vector<Extreme> extremes_;                  // two an output: highest, lowest
   std::int64_t combinations_ = 0;                  // of all groups
   std::int32_t rows_ = 0;                          // combinations shown
-  std::int32_t flags_ = 0;
   std::shared_ptr<ReportSheet> sheet_;
   // The second one goes on under the headers of the first.
   std::shared_ptr<ReportTable> extremes_table_, combinations_table_;
@@ -195,7 +229,6 @@ void MultiWayDetail::make(ReportWorkbook& rWB, std::int32_t runNumber, std::int3
   find_extremes();
   add_extremes();
   add_combinations();
-  explain_invalid_values();
   application.set_cursor(cursor);
   fit_columns();
   sheet_->FinishSheet();
@@ -283,9 +316,17 @@ void MultiWayDetail::add_header_notes() {
   note(c_.rank(1), session_.text(text::kRankNote));
   note(c_.interaction(1), session_.text(text::kInteractionNote));
   if (c_.members < largest_group())
-    note(c_.name(c_.members), session_.text(text::kTooManyMembers, std::int64_t{c_.members}));
+    note(c_.name(c_.members),
+         session_.text(text::kTooManyMembers, std::int64_t{c_.members}, std::int64_t{largest_group()}));
   if (c_.outputs < selected_.size())
-    note(c_.result(1), session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs}));
+    note(c_.result(1), session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs},
+                                     std::int64_t{selected_.size()}, outputs_left_out()));
+}
+
+std::string MultiWayDetail::outputs_left_out() const {
+  std::vector<std::string> outputs;
+  for (std::int32_t k = c_.outputs + 1; k <= selected_.size(); ++k) outputs.push_back(ItemLabel(output(k)));
+  return ListOf(session_, outputs);
 }
 
 void MultiWayDetail::set_columns(ReportTable& table, bool labelled) {
@@ -311,6 +352,8 @@ void MultiWayDetail::set_columns(ReportTable& table, bool labelled) {
 
 void MultiWayDetail::fill_extremes() {
   BodyWriter body(*extremes_table_, extremes_table_->rows());
+  // How many results failed says the table below.
+  Filling filling(*this, {Gap::kNoNumber, kOutputGaps.base_zero, kOutputGaps.base_invalid});
   std::vector<GroupRows> groups;
   for (const Extreme& extreme : extremes_) {
     const model::DralInputOutput& o = output(extreme.output);
@@ -319,29 +362,30 @@ void MultiWayDetail::fill_extremes() {
         row, c_.combination,
         session_.text(extreme.highest ? text::kHighest : text::kLowest,
                       o.NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m))));
+    const MarkedRow at = {.row = body.rows(), .output = extreme.output};
     if (extreme.group == 0) {
-      FormatTableValue(o.rules(), body.block(), row, c_.result(extreme.output), o.rules().missing_number(),
-                       flags_, kAsIs, model::OrdvaneDivisorInputOrOutput);
+      body.block().set_text(row, c_.result(extreme.output), host::kNotShown);
+      note_all_failed(at);
       continue;
     }
-    fill_combination(body.block(), row, extreme.group, extreme.combination);
+    fill_combination({body.block(), row, body.rows()}, filling, extreme.group, extreme.combination);
     fill_group_figures(body.block(), row, extreme.group);
     mark_ends_in_group(body.block(), row, extreme.group, extreme.combination);
+    note_interaction(*extremes_table_, at, effects_(extreme.output)(extreme.group));
     groups.push_back({.group = extreme.group, .first = body.rows(), .rows = 1});
   }
   body.flush();
+  filling.gaps.write(session_, *extremes_table_, extremes_table_->rows());
   format_member_values(*extremes_table_, groups);
   for (std::int32_t row = 1; const Extreme& extreme : extremes_)
     mark_extreme(*extremes_table_, {.row = row++, .output = extreme.output});
 }
 
 std::int32_t MultiWayDetail::rows_to_show() const {
-  std::int64_t rows = std::min<std::int64_t>(combinations_, kMostDetailRows);
-  if (session_.sheet_rows > 0) {
-    const std::int32_t above = sheet_->NextCell()->row() - 1 + kCaptionRows;
-    rows = std::min<std::int64_t>(rows, std::max(session_.sheet_rows - above, 0));
-  }
-  return static_cast<std::int32_t>(rows);
+  const std::int32_t above = sheet_->NextCell()->row() - 1 + kCaptionRows;
+  const std::int32_t room =
+      session_.sheet_rows > 0 ? std::max(session_.sheet_rows - above, 0) : kMostDetailRows;
+  return static_cast<std::int32_t>(std::min<std::int64_t>(combinations_, room));
 }
 
 void MultiWayDetail::add_combinations() {
@@ -351,9 +395,6 @@ void MultiWayDetail::add_combinations() {
       session_.text(text::kSubcaption,
                     output(1).NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m))));
   set_columns(*combinations_table_, false);
-  if (rows_ < combinations_)
-    sheet_->AddCellNote(*combinations_table_->CaptionRange(), session_.CommonString(12),
-                        session_.text(text::kTooManyRows, std::int64_t{rows_}, combinations_));
   fill_combinations();
 }
 
@@ -363,6 +404,7 @@ void MultiWayDetail::fill_combinations() {
     outputs_at.insert({{extreme.group, extreme.combination}, extreme.output});
 
   BodyWriter body(*combinations_table_, rows_);
+  Filling filling(*this, kOutputGaps);
   std::vector<GroupRows> groups;
   std::vector<MarkedRow> marked;
   const std::int32_t message_every = std::max(order_.size() / kProgressMessages, 1);
@@ -378,7 +420,7 @@ void MultiWayDetail::fill_combinations() {
       const std::int32_t c = combinations(r);
       const std::int32_t row = body.next_row();
       body.block().set_number(row, c_.combination, r);
-      fill_combination(body.block(), row, g, c);
+      fill_combination({body.block(), row, body.rows()}, filling, g, c);
       if (r == 1) fill_group_figures(body.block(), row, g);
       mark_ends_in_group(body.block(), row, g, c);
       const auto [begin, end] = outputs_at.equal_range({g, c});
@@ -388,6 +430,9 @@ void MultiWayDetail::fill_combinations() {
     groups.push_back({.group = g, .first = first, .rows = rows});
   }
   body.flush();
+  filling.gaps.write(session_, *combinations_table_, rows_);
+  note_left_out_rows(groups);
+  note_groups(groups);
   format_groups(groups);
   for (const MarkedRow& row : marked) {
     combinations_table_->Body(row.row, 1, 1, c_.count())->set_interior({.color = look::kMarked});
@@ -395,40 +440,32 @@ void MultiWayDetail::fill_combinations() {
   }
 }
 
-void MultiWayDetail::fill_combination(host::CellBlock& block, std::int32_t row, std::int32_t group,
+void MultiWayDetail::fill_combination(const FilledRow& row, Filling& filling, std::int32_t group,
                                       std::int32_t combination) {
   const model::MultiGroup& g = run_.groups(group);
-  block.set_number(row, c_.group, number(group));
+  row.block.set_number(row.row, c_.group, number(group));
   for (std::int32_t i = 1; i <= shown_members(group); ++i) {
     const model::DralInputOutput& input = member(group, i);
-    block.set_text(row, c_.name(i), labels_(g.members(i)));
-    if (c_.m == model::OrdvaneRangeBookMode) block.set_text(row, c_.book(i), input.bookName);
-    if (c_.m > model::OrdvaneRangeCellMode) block.set_text(row, c_.sheet(i), input.sheetName);
-    FormatTableValue(input.rules(), block, row, c_.member_value(i),
-                     g.inputs(i).value[static_cast<std::size_t>(combination - 1)], flags_, kAsIs,
-                     model::OrdvaneDivisorInputOrOutput);
+    row.block.set_text(row.row, c_.name(i), labels_(g.members(i)));
+    if (c_.m == model::OrdvaneRangeBookMode) row.block.set_text(row.row, c_.book(i), input.bookName);
+    if (c_.m > model::OrdvaneRangeCellMode) row.block.set_text(row.row, c_.sheet(i), input.sheetName);
+    ItemCells(input, kInputGaps, filling.gaps)
+        .put(row, {.value = c_.member_value(i)},
+             g.inputs(i).value[static_cast<std::size_t>(combination - 1)]);
   }
-  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
-    const model::DralInputOutput& o = output(k);
-    const model::NumberRules& rules = o.rules();
-    const double result = run_.result(k, g, combination);
-    const double base = o.BaseValue();
-    FormatTableValue(rules, block, row, c_.result(k), result, flags_, kAsIs,
-                     model::OrdvaneDivisorInputOrOutput);
-    // A change from or to something that is no number is none, and not one from a base of zero.
-    const bool measurable = rules.is_usable(result) && rules.is_usable(base);
-    FormatTableValue(rules, block, row, c_.change(k), measurable ? result - base : rules.missing_number(),
-                     flags_, std::fabs(base),
-                     measurable ? model::OrdvaneDivisorOutput : model::OrdvaneDivisorInputOrOutput);
-  }
+  for (std::int32_t k = 1; k <= c_.outputs; ++k)
+    filling.results[static_cast<std::size_t>(k - 1)].put(
+        row, {.value = c_.result(k), .fraction = c_.change(k)}, run_.result(k, g, combination));
 }
 
 void MultiWayDetail::fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group) {
   for (std::int32_t k = 1; k <= c_.outputs; ++k) {
     const model::GroupEffect& effect = effects_(k)(group);
     block.set_number(row, c_.rank(k), effect.rank);
-    FormatTableValue(output(k).rules(), block, row, c_.interaction(k), effect.interaction, flags_, kAsIs,
-                     model::OrdvaneDivisorInputOrOutput);
+    if (effect.interaction_state == model::InteractionState::kMeasured)
+      block.set_number(row, c_.interaction(k), effect.interaction);
+    else
+      block.set_text(row, c_.interaction(k), host::kNotShown);
   }
 }
 
@@ -497,11 +534,47 @@ void MultiWayDetail::mark_extreme(ReportTable& table, const MarkedRow& marked) {
   cell->set_font({.bold = true});
 }
 
-void MultiWayDetail::explain_invalid_values() {
-  std::int32_t without_base = 1;  // the output whose changes are missing
-  while (without_base < c_.outputs && output(without_base).BaseValue() != 0) ++without_base;
-  AddInvalidValueNotes(session_, *sheet_, *extremes_table_, flags_, c_.member_value(1),
-                       c_.change(without_base));
+// Of an output without a usable result.
+void MultiWayDetail::note_all_failed(const MarkedRow& at) {
+  std::int32_t results = 0;
+  for (const model::MultiGroup& group : run_.groups) results += group.combinations;
+  extremes_table_->AddTableNote(at.row, c_.result(at.output), session_.CommonString(12),
+                                StepNote(session_, {.steps = results, .failed = results}));
+}
+
+void MultiWayDetail::note_interaction(ReportTable& table, const MarkedRow& at,
+                                      const model::GroupEffect& effect) {
+  if (effect.interaction_state != model::InteractionState::kMeasured)
+    table.AddTableNote(at.row, c_.interaction(at.output), session_.CommonString(12),
+                       session_.text(text_of(effect.interaction_state)));
+}
+
+// At the figures of each group: what cuts its swing, and why it has no interaction.
+void MultiWayDetail::note_groups(const std::vector<GroupRows>& groups) {
+  std::size_t notes = 0;
+  for (const GroupRows& group : groups) {
+    for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+      const model::GroupEffect& effect = effects_(k)(group.group);
+      std::string words =
+          StepNote(session_, {.steps = run_.groups(group.group).combinations, .failed = effect.failed});
+      if (effect.leaves_out_base) words += (words.empty() ? "" : "\n") + session_.text(text::kLeavesOutBase);
+      const MarkedRow at = {.row = group.first, .output = k};
+      if (!words.empty())
+        combinations_table_->AddTableNote(at.row, c_.rank(k), session_.CommonString(12), words);
+      note_interaction(*combinations_table_, at, effect);
+      if (!words.empty() || effect.interaction_state != model::InteractionState::kMeasured) ++notes;
+      if (notes == kMostGroupNotes) return;
+    }
+  }
+}
+
+void MultiWayDetail::note_left_out_rows(const std::vector<GroupRows>& groups) {
+  if (rows_ == combinations_) return;
+  const GroupRows last = groups.empty() ? GroupRows{.group = order_(1)} : groups.back();
+  const bool whole = last.rows == run_.groups(last.group).combinations;
+  sheet_->AddCellNote(*combinations_table_->CaptionRange(), session_.CommonString(12),
+                      session_.text(whole ? text::kTooManyRows : text::kTooManyRowsInGroup,
+                                    std::int64_t{rows_}, combinations_, std::int64_t{number(last.group)}));
 }
 
 // Names keep the widths that their columns have; the others are fitted side by side in one go, because the

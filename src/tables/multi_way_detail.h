@@ -6,9 +6,11 @@
 // rank for the first output, each in reading order; the rows of the upper table are shaded there. Rank and
 // interaction are figures of a group and stand in its first row; words mark its lowest and highest result.
 //
-// Reads what the multi-way analysis gathered; never calls the engine's data functions. Rows beyond
-// kMostDetailRows or the session's sheet are left out, as are outputs beyond kMostDetailOutputs or its
-// columns; notes say so. A run without groups gets a sheet that says that.
+// Reads what the multi-way analysis gathered; never calls the engine's data functions. What the session's
+// sheet has no rows or columns for is left out, and notes say what; of a sheet that is not known, the table
+// has at most kMostDetailRows rows and kMostDetailOutputs outputs. Notes also say why a group has no
+// interaction, how many of its results are no numbers, and that its combinations leave out the base values. A
+// run without groups gets a sheet that says that.
 #pragma once
 
 #include <cstdint>

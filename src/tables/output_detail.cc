@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "model/naming.h"
+#include "tables/gap_notes.h"
 #include "tables/table_parts.h"
 #include "tables/utils.h"
 
@@ -15,8 +16,7 @@ using host::HAlign;
 
 namespace text {
 constexpr std::int16_t kSubcaption = 400, kSheetName = 401, kProgress = 402, kTruncated = 403, kTitle = 404,
-                       kCaption = 405, kRun = 406, kOtherInvalid = 600, kInputBaseZero = 607,
-                       kOutputBaseZero = 608;
+                       kCaption = 405, kRun = 406, kFailedFirst = 430;
 }  // namespace text
 
 constexpr std::int32_t kHeaderRows = 2;
@@ -42,7 +42,7 @@ std::vector<TitleLine> title_lines(const session::Session& session, const model:
                                    std::int32_t runs) {
   std::vector<TitleLine> lines = {
       {session.CommonString(14), inputs(1).bookName},
-      {session.CommonString(15), output.ioName + " (" + output.cellAddress + ")"},
+      {session.CommonString(15), ItemLabel(output)},
       {session.CommonString(16), output.BaseValue(), ValueFormat(output)},
   };
   if (!output.rules().is_usable(output.BaseValue())) lines.back().value = host::kNotShown;
@@ -80,30 +80,40 @@ void set_headers(const session::Session& session, ReportTable& table, const Colu
   table.AddColumnRule(c.input_change(), -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
 }
 
+std::int32_t steps_of(const model::Records& inputs) {
+  std::int32_t steps = 0;
+  for (const model::DralInputOutput& input : inputs) steps += input.numSteps;
+  return steps;
+}
+
+// Ranks put results that are no numbers below all others.
+bool any_failed(const model::Records& inputs, std::int32_t on) {
+  for (const model::DralInputOutput& input : inputs)
+    for (std::int32_t s = 1; s <= input.numSteps; ++s)
+      if (!input.rules().is_usable(input.OutputValuesCalculated(on, s))) return true;
+  return false;
+}
+
 // Fills one row of the body for every step that has a rank within it, with the format of its input's values
-// in `input_formats`. Returns the flags of all values.
-std::int32_t fill_body(session::Session& session, host::CellBlock& body, const Columns& c, std::int32_t on,
-                       const model::Records& inputs, std::vector<std::string>& input_formats) {
-  std::int32_t flags = 0;
+// in `input_formats`.
+void fill_body(session::Session& session, host::CellBlock& body, const Columns& c, std::int32_t on,
+               const model::Records& inputs, const model::DralInputOutput& output,
+               std::vector<std::string>& input_formats, GapNotes& gaps) {
+  const ItemCells results(output, kOutputGaps, gaps);
   for (std::int32_t i = 1; i <= inputs.size(); ++i) {
     const model::DralInputOutput& input = inputs(i);
-    const model::NumberRules& rules = input.rules();
     session.application().set_status_bar(
         session.text(text::kProgress, std::int64_t{i}, std::int64_t{inputs.size()}));
-    const auto name = body.add_text(NameWithAddress(input.ioName, input.cellAddress));
+    const auto name = body.add_text(ItemLabel(input));
     const auto book = body.add_text(input.bookName);
     const auto sheet = body.add_text(input.sheetName);
     const auto cell = body.add_text(input.cellAddress);
     const std::string format = ValueFormat(input);
-    const double base = input.BaseValue();
+    const ItemCells values(input, kInputGaps, gaps);
     for (std::int32_t s = 1; s <= input.numSteps; ++s) {
       const double rank = input.outputRankPerStep(on, s);
       if (rank <= body.rows()) {
         const auto r = static_cast<std::int32_t>(std::nearbyint(rank));
-        const auto put = [&](std::int32_t column, double value, double divisor,
-                             model::OrdvaneDivisorType kind) {
-          FormatTableValue(rules, body, r, column, value, flags, divisor, kind);
-        };
         if (c.m == model::OrdvaneRangeBookMode) body.set_text(r, c.book, book);
         if (c.m > model::OrdvaneRangeCellMode) body.set_text(r, c.sheet(), sheet);
         body.set_number(r, c.rank, r);
@@ -111,30 +121,18 @@ std::int32_t fill_body(session::Session& session, host::CellBlock& body, const C
         body.set_text(r, c.cell(), cell);
         body.set_number(r, c.step(), s);
         input_formats[static_cast<std::size_t>(r - 1)] = format;
-        put(c.input_value(), input.InputValuesUsed(s), 1.0, model::OrdvaneDivisorInputOrOutput);
-        put(c.input_change(), input.InputValuesUsed(s) - base, std::fabs(base), model::OrdvaneDivisorInput);
-        put(c.output_value(), input.OutputValuesCalculated(on, s), 1.0, model::OrdvaneDivisorInputOrOutput);
-        put(c.output_change(), input.outputPercentChangedCalculated(on, s), 1.0, model::OrdvaneDivisorOutput);
+        const FilledRow row{.block = body, .row = r, .body_row = r};
+        values.put(row, {.value = c.input_value(), .fraction = c.input_change()}, input.InputValuesUsed(s));
+        results.put(row, {.value = c.output_value(), .fraction = c.output_change()},
+                    input.OutputValuesCalculated(on, s));
       }
       CheckUserCancel(session);
     }
     CheckUserCancel(session);
   }
-  return flags;
 }
 
 }  // namespace
-
-void AddInvalidValueNotes(session::Session& session, ReportSheet& sheet, ReportTable& table,
-                          std::int32_t flags, std::int32_t inputColumn, std::int32_t outputColumn) {
-  const std::string heading = session.CommonString(12);
-  if ((flags & model::OrdvaneInvalidTableValueInputBaseZero) != 0)
-    sheet.AddCellNote(*table.Body(1, inputColumn), heading, session.text(text::kInputBaseZero));
-  if ((flags & model::OrdvaneInvalidTableValueOutputBaseZero) != 0)
-    sheet.AddCellNote(*table.Body(1, outputColumn), heading, session.text(text::kOutputBaseZero));
-  if (flags > (model::OrdvaneInvalidTableValueInputBaseZero | model::OrdvaneInvalidTableValueOutputBaseZero))
-    sheet.AddCellNote(*table.CaptionRange()->cell(1, 1), heading, session.text(text::kOtherInvalid));
-}
 
 std::int32_t MakeOutputDetailReport(session::Session& session, ReportWorkbook& rWB, std::int32_t outputIndex,
                                     const model::Records& trInputs, const model::Records& trOutputs,
@@ -142,8 +140,7 @@ std::int32_t MakeOutputDetailReport(session::Session& session, ReportWorkbook& r
                                     std::int32_t runNumber, std::int32_t totalRuns) {
   const model::DralInputOutput& output = trOutputs(outputIndex);
   const Columns c(rangeMode);
-  const bool truncated = rowsWanted > kMostDetailRows;
-  const std::int32_t rows = truncated ? kMostDetailRows : rowsWanted;
+  const std::int32_t rows = std::min(rowsWanted, kMostDetailRows);
 
   host::Application& application = session.application();
   application.set_calculation(host::Calculation::kManual);
@@ -153,24 +150,27 @@ std::int32_t MakeOutputDetailReport(session::Session& session, ReportWorkbook& r
                        title_lines(session, trInputs, output, runNumber, totalRuns));
   sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
   sheet->SetSheetOption(1);
-  const auto table =
-      sheet->AddTable(rows, c.count(), kHeaderRows, 0, session.text(text::kCaption, output.ioName),
-                      session.text(text::kSubcaption));
+  const auto table = sheet->AddTable(
+      rows, c.count(), kHeaderRows, 0,
+      session.text(text::kCaption, output.NameOrQualifiedCellAddressName(rangeMode)),
+      session.text(any_failed(trInputs, outputIndex) ? text::kFailedFirst : text::kSubcaption));
   set_headers(session, *table, c);
-  if (truncated) table->AddTableNote(0, 5, session.CommonString(12), session.text(text::kTruncated));
+  if (steps_of(trInputs) > rows)
+    table->AddTableNote(0, c.input_value(), session.CommonString(12), session.text(text::kTruncated));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
   if (rows > 0) {
     host::CellBlock body(rows, c.count());
     std::vector<std::string> input_formats(static_cast<std::size_t>(rows));
-    const std::int32_t flags = fill_body(session, body, c, outputIndex, trInputs, input_formats);
+    GapNotes gaps(c.count());
+    fill_body(session, body, c, outputIndex, trInputs, output, input_formats, gaps);
     table->PutBody(1, body);
     table->FormatRows(c.input_value(), input_formats);
     table->FormatBody(1, rows, c.input_change(), PercentFormat());
     table->FormatBody(1, rows, c.output_value(), ValueFormat(output));
     table->FormatBody(1, rows, c.output_change(), PercentFormat());
-    AddInvalidValueNotes(session, *sheet, *table, flags, c.input_change(), c.output_change());
+    gaps.write(session, *table, rows);
   }
   application.set_cursor(cursor);
 

@@ -3,7 +3,9 @@
 //
 // Row r of the table is the step whose rank for this output is r; at most
 // kMostDetailRows rows, the steps ranked beyond them are left out and a note
-// says so. Reads the records only. Errors go to the caller.
+// says so. Steps whose result is no number have the lowest ranks, and the line
+// below the caption says that too. Reads the records only. Errors go to the
+// caller.
 #pragma once
 
 #include <cstdint>
@@ -24,10 +26,5 @@ std::int32_t MakeOutputDetailReport(session::Session& session, ReportWorkbook& r
                                     const model::Records& trInputs, const model::Records& trOutputs,
                                     std::int32_t rowsWanted, model::OrdvaneRangeMode rangeMode,
                                     std::int32_t runNumber, std::int32_t totalRuns);
-
-// Explains on body row 1 and the caption why cells show " - ". Shared by the
-// detail reports.
-void AddInvalidValueNotes(session::Session& session, ReportSheet& sheet, ReportTable& table,
-                          std::int32_t flags, std::int32_t inputColumn, std::int32_t outputColumn);
 
 }  // namespace ordvane::tables

@@ -258,31 +258,34 @@ void ReportTable::SetIdentityColumns(std::int32_t all, std::int32_t least) {
   least_identity_columns_ = least;
 }
 
-void ReportTable::WrapNames() {
+void ReportTable::WrapNames(std::vector<std::int32_t> rows) {
   settled_ = false;
   wraps_names_ = true;
+  wrapped_rows_ = std::move(rows);
 }
 
 // A spreadsheet fits the height of rows by itself only once it shows them, and then not every one does.
 void ReportTable::settle_rows() {
-  std::vector<std::int32_t> lines(static_cast<std::size_t>(rows_on_sheet()), 1);
+  const bool all = wrapped_rows_.empty();
+  std::map<std::int32_t, std::int32_t> lines;  // by body row, where there are several
   for (const auto& [column, widest] : name_widths_) {
     const double width = column_points(sheet_.settled_widths_[column]) - kCaptionMargin;
     if (widest <= width) continue;
     const auto names = cells(body_row(), column, rows_on_sheet());
-    names->set_wrap_text(true);
+    if (all) names->set_wrap_text(true);
     const host::CellBlock texts = names->values();
-    for (std::int32_t row = 1; row <= texts.rows(); ++row) {
-      std::int32_t& most = lines[static_cast<std::size_t>(row - 1)];
-      most = std::max(most, wrapped_lines(texts.value(row, 1).text, width, look::kBodySize));
-    }
+    const auto wrap = [&](std::int32_t row) {
+      const std::int32_t needed = wrapped_lines(texts.value(row, 1).text, width, look::kBodySize);
+      if (needed < 2) return;
+      if (!all) names->cell(row, 1)->set_wrap_text(true);
+      lines[row] = std::max(lines[row], needed);
+    };
+    for (std::int32_t row = 1; all && row <= texts.rows(); ++row) wrap(row);
+    for (const std::int32_t row : wrapped_rows_) wrap(row);
   }
-  for (std::int32_t row = 1; row <= rows_on_sheet(); ++row) {
-    const std::int32_t extra = lines[static_cast<std::size_t>(row - 1)] - 1;
-    if (extra == 0) continue;
+  for (const auto& [row, count] : lines)
     cells(body_row() + row - 1, 1)
-        ->set_row_height(std::min(look::kBodyRowHeight + extra * look::kHeaderLineHeight, kHighestRow));
-  }
+        ->set_row_height(std::min(look::kBodyRowHeight + (count - 1) * look::kHeaderLineHeight, kHighestRow));
 }
 
 // A column that the report has fitted itself is left as it is, but for its caption. Returns its width.

@@ -233,8 +233,8 @@ class ReportTable {
   // until it is told.
   void SetIdentityColumns(std::int32_t all, std::int32_t least);
   // Names wider than their column may get go on below, in rows that are as high as it takes; without this
-  // they are seen as far as the column reaches.
-  void WrapNames();
+  // they are seen as far as the column reaches. In these body rows; without any, in all.
+  void WrapNames(std::vector<std::int32_t> rows = {});
   // Fits the columns that are to fit, and the height of the captions, to what the table holds by now. The
   // sheet sees to it before it places something below the table, and at its end.
   void Settle();
@@ -264,6 +264,7 @@ class ReportTable {
   std::int32_t identity_columns_, least_identity_columns_;
   bool has_caption_, has_subcaption_;
   bool wraps_names_ = false;
+  std::vector<std::int32_t> wrapped_rows_;        // none: all
   bool settled_ = false;                          // nothing was written since the last Settle
   std::map<std::int32_t, std::string> captions_;  // by sheet column
   std::map<std::int32_t, double> widths_to_fit_;  // by sheet column that fits its contents: its width so far

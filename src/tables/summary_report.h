@@ -11,7 +11,8 @@
 
 namespace ordvane::tables {
 
-// Returns 0. `isSelectedOutput` and `trOutputs` are accepted and not read.
+// Where results of selected outputs are no numbers, one more row says how many, and lines below the table
+// which inputs and outputs have them. `isSelectedOutput` holds positions in `trOutputs`. Returns 0.
 std::int32_t MakeSummaryReport(session::Session& session, ReportWorkbook& rWB,
                                const model::OneBased<std::int32_t>& isSelectedOutput,
                                const model::Records& trResults, const model::Records& trOutputs,

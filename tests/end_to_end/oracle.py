@@ -345,8 +345,7 @@ def detail_by_input_table(texts, run, results):
     rows = []
     for item, steps in zip(run.inputs, results[0].values):
         for step, row in enumerate(steps, start=1):
-            line = [label(item), *places(run, item), item["cell"]]
-            line = (line if step == 1 else [None] * len(line)) + [texts[108].replace("{1}", str(step))]
+            line = [label(item), *places(run, item), item["cell"], texts[108].replace("{1}", str(step))]
             for value, base in [(row[0], item["base"])] + [(row[1 + r.position], r.base) for r in results]:
                 line += [shown(value), shown_difference(value, base), shown_change(value, base)]
             rows.append(line)
@@ -420,7 +419,13 @@ def summary_table(texts, run, results, options):
     figures = [(813, run.simulations), (812, run.recalculations + run.multi_way), (820, len(run.outputs)), (811, len(results)),
                (1025, not_set), (819, len(run.inputs)), (814, len(run.inputs) - automatic), (802, automatic),
                (805, run.multi_way), (804, options.max_inputs), (816, options.threshold or 0)]
-    return [texts[821], texts[1042]], [[texts[number], value] for number, value in figures]
+    every = [value for result in results for steps in result.values for step in steps
+             for value in [step[1 + result.position]]]
+    failed = sum(1 for value in every if not usable(value))
+    rows = [[texts[number], value] for number, value in figures]
+    if failed:
+        rows.append([texts[850], texts[851].replace("{1}", str(failed)).replace("{2}", str(len(every)))])
+    return [texts[821], texts[1042]], rows
 
 
 def missing_table(texts, run, results):

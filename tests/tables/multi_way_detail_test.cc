@@ -37,6 +37,7 @@ struct Model {
     for (const Output& function : functions) {
       model::DralInputOutput output;
       output.ioName = "Out " + std::to_string(outputs.size() + 1);
+      output.cellAddress = "B" + std::to_string(outputs.size() + 1);
       output.set_SimpleName(output.ioName);
       output.NumberFormatLocal = "0.00";
       output.set_BaseValue(function(Values(3, kBase)));
@@ -166,6 +167,8 @@ note at M8 "<116>:
 <231>"
 note at O9 "<116>:
 <608>"
+note at O16 "<116>:
+<608>"
 )-";
 
 TEST_F(MultiWayDetail, ShowsTheEndsOfEveryOutputThenEveryCombination) {
@@ -200,21 +203,22 @@ TEST_F(MultiWayDetail, IsCutToTheSheet) {
     std::vector<std::string> there, gone;
   } cases[] = {
       {"the narrowest groups are left out",
-       25,
+       23,
        0,
-       {"A25 2", "note at A14 \"<116>:\n<225: 10, 12>"},
-       {"A26 ", "<226"}},
-      {"a group may be cut", 20, 0, {"A20 5", "<225: 5, 12>"}, {"A21 "}},
-      {"everything fits", 27, 18, {"A27 4", "R9 "}, {"<225", "<226", "<227"}},
+       {"A23 8", "note at A14 \"<116>:\n<225: 8, 12, 1>"},
+       {"A24 ", "<226"}},
+      {"a group may be cut", 25, 0, {"A25 2", "<274: 10, 12, 2>"}, {"A26 "}},
+      {"the first one too", 15, 0, {"<274: 0, 12, 1>"}, {"A16 "}},
+      {"everything fits", 27, 18, {"A27 4", "R9 "}, {"<225", "<226", "<227", "<274"}},
       {"outputs go before inputs",
        99,
        17,
-       {"M9 ", "I7 \"Out 1\"", "note at I8 \"<116>:\n<226: 1>"},
+       {"M9 ", "I7 \"Out 1\"", "note at I8 \"<116>:\n<226: 1, 2, Out 2 (B2)>"},
        {"N9 ", "<227"}},
       {"then inputs",
        99,
        12,
-       {"F9 ", "note at E8 \"<116>:\n<227: 2>", "G7 \"Out 1\""},
+       {"F9 ", "note at E8 \"<116>:\n<227: 2, 3>", "G7 \"Out 1\""},
        {"L9 ", "\"b (A2)\"  F9"}},
   };
   for (const auto& c : cases) {
@@ -226,15 +230,70 @@ TEST_F(MultiWayDetail, IsCutToTheSheet) {
   }
 }
 
+// The caps of the smallest sheet hold for one that is not known, and for no other.
+TEST_F(MultiWayDetail, HasAllTheColumnsOfALargeSheet) {
+  const Model model(std::vector<Output>(81, sum));
+  const char* const left_out = "<226: 80, 81, Out 81 (B81)>";
+  EXPECT_THAT(report(model), HasSubstr(left_out));
+  bench_.session.sheet_columns = 8 + 81 * 5;
+  const std::string shown = report(model);
+  EXPECT_THAT(shown, testing::Not(HasSubstr("<226")));
+  EXPECT_THAT(shown, HasSubstr("\"Out 81\""));
+}
+
 TEST_F(MultiWayDetail, ShowsWhatIsNoNumberAsSuch) {
   const auto gap = [](const Values& v) { return v[0] > kBase ? host::kMissingNumber : v[1]; };
   const auto nothing = [](const Values& v) { return v[0] == kBase ? 1 : host::kMissingNumber; };
   const std::string shown = report(Model({gap, nothing}));
-  EXPECT_THAT(shown, HasSubstr("A11 \"<222: Out 2>\"  N11 \" - \"\n")) << "no combination to name";
-  EXPECT_THAT(shown, HasSubstr("I9 12 {0.00}  J9 0.2 {0.00%}")) << "the usable results have ends";
-  EXPECT_THAT(shown, HasSubstr("N27 \" - \"  O27 \" - \"\n"));
-  EXPECT_THAT(shown, HasSubstr("note at A4 \"<116>:\n<600>\""));
+  const char* const kParts[] = {
+      "A11 \"<222: Out 2>\"  N11 \" - \"\n",  // no combination to name
+      "note at N11 \"<116>:\n<261: 12, 12>",
+      "I9 12 {0.00}  J9 0.2 {0.00%}",  // the usable results have ends
+      "note at N9 \"<116>:\n<600>",    // of the other output
+      "N27 \" - \"  O27 \" - \"\n",
+      "note at I18 \"<116>:\n<261: 6, 12>",  // the first one
+      "note at N16 \"<116>:\n<261: 12, 12>",
+      // Of each group.
+      "note at L16 \"<116>:\n<261: 2, 4>",
+      "note at L20 \"<116>:\n<261: 4, 8>",
+      "note at Q20 \"<116>:\n<261: 8, 8>",
+  };
+  for (const char* part : kParts) EXPECT_THAT(shown, HasSubstr(part));
   EXPECT_THAT(shown, testing::Not(HasSubstr("<608>"))) << "no base is zero";
+}
+
+TEST_F(MultiWayDetail, SaysWhyAGroupHasNoInteractionAndWhatItLeavesOut) {
+  const auto invalid_alone = [](const Values& v) {
+    return v[0] != kBase && v[1] == kBase && v[2] == kBase ? host::kMissingNumber : v[0] + v[1];
+  };
+  const auto base_apart = [](const Values& v) { return v == Values(3, kBase) ? 100 : v[0] + v[1]; };
+  Model model({sum, invalid_alone, base_apart});
+  model.inputs(3).InputValuesUsedPut(1, 13);
+  for (std::int32_t o = 1; o <= 3; ++o)
+    model.effects(o) = model::RankGroups(model.run, model.inputs, model.outputs, o, o);
+  const std::string shown = report(model);
+  const char* const kParts[] = {
+      "L18 1  M18 \" - \"",          // c went further alone than in the group
+      "note at M9 \"<116>:\n<271>",  // in the upper table at the output of the row
+      "note at M18 \"<116>:\n<271>",
+      "M26 0 {0.00}",                 // the other group has it
+      "note at R18 \"<116>:\n<272>",  // a has no result alone
+      "note at R26 \"<116>:\n<272>",
+      "note at V18 \"<116>:\n<273>",  // 100 is in no group
+      "note at V26 \"<116>:\n<273>",
+  };
+  for (const char* part : kParts) EXPECT_THAT(shown, HasSubstr(part));
+  for (const char* part : {"note at R9 ", "note at M26 ", "note at L18 "})
+    EXPECT_THAT(shown, testing::Not(HasSubstr(part)));
+}
+
+// An output without a base value has no changes, and the notes do not speak of zero.
+TEST_F(MultiWayDetail, TellsABaseThatIsNoNumberFromOneOfZero) {
+  Model model({sum, together});
+  model.outputs(1).set_BaseValue(host::kMissingNumber);
+  const std::string shown = report(model);
+  EXPECT_THAT(shown, testing::AllOf(HasSubstr("note at J9 \"<116>:\n<131>"),
+                                    HasSubstr("note at O9 \"<116>:\n<608>")));
 }
 
 TEST_F(MultiWayDetail, WithoutGroupsSaysSo) {

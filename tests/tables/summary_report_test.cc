@@ -69,6 +69,57 @@ TEST(MakeSummaryReport, ShowsTheTotals) {
   EXPECT_EQ(bench.app->calculation(), host::Calculation::kManual);
 }
 
+// Inputs with the results of outputs 1 and 2 at their steps.
+model::Records results_of(
+    const std::vector<std::pair<std::string, std::vector<std::pair<double, double>>>>& inputs) {
+  model::Records result;
+  for (const auto& [name, values] : inputs) {
+    model::DralInputOutput input;
+    input.ioName = name;
+    input.cellAddress = "B" + std::to_string(result.size() + 1);
+    input.bookName = "plant.xlsx";
+    input.numSteps = static_cast<std::int32_t>(values.size());
+    input.outputValuesCalculatedInit(2, input.numSteps);
+    for (std::int32_t step = 1; step <= input.numSteps; ++step) {
+      const auto& [first, second] = values[static_cast<std::size_t>(step - 1)];
+      input.OutputValuesCalculatedPut(1, step, first);
+      input.OutputValuesCalculatedPut(2, step, second);
+    }
+    result.push_back(input);
+  }
+  return result;
+}
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+TEST(MakeSummaryReport, SaysWhichResultsAreNoNumbers) {
+  const auto outputs = records({{"Cost", "C8"}, {"Profit", "C9"}});
+  const auto inputs =
+      results_of({{"Price", {{1, kNaN}, {2, 2}}}, {"Tax", {{3, 3}}}, {"Yield", {{kNaN, kNaN}}}});
+  const struct {
+    model::OneBased<std::int32_t> selected;
+    const char* added;
+  } kCases[] = {
+      {{2, 1, 0},
+       "A17 \"<850>\"  B17 \"<851: 3, 8>\"\n"
+       "A19 \"<852: <263: Price (B1), 1, 4>, <263: Yield (B3), 2, 2>>\"\n"
+       "A20 \"<853: <263: Profit (C9), 2, 4>, <263: Cost (C8), 1, 4>>\"\n"},
+      {{1},
+       "A17 \"<850>\"  B17 \"<851: 1, 4>\"\n"
+       "A19 \"<852: <263: Yield (B3), 1, 1>>\"\n"
+       "A20 \"<853: <263: Cost (C8), 1, 4>>\"\n"},
+      {{}, ""},
+  };
+  for (const auto& c : kCases) {
+    test::TablesBench bench;
+    auto reports = bench.reports();
+    EXPECT_EQ(MakeSummaryReport(bench.session, reports, c.selected, inputs, outputs, summary(), 2, 3), 0);
+    const auto& sheet = bench.first_sheet(reports);
+    const std::string text = test::sheet_text(*bench.kept, sheet);
+    EXPECT_EQ(text.substr(0, text.find("merged")), kSummarySheet + std::string(c.added));
+  }
+}
+
 TEST(MakeSummaryReport, FailsWithoutResultsAndOnOverflow) {
   test::TablesBench bench;
   auto reports = bench.reports();
@@ -108,6 +159,18 @@ TEST(MakeOutputsMissingReport, ListsOutputsThroughBothArrays) {
             0);
   const auto& sheet = bench.first_sheet(reports);
   EXPECT_EQ(test::sheet_text(*bench.kept, sheet), kMissingSheet);
+}
+
+TEST(MakeOutputsMissingReport, TellsOutputsWithoutResultsFromThoseThatNothingMoves) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto inputs = results_of({{"Price", {{1, kNaN}, {1, kNaN}}}});
+  makeOutputsMissingReport(bench.session, reports, {1, 2}, inputs,
+                           records({{"Cost", "C8"}, {"Profit", "C9"}}), 2, {1, 2});
+  const auto& sheet = bench.first_sheet(reports);
+  const std::string text = test::sheet_text(*bench.kept, sheet);
+  EXPECT_TRUE(text.ends_with("note at A8 \"<116>:\n<261: 2, 2>\"\n")) << text;
+  EXPECT_EQ(text.find("note at A7"), std::string::npos) << text;
 }
 
 TEST(MakeOutputsMissingReport, OfNoOutputsHasAHeaderAlone) {
