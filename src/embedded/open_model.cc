@@ -2,6 +2,7 @@
 #include <string>
 
 #include "embedded/report_job.h"
+#include "office/number_format.h"
 
 namespace ordvane::embedded {
 namespace {
@@ -11,7 +12,8 @@ constexpr const char* kDefaultSheet = "Sheet1";
 // Opens workbooks and sheets as the items name them.
 class ModelBuilder {
  public:
-  explicit ModelBuilder(office::OfficeApplication& application) : application_(application) {}
+  ModelBuilder(office::OfficeApplication& application, const std::string& date_format)
+      : application_(application), date_format_(date_format) {}
 
   void add_labels(const runfile::Item& item) {
     const auto cells = sheet_of(item);
@@ -23,10 +25,12 @@ class ModelBuilder {
     const auto cell = sheet_of(item)->range(item.cell);
     const host::CellValue value =
         item.base ? host::CellValue(*item.base) : host::CellValue(host::CellError::kNA);
+    // The reports show values as the cell does, and a date is a date whatever its cell looked like.
+    const bool needs_format = item.date && !office::NumberFormat(item.number_format).shows_dates();
+    const std::string& format = needs_format ? date_format_ : item.number_format;
     // The value belongs to the item's function; the cell's formula may hold more than that.
-    if (!item.function.empty())
-      application_.set_model_cell(*cell, item.function, value, item.number_format, item.locked);
-    application_.set_model_cell(*cell, item.formula, value, item.number_format, item.locked);
+    if (!item.function.empty()) application_.set_model_cell(*cell, item.function, value, format, item.locked);
+    application_.set_model_cell(*cell, item.formula, value, format, item.locked);
   }
 
   void show_first_sheet() {
@@ -49,14 +53,16 @@ class ModelBuilder {
   }
 
   office::OfficeApplication& application_;
+  const std::string& date_format_;
   std::shared_ptr<host::Worksheet> first_sheet_;
 };
 
 }  // namespace
 
-std::shared_ptr<office::OfficeApplication> open_model(const runfile::Run& run) {
+std::shared_ptr<office::OfficeApplication> open_model(const runfile::Run& run,
+                                                      const std::string& date_format) {
   auto application = office::make_application();
-  ModelBuilder builder(*application);
+  ModelBuilder builder(*application, date_format);
   const auto each_item = [&](const auto& visit) {
     for (const runfile::Input& input : run.inputs) visit(input);
     for (const runfile::Output& output : run.outputs) visit(output);

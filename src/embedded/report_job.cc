@@ -79,11 +79,15 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
   return application->model(*workbook);
 }
 
+std::shared_ptr<office::OfficeApplication> model_of(const runfile::Run& run, const ReportOptions& options) {
+  return open_model(run, environment::language(options.language).date_format);
+}
+
 // In a workbook of their own.
 std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfile::Run>& run,
                                               const ReportOptions& options,
                                               const std::shared_ptr<EmbeddedEnvironment>& environment) {
-  const auto book = make(run, options, Place::kNewWorkbook, open_model(*run), environment);
+  const auto book = make(run, options, Place::kNewWorkbook, model_of(*run, options), environment);
   for (const auto& sheet : book->sheets) sheet->is_report = true;
   return book;
 }
@@ -148,7 +152,7 @@ WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,
   xlsx::OpenOptions opening;
   opening.cancelled = [&] { return environment->cancelled(); };
   xlsx::ExistingWorkbook existing(workbook, opening);
-  const auto application = open_model(*run);
+  const auto application = model_of(*run, options);
   const ReportTarget target(*application, *run, existing);
   const auto book = make(run, options, Place::kActiveWorkbook, application, environment);
   target.check_dates(*book);

@@ -72,8 +72,10 @@ WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,
 std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,
                                                       const ReportOptions& options);
 
-// The run's model (books, sheets, item cells and labels) in an embedded spreadsheet.
-std::shared_ptr<office::OfficeApplication> open_model(const runfile::Run& run);
+// The run's model (books, sheets, item cells and labels) in an embedded spreadsheet. `date_format`: of the
+// cells of dates whose own format shows none.
+std::shared_ptr<office::OfficeApplication> open_model(const runfile::Run& run,
+                                                      const std::string& date_format = "yyyy-mm-dd");
 
 // One input's effect on one output, as the tornado shows it.
 struct Effect {

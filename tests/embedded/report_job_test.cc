@@ -125,6 +125,17 @@ TEST(OpenModel, AFunctionInsideAFormulaHasTheBaseValue) {
   EXPECT_EQ(cell->value(), host::CellValue(10.0));
 }
 
+TEST(OpenModel, DatesAreShownAsDates) {
+  runfile::Run run = small_run();
+  run.inputs[0].date = run.outputs[0].date = run.inputs[1].date = true;
+  run.inputs[1].number_format = "d mmm";
+  const auto application = open_model(run, "dd.mm.yyyy");
+  const auto sheet = application->workbook("small.xlsx")->worksheet("Plan");
+  EXPECT_EQ(sheet->range(run.inputs[0].cell)->number_format(), "dd.mm.yyyy");
+  EXPECT_EQ(sheet->range(run.inputs[1].cell)->number_format(), "d mmm");
+  EXPECT_EQ(sheet->range(run.outputs[0].cell)->number_format(), "dd.mm.yyyy");
+}
+
 TEST(RankOutputs, TellsWhatEachInputDid) {
   const auto rankings = rank_outputs(shared(small_run()), {});
   struct Case {
