@@ -7,6 +7,7 @@
 
 #include "cli/commands.h"
 #include "cli/output_choice.h"
+#include "cli/report_clock.h"
 #include "cli/terminal.h"
 #include "embedded/report_job.h"
 
@@ -107,11 +108,13 @@ int report(const ReportCommand& command) {
                                                                     : command.workbook;
   if (is_new) check_new_workbook(workbook, command.overwrite);
   check_log_folder(command.log_folder);
+  const auto clock = report_clock();
   catch_signals();
   try {
     ProgressLine progress(!command.quiet);
     const auto run = std::make_shared<const runfile::Run>(runfile::read_run(command.run));
     embedded::ReportOptions options = options_of(command, *run);
+    options.clock = clock;
     options.progress = [&](const std::string& text) { progress.show(text); };
     options.cancelled = [] { return g_signal.load() != 0; };
     const auto write = is_new ? embedded::write_reports : embedded::add_reports;
