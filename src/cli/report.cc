@@ -9,6 +9,7 @@
 
 #include "cli/commands.h"
 #include "cli/output_choice.h"
+#include "cli/report_clock.h"
 #include "cli/terminal.h"
 #include "embedded/report_job.h"
 #include "xlsx/existing_workbook.h"
@@ -99,6 +100,7 @@ struct Job {
   std::shared_ptr<const runfile::Run> run;
   std::filesystem::path workbook;
   std::vector<std::int32_t> outputs;
+  std::function<std::chrono::sys_seconds()> clock;
 };
 
 // Finds out before the work is done all that would be wrong with it.
@@ -112,6 +114,7 @@ Job prepared(const ReportCommand& command, Problems& problems) {
   if (is_new) problems.gather([&] { check_new_workbook(job.workbook, command.overwrite); });
   if (!is_new && !command.workbook.empty()) problems.add("--into: goes without -o");
   problems.gather([&] { check_log_folder(command.log_folder); });
+  problems.gather([&] { job.clock = report_clock(); });
   if (job.run) {
     problems.gather([&] { job.outputs = find_outputs(*job.run, command.outputs); });
     if (command.multi_way && job.run->groups.empty())
@@ -151,6 +154,7 @@ int report(const ReportCommand& command, Problems& problems) {
     ProgressLine progress(!command.quiet);
     embedded::ReportOptions options = options_of(command, *job.run);
     options.outputs = job.outputs;
+    options.clock = job.clock;
     options.progress = [&](const std::string& text) { progress.show(text); };
     options.cancelled = [] { return g_signal.load() != 0; };
     const auto write = command.into.empty() ? embedded::write_reports : embedded::add_reports;

@@ -99,7 +99,8 @@ void show_saving(EmbeddedEnvironment& environment, const ReportOptions& options)
 
 xlsx::SaveOptions saving_options(const ReportOptions& options, EmbeddedEnvironment& environment) {
   xlsx::SaveOptions saving;
-  saving.created = options.created;
+  saving.created = options.clock ? options.clock()
+                                 : std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
   saving.east_asian_font = environment::language(options.language).font;
   saving.cancelled = [&environment] { return environment.cancelled(); };
   return saving;

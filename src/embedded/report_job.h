@@ -5,6 +5,7 @@
 // write its reports, and saves the workbook whole or not at all.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -40,7 +41,9 @@ struct ReportOptions {
   std::string language = "en";
   std::string log_folder;    // empty: no log
   bool click_macro = false;  // charts call the add-in when clicked (needs the add-in)
-  std::string created;       // document date of a new workbook, ISO; empty: a fixed one
+  // When the reports are made: the date of a new workbook, and of the parts in its package, which are the
+  // same bytes whenever the clock says the same. Empty: the system's time.
+  std::function<std::chrono::sys_seconds()> clock;
   // What has the name already: the file, when a workbook is written; sheets of earlier reports, when reports
   // are added to one.
   bool overwrite = false;

@@ -1,7 +1,10 @@
 // Report workbooks: opened with their first sheet; sheets find a free name or replace an old report.
 #include "tables/report_workbook.h"
 
+#include <algorithm>
+
 #include "tables/look.h"
+#include "tables/step_remarks.h"
 #include "text/utf16.h"
 
 namespace ordvane::tables {
@@ -10,13 +13,16 @@ namespace {
 constexpr std::int32_t kLongestSheetName = 31;  // UTF-16 units
 
 constexpr std::size_t kMostSheetsWithoutContents = 6;
+constexpr std::int32_t kLongestProperty = 255;  // UTF-16 units; of a document property
 
 // String ids.
+constexpr std::int16_t kDocumentTitle = 243;
 constexpr std::int16_t kContents = 240;
 constexpr std::int16_t kSheetColumn = 241;
 constexpr std::int16_t kReportColumn = 242;
 // Shared labels of title blocks, by their small index.
 constexpr std::int32_t kRunLabel = 13;
+constexpr std::int32_t kModelLabel = 14;
 constexpr std::int32_t kOutputLabel = 15;
 
 // What a report's title block says under this label; blank when it has no such line.
@@ -123,15 +129,33 @@ std::shared_ptr<ReportSheet> ReportWorkbook::AddSheet(const std::string& name) {
   return reports_.back();
 }
 
+// What the reports' title blocks say under a shared label, in their order, nothing twice.
+std::vector<std::string> ReportWorkbook::titles_under(std::int32_t label) const {
+  std::vector<std::string> texts;
+  for (const auto& report : reports_) {
+    const host::CellValue line = line_of(*report, session_.CommonString(label));
+    if (!line.text.empty() && std::find(texts.begin(), texts.end(), line.text) == texts.end())
+      texts.push_back(line.text);
+  }
+  return texts;
+}
+
+// Named after the workbooks that the reports are about, and their outputs.
+void ReportWorkbook::name_document() {
+  const std::vector<std::string> models = titles_under(kModelLabel);
+  const std::vector<std::string> outputs = titles_under(kOutputLabel);
+  host::DocumentProperties properties;
+  properties.title = models.empty() ? name_ : session_.text(kDocumentTitle, ListOf(session_, models));
+  properties.subject = outputs.empty() ? reports_.front()->title() : ListOf(session_, outputs);
+  for (std::string* text : {&properties.title, &properties.subject})
+    *text = model::shortened(*text, kLongestProperty);
+  workbook_->set_properties(properties);
+}
+
 // One row a report sheet: a link to it, what it is, and what it is about.
 void ReportWorkbook::add_contents() {
   const auto reports = reports_;
-  std::set<std::string> runs;
-  for (const auto& report : reports) {
-    const host::CellValue run = line_of(*report, session_.CommonString(kRunLabel));
-    if (run.kind != host::CellKind::kBlank) runs.insert(run.text);
-  }
-  const bool several_runs = runs.size() > 1;
+  const bool several_runs = titles_under(kRunLabel).size() > 1;
   const std::int32_t rows = static_cast<std::int32_t>(reports.size());
   const std::int32_t columns = several_runs ? 4 : 3;
   const std::string first = first_sheet_->name();
@@ -169,15 +193,8 @@ void ReportWorkbook::add_contents() {
 
 void ReportWorkbook::ReportsComplete() {
   if (!first_sheet_) return;
-  const host::CellValue subject = first_sheet_->range(1, 1, 1, 1)->value();
+  if (is_new_) name_document();  // others have their properties already
   if (reports_.size() > kMostSheetsWithoutContents) add_contents();
-  // Others have their properties already.
-  if (is_new_) {
-    host::DocumentProperties properties;
-    properties.title = name_;
-    properties.subject = subject.text;
-    workbook_->set_properties(properties);
-  }
   if (!excel_ready_) return;
   workbook_->activate();
   first_sheet_->activate();

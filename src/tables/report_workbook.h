@@ -72,6 +72,8 @@ class ReportWorkbook {
 
  private:
   void open_workbook();
+  std::vector<std::string> titles_under(std::int32_t label) const;
+  void name_document();
   void add_contents();
   std::string free_name(const std::string& name, const std::string& own_name);
   std::shared_ptr<host::Worksheet> take_worksheet();

@@ -23,7 +23,6 @@ namespace {
 
 constexpr std::uint64_t kLargest = 0xFFFFFFFE;  // what the format's 32-bit fields hold
 constexpr std::size_t kDirectoryBytes = 128;    // headers of one entry, apart from twice its name
-constexpr zip_uint16_t kFirstOfJanuary1980 = 0x21;
 
 [[noreturn]] void refuse(const std::string& why) {
   throw host::Error(host::errc::kHostRefused, "the workbook cannot be packed: " + why);
@@ -133,6 +132,28 @@ void check_sizes(const std::vector<ArchiveEntry>& entries) {
 using Source = std::unique_ptr<zip_source_t, decltype(&zip_source_free)>;
 using Archive = std::unique_ptr<zip_t, decltype(&zip_discard)>;
 
+// As the format counts: years from 1980, seconds in twos.
+struct DosTime {
+  zip_uint16_t time, date;
+};
+
+DosTime dos_time(std::chrono::sys_seconds moment) {
+  using std::chrono::floor, std::chrono::days;
+  constexpr std::chrono::sys_seconds kLastDate =
+      std::chrono::sys_days(std::chrono::January / 1 / 2108) - std::chrono::seconds(2);
+  moment = std::clamp(moment, kFirstDate, kLastDate);
+  const std::chrono::sys_days day = floor<days>(moment);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss time(moment - day);
+  const auto years = static_cast<unsigned>(static_cast<int>(date.year()) - 1980);
+  const auto packed_date =
+      years << 9U | static_cast<unsigned>(date.month()) << 5U | static_cast<unsigned>(date.day());
+  const auto packed_time = static_cast<unsigned>(time.hours().count()) << 11U |
+                           static_cast<unsigned>(time.minutes().count()) << 5U |
+                           static_cast<unsigned>(time.seconds().count()) / 2;
+  return {static_cast<zip_uint16_t>(packed_time), static_cast<zip_uint16_t>(packed_date)};
+}
+
 // Behind the others, or in the place of an entry.
 void put(zip_t* target, EntryReader& reader, std::optional<zip_uint64_t> place = {}) {
   zip_source_t* source = zip_source_function(target, ordvane_xlsx_entry_source, &reader);
@@ -145,8 +166,9 @@ void put(zip_t* target, EntryReader& reader, std::optional<zip_uint64_t> place =
     refuse(zip_strerror(target));
   }
   const auto position = static_cast<zip_uint64_t>(index);
+  const DosTime modified = dos_time(reader.entry->modified);
   if (zip_set_file_compression(target, position, ZIP_CM_DEFLATE, 0) != 0 ||
-      zip_file_set_dostime(target, position, 0, kFirstOfJanuary1980, 0) != 0)
+      zip_file_set_dostime(target, position, modified.time, modified.date, 0) != 0)
     refuse(zip_strerror(target));
 }
 
@@ -170,7 +192,8 @@ CompressedPiece compress(const std::string& content, int level, bool last) {
 }
 
 ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces) {
-  ArchiveEntry entry{std::move(name), {}, 0, 0};
+  ArchiveEntry entry;
+  entry.name = std::move(name);
   std::size_t bytes = 0;
   for (const CompressedPiece& piece : pieces) bytes += piece.data.size();
   entry.data.reserve(bytes);

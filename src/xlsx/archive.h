@@ -1,6 +1,7 @@
-// The zip container: parts compressed anywhere, put together in one order with one date.
+// The zip container: parts compressed anywhere, put together in one order.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -17,12 +18,17 @@ class BadPackage : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The first moment that the format can name, and the date of what has none of its own.
+inline constexpr std::chrono::sys_seconds kFirstDate = std::chrono::sys_days(std::chrono::January / 1 / 1980);
+
 // One part, compressed (raw deflate).
 struct ArchiveEntry {
   std::string name;
   std::string data;
   std::uint64_t size = 0;  // before compression
   std::uint32_t crc = 0;   // of what it was before compression
+  // UTC, to two seconds. What lies before the format's first year or behind its last gets the nearest it has.
+  std::chrono::sys_seconds modified = kFirstDate;
 };
 
 // A piece of a part, compressed by itself.
@@ -38,7 +44,7 @@ CompressedPiece compress(const std::string& content, int level, bool last);
 // The pieces in their order, which are left empty.
 ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces);
 
-// The archive, entries in the given order, all dated 1980-01-01. Throws host::Error for what is over the
+// The archive, entries in the given order. Throws host::Error for what is over the
 // format's 4 GiB.
 std::string archive(const std::vector<ArchiveEntry>& entries);
 

@@ -1,4 +1,7 @@
 // What ties the parts together: relationships, content types, document properties, and shared elements.
+#include <array>
+#include <cstdio>
+
 #include "host/error.h"
 #include "xlsx/parts.h"
 
@@ -22,8 +25,21 @@ void property(Xml& xml, const char* tag, const std::string& value) {
   if (!value.empty()) xml.leaf(tag, value);
 }
 
-void date(Xml& xml, const char* tag, const std::string& when) {
-  xml.start(tag).attr("xsi:type", "dcterms:W3CDTF").text(when).end();
+// "2026-01-31T12:00:00Z"
+std::string date_text(std::chrono::sys_seconds moment) {
+  const auto day = std::chrono::floor<std::chrono::days>(moment);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss time(moment - day);
+  std::array<char, 40> text;
+  std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                static_cast<int>(time.seconds().count()));
+  return text.data();
+}
+
+void date(Xml& xml, const char* tag, std::chrono::sys_seconds when) {
+  xml.start(tag).attr("xsi:type", "dcterms:W3CDTF").text(date_text(when)).end();
 }
 
 }  // namespace
@@ -70,8 +86,8 @@ std::string content_types_part(const std::vector<PartType>& parts) {
   return part;
 }
 
-std::string core_properties_part(const host::DocumentProperties& properties, const std::string& created) {
-  const std::string when = created.empty() ? "1980-01-01T00:00:00Z" : created;
+std::string core_properties_part(const host::DocumentProperties& properties,
+                                 std::chrono::sys_seconds created) {
   std::string part;
   Xml xml(part);
   xml.declaration().start("cp:coreProperties");
@@ -85,8 +101,8 @@ std::string core_properties_part(const host::DocumentProperties& properties, con
   property(xml, "cp:keywords", properties.keywords);
   property(xml, "dc:description", properties.comments);
   property(xml, "cp:lastModifiedBy", properties.author);
-  date(xml, "dcterms:created", when);
-  date(xml, "dcterms:modified", when);
+  date(xml, "dcterms:created", created);
+  date(xml, "dcterms:modified", created);
   xml.end();
   return part;
 }

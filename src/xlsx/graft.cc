@@ -12,6 +12,7 @@
 #include "unicode/names.h"
 #include "xlsx/graft_styles.h"
 #include "xlsx/package_parts.h"
+#include "xlsx/sheet_mentions.h"
 #include "xlsx/whole_file.h"
 
 namespace ordvane::xlsx {
@@ -255,22 +256,46 @@ class Grafting {
     return std::any_of(sheets_.begin(), sheets_.end(), [](const Sheet& sheet) { return sheet.replaces; });
   }
 
-  // Names of the new sheets come, those of the replaced ones go. Values of other sheets may depend on a
-  // replaced one; they are computed when the workbook is opened.
+  bool is_of_replaced_sheet(const XmlElement& name) const {
+    return std::any_of(sheets_.begin(), sheets_.end(), [&](const Sheet& sheet) {
+      return sheet.replaces && name.attribute("localSheetId") == std::to_string(sheet.place);
+    });
+  }
+
+  // Whether a value of another sheet may depend on a replaced one: it is computed when the workbook is opened
+  // then, which it is asked for no other reason, because that makes the file one with unsaved changes.
+  bool others_look_at_replaced() const {
+    std::vector<std::string> replaced;
+    std::set<std::string> parts;
+    for (const Sheet& sheet : sheets_) {
+      if (!sheet.replaces) continue;
+      replaced.push_back(sheet.model->name);
+      parts.insert(sheet.part);
+    }
+    if (replaced.empty()) return false;
+    if (const XmlElement* list = workbook_.child(workbook_.root(), "definedNames"))
+      for (const XmlElement* name : workbook_.children(*list, "definedName"))
+        if (!is_of_replaced_sheet(*name) && mentions_sheet(name->text, replaced)) return true;
+    const auto& there = existing_.sheets();
+    return std::any_of(there.begin(), there.end(), [&](const ExistingWorkbook::Sheet& sheet) {
+      return !parts.contains(sheet.part) && part_mentions_sheet(package_.read(sheet.part), replaced);
+    });
+  }
+
+  // Names of the new sheets come, those of the replaced ones go.
   void define_names() {
     const XmlElement& root = workbook_.root();
     const XmlElement* list = workbook_.child(root, "definedNames");
     if (list != nullptr)
       for (const XmlElement* name : workbook_.children(*list, "definedName"))
-        for (const Sheet& sheet : sheets_)
-          if (sheet.replaces && name->attribute("localSheetId") == std::to_string(sheet.place))
-            workbook_edits_.remove(*name);
+        if (is_of_replaced_sheet(*name)) workbook_edits_.remove(*name);
     std::string added;
     const XmlElement& neighbour = list != nullptr ? *list : root;
     for (const Sheet& sheet : sheets_)
       for (const std::string& name : sheet_names(*sheet.model, sheet.place)) added += beside(neighbour, name);
     const XmlElement* calculation = workbook_.child(root, "calcPr");
-    if (calculation != nullptr && replaces_any())
+    const bool calculates = others_look_at_replaced();
+    if (calculation != nullptr && calculates)
       workbook_edits_.set_attribute(*calculation, "fullCalcOnLoad", "1");
     std::string behind;
     if (list != nullptr)
@@ -278,7 +303,7 @@ class Grafting {
     else
       behind = "<definedNames>" + added + "</definedNames>";
     if (!behind.empty() && !root.prefix.empty()) behind = beside(root, std::move(behind));
-    if (calculation == nullptr && replaces_any()) behind += beside(root, "<calcPr fullCalcOnLoad=\"1\"/>");
+    if (calculation == nullptr && calculates) behind += beside(root, "<calcPr fullCalcOnLoad=\"1\"/>");
     if (behind.empty()) return;
     const XmlElement* last = nullptr;
     for (const char* name : {"sheets", "functionGroups", "externalReferences", "definedNames"})

@@ -221,6 +221,7 @@ std::vector<ArchiveEntry> compressed(const std::vector<Part>& parts, const SaveO
   cancellation.check();
   Workers workers(parts, options.compression_level, cancellation);
   std::vector<ArchiveEntry> entries = workers.run(thread_count(options.threads, workers.task_count()));
+  for (ArchiveEntry& entry : entries) entry.modified = options.created;
   cancellation.check();
   return entries;
 }

@@ -4,6 +4,7 @@
 // caller, who also writes the relationships.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -52,7 +53,8 @@ std::vector<std::string> sheet_names(const office::SheetModel& sheet, std::size_
 std::string workbook_part(const office::BookModel& book);
 std::string styles_part(const office::StyleTable& styles);
 std::string theme_part(const std::string& east_asian_font);
-std::string core_properties_part(const host::DocumentProperties& properties, const std::string& created);
+std::string core_properties_part(const host::DocumentProperties& properties,
+                                 std::chrono::sys_seconds created);
 std::string app_properties_part(const office::BookModel& book);
 
 // How a sheet is written apart from what it holds: what depends on the package around it.

@@ -4,24 +4,26 @@
 // Never calculates and never changes the workbook. The same workbook and options give the same bytes.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
 
 #include "office/book.h"
+#include "xlsx/archive.h"
 #include "xlsx/file_system.h"
 
 namespace ordvane::xlsx {
 
 struct SaveOptions {
-  std::string created;              // document date, "2026-01-31T12:00:00Z"; empty: 1980-01-01T00:00:00Z
-  std::string east_asian_font;      // of the report texts; empty: the reading program's own
-  int compression_level = 6;        // 1 (fastest) to 12 (smallest)
-  unsigned threads = 0;             // 0: as many as the machine has
-  std::function<bool()> cancelled;  // asked now and then; true stops with errc::kUserCancelled
-  bool replace = true;              // a file that is there; false: save() fails for it
-  FileSystem* files = nullptr;      // null: the system's own
+  std::chrono::sys_seconds created = kFirstDate;  // of the document, and of the parts in the package
+  std::string east_asian_font;                    // of the report texts; empty: the reading program's own
+  int compression_level = 6;                      // 1 (fastest) to 12 (smallest)
+  unsigned threads = 0;                           // 0: as many as the machine has
+  std::function<bool()> cancelled;                // asked now and then; true stops with errc::kUserCancelled
+  bool replace = true;                            // a file that is there; false: save() fails for it
+  FileSystem* files = nullptr;                    // null: the system's own
 };
 
 // The whole package in memory. Throws host::Error for what a package cannot hold.

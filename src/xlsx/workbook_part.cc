@@ -9,6 +9,11 @@
 namespace ordvane::xlsx {
 namespace {
 
+// Every formula comes with its value. A spreadsheet computes a workbook that names no calculation engine, or
+// one older than its own, when it opens it, and asks to save that when it closes it; this is the engine of
+// the versions in use.
+constexpr std::int32_t kCalculationVersion = 191029;
+
 void check_names(const office::BookModel& book) {
   if (book.sheets.empty()) refuse("a workbook without sheets cannot be saved");
   std::set<std::string> names;
@@ -96,7 +101,7 @@ std::string workbook_part(const office::BookModel& book) {
   xml.end().end();
   sheets(xml, book);
   names(xml, book);
-  if (has_formulas(book)) xml.start("calcPr").attr("fullCalcOnLoad", true).end();
+  if (has_formulas(book)) xml.start("calcPr").attr("calcId", kCalculationVersion).end();
   xml.end();
   return part;
 }

@@ -272,6 +272,7 @@ TEST(WriteReports, SaysWhatWasWrittenAndWritesTheSameBytesAgain) {
   const Folder folder;
   ReportOptions options;
   options.outputs = {0};
+  options.clock = [] { return std::chrono::sys_days(std::chrono::May / 4 / 2026) + std::chrono::hours(9); };
   const WrittenReports written = write_reports(shared(small_run()), folder / "a.xlsx", options);
   EXPECT_EQ(written.sheets, 4U);
   EXPECT_EQ(written.charts, 4U);  // a tornado, a spider and one sensitivity chart per input

@@ -79,8 +79,10 @@ class Command : public testing::Test {
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
-    std::string variables[] = {std::string("LC_ALL=") + locale, "COLUMNS=70", "TERM=xterm"};
-    char* environment[] = {variables[0].data(), variables[1].data(), variables[2].data(), nullptr};
+    std::string variables[] = {std::string("LC_ALL=") + locale, "COLUMNS=70", "TERM=xterm",
+                               "SOURCE_DATE_EPOCH=" + source_date_};
+    char* environment[] = {variables[0].data(), variables[1].data(), variables[2].data(), variables[3].data(),
+                           nullptr};
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -110,6 +112,7 @@ class Command : public testing::Test {
   bool there(const char* name) const { return fs::exists(folder_ / name); }
 
   fs::path folder_;
+  std::string source_date_ = "1767225600";  // so that workbooks can be compared
 };
 
 TEST_F(Command, RefusesWrongArgumentsWithAHint) {
@@ -252,6 +255,25 @@ TEST_F(Command, ReportWritesTheWorkbookAndSaysWhere) {
   EXPECT_EQ(result.out, "m-reports.xlsx: 11 sheets, 12 charts\n");
   EXPECT_EQ(result.err, "") << "progress is for terminals";
   EXPECT_THAT(file_text(folder_ / "m-reports.xlsx"), StartsWith("PK"));
+}
+
+TEST_F(Command, ReportWritesTheSameBytesForTheSameSourceDate) {
+  const auto written = [&](const char* date) {
+    source_date_ = date;
+    EXPECT_EQ(run({"report", "m.run.json", "-o", "a.xlsx", "--overwrite"}).code, 0);
+    return file_text(folder_ / "a.xlsx");
+  };
+  const std::string first = written("1767225600");
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // a package counts in steps of two seconds
+  EXPECT_TRUE(written("1767225600") == first);
+  EXPECT_TRUE(written("1767225602") != first);
+  for (const char* wrong : {"yesterday", "-1", "1767225600.5", "253402300800"}) {
+    source_date_ = wrong;
+    const Result refused = run({"report", "m.run.json", "-o", "b.xlsx"});
+    EXPECT_EQ(refused.code, 2) << wrong;
+    EXPECT_THAT(refused.err, HasSubstr(std::string("SOURCE_DATE_EPOCH: \"") + wrong + "\" is no time"));
+  }
+  EXPECT_FALSE(there("b.xlsx"));
 }
 
 TEST_F(Command, ReportTakesItsSwitches) {

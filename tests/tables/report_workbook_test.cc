@@ -35,7 +35,8 @@ TEST(ReportWorkbook, ManySheetsGetAListOfThemWithLinks) {
     reports.SetExcelReady(true);
     for (std::size_t i = 1; i <= sheets; ++i)
       reports.AddSheet("It's \"" + std::to_string(i) + "\"")
-          ->AddTitleBlock("Report " + std::to_string(i), {{bench.session.CommonString(15), "Profit (B2)"}});
+          ->AddTitleBlock("Report " + std::to_string(i), {{bench.session.CommonString(14), "plan.xlsx"},
+                                                          {bench.session.CommonString(15), "Profit (B2)"}});
     reports.ReportsComplete();
     const auto names = test::sheet_names(bench.model(reports));
     if (sheets == 6) {
@@ -50,7 +51,8 @@ TEST(ReportWorkbook, ManySheetsGetAListOfThemWithLinks) {
     EXPECT_EQ(contents->range("A10")->value().text, "It's \"7\"");
     EXPECT_EQ(contents->range("B10")->value().text, "Report 7");
     EXPECT_EQ(contents->range("C10")->value().text, "Profit (B2)");
-    EXPECT_EQ(bench.model(reports).properties.subject, "Report 1");
+    EXPECT_EQ(bench.model(reports).properties.title, "<243: plan.xlsx>");
+    EXPECT_EQ(bench.model(reports).properties.subject, "Profit (B2)");
   }
 }
 

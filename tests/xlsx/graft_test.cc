@@ -289,7 +289,6 @@ TEST_F(Graft, ReplacesASheetWithWhatItAloneOwns) {
     };
     EXPECT_EQ(names(new_parts.at("xl/workbook.xml")), names(old_parts.at("xl/workbook.xml")))
         << "same place and id";
-    EXPECT_THAT(new_parts.at("xl/workbook.xml"), HasSubstr("fullCalcOnLoad=\"1\""));
     EXPECT_EQ(new_parts.at("xl/worksheets/sheet4.xml"), old_parts.at("xl/worksheets/sheet4.xml"));
     if (&c.before == &shared && c.sheet == 0) {
       EXPECT_EQ(new_parts.at("xl/drawings/drawing1.xml"), old_parts.at("xl/drawings/drawing1.xml"));
@@ -300,6 +299,39 @@ TEST_F(Graft, ReplacesASheetWithWhatItAloneOwns) {
     EXPECT_EXTERNAL(test::openpyxl_reads(file_));
     // Once more: what was added is used again, and nothing grows.
     EXPECT_TRUE(parts_of(with_sheets(after, {c.sheet})) == new_parts);
+  }
+}
+
+// A workbook that is computed when it is opened has unsaved changes from then on.
+TEST_F(Graft, HasTheWorkbookComputedOnlyWhereOthersLookAtAReplacedSheet) {
+  const char* const kSheet = "xl/worksheets/sheet4.xml";
+  const char* const kFormula = "0.1+0.2";
+  const char* const kWorkbook = "xl/workbook.xml";
+  const char* const kNames = "</definedNames>";
+  struct Case {
+    const char *part, *from, *to;
+    std::size_t replaced;
+    bool computed;
+  };
+  const Case kCases[] = {
+      {kSheet, kFormula, "1", 1, false},
+      {kSheet, kFormula, "1+Spider!A1", 1, true},
+      {kSheet, kFormula, "1+Spider!A1", 0, false},
+      {kSheet, kFormula, "SUM(1,SPIDER!$A$1)", 1, true},
+      {kSheet, kFormula, "'It''s a message &amp; more'!A1", 2, true},
+      {kSheet, kFormula, "'t''s a message &amp; more'!A1", 2, false},
+      {kSheet, kFormula, "Spiders!A1&amp;Old_Spider!A1", 1, false},
+      {kSheet, kFormula, "'[old.xlsx]Spider'!A1", 1, false},
+      {kSheet, kFormula, "SUM('A:Z'!A1)", 1, true},
+      {kWorkbook, kNames, "<definedName name=\"top\">Spider!$A$1</definedName></definedNames>", 1, true},
+      {kWorkbook, kNames,
+       "<definedName name=\"top\" localSheetId=\"1\">Spider!$A$1</definedName></definedNames>", 1, false},
+  };
+  for (const Case& c : kCases) {
+    const std::string before = changed(package_, {{c.part, c.from, c.to}});
+    const std::string workbook = parts_of(with_sheets(before, {c.replaced})).at(kWorkbook);
+    EXPECT_EQ(workbook.find("fullCalcOnLoad") != workbook.npos, c.computed) << c.to << ' ' << c.replaced;
+    EXPECT_THAT(workbook, HasSubstr("calcId=\"191029\""));
   }
 }
 

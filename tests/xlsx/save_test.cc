@@ -116,8 +116,35 @@ TEST_F(Packages, AreTheSameEveryTimeAndOnAnyNumberOfThreads) {
     different.insert(package(full_book(), options));
   }
   EXPECT_EQ(different.size(), 1U);
-  options.created = "2026-01-31T12:00:00Z";
+  options.created = std::chrono::sys_days(std::chrono::January / 31 / 2026) + std::chrono::hours(12);
   EXPECT_NE(package(full_book(), options), *different.begin());
+}
+
+TEST_F(Packages, AreDatedAsTheyAreTold) {
+  using std::chrono::sys_days;
+  struct Case {
+    std::chrono::sys_seconds created;
+    const char *document, *parts;
+  };
+  const Case kCases[] = {
+      {sys_days(std::chrono::January / 31 / 2026) + std::chrono::seconds(86399), "(2026, 1, 31, 23, 59, 59)",
+       "(2026, 1, 31, 23, 59, 58)"},
+      {{}, "(1970, 1, 1, 0, 0, 0)", "(1980, 1, 1, 0, 0, 0)"},
+      {sys_days(std::chrono::March / 1 / 2900), "(2900, 3, 1, 0, 0, 0)", "(2107, 12, 31, 23, 59, 58)"},
+  };
+  const test::TemporaryFolder folder;
+  for (const Case& c : kCases) {
+    SaveOptions options;
+    options.created = c.created;
+    save(full_book(), folder / "a.xlsx", options);
+    EXPECT_EXTERNAL(test::openpyxl_reads(folder / "a.xlsx", std::string(R"(
+import zipfile
+for when in (book.properties.created, book.properties.modified):
+  assert when.timetuple()[:6] == )") + c.document + R"(, when
+for part in zipfile.ZipFile(sys.argv[1]).infolist():
+  assert part.date_time == )" + c.parts + R"(, part
+)"));
+  }
 }
 
 TEST_F(Packages, GetSmallerWithTheLevel) {

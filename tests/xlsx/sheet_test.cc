@@ -157,7 +157,7 @@ TEST(SharedTexts, HoldWhatCellsUse) {
                 "<si><t xml:space=\"preserve\">c\nd</t></si></sst>"));
 }
 
-TEST(Workbook, NamesPrintTitlesAndComputesFormulas) {
+TEST(Workbook, NamesPrintTitlesAndTheCalculation) {
   office::BookModel book;
   add_sheet(book, "A", {});
   auto sheet = add_sheet(book, "It's", {});
@@ -174,7 +174,7 @@ TEST(Workbook, NamesPrintTitlesAndComputesFormulas) {
   titles({}, {});
   sheet->formulas[{1, 1}] = "=1";
   EXPECT_THAT(workbook_part(book), Not(HasSubstr("definedName")));
-  EXPECT_THAT(workbook_part(book), HasSubstr("<calcPr fullCalcOnLoad=\"1\"/>"));
+  EXPECT_THAT(workbook_part(book), HasSubstr("<calcPr calcId=\"191029\"/>"));
 }
 
 TEST(Package, RefusesWhatTheFormatCannotHold) {
