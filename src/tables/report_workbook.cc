@@ -5,6 +5,7 @@
 
 #include "tables/look.h"
 #include "tables/step_remarks.h"
+#include "text/edit.h"
 #include "text/utf16.h"
 
 namespace ordvane::tables {
@@ -148,7 +149,7 @@ void ReportWorkbook::name_document() {
   properties.title = models.empty() ? name_ : session_.text(kDocumentTitle, ListOf(session_, models));
   properties.subject = outputs.empty() ? reports_.front()->title() : ListOf(session_, outputs);
   for (std::string* text : {&properties.title, &properties.subject})
-    *text = model::shortened(*text, kLongestProperty);
+    *text = text::shortened(*text, kLongestProperty);
   workbook_->set_properties(properties);
 }
 
