@@ -5,7 +5,6 @@
 
 #include "tables/look.h"
 #include "tables/step_remarks.h"
-#include "text/edit.h"
 #include "text/utf16.h"
 
 namespace ordvane::tables {
