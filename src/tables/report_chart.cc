@@ -42,6 +42,7 @@ constexpr host::Color kDefaultBarColor = look::kAccent;
 // Room in a chart with bars, points.
 constexpr double kTitleTop = 10;
 constexpr double kTitleLine = 1.25;       // in sizes
+constexpr double kTitleShare = 0.8;       // of the chart's width, the most that a line of a title takes
 constexpr double kRoomForBaseLabel = 20;  // between titles and bars
 constexpr double kRoomBelowBars = 30;
 constexpr double kRoomForAxisTitle = 16;
@@ -542,7 +543,7 @@ void ReportChart::FinishChart() {
 }
 
 double ReportChart::plot_top() const {
-  const double room = container_->width() - 2 * kTitleTop;
+  const double room = container_->width() * kTitleShare;
   double top = kTitleTop + kRoomForBaseLabel;
   const auto add = [&](const std::string& text, double size, bool bold) {
     if (!text.empty()) top += wrapped_lines(text, room, size, bold) * size * kTitleLine;
