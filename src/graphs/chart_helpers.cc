@@ -36,6 +36,7 @@ constexpr std::int32_t kPlaceholderSize = 2;  // the smallest marker; it is not 
 
 constexpr std::int32_t kBaseMarkerSize = 6;
 constexpr double kBaseLabelFontSize = 6.75;
+constexpr double kBaseLineWidth = 1.25;
 
 // To 15 significant digits and back, so that a quotient a hair below a whole number becomes that number.
 double as_written(double value) {
@@ -192,6 +193,7 @@ void AddBaseValueLine(session::Session& /*session*/, host::Chart& chart, double 
                       const std::string& label_text, host::Color label_color, host::Color label_fill) {
   const std::array<double, 2> x = {base_value, base_value};
   constexpr std::array<double, 2> kY = {0.0, 1.0};
+  constexpr std::int32_t kBottom = 1, kTop = 2;
   const auto line = chart.new_series();
   line->set_name("Vertical");
   line->set_kind(host::ChartKind::kXYScatter);
@@ -201,19 +203,20 @@ void AddBaseValueLine(session::Session& /*session*/, host::Chart& chart, double 
   line->set_border({.line_style = static_cast<std::int32_t>(host::LineStyle::kDot),
                     .weight = kHairline,
                     .color = line_color});
+  ignoring_errors([&] { line->set_line_width(kBaseLineWidth); });
 
-  const auto top = line->point(1);
+  const auto top = line->point(kTop);
   top->set_marker_style(host::MarkerStyle::kTriangle);
   top->set_marker_foreground_color(0);
   top->set_marker_background_color(line_color);
   top->set_marker_size(kBaseMarkerSize);
   top->apply_data_labels(false);
   label_base_point(*top, label_text, label_color, label_fill);
-  ignoring_errors([&] { line->point(2)->set_marker_style(host::MarkerStyle::kNone); });
+  ignoring_errors([&] { line->point(kBottom)->set_marker_style(host::MarkerStyle::kNone); });
 
+  // Both axes stay, unseen: the series of one that is taken away is measured on the axes of the bars.
   bound_secondary_axis(chart, AxisType::kCategory, axis_minimum, axis_maximum);
   bound_secondary_axis(chart, AxisType::kValue, 0.0, 1.0);
-  ignoring_errors([&] { chart.set_has_axis(AxisType::kValue, AxisGroup::kSecondary, false); });
 }
 
 }  // namespace ordvane::graphs

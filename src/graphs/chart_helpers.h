@@ -55,7 +55,8 @@ std::int32_t CreateMessageChart(tables::ReportSheet& sheet, const std::string& m
 double ArrayMin(std::span<const double> values);
 double ArrayMax(std::span<const double> values);
 
-// The vertical base-value marker of a tornado chart, on the secondary axes; outside the axis it is not seen.
+// The vertical base-value marker of a tornado chart, on the secondary axes, with its label at the top end;
+// outside the axis it is not seen.
 void AddBaseValueLine(session::Session& session, host::Chart& chart, double base_value, double axis_minimum,
                       double axis_maximum, host::Color line_color, const std::string& label_text,
                       host::Color label_color, host::Color label_fill);

@@ -1,8 +1,7 @@
 // The parts that every graph report shares around its tables and charts.
 #include "graphs/graph_sheet.h"
 
-#include <cctype>
-#include <vector>
+#include <algorithm>
 
 #include "model/naming.h"
 #include "tables/utils.h"
@@ -47,6 +46,24 @@ std::shared_ptr<tables::ReportSheet> StartGraphSheet(session::Session& session, 
 void SetWatermark(session::Session& session, tables::ReportChart& chart) {
   if (session.watermark.text.empty()) return;
   chart.SetWatermark(session.watermark.primary, session.watermark.secondary, session.graph_click_macro);
+}
+
+void FirstNotes::add(std::int16_t text, std::int32_t row, std::int32_t column) {
+  const auto [kept, is_new] = places_.try_emplace(text, row, column);
+  if (!is_new) kept->second = std::min(kept->second, {row, column});
+}
+
+std::vector<std::string> FirstNotes::write(const session::Session& session,
+                                           tables::ReportTable& table) const {
+  std::vector<std::pair<std::pair<std::int32_t, std::int32_t>, std::int16_t>> by_place;
+  for (const auto& [text, place] : places_) by_place.emplace_back(place, text);
+  std::sort(by_place.begin(), by_place.end());
+  std::vector<std::string> texts;
+  for (const auto& [place, text] : by_place) {
+    texts.push_back(session.text(text));
+    table.AddTableNote(place.first, place.second, session.CommonString(12), texts.back());
+  }
+  return texts;
 }
 
 }  // namespace ordvane::graphs

@@ -3,8 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "model/input_output.h"
 #include "session/session.h"
@@ -26,6 +29,18 @@ std::shared_ptr<tables::ReportSheet> StartGraphSheet(session::Session& session, 
                                                      const model::DralInputOutput& output,
                                                      const SheetTexts& texts, std::int32_t runNumber,
                                                      std::int32_t totalRuns);
+
+// Notes that each stand at the first cell of a table that they are about.
+class FirstNotes {
+ public:
+  // `text`: string id. The first place, row by row, is kept.
+  void add(std::int16_t text, std::int32_t row, std::int32_t column);
+  // Attaches the notes. Returns their texts in the order of their places.
+  std::vector<std::string> write(const session::Session& session, tables::ReportTable& table) const;
+
+ private:
+  std::map<std::int16_t, std::pair<std::int32_t, std::int32_t>> places_;  // by text: row and column
+};
 
 using tables::AddHeaderGroup;
 using tables::ChangeFormat;

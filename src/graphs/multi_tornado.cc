@@ -11,6 +11,8 @@
 #include "graphs/chart_helpers.h"
 #include "graphs/graph_sheet.h"
 #include "host/error.h"
+#include "model/step_facts.h"
+#include "tables/step_remarks.h"
 #include "tables/text_estimate.h"
 #include "tables/utils.h"
 
@@ -31,8 +33,10 @@ constexpr std::int16_t kNoBars = 306;
 constexpr std::int16_t kVariedTogether = 307;
 constexpr std::int16_t kSwing = 310;
 constexpr std::int16_t kTableCaption = 315;
+constexpr std::int16_t kNothingMoves = 332;
 constexpr std::int16_t kInvalidNote = 600;
 constexpr std::int16_t kBaseZeroNote = 608;
+constexpr std::int16_t kBaseInvalidNote = 730;
 constexpr std::int16_t kNoUsableBase = 1007;
 constexpr std::int16_t kOutputBaseZero = 1026;
 constexpr std::int16_t kNoMultiTornado = 1041;
@@ -73,7 +77,9 @@ class MultiTornado {
         by_rank_(groups_by_rank(effects)),
         bars_(count_bars(limits)),
         chart_(session, output, percent, range_mode, kChartTexts, style),
-        rows_(std::max(bars_, 0), column(kColumns)) {}
+        remarks_(session, tables::Varied::kGroups),
+        rows_(std::max(bars_, 0), column(kColumns)),
+        facts_(std::max(bars_, 0)) {}
 
   void write(tables::ReportSheet& sheet) {
     if (bars_ <= 0) {
@@ -81,18 +87,20 @@ class MultiTornado {
       return;
     }
     fill_rows();
-    chart_.read_bars(rows_, column(low()), column(high()));
+    chart_.choose_bars(rows_, {column(kName), column(low()), column(high())}, facts_, remarks_);
     if (const auto reason = reason_for_no_chart()) {
       CreateMessageChart(sheet, session_.text(kNoMultiTornado) + "\r\n" + session_.text(*reason));
       sheet.SetSheetOption(1);
+      remarks_.write(sheet);
       write_table(sheet);
     } else {
       const auto chart = sheet.AddChart(kTornadoChart, kChartWidth,
-                                        sheet.ChartHeightForBars(static_cast<std::int16_t>(bars_)));
+                                        sheet.ChartHeightForBars(static_cast<std::int16_t>(chart_.bars())));
       sheet.SetSheetOption(1);
+      remarks_.write(sheet);
       const auto table = write_table(sheet);
       host::ignoring_errors([&] { chart->Container()->set_width(tables::TableWidthForChart(*table)); });
-      chart_.draw(*chart, *table, bars_, column(kName), column(low()), column(high()));
+      chart_.draw(*chart, *table);
       SetWatermark(session_, *chart);
     }
     sheet.SheetWorksheet()->range("a1")->select();
@@ -118,6 +126,7 @@ class MultiTornado {
   }
 
   std::optional<std::int16_t> reason_for_no_chart() const {
+    if (chart_.bars() == 0) return kNothingMoves;
     if (percent_ && !has_base()) return output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
     if (!chart_.has_bars()) return kInvalidNote;
     return std::nullopt;
@@ -126,22 +135,53 @@ class MultiTornado {
   // ---- Rows ----
 
   void fill_rows() {
-    for (std::int32_t row = 1; row <= bars_; ++row) {
-      fill_row(row, run_.groups(by_rank_(row)), effects_(by_rank_(row)));
-      tables::CheckUserCancel(session_);
+    for (std::int32_t rank = 1; rank <= by_rank_.size(); ++rank) {
+      const model::MultiGroup& group = run_.groups(by_rank_(rank));
+      const model::GroupEffect& effect = effects_(by_rank_(rank));
+      model::StepFacts facts = facts_of(group, effect);
+      const bool is_shown = rank <= bars_;
+      if (is_shown) {
+        fill_row(rank, group, effect);
+        facts_(rank) = facts;
+        tables::CheckUserCancel(session_);
+      }
+      // A failure is worth a word even where it is what keeps the group off the sheet.
+      facts.leaves_out_base = facts.leaves_out_base && is_shown;
+      if (facts.failed > 0 || facts.leaves_out_base) remarks_.add(name_of(group), facts);
     }
+  }
+
+  // A group's combinations, as the steps of an input.
+  model::StepFacts facts_of(const model::MultiGroup& group, const model::GroupEffect& effect) const {
+    const model::NumberRules& rules = output_.rules();
+    const auto apart = [&](double a, double b) {
+      return rules.is_usable(a) && rules.is_usable(b) && rules.difference(a, b) != 0;
+    };
+    return {.steps = group.combinations,
+            .failed = effect.failed,
+            .moves = apart(effect.highest, effect.lowest) || apart(effect.lowest, output_.BaseValue()),
+            .compared = effect.lowest_at > 0 &&
+                        (group.combinations - effect.failed > 1 || rules.is_usable(output_.BaseValue())),
+            .leaves_out_base = effect.leaves_out_base};
+  }
+
+  std::string name_of(const model::MultiGroup& group) const {
+    std::string name;
+    for (const std::int32_t member : group.members) {
+      if (!name.empty()) name += tables::kBetweenMembers;
+      name += ItemLabel(inputs_(member));
+    }
+    return name;
   }
 
   void fill_row(std::int32_t row, const model::MultiGroup& group, const model::GroupEffect& effect) {
     std::vector<std::string> books, sheets;
-    std::string name;
     for (const std::int32_t member : group.members) {
       const model::DralInputOutput& input = inputs_(member);
       books.push_back(input.bookName);
       sheets.push_back(input.sheetName);
-      if (!name.empty()) name += tables::kBetweenMembers;
-      name += ItemLabel(input);
     }
+    const std::string name = name_of(group);
     const std::string separator = session_.environment->numbers().list_separator();
     if (range_mode_ == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, distinct(books, separator));
     if (range_mode_ != model::OrdvaneRangeCellMode)
@@ -161,8 +201,12 @@ class MultiTornado {
                              model::OrdvaneDivisorOutput);
     if (flags == 0) return;
     const bool change = place == kLowChange || place == kHighChange;
-    auto& first = change && output_.BaseValue() == 0 ? first_without_change_ : first_invalid_;
-    if (!first) first = {row, column(place)};
+    const bool has_results = rows_.at(row, column(kLow)).kind == host::CellKind::kNumber;
+    notes_.add(change && has_results ? note_on_missing_change() : kInvalidNote, row, column(place));
+  }
+
+  std::int16_t note_on_missing_change() const {
+    return output_.BaseValue() == 0 ? kBaseZeroNote : kBaseInvalidNote;
   }
 
   // ---- Table ----
@@ -184,9 +228,12 @@ class MultiTornado {
     for (const Column last : {kName, kLowChange, kHighChange})
       table->AddColumnRule(column(last), -1, tables::kRuleLineStyle, tables::kRuleWeight,
                            tables::kRuleColorIndex);
+    for (std::int32_t row = 1; row <= bars_; ++row)
+      if (const std::string note = tables::StepNote(session_, facts_(row), tables::Varied::kGroups);
+          !note.empty())
+        table->AddTableNote(row, column(kName), session_.CommonString(12), note);
     std::string notes;
-    add_note(*table, first_without_change_, kBaseZeroNote, notes);
-    add_note(*table, first_invalid_, kInvalidNote, notes);
+    for (const std::string& note : notes_.write(session_, *table)) notes += (notes.empty() ? "" : " ") + note;
     if (!notes.empty()) sheet.NextCell()->set_value(session_.text(kNotes, notes));
     return table;
   }
@@ -212,17 +259,6 @@ class MultiTornado {
     AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(kHighGroup));
   }
 
-  struct Place {
-    std::int32_t row, column;
-  };
-
-  void add_note(tables::ReportTable& table, const std::optional<Place>& place, std::int16_t text,
-                std::string& notes) {
-    if (!place) return;
-    table.AddTableNote(place->row, place->column, session_.CommonString(12), session_.text(text));
-    notes += (notes.empty() ? "" : " ") + session_.text(text);
-  }
-
   session::Session& session_;
   const model::DralInputOutput& output_;
   const model::Records& inputs_;
@@ -233,8 +269,10 @@ class MultiTornado {
   model::OneBased<std::int32_t> by_rank_;  // the group of each rank
   std::int32_t bars_;
   TornadoChart chart_;
+  tables::StepRemarks remarks_;
+  FirstNotes notes_;
   host::CellBlock rows_;
-  std::optional<Place> first_without_change_, first_invalid_;
+  model::OneBased<model::StepFacts> facts_;  // by row
 };
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include "graphs/graph_sheet.h"
 #include "graphs/tornado_chart.h"
 #include "host/error.h"
+#include "model/step_facts.h"
+#include "tables/step_remarks.h"
 #include "tables/utils.h"
 
 namespace ordvane::graphs {
@@ -32,6 +34,8 @@ constexpr std::int16_t kInputGroup = 707;
 constexpr std::int16_t kBaseZeroNote = 708;
 constexpr std::int16_t kTableSubcaption = 710;
 constexpr std::int16_t kTableCaption = 715;
+constexpr std::int16_t kBaseInvalidNote = 730;
+constexpr std::int16_t kNothingMoves = 731;
 constexpr std::int16_t kNoUsableBase = 1007;
 constexpr std::int16_t kOutputBaseZero = 1026;
 constexpr std::int16_t kNoTornado = 1040;
@@ -68,22 +72,26 @@ class TornadoReport {
       : session_(session),
         job_(job),
         chart_(session, job.output, job.percent, job.range_mode, kChartTexts, job.style),
+        remarks_(session),
         rows_(job.bars, column(kColumns)),
-        input_formats_(job.bars) {}
+        input_formats_(job.bars),
+        facts_(job.bars) {}
 
   void write(const std::shared_ptr<tables::ReportSheet>& sheet) {
     fill_rows();
-    chart_.read_bars(rows_, column(low()), column(high()));
+    chart_.choose_bars(rows_, {column(kName), column(low()), column(high())}, facts_, remarks_,
+                       [this](std::int32_t row) { return input_ends(row); });
     if (const auto reason = reason_for_no_chart()) {
       CreateMessageChart(*sheet, session_.text(kNoTornado) + "\r\n" + session_.text(*reason));
       sheet->SetSheetOption(1);
+      remarks_.write(*sheet);
       write_table(*sheet);
     } else {
       const auto chart = sheet->AddChart(kTornadoChart, kChartWidth,
-                                         sheet->ChartHeightForBars(static_cast<std::int16_t>(job_.bars)));
+                                         sheet->ChartHeightForBars(static_cast<std::int16_t>(chart_.bars())));
       sheet->SetSheetOption(1);
-      chart_.draw(*chart, *write_table(*sheet), job_.bars, column(kName), column(low()), column(high()),
-                  input_ends());
+      remarks_.write(*sheet);
+      chart_.draw(*chart, *write_table(*sheet));
       SetWatermark(session_, *chart);
     }
     sheet->SheetWorksheet()->range("a1")->select();
@@ -101,14 +109,20 @@ class TornadoReport {
   void fill_rows() {
     for (const model::DralInputOutput& input : job_.inputs) {
       const double rank = input.outputRank(job_.output_index);
-      if (rank > job_.bars) continue;
-      fill_row(static_cast<std::int32_t>(std::nearbyint(rank)), input);
-      session_.log.line("GenerateTornadoReport cellAddress: " + input.cellAddress);
-      tables::CheckUserCancel(session_);
+      model::StepFacts facts = step_facts(input, job_.output_index, job_.output.BaseValue());
+      const bool is_shown = rank <= job_.bars;
+      if (is_shown) {
+        fill_row(static_cast<std::int32_t>(std::nearbyint(rank)), input, facts);
+        session_.log.line("GenerateTornadoReport cellAddress: " + input.cellAddress);
+        tables::CheckUserCancel(session_);
+      }
+      // A failure is worth a word even where it is what keeps the input off the sheet.
+      facts.leaves_out_base = facts.leaves_out_base && is_shown;
+      remarks_.add(ItemLabel(input), facts);
     }
   }
 
-  void fill_row(std::int32_t row, const model::DralInputOutput& input) {
+  void fill_row(std::int32_t row, const model::DralInputOutput& input, const model::StepFacts& facts) {
     if (job_.range_mode == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, input.bookName);
     if (job_.range_mode != model::OrdvaneRangeCellMode) rows_.set_text(row, job_.range_mode, input.sheetName);
     rows_.set_number(row, column(kRank), row);
@@ -118,12 +132,18 @@ class TornadoReport {
     const auto of_input = model::OrdvaneDivisorInput;
     fill_value(row, kLow, input.outputMinValue(job_.output_index), of_output);
     fill_value(row, kLowChange, input.outputMinPercentChange(job_.output_index), of_output);
-    fill_value(row, kLowInput, input.minInputValue(job_.output_index), of_input);
     fill_value(row, kHigh, input.outputMaxValue(job_.output_index), of_output);
     fill_value(row, kHighChange, input.outputMaxPercentChange(job_.output_index), of_output);
-    fill_value(row, kHighInput, input.maxInputValue(job_.output_index), of_input);
+    if (facts.without_effect()) {
+      // No step is behind either end.
+      for (const Column value : {kLowInput, kHighInput}) rows_.set_text(row, column(value), host::kNotShown);
+    } else {
+      fill_value(row, kLowInput, input.minInputValue(job_.output_index), of_input);
+      fill_value(row, kHighInput, input.maxInputValue(job_.output_index), of_input);
+    }
     fill_value(row, kInputBase, input.BaseValue(), of_input);
     input_formats_(row) = ValueFormat(input);
+    facts_(row) = facts;
   }
 
   void fill_value(std::int32_t row, Column place, double value, model::OrdvaneDivisorType item) {
@@ -131,26 +151,29 @@ class TornadoReport {
     tables::FormatTableValue(job_.output.rules(), rows_, row, column(place), value, flags, 1.0, item);
     if (flags == 0) return;
     const bool change = place == kLowChange || place == kHighChange;
-    auto& first = change && job_.output.BaseValue() == 0 ? first_without_change_ : first_invalid_;
-    if (!first || row < first->row) first = {row, column(place)};
+    const bool has_results = rows_.at(row, column(kLow)).kind == host::CellKind::kNumber;
+    notes_.add(change && has_results ? note_on_missing_change() : kInvalidNote, row, column(place));
+  }
+
+  std::int16_t note_on_missing_change() const {
+    return job_.output.BaseValue() == 0 ? kBaseZeroNote : kBaseInvalidNote;
+  }
+
+  // ---- Bars ----
+
+  InputEnds input_ends(std::int32_t row) const {
+    const auto value = [&](Column place) {
+      const host::CellValue cell = rows_.value(row, column(place));
+      return cell.is_number() ? std::optional(cell.number) : std::nullopt;
+    };
+    return {value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row)};
   }
 
   std::optional<std::int16_t> reason_for_no_chart() const {
+    if (chart_.bars() == 0) return kNothingMoves;
     if (job_.percent && job_.output.BaseValue() == 0) return kOutputBaseZero;
     if (!chart_.has_bars()) return job_.percent ? kNoUsableBase : kInvalidNote;
     return std::nullopt;
-  }
-
-  std::vector<InputEnds> input_ends() const {
-    std::vector<InputEnds> inputs;
-    for (std::int32_t row = 1; row <= job_.bars; ++row) {
-      const auto value = [&](Column place) {
-        const auto& cell = rows_.at(row, column(place));
-        return cell.kind == host::CellKind::kNumber ? std::optional(cell.number) : std::nullopt;
-      };
-      inputs.push_back({value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row)});
-    }
-    return inputs;
   }
 
   // ---- Table ----
@@ -165,8 +188,10 @@ class TornadoReport {
     for (const Column last : {kCell, kLowChange, kLowInput, kHighChange, kHighInput})
       table->AddColumnRule(column(last), -1, tables::kRuleLineStyle, tables::kRuleWeight,
                            tables::kRuleColorIndex);
-    add_note(*table, first_without_change_, kBaseZeroNote);
-    add_note(*table, first_invalid_, kInvalidNote);
+    for (std::int32_t row = 1; row <= job_.bars; ++row)
+      if (const std::string note = tables::StepNote(session_, facts_(row)); !note.empty())
+        table->AddTableNote(row, column(kName), session_.CommonString(12), note);
+    notes_.write(session_, *table);
     return table;
   }
 
@@ -220,21 +245,17 @@ class TornadoReport {
     }
   }
 
-  struct Place {
-    std::int32_t row, column;
-  };
-
-  void add_note(tables::ReportTable& table, const std::optional<Place>& place, std::int16_t text) {
-    if (place) table.AddTableNote(place->row, place->column, session_.CommonString(12), session_.text(text));
-  }
-
   session::Session& session_;
   TornadoJob job_;
   TornadoChart chart_;
 
+  tables::StepRemarks remarks_;
+  FirstNotes notes_;
+
   host::CellBlock rows_;
-  model::OneBased<std::string> input_formats_;  // by row
-  std::optional<Place> first_without_change_, first_invalid_;
+  // By row.
+  model::OneBased<std::string> input_formats_;
+  model::OneBased<model::StepFacts> facts_;
 };
 
 }  // namespace

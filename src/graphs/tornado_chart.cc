@@ -13,6 +13,7 @@
 #include "graphs/chart_helpers.h"
 #include "host/error.h"
 #include "model/decimal.h"
+#include "tables/format_codes.h"
 #include "tables/look.h"
 #include "tables/table_parts.h"
 #include "tables/utils.h"
@@ -23,6 +24,10 @@ namespace {
 // String ids.
 constexpr std::int16_t kBelowBase = 250;
 constexpr std::int16_t kAboveBase = 251;
+
+// Significant digits of numbers without a format: as cells show them, and as short as labels are.
+constexpr int kDigitsOfCell = 10;
+constexpr int kDigitsOfLabel = 6;
 
 // Whether a number format, in its English form, shows group separators.
 bool shows_groups(const std::string& format) {
@@ -35,15 +40,14 @@ bool shows_groups(const std::string& format) {
   return false;
 }
 
-// Six significant digits, and always two decimals.
-double rounded_for_reading(double value) {
-  constexpr int kDigits = 6;
+// To so many significant digits, and always two decimals.
+double rounded(double value, int digits) {
   constexpr int kDecimals = 2;
   if (value == 0) return 0;
   const int whole_digits = model::decimal_exponent(value) + 1;
-  const double unit = model::power_of_ten(std::max(kDigits - whole_digits, kDecimals));
-  const double rounded = std::nearbyint(value * unit) / unit;
-  return std::isfinite(rounded) ? rounded : value;
+  const double unit = model::power_of_ten(std::max(digits - whole_digits, kDecimals));
+  const double nearest = std::nearbyint(value * unit) / unit;
+  return std::isfinite(nearest) ? nearest : value;
 }
 
 std::string formula_number(double value) {
@@ -53,13 +57,6 @@ std::string formula_number(double value) {
 
 bool same_bits(double a, double b) {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
-
-// The base line has its own, unseen axis; both must agree for it to stand right. The chart chooses its unit.
-void bound_value_axis(host::Chart& chart, const host::AxisScale& scale) {
-  const auto axis = chart.axis(host::AxisType::kValue, host::AxisGroup::kPrimary);
-  axis->set_minimum_scale(scale.minimum);
-  axis->set_maximum_scale(scale.maximum);
 }
 
 }  // namespace
@@ -73,27 +70,54 @@ TornadoChart::TornadoChart(session::Session& session, const model::DralInputOutp
       texts_(texts),
       style_(std::move(style)) {}
 
-void TornadoChart::read_bars(const host::CellBlock& rows, std::int32_t low_column, std::int32_t high_column) {
+void TornadoChart::choose_bars(const host::CellBlock& rows, const BarColumns& columns,
+                               const model::OneBased<model::StepFacts>& facts, tables::StepRemarks& remarks,
+                               const std::function<InputEnds(std::int32_t)>& input_of) {
+  columns_ = columns;
+  one_input_each_ = input_of != nullptr;
+  std::vector<std::string> left_out;
   for (std::int32_t row = 1; row <= rows.rows(); ++row) {
-    const auto& low = rows.at(row, low_column);
-    const auto& high = rows.at(row, high_column);
-    if (low.kind != host::CellKind::kNumber || high.kind != host::CellKind::kNumber) continue;
-    low_values_.push_back(low.number);
-    high_values_.push_back(high.number);
+    if (session_.leaves_out_inputs_without_effect && facts(row).without_effect()) {
+      left_out.push_back(rows.value(row, columns.name).text);
+      continue;
+    }
+    const host::CellValue low = rows.value(row, columns.low), high = rows.value(row, columns.high);
+    const bool has_ends = low.is_number() && high.is_number();
+    bars_.push_back({.row = row,
+                     .has_ends = has_ends,
+                     .is_point = has_ends && output_.rules().difference(low.number, high.number) == 0 &&
+                                 (facts(row).moves || !facts(row).compared),
+                     .input = input_of ? input_of(row) : InputEnds{}});
   }
+  // A graph that nothing is left of says so by itself.
+  if (!bars_.empty())
+    for (const std::string& label : left_out) remarks.add_left_out(label);
 }
 
-void TornadoChart::draw(tables::ReportChart& chart, tables::ReportTable& table, std::int32_t bars,
-                        std::int32_t name_column, std::int32_t low_column, std::int32_t high_column,
-                        const std::vector<InputEnds>& inputs) {
-  const host::AxisScale scale = axis_scale();
-  // The two sides of the base value can have a colour, and a text on them, each.
-  const std::optional<double> split = inputs.empty() ? std::nullopt : origin();
-  told_apart_ = session_.low_color && split;
+bool TornadoChart::has_bars() const {
+  return std::any_of(bars_.begin(), bars_.end(), [](const Bar& bar) { return bar.has_ends; });
+}
+
+// The two sides of the base value can have a colour, and a text on them, each.
+tables::BarParts TornadoChart::bar_parts() const {
+  tables::BarParts parts{.split = one_input_each_ ? origin() : std::nullopt,
+                         .labels = one_input_each_,
+                         .number_format = axis_format()};
+  for (std::int32_t number = 1; const Bar& bar : bars_) {
+    parts.rows.push_back(bar.row);
+    if (bar.is_point) parts.points.insert(number);
+    ++number;
+  }
+  return parts;
+}
+
+void TornadoChart::draw(tables::ReportChart& chart, tables::ReportTable& table) {
+  const tables::BarParts parts = bar_parts();
+  told_apart_ = session_.low_color && parts.split;
   SetChartAreaLineWeight(*chart.Chart());
-  chart.AddTornadoBars(static_cast<std::int16_t>(bars), *table.Body(1, low_column, bars),
-                       *table.Body(1, high_column, bars), *table.Body(1, name_column, bars),
-                       origin().value_or(scale.minimum), {.split = split, .labels = !inputs.empty()});
+  const auto column = [&](std::int32_t of) { return table.Body(1, of, table.rows()); };
+  chart.AddTornadoBars(static_cast<std::int16_t>(bars()), *column(columns_.low), *column(columns_.high),
+                       *column(columns_.name), origin().value_or(host::kAutoScaleValue), parts);
   set_texts(chart);
   if (told_apart_)
     chart.SetColorKey(
@@ -101,12 +125,11 @@ void TornadoChart::draw(tables::ReportChart& chart, tables::ReportTable& table, 
   chart.FinishChart();
   host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
   host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
-  for (std::int32_t bar = 3; bar <= (split ? 6 : 4); ++bar)
+  for (std::int32_t bar = 3; bar <= (parts.split ? 6 : 4); ++bar)
     host::ignoring_errors([&] { chart.Chart()->series(bar)->set_interior({.color = style_.bar_color}); });
-  if (told_apart_) host::ignoring_errors([&] { color_low_ends(chart, inputs); });
-  host::ignoring_errors([&] { label_ends(chart, inputs); });
-  host::ignoring_errors([&] { bound_value_axis(*chart.Chart(), scale); });
-  host::ignoring_errors([&] { add_base_line(*chart.Chart(), scale); });
+  if (told_apart_) host::ignoring_errors([&] { color_low_ends(chart); });
+  if (one_input_each_) host::ignoring_errors([&] { label_ends(chart); });
+  host::ignoring_errors([&] { add_base_line(chart); });
 }
 
 void TornadoChart::set_texts(tables::ReportChart& chart) {
@@ -119,9 +142,7 @@ void TornadoChart::set_texts(tables::ReportChart& chart) {
 }
 
 std::string TornadoChart::axis_format() const {
-  if (percent_) return tables::PercentFormat();
-  if (output_.IsDate) return output_.DateFormat;
-  return output_.NumberFormatLocal.empty() ? "" : output_.NumberFormatLocal + "[LOCAL]";
+  return percent_ ? tables::PercentFormat() : tables::AxisFormat(output_);
 }
 
 // The output's value before anything was varied.
@@ -137,22 +158,8 @@ std::optional<double> TornadoChart::origin() const {
   return percent_ ? 0.0 : base();
 }
 
-// Rounded bounds around the bars and the base value.
-host::AxisScale TornadoChart::axis_scale() const {
-  double lowest = ArrayMin(low_values_);
-  double highest = ArrayMax(high_values_);
-  if (const auto value = origin()) {
-    lowest = std::min(lowest, *value);
-    highest = std::max(highest, *value);
-  }
-  return session_.environment->numbers().axis_scale(lowest, highest);
-}
-
 std::string TornadoChart::base_text(double value) const {
-  host::NumberService& numbers = session_.environment->numbers();
-  std::string figures = output_.IsDate ? numbers.date_text(value) : "";
-  if (figures.empty()) figures = numbers.number_text(value, shows_groups(output_.numberFormat));
-  return style_.base_label + "=" + figures;
+  return style_.base_label + " " + base_value_text(value);
 }
 
 // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
@@ -162,8 +169,7 @@ std::string TornadoChart::subtitle() const {
   const auto value = base();
   const std::string text = session_.text(texts_.chart_subtitle);
   if (!value) return text;
-  return text + " (" + session_.CommonString(kBaseValue) + "=" +
-         value_text(*value, tables::ValueFormat(output_)) + ")";
+  return text + " (" + session_.CommonString(kBaseValue) + " " + base_value_text(*value) + ")";
 }
 
 // What the input did at one end of its bar; low values have a colour of their own when they are told apart.
@@ -172,48 +178,90 @@ host::Color TornadoChart::end_color(const std::optional<double>& value, const In
   return is_low ? *session_.low_color : style_.bar_color;
 }
 
-void TornadoChart::color_low_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs) {
-  for (std::size_t row = 0; row < inputs.size(); ++row) {
-    const InputEnds& input = inputs[row];
-    const auto bar = static_cast<std::int32_t>(row) + 1;
+void TornadoChart::color_low_ends(tables::ReportChart& chart) {
+  for (std::int32_t number = 1; const Bar& bar : bars_) {
     for (const bool above : {false, true})
-      if (const auto color = end_color(above ? input.at_high : input.at_low, input);
+      if (const auto color = end_color(above ? bar.input.at_high : bar.input.at_low, bar.input);
           color != style_.bar_color)
-        chart.ColorBarPart(bar, above, color);
+        chart.ColorBarPart(number, above, color);
+    ++number;
   }
 }
 
-// As the spreadsheet shows a number in this format; one that it cannot read shows the plain number.
-std::string TornadoChart::value_text(double value, const std::string& format) const {
-  const std::string plain =
-      session_.environment->numbers().number_text(rounded_for_reading(value), shows_groups(format));
-  if (format.empty() || format == "General") return plain;
+// As the spreadsheet shows a number in this format; "" for General and for a format that it cannot read.
+std::string TornadoChart::formatted(double value, const std::string& format) const {
+  if (format.empty() || format == "General") return {};
   std::string quoted;
-  for (const char c : format) quoted.append(c == '"' ? 2 : 1, c);
+  for (const char c : tables::without_padding(format)) quoted.append(c == '"' ? 2 : 1, c);
   host::CellValue text;
   host::ignoring_errors([&] {
     text = session_.application().evaluate("TEXT(" + formula_number(value) + ",\"" + quoted + "\")");
   });
-  return text.kind == host::CellKind::kText ? text.text : plain;
+  if (text.kind != host::CellKind::kText) return {};
+  text.text.erase(text.text.find_last_not_of(' ') + 1);
+  return text.text.substr(std::min(text.text.find_first_not_of(' '), text.text.size()));
 }
 
-void TornadoChart::label_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs) {
+// The output's value as its cell shows it. The date format of one whose cell has none is no local one: it
+// stays unused.
+std::string TornadoChart::base_value_text(double value) const {
+  host::NumberService& numbers = session_.environment->numbers();
+  const std::string format = tables::ValueFormat(output_);
+  std::string text;
+  if (format != output_.NumberFormatLocal) text = numbers.date_text(value);
+  if (text.empty()) text = formatted(value, format);
+  return text.empty() ? numbers.number_text(rounded(value, kDigitsOfCell), shows_groups(format)) : text;
+}
+
+std::string TornadoChart::end_text(double value, const std::string& format) const {
+  const std::string text = formatted(value, format);
+  if (!text.empty()) return text;
+  return session_.environment->numbers().number_text(rounded(value, kDigitsOfLabel), shows_groups(format));
+}
+
+void TornadoChart::label_ends(tables::ReportChart& chart) {
   std::vector<tables::BarLabels> labels;
-  for (const InputEnds& input : inputs) {
+  for (const Bar& bar : bars_) {
+    const InputEnds& input = bar.input;
     labels.emplace_back();
-    if (input.at_low) labels.back().left = value_text(*input.at_low, input.number_format);
-    if (input.at_high) labels.back().right = value_text(*input.at_high, input.number_format);
+    if (input.at_low) labels.back().left = end_text(*input.at_low, input.number_format);
+    if (input.at_high) labels.back().right = end_text(*input.at_high, input.number_format);
     labels.back().left_on_bar = tables::look::text_on(end_color(input.at_low, input));
     labels.back().right_on_bar = tables::look::text_on(end_color(input.at_high, input));
   }
   chart.LabelBarEnds(labels);
 }
 
-void TornadoChart::add_base_line(host::Chart& chart, const host::AxisScale& scale) {
-  if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value)) return;
+// The line lies over bars and beside them. Where its colour would not be seen over the bars, as by default,
+// it takes the one of some that stands out most from bars and paper.
+host::Color TornadoChart::line_color() const {
+  using tables::look::contrast;
+  constexpr double kSeen = 1.5;
+  constexpr host::Color kPaper = 0xFFFFFF;
+  constexpr std::array<host::Color, 4> kColors = {0x005ED5, 0x9933CC, 0x808080, tables::look::kText};
+  const auto over_bars = [&](host::Color color) {
+    const double seen = contrast(color, style_.bar_color);
+    return told_apart_ ? std::min(seen, contrast(color, *session_.low_color)) : seen;
+  };
+  if (over_bars(style_.baseline_color) >= kSeen) return style_.baseline_color;
+  return *std::max_element(kColors.begin(), kColors.end(), [&](host::Color a, host::Color b) {
+    return std::min(over_bars(a), contrast(a, kPaper)) < std::min(over_bars(b), contrast(b, kPaper));
+  });
+}
+
+// The axis of the names crosses the bars at the base value too; programs that draw no points over bars show
+// the line by it.
+void TornadoChart::add_base_line(tables::ReportChart& chart) {
+  if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value) || !chart.bar_ticks())
+    return;
   constexpr host::Color kBlack = 0;
-  AddBaseValueLine(session_, chart, *origin(), scale.minimum, scale.maximum, style_.baseline_color,
-                   base_text(style_.base_value), kBlack, chart.plot_area_interior_color());
+  host::Chart& drawn = *chart.Chart();
+  host::ignoring_errors([&] {
+    drawn.axis(host::AxisType::kCategory, host::AxisGroup::kPrimary)
+        ->set_border(tables::look::rule(host::LineWeight::kMedium, line_color()));
+  });
+  AddBaseValueLine(session_, drawn, *origin(), chart.bar_ticks()->minimum, chart.bar_ticks()->maximum,
+                   line_color(), base_text(style_.base_value), kBlack, drawn.plot_area_interior_color());
 }
 
 }  // namespace ordvane::graphs

@@ -3,14 +3,17 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "host/excel.h"
 #include "model/input_output.h"
+#include "model/step_facts.h"
 #include "session/session.h"
 #include "tables/report_workbook.h"
+#include "tables/step_remarks.h"
 
 namespace ordvane::graphs {
 
@@ -34,36 +37,52 @@ struct InputEnds {
   std::string number_format;                    // local form
 };
 
+// Columns of the ranked table that the bars are drawn from.
+struct BarColumns {
+  std::int32_t name, low, high;
+};
+
 class TornadoChart {
  public:
   TornadoChart(session::Session& session, const model::DralInputOutput& output, bool percent,
                model::OrdvaneRangeMode range_mode, const TornadoTexts& texts, TornadoStyle style);
 
-  // The ends of the bars, as the table shows them: one a row, in two columns of `rows`. Rows without a number
-  // at both ends have no bar.
-  void read_bars(const host::CellBlock& rows, std::int32_t low_column, std::int32_t high_column);
-  bool has_bars() const { return !low_values_.empty(); }
+  // One bar a row of the ranked table. Rows without a number at both ends have an empty one; those that move
+  // nothing have none, and a remark instead, where the session leaves them out. `facts`: by row. `input_of`:
+  // of a row, for bars of one input each.
+  void choose_bars(const host::CellBlock& rows, const BarColumns& columns,
+                   const model::OneBased<model::StepFacts>& facts, tables::StepRemarks& remarks,
+                   const std::function<InputEnds(std::int32_t)>& input_of = nullptr);
+  std::int32_t bars() const { return static_cast<std::int32_t>(bars_.size()); }
+  // Whether one of them has both ends.
+  bool has_bars() const;
 
-  // Draws the first `bars` rows of the table, with titles, axis and base line; columns are those of its body.
-  // `inputs`: by row, for bars of one input each; empty for bars of several.
-  void draw(tables::ReportChart& chart, tables::ReportTable& table, std::int32_t bars,
-            std::int32_t name_column, std::int32_t low_column, std::int32_t high_column,
-            const std::vector<InputEnds>& inputs = {});
+  // Draws the bars from the body of the table that holds the rows, with titles, axis and base line.
+  void draw(tables::ReportChart& chart, tables::ReportTable& table);
 
  private:
+  struct Bar {
+    std::int32_t row;
+    bool has_ends, is_point;  // a point has no length, and is no lack of effect either
+    InputEnds input;
+  };
+
   bool usable(double value) const { return output_.rules().is_usable(value); }
   void set_texts(tables::ReportChart& chart);
+  tables::BarParts bar_parts() const;
   std::string axis_format() const;
   std::optional<double> base() const;
   std::optional<double> origin() const;
-  host::AxisScale axis_scale() const;
   std::string base_text(double value) const;
   std::string subtitle() const;
-  std::string value_text(double value, const std::string& format) const;
+  std::string formatted(double value, const std::string& format) const;
+  std::string base_value_text(double value) const;
+  std::string end_text(double value, const std::string& format) const;
   host::Color end_color(const std::optional<double>& value, const InputEnds& input) const;
-  void color_low_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs);
-  void label_ends(tables::ReportChart& chart, const std::vector<InputEnds>& inputs);
-  void add_base_line(host::Chart& chart, const host::AxisScale& scale);
+  void color_low_ends(tables::ReportChart& chart);
+  void label_ends(tables::ReportChart& chart);
+  host::Color line_color() const;
+  void add_base_line(tables::ReportChart& chart);
 
   session::Session& session_;
   const model::DralInputOutput& output_;
@@ -72,7 +91,9 @@ class TornadoChart {
   TornadoTexts texts_;
   TornadoStyle style_;
   bool told_apart_ = false;  // low values by their colour
-  std::vector<double> low_values_, high_values_;
+  std::vector<Bar> bars_;
+  BarColumns columns_ = {};
+  bool one_input_each_ = false;
 };
 
 }  // namespace ordvane::graphs

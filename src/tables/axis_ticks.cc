@@ -41,9 +41,11 @@ struct DayStep {
 
 // Steps for a format, from the finest one that it shows.
 std::vector<DayStep> day_steps(DatePart finest) {
-  // The first day of a year after a leap year. From there on, years of 365.25 days begin on the first of
-  // January, and quarters of them on the first or second day of a quarter; months of them, counted from the
-  // second day, within the first four days of a month.
+  // In the evening of the first of January 2000: years of 365.25 days, counted from there, begin on a first
+  // of January, and tens of them with a ten.
+  constexpr double kMillennium = 36526.75;
+  // The first day of a year after a leap year. Quarters of years begin on the first or second day of a
+  // quarter from there on; months, counted from the second day, within the first four days of a month.
   constexpr double kNewYear = 367;
   constexpr double kMonday = 2;
   std::vector<DayStep> steps;
@@ -58,7 +60,7 @@ std::vector<DayStep> day_steps(DatePart finest) {
   add(DatePart::kDay, kDay, {7, 14, 28}, kMonday);
   if (finest == DatePart::kMonth) add(DatePart::kMonth, kYear / 12, {1, 2}, kNewYear + 1);
   add(DatePart::kMonth, kYear / 4, {1, 2}, kNewYear);
-  add(DatePart::kYear, kYear, {1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000}, kNewYear);
+  add(DatePart::kYear, kYear, {1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000}, kMillennium);
   return steps;
 }
 

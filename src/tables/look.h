@@ -1,6 +1,9 @@
 // How report sheets look: one typeface, one scale of sizes, one palette. Colours are 0xBBGGRR.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+
 #include "host/excel.h"
 
 namespace ordvane::tables::look {
@@ -38,6 +41,18 @@ inline host::Color text_on(host::Color background) {
   const double brightness = 0.299 * part(0) + 0.587 * part(8) + 0.114 * part(16);
   constexpr double kBright = 150;
   return brightness < kBright ? kWhite : kText;
+}
+
+// How far two colours are apart in brightness: 1 for equally bright ones, 21 for black and white.
+inline double contrast(host::Color a, host::Color b) {
+  const auto brightness = [](host::Color color) {
+    const auto part = [&](int shift) {
+      return std::pow(static_cast<double>((color >> shift) & 0xFF) / 255, 2.2);
+    };
+    return 0.2126 * part(0) + 0.7152 * part(8) + 0.0722 * part(16) + 0.05;
+  };
+  const double first = brightness(a), second = brightness(b);
+  return std::max(first, second) / std::min(first, second);
 }
 
 inline host::FontFormat font(double size, host::Color color, bool bold = false, bool italic = false) {

@@ -19,8 +19,6 @@ using host::AxisGroup;
 using host::AxisType;
 using host::LabelPosition;
 
-constexpr std::string_view kLocalSuffix = "[LOCAL]";
-
 // Eight colours that colour-blind readers tell apart, then the same with other markers and lines.
 constexpr std::array<host::Color, 8> kSeriesColors = {0x993333, 0x005ED5, 0x739E00, 0x009FE6,
                                                       0xA779CC, 0xE9B456, 0x333333, 0x3C6E9B};
@@ -45,12 +43,14 @@ constexpr host::Color kDefaultBarColor = look::kAccent;
 // Room in a chart with bars, points.
 constexpr double kTitleTop = 10;
 constexpr double kTitleLine = 1.25;       // in sizes
+constexpr double kTitleShare = 0.8;       // of the chart's width, the most that a line of a title takes
 constexpr double kRoomForBaseLabel = 20;  // between titles and bars
 constexpr double kRoomBelowBars = 30;
 constexpr double kRoomForAxisTitle = 16;
 constexpr double kRoomRightOfBars = 26;
 constexpr double kRoomBesideNames = 14;
 constexpr double kMostRoomForNames = 0.4;  // of the chart's width
+constexpr double kPointWidth = 2;          // of a bar that is a point
 
 // Texts at the ends of bars, points.
 constexpr double kEndLabelSize = 7.5;
@@ -87,12 +87,13 @@ struct BarPart {
   double otherwise;
 };
 
-// `low` and `high` are the cells of the first bar's ends. A bar without two ends is empty, and lies at
-// `start`, not at a far-off zero.
-std::vector<BarPart> bar_parts(const std::string& low, const std::string& high, const host::AxisScale& scale,
-                               double start, const BarParts& wanted) {
-  const std::string left = "MIN(" + low + "," + high + ")";
-  const std::string right = "MAX(" + low + "," + high + ")";
+// `low` and `high` are the cells of the first bar's ends; `beyond` is how far the bar reaches beyond them. A
+// bar without two ends is empty, and lies at `start`, not at a far-off zero.
+std::vector<BarPart> bar_parts(const std::string& low, const std::string& high, double beyond,
+                               const AxisTicks& scale, double start, const BarParts& wanted) {
+  const std::string reach = beyond > 0 ? formula_number(beyond) : "";
+  const std::string left = "MIN(" + low + "," + high + ")" + (reach.empty() ? "" : "-" + reach);
+  const std::string right = "MAX(" + low + "," + high + ")" + (reach.empty() ? "" : "+" + reach);
   const auto call = [](const char* name, const std::string& a, const std::string& b) {
     return name + ("(" + a) + "," + b + ")";
   };
@@ -127,28 +128,36 @@ std::vector<BarPart> bar_parts(const std::string& low, const std::string& high, 
     parts.push_back({"Tail -", false, least(zero, minus(text(scale.minimum), least(zero, left))), 0});
     parts.push_back({"Tail +", false, most(zero, minus(text(scale.maximum), most(zero, right))), 0});
   }
+  for (BarPart& part : parts) {
+    const std::string otherwise = formula_number(part.otherwise);
+    part.formula = "=IF(ISNUMBER(" + low + "),IF(ISNUMBER(" + high + ")," + part.formula + "," + otherwise +
+                   ")," + otherwise + ")";
+  }
   return parts;
 }
 
-struct Extremes {
-  std::optional<double> least, greatest;
-  void add(double value) {
-    least = std::min(least.value_or(value), value);
-    greatest = std::max(greatest.value_or(value), value);
-  }
-  void add(const host::CellBlock& cells) {
-    for (std::int32_t row = 1; row <= cells.rows(); ++row)
-      if (cells.at(row, 1).kind == host::CellKind::kNumber) add(cells.at(row, 1).number);
-  }
+// Bars that follow each other in the table as they do in the chart, and are all points or none.
+struct BarRun {
+  std::int32_t bar, row, count;  // the first bar and its row, from 1
+  bool points;
 };
+
+std::vector<BarRun> runs_of(const std::vector<std::int32_t>& rows, const std::set<std::int32_t>& points) {
+  std::vector<BarRun> runs;
+  for (std::int32_t bar = 1; const std::int32_t row : rows) {
+    const bool is_point = points.contains(bar);
+    if (!runs.empty() && row == runs.back().row + runs.back().count && is_point == runs.back().points)
+      ++runs.back().count;
+    else
+      runs.push_back({bar, row, 1, is_point});
+    ++bar;
+  }
+  return runs;
+}
 
 void show_gridlines(host::Axis& axis) {
   axis.set_has_major_gridlines(true);
   axis.set_major_gridline_border(look::rule(host::LineWeight::kHairline, look::kGridline));
-}
-
-std::string without_local_suffix(const std::string& format) {
-  return format.ends_with(kLocalSuffix) ? format.substr(0, format.size() - kLocalSuffix.size()) : format;
 }
 
 std::string with_line_feeds(const std::string& text) {
@@ -239,43 +248,40 @@ void ReportChart::SetChartOption(std::int32_t option) {
 void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Range& high, host::Range& names,
                                  double crossing, const BarParts& wanted) {
   if (bars < 1) return;
-  const host::CellBlock low_ends = low.values();
-  const host::CellBlock high_ends = high.values();
-  Extremes ends;
-  ends.add(low_ends);
-  ends.add(high_ends);
-  const std::optional<double> crossing_bound = bound(crossing);
-  const double start = crossing_bound.value_or(ends.least.value_or(0));
-  if (ends.least && crossing_bound) ends.add(*crossing_bound);
-  if (ends.least)
-    bar_scale_ = sheet_.session().environment->numbers().axis_scale(*ends.least, *ends.greatest);
+  std::vector<std::int32_t> rows = wanted.rows;
+  for (std::int32_t row = 1; wanted.rows.empty() && row <= bars; ++row) rows.push_back(row);
+  read_bar_ends(low.values(), high.values(), rows);
+  bar_crossing_ = bound(crossing);
+  split_ = wanted.split;
+  points_ = wanted.points;
+  const auto category_names = fitted_names(names, rows);
+  const double start = scale_bars(wanted.number_format);
+  const AxisTicks scale = bar_ticks_.value_or(AxisTicks{});
 
-  read_bar_ends(low_ends, high_ends, bars);
-  bar_crossing_ = crossing_bound;
-
-  const std::int32_t row = low.row();
-  const auto parts = bar_parts(low.cell(1, 1)->address(false, false), high.cell(1, 1)->address(false, false),
-                               bar_scale_.value_or(host::AxisScale{}), start, wanted);
-  const auto columns = static_cast<std::int32_t>(parts.size());
+  const std::vector<BarRun> runs = runs_of(rows, points_);
+  std::vector<std::vector<BarPart>> parts;  // of each run
+  for (const BarRun& run : runs)
+    parts.push_back(bar_parts(low.cell(run.row, 1)->address(false, false),
+                              high.cell(run.row, 1)->address(false, false),
+                              run.points ? kPointWidth / 2 * unit_of_point() : 0, scale, start, wanted));
+  const auto columns = static_cast<std::int32_t>(parts.front().size());
   const std::int32_t column = sheet_.take_helper_columns(columns);
-  const std::string low_cell = low.cell(1, 1)->address(false, false);
-  const std::string high_cell = high.cell(1, 1)->address(false, false);
-  const auto category_names = fitted_names(names, row, bars);
   host::CellBlock headings(1, columns);
   for (std::int32_t position = 1; position <= columns; ++position) {
-    const BarPart& part = parts[static_cast<std::size_t>(position - 1)];
-    const std::string otherwise = formula_number(part.otherwise);
-    const auto figures = sheet_.SheetWorksheet()->range(row, column + position - 1, bars, 1);
-    figures->set_formula("=IF(ISNUMBER(" + low_cell + "),IF(ISNUMBER(" + high_cell + ")," + part.formula +
-                         "," + otherwise + ")," + otherwise + ")");
-    headings.set_text(1, position, part.name);
-    add_bar_series(part.name, part.seen, *figures, *category_names);
+    const auto figures = sheet_.SheetWorksheet()->range(low.row(), column + position - 1,
+                                                        static_cast<std::int32_t>(rows.size()), 1);
+    const auto part = static_cast<std::size_t>(position - 1);
+    for (std::size_t run = 0; run < runs.size(); ++run)
+      figures->cell(runs[run].bar, 1)->resize(runs[run].count, 1)->set_formula(parts[run][part].formula);
+    const BarPart& any = parts.front()[part];
+    headings.set_text(1, position, any.name);
+    add_bar_series(any.name, any.seen, *figures, *category_names);
   }
-  split_ = wanted.split;
   if (split_) beyond_ = kPositiveBar + 1;
   if (wanted.labels) tails_ = columns - 1;
-  sheet_.SheetWorksheet()->range(row - 1, column, 1, columns)->put(headings);
-  sheet_.SheetWorksheet()->range(row - 1, column, 1, columns)->set_columns_hidden(true);
+  const auto above = sheet_.SheetWorksheet()->range(low.row() - 1, column, 1, columns);
+  above->put(headings);
+  above->set_columns_hidden(true);
   chart_->set_plot_visible_only(false);
   chart_->set_gap_width(kBarGap);
   chart_->set_overlap(kFullOverlap);
@@ -288,7 +294,8 @@ void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Rang
   categories->set_major_tick_mark(host::kXlNone);
   categories->set_tick_label_font(look::font(look::kSmallSize, look::kText));
   categories->set_border(look::rule(host::LineWeight::kThin, look::kText));
-  chart_->axis(AxisType::kValue, AxisGroup::kPrimary)->set_crosses_at(crossing_bound);
+  chart_->axis(AxisType::kValue, AxisGroup::kPrimary)
+      ->set_crosses_at(bar_crossing_ || !bar_ticks_ ? bar_crossing_ : bar_ticks_->minimum);
 }
 
 void ReportChart::add_bar_series(const std::string& name, bool seen, host::Range& figures,
@@ -302,13 +309,34 @@ void ReportChart::add_bar_series(const std::string& name, bool seen, host::Range
                             : host::InteriorFormat{.pattern = host::kXlNone});
 }
 
-void ReportChart::read_bar_ends(const host::CellBlock& low, const host::CellBlock& high, std::int32_t bars) {
-  for (std::int32_t bar = 1; bar <= bars; ++bar) {
-    const host::CellValue a = low.value(bar, 1), b = high.value(bar, 1);
+void ReportChart::read_bar_ends(const host::CellBlock& low, const host::CellBlock& high,
+                                const std::vector<std::int32_t>& rows) {
+  for (const std::int32_t row : rows) {
+    const host::CellValue a = low.value(row, 1), b = high.value(row, 1);
     bar_ends_.emplace_back();
     if (a.is_number() && b.is_number())
       bar_ends_.back() = {std::min(a.number, b.number), std::max(a.number, b.number)};
   }
+}
+
+// Ticks around the bars and where the names' axis stands. Returns where bars without ends lie.
+double ReportChart::scale_bars(const std::string& number_format) {
+  std::optional<double> least, greatest;
+  for (const auto& ends : bar_ends_) {
+    if (!ends) continue;
+    least = std::min(least.value_or(ends->left), ends->left);
+    greatest = std::max(greatest.value_or(ends->right), ends->right);
+  }
+  const double start = bar_crossing_.value_or(least.value_or(0));
+  if (least)
+    bar_ticks_ = axis_ticks(sheet_.session().environment->numbers(), std::min(*least, start),
+                            std::max(*greatest, start), number_format, {.length = bars_width()});
+  return start;
+}
+
+// Of the value axis, what one point of length stands for.
+double ReportChart::unit_of_point() {
+  return bar_ticks_ ? (bar_ticks_->maximum - bar_ticks_->minimum) / bars_width() : 0;
 }
 
 // On either side of zero the part nearer to zero comes first.
@@ -339,64 +367,85 @@ std::int32_t ReportChart::part_at(double end, bool is_right) const {
 }
 
 void ReportChart::LabelBarEnds(const std::vector<BarLabels>& labels) {
-  if (tails_ == 0 || !bar_scale_) return;
+  if (tails_ == 0 || !bar_ticks_) return;
   const auto bars = static_cast<double>(bar_ends_.size());
   if (plot_height() / bars < kEndLabelSize * kTitleLine) return;
-  const double points = bars_width() / (bar_scale_->maximum - bar_scale_->minimum);
-  const auto place = [&](double value) { return (value - bar_scale_->minimum) * points; };
-  const auto clear_of_axis = [&](double from, double to) {
-    if (!bar_crossing_) return true;
-    const double axis = place(*bar_crossing_);
-    return axis <= std::min(from, to) || axis >= std::max(from, to);
-  };
-  const auto length_of = [](const std::string& text) {
-    return text.empty() ? 0 : estimated_width(text, kEndLabelSize) + kBesideBar;
-  };
-  for (std::size_t bar = 0; bar < std::min(labels.size(), bar_ends_.size()); ++bar) {
-    const auto& ends = bar_ends_[bar];
-    if (!ends || ends->left == ends->right) continue;
-    const auto number = static_cast<std::int32_t>(bar) + 1;
-    const BarLabels& texts = labels[bar];
-    const bool fit_on_bar =
-        place(ends->right) - place(ends->left) >= length_of(texts.left) + length_of(texts.right);
-    std::int32_t labelled_part = 0;  // a part has one label
-    for (const bool is_right : {false, true}) {
-      const std::string& text = is_right ? texts.right : texts.left;
-      if (text.empty()) continue;
-      const double end = is_right ? ends->right : ends->left;
-      const double outwards = is_right ? length_of(text) : -length_of(text);
-      const double beside = place(end) + outwards;
-      // A part of a bar begins at the side of zero.
-      const bool away_from_zero = is_right ? end >= 0 : end <= 0;
-      if (beside >= 0 && beside <= bars_width() + kRightOfPlot && clear_of_axis(place(end), beside)) {
-        label_point(away_from_zero ? tails_ + (is_right ? 1 : 0) : kReach, number, text, look::kMuted,
-                    away_from_zero ? LabelPosition::kInsideBase : LabelPosition::kInsideEnd);
-      } else if (fit_on_bar && clear_of_axis(place(end), place(end) - outwards) &&
-                 part_at(end, is_right) != labelled_part) {
-        labelled_part = part_at(end, is_right);
-        label_point(labelled_part, number, text, is_right ? texts.right_on_bar : texts.left_on_bar,
-                    away_from_zero ? LabelPosition::kInsideEnd : LabelPosition::kInsideBase);
-      }
-    }
+  for (std::size_t at = 0; at < std::min(labels.size(), bar_ends_.size()); ++at) {
+    const auto bar = static_cast<std::int32_t>(at) + 1;
+    if (!bar_ends_[at]) continue;
+    if (!points_.contains(bar))
+      label_ends(bar, labels[at]);
+    else if (!label_beside(bar, true, labels[at].right))
+      label_beside(bar, false, labels[at].left);
   }
 }
 
-// The names beside the bars: the table's own, or where one is too long for the chart, cut copies beside the
-// bars' figures.
-std::shared_ptr<host::Range> ReportChart::fitted_names(host::Range& names, std::int32_t row,
-                                                       std::int32_t bars) {
+double ReportChart::place_in_plot(double value) {
+  return (value - bar_ticks_->minimum) / unit_of_point();
+}
+
+// The axis of the names may not go through a text.
+bool ReportChart::clear_of_axis(double from, double to) {
+  if (!bar_crossing_) return true;
+  const double axis = place_in_plot(*bar_crossing_);
+  return axis <= std::min(from, to) || axis >= std::max(from, to);
+}
+
+double ReportChart::end_label_width(const std::string& text) {
+  return text.empty() ? 0 : estimated_width(text, kEndLabelSize) + kBesideBar;
+}
+
+// A text outside the bar at one of its ends; false where it has no room.
+bool ReportChart::label_beside(std::int32_t bar, bool is_right, const std::string& text) {
+  const BarEnds& ends = *bar_ends_[static_cast<std::size_t>(bar - 1)];
+  const double end = is_right ? ends.right : ends.left;
+  const double from = place_in_plot(end);
+  const double to = from + (is_right ? end_label_width(text) : -end_label_width(text));
+  if (text.empty() || to < 0 || to > bars_width() + kRightOfPlot || !clear_of_axis(from, to)) return false;
+  // A part of a bar begins at the side of zero.
+  const bool away_from_zero = is_right ? end >= 0 : end <= 0;
+  label_point(away_from_zero ? tails_ + (is_right ? 1 : 0) : kReach, bar, text, look::kMuted,
+              away_from_zero ? LabelPosition::kInsideBase : LabelPosition::kInsideEnd);
+  return true;
+}
+
+void ReportChart::label_ends(std::int32_t bar, const BarLabels& texts) {
+  const BarEnds& ends = *bar_ends_[static_cast<std::size_t>(bar - 1)];
+  if (ends.left == ends.right) return;
+  const bool fit_on_bar = place_in_plot(ends.right) - place_in_plot(ends.left) >=
+                          end_label_width(texts.left) + end_label_width(texts.right);
+  std::int32_t labelled_part = 0;  // a part has one label
+  for (const bool is_right : {false, true}) {
+    const std::string& text = is_right ? texts.right : texts.left;
+    if (text.empty() || label_beside(bar, is_right, text) || !fit_on_bar) continue;
+    const double end = is_right ? ends.right : ends.left;
+    const double inwards = is_right ? -end_label_width(text) : end_label_width(text);
+    const std::int32_t part = part_at(end, is_right);
+    if (part == labelled_part || !clear_of_axis(place_in_plot(end), place_in_plot(end) + inwards)) continue;
+    labelled_part = part;
+    const bool away_from_zero = is_right ? end >= 0 : end <= 0;
+    label_point(part, bar, text, is_right ? texts.right_on_bar : texts.left_on_bar,
+                away_from_zero ? LabelPosition::kInsideEnd : LabelPosition::kInsideBase);
+  }
+}
+
+// The names beside the bars: the table's own, or where one is too long for the chart or has no bar, copies
+// beside the bars' figures.
+std::shared_ptr<host::Range> ReportChart::fitted_names(host::Range& names,
+                                                       const std::vector<std::int32_t>& rows) {
+  const auto bars = static_cast<std::int32_t>(rows.size());
   const host::CellBlock texts = names.values();
   host::CellBlock fitted(bars, 1);
-  bool all_fit = true;
-  for (std::int32_t bar = 1; bar <= bars; ++bar) {
-    const host::CellValue name = texts.value(bar, 1);
+  bool as_they_stand = true;
+  for (std::int32_t bar = 1; const std::int32_t row : rows) {
+    const host::CellValue name = texts.value(row, 1);
     const std::string text = fitted_name(name.text, room_for_names(), look::kSmallSize);
     longest_name_ = std::max(longest_name_, estimated_width(text, look::kSmallSize));
-    all_fit = all_fit && text == name.text;
-    fitted.set_text(bar, 1, text);
+    as_they_stand = as_they_stand && row == bar && text == name.text;
+    fitted.set_text(bar++, 1, text);
   }
-  if (all_fit) return names.resize(bars, 1);
-  auto cells = sheet_.SheetWorksheet()->range(row, sheet_.take_helper_columns(1), bars, 1);
+  if (as_they_stand) return names.resize(bars, 1);
+  auto cells = sheet_.SheetWorksheet()->range(names.row(), sheet_.take_helper_columns(1), bars, 1);
   cells->set_number_format("@");
   cells->put(fitted);
   cells->set_columns_hidden(true);
@@ -411,17 +460,6 @@ double ReportChart::bars_width() {
   return std::max(container_->width() - longest_name_ - kRoomBesideNames - kRoomRightOfBars, 1.0);
 }
 
-// A multiple of the unit whose labels stand side by side without being turned.
-double ReportChart::readable_unit(double minimum, double maximum, double unit, const std::string& format) {
-  constexpr double kBetweenLabels = 8;  // points
-  const double label = std::max(estimated_number_width(minimum, format, look::kSmallSize),
-                                estimated_number_width(maximum, format, look::kSmallSize));
-  const double intervals = std::max(1.0, std::floor(bars_width() / (label + kBetweenLabels)));
-  for (const double multiple : {1.0, 2.0, 4.0, 5.0})
-    if ((maximum - minimum) / (unit * multiple) <= intervals) return unit * multiple;
-  return unit * 10;
-}
-
 void ReportChart::set_axis(host::Axis& axis, const std::string& title, double minimum, double maximum,
                            double major_unit, const std::string& format) {
   axis.set_title(title);
@@ -429,8 +467,7 @@ void ReportChart::set_axis(host::Axis& axis, const std::string& title, double mi
   axis.set_minimum_scale(bound(minimum));
   axis.set_maximum_scale(bound(maximum));
   axis.set_major_unit(bound(major_unit));
-  const std::string plain = without_local_suffix(format);
-  if (!plain.empty()) axis.set_tick_label_format(plain);
+  if (!format.empty()) axis.set_tick_label_format(format);
   axis.set_tick_label_font(look::font(look::kSmallSize, look::kText));
 }
 
@@ -444,13 +481,12 @@ void ReportChart::SetXAxis(const std::string& title, double minimum, double maxi
   const auto axis = chart_->axis(type, AxisGroup::kPrimary);
   horizontal_title_ = title;
   // Left alone, a value axis under stacked bars would begin at zero, however far off the bars are.
-  if (has_bars() && bar_scale_ && is_automatic(minimum) && is_automatic(maximum)) {
-    minimum = bar_scale_->minimum;
-    maximum = bar_scale_->maximum;
-    if (is_automatic(major_unit))
-      major_unit = readable_unit(minimum, maximum, bar_scale_->major_unit, without_local_suffix(format));
+  if (has_bars() && bar_ticks_ && is_automatic(minimum) && is_automatic(maximum)) {
+    const double unit = is_automatic(major_unit) ? bar_ticks_->unit : major_unit;
+    set_axis(*axis, title, bar_ticks_->minimum, bar_ticks_->maximum, unit, bar_ticks_->format);
+  } else {
+    set_axis(*axis, title, minimum, maximum, major_unit, format);
   }
-  set_axis(*axis, title, minimum, maximum, major_unit, format);
   show_gridlines(*axis);
   axis->set_border(has_bars() ? look::kNoLine : look::rule(host::LineWeight::kThin, look::kRule));
   axis->set_major_tick_mark(host::kXlNone);
@@ -508,7 +544,7 @@ void ReportChart::FinishChart() {
 }
 
 double ReportChart::plot_top() const {
-  const double room = container_->width() - 2 * kTitleTop;
+  const double room = container_->width() * kTitleShare;
   double top = kTitleTop + kRoomForBaseLabel;
   const auto add = [&](const std::string& text, double size, bool bold) {
     if (!text.empty()) top += wrapped_lines(text, room, size, bold) * size * kTitleLine;

@@ -76,6 +76,7 @@ std::shared_ptr<ReportTable> ReportSheet::AddTable(std::int32_t rows, std::int32
                                                    const std::string& caption,
                                                    const std::string& subcaption) {
   settle_tables();
+  if (lines_.contains(next_row_ - 1)) ++next_row_;
   auto table = std::make_shared<ReportTable>(*this, next_row_, rows, columns, header_rows, row_header_columns,
                                              caption, subcaption);
   tables_.push_back(table);

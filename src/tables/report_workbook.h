@@ -20,6 +20,7 @@
 
 #include "host/excel.h"
 #include "session/session.h"
+#include "tables/axis_ticks.h"
 #include "tables/page_plan.h"
 
 namespace ordvane::tables {
@@ -275,8 +276,11 @@ class ReportTable {
 
 // What tornado bars are made of.
 struct BarParts {
-  std::optional<double> split = {};  // the parts below and above this value can be coloured apart
-  bool labels = false;               // the ends can have texts beside them
+  std::optional<double> split = {};     // the parts below and above this value can be coloured apart
+  bool labels = false;                  // the ends can have texts beside them
+  std::string number_format = {};       // of the values, English codes; for the value axis
+  std::vector<std::int32_t> rows = {};  // of the table's, one a bar; empty: the first `bars`
+  std::set<std::int32_t> points = {};   // bars, from 1, that are seen although they have no length
 };
 struct BarLabels {
   std::string left, right;                        // empty: none
@@ -304,7 +308,8 @@ class ReportChart {
   // and 2 lead unseen from zero to the bar, 1 as far as the value axis begins; 3 and 4 are the bar on the
   // negative and the positive side. Two more are what a split leaves of the bar beyond 3 and 4, and two
   // unseen ones go on from the bar to the ends of the axis when there are labels. Their figures are formulas
-  // in hidden columns, so the bars follow the table. `crossing`: where the category axis stands.
+  // in hidden columns, so the bars follow the table. `crossing`: where the category axis stands. The value
+  // axis gets its ticks here, for SetXAxis.
   void AddTornadoBars(std::int16_t bars, host::Range& low, host::Range& high, host::Range& names,
                       double crossing, const BarParts& parts = {});
   // Colours what of a bar lies below or above the value that the bars are split at.
@@ -313,13 +318,16 @@ class ReportChart {
   // has no room there, on the bar, whose parts have room for one each. One that has room in neither place, or
   // would lie on the category axis, is left out.
   void LabelBarEnds(const std::vector<BarLabels>& labels);
-  // Figures equal to host::kAutoScaleValue are automatic. `format` may end in "[LOCAL]". Horizontal axis.
+  // Figures equal to host::kAutoScaleValue are automatic; under bars, those of bar_ticks. `format`: English
+  // codes. Horizontal axis.
   void SetXAxis(const std::string& title, double minimum, double maximum, double major_unit,
                 const std::string& format, bool shown);
   // Vertical axis.
   void SetYAxis(const std::string& title, double minimum, double maximum, double major_unit,
                 const std::string& format);
   void SetWatermark(const std::string& primary, const std::string& secondary, const std::string& click_macro);
+  // Of the value axis under bars; none without bars.
+  const std::optional<AxisTicks>& bar_ticks() const { return bar_ticks_; }
   // Lays the chart out once all its parts are there.
   void FinishChart();
 
@@ -332,15 +340,22 @@ class ReportChart {
   void apply_legend();
   void set_axis(host::Axis& axis, const std::string& title, double minimum, double maximum, double major_unit,
                 const std::string& format);
-  std::shared_ptr<host::Range> fitted_names(host::Range& names, std::int32_t row, std::int32_t bars);
+  std::shared_ptr<host::Range> fitted_names(host::Range& names, const std::vector<std::int32_t>& rows);
   double room_for_names() const;
   double bars_width();
-  double readable_unit(double minimum, double maximum, double unit, const std::string& format);
   double plot_top() const;
   double plot_height() const;
   void place_plot_area();
   void add_bar_series(const std::string& name, bool seen, host::Range& figures, host::Range& names);
-  void read_bar_ends(const host::CellBlock& low, const host::CellBlock& high, std::int32_t bars);
+  void read_bar_ends(const host::CellBlock& low, const host::CellBlock& high,
+                     const std::vector<std::int32_t>& rows);
+  double scale_bars(const std::string& number_format);
+  double unit_of_point();
+  double place_in_plot(double value);  // points from the left end of the value axis
+  bool clear_of_axis(double from, double to);
+  static double end_label_width(const std::string& text);
+  bool label_beside(std::int32_t bar, bool is_right, const std::string& text);
+  void label_ends(std::int32_t bar, const BarLabels& texts);
   void label_point(std::int32_t series, std::int32_t bar, const std::string& text, host::Color color,
                    host::LabelPosition position);
   std::int32_t part_at(double end, bool is_right) const;
@@ -356,12 +371,13 @@ class ReportChart {
   std::string title_, subtitle_, horizontal_title_;
   std::vector<ColorKey> color_key_;
   double longest_name_ = 0;  // width of the longest name in the legend or beside the bars, points
-  std::optional<host::AxisScale> bar_scale_;  // of the value axis, where the report leaves it automatic
+  std::optional<AxisTicks> bar_ticks_;
   std::optional<double> bar_crossing_, split_;
   struct BarEnds {
     double left, right;
   };
   std::vector<std::optional<BarEnds>> bar_ends_;
+  std::set<std::int32_t> points_;
   // The first of two series, negative and positive, that bars have only on demand; 0: not there.
   std::int32_t beyond_ = 0, tails_ = 0;
 };

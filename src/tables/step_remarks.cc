@@ -13,6 +13,8 @@ constexpr std::int16_t kFailedItem = 263;
 constexpr std::int16_t kBaseNote = 264;
 constexpr std::int16_t kBaseLine = 265;
 constexpr std::int16_t kMore = 266;
+constexpr std::int16_t kGroupBaseNote = 330;
+constexpr std::int16_t kGroupBaseLine = 331;
 
 constexpr std::size_t kMostItems = 12;
 
@@ -27,11 +29,12 @@ std::string ListOf(const session::Session& session, const std::vector<std::strin
   return session.text(kMore, list, static_cast<std::int64_t>(items.size() - shown));
 }
 
-std::string StepNote(const session::Session& session, const model::StepFacts& facts) {
+std::string StepNote(const session::Session& session, const model::StepFacts& facts, Varied varied) {
   std::string note;
   if (facts.failed > 0)
     note = session.text(kFailedNote, std::int64_t{facts.failed}, std::int64_t{facts.steps});
-  if (facts.leaves_out_base) note += (note.empty() ? "" : "\n") + session.text(kBaseNote);
+  if (facts.leaves_out_base)
+    note += (note.empty() ? "" : "\n") + session.text(varied == Varied::kInputs ? kBaseNote : kGroupBaseNote);
   return note;
 }
 
@@ -48,7 +51,7 @@ void StepRemarks::write(ReportSheet& sheet) const {
   };
   line(kLeftOut, left_out_);
   line(kFailedLine, failed_);
-  line(kBaseLine, without_base_);
+  line(varied_ == Varied::kInputs ? kBaseLine : kGroupBaseLine, without_base_);
 }
 
 }  // namespace ordvane::tables

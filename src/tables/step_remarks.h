@@ -17,13 +17,18 @@ namespace ordvane::tables {
 // The items as the language writes a list; of a long one the beginning, and how many more there are.
 std::string ListOf(const session::Session& session, const std::vector<std::string>& items);
 
+// What was varied: an input by steps, or a group of inputs by combinations, which are then its steps.
+enum class Varied : std::uint8_t { kInputs, kGroups };
+
 // What the note on an input's row says of its steps; "" when there is nothing to say.
-std::string StepNote(const session::Session& session, const model::StepFacts& facts);
+std::string StepNote(const session::Session& session, const model::StepFacts& facts,
+                     Varied varied = Varied::kInputs);
 
 // The lines at a graph about all of its inputs.
 class StepRemarks {
  public:
-  explicit StepRemarks(const session::Session& session) : session_(session) {}
+  explicit StepRemarks(const session::Session& session, Varied varied = Varied::kInputs)
+      : session_(session), varied_(varied) {}
 
   // `label`: what the table calls the input.
   void add(const std::string& label, const model::StepFacts& facts);
@@ -34,6 +39,7 @@ class StepRemarks {
 
  private:
   const session::Session& session_;
+  Varied varied_;
   std::vector<std::string> left_out_, failed_, without_base_;
 };
 

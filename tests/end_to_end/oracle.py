@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Recalculates the reports of a run the slow and obvious way and compares every number of a report workbook.
 
-Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X] [--only KIND]...
-       [--low-color RRGGBB]
+Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X]
+       [--low-color RRGGBB] [--all-inputs] [--only KIND]...
 
 Reads the run file itself; nothing here comes from the program. Kinds: tornado, spider, sensitivity, output-detail,
 detail-by-input, multi-tornado, multi-detail, summary, missing, charts; without --only all of them must be there. Prints
@@ -134,6 +134,19 @@ def effect_of(steps, output, base):
     return Effect(*min(rows, key=lambda row: row[0]), *max(rows, key=lambda row: row[0]))
 
 
+Facts = collections.namedtuple("Facts", "moves compared idle")
+
+
+def facts_of(results, base):
+    """Whether results differ from each other or from the base, whether there was anything to compare, and whether all is
+    known and nothing moved."""
+    numbers = list(filter(usable, results))
+    moves = any(difference(number, other) != 0 for number in numbers[:1] for other in numbers[1:])
+    moves = moves or usable(base) and any(difference(number, base) != 0 for number in numbers)
+    compared = len(numbers) > 1 or bool(numbers) and usable(base)
+    return Facts(moves, compared, compared and not moves and len(numbers) == len(results))
+
+
 def ranks_of(swings):
     """1 for the largest; equal ones in their order."""
     order = sorted(range(len(swings)), key=lambda i: -swings[i])
@@ -167,6 +180,7 @@ class OutputResult:
         self.item, self.base = run.outputs[output], run.outputs[output]["base"]
         self.position, self.values = output, values
         self.effects = [effect_of(steps, output, self.base) for steps in values]
+        self.facts = [facts_of([row[1 + output] for row in steps], self.base) for steps in values]
         self.ranks = ranks_of([effect.high - effect.low for effect in self.effects])
         self.limit = min(options.max_inputs, len(run.inputs))  # inputs on a graph; 0 for an output without graphs
         if options.threshold is not None and run.simulations == 1 and not self.item.get("date", False):
@@ -257,6 +271,7 @@ class JointResult:
         self.rows = run.combinations[simulation]
         self.joint = [joint_effect(members, rows, output, self.base, alone.values)
                       for members, rows in zip(run.groups, self.rows)]
+        self.facts = [facts_of([results[output] for _, results in rows], self.base) for rows in self.rows]
         self.ranks = ranks_of([effect.swing for effect in self.joint])
         self.order = sorted(range(len(self.ranks)), key=lambda g: self.ranks[g])
         self.limit = min(options.max_inputs, len(self.ranks))
@@ -302,8 +317,10 @@ def places(run, item):
 def tornado_table(texts, run, result):
     header = texts.common(9, 2, 3, 5, 7, 5, 5, 7, 5, 16)
     rows = [None] * result.limit
-    for item, rank, effect in zip(run.inputs, result.ranks, result.effects):
+    for item, rank, effect, facts in zip(run.inputs, result.ranks, result.effects, result.facts):
         if rank <= result.limit:
+            if facts.idle:  # no step is behind its ends
+                effect = effect._replace(low_input=MISSING, high_input=MISSING)
             rows[rank - 1] = places(run, item) + [rank, label(item), item["cell"], *map(shown, effect),
                                                   shown(item["base"])]
     return header, rows
@@ -512,16 +529,22 @@ class Comparison:
                 if reference.tag in (C + "numRef", C + "strRef"):
                     self.reference(part, reference)
 
-    def bars(self, sheet, result, percent, low_color=None, inputs=()):
-        """The bars that are seen in the stacked bar chart of a sheet reach from the low to the high end. With a low colour,
-        what lies on the side of an end that an input value below its base made has that colour, and nothing else."""
-        base = 0.0 if percent else result.base
-        low_ends = [[usable(value) and usable(item["base"]) and value < item["base"]
-                     for value in (effect.low_input, effect.high_input)]
-                    for _, effect, item in sorted(zip(result.ranks, result.effects, inputs), key=lambda row: row[0])]
-        ends = [(effect.low_change, effect.high_change) if percent else (effect.low, effect.high)
-                for _, effect in sorted(zip(result.ranks, result.effects))[:result.limit]]
+    def bars(self, sheet, result, options, low_color=None, inputs=()):
+        """The bars that are seen in the stacked bar chart of a sheet reach from the low to the high end; those of what moves
+        nothing are left out unless all are wanted, and what moves the output to one place has a narrow one there. With a
+        low colour, what lies on the side of an end that an input value below its base made has that colour, and nothing
+        else."""
+        base = 0.0 if options.percent else result.base
+        every = sorted(zip(result.ranks, result.effects, result.facts, inputs or [{"base": MISSING}] * len(result.ranks)),
+                       key=lambda row: row[0])
+        bars = [bar for bar in every[:max(result.limit, 0)] if options.all_inputs or not bar[2].idle]
+        low_ends = [[bool(inputs) and usable(value) and usable(item["base"]) and value < item["base"]
+                     for value in (effect.low_input, effect.high_input)] for _, effect, _, item in bars]
+        ends = [(effect.low_change, effect.high_change) if options.percent else (effect.low, effect.high)
+                for _, effect, _, _ in bars]
         drawn = any(usable(low) for low, _ in ends)
+        reach = [end for pair in ends for end in pair if usable(end)] + [base] * usable(base)
+        point = max((max(reach) - min(reach)) / 50, max(map(abs, reach)) / 50 if len(set(reach)) == 1 else 0) if reach else 0
         charts = [bars for chart in self.chart_parts.values() for bars in chart.iter(C + "barChart")
                   if sheet_and_range(bars.find(f".//{C}val//{C}f").text)[0] == sheet.title]
         if len(charts) != drawn:
@@ -538,13 +561,17 @@ class Comparison:
                 seen += [start, start + part]
                 looks = [series] + [p for p in series.findall(f"{C}dPt") if p.find(f"{C}idx").get("val") == str(row)]
                 color = looks[-1].find(f"{C}spPr/{A}solidFill/{A}srgbClr").get("val")
-                is_low = low_color is not None and usable(base) and bool(low_ends) and low_ends[row][start + part / 2 > base]
+                is_low = low_color is not None and usable(base) and low_ends[row][start + part / 2 > base]
                 if len(looks) > 1 and low_color is None or (color == low_color) != is_low:
                     self.differ(sheet.title, f"bar {row + 1} from {start} by {part} has the colour {color}")
             self.compared += 1
-            expected = [low, high] if usable(low) and low != high else []
+            one_place = usable(low) and difference(low, high) == 0
+            has_bar = usable(low) and (not one_place or bars[row][2].moves or not bars[row][2].compared)
+            expected = [low, high] if has_bar else []
             found = [min(seen), max(seen)] if seen else []
-            slack = 1e-12 * max(map(abs, expected), default=0)
+            if one_place and found and not found[0] < low < found[1]:
+                self.differ(sheet.title, f"bar {row + 1} at {low} is not to be seen")
+            slack = point if one_place else 1e-12 * max(map(abs, expected), default=0)
             if len(found) != len(expected) or any(abs(f - e) > slack for f, e in zip(found, expected)):
                 self.differ(sheet.title, f"bar {row + 1} reaches over {found}, expected {expected}")
         return None
@@ -593,7 +620,7 @@ def compare(run, workbook, texts, options):
             comparison.names_output(sheet, result.item)
             comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
             if kind == "tornado":
-                comparison.bars(sheet, result, options.percent, options.low_color, run.inputs)
+                comparison.bars(sheet, result, options, options.low_color, run.inputs)
     joint = [[JointResult(run, s, o, results[s][o], options) for o in range(len(run.outputs))]
              for s in range(run.simulations)]
     if "multi-tornado" in options.only and run.groups:
@@ -604,7 +631,7 @@ def compare(run, workbook, texts, options):
                 comparison.table(sheet, *multi_tornado_table(texts, run, result), skipped=run.range_mode)
             else:
                 comparison.says(sheet, texts[306])
-            comparison.bars(sheet, result, options.percent)
+            comparison.bars(sheet, result, options)
     if "multi-detail" in options.only and run.groups:
         for sheet, of_run in zip(sheets(211, run.simulations, "multi-detail"), joint):
             header, extremes, body = multi_detail_tables(texts, run, of_run)
@@ -633,6 +660,7 @@ def main():
     parser.add_argument("--max-inputs", type=int, default=20)
     parser.add_argument("--threshold", type=float)
     parser.add_argument("--low-color")
+    parser.add_argument("--all-inputs", action="store_true")
     parser.add_argument("--only", action="append", choices=KINDS)
     parser.add_argument("--show", type=int, default=40, help="differences printed")
     options = parser.parse_args()

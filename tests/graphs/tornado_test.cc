@@ -5,6 +5,7 @@
 
 #include "graphs/bench.h"
 #include "graphs/chart_helpers.h"
+#include "tables/look.h"
 
 namespace ordvane::graphs {
 namespace {
@@ -44,8 +45,8 @@ const char* const kFirstRow =
     "1  B+1 \"Price (B3)\"  C+1 \"B3\"  D+1 60 {#,##0.00}  E+1 -0.4 {0.00%}  F+1 8 {0}  G+1 140 {#,##0.00}"
     "  H+1 0.4 {0.00%}  I+1 12 {0}  J+1 10 {0}\n";
 const char* const kMarker =
-    "series \"Vertical\" scatter secondary (0, 1) over (100, 100)\n    point 1 marked\n"
-    "    point 1 labelled \"Base value=100\"\n";
+    "series \"Vertical\" scatter secondary (0, 1) over (100, 100)\n    point 2 marked\n"
+    "    point 2 labelled \"Base value 100.00\"\n";
 
 const Situation kSituations[] = {
     {"values",
@@ -62,7 +63,7 @@ const Situation kSituations[] = {
      kTwoInputs,
      nullptr,
      model::OrdvaneOutputAsPercentChange,
-     {"from -0.4 to 0.4", "crossed at 0", "over (0, 0)", "labelled \"Base value=100\"", "{0.00%}"},
+     {"from -0.4 to 0.4", "crossed at 0", "over (0, 0)", "labelled \"Base value 100.00\"", "{0.00%}"},
      {"note at"}},
     {"percent of nothing",
      0,
@@ -70,8 +71,9 @@ const Situation kSituations[] = {
      nullptr,
      model::OrdvaneOutputAsPercentChange,
      {"There is no tornado graph for this output.",
-      "The base value of the output is 0, so there is no change", "E+1 \" - \"", "D+1 60", "note at E"},
-     {"Vertical"}},
+      "The base value of the output is 0, so there is no change", "E+1 \" - \"", "D+1 60",
+      "note at E+1 \"Please note:\nThe base value of the output is 0"},
+     {"Vertical", "note at D"}},
     {"values with a base of zero",
      0,
      kTwoInputs,
@@ -84,15 +86,24 @@ const Situation kSituations[] = {
      kTwoInputs,
      nullptr,
      model::OrdvaneOutputAsPercentChange,
-     {"There is no tornado graph", "A base value is 0 or not a number", "\" - \""},
-     {"Vertical"}},
+     {"There is no tornado graph", "A base value is 0 or not a number",
+      "note at E+1 \"Please note:\nThe base value of the output is not a number"},
+     {"Vertical", "output is 0"}},
+    {"what failed is no lack of a base",
+     0,
+     {{"Dead", "B3", 5, {{4, kNumError}, {6, kNothing}}}, {"Rate", "B2", 5, {{4, -1}, {5, 1}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"note at E+1 \"Please note:\nThe base value of the output is 0",
+      "note at D+2 \"Please note:\nSome values"},
+     {"note at E+2"}},
     {"values about a base that is no number",
      kNothing,
      kTwoInputs,
      nullptr,
      model::OrdvaneOutputAsValue,
      {"from 60 to 140", "crossed at 60"},
-     {"Vertical", "Base value="}},
+     {"Vertical", "Base value "}},
     {"both ends on one side of the base are drawn from the axis of the base",
      50,
      kTwoInputs,
@@ -162,11 +173,88 @@ const Situation kSituations[] = {
      [](GraphBench& b) {
        b.output().IsDate = true;
        b.output().DateFormat = "mm/dd/yyyy";
-       b.output().NumberFormatLocal = "General";
+       b.output().numberFormat = b.output().NumberFormatLocal = "General";
      },
      model::OrdvaneOutputAsValue,
-     {"Base value=01/01/2026", "B4 46023 {mm/dd/yyyy}", "D+1 46000 {mm/dd/yyyy}"},
+     {"Base value 01/01/2026", "B4 46023 {mm/dd/yyyy}", "D+1 46000 {mm/dd/yyyy}"},
      {}},
+    {"the base value is written, and the axis counts, as the cell does",
+     46023,
+     {{"Rate", "B2", 5, {{4, 45900}, {6, 46200}}}},
+     [](GraphBench& b) {
+       b.output().IsDate = true;
+       b.output().DateFormat = "mm/dd/yyyy";
+       b.output().numberFormat = b.output().NumberFormatLocal = "dd.mm.yyyy";
+     },
+     model::OrdvaneOutputAsValue,
+     {"labelled \"Base value 01.01.2026\"", "(Base value 01.01.2026)", "from 45840.625 to 46205.875",
+      "{dd.mm.yyyy}"},
+     {"mm/dd/yyyy"}},
+    {"without the padding of accounting",
+     1234.5,
+     {{"Rate", "B2", 5, {{4, 1000}, {6, 1500}}, "_-* #,##0_-"}},
+     [](GraphBench& b) {
+       b.output().numberFormat = b.output().NumberFormatLocal = "_-* #,##0.00\\ \"EUR\"_-;-* #,##0.00_-";
+     },
+     model::OrdvaneOutputAsValue,
+     {"labelled \"Base value 1,234.50 EUR\"", "{#,##0.00\\ \"EUR\";-#,##0.00}", "labelled \"4\""},
+     {}},
+    {"General as cells show it",
+     1234.567891234,
+     {{"Rate", "B2", 5, {{4, 1000}, {6, 1500}}}},
+     [](GraphBench& b) { b.output().numberFormat = b.output().NumberFormatLocal = "General"; },
+     model::OrdvaneOutputAsValue,
+     {"labelled \"Base value 1234.567891\""},
+     {}},
+    {"failed steps are counted, in the input's row and below the chart",
+     100,
+     {{"Rate", "B2", 5, {{4, 90}, {5, kNumError}, {6, 110}}}, {"Dead", "B3", 5, {{4, kNothing}}}},
+     [](GraphBench& b) { b.ranking.input_limit = 1; },
+     model::OrdvaneOutputAsValue,
+     {"\"Results that are no numbers: Rate (B2): 1 of 3, Dead (B3): 1 of 1\"",
+      "note at B+1 \"Please note:\nResults that are no numbers: 1 of 3\""},
+     {"No effect", "\"Dead (B3)\""}},
+    {"steps that leave out the base",
+     100,
+     {{"Rate", "B2", 5, {{6, 110}, {7, 120}}}, {"Price", "B3", 5, {{5, 100}, {6, 109}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"\"Steps that leave out the base value: Rate (B2). The effects",
+      "note at B+1 \"Please note:\nThe steps of"},
+     {"note at B+2", "no numbers"}},
+    {"one step that moves the output is seen, and says what the input was set to",
+     100,
+     {{"Once", "B2", 5, {{6, 110}}}, {"Idle", "B3", 5, {{6, 100}, {7, 100}}}},
+     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     model::OrdvaneOutputAsValue,
+     {"\"No effect on this output: Idle (B3)\"", "\"Bar +\" #0000FF", "(0.05", "labelled \"6.0\"",
+      // Nothing was set to anything where nothing moved.
+      "\"Idle (B3)\"  C+2 \"B3\"  D+2 100 {#,##0.00}  E+2 0 {0.00%}  F+2 \" - \"  G+2 100 {#,##0.00}  H+2 0 "
+      "{0.00%}  I+2 \" - \"  J+2 5"},
+     {"note at F+2", "labelled \"7.0\""}},
+    {"rows without a bar may lie between others",
+     100,
+     {{"Idle", "B2", 5, {{4, 100}, {5, 100}}},
+      {"Once", "B3", 5, {{6, 110}}},
+      {"Price", "B4", 5, {{5, 90}, {6, 105}}}},
+     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     model::OrdvaneOutputAsValue,
+     {"2  B+2 \"Idle (B2)\"", "3  B+3 \"Once (B3)\"", "(\"Price (B4)\", \"Once (B3)\")", "from 90 to 110"},
+     {}},
+    {"all inputs are drawn where they are to be",
+     100,
+     {{"Idle", "B2", 5, {{4, 100}, {5, 100}}}, {"Price", "B4", 5, {{5, 90}, {6, 105}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"(\"Price (B4)\", \"Idle (B2)\")", "F+2 \" - \""},
+     {"No effect"}},
+    {"nothing moves",
+     100,
+     {{"Idle", "B2", 5, {{4, 100}, {5, 100}}}},
+     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     model::OrdvaneOutputAsValue,
+     {"There is no tornado graph for this output.\nNone of the inputs moves this output.", "\"Idle (B2)\""},
+     {"Vertical", "No effect on"}},
     {"items without names go by their addresses",
      100,
      {{" ", "B2", 5, {{4, 90}, {6, 110}}}},
@@ -186,8 +274,32 @@ TEST(TornadoReport, OfSeveralRunsSaysWhichAndHasNoBaseLine) {
   const std::string text = make_report(bench, kSituations[0], 2, 3);
   EXPECT_THAT(text, HasSubstr("B5 \"2 of 3\""));
   EXPECT_THAT(text, HasSubstr("crossed at 100"));
-  EXPECT_THAT(text, HasSubstr("Base value=100"));
+  EXPECT_THAT(text, HasSubstr("Base value 100.00"));
   EXPECT_THAT(text, Not(HasSubstr("Vertical")));
+}
+
+// The line is seen over the bars whatever colours are asked for, and the axis of the names stands in for it.
+TEST(TornadoReport, BaseLineStandsOutFromTheBars) {
+  for (const host::Color wanted : {kRed, kBlue}) {
+    GraphBench bench;
+    set_up(bench, kSituations[0]);
+    ASSERT_EQ(
+        GenerateTornadoReport(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs,
+                              0, model::OrdvaneRangeCellMode, model::OrdvaneOutputAsValue, bench.ranking, 1,
+                              1, 100, "Base value", kBlue, wanted),
+        0);
+    const auto book = bench.book();
+    const office::ChartModel& chart = *book->sheets.front()->charts.front();
+    const host::Color line = chart.series.back()->line.value().color.value();
+    EXPECT_EQ(line == wanted, wanted != kBlue);
+    EXPECT_GE(tables::look::contrast(line, kBlue), 1.5);
+    EXPECT_GE(tables::look::contrast(line, 0xFFFFFF), 1.5);
+    EXPECT_EQ(chart.axes[0][0].line.value().color, line);
+    const office::AxisModel& hidden = chart.axes[1][1];
+    EXPECT_TRUE(hidden.present) << "the series of an axis that is taken away has another scale";
+    EXPECT_EQ(hidden.tick_labels, host::TickLabelPosition::kNone);
+    EXPECT_EQ(hidden.line.value().line_style, host::kXlNone);
+  }
 }
 
 TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {

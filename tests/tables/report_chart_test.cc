@@ -90,6 +90,24 @@ TEST(AddTornadoBars, DrawsFromFormulasOverTheTable) {
   }
 }
 
+// Helper cells hold the bars one below the other, whatever rows of the table they come from.
+TEST(AddTornadoBars, DrawsSomeRowsAndShowsPoints) {
+  const std::vector<std::pair<host::CellValue, host::CellValue>> ends = {
+      {30.0, 50.0}, {40.0, 40.0}, {45.0, 45.0}, {20.0, 25.0}};
+  BarsBench bench(ends, 40, "Input", {.labels = true, .rows = {1, 3, 4}, .points = {2}});
+  bench.chart->FinishChart();
+  bench.chart->LabelBarEnds({{}, {.left = "6.0", .right = "6.0"}, {}});
+  EXPECT_EQ(bench.figures(1)[2], 20);
+  EXPECT_EQ(bench.figures(3)[2], 5);
+  const std::vector<double> point = bench.figures(2);
+  EXPECT_GT(point[2], 0);
+  EXPECT_LT(point[2], 1);
+  EXPECT_NEAR(point[0] + point[2] / 2, 45, 1e-12);
+  const auto& tail = *bench.drawn().series.at(5);
+  EXPECT_EQ(tail.points.at(2).label.value().text, "6.0");
+  EXPECT_EQ(tail.values.area.rows, 3);
+}
+
 struct LabelCase {
   const char* what;
   double low, high, crossing;
@@ -144,8 +162,9 @@ TEST(AddTornadoBars, FollowsTheTableFromHiddenColumns) {
 TEST(ReportChart, CutsLongNamesBesideTheBarsAndThinsTheLabels) {
   constexpr double kAuto = host::kAutoScaleValue;
   for (const bool is_long : {false, true}) {
-    BarsBench bench({{350000.0, 790000.0}}, 522390, is_long ? std::string(90, 'n') + " (B4)" : "Price (B4)");
-    bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0.00 [$USD][LOCAL]", true);
+    BarsBench bench({{350000.0, 790000.0}}, 522390, is_long ? std::string(90, 'n') + " (B4)" : "Price (B4)",
+                    {.number_format = "#,##0.00 [$USD]"});
+    bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0.00 [$USD]", true);
     bench.chart->FinishChart();
     const office::ChartModel& chart = bench.drawn();
     const test::BookReader reader(*bench.kept);
@@ -161,9 +180,9 @@ TEST(ReportChart, CutsLongNamesBesideTheBarsAndThinsTheLabels) {
 }
 
 TEST(ReportChart, ScalesTheValueAxisToTheBars) {
-  BarsBench bench({{40000.0, 41000.0}, {" - ", " - "}}, 40461);
+  BarsBench bench({{40000.0, 41000.0}, {" - ", " - "}}, 40461, "Input", {.number_format = "#,##0"});
   constexpr double kAuto = host::kAutoScaleValue;
-  bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0[LOCAL]", true);
+  bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0", true);
   bench.chart->FinishChart();
   const office::ChartModel& chart = bench.drawn();
   const office::AxisModel& values = chart.axes[0][1];
