@@ -44,9 +44,10 @@ StepFacts step_facts(const DralInputOutput& input, std::int32_t output, double o
   if (!results.least) return facts;
   facts.moves = rules.difference(*results.greatest, *results.least) != 0 ||
                 (has_output_base && !results.contains(rules, outputBase));
+  facts.compared = facts.steps - facts.failed > 1 || has_output_base;
   const bool base_outside = has_base && !tried.contains(rules, input.BaseValue());
   const bool output_outside = has_output_base && !results.contains(rules, outputBase);
-  facts.leaves_out_base = has_base && !at_base && (base_outside || output_outside);
+  facts.leaves_out_base = has_base && !at_base && (base_outside || output_outside) && !facts.without_effect();
   return facts;
 }
 

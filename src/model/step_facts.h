@@ -14,12 +14,15 @@ struct StepFacts {
   std::int32_t failed = 0;  // of them, those whose result is no number
   // Results differ from one another, or from the output's base value; a single step can move the output too.
   bool moves = false;
+  // There was something to compare: several results, or one and the output's base value.
+  bool compared = false;
   // No step stood at the input's base value, and what the steps did does not show what lies between them and
-  // the base: the base lies outside the values tried, or the output's base value outside the results.
+  // the base: the base lies outside the values tried, or the output's base value outside the results. Never
+  // of an input without effect.
   bool leaves_out_base = false;
 
   // All is known, and nothing moved. Where a result failed, nobody can tell.
-  bool without_effect() const { return steps > 0 && failed == 0 && !moves; }
+  bool without_effect() const { return compared && failed == 0 && !moves; }
 };
 
 // `output`: one-based position of the output in the input's tables, which data retrieval has filled for it.

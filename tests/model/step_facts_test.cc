@@ -30,6 +30,8 @@ TEST(StepFactsTest, TellsWhatTheEndsOfABarDoNot) {
       {"a failed step may hide an effect", 10, {9, 10, 11}, {2, kNaN, 2}, 2, 1, false, false, false},
       {"all failed", 10, {9, 10}, {kNaN, kNaN}, 2, 2, false, false, false},
       {"no base of the input", kNaN, {9, 10}, {1, 2}, 1, 0, true, false, false},
+      {"steps beside the base that do nothing", 10, {11, 12}, {2, 2}, 2, 0, false, false, true},
+      {"one step, and nothing to compare it with", 10, {11}, {3}, kNaN, 0, false, true, false},
       {"no base of the output", 10, {11, 12}, {1, 2}, kNaN, 0, true, true, false},
   };
   for (const Case& c : kCases) {
