@@ -34,6 +34,7 @@ inline constexpr std::int32_t kRuleWeight = 2;
 inline constexpr std::int32_t kRuleColorIndex = 15;
 inline constexpr double kNameColumnWidth = 22.0;  // characters
 inline constexpr double kFitColumn = -1.0;
+inline constexpr double kBetweenCharts = 12.0;  // points, side by side
 
 // One line of a title block: a label, and a value beside it.
 struct TitleLine {
@@ -121,6 +122,8 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
                                         const std::string& subcaption);
   // Kinds: 33 spider graph and message chart, 34 sensitivity graph, 64 tornado. Sizes in points.
   std::shared_ptr<ReportChart> AddChart(std::int32_t kind, double width, double height);
+  // Charts that are added from here on stand side by side, so many a row.
+  void PlaceChartsSideBySide(std::int32_t charts);
   // Takes a chart away again and gives its room back.
   void RemoveChart(const std::shared_ptr<ReportChart>& chart);
   // Height in points at which this many bars read well.
@@ -128,8 +131,11 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   // The cell below what the sheet holds so far.
   std::shared_ptr<host::Range> NextCell();
   void AddCellNote(host::Range& cell, const std::string& heading, const std::string& text);
-  // A quiet line below what the sheet holds so far. It wraps at the width of the finished sheet.
-  void AddLine(const std::string& text);
+  // A quiet line below what the sheet holds so far. It wraps at the width of the finished sheet. Returns its
+  // first cell.
+  std::shared_ptr<host::Range> AddLine(const std::string& text);
+  // Makes a cell lead to a row of the sheet.
+  void PutLink(host::Range& cell, std::int32_t row, const std::string& text);
   void FinishSheet();
 
   session::Session& session() const { return session_; }
@@ -144,6 +150,9 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
 
   void settle_tables();
   Room take_room(double height);
+  void keep_clear_of_line();
+  bool has_place_beside(double height);
+  bool is_out_of_sight(host::Range& cells) const { return cells.column() > last_column(); }
   std::int32_t take_helper_columns(std::int32_t count);
   std::int32_t last_column() const;
   void fit_title_block();
@@ -171,10 +180,11 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::shared_ptr<host::Worksheet> worksheet_;
   std::string title_;
   std::vector<TitleLine> title_lines_;
-  std::map<std::int32_t, std::string> lines_;  // by row
+  std::map<std::int32_t, std::string> lines_;  // by row, those not yet fitted
   std::vector<std::shared_ptr<ReportTable>> tables_;
   std::map<std::int32_t, double> settled_widths_;  // by column, characters
   std::vector<std::shared_ptr<ReportChart>> charts_;
+  std::int32_t charts_in_row_ = 1, placed_in_row_ = 0;
   std::int32_t helper_column_ =
       0;  // first free column for the hidden figures that charts draw from; 0: none yet
   std::map<std::pair<std::int32_t, std::int32_t>, std::string> notes_;  // by row and column
@@ -225,6 +235,9 @@ class ReportTable {
   // Cells of the body, from (row, column).
   std::shared_ptr<host::Range> Body(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
                                     std::int32_t columns = 1);
+  // Figures that only charts draw from, beside body rows from `first_row` on, in hidden columns. Every block
+  // has as many columns as the first one.
+  std::shared_ptr<host::Range> PutOutOfSight(std::int32_t first_row, const host::CellBlock& figures);
   // Cells of the header block.
   std::shared_ptr<host::Range> Header(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
                                       std::int32_t columns = 1);
@@ -261,6 +274,7 @@ class ReportTable {
   ReportSheet& sheet_;
   std::int32_t first_row_;  // sheet row of the caption
   std::int32_t rows_, columns_, header_rows_, row_header_columns_;
+  std::int32_t hidden_column_ = 0;  // sheet column of the first figure out of sight; 0: there are none
   std::int32_t identity_columns_, least_identity_columns_;
   bool has_caption_, has_subcaption_;
   bool wraps_names_ = false;
