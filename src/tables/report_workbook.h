@@ -20,6 +20,7 @@
 
 #include "host/excel.h"
 #include "session/session.h"
+#include "tables/axis_ticks.h"
 #include "tables/page_plan.h"
 
 namespace ordvane::tables {
@@ -340,7 +341,6 @@ class ReportChart {
   bool has_bars() const { return kind_ == kBarsKind; }
   void apply_title();
   void add_color_key();
-  void apply_legend();
   void set_axis(host::Axis& axis, const std::string& title, double minimum, double maximum, double major_unit,
                 const std::string& format);
   std::shared_ptr<host::Range> fitted_names(host::Range& names, std::int32_t row, std::int32_t bars);
@@ -349,12 +349,35 @@ class ReportChart {
   double readable_unit(double minimum, double maximum, double unit, const std::string& format);
   double plot_top() const;
   double plot_height() const;
+  // A place within the chart, points.
+  struct Box {
+    double left = 0, top = 0, width = 0, height = 0;
+  };
+  Box bars_box();
   void place_plot_area();
   void add_bar_series(const std::string& name, bool seen, host::Range& figures, host::Range& names);
   void read_bar_ends(const host::CellBlock& low, const host::CellBlock& high, std::int32_t bars);
   void label_point(std::int32_t series, std::int32_t bar, const std::string& text, host::Color color,
                    host::LabelPosition position);
   std::int32_t part_at(double end, bool is_right) const;
+
+  // ---- Points ----
+  struct Point {
+    double x, y;
+  };
+  // An axis as it was asked for.
+  struct AskedAxis {
+    std::string title, format;
+    bool automatic = false;
+  };
+  std::string legend_name(const std::string& name);
+  void show_legend();
+  void keep_points(const host::CellBlock& x, const host::CellBlock& y);
+  AxisTicks point_ticks(const AskedAxis& axis, double Point::*coordinate, const AxisRoom& room) const;
+  double titles_height() const;
+  void lay_out_points();
+  std::vector<Box> marks();
+  Box quiet_corner(double width, double height);
 
   static constexpr std::int32_t kBarsKind = 64;
   static constexpr std::int32_t kSpiderKind = 33;
@@ -368,6 +391,10 @@ class ReportChart {
   std::vector<ColorKey> color_key_;
   double longest_name_ = 0;  // width of the longest name in the legend or beside the bars, points
   std::optional<host::AxisScale> bar_scale_;  // of the value axis, where the report leaves it automatic
+  std::vector<std::vector<Point>> lines_;     // pieces of the lines, without the gaps between them
+  AskedAxis x_axis_, y_axis_;
+  AxisTicks x_ticks_, y_ticks_;
+  std::optional<Box> points_box_;
   std::optional<double> bar_crossing_, split_;
   struct BarEnds {
     double left, right;
