@@ -89,6 +89,7 @@ class ExcelChart final : public host::Chart, private ExcelObject {
   void set_gap_width(std::int32_t percent) override { first_group().put(L"GapWidth", percent); }
   void set_overlap(std::int32_t percent) override { first_group().put(L"Overlap", percent); }
   void set_plot_visible_only(bool visible_only) override { it_.put(L"PlotVisibleOnly", visible_only); }
+  void set_display_blanks_as(host::BlankCells shown) override { it_.put(L"DisplayBlanksAs", shown); }
 
   void add_text_box(double left, double top, double width, double height, const std::string& text,
                     const host::FontFormat& font) override {

@@ -1,11 +1,15 @@
-// Sensitivity report: the charts take their room first, the step table follows, and each chart is drawn from
-// its input's block of the table.
+// Sensitivity report: the step table first, so that it is found at the top, then the charts, as many beside
+// each other as a page has room for, each drawn from its input's block of the table.
 #include "graphs/sensitivity.h"
+
+#include <algorithm>
+#include <memory>
+#include <vector>
 
 #include "graphs/chart_helpers.h"
 #include "graphs/graph_sheet.h"
 #include "graphs/step_table.h"
-#include "host/error.h"
+#include "tables/step_remarks.h"
 #include "tables/utils.h"
 
 namespace ordvane::graphs {
@@ -18,17 +22,24 @@ constexpr StepTableTexts kTableTexts = {
 constexpr std::int16_t kNothing = 503;
 constexpr std::int16_t kChangeAxis = 505;
 constexpr std::int16_t kChartTitle = 510;
+constexpr std::int16_t kChartTitleOfCell = 531;
+constexpr StepGraphTexts kGraphTexts = {
+    .drawn = 511, .base_zero = 514, .base_invalid = 532, .no_results = 533};
 constexpr std::int16_t kValueAxis = 513;
 constexpr std::int16_t kSecondTitle = 516;
+constexpr std::int16_t kChartsBelow = 538;
 constexpr std::int16_t kNoSensitivity = 1038;
 
-// Position of the first cell that a chart cannot draw: an error value, or the text that stands for one. 0
-// when every cell is a number.
+// Points; a chart that stands by itself has the width of the table, within the same bounds.
+constexpr double kNarrowestChart = 376, kWidestChart = 476;
+
+// Position of the first cell that a chart cannot draw: an error value, or a text, which it would draw as
+// zero. 0 when there is none; a blank cell is a gap.
 std::int32_t first_undrawable_cell(host::Range& range) {
   if (const std::int32_t error = FirstErrorCellIndex(range)) return error;
   const host::CellBlock cells = range.values();
   for (std::int32_t row = 1; row <= cells.rows(); ++row)
-    if (cells.at(row, 1).kind != host::CellKind::kNumber) return row;
+    if (cells.at(row, 1).kind == host::CellKind::kText) return row;
   return 0;
 }
 
@@ -42,77 +53,74 @@ class SensitivityReport {
         range_mode_(range_mode),
         output_mode_(output_mode),
         quantity_(output_mode == model::OrdvaneOutputAsPercentChange ? Quantity::kChange : Quantity::kValue) {
+    for (const StepTable::Block& block : steps_.blocks())
+      if (steps_.obstacle(block, quantity_) == Obstacle::kNone) drawn_.push_back(block);
   }
 
   void write(tables::ReportSheet& sheet) {
-    for (const StepTable::Block& block : steps_.blocks())
-      if (is_charted(block)) charts_.push_back({block, graph_of(block)});
-    for (Charted& charted : charts_) charted.graph.reserve(sheet);
-    std::shared_ptr<tables::ReportChart> panel;
-    if (charts_.empty()) CreateMessageChart(sheet, NoBaseMessage(session_, kNoSensitivity, output_), &panel);
-
+    if (drawn_.empty()) {
+      write_message(sheet);
+      return;
+    }
+    const auto pointer = sheet.AddLine("");
     steps_.write(sheet, kTableTexts);
-    for (Charted& charted : charts_) draw(sheet, charted);
-
-    const double width = tables::TableWidthForChart(steps_.table());
-    for (Charted& charted : charts_) FitWidth(*charted.graph.chart(), width);
-    if (panel) FitWidth(*panel, width);
+    const std::int32_t row = sheet.NextCell()->row();
+    sheet.PutLink(*pointer, row, session_.text(kChartsBelow, std::int64_t{row}));
+    write_lines(sheet);
+    draw_charts(sheet);
   }
 
  private:
-  struct Charted {
-    StepTable::Block block;
-    OrdvaneGInput graph;
-  };
-
-  StepTable::Steps drawn_steps(const StepTable::Block& block) const {
-    return steps_.drawable_steps(block, quantity_, true);
+  void write_message(tables::ReportSheet& sheet) {
+    std::shared_ptr<tables::ReportChart> panel;
+    CreateMessageChart(sheet, NoGraphMessage(session_, kNoSensitivity, steps_, quantity_), &panel);
+    write_lines(sheet);
+    steps_.write(sheet, kTableTexts);
+    FitWidth(*panel, tables::TableWidthForChart(steps_.table()));
   }
 
-  bool is_charted(const StepTable::Block& block) const {
-    return steps_.has_base(block) && drawn_steps(block).count > 0;
+  void write_lines(tables::ReportSheet& sheet) {
+    WriteStepGraphLines(session_, sheet, steps_, quantity_, kGraphTexts);
+  }
+
+  void draw_charts(tables::ReportSheet& sheet) {
+    std::int32_t columns = 1;
+    double width = tables::TableWidthForChart(steps_.table());
+    if (drawn_.size() > 1) {
+      const auto table = steps_.table().HeaderRowRange(1);
+      const double room = table->width() + tables::kBetweenCharts;
+      columns = std::max(2, static_cast<std::int32_t>(room / (kNarrowestChart + tables::kBetweenCharts)));
+      width = std::clamp(room / columns - tables::kBetweenCharts, kNarrowestChart, kWidestChart);
+    }
+    sheet.PlaceChartsSideBySide(columns);
+    for (const StepTable::Block& block : drawn_) {
+      OrdvaneGInput graph = graph_of(block);
+      graph.width = width;
+      steps_.fill_range(*graph.ranges.Add(1), block, quantity_);
+      graph.inputG(sheet);
+      tables::CheckUserCancel(session_);
+    }
   }
 
   OrdvaneGInput graph_of(const StepTable::Block& block) const {
-    const std::string input = steps_.input(block).NameOrQualifiedCellAddressName(range_mode_);
+    const model::DralInputOutput& in = steps_.input(block);
+    const std::string input = in.NameOrQualifiedCellAddressName(range_mode_);
     const std::string output = output_.NameOrQualifiedCellAddressName(range_mode_);
     const std::int16_t axis = quantity_ == Quantity::kChange ? kChangeAxis : kValueAxis;
     OrdvaneGInput graph(session_);
-    graph.chart_title = session_.text(kChartTitle, input);
+    graph.chart_title = session_.text(in.has_name() ? kChartTitle : kChartTitleOfCell, input);
     graph.second_title = session_.text(kSecondTitle, output, input);
+    const std::string failed =
+        tables::StepNote(session_, {.steps = block.facts.steps, .failed = block.facts.failed});
+    if (!failed.empty()) graph.second_title += "\n" + failed;
     graph.x_axis_title = session_.text(axis, input);
     graph.y_axis_title = session_.text(axis, output);
     graph.percent_flag = output_mode_;
-    return graph;
-  }
-
-  void draw(tables::ReportSheet& sheet, Charted& charted) {
-    steps_.fill_range(*charted.graph.ranges.Add(1), charted.block, drawn_steps(charted.block), quantity_);
-    if (charted.graph.inputG(sheet) == 0) {
-      if (quantity_ == Quantity::kValue) format_axes(charted);
-      return;
+    if (quantity_ == Quantity::kValue) {
+      graph.x_format = tables::AxisFormat(in);
+      graph.y_format = tables::AxisFormat(output_);
     }
-    // The reader is told why this frame is empty.
-    host::Chart& empty = *charted.graph.chart()->Chart();
-    if (empty.series_count() == 0) AddPlaceholderSeries(empty);
-    charted.graph.chart()->SetTitle(charted.graph.chart_title);
-    charted.graph.chart()->SetSubtitle(session_.text(kTableTexts.invalid));
-    FormatMessageChart(empty);
-  }
-
-  // Figures of values look as in the items' cells.
-  void format_axes(const Charted& charted) {
-    const auto format = [&](host::AxisType type, const std::string& number_format) {
-      if (number_format.empty()) return;
-      host::ignoring_errors([&] {
-        charted.graph.chart()
-            ->Chart()
-            ->axis(type, host::AxisGroup::kPrimary)
-            ->set_tick_label_format(number_format);
-      });
-    };
-    format(host::AxisType::kCategory, steps_.input(charted.block).numberFormat);
-    format(host::AxisType::kValue, output_.numberFormat);
+    return graph;
   }
 
   session::Session& session_;
@@ -121,17 +129,13 @@ class SensitivityReport {
   model::OrdvaneRangeMode range_mode_;
   model::OrdvaneOutputMode output_mode_;
   Quantity quantity_;
-  std::vector<Charted> charts_;
+  std::vector<StepTable::Block> drawn_;
 };
 
 }  // namespace
 
-void OrdvaneGInput::reserve(tables::ReportSheet& PER) {
-  chart_ = PER.AddChart(kSensitivityChart, kChartWidth, kChartHeight);
-}
-
 std::int32_t OrdvaneGInput::inputG(tables::ReportSheet& PER) {
-  if (!chart_) reserve(PER);
+  chart_ = PER.AddChart(kSensitivityChart, width, kChartHeight);
   SetChartAreaLineWeight(*chart_->Chart());
   std::int32_t first = 1;
   const auto range = ranges.Item(first);
@@ -142,7 +146,8 @@ std::int32_t OrdvaneGInput::inputG(tables::ReportSheet& PER) {
   add_series(*range);
   chart_->SetTitle(chart_title);
   chart_->SetSubtitle(second_title);
-  finish(percent_flag != 0 ? tables::PercentFormat() : "");
+  const bool percent = percent_flag != 0;
+  finish(percent ? tables::PercentFormat() : x_format, percent ? tables::PercentFormat() : y_format);
   return 0;
 }
 

@@ -1,5 +1,5 @@
-// Sensitivity report: one sheet for one output, with a small chart per input (the output over the input's
-// steps) and the table of every step under them.
+// Sensitivity report: one sheet for one output, with the table of every step and below it a small chart per
+// input (the output over the input's steps).
 #pragma once
 
 #include <cstdint>
@@ -19,13 +19,12 @@ class OrdvaneGInput : public StepChart {
   explicit OrdvaneGInput(session::Session& session) : StepChart(session) {}
 
   std::string second_title;
-  std::int32_t percent_flag = 0;  // not 0: both axes are in percent
+  std::int32_t percent_flag = 0;   // not 0: both axes are in percent
+  std::string x_format, y_format;  // of axes that are not: English codes; empty: General
+  double width = kChartWidth;      // points
 
-  // Takes the chart's room on the sheet ahead of what is placed below it.
-  void reserve(tables::ReportSheet& PER);
-  // Places the chart where the sheet goes on, unless its room was reserved. Returns 0 when the chart was
-  // drawn, else the one-based position of the first cell that holds no number to draw; the chart stays empty
-  // then.
+  // Places the chart where the sheet goes on. Returns 0 when the chart was drawn, else the one-based position
+  // of the first cell that holds an error or a text; the chart stays empty then. A blank cell is a gap.
   std::int32_t inputG(tables::ReportSheet& PER);
 };
 

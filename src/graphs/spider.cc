@@ -1,5 +1,5 @@
-// Spider report: the chart takes its room first, the step table follows, and the lines are drawn from the
-// table's percent columns.
+// Spider report: the chart takes its room first, lines about what it draws and the step table follow, and the
+// lines of the chart are drawn from the table's percent columns.
 #include "graphs/spider.h"
 
 #include <algorithm>
@@ -20,6 +20,9 @@ constexpr std::int16_t kNothing = 604;
 constexpr std::int16_t kYAxis = 605;
 constexpr std::int16_t kXAxis = 610;
 constexpr std::int16_t kChartTitle = 611;
+constexpr std::int16_t kChartTitleOfCell = 630;
+constexpr StepGraphTexts kGraphTexts = {
+    .drawn = 612, .base_zero = 614, .base_invalid = 631, .no_results = 632};
 constexpr std::int16_t kNoSpider = 1039;
 
 constexpr const char* kTickLabelFormat = "0%";
@@ -36,48 +39,32 @@ class SpiderReport {
  public:
   SpiderReport(session::Session& session, const model::DralInputOutput& output, StepTable& steps,
                model::OrdvaneRangeMode range_mode)
-      : session_(session), output_(output), steps_(steps), spider_(session) {
-    spider_.chart_title = session.text(kChartTitle, output.NameOrQualifiedCellAddressName(range_mode));
+      : session_(session), steps_(steps), spider_(session) {
+    spider_.chart_title = session.text(output.has_name() ? kChartTitle : kChartTitleOfCell,
+                                       output.NameOrQualifiedCellAddressName(range_mode));
     spider_.x_axis_title = session.text(kXAxis);
     spider_.y_axis_title = session.text(kYAxis);
+    for (const StepTable::Block& block : steps.blocks())
+      if (steps.obstacle(block, Quantity::kChange) == Obstacle::kNone) drawn_.push_back(block);
   }
 
   void write(tables::ReportSheet& sheet) {
-    const std::int32_t lines = count_lines();
-    if (lines > 0)
-      spider_.reserve(sheet, lines);
+    if (drawn_.empty())
+      spider_.SpiderError(sheet, NoGraphMessage(session_, kNoSpider, steps_, Quantity::kChange));
     else
-      spider_.SpiderError(sheet, NoBaseMessage(session_, kNoSpider, output_));
+      spider_.reserve(sheet, static_cast<std::int32_t>(drawn_.size()));
+    WriteStepGraphLines(session_, sheet, steps_, Quantity::kChange, kGraphTexts);
     steps_.write(sheet, kTableTexts);
-    add_ranges();
-    if (lines > 0) spider_.spider(sheet);
     FitWidth(*spider_.chart(), tables::TableWidthForChart(steps_.table()));
+    for (const StepTable::Block& block : drawn_)
+      steps_.fill_range(*spider_.ranges.Add(block.input), block, Quantity::kChange);
+    if (!drawn_.empty()) spider_.spider(sheet);
   }
 
  private:
-  // What can be drawn of one input: nothing without a base value to count changes from.
-  StepTable::Steps drawn_steps(const StepTable::Block& block) const {
-    if (!steps_.has_base(block)) return {};
-    return steps_.drawable_steps(block, Quantity::kChange, false);
-  }
-
-  std::int32_t count_lines() const {
-    const auto& blocks = steps_.blocks();
-    return static_cast<std::int32_t>(std::count_if(
-        blocks.begin(), blocks.end(), [&](const auto& block) { return drawn_steps(block).count > 0; }));
-  }
-
-  void add_ranges() {
-    for (const StepTable::Block& block : steps_.blocks()) {
-      const StepTable::Steps steps = drawn_steps(block);
-      if (steps.count > 0)
-        steps_.fill_range(*spider_.ranges.Add(block.input), block, steps, Quantity::kChange);
-    }
-  }
-
   session::Session& session_;
-  const model::DralInputOutput& output_;
   StepTable& steps_;
+  std::vector<StepTable::Block> drawn_;
   OrdvaneGSpider spider_;
 };
 
@@ -96,7 +83,7 @@ std::int32_t OrdvaneGSpider::spider(tables::ReportSheet& PER) {
 
   chart_->SetTitle(chart_title);
   chart_->SetChartOption(0);
-  finish(kTickLabelFormat);
+  finish(kTickLabelFormat, kTickLabelFormat);
   return status;
 }
 

@@ -1,5 +1,5 @@
 // What the charts over a step table share: their texts, the ranges they draw, and the chart once it has its
-// room on the sheet.
+// room on the sheet; and the words about what they cannot draw.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 #include <string>
 
 #include "graphs/chart_helpers.h"
+#include "graphs/step_table.h"
 #include "model/graph_ranges.h"
-#include "model/input_output.h"
 #include "session/session.h"
 #include "tables/report_workbook.h"
 
@@ -26,8 +26,8 @@ class StepChart {
  protected:
   explicit StepChart(session::Session& session) : session_(session) {}
   void add_series(const model::OrdvaneGraphRange& range);
-  // Axes of automatic bounds, and the watermark. An empty format leaves the figures as the cells have them.
-  void finish(const std::string& tick_label_format);
+  // Axes around what is drawn, in these formats (English codes), and the watermark.
+  void finish(const std::string& x_format, const std::string& y_format);
 
   session::Session& session_;
   Extent extent_;
@@ -37,7 +37,19 @@ class StepChart {
 // Width in points; a host that refuses keeps the chart as it is.
 void FitWidth(tables::ReportChart& chart, double width);
 
-// Why there is no chart: that there is none (a string id), and on the next line what its changes lack.
-std::string NoBaseMessage(session::Session& session, std::int16_t none, const model::DralInputOutput& output);
+// String ids of the lines at a graph.
+struct StepGraphTexts {
+  std::int16_t drawn;                                // what the graph draws of the inputs
+  std::int16_t base_zero, base_invalid, no_results;  // filled with a list of inputs that it cannot draw
+};
+
+// Lines below what the sheet holds so far: which inputs the graph does not draw, and why; and which steps
+// failed or leave out the base value.
+void WriteStepGraphLines(session::Session& session, tables::ReportSheet& sheet, const StepTable& steps,
+                         Quantity quantity, const StepGraphTexts& texts);
+
+// Why a graph cannot draw any input: that there is none (a string id), and on the next line what is missing.
+std::string NoGraphMessage(session::Session& session, std::int16_t none, const StepTable& steps,
+                           Quantity quantity);
 
 }  // namespace ordvane::graphs

@@ -2,9 +2,11 @@
 #include "graphs/step_table.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "graphs/graph_sheet.h"
+#include "tables/look.h"
+#include "tables/step_remarks.h"
+#include "tables/text_estimate.h"
 #include "tables/utils.h"
 #include "text/edit.h"
 #include "text/utf16.h"
@@ -31,7 +33,12 @@ constexpr std::int32_t kHeaderRows = 2;
 constexpr std::int32_t kItemColumns = 3;  // value, change, change in percent
 constexpr std::int32_t kMostRows = 65525;
 constexpr std::int32_t kSeriesNameLimit = 25;
+
+// String ids.
 constexpr std::int16_t kTableFull = 114;
+constexpr std::int16_t kCaptionOfCell = 530;
+constexpr std::int16_t kInputBaseInvalid = 536;
+constexpr std::int16_t kOutputBaseInvalid = 537;
 
 }  // namespace
 
@@ -48,7 +55,10 @@ StepTable::StepTable(session::Session& session, const model::Records& inputs,
     const std::int32_t rows = std::min(inputs(i).numSteps, kMostRows - rows_);
     truncated_ = truncated_ || rows < inputs(i).numSteps;
     if (rows == 0) continue;
-    blocks_.push_back({.input = i, .first_row = rows_ + 1, .rows = rows});
+    blocks_.push_back({.input = i,
+                       .first_row = rows_ + 1,
+                       .rows = rows,
+                       .facts = model::step_facts(inputs(i), output_index, output.BaseValue())});
     rows_ += rows;
   }
 }
@@ -65,48 +75,60 @@ double StepTable::output_value(const Block& block, std::int32_t step) const {
   return input(block).OutputValuesCalculated(output_index_, step);
 }
 
-bool StepTable::has_base(const Block& block) const {
-  const double base = input(block).BaseValue();
-  return base != 0 && output_.rules().is_usable(base);
-}
-
-bool StepTable::is_drawable(const Block& block, std::int32_t step, Quantity quantity) const {
+std::optional<StepTable::Point> StepTable::point(const Block& block, std::int32_t step,
+                                                 Quantity quantity) const {
   const model::NumberRules& rules = output_.rules();
-  const double value = output_value(block, step);
-  return rules.is_usable(quantity == Quantity::kValue ? value
-                                                      : rules.fractional_change(value, output_.BaseValue()));
+  Point point = {input_value(block, step), output_value(block, step)};
+  if (quantity == Quantity::kChange)
+    point = {rules.fractional_change(point.x, input(block).BaseValue()),
+             rules.fractional_change(point.y, output_.BaseValue())};
+  return rules.is_usable(point.x) && rules.is_usable(point.y) ? std::optional(point) : std::nullopt;
 }
 
-StepTable::Steps StepTable::drawable_steps(const Block& block, Quantity quantity, bool with_errors) const {
+StepTable::Steps StepTable::drawable_steps(const Block& block, Quantity quantity) const {
   Steps steps;
-  bool any = false;
+  std::int32_t drawable = 0;
   for (std::int32_t step = 1; step <= block.rows; ++step) {
-    const bool drawable = is_drawable(block, step, quantity);
-    any = any || drawable;
-    if (!drawable && !(with_errors && output_.rules().is_error(output_value(block, step)))) continue;
-    if (steps.count == 0) steps.first = step;
+    if (!point(block, step, quantity)) continue;
+    if (drawable++ == 0) steps.first = step;
     steps.count = step - steps.first + 1;
   }
-  return any ? steps : Steps{};
+  steps.has_gaps = drawable < steps.count;
+  return steps;
+}
+
+Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
+  const model::NumberRules& rules = output_.rules();
+  const bool changes = quantity == Quantity::kChange;
+  const double base = input(block).BaseValue(), output_base = output_.BaseValue();
+  if (changes && (output_base == 0 || !rules.is_usable(output_base))) return Obstacle::kOutputBase;
+  if (session_.leaves_out_inputs_without_effect && block.facts.without_effect()) return Obstacle::kNoEffect;
+  if (changes && base == 0) return Obstacle::kBaseZero;
+  if (changes && !rules.is_usable(base)) return Obstacle::kBaseInvalid;
+  return drawable_steps(block, quantity).count == 0 ? Obstacle::kNoResults : Obstacle::kNone;
+}
+
+std::string StepTable::caption(const StepTableTexts& texts) const {
+  const auto mode = model::OrdvaneRangeMode{range_mode_};
+  return session_.text(output_.has_name() ? texts.caption : kCaptionOfCell,
+                       output_.NameOrQualifiedCellAddressName(mode));
 }
 
 void StepTable::write(tables::ReportSheet& sheet, const StepTableTexts& texts) {
-  table_ = sheet.AddTable(rows_, column(kColumns), kHeaderRows, 0,
-                          session_.text(texts.caption, output_.NameOrQualifiedCellAddressName(
-                                                           model::OrdvaneRangeMode{range_mode_})),
+  table_ = sheet.AddTable(rows_, column(kColumns), kHeaderRows, 0, caption(texts),
                           session_.text(texts.subcaption));
   write_headers();
   for (const Block& block : blocks_) {
-    write_block(block);
+    write_block(block, texts);
     tables::CheckUserCancel(session_);
   }
   for (const Column last : {kStep, kInputFraction})
     table_->AddColumnRule(column(last), -1, tables::kRuleLineStyle, tables::kRuleWeight,
                           tables::kRuleColorIndex);
-  add_note(input_base_zero_, texts.input_base_zero);
-  add_note(output_base_zero_, texts.output_base_zero);
-  add_note(invalid_, texts.invalid);
-  if (truncated_) add_note(Place{0, column(kStep)}, kTableFull);
+  fit_names();
+  add_base_note(without_output_change_, output_, texts.output_base_zero, kOutputBaseInvalid);
+  add_note(invalid_, session_.text(texts.invalid));
+  if (truncated_) add_note(Place{0, column(kStep)}, session_.text(kTableFull));
 }
 
 void StepTable::write_headers() {
@@ -130,45 +152,51 @@ void StepTable::write_headers() {
   AddHeaderGroup(*table_, 1, column(kOutputValue), 1, kItemColumns, session_.CommonString(11));
 }
 
-void StepTable::write_block(const Block& block) {
+void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   const model::DralInputOutput& in = input(block);
   host::CellBlock cells(block.rows, column(kColumns));
   if (range_mode_ == model::OrdvaneRangeBookMode) cells.set_text(1, 1, in.bookName);
   if (range_mode_ != model::OrdvaneRangeCellMode) cells.set_text(1, range_mode_, in.sheetName);
   cells.set_text(1, column(kName), ItemLabel(in));
   cells.set_text(1, column(kCell), in.cellAddress);
+  std::optional<Place> without_change;
+  const auto keep_first = [](std::optional<Place>& first, const std::optional<Place>& place) {
+    if (!first) first = place;
+  };
   for (std::int32_t step = 1; step <= block.rows; ++step) {
     cells.set_number(step, column(kStep), step);
-    fill_item(cells, block, step, column(kInputValue), input_value(block, step), in,
-              model::OrdvaneDivisorInput);
-    fill_item(cells, block, step, column(kOutputValue), output_value(block, step), output_,
-              model::OrdvaneDivisorOutput);
+    keep_first(without_change,
+               fill_item(cells, block, step, column(kInputValue), input_value(block, step), in));
+    keep_first(without_output_change_,
+               fill_item(cells, block, step, column(kOutputValue), output_value(block, step), output_));
   }
   table_->PutBody(block.first_row, cells);
   format_item(block, column(kInputValue), in);
   format_item(block, column(kOutputValue), output_);
   merge_places(block);
+  add_base_note(without_change, in, texts.input_base_zero, kInputBaseInvalid);
+  const std::string note = tables::StepNote(session_, block.facts);
+  if (!note.empty()) add_note(Place{block.first_row, column(kName)}, note);
 }
 
-void StepTable::fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
-                          std::int32_t first_column, double value, const model::DralInputOutput& item,
-                          model::OrdvaneDivisorType kind) {
+std::optional<StepTable::Place> StepTable::fill_item(host::CellBlock& cells, const Block& block,
+                                                     std::int32_t step, std::int32_t first_column,
+                                                     double value, const model::DralInputOutput& item) {
   const model::NumberRules& rules = output_.rules();
   const double base = item.BaseValue();
-  const bool measurable = rules.is_usable(value) && rules.is_usable(base);
-  const double change = measurable ? value - base : rules.missing_number();
-  const struct { double shown, divisor; } cells_of_item[] = {{value, 1.0}, {change, 1.0}, {change, base}};
-  std::int32_t offset = 0;
-  for (const auto& [shown, divisor] : cells_of_item) {
-    const Place place = {step, first_column + offset++};
+  const double figures[] = {value, rules.difference(value, base), rules.fractional_change(value, base)};
+  std::optional<Place> without_change;
+  for (std::int32_t offset = 0; const double figure : figures) {
+    const Place place = {block.first_row + step - 1, first_column + offset++};
     std::int32_t flags = 0;
-    tables::FormatTableValue(rules, cells, place.row, place.column, shown, flags, divisor, kind);
+    tables::FormatTableValue(rules, cells, step, place.column, figure, flags, 1.0,
+                             model::OrdvaneDivisorInputOrOutput);
     if (flags == 0) continue;
-    auto& first = !measurable || base != 0             ? invalid_
-                  : kind == model::OrdvaneDivisorInput ? input_base_zero_
-                                                       : output_base_zero_;
-    if (!first) first = {block.first_row + step - 1, place.column};
+    const bool lacks_base = base == 0 || !rules.is_usable(base);
+    auto& first = rules.is_usable(value) && lacks_base ? without_change : invalid_;
+    if (!first) first = place;
   }
+  return without_change;
 }
 
 void StepTable::format_item(const Block& block, std::int32_t first_column,
@@ -190,18 +218,59 @@ void StepTable::merge_places(const Block& block) {
                      tables::kRuleColorIndex);
 }
 
-void StepTable::add_note(const std::optional<Place>& place, std::int16_t text) {
-  if (place) table_->AddTableNote(place->row, place->column, session_.CommonString(12), session_.text(text));
+// A name with more lines than its input has steps.
+void StepTable::fit_names() {
+  constexpr double kMargin = 8;  // points beside a name
+  constexpr double kLine = 13.5;
+  table_->Settle();
+  for (const Block& block : blocks_) {
+    const model::DralInputOutput& in = input(block);
+    std::int32_t lines = 1;
+    const auto count_lines = [&](std::int32_t place, const std::string& text) {
+      const auto cell = table_->Body(block.first_row, place);
+      lines = std::max(lines, tables::wrapped_lines(text, cell->width() - kMargin, tables::look::kBodySize));
+      if (block.rows == 1) cell->set_wrap_text(true);
+    };
+    if (range_mode_ == model::OrdvaneRangeBookMode) count_lines(1, in.bookName);
+    if (range_mode_ != model::OrdvaneRangeCellMode) count_lines(range_mode_, in.sheetName);
+    count_lines(column(kName), ItemLabel(in));
+    const double missing = (lines - block.rows) * kLine;
+    if (missing <= 0) continue;
+    const auto last = table_->Body(block.first_row + block.rows - 1, 1);
+    last->set_row_height(tables::look::kBodyRowHeight + missing);
+  }
 }
 
-void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, const Steps& steps,
-                           Quantity quantity) {
+void StepTable::add_note(const std::optional<Place>& place, const std::string& text) {
+  if (place) table_->AddTableNote(place->row, place->column, session_.CommonString(12), text);
+}
+
+void StepTable::add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
+                              std::int16_t zero, std::int16_t invalid) {
+  if (place) add_note(place, session_.text(item.BaseValue() == 0 ? zero : invalid));
+}
+
+void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity) {
+  const Steps steps = drawable_steps(block, quantity);
   const bool values = quantity == Quantity::kValue;
   const std::int32_t row = block.first_row + steps.first - 1;
   range.set_numValues(steps.count);
   range.set_rName(SeriesName(input(block)));
-  range.set_xValues(table_->Body(row, column(values ? kInputValue : kInputFraction), steps.count));
-  range.set_yValues(table_->Body(row, column(values ? kOutputValue : kOutputFraction), steps.count));
+  if (!steps.has_gaps) {
+    range.set_xValues(table_->Body(row, column(values ? kInputValue : kInputFraction), steps.count));
+    range.set_yValues(table_->Body(row, column(values ? kOutputValue : kOutputFraction), steps.count));
+    return;
+  }
+  host::CellBlock points(steps.count, 2);
+  for (std::int32_t i = 1; i <= steps.count; ++i) {
+    const auto drawn = point(block, steps.first + i - 1, quantity);
+    if (!drawn) continue;
+    points.set_number(i, 1, drawn->x);
+    points.set_number(i, 2, drawn->y);
+  }
+  const auto cells = table_->PutOutOfSight(row, points);
+  range.set_xValues(cells->resize(steps.count, 1));
+  range.set_yValues(cells->offset(0, 1)->resize(steps.count, 1));
 }
 
 std::string SeriesName(const model::DralInputOutput& input) {

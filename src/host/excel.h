@@ -66,6 +66,8 @@ enum class MarkerStyle : std::int32_t {
   kCircle = 8,
   kPlus = 9,
 };
+// What a chart draws for an empty cell of a line of points.
+enum class BlankCells : std::int32_t { kNotPlotted = 1, kZero = 2, kInterpolated = 3 };
 enum class LegendPosition : std::int32_t { kRight = -4152, kBottom = -4107, kTop = -4160, kLeft = -4131 };
 enum class LabelPosition : std::int32_t {
   kAbove = 0,
@@ -335,6 +337,7 @@ class Chart {
   virtual void set_overlap(std::int32_t percent) = 0;
   // Cells in hidden rows and columns are drawn too when false.
   virtual void set_plot_visible_only(bool visible_only) = 0;
+  virtual void set_display_blanks_as(BlankCells shown) = 0;
 
   // A text over the chart, placed in points within it.
   virtual void add_text_box(double left, double top, double width, double height, const std::string& text,

@@ -47,15 +47,19 @@ double RoundStep::times(double count) const {
   return exponent < 0 ? multiple / power_of_ten(-exponent) : multiple * power_of_ten(exponent);
 }
 
-// Rounding may leave a multiple a hair on the wrong side of the value.
+// Rounding may leave a quotient a hair on the wrong side of a whole number.
 double RoundStep::not_above(double value) const {
-  const double count = std::floor(value / times(1));
-  return times(times(count) > value ? count - 1 : count);
+  double count = std::floor(value / times(1));
+  if (times(count) > value) --count;
+  if (times(count + 1) <= value) ++count;
+  return times(count);
 }
 
 double RoundStep::not_below(double value) const {
-  const double count = std::ceil(value / times(1));
-  return times(times(count) < value ? count + 1 : count);
+  double count = std::ceil(value / times(1));
+  if (times(count) < value) ++count;
+  if (times(count - 1) >= value) --count;
+  return times(count);
 }
 
 }  // namespace ordvane::model

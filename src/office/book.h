@@ -229,6 +229,7 @@ struct ChartModel {
   AxisModel axes[2][2];
   std::int32_t gap_width = 150, overlap = 0;
   bool plot_visible_only = true;
+  host::BlankCells blank_cells = host::BlankCells::kNotPlotted;
   std::vector<TextBoxModel> text_boxes;
 };
 

@@ -401,6 +401,7 @@ class ChartHandle final : public host::Chart {
     model().overlap = percent;
   }
   void set_plot_visible_only(bool visible_only) override { model().plot_visible_only = visible_only; }
+  void set_display_blanks_as(host::BlankCells shown) override { model().blank_cells = shown; }
 
   void add_text_box(double left, double top, double width, double height, const std::string& text,
                     const host::FontFormat& font) override {

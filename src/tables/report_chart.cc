@@ -19,23 +19,6 @@ using host::AxisGroup;
 using host::AxisType;
 using host::LabelPosition;
 
-// Eight colours that colour-blind readers tell apart, then the same with other markers and lines.
-constexpr std::array<host::Color, 8> kSeriesColors = {0x993333, 0x005ED5, 0x739E00, 0x009FE6,
-                                                      0xA779CC, 0xE9B456, 0x333333, 0x3C6E9B};
-struct SeriesLook {
-  host::MarkerStyle marker;
-  host::LineStyle line;
-  bool hollow;
-};
-constexpr std::array<SeriesLook, 4> kSeriesLooks = {
-    {{host::MarkerStyle::kCircle, host::LineStyle::kContinuous, false},
-     {host::MarkerStyle::kSquare, host::LineStyle::kDash, false},
-     {host::MarkerStyle::kTriangle, host::LineStyle::kContinuous, true},
-     {host::MarkerStyle::kDiamond, host::LineStyle::kDash, true}}};
-constexpr double kSeriesWidth = 1.5;
-constexpr std::int32_t kMarkerSize = 5;
-constexpr host::Color kWhite = 0xFFFFFF;
-
 constexpr std::int32_t kBarGap = 50;        // percent of a bar
 constexpr std::int32_t kFullOverlap = 100;  // stacked
 constexpr host::Color kDefaultBarColor = look::kAccent;
@@ -170,26 +153,6 @@ ReportChart::ReportChart(ReportSheet& sheet, std::shared_ptr<host::ChartObject> 
     : sheet_(sheet), container_(std::move(container)), chart_(container_->chart()), kind_(kind) {
   chart_->set_kind(has_bars() ? host::ChartKind::kBarStacked : host::ChartKind::kXYScatterLines);
   chart_->set_has_legend(false);
-}
-
-void ReportChart::AddSeries(host::Range& x_values, host::Range& y_values, const std::string& name) {
-  const auto series = chart_->new_series();
-  const auto index = static_cast<std::size_t>(chart_->series_count() - 1);
-  series->set_name(name);
-  series->set_values(y_values);
-  series->set_x_values(x_values);
-  const host::Color color = kSeriesColors[index % kSeriesColors.size()];
-  const SeriesLook& style = kSeriesLooks[index / kSeriesColors.size() % kSeriesLooks.size()];
-  series->set_border({.line_style = static_cast<std::int32_t>(style.line), .color = color});
-  series->set_line_width(kSeriesWidth);
-  series->set_marker(style.marker, kMarkerSize, color, style.hollow ? kWhite : color);
-  if (index == 0 && kind_ == kSpiderKind) apply_legend();
-}
-
-void ReportChart::apply_legend() {
-  chart_->set_has_legend(true);
-  chart_->set_legend_position(host::LegendPosition::kRight);
-  chart_->set_legend_font(look::font(look::kSmallSize, look::kText));
 }
 
 void ReportChart::SetTitle(const std::string& text) {
@@ -492,6 +455,7 @@ void ReportChart::SetXAxis(const std::string& title, double minimum, double maxi
   axis->set_major_tick_mark(host::kXlNone);
   axis->set_tick_label_position(has_bars() ? host::TickLabelPosition::kNextToAxis
                                            : host::TickLabelPosition::kLow);
+  x_axis_ = {title, format, is_automatic(minimum) && is_automatic(maximum) && is_automatic(major_unit)};
 }
 
 void ReportChart::SetYAxis(const std::string& title, double minimum, double maximum, double major_unit,
@@ -503,41 +467,15 @@ void ReportChart::SetYAxis(const std::string& title, double minimum, double maxi
   axis->set_border(look::rule(host::LineWeight::kThin, look::kRule));
   axis->set_major_tick_mark(host::kXlNone);
   axis->set_tick_label_position(host::TickLabelPosition::kLow);
-}
-
-void ReportChart::SetWatermark(const std::string& primary, const std::string& secondary,
-                               const std::string& click_macro) {
-  // In a corner of the plot, clear of a legend at the right and of what a narrower chart cuts off.
-  constexpr double kPrimarySize = 12;
-  constexpr double kSecondarySize = 8;
-  constexpr double kBoxInset = 24;
-  constexpr double kNarrowestChart = 376;
-  const bool legend = kind_ == kSpiderKind;
-  const double right = std::min(container_->width(), kNarrowestChart) * (legend ? 0.62 : 0.94);
-  double bottom = container_->height() - kRoomBelowBars - kRoomForAxisTitle - 8;
-  const auto place = [&](const std::string& text, double size) {
-    if (text.empty()) return;
-    double widest = 0;
-    for (std::size_t at = 0; at < text.size();) {
-      const std::size_t end = std::min(text.find('\n', at), text.size());
-      widest = std::max(widest, estimated_width(std::string_view(text).substr(at, end - at), size, true));
-      at = end + 1;
-    }
-    const double width = std::min(widest + kBoxInset, right);
-    const double height = wrapped_lines(text, width, size, true) * size * kTitleLine + 10;
-    bottom -= height;
-    chart_->add_text_box(right - width, bottom, width, height, text,
-                         look::font(size, look::kWatermark, size == kPrimarySize));
-  };
-  place(secondary, kSecondarySize);
-  place(primary, kPrimarySize);
-  if (sheet_.session().environment->add_in_present() && !click_macro.empty())
-    container_->set_on_action(click_macro);
+  y_axis_ = {title, format, is_automatic(minimum) && is_automatic(maximum) && is_automatic(major_unit)};
 }
 
 void ReportChart::FinishChart() {
   apply_title();
-  if (!has_bars()) return;
+  if (!has_bars()) {
+    host::ignoring_errors([&] { lay_out_points(); });
+    return;
+  }
   // A chart that will not be told its places finds them itself.
   host::ignoring_errors([&] { place_plot_area(); });
   if (!color_key_.empty()) host::ignoring_errors([&] { add_color_key(); });
@@ -559,8 +497,13 @@ double ReportChart::plot_height() const {
   return std::max(container_->height() - plot_top() - below, 1.0);
 }
 
+ReportChart::Box ReportChart::bars_box() {
+  return {longest_name_ + kRoomBesideNames, plot_top(), bars_width(), plot_height()};
+}
+
 void ReportChart::place_plot_area() {
-  chart_->set_plot_area_inside(longest_name_ + kRoomBesideNames, plot_top(), bars_width(), plot_height());
+  const Box box = bars_box();
+  chart_->set_plot_area_inside(box.left, box.top, box.width, box.height);
 }
 
 }  // namespace ordvane::tables

@@ -5,6 +5,7 @@
 
 #include "tables/look.h"
 #include "tables/report_workbook.h"
+#include "tables/table_parts.h"
 #include "tables/text_estimate.h"
 
 namespace ordvane::tables {
@@ -76,7 +77,7 @@ std::shared_ptr<ReportTable> ReportSheet::AddTable(std::int32_t rows, std::int32
                                                    const std::string& caption,
                                                    const std::string& subcaption) {
   settle_tables();
-  if (lines_.contains(next_row_ - 1)) ++next_row_;
+  keep_clear_of_line();
   auto table = std::make_shared<ReportTable>(*this, next_row_, rows, columns, header_rows, row_header_columns,
                                              caption, subcaption);
   tables_.push_back(table);
@@ -97,12 +98,38 @@ ReportSheet::Room ReportSheet::take_room(double height) {
   return {std::exchange(next_row_, next_row_ + rows), rows};
 }
 
+void ReportSheet::PlaceChartsSideBySide(std::int32_t charts) {
+  charts_in_row_ = charts;
+  placed_in_row_ = 0;
+}
+
+// Whether a chart of this height can stand to the right of the last one.
+bool ReportSheet::has_place_beside(double height) {
+  if (placed_in_row_ == 0 || placed_in_row_ >= charts_in_row_ || charts_.empty()) return false;
+  const ReportChart& last = *charts_.back();
+  return last.room_row_ + last.room_rows_ == next_row_ && height <= last.container_->height();
+}
+
 std::shared_ptr<ReportChart> ReportSheet::AddChart(std::int32_t kind, double width, double height) {
   settle_tables();
-  const Room room = take_room(height);
+  keep_clear_of_line();
+  // What stands above a chart has its height by then: not every host moves charts with their cells.
+  if (!tables_.empty()) fit_lines();
+  Room room;
+  double left = 0;
+  if (has_place_beside(height)) {
+    const ReportChart& last = *charts_.back();
+    room = {last.room_row_, last.room_rows_};
+    left = last.container_->left() + last.container_->width() + kBetweenCharts;
+    ++placed_in_row_;
+  } else {
+    room = take_room(height);
+    placed_in_row_ = 1;
+  }
   const auto cell = worksheet_->range(room.row, 1, 1, 1);
   auto chart = std::make_shared<ReportChart>(
-      *this, worksheet_->add_chart(cell->left(), cell->top() + kFrameWidth, width, height), kind);
+      *this, worksheet_->add_chart(std::max(left, cell->left()), cell->top() + kFrameWidth, width, height),
+      kind);
   chart->room_row_ = room.row;
   chart->room_rows_ = room.rows;
   charts_.push_back(chart);
@@ -113,6 +140,8 @@ void ReportSheet::RemoveChart(const std::shared_ptr<ReportChart>& chart) {
   chart->Container()->remove();
   std::erase(charts_, chart);
   const Room room = {chart->room_row_, chart->room_rows_};
+  const auto shares_room = [&](const auto& other) { return other->room_row_ == room.row; };
+  if (std::any_of(charts_.begin(), charts_.end(), shares_room)) return;
   if (room.row + room.rows == next_row_)
     next_row_ = room.row;
   else
@@ -136,13 +165,25 @@ void ReportSheet::AddCellNote(host::Range& cell, const std::string& heading, con
   cell.add_comment(note);
 }
 
-void ReportSheet::AddLine(const std::string& text) {
+std::shared_ptr<host::Range> ReportSheet::AddLine(const std::string& text) {
   settle_tables();
-  const auto cell = NextCell();
+  auto cell = NextCell();
   cell->set_number_format("@");
   cell->set_value(text);
   cell->set_font(look::font(look::kSmallSize, look::kMuted));
   lines_[next_row_++] = text;
+  return cell;
+}
+
+// A line belongs to what is above it.
+void ReportSheet::keep_clear_of_line() {
+  if (lines_.contains(next_row_ - 1)) ++next_row_;
+}
+
+void ReportSheet::PutLink(host::Range& cell, std::int32_t row, const std::string& text) {
+  cell.set_number_format("General");  // a formula in a text cell would be shown, not followed
+  cell.set_formula(LinkFormula(worksheet_->name(), row, text));
+  cell.set_font({.color = look::kAccent});
 }
 
 // A cell that is merged has no height of its own accord.
@@ -155,6 +196,7 @@ void ReportSheet::fit_lines() {
     cells->set_wrap_text(true);
     if (lines > 1) cells->set_row_height(look::kBodyRowHeight + (lines - 1) * look::kHeaderLineHeight);
   }
+  lines_.clear();
 }
 
 std::int32_t ReportSheet::last_column() const {

@@ -131,6 +131,17 @@ std::shared_ptr<host::Range> ReportTable::Body(std::int32_t row, std::int32_t co
   return cells(body_row() + row - 1, body_column() + column - 1, rows, columns);
 }
 
+std::shared_ptr<host::Range> ReportTable::PutOutOfSight(std::int32_t first_row,
+                                                        const host::CellBlock& figures) {
+  if (hidden_column_ == 0) {
+    hidden_column_ = sheet_.take_helper_columns(figures.columns());
+    cells(body_row(), hidden_column_, 1, figures.columns())->set_columns_hidden(true);
+  }
+  auto place = cells(body_row() + first_row - 1, hidden_column_, figures.rows(), figures.columns());
+  place->put(figures);
+  return place;
+}
+
 std::shared_ptr<host::Range> ReportTable::Header(std::int32_t row, std::int32_t column, std::int32_t rows,
                                                  std::int32_t columns) {
   return cells(header_row() + row - 1, body_column() + column - 1, rows, columns);

@@ -5,6 +5,7 @@
 
 #include "tables/look.h"
 #include "tables/step_remarks.h"
+#include "tables/table_parts.h"
 #include "text/utf16.h"
 
 namespace ordvane::tables {
@@ -30,21 +31,6 @@ host::CellValue line_of(const ReportSheet& report, const std::string& label) {
   for (const TitleLine& line : report.title_lines())
     if (line.label == label) return line.value;
   return {};
-}
-
-std::string doubled(const std::string& text, char quote) {
-  std::string result;
-  for (const char c : text) {
-    result += c;
-    if (c == quote) result += c;
-  }
-  return result;
-}
-
-// A formula that shows the sheet's name and leads to its first cell.
-std::string link_to(const std::string& sheet) {
-  return "=HYPERLINK(\"" + doubled("#'" + doubled(sheet, '\'') + "'!A1", '"') + "\",\"" +
-         doubled(sheet, '"') + "\")";
 }
 
 std::string numbered(const std::string& name, std::int32_t copy) {
@@ -183,8 +169,10 @@ void ReportWorkbook::add_contents() {
   const auto links = table->Body(1, 1, rows);
   links->set_number_format("General");  // a formula in a text cell would be shown, not followed
   links->set_font({.color = look::kAccent});
-  for (std::int32_t row = 1; const auto& report : reports)
-    table->Body(row++, 1)->set_formula(link_to(report->SheetWorksheet()->name()));
+  for (std::int32_t row = 1; const auto& report : reports) {
+    const std::string name = report->SheetWorksheet()->name();
+    table->Body(row++, 1)->set_formula(LinkFormula(name, 1, name));
+  }
   sheet->FinishSheet();
   sheet->SheetWorksheet()->range("a1")->select();
   sheet->SheetWorksheet()->move_before(first);

@@ -35,6 +35,7 @@ inline constexpr std::int32_t kRuleWeight = 2;
 inline constexpr std::int32_t kRuleColorIndex = 15;
 inline constexpr double kNameColumnWidth = 22.0;  // characters
 inline constexpr double kFitColumn = -1.0;
+inline constexpr double kBetweenCharts = 12.0;  // points, side by side
 
 // One line of a title block: a label, and a value beside it.
 struct TitleLine {
@@ -124,6 +125,8 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
                                         const std::string& subcaption);
   // Kinds: 33 spider graph and message chart, 34 sensitivity graph, 64 tornado. Sizes in points.
   std::shared_ptr<ReportChart> AddChart(std::int32_t kind, double width, double height);
+  // Charts that are added from here on stand side by side, so many a row.
+  void PlaceChartsSideBySide(std::int32_t charts);
   // Takes a chart away again and gives its room back.
   void RemoveChart(const std::shared_ptr<ReportChart>& chart);
   // Height in points at which this many bars read well.
@@ -131,8 +134,11 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   // The cell below what the sheet holds so far.
   std::shared_ptr<host::Range> NextCell();
   void AddCellNote(host::Range& cell, const std::string& heading, const std::string& text);
-  // A quiet line below what the sheet holds so far. It wraps at the width of the finished sheet.
-  void AddLine(const std::string& text);
+  // A quiet line below what the sheet holds so far. It wraps at the width of the finished sheet. Returns its
+  // first cell.
+  std::shared_ptr<host::Range> AddLine(const std::string& text);
+  // Makes a cell lead to a row of the sheet.
+  void PutLink(host::Range& cell, std::int32_t row, const std::string& text);
   void FinishSheet();
 
   session::Session& session() const { return session_; }
@@ -147,6 +153,9 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
 
   void settle_tables();
   Room take_room(double height);
+  void keep_clear_of_line();
+  bool has_place_beside(double height);
+  bool is_out_of_sight(host::Range& cells) const { return cells.column() > last_column(); }
   std::int32_t take_helper_columns(std::int32_t count);
   std::int32_t last_column() const;
   void fit_title_block();
@@ -174,10 +183,11 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::shared_ptr<host::Worksheet> worksheet_;
   std::string title_;
   std::vector<TitleLine> title_lines_;
-  std::map<std::int32_t, std::string> lines_;  // by row
+  std::map<std::int32_t, std::string> lines_;  // by row, those not yet fitted
   std::vector<std::shared_ptr<ReportTable>> tables_;
   std::map<std::int32_t, double> settled_widths_;  // by column, characters
   std::vector<std::shared_ptr<ReportChart>> charts_;
+  std::int32_t charts_in_row_ = 1, placed_in_row_ = 0;
   std::int32_t helper_column_ =
       0;  // first free column for the hidden figures that charts draw from; 0: none yet
   std::map<std::pair<std::int32_t, std::int32_t>, std::string> notes_;  // by row and column
@@ -228,6 +238,9 @@ class ReportTable {
   // Cells of the body, from (row, column).
   std::shared_ptr<host::Range> Body(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
                                     std::int32_t columns = 1);
+  // Figures that only charts draw from, beside body rows from `first_row` on, in hidden columns. Every block
+  // has as many columns as the first one.
+  std::shared_ptr<host::Range> PutOutOfSight(std::int32_t first_row, const host::CellBlock& figures);
   // Cells of the header block.
   std::shared_ptr<host::Range> Header(std::int32_t row, std::int32_t column, std::int32_t rows = 1,
                                       std::int32_t columns = 1);
@@ -264,6 +277,7 @@ class ReportTable {
   ReportSheet& sheet_;
   std::int32_t first_row_;  // sheet row of the caption
   std::int32_t rows_, columns_, header_rows_, row_header_columns_;
+  std::int32_t hidden_column_ = 0;  // sheet column of the first figure out of sight; 0: there are none
   std::int32_t identity_columns_, least_identity_columns_;
   bool has_caption_, has_subcaption_;
   bool wraps_names_ = false;
@@ -337,7 +351,6 @@ class ReportChart {
   bool has_bars() const { return kind_ == kBarsKind; }
   void apply_title();
   void add_color_key();
-  void apply_legend();
   void set_axis(host::Axis& axis, const std::string& title, double minimum, double maximum, double major_unit,
                 const std::string& format);
   std::shared_ptr<host::Range> fitted_names(host::Range& names, const std::vector<std::int32_t>& rows);
@@ -345,6 +358,11 @@ class ReportChart {
   double bars_width();
   double plot_top() const;
   double plot_height() const;
+  // A place within the chart, points.
+  struct Box {
+    double left = 0, top = 0, width = 0, height = 0;
+  };
+  Box bars_box();
   void place_plot_area();
   void add_bar_series(const std::string& name, bool seen, host::Range& figures, host::Range& names);
   void read_bar_ends(const host::CellBlock& low, const host::CellBlock& high,
@@ -360,6 +378,24 @@ class ReportChart {
                    host::LabelPosition position);
   std::int32_t part_at(double end, bool is_right) const;
 
+  // ---- Points ----
+  struct Point {
+    double x, y;
+  };
+  // An axis as it was asked for.
+  struct AskedAxis {
+    std::string title, format;
+    bool automatic = false;
+  };
+  std::string legend_name(const std::string& name);
+  void show_legend();
+  void keep_points(const host::CellBlock& x, const host::CellBlock& y);
+  AxisTicks point_ticks(const AskedAxis& axis, double Point::*coordinate, const AxisRoom& room) const;
+  double titles_height() const;
+  void lay_out_points();
+  std::vector<Box> marks();
+  Box quiet_corner(double width, double height);
+
   static constexpr std::int32_t kBarsKind = 64;
   static constexpr std::int32_t kSpiderKind = 33;
 
@@ -372,6 +408,10 @@ class ReportChart {
   std::vector<ColorKey> color_key_;
   double longest_name_ = 0;  // width of the longest name in the legend or beside the bars, points
   std::optional<AxisTicks> bar_ticks_;
+  std::vector<std::vector<Point>> lines_;  // pieces of the lines, without the gaps between them
+  AskedAxis x_axis_, y_axis_;
+  AxisTicks x_ticks_, y_ticks_;
+  std::optional<Box> points_box_;
   std::optional<double> bar_crossing_, split_;
   struct BarEnds {
     double left, right;

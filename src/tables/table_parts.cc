@@ -17,6 +17,15 @@ constexpr std::int16_t kAddressHeading = 102;
 // cache.
 constexpr std::int32_t kCellsPerBlock = 1 << 16;
 
+std::string doubled(const std::string& text, char quote) {
+  std::string result;
+  for (const char c : text) {
+    result += c;
+    if (c == quote) result += c;
+  }
+  return result;
+}
+
 }  // namespace
 
 std::string ItemLabel(const model::DralInputOutput& item) {
@@ -42,6 +51,11 @@ void FormatValuesAndChanges(ReportTable& table, std::int32_t first_row, std::int
   const std::string values = ValueFormat(item), changes = ChangeFormat(item);
   if (!values.empty()) table.FormatBody(first_row, rows, column, values, values == changes ? 2 : 1);
   if (!changes.empty() && changes != values) table.FormatBody(first_row, rows, column + 1, changes);
+}
+
+std::string LinkFormula(const std::string& sheet, std::int32_t row, const std::string& text) {
+  const std::string place = "#'" + doubled(sheet, '\'') + "'!A" + std::to_string(row);
+  return "=HYPERLINK(\"" + doubled(place, '"') + "\",\"" + doubled(text, '"') + "\")";
 }
 
 void AddHeaderGroup(ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,

@@ -28,6 +28,9 @@ std::string ChangeFormat(const model::DralInputOutput& item);
 void FormatValuesAndChanges(ReportTable& table, std::int32_t first_row, std::int32_t rows,
                             std::int32_t column, const model::DralInputOutput& item);
 
+// A formula that shows a text and leads to the first cell of a row of a sheet of the same workbook.
+std::string LinkFormula(const std::string& sheet, std::int32_t row, const std::string& text);
+
 // A caption over a group of columns, centred in one merged cell of a table's header.
 void AddHeaderGroup(ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
                     std::int32_t columns, const std::string& caption);

@@ -207,6 +207,14 @@ double estimated_width(std::string_view text, double size, bool bold) {
   return width * size * (bold ? kBoldWidening : 1.0);
 }
 
+double widest_line(std::string_view text, double size, bool bold) {
+  double widest = 0;
+  for_each_piece(text, "\n", [&](std::string_view line) {
+    widest = std::max(widest, estimated_width(line, size, bold));
+  });
+  return widest;
+}
+
 double widest_word(std::string_view text, double size, bool bold) {
   double widest = 0;
   for_each_piece(text, "\n", [&](std::string_view paragraph) {

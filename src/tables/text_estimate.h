@@ -10,6 +10,8 @@ namespace ordvane::tables {
 
 // Width in points of a text in one line of the report typeface.
 double estimated_width(std::string_view text, double size, bool bold = false);
+// The widest of a text's lines as line feeds break it.
+double widest_line(std::string_view text, double size, bool bold = false);
 // The widest word of a text, which no wrapping makes narrower.
 double widest_word(std::string_view text, double size, bool bold = false);
 // Lines that a text takes when it is wrapped at a width in points; line feeds break it too.

@@ -120,6 +120,18 @@ void legend(Xml& xml, const ChartModel& chart) {
   xml.end();
 }
 
+const char* blank_cells(host::BlankCells shown) {
+  switch (shown) {
+    case host::BlankCells::kZero:
+      return "zero";
+    case host::BlankCells::kInterpolated:
+      return "span";
+    case host::BlankCells::kNotPlotted:
+      break;
+  }
+  return "gap";
+}
+
 void chart_area(Xml& xml, const ChartModel& chart) {
   xml.start("c:spPr");
   if (chart.area_fill.none || chart.area_fill.color) {
@@ -145,7 +157,8 @@ std::string chart_part(const office::BookModel& book, const ChartModel& chart,
   chart_title(xml, chart);
   plot_area(xml, book, chart);
   legend(xml, chart);
-  xml.val("c:plotVisOnly", chart.plot_visible_only).val("c:dispBlanksAs", "gap").end();
+  xml.val("c:plotVisOnly", chart.plot_visible_only);
+  xml.val("c:dispBlanksAs", blank_cells(chart.blank_cells)).end();
   chart_area(xml, chart);
   text_properties(xml, {{}, kChartTextSize, {}, {}, {}});
   if (!user_shapes.empty()) xml.start("c:userShapes").attr("r:id", user_shapes).end();

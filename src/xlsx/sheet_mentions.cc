@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "office/address.h"
+#include "unicode/names.h"
 #include "xlsx/xml_text.h"
 
 namespace ordvane::xlsx {
@@ -38,7 +38,7 @@ bool mentions_sheet(std::string_view formula, const std::vector<std::string>& na
     if (name.empty() || name.find('[') != name.npos) continue;  // of this workbook as a whole, of another
     if (name.find(':') != name.npos) return true;
     if (std::any_of(names.begin(), names.end(),
-                    [&](const std::string& other) { return office::same_name(name, other); }))
+                    [&](const std::string& other) { return unicode::same_name(name, other); }))
       return true;
   }
   return false;

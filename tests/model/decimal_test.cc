@@ -22,5 +22,20 @@ TEST(DecimalExponent, ChangesAtThePowersOfTenOnly) {
   EXPECT_EQ(power_of_ten(400), std::numeric_limits<double>::infinity());
 }
 
+// 0.6 / 0.2 is a hair below 3, and 0.56 / 0.02 a hair above 28.
+TEST(RoundStep, BoundsOfAMultipleAreThatMultiple) {
+  for (const double digit : {1.0, 2.0, 5.0}) {
+    for (int exponent = -6; exponent <= 2; ++exponent) {
+      const RoundStep step{digit, exponent};
+      for (int count = -99; count <= 99; ++count) {
+        EXPECT_EQ(step.not_above(step.times(count)), step.times(count));
+        EXPECT_EQ(step.not_below(step.times(count)), step.times(count));
+        EXPECT_EQ(step.not_above(step.times(count + 0.5)), step.times(count));
+        EXPECT_EQ(step.not_below(step.times(count + 0.5)), step.times(count + 1));
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace ordvane::model

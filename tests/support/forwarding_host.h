@@ -293,6 +293,7 @@ class ForwardingChart final : public Wrapper<host::Chart> {
   ORDVANE_FORWARD(void, set_gap_width, (std::int32_t percent), (percent))
   ORDVANE_FORWARD(void, set_overlap, (std::int32_t percent), (percent))
   ORDVANE_FORWARD(void, set_plot_visible_only, (bool visible_only), (visible_only))
+  ORDVANE_FORWARD(void, set_display_blanks_as, (host::BlankCells shown), (shown))
   ORDVANE_FORWARD(void, add_text_box,
                   (double left, double top, double width, double height, const std::string& text,
                    const host::FontFormat& font),

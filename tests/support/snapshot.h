@@ -148,6 +148,7 @@ inline std::string chart_text(const office::BookModel& book, const office::Chart
   for (const auto& run : chart.title) title += run.text;
   text += "  title \"" + title + "\"\n";
   for (const auto& series : chart.series) text += "  series " + series_text(reader, *series);
+  if (!chart.plot_visible_only) text += "  draws hidden cells\n";
   const char* const names[2][2] = {{"category axis", "value axis"},
                                    {"second category axis", "second value axis"}};
   for (int group = 0; group < 2; ++group)

@@ -233,23 +233,118 @@ TEST(ReportChart, TellsThirtyTwoSeriesApart) {
   EXPECT_TRUE(model.has_legend);
 }
 
-TEST(ReportChart, WatermarkLiesInsideTheChartAndClicksOnlyWithTheAddIn) {
+// A chart of points over cells of a sheet: one line for each list of points.
+struct PointsBench : test::TablesBench {
+  using Line = std::vector<std::pair<host::CellValue, host::CellValue>>;
+  PointsBench(std::int32_t kind, const std::vector<Line>& lines, const std::string& name,
+              const std::string& format = "0%", double width = 428) {
+    chart = sheet->AddChart(kind, width, 300);
+    std::int32_t column = 1;
+    for (const Line& line : lines) {
+      const auto rows = static_cast<std::int32_t>(line.size());
+      host::CellBlock block(rows, 2);
+      for (std::int32_t row = 1; row <= rows; ++row) {
+        block.set(row, 1, line[static_cast<std::size_t>(row - 1)].first);
+        block.set(row, 2, line[static_cast<std::size_t>(row - 1)].second);
+      }
+      const auto cells = sheet->SheetWorksheet()->range(1, column, rows, 2);
+      cells->put(block);
+      chart->AddSeries(*cells->resize(rows, 1), *cells->offset(0, 1)->resize(rows, 1), name);
+      column += 2;
+    }
+    constexpr double kAuto = host::kAutoScaleValue;
+    chart->SetTitle(std::string(60, 'w'));
+    chart->SetSubtitle("second line");
+    chart->SetXAxis("Input", kAuto, kAuto, kAuto, format, true);
+    chart->SetYAxis("Output", kAuto, kAuto, kAuto, format);
+    chart->FinishChart();
+  }
+  const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
+
+  ReportWorkbook workbook = reports();
+  std::shared_ptr<ReportSheet> sheet = workbook.AddSheet("Points");
+  std::shared_ptr<ReportChart> chart;
+};
+
+struct PointsCase {
+  const char* what;
+  PointsBench::Line line;
+  double x_minimum, x_maximum, y_minimum, y_maximum;
+};
+
+const PointsCase kPointsCases[] = {
+    {"lines end at the bounds", {{-0.2, -0.4}, {0.0, 0.0}, {0.2, 0.4}}, -0.2, 0.2, -0.4, 0.4},
+    {"rounding leaves no axis of its own", {{-0.2, 1.1e-16}, {0.0, 0.0}, {0.2, 1.0}}, -0.2, 0.2, 0, 1},
+    {"not along the edge", {{0.0, 0.0}, {0.5, 0.0}, {1.0, 1.0}}, 0, 1, -0.2, 1},
+    {"edges at both ends of a gap are no line", {{0.0, 0.0}, {0.5, {}}, {0.8, 0.0}, {1.0, 1.0}}, 0, 1, 0, 1},
+    {"level lines lie in the middle", {{1.0, 0.5}, {2.0, 0.5}}, 1, 2, 0.44, 0.56},
+};
+
+TEST(PointChart, SetsItsAxesAroundThePoints) {
+  for (const PointsCase& c : kPointsCases) {
+    SCOPED_TRACE(c.what);
+    PointsBench bench(34, {c.line}, "Input");
+    const office::AxisModel& x = bench.drawn().axes[0][0];
+    const office::AxisModel& y = bench.drawn().axes[0][1];
+    EXPECT_EQ(x.minimum, c.x_minimum);
+    EXPECT_EQ(x.maximum, c.x_maximum);
+    EXPECT_EQ(y.minimum, c.y_minimum);
+    EXPECT_EQ(y.maximum, c.y_maximum);
+    EXPECT_GT(x.major_unit.value(), 0);
+    EXPECT_GT(y.major_unit.value(), 0);
+  }
+}
+
+const PointsBench::Line kCross = {{-0.2, -0.4}, {0.0, 0.0}, {0.2, 0.4}};
+
+// A character of any script is at least so wide in the legend's font.
+TEST(PointChart, NamesOfAnyScriptLeaveThePlotItsRoom) {
+  for (const char* name : {"年間平均上昇率消費者物価指数を基準とする電力購入契約の単価 (C4)",
+                           "שיעור הריבית השנתי על ההלוואה הראשית של החברה (C4)",
+                           "A long name that goes on for quite a while, and then on (C4)", "Rate (C4)"}) {
+    PointsBench bench(33, {kCross}, name);
+    const office::ChartModel& chart = bench.drawn();
+    const std::string& shown = chart.series.front()->name;
+    EXPECT_TRUE(shown.ends_with(" (C4)")) << shown;
+    const auto& plot = chart.plot.inside.value();
+    EXPECT_GT(plot.width, 0.4 * chart.width) << shown;
+    const double legend = office::text_width(shown, "Calibri", 9, false) + 40;
+    EXPECT_LE(plot.left + plot.width + legend, chart.width) << shown;
+    EXPECT_GT(plot.top, 2 * 13 * 1.2) << "below the titles";
+  }
+}
+
+TEST(ReportChart, WatermarkLiesInThePlotAndClicksOnlyWithTheAddIn) {
   for (const bool add_in : {false, true}) {
     test::TablesBench bench(add_in);
     auto reports = bench.reports();
-    const auto sheet = reports.AddSheet("Watermark");
-    for (const std::int32_t kind : {33, 34, 64}) {
-      sheet->AddChart(kind, 428, 300)->SetWatermark("Draft", "for the board\nonly", "Book.xla!Click");
-      const auto& model = *bench.first_sheet(reports).charts.back();
-      EXPECT_EQ(model.click_macro, add_in ? "Book.xla!Click" : "");
-      ASSERT_EQ(model.text_boxes.size(), 2U);
-      for (const auto& box : model.text_boxes) {
-        EXPECT_GE(box.left, 0);
-        EXPECT_LE(box.left + box.width, 376);
-        EXPECT_LE(box.top + box.height, 300);
-      }
-    }
+    const auto chart = reports.AddSheet("Watermark")->AddChart(34, 428, 300);
+    chart->SetWatermark("Draft", "", "Book.xla!Click");
+    EXPECT_EQ(bench.first_sheet(reports).charts.back()->click_macro, add_in ? "Book.xla!Click" : "");
   }
+  const auto lies_in_plot = [](const office::ChartModel& chart) {
+    ASSERT_EQ(chart.text_boxes.size(), 2U);
+    const auto& plot = chart.plot.inside.value();
+    for (const auto& box : chart.text_boxes) {
+      EXPECT_GE(box.left, plot.left);
+      EXPECT_LE(box.left + box.width, plot.left + plot.width);
+      EXPECT_GE(box.top, plot.top);
+      EXPECT_LE(box.top + box.height, plot.top + plot.height);
+    }
+    EXPECT_GE(chart.text_boxes[1].top, chart.text_boxes[0].top + chart.text_boxes[0].height);
+  };
+  for (const std::int32_t kind : {33, 34}) {
+    PointsBench bench(kind, {kCross}, "A name of some length (C4)", "0%", 376);
+    bench.chart->SetWatermark("Draft", "for the board\nonly", "");
+    lies_in_plot(bench.drawn());
+  }
+  // Long bars above, short ones below: the corner beside the short ones is free.
+  BarsBench bars({{-90.0, 90.0}, {-60.0, 90.0}, {-4.0, 90.0}, {-2.0, 90.0}, {-1.0, 90.0}}, 0);
+  bars.chart->FinishChart();
+  bars.chart->SetWatermark("Draft", "only", "");
+  lies_in_plot(bars.drawn());
+  for (const auto& box : bars.drawn().text_boxes)
+    EXPECT_LT(box.left + box.width, bars.drawn().plot.inside->left + bars.drawn().plot.inside->width / 2);
 }
 
 TEST(ReportSheet, ChartHeightGrowsWithTheBars) {

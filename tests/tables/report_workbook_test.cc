@@ -220,6 +220,37 @@ TEST(ReportSheet, GivesTheRoomOfARemovedChartBack) {
   EXPECT_GT(sheet->AddChart(33, 428, 300)->Container()->top(), top);
 }
 
+TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Rows of charts");
+  sheet->SetSheetOption(1);
+  sheet->AddTable(60, 3, 1, 0, "", "");
+  sheet->AddLine(std::string(400, 'w'));
+  sheet->PlaceChartsSideBySide(2);
+  std::vector<std::shared_ptr<ReportChart>> charts;
+  for (int i = 0; i < 9; ++i) charts.push_back(sheet->AddChart(34, 376, 300));
+  const double line_end = charts.front()->Container()->top();
+  sheet->FinishSheet();
+  const office::SheetModel& model = bench.first_sheet(reports);
+  EXPECT_EQ(charts.front()->Container()->top(), line_end);
+  for (std::size_t i = 0; i + 1 < charts.size(); i += 2) {
+    EXPECT_EQ(charts[i]->Container()->top(), charts[i + 1]->Container()->top());
+    EXPECT_GE(charts[i + 1]->Container()->left(), 376);
+    EXPECT_GE(charts[i + 2]->Container()->top(), charts[i]->Container()->top() + 300);
+  }
+  ASSERT_GE(model.page.row_breaks.size(), 2U);
+  for (const std::int32_t row : model.page.row_breaks) {
+    const double page = sheet->SheetWorksheet()->range(row, 1, 1, 1)->top();
+    for (const auto& chart : charts)
+      EXPECT_TRUE(page <= chart->Container()->top() || page >= chart->Container()->top() + 300) << row;
+  }
+  // One of two that share their rows gives nothing back.
+  const std::int32_t next = sheet->NextCell()->row();
+  sheet->RemoveChart(charts[7]);
+  EXPECT_EQ(sheet->NextCell()->row(), next);
+}
+
 struct PageCase {
   const char* what;
   std::int32_t rows, columns;

@@ -91,7 +91,8 @@ class Looks {
   void chart(const office::ChartModel& chart) {
     add("chart", chart.name, chart.alternative_text, chart.click_macro, chart.left, chart.top, chart.width,
         chart.height, chart.kind, chart.area_line_width, chart.area_fill, chart.title_top, chart.has_legend,
-        chart.legend_position, chart.legend_font, chart.gap_width, chart.overlap, chart.plot_visible_only);
+        chart.legend_position, chart.legend_font, chart.gap_width, chart.overlap, chart.plot_visible_only,
+        chart.blank_cells);
     add("plot", chart.plot.border, chart.plot.fill, chart.plot.top, chart.plot.inside);
     for (const auto& run : chart.title) add("title", run.text, run.font);
     for (const auto& series : chart.series) {

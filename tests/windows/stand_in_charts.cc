@@ -289,6 +289,7 @@ STAND_IN_TABLE(ChartTarget) {
                return object(c, SeriesCollectionTarget{t.chart})),
         METHOD(ChartGroups, PARAMETERS(L"?Index"), return chart_group(t, c)),
         PUT(PlotVisibleOnly, t.chart->set_plot_visible_only(v.truth())),
+        PUT(DisplayBlanksAs, t.chart->set_display_blanks_as(static_cast<host::BlankCells>(v.whole()))),
         GET(Shapes, object(c, ShapesTarget{t.chart})),
         GET(Parent, object(c, ChartObjectTarget{t.chart->container()})),
   };  // namespace ordvane::test

@@ -126,6 +126,14 @@ TEST(Chart, LeavesOutPointsThatAreNoNumbers) {
   EXPECT_THAT(xml, Not(HasSubstr("<c:tx>"))) << "no name was given";
 }
 
+TEST(Chart, SaysWhatEmptyCellsAre) {
+  office::BookModel book;
+  ChartModel chart;
+  EXPECT_THAT(chart_part(book, chart, ""), HasSubstr("<c:dispBlanksAs val=\"gap\"/>"));
+  chart.blank_cells = host::BlankCells::kInterpolated;
+  EXPECT_THAT(chart_part(book, chart, ""), HasSubstr("<c:dispBlanksAs val=\"span\"/>"));
+}
+
 TEST(Chart, SplitsTitlesAtLineBreaks) {
   struct Case {
     const char* what;
