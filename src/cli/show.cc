@@ -281,11 +281,12 @@ void print_inputs(const runfile::Run& run, const OutputRanking& ranking, const F
       continue;
     }
     const embedded::CellText cell(input_of(run, effect));
-    const auto at = [&](double value) { return is_there(value) ? printable(cell.text(value)) : "-"; };
-    for (std::string text : {figures.text(effect.low), figures.text(effect.high), change(effect.low_change),
-                             change(effect.high_change), at(effect.input_at_low), at(effect.input_at_high),
-                             table.failed_mark(effect.facts)})
-      row.push_back(std::move(text));
+    const auto at = [&](double value) { return is_there(value) ? cell.text(value) : "-"; };
+    for (const std::string& text :
+         {figures.text(effect.low), figures.text(effect.high), change(effect.low_change),
+          change(effect.high_change), at(effect.input_at_low), at(effect.input_at_high),
+          table.failed_mark(effect.facts)})
+      row.push_back(printable(text));
     table.add(std::move(row), {effect.low, effect.high});
   }
   table.print();
@@ -332,10 +333,10 @@ void print_groups(const OutputRanking& ranking, const Figures& figures) {
       table.add(std::move(row));
       continue;
     }
-    for (std::string text : {figures.text(group.low), figures.text(group.high),
-                             figures.difference(group.swing), figures.difference(group.own_swings),
-                             interaction_text(group, figures, table), table.failed_mark(group.facts)})
-      row.push_back(std::move(text));
+    for (const std::string& text : {figures.text(group.low), figures.text(group.high),
+                                    figures.difference(group.swing), figures.difference(group.own_swings),
+                                    interaction_text(group, figures, table), table.failed_mark(group.facts)})
+      row.push_back(printable(text));
     table.add(std::move(row), {group.low, group.high});
   }
   std::cout << '\n';
@@ -348,7 +349,7 @@ void print_table(const runfile::Run& run, const OutputRanking& ranking) {
   const runfile::Output& output = output_of(run, ranking);
   const Figures figures(output, ranking);
   std::cout << printable(described(ranking.output, output)) << "\n  "
-            << (is_there(ranking.base) ? "base value " + figures.text(ranking.base)
+            << (is_there(ranking.base) ? "base value " + printable(figures.text(ranking.base))
                                        : "its base value is no number")
             << "\n\n";
   print_inputs(run, ranking, figures);

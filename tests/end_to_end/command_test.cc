@@ -405,7 +405,8 @@ TEST_F(Command, ShowWritesAsTheCellsDoAndMarksWhatStepsLeaveOpen) {
   const auto json = nlohmann::json::parse(run({"show", "odd.run.json", "--json"}).out);
   EXPECT_EQ(json["outputs"][0]["inputs"][2]["leavesOutBase"], true);
   // Room decides what else is told: changes before the inputs' values.
-  EXPECT_THAT(lines(60, "C1"), AllOf(Not(HasSubstr("Low %")), HasSubstr("1 of 3\n")));
+  EXPECT_THAT(lines(60, "C1"),
+              AllOf(Not(HasSubstr("Low %")), HasSubstr("1 of 3\n"), HasSubstr("  base value 170,542 ?\n")));
   EXPECT_THAT(lines(130, "C1"), AllOf(HasSubstr("  Input at low     at high  No number\n"),
                                       HasSubstr("  2025-12-09  2027-01-01\n"),
                                       HasSubstr("         3.0%        5.0%     1 of 3\n")));
