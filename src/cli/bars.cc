@@ -47,13 +47,16 @@ std::string Bars::draw(const Ends& ends) const {
 
 std::string Bars::draw(const Side& side, double low, double high, bool base_at_end) const {
   const auto half_at = [&](double value) {
+    if (side.from == side.to) return 0;
     return static_cast<int>(std::lround((value - side.from) / (side.to - side.from) * side.halves));
   };
+  const bool at_base = has_base_ && low == (base_at_end ? side.to : side.from);
+  const bool is_point = low == high && !at_base;  // one result away from the base, which is seen, too
   int first = 0;
   int last = 0;  // one past
   low = std::max(low, side.from);
   high = std::min(high, side.to);
-  if (low < high) {
+  if (low < high || (is_point && low == high)) {
     first = half_at(low);
     last = half_at(high);
     // However short, a bar is seen.

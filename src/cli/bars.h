@@ -5,12 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "host/environment.h"
+
 namespace ordvane::cli {
 
 // Lowest and highest result; the missing-number marker for none.
 struct Ends {
   double low, high;
 };
+inline constexpr Ends kNoEnds{host::kMissingNumber, host::kMissingNumber};
 
 class Bars {
  public:

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <cmath>
-#include <cstdio>
 
 #include "host/environment.h"
 
@@ -14,8 +12,7 @@ namespace {
 constexpr const char* kNone = "-";
 constexpr int kDigits = 4;  // of the range between the least and the greatest result
 constexpr int kMostDecimals = 9;
-constexpr double kLongest = 1e15;      // longer numbers are written with an exponent
-constexpr double kLastDate = 2958465;  // 31 December 9999
+constexpr double kLongest = 1e15;  // longer numbers are written with an exponent
 
 std::string fixed_text(double value, int decimals) {
   char buffer[64];
@@ -39,24 +36,13 @@ std::string general_text(double value) {
   return {buffer, end};
 }
 
-// The spreadsheet counts days from the last day but one of 1899.
-std::string date_text(double serial) {
-  const auto day = std::chrono::sys_days(std::chrono::year(1899) / 12 / 30) +
-                   std::chrono::days(static_cast<int>(std::floor(serial)));
-  const std::chrono::year_month_day date(day);
-  char buffer[32];
-  std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02u", static_cast<int>(date.year()),
-                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
-  return buffer;
-}
-
 }  // namespace
 
 bool is_there(double value) {
   return value != host::kMissingNumber;
 }
 
-Figures::Figures(const runfile::Output& output, const embedded::OutputRanking& ranking) : date_(output.date) {
+Figures::Figures(const runfile::Output& output, const embedded::OutputRanking& ranking) : cell_(output) {
   double low = HUGE_VAL;
   double high = -HUGE_VAL;
   bool whole = true;
@@ -80,18 +66,21 @@ Figures::Figures(const runfile::Output& output, const embedded::OutputRanking& r
   const double range = high > low ? high - low : greatest;
   if (range == 0) return;
   if (!whole) decimals_ = std::max(kDigits - 1 - static_cast<int>(std::floor(std::log10(range))), 0);
-  general_ = decimals_ > kMostDecimals || greatest >= kLongest;
+  exponent_ = decimals_ > kMostDecimals || greatest >= kLongest;
 }
 
 std::string Figures::text(double value) const {
   if (!is_there(value)) return kNone;
-  if (date_ && value >= 1 && value <= kLastDate) return date_text(value);
-  return difference(value);
+  return cell_.is_general() ? plain(value) : cell_.text(value);
 }
 
 std::string Figures::difference(double value) const {
   if (!is_there(value)) return kNone;
-  return general_ ? general_text(value) : with_thousands(fixed_text(value, decimals_));
+  return cell_.is_general() || cell_.shows_dates() ? plain(value) : cell_.text(value);
+}
+
+std::string Figures::plain(double value) const {
+  return exponent_ ? general_text(value) : with_thousands(fixed_text(value, decimals_));
 }
 
 std::string change_text(double fraction) {

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "embedded/cell_text.h"
 #include "embedded/report_job.h"
 #include "runfile/run.h"
 
@@ -11,17 +12,21 @@ namespace ordvane::cli {
 // False for the missing-number marker.
 bool is_there(double value);
 
-// Values of one output, all with as many decimals as tell its results apart; dates as 2026-01-31.
+// Values of one output as its cell shows them. A cell without a format of its own has as many decimals for
+// all of them as tell the results apart.
 class Figures {
  public:
   Figures(const runfile::Output& output, const embedded::OutputRanking& ranking);
   std::string text(double value) const;        // "-" for a missing one
   std::string difference(double value) const;  // of two values: days for dates
+  bool shows_dates() const { return cell_.shows_dates(); }
 
  private:
-  bool date_;
+  std::string plain(double value) const;
+
+  embedded::CellText cell_;
   int decimals_ = 0;
-  bool general_ = false;  // too large or too small to write out
+  bool exponent_ = false;  // too large or too small to write out
 };
 
 // "+12.3%"; "-" for a missing one.

@@ -51,13 +51,17 @@ constexpr const char* kShowExamples =
     "  ordvane show budget.run.json --output Profit\n"
     "  ordvane show budget.run.json --csv > ranking.csv\n"
     "  ordvane show budget.run.json --json | jq '.outputs[].inputs[0].name'\n"
-    "  ordvane show budget.run.json --json | jq '.outputs[].groups[] | select(.interaction < 0)'\n"
+    "  ordvane show budget.run.json --json | jq '.outputs[].inputs[] | select(.failed > 0).name'\n"
+    "\n"
+    "Values are written as their cells show them. Given width, the input values behind both ends follow.\n"
+    "Marks tell inputs with results that are no numbers (1 of 3) and inputs that never stood at their base\n"
+    "value (*).\n"
     "\n"
     "Inputs that were varied together follow in groups. The interaction of a group is how much its swing\n"
     "exceeds the swings of its inputs varied one at a time: 0 where effects add up, negative where they\n"
-    "offset each other. In the CSV a group's inputs stand in one field with \";\" between them, and a run "
-    "with\n"
-    "groups has three more columns: the number of inputs, their own swings added up, and the interaction.\n";
+    "offset each other.\n"
+    "\n"
+    "docs/command.md tells every field of the JSON and the CSV.\n";
 
 constexpr const char* kCheckExamples =
     "Examples:\n"
@@ -81,6 +85,40 @@ void add_outputs(CommandLine& line, std::vector<std::string>& outputs) {
 
 // A command that was chosen: checks the rest of its arguments and runs.
 using Chosen = std::function<int()>;
+
+void add_look(CommandLine& line, ReportCommand& c) {
+  CLI::App& command = line.parser();
+  const std::string look = "What the reports show";
+  command.add_flag("--percent", c.percent, "Graphs show changes in percent of the base value")->group(look);
+  line.option("--max-inputs", "N", "Most inputs on a graph, 1 to 32 (default: 20)",
+              [&](const std::string& text) { c.max_inputs = whole_number_of("--max-inputs", text, 1, 32); })
+      ->group(look);
+  command.add_flag("--all-inputs", c.all_inputs, "Graphs have also the inputs that do not move their output")
+      ->group(look);
+  line.option("--threshold", "X",
+              "Least swing of inputs, as a share of the base value: 5% or 0.05 (1 is 100%)",
+              [&](const std::string& text) { c.threshold = share_of("--threshold", text); })
+      ->group(look);
+  const auto color = [&](const char* name, std::optional<host::Color>& value, const char* what) {
+    line.option(name, "RRGGBB", what,
+                [name, &value](const std::string& text) { value = color_of(name, text); })
+        ->group(look);
+  };
+  color("--bar-color", c.bar_color, "Bars of a tornado");
+  color("--base-color", c.base_color, "Base value line of a tornado");
+  color("--low-color", c.low_color, "Parts of tornado bars that inputs below their base make (try E69F00)");
+  // An empty one is none, as a script may have it.
+  command
+      .add_option_function<std::string>(
+          "--watermark", [&](const std::string& text) { c.watermark = with_line_breaks(text); },
+          "Text across charts and pages; \\n begins its second line")
+      ->type_name("TEXT")
+      ->group(look);
+  c.language = system_language();
+  line.option("--language", "CODE", "Language: " + language_list() + " (default: the system's)",
+              [&](const std::string& text) { c.language = language_of("--language", text); })
+      ->group(look);
+}
 
 void add_report(CLI::App& app, ReportCommand& c, Problems& problems, Chosen& chosen) {
   CommandLine line(app, "report", "Write the reports of a run into an Excel workbook", c.run, problems);
@@ -116,37 +154,7 @@ void add_report(CLI::App& app, ReportCommand& c, Problems& problems, Chosen& cho
        "Inputs varied together: per output a tornado, and a table of every result");
   flag("--all", c.all, "All of them; --multi-way where the run varied inputs together");
 
-  const std::string look = "What the reports show";
-  command.add_flag("--percent", c.percent, "Graphs show changes in percent of the base value")->group(look);
-  line.option("--max-inputs", "N", "Most inputs on a graph, 1 to 32 (default: 20)",
-              [&](const std::string& text) { c.max_inputs = whole_number_of("--max-inputs", text, 1, 32); })
-      ->group(look);
-  command.add_flag("--all-inputs", c.all_inputs, "Graphs have also the inputs that do not move their output")
-      ->group(look);
-  line.option("--threshold", "X",
-              "Least swing of inputs, as a share of the base value: 5% or 0.05 (1 is 100%)",
-              [&](const std::string& text) { c.threshold = share_of("--threshold", text); })
-      ->group(look);
-  const auto color = [&](const char* name, std::optional<host::Color>& value, const char* what) {
-    line.option(name, "RRGGBB", what,
-                [name, &value](const std::string& text) { value = color_of(name, text); })
-        ->group(look);
-  };
-  color("--bar-color", c.bar_color, "Bars of a tornado");
-  color("--base-color", c.base_color, "Base value line of a tornado");
-  color("--low-color", c.low_color, "Parts of tornado bars that inputs below their base make (try E69F00)");
-  // An empty one is none, as a script may have it.
-  command
-      .add_option_function<std::string>(
-          "--watermark", [&](const std::string& text) { c.watermark = with_line_breaks(text); },
-          "Text across charts and pages; \\n begins its second line")
-      ->type_name("TEXT")
-      ->group(look);
-  c.language = system_language();
-  line.option("--language", "CODE", "Language: " + language_list() + " (default: the system's)",
-              [&](const std::string& text) { c.language = language_of("--language", text); })
-      ->group(look);
-
+  add_look(line, c);
   line.option("--log", "FOLDER", "Keep a diagnostic log in this folder", path(c.log_folder));
   command.add_flag("--quiet", c.quiet, "Print errors only");
 }

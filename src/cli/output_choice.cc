@@ -78,7 +78,11 @@ std::string place_of(const runfile::Item& item) {
 }
 
 std::string described(const runfile::Item& item) {
-  return item.name.empty() ? place_of(item) : item.name + " (" + place_of(item) + ")";
+  return described(item.name, item);
+}
+
+std::string described(const std::string& name, const runfile::Item& item) {
+  return name.empty() ? place_of(item) : name + " (" + place_of(item) + ")";
 }
 
 std::vector<std::int32_t> find_outputs(const runfile::Run& run, const std::vector<std::string>& wanted) {

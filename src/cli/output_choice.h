@@ -11,6 +11,7 @@ namespace ordvane::cli {
 
 // "Total interest (Overview!C14)", or the place alone for an output without a name.
 std::string described(const runfile::Item& item);
+std::string described(const std::string& name, const runfile::Item& item);
 // "Overview!C14"
 std::string place_of(const runfile::Item& item);
 

@@ -43,10 +43,6 @@ std::string joined(const GroupRanking& group, const char* between, const Text& t
   return text;
 }
 
-double swing_of(const Effect& effect) {
-  return is_there(effect.low) ? effect.high - effect.low : host::kMissingNumber;
-}
-
 // ---- For programs ----
 
 ordered_json json_number(double value) {
@@ -57,16 +53,38 @@ ordered_json json_item(const runfile::Item& item) {
   return {{"name", item.name}, {"book", item.book}, {"sheet", item.sheet}, {"cell", item.cell}};
 }
 
+const char* state_name(model::InteractionState state) {
+  switch (state) {
+    case model::InteractionState::kMeasured:
+      return "measured";
+    case model::InteractionState::kNoOwnSwing:
+      return "noOwnSwing";
+    case model::InteractionState::kOtherValues:
+      return "otherValues";
+    case model::InteractionState::kErrors:
+      return "errors";
+  }
+  return "";
+}
+
+void add_facts(ordered_json& json, const model::StepFacts& facts) {
+  json["steps"] = facts.steps;
+  json["failed"] = facts.failed;
+  json["moves"] = facts.moves;
+  json["leavesOutBase"] = facts.leaves_out_base;
+}
+
 ordered_json json_effect(const runfile::Run& run, const Effect& effect) {
   ordered_json json{{"rank", effect.rank}};
   json.update(json_item(input_of(run, effect)));
   json["low"] = json_number(effect.low);
   json["high"] = json_number(effect.high);
-  json["swing"] = json_number(swing_of(effect));
+  json["swing"] = json_number(effect.swing);
   json["lowChange"] = json_number(effect.low_change);
   json["highChange"] = json_number(effect.high_change);
   json["inputAtLow"] = json_number(effect.input_at_low);
   json["inputAtHigh"] = json_number(effect.input_at_high);
+  add_facts(json, effect.facts);
   return json;
 }
 
@@ -86,6 +104,8 @@ ordered_json json_group(const runfile::Run& run, const GroupRanking& group) {
   json["highChange"] = json_number(group.high_change);
   json["ownSwings"] = json_number(group.own_swings);
   json["interaction"] = json_number(group.interaction);
+  add_facts(json, group.facts);
+  json["interactionState"] = state_name(group.interaction_state);
   return json;
 }
 
@@ -131,6 +151,13 @@ class CsvLine {
     return *this;
   }
   CsvLine& add(double value) { return add(csv_number(value)); }
+  CsvLine& add(const model::StepFacts& facts) {
+    const auto flag = [](bool is_so) { return std::string(is_so ? "true" : "false"); };
+    return add(std::to_string(facts.steps))
+        .add(std::to_string(facts.failed))
+        .add(flag(facts.moves))
+        .add(flag(facts.leaves_out_base));
+  }
   void print() const { std::cout << line_ << '\n'; }
 
  private:
@@ -142,17 +169,20 @@ void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankin
   const bool groups = !run.groups.empty();
   std::cout << "output,outputSheet,outputCell,base,rank,input,inputSheet,inputCell,low,high,swing,lowChange,"
                "highChange,inputAtLow,inputAtHigh"
-            << (groups ? ",inputs,ownSwings,interaction\n" : "\n");
+            << (groups ? ",inputs,ownSwings,interaction" : "") << ",steps,failed,moves,leavesOutBase"
+            << (groups ? ",interactionState\n" : "\n");
   for (const OutputRanking& ranking : rankings) {
     const runfile::Output& output = output_of(run, ranking);
     for (const Effect& effect : ranking.effects) {
       const runfile::Input& input = input_of(run, effect);
       CsvLine line(output, ranking.base);
       line.add(std::to_string(effect.rank)).add(input.name).add(input.sheet).add(input.cell);
-      for (const double value : {effect.low, effect.high, swing_of(effect), effect.low_change,
-                                 effect.high_change, effect.input_at_low, effect.input_at_high})
+      for (const double value : {effect.low, effect.high, effect.swing, effect.low_change, effect.high_change,
+                                 effect.input_at_low, effect.input_at_high})
         line.add(value);
-      if (groups) line.add("1").add(swing_of(effect)).add(host::kMissingNumber);
+      if (groups) line.add("1").add(effect.swing).add(host::kMissingNumber);
+      line.add(effect.facts);
+      if (groups) line.add("");
       line.print();
     }
     for (const GroupRanking& group : ranking.groups) {
@@ -170,6 +200,8 @@ void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankin
           .add(std::to_string(group.members.size()))
           .add(group.own_swings)
           .add(group.interaction)
+          .add(group.facts)
+          .add(state_name(group.interaction_state))
           .print();
     }
   }
@@ -181,50 +213,134 @@ constexpr const char* kBetweenMembers = " \u00D7 ";  // as the reports write it
 constexpr const char* kAsciiBetweenMembers = " x ";
 constexpr std::size_t kMostGroups = 20;  // of an output; programs get them all
 
-std::string drawn(BarTable& table, double base, const std::vector<Ends>& ends) {
-  const Bars bars(base, ends, table.fit(terminal_width()), terminal_is_utf8());
-  return table.text([&](std::size_t row) { return bars.draw(ends[row]); });
+// A table of bars, and below it what the marks in it mean.
+class RankingTable {
+ public:
+  RankingTable(std::vector<BarTable::Column> columns, std::size_t bar_at, double base)
+      : table_(std::move(columns), bar_at), base_(base) {}
+
+  // Without ends the row's last cell is words.
+  void add(std::vector<std::string> row, const Ends& ends = kNoEnds) {
+    table_.add(std::move(row));
+    ends_.push_back(ends);
+  }
+  std::string base_mark(const model::StepFacts& facts) {
+    if (!facts.leaves_out_base) return {};
+    explain("* never at its base value; its effect from the base may be larger");
+    return "*";
+  }
+  std::string failed_mark(const model::StepFacts& facts) {
+    if (facts.failed == 0) return {};
+    explain("No number: results that are errors, texts or empty; low and high are without them");
+    return std::to_string(facts.failed) + " of " + std::to_string(facts.steps);
+  }
+  void explain(const std::string& mark) {
+    if (std::find(legend_.begin(), legend_.end(), mark) == legend_.end()) legend_.push_back(mark);
+  }
+
+  void print() {
+    const Bars bars(base_, ends_, table_.fit(terminal_width()), terminal_is_utf8());
+    std::cout << table_.text([&](std::size_t row) { return bars.draw(ends_[row]); });
+    for (const std::string& line : legend_) std::cout << "  " << line << '\n';
+  }
+
+ private:
+  BarTable table_;
+  double base_;
+  std::vector<Ends> ends_;
+  std::vector<std::string> legend_;
+};
+
+std::string failure_text(const model::StepFacts& facts) {
+  return facts.steps == 1 ? "its only result is no number"
+                          : "none of its " + std::to_string(facts.steps) + " results is a number";
 }
 
-void print_inputs(const runfile::Output& output, const OutputRanking& ranking, const Figures& figures) {
-  BarTable table({{.heading = "", .gap = 2},
-                  {.heading = "Input", .name = true},
-                  {.heading = "Low", .gap = 2},
-                  {.heading = "High", .left = true},
-                  {.heading = "Low %", .gap = 2, .optional = 1},
-                  {.heading = "High %", .optional = 1}},
-                 3);
-  const auto change = [&](double fraction) { return output.date ? "-" : change_text(fraction); };
-  std::vector<Ends> ends;
+void print_inputs(const runfile::Run& run, const OutputRanking& ranking, const Figures& figures) {
+  RankingTable table({{.heading = "", .gap = 2},
+                      {.heading = "Input", .name = true},
+                      {.heading = "", .left = true},
+                      {.heading = "Low", .gap = 2},
+                      {.heading = "High", .left = true},
+                      {.heading = "Low %", .gap = 2, .optional = 1},
+                      {.heading = "High %", .optional = 1},
+                      {.heading = "Input at low", .gap = 2, .optional = 2},
+                      {.heading = "at high", .gap = 2, .optional = 2},
+                      {.heading = "No number", .gap = 2}},
+                     4, ranking.base);
+  // A share of a date means nothing.
+  const auto change = [&](double fraction) {
+    return figures.shows_dates() || !is_there(fraction) ? std::string() : change_text(fraction);
+  };
   for (const Effect& effect : ranking.effects) {
-    table.add({std::to_string(effect.rank), printable(effect.input), figures.text(effect.low),
-               figures.text(effect.high), change(effect.low_change), change(effect.high_change)});
-    ends.push_back({effect.low, effect.high});
+    std::vector<std::string> row{std::to_string(effect.rank), printable(effect.input),
+                                 table.base_mark(effect.facts)};
+    if (!is_there(effect.low) || effect.facts.without_effect()) {
+      row.push_back(is_there(effect.low) ? "no effect" : failure_text(effect.facts));
+      table.add(std::move(row));
+      continue;
+    }
+    const embedded::CellText cell(input_of(run, effect));
+    const auto at = [&](double value) { return is_there(value) ? cell.text(value) : "-"; };
+    for (const std::string& text :
+         {figures.text(effect.low), figures.text(effect.high), change(effect.low_change),
+          change(effect.high_change), at(effect.input_at_low), at(effect.input_at_high),
+          table.failed_mark(effect.facts)})
+      row.push_back(printable(text));
+    table.add(std::move(row), {effect.low, effect.high});
   }
-  std::cout << drawn(table, ranking.base, ends);
+  table.print();
+}
+
+// The interaction of a group, or a dash with the reason why there is none.
+std::string interaction_text(const GroupRanking& group, const Figures& figures, RankingTable& table) {
+  using enum model::InteractionState;
+  switch (group.interaction_state) {
+    case kMeasured:
+      break;
+    case kNoOwnSwing:
+      table.explain("no own swing: an input has no result of its own to compare with");
+      return "- no own swing";
+    case kOtherValues:
+      table.explain("other values: an input took other values alone than in the group");
+      return "- other values";
+    case kErrors:
+      table.explain("errors: results that are no numbers cut one of the swings");
+      return "- errors";
+  }
+  return figures.difference(group.interaction);
 }
 
 void print_groups(const OutputRanking& ranking, const Figures& figures) {
-  BarTable table({{.heading = "", .gap = 2},
-                  {.heading = "Varied together", .name = true},
-                  {.heading = "Low", .gap = 2, .optional = 1},
-                  {.heading = "High", .left = true, .optional = 1},
-                  {.heading = "Swing", .gap = 2},
-                  {.heading = "Own swings", .gap = 2},
-                  {.heading = "Interaction", .gap = 2}},
-                 3);
-  std::vector<Ends> ends;
+  RankingTable table({{.heading = "", .gap = 2},
+                      {.heading = "Varied together", .name = true},
+                      {.heading = "", .left = true},
+                      {.heading = "Low", .gap = 2, .optional = 1},
+                      {.heading = "High", .left = true, .optional = 1},
+                      {.heading = "Swing", .gap = 2},
+                      {.heading = "Own swings", .gap = 2},
+                      {.heading = "Interaction", .gap = 2},
+                      {.heading = "No number", .gap = 2}},
+                     4, ranking.base);
   const std::size_t shown = std::min(ranking.groups.size(), kMostGroups);
   for (std::size_t g = 0; g < shown; ++g) {
     const GroupRanking& group = ranking.groups[g];
     const std::string names = joined(group, terminal_is_utf8() ? kBetweenMembers : kAsciiBetweenMembers,
                                      [](const GroupRanking::Member& member) { return member.input; });
-    table.add({std::to_string(group.rank), printable(names), figures.text(group.low),
-               figures.text(group.high), figures.difference(group.swing),
-               figures.difference(group.own_swings), figures.difference(group.interaction)});
-    ends.push_back({group.low, group.high});
+    std::vector<std::string> row{std::to_string(group.rank), printable(names), table.base_mark(group.facts)};
+    if (!is_there(group.low)) {
+      row.push_back(failure_text(group.facts));
+      table.add(std::move(row));
+      continue;
+    }
+    for (const std::string& text : {figures.text(group.low), figures.text(group.high),
+                                    figures.difference(group.swing), figures.difference(group.own_swings),
+                                    interaction_text(group, figures, table), table.failed_mark(group.facts)})
+      row.push_back(printable(text));
+    table.add(std::move(row), {group.low, group.high});
   }
-  std::cout << '\n' << drawn(table, ranking.base, ends);
+  std::cout << '\n';
+  table.print();
   if (const std::size_t more = ranking.groups.size() - shown; more > 0)
     std::cout << "  and " << more << " more; --csv and --json give them all\n";
 }
@@ -232,8 +348,11 @@ void print_groups(const OutputRanking& ranking, const Figures& figures) {
 void print_table(const runfile::Run& run, const OutputRanking& ranking) {
   const runfile::Output& output = output_of(run, ranking);
   const Figures figures(output, ranking);
-  std::cout << printable(described(output)) << "\n  base value " << figures.text(ranking.base) << "\n\n";
-  print_inputs(output, ranking, figures);
+  std::cout << printable(described(ranking.output, output)) << "\n  "
+            << (is_there(ranking.base) ? "base value " + printable(figures.text(ranking.base))
+                                       : "its base value is no number")
+            << "\n\n";
+  print_inputs(run, ranking, figures);
   if (!ranking.groups.empty()) print_groups(ranking, figures);
 }
 

@@ -29,34 +29,52 @@ std::string name_of(const model::DralInputOutput& input) {
   return input.has_name() ? input.ioName : input.cellAddress;
 }
 
-Effect effect_of(const model::DralInputOutput& input, std::int32_t output, std::int32_t position) {
+Effect effect_of(const model::DralInputOutput& input, std::int32_t output, double base,
+                 std::int32_t position) {
   const model::NumberRules& rules = input.rules();
   const auto shown = [&](double value) { return embedded::shown(rules, value); };
   Effect effect;
   effect.input = name_of(input);
   effect.input_index = position;
   effect.rank = static_cast<std::int32_t>(input.outputRank(output));
+  effect.facts = model::step_facts(input, output, base);
   effect.low = shown(input.outputMinValue(output));
   effect.high = shown(input.outputMaxValue(output));
+  effect.swing = rules.difference(effect.high, effect.low);
   effect.low_change = shown(input.outputMinPercentChange(output));
   effect.high_change = shown(input.outputMaxPercentChange(output));
-  effect.input_at_low = shown(input.minInputValue(output));
-  effect.input_at_high = shown(input.maxInputValue(output));
+  const bool has_ends = !effect.facts.without_effect();
+  effect.input_at_low = has_ends ? shown(input.minInputValue(output)) : rules.missing_number();
+  effect.input_at_high = has_ends ? shown(input.maxInputValue(output)) : rules.missing_number();
   return effect;
 }
 
+// What the combinations of a group say besides their ends.
+model::StepFacts facts_of(const model::MultiGroup& group, const model::GroupEffect& effect,
+                          const model::NumberRules& rules, double base) {
+  model::StepFacts facts{.steps = group.combinations, .failed = effect.failed};
+  facts.leaves_out_base = effect.leaves_out_base;
+  if (effect.lowest_at == 0) return facts;
+  facts.moves = rules.difference(effect.highest, effect.lowest) != 0 ||
+                (rules.is_usable(base) && rules.difference(effect.lowest, base) != 0);
+  return facts;
+}
+
 GroupRanking ranking_of(const model::MultiGroup& group, const model::GroupEffect& effect,
-                        const model::Records& inputs, std::int32_t output,
-                        const std::vector<std::int32_t>& positions) {
+                        const model::Records& inputs, const model::DralInputOutput& output_record,
+                        std::int32_t output, const std::vector<std::int32_t>& positions) {
+  const model::NumberRules& output_rules = output_record.rules();
   GroupRanking ranking;
   ranking.rank = effect.rank;
   ranking.low = effect.lowest;
   ranking.high = effect.highest;
   ranking.low_change = effect.lowest_change;
   ranking.high_change = effect.highest_change;
-  ranking.swing = effect.lowest_at == 0 ? host::kMissingNumber : effect.swing;
+  ranking.swing = effect.lowest_at == 0 ? output_rules.missing_number() : effect.swing;
   ranking.own_swings = effect.own_swings;
   ranking.interaction = effect.interaction;
+  ranking.interaction_state = effect.interaction_state;
+  ranking.facts = facts_of(group, effect, output_rules, output_record.BaseValue());
   for (std::int32_t m = 1; m <= group.members.size(); ++m) {
     const model::DralInputOutput& input = inputs(group.members(m));
     const model::NumberRules& rules = input.rules();
@@ -65,14 +83,12 @@ GroupRanking ranking_of(const model::MultiGroup& group, const model::GroupEffect
                  ? rules.missing_number()
                  : shown(rules, group.inputs(m).value[static_cast<std::size_t>(combination - 1)]);
     };
-    const double low = input.outputMinValue(output);
-    const double high = input.outputMaxValue(output);
     ranking.members.push_back(
         {.input = name_of(input),
          .input_index = positions.at(static_cast<std::size_t>(input.ioIndex)),
          .at_low = value_at(effect.lowest_at),
          .at_high = value_at(effect.highest_at),
-         .own_swing = rules.is_usable(low) && rules.is_usable(high) ? high - low : rules.missing_number()});
+         .own_swing = rules.difference(input.outputMaxValue(output), input.outputMinValue(output))});
   }
   return ranking;
 }
@@ -120,17 +136,22 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
       model::ReadMultiWay(session, input_records, output_records, positions, 0, simulation);
   std::vector<OutputRanking> rankings;
   for (const std::int32_t index : indexes) {
-    OutputRanking ranking{index, output_records(index + 1).BaseValue(), {}, {}};
+    const model::DralInputOutput& output = output_records(index + 1);
+    OutputRanking ranking{.output_index = index,
+                          .output = output.has_name() ? output.ioName : "",
+                          .base = shown(output.rules(), output.BaseValue()),
+                          .effects = {},
+                          .groups = {}};
     for (const model::DralInputOutput& input : input_records)
-      ranking.effects.push_back(
-          effect_of(input, index + 1, ordered.at(static_cast<std::size_t>(input.ioIndex))));
+      ranking.effects.push_back(effect_of(input, index + 1, output.BaseValue(),
+                                          ordered.at(static_cast<std::size_t>(input.ioIndex))));
     sort_by_rank(ranking.effects);
     const auto selected = static_cast<std::int32_t>(rankings.size()) + 1;
     const model::GroupEffects effects =
         model::RankGroups(multi_way_run, input_records, output_records, selected, index + 1);
     for (std::int32_t g = 1; g <= effects.size(); ++g)
       ranking.groups.push_back(
-          ranking_of(multi_way_run.groups(g), effects(g), input_records, index + 1, ordered));
+          ranking_of(multi_way_run.groups(g), effects(g), input_records, output, index + 1, ordered));
     sort_by_rank(ranking.groups);
     rankings.push_back(std::move(ranking));
   }

@@ -15,6 +15,8 @@
 #include <vector>
 
 #include "host/error.h"
+#include "model/multi_way.h"
+#include "model/step_facts.h"
 #include "office/office.h"
 #include "runfile/run.h"
 #include "service/ordvane_reports.h"
@@ -80,17 +82,20 @@ std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<cons
 std::shared_ptr<office::OfficeApplication> open_model(const runfile::Run& run,
                                                       const std::string& date_format = "yyyy-mm-dd");
 
-// One input's effect on one output, as the tornado shows it.
+// One input's effect on one output, as the tornado shows it. The missing-number marker stands for figures
+// that the run does not give.
 struct Effect {
   std::string input;               // name or address
   std::int32_t input_index;        // zero-based, in Run::inputs
   std::int32_t rank;               // from 1
-  double low, high;                // output's lowest and highest value; the missing-number marker for none
-  double low_change, high_change;  // fractional; the missing-number marker where undefined
+  double low, high;                // output's lowest and highest value
+  double swing;                    // high less low
+  double low_change, high_change;  // fractional
+  // What the input was set to at the ends. An input without effect has no such values.
   double input_at_low, input_at_high;
+  model::StepFacts facts;
 };
-// What a group of inputs varied together did to one output. The missing-number marker stands for figures that
-// the run does not give.
+// What a group of inputs varied together did to one output.
 struct GroupRanking {
   struct Member {
     std::string input;         // name or address
@@ -103,11 +108,14 @@ struct GroupRanking {
   double low, high;   // output's lowest and highest value
   double low_change, high_change;
   double swing;
-  double own_swings;   // of the members, added up
-  double interaction;  // swing less own_swings: 0 where the effects add up
+  double own_swings;                          // of the members, added up
+  double interaction;                         // swing less own_swings: 0 where the effects add up
+  model::InteractionState interaction_state;  // why there is none
+  model::StepFacts facts;                     // of its combinations
 };
 struct OutputRanking {
   std::int32_t output_index;  // zero-based, in Run::outputs
+  std::string output;         // name, or the label that goes for it; "" for none
   double base;
   std::vector<Effect> effects;       // by rank
   std::vector<GroupRanking> groups;  // by rank; empty when the run varied no inputs together

@@ -144,14 +144,16 @@ TEST(RankOutputs, TellsWhatEachInputDid) {
     std::size_t effect;
     const char* input;
     std::int32_t input_index;
-    double low, high, low_change, high_change, input_at_low, input_at_high;
+    double low, high, swing, low_change, high_change, input_at_low, input_at_high;
+    std::int32_t failed;
+    bool moves;
   };
   const Case kCases[] = {
-      {0, 40, 0, "Volume", 2, 20, 80, -0.5, 1, 2, 8},
-      {0, 40, 1, "Price", 0, 32, 48, -0.2, 0.2, 8, 12},
-      {1, -8, 0, "Volume", 2, -16, -4, -1, 0.5, 8, 2},  // the step without a number is left out
-      {1, -8, 1, "Price", 0, -8, -8, 0, 0, 8, 8},
-      {2, kNone, 0, "Price", 0, kNone, kNone, kNone, kNone, kNone, kNone},
+      {0, 40, 0, "Volume", 2, 20, 80, 60, -0.5, 1, 2, 8, 0, true},
+      {0, 40, 1, "Price", 0, 32, 48, 16, -0.2, 0.2, 8, 12, 0, true},
+      {1, -8, 0, "Volume", 2, -16, -4, 12, -1, 0.5, 8, 2, 1, true},  // the step without a number is left out
+      {1, -8, 1, "Price", 0, -8, -8, 0, 0, 0, kNone, kNone, 0, false},
+      {2, kNone, 0, "Price", 0, kNone, kNone, kNone, kNone, kNone, kNone, kNone, 3, false},
   };
   ASSERT_EQ(rankings.size(), 3U);
   for (const Case& each : kCases) {
@@ -166,6 +168,10 @@ TEST(RankOutputs, TellsWhatEachInputDid) {
     EXPECT_EQ(effect.input_index, each.input_index);
     EXPECT_EQ(effect.low, each.low);
     EXPECT_EQ(effect.high, each.high);
+    EXPECT_EQ(effect.swing, each.swing);
+    EXPECT_EQ(effect.facts.steps, 3);
+    EXPECT_EQ(effect.facts.failed, each.failed);
+    EXPECT_EQ(effect.facts.moves, each.moves);
     EXPECT_DOUBLE_EQ(effect.low_change, each.low_change);
     EXPECT_DOUBLE_EQ(effect.high_change, each.high_change);
     EXPECT_EQ(effect.input_at_low, each.input_at_low);

@@ -79,8 +79,8 @@ class Command : public testing::Test {
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
-    std::string variables[] = {std::string("LC_ALL=") + locale, "COLUMNS=70", "TERM=xterm",
-                               "SOURCE_DATE_EPOCH=" + source_date_};
+    std::string variables[] = {std::string("LC_ALL=") + locale, "COLUMNS=" + std::to_string(columns_),
+                               "TERM=xterm", "SOURCE_DATE_EPOCH=" + source_date_};
     char* environment[] = {variables[0].data(), variables[1].data(), variables[2].data(), variables[3].data(),
                            nullptr};
 
@@ -113,6 +113,7 @@ class Command : public testing::Test {
 
   fs::path folder_;
   std::string source_date_ = "1767225600";  // so that workbooks can be compared
+  int columns_ = 70;                        // of the terminal
 };
 
 TEST_F(Command, RefusesWrongArgumentsWithAHint) {
@@ -343,7 +344,7 @@ TEST_F(Command, ShowDrawsBarsAroundTheBase) {
             "  1 Volume, monthly   20 ########|############### 80    -50.0% +100.0%\n"
             "  2 Price             32      ###|###             48    -20.0%  +20.0%\n");
   const Result utf8 = run({"show", "m.run.json", "--output", "My plan!C14"});
-  EXPECT_THAT(utf8.out, AllOf(HasSubstr("\u2588\u2502"), HasSubstr("0.2000"), HasSubstr("-20.0%")));
+  EXPECT_THAT(utf8.out, AllOf(HasSubstr("\u2588\u2502"), HasSubstr("0.2000"), HasSubstr("1 of 3\n")));
   EXPECT_THAT(run({"show", "m.run.json", "--output", "My plan!C14"}, "C").out,
               StartsWith("Margin ? (My plan!C14)\n"));
 }
@@ -352,10 +353,12 @@ TEST_F(Command, ShowAnswersProgramsInFull) {
   EXPECT_EQ(run({"show", "m.run.json", "--csv", "--output", "My plan!C14"}).out,
             "output,outputSheet,outputCell,base,rank,input,inputSheet,inputCell,low,high,swing,lowChange,"
             "highChange,"
-            "inputAtLow,inputAtHigh\n"
+            "inputAtLow,inputAtHigh,steps,failed,moves,leavesOutBase\n"
             "Margin \u00e4,My "
-            "plan,C14,0.25,1,Price,Plan,B1,0.2,0.25,0.04999999999999999,-0.19999999999999996,0,8,10\n"
-            "Margin \u00e4,My plan,C14,0.25,2,\"Volume, monthly\",Plan,B2,0.25,0.25,0,0,0,2,2\n");
+            "plan,C14,0.25,1,Price,Plan,B1,0.2,0.25,0.04999999999999999,-0.19999999999999996,0,8,10,3,1,true,"
+            "false\n"
+            "Margin \u00e4,My plan,C14,0.25,2,\"Volume, "
+            "monthly\",Plan,B2,0.25,0.25,0,0,0,,,2,0,false,false\n");
   const auto json = nlohmann::json::parse(run({"show", "m.run.json", "--json"}).out);
   EXPECT_EQ(json["outputs"].size(), 3U);
   const auto& first = json["outputs"][0]["inputs"][0];
@@ -363,6 +366,74 @@ TEST_F(Command, ShowAnswersProgramsInFull) {
   EXPECT_EQ(first["rank"], 1);
   EXPECT_EQ(first["swing"], 60.0);
   EXPECT_EQ(first["inputAtHigh"], 8.0);
+  EXPECT_EQ(first["leavesOutBase"], false);
+  const auto& margin = json["outputs"][1]["inputs"];
+  EXPECT_EQ(margin[0]["failed"], 1);
+  EXPECT_EQ(margin[1]["moves"], false);
+  EXPECT_EQ(margin[1]["inputAtLow"], nullptr);
+}
+
+// One input for each thing that can be said of its steps.
+constexpr const char* kOddRun = R"json({
+ "format": "ordvane-run", "version": 1, "simulations": 1,
+ "inputs": [
+  { "name": "Start", "book": "m.xlsx", "sheet": "Plan", "cell": "B1", "base": 46023, "date": true, "steps": 2 },
+  { "name": "Rate", "book": "m.xlsx", "sheet": "Plan", "cell": "B2", "base": 0.05, "numberFormat": "0.0%", "steps": 3 },
+  { "name": "\u05de\u05d7\u05d9\u05e8", "book": "m.xlsx", "sheet": "Plan", "cell": "B3", "base": 4, "steps": 1 },
+  { "book": "m.xlsx", "sheet": "Plan", "cell": "B4", "base": 4, "steps": 2 },
+  { "name": "Unused", "book": "m.xlsx", "sheet": "Plan", "cell": "B5", "base": 4, "steps": 2 }],
+ "outputs": [
+  { "book": "m.xlsx", "sheet": "Plan", "cell": "C1", "base": 170542, "numberFormat": "#,##0 \"\u20ac\"_)",
+                     "labels" : [ {"cell" : "A1", "text" : "Value"} ]
+},
+  { "name": "Paid back", "book": "m.xlsx", "sheet": "Plan", "cell": "C2", "base": 46023, "numberFormat": "dd.mm.yyyy" },
+  { "name": "Share", "book": "m.xlsx", "sheet": "Plan", "cell": "C3", "base": null, "numberFormat": "0.0%" }],
+ "recalculations": [
+  [1, 1, 1, 46000, 150000, 46000, 0.1], [1, 1, 2, 46388, 181000, 46388, 0.1],
+  [1, 2, 1, 0.03, 160000, 46023, 0.1], [1, 2, 2, 0.05, 170542, 46023, 0.2], [1, 2, 3, 0.07, "#NUM!", 46023, 0.3],
+  [1, 3, 1, 6, 165000, 46025, 0.1],
+  [1, 4, 1, 3, "#NUM!", 46023, 0.1], [1, 4, 2, 5, "none", 46023, 0.1],
+  [1, 5, 1, 3, 170542, 46023, 0.1], [1, 5, 2, 5, 170542, 46023, 0.1]]
+})json";
+
+TEST_F(Command, ShowWritesAsTheCellsDoAndMarksWhatStepsLeaveOpen) {
+  std::ofstream(folder_ / "odd.run.json") << kOddRun;
+  columns_ = 100;
+  EXPECT_EQ(
+      run({"show", "odd.run.json", "--output", "C1"}).out,
+      "Value (Plan!C1)\n"
+      "  base value 170,542 \u20ac\n"
+      "\n"
+      "    Input           Low                                          High        Low % High %  No number\n"
+      "  1 Start     150,000 \u20ac "
+      "\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588"
+      "\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2502"
+      "\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588 181,000 \u20ac  -12.0% "
+      " +6.1%\n"
+      "  2 Rate      160,000 \u20ac             "
+      "\u2590\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2502"
+      "              170,542 \u20ac   -6.2%   0.0%     1 of 3\n"
+      "  3 \u05de\u05d7\u05d9\u05e8\u200e   *  165,000 \u20ac                   \u2590       \u2502"
+      "              165,000 \u20ac   -3.2%  -3.2%\n"
+      "  4 B4        none of its 2 results is a number\n"
+      "  5 Unused    no effect\n"
+      "  No number: results that are errors, texts or empty; low and high are without them\n"
+      "  * never at its base value; its effect from the base may be larger\n");
+  const auto lines = [&](int columns, const char* output) {
+    columns_ = columns;
+    return run({"show", "odd.run.json", "--output", output}, "C").out;
+  };
+  const auto json = nlohmann::json::parse(run({"show", "odd.run.json", "--json"}).out);
+  EXPECT_EQ(json["outputs"][0]["inputs"][2]["leavesOutBase"], true);
+  // Room decides what else is told: changes before the inputs' values.
+  EXPECT_THAT(lines(60, "C1"),
+              AllOf(Not(HasSubstr("Low %")), HasSubstr("1 of 3\n"), HasSubstr("  base value 170,542 ?\n")));
+  EXPECT_THAT(lines(130, "C1"), AllOf(HasSubstr("  Input at low     at high  No number\n"),
+                                      HasSubstr("  2025-12-09  2027-01-01\n"),
+                                      HasSubstr("         3.0%        5.0%     1 of 3\n")));
+  EXPECT_THAT(lines(130, "C2"), AllOf(StartsWith("Paid back (Plan!C2)\n  base value 01.01.2026\n"),
+                                      HasSubstr("  1 Start     09.12.2025 "), Not(HasSubstr("%"))));
+  EXPECT_THAT(lines(130, "C3"), StartsWith("Share (Plan!C3)\n  its base value is no number\n"));
 }
 
 TEST_F(Command, ShowTellsWhatGroupsDo) {
@@ -376,15 +447,20 @@ TEST_F(Command, ShowTellsWhatGroupsDo) {
             "\n"
             "    Varied together                       Swing  Own swings  Interaction\n"
             "  1 Price x Volume, monthly ###|########     80          76            4\n");
-  EXPECT_THAT(run({"show", "grouped.run.json", "--csv", "--output", "My plan!C14"}).out,
-              AllOf(HasSubstr("inputAtHigh,inputs,ownSwings,interaction\n"),
-                    HasSubstr(",2,\"Volume, monthly\",Plan,B2,0.25,0.25,0,0,0,2,2,1,0,\n"),
-                    HasSubstr(",1,\"Price;Volume, monthly\",Plan;Plan,B1;B2,0.2,0.2,0,"
-                              "-0.19999999999999996,-0.19999999999999996,8;2,8;2,2,0.04999999999999999,"
-                              "-0.04999999999999999\n")));
+  EXPECT_THAT(
+      run({"show", "grouped.run.json", "--csv", "--output", "My plan!C14"}).out,
+      AllOf(
+          HasSubstr(
+              "inputAtHigh,inputs,ownSwings,interaction,steps,failed,moves,leavesOutBase,interactionState\n"),
+          HasSubstr(",2,\"Volume, monthly\",Plan,B2,0.25,0.25,0,0,0,,,1,0,,2,0,false,false,\n"),
+          HasSubstr(",1,\"Price;Volume, monthly\",Plan;Plan,B1;B2,0.2,0.2,0,"
+                    "-0.19999999999999996,-0.19999999999999996,8;2,8;2,2,0.04999999999999999,")));
   const auto json = nlohmann::json::parse(run({"show", "grouped.run.json", "--json"}).out);
   const auto& group = json["outputs"][0]["groups"][0];
   EXPECT_EQ(group["interaction"], 4.0);
+  EXPECT_EQ(group["interactionState"], "measured");
+  EXPECT_EQ(group["steps"], 4);
+  EXPECT_EQ(group["moves"], true);
   EXPECT_EQ(group["inputs"][1]["cell"], "B2");
   EXPECT_EQ(group["inputs"][1]["atHigh"], 8.0);
   EXPECT_EQ(group["inputs"][1]["ownSwing"], 60.0);
