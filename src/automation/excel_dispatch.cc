@@ -52,7 +52,7 @@ class ExcelApplication final : public host::Application, private ExcelObject {
   std::shared_ptr<host::Range> range(const std::string& external_address) override {
     return make_range(context_, it_.object(L"Range", kinds::kRange, {external_address}));
   }
-  host::CellValue evaluate(const std::string& formula) override;
+  host::CellValue evaluate(const std::string& formula) override { return evaluated(context_, formula); }
   void calculate() override { it_.call(L"Calculate"); }
   std::string run(const std::string& macro, host::Range& cell, std::int16_t selector) override {
     return it_.call(L"Run", {macro, range_object(cell), selector}).text();
@@ -73,14 +73,14 @@ std::shared_ptr<host::Workbook> ExcelApplication::workbook(const std::string& na
                        item_named(it_.object(L"Workbooks", kinds::kWorkbooks), kinds::kWorkbook, name));
 }
 
-// What is a reference gives the cells themselves.
-host::CellValue ExcelApplication::evaluate(const std::string& formula) {
-  const Variant result = it_.call(L"Evaluate", {formula});
-  if (!result.is_object()) return first_value(result);
-  return make_range(context_, {result.object(), kinds::kRange, it_.names()})->value();
-}
-
 }  // namespace
+
+host::CellValue evaluated(const Context& context, const std::string& formula) {
+  const LateBound& excel = context->application;
+  const Variant result = excel.call(L"Evaluate", {formula});
+  if (!result.is_object()) return first_value(result);
+  return make_range(context, {result.object(), kinds::kRange, excel.names()})->value();
+}
 
 LateBound item_named(const LateBound& collection, std::wstring_view kind, const std::string& name) {
   try {

@@ -145,6 +145,9 @@ class Range {
   virtual std::string formula() = 0;
   // Every cell; relative references move with the cell. A text without "=" is entered as if typed.
   virtual void set_formula(const std::string& formula) = 0;
+  // What a formula without "=" comes to for the first cell, which stays as it is: the value that the host
+  // recorded for this formula in this very cell, where it did; otherwise as Application::evaluate says.
+  virtual CellValue evaluate(const std::string& formula) = 0;
 
   virtual std::string number_format() = 0;
   virtual std::string number_format_local() = 0;

@@ -178,7 +178,7 @@ double evaluate_function_value(session::Session& session, host::Range& cell,
     host::Application& application = session.application();
     if (application.calculation() != host::Calculation::kAutomatic) application.calculate();
     host::CellValue value = cell.value();
-    if (!value.is_number()) value = application.evaluate(function_text);
+    if (!value.is_number()) value = cell.evaluate(function_text);
     if (value.is_number()) result = value.number;
   });
   return result;

@@ -44,8 +44,6 @@ class Office final : public OfficeApplication {
   void set_number_symbols(const NumberSymbols& symbols) override { state_.symbols = symbols; }
 
  private:
-  const host::CellValue* recorded(const std::string& formula) const;
-
   ApplicationState state_;
   host::Calculation calculation_ = host::Calculation::kAutomatic;
   host::Cursor cursor_ = host::Cursor::kDefault;
@@ -95,18 +93,7 @@ std::shared_ptr<host::Range> Office::range(const std::string& external_address) 
   return std::make_shared<RangeHandle>(sheet, parts->area);
 }
 
-// The active sheet's recorded values come first, then those of any sheet.
-const host::CellValue* Office::recorded(const std::string& formula) const {
-  if (const auto sheet = state_.active_sheet())
-    if (const auto* value = sheet->recorded(formula)) return value;
-  for (const auto& book : state_.books)
-    for (const auto& sheet : book->sheets)
-      if (const auto* value = sheet->recorded(formula)) return value;
-  return nullptr;
-}
-
 host::CellValue Office::evaluate(const std::string& formula) {
-  if (const auto* value = recorded(formula)) return *value;
   const auto sheet = state_.active_sheet();
   return sheet ? sheet->evaluate(formula) : host::CellError::kName;
 }

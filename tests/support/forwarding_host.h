@@ -223,6 +223,7 @@ class ForwardingRange final : public Wrapper<host::Range> {
                   (horizontal, vertical))
   ORDVANE_FORWARD(void, set_indent, (std::int32_t level), (level))
   ORDVANE_FORWARD(void, set_wrap_text, (bool wrap), (wrap))
+  ORDVANE_FORWARD(host::CellValue, evaluate, (const std::string& formula), (formula))
   ORDVANE_FORWARD(bool, locked, (), ())
   ORDVANE_FORWARD(void, set_merge, (bool merged), (merged))
   ORDVANE_FORWARD(void, auto_fit_columns, (), ())
