@@ -27,6 +27,11 @@ class ExcelApplication final : public host::Application, private ExcelObject {
   void set_display_alerts(bool on) override { it_.put(L"DisplayAlerts", on); }
   host::Cursor cursor() override { return static_cast<host::Cursor>(it_.get(L"Cursor").whole()); }
   void set_cursor(host::Cursor cursor) override { it_.put(L"Cursor", cursor); }
+  // False stands for Excel's own text.
+  std::string status_bar() override {
+    const Variant shown = it_.get(L"StatusBar");
+    return shown.value().vt == VT_BOOL ? "" : shown.text();
+  }
   void set_status_bar(const std::string& text) override {
     it_.put(L"StatusBar", text.empty() ? Variant(false) : Variant(text));
   }

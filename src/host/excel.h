@@ -260,6 +260,8 @@ class Application {
   virtual void set_display_alerts(bool on) = 0;
   virtual Cursor cursor() = 0;
   virtual void set_cursor(Cursor cursor) = 0;
+  // The text that was put there; empty while the application shows its own.
+  virtual std::string status_bar() = 0;
   virtual void set_status_bar(const std::string& text) = 0;  // empty: the application's own text again
 
   virtual std::shared_ptr<Workbook> active_workbook() = 0;  // null when no workbook is open

@@ -19,8 +19,8 @@ class Office final : public OfficeApplication {
   void set_display_alerts(bool on) override { display_alerts_ = on; }
   host::Cursor cursor() override { return cursor_; }
   void set_cursor(host::Cursor cursor) override { cursor_ = cursor; }
+  std::string status_bar() override { return status_bar_; }
   void set_status_bar(const std::string& text) override { status_bar_ = text; }
-  const std::string& status_bar() const override { return status_bar_; }
 
   std::shared_ptr<host::Workbook> active_workbook() override;
   std::shared_ptr<host::Worksheet> active_sheet() override;

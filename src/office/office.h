@@ -30,8 +30,6 @@ class OfficeApplication : public host::Application {
   virtual void close_workbook(host::Workbook& book) = 0;
   // How TEXT writes numbers; as English does unless told.
   virtual void set_number_symbols(const NumberSymbols& symbols) = 0;
-  // What the status bar shows; empty for the application's own text.
-  virtual const std::string& status_bar() const = 0;
 };
 
 std::shared_ptr<OfficeApplication> make_application();
