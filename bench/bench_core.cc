@@ -1,5 +1,6 @@
 // Speed of the core: fetching and ranking what the engine stored, and reading run files. Each stands beside a
-// plain peer that does the least that any program has to do with the same data.
+// plain peer that does the least that any program has to do with the same data. Sorting stands beside itself:
+// no order of the values may make it much slower than none.
 
 #include <benchmark/benchmark.h>
 
@@ -19,6 +20,7 @@
 
 #include "embedded/report_job.h"
 #include "environment/standard_environment.h"
+#include "model/ranking.h"
 #include "model/scan.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/run.h"
@@ -164,6 +166,47 @@ void BM_LoadRun_PeerStrtod(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(std::filesystem::file_size(file)));
 }
 
+enum Shape : std::int64_t { kRandom, kOrganPipe, kSorted, kReversed, kEqual };
+
+// The changes of one output's recalculations, as they lie before they are ranked.
+std::vector<double> changes_of(Shape shape, std::int64_t count) {
+  std::mt19937 random(1);
+  std::vector<double> changes;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const std::int64_t risen = shape == kOrganPipe ? std::min(i, count - i) : shape == kReversed ? -i : i;
+    changes.push_back(shape == kRandom  ? static_cast<double>(random())
+                      : shape == kEqual ? 1.0
+                                        : static_cast<double>(risen));
+  }
+  return changes;
+}
+
+void sort_changes(benchmark::State& state, Shape shape) {
+  const std::vector<double> changes = changes_of(shape, state.range(1));
+  std::vector<double> sorted;
+  std::vector<std::int32_t> recalculations(changes.size());
+  for (auto _ : state) {
+    sorted = changes;
+    std::iota(recalculations.begin(), recalculations.end(), 1);
+    model::sort_with_companion(sorted, recalculations);
+    benchmark::DoNotOptimize(recalculations.data());
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(1));
+}
+
+// Changes that lie in some order, beside as many random ones.
+void BM_SortChanges(benchmark::State& state) {
+  sort_changes(state, static_cast<Shape>(state.range(0)));
+}
+void BM_SortChanges_PeerRandom(benchmark::State& state) {
+  sort_changes(state, kRandom);
+}
+
+void shapes(benchmark::internal::Benchmark* benchmark) {
+  benchmark->ArgNames({"shape", "values"})->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
+  for (const Shape shape : {kOrganPipe, kSorted, kReversed, kEqual}) benchmark->Args({shape, 400000});
+}
+
 void sizes(benchmark::internal::Benchmark* benchmark) {
   benchmark->ArgNames({"inputs", "steps", "outputs"})
       ->Args({200, 11, 20})
@@ -176,6 +219,8 @@ BENCHMARK(BM_RetrieveAndRank)->Apply(sizes);
 BENCHMARK(BM_RetrieveAndRank_PeerSort)->Apply(sizes);
 BENCHMARK(BM_LoadRun)->Apply(sizes);
 BENCHMARK(BM_LoadRun_PeerStrtod)->Apply(sizes);
+BENCHMARK(BM_SortChanges)->Apply(shapes);
+BENCHMARK(BM_SortChanges_PeerRandom)->Apply(shapes);
 
 // Prints the figures, then how each compares with its peer.
 class WithRatios : public benchmark::ConsoleReporter {

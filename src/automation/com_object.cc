@@ -1,6 +1,7 @@
 #include "automation/com_object.h"
 
 #include <new>
+#include <stdexcept>
 
 namespace ordvane::automation {
 namespace {
@@ -40,6 +41,8 @@ HRESULT report_current_exception(REFIID interface_id) noexcept {
   } catch (const host::Error& error) {
     return describe(interface_id, hresult_of(error), error.description(), error.source());
   } catch (const std::bad_alloc&) {
+    return describe(interface_id, kRuntimeErrors | host::errc::kOutOfMemory, "Out of memory", kSource);
+  } catch (const std::length_error&) {  // asked for more than can be addressed
     return describe(interface_id, kRuntimeErrors | host::errc::kOutOfMemory, "Out of memory", kSource);
   } catch (const std::exception& error) {
     return describe(interface_id, E_UNEXPECTED, error.what(), kSource);

@@ -27,6 +27,11 @@ class ExcelApplication final : public host::Application, private ExcelObject {
   void set_display_alerts(bool on) override { it_.put(L"DisplayAlerts", on); }
   host::Cursor cursor() override { return static_cast<host::Cursor>(it_.get(L"Cursor").whole()); }
   void set_cursor(host::Cursor cursor) override { it_.put(L"Cursor", cursor); }
+  // False stands for Excel's own text.
+  std::string status_bar() override {
+    const Variant shown = it_.get(L"StatusBar");
+    return shown.value().vt == VT_BOOL ? "" : shown.text();
+  }
   void set_status_bar(const std::string& text) override {
     it_.put(L"StatusBar", text.empty() ? Variant(false) : Variant(text));
   }
@@ -52,7 +57,7 @@ class ExcelApplication final : public host::Application, private ExcelObject {
   std::shared_ptr<host::Range> range(const std::string& external_address) override {
     return make_range(context_, it_.object(L"Range", kinds::kRange, {external_address}));
   }
-  host::CellValue evaluate(const std::string& formula) override;
+  host::CellValue evaluate(const std::string& formula) override { return evaluated(context_, formula); }
   void calculate() override { it_.call(L"Calculate"); }
   std::string run(const std::string& macro, host::Range& cell, std::int16_t selector) override {
     return it_.call(L"Run", {macro, range_object(cell), selector}).text();
@@ -73,14 +78,14 @@ std::shared_ptr<host::Workbook> ExcelApplication::workbook(const std::string& na
                        item_named(it_.object(L"Workbooks", kinds::kWorkbooks), kinds::kWorkbook, name));
 }
 
-// What is a reference gives the cells themselves.
-host::CellValue ExcelApplication::evaluate(const std::string& formula) {
-  const Variant result = it_.call(L"Evaluate", {formula});
-  if (!result.is_object()) return first_value(result);
-  return make_range(context_, {result.object(), kinds::kRange, it_.names()})->value();
-}
-
 }  // namespace
+
+host::CellValue evaluated(const Context& context, const std::string& formula) {
+  const LateBound& excel = context->application;
+  const Variant result = excel.call(L"Evaluate", {formula});
+  if (!result.is_object()) return first_value(result);
+  return make_range(context, {result.object(), kinds::kRange, excel.names()})->value();
+}
 
 LateBound item_named(const LateBound& collection, std::wstring_view kind, const std::string& name) {
   try {

@@ -73,6 +73,9 @@ std::shared_ptr<host::Chart> make_chart(Context context, LateBound chart);
 std::shared_ptr<host::Axis> make_axis(Context context, LateBound axis);
 std::shared_ptr<host::Series> make_series(Context context, LateBound series);
 
+// What a formula without "=" comes to, on the active sheet; of a reference, its first cell's value.
+host::CellValue evaluated(const Context& context, const std::string& formula);
+
 // Excel's object behind a range of this application. Throws error 13 for any other range.
 IDispatch* range_object(host::Range& range);
 

@@ -68,6 +68,7 @@ class ExcelRange final : public host::Range, public ExcelObject {
   void put(const host::CellBlock& block) override;
   std::string formula() override { return first_value(few_cells().get(L"Formula")).text; }
   void set_formula(const std::string& formula) override { it_.put(L"Formula", formula); }
+  CellValue evaluate(const std::string& formula) override { return evaluated(context_, formula); }
 
   std::string number_format() override { return of_first_cell(L"NumberFormat").text(); }
   std::string number_format_local() override { return of_first_cell(L"NumberFormatLocal").text(); }

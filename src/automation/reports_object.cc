@@ -12,6 +12,7 @@
 #include "automation/wire.h"
 #include "model/summary.h"
 #include "service/ordvane_reports.h"
+#include "service/spreadsheet_state.h"
 #include "tables/summary_report.h"
 
 namespace ordvane::automation {
@@ -118,6 +119,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                               LONG* result) override {
     return answer_client([&] {
       const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const service::SpreadsheetState found(session().g_XLApp);
       give(result, tables::MakeSummaryReport(session(), *workbook, longs(at(isSelectedOutput)),
                                              records(at(trResults)), records(at(trOutputs)),
                                              summary(at(trSum)), at(runNumber), at(totalRuns)));
@@ -130,6 +132,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                                      LONG* totalRuns, LONG* result) override {
     return answer_client([&] {
       const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const service::SpreadsheetState found(session().g_XLApp);
       give(result, tables::makeOutputsMissingReport(
                        session(), *workbook, longs(at(isSelectedOutput)), records(at(trResults)),
                        records(at(trOutputs)), at(t_NumUnreportedOutputs), longs(at(t_UnreportedOutputs)),

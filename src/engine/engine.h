@@ -6,9 +6,11 @@
 // Arrays are sized by the caller; the engine never writes past them.
 //
 // Every data function takes `hVars`, the handle of the variable set, first. Every function returns a 32-bit
-// status or value; a status is 0 for success. Callers log statuses and do not check them: a function that
-// fails writes what it can and leaves the rest. Calls throw host::Error only when the engine cannot be
-// reached at all (errc::kFileNotFound, errc::kEntryPointNotFound).
+// status or value. Of a status only the low 16 bits count, and they are 0 for success (`succeeded`). A
+// function that fails writes what it can and leaves the rest: callers of the functions that tell about one
+// item, and of DRL4_GetVaryCountList, check the status; those of the functions that count log it and check
+// the counts. Calls throw host::Error only when the engine cannot be reached at all (errc::kFileNotFound,
+// errc::kEntryPointNotFound).
 //
 // Conventions fixed here because the callers need one:
 //   kind      0 input, 1 output.
@@ -31,6 +33,11 @@ namespace ordvane::engine {
 
 inline constexpr std::int32_t kInput = 0;
 inline constexpr std::int32_t kOutput = 1;
+
+// Whether a status says that the function did as told.
+constexpr bool succeeded(std::int32_t status) {
+  return static_cast<std::int16_t>(status) == 0;
+}
 
 // Opaque words that the engine's initialisation writes and its release takes back unchanged.
 struct EngineContext {

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 #include <exception>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -46,6 +48,19 @@ class Error : public std::exception {
 // The runtime's subscript error. `what` names the array or table.
 [[noreturn]] inline void raise_subscript_out_of_range(const std::string& what) {
   throw Error(errc::kSubscriptOutOfRange, "Subscript out of range: " + what);
+}
+
+// Runs a step that takes as much memory as it is told to; where there is not that much, error 7.
+template <class Step>
+void allocating(Step&& step) {
+  const auto raise = [] { throw Error(errc::kOutOfMemory, "Out of memory"); };
+  try {
+    std::forward<Step>(step)();
+  } catch (const std::bad_alloc&) {
+    raise();
+  } catch (const std::length_error&) {
+    raise();
+  }
 }
 
 // Runs one step whose failure is ignored by rule. Returns whether the step succeeded.

@@ -147,6 +147,9 @@ class Range {
   virtual std::string formula() = 0;
   // Every cell; relative references move with the cell. A text without "=" is entered as if typed.
   virtual void set_formula(const std::string& formula) = 0;
+  // What a formula without "=" comes to for the first cell, which stays as it is: the value that the host
+  // recorded for this formula in this very cell, where it did; otherwise as Application::evaluate says.
+  virtual CellValue evaluate(const std::string& formula) = 0;
 
   virtual std::string number_format() = 0;
   virtual std::string number_format_local() = 0;
@@ -259,6 +262,8 @@ class Application {
   virtual void set_display_alerts(bool on) = 0;
   virtual Cursor cursor() = 0;
   virtual void set_cursor(Cursor cursor) = 0;
+  // The text that was put there; empty while the application shows its own.
+  virtual std::string status_bar() = 0;
   virtual void set_status_bar(const std::string& text) = 0;  // empty: the application's own text again
 
   virtual std::shared_ptr<Workbook> active_workbook() = 0;  // null when no workbook is open

@@ -1,5 +1,9 @@
 #include "model/input_output.h"
 
+#include <algorithm>
+#include <stdexcept>
+#include <tuple>
+
 #include "model/naming.h"
 #include "text/edit.h"
 
@@ -16,13 +20,18 @@ std::shared_ptr<const NumberRules> rules_or_default(const std::shared_ptr<const 
 }  // namespace
 
 std::int32_t ValueTable::allocate(std::int32_t l, std::int32_t j, std::int32_t k) {
-  const bool clamped = l < 1 || j < 1 || k < 1;
-  l_ = l < 1 ? 1 : l;
-  j_ = j < 1 ? 1 : j;
-  k_ = k < 1 ? 1 : k;
-  values_.assign(static_cast<std::size_t>(l_) * static_cast<std::size_t>(j_) * static_cast<std::size_t>(k_),
-                 0.0);
-  return clamped ? 1 : 0;
+  const std::int32_t sizes[] = {std::max(l, 1), std::max(j, 1), std::max(k, 1)};
+  std::size_t elements = 1;
+  host::allocating([&] {
+    for (const std::int32_t size : sizes) {
+      if (elements > values_.max_size() / static_cast<std::size_t>(size))
+        throw std::length_error("value table");
+      elements *= static_cast<std::size_t>(size);
+    }
+    values_.assign(elements, 0.0);
+  });
+  std::tie(l_, j_, k_) = std::tie(sizes[0], sizes[1], sizes[2]);
+  return l < 1 || j < 1 || k < 1 ? 1 : 0;
 }
 
 DralInputOutput::DralInputOutput(const std::shared_ptr<const NumberRules>& rules)

@@ -26,7 +26,8 @@ enum class TableRule : std::uint8_t { kReplaceNaN, kAsGiven };
 // Up to three dimensions of doubles in one piece of memory, the last index running fastest.
 class ValueTable {
  public:
-  // Reallocates with zeros. A size below 1 becomes 1; the result is 1 if any did, else 0.
+  // Reallocates with zeros. A size below 1 becomes 1; the result is 1 if any did, else 0. Error 7, and
+  // nothing changed, for more elements than there is room for.
   std::int32_t allocate(std::int32_t l, std::int32_t j = 1, std::int32_t k = 1);
   double get(std::int32_t l, std::int32_t j = 1, std::int32_t k = 1) const { return values_[index(l, j, k)]; }
   void put(std::int32_t l, std::int32_t j, std::int32_t k, double value) { values_[index(l, j, k)] = value; }

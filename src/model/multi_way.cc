@@ -10,9 +10,10 @@
 #include <string>
 #include <utility>
 
+#include "model/engine_calls.h"
 #include "model/naming.h"
+#include "model/ranking.h"
 #include "model/reach.h"
-#include "model/scan.h"
 
 namespace ordvane::model {
 namespace {
@@ -106,10 +107,8 @@ class Reader {
   // `first`: from 1 among the multi-way recalculations, which follow the standard ones.
   std::vector<double> fetch(std::int32_t kind, const DralInputOutput& item, std::int32_t first,
                             std::int32_t count) {
-    std::vector<double> data(static_cast<std::size_t>(count), std::numeric_limits<double>::quiet_NaN());
-    const std::int32_t start = standard_ + first - 1;
-    session_.engine->DRL4_GetDoubleInputOrOutputData(session_.hVars, kind, item.ioIndex, run_ - 1, start,
-                                                     start + count - 1, data, 1);
+    std::vector<double> data(static_cast<std::size_t>(count));
+    fetch_values(session_, kind, item, run_, standard_ + first - 1, data);
     for (double& value : data) value = item.rules().without_nan(value);
     return data;
   }

@@ -74,7 +74,8 @@ using GroupEffects = OneBased<GroupEffect>;  // one a group
 // Reads the multi-way recalculations of the one-based run `runNumber`. `inputs` and `outputs` have been
 // filled by OrdvaneScan::getData. `maxGroupSize`: most members of a group; below 1 for no limit but the
 // inputs. An engine that refuses, or a run without groups, gives a run without groups. Throws error 9 for a
-// member that is no input, errc::kUserCancelled when the user stops.
+// member that is no input, errc::kInvalidProcedureCall when the engine refuses the values of an item,
+// errc::kUserCancelled when the user stops.
 MultiWayRun ReadMultiWay(session::Session& session, const Records& inputs, const Records& outputs,
                          const OneBased<std::int32_t>& selectedOutputs, std::int32_t maxGroupSize,
                          std::int32_t runNumber);

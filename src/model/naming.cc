@@ -176,13 +176,16 @@ double evaluate_function_value(session::Session& session, host::Range& cell,
   host::ignoring_errors([&] {
     const FormulaKeeper keeper(cell);
     cell.set_formula("=" + function_text);
-    host::Application& application = session.application();
-    if (application.calculation() != host::Calculation::kAutomatic) application.calculate();
+    session.application().calculate();
     host::CellValue value = cell.value();
-    if (!value.is_number()) value = application.evaluate(function_text);
+    if (!value.is_number()) value = cell.evaluate(function_text);
     if (value.is_number()) result = value.number;
   });
   return result;
+}
+
+ModelRecalculation::~ModelRecalculation() {
+  host::ignoring_errors([&] { session_.application().calculate(); });
 }
 
 }  // namespace ordvane::model

@@ -44,8 +44,23 @@ OrdvaneRangeMode range_mode_of(const Records& records);
 void fill_number_formats(session::Session& session, Records& records, std::int32_t count);
 
 // The value of the item's function text, computed in its cell; the missing-number marker when it is no
-// number. Puts the cell's formula and the engine's sampling type back in every case.
+// number. Recalculates by itself, so it does not matter which calculation mode is set. Puts the cell's
+// formula and the engine's sampling type back in every case.
 double evaluate_function_value(session::Session& session, host::Range& cell,
                                const std::string& function_text);
+
+// Recalculates the model when it goes. Whoever evaluates function values keeps one meanwhile: where
+// calculation is manual, the cells that depend on an item would go on showing what came of its function
+// alone.
+class ModelRecalculation {
+ public:
+  explicit ModelRecalculation(session::Session& session) : session_(session) {}
+  ~ModelRecalculation();
+  ModelRecalculation(const ModelRecalculation&) = delete;
+  ModelRecalculation& operator=(const ModelRecalculation&) = delete;
+
+ private:
+  session::Session& session_;
+};
 
 }  // namespace ordvane::model

@@ -17,11 +17,12 @@ class OneBased {
 
   std::int32_t size() const { return static_cast<std::int32_t>(items_.size()); }
   bool empty() const { return items_.empty(); }
+  // Both fail with error 7, and change nothing, where there is no room.
   void resize(std::int32_t size, const T& value = T()) {
-    items_.resize(static_cast<std::size_t>(size < 0 ? 0 : size), value);
+    host::allocating([&] { items_.resize(static_cast<std::size_t>(size < 0 ? 0 : size), value); });
   }
   void assign(std::int32_t size, const T& value) {
-    items_.assign(static_cast<std::size_t>(size < 0 ? 0 : size), value);
+    host::allocating([&] { items_.assign(static_cast<std::size_t>(size < 0 ? 0 : size), value); });
   }
   void push_back(T value) { items_.push_back(std::move(value)); }
   void clear() { items_.clear(); }

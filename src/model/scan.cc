@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <functional>
 #include <numeric>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include "model/engine_calls.h"
 #include "model/naming.h"
+#include "model/ranking.h"
 #include "text/edit.h"
 #include "text/utf16.h"
 
@@ -43,18 +45,27 @@ struct ItemInfo {
   std::int32_t output_range_index = 0, output_index = 0;
 };
 
+// How a refusal names an item that is known by its place in the list alone: counted from 1.
+std::string listed_item(std::int32_t kind, std::int32_t index) {
+  return (kind == engine::kInput ? "input " : "output ") + std::to_string(index + 1);
+}
+
 ItemInfo item_info(session::Session& s, std::int32_t kind, std::int32_t index) {
   ItemInfo i;
   if (kind == engine::kInput) {
-    s.engine->DRL7_GetOrderedInputInfoVB(
-        s.hVars, s.session_flag, index, i.name, i.alternative_name, i.formula, i.function_start,
-        i.function_stop, i.use_default_name, i.book_index, i.sheet_index, i.cell_index, i.formula_index,
-        i.in_cell_index, i.is_locked, i.is_multi, i.range_type, i.min_change, i.max_change, i.dist_for_range);
+    require_success(s.engine->DRL7_GetOrderedInputInfoVB(
+                        s.hVars, s.session_flag, index, i.name, i.alternative_name, i.formula,
+                        i.function_start, i.function_stop, i.use_default_name, i.book_index, i.sheet_index,
+                        i.cell_index, i.formula_index, i.in_cell_index, i.is_locked, i.is_multi, i.range_type,
+                        i.min_change, i.max_change, i.dist_for_range),
+                    "DRL7_GetOrderedInputInfoVB", listed_item(kind, index));
   } else {
-    s.engine->DRL7_GetOrderedOutputInfoVB(
-        s.hVars, s.session_flag, index, i.name, i.alternative_name, i.formula, i.function_start,
-        i.function_stop, i.use_default_name, i.book_index, i.sheet_index, i.cell_index, i.formula_index,
-        i.in_cell_index, i.is_locked, i.date_flag, i.output_range_name, i.output_range_index, i.output_index);
+    require_success(s.engine->DRL7_GetOrderedOutputInfoVB(
+                        s.hVars, s.session_flag, index, i.name, i.alternative_name, i.formula,
+                        i.function_start, i.function_stop, i.use_default_name, i.book_index, i.sheet_index,
+                        i.cell_index, i.formula_index, i.in_cell_index, i.is_locked, i.date_flag,
+                        i.output_range_name, i.output_range_index, i.output_index),
+                    "DRL7_GetOrderedOutputInfoVB", listed_item(kind, index));
   }
   return i;
 }
@@ -64,13 +75,17 @@ void set_location(session::Session& s, std::int32_t kind, const ItemInfo& info, 
   std::int32_t items_in_cell = 0;
   std::string cell;
   std::string range;
-  s.engine->DRL7_GetCellWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index, info.sheet_index,
-                                            info.cell_index, info.formula_index, info.in_cell_index, cell,
-                                            range, items_in_cell);
-  s.engine->DRL7_GetWorkbookWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index,
-                                                sheets_in_book, record.bookName);
-  s.engine->DRL7_GetSheetWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index, info.sheet_index,
-                                             record.sheetName);
+  const std::string item = listed_item(kind, record.ioIndex);
+  require_success(s.engine->DRL7_GetCellWithInputOrOutputVB(
+                      s.hVars, s.session_flag, kind, info.book_index, info.sheet_index, info.cell_index,
+                      info.formula_index, info.in_cell_index, cell, range, items_in_cell),
+                  "DRL7_GetCellWithInputOrOutputVB", item);
+  require_success(s.engine->DRL7_GetWorkbookWithInputOrOutputVB(
+                      s.hVars, s.session_flag, kind, info.book_index, sheets_in_book, record.bookName),
+                  "DRL7_GetWorkbookWithInputOrOutputVB", item);
+  require_success(s.engine->DRL7_GetSheetWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index,
+                                                             info.sheet_index, record.sheetName),
+                  "DRL7_GetSheetWithInputOrOutputVB", item);
   if (record.sheetName.empty()) record.sheetName = kDefaultSheetName;
   record.cellAddress = text::without(cell, '$');
   record.rangeAddress = text::without(range, '$');
@@ -133,7 +148,6 @@ OrdvaneScan::OrdvaneScan(session::Session& session)
 
 std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int32_t& autoCount) {
   session::Session& s = session_;
-  s.application().set_calculation(host::Calculation::kAutomatic);
   std::int32_t inputs = 0;
   std::int32_t outputs = 0;
   s.engine->DRL4_GetNumInputsAndOutputs(s.hVars, 0, inputs, outputs);
@@ -141,10 +155,13 @@ std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int3
   autoCount = 0;
 
   std::vector<std::int16_t> steps;
-  if (kind == engine::kInput) {
-    steps.resize(static_cast<std::size_t>(std::max(inputs, 0)));
-    s.engine->DRL4_GetVaryCountList(s.hVars, steps, inputs);
+  if (kind == engine::kInput && inputs > 0) {
+    steps.resize(static_cast<std::size_t>(inputs));
+    require_success(s.engine->DRL4_GetVaryCountList(s.hVars, steps, inputs), "DRL4_GetVaryCountList",
+                    "the steps of " + std::to_string(inputs) + " inputs");
   }
+  std::optional<ModelRecalculation> at_the_end;
+  if (kind == engine::kOutput) at_the_end.emplace(s);
   const std::int32_t count = kind == engine::kInput ? inputs : outputs;
   for (std::int32_t k = 1; k <= count; ++k) {
     const ItemInfo info = item_info(s, kind, k - 1);
@@ -240,34 +257,130 @@ class Extremes {
   bool first_ = true;
 };
 
-// Everything that one output's recalculations say about the inputs.
-void fill_output(Records& inputs, const NumberRules& rules, std::int32_t on, double base,
-                 std::span<const double> values, std::span<const std::int32_t> rank_of) {
-  std::size_t r = 0;
-  for (DralInputOutput& input : inputs) {
-    input.startingIteration = static_cast<std::int32_t>(r) + 1;
-    Extremes extremes(input, on);
-    for (std::int32_t j = 1; j <= input.numSteps; ++j, ++r) {
-      if (r >= values.size()) host::raise_subscript_out_of_range("recalculations of an output");
-      input.OutputValuesCalculatedPut(on, j, values[r]);
-      input.outputRankPerStepPut(on, j, rank_of[r]);
-      const double value = input.OutputValuesCalculated(on, j);
-      const double change = rules.fractional_change(value, base);
-      input.outputPercentChangedCalculatedPut(on, j, change);
-      if (rules.is_usable(value) || rules.is_usable(change))
-        extremes.take(value, change, input.InputValuesUsed(j));
-    }
-    extremes.finish(rules.missing_number());
+// Reads one run into the records.
+class Retrieval {
+ public:
+  Retrieval(session::Session& session, const NumberRules& rules, Records& inputs, std::int32_t recalculations,
+            std::int32_t run)
+      : session_(session),
+        rules_(rules),
+        inputs_(inputs),
+        run_(run),
+        data_(static_cast<std::size_t>(std::max(recalculations, 0))),
+        poll_([&session] { session.check_cancel(); }),
+        pace_(poll_) {}
+
+  void read_inputs();
+  // `on`: the output's position, as the inputs' tables count.
+  void read_output(const DralInputOutput& output, std::int32_t on);
+
+ private:
+  static constexpr std::size_t kStepsOfALogLine = 1000;  // as much time as that many steps of arithmetic
+
+  void log_line(const std::string& text) {
+    session_.log.line("OrdvaneScan.GetData " + text);
+    pace_.step(kStepsOfALogLine);
+  }
+  void log_data(std::int32_t index);
+  void rank_recalculations(double base);
+  void fill_inputs(std::int32_t on, double base);
+  void rank_inputs(std::int32_t on);
+
+  session::Session& session_;
+  const NumberRules& rules_;
+  Records& inputs_;
+  std::int32_t run_;
+  // Of the item that is being read, one element a recalculation.
+  std::vector<double> data_;
+  std::vector<double> changes_;          // Array
+  std::vector<std::int32_t> by_change_;  // RArray: recalculations in the order of their changes
+  std::vector<std::int32_t> rank_of_;    // RArray2: its inverse
+  Poll poll_;
+  Pace pace_;
+};
+
+// Of an input only its own steps are asked for; it is at its base value everywhere else.
+void Retrieval::read_inputs() {
+  const ModelRecalculation at_the_end(session_);
+  std::size_t first = 0;
+  for (DralInputOutput& input : inputs_) {
+    session_.check_cancel();
+    const auto steps = static_cast<std::size_t>(std::max(input.numSteps, 0));
+    if (steps > data_.size() - first) host::raise_subscript_out_of_range("recalculations of an input");
+    const std::span<double> values = std::span(data_).subspan(first, steps);
+    fetch_values(session_, engine::kInput, input, run_, static_cast<std::int32_t>(first), values);
+    input.set_BaseValue(
+        evaluate_function_value(session_, *cell_of(session_, input), input.originalDistribution));
+    for (std::int32_t j = 1; j <= input.numSteps; ++j)
+      input.InputValuesUsedPut(j, values[static_cast<std::size_t>(j - 1)]);
+    first += steps;
   }
 }
 
-void rank_inputs(Records& inputs, std::int32_t on) {
+void Retrieval::read_output(const DralInputOutput& output, std::int32_t on) {
+  session_.check_cancel();
+  fetch_values(session_, engine::kOutput, output, run_, 0, data_);
+  if (session_.log.is_on()) log_data(output.ioIndex);
+  for (double& value : data_) value = rules_.without_nan(value);
+  rank_recalculations(output.BaseValue());
+  fill_inputs(on, output.BaseValue());
+  rank_inputs(on);
+}
+
+void Retrieval::log_data(std::int32_t index) {
+  log_line("DRL4_GetDoubleInputOrOutputData HVars: " + std::to_string(session_.hVars) + "    Index: " +
+           std::to_string(index) + "   Start: 0   Stop: " + std::to_string(std::ssize(data_) - 1));
+  for (std::size_t k = 0; k < data_.size(); ++k)
+    log_line("DRL4_GetDoubleInputOrOutputData Data(" + std::to_string(k + 1) + ")=" + log_text(data_[k]));
+}
+
+// By change from the base value; a missing result stands for its own change.
+void Retrieval::rank_recalculations(double base) {
+  const double missing = rules_.missing_number();
+  changes_ = data_;
+  for (double& change : changes_)
+    if (change != missing) change -= base;
+  by_change_.resize(changes_.size());
+  std::iota(by_change_.begin(), by_change_.end(), 1);
+  sort_with_companion(changes_, by_change_, poll_);
+  rank_of_.resize(changes_.size());
+  for (std::size_t k = 0; k < by_change_.size(); ++k)
+    rank_of_[static_cast<std::size_t>(by_change_[k] - 1)] = static_cast<std::int32_t>(k) + 1;
+  if (!session_.log.is_on()) return;
+  for (std::size_t k = 0; k < changes_.size(); ++k)
+    log_line("Array(" + std::to_string(k + 1) + ")=" + log_text(changes_[k]) + "   RArray(" +
+             std::to_string(k + 1) + ")=" + std::to_string(by_change_[k]) + "   RArray2(" +
+             std::to_string(k + 1) + ")=" + std::to_string(rank_of_[k]));
+}
+
+// Everything that one output's recalculations say about the inputs.
+void Retrieval::fill_inputs(std::int32_t on, double base) {
+  std::size_t r = 0;
+  for (DralInputOutput& input : inputs_) {
+    input.startingIteration = static_cast<std::int32_t>(r) + 1;
+    Extremes extremes(input, on);
+    for (std::int32_t j = 1; j <= input.numSteps; ++j, ++r) {
+      if (r >= data_.size()) host::raise_subscript_out_of_range("recalculations of an output");
+      input.OutputValuesCalculatedPut(on, j, data_[r]);
+      input.outputRankPerStepPut(on, j, rank_of_[r]);
+      const double value = input.OutputValuesCalculated(on, j);
+      const double change = rules_.fractional_change(value, base);
+      input.outputPercentChangedCalculatedPut(on, j, change);
+      if (rules_.is_usable(value) || rules_.is_usable(change))
+        extremes.take(value, change, input.InputValuesUsed(j));
+      pace_.step();
+    }
+    extremes.finish(rules_.missing_number());
+  }
+}
+
+void Retrieval::rank_inputs(std::int32_t on) {
   std::vector<double> swings;
-  swings.reserve(static_cast<std::size_t>(inputs.size()));
-  for (const DralInputOutput& input : inputs)
+  swings.reserve(static_cast<std::size_t>(inputs_.size()));
+  for (const DralInputOutput& input : inputs_)
     swings.push_back(input.outputMaxValue(on) - input.outputMinValue(on));
-  const OneBased<std::int32_t> ranks = rank_descending(swings);
-  for (std::int32_t i = 1; i <= inputs.size(); ++i) inputs(i).outputRankPut(on, ranks(i));
+  const OneBased<std::int32_t> ranks = rank_descending(swings, poll_);
+  for (std::int32_t i = 1; i <= inputs_.size(); ++i) inputs_(i).outputRankPut(on, ranks(i));
 }
 
 }  // namespace
@@ -275,61 +388,10 @@ void rank_inputs(Records& inputs, std::int32_t on) {
 std::int32_t OrdvaneScan::getData(Records& inputs, Records& outputs,
                                   const OneBased<std::int32_t>& selectedOutputs, std::int32_t numIterations,
                                   std::int32_t runNumber) {
-  session::Session& s = session_;
   for (DralInputOutput& input : inputs) init_tables(input, outputs.size());
-
-  const std::int32_t last = numIterations - 1;
-  const auto count = static_cast<std::size_t>(std::max(numIterations, 0));
-  std::vector<double> data(count);
-  const auto fetch = [&](std::int32_t kind, std::int32_t index) {
-    s.engine->DRL4_GetDoubleInputOrOutputData(s.hVars, kind, index, runNumber - 1, 0, last, data, 1);
-  };
-
-  std::size_t first = 0;
-  for (DralInputOutput& input : inputs) {
-    fetch(engine::kInput, input.ioIndex);
-    input.set_BaseValue(evaluate_function_value(s, *cell_of(s, input), input.originalDistribution));
-    for (std::int32_t j = 1; j <= input.numSteps; ++j, ++first) {
-      if (first >= count) host::raise_subscript_out_of_range("recalculations of an input");
-      input.InputValuesUsedPut(j, data[first]);
-    }
-  }
-
-  std::vector<double> changes(count);          // Array
-  std::vector<std::int32_t> by_change(count);  // RArray: recalculations in the order of their changes
-  std::vector<std::int32_t> rank_of(count);    // RArray2: its inverse
-  for (const std::int32_t on : selectedOutputs) {
-    const DralInputOutput& output = outputs(on);
-    fetch(engine::kOutput, output.ioIndex);
-    if (s.log.is_on()) {
-      s.log.line("OrdvaneScan.GetData DRL4_GetDoubleInputOrOutputData HVars: " + std::to_string(s.hVars) +
-                 "    Index: " + std::to_string(output.ioIndex) +
-                 "   Start: 0   Stop: " + std::to_string(last));
-      for (std::size_t k = 0; k < count; ++k)
-        s.log.line("OrdvaneScan.GetData DRL4_GetDoubleInputOrOutputData Data(" + std::to_string(k + 1) +
-                   ")=" + log_text(data[k]));
-    }
-    for (std::size_t k = 0; k < count; ++k) {
-      if (rules_->is_nan(data[k])) {
-        data[k] = rules_->missing_number();
-        changes[k] = data[k];
-      } else {
-        changes[k] = data[k] - output.BaseValue();
-      }
-    }
-    std::iota(by_change.begin(), by_change.end(), 1);
-    sort_with_companion(changes, by_change);
-    for (std::size_t k = 0; k < count; ++k)
-      rank_of[static_cast<std::size_t>(by_change[k] - 1)] = static_cast<std::int32_t>(k) + 1;
-    if (s.log.is_on()) {
-      for (std::size_t k = 0; k < count; ++k)
-        s.log.line("OrdvaneScan.GetData Array(" + std::to_string(k + 1) + ")=" + log_text(changes[k]) +
-                   "   RArray(" + std::to_string(k + 1) + ")=" + std::to_string(by_change[k]) +
-                   "   RArray2(" + std::to_string(k + 1) + ")=" + std::to_string(rank_of[k]));
-    }
-    fill_output(inputs, *rules_, on, output.BaseValue(), data, rank_of);
-    rank_inputs(inputs, on);
-  }
+  Retrieval retrieval(session_, *rules_, inputs, numIterations, runNumber);
+  retrieval.read_inputs();
+  for (const std::int32_t on : selectedOutputs) retrieval.read_output(outputs(on), on);
   return 0;
 }
 
@@ -388,76 +450,6 @@ std::int16_t OrdvaneScan::GetCurrentOutputInfoForCell(host::Range& theCell, std:
   if (theOutputName.empty() && !theRangeName.empty())
     theOutputName = default_label_by_address(session_, theCell.address(true, true)).text;
   return 0;
-}
-
-namespace {
-
-// Sorts positions low to high, both included. The middle element's place depends on the absolute positions,
-// counted from 1, and with it the order that equal values are left in.
-void sort_between(std::span<double> values, std::span<std::int32_t> companion, std::int64_t low,
-                  std::int64_t high) {
-  const auto at = [](std::int64_t position) { return static_cast<std::size_t>(position - 1); };
-  while (low < high) {
-    std::int64_t i = low;
-    std::int64_t j = high;
-    const double pivot = values[at((low + high) / 2)];
-    while (i <= j) {
-      while (values[at(i)] < pivot && i < high) ++i;
-      while (pivot < values[at(j)] && j > low) --j;
-      if (i <= j) {
-        std::swap(values[at(i)], values[at(j)]);
-        std::swap(companion[at(i)], companion[at(j)]);
-        ++i;
-        --j;
-      }
-    }
-    // The parts do not touch, so the order in which they are sorted changes nothing: recursing into the
-    // smaller one keeps the depth logarithmic.
-    if (j - low < high - i) {
-      sort_between(values, companion, low, j);
-      low = i;
-    } else {
-      sort_between(values, companion, i, high);
-      high = j;
-    }
-  }
-}
-
-}  // namespace
-
-void sort_with_companion(std::span<double> values, std::span<std::int32_t> companion) {
-  sort_between(values, companion, 1, static_cast<std::int64_t>(values.size()));
-}
-
-OneBased<std::int32_t> rank_descending(std::span<const double> values) {
-  // Where counting would start each rank: 1 plus the number of strictly greater values. NaN is never greater.
-  std::vector<double> sorted;
-  sorted.reserve(values.size());
-  for (const double value : values)
-    if (!std::isnan(value)) sorted.push_back(value);
-  std::sort(sorted.begin(), sorted.end(), std::greater<>());
-
-  // next_free[r]: the first rank from r on that is not taken, found through the ones that are.
-  std::vector<std::size_t> next_free(values.size() + 1);
-  std::iota(next_free.begin(), next_free.end(), std::size_t{0});
-  const auto find_free = [&](std::size_t rank) {
-    while (next_free[rank] != rank) {
-      next_free[rank] = next_free[next_free[rank]];
-      rank = next_free[rank];
-    }
-    return rank;
-  };
-
-  OneBased<std::int32_t> ranks;
-  for (const double value : values) {
-    const auto greater = std::isnan(value)
-                             ? sorted.begin()
-                             : std::lower_bound(sorted.begin(), sorted.end(), value, std::greater<>());
-    const std::size_t rank = find_free(static_cast<std::size_t>(greater - sorted.begin()));
-    ranks.push_back(static_cast<std::int32_t>(rank) + 1);
-    next_free[rank] = rank + 1;
-  }
-  return ranks;
 }
 
 }  // namespace ordvane::model

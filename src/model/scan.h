@@ -1,12 +1,12 @@
 // The model scan: what the engine analysed, and what it saw.
 //
 // newScan builds one record per input or output, getData fills the value tables of one run and ranks every
-// recalculation and every input. Reads the engine and the model's cells; keeps nothing between calls. Errors
-// go to the caller.
+// recalculation and every input. Reads the engine and the model's cells; keeps nothing between calls, and
+// leaves the calculation mode as it is. Errors go to the caller; an engine that refuses to tell about an item
+// is one (errc::kInvalidProcedureCall), named with the call and the item.
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string>
 
 #include "model/input_output.h"
@@ -26,7 +26,8 @@ class OrdvaneScan {
   std::int32_t newScan(Records& records, std::int32_t kind, std::int32_t& autoCount);
 
   // Fills the tables of `inputs` for the one-based run `runNumber`, for each selected position in `outputs`.
-  // `numIterations`: recalculations of the run. Returns 0.
+  // `numIterations`: recalculations of the run. Throws errc::kUserCancelled within a second of the user's
+  // wish to stop. Returns 0.
   std::int32_t getData(Records& inputs, Records& outputs, const OneBased<std::int32_t>& selectedOutputs,
                        std::int32_t numIterations, std::int32_t runNumber);
 
@@ -40,13 +41,5 @@ class OrdvaneScan {
   session::Session& session_;
   std::shared_ptr<const NumberRules> rules_;
 };
-
-// Sorts `values` ascending and applies every swap to `companion`, which has the same size. Not stable: the
-// order that equal values are left in is part of the result.
-void sort_with_companion(std::span<double> values, std::span<std::int32_t> companion);
-
-// Ranks values so that the greatest gets 1 and equal ones consecutive ranks in the order of their positions:
-// a permutation of 1..n.
-OneBased<std::int32_t> rank_descending(std::span<const double> values);
 
 }  // namespace ordvane::model

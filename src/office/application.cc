@@ -20,8 +20,8 @@ class Office final : public OfficeApplication {
   void set_display_alerts(bool on) override { display_alerts_ = on; }
   host::Cursor cursor() override { return cursor_; }
   void set_cursor(host::Cursor cursor) override { cursor_ = cursor; }
+  std::string status_bar() override { return status_bar_; }
   void set_status_bar(const std::string& text) override { status_bar_ = text; }
-  const std::string& status_bar() const override { return status_bar_; }
 
   std::shared_ptr<host::Workbook> active_workbook() override;
   std::shared_ptr<host::Worksheet> active_sheet() override;
@@ -45,8 +45,6 @@ class Office final : public OfficeApplication {
   void set_number_symbols(const NumberSymbols& symbols) override { state_.symbols = symbols; }
 
  private:
-  const host::CellValue* recorded(const std::string& formula) const;
-
   ApplicationState state_;
   host::Calculation calculation_ = host::Calculation::kAutomatic;
   host::Cursor cursor_ = host::Cursor::kDefault;
@@ -96,18 +94,7 @@ std::shared_ptr<host::Range> Office::range(const std::string& external_address) 
   return std::make_shared<RangeHandle>(sheet, parts->area);
 }
 
-// The active sheet's recorded values come first, then those of any sheet.
-const host::CellValue* Office::recorded(const std::string& formula) const {
-  if (const auto sheet = state_.active_sheet())
-    if (const auto* value = sheet->recorded(formula)) return value;
-  for (const auto& book : state_.books)
-    for (const auto& sheet : book->sheets)
-      if (const auto* value = sheet->recorded(formula)) return value;
-  return nullptr;
-}
-
 host::CellValue Office::evaluate(const std::string& formula) {
-  if (const auto* value = recorded(formula)) return *value;
   const auto sheet = state_.active_sheet();
   return sheet ? sheet->evaluate(formula) : host::CellError::kName;
 }

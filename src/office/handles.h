@@ -76,6 +76,7 @@ class RangeHandle final : public host::Range {
   void put(const host::CellBlock& block) override;
   std::string formula() override;
   void set_formula(const std::string& formula) override;
+  host::CellValue evaluate(const std::string& formula) override;
 
   std::string number_format() override;
   std::string number_format_local() override;

@@ -21,8 +21,8 @@ class OfficeApplication : public host::Application {
   virtual std::shared_ptr<host::Workbook> open_workbook(const std::string& name) = 0;
   // A sheet of this name in it, which becomes the active sheet.
   virtual std::shared_ptr<host::Worksheet> open_sheet(host::Workbook& book, const std::string& name) = 0;
-  // A model cell: shows `value`; whenever `formula` (with or without its "=") is entered or evaluated there,
-  // the result is `value` again, because that is what the recorded run saw.
+  // A model cell: shows `value`; whenever `formula` (with or without its "=") is entered or evaluated in this
+  // very cell, the result is `value` again, because that is what the recorded run saw.
   virtual void set_model_cell(host::Range& cell, const std::string& formula, const host::CellValue& value,
                               const std::string& number_format, bool locked) = 0;
   // The data behind a workbook of this application.
@@ -30,8 +30,6 @@ class OfficeApplication : public host::Application {
   virtual void close_workbook(host::Workbook& book) = 0;
   // How TEXT writes numbers; as English does unless told.
   virtual void set_number_symbols(const NumberSymbols& symbols) = 0;
-  // What the status bar shows; empty for the application's own text.
-  virtual const std::string& status_bar() const = 0;
 };
 
 std::shared_ptr<OfficeApplication> make_application();

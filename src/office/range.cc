@@ -94,6 +94,10 @@ void RangeHandle::set_formula(const std::string& formula) {
   sheet().set_formula(area_, formula);
 }
 
+host::CellValue RangeHandle::evaluate(const std::string& formula) {
+  return sheet().evaluate({area_.row, area_.column}, formula);
+}
+
 std::string RangeHandle::number_format() {
   return sheet().style(area_.row, area_.column).number_format;
 }

@@ -223,12 +223,6 @@ const CellValue* Sheet::recorded(const CellRef& cell, const std::string& formula
   return value == known->second.end() ? nullptr : &value->second;
 }
 
-const CellValue* Sheet::recorded(const std::string& formula) const {
-  for (const auto& [cell, values] : recorded_)
-    if (const CellValue* value = recorded(cell, formula)) return value;
-  return nullptr;
-}
-
 const NumberSymbols& Sheet::symbols() const {
   return application_of(book_of(*this)).symbols;
 }
@@ -237,6 +231,11 @@ CellValue Sheet::evaluate(const std::string& formula) {
   const Formula parsed(without_equals(formula));
   for (const Area& area : parsed.precedents()) compute_area(area);
   return parsed.compute(*this);
+}
+
+CellValue Sheet::evaluate(const CellRef& cell, const std::string& formula) {
+  const CellValue* known = recorded(cell, formula);
+  return known ? *known : evaluate(formula);
 }
 
 Sheet::Computation& Sheet::computation(const CellRef& cell) {

@@ -40,9 +40,9 @@ class Sheet : private CellSource {
   void set_formula(const Area& area, const std::string& formula);
   // Texts entered into this cell that show a recorded value instead of being computed.
   void record(const CellRef& cell, const std::string& formula, const host::CellValue& value);
-  // The value that some cell of this sheet recorded for the text.
-  const host::CellValue* recorded(const std::string& formula) const;
   host::CellValue evaluate(const std::string& formula);
+  // The same for a cell, whose recorded value goes first.
+  host::CellValue evaluate(const CellRef& cell, const std::string& formula);
   // Brings every formula's value up to date.
   void compute_all();
 

@@ -5,6 +5,7 @@
 
 #include "model/naming.h"
 #include "service/ordvane_reports.h"
+#include "service/spreadsheet_state.h"
 #include "tables/utils.h"
 
 namespace ordvane::service {
@@ -16,9 +17,6 @@ using session::log_text;
 constexpr std::int16_t kReading = 1020;
 constexpr std::int16_t kDrawing = 1021;
 constexpr std::int16_t kWriting = 1024;
-
-// Caption of the base line where there is none to caption: with several runs.
-constexpr const char* kBaseValueLabel = "Base Value";
 
 }  // namespace
 
@@ -46,6 +44,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
     s.check_cancel();
   };
   s.session_flag = 1;
+  const SpreadsheetState found(s.g_XLApp);
   const ReportArguments arguments{s,
                                   rWB,
                                   isSelectedOutput,
@@ -75,12 +74,10 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
   if (groupCount > 0 && reports_.multi_tornado) {
     for (Long k = 1; k <= isSelectedOutput.size(); ++k) {
       progress(kDrawing);
-      const bool one_run = totalRuns <= 1;
       const Long output = isSelectedOutput(k);
-      const TornadoStyle style{one_run ? trOutputs(output).BaseValue() : host::kNoBaseValue,
-                               one_run ? s.CommonString(16) : kBaseValueLabel, BarColor(), BaselineColor()};
-      graph_or_log("multiReport",
-                   [&] { reports_.multi_tornado(arguments, output, run, effects(k), limits, style); });
+      graph_or_log("multiReport", [&] {
+        reports_.multi_tornado(arguments, output, run, effects(k), limits, tornado_style(trOutputs(output)));
+      });
     }
   }
   if (reports_.multi_way_detail) {

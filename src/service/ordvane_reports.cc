@@ -102,7 +102,7 @@ void OrdvaneReports::set_WatermarkText(const std::string& text) {
 
 void OrdvaneReports::graph_or_log(const std::string& graph, const std::function<void()>& draw) {
   try {
-    draw();
+    host::allocating(draw);
   } catch (const host::Error& error) {
     if (error.code() == host::errc::kUserCancelled) throw;
     services_->session.log.line(name() + ".GenerateReports " + graph + " Error: " + error.description());
@@ -112,6 +112,12 @@ void OrdvaneReports::graph_or_log(const std::string& graph, const std::function<
 
 void OrdvaneReports::remember(const host::Error& error) {
   if (!report_error_) report_error_ = error;
+}
+
+graphs::TornadoStyle OrdvaneReports::tornado_style(const model::DralInputOutput& output) const {
+  constexpr std::int32_t kBaseValue = 16;
+  return {IncludeBaseline() ? output.BaseValue() : host::kNoBaseValue,
+          services_->session.CommonString(kBaseValue), BarColor(), BaselineColor()};
 }
 
 std::int32_t OrdvaneReports::GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput) {

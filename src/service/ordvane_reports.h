@@ -85,9 +85,12 @@ class OrdvaneReports {
   // Element i of `isSelectedOutput` is the engine index (ioIndex, from 0) of the i-th selected output.
   // Each call makes a workbook; with SingleWorkbookAllResults, those between Initialize and Terminate write
   // into one. Returns 0, or kStoppedByDetailByInput. Throws what goes wrong before the report workbook is
-  // open; what goes wrong after that ends the reports, is logged, and is found in report_error().
+  // open; what goes wrong after that ends the reports, is logged, and is found in report_error(). Numbers of
+  // outputs that the model does not have are passed over, logged, shown to the user and found there, too;
+  // error kNothingToReport when there is no other. The spreadsheet's settings, its cursor and its status bar
+  // are afterwards what they were before, whatever happened.
   std::int32_t GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput);
-  // What ended the last GenerateReports after the report workbook was open: errc::kUserCancelled after
+  // What ended or cut the last GenerateReports after the report workbook was open: errc::kUserCancelled after
   // Escape.
   const std::optional<host::Error>& report_error() const {
     return report_error_;
@@ -100,7 +103,7 @@ class OrdvaneReports {
   // The multi-way analysis: a tornado of the groups of inputs varied together for each selected output, and
   // the table of their combinations. `isSelectedOutput`: positions in `trOutputs`; both record arrays as
   // OrdvaneScan::getData left them. `NumIterations`: standard recalculations of the run. A tornado that fails
-  // is logged and the next report follows. Returns 0.
+  // is logged and the next report follows. Restores the spreadsheet as GenerateReports does. Returns 0.
   Long multiReport(tables::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
                    const model::Records& trInputs, const model::Records& trOutputs, Long NumIterations,
                    model::OrdvaneOutputMode outputMode, Long runNumber = 1, Long totalRuns = 1);
@@ -118,6 +121,7 @@ class OrdvaneReports {
   // graph that cannot be drawn does not take the others with it.
   void graph_or_log(const std::string& graph, const std::function<void()>& draw);
   void remember(const host::Error& error);
+  graphs::TornadoStyle tornado_style(const model::DralInputOutput& output) const;
   void release(const std::string& operation);
   void load_dral_lib();
   void unload_dral_lib();

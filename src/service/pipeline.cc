@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 #include <unordered_map>
 
 #include "model/naming.h"
+#include "service/spreadsheet_state.h"
 #include "tables/summary_report.h"
 #include "tables/utils.h"
 
@@ -17,9 +17,9 @@ using session::log_text;
 constexpr const char* kProduct = "Ordvane";
 constexpr const char* kActiveWorkbook = "Active Workbook";
 constexpr const char* kGraphClickMacro = "Ordvane.xla!OrdvaneGraphClickEvent";
-constexpr host::Color kBlue = 16711680;
 
 namespace text {
+constexpr std::int16_t kUnknownOutputs = 830;
 constexpr std::int16_t kFetching = 1019;
 constexpr std::int16_t kRanking = 1003;
 constexpr std::int16_t kSharedWorkbook = 1037;
@@ -32,11 +32,8 @@ constexpr std::int32_t kResultTooManyRows = -17003;
 
 }  // namespace
 
-struct OrdvaneReports::Pipeline::Branch {
-  std::int16_t tornado, spider, sensitivity, output_detail, detail_by_input;  // progress texts
-  bool has_base;  // the tornado marks the output's base value
-  std::string base_label;
-  host::Color bar_color, baseline_color;
+struct OrdvaneReports::Pipeline::ProgressTexts {
+  std::int16_t tornado, spider, sensitivity, output_detail, detail_by_input;
 };
 
 OrdvaneReports::Pipeline::Pipeline(OrdvaneReports& owner, const model::OneBased<std::int32_t>& selected)
@@ -54,7 +51,8 @@ std::int32_t OrdvaneReports::Pipeline::run() {
   log("hVars: " + log_text(session_.hVars));
   if (refuse_shared_workbook()) return 0;
   take_settings();
-  save_and_quiet_spreadsheet();
+  SpreadsheetState found(session_.g_XLApp);
+  found.quiet();
   read_counts();
   check_counts();
   build_records();
@@ -63,10 +61,14 @@ std::int32_t OrdvaneReports::Pipeline::run() {
 
   std::int32_t rc = 0;
   keeping_first_error([&] {
-    rc = number_sims_ == 1 ? report_single_simulation() : report_simulations();
+    rc = report_runs();
     if (rc == 0) log("Exit");
   });
   finish(rc);
+  found.restore();
+  host::ignoring_errors([&] {
+    if (const auto cell = session_.application().active_cell()) cell->activate();
+  });
   return rc;
 }
 
@@ -84,16 +86,6 @@ void OrdvaneReports::Pipeline::take_settings() {
   session_.graph_click_macro = kGraphClickMacro;
   output_mode_ =
       owner_.OutputsAsPercentChange ? model::OrdvaneOutputAsPercentChange : model::OrdvaneOutputAsValue;
-}
-
-void OrdvaneReports::Pipeline::save_and_quiet_spreadsheet() {
-  host::Application& application = session_.application();
-  calculation_ = application.calculation();
-  screen_updating_ = application.screen_updating();
-  display_alerts_ = application.display_alerts();
-  application.set_calculation(host::Calculation::kManual);
-  application.set_screen_updating(false);
-  application.set_display_alerts(false);
 }
 
 void OrdvaneReports::Pipeline::read_counts() {
@@ -117,15 +109,15 @@ void OrdvaneReports::Pipeline::read_counts() {
   summary_.ThreshholdOfInputs = owner_.InputsChangeThreshold;
 }
 
+void OrdvaneReports::Pipeline::nothing_to_report(const std::string& message) {
+  session_.environment->raise_error(host::errc::kNothingToReport, message);
+}
+
 void OrdvaneReports::Pipeline::check_counts() {
-  const auto nothing_to_report = [&](std::int32_t message) {
-    session_.environment->raise_error(host::errc::kNothingToReport, session_.CommonMessage(message));
-  };
-  if (num_inputs_ < 1) nothing_to_report(1);
-  if (num_outputs_ < 1) nothing_to_report(0);
-  summary_.OutputsSelected = selected_.size();
-  log("NumOutputsSelected: " + log_text(summary_.OutputsSelected));
-  if (summary_.OutputsSelected < 1) nothing_to_report(0);
+  if (num_inputs_ < 1) nothing_to_report(session_.CommonMessage(1));
+  if (num_outputs_ < 1) nothing_to_report(session_.CommonMessage(0));
+  log("NumOutputsSelected: " + log_text(selected_.size()));
+  if (selected_.empty()) nothing_to_report(session_.CommonMessage(0));
 }
 
 void OrdvaneReports::Pipeline::build_records() {
@@ -153,10 +145,19 @@ void OrdvaneReports::Pipeline::build_records() {
 void OrdvaneReports::Pipeline::find_selected_records() {
   std::unordered_map<std::int32_t, std::int32_t> position;
   for (std::int32_t j = 1; j <= outputs_.size(); ++j) position.try_emplace(outputs_(j).ioIndex, j);
+  std::string unknown;
   for (const std::int32_t index : selected_) {
     const auto found = position.find(index);
-    sel_out_.push_back(found == position.end() ? 0 : found->second);
+    if (found != position.end())
+      sel_out_.push_back(found->second);
+    else
+      unknown += (unknown.empty() ? "" : session_.environment->numbers().list_separator()) + log_text(index);
   }
+  summary_.OutputsSelected = sel_out_.size();
+  if (unknown.empty()) return;
+  unknown_outputs_ = session_.text(text::kUnknownOutputs, unknown);
+  log("isSelectedOutput: " + unknown_outputs_);
+  if (sel_out_.empty()) nothing_to_report(session_.CommonMessage(0) + " " + unknown_outputs_);
 }
 
 void OrdvaneReports::Pipeline::open_report_workbook() {
@@ -177,57 +178,36 @@ void OrdvaneReports::Pipeline::open_report_workbook() {
   if (owner_.OverwriteExisting()) workbook_->OverwriteExisting();
 }
 
-void OrdvaneReports::Pipeline::fetch(std::int32_t run) {
-  scan_.getData(inputs_, outputs_, sel_out_, num_iterations_, run);
+std::int32_t OrdvaneReports::Pipeline::report_runs() {
+  constexpr ProgressTexts kOfTheRun = {1017, 1015, 1013, 1010, 1009};
+  constexpr ProgressTexts kOfARun = {1018, 1016, 1014, 1012, 1011};
+  for (run_number_ = 1; run_number_ <= number_sims_; ++run_number_) {
+    const std::int32_t rc = report_run(number_sims_ == 1 ? kOfTheRun : kOfARun);
+    if (rc != 0) return rc;
+  }
+  return 0;
 }
 
-std::int32_t OrdvaneReports::Pipeline::report_single_simulation() {
-  const Branch branch{1017,
-                      1015,
-                      1013,
-                      1010,
-                      1009,
-                      true,
-                      session_.CommonString(16),
-                      owner_.BarColor(),
-                      owner_.BaselineColor()};
+std::int32_t OrdvaneReports::Pipeline::report_run(const ProgressTexts& progress) {
   show_progress(text::kFetching);
-  fetch(1);
+  scan_.getData(inputs_, outputs_, sel_out_, num_iterations_, run_number_);
   check_cancel();
+  unreported_.clear();
   for (std::int32_t k = 1; k <= sel_out_.size(); ++k) {
     show_progress(text::kRanking);
     model::RankingRecord ranking;
     if (rank_inputs_of(sel_out_(k), ranking))
-      graphs_of(sel_out_(k), ranking, branch);
+      graphs_of(sel_out_(k), ranking, progress);
     else
       unreported_.push_back(k);
   }
-  output_details(branch);
-  if (detail_by_input(branch) == 1) return kStoppedByDetailByInput;
+  output_details(progress);
+  // Of several runs none is left out because of another.
+  if (detail_by_input(progress) == 1 && number_sims_ == 1) return kStoppedByDetailByInput;
   multi_way();
   outputs_missing();
   summary_.OutputsImpacted = summary_.OutputsSelected - unreported_.size();
   summary();
-  return 0;
-}
-
-// Several simulations: graphs show every input up to the limit, in the order of their ranks, without swings,
-// a threshold or a base line.
-std::int32_t OrdvaneReports::Pipeline::report_simulations() {
-  const Branch branch{1018, 1016, 1014, 1012, 1011, false, "Base Value", kBlue, kBlue};
-  for (run_number_ = 1; run_number_ <= number_sims_; ++run_number_) {
-    fetch(run_number_);
-    for (const std::int32_t output : sel_out_) {
-      model::RankingRecord ranking;
-      ranking.SortedArray.resize(summary_.InputsTotal);
-      ranking.input_limit = std::min(summary_.MaximumNumberOfInputs(), summary_.InputsTotal);
-      graphs_of(output, ranking, branch);
-    }
-    output_details(branch);
-    detail_by_input(branch);
-    multi_way();
-    summary();
-  }
   return 0;
 }
 
@@ -276,33 +256,31 @@ void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted
 }
 
 void OrdvaneReports::Pipeline::graphs_of(std::int32_t output, const model::RankingRecord& ranking,
-                                         const Branch& branch) {
+                                         const ProgressTexts& progress) {
   const Reports& reports = owner_.reports_;
-  graph_report("TornadoGraphs", owner_.TornadoGraphs(), branch.tornado, reports.tornado != nullptr, [&] {
-    const TornadoStyle style{branch.has_base ? outputs_(output).BaseValue() : host::kNoBaseValue,
-                             branch.base_label, branch.bar_color, branch.baseline_color};
-    reports.tornado(arguments(), output, ranking, style);
+  graph_report("TornadoGraphs", owner_.TornadoGraphs(), progress.tornado, reports.tornado != nullptr, [&] {
+    reports.tornado(arguments(), output, ranking, owner_.tornado_style(outputs_(output)));
   });
-  graph_report("SpiderGraphs", owner_.SpiderGraphs(), branch.spider, reports.spider != nullptr,
+  graph_report("SpiderGraphs", owner_.SpiderGraphs(), progress.spider, reports.spider != nullptr,
                [&] { reports.spider(arguments(), output, ranking); });
-  graph_report("SensitivityGraphs", owner_.SensitivityGraphs(), branch.sensitivity,
+  graph_report("SensitivityGraphs", owner_.SensitivityGraphs(), progress.sensitivity,
                reports.sensitivity != nullptr, [&] { reports.sensitivity(arguments(), output, ranking); });
 }
 
-void OrdvaneReports::Pipeline::output_details(const Branch& branch) {
+void OrdvaneReports::Pipeline::output_details(const ProgressTexts& progress) {
   log("OutputDetailReport: " + log_text(owner_.OutputDetailReport()));
   if (!owner_.OutputDetailReport()) return;
   if (!owner_.reports_.output_detail) return log("OutputDetailReport: not in this build");
   if (number_sims_ > 1) log("NumOutputsSelected: " + log_text(summary_.OutputsSelected));
   for (const std::int32_t output : sel_out_) {
-    show_progress(branch.output_detail);
+    show_progress(progress.output_detail);
     owner_.reports_.output_detail(arguments(), output);
     check_cancel();
     refresh_screen();
   }
 }
 
-std::int32_t OrdvaneReports::Pipeline::detail_by_input(const Branch& branch) {
+std::int32_t OrdvaneReports::Pipeline::detail_by_input(const ProgressTexts& progress) {
   log("SummaryReport: " + log_text(owner_.SummaryReport()));
   if (number_sims_ > 1) log("DetailByInput: " + log_text(owner_.DetailByInput()));
   if (!owner_.SummaryReport() && !owner_.DetailByInput()) return 0;
@@ -310,7 +288,7 @@ std::int32_t OrdvaneReports::Pipeline::detail_by_input(const Branch& branch) {
     log("DetailByInput: not in this build");
     return 0;
   }
-  show_progress(branch.detail_by_input);
+  show_progress(progress.detail_by_input);
   const std::int32_t result = owner_.reports_.detail_by_input(arguments());
   refresh_screen();
   return result;
@@ -338,38 +316,32 @@ void OrdvaneReports::Pipeline::summary() {
                             total_runs_);
 }
 
-// The exit steps. Each is taken whatever became of the ones before it, so that the spreadsheet is always left
-// as it was found.
+// The exit steps. Each is taken whatever became of the ones before it.
 void OrdvaneReports::Pipeline::finish(std::int32_t rc) {
+  const auto tell = [&](const std::string& message) {
+    session_.environment->show_message(message, kProduct);
+  };
   keeping_first_error([&] { workbook_->ReportsComplete(); });
   keeping_first_error([&] {
-    if (rc == kResultTooManyRows)
-      session_.environment->show_message(session_.text(text::kTooManyRows), kProduct);
-    if (rc == kResultTooManyColumns)
-      session_.environment->show_message(session_.text(text::kTooManyColumns), kProduct);
+    if (rc == kResultTooManyRows) tell(session_.text(text::kTooManyRows));
+    if (rc == kResultTooManyColumns) tell(session_.text(text::kTooManyColumns));
+    if (!unknown_outputs_.empty()) tell(unknown_outputs_);
   });
   if (owner_.report_error_) log("Exit Error: " + owner_.report_error_->description());
+  // What ended or cut the reports says more.
+  if (!unknown_outputs_.empty())
+    owner_.remember(host::Error(host::errc::kSubscriptOutOfRange, unknown_outputs_));
   owner_.report_workbook_ = workbook_->workbook();
-
-  host::Application& application = session_.application();
-  keeping_first_error([&] { application.set_calculation(calculation_); });
-  keeping_first_error([&] { application.set_screen_updating(screen_updating_); });
-  keeping_first_error([&] { application.set_display_alerts(display_alerts_); });
-  keeping_first_error([&] {
-    if (const auto cell = application.active_cell()) cell->activate();
-  });
 }
 
 template <class Step>
 void OrdvaneReports::Pipeline::keeping_first_error(const Step& step) {
   try {
-    step();
+    host::allocating(step);
   } catch (const host::Error& error) {
     // The user's wish to stop outweighs a report that failed before it.
     if (error.code() == host::errc::kUserCancelled) owner_.report_error_.reset();
     owner_.remember(error);
-  } catch (const std::bad_alloc&) {
-    owner_.remember(host::Error(host::errc::kOutOfMemory, "Out of memory"));
   }
 }
 

@@ -1,9 +1,10 @@
 // The pipeline behind GenerateReports: one object a call.
 //
-// Reads the run's counts, scans the model into records, opens the report workbook, fetches every stored
-// value, then calls the report routines in a fixed order with progress texts and cancel checks between them.
-// What goes wrong before the report workbook is open goes to the host; what goes wrong later ends the
-// reports, is logged, and leaves the spreadsheet's settings restored.
+// Reads the run's counts, scans the model into records, opens the report workbook, then for each simulation
+// fetches every stored value and calls the report routines in a fixed order with progress texts and cancel
+// checks between them. What goes wrong before the report workbook is open goes to the host; what goes wrong
+// later ends the reports and is logged. The spreadsheet's settings are restored either way; in between
+// nothing is recalculated that is not asked for.
 #pragma once
 
 #include <cstdint>
@@ -24,27 +25,26 @@ class OrdvaneReports::Pipeline {
   std::int32_t run();
 
  private:
-  // Progress texts and tornado style that differ between a run of one simulation and one of several.
-  struct Branch;
+  // Those that differ between a run of one simulation and one of several.
+  struct ProgressTexts;
 
   void log(const std::string& text);
   bool refuse_shared_workbook();
   void take_settings();
-  void save_and_quiet_spreadsheet();
   void read_counts();
+  void nothing_to_report(const std::string& message);
   void check_counts();
   void build_records();
   void find_selected_records();
   void open_report_workbook();
 
-  std::int32_t report_single_simulation();
-  std::int32_t report_simulations();
-  void fetch(std::int32_t run);
+  std::int32_t report_runs();
+  std::int32_t report_run(const ProgressTexts& progress);
   // What the graphs of the output at this position show. False: nothing is left to show.
   bool rank_inputs_of(std::int32_t position, model::RankingRecord& ranking);
-  void graphs_of(std::int32_t output, const model::RankingRecord& ranking, const Branch& branch);
-  void output_details(const Branch& branch);
-  std::int32_t detail_by_input(const Branch& branch);
+  void graphs_of(std::int32_t output, const model::RankingRecord& ranking, const ProgressTexts& progress);
+  void output_details(const ProgressTexts& progress);
+  std::int32_t detail_by_input(const ProgressTexts& progress);
   void multi_way();
   void outputs_missing();
   void summary();
@@ -69,10 +69,6 @@ class OrdvaneReports::Pipeline {
   model::OrdvaneScan scan_;
   model::NumberRules rules_;
 
-  host::Calculation calculation_ = host::Calculation::kAutomatic;
-  bool screen_updating_ = true;
-  bool display_alerts_ = true;
-
   std::int32_t number_sims_ = 0;
   std::int32_t num_iterations_ = 0;
   std::int32_t num_inputs_ = 0;
@@ -83,8 +79,9 @@ class OrdvaneReports::Pipeline {
   model::OrdvaneRangeMode range_mode_ = model::OrdvaneRangeCellMode;
   model::Records inputs_;
   model::Records outputs_;
-  model::OneBased<std::int32_t> sel_out_;     // positions in outputs_; 0 where none matches
-  model::OneBased<std::int32_t> unreported_;  // positions in selected_
+  model::OneBased<std::int32_t> sel_out_;     // positions in outputs_ of the selected outputs that are there
+  std::string unknown_outputs_;               // says which are not; empty when all are
+  model::OneBased<std::int32_t> unreported_;  // positions in sel_out_: no graph of this run could show them
   model::OrdvaneSummary summary_;
   std::shared_ptr<tables::ReportWorkbook> workbook_;
 };

@@ -21,7 +21,7 @@ namespace ordvane::service {
 struct ReportArguments {
   session::Session& session;
   tables::ReportWorkbook& rWB;
-  const model::OneBased<std::int32_t>& selOut;  // positions in trOutputs; 0 where none matches
+  const model::OneBased<std::int32_t>& selOut;  // positions in trOutputs
   const model::Records& trInputs;
   const model::Records& trOutputs;
   std::int32_t NumIterations;

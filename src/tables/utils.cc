@@ -8,7 +8,7 @@
 
 #include "host/environment.h"
 #include "host/error.h"
-#include "model/scan.h"
+#include "model/ranking.h"
 
 namespace ordvane::tables {
 namespace {

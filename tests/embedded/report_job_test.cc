@@ -3,10 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -134,6 +136,36 @@ TEST(OpenModel, DatesAreShownAsDates) {
   EXPECT_EQ(sheet->range(run.inputs[0].cell)->number_format(), "dd.mm.yyyy");
   EXPECT_EQ(sheet->range(run.inputs[1].cell)->number_format(), "d mmm");
   EXPECT_EQ(sheet->range(run.outputs[0].cell)->number_format(), "dd.mm.yyyy");
+}
+
+// Sheets of one layout hold the same formula texts. Each cell has its own base value, or none, whichever
+// sheet comes first and whatever its formula would come to.
+TEST(RankOutputs, TakesTheBaseValueOfTheCellItself) {
+  constexpr std::optional<double> kNull;
+  struct Case {
+    const char *formula, *function;  // of every output
+    std::array<std::optional<double>, 3> bases;
+  };
+  const Case kCases[] = {
+      {"=B1*B3", "", {40, kNull, 7}},
+      {"=B1*B3", "", {kNull, 40, kNull}},
+      {"=1+Goal(B1)", "Goal(B1)", {kNull, 3, -8}},
+      {"40", "", {kNull, 40, kNull}},
+  };
+  for (const Case& c : kCases) {
+    runfile::Run run = small_run();
+    const char* const sheets[] = {"Plan", "February", "March"};
+    for (std::size_t o = 0; o < 3; ++o) {
+      run.outputs[o].sheet = sheets[o];
+      run.outputs[o].cell = run.outputs[o].range = "B5";
+      run.outputs[o].formula = c.formula;
+      run.outputs[o].function = c.function;
+      run.outputs[o].base = c.bases[o];
+    }
+    const auto rankings = rank_outputs(shared(run), {});
+    for (std::size_t o = 0; o < 3; ++o)
+      EXPECT_EQ(rankings[o].base, c.bases[o].value_or(kNone)) << c.formula << " of output " << o + 1;
+  }
 }
 
 TEST(RankOutputs, TellsWhatEachInputDid) {

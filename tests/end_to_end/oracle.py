@@ -183,7 +183,7 @@ class OutputResult:
         self.facts = [facts_of([row[1 + output] for row in steps], self.base) for steps in values]
         self.ranks = ranks_of([effect.high - effect.low for effect in self.effects])
         self.limit = min(options.max_inputs, len(run.inputs))  # inputs on a graph; 0 for an output without graphs
-        if options.threshold is not None and run.simulations == 1 and not self.item.get("date", False):
+        if options.threshold is not None and not self.item.get("date", False):
             self.limit = min(self.limit, self.over_threshold(options.threshold))
 
     def over_threshold(self, threshold):
@@ -432,9 +432,8 @@ def multi_detail_tables(texts, run, results):
 def summary_table(texts, run, results, options):
     automatic = sum(1 for item in run.inputs if "DralAuto" in item.get("formula", ""))
     unreported = sum(1 for result in results if result.limit <= 0)
-    not_set = len(results) if run.simulations > 1 else unreported  # several runs do not count what was shown
     figures = [(813, run.simulations), (812, run.recalculations + run.multi_way), (820, len(run.outputs)), (811, len(results)),
-               (1025, not_set), (819, len(run.inputs)), (814, len(run.inputs) - automatic), (802, automatic),
+               (1025, unreported), (819, len(run.inputs)), (814, len(run.inputs) - automatic), (802, automatic),
                (805, run.multi_way), (804, options.max_inputs), (816, options.threshold or 0)]
     every = [value for result in results for steps in result.values for step in steps
              for value in [step[1 + result.position]]]
@@ -644,8 +643,9 @@ def compare(run, workbook, texts, options):
         for sheet, of_run in zip(sheets(818, run.simulations, "summary"), results):
             comparison.table(sheet, *summary_table(texts, run, of_run, options))
     if "missing" in options.only:
-        header, rows = missing_table(texts, run, results[0])
-        for sheet in sheets(817, 1 if rows else 0, "missing"):
+        tables = [missing_table(texts, run, of_run) for of_run in results]
+        tables = [(header, rows) for header, rows in tables if rows]
+        for sheet, (header, rows) in zip(sheets(817, len(tables), "missing"), tables):
             comparison.table(sheet, header, rows)
     if "charts" in options.only:
         comparison.charts()

@@ -50,6 +50,11 @@ TEST_P(Conformance, ApplicationStateIsKept) {
   app->set_screen_updating(false);
   app->set_display_alerts(false);
   app->set_cursor(Cursor::kWait);
+  EXPECT_EQ(app->status_bar(), "");
+  app->set_status_bar("Reading");
+  EXPECT_EQ(app->status_bar(), "Reading");
+  app->set_status_bar("");
+  EXPECT_EQ(app->status_bar(), "") << "the application's own text again";
   EXPECT_EQ(app->calculation(), Calculation::kManual);
   EXPECT_FALSE(app->screen_updating());
   EXPECT_FALSE(app->display_alerts());
@@ -340,6 +345,8 @@ TEST_P(Conformance, EvaluationNeverThrows) {
   at("A1")->set_value(4.0);
   EXPECT_EQ(app->evaluate("A1^2-1"), CellValue(15.0));
   EXPECT_EQ(app->evaluate("\"Pro\"&\"fit\""), CellValue("Profit"));
+  EXPECT_EQ(at("C9")->evaluate("A1^2-1"), CellValue(15.0));
+  EXPECT_EQ(value("C9"), CellValue()) << "stays as it is";
   for (const char* wrong : {"", "1+", "NOSUCHFUNCTION(1)", "(((", "\"open", "A1:", "1 2"})
     EXPECT_TRUE(app->evaluate(wrong).is_error()) << wrong;
 }

@@ -1,12 +1,14 @@
 // Sorting and ranking against slow, obvious versions of the same rules.
+#include "model/ranking.h"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <numeric>
 #include <random>
 #include <set>
-
-#include "model/scan.h"
+#include <utility>
 
 namespace ordvane::model {
 namespace {
@@ -60,14 +62,30 @@ std::vector<std::vector<double>> arrays() {
     }
   }
   std::mt19937 random(1);
-  for (const int distinct : {2, 10, 1000}) {
-    for (int n = 0; n < 20; ++n) {
-      std::vector<double> values(1 + random() % 300);
-      for (double& value : values)
-        value = static_cast<double>(random() % static_cast<unsigned>(distinct)) - 3;
-      result.push_back(values);
+  const auto random_values = [&](std::size_t size, unsigned distinct) {
+    std::vector<double> values(size);
+    for (double& value : values) value = static_cast<double>(random() % distinct) - 3;
+    return values;
+  };
+  for (const unsigned distinct : {2U, 10U, 1000U})
+    for (int n = 0; n < 20; ++n) result.push_back(random_values(1 + random() % 300, distinct));
+  return result;
+}
+
+// The same, and so many that the sort nests deep: as recalculated, input after input rising or falling;
+// sorted.
+std::vector<std::vector<double>> arrays_to_sort() {
+  auto result = arrays();
+  std::mt19937 random(2);
+  for (const int steps : {1, 2, 11, 1000}) {
+    std::vector<double> values;
+    while (values.size() < 20000) {
+      const double effect = static_cast<double>(random() % 200) - 100;
+      for (int step = 0; step < steps; ++step) values.push_back(effect * (step - steps / 2));
     }
+    result.push_back(values);
   }
+  std::sort(result.back().begin(), result.back().end());
   return result;
 }
 
@@ -83,7 +101,7 @@ TEST(Ranking, EqualsCounting) {
 }
 
 TEST(Ranking, SortLeavesEqualValuesInTheDescribedOrder) {
-  for (const auto& values : arrays()) {
+  for (const auto& values : arrays_to_sort()) {
     std::vector<double> sorted = values;
     std::vector<std::int32_t> companion(values.size());
     std::iota(companion.begin(), companion.end(), 1);
@@ -100,12 +118,52 @@ TEST(Ranking, SortLeavesEqualValuesInTheDescribedOrder) {
   }
 }
 
-TEST(Ranking, SortsALargeOrganPipeWithoutDeepRecursion) {
-  std::vector<double> values;
-  for (int i = 0; i < 20000; ++i) values.push_back(i < 10000 ? i : 20000 - i);
+// Shapes of as many values as a large run recalculates.
+std::vector<std::pair<const char*, std::vector<double>>> large_shapes() {
+  constexpr int kSize = 400000;
+  std::mt19937 random(1);
+  const auto shape = [](const auto& value) {
+    std::vector<double> values;
+    for (int i = 0; i < kSize; ++i) values.push_back(value(i));
+    return values;
+  };
+  return {{"random", shape([&](int) { return static_cast<double>(random()); })},
+          {"organ pipe", shape([](int i) { return std::min(i, kSize - i); })},
+          {"valley", shape([](int i) { return -std::min(i, kSize - i); })},
+          {"sorted", shape([](int i) { return i; })},
+          {"reversed", shape([](int i) { return -i; })},
+          {"equal", shape([](int) { return 7; })}};
+}
+
+// The work is counted by the polls, one in so many steps.
+TEST(Ranking, NoShapeTakesMuchLongerThanRandomValues) {
+  int of_random = 0;
+  for (const auto& [name, values] : large_shapes()) {
+    SCOPED_TRACE(name);
+    std::vector<double> sorted = values;
+    std::vector<std::int32_t> companion(values.size());
+    std::iota(companion.begin(), companion.end(), 0);
+    int polls = 0;
+    sort_with_companion(sorted, companion, [&] { ++polls; });
+    EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
+    for (std::size_t i = 0; i < sorted.size(); ++i)
+      ASSERT_EQ(values[static_cast<std::size_t>(companion[i])], sorted[i]);
+    std::sort(companion.begin(), companion.end());
+    for (std::size_t i = 0; i < companion.size(); ++i) ASSERT_EQ(companion[i], static_cast<int>(i));
+    if (of_random == 0) of_random = polls;
+    EXPECT_GT(polls, 20) << "the user may stop it";
+    EXPECT_LT(polls, 6 * of_random);  // of far cheaper steps: nothing about them is hard to foresee
+  }
+}
+
+TEST(Ranking, CanBeStopped) {
+  struct Stopped {};
+  const std::vector<double> values = large_shapes()[1].second;
+  const auto stop = [] { throw Stopped(); };
+  std::vector<double> sorted = values;
   std::vector<std::int32_t> companion(values.size());
-  sort_with_companion(values, companion);
-  EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
+  EXPECT_THROW(sort_with_companion(sorted, companion, stop), Stopped);
+  EXPECT_THROW(rank_descending(values, stop), Stopped);
 }
 
 }  // namespace

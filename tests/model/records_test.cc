@@ -1,7 +1,9 @@
 // Records, run summary and graph ranges: their rules, not their storage.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
 
 #include "model/graph_ranges.h"
@@ -13,13 +15,17 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-void expect_subscript_error(const std::function<void()>& access) {
+void expect_error(std::int32_t code, const std::function<void()>& step) {
   try {
-    access();
-    FAIL() << "expected error 9";
+    step();
+    FAIL() << "expected error " << code;
   } catch (const host::Error& error) {
-    EXPECT_EQ(error.code(), host::errc::kSubscriptOutOfRange);
+    EXPECT_EQ(error.code(), code);
   }
+}
+
+void expect_subscript_error(const std::function<void()>& access) {
+  expect_error(host::errc::kSubscriptOutOfRange, access);
 }
 
 TEST(Record, TableSizesBelowOneBecomeOne) {
@@ -34,6 +40,19 @@ TEST(Record, TableSizesBelowOneBecomeOne) {
   expect_subscript_error([&] { record.OutputValuesCalculated(1, 2); });
   EXPECT_EQ(record.outputMinMaxChangeInit(0, -4, 0), 1);
   EXPECT_EQ(record.outputMinMaxChange(1, 1, 1), 0);
+}
+
+TEST(Record, TablesTooLargeToAddressAreRefusedAndChangeNothing) {
+  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  DralInputOutput record;
+  record.outputMinMaxChangeInit(2, 3, 4);
+  record.outputMinMaxChangePut(2, 3, 4, 7);
+  const std::array<std::int32_t, 3> kCases[] = {{kMost, kMost, 1}, {kMost, kMost, kMost}, {-1, kMost, kMost}};
+  for (const auto& [l, j, k] : kCases) {
+    expect_error(host::errc::kOutOfMemory, [&] { record.outputMinMaxChangeInit(l, j, k); });
+    EXPECT_EQ(record.outputMinMaxChange(2, 3, 4), 7) << l << " by " << j << " by " << k;
+    expect_subscript_error([&] { record.outputMinMaxChange(3, 3, 4); });
+  }
 }
 
 TEST(Record, TablesNeverInitialisedHaveNoElements) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "service/small_run.h"
+#include "support/forwarding_host.h"
 
 namespace ordvane::service {
 namespace {
@@ -56,8 +57,9 @@ struct Recorder {
     };
     r.multi_tornado = [this](const ReportArguments&, std::int32_t output, const model::MultiWayRun&,
                              const model::GroupEffects&, const graphs::MultiTornadoLimits&,
-                             const TornadoStyle&) {
+                             const TornadoStyle& style) {
       calls.push_back("multi-way tornado " + std::to_string(output));
+      styles.push_back(style);
     };
     r.multi_way_detail = [this](const ReportArguments&, const model::MultiWayRun&,
                                 const model::OneBased<model::GroupEffects>&) {
@@ -201,28 +203,152 @@ TEST(Pipeline, ThresholdCutsByRankAndLeavesOutputsUnreported) {
   }
 }
 
-TEST(Pipeline, SeveralSimulationsKeepTheirDifferences) {
+// What a summary sheet says beside a label.
+host::CellValue beside(host::Worksheet& sheet, const std::string& label) {
+  const host::CellBlock cells = sheet.range("A1:C40")->values();
+  for (std::int32_t row = 1; row <= 40; ++row)
+    for (std::int32_t column = 1; column <= 2; ++column)
+      if (cells.value(row, column) == host::CellValue(label)) return cells.value(row, column + 1);
+  return {};
+}
+
+// Every simulation is reported as a single one is: all settings hold, and its summary counts what was made.
+TEST(Pipeline, SeveralSimulationsFollowTheSettings) {
+  const struct {
+    const char* what;
+    double threshold;
+    std::int32_t most_inputs;
+    std::vector<std::int32_t> limits;  // of the tornados made, run after run
+    std::vector<std::string> sheets;
+    std::vector<double> without_graph;  // of each run's summary
+  } cases[] = {
+      {"all inputs", 0, 32, {3, 3, 3, 3}, {"Summary", "Summary (2)"}, {0, 0}},
+      {"one input a graph", 0, 1, {1, 1, 1, 1}, {"Summary", "Summary (2)"}, {0, 0}},
+      {"the second run moves twice as much",
+       0.11,
+       32,
+       {3, 2, 3},  // of output 1 in the first run none
+       {"Outputs not shown", "Summary", "Summary (2)"},
+       {1, 0}},
+      {"none but the output whose base value is 0",
+       9,
+       32,
+       {3, 3},
+       {"Outputs not shown", "Summary", "Outputs not shown (2)", "Summary (2)"},
+       {1, 1}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    RunShape shape;
+    shape.simulations = 2;
+    shape.groups = true;
+    Bench bench(shape);
+    Recorder recorder;
+    OrdvaneReports reports(bench.services, recorder.reports());
+    reports.Initialize(bench.application, 1);
+    reports.set_TornadoGraphs(true);
+    reports.set_MultiWayReport(true);
+    reports.set_BarColor(0x102030);
+    reports.set_BaselineColor(0x405060);
+    reports.OnlyInputsOverThreshold = true;
+    reports.InputsChangeThreshold = c.threshold;
+    reports.MaxInputsPerGraph = c.most_inputs;
+    EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
+    EXPECT_EQ(recorder.limits, c.limits);
+    EXPECT_EQ(bench.sheet_names(reports), c.sheets);
+    for (std::size_t run = 0; run < 2; ++run) {
+      const auto summary = reports.report_workbook()->worksheet(run == 0 ? "Summary" : "Summary (2)");
+      EXPECT_EQ(beside(*summary, "Outputs without a graph"), host::CellValue(c.without_graph[run]));
+    }
+    ASSERT_EQ(recorder.styles.size(), c.limits.size() + 4);  // and the tornados of the groups
+    for (const auto& style : recorder.styles) {
+      EXPECT_THAT(style.base_value, testing::AnyOf(100, 0));
+      EXPECT_EQ(style.base_label, "Base value");
+      EXPECT_EQ(style.bar_color, 0x102030);
+      EXPECT_EQ(style.baseline_color, 0x405060);
+    }
+  }
+}
+
+TEST(Pipeline, SeveralSimulationsHaveSwingsAndTextsOfTheirOwn) {
   RunShape shape;
   shape.simulations = 2;
+  shape.output_bases = {100};
+  shape.effects = {{1, 5, -3}};
   Bench bench(shape);
   Recorder recorder;
   OrdvaneReports reports(bench.services, recorder.reports());
   reports.Initialize(bench.application, 1);
   reports.set_TornadoGraphs(true);
   reports.set_DetailByInput(true);
-  reports.OnlyInputsOverThreshold = true;
-  reports.InputsChangeThreshold = 1000;
   reports.MaxInputsPerGraph = 32;
+  recorder.by_input_result = 1;  // ends a single run only
   EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
-  EXPECT_THAT(recorder.calls, ElementsAre("tornado 1 run 1/2", "tornado 2 run 1/2", "by input",
-                                          "tornado 1 run 2/2", "tornado 2 run 2/2", "by input"));
-  for (const auto& swings : recorder.swings) EXPECT_THAT(swings, ElementsAre(0, 0, 0));
-  for (const auto& style : recorder.styles) {
-    EXPECT_EQ(style.base_value, host::kNoBaseValue);
-    EXPECT_EQ(style.base_label, "Base Value");
-    EXPECT_EQ(style.bar_color, 16711680);
+  EXPECT_THAT(recorder.calls, ElementsAre("tornado 1 run 1/2", "by input", "tornado 1 run 2/2", "by input"));
+  using testing::DoubleEq;
+  EXPECT_THAT(recorder.swings, ElementsAre(ElementsAre(DoubleEq(0.1), DoubleEq(0.06), DoubleEq(0.02)),
+                                           ElementsAre(DoubleEq(0.2), DoubleEq(0.12), DoubleEq(0.04))));
+  EXPECT_THAT(bench.environment->progress, Contains("Drawing the tornado graph of a run").Times(2));
+}
+
+TEST(Pipeline, NoBaseLineWhenItIsNotWanted) {
+  for (const std::int32_t simulations : {1, 2}) {
+    RunShape shape;
+    shape.simulations = simulations;
+    shape.groups = true;
+    Bench bench(shape);
+    Recorder recorder;
+    OrdvaneReports reports(bench.services, recorder.reports());
+    reports.Initialize(bench.application, 1);
+    reports.set_TornadoGraphs(true);
+    reports.set_MultiWayReport(true);
+    reports.set_IncludeBaseline(false);
+    reports.GenerateReports(bench.all_outputs());
+    EXPECT_EQ(recorder.styles.size(), static_cast<std::size_t>(4 * simulations));
+    for (const auto& style : recorder.styles) EXPECT_EQ(style.base_value, host::kNoBaseValue);
   }
-  EXPECT_THAT(bench.sheet_names(reports), ElementsAre("Summary", "Summary (2)"));
+}
+
+// Outputs that the model does not have do not take the others with them, nor pass in silence.
+TEST(Pipeline, UnknownOutputsAreNamedAndTheOthersReported) {
+  const struct {
+    model::OneBased<std::int32_t> selected;
+    std::vector<std::string> calls;
+    const char* named;  // null: all are known
+  } cases[] = {
+      {{0, 1}, {"tornado 2 run 1/1", "detail 1", "detail 2"}, nullptr},
+      {{99, 1, 0}, {"tornado 2 run 1/1", "detail 2", "detail 1"}, "99"},
+      {{-1, 0, 2}, {"detail 1"}, "-1, 2"},
+  };
+  for (const auto& c : cases) {
+    Bench bench;
+    Recorder recorder;
+    OrdvaneReports reports(bench.services, recorder.reports());
+    reports.Initialize(bench.application, 1);
+    reports.set_TornadoGraphs(true);
+    reports.set_OutputDetailReport(true);
+    reports.OnlyInputsOverThreshold = true;  // output 1 has no graph
+    reports.InputsChangeThreshold = 10;
+    EXPECT_EQ(reports.GenerateReports(c.selected), 0);
+    EXPECT_EQ(recorder.calls, c.calls);
+    const auto missing = reports.report_workbook()->worksheet("Outputs not shown")->range("A1:A20")->values();
+    int listed = 0;
+    for (std::int32_t row = 1; row <= 20; ++row)
+      listed += missing.value(row, 1) == host::CellValue("Output 1 (C2)") ? 1 : 0;
+    EXPECT_EQ(listed, 1);
+    const auto summary = reports.report_workbook()->worksheet("Summary");
+    EXPECT_EQ(beside(*summary, "Outputs selected"),
+              host::CellValue(static_cast<double>(c.calls.size() / 2 + 1)));
+    EXPECT_EQ(beside(*summary, "Outputs without a graph"), host::CellValue(1.0));
+    EXPECT_THAT(bench.environment->lines, Contains("OrdvaneReports.GenerateReports Exit"));
+    ASSERT_EQ(reports.report_error().has_value(), c.named != nullptr);
+    if (!c.named) continue;
+    const std::string text = bench.services->session.text(830, std::string(c.named));
+    EXPECT_EQ(reports.report_error()->description(), text);
+    EXPECT_EQ(reports.report_error()->code(), host::errc::kSubscriptOutOfRange);
+    EXPECT_THAT(bench.environment->lines, Contains(HasSubstr(text)));
+    EXPECT_THAT(bench.environment->messages, ElementsAre("Ordvane: " + text));
+  }
 }
 
 TEST(Pipeline, CallsShareAWorkbookWhenAllResultsGoIntoOne) {
@@ -335,18 +461,108 @@ TEST(Pipeline, RangeModeFollowsTheInputsPlaces) {
 }
 
 TEST(Pipeline, RefusesWhatCannotBeReported) {
-  Bench bench;
-  OrdvaneReports reports(bench.services);
-  reports.Initialize(bench.application, 1);
-  expect_error(host::errc::kNothingToReport, [&] { reports.GenerateReports({}); });
-  EXPECT_EQ(bench.application->calculation(), host::Calculation::kManual)
-      << "stays as it is after such an error";
+  for (const auto& selected : {model::OneBased<std::int32_t>{}, model::OneBased<std::int32_t>{99, 2}}) {
+    Bench bench;
+    const Found found(*bench.application);
+    OrdvaneReports reports(bench.services);
+    reports.Initialize(bench.application, 1);
+    expect_error(host::errc::kNothingToReport, [&] { reports.GenerateReports(selected); });
+    found.expect_restored("nothing to report");
+    EXPECT_EQ(bench.sheet_names(reports), std::vector<std::string>{});
+    reports.GenerateReports(bench.all_outputs());
+    EXPECT_FALSE(reports.report_error());
+    found.expect_restored("the run after it");
+  }
+}
 
-  // A selection that matches no output ends the reports, not the call.
-  EXPECT_EQ(reports.GenerateReports({99}), 0);
-  ASSERT_TRUE(reports.report_error());
-  EXPECT_EQ(reports.report_error()->code(), host::errc::kSubscriptOutOfRange);
-  EXPECT_EQ(bench.sheet_names(reports), std::vector<std::string>{});
+// A call that the engine refuses never leaves another item's values under an item's name.
+TEST(Pipeline, WhatTheEngineRefusesIsNamed) {
+  const struct {
+    const char* call;
+    int nth;
+    const char* error;
+    bool opened;  // the report workbook
+  } cases[] = {
+      {"DRL4_GetVaryCountList", 1, "DRL4_GetVaryCountList refused the steps of 3 inputs (status 3)", false},
+      {"DRL7_GetOrderedInputInfoVB", 2, "DRL7_GetOrderedInputInfoVB refused input 2 (status 3)", false},
+      {"DRL7_GetOrderedOutputInfoVB", 1, "DRL7_GetOrderedOutputInfoVB refused output 1 (status 3)", false},
+      {"DRL7_GetCellWithInputOrOutputVB", 4, "DRL7_GetCellWithInputOrOutputVB refused output 1 (status 3)",
+       false},
+      {"DRL7_GetWorkbookWithInputOrOutputVB", 3,
+       "DRL7_GetWorkbookWithInputOrOutputVB refused input 3 (status 3)", false},
+      {"DRL7_GetSheetWithInputOrOutputVB", 1, "DRL7_GetSheetWithInputOrOutputVB refused input 1 (status 3)",
+       false},
+      {"DRL4_GetDoubleInputOrOutputData", 2,
+       "DRL4_GetDoubleInputOrOutputData refused input \"Input 2 (B3)\" (status 3)", true},
+      {"DRL4_GetDoubleInputOrOutputData", 5,
+       "DRL4_GetDoubleInputOrOutputData refused output \"Output 2 (C3)\" (status 3)", true},
+      // Of the multi-way recalculations: 4 values of members, then the results.
+      {"DRL4_GetDoubleInputOrOutputData", 6,
+       "DRL4_GetDoubleInputOrOutputData refused input \"Input 1 (B2)\" (status 3)", true},
+      {"DRL4_GetDoubleInputOrOutputData", 11,
+       "DRL4_GetDoubleInputOrOutputData refused output \"Output 2 (C3)\" (status 3)", true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.error);
+    RunShape shape;
+    shape.groups = true;
+    Bench bench(shape);
+    int calls = 0;
+    // The upper half of a status is not looked at.
+    const auto hook = [&](const char* member) {
+      if (std::string("Engine.") + c.call == member && ++calls == c.nth) throw test::Refused{0x70003};
+    };
+    bench.services->session.engine = test::forwarding_engine(bench.services->session.engine, hook);
+    OrdvaneReports reports(bench.services);
+    reports.Initialize(bench.application, 1);
+    reports.set_MultiWayReport(true);
+    std::string error;
+    try {
+      EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
+      if (reports.report_error()) error = reports.report_error()->description();
+      EXPECT_TRUE(c.opened);
+    } catch (const host::Error& thrown) {
+      error = thrown.description();
+      EXPECT_FALSE(c.opened);
+      EXPECT_EQ(thrown.code(), host::errc::kInvalidProcedureCall);
+    }
+    EXPECT_EQ(error, c.error);
+  }
+  EXPECT_TRUE(engine::succeeded(0x70000));
+}
+
+// Only reading and restoring the calculation mode is done in any other.
+TEST(Pipeline, NothingIsRecalculatedBetweenTheFirstReportAndTheLast) {
+  for (const std::int32_t simulations : {1, 2}) {
+    RunShape shape;
+    shape.simulations = simulations;
+    shape.groups = true;
+    Bench bench(shape);
+    std::vector<std::string> automatic;
+    int calls = 0;
+    OrdvaneReports reports(bench.services);
+    ask_for_everything(reports);
+    reports.Initialize(
+        test::forwarding_application(bench.application,
+                                     [&](const char* member) {
+                                       ++calls;
+                                       if (bench.application->calculation() != host::Calculation::kManual)
+                                         automatic.emplace_back(member);
+                                     }),
+        1);
+    automatic.clear();
+    reports.GenerateReports(bench.all_outputs());
+    EXPECT_FALSE(reports.report_error());
+    EXPECT_EQ(bench.application->calculation(), host::Calculation::kAutomatic);
+    EXPECT_GT(calls, 4000);
+    EXPECT_THAT(automatic,
+                ElementsAre("Application.active_workbook", "Workbook.multi_user_editing",
+                            "Application.calculation", "Application.screen_updating",
+                            "Application.display_alerts", "Application.cursor", "Application.status_bar",
+                            "Application.set_calculation", "Application.set_screen_updating",
+                            "Application.set_display_alerts", "Application.set_cursor",
+                            "Application.set_status_bar", "Application.active_cell", "Range.activate"));
+  }
 }
 
 TEST(Pipeline, DetailByInputCanStopIt) {
@@ -385,21 +601,13 @@ TEST(Pipeline, EscapeAtAnyCheckEndsTheReportsAndRestoresTheSpreadsheet) {
     RunShape shape;
     shape.groups = true;
     Bench bench(shape);
-    bench.application->set_calculation(host::Calculation::kSemiautomatic);
+    const Found found(*bench.application);
     OrdvaneReports reports(bench.services);
     reports.Initialize(bench.application, 1);
-    reports.set_TornadoGraphs(true);
-    reports.set_SpiderGraphs(true);
-    reports.set_SensitivityGraphs(true);
-    reports.set_OutputDetailReport(true);
-    reports.set_DetailByInput(true);
-    reports.set_MultiWayReport(true);
-    reports.MaxInputsPerGraph = 5;
+    ask_for_everything(reports);
     bench.environment->escape_at = at;
     EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
-    EXPECT_EQ(bench.application->calculation(), host::Calculation::kSemiautomatic) << at;
-    EXPECT_TRUE(bench.application->screen_updating()) << at;
-    EXPECT_TRUE(bench.application->display_alerts()) << at;
+    found.expect_restored("check " + std::to_string(at));
     if (bench.environment->escape_checks < at) {
       EXPECT_FALSE(reports.report_error());
       break;

@@ -1,6 +1,8 @@
 // A small recorded run in the embedded spreadsheet, and an environment that keeps the log in memory.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <map>
 #include <memory>
@@ -140,5 +142,34 @@ struct Bench {
   std::shared_ptr<office::OfficeApplication> application;
   std::shared_ptr<Services> services;
 };
+
+// Settings that no report sets by itself, and the check that they are there again.
+class Found {
+ public:
+  explicit Found(host::Application& application) : application_(application) {
+    application.set_calculation(host::Calculation::kSemiautomatic);
+    application.set_status_bar("Ready for the board");
+  }
+  void expect_restored(const std::string& when) const {
+    EXPECT_EQ(application_.calculation(), host::Calculation::kSemiautomatic) << when;
+    EXPECT_TRUE(application_.screen_updating()) << when;
+    EXPECT_TRUE(application_.display_alerts()) << when;
+    EXPECT_EQ(application_.cursor(), host::Cursor::kDefault) << when;
+    EXPECT_EQ(application_.status_bar(), "Ready for the board") << when;
+  }
+
+ private:
+  host::Application& application_;
+};
+
+inline void ask_for_everything(OrdvaneReports& reports) {
+  reports.set_TornadoGraphs(true);
+  reports.set_SpiderGraphs(true);
+  reports.set_SensitivityGraphs(true);
+  reports.set_OutputDetailReport(true);
+  reports.set_DetailByInput(true);
+  reports.set_MultiWayReport(true);
+  reports.MaxInputsPerGraph = 5;
+}
 
 }  // namespace ordvane::service

@@ -5,6 +5,7 @@
 // throw (Environment::escape_pressed) or always do (raise_error) are passed on unannounced.
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -23,6 +24,11 @@ namespace ordvane::test {
 
 // Called with "Range.put" and the like before each call.
 using Hook = std::function<void(const char* member)>;
+
+// Thrown by a hook: the call, one of the engine's, is not made and answers with this status.
+struct Refused {
+  std::int32_t status = 1;
+};
 
 // Fails the `nth` call, counted from 1, or lastingly every call from there on. Hand it over by std::ref.
 struct FailNth {
@@ -90,7 +96,12 @@ Value wrapped(Value value, const SharedHook&) {
 template <class Interface>
 template <class Call>
 auto Wrapper<Interface>::announced(const char* member, Call&& call) {
-  (*hook_)(member);
+  try {
+    (*hook_)(member);
+  } catch (const Refused& refused) {
+    if constexpr (std::is_same_v<decltype(call()), std::int32_t>) return refused.status;
+    throw;
+  }
   if constexpr (std::is_void_v<decltype(call())>)
     call();
   else
@@ -136,6 +147,7 @@ class ForwardingApplication final : public Wrapper<host::Application> {
   ORDVANE_FORWARD(void, set_display_alerts, (bool on), (on))
   ORDVANE_FORWARD(host::Cursor, cursor, (), ())
   ORDVANE_FORWARD(void, set_cursor, (host::Cursor cursor), (cursor))
+  ORDVANE_FORWARD(std::string, status_bar, (), ())
   ORDVANE_FORWARD(void, set_status_bar, (const std::string& text), (text))
   ORDVANE_FORWARD(std::shared_ptr<host::Workbook>, active_workbook, (), ())
   ORDVANE_FORWARD(std::shared_ptr<host::Worksheet>, active_sheet, (), ())
@@ -211,6 +223,7 @@ class ForwardingRange final : public Wrapper<host::Range> {
   ORDVANE_FORWARD(void, put, (const host::CellBlock& block), (block))
   ORDVANE_FORWARD(std::string, formula, (), ())
   ORDVANE_FORWARD(void, set_formula, (const std::string& formula), (formula))
+  ORDVANE_FORWARD(host::CellValue, evaluate, (const std::string& formula), (formula))
   ORDVANE_FORWARD(std::string, number_format, (), ())
   ORDVANE_FORWARD(std::string, number_format_local, (), ())
   ORDVANE_FORWARD(void, set_number_format, (const std::string& format), (format))

@@ -2,6 +2,7 @@
 // Excel that is late-bound itself. The workbook is the one that the reports make without COM.
 
 #include <algorithm>
+#include <cwchar>
 #include <thread>
 
 #include "automation/apartment.h"
@@ -9,6 +10,7 @@
 #include "automation/input_output_object.h"
 #include "automation/reports_object.h"
 #include "service/small_run.h"
+#include "support/forwarding_host.h"
 #include "support/snapshot.h"
 #include "windows/excel_stand_in.h"
 #include "windows/script.h"
@@ -189,6 +191,48 @@ TEST(ClientLife, ReportRoutinesWriteIntoAnOpenWorkbook) {
     report = report & "|" & Err.Number : Err.Clear
   )"),
             L"0|1|0|TrueTrue|9|9|13");
+}
+
+// The single report routines leave Excel as they find it, too, whether they succeed or not.
+TEST(ClientLife, ReportRoutinesRestoreTheSpreadsheet) {
+  if (!Script::available()) GTEST_SKIP() << "this system has no VBScript";
+  for (const wchar_t* call :
+       {L"makeOutputsMissingReport Excel.ActiveWorkbook, Array(1), Array(input), Array(output), 1, Array(1)",
+        L"makeOutputsMissingReport Excel.ActiveWorkbook, Array(1), Array(input), Array(output), 1, Array(2)",
+        L"multiReport Excel.ActiveWorkbook, Array(1), Array(input), Array(output), 9, 0",
+        L"multiReport Excel.ActiveWorkbook, Array(2), Array(input), Array(output), 9, 0"}) {
+    Apartment apartment;
+    const ComPtr<_OrdvaneReports> reports = Apartment::make_reports();
+    const service::Found found(*apartment.application);
+    apartment.run_script(reports.get(), (std::wstring(LR"(
+      Dim report
+      reports.Initialize Excel, 1
+      input.bookName = "Model.xlsx" : input.cellAddress = "B2" : output.cellAddress = "C3"
+      On Error Resume Next
+      reports.)") + call)
+                                            .c_str());
+    found.expect_restored(automation::utf8(call, static_cast<UINT>(std::wcslen(call))));
+  }
+}
+
+TEST(ClientLife, WhatTheEngineRefusesReachesTheClient) {
+  Apartment apartment;
+  apartment.services->session.engine =
+      forwarding_engine(apartment.services->session.engine, [](const char* member) {
+        if (std::string("Engine.DRL7_GetOrderedOutputInfoVB") == member) throw Refused{1};
+      });
+  const service::Found found(*apartment.application);
+  const ComPtr<_OrdvaneReports> reports = Apartment::make_reports();
+  ASSERT_EQ(initialize(*reports.get(), apartment.stand_in), S_OK);
+  LONG result = 0;
+  EXPECT_EQ(generate(*reports.get(), {0}, &result), static_cast<HRESULT>(0x800A0005));
+  ComPtr<IErrorInfo> error;
+  ASSERT_EQ(GetErrorInfo(0, error.receive()), S_OK);
+  BSTR description = nullptr;
+  error->GetDescription(&description);
+  EXPECT_STREQ(description, L"DRL7_GetOrderedOutputInfoVB refused output 1 (status 1)");
+  SysFreeString(description);
+  found.expect_restored("after the refusal");
 }
 
 TEST(ClientLife, ObjectsOfAnApartmentShareItsSession) {

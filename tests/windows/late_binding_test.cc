@@ -2,6 +2,7 @@
 
 #include "windows/late_binding.h"
 
+#include <climits>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -86,6 +87,31 @@ TEST_F(LateBinding, TextsAreCounted) {
   VariantClear(&given);
   ASSERT_EQ(put(L"ioName", variant(VT_I4, 42)).status, S_OK);
   EXPECT_EQ(text_of(get(L"ioName")), L"42");
+}
+
+TEST_F(LateBinding, TablesTooLargeToAddressAreRefusedAndChangeNothing) {
+  constexpr HRESULT kOutOfMemory = static_cast<HRESULT>(0x800A0007);
+  constexpr HRESULT kSubscriptOutOfRange = static_cast<HRESULT>(0x800A0009);
+  const auto whole = [](LONG value) { return variant(VT_I4, value); };
+  const std::vector<VARIANT> last = {whole(2), whole(3)};
+  call(L"outputValuesCalculatedInit", DISPATCH_METHOD, last);
+  call(L"OutputValuesCalculatedPut", DISPATCH_METHOD, {whole(2), whole(3), number(7)});
+  std::vector<std::vector<VARIANT>> sizes = {{whole(LONG_MAX), whole(LONG_MAX)}};
+  if (sizeof(void*) == 4)
+    sizes.insert(sizes.end(), {{whole(65536), whole(65536)}, {whole(-1), whole(LONG_MAX)}});
+  for (const std::vector<VARIANT>& size : sizes) {
+    const Answer refused = call(L"outputValuesCalculatedInit", DISPATCH_METHOD, size);
+    EXPECT_EQ(refused.status, DISP_E_EXCEPTION);
+    EXPECT_EQ(refused.exception.scode, kOutOfMemory);
+    EXPECT_EQ(as_number(call(L"OutputValuesCalculated", DISPATCH_PROPERTYGET, last).result), 7);
+    const Answer beyond = call(L"OutputValuesCalculated", DISPATCH_PROPERTYGET, {whole(3), whole(1)});
+    EXPECT_EQ(beyond.exception.scode, kSubscriptOutOfRange);
+    for (const EXCEPINFO& exception : {refused.exception, beyond.exception}) {
+      SysFreeString(exception.bstrSource);
+      SysFreeString(exception.bstrDescription);
+      SysFreeString(exception.bstrHelpFile);
+    }
+  }
 }
 
 TEST_F(LateBinding, NamesTheWrongArgumentAndTheWrongCount) {

@@ -49,7 +49,7 @@ reports.ReportsInExistingWorkbookName = "Active Workbook"
 reports.ReportsInExistingWorkbook = False
 reports.OverwriteExisting = False
 reports.SummaryReport = False
-reports.IncludeBaseline = False
+reports.IncludeBaseline = True
 reports.BarColor = &H993333
 reports.BaselineColor = &H993333
 

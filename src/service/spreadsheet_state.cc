@@ -1,0 +1,43 @@
+#include "service/spreadsheet_state.h"
+
+#include <exception>
+#include <utility>
+
+namespace ordvane::service {
+
+SpreadsheetState::SpreadsheetState(std::shared_ptr<host::Application> application)
+    : application_(std::move(application)) {
+  if (!application_)
+    throw host::Error(host::errc::kObjectNotSet, "The session has no spreadsheet application");
+  calculation_ = application_->calculation();
+  screen_updating_ = application_->screen_updating();
+  display_alerts_ = application_->display_alerts();
+  cursor_ = application_->cursor();
+  status_bar_ = application_->status_bar();
+}
+
+void SpreadsheetState::quiet() {
+  application_->set_calculation(host::Calculation::kManual);
+  application_->set_screen_updating(false);
+  application_->set_display_alerts(false);
+}
+
+void SpreadsheetState::restore() noexcept {
+  if (!application_) return;
+  const std::shared_ptr<host::Application> application = std::exchange(application_, nullptr);
+  const auto put_back = [](const auto& step) noexcept {
+    for (int attempt = 1; attempt <= 2; ++attempt) try {
+        step();
+        return;
+      } catch (const std::exception&) {
+        // The spreadsheet may have been busy; what it refuses twice stays as it is.
+      }
+  };
+  put_back([&] { application->set_calculation(calculation_); });
+  put_back([&] { application->set_screen_updating(screen_updating_); });
+  put_back([&] { application->set_display_alerts(display_alerts_); });
+  put_back([&] { application->set_cursor(cursor_); });
+  put_back([&] { application->set_status_bar(status_bar_); });
+}
+
+}  // namespace ordvane::service
