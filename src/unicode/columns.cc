@@ -95,8 +95,8 @@ std::string_view beginning(std::string_view text, int columns) {
 
 std::string padded(std::string_view text, int columns, Side side) {
   const std::string blanks(static_cast<std::size_t>(std::max(columns - display_width(text), 0)), ' ');
-  std::string result(text);
-  if (is_written_from_the_right(text)) result += kLeftToRightMark;
+  const std::string_view mark = is_written_from_the_right(text) ? kLeftToRightMark : "";
+  const std::string result = std::string(mark).append(text).append(mark);
   return side == Side::kLeft ? result + blanks : blanks + result;
 }
 

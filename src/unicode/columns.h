@@ -17,8 +17,8 @@ int display_width(std::string_view text);
 std::string_view beginning(std::string_view text, int columns);
 
 enum class Side : std::uint8_t { kLeft, kRight };
-// The text with blanks around it up to `columns`; `side`: where the text stands. Behind letters that are
-// written from right to left a mark without width keeps what follows, a number say, in its place.
+// The text with blanks around it up to `columns`; `side`: where the text stands. Around letters that are
+// written from right to left marks without width keep what else is in the line, numbers say, in its place.
 std::string padded(std::string_view text, int columns, Side side);
 
 }  // namespace ordvane::unicode

@@ -413,7 +413,7 @@ TEST_F(Command, ShowWritesAsTheCellsDoAndMarksWhatStepsLeaveOpen) {
       "  2 Rate      160,000 \u20ac             "
       "\u2590\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2502"
       "              170,542 \u20ac   -6.2%   0.0%     1 of 3\n"
-      "  3 \u05de\u05d7\u05d9\u05e8\u200e   *  165,000 \u20ac                   \u2590       \u2502"
+      "  3 \u200e\u05de\u05d7\u05d9\u05e8\u200e   *  165,000 \u20ac                   \u2590       \u2502"
       "              165,000 \u20ac   -3.2%  -3.2%\n"
       "  4 B4        none of its 2 results is a number\n"
       "  5 Unused    no effect\n"

@@ -92,8 +92,8 @@ TEST(Columns, PaddingFillsUpAndHoldsNumbersInPlace) {
   EXPECT_EQ(padded("\u58F2\u4E0A", 6, Side::kLeft), "\u58F2\u4E0A  ");
   EXPECT_EQ(padded("5", 3, Side::kRight), "  5");
   EXPECT_EQ(padded("long", 3, Side::kRight), "long");
-  // Without the mark a terminal would write the number behind Hebrew to its left.
-  EXPECT_EQ(padded("\u05DE\u05D7", 4, Side::kLeft) + "7", "\u05DE\u05D7\u200E  7");
+  // Without the marks a terminal would write the number behind Hebrew to its left.
+  EXPECT_EQ(padded("\u05DE\u05D7", 4, Side::kLeft) + "7", "\u200E\u05DE\u05D7\u200E  7");
   EXPECT_EQ(display_width(padded("\u05DE\u05D7", 4, Side::kRight)), 4);
 }
 
