@@ -75,8 +75,10 @@ AxisTicks date_ticks(double low, double high, const std::string& format, const A
   const double width = estimated_width(date_sample(format), look::kSmallSize);
   AxisTicks ticks;
   for (const auto& [days, anchor] : steps) {
-    ticks = {std::max(std::floor((low - anchor) / days) * days + anchor, least),
-             std::ceil((high - anchor) / days) * days + anchor, days, format};
+    double first = std::floor((low - anchor) / days) * days + anchor;
+    // Dates from the day of a tick on need no interval before it.
+    if (days > kDay && first + days - low < kDay) first = std::floor(low);
+    ticks = {std::max(first, least), std::ceil((high - first) / days) * days + first, days, format};
     if (fits(ticks, room, width)) break;
   }
   return ticks;

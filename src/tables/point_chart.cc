@@ -2,6 +2,7 @@
 // and the watermark, which every chart can have.
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <string>
 
 #include "tables/axis_ticks.h"
@@ -117,6 +118,9 @@ AxisTicks ReportChart::point_ticks(const AskedAxis& axis, double Point::*coordin
       high = std::max(high, point.*coordinate);
     }
   }
+  // Texts at ticks have no figures to tell less apart than this.
+  constexpr double kLevel = 1e-9;
+  if (high - low <= kLevel * std::max(std::fabs(low), std::fabs(high))) low = high = low / 2 + high / 2;
   const auto lies_along = [&](double bound) {
     return std::any_of(lines_.begin(), lines_.end(), [&](const std::vector<Point>& line) {
       const auto at_bound = [&](const Point& a, const Point& b) {

@@ -253,7 +253,7 @@ TEST_F(Command, FindsOutputsByNameAndCell) {
 TEST_F(Command, ReportWritesTheWorkbookAndSaysWhere) {
   const Result result = run({"report", "m.run.json"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.out, "m-reports.xlsx: 11 sheets, 12 charts\n");
+  EXPECT_EQ(result.out, "m-reports.xlsx: 11 sheets, 11 charts\n");
   EXPECT_EQ(result.err, "") << "progress is for terminals";
   EXPECT_THAT(file_text(folder_ / "m-reports.xlsx"), StartsWith("PK"));
 }
@@ -293,7 +293,7 @@ TEST_F(Command, ReportTakesItsSwitches) {
       {{"--tornado", "--threshold", "150%", "--output", "d2"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--tornado", "--threshold", "1", "--output", "Plan!C14"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--watermark", "Draft\\nof today", "--language", "en", "--log", "."},
-       "a.xlsx: 11 sheets, 12 charts\n"},
+       "a.xlsx: 11 sheets, 11 charts\n"},
       {{"--quiet"}, ""},
   };
   for (const Case& each : kCases) {
@@ -472,7 +472,7 @@ TEST_F(Command, MultiWayReportsAreMadeForRunsWithGroups) {
   EXPECT_EQ(run({"report", "grouped.run.json", "--multi-way", "-o", "a.xlsx"}).out,
             "a.xlsx: 5 sheets, 3 charts\n");
   EXPECT_EQ(run({"report", "grouped.run.json", "--all", "-o", "a.xlsx", "--overwrite"}).out,
-            "a.xlsx: 19 sheets, 15 charts\n");
+            "a.xlsx: 19 sheets, 14 charts\n");
 }
 
 TEST_F(Command, ReportTellsWhatBecameOfEarlierReports) {

@@ -460,6 +460,26 @@ def sheet_and_range(formula):
     return title.removeprefix("'").removesuffix("'").replace("''", "'"), address
 
 
+def without_effect(steps, output, base):
+    """Whether every step gave a result, and all are the same and equal to the base value, as far as there is one."""
+    results = [row[1 + output] for row in steps]
+    if not results or not all(map(usable, results)) or (len(results) == 1 and not usable(base)):
+        return False
+    low, high = min(results), max(results)
+    apart = difference(high, low) != 0
+    return not apart and (not usable(base) or difference(base, low) == 0 or difference(base, high) == 0)
+
+
+def line_of(steps, input_base, output, output_base, percent):
+    """What a graph draws of an input: a point for each step, None for one that lacks a number; none at either end."""
+    points = [(row[0], row[1 + output]) for row in steps]
+    if percent:
+        points = [(change(x, input_base), change(y, output_base)) for x, y in points]
+    points = [(x, y) if usable(x) and usable(y) else None for x, y in points]
+    drawn = [i for i, point in enumerate(points) if point]
+    return points[drawn[0]:drawn[-1] + 1] if drawn else []
+
+
 class Comparison:
     def __init__(self, workbook):
         self.book = openpyxl.load_workbook(workbook, data_only=True)
@@ -595,6 +615,42 @@ class Comparison:
             if copy != value:
                 self.differ(part, f"{formula} cell {index + 1}: kept {copy!r}, the cell has {value!r}")
 
+    def lines(self, sheet, run, result, percent, together):
+        """The lines of points on a sheet, in one chart or in one each, are those of the inputs that can be drawn."""
+        expected = [line_of(steps, item["base"], result.position, result.base, percent)
+                    for item, rank, steps in zip(run.inputs, result.ranks, result.values)
+                    if rank <= result.limit and steps and not without_effect(steps, result.position, result.base)]
+        expected = [line for line in expected if line]
+        charts = [(chart, [series for series in chart.iter(C + "ser")
+                           if series.find(f".//{C}yVal//{C}f") is not None
+                           and sheet_and_range(series.find(f".//{C}yVal//{C}f").text)[0] == sheet.title])
+                  for _, chart in sorted(self.chart_parts.items(), key=lambda part: int(re.sub(r"\D", "", part[0])))]
+        charts = [(chart, series) for chart, series in charts if series and chart.find(f".//{C}barChart") is None]
+        found = []
+        for chart, every in charts:
+            for series in every:
+                axes = []
+                for axis in ("xVal", "yVal"):
+                    cache = series.find(f"{C}{axis}//{C}numCache")
+                    values = {int(p.get("idx")): float(p.findtext(C + "v")) for p in cache.iter(C + "pt")}
+                    axes.append([values.get(i) for i in range(int(cache.find(C + "ptCount").get("val")))])
+                found.append([None if None in point else point for point in zip(*axes)])
+            self.axes_around(sheet, chart, [point for line in found[-len(every):] for point in line if point])
+        self.compared += 1
+        if found != expected or len(charts) != (bool(expected) if together else len(expected)):
+            self.differ(sheet.title, f"draws {found} in {len(charts)} charts, expected {expected}")
+
+    def axes_around(self, sheet, chart, points):
+        """Both axes have bounds that hold every point, and a whole number of units; zero is a tick where they span it."""
+        for axis, values in zip(chart.iter(C + "valAx"), zip(*points)):
+            low, high, unit = (float(axis.find(f".//{C}{tag}").get("val")) for tag in ("min", "max", "majorUnit"))
+            ticks = (high - low) / unit
+            zero = low / unit if low < 0 < high else 0
+            self.compared += 1
+            if (min(values) < low or max(values) > high or not 1 <= round(ticks) <= 13
+                    or any(abs(count - round(count)) > 1e-6 for count in (ticks, zero))):
+                self.differ(sheet.title, f"an axis from {low!r} to {high!r} by {unit!r} around {values}")
+
 
 # Kind -> (string id of the sheet's title, what makes the table, leading columns without a caption looked for)
 PER_OUTPUT = {"tornado": (711, tornado_table, True), "spider": (613, step_table, True),
@@ -616,6 +672,8 @@ def compare(run, workbook, texts, options):
             continue
         wanted = [result for of_run in results for result in of_run if result.limit > 0 or kind == "output-detail"]
         for sheet, result in zip(sheets(title, len(wanted), kind), wanted):
+            if kind in ("spider", "sensitivity"):
+                comparison.lines(sheet, run, result, options.percent or kind == "spider", kind == "spider")
             comparison.names_output(sheet, result.item)
             comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
             if kind == "tornado":

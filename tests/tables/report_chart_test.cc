@@ -278,6 +278,7 @@ const PointsCase kPointsCases[] = {
     {"not along the edge", {{0.0, 0.0}, {0.5, 0.0}, {1.0, 1.0}}, 0, 1, -0.2, 1},
     {"edges at both ends of a gap are no line", {{0.0, 0.0}, {0.5, {}}, {0.8, 0.0}, {1.0, 1.0}}, 0, 1, 0, 1},
     {"level lines lie in the middle", {{1.0, 0.5}, {2.0, 0.5}}, 1, 2, 0.44, 0.56},
+    {"and so do those that only rounding bends", {{1.0, 0.5}, {2.0, 0.500000000001}}, 1, 2, 0.44, 0.56},
 };
 
 TEST(PointChart, SetsItsAxesAroundThePoints) {
