@@ -167,7 +167,7 @@ std::string TornadoChart::base_text(double value) const {
 std::string TornadoChart::subtitle() const {
   constexpr std::int32_t kBaseValue = 16;
   const auto value = base();
-  const std::string text = session_.text(texts_.chart_subtitle);
+  std::string text = session_.text(texts_.chart_subtitle);
   if (!value) return text;
   return text + " (" + session_.CommonString(kBaseValue) + " " + base_value_text(*value) + ")";
 }
@@ -214,7 +214,7 @@ std::string TornadoChart::base_value_text(double value) const {
 }
 
 std::string TornadoChart::end_text(double value, const std::string& format) const {
-  const std::string text = formatted(value, format);
+  std::string text = formatted(value, format);
   if (!text.empty()) return text;
   return session_.environment->numbers().number_text(rounded(value, kDigitsOfLabel), shows_groups(format));
 }
@@ -255,13 +255,14 @@ void TornadoChart::add_base_line(tables::ReportChart& chart) {
   if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value) || !chart.bar_ticks())
     return;
   constexpr host::Color kBlack = 0;
+  const host::Color color = line_color();
   host::Chart& drawn = *chart.Chart();
   host::ignoring_errors([&] {
     drawn.axis(host::AxisType::kCategory, host::AxisGroup::kPrimary)
-        ->set_border(tables::look::rule(host::LineWeight::kMedium, line_color()));
+        ->set_border(tables::look::rule(host::LineWeight::kMedium, color));
   });
-  AddBaseValueLine(session_, drawn, *origin(), chart.bar_ticks()->minimum, chart.bar_ticks()->maximum,
-                   line_color(), base_text(style_.base_value), kBlack, drawn.plot_area_interior_color());
+  AddBaseValueLine(session_, drawn, *origin(), chart.bar_ticks()->minimum, chart.bar_ticks()->maximum, color,
+                   base_text(style_.base_value), kBlack, drawn.plot_area_interior_color());
 }
 
 }  // namespace ordvane::graphs

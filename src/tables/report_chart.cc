@@ -223,6 +223,7 @@ void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Rang
 
   const std::vector<BarRun> runs = runs_of(rows, points_);
   std::vector<std::vector<BarPart>> parts;  // of each run
+  parts.reserve(runs.size());
   for (const BarRun& run : runs)
     parts.push_back(bar_parts(low.cell(run.row, 1)->address(false, false),
                               high.cell(run.row, 1)->address(false, false),
@@ -248,8 +249,11 @@ void ReportChart::AddTornadoBars(std::int16_t bars, host::Range& low, host::Rang
   chart_->set_plot_visible_only(false);
   chart_->set_gap_width(kBarGap);
   chart_->set_overlap(kFullOverlap);
+  place_bar_axes();
+}
 
-  // The first bar on top, the figures of the value axis at the bottom, the axis of the names at the base.
+// The first bar on top, the figures of the value axis at the bottom, the axis of the names at the base.
+void ReportChart::place_bar_axes() {
   const auto categories = chart_->axis(AxisType::kCategory, AxisGroup::kPrimary);
   categories->set_reverse_plot_order(true);
   categories->set_crosses_maximum();

@@ -368,6 +368,7 @@ class ReportChart {
   void read_bar_ends(const host::CellBlock& low, const host::CellBlock& high,
                      const std::vector<std::int32_t>& rows);
   double scale_bars(const std::string& number_format);
+  void place_bar_axes();
   double unit_of_point();
   double place_in_plot(double value);  // points from the left end of the value axis
   bool clear_of_axis(double from, double to);

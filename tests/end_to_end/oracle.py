@@ -147,6 +147,18 @@ def facts_of(results, base):
     return Facts(moves, compared, compared and not moves and len(numbers) == len(results))
 
 
+def leaves_out_base(steps, output, base, output_base):
+    """No step stood at the input's base, and the base lies outside the values tried, or the output's outside the results."""
+    rows = [(row[0], row[1 + output]) for row in steps if usable(row[1 + output])]
+    tried, results = [value for value, _ in rows if usable(value)], [result for _, result in rows]
+    if not rows or not usable(base) or any(difference(value, base) == 0 for value in tried):
+        return False
+
+    def outside(values, value):
+        return not values or difference(value, min(values)) < 0 or difference(value, max(values)) > 0
+    return outside(tried, base) or usable(output_base) and outside(results, output_base)
+
+
 def ranks_of(swings):
     """1 for the largest; equal ones in their order."""
     order = sorted(range(len(swings)), key=lambda i: -swings[i])
@@ -324,6 +336,33 @@ def tornado_table(texts, run, result):
             rows[rank - 1] = places(run, item) + [rank, label(item), item["cell"], *map(shown, effect),
                                                   shown(item["base"])]
     return header, rows
+
+
+def filled(text, *arguments):
+    for place, argument in enumerate(arguments, start=1):
+        text = text.replace(f"{{{place}}}", str(argument))
+    return text
+
+
+def tornado_remarks(texts, run, result, options):
+    """The lines between chart and table: inputs left out, results that are no numbers, steps that leave out the base."""
+    items = list(zip(run.inputs, result.ranks, result.facts, result.values))
+    idle = [label(item) for item, rank, facts, _ in sorted(items, key=lambda row: row[1])
+            if rank <= result.limit and facts.idle and not options.all_inputs]
+    failed, without_base = [], []
+    for item, rank, facts, steps in items:
+        bad = sum(1 for row in steps if not usable(row[1 + result.position]))
+        if bad:
+            failed.append(filled(texts[263], label(item), bad, len(steps)))
+        if rank <= result.limit and not facts.idle and leaves_out_base(steps, result.position, item["base"], result.base):
+            without_base.append(label(item))
+    lines = []
+    for number, entries in ((260, idle if len(idle) < result.limit else []), (262, failed), (265, without_base)):
+        text = ", ".join(entries[:12])
+        if len(entries) > 12:
+            text = filled(texts[266], text, len(entries) - 12)
+        lines += [filled(texts[number], text)] * bool(entries)
+    return lines
 
 
 def step_table(texts, run, result):
@@ -677,6 +716,8 @@ def compare(run, workbook, texts, options):
             comparison.names_output(sheet, result.item)
             comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
             if kind == "tornado":
+                for line in tornado_remarks(texts, run, result, options):
+                    comparison.says(sheet, line)
                 comparison.bars(sheet, result, options, options.low_color, run.inputs)
     joint = [[JointResult(run, s, o, results[s][o], options) for o in range(len(run.outputs))]
              for s in range(run.simulations)]

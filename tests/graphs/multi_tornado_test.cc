@@ -206,7 +206,10 @@ const Situation kSituations[] = {
     {"groups that never stood at their base values",
      100,
      {{{1, 2}, {90, 95}}, {{1, 3}, {105, 105}}},
-     [](MultiBench& b) { b.effects(1).leaves_out_base = true; },
+     [](MultiBench& b) {
+       b.effects(1).leaves_out_base = true;
+       b.effects(2).leaves_out_base = false;
+     },
      {"\"Groups without a combination at the base values: Price (B3) × Volume (B4). The effects of these",
       "note at B+1 \"Please note:\nNo combination of this group stood at the base values",
       // The other one moves the output, though all to one place: its bar is seen.
