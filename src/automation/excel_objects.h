@@ -18,7 +18,8 @@ inline constexpr std::wstring_view kApplication = L"Application", kWorkbooks = L
                                    kRange = L"Range", kFont = L"Font", kInterior = L"Interior",
                                    kBorders = L"Borders", kBorder = L"Border", kComment = L"Comment",
                                    kPageSetup = L"PageSetup", kWindows = L"Windows", kWindow = L"Window",
-                                   kPageBreaks = L"HPageBreaks", kWorksheetFunction = L"WorksheetFunction",
+                                   kRowBreaks = L"HPageBreaks", kColumnBreaks = L"VPageBreaks",
+                                   kWorksheetFunction = L"WorksheetFunction",
                                    kDocumentProperties = L"DocumentProperties",
                                    kDocumentProperty = L"DocumentProperty";
 inline constexpr std::wstring_view kChartObjects = L"ChartObjects", kChartObject = L"ChartObject",

@@ -102,7 +102,7 @@ class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
     constexpr std::int16_t kFirst = 1;
     return it_.object(L"Cells", kinds::kRange).object(L"Item", kinds::kRange, {kFirst});
   }
-  void set_row_breaks(const std::vector<std::int32_t>& rows);
+  void add_breaks(std::wstring_view member, const std::vector<std::int32_t>& firsts, bool rows);
   // The window that shows this sheet, which must be the active one for it.
   LateBound window() {
     activate();
@@ -145,6 +145,8 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
       page.put(L"Zoom", false);
       page.put(L"FitToPagesWide", fitted(setup.fit_to_pages_wide));
       page.put(L"FitToPagesTall", fitted(setup.fit_to_pages_tall));
+    } else {
+      page.put(L"Zoom", setup.scale);
     }
     page.put(L"PrintTitleRows", titles(setup.print_title_rows, row_name));
     page.put(L"PrintTitleColumns", titles(setup.print_title_columns, column_letters));
@@ -165,16 +167,20 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
   // Excel itself sets areas and breaks by themselves.
   page.put(L"PrintArea",
            setup.print_rows > 0 ? place_name({1, 1, setup.print_rows, setup.print_columns}) : std::string());
-  set_row_breaks(setup.row_breaks);
+  it_.call(L"ResetAllPageBreaks");
+  add_breaks(kinds::kRowBreaks, setup.row_breaks, true);
+  add_breaks(kinds::kColumnBreaks, setup.column_breaks, false);
 }
 
-// A page begins with the row of the cell that a break is put before.
-void ExcelWorksheet::set_row_breaks(const std::vector<std::int32_t>& rows) {
-  it_.call(L"ResetAllPageBreaks");
-  if (rows.empty()) return;
-  const LateBound breaks = it_.object(L"HPageBreaks", kinds::kPageBreaks);
-  for (const std::int32_t row : rows) {
-    const LateBound cell = it_.object(L"Range", kinds::kRange, {place_name({row, 1, 1, 1})});
+// A page begins with the row or column of the cell that a break is put before. The collections are members of
+// the names of their kinds.
+void ExcelWorksheet::add_breaks(std::wstring_view member, const std::vector<std::int32_t>& firsts,
+                                bool rows) {
+  if (firsts.empty()) return;
+  const LateBound breaks = it_.object(member, member);
+  for (const std::int32_t first : firsts) {
+    const Place before = rows ? Place{first, 1, 1, 1} : Place{1, first, 1, 1};
+    const LateBound cell = it_.object(L"Range", kinds::kRange, {place_name(before)});
     breaks.call_named(L"Add", {{L"Before", cell.dispatch()}});
   }
 }

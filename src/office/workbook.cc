@@ -1,6 +1,12 @@
 #include "office/handles.h"
 
 namespace ordvane::office {
+namespace {
+
+constexpr std::int32_t kLeastScale = 10, kMostScale = 400;  // of a print, percent
+
+}  // namespace
+
 const std::shared_ptr<Book>& WorkbookHandle::book() {
   application_of(*book_);
   return book_;
@@ -114,10 +120,16 @@ void WorksheetHandle::set_page_setup(const host::PageSetup& setup) {
   };
   check(setup.print_title_rows, kSheetRows);
   check(setup.print_title_columns, kSheetColumns);
-  for (std::int32_t above = 1; const std::int32_t row : setup.row_breaks) {
-    if (row <= above || row > kSheetRows) refuse("No page can begin with row " + std::to_string(row));
-    above = row;
-  }
+  const auto check_breaks = [](const std::vector<std::int32_t>& breaks, std::int32_t limit) {
+    for (std::int32_t before = 1; const std::int32_t first : breaks) {
+      if (first <= before || first > limit)
+        refuse("No page can begin with row or column " + std::to_string(first));
+      before = first;
+    }
+  };
+  check_breaks(setup.row_breaks, kSheetRows);
+  check_breaks(setup.column_breaks, kSheetColumns);
+  if (setup.scale < kLeastScale || setup.scale > kMostScale) refuse("The print cannot have that scale");
   if ((setup.print_rows > 0) != (setup.print_columns > 0) || setup.print_rows > kSheetRows ||
       setup.print_columns > kSheetColumns)
     refuse("The printed area lies outside the sheet");

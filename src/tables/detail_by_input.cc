@@ -107,6 +107,7 @@ void DetailByInput::make(ReportWorkbook& rWB, std::int32_t iterations, std::int3
                            session_.text(text::kSubcaption));
   set_headers();
   table_->SetIdentityColumns(c_.step(), c_.name);
+  table_->AddColumnBlocks(c_.input_value(), kColumnsPerOutput, 1 + c_.k);
   if (selected_.size() > c_.k)
     table_->AddTableNote(0, c_.output_value(1), session_.CommonString(12),
                          session_.text(text::kTooManyOutputs));
@@ -168,12 +169,9 @@ void DetailByInput::set_headers() {
       .line_style = kRuleLineStyle, .weight = kRuleWeight, .color_index = kRuleColorIndex};
   table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
       ->set_border(host::Edge::kBottom, rule);
-  table_->Header(1, c_.input_value())->set_value(session_.CommonString(10));
-  table_->Header(1, c_.input_value(), 1, kColumnsPerOutput)->set_merge(true);
-  if (c_.k > 0) {
-    table_->Header(1, c_.output_value(1))->set_value(session_.CommonString(11));
-    table_->Header(1, c_.output_value(1), 1, kColumnsPerOutput * c_.k)->set_merge(true);
-  }
+  AddHeaderGroup(*table_, 1, c_.input_value(), 1, kColumnsPerOutput, session_.CommonString(10));
+  if (c_.k > 0)
+    AddHeaderGroup(*table_, 1, c_.output_value(1), 1, kColumnsPerOutput * c_.k, session_.CommonString(11));
   headings_.emplace(session_, *table_, kNameRow, kColumnsPerOutput,
                     static_cast<model::OrdvaneRangeMode>(c_.m));
   for (std::int32_t k = 1; k <= c_.k; ++k) headings_->add(output(k), c_.output_value(k));

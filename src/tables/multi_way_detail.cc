@@ -273,6 +273,8 @@ void MultiWayDetail::add_extremes() {
   set_headers();
   set_columns(*extremes_table_, true);
   extremes_table_->SetIdentityColumns(c_.result(1) - 1, c_.group);
+  extremes_table_->AddColumnBlocks(c_.name(1), c_.per_member(), c_.members);
+  extremes_table_->AddColumnBlocks(c_.result(1), kColumnsPerOutput, c_.outputs);
   add_header_notes();
   fill_extremes();
 }

@@ -21,6 +21,10 @@ constexpr double kLetterShort = 612, kLetterLong = 792;
 
 constexpr double kReserve = 0.96;  // of a page's height
 
+constexpr double kBlocksScale = 0.6;       // blocks of columns are printed no smaller, as long as one fits
+constexpr double kColumnReserve = 0.9;     // of a page's width: columns may come out wider on paper
+constexpr std::size_t kMostBreaks = 1000;  // that a spreadsheet takes
+
 // The wider of the papers, on which the print is largest.
 double widest(bool landscape) {
   return (landscape ? kA4Long : kLetterShort) - kSideMargins;
@@ -34,6 +38,55 @@ std::int32_t pages_side_by_side(const PrintedSheet& sheet) {
   if (sheet.width <= kPageWidth) return 1;
   const double repeated = std::min(sheet.repeated_columns, kMostRepeated * kPageWidth);
   return static_cast<std::int32_t>(std::ceil((sheet.width - repeated) / (kPageWidth - repeated)));
+}
+
+// Pages side by side that begin with blocks of columns.
+struct PagesOfBlocks {
+  std::vector<std::size_t> begins;  // the first block of each page but the first one
+  double widest = 0;                // with what is repeated on it
+};
+
+// As many blocks on a page as its width takes, but one at least.
+PagesOfBlocks fill_pages(const PrintedSheet& sheet, double page_width) {
+  PagesOfBlocks pages;
+  double left = 0, repeated = 0;  // of the page at work
+  std::size_t first = 0;
+  const std::vector<double>& lefts = sheet.column_blocks;
+  for (std::size_t i = 0; i < lefts.size(); ++i) {
+    const double right = i + 1 < lefts.size() ? lefts[i + 1] : sheet.width;
+    if (i > first && repeated + right - left > page_width) {
+      pages.begins.push_back(i);
+      first = i;
+      left = lefts[i];
+      repeated = sheet.repeated_columns;
+    }
+    pages.widest = std::max(pages.widest, repeated + right - left);
+  }
+  return pages;
+}
+
+// The narrowest pages of which there are as few as of such wide ones.
+PagesOfBlocks even_pages(const PrintedSheet& sheet, double page_width) {
+  constexpr double kEvenEnough = 1;  // point
+  PagesOfBlocks pages = fill_pages(sheet, page_width);
+  for (double too_narrow = 0; pages.widest - too_narrow > kEvenEnough;) {
+    const double width = (too_narrow + pages.widest) / 2;
+    PagesOfBlocks narrower = fill_pages(sheet, width);
+    if (narrower.begins.size() == pages.begins.size() && narrower.widest < pages.widest)
+      pages = std::move(narrower);
+    else
+      too_narrow = width;
+  }
+  return pages;
+}
+
+void break_columns(const PrintedSheet& sheet, PagePlan& plan) {
+  const double width = kColumnReserve * printable_width(plan.landscape);
+  const PagesOfBlocks pages = even_pages(sheet, width / kBlocksScale);
+  if (pages.begins.size() > kMostBreaks) return;
+  plan.column_breaks = pages.begins;
+  plan.pages_wide = static_cast<std::int32_t>(pages.begins.size()) + 1;
+  plan.scale = static_cast<std::int32_t>(100 * std::clamp(width / pages.widest, 0.1, 1.0));
 }
 
 // The largest scale at which a sheet is printed that is fitted to its pages.
@@ -110,7 +163,8 @@ PagePlan plan_pages(const PrintedSheet& sheet) {
   plan.landscape = sheet.width > (charts ? kPortraitCharts : kPortraitWidth);
   plan.pages_wide = pages_side_by_side(sheet);
   plan.width = sheet.width;
-  const double scale = choose_scale(sheet, plan);
+  if (plan.pages_wide > 1 && !sheet.column_blocks.empty()) break_columns(sheet, plan);
+  const double scale = plan.scale > 0 ? plan.scale / 100.0 : choose_scale(sheet, plan);
   break_rows(sheet.blocks, kReserve * lowest(plan.landscape) / scale, plan);
   return plan;
 }

@@ -1,6 +1,7 @@
 // Report tables: captions, header block and body, formatted in runs; columns and captions are fitted once the
 // contents are known.
 #include <algorithm>
+#include <utility>
 
 #include "tables/look.h"
 #include "tables/report_workbook.h"
@@ -267,6 +268,36 @@ void ReportTable::Settle() {
 void ReportTable::SetIdentityColumns(std::int32_t all, std::int32_t least) {
   identity_columns_ = all;
   least_identity_columns_ = least;
+}
+
+void ReportTable::AddColumnBlocks(std::int32_t first, std::int32_t width, std::int32_t count) {
+  for (std::int32_t block = 0; block < count; ++block)
+    column_blocks_.push_back(body_column() + first - 1 + block * width);
+}
+
+void ReportTable::AddHeading(const Heading& heading) {
+  const auto cells = Header(heading.row, heading.column, heading.rows, heading.columns);
+  cells->cell(1, 1)->set_value(heading.caption);
+  cells->set_alignment(HAlign::kCenter, VAlign::kCenter);
+  if (heading.rows * heading.columns > 1) cells->set_merge(true);
+  headings_.push_back(heading);
+}
+
+// A merged cell would show its caption where the middle of all its columns happens to be printed.
+void ReportTable::part_headings(const std::vector<std::int32_t>& first_columns) {
+  for (const Heading& whole : std::exchange(headings_, {})) {
+    const std::int32_t end = whole.column + whole.columns;
+    std::vector<Heading> parts = {whole};
+    for (const std::int32_t sheet_column : first_columns) {
+      const std::int32_t column = sheet_column - body_column() + 1;
+      if (column <= whole.column || column >= end) continue;
+      parts.back().columns = column - parts.back().column;
+      parts.push_back({whole.row, column, whole.rows, end - column, whole.caption});
+    }
+    if (parts.size() == 1) continue;
+    Header(whole.row, whole.column, whole.rows, whole.columns)->set_merge(false);
+    for (const Heading& part : parts) AddHeading(part);
+  }
 }
 
 void ReportTable::WrapNames(std::vector<std::int32_t> rows) {

@@ -175,6 +175,7 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   void set_page_texts(host::PageSetup& setup);
   void freeze_headers(double width);
   void widen(host::PageSetup& setup, double width);
+  std::vector<std::int32_t> repeat_columns(PrintedSheet& sheet, host::PageSetup& setup);
   void set_up_pages();
 
   std::int32_t next_row_ = 1;    // first free row
@@ -248,6 +249,16 @@ class ReportTable {
   // pages, where the sheet is wide: `all` as long as they leave room for others, else the first `least`. One,
   // until it is told.
   void SetIdentityColumns(std::int32_t all, std::int32_t least);
+  // Columns from `first` on that belong together, `width` by `width`, `count` times: printed pages side by
+  // side begin with such a block, and never within one. The first table of a sheet decides for all of them.
+  void AddColumnBlocks(std::int32_t first, std::int32_t width, std::int32_t count);
+  // A caption over a group of columns, centred in one merged cell of the header. Columns that printed pages
+  // part have it on every page.
+  struct Heading {
+    std::int32_t row, column, rows, columns;
+    std::string caption;
+  };
+  void AddHeading(const Heading& heading);
   // Names wider than their column may get go on below, in rows that are as high as it takes; without this
   // they are seen as far as the column reaches. In these body rows; without any, in all.
   void WrapNames(std::vector<std::int32_t> rows = {});
@@ -272,6 +283,8 @@ class ReportTable {
   void format_body();
   double settle_column(std::int32_t column);
   void settle_rows();
+  // Each of these sheet columns begins a printed page.
+  void part_headings(const std::vector<std::int32_t>& first_columns);
   void measure_names(const host::CellBlock& block);
 
   ReportSheet& sheet_;
@@ -280,6 +293,8 @@ class ReportTable {
   std::int32_t hidden_column_ = 0;  // sheet column of the first figure out of sight; 0: there are none
   std::int32_t identity_columns_, least_identity_columns_;
   bool has_caption_, has_subcaption_;
+  std::vector<std::int32_t> column_blocks_;  // sheet columns that they begin with
+  std::vector<Heading> headings_;
   bool wraps_names_ = false;
   std::vector<std::int32_t> wrapped_rows_;        // none: all
   bool settled_ = false;                          // nothing was written since the last Settle

@@ -147,6 +147,20 @@ void ReportSheet::widen(host::PageSetup& setup, double width) {
   while (worksheet_->range(1, 1, 1, setup.print_columns)->width() < width) ++setup.print_columns;
 }
 
+// What pages side by side repeat, and the blocks of columns they may begin with, by their first columns.
+std::vector<std::int32_t> ReportSheet::repeat_columns(PrintedSheet& sheet, host::PageSetup& setup) {
+  std::vector<std::int32_t> column_blocks;
+  if (!tables_.empty()) column_blocks = tables_.front()->column_blocks_;
+  const Kept repeated =
+      kept_columns(column_blocks.empty() ? kMostRepeated * kPageWidth : kMostRepeatedBesideBlocks);
+  sheet.repeated_columns = repeated.width;
+  if (repeated.columns > 0) setup.print_title_columns = {1, repeated.columns};
+  std::erase_if(column_blocks, [&](std::int32_t column) { return column <= repeated.columns; });
+  for (const std::int32_t column : column_blocks)
+    sheet.column_blocks.push_back(worksheet_->range(1, column, 1, 1)->left());
+  return column_blocks;
+}
+
 void ReportSheet::set_up_pages() {
   const std::vector<Placed> blocks = placed();
   PrintedSheet sheet;
@@ -155,14 +169,16 @@ void ReportSheet::set_up_pages() {
     sheet.width = std::max(sheet.width, chart->Container()->left() + chart->Container()->width());
   for (const Placed& item : blocks) sheet.blocks.push_back(item.block);
   host::PageSetup setup;
-  if (sheet.width > kPageWidth) {
-    const Kept repeated = kept_columns(kMostRepeated * kPageWidth);
-    sheet.repeated_columns = repeated.width;
-    if (repeated.columns > 0) setup.print_title_columns = {1, repeated.columns};
-  }
+  std::vector<std::int32_t> column_blocks;
+  if (sheet.width > kPageWidth) column_blocks = repeat_columns(sheet, setup);
   const PagePlan plan = plan_pages(sheet);
   setup.landscape = plan.landscape;
-  setup.fit_to_pages_wide = plan.pages_wide;
+  if (plan.scale > 0)
+    setup.scale = plan.scale;
+  else
+    setup.fit_to_pages_wide = plan.pages_wide;
+  for (const std::size_t block : plan.column_breaks) setup.column_breaks.push_back(column_blocks[block]);
+  if (!setup.column_breaks.empty()) tables_.front()->part_headings(setup.column_breaks);
   if (plan.width > sheet.width) widen(setup, plan.width);
   setup.row_breaks = plan.row_breaks;
   setup.print_title_rows = repeated_rows(blocks, plan);

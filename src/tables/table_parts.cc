@@ -60,10 +60,7 @@ std::string LinkFormula(const std::string& sheet, std::int32_t row, const std::s
 
 void AddHeaderGroup(ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
                     std::int32_t columns, const std::string& caption) {
-  const auto cells = table.Header(row, column, rows, columns);
-  cells->cell(1, 1)->set_value(caption);
-  cells->set_alignment(host::HAlign::kCenter, host::VAlign::kCenter);
-  if (rows * columns > 1) cells->set_merge(true);
+  table.AddHeading({row, column, rows, columns, caption});
 }
 
 OutputHeadings::OutputHeadings(const session::Session& session, ReportTable& table, std::int32_t header_row,

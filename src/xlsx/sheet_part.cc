@@ -157,8 +157,10 @@ void merges(Xml& xml, const SheetModel& sheet) {
 void page_setup(Xml& xml, const host::PageSetup& page) {
   xml.start("pageMargins").attr("left", 0.7).attr("right", 0.7).attr("top", 0.75).attr("bottom", 0.75);
   xml.attr("header", 0.3).attr("footer", 0.3).end();
-  if (!page.landscape && !is_fitted(page)) return;
+  const bool scaled = !is_fitted(page) && page.scale != 100;
+  if (!page.landscape && !is_fitted(page) && !scaled) return;
   xml.start("pageSetup").attr("orientation", page.landscape ? "landscape" : "portrait");
+  if (scaled) xml.attr("scale", page.scale);
   if (is_fitted(page))
     xml.attr("fitToWidth", page.fit_to_pages_wide).attr("fitToHeight", page.fit_to_pages_tall);
   xml.end();
@@ -183,16 +185,20 @@ void header_footer(Xml& xml, const host::PageSetup& page) {
   xml.end();
 }
 
-// Each names the row above it.
-void row_breaks(Xml& xml, const SheetModel& sheet) {
-  const std::vector<std::int32_t>& rows = sheet.page.row_breaks;
-  if (rows.empty()) return;
-  xml.start("rowBreaks").attr("count", rows.size()).attr("manualBreakCount", rows.size());
-  for (const std::int32_t row : rows) {
-    check_place(sheet, row - 1, 1);
-    xml.start("brk").attr("id", row - 1).attr("max", office::kSheetColumns - 1).attr("man", true).end();
-  }
+// Each names the row above it or the column before it, and reaches over the whole sheet.
+void breaks(Xml& xml, const char* name, const std::vector<std::int32_t>& firsts, std::int32_t across) {
+  if (firsts.empty()) return;
+  xml.start(name).attr("count", firsts.size()).attr("manualBreakCount", firsts.size());
+  for (const std::int32_t first : firsts)
+    xml.start("brk").attr("id", first - 1).attr("max", across - 1).attr("man", true).end();
   xml.end();
+}
+
+void page_breaks(Xml& xml, const SheetModel& sheet) {
+  for (const std::int32_t row : sheet.page.row_breaks) check_place(sheet, row - 1, 1);
+  for (const std::int32_t column : sheet.page.column_breaks) check_place(sheet, 1, column - 1);
+  breaks(xml, "rowBreaks", sheet.page.row_breaks, office::kSheetColumns);
+  breaks(xml, "colBreaks", sheet.page.column_breaks, office::kSheetRows);
 }
 
 // In a workbook of another default font, rows and columns that nothing was set for keep the size they have
@@ -225,7 +231,7 @@ void tail(std::string& out, const SheetModel& sheet, const SheetFrame& frame) {
   merges(xml, sheet);
   page_setup(xml, sheet.page);
   header_footer(xml, sheet.page);
-  row_breaks(xml, sheet);
+  page_breaks(xml, sheet);
   if (!frame.drawing.empty()) xml.start("drawing").attr("r:id", frame.drawing).end();
   if (!frame.legacy_drawing.empty()) xml.start("legacyDrawing").attr("r:id", frame.legacy_drawing).end();
   out += "</worksheet>";

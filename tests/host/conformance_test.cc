@@ -483,6 +483,7 @@ TEST_P(Conformance, PagesAreSetUpFromRowsAndColumnsOfTheSheet) {
         .print_title_columns = {1, 28},
         .row_breaks = {9, 30}},
        true},
+      {"a scale and breaks both ways", {.scale = 55, .row_breaks = {9}, .column_breaks = {4, 30}}, true},
       {"an area", {.fit_to_pages_wide = 1, .print_rows = 40, .print_columns = 30, .row_breaks = {2}}, true},
       {"nothing", {}, true},
       {"an area beyond the sheet", {.print_rows = 40, .print_columns = beyond_columns}, false},
@@ -490,6 +491,9 @@ TEST_P(Conformance, PagesAreSetUpFromRowsAndColumnsOfTheSheet) {
       {"title columns beside the sheet", {.print_title_columns = {1, beyond_columns}}, false},
       {"a page before the first row", {.row_breaks = {1}}, false},
       {"a page below the sheet", {.row_breaks = {beyond_rows}}, false},
+      {"a page before the first column", {.column_breaks = {1}}, false},
+      {"a page beside the sheet", {.column_breaks = {beyond_columns}}, false},
+      {"a scale of nothing", {.scale = 9}, false},
   };
   for (const Case& c : cases)
     EXPECT_EQ(fault([&] { sheet->set_page_setup(c.setup); }) == 0, c.taken) << c.what;

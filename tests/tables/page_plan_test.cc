@@ -139,5 +139,47 @@ TEST(PagePlan, CountsWhatEveryPageRepeats) {
   EXPECT_EQ(pages(2 * kPageWidth - 100, 100), 2);
 }
 
+// Columns as pages side by side take them, on the narrower paper, each a tenth wider than on the screen.
+TEST(PagePlan, KeepsBlocksOfColumnsWhole) {
+  const struct {
+    const char* what;
+    double before;               // width of the columns before the blocks
+    double repeated;             // of them
+    std::vector<double> blocks;  // widths
+    std::vector<std::size_t> breaks;
+  } kCases[] = {
+      {"as wide as one page", 300, 300, {300, 300, 300}, {}},
+      {"evenly", 300, 300, std::vector<double>(8, 150), {4}},
+      {"the first page has the columns that are not repeated", 400, 100, std::vector<double>(8, 150), {3}},
+      {"a block as wide as others together", 200, 200, {600, 150, 150, 150, 600}, {1, 4}},
+      {"a block wider than a page", 200, 200, {150, 1600, 150}, {1, 2}},
+      {"many pages",
+       200,
+       200,
+       std::vector<double>(80, 150),
+       {5, 10, 15, 20, 25, 30, 35, 40, 45, 50, 55, 60, 65, 70, 75}},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.what);
+    PrintedSheet sheet{.width = c.before, .repeated_columns = c.repeated, .blocks = {}};
+    for (const double width : c.blocks) {
+      sheet.column_blocks.push_back(sheet.width);
+      sheet.width += width;
+    }
+    const PagePlan plan = plan_pages(sheet);
+    EXPECT_EQ(plan.column_breaks, c.breaks);
+    EXPECT_EQ(plan.pages_wide, static_cast<std::int32_t>(c.breaks.size()) + 1);
+    EXPECT_EQ(plan.scale > 0, !c.breaks.empty()) << "what is fitted would be broken anywhere";
+    constexpr double kLetterWidth = 792 - 2 * 0.7 * 72;
+    std::vector<std::size_t> ends = plan.column_breaks;
+    ends.push_back(c.blocks.size());
+    for (std::size_t page = 0, first = 0; plan.scale > 0 && page < ends.size(); first = ends[page++]) {
+      double width = page == 0 ? c.before : c.repeated;
+      for (std::size_t block = first; block < ends[page]; ++block) width += c.blocks[block];
+      EXPECT_LE(1.1 * width * plan.scale / 100, kLetterWidth) << "page " << page + 1;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace ordvane::tables

@@ -297,6 +297,29 @@ TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
   }
 }
 
+// Pages break between the blocks of a wide table, and each has the heading over its part of them.
+TEST(ReportSheet, PrintsBlocksOfColumnsWholeWithTheirHeading) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Pages");
+  sheet->SetSheetOption(1);
+  const auto table = sheet->AddTable(5, 13, 2, 0, "", "");
+  table->SetIdentityColumns(1, 1);
+  table->AddColumnBlocks(2, 3, 4);
+  table->AddHeading({1, 2, 1, 12, "Output"});
+  for (std::int32_t column = 1; column <= 13; ++column)
+    table->SetColumnHeader(column, "x", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+  sheet->FinishSheet();
+  const auto& model = bench.first_sheet(reports);
+  EXPECT_EQ(model.page.column_breaks, (std::vector<std::int32_t>{8}));
+  EXPECT_EQ(model.page.fit_to_pages_wide, 0);
+  EXPECT_LT(model.page.scale, 100);
+  EXPECT_EQ(model.page.print_title_columns, (host::Span{1, 1}));
+  EXPECT_THAT(test::sheet_text(*bench.kept, model),
+              testing::AllOf(testing::HasSubstr("B1 \"Output\"  H1 \"Output\"\n"),
+                             testing::HasSubstr("merged B1:G1\nmerged H1:M1\n")));
+}
+
 TEST(ReportSheet, PageHeadersAreOneOrTwoLinesThatStayApart) {
   const std::string wide(70, 'W'), marks(70, '&');
   test::TablesBench bench;

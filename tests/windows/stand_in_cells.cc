@@ -47,7 +47,10 @@ struct PageTarget {
   bool zoomed = true;
   std::int32_t wide = 1, tall = 1;
 };
-struct PageBreaksTarget {
+struct RowBreaksTarget {
+  std::shared_ptr<host::Worksheet> sheet;
+};
+struct ColumnBreaksTarget {
   std::shared_ptr<host::Worksheet> sheet;
 };
 struct BordersTarget {
@@ -67,7 +70,8 @@ STAND_IN_INTERFACE(WindowsTarget, L"Windows")
 STAND_IN_INTERFACE(WindowTarget, L"Window")
 STAND_IN_INTERFACE(WorksheetTarget, L"Worksheet")
 STAND_IN_INTERFACE(PageTarget, L"PageSetup")
-STAND_IN_INTERFACE(PageBreaksTarget, L"HPageBreaks")
+STAND_IN_INTERFACE(RowBreaksTarget, L"HPageBreaks")
+STAND_IN_INTERFACE(ColumnBreaksTarget, L"VPageBreaks")
 STAND_IN_INTERFACE(BordersTarget, L"Borders")
 
 namespace {
@@ -309,6 +313,12 @@ void set_page(PageTarget& t, const Call& c, const std::function<void(host::PageS
   });
 }
 
+// False: fitted to pages.
+void put_zoom(PageTarget& t, const Call& c, const Variant& zoom) {
+  t.zoomed = zoom.value().vt != VT_BOOL;
+  set_page(t, c, [&](host::PageSetup& page) { page.scale = t.zoomed ? zoom.whole() : 100; });
+}
+
 void put_print_area(PageTarget& t, const Call& c, const std::string& text) {
   if (!c.stand_in->print_communication) refuse("Print areas are not set together with the rest");
   const auto area = office::parse_area(text);
@@ -331,16 +341,19 @@ host::Span titles(const std::string& text, bool rows) {
 }
 
 // Excel keeps them in order, however they come.
-void add_break(const PageBreaksTarget& t, const Call& c) {
-  const std::int32_t row = range_of(c.value(0)).row();
-  change_page(*t.sheet, c, [&](host::PageSetup& page) {
-    page.row_breaks.push_back(row);
-    std::sort(page.row_breaks.begin(), page.row_breaks.end());
+void add_break(host::Worksheet& sheet, const Call& c, std::vector<std::int32_t> host::PageSetup::*breaks,
+               std::int32_t first) {
+  change_page(sheet, c, [&](host::PageSetup& page) {
+    (page.*breaks).push_back(first);
+    std::sort((page.*breaks).begin(), (page.*breaks).end());
   });
 }
 
 void reset_breaks(const WorksheetTarget& t, const Call& c) {
-  change_page(*t.sheet, c, [](host::PageSetup& page) { page.row_breaks.clear(); });
+  change_page(*t.sheet, c, [](host::PageSetup& page) {
+    page.row_breaks.clear();
+    page.column_breaks.clear();
+  });
 }
 
 std::int32_t pages(const Variant& v) {
@@ -484,8 +497,8 @@ STAND_IN_TABLE(WorksheetTarget) {
         GET(Columns, make_range(c, whole(*t.sheet), Flavor::kColumns)),
         GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_areas(c, *t.sheet, c.text(0))),
         METHOD(ChartObjects, PARAMETERS(L"?Index"), return make_chart_objects(c, t.sheet)),
-        GET(PageSetup, object(c, PageTarget{t.sheet})),
-        GET(HPageBreaks, object(c, PageBreaksTarget{t.sheet})),
+        GET(PageSetup, object(c, PageTarget{t.sheet})), GET(HPageBreaks, object(c, RowBreaksTarget{t.sheet})),
+        GET(VPageBreaks, object(c, ColumnBreaksTarget{t.sheet})),
         METHOD(ResetAllPageBreaks, PARAMETERS(), reset_breaks(t, c); return {}),
         METHOD(Activate, PARAMETERS(), t.sheet->activate(); return {}),
         METHOD(Move, PARAMETERS(L"?Before", L"?After"), move_sheet(t, c); return {}),
@@ -500,8 +513,7 @@ STAND_IN_TABLE(PageTarget) {
   return {
     PUT(Orientation,
         set_page(t, c, [&](host::PageSetup& page) { page.landscape = v.whole() == kXlLandscape; })),
-        PUT(Zoom, t.zoomed = v.value().vt != VT_BOOL; set_page(t, c, [](host::PageSetup&) {})),
-        PUT(PrintArea, put_print_area(t, c, v.text())),
+        PUT(Zoom, put_zoom(t, c, v)), PUT(PrintArea, put_print_area(t, c, v.text())),
         PUT(FitToPagesWide, t.wide = pages(v); set_page(t, c, [](host::PageSetup&) {})),
         PUT(FitToPagesTall, t.tall = pages(v); set_page(t, c, [](host::PageSetup&) {})),
         PUT(PrintTitleRows,
@@ -515,9 +527,19 @@ STAND_IN_TABLE(PageTarget) {
   };
 }
 
-STAND_IN_TABLE(PageBreaksTarget) {
+STAND_IN_TABLE(RowBreaksTarget) {
   return {
-    METHOD(Add, PARAMETERS(L"Before"), add_break(t, c); return nothing())
+    METHOD(Add, PARAMETERS(L"Before"),
+           add_break(*t.sheet, c, &host::PageSetup::row_breaks, range_of(c.value(0)).row());
+           return nothing())
+  };
+}
+
+STAND_IN_TABLE(ColumnBreaksTarget) {
+  return {
+    METHOD(Add, PARAMETERS(L"Before"),
+           add_break(*t.sheet, c, &host::PageSetup::column_breaks, range_of(c.value(0)).column());
+           return nothing())
   };
 }
 

@@ -128,6 +128,7 @@ void style_sheet(office::BookModel& book) {
                  .print_title_rows = {2, 3},
                  .print_title_columns = {1, 2},
                  .row_breaks = {9, 14},
+                 .column_breaks = {3},
                  .center_header = "&\"Calibri,Bold\"Report & more",
                  .left_footer = "Page &P of &N",
                  .right_footer = "Trial"};

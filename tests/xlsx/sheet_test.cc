@@ -107,10 +107,29 @@ TEST(SheetPart, WritesWhatSurroundsTheRows) {
            "<oddHeader>&amp;C&amp;&quot;Calibri,Bold&quot;Report &amp; more</oddHeader>"
            "<oddFooter>&amp;LPage &amp;P of &amp;N&amp;RTrial</oddFooter></headerFooter>"
            "<rowBreaks count=\"2\" manualBreakCount=\"2\"><brk id=\"8\" max=\"16383\" man=\"1\"/>"
-           "<brk id=\"13\" max=\"16383\" man=\"1\"/></rowBreaks>",
+           "<brk id=\"13\" max=\"16383\" man=\"1\"/></rowBreaks><colBreaks count=\"1\" "
+           "manualBreakCount=\"1\"><brk id=\"2\" max=\"1048575\" man=\"1\"/></colBreaks>",
        })
     EXPECT_THAT(xml, HasSubstr(element));
   EXPECT_THAT(xml, Not(HasSubstr("tabSelected"))) << "another sheet is shown";
+}
+
+// A scale is written where nothing else decides the size of the print.
+TEST(SheetPart, ScalesPrintsThatAreNotFitted) {
+  const struct {
+    host::PageSetup page;
+    const char* element;
+  } kCases[] = {
+      {{.scale = 55}, "<pageSetup orientation=\"portrait\" scale=\"55\"/>"},
+      {{.landscape = true}, "<pageSetup orientation=\"landscape\"/>"},
+      {{.fit_to_pages_tall = 2, .scale = 55},
+       "<pageSetup orientation=\"portrait\" fitToWidth=\"0\" fitToHeight=\"2\"/>"},
+  };
+  for (const auto& c : kCases) {
+    office::BookModel book;
+    add_sheet(book, "S", {})->page = c.page;
+    EXPECT_THAT(sheet_xml(book), HasSubstr(c.element));
+  }
 }
 
 TEST(SheetPart, CutsHeadersThatWouldMakeTheFileUnreadable) {
