@@ -76,6 +76,7 @@ void AddHeaderGroup(ReportTable& table, std::int32_t row, std::int32_t column, s
   cells->cell(1, 1)->set_value(caption);
   cells->set_alignment(host::HAlign::kCenter, host::VAlign::kCenter);
   if (rows * columns > 1) cells->set_merge(true);
+  table.FitGroupCaption(row, column, rows, columns, caption);
 }
 
 OutputHeadings::OutputHeadings(const session::Session& session, ReportTable& table, std::int32_t header_row,
@@ -87,20 +88,15 @@ void OutputHeadings::add(const model::DralInputOutput& output, std::int32_t colu
   if (text.empty())
     text = session_.text(kAddressHeading, model::address_for_range_mode(
                                               mode_, output.bookName, output.sheetName, output.cellAddress));
-  auto cells = table_.Header(row_, column, 1, columns_);
+  const auto cells = table_.Header(row_, column, 1, columns_);
   cells->cell(1, 1)->set_value(text);
   cells->set_merge(true);
   cells->set_wrap_text(true);
-  headings_.push_back({std::move(text), std::move(cells)});
+  table_.FitGroupCaption(row_, column, 1, columns_, text);
 }
 
 void OutputHeadings::fit() {
-  std::int32_t lines = 1;
-  for (const Heading& heading : headings_)
-    lines = std::max(lines, wrapped_lines(heading.text, heading.cells->width(), look::kBodySize, true));
-  if (!headings_.empty())
-    headings_.front().cells->set_row_height(
-        std::max(look::kHeaderRowHeight, lines * look::kHeaderLineHeight));
+  table_.Settle();
 }
 
 BodyWriter::BodyWriter(ReportTable& table, std::int32_t rows)
