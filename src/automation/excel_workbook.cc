@@ -145,6 +145,8 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
       page.put(L"Zoom", false);
       page.put(L"FitToPagesWide", fitted(setup.fit_to_pages_wide));
       page.put(L"FitToPagesTall", fitted(setup.fit_to_pages_tall));
+    } else {
+      page.put(L"Zoom", setup.scale);
     }
     page.put(L"PrintTitleRows", titles(setup.print_title_rows, row_name));
     page.put(L"PrintTitleColumns", titles(setup.print_title_columns, column_letters));

@@ -192,6 +192,7 @@ struct PageSetup {
   bool landscape = false;
   std::int32_t fit_to_pages_wide = 0;              // 0: not fitted
   std::int32_t fit_to_pages_tall = 0;              // 0: as many as needed
+  std::int32_t scale = 100;                        // of a print that is not fitted, in percent; 10 to 400
   std::int32_t print_rows = 0, print_columns = 0;  // what is printed, from the first cell; 0: all there is
   Span print_title_rows = {}, print_title_columns = {};  // repeated on the pages that come after them
   std::vector<std::int32_t> row_breaks = {};  // a page begins with each of these rows; rising, from 2

@@ -1,6 +1,12 @@
 #include "office/handles.h"
 
 namespace ordvane::office {
+namespace {
+
+constexpr std::int32_t kLeastScale = 10, kMostScale = 400;  // of a print, percent
+
+}  // namespace
+
 const std::shared_ptr<Book>& WorkbookHandle::book() {
   application_of(*book_);
   return book_;
@@ -118,6 +124,7 @@ void WorksheetHandle::set_page_setup(const host::PageSetup& setup) {
     if (row <= above || row > kSheetRows) refuse("No page can begin with row " + std::to_string(row));
     above = row;
   }
+  if (setup.scale < kLeastScale || setup.scale > kMostScale) refuse("The print cannot have that scale");
   if ((setup.print_rows > 0) != (setup.print_columns > 0) || setup.print_rows > kSheetRows ||
       setup.print_columns > kSheetColumns)
     refuse("The printed area lies outside the sheet");

@@ -20,6 +20,10 @@ constexpr double kLongestLine = 900;       // points; longer lines are hard to r
 constexpr double kLeastBarsHeight = 180;
 constexpr double kHeightWithoutBars = 110;
 constexpr double kHeightOfBar = 22;
+// Many bars stand closer: the highest graph is seen whole on a screen, and fits a page lying down in texts
+// that can be read.
+constexpr std::int32_t kWideBars = 10;
+constexpr double kHeightOfFurtherBar = 7;
 // Points below the top of a chart's first row: half of its frame would lie on the page before, if the row
 // begins one.
 constexpr double kFrameWidth = 0.75;
@@ -131,7 +135,9 @@ void ReportSheet::RemoveChart(const std::shared_ptr<ReportChart>& chart) {
 }
 
 double ReportSheet::ChartHeightForBars(std::int16_t bars) const {
-  return std::max(kLeastBarsHeight, kHeightWithoutBars + kHeightOfBar * bars);
+  const std::int32_t wide = std::min<std::int32_t>(bars, kWideBars);
+  return std::max(kLeastBarsHeight,
+                  kHeightWithoutBars + kHeightOfBar * wide + kHeightOfFurtherBar * (bars - wide));
 }
 
 std::shared_ptr<host::Range> ReportSheet::NextCell() {

@@ -170,7 +170,6 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   static host::Span repeated_rows(const std::vector<Placed>& blocks, const PagePlan& plan);
   void set_page_texts(host::PageSetup& setup);
   void freeze_headers(double width);
-  void widen(host::PageSetup& setup, double width);
   void set_up_pages();
 
   std::int32_t next_row_ = 1;    // first free row

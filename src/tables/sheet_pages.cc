@@ -149,17 +149,6 @@ void ReportSheet::freeze_headers(double width) {
                            width > kWideTable ? kept_columns(kMostFrozen).columns : 0);
 }
 
-// Prints empty columns beside what there is.
-void ReportSheet::widen(host::PageSetup& setup, double width) {
-  for (const auto& chart : charts_)
-    setup.print_rows = std::max(setup.print_rows, chart->room_row_ + chart->room_rows_ - 1);
-  for (const auto& table : tables_) setup.print_rows = std::max(setup.print_rows, table->last_row());
-  if (!lines_.empty()) setup.print_rows = std::max(setup.print_rows, lines_.rbegin()->first);
-  if (NextCell()->value().kind != host::CellKind::kBlank) setup.print_rows = next_row_;
-  setup.print_columns = last_column();
-  while (worksheet_->range(1, 1, 1, setup.print_columns)->width() < width) ++setup.print_columns;
-}
-
 void ReportSheet::set_up_pages() {
   const std::vector<Placed> blocks = placed();
   PrintedSheet sheet;
@@ -173,8 +162,10 @@ void ReportSheet::set_up_pages() {
   }
   const PagePlan plan = plan_pages(sheet);
   setup.landscape = plan.landscape;
-  setup.fit_to_pages_wide = plan.pages_wide;
-  if (plan.width > sheet.width) widen(setup, plan.width);
+  if (plan.scale > 0)
+    setup.scale = plan.scale;
+  else
+    setup.fit_to_pages_wide = plan.pages_wide;
   setup.row_breaks = plan.row_breaks;
   setup.print_title_rows = repeated_rows(blocks, plan);
   set_page_texts(setup);

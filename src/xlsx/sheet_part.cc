@@ -157,8 +157,10 @@ void merges(Xml& xml, const SheetModel& sheet) {
 void page_setup(Xml& xml, const host::PageSetup& page) {
   xml.start("pageMargins").attr("left", 0.7).attr("right", 0.7).attr("top", 0.75).attr("bottom", 0.75);
   xml.attr("header", 0.3).attr("footer", 0.3).end();
-  if (!page.landscape && !is_fitted(page)) return;
+  const bool scaled = !is_fitted(page) && page.scale != 100;
+  if (!page.landscape && !is_fitted(page) && !scaled) return;
   xml.start("pageSetup").attr("orientation", page.landscape ? "landscape" : "portrait");
+  if (scaled) xml.attr("scale", page.scale);
   if (is_fitted(page))
     xml.attr("fitToWidth", page.fit_to_pages_wide).attr("fitToHeight", page.fit_to_pages_tall);
   xml.end();

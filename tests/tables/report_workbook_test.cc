@@ -270,7 +270,7 @@ const PageCase kPageCases[] = {
     {"long", 41, 2, false, false, 1, {3, 4}, {}, 4, 0},
     {"long, with a chart", 41, 2, true, false, 1, {24, 25}, {}, 0, 0},
     {"wide", 5, 7, false, true, 1, {}, {}, 0, 0},
-    {"wide, with a chart", 5, 7, true, false, 1, {}, {}, 0, 0},
+    {"wide, with a chart", 5, 7, true, true, 1, {}, {}, 0, 0},
     {"wide and longer than its low page", 35, 7, false, true, 1, {3, 4}, {}, 0, 0},
     {"wide and long", 41, 12, false, true, 2, {3, 4}, {1, 1}, 4, 1},
 };

@@ -67,7 +67,7 @@ class Looks {
     add("sheet", sheet.name, sheet.frozen_rows, sheet.frozen_columns, sheet.gridlines);
     const host::PageSetup& page = sheet.page;
     add("page", page.landscape, page.print_rows, page.print_columns, page.fit_to_pages_wide,
-        page.fit_to_pages_tall, page.print_title_rows.first, page.print_title_rows.last,
+        page.fit_to_pages_tall, page.scale, page.print_title_rows.first, page.print_title_rows.last,
         page.print_title_columns.first, page.print_title_columns.last, page.left_header, page.center_header,
         page.right_header, page.left_footer, page.center_footer, page.right_footer);
     for (const std::int32_t row : page.row_breaks) add("page begins", row);

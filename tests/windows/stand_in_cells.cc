@@ -309,6 +309,12 @@ void set_page(PageTarget& t, const Call& c, const std::function<void(host::PageS
   });
 }
 
+// False: fitted to pages.
+void put_zoom(PageTarget& t, const Call& c, const Variant& zoom) {
+  t.zoomed = zoom.value().vt != VT_BOOL;
+  set_page(t, c, [&](host::PageSetup& page) { page.scale = t.zoomed ? zoom.whole() : 100; });
+}
+
 void put_print_area(PageTarget& t, const Call& c, const std::string& text) {
   if (!c.stand_in->print_communication) refuse("Print areas are not set together with the rest");
   const auto area = office::parse_area(text);
@@ -499,7 +505,7 @@ STAND_IN_TABLE(PageTarget) {
   return {
     PUT(Orientation,
         set_page(t, c, [&](host::PageSetup& page) { page.landscape = v.whole() == kXlLandscape; })),
-        PUT(Zoom, t.zoomed = v.value().vt != VT_BOOL; set_page(t, c, [](host::PageSetup&) {})),
+        PUT(Zoom, put_zoom(t, c, v)),
         PUT(PrintArea, put_print_area(t, c, v.text())),
         PUT(FitToPagesWide, t.wide = pages(v); set_page(t, c, [](host::PageSetup&) {})),
         PUT(FitToPagesTall, t.tall = pages(v); set_page(t, c, [](host::PageSetup&) {})),
