@@ -182,6 +182,7 @@ class TornadoReport {
     auto table = sheet.AddTable(job_.bars, column(kColumns), kHeaderRows, 0,
                                 session_.text(kTableCaption, std::to_string(job_.bars)),
                                 session_.text(kTableSubcaption));
+    table->WrapNames();
     write_headers(*table);
     table->PutBody(1, rows_);
     format_values(*table);

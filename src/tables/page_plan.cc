@@ -8,6 +8,8 @@ namespace {
 
 constexpr double kPortraitWidth = 680;   // points that still read well on an upright page
 constexpr double kPortraitCharts = 900;  // charts make a sheet tall; they are worth smaller print
+// What makes the texts of 9 points that graphs and tables have 7 points high.
+constexpr double kLegibleScale = 7.0 / 9;
 constexpr double kLeastScale = 0.5;
 constexpr double kLeastScaleForMore = 0.6;  // to get one chart more on a page
 constexpr double kWorthwhile = 0.88;        // of the scale that fits the width, for the same
@@ -19,10 +21,10 @@ constexpr double kTopAndBottom = 2 * 0.75 * kPointsPerInch;
 constexpr double kA4Short = 595.3, kA4Long = 841.9;
 constexpr double kLetterShort = 612, kLetterLong = 792;
 
-constexpr double kReserve = 0.96;  // of a page's height
+constexpr double kReserve = 0.96;       // of a page's height
+constexpr double kColumnReserve = 0.9;  // of a page's width: columns may come out wider on paper
 
 constexpr double kBlocksScale = 0.6;       // blocks of columns are printed no smaller, as long as one fits
-constexpr double kColumnReserve = 0.9;     // of a page's width: columns may come out wider on paper
 constexpr std::size_t kMostBreaks = 1000;  // that a spreadsheet takes
 
 // The wider of the papers, on which the print is largest.
@@ -116,8 +118,8 @@ double height_of_more_charts(const std::vector<PrintedBlock>& blocks, double sca
   return 0;
 }
 
-// Fits a page to its highest chart, or to one chart more, where the width alone would print it too large for
-// that.
+// The scale that fits the print to the width of its pages, or a smaller one that the plan sets, at which a
+// page takes its highest chart, or one chart more.
 double choose_scale(const PrintedSheet& sheet, PagePlan& plan) {
   const double fitted = fitted_scale(sheet, plan);
   const double height = kReserve * lowest(plan.landscape);
@@ -125,8 +127,9 @@ double choose_scale(const PrintedSheet& sheet, PagePlan& plan) {
       std::max(needed_height(sheet.blocks), height_of_more_charts(sheet.blocks, fitted, height));
   const double scale = height / needed;
   if (plan.pages_wide > 1 || needed * fitted <= height || scale < kLeastScale) return fitted;
-  plan.width = widest(plan.landscape) / scale;
-  return scale;
+  const double width = kColumnReserve * printable_width(plan.landscape) / sheet.width;
+  plan.scale = static_cast<std::int32_t>(100 * std::min(scale, width));
+  return plan.scale / 100.0;
 }
 
 // A page end is known as long as nothing has gone over one by itself: where it came then depends on the
@@ -150,6 +153,37 @@ void break_rows(const std::vector<PrintedBlock>& blocks, double height, PagePlan
   }
 }
 
+// What the print comes out at on the paper that makes it smallest; of a sheet one page wide.
+double least_scale(const PrintedSheet& sheet, const PagePlan& plan) {
+  if (plan.scale > 0) return plan.scale / 100.0;
+  return std::min(1.0, kColumnReserve * printable_width(plan.landscape) / sheet.width);
+}
+
+PagePlan laid_out(const PrintedSheet& sheet, bool landscape) {
+  PagePlan plan;
+  plan.landscape = landscape;
+  plan.pages_wide = pages_side_by_side(sheet);
+  if (plan.pages_wide > 1 && !sheet.column_blocks.empty()) break_columns(sheet, plan);
+  const double scale = plan.scale > 0 ? plan.scale / 100.0 : choose_scale(sheet, plan);
+  break_rows(sheet.blocks, kReserve * lowest(plan.landscape) / scale, plan);
+  return plan;
+}
+
+bool cuts_chart(const PrintedSheet& sheet, const PagePlan& plan) {
+  for (std::size_t i = 0; i < sheet.blocks.size(); ++i)
+    if (sheet.blocks[i].is_chart && plan.goes_on[i]) return true;
+  return false;
+}
+
+// A graph with its table is printed upright as long as that can be read, else whichever way is larger.
+PagePlan laid_out_for_graph(const PrintedSheet& sheet) {
+  const PagePlan upright = laid_out(sheet, false), lying = laid_out(sheet, true);
+  if (lying.pages_wide > 1) return lying;
+  if (least_scale(sheet, upright) >= kLegibleScale) return upright;
+  const bool larger = least_scale(sheet, lying) > least_scale(sheet, upright);
+  return larger && !cuts_chart(sheet, lying) ? lying : upright;
+}
+
 }  // namespace
 
 double printable_width(bool landscape) {
@@ -157,16 +191,10 @@ double printable_width(bool landscape) {
 }
 
 PagePlan plan_pages(const PrintedSheet& sheet) {
-  PagePlan plan;
-  const bool charts = std::any_of(sheet.blocks.begin(), sheet.blocks.end(),
-                                  [](const PrintedBlock& block) { return block.is_chart; });
-  plan.landscape = sheet.width > (charts ? kPortraitCharts : kPortraitWidth);
-  plan.pages_wide = pages_side_by_side(sheet);
-  plan.width = sheet.width;
-  if (plan.pages_wide > 1 && !sheet.column_blocks.empty()) break_columns(sheet, plan);
-  const double scale = plan.scale > 0 ? plan.scale / 100.0 : choose_scale(sheet, plan);
-  break_rows(sheet.blocks, kReserve * lowest(plan.landscape) / scale, plan);
-  return plan;
+  const auto charts = std::count_if(sheet.blocks.begin(), sheet.blocks.end(),
+                                    [](const PrintedBlock& block) { return block.is_chart; });
+  if (charts == 1) return laid_out_for_graph(sheet);
+  return laid_out(sheet, sheet.width > (charts > 0 ? kPortraitCharts : kPortraitWidth));
 }
 
 }  // namespace ordvane::tables

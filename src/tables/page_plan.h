@@ -48,11 +48,8 @@ struct PagePlan {
   std::int32_t pages_wide = 1;             // side by side; the print is fitted to them unless it has a scale
   std::int32_t scale = 0;                  // percent; 0: fitted
   std::vector<std::size_t> column_breaks;  // blocks of columns that a page begins with
-  // To print; more than the sheet's where that makes the print as small as a chart needs to fit its page. A
-  // scale would do the same, but columns may come out wider on paper than on the screen by a tenth.
-  double width = 0;
-  std::vector<std::int32_t> row_breaks;  // a page begins with each of these rows
-  std::vector<bool> goes_on;             // by block: whether it may go on over the end of a page
+  std::vector<std::int32_t> row_breaks;    // a page begins with each of these rows
+  std::vector<bool> goes_on;               // by block: whether it may go on over the end of a page
 };
 
 PagePlan plan_pages(const PrintedSheet& sheet);

@@ -15,13 +15,26 @@ constexpr std::int32_t kReportPages = 1;  // the only sheet option there is
 
 constexpr std::int32_t kTitleColumns = 3;  // the title block has at least these to itself
 constexpr double kLabelMargin = 8;         // points beside the labels of a title block
+constexpr double kLongestLine = 900;       // points; longer lines are hard to read, and leave the page
 
 constexpr double kLeastBarsHeight = 180;
 constexpr double kHeightWithoutBars = 110;
 constexpr double kHeightOfBar = 22;
+// Many bars stand closer: the highest graph is seen whole on a screen, and fits a page lying down in texts
+// that can be read.
+constexpr std::int32_t kWideBars = 10;
+constexpr double kHeightOfFurtherBar = 7;
 // Points below the top of a chart's first row: half of its frame would lie on the page before, if the row
 // begins one.
 constexpr double kFrameWidth = 0.75;
+
+// A row of `height` with as many lines as its text takes in a width. Merged cells have no height of their own
+// accord.
+void grow_row(host::Range& cells, const std::string& text, double size, double height) {
+  const std::int32_t lines = wrapped_lines(text, cells.width() - kLabelMargin, size);
+  height += (lines - 1) * look::kHeaderLineHeight;
+  if (lines > 1 && cells.row_height() < height) cells.set_row_height(height);
+}
 
 }  // namespace
 
@@ -77,7 +90,7 @@ std::shared_ptr<ReportTable> ReportSheet::AddTable(std::int32_t rows, std::int32
                                                    const std::string& caption,
                                                    const std::string& subcaption) {
   settle_tables();
-  keep_clear_of_line();
+  leave_lines();
   auto table = std::make_shared<ReportTable>(*this, next_row_, rows, columns, header_rows, row_header_columns,
                                              caption, subcaption);
   tables_.push_back(table);
@@ -112,7 +125,7 @@ bool ReportSheet::has_place_beside(double height) {
 
 std::shared_ptr<ReportChart> ReportSheet::AddChart(std::int32_t kind, double width, double height) {
   settle_tables();
-  keep_clear_of_line();
+  leave_lines();
   // What stands above a chart has its height by then: not every host moves charts with their cells.
   if (!tables_.empty()) fit_lines();
   Room room;
@@ -149,7 +162,9 @@ void ReportSheet::RemoveChart(const std::shared_ptr<ReportChart>& chart) {
 }
 
 double ReportSheet::ChartHeightForBars(std::int16_t bars) const {
-  return std::max(kLeastBarsHeight, kHeightWithoutBars + kHeightOfBar * bars);
+  const std::int32_t wide = std::min<std::int32_t>(bars, kWideBars);
+  return std::max(kLeastBarsHeight,
+                  kHeightWithoutBars + kHeightOfBar * wide + kHeightOfFurtherBar * (bars - wide));
 }
 
 std::shared_ptr<host::Range> ReportSheet::NextCell() {
@@ -167,6 +182,7 @@ void ReportSheet::AddCellNote(host::Range& cell, const std::string& heading, con
 
 std::shared_ptr<host::Range> ReportSheet::AddLine(const std::string& text) {
   settle_tables();
+  if (NextCell()->value().kind != host::CellKind::kBlank) ++next_row_;
   auto cell = NextCell();
   cell->set_number_format("@");
   cell->set_value(text);
@@ -175,28 +191,50 @@ std::shared_ptr<host::Range> ReportSheet::AddLine(const std::string& text) {
   return cell;
 }
 
-// A line belongs to what is above it.
-void ReportSheet::keep_clear_of_line() {
-  if (lines_.contains(next_row_ - 1)) ++next_row_;
-}
-
 void ReportSheet::PutLink(host::Range& cell, std::int32_t row, const std::string& text) {
   cell.set_number_format("General");  // a formula in a text cell would be shown, not followed
   cell.set_formula(LinkFormula(worksheet_->name(), row, text));
   cell.set_font({.color = look::kAccent});
 }
 
-// A cell that is merged has no height of its own accord.
+// A row stays empty between lines and what is placed below them.
+void ReportSheet::leave_lines() {
+  if (lines_.contains(next_row_ - 1)) ++next_row_;
+}
+
+// Points from the left, as far as tables and charts reach.
+double ReportSheet::used_width() const {
+  double width = worksheet_->range(1, 1, 1, last_column())->width();
+  for (const auto& chart : charts_)
+    width = std::max(width, chart->Container()->left() + chart->Container()->width());
+  return width;
+}
+
+// The columns that a line of text may go over.
+std::int32_t ReportSheet::text_columns() const {
+  const double width = std::min(used_width(), kLongestLine);
+  std::int32_t columns = 1;
+  while (worksheet_->range(1, 1, 1, columns + 1)->width() <= width) ++columns;
+  return columns;
+}
+
 void ReportSheet::fit_lines() {
   for (const auto& [row, text] : lines_) {
-    const auto cells = worksheet_->range(row, 1, 1, last_column());
-    const std::int32_t lines = wrapped_lines(text, cells->width() - kLabelMargin, look::kSmallSize);
+    const auto cells = worksheet_->range(row, 1, 1, text_columns());
+    grow_row(*cells, text, look::kSmallSize, look::kBodyRowHeight);
     cells->set_merge(true);
     cells->set_alignment(host::HAlign::kLeft, host::VAlign::kTop);
     cells->set_wrap_text(true);
-    if (lines > 1) cells->set_row_height(look::kBodyRowHeight + (lines - 1) * look::kHeaderLineHeight);
   }
-  lines_.clear();
+}
+
+// Not every spreadsheet moves charts with the rows below them when rows above become higher.
+void ReportSheet::return_charts() {
+  constexpr double kNoticed = 0.5;  // points
+  for (const auto& chart : charts_) {
+    const double top = worksheet_->range(chart->room_row_, 1, 1, 1)->top() + kFrameWidth;
+    if (std::fabs(chart->Container()->top() - top) > kNoticed) chart->Container()->set_top(top);
+  }
 }
 
 std::int32_t ReportSheet::last_column() const {
@@ -212,7 +250,7 @@ std::int32_t ReportSheet::take_helper_columns(std::int32_t count) {
   return first;
 }
 
-// Labels are never cut, and numbers never shown as "###".
+// Labels are never cut, and numbers never shown as "###". Texts go on below where they would leave the sheet.
 void ReportSheet::fit_title_block() {
   double label_width = 0;
   for (std::int32_t i = 0; const TitleLine& line : title_lines_) {
@@ -227,14 +265,28 @@ void ReportSheet::fit_title_block() {
   const auto labels = worksheet_->range(1, 1, 1, 1);
   const double needed = column_characters(label_width + kLabelMargin);
   if (labels->column_width() < needed) labels->set_column_width(needed);
+  wrap_title_lines();
   worksheet_->range(1, 1, 1, last_column())
       ->set_border(host::Edge::kBottom, look::rule(host::LineWeight::kMedium, look::kAccent));
+}
+
+void ReportSheet::wrap_title_lines() {
+  const std::int32_t columns = std::max(text_columns(), kTitleColumns) - 1;
+  for (std::int32_t row = 1; const TitleLine& line : title_lines_) {
+    const auto cells = worksheet_->range(++row, 2, 1, columns);
+    const std::string& text = line.value.text;
+    if (estimated_width(text, look::kBodySize) <= cells->width() - kLabelMargin) continue;
+    grow_row(*cells, text, look::kBodySize, cells->row_height());
+    cells->set_merge(true);
+    cells->set_wrap_text(true);
+  }
 }
 
 void ReportSheet::FinishSheet() {
   settle_tables();
   fit_title_block();
   fit_lines();
+  return_charts();
   if (report_pages_) set_up_pages();
   worksheet_->activate();
   worksheet_->range(1, 1, 1, 1)->select();

@@ -149,6 +149,7 @@ void ReportWorkbook::add_contents() {
   sheet->AddTitleBlock(session_.text(kContents), {});
   sheet->SetSheetOption(1);
   const auto table = sheet->AddTable(rows, columns, 1, 0, "", "");
+  table->WrapNames();
   const auto column = [&](std::int32_t number, const std::string& caption) {
     table->SetColumnHeader(number, caption, host::HAlign::kLeft, host::HAlign::kLeft, 0, kNameColumnWidth, "",
                            true);

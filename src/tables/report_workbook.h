@@ -153,13 +153,17 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
 
   void settle_tables();
   Room take_room(double height);
-  void keep_clear_of_line();
   bool has_place_beside(double height);
   bool is_out_of_sight(host::Range& cells) const { return cells.column() > last_column(); }
   std::int32_t take_helper_columns(std::int32_t count);
   std::int32_t last_column() const;
+  double used_width() const;
+  std::int32_t text_columns() const;
   void fit_title_block();
+  void wrap_title_lines();
+  void leave_lines();
   void fit_lines();
+  void return_charts();
   // Something that is printed; `table` is null for charts.
   struct Placed {
     PrintedBlock block;
@@ -170,11 +174,11 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
     double width = 0;
   };
   std::vector<Placed> placed();
+  void keep_line(std::int32_t row, std::vector<Placed>& blocks);
   Kept kept_columns(double most);
   static host::Span repeated_rows(const std::vector<Placed>& blocks, const PagePlan& plan);
   void set_page_texts(host::PageSetup& setup);
   void freeze_headers(double width);
-  void widen(host::PageSetup& setup, double width);
   std::vector<std::int32_t> repeat_columns(PrintedSheet& sheet, host::PageSetup& setup);
   void set_up_pages();
 
@@ -219,6 +223,10 @@ class ReportTable {
   void SetCaption(std::int32_t column, const std::string& caption, host::HAlign alignment);
   void SetColumn(std::int32_t column, host::HAlign body_alignment, double width,
                  const std::string& number_format, bool text);
+  // Tells of a caption that stands in a block of header cells, merged or one: its columns become wide enough
+  // for the longest word of it, and a single row high enough for its lines.
+  void FitGroupCaption(std::int32_t header_row, std::int32_t column, std::int32_t rows, std::int32_t columns,
+                       const std::string& caption);
   // Row 0: the header block.
   void AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
                     const std::string& text);
@@ -282,6 +290,7 @@ class ReportTable {
   void format_header();
   void format_body();
   double settle_column(std::int32_t column);
+  void settle_groups();
   void settle_rows();
   // Each of these sheet columns begins a printed page.
   void part_headings(const std::vector<std::int32_t>& first_columns);
@@ -299,6 +308,11 @@ class ReportTable {
   std::vector<std::int32_t> wrapped_rows_;        // none: all
   bool settled_ = false;                          // nothing was written since the last Settle
   std::map<std::int32_t, std::string> captions_;  // by sheet column
+  struct GroupCaption {
+    std::int32_t row, column, rows, columns;  // on the sheet
+    std::string text;
+  };
+  std::vector<GroupCaption> group_captions_;
   std::map<std::int32_t, double> widths_to_fit_;  // by sheet column that fits its contents: its width so far
   std::map<std::int32_t, double> name_widths_;    // by sheet column of texts: the widest so far, points
 };

@@ -71,7 +71,19 @@ std::vector<ReportSheet::Placed> ReportSheet::placed() {
   }
   std::sort(result.begin(), result.end(),
             [](const Placed& a, const Placed& b) { return a.block.top < b.block.top; });
+  for (const auto& [row, text] : lines_) keep_line(row, result);
   return result;
+}
+
+// A line goes with what it stands below.
+void ReportSheet::keep_line(std::int32_t row, std::vector<Placed>& blocks) {
+  const auto line = worksheet_->range(row, 1, 1, 1);
+  const auto below = std::find_if(blocks.begin(), blocks.end(),
+                                  [&](const Placed& item) { return item.block.top > line->top(); });
+  if (below == blocks.begin()) return;
+  PrintedBlock& block = std::prev(below)->block;
+  if (block.kept_bottom == block.bottom) block.kept_bottom = line->top() + line->height();
+  block.bottom = line->top() + line->height();
 }
 
 // The first columns of the sheet that say what a row is, as many as may be kept; 0 where they take too much.
@@ -137,16 +149,6 @@ void ReportSheet::freeze_headers(double width) {
                            width > kWideTable ? kept_columns(kMostFrozen).columns : 0);
 }
 
-// Prints empty columns beside what there is.
-void ReportSheet::widen(host::PageSetup& setup, double width) {
-  for (const auto& chart : charts_)
-    setup.print_rows = std::max(setup.print_rows, chart->room_row_ + chart->room_rows_ - 1);
-  for (const auto& table : tables_) setup.print_rows = std::max(setup.print_rows, table->last_row());
-  if (NextCell()->value().kind != host::CellKind::kBlank) setup.print_rows = next_row_;
-  setup.print_columns = last_column();
-  while (worksheet_->range(1, 1, 1, setup.print_columns)->width() < width) ++setup.print_columns;
-}
-
 // What pages side by side repeat, and the blocks of columns they may begin with, by their first columns.
 std::vector<std::int32_t> ReportSheet::repeat_columns(PrintedSheet& sheet, host::PageSetup& setup) {
   std::vector<std::int32_t> column_blocks;
@@ -164,9 +166,7 @@ std::vector<std::int32_t> ReportSheet::repeat_columns(PrintedSheet& sheet, host:
 void ReportSheet::set_up_pages() {
   const std::vector<Placed> blocks = placed();
   PrintedSheet sheet;
-  sheet.width = worksheet_->range(1, 1, 1, last_column())->width();
-  for (const auto& chart : charts_)
-    sheet.width = std::max(sheet.width, chart->Container()->left() + chart->Container()->width());
+  sheet.width = used_width();
   for (const Placed& item : blocks) sheet.blocks.push_back(item.block);
   host::PageSetup setup;
   std::vector<std::int32_t> column_blocks;
@@ -179,7 +179,6 @@ void ReportSheet::set_up_pages() {
     setup.fit_to_pages_wide = plan.pages_wide;
   for (const std::size_t block : plan.column_breaks) setup.column_breaks.push_back(column_blocks[block]);
   if (!setup.column_breaks.empty()) tables_.front()->part_headings(setup.column_breaks);
-  if (plan.width > sheet.width) widen(setup, plan.width);
   setup.row_breaks = plan.row_breaks;
   setup.print_title_rows = repeated_rows(blocks, plan);
   set_page_texts(setup);

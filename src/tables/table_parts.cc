@@ -61,6 +61,7 @@ std::string LinkFormula(const std::string& sheet, std::int32_t row, const std::s
 void AddHeaderGroup(ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
                     std::int32_t columns, const std::string& caption) {
   table.AddHeading({row, column, rows, columns, caption});
+  table.FitGroupCaption(row, column, rows, columns, caption);
 }
 
 OutputHeadings::OutputHeadings(const session::Session& session, ReportTable& table, std::int32_t header_row,
@@ -72,20 +73,15 @@ void OutputHeadings::add(const model::DralInputOutput& output, std::int32_t colu
   if (text.empty())
     text = session_.text(kAddressHeading, model::address_for_range_mode(
                                               mode_, output.bookName, output.sheetName, output.cellAddress));
-  auto cells = table_.Header(row_, column, 1, columns_);
+  const auto cells = table_.Header(row_, column, 1, columns_);
   cells->cell(1, 1)->set_value(text);
   cells->set_merge(true);
   cells->set_wrap_text(true);
-  headings_.push_back({std::move(text), std::move(cells)});
+  table_.FitGroupCaption(row_, column, 1, columns_, text);
 }
 
 void OutputHeadings::fit() {
-  std::int32_t lines = 1;
-  for (const Heading& heading : headings_)
-    lines = std::max(lines, wrapped_lines(heading.text, heading.cells->width(), look::kBodySize, true));
-  if (!headings_.empty())
-    headings_.front().cells->set_row_height(
-        std::max(look::kHeaderRowHeight, lines * look::kHeaderLineHeight));
+  table_.Settle();
 }
 
 BodyWriter::BodyWriter(ReportTable& table, std::int32_t rows)

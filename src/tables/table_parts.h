@@ -42,21 +42,14 @@ class OutputHeadings {
                  std::int32_t columns_per_output, model::OrdvaneRangeMode mode);
   // An output without a name is headed by its address.
   void add(const model::DralInputOutput& output, std::int32_t column);
-  // Once the columns have their widths. The spreadsheet does not grow a row for merged cells: the row takes
-  // the height of the heading with the most lines.
+  // Once the columns have their widths: the row takes the height of the heading with the most lines.
   void fit();
 
  private:
-  struct Heading {
-    std::string text;
-    std::shared_ptr<host::Range> cells;
-  };
-
   const session::Session& session_;
   ReportTable& table_;
   std::int32_t row_, columns_;
   model::OrdvaneRangeMode mode_;
-  std::vector<Heading> headings_;
 };
 
 // Fills a table's body from the top, one row after another, and writes it in blocks: never cell by cell, and

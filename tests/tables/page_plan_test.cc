@@ -23,9 +23,10 @@ struct PlanCase {
   double width;
   std::vector<Item> items;
   bool landscape;
-  std::int32_t pages_wide;  // 0: one, of more width than the sheet has
+  std::int32_t pages_wide;  // 0: one, at a scale
   std::size_t breaks;
-  bool cut = false;  // the chart is higher than any page
+  bool cut = false;      // the chart is higher than any page
+  bool legible = false;  // texts of 9 points come out at 7
 };
 
 const std::vector<Item> kManyCharts(24, {Item::kChart, 300});
@@ -37,7 +38,7 @@ std::vector<Item> with_table(std::vector<Item> items, double rows) {
 const PlanCase kPlanCases[] = {
     {"a short table", 400, {{Item::kTable, 12}}, false, 1, 0},
     {"a long table", 400, {{Item::kTable, 500}}, false, 1, 0},
-    {"a chart with its table", 640, {{Item::kChart, 550}, {Item::kTable, 20}}, false, 1, 0},
+    {"a chart with its table", 570, {{Item::kChart, 550}, {Item::kTable, 20}}, false, 1, 1},
     {"a table that would begin at the foot of a page",
      500,
      {{Item::kChart, 500}, {Item::kTable, 20}},
@@ -54,9 +55,19 @@ const PlanCase kPlanCases[] = {
      false,
      0,
      1},
-    {"the highest tornado", 420, {{Item::kChart, 814}, {Item::kTable, 32}}, false, 0, 1},
+    {"the highest tornado", 420, {{Item::kChart, 484}, {Item::kTable, 32}}, false, 1, 1, false, true},
+    {"the highest tornado, with a wide table",
+     750,
+     {{Item::kChart, 484}, {Item::kTable, 32}},
+     true,
+     0,
+     1,
+     false,
+     true},
+    {"a wide tornado of few bars", 800, {{Item::kChart, 220}, {Item::kTable, 5}}, true, 1, 0, false, true},
+    {"a chart too high for a page lying down", 1000, {{Item::kChart, 900}, {Item::kTable, 5}}, false, 1, 0},
     {"a chart higher than any page", 420, {{Item::kChart, 2000}, {Item::kChart, 300}}, false, 1, 1, true},
-    {"charts below a table of many pages", 600, {{Item::kTable, 200}, {Item::kChart, 300}}, false, 1, 1},
+    {"a chart below a table of many pages", 570, {{Item::kTable, 200}, {Item::kChart, 300}}, false, 1, 1},
     {"a long table below another one", 600, {{Item::kTable, 200}, {Item::kTable, 200}}, false, 1, 1},
     {"wide, on several pages", 3000, {{Item::kTable, 12}, {Item::kTable, 200}}, true, 3, 0},
 };
@@ -83,11 +94,16 @@ struct Paper {
 };
 constexpr Paper kPapers[] = {{"A4", 595.3, 841.9}, {"Letter", 612, 792}};
 
+// What the print comes out at, if columns do on paper so many times as wide as on the screen.
+double scale_on(const Paper& paper, const PrintedSheet& sheet, const PagePlan& plan, double wider = 1) {
+  const double width = (plan.landscape ? paper.height : paper.width) - 2 * 0.7 * 72;
+  return plan.scale > 0 ? plan.scale / 100.0 : std::min(1.0, plan.pages_wide * width / (wider * sheet.width));
+}
+
 // By row, from 0: the page it is printed on.
 std::vector<int> pages_of_rows(const PrintedSheet& sheet, const PagePlan& plan, const Paper& paper) {
-  const double width = (plan.landscape ? paper.height : paper.width) - 2 * 0.7 * 72;
   const double height = (plan.landscape ? paper.width : paper.height) - 2 * 0.75 * 72;
-  const double scale = std::min(1.0, plan.pages_wide * width / plan.width);
+  const double scale = scale_on(paper, sheet, plan);
   const double last = std::ceil(sheet.blocks.back().bottom / kRow);
   std::vector<int> pages;
   for (double used = 0; static_cast<double>(pages.size()) < last;) {
@@ -112,12 +128,18 @@ TEST(PagePlan, KeepsChartsWhole) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(plan.landscape, c.landscape);
     EXPECT_EQ(plan.pages_wide, std::max(c.pages_wide, 1));
-    EXPECT_EQ(plan.width > c.width, c.pages_wide == 0);
+    EXPECT_EQ(plan.scale > 0, c.pages_wide == 0);
+    if (plan.scale > 0) {
+      EXPECT_LE(1.1 * c.width * plan.scale / 100, printable_width(plan.landscape)) << "columns may be wider";
+    }
     EXPECT_EQ(plan.row_breaks.size(), c.breaks) << testing::PrintToString(plan.row_breaks);
     EXPECT_THAT(plan.row_breaks, testing::Not(testing::Contains(sheet.blocks.front().row)))
         << "the title block would be alone";
     for (const Paper& paper : kPapers) {
       SCOPED_TRACE(paper.name);
+      if (c.legible) {
+        EXPECT_GE(9 * scale_on(paper, sheet, plan, 1.1), 7);
+      }
       const std::vector<int> pages = pages_of_rows(sheet, plan, paper);
       for (std::size_t i = 0; i < sheet.blocks.size(); ++i) {
         const PrintedBlock& block = sheet.blocks[i];

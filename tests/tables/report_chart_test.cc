@@ -353,7 +353,8 @@ TEST(ReportSheet, ChartHeightGrowsWithTheBars) {
   auto reports = bench.reports();
   const auto sheet = reports.AddSheet("Heights");
   EXPECT_EQ(sheet->ChartHeightForBars(1), 180);
-  EXPECT_EQ(sheet->ChartHeightForBars(20), 550);
+  EXPECT_EQ(sheet->ChartHeightForBars(10), 330);
+  EXPECT_EQ(sheet->ChartHeightForBars(32), 484) << "many bars stand closer";
 }
 
 }  // namespace

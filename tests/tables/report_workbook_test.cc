@@ -251,6 +251,40 @@ TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
   EXPECT_EQ(sheet->NextCell()->row(), next);
 }
 
+// A chart at the foot of a page, with lines below it that would fall on the next one.
+TEST(ReportSheet, LinesBelongToWhatStandsAboveThem) {
+  std::string words;
+  for (int i = 0; i < 60; ++i) words += "left out ";
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Lines");
+  sheet->AddTitleBlock("Report", {{"Output", words}, {"Base", 5.0}});
+  sheet->SetSheetOption(1);
+  sheet->AddTable(1, 3, 1, 0, "", "");
+  const std::int32_t room = sheet->NextCell()->row();
+  const auto chart = sheet->AddChart(33, 428, 420);
+  const std::int32_t first = sheet->NextCell()->row();
+  sheet->AddLine("No effect: Rent (B4)");
+  sheet->AddLine(words);
+  const auto table = sheet->AddTable(3, 3, 1, 0, "", "");
+  EXPECT_EQ(table->HeaderRowRange(1)->row(), first + 3) << "an empty row below the lines";
+  sheet->NextCell()->set_value("below");
+  sheet->AddLine("end");
+  EXPECT_EQ(sheet->NextCell()->row(), table->BodyRange()->row() + 6) << "nothing is written over";
+  sheet->FinishSheet();
+
+  const auto& model = bench.first_sheet(reports);
+  const auto cells = [&](std::int32_t row) { return sheet->SheetWorksheet()->range(row, 1, 1, 1); };
+  EXPECT_EQ(chart->Container()->top(), cells(room)->top() + 0.75) << "the title block has grown";
+  EXPECT_GT(model.row_heights.at(2), 60);
+  EXPECT_FALSE(model.row_heights.contains(first));
+  EXPECT_NEAR(model.row_heights.at(first + 1), 15 + 5 * 13.5, 28) << "at the chart's width";
+  std::vector<std::int32_t> merged;
+  for (const office::Area& area : model.merges) merged.push_back(area.row);
+  EXPECT_THAT(merged, testing::UnorderedElementsAre(2, first, first + 1, table->BodyRange()->row() + 5));
+  EXPECT_THAT(model.page.row_breaks, ElementsAre(room, first + 3));
+}
+
 struct PageCase {
   const char* what;
   std::int32_t rows, columns;
@@ -266,7 +300,7 @@ const PageCase kPageCases[] = {
     {"long", 41, 2, false, false, 1, {3, 4}, {}, 4, 0},
     {"long, with a chart", 41, 2, true, false, 1, {24, 25}, {}, 0, 0},
     {"wide", 5, 7, false, true, 1, {}, {}, 0, 0},
-    {"wide, with a chart", 5, 7, true, false, 1, {}, {}, 0, 0},
+    {"wide, with a chart", 5, 7, true, true, 1, {}, {}, 0, 0},
     {"wide and longer than its low page", 35, 7, false, true, 1, {3, 4}, {}, 0, 0},
     {"wide and long", 41, 12, false, true, 2, {3, 4}, {1, 1}, 4, 1},
 };
