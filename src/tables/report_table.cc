@@ -189,12 +189,6 @@ void ReportTable::SetColumn(std::int32_t column, HAlign body_alignment, double w
     body->set_column_width(width);
 }
 
-void ReportTable::FitGroupCaption(std::int32_t row, std::int32_t column, std::int32_t rows,
-                                  std::int32_t columns, const std::string& caption) {
-  settled_ = false;
-  group_captions_.push_back({header_row() + row - 1, body_column() + column - 1, rows, columns, caption});
-}
-
 void ReportTable::AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
                                const std::string& text) {
   const auto cell = row == 0 ? Header(std::max(header_rows_, 1), column) : Body(row, column);
@@ -283,6 +277,7 @@ void ReportTable::AddColumnBlocks(std::int32_t first, std::int32_t width, std::i
 }
 
 void ReportTable::AddHeading(const Heading& heading) {
+  settled_ = false;
   const auto cells = Header(heading.row, heading.column, heading.rows, heading.columns);
   cells->cell(1, 1)->set_value(heading.caption);
   cells->set_alignment(HAlign::kCenter, VAlign::kCenter);
@@ -339,17 +334,18 @@ void ReportTable::settle_rows() {
 
 // The columns of a group share what its caption needs beyond their width.
 void ReportTable::settle_groups() {
-  for (const GroupCaption& group : group_captions_) {
-    const auto block = cells(group.row, group.column, 1, group.columns);
-    const double word = widest_word(group.text, look::kBodySize, true) + kCaptionMargin;
+  for (const Heading& group : headings_) {
+    const auto block = Header(group.row, group.column, 1, group.columns);
+    const double word = widest_word(group.caption, look::kBodySize, true) + kCaptionMargin;
     const double more = std::min(word, column_points(kWidestNames)) - block->width();
     for (std::int32_t column = group.column; more > 0 && column < group.column + group.columns; ++column) {
-      double& settled = sheet_.settled_widths_[column];
-      settled = cells(group.row, column)->column_width() + column_characters(more / group.columns);
-      cells(group.row, column)->set_column_width(settled);
+      const auto cell = Header(group.row, column);
+      double& settled = sheet_.settled_widths_[cell->column()];
+      settled = cell->column_width() + column_characters(more / group.columns);
+      cell->set_column_width(settled);
     }
     if (group.rows > 1) continue;
-    const std::int32_t lines = wrapped_lines(group.text, block->width(), look::kBodySize, true);
+    const std::int32_t lines = wrapped_lines(group.caption, block->width(), look::kBodySize, true);
     const double height = look::kHeaderRowHeight + (lines - 1) * look::kHeaderLineHeight;
     if (lines > 1 && block->row_height() < height) block->set_row_height(height);
   }

@@ -223,10 +223,6 @@ class ReportTable {
   void SetCaption(std::int32_t column, const std::string& caption, host::HAlign alignment);
   void SetColumn(std::int32_t column, host::HAlign body_alignment, double width,
                  const std::string& number_format, bool text);
-  // Tells of a caption that stands in a block of header cells, merged or one: its columns become wide enough
-  // for the longest word of it, and a single row high enough for its lines.
-  void FitGroupCaption(std::int32_t header_row, std::int32_t column, std::int32_t rows, std::int32_t columns,
-                       const std::string& caption);
   // Row 0: the header block.
   void AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
                     const std::string& text);
@@ -308,11 +304,6 @@ class ReportTable {
   std::vector<std::int32_t> wrapped_rows_;        // none: all
   bool settled_ = false;                          // nothing was written since the last Settle
   std::map<std::int32_t, std::string> captions_;  // by sheet column
-  struct GroupCaption {
-    std::int32_t row, column, rows, columns;  // on the sheet
-    std::string text;
-  };
-  std::vector<GroupCaption> group_captions_;
   std::map<std::int32_t, double> widths_to_fit_;  // by sheet column that fits its contents: its width so far
   std::map<std::int32_t, double> name_widths_;    // by sheet column of texts: the widest so far, points
 };

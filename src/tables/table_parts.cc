@@ -61,7 +61,6 @@ std::string LinkFormula(const std::string& sheet, std::int32_t row, const std::s
 void AddHeaderGroup(ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
                     std::int32_t columns, const std::string& caption) {
   table.AddHeading({row, column, rows, columns, caption});
-  table.FitGroupCaption(row, column, rows, columns, caption);
 }
 
 OutputHeadings::OutputHeadings(const session::Session& session, ReportTable& table, std::int32_t header_row,
@@ -73,11 +72,7 @@ void OutputHeadings::add(const model::DralInputOutput& output, std::int32_t colu
   if (text.empty())
     text = session_.text(kAddressHeading, model::address_for_range_mode(
                                               mode_, output.bookName, output.sheetName, output.cellAddress));
-  const auto cells = table_.Header(row_, column, 1, columns_);
-  cells->cell(1, 1)->set_value(text);
-  cells->set_merge(true);
-  cells->set_wrap_text(true);
-  table_.FitGroupCaption(row_, column, 1, columns_, text);
+  table_.AddHeading({row_, column, 1, columns_, text});
 }
 
 void OutputHeadings::fit() {
