@@ -199,7 +199,10 @@ const Situation kSituations[] = {
     {"results that are no numbers are counted, in the group's row and below the chart",
      100,
      {{{1, 2}, {90, 110, 100}}, {{1, 3}, {kNumError, 105, kNothing}}},
-     [](MultiBench& b) { b.effects(2).failed = 2; },
+     [](MultiBench& b) {
+       b.effects(2).failed = 2;
+       b.effects(2).leaves_out_base = false;
+     },
      {"\"Results that are no numbers: Price (B3) × Rate (B5): 2 of 3\"",
       "note at B+2 \"Please note:\nResults that are no numbers: 2 of 3\""},
      {"No effect", "note at B+1"}},
