@@ -1,5 +1,7 @@
 #include "cli/output_choice.h"
 
+#include <numeric>
+
 #include "cli/commands.h"
 #include "cli/terminal.h"
 
@@ -8,50 +10,7 @@ namespace {
 
 constexpr std::size_t kMostCandidates = 20;
 
-std::string lower(std::string text) {
-  for (char& letter : text)
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  return text;
-}
-
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-    text.replace(at, from.size(), to);
-  return text;
-}
-
-// An address as typed, in lower case. Book and sheet are empty where it has none.
-struct Address {
-  std::string book, sheet, cell;
-
-  explicit Address(const std::string& typed) {
-    const std::size_t mark = typed.rfind('!');
-    cell = lower(replaced(mark == std::string::npos ? typed : typed.substr(mark + 1), "$", ""));
-    if (mark == std::string::npos) return;
-    sheet = lower(typed.substr(0, mark));
-    if (sheet.size() >= 2 && sheet.front() == '\'' && sheet.back() == '\'')
-      sheet = replaced(sheet.substr(1, sheet.size() - 2), "''", "'");
-    const std::size_t end_of_book = sheet.find(']');
-    if (!sheet.starts_with('[') || end_of_book == std::string::npos) return;
-    book = sheet.substr(1, end_of_book - 1);
-    sheet = sheet.substr(end_of_book + 1);
-  }
-
-  bool names(const runfile::Item& item) const {
-    return lower(replaced(item.cell, "$", "")) == cell && (sheet.empty() || lower(item.sheet) == sheet) &&
-           (book.empty() || lower(item.book) == book);
-  }
-};
-
 using Positions = std::vector<std::int32_t>;
-
-template <class Matches>
-Positions outputs_where(const runfile::Run& run, const Matches& matches) {
-  Positions positions;
-  for (std::size_t i = 0; i < run.outputs.size(); ++i)
-    if (matches(run.outputs[i])) positions.push_back(static_cast<std::int32_t>(i));
-  return positions;
-}
 
 std::string listed(const runfile::Run& run, const Positions& positions) {
   std::string text;
@@ -62,24 +21,13 @@ std::string listed(const runfile::Run& run, const Positions& positions) {
   return text;
 }
 
-// A name as it is spelled goes before the same letters in another case, and a name before a cell.
-Positions matches_of(const runfile::Run& run, const std::string& wanted) {
-  Positions found = outputs_where(run, [&](const runfile::Item& item) { return item.name == wanted; });
-  if (found.empty())
-    found = outputs_where(run, [&](const runfile::Item& item) { return lower(item.name) == lower(wanted); });
-  if (found.empty()) {
-    const Address address(wanted);
-    found = outputs_where(run, [&](const runfile::Item& item) { return address.names(item); });
-  }
-  return found;
-}
-
 std::int32_t find_output(const runfile::Run& run, const std::string& wanted) {
-  const Positions found = wanted.empty() ? Positions() : matches_of(run, wanted);
+  const Positions found = embedded::outputs_named(run, wanted);
   if (found.size() == 1) return found.front();
   const std::string begin = "--output: \"" + printable(wanted) + "\" ";
   if (found.empty()) {
-    const Positions all = outputs_where(run, [](const runfile::Item&) { return true; });
+    Positions all(run.outputs.size());
+    std::iota(all.begin(), all.end(), 0);
     throw BadArguments(begin + "is no output of the run. Its outputs are:" + listed(run, all));
   }
   throw BadArguments(
@@ -89,14 +37,6 @@ std::int32_t find_output(const runfile::Run& run, const std::string& wanted) {
 }
 
 }  // namespace
-
-std::string place_of(const runfile::Item& item) {
-  return item.sheet.empty() ? item.cell : item.sheet + "!" + item.cell;
-}
-
-std::string described(const runfile::Item& item) {
-  return item.name.empty() ? place_of(item) : item.name + " (" + place_of(item) + ")";
-}
 
 std::vector<std::int32_t> find_outputs(const runfile::Run& run, const std::vector<std::string>& wanted) {
   std::vector<std::int32_t> positions;
