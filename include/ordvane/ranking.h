@@ -1,0 +1,60 @@
+/// Which inputs move an output, and by how much.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ordvane/run.h"
+
+namespace ordvane {
+
+/// What one input did to an output while every other input was at its base. A figure that the run does not
+/// give is not there: of an output that was no number at any step, a change from a base of 0.
+struct Effect {
+  std::size_t input = 0;                              ///< position in Run::inputs
+  std::string name;                                   ///< of the input, or its address where it has none
+  std::int32_t rank = 0;                              ///< 1 moves the output most
+  std::optional<double> low, high;                    ///< lowest and highest value of the output
+  std::optional<double> swing;                        ///< high less low
+  std::optional<double> low_change, high_change;      ///< (value - base) / |base|
+  std::optional<double> input_at_low, input_at_high;  ///< what the input was set to there
+};
+
+struct GroupMember {
+  std::size_t input = 0;  ///< position in Run::inputs
+  std::string name;
+  std::optional<double> at_low, at_high;  ///< what it was set to where the output was lowest and highest
+  std::optional<double> own_swing;        ///< of the output when this input alone is varied
+};
+
+/// What inputs varied together did to an output.
+struct GroupEffect {
+  std::vector<GroupMember> members;
+  std::int32_t rank = 0;  ///< among the groups, from 1
+  std::optional<double> low, high, swing;
+  std::optional<double> low_change, high_change;
+  std::optional<double> own_swings;   ///< of the members, added up
+  std::optional<double> interaction;  ///< swing less own_swings: 0 where the effects add up
+};
+
+struct Ranking {
+  std::size_t output = 0;  ///< position in Run::outputs
+  std::string name;        ///< of the output, or its address where it has none
+  std::optional<double> base;
+  std::vector<Effect> effects;      ///< by rank; inputs without saved samples have none
+  std::vector<GroupEffect> groups;  ///< by rank
+};
+
+/// One ranking for each output at these positions, each once; for every output when there are none.
+/// `simulation` counts from 1. Any number of threads may rank one run at once. Throws Error: kInvalidArgument
+/// for what the run does not have, kOutOfMemory, kFailed.
+ORDVANE_API std::vector<Ranking> rank(const Run& run, const std::vector<std::size_t>& outputs = {},
+                                      std::int32_t simulation = 1);
+/// Of the output with this name or cell (Run::find_output).
+ORDVANE_API Ranking rank(const Run& run, std::string_view output, std::int32_t simulation = 1);
+
+}  // namespace ordvane
