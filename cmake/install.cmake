@@ -32,6 +32,7 @@ write_basic_package_version_file(${generated}/ordvane-config-version.cmake COMPA
 install(FILES ${generated}/ordvane-config.cmake ${generated}/ordvane-config-version.cmake DESTINATION ${config_dir}
         COMPONENT development)
 file(RELATIVE_PATH to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" to_prefix ${to_prefix})
 configure_file(cmake/ordvane.pc.in ${generated}/ordvane.pc @ONLY)
 install(FILES ${generated}/ordvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 

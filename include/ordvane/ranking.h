@@ -49,12 +49,14 @@ struct Ranking {
   std::vector<GroupEffect> groups;  ///< by rank
 };
 
-/// One ranking for each output at these positions, each once; for every output when there are none.
-/// `simulation` counts from 1. Any number of threads may rank one run at once. Throws Error: kInvalidArgument
-/// for what the run does not have, kOutOfMemory, kFailed.
-ORDVANE_API std::vector<Ranking> rank(const Run& run, const std::vector<std::size_t>& outputs = {},
-                                      std::int32_t simulation = 1);
-/// Of the output with this name or cell (Run::find_output).
+/// The inputs ranked for each output at these positions, each once; for every output when there are none. Any
+/// number of threads may rank one run at once. `simulation` counts from 1. Throws Error: kInvalidArgument for
+/// what the run does not have, kOutOfMemory, kFailed.
+ORDVANE_API std::vector<Ranking> rank_outputs(const Run& run, const std::vector<std::size_t>& outputs = {},
+                                              std::int32_t simulation = 1);
+/// For the one output at this position.
+ORDVANE_API Ranking rank(const Run& run, std::size_t output, std::int32_t simulation = 1);
+/// For the one output with this name or cell (Run::find_output).
 ORDVANE_API Ranking rank(const Run& run, std::string_view output, std::int32_t simulation = 1);
 
 }  // namespace ordvane

@@ -151,9 +151,16 @@ for _name in COLORS:
     _FUNCTIONS["options_set_" + _name] = (c_int32, [c_void_p, c_uint32])
 
 
+def _place() -> str:
+    """The library that the variable names, as one in a build folder; the one installed with this package below a
+    prefix of its own; else the system's."""
+    named = os.environ.get("ORDVANE_LIBRARY")
+    beside = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../..", SONAME)
+    return named or (beside if os.path.exists(beside) else SONAME)
+
+
 def _load() -> ctypes.CDLL:
-    # A library that is not installed, as in a build folder, is named by the variable.
-    library = ctypes.CDLL(os.environ.get("ORDVANE_LIBRARY") or SONAME)
+    library = ctypes.CDLL(_place())
     for name, (result, arguments) in _FUNCTIONS.items():
         function = getattr(library, "ordvane_" + name)
         function.restype = result

@@ -253,7 +253,7 @@ std::int32_t ordvane_rank(const ordvane_run* run, std::size_t output, std::int32
   return guarded(error, [&] {
     require(run, "run");
     require(ranking, "ranking");
-    *ranking = new ordvane_ranking{ordvane::rank(run->run, std::vector{output}, simulation).front()};
+    *ranking = new ordvane_ranking{ordvane::rank(run->run, output, simulation)};
   });
 }
 

@@ -63,7 +63,8 @@ Ranking ranking_of(const embedded::OutputRanking& from, const runfile::Run& run)
 
 }  // namespace
 
-std::vector<Ranking> rank(const Run& run, const std::vector<std::size_t>& outputs, std::int32_t simulation) {
+std::vector<Ranking> rank_outputs(const Run& run, const std::vector<std::size_t>& outputs,
+                                  std::int32_t simulation) {
   return library::translating_errors([&] {
     const auto& data = RunAccess::run(run);
     if (simulation < 1 || simulation > data->simulations)
@@ -78,8 +79,12 @@ std::vector<Ranking> rank(const Run& run, const std::vector<std::size_t>& output
   });
 }
 
+Ranking rank(const Run& run, std::size_t output, std::int32_t simulation) {
+  return rank_outputs(run, {output}, simulation).front();
+}
+
 Ranking rank(const Run& run, std::string_view output, std::int32_t simulation) {
-  return rank(run, std::vector{run.find_output(output)}, simulation).front();
+  return rank(run, run.find_output(output), simulation);
 }
 
 }  // namespace ordvane
