@@ -43,7 +43,7 @@ ordvane_package(python python3-ordvane python "reports on what-if runs, for Pyth
 foreach(component COMMAND LIBRARY)
   set(CPACK_DEBIAN_${component}_PACKAGE_SHLIBDEPS ON)
 endforeach()
-# What CPack makes by itself calls ldconfig; the trigger is the way that Debian asks for.
+# What CPack makes of this by itself calls ldconfig; the trigger is the way that Debian asks for.
 file(WRITE ${CMAKE_BINARY_DIR}/generated/debian/triggers "activate-noawait ldconfig\n")
 file(WRITE ${CMAKE_BINARY_DIR}/generated/debian/shlibs "libordvane ${ORDVANE_SOVERSION} ${library} (>= ${PROJECT_VERSION})\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
@@ -55,5 +55,6 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3:any (>= 3.8), ${library} (>= ${
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-numpy, python3-pandas")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${CMAKE_SOURCE_DIR}/cmake/debian/postinst;${CMAKE_SOURCE_DIR}/cmake/debian/prerm")
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_SOURCE_DIR}/cmake/debian/finish.cmake)
 
 include(CPack)

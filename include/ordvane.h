@@ -1,4 +1,5 @@
-/* Ordvane Results for C, and for languages that call C: which inputs of a what-if run move which outputs, and
+/** @file
+ * Ordvane Results for C, and for languages that call C: which inputs of a what-if run move which outputs, and
  * the Excel workbooks that show it.
  *
  * Left out of this interface:
