@@ -3,13 +3,15 @@
 #   make demo      report on the example run, print the ranking and where the workbook is
 #   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine
 #   make windows   the COM server for Excel, x86 and x64, in a zip to hand over
+#   make packages  Debian packages of the command, the library and the Python package
 #   make bench     speed and memory, as ratios against peers in the same run
 #   make gallery   the pictures of docs/gallery.md, drawn with LibreOffice
+#   make reference the reference of the public headers, with Doxygen
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
-.PHONY: demo test bench gallery format format-check tidy release sanitize windows windows-build clean
+.PHONY: demo test packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
 example = examples/solar-plant/solar-plant.run.json
@@ -44,6 +46,18 @@ windows-build:
 	@cmake --preset windows-x86 >/dev/null && cmake --build --preset windows-x86
 	@cmake --preset windows-x64 >/dev/null && cmake --build --preset windows-x64
 
+# As Debian builds its own: every hardening flag, no paths of this machine; without its debug symbols.
+packages: export DEB_BUILD_MAINT_OPTIONS = hardening=+all
+packages:
+	@tools/install-packages packages
+	@cmake --preset release -DORDVANE_TESTS=OFF -DORDVANE_BENCH=OFF -DCMAKE_INSTALL_PREFIX=/usr -B build/packages \
+	  -DCMAKE_CXX_FLAGS="$$(dpkg-buildflags --get CXXFLAGS) $$(dpkg-buildflags --get CPPFLAGS) -g0" \
+	  -DCMAKE_EXE_LINKER_FLAGS="$$(dpkg-buildflags --get LDFLAGS)" \
+	  -DCMAKE_SHARED_LINKER_FLAGS="$$(dpkg-buildflags --get LDFLAGS)" >/dev/null
+	@cmake --build build/packages
+	@cd build/packages && rm -f *.deb && cpack >/dev/null
+	@mkdir -p out && cp build/packages/*.deb out/ && ls out/*.deb
+
 bench:
 	@tools/install-packages bench
 	@cmake --preset release -DORDVANE_TESTS=OFF -B build/bench >/dev/null
@@ -51,6 +65,13 @@ bench:
 	build/bench/bench/bench_core
 	/usr/bin/python3 bench/whole_process.py build/bench
 	/usr/bin/python3 bench/full_size.py build/bench
+
+reference:
+	@tools/install-packages docs
+	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null
+	@mkdir -p out
+	@ORDVANE_GENERATED=build/release/generated/include doxygen docs/Doxyfile
+	@echo out/reference/html/index.html
 
 gallery:
 	@tools/install-packages gallery

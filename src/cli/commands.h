@@ -14,10 +14,11 @@
 
 #include "cli/problems.h"
 #include "host/excel.h"
+#include "ordvane/version.h"
 
 namespace ordvane::cli {
 
-inline constexpr const char* kVersion = "0.1.0";
+inline constexpr const char* kVersion = ORDVANE_VERSION;
 
 inline constexpr int kDone = 0;
 inline constexpr int kFailed = 1;

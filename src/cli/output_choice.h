@@ -5,15 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "embedded/find_outputs.h"
 #include "runfile/run.h"
 
 namespace ordvane::cli {
 
-// "Total interest (Overview!C14)", or the place alone for an output without a name.
-std::string described(const runfile::Item& item);
-std::string described(const std::string& name, const runfile::Item& item);
-// "Overview!C14"
-std::string place_of(const runfile::Item& item);
+using embedded::described;
 
 // Zero-based positions of the outputs that `wanted` names: by name, or by cell ("C14", "Overview!C14",
 // "'My sheet'!$C$14", "[book.xlsx]Overview!C14"). Throws BadArguments, with the candidates, for what names no

@@ -125,6 +125,22 @@ void note_earlier(const xlsx::ExistingWorkbook& existing, const office::BookMode
   }
 }
 
+WrittenReports counted(const office::BookModel& book) {
+  WrittenReports written;
+  for (const auto& sheet : book.sheets) count(*sheet, written);
+  return written;
+}
+
+// Ready to be saved.
+std::shared_ptr<const office::BookModel> make_to_save(
+    const std::shared_ptr<const runfile::Run>& run, const ReportOptions& options,
+    const std::shared_ptr<EmbeddedEnvironment>& environment) {
+  auto book = make(run, options, environment);
+  show_saving(*environment, options);
+  environment->check_cancelled();
+  return book;
+}
+
 }  // namespace
 
 std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,
@@ -135,16 +151,17 @@ std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<cons
 WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
                              const std::filesystem::path& workbook, const ReportOptions& options) {
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
-  const auto book = make(run, options, environment);
-  show_saving(*environment, options);
+  const auto book = make_to_save(run, options, environment);
   xlsx::SaveOptions saving = saving_options(options, *environment);
   saving.replace = options.overwrite;
-  environment->check_cancelled();
   xlsx::save(*book, workbook, saving);
+  return counted(*book);
+}
 
-  WrittenReports written;
-  for (const auto& sheet : book->sheets) count(*sheet, written);
-  return written;
+ReportFile pack_reports(const std::shared_ptr<const runfile::Run>& run, const ReportOptions& options) {
+  const auto environment = std::make_shared<EmbeddedEnvironment>(options);
+  const auto book = make_to_save(run, options, environment);
+  return {xlsx::package(*book, saving_options(options, *environment)), counted(*book)};
 }
 
 WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,

@@ -73,7 +73,14 @@ WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
 WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,
                            const std::filesystem::path& workbook, const ReportOptions& options);
 
-// The same, without a file: the finished workbook in memory.
+// A new workbook in memory: the bytes of the file that write_reports makes.
+struct ReportFile {
+  std::string bytes;
+  WrittenReports written;
+};
+ReportFile pack_reports(const std::shared_ptr<const runfile::Run>& run, const ReportOptions& options);
+
+// The same, as the embedded spreadsheet holds it.
 std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,
                                                       const ReportOptions& options);
 

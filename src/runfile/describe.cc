@@ -140,7 +140,7 @@ class Description {
     const std::string each = std::to_string(run_.recalculations);
     const auto results =
         static_cast<std::int64_t>(run_.output_values.size() + run_.group_output_values.size());
-    table.add({"File", text::one_line(run_.file.string())});
+    if (!run_.file.empty()) table.add({"File", text::one_line(run_.file.string())});
     table.add({books_.size() == 1 ? "Workbook" : "Workbooks", books});
     table.add({"Simulations", std::to_string(run_.simulations)});
     table.add({"Inputs", std::to_string(run_.inputs.size())});

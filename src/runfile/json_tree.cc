@@ -168,6 +168,7 @@ std::string JsonValue::text() const {
   const std::string& value = data_->get_ref<const std::string&>();
   for (std::size_t at = 0; at < value.size();) {
     const text::CodePoint character = text::code_point_at(value, at);
+    if (!character.valid) fail("is " + shown() + ", which is not UTF-8 text");
     const bool blank = character.code == '\t' || character.code == '\n' || character.code == '\r';
     if ((character.code < 0x20 && !blank) || character.code == 0xFFFE || character.code == 0xFFFF)
       fail("is " + shown() + ", which holds a character that no workbook can hold");
@@ -180,6 +181,8 @@ std::string JsonValue::shown() const {
   if (data_->is_string()) return text::quoted_text(data_->get_ref<const std::string&>());
   if (data_->is_object()) return "an object";
   if (data_->is_array()) return "a list";
+  if (data_->is_number_float() && !std::isfinite(data_->get<double>()))
+    return std::to_string(data_->get<double>());  // only programs can say these
   return data_->dump();
 }
 

@@ -16,6 +16,7 @@
 #include "host/error.h"
 #include "model/combinations.h"
 #include "runfile/cell_address.h"
+#include "runfile/description.h"
 #include "runfile/json_tree.h"
 #include "runfile/known_fields.h"
 #include "runfile/other_file.h"
@@ -29,8 +30,6 @@
 namespace ordvane::runfile {
 namespace {
 
-constexpr const char* kFormat = "ordvane-run";
-constexpr std::int64_t kVersion = 1;
 constexpr std::int32_t kMostSteps = 32767;
 constexpr std::int64_t kMostLong = 2147483647;
 constexpr std::int32_t kLargestGroup = 32;
@@ -206,7 +205,6 @@ void read_items(const JsonValue& value, const char* what, std::vector<T>& items)
   check_places(value, pointers);
 }
 
-// In the order in which they are read: the recalculations need all the others.
 constexpr auto kRunFields = std::to_array<Field<Run>>({
     {"$schema", false, [](const JsonValue& v, Run&) { v.text(); }},
     {"format", true, [](const JsonValue&, Run&) {}},   // verified before any other field
@@ -222,9 +220,16 @@ constexpr auto kRunFields = std::to_array<Field<Run>>({
     {"inputs", true, [](const JsonValue& v, Run& run) { read_items(v, "inputs", run.inputs); }},
     {"outputs", true, [](const JsonValue& v, Run& run) { read_items(v, "outputs", run.outputs); }},
     {"groups", false, read_groups},
+});
+
+// Read last: they need all the others.
+constexpr auto kRowFields = std::to_array<Field<Run>>({
     {"recalculations", true, read_recalculations},
     {"groupRecalculations", false, read_group_recalculations},
 });
+
+// A run whose recalculations are given otherwise.
+struct Description : Run {};
 
 // The tables of one kind of object, and what its fields have to fulfil together.
 template <class T>
@@ -234,6 +239,7 @@ struct Rules;
 
 void complete(const JsonValue&, LabelCell&) {}
 void complete(const JsonValue&, AllGroups&) {}
+void complete(const JsonValue&, Description&) {}
 
 void complete(const JsonValue& value, Run& run) {
   if (!run.groups.empty() && !value.has("groupRecalculations"))
@@ -323,6 +329,10 @@ struct Rules<AllGroups> {
 };
 template <>
 struct Rules<Run> {
+  static constexpr auto tables = std::tie(kRunFields, kRowFields);
+};
+template <>
+struct Rules<Description> {
   static constexpr auto tables = std::tie(kRunFields);
 };
 
@@ -599,6 +609,15 @@ std::string_view nearest_field(std::string_view name, const std::vector<KnownFie
     nearest = field.name;
   }
   return nearest;
+}
+
+Run read_description(const Json& tree, const std::string& name) {
+  const JsonValue root(tree, "", name);
+  check_format(root);
+  Description run;
+  run.file = name;
+  read_object(root, run);
+  return run;
 }
 
 Run read_run(const std::filesystem::path& file) {

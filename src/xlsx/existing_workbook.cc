@@ -56,8 +56,7 @@ bool holds_utf16(std::string_view bytes, std::string_view name) {
 }
 
 [[noreturn]] void cannot_read(const fs::path& path, int error) {
-  throw host::Error(host::errc::kHostRefused,
-                    path.string() + ": cannot read: " + std::generic_category().message(error));
+  throw FileError(path, "cannot read", error);
 }
 
 }  // namespace

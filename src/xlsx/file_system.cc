@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <random>
+#include <string_view>
+#include <system_error>
 
 namespace ordvane::xlsx {
 
@@ -18,8 +20,20 @@ ssize_t FileSystem::read(int file, char* data, std::size_t size) {
   return ::read(file, data, size);
 }
 
-int FileSystem::create(std::string& name) {
-  return ::mkostemp(name.data(), O_CLOEXEC);
+// Not mkostemp, which gives every file the same mode: only the system can apply the process's mask without
+// another thread seeing it changed.
+int FileSystem::create(std::string& name, mode_t mode) {
+  constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  constexpr std::size_t kRandom = 6;
+  constexpr int kAttempts = 1000;
+  std::random_device random;
+  std::uniform_int_distribution<std::size_t> letter(0, kLetters.size() - 1);
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    for (std::size_t i = name.size() - kRandom; i < name.size(); ++i) name[i] = kLetters[letter(random)];
+    const int file = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (file >= 0 || errno != EEXIST) return file;
+  }
+  return -1;
 }
 
 ssize_t FileSystem::write(int file, const char* data, std::size_t size) {
@@ -58,6 +72,15 @@ int FileSystem::remove(const std::string& path) {
 FileSystem& real_files() {
   static FileSystem files;
   return files;
+}
+
+FileError::FileError(const std::filesystem::path& file, const char* action, int error)
+    : host::Error(host::errc::kHostRefused,
+                  file.string() + ": " + action + ": " + std::generic_category().message(error)),
+      error_(error) {}
+
+bool FileError::is_there_already() const {
+  return error_ == EEXIST;
 }
 
 }  // namespace ordvane::xlsx

@@ -5,7 +5,10 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
+
+#include "host/error.h"
 
 namespace ordvane::xlsx {
 
@@ -15,8 +18,9 @@ class FileSystem {
   virtual ~FileSystem() = default;
   virtual int open(const std::string& path, int flags);
   virtual ssize_t read(int file, char* data, std::size_t size);
-  // A new file whose name replaces the X at the end of `name`.
-  virtual int create(std::string& name);
+  // A new file, with this mode as far as the process's mask leaves it; six letters take the place of the last
+  // six characters of `name`.
+  virtual int create(std::string& name, mode_t mode);
   virtual ssize_t write(int file, const char* data, std::size_t size);
   virtual int change_mode(int file, mode_t mode);
   virtual int flush(int file);
@@ -29,5 +33,17 @@ class FileSystem {
 
 // The system's own.
 FileSystem& real_files();
+
+// A file that the system would not read or write; the description names it and says why.
+class FileError : public host::Error {
+ public:
+  // `action`: "cannot write"; `error`: what errno said.
+  FileError(const std::filesystem::path& file, const char* action, int error);
+
+  bool is_there_already() const;
+
+ private:
+  int error_;
+};
 
 }  // namespace ordvane::xlsx

@@ -9,16 +9,13 @@
 #include <system_error>
 #include <utility>
 
-#include "host/error.h"
-
 namespace ordvane::xlsx {
 namespace {
 
 namespace fs = std::filesystem;
 
 [[noreturn]] void refuse_to_write(const fs::path& path, int error) {
-  throw host::Error(host::errc::kHostRefused,
-                    path.string() + ": cannot write: " + std::generic_category().message(error));
+  throw FileError(path, "cannot write", error);
 }
 
 // A file beside the target that is gone again unless it takes the target's place.
@@ -27,7 +24,9 @@ class NewFile {
   // `path`: how the user calls the target.
   NewFile(FileSystem& files, const fs::path& target, const fs::path& path)
       : files_(files), target_(target), path_(path), name_(beside(target)) {
-    handle_ = files_.create(name_);
+    replaces_ = ::stat(target_.c_str(), &old_) == 0;
+    // Until it has the owner and the mode of the file that it replaces, nobody else may read it.
+    handle_ = files_.create(name_, replaces_ ? 0600 : 0666);
     if (handle_ < 0) refuse_to_write(path_, errno);
   }
   ~NewFile() {
@@ -47,9 +46,8 @@ class NewFile {
   }
 
   void take_place(const WholeFileOptions& options) {
-    take_over_owner();
-    if (files_.change_mode(handle_, wanted_mode()) != 0 || files_.flush(handle_) != 0)
-      refuse_to_write(path_, errno);
+    if (replaces_) take_over_owner_and_mode();
+    if (files_.flush(handle_) != 0) refuse_to_write(path_, errno);
     const int handle = std::exchange(handle_, -1);
     if (files_.close(handle) != 0) refuse_to_write(path_, errno);
     if (options.before) options.before();
@@ -64,26 +62,18 @@ class NewFile {
     return (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
   }
 
-  // Where it may; a user who is not the owner becomes it.
-  void take_over_owner() {
-    struct stat old {};
-    if (::stat(target_.c_str(), &old) != 0) return;
-    if (::fchown(handle_, old.st_uid, old.st_gid) != 0)
-      static_cast<void>(::fchown(handle_, static_cast<uid_t>(-1), old.st_gid) == 0);
-  }
-
-  // The mode of the file that is replaced; of a new one what any program would give it.
-  mode_t wanted_mode() const {
-    struct stat old {};
-    if (::stat(target_.c_str(), &old) == 0) return old.st_mode & 07777U;
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666U & ~mask;
+  // The owner where that is allowed; a user who is not the owner becomes it.
+  void take_over_owner_and_mode() {
+    if (::fchown(handle_, old_.st_uid, old_.st_gid) != 0)
+      static_cast<void>(::fchown(handle_, static_cast<uid_t>(-1), old_.st_gid) == 0);
+    if (files_.change_mode(handle_, old_.st_mode & 07777U) != 0) refuse_to_write(path_, errno);
   }
 
   FileSystem& files_;
   fs::path target_, path_;
   std::string name_;
+  struct stat old_ {};  // of the file that is replaced
+  bool replaces_ = false;
   int handle_ = -1;
   bool placed_ = false;
 };

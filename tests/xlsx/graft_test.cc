@@ -384,7 +384,9 @@ class FailingFiles : public FileSystem {
   ssize_t read(int file, char* data, std::size_t size) override {
     return fails() ? -1 : FileSystem::read(file, data, size);
   }
-  int create(std::string& name) override { return fails() ? -1 : FileSystem::create(name); }
+  int create(std::string& name, mode_t mode) override {
+    return fails() ? -1 : FileSystem::create(name, mode);
+  }
   ssize_t write(int file, const char* data, std::size_t size) override {
     // In halves, so that a write fails after one that did not.
     return fails() ? -1 : FileSystem::write(file, data, size > 9000 ? size / 2 : size);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -165,6 +166,14 @@ TEST(Save, ReplacesAFileAndKeepsItsMode) {
   EXPECT_TRUE(std::filesystem::is_symlink(link)) << "a link to a workbook stays one";
   EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms{0640});
   EXPECT_THAT(names_in(folder), ElementsAre("a.xlsx", "link.xlsx"));
+}
+
+TEST(Save, GivesANewFileTheModeThatTheMaskLeaves) {
+  const test::TemporaryFolder folder;
+  const mode_t before = ::umask(027);
+  save(full_book(), folder / "a.xlsx");
+  EXPECT_EQ(::umask(before), 027U) << "the mask is the whole process's";
+  EXPECT_EQ(std::filesystem::status(folder / "a.xlsx").permissions(), std::filesystem::perms{0640});
 }
 
 TEST(Save, TakesANameWithoutAFolder) {

@@ -1,0 +1,17 @@
+# Called by CPack with the packages it has made: mends what it cannot be told. The call of ldconfig goes, since the package has
+# the trigger that Debian asks for; and the packages say how they go with those of other architectures.
+foreach(package ${CPACK_PACKAGE_FILES})
+  get_filename_component(name ${package} NAME)
+  set(tree ${CPACK_TEMPORARY_DIRECTORY}/${name})
+  file(REMOVE_RECURSE ${tree})
+  execute_process(COMMAND dpkg-deb -R ${package} ${tree} COMMAND_ERROR_IS_FATAL ANY)
+  if(EXISTS ${tree}/DEBIAN/triggers)
+    file(REMOVE ${tree}/DEBIAN/postinst ${tree}/DEBIAN/postrm)
+  endif()
+  set(kind foreign)
+  if(name MATCHES "^lib")
+    set(kind same)
+  endif()
+  file(APPEND ${tree}/DEBIAN/control "Multi-Arch: ${kind}\n")
+  execute_process(COMMAND dpkg-deb --root-owner-group -b ${tree} ${package} OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+endforeach()

@@ -1,0 +1,182 @@
+// Reports for programs: options verified and carried over, callbacks kept apart from the job's own errors.
+#include "ordvane/report.h"
+
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <ostream>
+
+#include "embedded/report_job.h"
+#include "environment/standard_environment.h"
+#include "library/errors.h"
+#include "library/run_data.h"
+#include "text/edit.h"
+#include "text/utf8.h"
+
+namespace ordvane {
+namespace {
+
+using library::RunAccess;
+
+constexpr std::int32_t kMostInputs = 32;
+
+[[noreturn]] void refuse(const std::string& what) {
+  throw Error(ErrorCode::kInvalidArgument, what);
+}
+
+void check(const ReportOptions& options, const runfile::Run& run) {
+  if (options.max_inputs < 1 || options.max_inputs > kMostInputs)
+    refuse("max_inputs: is " + std::to_string(options.max_inputs) + "; a whole number from 1 to " +
+           std::to_string(kMostInputs) + " is expected");
+  if (options.threshold && !(std::isfinite(*options.threshold) && *options.threshold >= 0))
+    refuse("threshold: is " + std::to_string(*options.threshold) +
+           "; a share of the base value, 0 or more, is expected");
+  if (environment::language_id_of(options.language) == 0) {
+    std::string known;
+    for (const std::string& code : environment::languages()) known += (known.empty() ? "" : ", ") + code;
+    refuse("language: is " + text::quoted_text(options.language) + "; one of " + known + " is expected");
+  }
+  if (text::first_invalid_byte(options.watermark) != std::string::npos)
+    refuse("watermark: is " + text::quoted_text(options.watermark) + ", which is not UTF-8 text");
+  if (options.multi_way && run.groups.empty())
+    refuse("multi_way: the run varied no inputs together; groups are expected");
+}
+
+// The spreadsheet's blue-green-red.
+std::int32_t blue_green_red(const Color& color) {
+  return color.blue << 16 | color.green << 8 | color.red;
+}
+
+// "2026-01-31T12:00:00Z"
+std::string date_text(std::chrono::sys_seconds moment) {
+  const auto day = std::chrono::floor<std::chrono::days>(moment);
+  const std::chrono::year_month_day date{day};
+  const std::chrono::hh_mm_ss time{moment - day};
+  const int year = static_cast<int>(date.year());
+  if (year < 1900 || year > 9999)
+    refuse("created: is in the year " + std::to_string(year) + "; one from 1900 to 9999 is expected");
+  char text[32];
+  std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", year,
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                static_cast<int>(time.seconds().count()));
+  return text;
+}
+
+embedded::ReportOptions converted(const ReportOptions& options, const runfile::Run& run) {
+  embedded::ReportOptions to;
+  to.outputs = library::positions_of(options.outputs, run);
+  to.tornado = options.tornado;
+  to.spider = options.spider;
+  to.sensitivity = options.sensitivity;
+  to.output_detail = options.output_detail;
+  to.detail_by_input = options.detail_by_input;
+  to.multi_way = options.multi_way;
+  to.percent = options.percent;
+  to.max_inputs = options.max_inputs;
+  to.all_inputs = options.all_inputs;
+  to.threshold = options.threshold;
+  if (options.bar_color) to.bar_color = blue_green_red(*options.bar_color);
+  if (options.base_color) to.base_color = blue_green_red(*options.base_color);
+  if (options.low_color) to.low_color = blue_green_red(*options.low_color);
+  to.watermark = options.watermark;
+  to.language = options.language;
+  if (options.created) to.created = date_text(*options.created);
+  to.overwrite = options.overwrite;
+  return to;
+}
+
+// The caller's functions. What one of them throws is kept, and the job is asked to stop.
+class Callbacks {
+ public:
+  explicit Callbacks(const ReportOptions& options) : options_(options) {}
+  Callbacks(const Callbacks&) = delete;
+  Callbacks& operator=(const Callbacks&) = delete;
+
+  void attach_to(embedded::ReportOptions& job) {
+    if (options_.progress)
+      job.progress = [this](const std::string& text) { keeping_errors([&] { options_.progress(text); }); };
+    if (options_.progress || options_.cancelled) job.cancelled = [this] { return cancelled(); };
+  }
+  void rethrow() const {
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+ private:
+  bool cancelled() {
+    bool answer = false;
+    if (!failure_ && options_.cancelled) keeping_errors([&] { answer = options_.cancelled(); });
+    return answer || failure_;
+  }
+  template <class Call>
+  void keeping_errors(const Call& call) {
+    try {
+      call();
+    } catch (...) {
+      failure_ = std::current_exception();
+    }
+  }
+
+  const ReportOptions& options_;
+  std::exception_ptr failure_;
+};
+
+template <class Job>
+auto report(const Run& run, const ReportOptions& options, const Job& job) {
+  const auto& data = RunAccess::run(run);
+  Callbacks callbacks(options);
+  try {
+    check(options, *data);
+    embedded::ReportOptions inner = converted(options, *data);
+    callbacks.attach_to(inner);
+    return job(data, inner);
+  } catch (...) {
+    callbacks.rethrow();
+    library::rethrow_as_error();
+  }
+}
+
+WrittenReports counted(const embedded::WrittenReports& written) {
+  return {written.sheets, written.charts};
+}
+
+}  // namespace
+
+WrittenReports write_reports(const Run& run, const std::filesystem::path& workbook,
+                             const ReportOptions& options) {
+  return report(run, options, [&](const auto& data, const embedded::ReportOptions& inner) {
+    std::error_code error;
+    if (!inner.overwrite && std::filesystem::exists(workbook, error))
+      throw Error(ErrorCode::kFileExists, workbook.string() + ": is there already; `overwrite` replaces it");
+    return counted(embedded::write_reports(data, workbook, inner));
+  });
+}
+
+WrittenReports write_reports(const Run& run, std::ostream& stream, const ReportOptions& options) {
+  const embedded::ReportFile file =
+      report(run, options, [](const auto& data, const embedded::ReportOptions& inner) {
+        return embedded::pack_reports(data, inner);
+      });
+  stream.write(file.bytes.data(), static_cast<std::streamsize>(file.bytes.size())).flush();
+  if (!stream) throw Error(ErrorCode::kFile, "the stream: cannot write");
+  return counted(file.written);
+}
+
+std::string pack_reports(const Run& run, const ReportOptions& options) {
+  return report(run, options, [](const auto& data, const embedded::ReportOptions& inner) {
+    return embedded::pack_reports(data, inner).bytes;
+  });
+}
+
+WrittenReports add_reports(const Run& run, const std::filesystem::path& workbook,
+                           const ReportOptions& options) {
+  return report(run, options, [&](const auto& data, const embedded::ReportOptions& inner) {
+    return counted(embedded::add_reports(data, workbook, inner));
+  });
+}
+
+std::vector<std::string> languages() {
+  return library::translating_errors([] { return environment::languages(); });
+}
+
+}  // namespace ordvane

@@ -1,0 +1,495 @@
+// The library as a program sees it: public headers only, linked to the shared library.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <map>
+#include <sstream>
+#include <thread>
+
+#include "ordvane.h"
+#include "ordvane/ranking.h"
+#include "ordvane/report.h"
+#include "support/external_checks.h"
+
+namespace ordvane {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Optional;
+
+const fs::path kExample = fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.run.json";
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+// Two inputs of three steps and two outputs, of which the second is no number at some of them; both inputs
+// together in a group of 2 x 2.
+struct Small {
+  RunDescription description;
+  std::vector<double> values = {8, 10, 12, 2, 4, 8};
+  std::vector<double> results = {32, 1, 40, 2, 48, 3, 20, kNaN, 40, kNaN, 80, kNaN};
+  std::vector<TextResult> texts = {{9, "#DIV/0!"}, {11, "too much"}};
+  std::vector<double> group_values = {8, 12, 2, 8};
+  std::vector<double> group_results = {16, 1, 64, 1, 24, 1, 96, 1};
+  std::vector<TextResult> group_texts;
+
+  Small() {
+    description.inputs.resize(2);
+    description.inputs[0].name = "Price";
+    description.inputs[0].base = 10;
+    description.inputs[0].steps = 3;
+    description.inputs[1].base = 4;
+    description.inputs[1].steps = 3;
+    description.inputs[1].labels = {{"B2", "Volume"}};
+    description.outputs.resize(2);
+    description.outputs[0].name = "Profit";
+    description.outputs[0].base = 40;
+    description.outputs[1].book = "Other.xlsx";
+    description.outputs[1].sheet = "Taxes";
+    description.outputs[1].cell = "D9";
+    description.groups = {{{0, 1}, {2, 2}}};
+  }
+  ordvane::Run run() const {
+    return ordvane::Run::from_arrays(description,
+                                     {values, results, texts, group_values, group_results, group_texts});
+  }
+};
+
+struct Failure {
+  ErrorCode code{};
+  std::string what;
+};
+
+Failure failure_of(const std::function<void()>& step) {
+  try {
+    step();
+  } catch (const Error& error) {
+    return {error.code(), error.what()};
+  }
+  return {};
+}
+
+std::string file_text(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(Ranking, TellsWhatIsThere) {
+  const ordvane::Run run = Small().run();
+  const Ranking profit = rank(run, "profit");
+  EXPECT_EQ(profit.output, 0U);
+  EXPECT_EQ(profit.name, "Profit");
+  EXPECT_EQ(profit.base, 40);
+  ASSERT_EQ(profit.effects.size(), 2U);
+  const Effect& volume = profit.effects[0];
+  EXPECT_EQ(volume.name, "Volume");
+  EXPECT_EQ(volume.input, 1U);
+  EXPECT_EQ(volume.rank, 1);
+  EXPECT_THAT((std::vector{volume.low, volume.high, volume.swing, volume.low_change, volume.high_change,
+                           volume.input_at_low, volume.input_at_high}),
+              ElementsAre(Optional(20), Optional(80), Optional(60), Optional(-0.5), Optional(1), Optional(2),
+                          Optional(8)));
+  EXPECT_EQ(profit.effects[1].name, "Price");
+  ASSERT_EQ(profit.groups.size(), 1U);
+  const GroupEffect& both = profit.groups[0];
+  EXPECT_THAT((std::vector{both.low, both.high, both.swing, both.own_swings, both.interaction}),
+              ElementsAre(Optional(16), Optional(96), Optional(80), Optional(76), Optional(4)));
+  ASSERT_EQ(both.members.size(), 2U);
+  EXPECT_EQ(both.members[1].name, "Volume");
+  EXPECT_THAT((std::vector{both.members[1].at_low, both.members[1].at_high, both.members[1].own_swing}),
+              ElementsAre(Optional(2), Optional(8), Optional(60)));
+}
+
+TEST(Ranking, LeavesOutFiguresThatTheRunDoesNotGive) {
+  const ordvane::Run run = Small().run();
+  const Ranking taxes = rank(run, 1);
+  EXPECT_EQ(taxes.name, "D9");
+  EXPECT_EQ(taxes.base, std::nullopt);
+  ASSERT_EQ(taxes.effects.size(), 2U);
+  EXPECT_EQ(taxes.effects[0].name, "Price");
+  EXPECT_EQ(taxes.effects[0].swing, 2);
+  EXPECT_EQ(taxes.effects[0].low_change, std::nullopt) << "there is no base";
+  const Effect& volume = taxes.effects[1];
+  EXPECT_THAT((std::vector{volume.low, volume.high, volume.swing, volume.low_change, volume.high_change,
+                           volume.input_at_low, volume.input_at_high}),
+              Each(std::nullopt))
+      << "empty, an error, a text";
+}
+
+TEST(Run, MakesUpWhatIsLeftOut) {
+  const ordvane::Run run = Small().run();
+  EXPECT_EQ(run.simulations(), 1);
+  EXPECT_EQ(run.recalculations(), 10U);
+  EXPECT_EQ(run.inputs()[1].book, "Model");
+  EXPECT_EQ(run.inputs()[1].sheet, "Inputs");
+  EXPECT_EQ(run.inputs()[1].cell, "A2");
+  EXPECT_EQ(run.inputs()[1].formula, "4");
+  EXPECT_EQ(run.outputs()[0].sheet, "Outputs");
+  EXPECT_EQ(run.outputs()[0].cell, "A1");
+  EXPECT_EQ(run.outputs()[1].sheet, "Taxes");
+  EXPECT_EQ(run.find_output("taxes!$d$9"), 1U);
+  EXPECT_THAT(run.describe(), HasSubstr("Recalculations"));
+  EXPECT_THAT(run.describe(), Not(HasSubstr("File")));
+}
+
+// A run file's rows, without the positions that they begin with. Quoted texts do not hold commas here.
+std::vector<std::vector<std::string>> rows_of(const fs::path& csv) {
+  std::ifstream file(csv);
+  std::vector<std::vector<std::string>> rows;
+  std::string line;
+  for (std::getline(file, line); std::getline(file, line);) {
+    std::vector<std::string> fields;
+    std::istringstream stream(line + ",");
+    for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
+    rows.emplace_back(fields.begin() + 3, fields.end());
+  }
+  return rows;
+}
+
+// The fields of a row from `first` on, among the results.
+void add_results(const std::vector<std::string>& row, std::size_t first, std::vector<double>& results,
+                 std::vector<TextResult>& texts) {
+  for (std::size_t i = first; i < row.size(); ++i) {
+    std::string text = row[i];
+    std::erase(text, '"');
+    char* end = nullptr;
+    const double number = std::strtod(text.c_str(), &end);
+    const bool is_number = !text.empty() && *end == '\0';
+    if (!is_number && !text.empty()) texts.push_back({results.size(), text});
+    results.push_back(is_number ? number : kNaN);
+  }
+}
+
+// What an array says must come to the same as what a file says, to the last byte of a report.
+TEST(Run, OfArraysIsTheSameAsOfAFile) {
+  for (const fs::path& file :
+       {kExample, fs::path(ORDVANE_SOURCE_DIR) / "tests/end_to_end/runs/three-simulations.run.json"}) {
+    SCOPED_TRACE(file);
+    const ordvane::Run read = ordvane::Run::read(file);
+    const RunDescription description{read.simulations(), 0, read.inputs(), read.outputs(), read.groups()};
+    const fs::path beside = fs::path(file).replace_extension();
+    std::vector<double> values, results, group_values, group_results;
+    std::vector<TextResult> texts, group_texts;
+    for (const auto& row : rows_of(fs::path(beside) += ".csv")) {
+      values.push_back(row[0].empty() ? kNaN : std::stod(row[0]));
+      add_results(row, 1, results, texts);
+    }
+    const auto group_rows = rows_of(fs::path(beside) += ".groups.csv");
+    std::size_t widest = 0;
+    for (const Group& group : read.groups()) widest = std::max(widest, group.members.size());
+    for (const auto& row : group_rows) add_results(row, widest, group_results, group_texts);
+    std::size_t first = 0;
+    for (std::int32_t simulation = 0; simulation < read.simulations(); ++simulation)
+      for (const Group& group : read.groups()) {
+        std::size_t combinations = 1;
+        for (const std::int32_t steps : group.steps) combinations *= static_cast<std::size_t>(steps);
+        std::size_t stride = combinations;
+        for (std::size_t member = 0; member < group.members.size(); ++member) {
+          const auto steps = static_cast<std::size_t>(group.steps[member]);
+          stride /= steps;
+          for (std::size_t step = 0; step < steps; ++step)
+            group_values.push_back(std::stod(group_rows[first + step * stride][member]));
+        }
+        first += combinations;
+      }
+    ASSERT_EQ(first, group_rows.size());
+    const ordvane::Run made = ordvane::Run::from_arrays(
+        description, {values, results, texts, group_values, group_results, group_texts});
+    ReportOptions options;
+    options.output_detail = options.detail_by_input = options.multi_way = true;
+    EXPECT_EQ(pack_reports(made, options), pack_reports(read, options));
+  }
+}
+
+TEST(Errors, HaveACodeAndSayWhatIsExpected) {
+  const test::TemporaryFolder folder;
+  const fs::path there = folder / "there.xlsx", text = folder / "text.xlsx";
+  std::ofstream(there) << "old";
+  std::ofstream(text) << "old";
+  const ordvane::Run run = Small().run();
+  const auto made = [](const std::function<void(Small&)>& change) {
+    return [change] {
+      Small small;
+      change(small);
+      small.run();
+    };
+  };
+  const auto reported = [&](const std::function<void(ReportOptions&)>& change) {
+    return [&run, change] {
+      ReportOptions options;
+      change(options);
+      pack_reports(run, options);
+    };
+  };
+  struct Case {
+    std::function<void()> step;
+    ErrorCode code;
+    std::string what;
+  };
+  const Case kCases[] = {
+      {[&] { ordvane::Run::read(folder / "no.json"); }, ErrorCode::kBadRun, "cannot be read: No such file"},
+      {made([](Small& s) { s.description.inputs[1].steps = 0; }), ErrorCode::kBadRun,
+       "run:inputs[1].steps: is 0; a whole number from 1 to 32767 is expected"},
+      {made([](Small& s) { s.description.inputs.clear(); }), ErrorCode::kBadRun, "run:inputs: is empty"},
+      {made([](Small& s) { s.description.inputs[0].name = "Pr\xE4"; }), ErrorCode::kBadRun,
+       "run:inputs[0].name: is \"Pr\\xE4\", which is not UTF-8 text"},
+      {made([](Small& s) { s.description.outputs[0].base = HUGE_VAL; }), ErrorCode::kBadRun,
+       "run:outputs[0].base: is inf; a number between"},
+      {made([](Small& s) { s.description.outputs[1].sheet = "a/b"; }), ErrorCode::kBadRun,
+       "run:outputs[1].sheet: is \"a/b\""},
+      {made([](Small& s) { s.description.simulations = 2; }), ErrorCode::kBadRun,
+       "run:values: has 6 numbers; 12 are expected (2 simulations of 6 recalculations)"},
+      {made([](Small& s) { s.results.pop_back(); }), ErrorCode::kBadRun,
+       "run:results: has 11 numbers; 12 are expected (6 rows of 2 outputs)"},
+      {made([](Small& s) { s.results[3] = -1e300; }), ErrorCode::kBadRun,
+       "run:results[3]: is -1e+300; a number between -1e300 and 1e300 is expected"},
+      {made([](Small& s) { s.texts[1].at = 12; }), ErrorCode::kBadRun,
+       "run:texts[1].at: is 12; a position among the 12 results, counted from 0, is expected"},
+      {made([](Small& s) { s.group_values.push_back(1); }), ErrorCode::kBadRun,
+       "run:groupValues: has 5 numbers; 4 are expected"},
+      {made([](Small& s) { s.description.groups.clear(); }), ErrorCode::kBadRun,
+       "run:groupValues: has 4 numbers; 0 are expected"},
+      {made([](Small& s) {
+         s.group_texts = {{8, "x"}};
+       }),
+       ErrorCode::kBadRun, "run:groupTexts[0].at: is 8"},
+      {made([](Small& s) { s.description.groups[0].members[1] = 2; }), ErrorCode::kBadRun,
+       "run:groups[0].members[1]: is 3; a position of an input, 1 to 2, is expected"},
+      {[] { ordvane::Run::from_arrays("{\"inputs\": 7}", {}); }, ErrorCode::kBadRun,
+       "run:inputs: is 7; a list of inputs is expected"},
+      {[] { ordvane::Run::from_arrays("{ inputs }", {}); }, ErrorCode::kBadRun,
+       "run:1: column 3: syntax error"},
+      {[] { ordvane::Run::from_arrays("[]", {}); }, ErrorCode::kBadRun, "an object { ... } is expected"},
+      {[&] { run.find_output("Profits"); }, ErrorCode::kInvalidArgument,
+       "\"Profits\" is no output of the run; its outputs are Profit (Outputs!A1), Taxes!D9"},
+      {[&] {
+         rank_outputs(run, {0, 2});
+       },
+       ErrorCode::kInvalidArgument, "outputs[1]: is 2; a position of an output, 0 to 1, is expected"},
+      {[&] { rank_outputs(run, {}, 2); }, ErrorCode::kInvalidArgument,
+       "simulation: is 2; a whole number from 1 to 1 is expected"},
+      {reported([](ReportOptions& o) { o.outputs = {9}; }), ErrorCode::kInvalidArgument, "outputs[0]: is 9"},
+      {reported([](ReportOptions& o) { o.max_inputs = 33; }), ErrorCode::kInvalidArgument,
+       "max_inputs: is 33; a whole number from 1 to 32 is expected"},
+      {reported([](ReportOptions& o) { o.threshold = kNaN; }), ErrorCode::kInvalidArgument,
+       "threshold: is nan"},
+      {reported([](ReportOptions& o) { o.language = "xx"; }), ErrorCode::kInvalidArgument,
+       "language: is \"xx\"; one of de, en,"},
+      {reported([](ReportOptions& o) { o.watermark = "\xFF"; }), ErrorCode::kInvalidArgument,
+       "watermark: is"},
+      {reported([](ReportOptions& o) { o.created = std::chrono::sys_seconds(std::chrono::days(-36600)); }),
+       ErrorCode::kInvalidArgument, "created: is in the year 1869"},
+      {[&] { write_reports(run, there); }, ErrorCode::kFileExists, "there.xlsx: is there already"},
+      {[&] { write_reports(run, folder / "no" / "a.xlsx"); }, ErrorCode::kFile, "cannot write: No such file"},
+      {[&] { add_reports(run, text); }, ErrorCode::kBadWorkbook, "text.xlsx: it is no workbook"},
+  };
+  for (const Case& c : kCases) {
+    const Failure failure = failure_of(c.step);
+    EXPECT_EQ(failure.code, c.code) << c.what << '\n' << failure.what;
+    EXPECT_THAT(failure.what, HasSubstr(c.what));
+  }
+  Small without_groups;
+  without_groups.description.groups.clear();
+  without_groups.group_values.clear();
+  without_groups.group_results.clear();
+  ReportOptions options;
+  options.multi_way = true;
+  EXPECT_THAT(failure_of([&] { pack_reports(without_groups.run(), options); }).what,
+              HasSubstr("multi_way: the run varied no inputs together"));
+  EXPECT_EQ(file_text(there), "old");
+  EXPECT_EQ(file_text(text), "old");
+  EXPECT_STREQ(code_name(ErrorCode::kBadRun), "bad_run");
+  EXPECT_STREQ(code_name(ErrorCode{99}), "unknown");
+}
+
+TEST(Reports, AreTheSameBytesEverywhere) {
+  const test::TemporaryFolder folder;
+  const ordvane::Run run = ordvane::Run::read(kExample);
+  const std::string packed = pack_reports(run);
+  const fs::path file = folder / "a.xlsx";
+  const WrittenReports written = write_reports(run, file);
+  EXPECT_GT(written.sheets, 10U);
+  EXPECT_GT(written.charts, 10U);
+  EXPECT_TRUE(file_text(file) == packed);
+  std::ostringstream stream(std::ios::binary);
+  EXPECT_EQ(write_reports(run, stream).charts, written.charts);
+  EXPECT_TRUE(stream.str() == packed);
+  std::ofstream full("/dev/full", std::ios::binary);
+  EXPECT_EQ(failure_of([&] { write_reports(run, full); }).code, ErrorCode::kFile);
+
+  // Into a workbook that is there: its sheets and as many more.
+  std::ofstream(folder / "b.xlsx", std::ios::binary) << packed;
+  EXPECT_EQ(add_reports(run, folder / "b.xlsx").sheets, written.sheets);
+  ReportOptions options;
+  options.overwrite = true;
+  options.percent = true;
+  write_reports(run, file, options);
+  EXPECT_FALSE(file_text(file) == packed);
+  EXPECT_EXTERNAL(test::openpyxl_reads(
+      folder / "b.xlsx", "assert len(book.sheetnames) == 2 * " + std::to_string(written.sheets)));
+}
+
+std::string packed_by_c(const ordvane::Run& run, const std::function<void(ordvane_options*)>& set) {
+  const test::TemporaryFolder folder;
+  ordvane_run* read = nullptr;
+  ordvane_bytes* bytes = nullptr;
+  ordvane_options* options = ordvane_options_new();
+  set(options);
+  EXPECT_EQ(ordvane_run_read(kExample.c_str(), &read, nullptr), ORDVANE_OK);
+  EXPECT_EQ(run.outputs().size(), ordvane_run_output_count(read));
+  EXPECT_EQ(ordvane_pack_reports(read, options, &bytes, nullptr), ORDVANE_OK);
+  std::string packed(ordvane_bytes_data(bytes), ordvane_bytes_size(bytes));
+  ordvane_bytes_free(bytes);
+  ordvane_options_free(options);
+  ordvane_run_free(read);
+  return packed;
+}
+
+// Every option does something, and the same in both interfaces.
+TEST(Options, ChangeTheReports) {
+  struct Case {
+    const char* what;
+    std::function<void(ReportOptions&)> set;
+    std::function<void(ordvane_options*)> set_in_c;
+    const char* progress = "";  // what is then told, and else is not
+  };
+  const Case kCases[] = {
+      {"tornado", [](auto& o) { o.tornado = true; }, [](auto* o) { ordvane_options_set_tornado(o, 1); },
+       "Drawing the tornado graph"},
+      {"spider", [](auto& o) { o.spider = true; }, [](auto* o) { ordvane_options_set_spider(o, 1); },
+       "Drawing the spider graph"},
+      {"sensitivity", [](auto& o) { o.sensitivity = true; },
+       [](auto* o) { ordvane_options_set_sensitivity(o, 1); }, "Drawing the sensitivity graphs"},
+      {"output detail", [](auto& o) { o.output_detail = true; },
+       [](auto* o) { ordvane_options_set_output_detail(o, 1); }},
+      {"detail by input", [](auto& o) { o.detail_by_input = true; },
+       [](auto* o) { ordvane_options_set_detail_by_input(o, 1); }},
+      {"multi-way", [](auto& o) { o.multi_way = true; },
+       [](auto* o) { ordvane_options_set_multi_way(o, 1); }},
+      {"outputs", [](auto& o) { o.outputs = {2}; }, [](auto* o) { ordvane_options_add_output(o, 2); }},
+      {"percent", [](auto& o) { o.tornado = o.percent = true; },
+       [](auto* o) { ordvane_options_set_tornado(o, 1), ordvane_options_set_percent(o, 1); }},
+      {"most inputs", [](auto& o) { o.tornado = true, o.max_inputs = 3; },
+       [](auto* o) { ordvane_options_set_tornado(o, 1), ordvane_options_set_max_inputs(o, 3); }},
+      {"all inputs", [](auto& o) { o.tornado = o.all_inputs = true, o.max_inputs = 4; },
+       [](auto* o) {
+         ordvane_options_set_tornado(o, 1), ordvane_options_set_all_inputs(o, 1),
+             ordvane_options_set_max_inputs(o, 4);
+       }},
+      {"threshold", [](auto& o) { o.tornado = true, o.threshold = 0.2; },
+       [](auto* o) { ordvane_options_set_tornado(o, 1), ordvane_options_set_threshold(o, 0.2); }},
+      {"bar colour",
+       [](auto& o) {
+         o.tornado = true, o.bar_color = Color{1, 2, 3};
+       },
+       [](auto* o) { ordvane_options_set_tornado(o, 1), ordvane_options_set_bar_color(o, 0x010203); }},
+      {"base colour",
+       [](auto& o) {
+         o.tornado = true, o.base_color = Color{1, 2, 3};
+       },
+       [](auto* o) { ordvane_options_set_tornado(o, 1), ordvane_options_set_base_color(o, 0x010203); }},
+      {"low colour",
+       [](auto& o) {
+         o.tornado = true, o.low_color = Color{1, 2, 3};
+       },
+       [](auto* o) { ordvane_options_set_tornado(o, 1), ordvane_options_set_low_color(o, 0x010203); }},
+      {"watermark", [](auto& o) { o.watermark = "Draft"; },
+       [](auto* o) { ordvane_options_set_watermark(o, "Draft"); }},
+      {"language", [](auto& o) { o.language = "de"; },
+       [](auto* o) { ordvane_options_set_language(o, "de"); }},
+      {"date", [](auto& o) { o.created = std::chrono::sys_seconds(std::chrono::seconds(1'700'000'000)); },
+       [](auto* o) { ordvane_options_set_created(o, 1'700'000'000); }},
+  };
+  const ordvane::Run run = ordvane::Run::read(kExample);
+  ReportOptions plain;
+  plain.tornado = plain.spider = plain.sensitivity = false;
+  std::map<std::string, std::string> seen = {{pack_reports(run, plain), "none"}};
+  for (const Case& c : kCases) {
+    ReportOptions options = plain;
+    c.set(options);
+    std::string told;
+    options.progress = [&](const std::string& text) { told += text + '\n'; };
+    const std::string packed = pack_reports(run, options);
+    const auto [same, is_new] = seen.emplace(packed, c.what);
+    EXPECT_TRUE(is_new) << c.what << " gives the reports of " << same->second;
+    EXPECT_THAT(told, HasSubstr(c.progress));
+    EXPECT_TRUE(packed == packed_by_c(run,
+                                      [&](ordvane_options* o) {
+                                        ordvane_options_set_tornado(o, 0);
+                                        ordvane_options_set_spider(o, 0);
+                                        ordvane_options_set_sensitivity(o, 0);
+                                        c.set_in_c(o);
+                                      }))
+        << c.what;
+  }
+  EXPECT_THAT(languages(), testing::Contains("de"));
+}
+
+// Yes at the first, second, third ... question, until none is asked any more.
+TEST(Callbacks, EndTheJobAtAnyQuestion) {
+  const test::TemporaryFolder folder;
+  const fs::path file = folder / "a.xlsx";
+  std::ofstream(file) << "old";
+  const ordvane::Run run = Small().run();
+  struct Stop {};
+  for (const bool throwing : {false, true})
+    for (int nth = 1;; nth += nth < 10 ? 1 : 7) {
+      int asked = 0;
+      ReportOptions options;
+      options.overwrite = true;
+      options.cancelled = [&] {
+        if (++asked < nth) return false;
+        if (throwing) throw Stop();
+        return true;
+      };
+      bool stopped = false;
+      const Failure failure = failure_of([&] {
+        try {
+          write_reports(run, file, options);
+        } catch (const Stop&) {
+          stopped = true;
+        }
+      });
+      if (asked < nth) {
+        EXPECT_GT(nth, 10);
+        EXPECT_NE(file_text(file), "old");
+        std::ofstream(file) << "old";
+        break;
+      }
+      EXPECT_EQ(stopped, throwing) << "question " << nth;
+      EXPECT_EQ(failure.code, throwing ? ErrorCode{} : ErrorCode::kCancelled) << "question " << nth;
+      ASSERT_EQ(file_text(file), "old") << "question " << nth;
+    }
+  ReportOptions options;
+  options.progress = [](const std::string&) { throw Stop(); };
+  EXPECT_THROW(pack_reports(run, options), Stop);
+}
+
+TEST(Threads, MayShareARun) {
+  const test::TemporaryFolder folder;
+  const ordvane::Run run = ordvane::Run::read(kExample);
+  const std::string packed = pack_reports(run);
+  const double swing = *rank(run, "Net present value").effects.front().swing;
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back([&, i] {
+      const ordvane::Run mine = run;
+      const fs::path file = folder / (std::to_string(i) + ".xlsx");
+      for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(rank(mine, "Net present value").effects.front().swing, swing);
+        ReportOptions options;
+        options.overwrite = true;
+        write_reports(mine, file, options);
+        EXPECT_TRUE(file_text(file) == packed);
+        EXPECT_TRUE(pack_reports(run) == packed);
+      }
+    });
+}
+
+}  // namespace
+}  // namespace ordvane
