@@ -2,7 +2,6 @@
 #include "ordvane/report.h"
 
 #include <cmath>
-#include <cstdio>
 #include <exception>
 #include <ostream>
 
@@ -47,20 +46,14 @@ std::int32_t blue_green_red(const Color& color) {
   return color.blue << 16 | color.green << 8 | color.red;
 }
 
-// "2026-01-31T12:00:00Z"
-std::string date_text(std::chrono::sys_seconds moment) {
-  const auto day = std::chrono::floor<std::chrono::days>(moment);
-  const std::chrono::year_month_day date{day};
-  const std::chrono::hh_mm_ss time{moment - day};
+// A workbook whose maker gives no date is dated alike every time.
+constexpr std::chrono::sys_seconds kUndated = std::chrono::sys_days(std::chrono::January / 1 / 2000);
+
+void check_date(std::chrono::sys_seconds moment) {
+  const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(moment)};
   const int year = static_cast<int>(date.year());
   if (year < 1900 || year > 9999)
     refuse("created: is in the year " + std::to_string(year) + "; one from 1900 to 9999 is expected");
-  char text[32];
-  std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", year,
-                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                static_cast<int>(time.seconds().count()));
-  return text;
 }
 
 embedded::ReportOptions converted(const ReportOptions& options, const runfile::Run& run) {
@@ -81,7 +74,9 @@ embedded::ReportOptions converted(const ReportOptions& options, const runfile::R
   if (options.low_color) to.low_color = blue_green_red(*options.low_color);
   to.watermark = options.watermark;
   to.language = options.language;
-  if (options.created) to.created = date_text(*options.created);
+  const std::chrono::sys_seconds made = options.created.value_or(kUndated);
+  check_date(made);
+  to.clock = [made] { return made; };
   to.overwrite = options.overwrite;
   return to;
 }
