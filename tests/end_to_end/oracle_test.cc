@@ -90,8 +90,8 @@ class Reports : public testing::TestWithParam<fs::path> {
 };
 
 TEST_P(Reports, ShowWhatTheRunSays) {
-  for (const char* options : {"", "--percent --low-color E69F00 --all-inputs",
-                              "--max-inputs 4 --low-color E69F00", "--threshold 0.1", "--threshold 5"}) {
+  for (const char* options : {"", "--percent --low-color E69F00", "--max-inputs 4 --low-color E69F00",
+                              "--threshold 0.1", "--threshold 5"}) {
     SCOPED_TRACE(options);
     const CommandResult compared = oracle(GetParam(), workbook(options), options);
     EXPECT_EQ(compared.status, 0) << compared.output;
@@ -113,6 +113,12 @@ TEST_P(Reports, AgreeWithOneAnother) {
     const CommandResult agreed = python(kHere / "agreement.py", files);
     EXPECT_EQ(agreed.status, 0) << agreed.output;
   }
+}
+
+TEST_P(Reports, DrawAllInputsInTornadosOnDemand) {
+  const CommandResult compared = oracle(GetParam(), workbook("--percent --all-inputs"),
+                                        "--percent --all-inputs --only tornado --only multi-tornado");
+  EXPECT_EQ(compared.status, 0) << compared.output;
 }
 
 TEST_P(Reports, AreValid) {
