@@ -36,6 +36,7 @@ CommandResult report(const fs::path& run, const fs::path& workbook, const std::s
 }
 
 CommandResult oracle(const fs::path& run, const fs::path& workbook, const std::string& options) {
+  if (!kOthersAreAsked) return {};
   return python(kHere / "oracle.py", {run, workbook}, options);
 }
 
@@ -86,6 +87,8 @@ TEST_P(Reports, ShowWhatTheRunSays) {
   }
 }
 
+// These three are about nothing but the answers of other programs.
+#ifndef __SANITIZE_ADDRESS__
 TEST_P(Reports, AreValid) {
   EXPECT_EXTERNAL(validate_xlsx(workbook()));
 }
@@ -95,6 +98,7 @@ TEST_P(Reports, OpenInLibreOffice) {
 TEST_P(Reports, AreReadByOpenpyxl) {
   EXPECT_EXTERNAL(openpyxl_reads(workbook()));
 }
+#endif
 
 INSTANTIATE_TEST_SUITE_P(Of, Reports, testing::ValuesIn(run_files()), name_of);
 
@@ -104,6 +108,7 @@ TEST(RecordedRuns, AreAtHand) {
   EXPECT_GT(run_files().size(), 3U);
 }
 
+#ifndef __SANITIZE_ADDRESS__  // about scripts of ours alone
 // A comparison that cannot fail proves nothing: a run that differs in the last digit of one number must be
 // noticed.
 TEST(Oracle, NoticesOneChangedDigit) {
@@ -127,6 +132,7 @@ TEST(Oracle, NoticesOneChangedDigit) {
     EXPECT_NE(compared.output.find(number + ", expected "), std::string::npos) << compared.output;
   }
 }
+#endif
 
 // By hand: a goes from 1 to 4 about its base of 2, b from 1.5 to 6 about 3. The interaction is the swing of
 // both together less those of each alone.
@@ -151,6 +157,7 @@ TEST(ProductsAndSums, InteractAsAlgebraSays) {
   }
 }
 
+#ifndef __SANITIZE_ADDRESS__
 TEST(SolarPlant, RecordedRunAgreesWithACalculationOfThePlant) {
   const CommandResult checked = python(kHere / "solar_plant_check.py", {kExample.parent_path()});
   EXPECT_EQ(checked.status, 0) << checked.output;
@@ -171,6 +178,7 @@ TEST(SolarPlant, IsMadeAndRecordedByItsScripts) {
   const CommandResult checked = python(kHere / "solar_plant_check.py", {folder.path()});
   EXPECT_EQ(checked.status, 0) << checked.output;
 }
+#endif
 
 TEST(EmbeddingExample, WritesReportsAndPrintsTheRanking) {
   const TemporaryFolder folder;
