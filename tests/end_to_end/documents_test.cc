@@ -11,9 +11,9 @@ namespace {
 
 TEST(Documents, KeepTheirPromises) {
   const std::string source = ORDVANE_SOURCE_DIR;
-  const CommandResult checked = run_command(
-      "/usr/bin/python3 " + shell_quoted(source + "/tests/end_to_end/documents_check.py") + " " +
-      shell_quoted(source) + " " + shell_quoted(ORDVANE_COMMAND));
+  const CommandResult checked =
+      run_command("/usr/bin/python3 " + shell_quoted(source + "/tests/end_to_end/documents_check.py") + " " +
+                  shell_quoted(source) + " " + shell_quoted(ORDVANE_COMMAND));
   EXPECT_EQ(checked.status, 0) << checked.output;
 }
 

@@ -1,8 +1,9 @@
 // Checks of written workbooks by programs that are not ours: the schemas of the format, and two other
 // readers.
 //
-// What they say of a workbook does not depend on how the program that made it was compiled, so they are asked in
-// ordinary builds. Under the sanitizers, which look at our own code, the workbook is made and not shown to them.
+// What they say of a workbook does not depend on how the program that made it was compiled, so they are asked
+// in ordinary builds. Under the sanitizers, which look at our own code, the workbook is made and not shown to
+// them.
 //
 // Each gives a verdict: passed, failed with what the program said, or skipped with the reason (the program is
 // not on this machine). EXPECT_EXTERNAL turns a verdict into the test's outcome.
