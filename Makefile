@@ -1,7 +1,8 @@
 # The front door. Every target installs the Debian packages that it needs and that are missing.
 #
 #   make demo      report on the example run, print the ranking and where the workbook is
-#   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine
+#   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine, clang-tidy
+#   make check     after an edit, in two minutes: formatting, the release build, its tests that need no other program
 #   make windows   the COM server for Excel, x86 and x64, in a zip to hand over
 #   make packages  Debian packages of the command, the library and the Python package
 #   make bench     speed and memory, as ratios against peers in the same run
@@ -9,9 +10,10 @@
 #   make reference the reference of the public headers, with Doxygen
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
+#   make mutants   the faults of tests/mutants put into the sources one by one: do the tests notice?
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
-.PHONY: demo test packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
+.PHONY: demo test check mutants packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
 example = examples/solar-plant/solar-plant.run.json
@@ -27,6 +29,10 @@ demo:
 test:
 	@tools/install-packages test
 	@tools/run-tests
+
+check:
+	@tools/install-packages check
+	@tools/run-tests --quick
 
 release:
 	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null
@@ -86,8 +92,11 @@ format-check:
 	@clang-format --dry-run --Werror $(sources)
 
 tidy:
-	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null
-	@git ls-files 'src/*.cc' | xargs -P 2 -n 4 clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option
+	@tools/tidy
+
+mutants:
+	@tools/install-packages test
+	@tools/mutants
 
 clean:
 	rm -rf build out

@@ -8,7 +8,7 @@
 namespace ordvane::model {
 
 #define ORDVANE_ENUM_BEGIN(name) enum name : std::int32_t {
-#define ORDVANE_ENUM_VALUE(name, value) name = value,
+#define ORDVANE_ENUM_VALUE(name, value) name = (value),
 #define ORDVANE_ENUM_END(name) \
   }                            \
   ;

@@ -208,7 +208,7 @@ CellValue shown_link(const Arguments& arguments, CellSource& cells) {
   return compute_node(*arguments.back(), cells);
 }
 CellValue text_of(const Arguments& arguments, CellSource& cells) {
-  const CellValue value = compute_node(*arguments[0], cells);
+  CellValue value = compute_node(*arguments[0], cells);
   const CellValue format = compute_node(*arguments[1], cells);
   if (value.is_error()) return value;
   return format.is_error() ? format : CellValue(displayed_text(value, edited_text(format), cells.symbols()));

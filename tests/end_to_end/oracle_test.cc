@@ -41,6 +41,7 @@ CommandResult show_json(const fs::path& run, int simulation = 1) {
 }
 
 CommandResult oracle(const fs::path& run, const fs::path& workbook, const std::string& options) {
+  if (!kOthersAreAsked) return {};
   return python(kHere / "oracle.py", {run, workbook}, options);
 }
 
@@ -121,6 +122,8 @@ TEST_P(Reports, DrawAllInputsInTornadosOnDemand) {
   EXPECT_EQ(compared.status, 0) << compared.output;
 }
 
+// These three are about nothing but the answers of other programs.
+#ifndef __SANITIZE_ADDRESS__
 TEST_P(Reports, AreValid) {
   EXPECT_EXTERNAL(validate_xlsx(workbook()));
 }
@@ -130,6 +133,7 @@ TEST_P(Reports, OpenInLibreOffice) {
 TEST_P(Reports, AreReadByOpenpyxl) {
   EXPECT_EXTERNAL(openpyxl_reads(workbook()));
 }
+#endif
 
 INSTANTIATE_TEST_SUITE_P(Of, Reports, testing::ValuesIn(run_files()), name_of);
 
@@ -139,6 +143,7 @@ TEST(RecordedRuns, AreAtHand) {
   EXPECT_GT(run_files().size(), 3U);
 }
 
+#ifndef __SANITIZE_ADDRESS__  // about scripts of ours alone
 // A comparison that cannot fail proves nothing: a run that differs in the last digit of one number must be
 // noticed.
 TEST(Oracle, NoticesOneChangedDigit) {
@@ -162,6 +167,7 @@ TEST(Oracle, NoticesOneChangedDigit) {
     EXPECT_NE(compared.output.find(number + ", expected "), std::string::npos) << compared.output;
   }
 }
+#endif
 
 // Nor does one of reports that all agree: what another simulation of the run did must be noticed.
 TEST(Agreement, NoticesFiguresOfAnotherSimulation) {
@@ -200,6 +206,7 @@ TEST(ProductsAndSums, InteractAsAlgebraSays) {
   }
 }
 
+#ifndef __SANITIZE_ADDRESS__
 TEST(SolarPlant, RecordedRunAgreesWithACalculationOfThePlant) {
   const CommandResult checked = python(kHere / "solar_plant_check.py", {kExample.parent_path()});
   EXPECT_EQ(checked.status, 0) << checked.output;
@@ -220,6 +227,7 @@ TEST(SolarPlant, IsMadeAndRecordedByItsScripts) {
   const CommandResult checked = python(kHere / "solar_plant_check.py", {folder.path()});
   EXPECT_EQ(checked.status, 0) << checked.output;
 }
+#endif
 
 TEST(EmbeddingExample, WritesReportsAndPrintsTheRanking) {
   const TemporaryFolder folder;
