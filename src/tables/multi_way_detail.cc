@@ -119,6 +119,7 @@ class MultiWayDetail {
   // Fills cells of one of the tables.
   struct Filling {
     Filling(const MultiWayDetail& report, const ItemGaps& of_results) : gaps(report.c_.count()) {
+      for (const model::DralInputOutput& input : report.inputs_) values.emplace_back(input, kInputGaps, gaps);
       for (std::int32_t k = 1; k <= report.c_.outputs; ++k)
         results.emplace_back(report.output(k), of_results, gaps);
     }
@@ -126,6 +127,7 @@ class MultiWayDetail {
     Filling& operator=(const Filling&) = delete;
 
     GapNotes gaps;
+    std::vector<ItemCells> values;   // of the inputs
     std::vector<ItemCells> results;  // of the outputs
   };
 
@@ -451,9 +453,8 @@ void MultiWayDetail::fill_combination(const FilledRow& row, Filling& filling, st
     row.block.set_text(row.row, c_.name(i), labels_(g.members(i)));
     if (c_.m == model::OrdvaneRangeBookMode) row.block.set_text(row.row, c_.book(i), input.bookName);
     if (c_.m > model::OrdvaneRangeCellMode) row.block.set_text(row.row, c_.sheet(i), input.sheetName);
-    ItemCells(input, kInputGaps, filling.gaps)
-        .put(row, {.value = c_.member_value(i)},
-             g.inputs(i).value[static_cast<std::size_t>(combination - 1)]);
+    filling.values[static_cast<std::size_t>(g.members(i) - 1)].put(
+        row, {.value = c_.member_value(i)}, g.inputs(i).value[static_cast<std::size_t>(combination - 1)]);
   }
   for (std::int32_t k = 1; k <= c_.outputs; ++k)
     filling.results[static_cast<std::size_t>(k - 1)].put(
