@@ -164,6 +164,9 @@ class MultiWayDetail {
   std::int32_t shown_members(std::int32_t group) const {
     return std::min(run_.groups(group).members.size(), c_.members);
   }
+  std::string name_of(const model::DralInputOutput& item) const {
+    return item.NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m));
+  }
   // Position of the group in the table.
   std::int32_t number(std::int32_t group) const { return effects_(1)(group).rank; }
 
@@ -315,7 +318,7 @@ void MultiWayDetail::add_header_notes() {
   const auto note = [&](std::int32_t column, const std::string& words) {
     extremes_table_->AddTableNote(0, column, session_.CommonString(12), words);
   };
-  note(c_.group, session_.text(text::kGroupNote, output(1).SimpleNameShort()));
+  note(c_.group, session_.text(text::kGroupNote, name_of(output(1))));
   note(c_.in_group(1), session_.text(text::kInGroupNote));
   note(c_.rank(1), session_.text(text::kRankNote));
   note(c_.interaction(1), session_.text(text::kInteractionNote));
@@ -360,12 +363,10 @@ void MultiWayDetail::fill_extremes() {
   Filling filling(*this, {Gap::kNoNumber, kOutputGaps.base_zero, kOutputGaps.base_invalid});
   std::vector<GroupRows> groups;
   for (const Extreme& extreme : extremes_) {
-    const model::DralInputOutput& o = output(extreme.output);
     const std::int32_t row = body.next_row();
     body.block().set_text(
         row, c_.combination,
-        session_.text(extreme.highest ? text::kHighest : text::kLowest,
-                      o.NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m))));
+        session_.text(extreme.highest ? text::kHighest : text::kLowest, name_of(output(extreme.output))));
     const MarkedRow at = {.row = body.rows(), .output = extreme.output};
     if (extreme.group == 0) {
       body.block().set_text(row, c_.result(extreme.output), host::kNotShown);
@@ -394,10 +395,8 @@ std::int32_t MultiWayDetail::rows_to_show() const {
 
 void MultiWayDetail::add_combinations() {
   rows_ = rows_to_show();
-  combinations_table_ = sheet_->AddTable(
-      rows_, c_.count(), 0, 0, session_.text(text::kCaption),
-      session_.text(text::kSubcaption,
-                    output(1).NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m))));
+  combinations_table_ = sheet_->AddTable(rows_, c_.count(), 0, 0, session_.text(text::kCaption),
+                                         session_.text(text::kSubcaption, name_of(output(1))));
   set_columns(*combinations_table_, false);
   fill_combinations();
 }
