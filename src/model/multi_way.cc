@@ -133,7 +133,9 @@ class Reader {
   std::int32_t standard_ = 0, multi_way_ = 0;
 };
 
+// Most values differ by far; the rules are asked about the others alone.
 bool same(const NumberRules& rules, double a, double b) {
+  if (std::fabs(a - b) > NumberRules::kRounding * std::max(std::fabs(a), std::fabs(b))) return false;
   return rules.difference(a, b) == 0;
 }
 

@@ -119,6 +119,7 @@ class MultiWayDetail {
   // Fills cells of one of the tables.
   struct Filling {
     Filling(const MultiWayDetail& report, const ItemGaps& of_results) : gaps(report.c_.count()) {
+      for (const model::DralInputOutput& input : report.inputs_) values.emplace_back(input, kInputGaps, gaps);
       for (std::int32_t k = 1; k <= report.c_.outputs; ++k)
         results.emplace_back(report.output(k), of_results, gaps);
     }
@@ -126,6 +127,7 @@ class MultiWayDetail {
     Filling& operator=(const Filling&) = delete;
 
     GapNotes gaps;
+    std::vector<ItemCells> values;   // of the inputs
     std::vector<ItemCells> results;  // of the outputs
   };
 
@@ -161,6 +163,9 @@ class MultiWayDetail {
   }
   std::int32_t shown_members(std::int32_t group) const {
     return std::min(run_.groups(group).members.size(), c_.members);
+  }
+  std::string name_of(const model::DralInputOutput& item) const {
+    return item.NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m));
   }
   // Position of the group in the table.
   std::int32_t number(std::int32_t group) const { return effects_(1)(group).rank; }
@@ -313,7 +318,7 @@ void MultiWayDetail::add_header_notes() {
   const auto note = [&](std::int32_t column, const std::string& words) {
     extremes_table_->AddTableNote(0, column, session_.CommonString(12), words);
   };
-  note(c_.group, session_.text(text::kGroupNote, output(1).SimpleNameShort()));
+  note(c_.group, session_.text(text::kGroupNote, name_of(output(1))));
   note(c_.in_group(1), session_.text(text::kInGroupNote));
   note(c_.rank(1), session_.text(text::kRankNote));
   note(c_.interaction(1), session_.text(text::kInteractionNote));
@@ -358,12 +363,10 @@ void MultiWayDetail::fill_extremes() {
   Filling filling(*this, {Gap::kNoNumber, kOutputGaps.base_zero, kOutputGaps.base_invalid});
   std::vector<GroupRows> groups;
   for (const Extreme& extreme : extremes_) {
-    const model::DralInputOutput& o = output(extreme.output);
     const std::int32_t row = body.next_row();
     body.block().set_text(
         row, c_.combination,
-        session_.text(extreme.highest ? text::kHighest : text::kLowest,
-                      o.NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m))));
+        session_.text(extreme.highest ? text::kHighest : text::kLowest, name_of(output(extreme.output))));
     const MarkedRow at = {.row = body.rows(), .output = extreme.output};
     if (extreme.group == 0) {
       body.block().set_text(row, c_.result(extreme.output), host::kNotShown);
@@ -392,10 +395,8 @@ std::int32_t MultiWayDetail::rows_to_show() const {
 
 void MultiWayDetail::add_combinations() {
   rows_ = rows_to_show();
-  combinations_table_ = sheet_->AddTable(
-      rows_, c_.count(), 0, 0, session_.text(text::kCaption),
-      session_.text(text::kSubcaption,
-                    output(1).NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m))));
+  combinations_table_ = sheet_->AddTable(rows_, c_.count(), 0, 0, session_.text(text::kCaption),
+                                         session_.text(text::kSubcaption, name_of(output(1))));
   set_columns(*combinations_table_, false);
   fill_combinations();
 }
@@ -451,9 +452,8 @@ void MultiWayDetail::fill_combination(const FilledRow& row, Filling& filling, st
     row.block.set_text(row.row, c_.name(i), labels_(g.members(i)));
     if (c_.m == model::OrdvaneRangeBookMode) row.block.set_text(row.row, c_.book(i), input.bookName);
     if (c_.m > model::OrdvaneRangeCellMode) row.block.set_text(row.row, c_.sheet(i), input.sheetName);
-    ItemCells(input, kInputGaps, filling.gaps)
-        .put(row, {.value = c_.member_value(i)},
-             g.inputs(i).value[static_cast<std::size_t>(combination - 1)]);
+    filling.values[static_cast<std::size_t>(g.members(i) - 1)].put(
+        row, {.value = c_.member_value(i)}, g.inputs(i).value[static_cast<std::size_t>(combination - 1)]);
   }
   for (std::int32_t k = 1; k <= c_.outputs; ++k)
     filling.results[static_cast<std::size_t>(k - 1)].put(

@@ -303,6 +303,14 @@ TEST_F(MultiWayDetail, WithoutGroupsSaysSo) {
   EXPECT_EQ(report(model), "== <210>\nA1 \"<211>\"\nA2 \"<204>\"  B2 \"M.xlsx\"\nA4 \"<232>\"\n");
 }
 
+TEST_F(MultiWayDetail, CallsAnOutputWithoutANameByItsAddress) {
+  Model model({sum});
+  model.outputs(1).ioName = " ";
+  const std::string shown = report(model);
+  for (const char* part : {"\"<222: B1>\"", "\"<215: B1>\"", "<228: B1>"})
+    EXPECT_THAT(shown, HasSubstr(part));
+}
+
 TEST_F(MultiWayDetail, StopsOnEscape) {
   bench_.environment->escape = true;
   EXPECT_THROW(report(Model({sum})), host::Error);
