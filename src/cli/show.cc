@@ -1,17 +1,14 @@
 // ordvane show: the ranking of a run's inputs, as a table with bars or as data for programs.
-#include <algorithm>
 #include <charconv>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "cli/bar_table.h"
-#include "cli/bars.h"
 #include "cli/commands.h"
 #include "cli/figures.h"
 #include "cli/output_choice.h"
-#include "cli/terminal.h"
+#include "cli/ranking.h"
 #include "embedded/report_job.h"
 
 namespace ordvane::cli {
@@ -21,29 +18,6 @@ using embedded::Effect;
 using embedded::GroupRanking;
 using embedded::OutputRanking;
 using nlohmann::ordered_json;
-
-const runfile::Output& output_of(const runfile::Run& run, const OutputRanking& ranking) {
-  return run.outputs[static_cast<std::size_t>(ranking.output_index)];
-}
-
-const runfile::Input& input_of(const runfile::Run& run, const Effect& effect) {
-  return run.inputs[static_cast<std::size_t>(effect.input_index)];
-}
-
-const runfile::Input& input_of(const runfile::Run& run, const GroupRanking::Member& member) {
-  return run.inputs[static_cast<std::size_t>(member.input_index)];
-}
-
-// A text of every member of a group.
-template <class Text>
-std::string joined(const GroupRanking& group, const char* between, const Text& text_of) {
-  std::string text;
-  for (const GroupRanking::Member& member : group.members)
-    text += (&member == &group.members.front() ? "" : between) + text_of(member);
-  return text;
-}
-
-// ---- For programs ----
 
 ordered_json json_number(double value) {
   return is_there(value) ? ordered_json(value) : ordered_json();
@@ -205,155 +179,6 @@ void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankin
           .print();
     }
   }
-}
-
-// ---- For people ----
-
-constexpr const char* kBetweenMembers = " \u00D7 ";  // as the reports write it
-constexpr const char* kAsciiBetweenMembers = " x ";
-constexpr std::size_t kMostGroups = 20;  // of an output; programs get them all
-
-// A table of bars, and below it what the marks in it mean.
-class RankingTable {
- public:
-  RankingTable(std::vector<BarTable::Column> columns, std::size_t bar_at, double base)
-      : table_(std::move(columns), bar_at), base_(base) {}
-
-  // Without ends the row's last cell is words.
-  void add(std::vector<std::string> row, const Ends& ends = kNoEnds) {
-    table_.add(std::move(row));
-    ends_.push_back(ends);
-  }
-  std::string base_mark(const model::StepFacts& facts) {
-    if (!facts.leaves_out_base) return {};
-    explain("* never at its base value; its effect from the base may be larger");
-    return "*";
-  }
-  std::string failed_mark(const model::StepFacts& facts) {
-    if (facts.failed == 0) return {};
-    explain("No number: results that are errors, texts or empty; low and high are without them");
-    return std::to_string(facts.failed) + " of " + std::to_string(facts.steps);
-  }
-  void explain(const std::string& mark) {
-    if (std::find(legend_.begin(), legend_.end(), mark) == legend_.end()) legend_.push_back(mark);
-  }
-
-  void print() {
-    const Bars bars(base_, ends_, table_.fit(terminal_width()), terminal_is_utf8());
-    std::cout << table_.text([&](std::size_t row) { return bars.draw(ends_[row]); });
-    for (const std::string& line : legend_) std::cout << "  " << line << '\n';
-  }
-
- private:
-  BarTable table_;
-  double base_;
-  std::vector<Ends> ends_;
-  std::vector<std::string> legend_;
-};
-
-std::string failure_text(const model::StepFacts& facts) {
-  return facts.steps == 1 ? "its only result is no number"
-                          : "none of its " + std::to_string(facts.steps) + " results is a number";
-}
-
-void print_inputs(const runfile::Run& run, const OutputRanking& ranking, const Figures& figures) {
-  RankingTable table({{.heading = "", .gap = 2},
-                      {.heading = "Input", .name = true},
-                      {.heading = "", .left = true},
-                      {.heading = "Low", .gap = 2},
-                      {.heading = "High", .left = true},
-                      {.heading = "Low %", .gap = 2, .optional = 1},
-                      {.heading = "High %", .optional = 1},
-                      {.heading = "Input at low", .gap = 2, .optional = 2},
-                      {.heading = "at high", .gap = 2, .optional = 2},
-                      {.heading = "No number", .gap = 2}},
-                     4, ranking.base);
-  // A share of a date means nothing.
-  const auto change = [&](double fraction) {
-    return figures.shows_dates() || !is_there(fraction) ? std::string() : change_text(fraction);
-  };
-  for (const Effect& effect : ranking.effects) {
-    std::vector<std::string> row{std::to_string(effect.rank), printable(effect.input),
-                                 table.base_mark(effect.facts)};
-    if (!is_there(effect.low) || effect.facts.without_effect()) {
-      row.push_back(is_there(effect.low) ? "no effect" : failure_text(effect.facts));
-      table.add(std::move(row));
-      continue;
-    }
-    const embedded::CellText cell(input_of(run, effect));
-    const auto at = [&](double value) { return is_there(value) ? cell.text(value) : "-"; };
-    for (const std::string& text :
-         {figures.text(effect.low), figures.text(effect.high), change(effect.low_change),
-          change(effect.high_change), at(effect.input_at_low), at(effect.input_at_high),
-          table.failed_mark(effect.facts)})
-      row.push_back(printable(text));
-    table.add(std::move(row), {effect.low, effect.high});
-  }
-  table.print();
-}
-
-// The interaction of a group, or a dash with the reason why there is none.
-std::string interaction_text(const GroupRanking& group, const Figures& figures, RankingTable& table) {
-  using enum model::InteractionState;
-  switch (group.interaction_state) {
-    case kMeasured:
-      break;
-    case kNoOwnSwing:
-      table.explain("no own swing: an input has no result of its own to compare with");
-      return "- no own swing";
-    case kOtherValues:
-      table.explain("other values: an input took other values alone than in the group");
-      return "- other values";
-    case kErrors:
-      table.explain("errors: results that are no numbers cut one of the swings");
-      return "- errors";
-  }
-  return figures.difference(group.interaction);
-}
-
-void print_groups(const OutputRanking& ranking, const Figures& figures) {
-  RankingTable table({{.heading = "", .gap = 2},
-                      {.heading = "Varied together", .name = true},
-                      {.heading = "", .left = true},
-                      {.heading = "Low", .gap = 2, .optional = 1},
-                      {.heading = "High", .left = true, .optional = 1},
-                      {.heading = "Swing", .gap = 2},
-                      {.heading = "Own swings", .gap = 2},
-                      {.heading = "Interaction", .gap = 2},
-                      {.heading = "No number", .gap = 2}},
-                     4, ranking.base);
-  const std::size_t shown = std::min(ranking.groups.size(), kMostGroups);
-  for (std::size_t g = 0; g < shown; ++g) {
-    const GroupRanking& group = ranking.groups[g];
-    const std::string names = joined(group, terminal_is_utf8() ? kBetweenMembers : kAsciiBetweenMembers,
-                                     [](const GroupRanking::Member& member) { return member.input; });
-    std::vector<std::string> row{std::to_string(group.rank), printable(names), table.base_mark(group.facts)};
-    if (!is_there(group.low)) {
-      row.push_back(failure_text(group.facts));
-      table.add(std::move(row));
-      continue;
-    }
-    for (const std::string& text : {figures.text(group.low), figures.text(group.high),
-                                    figures.difference(group.swing), figures.difference(group.own_swings),
-                                    interaction_text(group, figures, table), table.failed_mark(group.facts)})
-      row.push_back(printable(text));
-    table.add(std::move(row), {group.low, group.high});
-  }
-  std::cout << '\n';
-  table.print();
-  if (const std::size_t more = ranking.groups.size() - shown; more > 0)
-    std::cout << "  and " << more << " more; --csv and --json give them all\n";
-}
-
-void print_table(const runfile::Run& run, const OutputRanking& ranking) {
-  const runfile::Output& output = output_of(run, ranking);
-  const Figures figures(output, ranking);
-  std::cout << printable(described(ranking.output, output)) << "\n  "
-            << (is_there(ranking.base) ? "base value " + printable(figures.text(ranking.base))
-                                       : "its base value is no number")
-            << "\n\n";
-  print_inputs(run, ranking, figures);
-  if (!ranking.groups.empty()) print_groups(ranking, figures);
 }
 
 }  // namespace
