@@ -21,6 +21,7 @@ void CommandLine::repeated_option(const char* name, const char* type, const char
   command_.add_option(name, values, what)
       ->type_name(type)
       ->expected(0, 1)
+      ->allow_extra_args(false)  // the run file may follow
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 

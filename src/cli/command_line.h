@@ -35,6 +35,7 @@ class CommandLine {
         ->type_name(type)
         ->type_size(1)
         ->expected(0, 1)
+        ->allow_extra_args(false)  // the run file may follow
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   }
   // An option that may be given again.

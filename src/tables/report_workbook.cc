@@ -110,8 +110,8 @@ std::shared_ptr<ReportSheet> ReportWorkbook::AddSheet(const std::string& name) {
     throw;
   }
   added_.insert(given);
-  if (!first_sheet_) first_sheet_ = worksheet;
   reports_.push_back(std::make_shared<ReportSheet>(session_, worksheet));
+  if (!first_sheet_) first_sheet_ = worksheet;
   return reports_.back();
 }
 

@@ -227,6 +227,11 @@ TEST_F(Command, TellsEveryProblemAtOnce) {
             "Try `ordvane show --help`.\n");
 }
 
+TEST_F(Command, TakesOptionsBeforeTheRunToo) {
+  EXPECT_EQ(run({"show", "--simulation", "1", "--output", "d2", "m.run.json"}).status, 0);
+  EXPECT_EQ(run({"report", "--quiet", "--max-inputs", "3", "m.run.json", "-o", "a.xlsx"}).status, 0);
+}
+
 TEST_F(Command, FindsOutputsByNameAndCell) {
   struct Case {
     const char* wanted;

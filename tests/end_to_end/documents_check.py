@@ -47,7 +47,7 @@ def run_commands(text, folder):
         if shutil.which("jq") is None:
             command = command.split("|")[0]
         prepare(folder, command)
-        started = re.sub(r"\bordvane (?=report|show|check)", ORDVANE.replace("\\", r"\\") + " ", command)
+        started = re.sub(r"\bordvane (?=report|show|check|help)", ORDVANE.replace("\\", r"\\") + " ", command)
         ran = subprocess.run(["bash", "-c", "set -o pipefail; " + started], cwd=folder, capture_output=True, text=True)
         yield command, ran.returncode, ran.stderr.strip()
 

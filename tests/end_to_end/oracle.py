@@ -757,7 +757,7 @@ def main():
     parser.add_argument("workbook", type=pathlib.Path)
     parser.add_argument("--percent", action="store_true")
     parser.add_argument("--max-inputs", type=int, default=20)
-    parser.add_argument("--threshold", type=float)
+    parser.add_argument("--threshold", type=lambda text: float(text.rstrip("%")) / (100 if text.endswith("%") else 1))
     parser.add_argument("--low-color")
     parser.add_argument("--all-inputs", action="store_true")
     parser.add_argument("--only", action="append", choices=KINDS)

@@ -92,7 +92,7 @@ class Reports : public testing::TestWithParam<fs::path> {
 
 TEST_P(Reports, ShowWhatTheRunSays) {
   for (const char* options : {"", "--percent --low-color E69F00", "--max-inputs 4 --low-color E69F00",
-                              "--threshold 0.1", "--threshold 5"}) {
+                              "--threshold 0.1", "--threshold 500%"}) {
     SCOPED_TRACE(options);
     const CommandResult compared = oracle(GetParam(), workbook(options), options);
     EXPECT_EQ(compared.status, 0) << compared.output;

@@ -82,7 +82,8 @@ const char* check_run_of_arrays(void) {
   CHECK(ordvane_ranking_group(ranking, 0, &group, sizeof group) == 1);
   CHECK(group.members == 2 && group.rank == 1 && group.low == 16 && group.high == 96 && group.swing == 80);
   CHECK(group.low_change == -0.6 && group.high_change == 1.4);
-  CHECK(group.own_swings == 76 && group.interaction == 4);
+  /* A result of one input alone is no number: its swing is not all that the group could be compared with. */
+  CHECK(group.own_swings == 76 && isnan(group.interaction));
   CHECK(ordvane_ranking_group_member(ranking, 0, 1, &member, sizeof member) == 1);
   CHECK(member.input == 1 && strcmp(member.name, "Volume") == 0);
   CHECK(member.at_low == 2 && member.at_high == 8 && member.own_swing == 60);
