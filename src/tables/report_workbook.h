@@ -332,6 +332,8 @@ class ReportChart {
 
   std::shared_ptr<host::Chart> Chart() const { return chart_; }
   const std::shared_ptr<host::ChartObject>& Container() const { return container_; }
+  // A line of points; FinishChart puts automatic axes around them. A cell that is empty is a gap in it. Names
+  // are cut to the room of a legend.
   void AddSeries(host::Range& x_values, host::Range& y_values, const std::string& name);
   void SetTitle(const std::string& text);
   void SetSubtitle(const std::string& text);
