@@ -228,8 +228,8 @@ TEST_F(Command, TellsEveryProblemAtOnce) {
 }
 
 TEST_F(Command, TakesOptionsBeforeTheRunToo) {
-  EXPECT_EQ(run({"show", "--simulation", "1", "--output", "d2", "m.run.json"}).status, 0);
-  EXPECT_EQ(run({"report", "--quiet", "--max-inputs", "3", "m.run.json", "-o", "a.xlsx"}).status, 0);
+  EXPECT_EQ(run({"show", "--simulation", "1", "--output", "d2", "m.run.json"}).code, 0);
+  EXPECT_EQ(run({"report", "--quiet", "--max-inputs", "3", "m.run.json", "-o", "a.xlsx"}).code, 0);
 }
 
 TEST_F(Command, FindsOutputsByNameAndCell) {
