@@ -102,7 +102,8 @@ class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
     constexpr std::int16_t kFirst = 1;
     return it_.object(L"Cells", kinds::kRange).object(L"Item", kinds::kRange, {kFirst});
   }
-  void add_breaks(std::wstring_view member, const std::vector<std::int32_t>& firsts, bool rows);
+  void add_breaks(const wchar_t* member, std::wstring_view kind, const std::vector<std::int32_t>& firsts,
+                  bool rows);
   // The window that shows this sheet, which must be the active one for it.
   LateBound window() {
     activate();
@@ -168,16 +169,15 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
   page.put(L"PrintArea",
            setup.print_rows > 0 ? place_name({1, 1, setup.print_rows, setup.print_columns}) : std::string());
   it_.call(L"ResetAllPageBreaks");
-  add_breaks(kinds::kRowBreaks, setup.row_breaks, true);
-  add_breaks(kinds::kColumnBreaks, setup.column_breaks, false);
+  add_breaks(L"HPageBreaks", kinds::kRowBreaks, setup.row_breaks, true);
+  add_breaks(L"VPageBreaks", kinds::kColumnBreaks, setup.column_breaks, false);
 }
 
-// A page begins with the row or column of the cell that a break is put before. The collections are members of
-// the names of their kinds.
-void ExcelWorksheet::add_breaks(std::wstring_view member, const std::vector<std::int32_t>& firsts,
-                                bool rows) {
+// A page begins with the row or column of the cell that a break is put before.
+void ExcelWorksheet::add_breaks(const wchar_t* member, std::wstring_view kind,
+                                const std::vector<std::int32_t>& firsts, bool rows) {
   if (firsts.empty()) return;
-  const LateBound breaks = it_.object(member, member);
+  const LateBound breaks = it_.object(member, kind);
   for (const std::int32_t first : firsts) {
     const Place before = rows ? Place{first, 1, 1, 1} : Place{1, first, 1, 1};
     const LateBound cell = it_.object(L"Range", kinds::kRange, {place_name(before)});
