@@ -246,8 +246,7 @@ ORDVANE_API int32_t ordvane_options_set_low_color(ordvane_options* options, uint
 ORDVANE_API int32_t ordvane_options_set_watermark(ordvane_options* options, const char* text);
 /** The language of the reports, one of ordvane_language: at first "en". */
 ORDVANE_API int32_t ordvane_options_set_language(ordvane_options* options, const char* code);
-/** When the workbook says that it was made, in seconds since 1970 began in UTC; without it, now. The same
- * moment gives the same bytes. */
+/** The date in the workbook's properties, in seconds since 1970 began in UTC; without one, a fixed date. */
 ORDVANE_API int32_t ordvane_options_set_created(ordvane_options* options, int64_t seconds);
 /** Replaces a file that is there, or sheets of earlier reports: at first off. */
 ORDVANE_API int32_t ordvane_options_set_overwrite(ordvane_options* options, int32_t on);

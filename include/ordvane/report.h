@@ -1,9 +1,9 @@
 /// @file
 /// Excel workbooks with the reports of a run: graphs as native charts, tables, a summary.
 ///
-/// The same run, options and moment give the same bytes, into a file, a stream or memory. Any number of
-/// threads may report on one run, or on several, at once; none may touch a file that another one writes. Each
-/// call uses all processors while it packs the workbook.
+/// The same run and options give the same bytes, into a file, a stream or memory. Any number of threads may
+/// report on one run, or on several, at once; none may touch a file that another one writes. Each call uses
+/// all processors while it packs the workbook.
 #pragma once
 
 #include <chrono>
@@ -48,7 +48,7 @@ struct ReportOptions {
   std::string watermark;            ///< across charts and pages; up to two lines
   std::string language = "en";      ///< one of languages()
 
-  /// When the workbook says that it was made; none: now. The same moment gives the same bytes.
+  /// The date in the workbook's properties; none: a fixed one, so that the same run gives the same bytes.
   std::optional<std::chrono::sys_seconds> created;
   /// Replaces what has the name already: the file, when a workbook is written; sheets of earlier reports,
   /// when reports are added to one.

@@ -123,7 +123,7 @@ class ReportOptions:
     low_color: Optional[Color] = None  # of the parts of bars that inputs below their base make
     watermark: str = ""
     language: str = "en"
-    created: Optional[datetime.datetime] = None  # none: now; the same moment gives the same bytes
+    created: Optional[datetime.datetime] = None  # none: a fixed date, so that the same run gives the same bytes
     overwrite: bool = False  # a file that is there; where reports are added, sheets of earlier ones
     progress: Optional[Callable[[str], None]] = None  # told now and then what is being done
     cancelled: Optional[Callable[[], bool]] = None  # asked now and then whether to stop

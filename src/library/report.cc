@@ -80,8 +80,7 @@ embedded::ReportOptions converted(const ReportOptions& options, const runfile::R
   if (options.low_color) to.low_color = blue_green_red(*options.low_color);
   to.watermark = options.watermark;
   to.language = options.language;
-  to.created = date_text(
-      options.created.value_or(std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())));
+  if (options.created) to.created = date_text(*options.created);
   to.overwrite = options.overwrite;
   return to;
 }

@@ -55,14 +55,6 @@ class InstalledPackage : public testing::Test {
     run_here(std::string(kFlags) + "cmake -G Ninja -S " + shell_quoted(project.string()) +
              " -B built -DCMAKE_PREFIX_PATH=" + prefix_ + " && cmake --build built");
   }
-  // What is in a workbook but for the time that it was made at.
-  std::string parts_of(const std::string& workbook) {
-    return run_here(
-        "/usr/bin/python3 -c 'import hashlib, sys, zipfile; book = zipfile.ZipFile(sys.argv[1])\n"
-        "for name in book.namelist():\n"
-        "  if name != \"docProps/core.xml\": print(name, hashlib.sha256(book.read(name)).hexdigest())' " +
-        workbook);
-  }
   std::string file_text(const std::string& name) {
     std::ifstream file(folder_ / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -81,15 +73,15 @@ TEST_F(InstalledPackage, BuildsTheExamplesInEveryLanguage) {
            " -o from_pc_c" + pkg_config);
   const std::string arguments = " solar-plant.run.json reports.xlsx";
   const std::string told = run_here("built/embed" + arguments);
-  const std::string parts = parts_of("reports.xlsx");
+  const std::string workbook = file_text("reports.xlsx");
   EXPECT_THAT(told, HasSubstr("1. Feed-in price"));
-  EXPECT_THAT(parts, HasSubstr("xl/charts/chart1.xml "));
+  EXPECT_GT(workbook.size(), 10000U);
   for (const std::string& program :
        {std::string("built/embed_static"), std::string("built/embed_c"), std::string("./from_pc"),
         std::string("./from_pc_c"), kPython + (kExamples / "embed/embed.py").string()}) {
     fs::remove(folder_ / "reports.xlsx");
     EXPECT_EQ(run_here(program + arguments), told) << program;
-    EXPECT_EQ(parts_of("reports.xlsx"), parts) << program;
+    EXPECT_TRUE(file_text("reports.xlsx") == workbook) << program;
   }
   EXPECT_THAT(run_here("prefix/bin/ordvane --version"),
               HasSubstr(run_here("pkg-config --modversion ordvane")));
