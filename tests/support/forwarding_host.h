@@ -455,7 +455,7 @@ class ForwardingEnvironment final : public Wrapper<host::Environment> {
 #undef ORDVANE_WRAPPED
 
 #define ORDVANE_WRAPPED "Engine"
-class ForwardingEngine final : public Wrapper<engine::Engine> {
+class ForwardingEngine : public Wrapper<engine::Engine> {
  public:
   using Wrapper::Wrapper;
   using Long = std::int32_t;
