@@ -15,6 +15,7 @@ constexpr std::int32_t kReportPages = 1;  // the only sheet option there is
 
 constexpr std::int32_t kTitleColumns = 3;  // the title block has at least these to itself
 constexpr double kLabelMargin = 8;         // points beside the labels of a title block
+constexpr double kRoomForTitles = 200;     // points; texts that need no more are no trouble on any sheet
 constexpr double kLongestLine = 900;       // points; longer lines are hard to read, and leave the page
 
 constexpr double kLeastBarsHeight = 180;
@@ -29,11 +30,13 @@ constexpr double kHeightOfFurtherBar = 7;
 constexpr double kFrameWidth = 0.75;
 
 // A row of `height` with as many lines as its text takes in a width. Merged cells have no height of their own
-// accord.
-void grow_row(host::Range& cells, const std::string& text, double size, double height) {
+// accord. Returns whether the row is higher than it was.
+bool grow_row(host::Range& cells, const std::string& text, double size, double height) {
   const std::int32_t lines = wrapped_lines(text, cells.width() - kLabelMargin, size);
   height += (lines - 1) * look::kHeaderLineHeight;
-  if (lines > 1 && cells.row_height() < height) cells.set_row_height(height);
+  if (lines <= 1 || cells.row_height() >= height) return false;
+  cells.set_row_height(height);
+  return true;
 }
 
 }  // namespace
@@ -218,14 +221,18 @@ std::int32_t ReportSheet::text_columns() const {
   return columns;
 }
 
-void ReportSheet::fit_lines() {
+bool ReportSheet::fit_lines() {
+  if (lines_.empty()) return false;
+  bool grown = false;
+  const std::int32_t columns = text_columns();
   for (const auto& [row, text] : lines_) {
-    const auto cells = worksheet_->range(row, 1, 1, text_columns());
-    grow_row(*cells, text, look::kSmallSize, look::kBodyRowHeight);
+    const auto cells = worksheet_->range(row, 1, 1, columns);
+    grown = grow_row(*cells, text, look::kSmallSize, look::kBodyRowHeight) || grown;
     cells->set_merge(true);
     cells->set_alignment(host::HAlign::kLeft, host::VAlign::kTop);
     cells->set_wrap_text(true);
   }
+  return grown;
 }
 
 // Not every spreadsheet moves charts with the rows below them when rows above become higher.
@@ -250,7 +257,7 @@ std::int32_t ReportSheet::take_helper_columns(std::int32_t count) {
   return first;
 }
 
-// Labels are never cut, and numbers never shown as "###". Texts go on below where they would leave the sheet.
+// Labels are never cut, and numbers never shown as "###".
 void ReportSheet::fit_title_block() {
   double label_width = 0;
   for (std::int32_t i = 0; const TitleLine& line : title_lines_) {
@@ -265,28 +272,35 @@ void ReportSheet::fit_title_block() {
   const auto labels = worksheet_->range(1, 1, 1, 1);
   const double needed = column_characters(label_width + kLabelMargin);
   if (labels->column_width() < needed) labels->set_column_width(needed);
-  wrap_title_lines();
   worksheet_->range(1, 1, 1, last_column())
       ->set_border(host::Edge::kBottom, look::rule(host::LineWeight::kMedium, look::kAccent));
 }
 
-void ReportSheet::wrap_title_lines() {
+// Texts go on below where they would leave the sheet. Returns whether rows are higher for it.
+bool ReportSheet::wrap_title_lines() {
+  const auto is_long = [](const TitleLine& line, double width) {
+    return estimated_width(line.value.text, look::kBodySize) > width - kLabelMargin;
+  };
+  const bool fits = std::none_of(title_lines_.begin(), title_lines_.end(),
+                                 [&](const TitleLine& line) { return is_long(line, kRoomForTitles); });
+  if (fits) return false;
+  bool grown = false;
   const std::int32_t columns = std::max(text_columns(), kTitleColumns) - 1;
   for (std::int32_t row = 1; const TitleLine& line : title_lines_) {
     const auto cells = worksheet_->range(++row, 2, 1, columns);
-    const std::string& text = line.value.text;
-    if (estimated_width(text, look::kBodySize) <= cells->width() - kLabelMargin) continue;
-    grow_row(*cells, text, look::kBodySize, cells->row_height());
+    if (!is_long(line, cells->width())) continue;
+    grown = grow_row(*cells, line.value.text, look::kBodySize, cells->row_height()) || grown;
     cells->set_merge(true);
     cells->set_wrap_text(true);
   }
+  return grown;
 }
 
 void ReportSheet::FinishSheet() {
   settle_tables();
   fit_title_block();
-  fit_lines();
-  return_charts();
+  const bool title_grew = wrap_title_lines(), lines_grew = fit_lines();
+  if (title_grew || lines_grew) return_charts();
   if (report_pages_) set_up_pages();
   worksheet_->activate();
   worksheet_->range(1, 1, 1, 1)->select();

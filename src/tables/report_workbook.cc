@@ -132,7 +132,10 @@ void ReportWorkbook::name_document() {
   const std::vector<std::string> outputs = titles_under(kOutputLabel);
   host::DocumentProperties properties;
   properties.title = models.empty() ? name_ : session_.text(kDocumentTitle, ListOf(session_, models));
-  properties.subject = outputs.empty() ? reports_.front()->title() : ListOf(session_, outputs);
+  if (!outputs.empty())
+    properties.subject = ListOf(session_, outputs);
+  else if (!reports_.empty())
+    properties.subject = reports_.front()->title();
   for (std::string* text : {&properties.title, &properties.subject})
     *text = text::shortened(*text, kLongestProperty);
   workbook_->set_properties(properties);

@@ -160,9 +160,9 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   double used_width() const;
   std::int32_t text_columns() const;
   void fit_title_block();
-  void wrap_title_lines();
+  bool wrap_title_lines();
   void leave_lines();
-  void fit_lines();
+  bool fit_lines();
   void return_charts();
   // Something that is printed; `table` is null for charts.
   struct Placed {
