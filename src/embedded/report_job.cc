@@ -87,7 +87,7 @@ std::shared_ptr<office::OfficeApplication> model_of(const runfile::Run& run, con
 std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfile::Run>& run,
                                               const ReportOptions& options,
                                               const std::shared_ptr<EmbeddedEnvironment>& environment) {
-  const auto book = make(run, options, Place::kNewWorkbook, model_of(*run, options), environment);
+  auto book = make(run, options, Place::kNewWorkbook, model_of(*run, options), environment);
   for (const auto& sheet : book->sheets) sheet->is_report = true;
   return book;
 }

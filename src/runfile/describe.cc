@@ -175,13 +175,13 @@ class Description {
 
   static std::string possible_groups(std::size_t inputs, std::size_t size) {
     constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max());
-    const std::string too_many = "more than can be counted are";
-    if (inputs > kMost) return too_many;
+    constexpr const char* kTooMany = "more than can be counted are";
+    if (inputs > kMost) return kTooMany;
     try {
       return std::to_string(
           model::Combinations(static_cast<std::int16_t>(inputs), static_cast<std::int16_t>(size)));
     } catch (const host::Error&) {
-      return too_many;
+      return kTooMany;
     }
   }
 

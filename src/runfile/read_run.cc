@@ -471,6 +471,7 @@ void read_all_groups(const JsonValue& value, Run& run) {
   std::iota(chosen.begin(), chosen.end(), std::size_t{0});
   for (std::int32_t made = 0; made < count; ++made) {
     std::vector<std::size_t> members;
+    members.reserve(size);
     for (const std::size_t place : chosen) members.push_back(kept[place]);
     run.groups.push_back(make_group(value, std::move(members), std::vector<std::int32_t>(size, all.steps)));
     // The last place that can move on does, and those behind it follow.
