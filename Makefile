@@ -1,7 +1,7 @@
 # The front door. Every target installs the Debian packages that it needs and that are missing.
 #
 #   make demo      report on the example run, print the ranking and where the workbook is
-#   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine, clang-tidy
+#   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine
 #   make check     after an edit, in two minutes: formatting, the release build, its tests that need no other program
 #   make windows   the COM server for Excel, x86 and x64, in a zip to hand over
 #   make packages  Debian packages of the command, the library and the Python package

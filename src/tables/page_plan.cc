@@ -177,11 +177,12 @@ bool cuts_chart(const PrintedSheet& sheet, const PagePlan& plan) {
 
 // A graph with its table is printed upright as long as that can be read, else whichever way is larger.
 PagePlan laid_out_for_graph(const PrintedSheet& sheet) {
-  const PagePlan upright = laid_out(sheet, false), lying = laid_out(sheet, true);
+  PagePlan upright = laid_out(sheet, false), lying = laid_out(sheet, true);
   if (lying.pages_wide > 1) return lying;
   if (least_scale(sheet, upright) >= kLegibleScale) return upright;
   const bool larger = least_scale(sheet, lying) > least_scale(sheet, upright);
-  return larger && !cuts_chart(sheet, lying) ? lying : upright;
+  if (larger && !cuts_chart(sheet, lying)) return lying;
+  return upright;
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ void ReportWorkbook::open_workbook() {
 std::string ReportWorkbook::free_name(const std::string& name, const std::string& own_name) {
   std::int32_t& copy = copies_[name];
   while (true) {
-    const std::string candidate = numbered(name, ++copy);
+    std::string candidate = numbered(name, ++copy);
     const auto found = find_sheet(*workbook_, candidate);
     if (!found) return candidate;
     const std::string taken = found->name();

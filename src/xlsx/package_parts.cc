@@ -66,7 +66,7 @@ class SheetParts {
 
   // The drawing's name.
   std::string add_drawing() {
-    const std::string name = names_.next("xl/drawings/drawing", ".xml");
+    std::string name = names_.next("xl/drawings/drawing", ".xml");
     add(name, office_type("drawing"), [this_sheet = &sheet_] { return drawing_part(*this_sheet); });
     std::vector<Relationship> list;
     for (const auto& chart : sheet_.charts) list.push_back({"chart", reference(name, add_chart(*chart))});
@@ -75,7 +75,7 @@ class SheetParts {
   }
 
   std::string add_chart(const office::ChartModel& chart) {
-    const std::string name = names_.next("xl/charts/chart", ".xml");
+    std::string name = names_.next("xl/charts/chart", ".xml");
     const std::string user_shapes = chart.text_boxes.empty() ? "" : relationship_id(0);
     add(name, office_type("drawingml.chart"),
         [this_book = &book_, &chart, user_shapes] { return chart_part(*this_book, chart, user_shapes); });
