@@ -525,7 +525,7 @@ TEST_F(Command, HelpShowsExamplesAndTheVersionIsTheProjects) {
 
 // Ctrl-C while the log says that the reports are being made.
 TEST_F(Command, InterruptedItExitsWith130AndWritesNothing) {
-  constexpr int kInputs = 60, kSteps = 50, kOutputs = 10;
+  constexpr int kInputs = 60, kSteps = 50, kOutputs = 30;
   nlohmann::json items{{"format", "ordvane-run"}, {"version", 1}, {"simulations", 1}};
   const auto item = [](const char* column, int row) {
     return nlohmann::json{{"name", column + std::to_string(row)}, {"book", "m.xlsx"}, {"sheet", "Plan"},

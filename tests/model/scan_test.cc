@@ -55,27 +55,29 @@ class AnsweringEngine : public test::forwarding::ForwardingEngine {
 // Two inputs, one after the other from three steps, and one output, all on Sheet1.
 class Scan : public testing::Test {
  protected:
-  Scan() {
-    for (const char* cell : {"A1", "A2"}) {
-      runfile::Input input;
-      place(input, cell);
-      input.steps = 3;
-      run_->inputs.push_back(input);
-    }
-    runfile::Output output;
-    place(output, "B1");
-    run_->outputs.push_back(output);
-    run_->recalculations = 6;
-    run_->input_values = {1, 2, 3, 4, 5, 6};
-    run_->output_values = {7, 7, 9, 8, 5, 5};
-  }
-
   static void place(runfile::Item& item, const char* cell) {
     item.book = "Model.xlsx";
     item.sheet = "Sheet1";
     item.cell = item.range = cell;
     item.base = 6;
     item.formula = "6";
+  }
+
+  static std::shared_ptr<runfile::Run> small_run() {
+    auto run = std::make_shared<runfile::Run>();
+    for (const char* cell : {"A1", "A2"}) {
+      runfile::Input input;
+      place(input, cell);
+      input.steps = 3;
+      run->inputs.push_back(input);
+    }
+    runfile::Output output;
+    place(output, "B1");
+    run->outputs.push_back(output);
+    run->recalculations = 6;
+    run->input_values = {1, 2, 3, 4, 5, 6};
+    run->output_values = {7, 7, 9, 8, 5, 5};
+    return run;
   }
 
   // The records of a kind, from an engine that answers as it is told to.
@@ -89,7 +91,7 @@ class Scan : public testing::Test {
     return records;
   }
 
-  std::shared_ptr<runfile::Run> run_ = std::make_shared<runfile::Run>();
+  std::shared_ptr<runfile::Run> run_ = small_run();
   std::shared_ptr<AnsweringEngine> engine_ = std::make_shared<AnsweringEngine>(run_);
   session::Session session_;
   std::int32_t automatic_ = 0;
