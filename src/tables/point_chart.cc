@@ -199,7 +199,7 @@ ReportChart::Box ReportChart::quiet_corner(double width, double height) {
   const Box plot = has_bars() ? bars_box() : points_box_.value_or(bars_box());
   width = std::min(width, plot.width - 2 * kInset);
   const double left = plot.left + kInset, right = plot.left + plot.width - kInset - width;
-  const double top = plot.top + kInset, bottom = plot.top + plot.height - kInset - height;
+  const double top = plot.top + kInset, bottom = std::max(plot.top + plot.height - kInset - height, top);
   const std::vector<Box> drawn = marks();
   const auto covered = [&](const Box& corner) {
     return std::count_if(drawn.begin(), drawn.end(), [&](const Box& mark) {
