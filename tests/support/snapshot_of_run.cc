@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
   try {
     ordvane::embedded::ReportOptions options;
     options.output_detail = options.detail_by_input = options.multi_way = true;
+    options.all_inputs = true;  // as automation has them
     options.watermark = "Draft\nnot for release";
     const auto run = std::make_shared<ordvane::runfile::Run>(ordvane::runfile::read_run(argv[1]));
     std::fputs(ordvane::test::snapshot(*ordvane::embedded::make_reports(run, options)).c_str(), stdout);
