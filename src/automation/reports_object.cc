@@ -11,9 +11,9 @@
 #include "automation/late_bound.h"
 #include "automation/wire.h"
 #include "model/summary.h"
+#include "reports/summary_report.h"
 #include "service/ordvane_reports.h"
 #include "service/spreadsheet_state.h"
-#include "tables/summary_report.h"
 
 namespace ordvane::automation {
 namespace {
@@ -87,7 +87,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                         OrdvaneOutputMode* outputMode, LONG* runNumber, LONG* totalRuns,
                                         LONG* result) override {
     return answer_client([&] {
-      const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const std::shared_ptr<layout::ReportWorkbook> workbook = report_workbook(at(rWB));
       give(result, reports_.multiReport(*workbook, longs(at(isSelectedOutput)), records(at(trInputs)),
                                         records(at(trOutputs)), at(NumIterations),
                                         static_cast<model::OrdvaneOutputMode>(at(outputMode)), at(runNumber),
@@ -101,7 +101,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                                  LONG* NumIterations, OrdvaneOutputMode* outputMode,
                                                  LONG* runNumber, LONG* totalRuns, LONG* result) override {
     return answer_client([&] {
-      const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const std::shared_ptr<layout::ReportWorkbook> workbook = report_workbook(at(rWB));
       std::int32_t groups = at(groupCounter);
       std::int32_t recalculations = at(recalculationCounter);
       const std::int32_t status = reports_.getInputForIteration(
@@ -118,11 +118,11 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                               _OrdvaneSummary** trSum, LONG* runNumber, LONG* totalRuns,
                                               LONG* result) override {
     return answer_client([&] {
-      const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const std::shared_ptr<layout::ReportWorkbook> workbook = report_workbook(at(rWB));
       const service::SpreadsheetState found(session().g_XLApp);
-      give(result, tables::MakeSummaryReport(session(), *workbook, longs(at(isSelectedOutput)),
-                                             records(at(trResults)), records(at(trOutputs)),
-                                             summary(at(trSum)), at(runNumber), at(totalRuns)));
+      give(result, reports::MakeSummaryReport(session(), *workbook, longs(at(isSelectedOutput)),
+                                              records(at(trResults)), records(at(trOutputs)),
+                                              summary(at(trSum)), at(runNumber), at(totalRuns)));
     });
   }
   HRESULT STDMETHODCALLTYPE makeOutputsMissingReport(IDispatch** rWB, SAFEARRAY** isSelectedOutput,
@@ -131,9 +131,9 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                                      SAFEARRAY** t_UnreportedOutputs, LONG* runNumber,
                                                      LONG* totalRuns, LONG* result) override {
     return answer_client([&] {
-      const std::shared_ptr<tables::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const std::shared_ptr<layout::ReportWorkbook> workbook = report_workbook(at(rWB));
       const service::SpreadsheetState found(session().g_XLApp);
-      give(result, tables::makeOutputsMissingReport(
+      give(result, reports::makeOutputsMissingReport(
                        session(), *workbook, longs(at(isSelectedOutput)), records(at(trResults)),
                        records(at(trOutputs)), at(t_NumUnreportedOutputs), longs(at(t_UnreportedOutputs)),
                        at(runNumber), at(totalRuns)));
@@ -163,13 +163,13 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
     return services_->session;
   }
 
-  std::shared_ptr<tables::ReportWorkbook> report_workbook(IDispatch* rWB) {
+  std::shared_ptr<layout::ReportWorkbook> report_workbook(IDispatch* rWB) {
     if (rWB == nullptr)
       throw host::Error(host::errc::kObjectNotSet, "rWB is Nothing; expected a workbook of the spreadsheet");
     std::shared_ptr<host::Workbook> target = session().application().workbook(workbook_name(rWB));
     if (!services_->workbook_factory)
-      services_->workbook_factory = std::make_unique<tables::ReportWorkbookFactory>();
-    std::shared_ptr<tables::ReportWorkbook> workbook = services_->workbook_factory->CreateReportWorkbook(
+      services_->workbook_factory = std::make_unique<layout::ReportWorkbookFactory>();
+    std::shared_ptr<layout::ReportWorkbook> workbook = services_->workbook_factory->CreateReportWorkbook(
         session(), "Ordvane", std::move(target), reports_.SingleWorkbookAllResults, session().language_id);
     workbook->SetExcelReady(session().excel_ready);
     return workbook;

@@ -4,9 +4,9 @@
 #include "model/multi_way.h"
 
 #include "model/naming.h"
+#include "reports/utils.h"
 #include "service/ordvane_reports.h"
 #include "service/spreadsheet_state.h"
-#include "tables/utils.h"
 
 namespace ordvane::service {
 namespace {
@@ -20,7 +20,7 @@ constexpr std::int16_t kWriting = 1024;
 
 }  // namespace
 
-OrdvaneReports::Long OrdvaneReports::multiReport(tables::ReportWorkbook& rWB,
+OrdvaneReports::Long OrdvaneReports::multiReport(layout::ReportWorkbook& rWB,
                                                  const model::OneBased<Long>& isSelectedOutput,
                                                  const model::Records& trInputs,
                                                  const model::Records& trOutputs, Long NumIterations,
@@ -34,13 +34,13 @@ OrdvaneReports::Long OrdvaneReports::multiReport(tables::ReportWorkbook& rWB,
 }
 
 OrdvaneReports::Long OrdvaneReports::getInputForIteration(
-    tables::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
+    layout::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
     const model::Records& trInputs, const model::Records& trOutputs, Long inputBound, Long outputBound,
     Long& groupCount, Long& recalculationCount, Long NumIterations, model::OrdvaneOutputMode outputMode,
     Long runNumber, Long totalRuns) {
   session::Session& s = services_->session;
   const auto progress = [&](std::int16_t id) {
-    tables::ShowProgress(s, s.text(id));
+    reports::ShowProgress(s, s.text(id));
     s.check_cancel();
   };
   s.session_flag = 1;
@@ -70,7 +70,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
     s.check_cancel();
     effects.push_back(model::RankGroups(run, trInputs, trOutputs, k, isSelectedOutput(k)));
   }
-  const graphs::MultiTornadoLimits limits{MaxInputsPerGraph, InputsChangeThreshold};
+  const reports::MultiTornadoLimits limits{MaxInputsPerGraph, InputsChangeThreshold};
   if (groupCount > 0 && reports_.multi_tornado) {
     for (Long k = 1; k <= isSelectedOutput.size(); ++k) {
       progress(kDrawing);

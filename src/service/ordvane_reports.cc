@@ -114,7 +114,7 @@ void OrdvaneReports::remember(const host::Error& error) {
   if (!report_error_) report_error_ = error;
 }
 
-graphs::TornadoStyle OrdvaneReports::tornado_style(const model::DralInputOutput& output) const {
+reports::TornadoStyle OrdvaneReports::tornado_style(const model::DralInputOutput& output) const {
   constexpr std::int32_t kBaseValue = 16;
   return {IncludeBaseline() ? output.BaseValue() : host::kNoBaseValue,
           services_->session.CommonString(kBaseValue), BarColor(), BaselineColor()};

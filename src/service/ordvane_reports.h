@@ -17,11 +17,11 @@
 #include "host/environment.h"
 #include "host/error.h"
 #include "host/excel.h"
+#include "layout/report_workbook.h"
 #include "model/one_based.h"
 #include "model/summary.h"
 #include "service/reports.h"
 #include "session/session.h"
-#include "tables/report_workbook.h"
 
 namespace ordvane::service {
 
@@ -31,7 +31,7 @@ inline constexpr std::int32_t kStoppedByDetailByInput = 25;
 // What a host supplies for all objects of one session: made once, shared, filled by Initialize.
 struct Services {
   session::Session session;  // environment and engine are set by the host before the first object is made
-  std::unique_ptr<tables::ReportWorkbookFactory> workbook_factory;  // made on first use
+  std::unique_ptr<layout::ReportWorkbookFactory> workbook_factory;  // made on first use
 };
 
 class OrdvaneReports {
@@ -104,12 +104,12 @@ class OrdvaneReports {
   // the table of their combinations. `isSelectedOutput`: positions in `trOutputs`; both record arrays as
   // OrdvaneScan::getData left them. `NumIterations`: standard recalculations of the run. A tornado that fails
   // is logged and the next report follows. Restores the spreadsheet as GenerateReports does. Returns 0.
-  Long multiReport(tables::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
+  Long multiReport(layout::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
                    const model::Records& trInputs, const model::Records& trOutputs, Long NumIterations,
                    model::OrdvaneOutputMode outputMode, Long runNumber = 1, Long totalRuns = 1);
   // The same with the upper bounds of both record arrays. `groupCount` and `recalculationCount` receive how
   // many groups, and multi-way recalculations, were reported.
-  Long getInputForIteration(tables::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
+  Long getInputForIteration(layout::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
                             const model::Records& trInputs, const model::Records& trOutputs, Long inputBound,
                             Long outputBound, Long& groupCount, Long& recalculationCount, Long NumIterations,
                             model::OrdvaneOutputMode outputMode, Long runNumber = 1, Long totalRuns = 1);
@@ -121,7 +121,7 @@ class OrdvaneReports {
   // graph that cannot be drawn does not take the others with it.
   void graph_or_log(const std::string& graph, const std::function<void()>& draw);
   void remember(const host::Error& error);
-  graphs::TornadoStyle tornado_style(const model::DralInputOutput& output) const;
+  reports::TornadoStyle tornado_style(const model::DralInputOutput& output) const;
   void release(const std::string& operation);
   void load_dral_lib();
   void unload_dral_lib();

@@ -5,9 +5,9 @@
 #include <unordered_map>
 
 #include "model/naming.h"
+#include "reports/summary_report.h"
+#include "reports/utils.h"
 #include "service/spreadsheet_state.h"
-#include "tables/summary_report.h"
-#include "tables/utils.h"
 
 namespace ordvane::service {
 namespace {
@@ -171,7 +171,7 @@ void OrdvaneReports::Pipeline::open_report_workbook() {
   if (!owner_.ReportsInNewWorkbook() && owner_.ReportsInExistingWorkbookName == kActiveWorkbook)
     target = application.active_workbook();
   auto& factory = owner_.services_->workbook_factory;
-  if (!factory) factory = std::make_unique<tables::ReportWorkbookFactory>();
+  if (!factory) factory = std::make_unique<layout::ReportWorkbookFactory>();
   workbook_ = factory->CreateReportWorkbook(session_, kProduct, target, owner_.SingleWorkbookAllResults,
                                             session_.language_id);
   workbook_->SetExcelReady(session_.excel_ready);
@@ -306,14 +306,14 @@ void OrdvaneReports::Pipeline::outputs_missing() {
   log("NumUnreportedOutputs: " + log_text(unreported_.size()));
   const bool graphs = owner_.TornadoGraphs() || owner_.SpiderGraphs() || owner_.SensitivityGraphs();
   if (unreported_.empty() || !graphs) return;
-  tables::makeOutputsMissingReport(session_, *workbook_, sel_out_, inputs_, outputs_, unreported_.size(),
-                                   unreported_, run_number_, total_runs_);
+  reports::makeOutputsMissingReport(session_, *workbook_, sel_out_, inputs_, outputs_, unreported_.size(),
+                                    unreported_, run_number_, total_runs_);
   refresh_screen();
 }
 
 void OrdvaneReports::Pipeline::summary() {
-  tables::MakeSummaryReport(session_, *workbook_, sel_out_, inputs_, outputs_, summary_, run_number_,
-                            total_runs_);
+  reports::MakeSummaryReport(session_, *workbook_, sel_out_, inputs_, outputs_, summary_, run_number_,
+                             total_runs_);
 }
 
 // The exit steps. Each is taken whatever became of the ones before it.
@@ -346,11 +346,11 @@ void OrdvaneReports::Pipeline::keeping_first_error(const Step& step) {
 }
 
 void OrdvaneReports::Pipeline::show_progress(std::int16_t id) {
-  tables::ShowProgress(session_, session_.text(id));
+  reports::ShowProgress(session_, session_.text(id));
 }
 
 void OrdvaneReports::Pipeline::check_cancel() {
-  tables::CheckUserCancel(session_);
+  reports::CheckUserCancel(session_);
 }
 
 void OrdvaneReports::Pipeline::refresh_screen() {

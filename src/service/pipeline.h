@@ -83,7 +83,7 @@ class OrdvaneReports::Pipeline {
   std::string unknown_outputs_;               // says which are not; empty when all are
   model::OneBased<std::int32_t> unreported_;  // positions in sel_out_: no graph of this run could show them
   model::OrdvaneSummary summary_;
-  std::shared_ptr<tables::ReportWorkbook> workbook_;
+  std::shared_ptr<layout::ReportWorkbook> workbook_;
 };
 
 }  // namespace ordvane::service

@@ -7,20 +7,20 @@
 #include <functional>
 #include <string>
 
-#include "graphs/multi_tornado.h"
+#include "layout/report_workbook.h"
 #include "model/input_output.h"
 #include "model/multi_way.h"
 #include "model/ranking.h"
 #include "model/summary.h"
+#include "reports/multi_tornado.h"
 #include "session/session.h"
-#include "tables/report_workbook.h"
 
 namespace ordvane::service {
 
 // What every report routine is handed.
 struct ReportArguments {
   session::Session& session;
-  tables::ReportWorkbook& rWB;
+  layout::ReportWorkbook& rWB;
   const model::OneBased<std::int32_t>& selOut;  // positions in trOutputs
   const model::Records& trInputs;
   const model::Records& trOutputs;
@@ -31,7 +31,7 @@ struct ReportArguments {
   std::int32_t totalRuns;
 };
 
-using graphs::TornadoStyle;
+using reports::TornadoStyle;
 
 struct Reports {
   std::function<void(const ReportArguments&, std::int32_t output, const model::RankingRecord&,
@@ -42,7 +42,7 @@ struct Reports {
   std::function<void(const ReportArguments&, std::int32_t output)> output_detail;
   std::function<std::int32_t(const ReportArguments&)> detail_by_input;
   std::function<void(const ReportArguments&, std::int32_t output, const model::MultiWayRun&,
-                     const model::GroupEffects&, const graphs::MultiTornadoLimits&, const TornadoStyle&)>
+                     const model::GroupEffects&, const reports::MultiTornadoLimits&, const TornadoStyle&)>
       multi_tornado;
   std::function<void(const ReportArguments&, const model::MultiWayRun&,
                      const model::OneBased<model::GroupEffects>&)>

@@ -1,5 +1,6 @@
 #include "session/session.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <span>
@@ -11,6 +12,9 @@ constexpr const char* kLogFileName = "OrdvaneReports8.Log";
 
 constexpr std::array<std::int16_t, 17> kCommonStrings = {120, 121, 106, 101, 113, 118, 103, 104, 203,
                                                          309, 107, 110, 116, 206, 204, 205, 200};
+// "…; further: 3"
+constexpr std::int16_t kMoreListed = 266;
+constexpr std::size_t kMostListed = 12;
 constexpr std::array<std::int16_t, 4> kCommonMessages = {1023, 1022, 1033, 1032};
 
 std::string text_at(const Session& session, std::span<const std::int16_t> ids, std::int32_t index) {
@@ -52,6 +56,15 @@ std::string Session::text(std::int16_t id, const host::TextArgument& arg1, const
                           const host::TextArgument& arg3) const {
   if (!string_table) throw host::Error(host::errc::kObjectNotSet, "The session has no string table");
   return string_table->GetString(id, arg1, arg2, arg3);
+}
+
+std::string Session::list_of(const std::vector<std::string>& items) const {
+  const std::string separator = environment->numbers().list_separator();
+  const std::size_t shown = std::min(items.size(), kMostListed);
+  std::string list;
+  for (std::size_t i = 0; i < shown; ++i) list += (i == 0 ? "" : separator) + items[i];
+  if (shown == items.size()) return list;
+  return text(kMoreListed, list, static_cast<std::int64_t>(items.size() - shown));
 }
 
 std::string Session::CommonString(std::int32_t index) const {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "engine/engine.h"
 #include "host/environment.h"
@@ -74,6 +75,8 @@ struct Session {
   // Text of a string id. Throws errc::kObjectNotSet when the session has no string table.
   std::string text(std::int16_t id, const host::TextArgument& arg1 = {}, const host::TextArgument& arg2 = {},
                    const host::TextArgument& arg3 = {}) const;
+  // The items as the language writes a list; of a long one the beginning, and how many more there are.
+  std::string list_of(const std::vector<std::string>& items) const;
   // The shared labels and messages by their small index; "" outside the table, without asking for a text.
   std::string CommonString(std::int32_t index) const;
   std::string CommonMessage(std::int32_t index) const;

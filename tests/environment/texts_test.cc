@@ -14,7 +14,7 @@
 
 #include "environment/standard_environment.h"
 #include "environment/string_table.h"
-#include "tables/text_estimate.h"
+#include "layout/text_estimate.h"
 #include "text/utf16.h"
 
 namespace ordvane::environment {
@@ -128,7 +128,7 @@ TEST(Texts, SheetNamesFitWholeAreAllowedAndTellTheReportsApart) {
 TEST(Texts, HeadingsAreShort) {
   for (const auto& [code, language] : all_languages()) {
     for (const int id : {101, 113, 118, 103, 104, 309, 217, 220, 221, 1042})
-      EXPECT_LE(tables::widest_word(language.texts.at(id), 10, true), 85) << code << ' ' << id;
+      EXPECT_LE(layout::widest_word(language.texts.at(id), 10, true), 85) << code << ' ' << id;
     // The labels of a title block stand in one column; the list of contents finds its lines by them.
     EXPECT_EQ((std::set{language.texts.at(200), language.texts.at(204), language.texts.at(205),
                         language.texts.at(206)})

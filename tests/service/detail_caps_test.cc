@@ -4,9 +4,9 @@
 
 #include <numeric>
 
+#include "reports/detail_by_input.h"
+#include "reports/output_detail.h"
 #include "service/small_run.h"
-#include "tables/detail_by_input.h"
-#include "tables/output_detail.h"
 
 namespace ordvane::service {
 namespace {
@@ -81,21 +81,21 @@ TEST_F(DetailCaps, MoreStepsThanRows) {
 
   const auto& detail = sheet("Detail C2");
   std::vector<double> ranks = numbers_of_column(detail, 1);
-  ASSERT_EQ(ranks.size(), static_cast<std::size_t>(tables::kMostDetailRows));
+  ASSERT_EQ(ranks.size(), static_cast<std::size_t>(reports::kMostDetailRows));
   std::vector<double> every_rank(ranks.size());
   std::iota(every_rank.begin(), every_rank.end(), 1.0);
   EXPECT_TRUE(ranks == every_rank) << "from 1 on, none left out or twice";
   const std::vector<double> outputs = numbers_of_column(detail, 7);
   EXPECT_EQ(outputs.front(), 1) << "the lowest result";
-  EXPECT_EQ(outputs.back(), tables::kMostDetailRows) << "the nine highest are left out";
+  EXPECT_EQ(outputs.back(), reports::kMostDetailRows) << "the nine highest are left out";
   EXPECT_THAT(
       notes(detail),
       HasSubstr("E9: Please note:\nThe table is full. Steps ranked beyond its last row are not shown."));
 
   const auto& by_input = sheet("Detail by input");
   const std::vector<double> used = numbers_of_column(by_input, 4);
-  ASSERT_EQ(used.size(), static_cast<std::size_t>(tables::kMostDetailRows));
-  EXPECT_EQ(used.back(), tables::kMostDetailRows - 1) << "the last steps of the last input are left out";
+  ASSERT_EQ(used.size(), static_cast<std::size_t>(reports::kMostDetailRows));
+  EXPECT_EQ(used.back(), reports::kMostDetailRows - 1) << "the last steps of the last input are left out";
   EXPECT_THAT(notes(by_input),
               HasSubstr("D8: Please note:\nThe table is full. Steps beyond its last row are not shown."));
   EXPECT_EQ(book_->sheets.back()->name, "Summary");
@@ -104,13 +104,13 @@ TEST_F(DetailCaps, MoreStepsThanRows) {
 TEST_F(DetailCaps, MoreOutputsThanColumns) {
   RunShape shape{
       .input_sheets = {"S"}, .input_books = {"M.xlsx"}, .output_bases = {}, .effects = {}, .simulations = 1};
-  for (int o = 0; o < tables::kMostDetailOutputs + 1; ++o) {
+  for (int o = 0; o < reports::kMostDetailOutputs + 1; ++o) {
     shape.output_bases.push_back(100 + o);
     shape.effects.push_back({1});
   }
   report(make_run(shape));
   const auto& by_input = sheet("Detail by input");
-  const std::int32_t last = 3 * tables::kMostDetailOutputs + 6;
+  const std::int32_t last = 3 * reports::kMostDetailOutputs + 6;
   EXPECT_THAT(numbers_of_column(by_input, last - 2), testing::ElementsAre(178, 179, 180))
       << "the 80th output";
   EXPECT_THAT(numbers_of_column(by_input, last + 1), testing::IsEmpty());

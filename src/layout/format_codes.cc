@@ -1,0 +1,195 @@
+#include "layout/format_codes.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+#include <vector>
+
+namespace ordvane::layout {
+namespace {
+
+constexpr std::string_view kGeneral = "General";
+constexpr std::string_view kDateParts = "ymdhs";
+constexpr int kMostDecimals = 15;
+constexpr int kMostDecimalsOfGeneral = 9;  // it writes smaller numbers in scientific notation
+
+char lower(char c) {
+  return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
+// Where the piece of a format that begins at `at` ends: a text in quotes, what stands in brackets, a
+// character with its escape or padding, General, or one character.
+std::size_t end_of_piece(std::string_view format, std::size_t at) {
+  const auto behind = [&](std::size_t found) {
+    return found == std::string_view::npos ? format.size() : found + 1;
+  };
+  switch (format[at]) {
+    case '"':
+      return behind(format.find('"', at + 1));
+    case '[':
+      return behind(format.find(']', at));
+    case '\\':
+    case '_':
+    case '*':
+      return std::min(at + 2, format.size());
+    default:
+      return at + (format.substr(at).starts_with(kGeneral) ? kGeneral.size() : 1);
+  }
+}
+
+template <class Use>
+void for_each_piece(std::string_view format, Use&& use) {
+  for (std::size_t at = 0, end; at < format.size(); at = end) {
+    end = end_of_piece(format, at);
+    use(format.substr(at, end - at), at);
+  }
+}
+
+std::vector<std::string> sections_of(std::string_view format) {
+  std::vector<std::string> sections(1);
+  for_each_piece(format, [&](std::string_view piece, std::size_t) {
+    if (piece == ";")
+      sections.emplace_back();
+    else
+      sections.back() += piece;
+  });
+  return sections;
+}
+
+// The part of a date or time that a piece shows, as a small letter; 0 for none. Elapsed time is in brackets.
+char date_part(std::string_view piece) {
+  const bool elapsed =
+      piece.size() > 2 && piece.front() == '[' &&
+      std::all_of(piece.begin() + 1, piece.end() - 1, [&](char c) { return lower(c) == lower(piece[1]); });
+  if (piece.size() != 1 && !elapsed) return 0;
+  const char part = lower(elapsed ? piece[1] : piece.front());
+  return kDateParts.find(part) == std::string_view::npos ? '\0' : part;
+}
+
+// How a section shows numbers.
+struct Digits {
+  std::size_t first = std::string::npos, end = 0;  // places of digits, up to the last one
+  std::size_t point = std::string::npos;
+  int decimals = 0;
+  int scaling = 0;  // powers of ten that numbers are multiplied by
+  bool percent = false;
+  bool fixed = true;  // not scientific, no fraction
+};
+
+Digits digits_of(std::string_view section) {
+  Digits digits;
+  for_each_piece(section, [&](std::string_view piece, std::size_t at) {
+    if (piece.size() != 1) return;
+    switch (piece.front()) {
+      case '0':
+      case '#':
+      case '?':
+        digits.first = std::min(digits.first, at);
+        digits.end = at + 1;
+        if (digits.point != std::string::npos) ++digits.decimals;
+        break;
+      case '.':
+        digits.point = std::min(digits.point, at);
+        break;
+      case '%':
+        digits.percent = true;
+        digits.scaling += 2;
+        break;
+      case 'E':
+      case 'e':
+      case '/':
+        digits.fixed = false;
+        break;
+      default:
+        break;
+    }
+  });
+  // Commas behind the last digit stand for a thousand each.
+  for (std::size_t at = digits.end; at > 0 && at < section.size() && section[at] == ','; ++at)
+    digits.scaling -= 3;
+  return digits;
+}
+
+std::string zeros_after_point(int decimals) {
+  return decimals > 0 ? "." + std::string(static_cast<std::size_t>(decimals), '0') : "";
+}
+
+std::string section_with_decimals(std::string section, int needed) {
+  if (const std::size_t general = section.find(kGeneral); general != std::string::npos) {
+    if (needed > 0 && needed <= kMostDecimalsOfGeneral)
+      section.replace(general, kGeneral.size(), "0" + zeros_after_point(needed));
+    return section;
+  }
+  const Digits digits = digits_of(section);
+  if (digits.first == std::string::npos || !digits.fixed) return section;
+  const int decimals = std::clamp(needed - digits.scaling, 0, kMostDecimals);
+  if (digits.percent ? decimals == digits.decimals : decimals <= digits.decimals) return section;
+  const std::size_t from = std::min(digits.point, digits.end);
+  section.replace(from, digits.end - from, zeros_after_point(decimals));
+  return section;
+}
+
+}  // namespace
+
+bool shows_date(const std::string& format) {
+  bool found = false;
+  for_each_piece(sections_of(format).front(),
+                 [&](std::string_view piece, std::size_t) { found = found || date_part(piece) != 0; });
+  return found;
+}
+
+// An m beside hours stands for minutes.
+DatePart finest_part(const std::string& format) {
+  DatePart finest = DatePart::kYear;
+  bool has_m = false;
+  for_each_piece(format, [&](std::string_view piece, std::size_t) {
+    const char part = date_part(piece);
+    has_m = has_m || part == 'm';
+    if (part == 'd') finest = std::max(finest, DatePart::kDay);
+    if (part == 'h') finest = std::max(finest, DatePart::kHour);
+    if (part == 's') finest = DatePart::kSecond;
+  });
+  return has_m ? std::max(finest, finest == DatePart::kHour ? DatePart::kMinute : DatePart::kMonth) : finest;
+}
+
+std::string date_sample(const std::string& format) {
+  std::string sample;
+  char part = 0;
+  std::size_t run = 0;
+  const auto finish_run = [&] {
+    const bool word = run > 2 && (part == 'm' || part == 'd');
+    if (part != 0) sample += word ? (run > 3 ? "Wednesday" : "Wedn") : run > 2 ? "0000" : "00";
+    part = 0;
+    run = 0;
+  };
+  for_each_piece(sections_of(format).front(), [&](std::string_view piece, std::size_t) {
+    const char next = date_part(piece);
+    if (next != part) finish_run();
+    part = next;
+    if (next != 0)
+      ++run;
+    else if (piece.front() == '"')
+      sample += piece.substr(1, piece.size() - 2);
+    else if (piece.front() != '[')
+      sample += piece.back();
+  });
+  finish_run();
+  return sample;
+}
+
+std::string with_decimals_of(int exponent, const std::string& format) {
+  std::string result;
+  for (const std::string& section : sections_of(format.empty() ? kGeneral : format))
+    result += (result.empty() ? "" : ";") + section_with_decimals(section, -exponent);
+  return result;
+}
+
+std::string without_padding(const std::string& format) {
+  std::string result;
+  for_each_piece(format, [&](std::string_view piece, std::size_t) {
+    if (piece.front() != '_' && piece.front() != '*') result += piece;
+  });
+  return result;
+}
+
+}  // namespace ordvane::layout

@@ -1,0 +1,301 @@
+#include "reports/detail_by_input.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "layout/look.h"
+#include "reports/gap_notes.h"
+#include "reports/output_detail.h"
+#include "reports/step_remarks.h"
+#include "reports/table_parts.h"
+#include "reports/utils.h"
+
+namespace ordvane::reports {
+namespace {
+
+using host::HAlign;
+
+namespace text {
+constexpr std::int16_t kSubcaption = 100, kSheetName = 105, kStep = 108, kProgress = 111, kTooManyRows = 114,
+                       kTooManyOutputs = 115, kTitle = 117, kCaption = 119, kRun = 122;
+}  // namespace text
+
+constexpr std::int32_t kHeaderRows = 3;
+constexpr std::int32_t kNameRow = 2;
+constexpr std::int32_t kColumnsPerOutput = 3;
+constexpr std::size_t kMostStepNotes = 500;  // a spreadsheet takes its time over each
+
+struct Columns {
+  Columns(std::int32_t mode, std::int32_t outputs) : m(mode), k(outputs) {}
+  std::int32_t m, k;
+  std::int32_t name = 1, book = 2;
+  std::int32_t sheet() const { return m + 1; }
+  std::int32_t cell() const { return m + 2; }
+  std::int32_t step() const { return m + 3; }
+  std::int32_t input_value() const { return m + 4; }
+  // Value column of output 1 to k; its change and its change in percent follow.
+  std::int32_t output_value(std::int32_t output) const { return m + kColumnsPerOutput * output + 4; }
+  std::int32_t count() const { return kColumnsPerOutput * k + 6 + m; }
+};
+
+class DetailByInput {
+ public:
+  DetailByInput(session::Session& session, const model::OneBased<std::int32_t>& selected,
+                const model::Records& inputs, const model::Records& outputs, std::int32_t mode)
+      : session_(session),
+        selected_(selected),
+        inputs_(inputs),
+        outputs_(outputs),
+        c_(mode, std::min(selected.size(), kMostDetailOutputs)),
+        gaps_(c_.count()) {
+    for (std::int32_t k = 1; k <= c_.k; ++k) results_.emplace_back(output(k), kOutputGaps, gaps_);
+  }
+
+  void make(layout::ReportWorkbook& rWB, std::int32_t iterations, std::int32_t run, std::int32_t runs);
+
+ private:
+  std::int32_t standard_recalculations();
+  bool leaves_out_steps() const;
+  void set_headers();
+  void set_rules();
+  void fill_body();
+  const std::string& step_text(std::int32_t step);
+  struct InputRows {
+    const model::DralInputOutput& input;
+    std::int32_t first, rows;
+    std::int32_t failed = 0;  // results, of all outputs shown
+  };
+  void fill_input(BodyWriter& body, InputRows& group);
+  void name_input(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input) const;
+  void format_names(const std::vector<InputRows>& groups);
+  void format_input_rows(const InputRows& group);
+  void format_columns();
+  void add_step_notes(const std::vector<InputRows>& groups);
+  const model::DralInputOutput& output(std::int32_t k) const { return outputs_(selected_(k)); }
+
+  session::Session& session_;
+  const model::OneBased<std::int32_t>& selected_;
+  const model::Records& inputs_;
+  const model::Records& outputs_;
+  Columns c_;
+  std::int32_t rows_ = 0;
+  GapNotes gaps_;
+  std::vector<ItemCells> results_;  // of the outputs
+  model::OneBased<std::string> step_texts_;
+  std::shared_ptr<layout::ReportTable> table_;
+  std::optional<OutputHeadings> headings_;
+};
+
+void DetailByInput::make(layout::ReportWorkbook& rWB, std::int32_t iterations, std::int32_t run,
+                         std::int32_t runs) {
+  host::Application& application = session_.application();
+  const bool too_many_rows = iterations > kMostDetailRows;
+  const std::int32_t standard = standard_recalculations();
+  application.set_calculation(host::Calculation::kManual);
+  rows_ = too_many_rows ? kMostDetailRows : std::min(standard, kMostDetailRows);
+
+  const auto sheet = rWB.AddSheet(session_.text(text::kSheetName));
+  std::vector<layout::TitleLine> lines = {{session_.CommonString(14), inputs_(1).bookName}};
+  if (runs > 1)
+    lines.push_back(
+        {session_.CommonString(13), session_.text(text::kRun, std::int64_t{run}, std::int64_t{runs})});
+  sheet->AddTitleBlock(session_.text(text::kTitle), lines);
+  sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
+  sheet->SetSheetOption(1);
+  table_ = sheet->AddTable(rows_, c_.count(), kHeaderRows, 0, session_.text(text::kCaption),
+                           session_.text(text::kSubcaption));
+  set_headers();
+  table_->SetIdentityColumns(c_.step(), c_.name);
+  table_->AddColumnBlocks(c_.input_value(), kColumnsPerOutput, 1 + c_.k);
+  if (selected_.size() > c_.k)
+    table_->AddTableNote(0, c_.output_value(1), session_.CommonString(12),
+                         session_.text(text::kTooManyOutputs));
+  if (leaves_out_steps())
+    table_->AddTableNote(0, c_.input_value(), session_.CommonString(12), session_.text(text::kTooManyRows));
+
+  const host::Cursor cursor = application.cursor();
+  application.set_cursor(host::Cursor::kWait);
+  fill_body();
+  gaps_.write(session_, *table_, rows_);
+  application.set_cursor(cursor);
+
+  const auto body = table_->BodyRange();
+  // Names keep the widths that their columns have. All others in one go: the cells lie row by row.
+  body->offset(-1, c_.cell() - 1)
+      ->resize(body->row_count() + 1, c_.count() - c_.cell() + 1)
+      ->auto_fit_columns();
+  table_->Settle();
+  headings_->fit();
+  sheet->FinishSheet();
+}
+
+std::int32_t DetailByInput::standard_recalculations() {
+  model::OneBased<std::int32_t> list(2 * inputs_.size());
+  std::int32_t varied = 0;
+  std::int32_t standard = 0;
+  std::int32_t multi_way = 0;
+  session_.engine->DRL4_GetVaryMultis(session_.hVars, {list.data(), static_cast<std::size_t>(list.size())},
+                                      varied, standard, multi_way);
+  return standard;
+}
+
+bool DetailByInput::leaves_out_steps() const {
+  std::int64_t steps = 0;
+  for (const model::DralInputOutput& input : inputs_) steps += input.numSteps;
+  return steps > rows_;
+}
+
+void DetailByInput::set_headers() {
+  const auto column = [&](std::int32_t number, std::int32_t caption, HAlign body, HAlign heading,
+                          double width) {
+    table_->SetColumnHeader(number, session_.CommonString(caption), body, heading, 0, width, "",
+                            body == HAlign::kLeft);
+  };
+  const auto figures = [&](std::int32_t first) {
+    for (std::int32_t i = 0; i < kColumnsPerOutput; ++i)
+      column(first + i, 5 + i, HAlign::kRight, HAlign::kCenter, layout::kFitColumn);
+  };
+  if (c_.m == model::OrdvaneRangeBookMode)
+    column(c_.book, 0, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
+  if (c_.m > model::OrdvaneRangeCellMode)
+    column(c_.sheet(), 1, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
+  column(c_.name, 2, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
+  column(c_.cell(), 3, HAlign::kCenter, HAlign::kCenter, layout::kFitColumn);
+  column(c_.step(), 4, HAlign::kCenter, HAlign::kCenter, layout::kFitColumn);
+  figures(c_.input_value());
+  for (std::int32_t k = 1; k <= c_.k; ++k) figures(c_.output_value(k));
+
+  const host::BorderFormat rule{.line_style = layout::kRuleLineStyle,
+                                .weight = layout::kRuleWeight,
+                                .color_index = layout::kRuleColorIndex};
+  table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
+      ->set_border(host::Edge::kBottom, rule);
+  AddHeaderGroup(*table_, 1, c_.input_value(), 1, kColumnsPerOutput, session_.CommonString(10));
+  if (c_.k > 0)
+    AddHeaderGroup(*table_, 1, c_.output_value(1), 1, kColumnsPerOutput * c_.k, session_.CommonString(11));
+  headings_.emplace(session_, *table_, kNameRow, kColumnsPerOutput,
+                    static_cast<model::OrdvaneRangeMode>(c_.m));
+  for (std::int32_t k = 1; k <= c_.k; ++k) headings_->add(output(k), c_.output_value(k));
+  set_rules();
+}
+
+void DetailByInput::set_rules() {
+  table_->AddColumnRule(c_.step(), -1, layout::kRuleLineStyle, layout::kRuleWeight, layout::kRuleColorIndex);
+  for (std::int32_t k = 1; k <= c_.k; ++k) {
+    session_.environment->pump_messages();
+    table_->AddColumnRule(c_.output_value(k) - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
+                          layout::kRuleColorIndex);
+  }
+}
+
+void DetailByInput::fill_body() {
+  BodyWriter body(*table_, rows_);
+  std::vector<InputRows> groups;
+  for (std::int32_t i = 1; i <= inputs_.size() && body.rows() < rows_; ++i) {
+    const model::DralInputOutput& input = inputs_(i);
+    session_.application().set_status_bar(
+        session_.text(text::kProgress, std::int64_t{i}, std::int64_t{inputs_.size()}));
+    CheckUserCancel(session_);
+    const std::int32_t first = body.rows() + 1;
+    const std::int32_t rows = std::min(input.numSteps, rows_ - first + 1);
+    if (rows < 1) continue;
+    groups.push_back({input, first, rows});
+    fill_input(body, groups.back());
+  }
+  body.flush();
+  format_columns();
+  format_names(groups);
+  for (const InputRows& group : groups) format_input_rows(group);
+  add_step_notes(groups);
+}
+
+void DetailByInput::fill_input(BodyWriter& body, InputRows& group) {
+  const ItemCells values(group.input, kInputGaps, gaps_);
+  const auto columns = [](std::int32_t first) {
+    return ItemColumns{.value = first, .change = first + 1, .fraction = first + 2};
+  };
+  for (std::int32_t step = 1; step <= group.rows; ++step) {
+    const std::int32_t r = body.next_row();
+    const FilledRow row{.block = body.block(), .row = r, .body_row = body.rows()};
+    name_input(row.block, r, group.input);
+    row.block.set_text(r, c_.step(), step_text(step));
+    values.put(row, columns(c_.input_value()), group.input.InputValuesUsed(step));
+    for (std::int32_t k = 1; k <= c_.k; ++k) {
+      const double result = group.input.OutputValuesCalculated(selected_(k), step);
+      if (!results_[static_cast<std::size_t>(k - 1)].put(row, columns(c_.output_value(k)), result))
+        ++group.failed;
+    }
+    CheckUserCancel(session_);
+  }
+}
+
+// In every row, so that rows can be filtered and sorted, and a page that begins within the rows of an input
+// names it.
+void DetailByInput::name_input(host::CellBlock& block, std::int32_t row,
+                               const model::DralInputOutput& input) const {
+  block.set_text(row, c_.name, ItemLabel(input));
+  if (c_.m == model::OrdvaneRangeBookMode) block.set_text(row, c_.book, input.bookName);
+  if (c_.m > model::OrdvaneRangeCellMode) block.set_text(row, c_.sheet(), input.sheetName);
+  block.set_text(row, c_.cell(), input.cellAddress);
+}
+
+// Most inputs have the same steps: each text is made once.
+const std::string& DetailByInput::step_text(std::int32_t step) {
+  while (step_texts_.size() < step)
+    step_texts_.push_back(session_.text(text::kStep, std::int64_t{step_texts_.size()} + 1));
+  return step_texts_(step);
+}
+
+// An input shows where its first row is darker; long names go on below there.
+void DetailByInput::format_names(const std::vector<InputRows>& groups) {
+  if (groups.empty()) return;
+  table_->Body(1, 1, rows_, c_.cell())->set_font({.color = layout::look::kMuted});
+  std::vector<std::int32_t> first_rows;
+  for (const InputRows& group : groups) {
+    table_->Body(group.first, 1, 1, c_.cell())->set_font({.color = layout::look::kText});
+    first_rows.push_back(group.first);
+  }
+  table_->WrapNames(first_rows);
+}
+
+// What one input's rows have of their own: its number format, a rule below them.
+void DetailByInput::format_input_rows(const InputRows& group) {
+  FormatValuesAndChanges(*table_, group.first, group.rows, c_.input_value(), group.input);
+  table_->AddRowRule(group.first + group.rows - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
+                     layout::kRuleColorIndex);
+}
+
+void DetailByInput::format_columns() {
+  if (rows_ < 1) return;
+  table_->FormatBody(1, rows_, c_.input_value() + 2, PercentFormat());
+  for (std::int32_t k = 1; k <= c_.k; ++k) {
+    FormatValuesAndChanges(*table_, 1, rows_, c_.output_value(k), output(k));
+    table_->FormatBody(1, rows_, c_.output_value(k) + 2, PercentFormat());
+  }
+}
+
+void DetailByInput::add_step_notes(const std::vector<InputRows>& groups) {
+  std::size_t notes = 0;
+  for (const InputRows& group : groups) {
+    if (group.failed == 0) continue;
+    if (++notes > kMostStepNotes) return;
+    table_->AddTableNote(group.first, c_.name, session_.CommonString(12),
+                         StepNote(session_, {.steps = group.rows * c_.k, .failed = group.failed}));
+  }
+}
+
+}  // namespace
+
+std::int32_t MakeDetailByInputReport(session::Session& session, layout::ReportWorkbook& rWB,
+                                     const model::OneBased<std::int32_t>& selectedOutputs,
+                                     const model::Records& trInputs, const model::Records& trOutputs,
+                                     std::int32_t numIterations, model::OrdvaneRangeMode rangeMode,
+                                     std::int32_t runNumber, std::int32_t totalRuns) {
+  DetailByInput(session, selectedOutputs, trInputs, trOutputs, rangeMode)
+      .make(rWB, numIterations, runNumber, totalRuns);
+  return 0;
+}
+
+}  // namespace ordvane::reports

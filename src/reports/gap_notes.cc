@@ -1,0 +1,102 @@
+#include "reports/gap_notes.h"
+
+#include <cmath>
+
+namespace ordvane::reports {
+namespace {
+
+// String ids.
+constexpr std::int16_t kFailedResults = 261;
+constexpr std::int16_t kNoNumbers = 600;
+constexpr std::int16_t kInputBaseZero = 607;
+constexpr std::int16_t kOutputBaseZero = 608;
+constexpr std::int16_t kInputBaseInvalid = 130;
+constexpr std::int16_t kOutputBaseInvalid = 131;
+
+std::int16_t text_of(Gap gap) {
+  switch (gap) {
+    case Gap::kFailedResult:
+      return kFailedResults;
+    case Gap::kInputBaseZero:
+      return kInputBaseZero;
+    case Gap::kOutputBaseZero:
+      return kOutputBaseZero;
+    case Gap::kInputBaseInvalid:
+      return kInputBaseInvalid;
+    case Gap::kOutputBaseInvalid:
+      return kOutputBaseInvalid;
+    case Gap::kNoNumber:
+      break;
+  }
+  return kNoNumbers;
+}
+
+}  // namespace
+
+void GapNotes::add(Gap gap, std::int32_t body_row, std::int32_t column) {
+  Gaps& gaps = first_[static_cast<std::size_t>(column - 1) * kGaps + static_cast<std::size_t>(gap)];
+  if (gaps.row == 0 || body_row < gaps.row) gaps.row = body_row;
+  ++gaps.count;
+}
+
+void GapNotes::write(const session::Session& session, layout::ReportTable& table,
+                     std::int32_t results) const {
+  for (std::size_t i = 0; i < first_.size(); ++i) {
+    if (first_[i].row == 0) continue;
+    const auto gap = static_cast<Gap>(i % kGaps);
+    const auto column = static_cast<std::int32_t>(i / kGaps) + 1;
+    const std::string text =
+        gap == Gap::kFailedResult
+            ? session.text(text_of(gap), std::int64_t{first_[i].count}, std::int64_t{results})
+            : session.text(text_of(gap));
+    table.AddTableNote(first_[i].row, column, session.CommonString(12), text);
+  }
+}
+
+ItemCells::ItemCells(const model::DralInputOutput& item, const ItemGaps& kinds, GapNotes& gaps)
+    : rules_(item.rules()),
+      base_(item.BaseValue()),
+      has_base_(rules_.is_usable(base_)),
+      kinds_(kinds),
+      gaps_(gaps) {}
+
+bool ItemCells::put(const FilledRow& row, const ItemColumns& columns, double value) const {
+  const auto each_change = [&](const auto& use) {
+    if (columns.change > 0) use(columns.change);
+    if (columns.fraction > 0) use(columns.fraction);
+  };
+  if (!rules_.is_usable(value)) {
+    put_gap(row, columns.value, kinds_.no_number);
+    // The note on the value says why there are no changes either.
+    each_change([&](std::int32_t column) { row.block.set_text(row.row, column, host::kNotShown); });
+    return false;
+  }
+  row.block.set_number(row.row, columns.value, value);
+  if (!has_base_) {
+    each_change([&](std::int32_t column) { put_gap(row, column, kinds_.base_invalid); });
+    return true;
+  }
+  const double change = rules_.difference(value, base_);
+  if (columns.change > 0) put_number(row, columns.change, change);
+  if (columns.fraction < 1) return true;
+  if (base_ == 0)
+    put_gap(row, columns.fraction, kinds_.base_zero);
+  else
+    put_number(row, columns.fraction, change / std::fabs(base_));
+  return true;
+}
+
+// No cell holds what is not finite.
+void ItemCells::put_number(const FilledRow& row, std::int32_t column, double number) const {
+  if (std::isfinite(number))
+    row.block.set_number(row.row, column, number);
+  else
+    put_gap(row, column, Gap::kNoNumber);
+}
+
+void ItemCells::put_gap(const FilledRow& row, std::int32_t column, Gap gap) const {
+  row.block.set_text(row.row, column, host::kNotShown);
+  gaps_.add(gap, row.body_row, column);
+}
+
+}  // namespace ordvane::reports

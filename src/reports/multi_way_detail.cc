@@ -1,0 +1,611 @@
+#include "reports/multi_way_detail.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "layout/look.h"
+#include "reports/detail_by_input.h"
+#include "reports/gap_notes.h"
+#include "reports/output_detail.h"
+#include "reports/step_remarks.h"
+#include "reports/table_parts.h"
+#include "reports/utils.h"
+
+namespace ordvane::reports {
+namespace {
+
+using host::HAlign;
+
+namespace text {
+constexpr std::int16_t kSheetName = 210, kTitle = 211, kExtremesCaption = 212, kExtremesSubcaption = 213,
+                       kCaption = 214, kSubcaption = 215, kCombination = 216, kGroup = 217, kMembers = 218,
+                       kMember = 219, kInGroup = 220, kInteraction = 221, kHighest = 222, kLowest = 223,
+                       kProgress = 224, kTooManyRows = 225, kTooManyOutputs = 226, kTooManyMembers = 227,
+                       kGroupNote = 228, kInGroupNote = 229, kRankNote = 230, kInteractionNote = 231,
+                       kNoGroups = 232, kRun = 233, kLow = 201, kHigh = 202, kErrors = 270,
+                       kOtherValues = 271, kNoOwnSwing = 272, kLeavesOutBase = 273, kTooManyRowsInGroup = 274;
+}  // namespace text
+
+constexpr std::int32_t kHeaderRows = 3;
+constexpr std::int32_t kNameRow = 2;
+constexpr std::int32_t kColumnsPerOutput = 5;
+constexpr std::int32_t kCaptionRows = 2;  // above the table of combinations
+constexpr double kLabelWidth = 14;        // characters, at least
+constexpr std::int32_t kProgressMessages = 200;
+constexpr std::size_t kMostGroupNotes = 500;  // a spreadsheet takes its time over each
+
+struct Columns {
+  std::int32_t m = 0;        // range mode
+  std::int32_t members = 0;  // of the largest group
+  std::int32_t outputs = 0;
+  std::int32_t combination = 1, group = 2;
+  // Of each member: name, workbook and worksheet in the wider range modes, value.
+  std::int32_t per_member() const { return m + 2; }
+  std::int32_t name(std::int32_t member) const { return group + 1 + (member - 1) * per_member(); }
+  std::int32_t book(std::int32_t member) const { return name(member) + 1; }
+  std::int32_t sheet(std::int32_t member) const { return name(member) + m; }
+  std::int32_t member_value(std::int32_t member) const { return name(member + 1) - 1; }
+  // Of each output.
+  std::int32_t result(std::int32_t output) const {
+    return name(members + 1) + (output - 1) * kColumnsPerOutput;
+  }
+  std::int32_t change(std::int32_t output) const { return result(output) + 1; }
+  std::int32_t in_group(std::int32_t output) const { return result(output) + 2; }
+  std::int32_t rank(std::int32_t output) const { return result(output) + 3; }
+  std::int32_t interaction(std::int32_t output) const { return result(output) + 4; }
+  std::int32_t count() const { return result(outputs + 1) - 1; }
+};
+
+// As many members and outputs as the sheet's columns hold, members first; of a sheet that is not known, as
+// many as the smallest one's.
+Columns columns_for(std::int32_t mode, std::int32_t largest_group, std::int32_t outputs,
+                    std::int32_t sheet_columns) {
+  Columns c{.m = mode, .members = largest_group, .outputs = outputs};
+  if (sheet_columns < 1) {
+    c.outputs = std::min(outputs, kMostDetailOutputs);
+    return c;
+  }
+  const std::int32_t room = sheet_columns - c.group;
+  c.members = std::clamp((room - kColumnsPerOutput) / c.per_member(), 1, std::max(largest_group, 1));
+  c.outputs = std::clamp((room - c.members * c.per_member()) / kColumnsPerOutput, 1, std::max(c.outputs, 1));
+  c.outputs = std::min(c.outputs, outputs);
+  return c;
+}
+
+// Why there is no interaction.
+std::int16_t text_of(model::InteractionState state) {
+  switch (state) {
+    case model::InteractionState::kNoOwnSwing:
+      return text::kNoOwnSwing;
+    case model::InteractionState::kOtherValues:
+      return text::kOtherValues;
+    case model::InteractionState::kErrors:
+    case model::InteractionState::kMeasured:
+      break;
+  }
+  return text::kErrors;
+}
+
+class MultiWayDetail {
+ public:
+  MultiWayDetail(session::Session& session, const model::OneBased<std::int32_t>& selected,
+                 const model::Records& inputs, const model::Records& outputs, const model::MultiWayRun& run,
+                 const model::OneBased<model::GroupEffects>& effects, std::int32_t mode);
+
+  void make(layout::ReportWorkbook& rWB, std::int32_t runNumber, std::int32_t runs);
+
+ private:
+  // The lowest or highest result of an output over all groups.
+  struct Extreme {
+    std::int32_t output = 0;  // position in the selection
+    bool highest = false;
+    std::int32_t group = 0;  // position in the run; 0: the output has no usable result
+    std::int32_t combination = 0;
+  };
+  // Body rows that show combinations of one group.
+  struct GroupRows {
+    std::int32_t group = 0;
+    std::int32_t first = 0, rows = 0;
+  };
+  struct MarkedRow {
+    std::int32_t row = 0;
+    std::int32_t output = 0;
+  };
+  // Fills cells of one of the tables.
+  struct Filling {
+    Filling(const MultiWayDetail& report, const ItemGaps& of_results) : gaps(report.c_.count()) {
+      for (const model::DralInputOutput& input : report.inputs_) values.emplace_back(input, kInputGaps, gaps);
+      for (std::int32_t k = 1; k <= report.c_.outputs; ++k)
+        results.emplace_back(report.output(k), of_results, gaps);
+    }
+    Filling(const Filling&) = delete;
+    Filling& operator=(const Filling&) = delete;
+
+    GapNotes gaps;
+    std::vector<ItemCells> values;   // of the inputs
+    std::vector<ItemCells> results;  // of the outputs
+  };
+
+  void find_extremes();
+  void add_title(std::int32_t runNumber, std::int32_t runs);
+  void add_extremes();
+  void set_headers();
+  void add_header_notes();
+  void add_combinations();
+  void set_columns(layout::ReportTable& table, bool labelled);
+  void fill_extremes();
+  void fill_combinations();
+  void fill_combination(const FilledRow& row, Filling& filling, std::int32_t group, std::int32_t combination);
+  void fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group);
+  void mark_ends_in_group(host::CellBlock& block, std::int32_t row, std::int32_t group,
+                          std::int32_t combination);
+  void format_member_values(layout::ReportTable& table, const std::vector<GroupRows>& groups);
+  void format_groups(const std::vector<GroupRows>& groups);
+  const std::string& member_format(std::int32_t group, std::int32_t position) const;
+  void mark_extreme(layout::ReportTable& table, const MarkedRow& marked);
+  void note_all_failed(const MarkedRow& at);
+  void note_interaction(layout::ReportTable& table, const MarkedRow& at, const model::GroupEffect& effect);
+  void note_groups(const std::vector<GroupRows>& groups);
+  void note_left_out_rows(const std::vector<GroupRows>& groups);
+  std::string outputs_left_out() const;
+  void fit_columns();
+
+  std::int32_t largest_group() const;
+  std::int32_t rows_to_show() const;
+  const model::DralInputOutput& output(std::int32_t k) const { return outputs_(selected_(k)); }
+  const model::DralInputOutput& member(std::int32_t group, std::int32_t position) const {
+    return inputs_(run_.groups(group).members(position));
+  }
+  std::int32_t shown_members(std::int32_t group) const {
+    return std::min(run_.groups(group).members.size(), c_.members);
+  }
+  std::string name_of(const model::DralInputOutput& item) const {
+    return item.NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m));
+  }
+  // Position of the group in the table.
+  std::int32_t number(std::int32_t group) const { return effects_(1)(group).rank; }
+
+  session::Session& session_;
+  const model::OneBased<std::int32_t>& selected_;
+  const model::Records& inputs_;
+  const model::Records& outputs_;
+  const model::MultiWayRun& run_;
+  const model::OneBased<model::GroupEffects>& effects_;  // one an output, each with one a group
+  Columns c_;
+  model::OneBased<std::int32_t> order_;            // groups by number
+  model::OneBased<std::string> labels_, formats_;  // of the inputs
+  std::string low_, high_;                         // marks of the ends of a group
+  std::vector<Extreme> extremes_;                  // two an output: highest, lowest
+  std::int64_t combinations_ = 0;                  // of all groups
+  std::int32_t rows_ = 0;                          // combinations shown
+  std::shared_ptr<layout::ReportSheet> sheet_;
+  // The second one goes on under the headers of the first.
+  std::shared_ptr<layout::ReportTable> extremes_table_, combinations_table_;
+  std::optional<OutputHeadings> headings_;
+};
+
+MultiWayDetail::MultiWayDetail(session::Session& session, const model::OneBased<std::int32_t>& selected,
+                               const model::Records& inputs, const model::Records& outputs,
+                               const model::MultiWayRun& run,
+                               const model::OneBased<model::GroupEffects>& effects, std::int32_t mode)
+    : session_(session),
+      selected_(selected),
+      inputs_(inputs),
+      outputs_(outputs),
+      run_(run),
+      effects_(effects),
+      c_(columns_for(mode, largest_group(), selected.size(), session.sheet_columns)),
+      order_(run.groups.size()),
+      low_(session.text(text::kLow)),
+      high_(session.text(text::kHigh)) {
+  std::iota(order_.begin(), order_.end(), 1);
+  std::sort(order_.begin(), order_.end(),
+            [&](std::int32_t a, std::int32_t b) { return number(a) < number(b); });
+  for (const model::DralInputOutput& input : inputs) {
+    labels_.push_back(ItemLabel(input));
+    formats_.push_back(ValueFormat(input));
+  }
+  for (const model::MultiGroup& group : run.groups) combinations_ += group.combinations;
+}
+
+std::int32_t MultiWayDetail::largest_group() const {
+  std::int32_t members = 0;
+  for (const model::MultiGroup& group : run_.groups) members = std::max(members, group.members.size());
+  return members;
+}
+
+void MultiWayDetail::make(layout::ReportWorkbook& rWB, std::int32_t runNumber, std::int32_t runs) {
+  host::Application& application = session_.application();
+  application.set_calculation(host::Calculation::kManual);
+  sheet_ = rWB.AddSheet(session_.text(text::kSheetName));
+  add_title(runNumber, runs);
+  if (run_.groups.empty() || selected_.empty()) {
+    sheet_->NextCell()->set_value(session_.text(text::kNoGroups));
+    sheet_->FinishSheet();
+    return;
+  }
+  const host::Cursor cursor = application.cursor();
+  application.set_cursor(host::Cursor::kWait);
+  find_extremes();
+  add_extremes();
+  add_combinations();
+  application.set_cursor(cursor);
+  fit_columns();
+  sheet_->FinishSheet();
+}
+
+void MultiWayDetail::add_title(std::int32_t runNumber, std::int32_t runs) {
+  std::vector<layout::TitleLine> lines = {{session_.CommonString(14), inputs_(1).bookName}};
+  if (runs > 1)
+    lines.push_back(
+        {session_.CommonString(13), session_.text(text::kRun, std::int64_t{runNumber}, std::int64_t{runs})});
+  sheet_->AddTitleBlock(session_.text(text::kTitle), lines);
+  sheet_->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
+  sheet_->SetSheetOption(1);
+}
+
+// The first in the order of the table, where several groups have it.
+void MultiWayDetail::find_extremes() {
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    Extreme highest{.output = k, .highest = true};
+    Extreme lowest{.output = k, .highest = false};
+    for (const std::int32_t g : order_) {
+      const model::GroupEffect& effect = effects_(k)(g);
+      if (effect.lowest_at == 0) continue;
+      if (highest.group == 0 || effect.highest > effects_(k)(highest.group).highest) {
+        highest.group = g;
+        highest.combination = effect.highest_at;
+      }
+      if (lowest.group == 0 || effect.lowest < effects_(k)(lowest.group).lowest) {
+        lowest.group = g;
+        lowest.combination = effect.lowest_at;
+      }
+    }
+    extremes_.push_back(highest);
+    extremes_.push_back(lowest);
+  }
+}
+
+void MultiWayDetail::add_extremes() {
+  extremes_table_ =
+      sheet_->AddTable(static_cast<std::int32_t>(extremes_.size()), c_.count(), kHeaderRows, 0,
+                       session_.text(text::kExtremesCaption), session_.text(text::kExtremesSubcaption));
+  set_headers();
+  set_columns(*extremes_table_, true);
+  extremes_table_->SetIdentityColumns(c_.result(1) - 1, c_.group);
+  extremes_table_->AddColumnBlocks(c_.name(1), c_.per_member(), c_.members);
+  extremes_table_->AddColumnBlocks(c_.result(1), kColumnsPerOutput, c_.outputs);
+  add_header_notes();
+  fill_extremes();
+}
+
+void MultiWayDetail::set_headers() {
+  layout::ReportTable& table = *extremes_table_;
+  AddHeaderGroup(table, 1, c_.name(1), 1, c_.members * c_.per_member(), session_.text(text::kMembers));
+  AddHeaderGroup(table, 1, c_.result(1), 1, c_.outputs * kColumnsPerOutput, session_.CommonString(11));
+  for (std::int32_t i = 1; i <= c_.members; ++i)
+    AddHeaderGroup(table, kNameRow, c_.name(i), 1, c_.per_member(),
+                   session_.text(text::kMember, std::int64_t{i}));
+  headings_.emplace(session_, table, kNameRow, kColumnsPerOutput, static_cast<model::OrdvaneRangeMode>(c_.m));
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) headings_->add(output(k), c_.result(k));
+
+  table.SetCaption(c_.combination, session_.text(text::kCombination), HAlign::kLeft);
+  table.SetCaption(c_.group, session_.text(text::kGroup), HAlign::kCenter);
+  for (std::int32_t i = 1; i <= c_.members; ++i) {
+    table.SetCaption(c_.name(i), session_.CommonString(2), HAlign::kLeft);
+    table.Header(kHeaderRows, c_.name(i))->set_indent(1);
+    if (c_.m == model::OrdvaneRangeBookMode)
+      table.SetCaption(c_.book(i), session_.CommonString(0), HAlign::kLeft);
+    if (c_.m > model::OrdvaneRangeCellMode)
+      table.SetCaption(c_.sheet(i), session_.CommonString(1), HAlign::kLeft);
+    table.SetCaption(c_.member_value(i), session_.CommonString(5), HAlign::kCenter);
+  }
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    table.SetCaption(c_.result(k), session_.CommonString(5), HAlign::kCenter);
+    table.SetCaption(c_.change(k), session_.CommonString(7), HAlign::kCenter);
+    table.SetCaption(c_.in_group(k), session_.text(text::kInGroup), HAlign::kCenter);
+    table.SetCaption(c_.rank(k), session_.CommonString(9), HAlign::kCenter);
+    table.SetCaption(c_.interaction(k), session_.text(text::kInteraction), HAlign::kCenter);
+  }
+}
+
+void MultiWayDetail::add_header_notes() {
+  const auto note = [&](std::int32_t column, const std::string& words) {
+    extremes_table_->AddTableNote(0, column, session_.CommonString(12), words);
+  };
+  note(c_.group, session_.text(text::kGroupNote, name_of(output(1))));
+  note(c_.in_group(1), session_.text(text::kInGroupNote));
+  note(c_.rank(1), session_.text(text::kRankNote));
+  note(c_.interaction(1), session_.text(text::kInteractionNote));
+  if (c_.members < largest_group())
+    note(c_.name(c_.members),
+         session_.text(text::kTooManyMembers, std::int64_t{c_.members}, std::int64_t{largest_group()}));
+  if (c_.outputs < selected_.size())
+    note(c_.result(1), session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs},
+                                     std::int64_t{selected_.size()}, outputs_left_out()));
+}
+
+std::string MultiWayDetail::outputs_left_out() const {
+  std::vector<std::string> outputs;
+  for (std::int32_t k = c_.outputs + 1; k <= selected_.size(); ++k) outputs.push_back(ItemLabel(output(k)));
+  return session_.list_of(outputs);
+}
+
+void MultiWayDetail::set_columns(layout::ReportTable& table, bool labelled) {
+  table.SetColumn(c_.combination, HAlign::kLeft, kLabelWidth, "", labelled);
+  table.SetColumn(c_.group, HAlign::kCenter, layout::kFitColumn, "", false);
+  for (std::int32_t i = 1; i <= c_.members; ++i) {
+    for (std::int32_t column = c_.name(i); column < c_.member_value(i); ++column)
+      table.SetColumn(column, HAlign::kLeft, kLabelWidth, "", true);
+    table.SetColumn(c_.member_value(i), HAlign::kRight, layout::kFitColumn, "", false);
+    table.Body(1, c_.name(i), std::max(table.rows(), 1))->set_indent(1);  // clear of the rule beside it
+    table.AddColumnRule(c_.name(i) - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
+                        layout::kRuleColorIndex);
+  }
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    session_.environment->pump_messages();
+    table.SetColumn(c_.result(k), HAlign::kRight, layout::kFitColumn, ValueFormat(output(k)), false);
+    table.SetColumn(c_.change(k), HAlign::kRight, layout::kFitColumn, PercentFormat(), false);
+    table.SetColumn(c_.in_group(k), HAlign::kCenter, layout::kFitColumn, "", false);
+    table.SetColumn(c_.rank(k), HAlign::kCenter, layout::kFitColumn, "", false);
+    table.SetColumn(c_.interaction(k), HAlign::kRight, layout::kFitColumn, ChangeFormat(output(k)), false);
+    table.AddColumnRule(c_.result(k) - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
+                        layout::kRuleColorIndex);
+  }
+}
+
+void MultiWayDetail::fill_extremes() {
+  BodyWriter body(*extremes_table_, extremes_table_->rows());
+  // How many results failed says the table below.
+  Filling filling(*this, {Gap::kNoNumber, kOutputGaps.base_zero, kOutputGaps.base_invalid});
+  std::vector<GroupRows> groups;
+  for (const Extreme& extreme : extremes_) {
+    const std::int32_t row = body.next_row();
+    body.block().set_text(
+        row, c_.combination,
+        session_.text(extreme.highest ? text::kHighest : text::kLowest, name_of(output(extreme.output))));
+    const MarkedRow at = {.row = body.rows(), .output = extreme.output};
+    if (extreme.group == 0) {
+      body.block().set_text(row, c_.result(extreme.output), host::kNotShown);
+      note_all_failed(at);
+      continue;
+    }
+    fill_combination({body.block(), row, body.rows()}, filling, extreme.group, extreme.combination);
+    fill_group_figures(body.block(), row, extreme.group);
+    mark_ends_in_group(body.block(), row, extreme.group, extreme.combination);
+    note_interaction(*extremes_table_, at, effects_(extreme.output)(extreme.group));
+    groups.push_back({.group = extreme.group, .first = body.rows(), .rows = 1});
+  }
+  body.flush();
+  filling.gaps.write(session_, *extremes_table_, extremes_table_->rows());
+  format_member_values(*extremes_table_, groups);
+  for (std::int32_t row = 1; const Extreme& extreme : extremes_)
+    mark_extreme(*extremes_table_, {.row = row++, .output = extreme.output});
+}
+
+std::int32_t MultiWayDetail::rows_to_show() const {
+  const std::int32_t above = sheet_->NextCell()->row() - 1 + kCaptionRows;
+  const std::int32_t room =
+      session_.sheet_rows > 0 ? std::max(session_.sheet_rows - above, 0) : kMostDetailRows;
+  return static_cast<std::int32_t>(std::min<std::int64_t>(combinations_, room));
+}
+
+void MultiWayDetail::add_combinations() {
+  rows_ = rows_to_show();
+  combinations_table_ = sheet_->AddTable(rows_, c_.count(), 0, 0, session_.text(text::kCaption),
+                                         session_.text(text::kSubcaption, name_of(output(1))));
+  set_columns(*combinations_table_, false);
+  fill_combinations();
+}
+
+void MultiWayDetail::fill_combinations() {
+  std::multimap<std::pair<std::int32_t, std::int32_t>, std::int32_t> outputs_at;  // by group and combination
+  for (const Extreme& extreme : extremes_)
+    outputs_at.insert({{extreme.group, extreme.combination}, extreme.output});
+
+  BodyWriter body(*combinations_table_, rows_);
+  Filling filling(*this, kOutputGaps);
+  std::vector<GroupRows> groups;
+  std::vector<MarkedRow> marked;
+  const std::int32_t message_every = std::max(order_.size() / kProgressMessages, 1);
+  for (std::int32_t i = 1; i <= order_.size() && body.rows() < rows_; ++i) {
+    if (i % message_every == 0)
+      session_.application().set_status_bar(
+          session_.text(text::kProgress, std::int64_t{i}, std::int64_t{order_.size()}));
+    const std::int32_t g = order_(i);
+    const std::int32_t first = body.rows() + 1;
+    const model::OneBased<std::int32_t> combinations = model::CombinationsInOrder(run_.groups(g));
+    const std::int32_t rows = std::min(combinations.size(), rows_ - first + 1);
+    for (std::int32_t r = 1; r <= rows; ++r) {
+      const std::int32_t c = combinations(r);
+      const std::int32_t row = body.next_row();
+      body.block().set_number(row, c_.combination, r);
+      fill_combination({body.block(), row, body.rows()}, filling, g, c);
+      if (r == 1) fill_group_figures(body.block(), row, g);
+      mark_ends_in_group(body.block(), row, g, c);
+      const auto [begin, end] = outputs_at.equal_range({g, c});
+      for (auto at = begin; at != end; ++at) marked.push_back({.row = body.rows(), .output = at->second});
+      CheckUserCancel(session_);
+    }
+    groups.push_back({.group = g, .first = first, .rows = rows});
+  }
+  body.flush();
+  filling.gaps.write(session_, *combinations_table_, rows_);
+  note_left_out_rows(groups);
+  note_groups(groups);
+  format_groups(groups);
+  for (const MarkedRow& row : marked) {
+    combinations_table_->Body(row.row, 1, 1, c_.count())->set_interior({.color = layout::look::kMarked});
+    mark_extreme(*combinations_table_, row);
+  }
+}
+
+void MultiWayDetail::fill_combination(const FilledRow& row, Filling& filling, std::int32_t group,
+                                      std::int32_t combination) {
+  const model::MultiGroup& g = run_.groups(group);
+  row.block.set_number(row.row, c_.group, number(group));
+  for (std::int32_t i = 1; i <= shown_members(group); ++i) {
+    const model::DralInputOutput& input = member(group, i);
+    row.block.set_text(row.row, c_.name(i), labels_(g.members(i)));
+    if (c_.m == model::OrdvaneRangeBookMode) row.block.set_text(row.row, c_.book(i), input.bookName);
+    if (c_.m > model::OrdvaneRangeCellMode) row.block.set_text(row.row, c_.sheet(i), input.sheetName);
+    filling.values[static_cast<std::size_t>(g.members(i) - 1)].put(
+        row, {.value = c_.member_value(i)}, g.inputs(i).value[static_cast<std::size_t>(combination - 1)]);
+  }
+  for (std::int32_t k = 1; k <= c_.outputs; ++k)
+    filling.results[static_cast<std::size_t>(k - 1)].put(
+        row, {.value = c_.result(k), .fraction = c_.change(k)}, run_.result(k, g, combination));
+}
+
+void MultiWayDetail::fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group) {
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    const model::GroupEffect& effect = effects_(k)(group);
+    block.set_number(row, c_.rank(k), effect.rank);
+    if (effect.interaction_state == model::InteractionState::kMeasured)
+      block.set_number(row, c_.interaction(k), effect.interaction);
+    else
+      block.set_text(row, c_.interaction(k), host::kNotShown);
+  }
+}
+
+// Equal results have no ends.
+void MultiWayDetail::mark_ends_in_group(host::CellBlock& block, std::int32_t row, std::int32_t group,
+                                        std::int32_t combination) {
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    const model::GroupEffect& effect = effects_(k)(group);
+    if (effect.swing == 0) continue;
+    if (combination == effect.highest_at) block.set_text(row, c_.in_group(k), high_);
+    if (combination == effect.lowest_at) block.set_text(row, c_.in_group(k), low_);
+  }
+}
+
+// The names stand in every row, so that the rows can be filtered and sorted; a group shows where its first
+// row is darker.
+void MultiWayDetail::format_groups(const std::vector<GroupRows>& groups) {
+  layout::ReportTable& table = *combinations_table_;
+  if (groups.empty()) return;
+  const host::FontFormat quiet = {.color = layout::look::kMuted};
+  table.Body(1, c_.combination, rows_, c_.name(1) - c_.combination)->set_font(quiet);
+  for (std::int32_t i = 1; i <= c_.members; ++i)
+    table.Body(1, c_.name(i), rows_, c_.member_value(i) - c_.name(i))->set_font(quiet);
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) table.Body(1, c_.in_group(k), rows_)->set_font(quiet);
+  for (const GroupRows& group : groups) {
+    table.Body(group.first, c_.group, 1, c_.result(1) - c_.group)->set_font({.color = layout::look::kText});
+    table.AddRowRule(group.first + group.rows - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
+                     layout::kRuleColorIndex);
+  }
+  format_member_values(table, groups);
+}
+
+// Empty where the group has no such member.
+const std::string& MultiWayDetail::member_format(std::int32_t group, std::int32_t position) const {
+  static const std::string kNone;
+  return position <= shown_members(group) ? formats_(run_.groups(group).members(position)) : kNone;
+}
+
+// Members of different groups stand in one column: the commonest format is set for the whole column, the
+// others on the runs of rows that have them.
+void MultiWayDetail::format_member_values(layout::ReportTable& table, const std::vector<GroupRows>& groups) {
+  for (std::int32_t i = 1; i <= c_.members; ++i) {
+    std::map<std::string, std::int64_t> rows_with;
+    for (const GroupRows& group : groups) rows_with[member_format(group.group, i)] += group.rows;
+    rows_with.erase("");
+    if (rows_with.empty()) continue;
+    const std::string commonest =
+        std::max_element(rows_with.begin(), rows_with.end(), [](const auto& a, const auto& b) {
+          return a.second < b.second;
+        })->first;
+    table.FormatBody(1, table.rows(), c_.member_value(i), commonest);
+    for (std::size_t at = 0; at < groups.size();) {
+      const std::string& format = member_format(groups[at].group, i);
+      const std::int32_t first = groups[at].first;
+      std::int32_t rows = 0;
+      for (; at < groups.size() && member_format(groups[at].group, i) == format; ++at)
+        rows += groups[at].rows;
+      if (!format.empty() && format != commonest) table.FormatBody(first, rows, c_.member_value(i), format);
+    }
+  }
+}
+
+// The result that the row is about.
+void MultiWayDetail::mark_extreme(layout::ReportTable& table, const MarkedRow& marked) {
+  const auto cell = table.Body(marked.row, c_.result(marked.output));
+  cell->set_interior({.color = layout::look::kMarked});
+  cell->set_font({.bold = true});
+}
+
+// Of an output without a usable result.
+void MultiWayDetail::note_all_failed(const MarkedRow& at) {
+  std::int32_t results = 0;
+  for (const model::MultiGroup& group : run_.groups) results += group.combinations;
+  extremes_table_->AddTableNote(at.row, c_.result(at.output), session_.CommonString(12),
+                                StepNote(session_, {.steps = results, .failed = results}));
+}
+
+void MultiWayDetail::note_interaction(layout::ReportTable& table, const MarkedRow& at,
+                                      const model::GroupEffect& effect) {
+  if (effect.interaction_state != model::InteractionState::kMeasured)
+    table.AddTableNote(at.row, c_.interaction(at.output), session_.CommonString(12),
+                       session_.text(text_of(effect.interaction_state)));
+}
+
+// At the figures of each group: what cuts its swing, and why it has no interaction.
+void MultiWayDetail::note_groups(const std::vector<GroupRows>& groups) {
+  std::size_t notes = 0;
+  for (const GroupRows& group : groups) {
+    for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+      const model::GroupEffect& effect = effects_(k)(group.group);
+      std::string words =
+          StepNote(session_, {.steps = run_.groups(group.group).combinations, .failed = effect.failed});
+      if (effect.leaves_out_base) words += (words.empty() ? "" : "\n") + session_.text(text::kLeavesOutBase);
+      const MarkedRow at = {.row = group.first, .output = k};
+      if (!words.empty())
+        combinations_table_->AddTableNote(at.row, c_.rank(k), session_.CommonString(12), words);
+      note_interaction(*combinations_table_, at, effect);
+      if (!words.empty() || effect.interaction_state != model::InteractionState::kMeasured) ++notes;
+      if (notes == kMostGroupNotes) return;
+    }
+  }
+}
+
+void MultiWayDetail::note_left_out_rows(const std::vector<GroupRows>& groups) {
+  if (rows_ == combinations_) return;
+  const GroupRows last = groups.empty() ? GroupRows{.group = order_(1)} : groups.back();
+  const bool whole = last.rows == run_.groups(last.group).combinations;
+  sheet_->AddCellNote(*combinations_table_->CaptionRange(), session_.CommonString(12),
+                      session_.text(whole ? text::kTooManyRows : text::kTooManyRowsInGroup,
+                                    std::int64_t{rows_}, combinations_, std::int64_t{number(last.group)}));
+}
+
+// Names keep the widths that their columns have; the others are fitted side by side in one go, because the
+// cells lie row by row.
+void MultiWayDetail::fit_columns() {
+  const auto fit = [&](std::int32_t column, std::int32_t columns) {
+    combinations_table_->Body(1, column, std::max(rows_, 1), columns)->auto_fit_columns();
+  };
+  for (std::int32_t i = 1; i <= c_.members; ++i) fit(c_.member_value(i), 1);
+  fit(c_.result(1), c_.outputs * kColumnsPerOutput);
+  combinations_table_->Settle();
+  headings_->fit();
+}
+
+}  // namespace
+
+std::int32_t MakeMultiWayDetailReport(session::Session& session, layout::ReportWorkbook& rWB,
+                                      const model::OneBased<std::int32_t>& selectedOutputs,
+                                      const model::Records& trInputs, const model::Records& trOutputs,
+                                      const model::MultiWayRun& run,
+                                      const model::OneBased<model::GroupEffects>& effects,
+                                      model::OrdvaneRangeMode rangeMode, std::int32_t runNumber,
+                                      std::int32_t totalRuns) {
+  MultiWayDetail(session, selectedOutputs, trInputs, trOutputs, run, effects, rangeMode)
+      .make(rWB, runNumber, totalRuns);
+  return 0;
+}
+
+}  // namespace ordvane::reports

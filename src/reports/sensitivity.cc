@@ -1,0 +1,173 @@
+// Sensitivity report: the step table first, so that it is found at the top, then the charts, as many beside
+// each other as a page has room for, each drawn from its input's block of the table.
+#include "reports/sensitivity.h"
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "reports/chart_helpers.h"
+#include "reports/graph_sheet.h"
+#include "reports/step_remarks.h"
+#include "reports/step_table.h"
+#include "reports/utils.h"
+
+namespace ordvane::reports {
+namespace {
+
+// String ids.
+constexpr SheetTexts kSheetTexts = {.sheet_name = 509, .title = 512, .run_line = 515};
+constexpr StepTableTexts kTableTexts = {
+    .caption = 501, .subcaption = 504, .input_base_zero = 506, .output_base_zero = 507, .invalid = 500};
+constexpr std::int16_t kNothing = 503;
+constexpr std::int16_t kChangeAxis = 505;
+constexpr std::int16_t kChartTitle = 510;
+constexpr std::int16_t kChartTitleOfCell = 531;
+constexpr StepGraphTexts kGraphTexts = {
+    .drawn = 511, .base_zero = 514, .base_invalid = 532, .no_results = 533};
+constexpr std::int16_t kValueAxis = 513;
+constexpr std::int16_t kSecondTitle = 516;
+constexpr std::int16_t kChartsBelow = 538;
+constexpr std::int16_t kNoSensitivity = 1038;
+
+// Points; a chart that stands by itself has the width of the table, within the same bounds.
+constexpr double kNarrowestChart = 376, kWidestChart = 476;
+
+// Position of the first cell that a chart cannot draw: an error value, or a text, which it would draw as
+// zero. 0 when there is none; a blank cell is a gap.
+std::int32_t first_undrawable_cell(host::Range& range) {
+  if (const std::int32_t error = FirstErrorCellIndex(range)) return error;
+  const host::CellBlock cells = range.values();
+  for (std::int32_t row = 1; row <= cells.rows(); ++row)
+    if (cells.at(row, 1).kind == host::CellKind::kText) return row;
+  return 0;
+}
+
+class SensitivityReport {
+ public:
+  SensitivityReport(session::Session& session, const model::DralInputOutput& output, StepTable& steps,
+                    model::OrdvaneRangeMode range_mode, model::OrdvaneOutputMode output_mode)
+      : session_(session),
+        output_(output),
+        steps_(steps),
+        range_mode_(range_mode),
+        output_mode_(output_mode),
+        quantity_(output_mode == model::OrdvaneOutputAsPercentChange ? Quantity::kChange : Quantity::kValue) {
+    for (const StepTable::Block& block : steps_.blocks())
+      if (steps_.obstacle(block, quantity_) == Obstacle::kNone) drawn_.push_back(block);
+  }
+
+  void write(layout::ReportSheet& sheet) {
+    if (drawn_.empty()) {
+      write_message(sheet);
+      return;
+    }
+    const auto pointer = sheet.AddLine("");
+    steps_.write(sheet, kTableTexts);
+    const std::int32_t row = sheet.NextCell()->row();
+    sheet.PutLink(*pointer, row, session_.text(kChartsBelow, std::int64_t{row}));
+    write_lines(sheet);
+    draw_charts(sheet);
+  }
+
+ private:
+  void write_message(layout::ReportSheet& sheet) {
+    std::shared_ptr<layout::ReportChart> panel;
+    CreateMessageChart(sheet, NoGraphMessage(session_, kNoSensitivity, steps_, quantity_), &panel);
+    write_lines(sheet);
+    steps_.write(sheet, kTableTexts);
+    FitWidth(*panel, TableWidthForChart(steps_.table()));
+  }
+
+  void write_lines(layout::ReportSheet& sheet) {
+    WriteStepGraphLines(session_, sheet, steps_, quantity_, kGraphTexts);
+  }
+
+  void draw_charts(layout::ReportSheet& sheet) {
+    std::int32_t columns = 1;
+    double width = TableWidthForChart(steps_.table());
+    if (drawn_.size() > 1) {
+      const auto table = steps_.table().HeaderRowRange(1);
+      const double room = table->width() + layout::kBetweenCharts;
+      columns = std::max(2, static_cast<std::int32_t>(room / (kNarrowestChart + layout::kBetweenCharts)));
+      width = std::clamp(room / columns - layout::kBetweenCharts, kNarrowestChart, kWidestChart);
+    }
+    sheet.PlaceChartsSideBySide(columns);
+    for (const StepTable::Block& block : drawn_) {
+      OrdvaneGInput graph = graph_of(block);
+      graph.width = width;
+      steps_.fill_range(*graph.ranges.Add(1), block, quantity_);
+      graph.inputG(sheet);
+      CheckUserCancel(session_);
+    }
+  }
+
+  OrdvaneGInput graph_of(const StepTable::Block& block) const {
+    const model::DralInputOutput& in = steps_.input(block);
+    const std::string input = in.NameOrQualifiedCellAddressName(range_mode_);
+    const std::string output = output_.NameOrQualifiedCellAddressName(range_mode_);
+    const std::int16_t axis = quantity_ == Quantity::kChange ? kChangeAxis : kValueAxis;
+    OrdvaneGInput graph(session_);
+    graph.chart_title = session_.text(in.has_name() ? kChartTitle : kChartTitleOfCell, input);
+    graph.second_title = session_.text(kSecondTitle, output, input);
+    const std::string failed = StepNote(session_, {.steps = block.facts.steps, .failed = block.facts.failed});
+    if (!failed.empty()) graph.second_title += "\n" + failed;
+    graph.x_axis_title = session_.text(axis, input);
+    graph.y_axis_title = session_.text(axis, output);
+    graph.percent_flag = output_mode_;
+    if (quantity_ == Quantity::kValue) {
+      graph.x_format = AxisFormat(in);
+      graph.y_format = AxisFormat(output_);
+    }
+    return graph;
+  }
+
+  session::Session& session_;
+  const model::DralInputOutput& output_;
+  StepTable& steps_;
+  model::OrdvaneRangeMode range_mode_;
+  model::OrdvaneOutputMode output_mode_;
+  Quantity quantity_;
+  std::vector<StepTable::Block> drawn_;
+};
+
+}  // namespace
+
+std::int32_t OrdvaneGInput::inputG(layout::ReportSheet& PER) {
+  chart_ = PER.AddChart(kSensitivityChart, width, kChartHeight);
+  SetChartAreaLineWeight(*chart_->Chart());
+  std::int32_t first = 1;
+  const auto range = ranges.Item(first);
+  if (const std::int32_t cell = first_undrawable_cell(*range->xValues())) return cell;
+  if (const std::int32_t cell = first_undrawable_cell(*range->yValues())) return cell;
+  const std::int32_t status = GetGraphRangeExtent(session_, *range, extent_);
+  if (status != 0) return status;
+  add_series(*range);
+  chart_->SetTitle(chart_title);
+  chart_->SetSubtitle(second_title);
+  const bool percent = percent_flag != 0;
+  finish(percent ? PercentFormat() : x_format, percent ? PercentFormat() : y_format);
+  return 0;
+}
+
+std::int32_t GenerateSensitivityReport(session::Session& session, layout::ReportWorkbook& rWB,
+                                       std::int32_t outputIndex,
+                                       const model::OneBased<std::int32_t>& /*selectedOutputs*/,
+                                       const model::Records& trInputs, const model::Records& trOutputs,
+                                       std::int32_t /*numIterations*/, model::OrdvaneRangeMode rangeMode,
+                                       model::OrdvaneOutputMode outputMode,
+                                       const model::RankingRecord& ranking, std::int32_t runNumber,
+                                       std::int32_t totalRuns) {
+  const model::DralInputOutput& output = trOutputs(outputIndex);
+  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
+  if (ranking.input_limit <= 0) {
+    sheet->NextCell()->set_value(session.text(kNothing));
+  } else {
+    StepTable steps(session, trInputs, output, outputIndex, rangeMode, ranking.input_limit);
+    SensitivityReport(session, output, steps, rangeMode, outputMode).write(*sheet);
+  }
+  sheet->FinishSheet();
+  return 0;
+}
+
+}  // namespace ordvane::reports

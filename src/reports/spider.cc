@@ -1,0 +1,114 @@
+// Spider report: the chart takes its room first, lines about what it draws and the step table follow, and the
+// lines of the chart are drawn from the table's percent columns.
+#include "reports/spider.h"
+
+#include <algorithm>
+
+#include "reports/chart_helpers.h"
+#include "reports/graph_sheet.h"
+#include "reports/step_table.h"
+#include "reports/utils.h"
+
+namespace ordvane::reports {
+namespace {
+
+// String ids.
+constexpr SheetTexts kSheetTexts = {.sheet_name = 609, .title = 613, .run_line = 615};
+constexpr StepTableTexts kTableTexts = {
+    .caption = 601, .subcaption = 606, .input_base_zero = 607, .output_base_zero = 608, .invalid = 600};
+constexpr std::int16_t kNothing = 604;
+constexpr std::int16_t kYAxis = 605;
+constexpr std::int16_t kXAxis = 610;
+constexpr std::int16_t kChartTitle = 611;
+constexpr std::int16_t kChartTitleOfCell = 630;
+constexpr StepGraphTexts kGraphTexts = {
+    .drawn = 612, .base_zero = 614, .base_invalid = 631, .no_results = 632};
+constexpr std::int16_t kNoSpider = 1039;
+
+constexpr const char* kTickLabelFormat = "0%";
+
+// Lines that the legend of a chart of the usual height has room for, and what each further one needs.
+constexpr std::int32_t kLinesInUsualHeight = 16;
+constexpr double kHeightOfLine = 13.0;  // points
+
+double height_for(std::int32_t lines) {
+  return kChartHeight + std::max(0, lines - kLinesInUsualHeight) * kHeightOfLine;
+}
+
+class SpiderReport {
+ public:
+  SpiderReport(session::Session& session, const model::DralInputOutput& output, StepTable& steps,
+               model::OrdvaneRangeMode range_mode)
+      : session_(session), steps_(steps), spider_(session) {
+    spider_.chart_title = session.text(output.has_name() ? kChartTitle : kChartTitleOfCell,
+                                       output.NameOrQualifiedCellAddressName(range_mode));
+    spider_.x_axis_title = session.text(kXAxis);
+    spider_.y_axis_title = session.text(kYAxis);
+    for (const StepTable::Block& block : steps.blocks())
+      if (steps.obstacle(block, Quantity::kChange) == Obstacle::kNone) drawn_.push_back(block);
+  }
+
+  void write(layout::ReportSheet& sheet) {
+    if (drawn_.empty())
+      spider_.SpiderError(sheet, NoGraphMessage(session_, kNoSpider, steps_, Quantity::kChange));
+    else
+      spider_.reserve(sheet, static_cast<std::int32_t>(drawn_.size()));
+    WriteStepGraphLines(session_, sheet, steps_, Quantity::kChange, kGraphTexts);
+    steps_.write(sheet, kTableTexts);
+    FitWidth(*spider_.chart(), TableWidthForChart(steps_.table()));
+    for (const StepTable::Block& block : drawn_)
+      steps_.fill_range(*spider_.ranges.Add(block.input), block, Quantity::kChange);
+    if (!drawn_.empty()) spider_.spider(sheet);
+  }
+
+ private:
+  session::Session& session_;
+  StepTable& steps_;
+  std::vector<StepTable::Block> drawn_;
+  OrdvaneGSpider spider_;
+};
+
+}  // namespace
+
+void OrdvaneGSpider::reserve(layout::ReportSheet& PER, std::int32_t lines) {
+  chart_ = PER.AddChart(kLineChart, kChartWidth, height_for(lines));
+}
+
+std::int32_t OrdvaneGSpider::spider(layout::ReportSheet& PER) {
+  if (!chart_) reserve(PER, ranges.Count());
+  SetChartAreaLineWeight(*chart_->Chart());
+  for (std::int32_t i = 1; i <= ranges.Count(); ++i) add_series(*ranges.Item(i));
+  const std::int32_t status = GetGraphRangesExtent(session_, ranges, extent_);
+  if (status != 0) return status;
+
+  chart_->SetTitle(chart_title);
+  chart_->SetChartOption(0);
+  finish(kTickLabelFormat, kTickLabelFormat);
+  return status;
+}
+
+std::int32_t OrdvaneGSpider::SpiderError(layout::ReportSheet& PER, const std::string& p_ErrorMessage) {
+  return CreateMessageChart(PER, p_ErrorMessage, &chart_);
+}
+
+std::int32_t GenerateSpiderReport(session::Session& session, layout::ReportWorkbook& rWB,
+                                  std::int32_t outputIndex,
+                                  const model::OneBased<std::int32_t>& /*selectedOutputs*/,
+                                  const model::Records& trInputs, const model::Records& trOutputs,
+                                  std::int32_t /*numIterations*/, model::OrdvaneRangeMode rangeMode,
+                                  model::OrdvaneOutputMode /*outputMode*/,
+                                  const model::RankingRecord& ranking, std::int32_t runNumber,
+                                  std::int32_t totalRuns) {
+  const model::DralInputOutput& output = trOutputs(outputIndex);
+  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
+  if (ranking.input_limit <= 0) {
+    sheet->NextCell()->set_value(session.text(kNothing));
+  } else {
+    StepTable steps(session, trInputs, output, outputIndex, rangeMode, ranking.input_limit);
+    SpiderReport(session, output, steps, rangeMode).write(*sheet);
+  }
+  sheet->FinishSheet();
+  return 0;
+}
+
+}  // namespace ordvane::reports

@@ -1,0 +1,79 @@
+// The parts of the charts over a step table that do not differ from report to report.
+#include "reports/step_chart.h"
+
+#include <algorithm>
+#include <map>
+#include <vector>
+
+#include "host/error.h"
+#include "reports/graph_sheet.h"
+#include "reports/step_remarks.h"
+
+namespace ordvane::reports {
+namespace {
+
+// String ids.
+constexpr std::int16_t kNoUsableBase = 1007;
+constexpr std::int16_t kOutputBaseZero = 1026;
+constexpr std::int16_t kNoResults = 534;
+constexpr std::int16_t kNoEffects = 535;
+
+}  // namespace
+
+void StepChart::add_series(const model::OrdvaneGraphRange& range) {
+  host::ignoring_errors([&] { chart_->AddSeries(*range.xValues(), *range.yValues(), range.rName()); });
+}
+
+void StepChart::finish(const std::string& x_format, const std::string& y_format) {
+  constexpr double kAuto = host::kAutoScaleValue;
+  chart_->SetXAxis(x_axis_title, kAuto, kAuto, kAuto, x_format, true);
+  chart_->SetYAxis(y_axis_title, kAuto, kAuto, kAuto, y_format);
+  chart_->FinishChart();
+  SetWatermark(session_, *chart_);
+}
+
+void FitWidth(layout::ReportChart& chart, double width) {
+  host::ignoring_errors([&] { chart.Container()->set_width(width); });
+}
+
+void WriteStepGraphLines(session::Session& session, layout::ReportSheet& sheet, const StepTable& steps,
+                         Quantity quantity, const StepGraphTexts& texts) {
+  std::map<Obstacle, std::vector<std::string>> inputs;
+  StepRemarks remarks(session);
+  for (const StepTable::Block& block : steps.blocks()) {
+    const std::string label = ItemLabel(steps.input(block));
+    const Obstacle obstacle = steps.obstacle(block, quantity);
+    inputs[obstacle].push_back(label);
+    if (obstacle == Obstacle::kNoEffect) remarks.add_left_out(label);
+    remarks.add(label, block.facts);
+  }
+  if (inputs.contains(Obstacle::kNone)) sheet.AddLine(session.text(texts.drawn));
+  for (const auto& [obstacle, text] :
+       std::initializer_list<std::pair<Obstacle, std::int16_t>>{{Obstacle::kBaseZero, texts.base_zero},
+                                                                {Obstacle::kBaseInvalid, texts.base_invalid},
+                                                                {Obstacle::kNoResults, texts.no_results}})
+    if (const auto found = inputs.find(obstacle); found != inputs.end())
+      sheet.AddLine(session.text(text, session.list_of(found->second)));
+  remarks.write(sheet);
+}
+
+std::string NoGraphMessage(session::Session& session, std::int16_t none, const StepTable& steps,
+                           Quantity quantity) {
+  const auto& blocks = steps.blocks();
+  const auto any = [&](std::initializer_list<Obstacle> obstacles) {
+    return std::any_of(blocks.begin(), blocks.end(), [&](const StepTable::Block& block) {
+      const Obstacle found = steps.obstacle(block, quantity);
+      return std::find(obstacles.begin(), obstacles.end(), found) != obstacles.end();
+    });
+  };
+  std::int16_t reason = kNoEffects;
+  if (any({Obstacle::kOutputBase}))
+    reason = steps.output().BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
+  else if (any({Obstacle::kBaseZero, Obstacle::kBaseInvalid}))
+    reason = kNoUsableBase;
+  else if (any({Obstacle::kNoResults}))
+    reason = kNoResults;
+  return session.text(none) + "\r\n" + session.text(reason);
+}
+
+}  // namespace ordvane::reports

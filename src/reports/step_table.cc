@@ -1,0 +1,281 @@
+// Step table: one block write and a few format runs an input.
+#include "reports/step_table.h"
+
+#include <algorithm>
+
+#include "layout/look.h"
+#include "layout/text_estimate.h"
+#include "reports/graph_sheet.h"
+#include "reports/step_remarks.h"
+#include "reports/utils.h"
+#include "text/edit.h"
+#include "text/utf16.h"
+
+namespace ordvane::reports {
+namespace {
+
+using host::HAlign;
+
+// Columns after those that say where an input is (one a step of the range mode).
+enum Column : std::int32_t {
+  kName = 1,
+  kCell,
+  kStep,
+  kInputValue,
+  kInputChange,
+  kInputFraction,
+  kOutputValue,
+  kOutputChange,
+  kOutputFraction,
+  kColumns = kOutputFraction
+};
+constexpr std::int32_t kHeaderRows = 2;
+constexpr std::int32_t kItemColumns = 3;  // value, change, change in percent
+constexpr std::int32_t kMostRows = 65525;
+constexpr std::int32_t kSeriesNameLimit = 25;
+
+// String ids.
+constexpr std::int16_t kTableFull = 114;
+constexpr std::int16_t kCaptionOfCell = 530;
+constexpr std::int16_t kInputBaseInvalid = 536;
+constexpr std::int16_t kOutputBaseInvalid = 537;
+
+}  // namespace
+
+StepTable::StepTable(session::Session& session, const model::Records& inputs,
+                     const model::DralInputOutput& output, std::int32_t output_index,
+                     model::OrdvaneRangeMode range_mode, std::int32_t limit)
+    : session_(session),
+      inputs_(inputs),
+      output_(output),
+      output_index_(output_index),
+      range_mode_(range_mode) {
+  for (std::int32_t i = 1; i <= inputs.size(); ++i) {
+    if (inputs(i).outputRank(output_index) > limit || inputs(i).numSteps <= 0) continue;
+    const std::int32_t rows = std::min(inputs(i).numSteps, kMostRows - rows_);
+    truncated_ = truncated_ || rows < inputs(i).numSteps;
+    if (rows == 0) continue;
+    blocks_.push_back({.input = i,
+                       .first_row = rows_ + 1,
+                       .rows = rows,
+                       .facts = model::step_facts(inputs(i), output_index, output.BaseValue())});
+    rows_ += rows;
+  }
+}
+
+std::int32_t StepTable::column(std::int32_t after_places) const {
+  return range_mode_ + after_places;
+}
+
+double StepTable::input_value(const Block& block, std::int32_t step) const {
+  return input(block).InputValuesUsed(step);
+}
+
+double StepTable::output_value(const Block& block, std::int32_t step) const {
+  return input(block).OutputValuesCalculated(output_index_, step);
+}
+
+std::optional<StepTable::Point> StepTable::point(const Block& block, std::int32_t step,
+                                                 Quantity quantity) const {
+  const model::NumberRules& rules = output_.rules();
+  Point point = {input_value(block, step), output_value(block, step)};
+  if (quantity == Quantity::kChange)
+    point = {rules.fractional_change(point.x, input(block).BaseValue()),
+             rules.fractional_change(point.y, output_.BaseValue())};
+  return rules.is_usable(point.x) && rules.is_usable(point.y) ? std::optional(point) : std::nullopt;
+}
+
+StepTable::Steps StepTable::drawable_steps(const Block& block, Quantity quantity) const {
+  Steps steps;
+  std::int32_t drawable = 0;
+  for (std::int32_t step = 1; step <= block.rows; ++step) {
+    if (!point(block, step, quantity)) continue;
+    if (drawable++ == 0) steps.first = step;
+    steps.count = step - steps.first + 1;
+  }
+  steps.has_gaps = drawable < steps.count;
+  return steps;
+}
+
+Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
+  const model::NumberRules& rules = output_.rules();
+  const bool changes = quantity == Quantity::kChange;
+  const double base = input(block).BaseValue(), output_base = output_.BaseValue();
+  if (changes && (output_base == 0 || !rules.is_usable(output_base))) return Obstacle::kOutputBase;
+  if (session_.leaves_out_inputs_without_effect && block.facts.without_effect()) return Obstacle::kNoEffect;
+  if (changes && base == 0) return Obstacle::kBaseZero;
+  if (changes && !rules.is_usable(base)) return Obstacle::kBaseInvalid;
+  return drawable_steps(block, quantity).count == 0 ? Obstacle::kNoResults : Obstacle::kNone;
+}
+
+std::string StepTable::caption(const StepTableTexts& texts) const {
+  const auto mode = model::OrdvaneRangeMode{range_mode_};
+  return session_.text(output_.has_name() ? texts.caption : kCaptionOfCell,
+                       output_.NameOrQualifiedCellAddressName(mode));
+}
+
+void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
+  table_ = sheet.AddTable(rows_, column(kColumns), kHeaderRows, 0, caption(texts),
+                          session_.text(texts.subcaption));
+  write_headers();
+  for (const Block& block : blocks_) {
+    write_block(block, texts);
+    CheckUserCancel(session_);
+  }
+  for (const Column last : {kStep, kInputFraction})
+    table_->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
+                          layout::kRuleColorIndex);
+  fit_names();
+  add_base_note(without_output_change_, output_, texts.output_base_zero, kOutputBaseInvalid);
+  add_note(invalid_, session_.text(texts.invalid));
+  if (truncated_) add_note(Place{0, column(kStep)}, session_.text(kTableFull));
+}
+
+void StepTable::write_headers() {
+  const auto names = [&](std::int32_t place, std::int32_t caption) {
+    table_->SetColumnHeader(place, session_.CommonString(caption), HAlign::kLeft, HAlign::kLeft, 0,
+                            layout::kNameColumnWidth, "", true);
+  };
+  const auto figures = [&](Column place, std::int32_t caption, HAlign body) {
+    table_->SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
+                            layout::kFitColumn, "", false);
+  };
+  if (range_mode_ == model::OrdvaneRangeBookMode) names(1, 0);
+  if (range_mode_ != model::OrdvaneRangeCellMode) names(range_mode_, 1);
+  names(column(kName), 2);
+  figures(kCell, 3, HAlign::kCenter);
+  figures(kStep, 4, HAlign::kCenter);
+  for (const Column value : {kInputValue, kOutputValue}) figures(value, 5, HAlign::kRight);
+  for (const Column change : {kInputChange, kOutputChange}) figures(change, 6, HAlign::kRight);
+  for (const Column fraction : {kInputFraction, kOutputFraction}) figures(fraction, 7, HAlign::kRight);
+  AddHeaderGroup(*table_, 1, column(kInputValue), 1, kItemColumns, session_.CommonString(10));
+  AddHeaderGroup(*table_, 1, column(kOutputValue), 1, kItemColumns, session_.CommonString(11));
+}
+
+void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
+  const model::DralInputOutput& in = input(block);
+  host::CellBlock cells(block.rows, column(kColumns));
+  if (range_mode_ == model::OrdvaneRangeBookMode) cells.set_text(1, 1, in.bookName);
+  if (range_mode_ != model::OrdvaneRangeCellMode) cells.set_text(1, range_mode_, in.sheetName);
+  cells.set_text(1, column(kName), ItemLabel(in));
+  cells.set_text(1, column(kCell), in.cellAddress);
+  std::optional<Place> without_change;
+  const auto keep_first = [](std::optional<Place>& first, const std::optional<Place>& place) {
+    if (!first) first = place;
+  };
+  for (std::int32_t step = 1; step <= block.rows; ++step) {
+    cells.set_number(step, column(kStep), step);
+    keep_first(without_change,
+               fill_item(cells, block, step, column(kInputValue), input_value(block, step), in));
+    keep_first(without_output_change_,
+               fill_item(cells, block, step, column(kOutputValue), output_value(block, step), output_));
+  }
+  table_->PutBody(block.first_row, cells);
+  format_item(block, column(kInputValue), in);
+  format_item(block, column(kOutputValue), output_);
+  merge_places(block);
+  add_base_note(without_change, in, texts.input_base_zero, kInputBaseInvalid);
+  const std::string note = StepNote(session_, block.facts);
+  if (!note.empty()) add_note(Place{block.first_row, column(kName)}, note);
+}
+
+std::optional<StepTable::Place> StepTable::fill_item(host::CellBlock& cells, const Block& block,
+                                                     std::int32_t step, std::int32_t first_column,
+                                                     double value, const model::DralInputOutput& item) {
+  const model::NumberRules& rules = output_.rules();
+  const double base = item.BaseValue();
+  const double figures[] = {value, rules.difference(value, base), rules.fractional_change(value, base)};
+  std::optional<Place> without_change;
+  for (std::int32_t offset = 0; const double figure : figures) {
+    const Place place = {block.first_row + step - 1, first_column + offset++};
+    std::int32_t flags = 0;
+    FormatTableValue(rules, cells, step, place.column, figure, flags, 1.0,
+                     model::OrdvaneDivisorInputOrOutput);
+    if (flags == 0) continue;
+    const bool lacks_base = base == 0 || !rules.is_usable(base);
+    auto& first = rules.is_usable(value) && lacks_base ? without_change : invalid_;
+    if (!first) first = place;
+  }
+  return without_change;
+}
+
+void StepTable::format_item(const Block& block, std::int32_t first_column,
+                            const model::DralInputOutput& item) {
+  FormatValuesAndChanges(*table_, block.first_row, block.rows, first_column, item);
+  table_->FormatBody(block.first_row, block.rows, first_column + 2, PercentFormat());
+}
+
+// An input's place and name stand once, over all its steps.
+void StepTable::merge_places(const Block& block) {
+  if (block.rows == 1) return;
+  for (std::int32_t place = 1; place <= column(kCell); ++place) {
+    const auto cells = table_->Body(block.first_row, place, block.rows, 1);
+    cells->set_alignment(place == column(kCell) ? HAlign::kCenter : HAlign::kLeft, host::VAlign::kTop);
+    cells->set_merge(true);
+    cells->set_wrap_text(true);  // a long name goes on in the rows below
+  }
+  table_->AddRowRule(block.first_row + block.rows - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
+                     layout::kRuleColorIndex);
+}
+
+// A name with more lines than its input has steps.
+void StepTable::fit_names() {
+  constexpr double kMargin = 8;  // points beside a name
+  constexpr double kLine = 13.5;
+  table_->Settle();
+  for (const Block& block : blocks_) {
+    const model::DralInputOutput& in = input(block);
+    std::int32_t lines = 1;
+    const auto count_lines = [&](std::int32_t place, const std::string& text) {
+      const auto cell = table_->Body(block.first_row, place);
+      lines = std::max(lines, layout::wrapped_lines(text, cell->width() - kMargin, layout::look::kBodySize));
+      if (block.rows == 1) cell->set_wrap_text(true);
+    };
+    if (range_mode_ == model::OrdvaneRangeBookMode) count_lines(1, in.bookName);
+    if (range_mode_ != model::OrdvaneRangeCellMode) count_lines(range_mode_, in.sheetName);
+    count_lines(column(kName), ItemLabel(in));
+    const double missing = (lines - block.rows) * kLine;
+    if (missing <= 0) continue;
+    const auto last = table_->Body(block.first_row + block.rows - 1, 1);
+    last->set_row_height(layout::look::kBodyRowHeight + missing);
+  }
+}
+
+void StepTable::add_note(const std::optional<Place>& place, const std::string& text) {
+  if (place) table_->AddTableNote(place->row, place->column, session_.CommonString(12), text);
+}
+
+void StepTable::add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
+                              std::int16_t zero, std::int16_t invalid) {
+  if (place) add_note(place, session_.text(item.BaseValue() == 0 ? zero : invalid));
+}
+
+void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity) {
+  const Steps steps = drawable_steps(block, quantity);
+  const bool values = quantity == Quantity::kValue;
+  const std::int32_t row = block.first_row + steps.first - 1;
+  range.set_numValues(steps.count);
+  range.set_rName(SeriesName(input(block)));
+  if (!steps.has_gaps) {
+    range.set_xValues(table_->Body(row, column(values ? kInputValue : kInputFraction), steps.count));
+    range.set_yValues(table_->Body(row, column(values ? kOutputValue : kOutputFraction), steps.count));
+    return;
+  }
+  host::CellBlock points(steps.count, 2);
+  for (std::int32_t i = 1; i <= steps.count; ++i) {
+    const auto drawn = point(block, steps.first + i - 1, quantity);
+    if (!drawn) continue;
+    points.set_number(i, 1, drawn->x);
+    points.set_number(i, 2, drawn->y);
+  }
+  const auto cells = table_->PutOutOfSight(row, points);
+  range.set_xValues(cells->resize(steps.count, 1));
+  range.set_yValues(cells->offset(0, 1)->resize(steps.count, 1));
+}
+
+std::string SeriesName(const model::DralInputOutput& input) {
+  const std::string name(text::trimmed(text::left(input.ioName, kSeriesNameLimit)));
+  return NameWithAddress(name, input.cellAddress);
+}
+
+}  // namespace ordvane::reports

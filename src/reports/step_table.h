@@ -1,0 +1,120 @@
+// The table under the spider and sensitivity graphs: every step of every reported input of one output, one
+// block of rows an input, one row a step.
+//
+// The blocks are laid out when the object is made, so that a report knows what it will draw before the table
+// has its place on the sheet. Series are drawn from the table's cells, or where the table shows that there is
+// no number, from numbers and blanks in columns out of sight: a chart would draw a text as zero.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "layout/report_workbook.h"
+#include "model/graph_ranges.h"
+#include "model/input_output.h"
+#include "model/step_facts.h"
+#include "session/session.h"
+
+namespace ordvane::reports {
+
+// String ids that differ from report to report.
+struct StepTableTexts {
+  std::int16_t caption;  // filled with the output's name
+  std::int16_t subcaption;
+  std::int16_t input_base_zero;  // notes
+  std::int16_t output_base_zero;
+  std::int16_t invalid;
+};
+
+// Changes are fractions of the size of the base value.
+enum class Quantity : std::uint8_t { kValue, kChange };
+
+// What keeps an input from being drawn. One that moves nothing is drawn all the same, unless the session
+// leaves such inputs out.
+enum class Obstacle : std::uint8_t {
+  kNone,
+  kOutputBase,  // is 0 or no number
+  kNoEffect,
+  kBaseZero,
+  kBaseInvalid,  // is no number
+  kNoResults     // no step has numbers to draw
+};
+
+class StepTable {
+ public:
+  // Consecutive body rows of one input.
+  struct Block {
+    std::int32_t input;  // position in the input records
+    std::int32_t first_row;
+    std::int32_t rows;
+    model::StepFacts facts;
+  };
+
+  // Lays out the inputs whose rank for the output is at most `limit` and that have steps, in their own order.
+  StepTable(session::Session& session, const model::Records& inputs, const model::DralInputOutput& output,
+            std::int32_t output_index, model::OrdvaneRangeMode range_mode, std::int32_t limit);
+
+  const std::vector<Block>& blocks() const { return blocks_; }
+  const model::DralInputOutput& input(const Block& block) const { return inputs_(block.input); }
+  const model::DralInputOutput& output() const { return output_; }
+  Obstacle obstacle(const Block& block, Quantity quantity) const;
+
+  // Places the table on the sheet and fills it. Asks between inputs whether to stop.
+  void write(layout::ReportSheet& sheet, const StepTableTexts& texts);
+
+  // One series of the written table, of a block without an obstacle: its input cells against its output
+  // cells, from the first to the last step that can be drawn. Cells of steps between that cannot are blank.
+  void fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity);
+  layout::ReportTable& table() { return *table_; }
+
+ private:
+  struct Place {
+    std::int32_t row, column;
+  };
+  struct Point {
+    double x, y;
+  };
+  // Consecutive steps of a block.
+  struct Steps {
+    std::int32_t first = 1, count = 0;
+    bool has_gaps = false;
+  };
+
+  std::int32_t column(std::int32_t after_places) const;
+  double input_value(const Block& block, std::int32_t step) const;
+  double output_value(const Block& block, std::int32_t step) const;
+  // None for a step that lacks a number.
+  std::optional<Point> point(const Block& block, std::int32_t step, Quantity quantity) const;
+  Steps drawable_steps(const Block& block, Quantity quantity) const;
+  std::string caption(const StepTableTexts& texts) const;
+  void write_headers();
+  void write_block(const Block& block, const StepTableTexts& texts);
+  // Returns the first cell that says that there is no change, for the input's or the output's base value.
+  std::optional<Place> fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
+                                 std::int32_t first_column, double value, const model::DralInputOutput& item);
+  void format_item(const Block& block, std::int32_t first_column, const model::DralInputOutput& item);
+  void merge_places(const Block& block);
+  void fit_names();
+  void add_note(const std::optional<Place>& place, const std::string& text);
+  void add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item, std::int16_t zero,
+                     std::int16_t invalid);
+
+  session::Session& session_;
+  const model::Records& inputs_;
+  const model::DralInputOutput& output_;
+  std::int32_t output_index_;
+  std::int32_t range_mode_;
+  std::vector<Block> blocks_;
+  std::int32_t rows_ = 0;
+  bool truncated_ = false;
+  std::shared_ptr<layout::ReportTable> table_;
+  std::optional<Place> without_output_change_, invalid_;  // where first met
+};
+
+// Name of an input's series: at most 25 characters of its name, and its address.
+std::string SeriesName(const model::DralInputOutput& input);
+
+}  // namespace ordvane::reports

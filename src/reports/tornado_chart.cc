@@ -1,0 +1,268 @@
+// The chart of the tornado reports.
+#include "reports/tornado_chart.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "host/error.h"
+#include "layout/format_codes.h"
+#include "layout/look.h"
+#include "model/decimal.h"
+#include "reports/chart_helpers.h"
+#include "reports/table_parts.h"
+#include "reports/utils.h"
+
+namespace ordvane::reports {
+namespace {
+
+// String ids.
+constexpr std::int16_t kBelowBase = 250;
+constexpr std::int16_t kAboveBase = 251;
+
+// Significant digits of numbers without a format: as cells show them, and as short as labels are.
+constexpr int kDigitsOfCell = 10;
+constexpr int kDigitsOfLabel = 6;
+
+// Whether a number format, in its English form, shows group separators.
+bool shows_groups(const std::string& format) {
+  constexpr std::string_view kDigits = "0#?";
+  const auto is_digit = [&](std::size_t at) {
+    return at < format.size() && kDigits.find(format[at]) != std::string_view::npos;
+  };
+  for (std::size_t at = format.find(','); at != std::string::npos; at = format.find(',', at + 1))
+    if (at > 0 && is_digit(at - 1) && is_digit(at + 1)) return true;
+  return false;
+}
+
+// To so many significant digits, and always two decimals.
+double rounded(double value, int digits) {
+  constexpr int kDecimals = 2;
+  if (value == 0) return 0;
+  const int whole_digits = model::decimal_exponent(value) + 1;
+  const double unit = model::power_of_ten(std::max(digits - whole_digits, kDecimals));
+  const double nearest = std::nearbyint(value * unit) / unit;
+  return std::isfinite(nearest) ? nearest : value;
+}
+
+std::string formula_number(double value) {
+  std::array<char, 32> text;
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
+bool same_bits(double a, double b) {
+  return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+}  // namespace
+
+TornadoChart::TornadoChart(session::Session& session, const model::DralInputOutput& output, bool percent,
+                           model::OrdvaneRangeMode range_mode, const TornadoTexts& texts, TornadoStyle style)
+    : session_(session),
+      output_(output),
+      percent_(percent),
+      range_mode_(range_mode),
+      texts_(texts),
+      style_(std::move(style)) {}
+
+void TornadoChart::choose_bars(const host::CellBlock& rows, const BarColumns& columns,
+                               const model::OneBased<model::StepFacts>& facts, StepRemarks& remarks,
+                               const std::function<InputEnds(std::int32_t)>& input_of) {
+  columns_ = columns;
+  one_input_each_ = input_of != nullptr;
+  std::vector<std::string> left_out;
+  for (std::int32_t row = 1; row <= rows.rows(); ++row) {
+    if (session_.leaves_out_inputs_without_effect && facts(row).without_effect()) {
+      left_out.push_back(rows.value(row, columns.name).text);
+      continue;
+    }
+    const host::CellValue low = rows.value(row, columns.low), high = rows.value(row, columns.high);
+    const bool has_ends = low.is_number() && high.is_number();
+    bars_.push_back({.row = row,
+                     .has_ends = has_ends,
+                     .is_point = has_ends && output_.rules().difference(low.number, high.number) == 0 &&
+                                 (facts(row).moves || !facts(row).compared),
+                     .input = input_of ? input_of(row) : InputEnds{}});
+  }
+  // A graph that nothing is left of says so by itself.
+  if (!bars_.empty())
+    for (const std::string& label : left_out) remarks.add_left_out(label);
+}
+
+bool TornadoChart::has_bars() const {
+  return std::any_of(bars_.begin(), bars_.end(), [](const Bar& bar) { return bar.has_ends; });
+}
+
+// The two sides of the base value can have a colour, and a text on them, each.
+layout::BarParts TornadoChart::bar_parts() const {
+  layout::BarParts parts{.split = one_input_each_ ? origin() : std::nullopt,
+                         .labels = one_input_each_,
+                         .number_format = axis_format()};
+  for (std::int32_t number = 1; const Bar& bar : bars_) {
+    parts.rows.push_back(bar.row);
+    if (bar.is_point) parts.points.insert(number);
+    ++number;
+  }
+  return parts;
+}
+
+void TornadoChart::draw(layout::ReportChart& chart, layout::ReportTable& table) {
+  const layout::BarParts parts = bar_parts();
+  told_apart_ = session_.low_color && parts.split;
+  SetChartAreaLineWeight(*chart.Chart());
+  const auto column = [&](std::int32_t of) { return table.Body(1, of, table.rows()); };
+  chart.AddTornadoBars(static_cast<std::int16_t>(bars()), *column(columns_.low), *column(columns_.high),
+                       *column(columns_.name), origin().value_or(host::kAutoScaleValue), parts);
+  set_texts(chart);
+  if (told_apart_)
+    chart.SetColorKey(
+        {{*session_.low_color, session_.text(kBelowBase)}, {style_.bar_color, session_.text(kAboveBase)}});
+  chart.FinishChart();
+  host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
+  host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
+  for (std::int32_t bar = 3; bar <= (parts.split ? 6 : 4); ++bar)
+    host::ignoring_errors([&] { chart.Chart()->series(bar)->set_interior({.color = style_.bar_color}); });
+  if (told_apart_) host::ignoring_errors([&] { color_low_ends(chart); });
+  if (one_input_each_) host::ignoring_errors([&] { label_ends(chart); });
+  host::ignoring_errors([&] { add_base_line(chart); });
+}
+
+void TornadoChart::set_texts(layout::ReportChart& chart) {
+  const std::string name = output_.NameOrQualifiedCellAddressName(range_mode_);
+  chart.SetTitle(session_.text(texts_.chart_title, name));
+  chart.SetSubtitle(subtitle());
+  constexpr double kAuto = host::kAutoScaleValue;
+  chart.SetXAxis(session_.text(percent_ ? texts_.change_axis : texts_.value_axis, name), kAuto, kAuto, kAuto,
+                 axis_format(), true);
+}
+
+std::string TornadoChart::axis_format() const {
+  return percent_ ? PercentFormat() : AxisFormat(output_);
+}
+
+// The output's value before anything was varied.
+std::optional<double> TornadoChart::base() const {
+  if (!same_bits(style_.base_value, host::kNoBaseValue) && usable(style_.base_value))
+    return style_.base_value;
+  if (usable(output_.BaseValue())) return output_.BaseValue();
+  return std::nullopt;
+}
+
+// Where the base value lies on the value axis; changes are counted from it.
+std::optional<double> TornadoChart::origin() const {
+  return percent_ ? 0.0 : base();
+}
+
+std::string TornadoChart::base_text(double value) const {
+  return style_.base_label + " " + base_value_text(value);
+}
+
+// Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
+// points over bars.
+std::string TornadoChart::subtitle() const {
+  constexpr std::int32_t kBaseValue = 16;
+  const auto value = base();
+  std::string text = session_.text(texts_.chart_subtitle);
+  if (!value) return text;
+  return text + " (" + session_.CommonString(kBaseValue) + " " + base_value_text(*value) + ")";
+}
+
+// What the input did at one end of its bar; low values have a colour of their own when they are told apart.
+host::Color TornadoChart::end_color(const std::optional<double>& value, const InputEnds& input) const {
+  const bool is_low = told_apart_ && value && input.base && *value < *input.base;
+  return is_low ? *session_.low_color : style_.bar_color;
+}
+
+void TornadoChart::color_low_ends(layout::ReportChart& chart) {
+  for (std::int32_t number = 1; const Bar& bar : bars_) {
+    for (const bool above : {false, true})
+      if (const auto color = end_color(above ? bar.input.at_high : bar.input.at_low, bar.input);
+          color != style_.bar_color)
+        chart.ColorBarPart(number, above, color);
+    ++number;
+  }
+}
+
+// As the spreadsheet shows a number in this format; "" for General and for a format that it cannot read.
+std::string TornadoChart::formatted(double value, const std::string& format) const {
+  if (format.empty() || format == "General") return {};
+  std::string quoted;
+  for (const char c : layout::without_padding(format)) quoted.append(c == '"' ? 2 : 1, c);
+  host::CellValue text;
+  host::ignoring_errors([&] {
+    text = session_.application().evaluate("TEXT(" + formula_number(value) + ",\"" + quoted + "\")");
+  });
+  if (text.kind != host::CellKind::kText) return {};
+  text.text.erase(text.text.find_last_not_of(' ') + 1);
+  return text.text.substr(std::min(text.text.find_first_not_of(' '), text.text.size()));
+}
+
+// The output's value as its cell shows it. The date format of one whose cell has none is no local one: it
+// stays unused.
+std::string TornadoChart::base_value_text(double value) const {
+  host::NumberService& numbers = session_.environment->numbers();
+  const std::string format = ValueFormat(output_);
+  std::string text;
+  if (format != output_.NumberFormatLocal) text = numbers.date_text(value);
+  if (text.empty()) text = formatted(value, format);
+  return text.empty() ? numbers.number_text(rounded(value, kDigitsOfCell), shows_groups(format)) : text;
+}
+
+std::string TornadoChart::end_text(double value, const std::string& format) const {
+  std::string text = formatted(value, format);
+  if (!text.empty()) return text;
+  return session_.environment->numbers().number_text(rounded(value, kDigitsOfLabel), shows_groups(format));
+}
+
+void TornadoChart::label_ends(layout::ReportChart& chart) {
+  std::vector<layout::BarLabels> labels;
+  for (const Bar& bar : bars_) {
+    const InputEnds& input = bar.input;
+    labels.emplace_back();
+    if (input.at_low) labels.back().left = end_text(*input.at_low, input.number_format);
+    if (input.at_high) labels.back().right = end_text(*input.at_high, input.number_format);
+    labels.back().left_on_bar = layout::look::text_on(end_color(input.at_low, input));
+    labels.back().right_on_bar = layout::look::text_on(end_color(input.at_high, input));
+  }
+  chart.LabelBarEnds(labels);
+}
+
+// The line lies over bars and beside them. Where its colour would not be seen over the bars, as by default,
+// it takes the one of some that stands out most from bars and paper.
+host::Color TornadoChart::line_color() const {
+  using layout::look::contrast;
+  constexpr double kSeen = 1.5;
+  constexpr host::Color kPaper = 0xFFFFFF;
+  constexpr std::array<host::Color, 4> kColors = {0x005ED5, 0x9933CC, 0x808080, layout::look::kText};
+  const auto over_bars = [&](host::Color color) {
+    const double seen = contrast(color, style_.bar_color);
+    return told_apart_ ? std::min(seen, contrast(color, *session_.low_color)) : seen;
+  };
+  if (over_bars(style_.baseline_color) >= kSeen) return style_.baseline_color;
+  return *std::max_element(kColors.begin(), kColors.end(), [&](host::Color a, host::Color b) {
+    return std::min(over_bars(a), contrast(a, kPaper)) < std::min(over_bars(b), contrast(b, kPaper));
+  });
+}
+
+// The axis of the names crosses the bars at the base value too; programs that draw no points over bars show
+// the line by it.
+void TornadoChart::add_base_line(layout::ReportChart& chart) {
+  if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value) || !chart.bar_ticks())
+    return;
+  constexpr host::Color kBlack = 0;
+  const host::Color color = line_color();
+  host::Chart& drawn = *chart.Chart();
+  host::ignoring_errors([&] {
+    drawn.axis(host::AxisType::kCategory, host::AxisGroup::kPrimary)
+        ->set_border(layout::look::rule(host::LineWeight::kMedium, color));
+  });
+  AddBaseValueLine(session_, drawn, *origin(), chart.bar_ticks()->minimum, chart.bar_ticks()->maximum, color,
+                   base_text(style_.base_value), kBlack, drawn.plot_area_interior_color());
+}
+
+}  // namespace ordvane::reports

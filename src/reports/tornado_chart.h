@@ -1,0 +1,99 @@
+// What the tornado reports share: the bars between two columns of a ranked table, their titles and value
+// axis, and the line at the output's base value.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/excel.h"
+#include "layout/report_workbook.h"
+#include "model/input_output.h"
+#include "model/step_facts.h"
+#include "reports/step_remarks.h"
+#include "session/session.h"
+
+namespace ordvane::reports {
+
+// String ids that differ from report to report.
+struct TornadoTexts {
+  std::int16_t chart_title;  // filled with the output's name
+  std::int16_t chart_subtitle;
+  std::int16_t change_axis, value_axis;  // filled with the output's name
+};
+
+struct TornadoStyle {
+  double base_value;  // host::kNoBaseValue for no base line
+  std::string base_label;
+  host::Color bar_color;
+  host::Color baseline_color;
+};
+
+// What an input was set to where its bar ends, and how its cell shows that.
+struct InputEnds {
+  std::optional<double> base, at_low, at_high;  // none: no number
+  std::string number_format;                    // local form
+};
+
+// Columns of the ranked table that the bars are drawn from.
+struct BarColumns {
+  std::int32_t name, low, high;
+};
+
+class TornadoChart {
+ public:
+  TornadoChart(session::Session& session, const model::DralInputOutput& output, bool percent,
+               model::OrdvaneRangeMode range_mode, const TornadoTexts& texts, TornadoStyle style);
+
+  // One bar a row of the ranked table. Rows without a number at both ends have an empty one; those that move
+  // nothing have none, and a remark instead, where the session leaves them out. `facts`: by row. `input_of`:
+  // of a row, for bars of one input each.
+  void choose_bars(const host::CellBlock& rows, const BarColumns& columns,
+                   const model::OneBased<model::StepFacts>& facts, StepRemarks& remarks,
+                   const std::function<InputEnds(std::int32_t)>& input_of = nullptr);
+  std::int32_t bars() const { return static_cast<std::int32_t>(bars_.size()); }
+  // Whether one of them has both ends.
+  bool has_bars() const;
+
+  // Draws the bars from the body of the table that holds the rows, with titles, axis and base line.
+  void draw(layout::ReportChart& chart, layout::ReportTable& table);
+
+ private:
+  struct Bar {
+    std::int32_t row;
+    bool has_ends, is_point;  // a point has no length, and is no lack of effect either
+    InputEnds input;
+  };
+
+  bool usable(double value) const { return output_.rules().is_usable(value); }
+  void set_texts(layout::ReportChart& chart);
+  layout::BarParts bar_parts() const;
+  std::string axis_format() const;
+  std::optional<double> base() const;
+  std::optional<double> origin() const;
+  std::string base_text(double value) const;
+  std::string subtitle() const;
+  std::string formatted(double value, const std::string& format) const;
+  std::string base_value_text(double value) const;
+  std::string end_text(double value, const std::string& format) const;
+  host::Color end_color(const std::optional<double>& value, const InputEnds& input) const;
+  void color_low_ends(layout::ReportChart& chart);
+  void label_ends(layout::ReportChart& chart);
+  host::Color line_color() const;
+  void add_base_line(layout::ReportChart& chart);
+
+  session::Session& session_;
+  const model::DralInputOutput& output_;
+  bool percent_;
+  model::OrdvaneRangeMode range_mode_;
+  TornadoTexts texts_;
+  TornadoStyle style_;
+  bool told_apart_ = false;  // low values by their colour
+  std::vector<Bar> bars_;
+  BarColumns columns_ = {};
+  bool one_input_each_ = false;
+};
+
+}  // namespace ordvane::reports

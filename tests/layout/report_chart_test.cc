@@ -1,0 +1,361 @@
+// Report charts: the figures behind tornado bars, titles, axes, series looks, watermark.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "layout/layout_bench.h"
+#include "layout/report_workbook.h"
+
+namespace ordvane::layout {
+namespace {
+
+struct BarsBench : test::TablesBench {
+  explicit BarsBench(const std::vector<std::pair<host::CellValue, host::CellValue>>& ends, double crossing,
+                     const std::string& name = "Input", const BarParts& parts = {}) {
+    const auto bars = static_cast<std::int32_t>(ends.size());
+    chart = sheet->AddChart(64, 428, sheet->ChartHeightForBars(static_cast<std::int16_t>(bars)));
+    const auto table = sheet->AddTable(bars, 3, 1, 0, "", "");
+    host::CellBlock body(bars, 3);
+    for (std::int32_t row = 1; row <= bars; ++row) {
+      const auto& [low, high] = ends[static_cast<std::size_t>(row - 1)];
+      body.set(row, 1, name);
+      body.set(row, 2, low);
+      body.set(row, 3, high);
+    }
+    table->PutBody(1, body);
+    chart->AddTornadoBars(static_cast<std::int16_t>(bars), *table->Body(1, 2, bars), *table->Body(1, 3, bars),
+                          *table->Body(1, 1, bars), crossing, parts);
+  }
+  const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
+  // The figures of a bar, both pieces of the lead as one.
+  std::vector<double> figures(std::int32_t bar) {
+    std::vector<double> result;
+    const auto& series = drawn().series;
+    const test::BookReader reader(*kept);
+    for (const auto& part : series) {
+      const office::Area& area = part->values.area;
+      result.push_back(reader.value(*kept->sheets.front(), area.row + bar - 1, area.column).number);
+    }
+    result[1] += result[0];
+    result.erase(result.begin());
+    return result;
+  }
+
+  ReportWorkbook workbook = reports();
+  std::shared_ptr<ReportSheet> sheet = workbook.AddSheet("Tornado");
+  std::shared_ptr<ReportChart> chart;
+};
+
+struct BarCase {
+  const char* what;
+  host::CellValue low, high;
+  double crossing;
+  std::vector<double> figures;  // lead, bar -, bar +
+  // Split at the crossing: lead, - above, + below, - below, + above, tails to the axis' ends.
+  std::vector<double> parts;
+};
+
+const BarCase kBarCases[] = {
+    {"right of zero", 30.0, 50.0, 40, {30, 0, 20}, {30, 0, 10, 0, 10}},
+    {"left of zero", -50.0, -30.0, -40, {-30, -20, 0}, {-30, -10, 0, -10, 0}},
+    {"across zero", -5.0, 3.0, 0, {0, -5, 3}, {0, 0, 0, -5, 3}},
+    {"across zero and a base above", -5.0, 3.0, 2, {0, -5, 3}, {0, 0, 2, -5, 1}},
+    {"across zero and a base below", -5.0, 3.0, -2, {0, -5, 3}, {0, -2, 0, -3, 3}},
+    {"all above the base", 30.0, 50.0, 20, {30, 0, 20}, {30, 0, 0, 0, 20}},
+    {"all below the base", -50.0, -30.0, 2, {-30, -20, 0}, {-30, 0, 0, -20, 0}},
+    {"the other way round", 3.0, -5.0, 0, {0, -5, 3}, {0, 0, 0, -5, 3}},
+    {"no length", 7.0, 7.0, 7, {7, 0, 0}, {7, 0, 0, 0, 0}},
+    {"no low end", " - ", 50.0, 40, {40, 0, 0}, {40, 0, 0, 0, 0}},
+    {"no high end, left of zero", -50.0, " - ", -40, {-40, 0, 0}, {-40, 0, 0, 0, 0}},
+};
+
+TEST(AddTornadoBars, DrawsFromFormulasOverTheTable) {
+  for (const BarCase& c : kBarCases) {
+    SCOPED_TRACE(c.what);
+    BarsBench bench({{c.low, c.high}, {1.0, 2.0}}, c.crossing);
+    EXPECT_EQ(bench.figures(1), c.figures);
+    EXPECT_EQ(bench.figures(2), (std::vector<double>{1, 0, 1}));
+
+    BarsBench split({{c.low, c.high}, {1.0, 2.0}}, c.crossing, "Input",
+                    {.split = c.crossing, .labels = true});
+    std::vector<double> parts = split.figures(1);
+    const double tails[] = {parts.at(5), parts.at(6)};
+    parts.resize(5);
+    EXPECT_EQ(parts, c.parts);
+    if (!c.low.is_number() || !c.high.is_number()) continue;
+    const double least = std::min(c.low.number, c.high.number), most = std::max(c.low.number, c.high.number);
+    EXPECT_LE(std::min(least, 0.0) + tails[0], std::min({least, c.crossing, 0.0}));
+    EXPECT_GE(std::max(most, 0.0) + tails[1], std::max({most, c.crossing, 0.0}));
+  }
+}
+
+// Helper cells hold the bars one below the other, whatever rows of the table they come from.
+TEST(AddTornadoBars, DrawsSomeRowsAndShowsPoints) {
+  const std::vector<std::pair<host::CellValue, host::CellValue>> ends = {
+      {30.0, 50.0}, {40.0, 40.0}, {45.0, 45.0}, {20.0, 25.0}};
+  BarsBench bench(ends, 40, "Input", {.labels = true, .rows = {1, 3, 4}, .points = {2}});
+  bench.chart->FinishChart();
+  bench.chart->LabelBarEnds({{}, {.left = "6.0", .right = "6.0"}, {}});
+  EXPECT_EQ(bench.figures(1)[2], 20);
+  EXPECT_EQ(bench.figures(3)[2], 5);
+  const std::vector<double> point = bench.figures(2);
+  EXPECT_GT(point[2], 0);
+  EXPECT_LT(point[2], 1);
+  EXPECT_NEAR(point[0] + point[2] / 2, 45, 1e-12);
+  const auto& tail = *bench.drawn().series.at(5);
+  EXPECT_EQ(tail.points.at(2).label.value().text, "6.0");
+  EXPECT_EQ(tail.values.area.rows, 3);
+}
+
+struct LabelCase {
+  const char* what;
+  double low, high, crossing;
+  BarLabels labels;
+  std::vector<std::string> shown;  // series and position
+  bool split = false;
+};
+
+const LabelCase kLabelCases[] = {
+    {"right of zero", 30, 50, 40, {"1.0", "2.0"}, {"2 1.0 3", "6 2.0 4"}},
+    {"left of zero", -50, -30, -40, {"1.0", "2.0"}, {"2 2.0 3", "5 1.0 4"}},
+    {"across zero", -50, 30, 0, {"1.0", "2.0"}, {"5 1.0 4", "6 2.0 4"}},
+    {"no room", 10, 90, 50, {std::string(40, '8'), std::string(40, '8')}, {}},
+    {"on the axis of the base", 52, 80, 50, {"1.000", "2.0"}, {"4 1.000 4", "6 2.0 4"}},
+    {"at the edges", 2.5, 97.5, 50, {"1.0000", "2.0000"}, {"4 1.0000 4"}},
+    {"at the edges, in parts", 2.5, 97.5, 50, {"1.0000", "2.0000"}, {"4 1.0000 4", "6 2.0000 3"}, true},
+    {"at the edges left of zero", -97.5, -2.5, -50, {"1.0000", "2.0000"}, {"3 2.0000 4", "5 1.0000 3"}, true},
+    {"no length", 50, 50, 50, {"1.0", "2.0"}, {}},
+    {"no texts", 30, 50, 40, {}, {}},
+};
+
+TEST(LabelBarEnds, PutsTextsWhereThereIsRoom) {
+  for (const LabelCase& c : kLabelCases) {
+    SCOPED_TRACE(c.what);
+    // The second bar sets the ends of the axis.
+    BarsBench bench({{c.low, c.high}, {c.low < 0 ? -98.0 : 2.0, c.low < 0 && c.high < 0 ? -2.0 : 98.0}},
+                    c.crossing, "Input",
+                    {.split = c.split ? std::optional(c.crossing) : std::nullopt, .labels = true});
+    bench.chart->FinishChart();
+    bench.chart->LabelBarEnds({c.labels});
+    std::vector<std::string> shown;
+    for (std::size_t i = 0; i < bench.drawn().series.size(); ++i)
+      for (const auto& [bar, point] : bench.drawn().series[i]->points)
+        shown.push_back(std::to_string(i + 1) + " " + point.label.value().text.value() + " " +
+                        std::to_string(point.label->position.value()));
+    EXPECT_EQ(shown, c.shown);
+  }
+}
+
+TEST(AddTornadoBars, FollowsTheTableFromHiddenColumns) {
+  BarsBench bench({{30.0, 50.0}}, 40);
+  const auto& series = bench.drawn().series;
+  ASSERT_EQ(series.size(), 4U);
+  EXPECT_EQ(bench.kept->sheets.front()->columns.count(4), 0U) << "a gap beside the table";
+  for (const auto& part : series)
+    EXPECT_TRUE(bench.kept->sheets.front()->columns.at(part->values.area.column).hidden);
+  bench.sheet->SheetWorksheet()->range(series[0]->values.area.row, 3, 1, 1)->set_value(65.0);
+  bench.app->calculate();
+  EXPECT_EQ(bench.figures(1), (std::vector<double>{30, 0, 35}));
+}
+
+TEST(ReportChart, CutsLongNamesBesideTheBarsAndThinsTheLabels) {
+  constexpr double kAuto = host::kAutoScaleValue;
+  for (const bool is_long : {false, true}) {
+    BarsBench bench({{350000.0, 790000.0}}, 522390, is_long ? std::string(90, 'n') + " (B4)" : "Price (B4)",
+                    {.number_format = "#,##0.00 [$USD]"});
+    bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0.00 [$USD]", true);
+    bench.chart->FinishChart();
+    const office::ChartModel& chart = bench.drawn();
+    const test::BookReader reader(*bench.kept);
+    const auto& names = chart.series.front()->x_values.area;
+    const std::string name = reader.value(*bench.kept->sheets.front(), names.row, names.column).text;
+    EXPECT_EQ(names.column == 1, !is_long) << "the table's own names, where they fit";
+    EXPECT_TRUE(name.ends_with(" (B4)"));
+    EXPECT_LT(office::text_width(name, "Calibri", 9, false), chart.plot.inside.value().left);
+    const office::AxisModel& values = chart.axes[0][1];
+    const double labels = (values.maximum.value() - values.minimum.value()) / values.major_unit.value() + 1;
+    EXPECT_LT(labels * office::text_width("350,000.00", "Calibri", 9, false), chart.width);
+  }
+}
+
+TEST(ReportChart, ScalesTheValueAxisToTheBars) {
+  BarsBench bench({{40000.0, 41000.0}, {" - ", " - "}}, 40461, "Input", {.number_format = "#,##0"});
+  constexpr double kAuto = host::kAutoScaleValue;
+  bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0", true);
+  bench.chart->FinishChart();
+  const office::ChartModel& chart = bench.drawn();
+  const office::AxisModel& values = chart.axes[0][1];
+  EXPECT_GT(values.minimum.value_or(0), 39000);
+  EXPECT_LE(values.minimum.value_or(0), 40000);
+  EXPECT_GE(values.maximum.value_or(0), 41000);
+  EXPECT_EQ(values.crosses_at, 40461);
+  EXPECT_EQ(values.number_format, "#,##0");
+  const office::AxisModel& names = chart.axes[0][0];
+  EXPECT_TRUE(names.reversed && names.crosses_maximum) << "first bar on top, figures at the bottom";
+  EXPECT_FALSE(chart.plot_visible_only);
+  ASSERT_TRUE(chart.plot.inside);
+  EXPECT_LT(chart.plot.inside->left, 0.4 * chart.width + 1);
+  EXPECT_LT(chart.plot.inside->left + chart.plot.inside->width, chart.width);
+
+  bench.chart->SetXAxis("Cost", 0, kAuto, 500, "", true);
+  EXPECT_EQ(bench.drawn().axes[0][1].minimum, 0);
+  EXPECT_EQ(bench.drawn().axes[0][1].maximum, std::nullopt);
+}
+
+TEST(ReportChart, TitleAndSubtitleShareTheTitle) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto chart = reports.AddSheet("Title")->AddChart(33, 428, 300);
+  chart->SetTitle("Größe 😀");
+  chart->SetSubtitle("second\r\nthird");
+  const auto& model = *bench.first_sheet(reports).charts.front();
+  ASSERT_EQ(model.title.size(), 3U) << "title, line break, subtitle";
+  EXPECT_EQ(model.title[0].text, "Größe 😀");
+  EXPECT_EQ(model.title[0].font.bold, true);
+  EXPECT_EQ(model.title[2].text, "second\nthird");
+  EXPECT_EQ(model.title[2].font.bold, false);
+  EXPECT_EQ(model.alternative_text, "Größe 😀\nsecond\nthird");
+}
+
+TEST(ReportChart, TellsThirtyTwoSeriesApart) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Series");
+  const auto chart = sheet->AddChart(33, 428, 300);
+  const auto cells = sheet->NextCell()->resize(3, 1);
+  for (int i = 0; i < 32; ++i) chart->AddSeries(*cells, *cells, "Input");
+  std::set<std::pair<host::Color, std::int32_t>> looks;
+  const auto& model = *bench.first_sheet(reports).charts.front();
+  for (const auto& series : model.series)
+    looks.insert({series->line.value().color.value(), series->marker.value().style});
+  EXPECT_EQ(looks.size(), 32U);
+  EXPECT_TRUE(model.has_legend);
+}
+
+// A chart of points over cells of a sheet: one line for each list of points.
+struct PointsBench : test::TablesBench {
+  using Line = std::vector<std::pair<host::CellValue, host::CellValue>>;
+  PointsBench(std::int32_t kind, const std::vector<Line>& lines, const std::string& name,
+              const std::string& format = "0%", double width = 428) {
+    chart = sheet->AddChart(kind, width, 300);
+    std::int32_t column = 1;
+    for (const Line& line : lines) {
+      const auto rows = static_cast<std::int32_t>(line.size());
+      host::CellBlock block(rows, 2);
+      for (std::int32_t row = 1; row <= rows; ++row) {
+        block.set(row, 1, line[static_cast<std::size_t>(row - 1)].first);
+        block.set(row, 2, line[static_cast<std::size_t>(row - 1)].second);
+      }
+      const auto cells = sheet->SheetWorksheet()->range(1, column, rows, 2);
+      cells->put(block);
+      chart->AddSeries(*cells->resize(rows, 1), *cells->offset(0, 1)->resize(rows, 1), name);
+      column += 2;
+    }
+    constexpr double kAuto = host::kAutoScaleValue;
+    chart->SetTitle(std::string(60, 'w'));
+    chart->SetSubtitle("second line");
+    chart->SetXAxis("Input", kAuto, kAuto, kAuto, format, true);
+    chart->SetYAxis("Output", kAuto, kAuto, kAuto, format);
+    chart->FinishChart();
+  }
+  const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
+
+  ReportWorkbook workbook = reports();
+  std::shared_ptr<ReportSheet> sheet = workbook.AddSheet("Points");
+  std::shared_ptr<ReportChart> chart;
+};
+
+struct PointsCase {
+  const char* what;
+  PointsBench::Line line;
+  double x_minimum, x_maximum, y_minimum, y_maximum;
+};
+
+const PointsCase kPointsCases[] = {
+    {"lines end at the bounds", {{-0.2, -0.4}, {0.0, 0.0}, {0.2, 0.4}}, -0.2, 0.2, -0.4, 0.4},
+    {"rounding leaves no axis of its own", {{-0.2, 1.1e-16}, {0.0, 0.0}, {0.2, 1.0}}, -0.2, 0.2, 0, 1},
+    {"not along the edge", {{0.0, 0.0}, {0.5, 0.0}, {1.0, 1.0}}, 0, 1, -0.2, 1},
+    {"edges at both ends of a gap are no line", {{0.0, 0.0}, {0.5, {}}, {0.8, 0.0}, {1.0, 1.0}}, 0, 1, 0, 1},
+    {"level lines lie in the middle", {{1.0, 0.5}, {2.0, 0.5}}, 1, 2, 0.44, 0.56},
+    {"and so do those that only rounding bends", {{1.0, 0.5}, {2.0, 0.500000000001}}, 1, 2, 0.44, 0.56},
+};
+
+TEST(PointChart, SetsItsAxesAroundThePoints) {
+  for (const PointsCase& c : kPointsCases) {
+    SCOPED_TRACE(c.what);
+    PointsBench bench(34, {c.line}, "Input");
+    const office::AxisModel& x = bench.drawn().axes[0][0];
+    const office::AxisModel& y = bench.drawn().axes[0][1];
+    EXPECT_EQ(x.minimum, c.x_minimum);
+    EXPECT_EQ(x.maximum, c.x_maximum);
+    EXPECT_EQ(y.minimum, c.y_minimum);
+    EXPECT_EQ(y.maximum, c.y_maximum);
+    EXPECT_GT(x.major_unit.value(), 0);
+    EXPECT_GT(y.major_unit.value(), 0);
+  }
+}
+
+const PointsBench::Line kCross = {{-0.2, -0.4}, {0.0, 0.0}, {0.2, 0.4}};
+
+// A character of any script is at least so wide in the legend's font.
+TEST(PointChart, NamesOfAnyScriptLeaveThePlotItsRoom) {
+  for (const char* name : {"年間平均上昇率消費者物価指数を基準とする電力購入契約の単価 (C4)",
+                           "שיעור הריבית השנתי על ההלוואה הראשית של החברה (C4)",
+                           "A long name that goes on for quite a while, and then on (C4)", "Rate (C4)"}) {
+    PointsBench bench(33, {kCross}, name);
+    const office::ChartModel& chart = bench.drawn();
+    const std::string& shown = chart.series.front()->name;
+    EXPECT_TRUE(shown.ends_with(" (C4)")) << shown;
+    const auto& plot = chart.plot.inside.value();
+    EXPECT_GT(plot.width, 0.4 * chart.width) << shown;
+    const double legend = office::text_width(shown, "Calibri", 9, false) + 40;
+    EXPECT_LE(plot.left + plot.width + legend, chart.width) << shown;
+    EXPECT_GT(plot.top, 2 * 13 * 1.2) << "below the titles";
+  }
+}
+
+TEST(ReportChart, WatermarkLiesInThePlotAndClicksOnlyWithTheAddIn) {
+  for (const bool add_in : {false, true}) {
+    test::TablesBench bench(add_in);
+    auto reports = bench.reports();
+    const auto chart = reports.AddSheet("Watermark")->AddChart(34, 428, 300);
+    chart->SetWatermark("Draft", "", "Book.xla!Click");
+    EXPECT_EQ(bench.first_sheet(reports).charts.back()->click_macro, add_in ? "Book.xla!Click" : "");
+  }
+  const auto lies_in_plot = [](const office::ChartModel& chart) {
+    ASSERT_EQ(chart.text_boxes.size(), 2U);
+    const auto& plot = chart.plot.inside.value();
+    for (const auto& box : chart.text_boxes) {
+      EXPECT_GE(box.left, plot.left);
+      EXPECT_LE(box.left + box.width, plot.left + plot.width);
+      EXPECT_GE(box.top, plot.top);
+      EXPECT_LE(box.top + box.height, plot.top + plot.height);
+    }
+    EXPECT_GE(chart.text_boxes[1].top, chart.text_boxes[0].top + chart.text_boxes[0].height);
+  };
+  for (const std::int32_t kind : {33, 34}) {
+    PointsBench bench(kind, {kCross}, "A name of some length (C4)", "0%", 376);
+    bench.chart->SetWatermark("Draft", "for the board\nonly", "");
+    lies_in_plot(bench.drawn());
+  }
+  // Long bars above, short ones below: the corner beside the short ones is free.
+  BarsBench bars({{-90.0, 90.0}, {-60.0, 90.0}, {-4.0, 90.0}, {-2.0, 90.0}, {-1.0, 90.0}}, 0);
+  bars.chart->FinishChart();
+  bars.chart->SetWatermark("Draft", "only", "");
+  lies_in_plot(bars.drawn());
+  for (const auto& box : bars.drawn().text_boxes)
+    EXPECT_LT(box.left + box.width, bars.drawn().plot.inside->left + bars.drawn().plot.inside->width / 2);
+}
+
+TEST(ReportSheet, ChartHeightGrowsWithTheBars) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  const auto sheet = reports.AddSheet("Heights");
+  EXPECT_EQ(sheet->ChartHeightForBars(1), 180);
+  EXPECT_EQ(sheet->ChartHeightForBars(10), 330);
+  EXPECT_EQ(sheet->ChartHeightForBars(32), 484) << "many bars stand closer";
+}
+
+}  // namespace
+}  // namespace ordvane::layout

@@ -1,0 +1,135 @@
+#include "reports/chart_helpers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "reports/reports_bench.h"
+
+namespace ordvane::reports {
+namespace {
+
+using test::GraphBench;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kUntouched = 77;
+
+struct ScaleCase {
+  const char* what;
+  double low, high;
+  bool set;
+  double minimum, maximum, unit;
+};
+const ScaleCase kScaleCases[] = {
+    {"a power of ten is not cut short", 0, 1000, true, 0, 1000, 200},
+    {"an empty range is widened", 5, 5, true, 4.4, 5.6, 0.2},
+    {"fifths of a power up to 2", 0, 20, true, 0, 20, 2},
+    {"halves up to 5", 1.2, 5.2, true, 1, 5.5, 0.5},
+    {"whole powers above", -3, 4, true, -3, 4, 1},
+    {"below zero", -17, -3, true, -18, -2, 2},
+    {"a reversed range is refused", 3, 1, false, 0, 0, 0},
+    {"not a number is refused", test::kNothing, 1, false, 0, 0, 0},
+    {"an endless range is refused", -kInfinity, 1, false, 0, 0, 0},
+    {"a range beyond numbers is refused", -1.7e308, 1.7e308, false, 0, 0, 0},
+};
+
+TEST(CalcAxisScale, RoundsTheBoundsOfARange) {
+  for (const ScaleCase& c : kScaleCases) {
+    SCOPED_TRACE(c.what);
+    double minimum = kUntouched, maximum = kUntouched, unit = kUntouched;
+    ASSERT_EQ(CalcAxisScale(c.low, c.high, minimum, maximum, unit), c.set);
+    EXPECT_NEAR(minimum, c.set ? c.minimum : kUntouched, 1e-12);
+    EXPECT_NEAR(maximum, c.set ? c.maximum : kUntouched, 1e-12);
+    EXPECT_NEAR(unit, c.set ? c.unit : kUntouched, 1e-12);
+  }
+}
+
+TEST(CalcAxisScale, ContainsTheRangeInFewSteps) {
+  for (double low : {-1e9, -123.4, 0.0, 1e-7, 99.99})
+    for (int power = -12; power <= 24; ++power) {
+      const double width = std::pow(3.1, power);
+      double minimum = 0, maximum = 0, unit = 0;
+      if (!CalcAxisScale(low, low + width, minimum, maximum, unit)) continue;
+      const double steps = (maximum - minimum) / unit;
+      EXPECT_LE(minimum, low + unit * 1e-6) << low << " + " << width;
+      EXPECT_GE(maximum, low + width - unit * 1e-6) << low << " + " << width;
+      EXPECT_LE(steps, 13) << low << " + " << width;
+    }
+}
+
+TEST(ArrayExtremes, AreFoundAndAnEmptyArrayIsRefused) {
+  const std::vector<double> values = {3, -2, 8, -2};
+  EXPECT_EQ(ArrayMin(values), -2);
+  EXPECT_EQ(ArrayMax(values), 8);
+  EXPECT_THROW(ArrayMin({}), host::Error);
+  EXPECT_THROW(ArrayMax({}), host::Error);
+}
+
+// A sheet to put figures on.
+std::shared_ptr<host::Worksheet> sheet_of(GraphBench& bench) {
+  return bench.workbook->AddSheet("Figures")->SheetWorksheet();
+}
+
+TEST(FirstErrorCellIndex, CountsRowByRow) {
+  GraphBench bench;
+  const auto sheet = sheet_of(bench);
+  const auto range = sheet->range("B2:C4");
+  sheet->range("B2:C4")->set_value(1.0);
+  EXPECT_EQ(FirstErrorCellIndex(*range), 0);
+  sheet->range("C4")->set_value(host::CellError::kNA);
+  sheet->range("B3")->set_value(host::CellError::kDiv0);
+  EXPECT_EQ(FirstErrorCellIndex(*range), 3);
+  EXPECT_EQ(FirstErrorCellIndex(*range, 5, 6), 3) << "bounds do not limit the walk";
+}
+
+TEST(GraphRangesExtent, SpansAllSeriesButThoseWithErrors) {
+  GraphBench bench;
+  const auto sheet = sheet_of(bench);
+  const double figures[3][2] = {{1, 10}, {-4, 30}, {2, -5}};
+  model::OrdvaneGraphRanges ranges;
+  for (std::int32_t i = 1; i <= 3; ++i) {
+    sheet->range(1, i, 1, 1)->set_value(figures[i - 1][0]);
+    sheet->range(2, i, 1, 1)->set_value(figures[i - 1][1]);
+    const auto range = ranges.Add(0);
+    range->set_xValues(sheet->range(1, i, 1, 1));
+    range->set_yValues(sheet->range(2, i, 1, 1));
+  }
+  Extent extent;
+  EXPECT_EQ(GetGraphRangesExtent(bench.session, ranges, extent), 0);
+  EXPECT_EQ(extent.x_minimum, -4);
+  EXPECT_EQ(extent.x_maximum, 2);
+  EXPECT_EQ(extent.y_minimum, -5);
+  EXPECT_EQ(extent.y_maximum, 30);
+
+  sheet->range(1, 2, 1, 1)->set_value(host::CellError::kNum);
+  extent = {};
+  GetGraphRangesExtent(bench.session, ranges, extent);
+  EXPECT_EQ(extent.x_minimum, 1) << "the series with an error adds nothing";
+  EXPECT_EQ(extent.y_maximum, 30) << "its other values do";
+}
+
+TEST(MessageChart, IsAPanelThatShowsItsTitleOnly) {
+  GraphBench bench;
+  const auto sheet = bench.workbook->AddSheet("Panel");
+  std::shared_ptr<layout::ReportChart> made;
+  EXPECT_EQ(CreateMessageChart(*sheet, "Nothing to see", &made), 0);
+  ASSERT_TRUE(made);
+  const auto book = bench.book();
+  const office::ChartModel& chart = *book->sheets.front()->charts.front();
+  ASSERT_FALSE(chart.title.empty());
+  EXPECT_EQ(chart.title.front().text, "Nothing to see");
+  ASSERT_EQ(chart.series.size(), 1U);
+  EXPECT_EQ(chart.series.front()->marker.value().style, host::kXlNone);
+  EXPECT_FALSE(chart.has_legend);
+  EXPECT_EQ(chart.title_top, 130);
+  EXPECT_EQ(chart.plot.fill.value().color, 0x99FFFF);
+  EXPECT_EQ(chart.plot.border.value().color, 0x808080);
+  for (const office::AxisModel& axis : chart.axes[0]) {
+    EXPECT_EQ(axis.tick_labels, host::TickLabelPosition::kNone);
+    EXPECT_EQ(axis.line.value().line_style, host::kXlNone);
+    EXPECT_EQ(axis.major_tick_mark, host::kXlNone);
+  }
+}
+
+}  // namespace
+}  // namespace ordvane::reports

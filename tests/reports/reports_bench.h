@@ -1,0 +1,193 @@
+// A bench for the graph reports: records made by hand, written into an embedded workbook.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "environment/standard_environment.h"
+#include "layout/report_workbook.h"
+#include "model/input_output.h"
+#include "model/ranking.h"
+#include "office/office.h"
+#include "runfile/recorded_engine.h"
+#include "runfile/values.h"
+#include "session/session.h"
+#include "support/snapshot.h"
+
+namespace ordvane::test {
+
+inline constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
+inline const double kNumError = runfile::encode_error(host::CellError::kNum);
+
+struct TestInput {
+  std::string name, cell;
+  double base;
+  std::vector<std::pair<double, double>> steps;  // value of the input, result
+  std::string format = "0.0";
+  std::string sheet = "Model", book = "plant.xlsx";
+};
+
+class GraphBench {
+ public:
+  GraphBench() {
+    session.environment = std::make_shared<environment::StandardEnvironment>(environment::Settings{});
+    session.engine = runfile::make_recorded_engine(std::make_shared<runfile::Run>());
+    session.string_table = session.environment->string_table("OrdvaneResults8", "en");
+    session.g_XLApp = app;
+    rules = std::make_shared<model::NumberRules>(session.engine, session.environment);
+    workbook = std::make_unique<layout::ReportWorkbook>(session, "Ordvane", nullptr, nullptr, 1033);
+    outputs.push_back(model::DralInputOutput(rules));
+    output().ioName = "Cost";
+    output().set_SimpleName("Cost");
+    output().cellAddress = "C14";
+    output().sheetName = "Model";
+    output().bookName = "plant.xlsx";
+    output().numberFormat = output().NumberFormatLocal = "#,##0.00";
+  }
+
+  model::DralInputOutput& output() { return outputs(1); }
+
+  // Fills the records as data retrieval does: extremes over usable results, ranks by swing.
+  void set_inputs(const std::vector<TestInput>& given) {
+    for (const TestInput& input : given) inputs.push_back(record(input));
+    for (model::DralInputOutput& input : inputs) {
+      double rank = 1;
+      for (const model::DralInputOutput& other : inputs) {
+        if (swing(other) > swing(input) || (swing(other) == swing(input) && &other < &input)) ++rank;
+      }
+      input.outputRankPut(1, rank);
+    }
+    ranking.input_limit = inputs.size();
+  }
+
+  std::shared_ptr<const office::BookModel> book() { return app->model(*workbook->workbook()); }
+  // What the report wrote, as text; rows of the table's body count from 1 behind a plus sign: "B+1".
+  std::string text() {
+    const std::string text = snapshot(*book());
+    static const std::regex kHeader("[A-Z]+([0-9]+) \"(?:Name|Input or group)\"");
+    std::smatch header;
+    if (!std::regex_search(text, header, kHeader)) return text;
+    const int above = std::stoi(header[1]);
+    static const std::regex kCell("\\b[A-Z]{1,2}([0-9]+)\\b");
+    std::string result;
+    std::size_t copied = 0;
+    for (std::sregex_iterator cell(text.begin(), text.end(), kCell), end; cell != end; ++cell) {
+      if (std::stoi((*cell)[1]) <= above) continue;
+      const auto row = static_cast<std::size_t>(cell->position(1));
+      result += text.substr(copied, row - copied) + "+" + std::to_string(std::stoi((*cell)[1]) - above);
+      copied = row + static_cast<std::size_t>(cell->length(1));
+    }
+    return result + text.substr(copied);
+  }
+
+  std::shared_ptr<office::OfficeApplication> app = office::make_application();
+  session::Session session;
+  std::shared_ptr<const model::NumberRules> rules;
+  std::unique_ptr<layout::ReportWorkbook> workbook;
+  model::Records inputs, outputs;
+  model::OneBased<std::int32_t> selected = {1};
+  model::RankingRecord ranking;
+
+ private:
+  static double swing(const model::DralInputOutput& input) {
+    return input.outputMaxValue(1) - input.outputMinValue(1);
+  }
+
+  model::DralInputOutput record(const TestInput& given) {
+    model::DralInputOutput input(rules);
+    input.ioName = given.name;
+    input.set_SimpleName(given.name);
+    input.cellAddress = given.cell;
+    input.sheetName = given.sheet;
+    input.bookName = given.book;
+    input.set_BaseValue(given.base);
+    input.numberFormat = input.NumberFormatLocal = given.format;
+    input.numSteps = static_cast<std::int32_t>(given.steps.size());
+    input.inputValuesUsedInit(input.numSteps);
+    input.outputValuesCalculatedInit(1, input.numSteps);
+    for (auto init :
+         {&model::DralInputOutput::outputMinValueInit, &model::DralInputOutput::outputMaxValueInit,
+          &model::DralInputOutput::outputMinPercentChangeInit,
+          &model::DralInputOutput::outputMaxPercentChangeInit, &model::DralInputOutput::minInputValueInit,
+          &model::DralInputOutput::maxInputValueInit, &model::DralInputOutput::outputRankInit})
+      (input.*init)(1);
+    fill_steps(input, given);
+    return input;
+  }
+
+  void fill_steps(model::DralInputOutput& input, const TestInput& given) {
+    double low = host::kMissingNumber, high = host::kMissingNumber, at_low = low, at_high = high;
+    for (std::int32_t step = 1; step <= input.numSteps; ++step) {
+      const auto [value, result] = given.steps[static_cast<std::size_t>(step - 1)];
+      input.InputValuesUsedPut(step, value);
+      input.OutputValuesCalculatedPut(1, step, result);
+      if (!rules->is_usable(result)) continue;
+      if (low == host::kMissingNumber || result < low) low = result, at_low = value;
+      if (high == host::kMissingNumber || result > high) high = result, at_high = value;
+    }
+    input.outputMinValuePut(1, low);
+    input.outputMaxValuePut(1, high);
+    input.minInputValuePut(1, at_low);
+    input.maxInputValuePut(1, at_high);
+    input.outputMinPercentChangePut(1, rules->fractional_change(low, output().BaseValue()));
+    input.outputMaxPercentChangePut(1, rules->fractional_change(high, output().BaseValue()));
+  }
+};
+
+// What a report shows, and does not, of these inputs.
+struct GraphSituation {
+  const char* what;
+  double base;
+  std::vector<TestInput> inputs;
+  std::function<void(GraphBench&)> change;  // of the bench, after the inputs
+  model::OrdvaneOutputMode mode;
+  std::vector<std::string> shown, not_shown;
+};
+
+inline void set_up(GraphBench& bench, const GraphSituation& situation) {
+  bench.output().set_BaseValue(situation.base);
+  bench.set_inputs(situation.inputs);
+  if (situation.change) situation.change(bench);
+}
+
+// `make_report` returns the text of a situation's report.
+template <class Bench = GraphBench, class Situations, class MakeReport>
+void check_situations(const Situations& situations, MakeReport&& make_report) {
+  for (const auto& situation : situations) {
+    SCOPED_TRACE(situation.what);
+    Bench bench;
+    const std::string text = make_report(bench, situation);
+    for (const std::string& line : situation.shown) EXPECT_THAT(text, testing::HasSubstr(line));
+    for (const std::string& line : situation.not_shown)
+      EXPECT_THAT(text, testing::Not(testing::HasSubstr(line)));
+  }
+}
+
+// The user presses Escape before a check, counted from 1.
+struct Impatient : environment::StandardEnvironment {
+  explicit Impatient(int check) : StandardEnvironment(environment::Settings{}), patience(check) {}
+  bool escape_pressed() override { return --patience <= 0; }
+  int patience;
+};
+
+template <class Step>
+void expect_cancelled(Step&& step) {
+  try {
+    step();
+    ADD_FAILURE() << "the report went on";
+  } catch (const host::Error& error) {
+    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
+  }
+}
+
+}  // namespace ordvane::test

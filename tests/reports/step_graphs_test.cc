@@ -1,0 +1,368 @@
+// Spider and sensitivity reports: one table of steps, drawn as lines together or as one chart each.
+#include "reports/reports_bench.h"
+#include "reports/sensitivity.h"
+#include "reports/spider.h"
+
+namespace ordvane::reports {
+namespace {
+
+using Situation = test::GraphSituation;
+using test::GraphBench;
+using test::kNothing;
+using test::kNumError;
+using test::TestInput;
+
+using Report = decltype(&GenerateSpiderReport);
+
+std::string make_report(GraphBench& bench, const Situation& c, Report report) {
+  set_up(bench, c);
+  EXPECT_EQ(report(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
+                   model::OrdvaneRangeCellMode, c.mode, bench.ranking, 1, 1),
+            0);
+  return bench.text();
+}
+
+const TestInput kRate = {"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, 115}}};
+const TestInput kZero = {"Zero", "B3", 0, {{-1, 80}, {1, 120}}};
+const TestInput kNegative = {"Loss", "B4", -10, {{-12, 90}, {-8, 110}}};
+
+const char* const kFirstRow =
+    "\"Rate (B2)\"  B+1 \"B2\"  C+1 1  D+1 4 {0.0}  E+1 -1 {0.0}  F+1 -0.2 {0.00%}  G+1 90 {#,##0.00}  H+1 "
+    "-10 {#,##0.00}  I+1 -0.1 {0.00%}\n";
+
+const Situation kSpiderSituations[] = {
+    {"every step with its changes",
+     100,
+     {kRate},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"== Spider C14\n", kFirstRow, "C+2 2  D+2 5 {0.0}  E+2 0 {0.0}  F+2 0 {0.00%}", "merged A+1:A+3",
+      "I+1:I+3 (-0.1, 0, 0.15) over F+1:F+3 (-0.2, 0, 0.2)",
+      "from -0.1 to 0.15 \"Output, % change from base value\" {0%}", "Each line of the chart is one input"},
+     {"note at", " - ", "No line", "hidden cells"}},
+    {"a base of zero has no line, and says why in its own row",
+     100,
+     {kRate, kZero, {"Nil", "B8", 0, {{-1, kNothing}, {1, 120}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"\"Zero (B3)\"  B+4 \"B3\"  C+4 1  D+4 -1 {0.0}  E+4 -1 {0.0}  F+4 \" - \"",
+      "note at F+4 \"Please note:\nThe base value of this input is 0",
+      "note at F+6 \"Please note:\nThe base value of this input is 0",
+      "note at G+6 \"Please note:\nSome values", "No line, because the base value is 0: Zero (B3), Nil (B8)",
+      "series \"Rate (B2)\""},
+     {"series \"Zero", "series \"Nil", "The base value of the output"}},
+    {"a base that is no number has no line either",
+     100,
+     {kRate, {"Text", "B9", kNothing, {{1, 90}, {2, 110}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"note at E+4 \"Please note:\nThe base value of this input is not a number",
+      "No line, because the base value is not a number: Text (B9)", "series \"Rate (B2)\""},
+     {"series \"Text", "base value of this input is 0", "Some values"}},
+    {"an output base that is no number is not said to be 0",
+     kNothing,
+     {kRate, kNegative},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"note at H+1 \"Please note:\nThe base value of the output is not a number",
+      "There is no spider graph for this output.\nA base value is 0 or not a number"},
+     {"The base value of the output is 0", "No line"}},
+    {"results that all failed",
+     100,
+     {kRate, {"Broken", "B9", 1, {{1, kNumError}, {2, kNothing}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"No line, because no result is a number: Broken (B9)",
+      "Results that are no numbers: Broken (B9): 2 of 2",
+      "note at A+4 \"Please note:\nResults that are no numbers: 2 of 2"},
+     {"series \"Broken"}},
+    {"nothing but results that failed",
+     100,
+     {{"Broken", "B9", 1, {{1, kNumError}, {2, kNothing}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"There is no spider graph for this output.\nNone of its results is a number."},
+     {"Each line"}},
+    {"a step between others that failed is a gap",
+     100,
+     {kRate, {"Term", "B5", 10, {{8, 95}, {9, kNumError}, {10, 100}, {kNothing, 103}, {12, 105}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"series \"Rate (B2)\" I+1:I+3",
+      "series \"Term (B5)\" L+4:L+8 (-0.05, , 0, , 0.05) over K+4:K+8 (-0.2, , 0, , 0.2)",
+      "draws hidden cells", "G+5 \" - \"", "D+7 \" - \"", "Results that are no numbers: Term (B5): 1 of 5"},
+     {}},
+    {"an input that moves nothing",
+     100,
+     {kRate, {"Idle", "B9", 3, {{2, 100}, {4, 100}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"series \"Idle (B9)\""},
+     {"No effect"}},
+    {"an input that moves nothing is left out of the graph, on demand",
+     100,
+     {kRate, {"Idle", "B9", 3, {{2, 100}, {4, 100}}}},
+     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     model::OrdvaneOutputAsValue,
+     {"\"Idle (B9)\"  B+4", "No effect on this output: Idle (B9)"},
+     {"series \"Idle", "No line"}},
+    {"steps that leave out the base value",
+     100,
+     {{"Late", "B9", 3, {{4, 110}, {5, 120}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"note at A+1 \"Please note:\nThe steps of this input leave out its base value",
+      "Steps that leave out the base value: Late (B9)."},
+     {}},
+    {"an output without a name",
+     100,
+     {kRate},
+     [](GraphBench& b) { b.output().ioName = ""; },
+     model::OrdvaneOutputAsValue,
+     {"\"Output in cell C14 at every step of the inputs\"",
+      "title \"How the output in cell C14 follows each input\""},
+     {}},
+    {"changes are parts of the size of the base, whatever its sign",
+     -100,
+     {{"Loss", "B4", -10, {{-12, -90}, {-8, -110}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"E+1 -2 {0.0}  F+1 -0.2 {0.00%}", "H+1 10 {#,##0.00}  I+1 0.1 {0.00%}",
+      "(0.1, -0.1) over F+1:F+2 (-0.2, 0.2)"},
+     {}},
+    {"what calculating leaves behind is no change",
+     0.3,
+     {{"Rate", "B2", 0.1, {{0.1 + 1e-16, 0.1 + 0.2}, {0.2, 0.5}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"E+1 0 {0.0}  F+1 0 {0.00%}", "H+1 0 {#,##0.00}  I+1 0 {0.00%}"},
+     {}},
+    {"nothing to draw",
+     0,
+     {kZero},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"There is no spider graph for this output.",
+      "The base value of the output is 0, so there is no change"},
+     {}},
+    {"nothing to draw though the output has a base",
+     100,
+     {kZero},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"There is no spider graph", "A base value is 0 or not a number"},
+     {}},
+    {"an output base of zero is noted once",
+     0,
+     {kRate, kNegative},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"note at I+1", "There is no spider graph"},
+     {"note at I+4"}},
+    {"lines end where results end",
+     100,
+     {{"Term", "B5", 10, {{8, kNothing}, {9, 95}, {11, 105}, {12, kNumError}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"(-0.05, 0.05) over F+2:F+3 (-0.1, 0.1)", "G+1 \" - \"", "note at G+1"},
+     {}},
+    {"long names are cut in the legend only",
+     100,
+     {{"A name that is well over twenty-five", "B6", 5, {{4, 90}, {6, 110}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"series \"A name that is well over (B6)\"", "\"A name that is well over twenty-five (B6)\""},
+     {}},
+    {"differences of dates are days",
+     100,
+     {{"Start", "B7", 46023, {{46000, 90}, {46054, 110}}, "dd\"/\"mm\"/\"yyyy"}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"D+1 46000 {dd\"/\"mm\"/\"yyyy}  E+1 -23  F+1"},
+     {}},
+    {"no input",
+     100,
+     {kRate},
+     [](GraphBench& b) { b.ranking.input_limit = 0; },
+     model::OrdvaneOutputAsValue,
+     {"No input moved this output enough"},
+     {"chart ", "Step"}},
+    {"an input without steps is left out",
+     100,
+     {kRate, kNegative},
+     [](GraphBench& b) { b.inputs(2).numSteps = 0; },
+     model::OrdvaneOutputAsValue,
+     {"Rate (B2)"},
+     {"Loss (B4)"}},
+};
+
+const Situation kSensitivitySituations[] = {
+    {"one chart an input",
+     100,
+     {kRate, kNegative},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"\"Sensitivity graph\"", "title \"Sensitivity to Rate\nCost\"", "title \"Sensitivity to Loss",
+      "category axis from 4 to 6 \"Rate\" {0.0}", "value axis from 90 to 115 \"Cost\" {#,##0.00}",
+      "(90, 100, 115) over", "Each chart shows one input", "\"Charts: below the table, from row 18 on\""},
+     {"note at", "No chart"}},
+    {"in percent",
+     100,
+     {kRate},
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"(-0.1, 0, 0.15) over", "\"Rate, % change from base value\" {0%}",
+      "\"Cost, % change from base value\" {0%}"},
+     {}},
+    {"a result that is an error leaves a gap and a word at its chart",
+     100,
+     {{"Rate", "B2", 5, {{4, 90}, {5, kNumError}, {6, 115}}}, kNegative},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"title \"Sensitivity to Rate\nCost\nResults that are no numbers: 1 of 3\"",
+      "L+1:L+3 (90, , 115) over K+1:K+3 (4, , 6)", "draws hidden cells", "series \"Loss (B4)\" G+4:G+5"},
+     {"There are no"}},
+    {"missing results at an end shorten the line",
+     100,
+     {{"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, kNothing}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"G+1:G+2 (90, 100) over D+1:D+2 (4, 5)"},
+     {"hidden cells"}},
+    {"values need no base",
+     100,
+     {kZero, {"Text", "B9", kNothing, {{1, 90}, {2, 110}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"series \"Zero (B3)\"", "series \"Text (B9)\""},
+     {"No chart", "There are no"}},
+    {"changes need one",
+     100,
+     {kRate, kZero, {"Text", "B9", kNothing, {{1, 90}, {2, 110}}}},
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"No chart, because the base value is 0: Zero (B3)",
+      "No chart, because the base value is not a number: Text (B9)"},
+     {"series \"Zero", "series \"Text", "There are no"}},
+    {"only bases of zero",
+     100,
+     {kZero},
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"There are no sensitivity graphs", "A base value is 0 or not a number"},
+     {"series \"Zero"}},
+    {"only inputs that move nothing",
+     100,
+     {{"Idle", "B9", 3, {{2, 100}, {4, 100}}}},
+     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     model::OrdvaneOutputAsValue,
+     {"There are no sensitivity graphs for this output.\nNone of the inputs has an effect on it.",
+      "No effect on this output: Idle (B9)", "\"Idle (B9)\"  B+1"},
+     {"series \"Idle"}},
+    {"dates",
+     46023,
+     {{"Start", "B7", 46023, {{45658, 46000}, {46023, 46023}, {46388, 46054}}, "dd/mm/yyyy"}},
+     [](GraphBench& b) {
+       b.output().IsDate = true;
+       b.output().DateFormat = "mm/dd/yyyy";
+       b.output().numberFormat = b.output().NumberFormatLocal = "General";
+     },
+     model::OrdvaneOutputAsValue,
+     {"\"Start\" {dd/mm/yyyy}", "\"Cost\" {mm/dd/yyyy}"},
+     {}},
+    {"an input without a name",
+     100,
+     {{"", "B2", 5, {{4, 90}, {6, 115}}}},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"title \"Sensitivity to the input in cell B2\nCost\""},
+     {}},
+    {"percent of nothing",
+     0,
+     {kRate},
+     nullptr,
+     model::OrdvaneOutputAsPercentChange,
+     {"There are no sensitivity graphs", "The base value of the output is 0"},
+     {}},
+    {"values with an output base of zero",
+     0,
+     {kRate},
+     nullptr,
+     model::OrdvaneOutputAsValue,
+     {"(90, 100, 115) over", "note at I"},
+     {"There are no"}},
+};
+
+TEST(SpiderReport, InEverySituation) {
+  test::check_situations(kSpiderSituations, [](GraphBench& bench, const Situation& c) {
+    return make_report(bench, c, GenerateSpiderReport);
+  });
+}
+
+TEST(SensitivityReport, InEverySituation) {
+  test::check_situations(kSensitivitySituations, [](GraphBench& bench, const Situation& c) {
+    return make_report(bench, c, GenerateSensitivityReport);
+  });
+}
+
+TEST(SensitivityChart, RefusesWhatItWouldDrawAsZeroAndSaysWhere) {
+  const struct {
+    host::CellValue third;
+    std::int32_t status;
+    std::size_t series;
+  } kCases[] = {{host::CellError::kValue, 3, 0}, {" - ", 3, 0}, {{}, 0, 1}, {3.0, 0, 1}};
+  for (const auto& c : kCases) {
+    for (const std::int32_t bad_column : {20, 21}) {
+      GraphBench bench;
+      const auto sheet = bench.workbook->AddSheet("Figures");
+      const auto cells = sheet->SheetWorksheet();
+      for (std::int32_t row = 1; row <= 4; ++row)
+        for (std::int32_t column = 20; column <= 21; ++column)
+          cells->range(row, column, 1, 1)->set_value(static_cast<double>(row));
+      cells->range(3, bad_column, 1, 1)->set_value(c.third);
+      OrdvaneGInput graph(bench.session);
+      const auto range = graph.ranges.Add(1);
+      range->set_xValues(cells->range(1, 20, 4, 1));
+      range->set_yValues(cells->range(1, 21, 4, 1));
+      EXPECT_EQ(graph.inputG(*sheet), c.status);
+      EXPECT_EQ(bench.book()->sheets.front()->charts.front()->series.size(), c.series);
+    }
+  }
+}
+
+TEST(SensitivityReport, PutsTheTableFirstAndChartsSideBySideBelow) {
+  GraphBench bench;
+  make_report(bench, {"", 100, {kRate, kNegative, kZero}, nullptr, model::OrdvaneOutputAsValue, {}, {}},
+              GenerateSensitivityReport);
+  const office::SheetModel& sheet = *bench.book()->sheets.front();
+  ASSERT_EQ(sheet.charts.size(), 3U);
+  const auto& first = *sheet.charts[0];
+  const auto& second = *sheet.charts[1];
+  const auto& third = *sheet.charts[2];
+  const auto worksheet = bench.workbook->workbook()->worksheets().front();
+  const auto last_row = worksheet->range(sheet.bands.back().first_row, 1, 1, 1);
+  EXPECT_GE(first.top, last_row->top()) << "below the table and the lines";
+  EXPECT_EQ(first.top, second.top);
+  EXPECT_GE(second.left, first.left + first.width);
+  EXPECT_GE(third.top, first.top + first.height);
+  EXPECT_EQ(third.left, first.left);
+  EXPECT_GE(first.width, 376);
+}
+
+TEST(SpiderChart, GrowsWithItsLegend) {
+  std::vector<TestInput> many;
+  for (int i = 1; i <= 32; ++i)
+    many.push_back({"Input", "B" + std::to_string(i), 5, {{4, 90}, {6, 110.0 + i}}});
+  GraphBench few_bench, many_bench;
+  make_report(few_bench, {"", 100, {kRate}, nullptr, model::OrdvaneOutputAsValue, {}, {}},
+              GenerateSpiderReport);
+  make_report(many_bench, {"", 100, many, nullptr, model::OrdvaneOutputAsValue, {}, {}},
+              GenerateSpiderReport);
+  const auto height = [](GraphBench& bench) { return bench.book()->sheets.front()->charts.front()->height; };
+  EXPECT_EQ(height(few_bench), 300);
+  EXPECT_GE(height(many_bench), 32 * 13);
+  EXPECT_EQ(many_bench.book()->sheets.front()->charts.front()->series.size(), 32U);
+}
+
+}  // namespace
+}  // namespace ordvane::reports

@@ -1,0 +1,161 @@
+// Table helpers over tables of cases.
+#include "reports/utils.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "layout/layout_bench.h"
+#include "runfile/recorded_engine.h"
+#include "runfile/values.h"
+
+namespace ordvane::reports {
+namespace {
+
+using namespace model;  // NOLINT: the cases are tables of its enumerators
+
+constexpr double kMissing = host::kMissingNumber;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+const double kNumError = runfile::encode_error(host::CellError::kNum);
+
+struct ValueCase {
+  const char* what;
+  double value, divisor;
+  OrdvaneDivisorType kind;
+  std::int32_t flag;  // 0: `shown` is shown
+  double shown = 0;
+};
+
+const ValueCase kValueCases[] = {
+    {"a value by itself", 7.5, 1.0, OrdvaneDivisorInputOrOutput, 0, 7.5},
+    {"a quotient", 7.5, -2.5, OrdvaneDivisorInput, 0, -3},
+    {"zero is a value", 0, 4, OrdvaneDivisorInput, 0, 0},
+    {"no change: either base zero", kMissing, 1.0, OrdvaneDivisorInputOrOutput, 16},
+    {"no change: input base zero", kMissing, 5.0, OrdvaneDivisorInput, 1},
+    {"no change: output base zero", kMissing, 1.0, OrdvaneDivisorOutput, 2},
+    {"an error value", kNumError, 1.0, OrdvaneDivisorOutput, 128},
+    {"an error value is told before its divisor", kNumError, 0.0, OrdvaneDivisorInput, 128},
+    {"either base an error value", 1, kNumError, OrdvaneDivisorInputOrOutput, 32},
+    {"input base an error value", 1, kNumError, OrdvaneDivisorInput, 4},
+    {"output base an error value", 1, kNumError, OrdvaneDivisorOutput, 8},
+    {"input base missing", 1, kMissing, OrdvaneDivisorInput, 4},
+    {"size of a missing base", 1, -kMissing, OrdvaneDivisorOutput, 8},
+    {"either base zero", 1, 0.0, OrdvaneDivisorInputOrOutput, 16},
+    {"input base zero", 1, -0.0, OrdvaneDivisorInput, 1},
+    {"output base zero", 1, 0.0, OrdvaneDivisorOutput, 2},
+    {"a quotient too large", 1e300, 1e-300, OrdvaneDivisorInput, 128},
+    {"not a number", std::nan(""), 1.0, OrdvaneDivisorInput, 128},
+    {"infinite", -kInfinity, 1.0, OrdvaneDivisorInput, 128},
+};
+
+TEST(FormatTableValue, ShowsTheNumberOrSaysWhyNot) {
+  const NumberRules rules(runfile::make_recorded_engine(std::make_shared<runfile::Run>()),
+                          std::make_shared<environment::StandardEnvironment>(environment::Settings{}));
+  for (const ValueCase& c : kValueCases) {
+    SCOPED_TRACE(c.what);
+    constexpr std::int32_t kEarlier = 1024;  // flags add up
+    std::int32_t flags = kEarlier;
+    const host::CellValue shown = FormatTableValue(rules, c.value, flags, c.divisor, c.kind);
+    EXPECT_EQ(flags, kEarlier | c.flag);
+    EXPECT_EQ(shown, c.flag == 0 ? host::CellValue(c.shown) : host::CellValue(" - "));
+    host::CellBlock block(1, 2);
+    FormatTableValue(rules, block, 1, 2, c.value, flags, c.divisor, c.kind);
+    EXPECT_EQ(block.value(1, 2), shown);
+  }
+}
+
+TEST(NameWithAddress, LeavesTheNameOutWhereThereIsNone) {
+  EXPECT_EQ(NameWithAddress("Sales", "B4"), "Sales (B4)");
+  EXPECT_EQ(NameWithAddress("", "B4"), "(B4)");
+}
+
+TEST(RankDescending, GivesEqualValuesConsecutiveRanks) {
+  test::TablesBench bench;
+  struct Case {
+    OneBased<double> values;
+    std::int32_t n;
+    std::vector<std::int32_t> ranks;
+  };
+  for (const Case& c : {Case{{5, 7, 5}, 3, {2, 1, 3}}, Case{{1, 1, 1, 1}, 4, {1, 2, 3, 4}},
+                        Case{{-1, -3, 9}, 2, {1, 2}}, Case{{4}, 0, {}}}) {
+    OneBased<std::int32_t> ranks = {9, 9, 9, 9, 9};
+    EXPECT_EQ(RankDescending(bench.session, c.n, ranks, c.values, false), 0);
+    EXPECT_EQ(std::vector<std::int32_t>(ranks.begin(), ranks.end()), c.ranks);
+  }
+  EXPECT_TRUE(bench.environment->progress.empty());
+
+  OneBased<std::int32_t> ranks;
+  RankDescending(bench.session, 3, ranks, {5, 7, 5}, true);
+  EXPECT_EQ(bench.environment->progress,
+            (std::vector<std::string>{"<1028: 33>//", "<1028: 66>//", "<1028: 100>//"}));
+  try {
+    RankDescending(bench.session, 4, ranks, {5, 7, 5}, false);
+    ADD_FAILURE() << "more ranks than values";
+  } catch (const host::Error& error) {
+    EXPECT_EQ(error.code(), host::errc::kSubscriptOutOfRange);
+  }
+}
+
+TEST(Combinations, AreCountedIn32Bits) {
+  struct Case {
+    std::int16_t n, k;
+    std::int32_t count;  // -1: overflow
+  };
+  for (const Case& c :
+       {Case{4, 2, 6}, Case{3, 3, 1}, Case{2, 3, 0}, Case{0, 1, 0}, Case{5, 0, 0}, Case{-4, -2, 0},
+        Case{32, 5, 201376}, Case{2000, 3, -1}, Case{32767, 1, 32767}, Case{20, 13, -1}, Case{100, 100, 1}}) {
+    SCOPED_TRACE(std::to_string(c.n) + " over " + std::to_string(c.k));
+    try {
+      EXPECT_EQ(Combinations(c.n, c.k), c.count);
+    } catch (const host::Error& error) {
+      EXPECT_EQ(error.code(), host::errc::kOverflow);
+      EXPECT_EQ(c.count, -1);
+    }
+  }
+}
+
+TEST(ShowProgress, IsThrottledOnlyWithAStep) {
+  test::TablesBench bench;
+  for (std::int32_t i = 1; i <= 7; ++i) ShowProgress(bench.session, std::to_string(i), "of", "7", i, 3, 7);
+  ShowProgress(bench.session, "at once", {}, {}, 1);
+  EXPECT_EQ(bench.environment->progress,
+            (std::vector<std::string>{"3/of/7", "6/of/7", "7/of/7", "at once//"}));
+  EXPECT_EQ(bench.app->status_bar(), "at once");
+}
+
+TEST(CheckUserCancel, RaisesTheCancelErrorOnEscape) {
+  test::TablesBench bench;
+  EXPECT_NO_THROW(CheckUserCancel(bench.session));
+  bench.environment->escape = true;
+  try {
+    CheckUserCancel(bench.session);
+    ADD_FAILURE() << "Escape was not seen";
+  } catch (const host::Error& error) {
+    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
+  }
+}
+
+TEST(TableWidthForChart, IsTheTablesWithinBounds) {
+  struct Case {
+    double column_width;  // of each of two columns, characters
+    double low, high;
+  };
+  for (const Case& c : {Case{22, 376, 376}, Case{39, 400, 440}, Case{60, 476, 476}}) {
+    test::TablesBench bench;
+    auto reports = bench.reports();
+    const auto sheet = reports.AddSheet("Widths");
+    const auto table = sheet->AddTable(1, 2, 1, 0, "", "");
+    for (const std::int32_t column : {1, 2})
+      table->SetColumnHeader(column, "x", host::HAlign::kLeft, host::HAlign::kLeft, 0, c.column_width, "",
+                             true);
+    EXPECT_GE(TableWidthForChart(*table), c.low);
+    EXPECT_LE(TableWidthForChart(*table), c.high);
+    reports.workbook()->add_worksheet();
+    sheet->SheetWorksheet()->remove();
+    EXPECT_EQ(TableWidthForChart(*table), 400) << "what cannot be measured";
+  }
+}
+
+}  // namespace
+}  // namespace ordvane::reports
