@@ -5,6 +5,8 @@
 #include <set>
 
 #include "layout/layout_bench.h"
+#include "layout/report_chart.h"
+#include "layout/report_table.h"
 #include "layout/report_workbook.h"
 
 namespace ordvane::layout {

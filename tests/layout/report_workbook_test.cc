@@ -1,4 +1,6 @@
 // Report workbooks and sheets on the embedded spreadsheet: names, places, notes, print set-up.
+#include "layout/report_chart.h"
+#include "layout/report_table.h"
 #include "layout/report_workbook.h"
 
 #include <gmock/gmock.h>
