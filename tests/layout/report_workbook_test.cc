@@ -1,12 +1,12 @@
 // Report workbooks and sheets on the embedded spreadsheet: names, places, notes, print set-up.
-#include "layout/report_chart.h"
-#include "layout/report_table.h"
 #include "layout/report_workbook.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "layout/layout_bench.h"
+#include "layout/report_chart.h"
+#include "layout/report_table.h"
 
 namespace ordvane::layout {
 namespace {
