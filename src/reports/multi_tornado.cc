@@ -12,11 +12,14 @@
 #include "layout/text_estimate.h"
 #include "model/step_facts.h"
 #include "reports/chart_helpers.h"
+#include "reports/first_notes.h"
 #include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {
@@ -96,7 +99,7 @@ class MultiTornado {
       sheet.SetSheetOption(1);
       remarks_.write(sheet);
       const auto table = write_table(sheet);
-      host::ignoring_errors([&] { chart->Container()->set_width(TableWidthForChart(*table)); });
+      FitWidth(*chart, TableWidthForChart(*table));
       chart_.draw(*chart, *table);
       SetWatermark(session_, *chart);
     }

@@ -11,12 +11,15 @@
 #include "host/error.h"
 #include "model/step_facts.h"
 #include "reports/chart_helpers.h"
+#include "reports/first_notes.h"
 #include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
+#include "reports/table_values.h"
 #include "reports/tornado_chart.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {

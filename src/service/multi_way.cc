@@ -3,7 +3,7 @@
 // written.
 #include "model/multi_way.h"
 
-#include "reports/utils.h"
+#include "reports/progress.h"
 #include "service/ordvane_reports.h"
 #include "service/spreadsheet_state.h"
 
