@@ -5,8 +5,7 @@
 namespace ordvane::reports {
 namespace {
 
-// Cells gathered before they are written: large enough to make a write cheap, small enough to stay in the
-// cache.
+// Cells gathered before they are written: enough to make a write cheap, few enough to stay in the cache.
 constexpr std::int32_t kCellsPerBlock = 1 << 16;
 
 }  // namespace

@@ -7,8 +7,7 @@
 
 namespace ordvane::reports {
 
-// Width in points for a chart above or below the table: the table's, within 376 to 476; 400 when
-// unmeasurable.
+// Points for a chart above or below the table: its width, within 376 to 476; 400 when it has none to measure.
 double TableWidthForChart(layout::ReportTable& table);
 // Width in points; a host that refuses keeps the chart as it is.
 void FitWidth(layout::ReportChart& chart, double width);

@@ -73,8 +73,7 @@ class StepTable {
   layout::ReportTable& table() { return *table_; }
 
  private:
-  // Of an item: value, change, change in percent; and where notes on changes go that its base value does not
-  // allow.
+  // Of an item: value, change, change in percent; and the notes on changes that its base value rules out.
   struct ItemColumns {
     const model::DralInputOutput& item;
     std::int32_t first;
