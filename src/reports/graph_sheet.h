@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "layout/report_chart.h"
+#include "layout/report_table.h"
 #include "layout/report_workbook.h"
 #include "model/input_output.h"
 #include "reports/table_parts.h"

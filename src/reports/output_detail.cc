@@ -52,33 +52,24 @@ std::vector<layout::TitleLine> title_lines(const session::Session& session, cons
   return lines;
 }
 
-void set_headers(const session::Session& session, layout::ReportTable& table, const Columns& c) {
-  const auto name_column = [&](std::int32_t column, std::int32_t caption) {
-    table.SetColumnHeader(column, session.CommonString(caption), HAlign::kLeft, HAlign::kLeft, 0,
-                          layout::kNameColumnWidth, "", true);
+std::vector<layout::Column> columns_of(const session::Session& session, const Columns& c,
+                                       const std::string& note) {
+  const auto names = [&](std::int32_t caption) { return layout::name_column(session.CommonString(caption)); };
+  const auto figures = [&](std::int32_t caption, HAlign alignment) {
+    return layout::figure_column(session.CommonString(caption), alignment);
   };
-  const auto figure_column = [&](std::int32_t column, std::int32_t caption, HAlign body) {
-    table.SetColumnHeader(column, session.CommonString(caption), body, HAlign::kCenter, 0, layout::kFitColumn,
-                          "", false);
-  };
-  figure_column(c.rank, 9, HAlign::kCenter);
-  name_column(c.name, 2);
-  if (c.m == model::OrdvaneRangeBookMode) name_column(c.book, 0);
-  if (c.m > model::OrdvaneRangeCellMode) name_column(c.sheet(), 1);
-  figure_column(c.cell(), 3, HAlign::kCenter);
-  figure_column(c.step(), 4, HAlign::kCenter);
-  figure_column(c.input_value(), 5, HAlign::kRight);
-  figure_column(c.input_change(), 7, HAlign::kRight);
-  figure_column(c.output_value(), 5, HAlign::kRight);
-  figure_column(c.output_change(), 7, HAlign::kRight);
-
-  table.Header(1, c.input_value())->set_value(session.CommonString(10));
-  table.Header(1, c.output_value())->set_value(session.CommonString(11));
-  table.Header(1, c.output_value(), 1, 2)->set_merge(true);
-  table.Header(1, c.input_value(), 1, 2)->set_merge(true);
-  table.AddColumnRule(c.step(), -1, layout::kRuleLineStyle, layout::kRuleWeight, layout::kRuleColorIndex);
-  table.AddColumnRule(c.input_change(), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                      layout::kRuleColorIndex);
+  std::vector<layout::Column> columns = {figures(9, HAlign::kCenter), names(2)};
+  if (c.m == model::OrdvaneRangeBookMode) columns.push_back(names(0));
+  if (c.m > model::OrdvaneRangeCellMode) columns.push_back(names(1));
+  columns.push_back(figures(3, HAlign::kCenter));
+  columns.push_back(figures(4, HAlign::kCenter));
+  columns.back().rule = true;
+  const std::vector<layout::Column> values = {figures(5, HAlign::kRight), figures(7, HAlign::kRight)};
+  layout::append(columns, layout::grouped(session.CommonString(10), 1, values));
+  columns.back().rule = true;
+  layout::append(columns, layout::grouped(session.CommonString(11), 1, values));
+  columns[static_cast<std::size_t>(c.input_value() - 1)].note = note;
+  return columns;
 }
 
 std::int32_t steps_of(const model::Records& inputs) {
@@ -156,9 +147,8 @@ std::int32_t MakeOutputDetailReport(session::Session& session, layout::ReportWor
       rows, c.count(), kHeaderRows, 0,
       session.text(text::kCaption, output.NameOrQualifiedCellAddressName(rangeMode)),
       session.text(any_failed(trInputs, outputIndex) ? text::kFailedFirst : text::kSubcaption));
-  set_headers(session, *table, c);
-  if (steps_of(trInputs) > rows)
-    table->AddTableNote(0, c.input_value(), session.CommonString(12), session.text(text::kTruncated));
+  const bool truncated = steps_of(trInputs) > rows;
+  table->SetColumns(columns_of(session, c, truncated ? session.text(text::kTruncated) : ""));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);

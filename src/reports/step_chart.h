@@ -6,7 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "layout/report_workbook.h"
+#include "layout/report_chart.h"
+#include "layout/report_sheet.h"
 #include "model/graph_ranges.h"
 #include "reports/chart_helpers.h"
 #include "reports/step_table.h"

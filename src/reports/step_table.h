@@ -12,7 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "layout/report_workbook.h"
+#include "layout/report_sheet.h"
+#include "layout/report_table.h"
 #include "model/graph_ranges.h"
 #include "model/input_output.h"
 #include "model/step_facts.h"

@@ -9,7 +9,8 @@
 #include <vector>
 
 #include "host/excel.h"
-#include "layout/report_workbook.h"
+#include "layout/report_chart.h"
+#include "layout/report_table.h"
 #include "model/input_output.h"
 #include "model/step_facts.h"
 #include "reports/step_remarks.h"
