@@ -16,7 +16,7 @@ import subprocess
 import sys
 import tempfile
 
-GENERATED, ORDVANE, READER = pathlib.Path(sys.argv[1]), sys.argv[2], sys.argv[3]
+GENERATED, ORDVANE, READER = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2]).resolve(), sys.argv[3]
 DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs/command.md"
 # What is typed before the tab key, and what the shell then has; files are those of `prepare`.
 LINES = [
@@ -73,16 +73,18 @@ def mandoc():
 
 def type_line(line, folder):
     """What an interactive bash calls once the tab key was hit behind a line."""
-    script = f"PS1=; ordvane() {{ printf '<%s>' \"$@\"; printf '\\n'; exit; }}; . {GENERATED}/completions/bash/ordvane\n"
+    call = "ordvane() { printf '<%s>' \"$@\"; printf '\\n'; exit; }"
     pid, terminal = pty.fork()
     if pid == 0:
         os.chdir(folder)
         os.execvpe("bash", ["bash", "--norc", "--noprofile"], {"PATH": os.environ["PATH"], "TERM": "dumb", "HISTFILE": ""})
-    os.write(terminal, (script + line + "\t\n").encode())
-    said = b""
+    os.write(terminal, f"{call}; . '{GENERATED}/completions/bash/ordvane'; echo 're''ady'\n".encode())
+    said, typed = b"", False
     try:
         while part := os.read(terminal, 4096):
             said += part
+            if b"ready" in said and not typed:
+                typed = os.write(terminal, (line + "\t\n").encode())
     except OSError:  # the shell is gone
         pass
     os.close(terminal)
