@@ -17,11 +17,6 @@ namespace {
 
 using host::HAlign;
 
-namespace text {
-constexpr std::int16_t kSubcaption = 100, kSheetName = 105, kStep = 108, kProgress = 111, kTooManyRows = 114,
-                       kTooManyOutputs = 115, kTitle = 117, kCaption = 119, kRun = 122;
-}  // namespace text
-
 constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kNameRow = 2;
 constexpr std::int32_t kColumnsPerOutput = 3;
@@ -96,24 +91,25 @@ void DetailByInput::make(layout::ReportWorkbook& rWB, std::int32_t iterations, s
   application.set_calculation(host::Calculation::kManual);
   rows_ = too_many_rows ? kMostDetailRows : std::min(standard, kMostDetailRows);
 
-  const auto sheet = rWB.AddSheet(session_.text(text::kSheetName));
-  std::vector<layout::TitleLine> lines = {{session_.CommonString(14), inputs_(1).bookName}};
+  const auto sheet = rWB.AddSheet(session_.text(text_id::kDetailByInputSheetName));
+  std::vector<layout::TitleLine> lines = {{session_.text(text_id::kLabelWorkbook), inputs_(1).bookName}};
   if (runs > 1)
-    lines.push_back(
-        {session_.CommonString(13), session_.text(text::kRun, std::int64_t{run}, std::int64_t{runs})});
-  sheet->AddTitleBlock(session_.text(text::kTitle), lines);
+    lines.push_back({session_.text(text_id::kLabelRun),
+                     session_.text(text_id::kDetailByInputRun, std::int64_t{run}, std::int64_t{runs})});
+  sheet->AddTitleBlock(session_.text(text_id::kDetailByInputTitle), lines);
   sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
   sheet->SetSheetOption(1);
-  table_ = sheet->AddTable(rows_, c_.count(), kHeaderRows, 0, session_.text(text::kCaption),
-                           session_.text(text::kSubcaption));
+  table_ = sheet->AddTable(rows_, c_.count(), kHeaderRows, 0, session_.text(text_id::kDetailByInputCaption),
+                           session_.text(text_id::kDetailByInputSubcaption));
   set_headers();
   table_->SetIdentityColumns(c_.step(), c_.name);
   table_->AddColumnBlocks(c_.input_value(), kColumnsPerOutput, 1 + c_.k);
   if (selected_.size() > c_.k)
-    table_->AddTableNote(0, c_.output_value(1), session_.CommonString(12),
-                         session_.text(text::kTooManyOutputs));
+    table_->AddTableNote(0, c_.output_value(1), session_.text(text_id::kNoteTitle),
+                         session_.text(text_id::kDetailByInputFirstOutputsOnly));
   if (leaves_out_steps())
-    table_->AddTableNote(0, c_.input_value(), session_.CommonString(12), session_.text(text::kTooManyRows));
+    table_->AddTableNote(0, c_.input_value(), session_.text(text_id::kNoteTitle),
+                         session_.text(text_id::kTableFull));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
@@ -148,22 +144,23 @@ bool DetailByInput::leaves_out_steps() const {
 }
 
 void DetailByInput::set_headers() {
-  const auto column = [&](std::int32_t number, std::int32_t caption, HAlign body, HAlign heading,
+  const auto column = [&](std::int32_t number, session::TextId<0> caption, HAlign body, HAlign heading,
                           double width) {
-    table_->SetColumnHeader(number, session_.CommonString(caption), body, heading, 0, width, "",
+    table_->SetColumnHeader(number, session_.text(caption), body, heading, 0, width, "",
                             body == HAlign::kLeft);
   };
   const auto figures = [&](std::int32_t first) {
-    for (std::int32_t i = 0; i < kColumnsPerOutput; ++i)
-      column(first + i, 5 + i, HAlign::kRight, HAlign::kCenter, layout::kFitColumn);
+    for (const session::TextId<0> caption :
+         {text_id::kHeadingValue, text_id::kHeadingChange, text_id::kHeadingChangePercent})
+      column(first++, caption, HAlign::kRight, HAlign::kCenter, layout::kFitColumn);
   };
   if (c_.m == model::OrdvaneRangeBookMode)
-    column(c_.book, 0, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
+    column(c_.book, text_id::kHeadingWorkbook, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
   if (c_.m > model::OrdvaneRangeCellMode)
-    column(c_.sheet(), 1, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
-  column(c_.name, 2, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
-  column(c_.cell(), 3, HAlign::kCenter, HAlign::kCenter, layout::kFitColumn);
-  column(c_.step(), 4, HAlign::kCenter, HAlign::kCenter, layout::kFitColumn);
+    column(c_.sheet(), text_id::kHeadingWorksheet, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
+  column(c_.name, text_id::kHeadingName, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
+  column(c_.cell(), text_id::kHeadingCell, HAlign::kCenter, HAlign::kCenter, layout::kFitColumn);
+  column(c_.step(), text_id::kHeadingStep, HAlign::kCenter, HAlign::kCenter, layout::kFitColumn);
   figures(c_.input_value());
   for (std::int32_t k = 1; k <= c_.k; ++k) figures(c_.output_value(k));
 
@@ -172,9 +169,10 @@ void DetailByInput::set_headers() {
                                 .color_index = layout::kRuleColorIndex};
   table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
       ->set_border(host::Edge::kBottom, rule);
-  AddHeaderGroup(*table_, 1, c_.input_value(), 1, kColumnsPerOutput, session_.CommonString(10));
+  AddHeaderGroup(*table_, 1, c_.input_value(), 1, kColumnsPerOutput, session_.text(text_id::kHeadingInput));
   if (c_.k > 0)
-    AddHeaderGroup(*table_, 1, c_.output_value(1), 1, kColumnsPerOutput * c_.k, session_.CommonString(11));
+    AddHeaderGroup(*table_, 1, c_.output_value(1), 1, kColumnsPerOutput * c_.k,
+                   session_.text(text_id::kHeadingOutput));
   headings_.emplace(session_, *table_, kNameRow, kColumnsPerOutput,
                     static_cast<model::OrdvaneRangeMode>(c_.m));
   for (std::int32_t k = 1; k <= c_.k; ++k) headings_->add(output(k), c_.output_value(k));
@@ -196,7 +194,7 @@ void DetailByInput::fill_body() {
   for (std::int32_t i = 1; i <= inputs_.size() && body.rows() < rows_; ++i) {
     const model::DralInputOutput& input = inputs_(i);
     session_.application().set_status_bar(
-        session_.text(text::kProgress, std::int64_t{i}, std::int64_t{inputs_.size()}));
+        session_.text(text_id::kDetailByInputProgress, std::int64_t{i}, std::int64_t{inputs_.size()}));
     CheckUserCancel(session_);
     const std::int32_t first = body.rows() + 1;
     const std::int32_t rows = std::min(input.numSteps, rows_ - first + 1);
@@ -244,7 +242,7 @@ void DetailByInput::name_input(host::CellBlock& block, std::int32_t row,
 // Most inputs have the same steps: each text is made once.
 const std::string& DetailByInput::step_text(std::int32_t step) {
   while (step_texts_.size() < step)
-    step_texts_.push_back(session_.text(text::kStep, std::int64_t{step_texts_.size()} + 1));
+    step_texts_.push_back(session_.text(text_id::kDetailByInputStep, std::int64_t{step_texts_.size()} + 1));
   return step_texts_(step);
 }
 
@@ -281,7 +279,7 @@ void DetailByInput::add_step_notes(const std::vector<InputRows>& groups) {
   for (const InputRows& group : groups) {
     if (group.failed == 0) continue;
     if (++notes > kMostStepNotes) return;
-    table_->AddTableNote(group.first, c_.name, session_.CommonString(12),
+    table_->AddTableNote(group.first, c_.name, session_.text(text_id::kNoteTitle),
                          StepNote(session_, {.steps = group.rows * c_.k, .failed = group.failed}));
   }
 }

@@ -20,13 +20,13 @@ std::vector<layout::TitleLine> title_lines(session::Session& session, const mode
   const host::CellValue base =
       FormatTableValue(output.rules(), output.BaseValue(), flags, 1.0, model::OrdvaneDivisorOutput);
   std::vector<layout::TitleLine> lines = {
-      {session.CommonString(14), output.bookName},
-      {session.CommonString(15), ItemLabel(output)},
-      {session.CommonString(16), base, ValueFormat(output)},
+      {session.text(text_id::kLabelWorkbook), output.bookName},
+      {session.text(text_id::kLabelOutput), ItemLabel(output)},
+      {session.text(text_id::kLabelBaseValue), base, ValueFormat(output)},
   };
   if (totalRuns > 1)
     lines.push_back(
-        {session.CommonString(13), session.text(texts.run_line, whole(runNumber), whole(totalRuns))});
+        {session.text(text_id::kLabelRun), session.text(texts.run_line, whole(runNumber), whole(totalRuns))});
   return lines;
 }
 
@@ -48,20 +48,20 @@ void SetWatermark(session::Session& session, layout::ReportChart& chart) {
   chart.SetWatermark(session.watermark.primary, session.watermark.secondary, session.graph_click_macro);
 }
 
-void FirstNotes::add(std::int16_t text, std::int32_t row, std::int32_t column) {
+void FirstNotes::add(session::TextId<0> text, std::int32_t row, std::int32_t column) {
   const auto [kept, is_new] = places_.try_emplace(text, row, column);
   if (!is_new) kept->second = std::min(kept->second, {row, column});
 }
 
 std::vector<std::string> FirstNotes::write(const session::Session& session,
                                            layout::ReportTable& table) const {
-  std::vector<std::pair<std::pair<std::int32_t, std::int32_t>, std::int16_t>> by_place;
+  std::vector<std::pair<std::pair<std::int32_t, std::int32_t>, session::TextId<0>>> by_place;
   for (const auto& [text, place] : places_) by_place.emplace_back(place, text);
   std::sort(by_place.begin(), by_place.end());
   std::vector<std::string> texts;
   for (const auto& [place, text] : by_place) {
     texts.push_back(session.text(text));
-    table.AddTableNote(place.first, place.second, session.CommonString(12), texts.back());
+    table.AddTableNote(place.first, place.second, session.text(text_id::kNoteTitle), texts.back());
   }
   return texts;
 }

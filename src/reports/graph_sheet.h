@@ -18,9 +18,9 @@ namespace ordvane::reports {
 
 // String ids that differ from report to report.
 struct SheetTexts {
-  std::int16_t sheet_name;  // filled with the output's cell
-  std::int16_t title;
-  std::int16_t run_line;  // filled with run number and number of runs
+  session::TextId<1> sheet_name;  // filled with the output's cell
+  session::TextId<0> title;
+  session::TextId<2> run_line;  // filled with run number and number of runs
 };
 
 // A new sheet for one output, with its title block: workbook, output, base value, and the run when there are
@@ -34,12 +34,12 @@ std::shared_ptr<layout::ReportSheet> StartGraphSheet(session::Session& session, 
 class FirstNotes {
  public:
   // `text`: string id. The first place, row by row, is kept.
-  void add(std::int16_t text, std::int32_t row, std::int32_t column);
+  void add(session::TextId<0> text, std::int32_t row, std::int32_t column);
   // Attaches the notes. Returns their texts in the order of their places.
   std::vector<std::string> write(const session::Session& session, layout::ReportTable& table) const;
 
  private:
-  std::map<std::int16_t, std::pair<std::int32_t, std::int32_t>> places_;  // by text: row and column
+  std::map<session::TextId<0>, std::pair<std::int32_t, std::int32_t>> places_;  // by text: row and column
 };
 
 // When the session has one.

@@ -21,25 +21,13 @@ namespace {
 
 using host::HAlign;
 
-// String ids.
-constexpr SheetTexts kSheetTexts = {.sheet_name = 313, .title = 311, .run_line = 316};
-constexpr TornadoTexts kChartTexts = {
-    .chart_title = 312, .chart_subtitle = 303, .change_axis = 308, .value_axis = 314};
-constexpr std::int16_t kHighGroup = 301;
-constexpr std::int16_t kLowGroup = 302;
-constexpr std::int16_t kGroup = 304;
-constexpr std::int16_t kNotes = 305;
-constexpr std::int16_t kNoBars = 306;
-constexpr std::int16_t kVariedTogether = 307;
-constexpr std::int16_t kSwing = 310;
-constexpr std::int16_t kTableCaption = 315;
-constexpr std::int16_t kNothingMoves = 332;
-constexpr std::int16_t kInvalidNote = 600;
-constexpr std::int16_t kBaseZeroNote = 608;
-constexpr std::int16_t kBaseInvalidNote = 730;
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
-constexpr std::int16_t kNoMultiTornado = 1041;
+constexpr SheetTexts kSheetTexts = {.sheet_name = text_id::kMultiTornadoSheetName,
+                                    .title = text_id::kMultiTornadoTitle,
+                                    .run_line = text_id::kMultiTornadoRun};
+constexpr TornadoTexts kChartTexts = {.chart_title = text_id::kMultiTornadoChartTitle,
+                                      .chart_subtitle = text_id::kMultiTornadoChartSubtitle,
+                                      .change_axis = text_id::kMultiTornadoChangeAxis,
+                                      .value_axis = text_id::kMultiTornadoValueAxis};
 
 // Columns of the table, after those that say where the inputs are (one a step of the range mode).
 enum Column : std::int32_t { kRank = 1, kName, kLow, kLowChange, kHigh, kHighChange, kColumns = kHighChange };
@@ -83,13 +71,14 @@ class MultiTornado {
 
   void write(layout::ReportSheet& sheet) {
     if (bars_ <= 0) {
-      sheet.NextCell()->set_value(session_.text(kNoBars));
+      sheet.NextCell()->set_value(session_.text(text_id::kMultiTornadoNoBars));
       return;
     }
     fill_rows();
     chart_.choose_bars(rows_, {column(kName), column(low()), column(high())}, facts_, remarks_);
     if (const auto reason = reason_for_no_chart()) {
-      CreateMessageChart(sheet, session_.text(kNoMultiTornado) + "\r\n" + session_.text(*reason));
+      CreateMessageChart(sheet,
+                         session_.text(text_id::kMessageNoMultiTornado) + "\r\n" + session_.text(*reason));
       sheet.SetSheetOption(1);
       remarks_.write(sheet);
       write_table(sheet);
@@ -125,10 +114,11 @@ class MultiTornado {
     return std::min({by_rank_.size(), limits.max_inputs_per_graph, passing, kMostBars});
   }
 
-  std::optional<std::int16_t> reason_for_no_chart() const {
-    if (chart_.bars() == 0) return kNothingMoves;
-    if (percent_ && !has_base()) return output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
-    if (!chart_.has_bars()) return kInvalidNote;
+  std::optional<session::TextId<0>> reason_for_no_chart() const {
+    if (chart_.bars() == 0) return text_id::kMultiTornadoNothingMoves;
+    if (percent_ && !has_base())
+      return output_.BaseValue() == 0 ? text_id::kMessageOutputBaseZero : text_id::kMessageNoUsableBase;
+    if (!chart_.has_bars()) return text_id::kNoteNotShown;
     return std::nullopt;
   }
 
@@ -202,19 +192,20 @@ class MultiTornado {
     if (flags == 0) return;
     const bool change = place == kLowChange || place == kHighChange;
     const bool has_results = rows_.at(row, column(kLow)).kind == host::CellKind::kNumber;
-    notes_.add(change && has_results ? note_on_missing_change() : kInvalidNote, row, column(place));
+    notes_.add(change && has_results ? note_on_missing_change() : text_id::kNoteNotShown, row, column(place));
   }
 
-  std::int16_t note_on_missing_change() const {
-    return output_.BaseValue() == 0 ? kBaseZeroNote : kBaseInvalidNote;
+  session::TextId<0> note_on_missing_change() const {
+    return output_.BaseValue() == 0 ? text_id::kNoteOutputBaseZero : text_id::kTornadoOutputBaseNoNumber;
   }
 
   // ---- Table ----
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table = sheet.AddTable(bars_, column(kColumns), kHeaderRows, 0,
-                                session_.text(kTableCaption, std::to_string(bars_)),
-                                session_.text(kVariedTogether) + session_.text(kSwing));
+    auto table = sheet.AddTable(
+        bars_, column(kColumns), kHeaderRows, 0,
+        session_.text(text_id::kMultiTornadoCaption, std::to_string(bars_)),
+        session_.text(text_id::kMultiTornadoVariedTogether) + session_.text(text_id::kMultiTornadoSwing));
     write_headers(*table);
     table->WrapNames();
     table->PutBody(1, rows_);
@@ -230,32 +221,33 @@ class MultiTornado {
                            layout::kRuleColorIndex);
     for (std::int32_t row = 1; row <= bars_; ++row)
       if (const std::string note = StepNote(session_, facts_(row), Varied::kGroups); !note.empty())
-        table->AddTableNote(row, column(kName), session_.CommonString(12), note);
+        table->AddTableNote(row, column(kName), session_.text(text_id::kNoteTitle), note);
     std::string notes;
     for (const std::string& note : notes_.write(session_, *table)) notes += (notes.empty() ? "" : " ") + note;
-    if (!notes.empty()) sheet.NextCell()->set_value(session_.text(kNotes, notes));
+    if (!notes.empty()) sheet.NextCell()->set_value(session_.text(text_id::kMultiTornadoNotes, notes));
     return table;
   }
 
   void write_headers(layout::ReportTable& table) {
-    const auto figures = [&](Column place, std::int32_t caption, HAlign body = HAlign::kRight) {
-      table.SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
+    const auto figures = [&](Column place, session::TextId<0> caption, HAlign body = HAlign::kRight) {
+      table.SetColumnHeader(column(place), session_.text(caption), body, HAlign::kCenter, 0,
                             layout::kFitColumn, "", false);
     };
     const auto names = [&](std::int32_t place, const std::string& caption) {
       table.SetColumnHeader(place, caption, HAlign::kLeft, HAlign::kLeft, 0, layout::kNameColumnWidth, "",
                             true);
     };
-    if (range_mode_ == model::OrdvaneRangeBookMode) names(1, session_.CommonString(0));
-    if (range_mode_ != model::OrdvaneRangeCellMode) names(range_mode_, session_.CommonString(1));
-    figures(kRank, 9, HAlign::kCenter);
-    names(column(kName), session_.text(kGroup));
-    for (const Column value : {kLow, kHigh}) figures(value, 5);
-    for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
+    if (range_mode_ == model::OrdvaneRangeBookMode) names(1, session_.text(text_id::kHeadingWorkbook));
+    if (range_mode_ != model::OrdvaneRangeCellMode)
+      names(range_mode_, session_.text(text_id::kHeadingWorksheet));
+    figures(kRank, text_id::kHeadingRank, HAlign::kCenter);
+    names(column(kName), session_.text(text_id::kMultiTornadoInputOrGroup));
+    for (const Column value : {kLow, kHigh}) figures(value, text_id::kHeadingValue);
+    for (const Column change : {kLowChange, kHighChange}) figures(change, text_id::kHeadingChangePercent);
 
-    AddHeaderGroup(table, 1, column(kLow), 1, 4, session_.CommonString(11));
-    AddHeaderGroup(table, 2, column(kLow), 1, 2, session_.text(kLowGroup));
-    AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(kHighGroup));
+    AddHeaderGroup(table, 1, column(kLow), 1, 4, session_.text(text_id::kHeadingOutput));
+    AddHeaderGroup(table, 2, column(kLow), 1, 2, session_.text(text_id::kMultiTornadoLowEnd));
+    AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(text_id::kMultiTornadoHighEnd));
   }
 
   session::Session& session_;

@@ -21,16 +21,6 @@ namespace {
 
 using host::HAlign;
 
-namespace text {
-constexpr std::int16_t kSheetName = 210, kTitle = 211, kExtremesCaption = 212, kExtremesSubcaption = 213,
-                       kCaption = 214, kSubcaption = 215, kCombination = 216, kGroup = 217, kMembers = 218,
-                       kMember = 219, kInGroup = 220, kInteraction = 221, kHighest = 222, kLowest = 223,
-                       kProgress = 224, kTooManyRows = 225, kTooManyOutputs = 226, kTooManyMembers = 227,
-                       kGroupNote = 228, kInGroupNote = 229, kRankNote = 230, kInteractionNote = 231,
-                       kNoGroups = 232, kRun = 233, kLow = 201, kHigh = 202, kErrors = 270,
-                       kOtherValues = 271, kNoOwnSwing = 272, kLeavesOutBase = 273, kTooManyRowsInGroup = 274;
-}  // namespace text
-
 constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kNameRow = 2;
 constexpr std::int32_t kColumnsPerOutput = 5;
@@ -78,17 +68,17 @@ Columns columns_for(std::int32_t mode, std::int32_t largest_group, std::int32_t 
 }
 
 // Why there is no interaction.
-std::int16_t text_of(model::InteractionState state) {
+session::TextId<0> text_of(model::InteractionState state) {
   switch (state) {
     case model::InteractionState::kNoOwnSwing:
-      return text::kNoOwnSwing;
+      return text_id::kMultiWayInputWithoutSwing;
     case model::InteractionState::kOtherValues:
-      return text::kOtherValues;
+      return text_id::kMultiWayOtherValues;
     case model::InteractionState::kErrors:
     case model::InteractionState::kMeasured:
       break;
   }
-  return text::kErrors;
+  return text_id::kMultiWayFailedResults;
 }
 
 class MultiWayDetail {
@@ -201,8 +191,8 @@ MultiWayDetail::MultiWayDetail(session::Session& session, const model::OneBased<
       effects_(effects),
       c_(columns_for(mode, largest_group(), selected.size(), session.sheet_columns)),
       order_(run.groups.size()),
-      low_(session.text(text::kLow)),
-      high_(session.text(text::kHigh)) {
+      low_(session.text(text_id::kRangeLow)),
+      high_(session.text(text_id::kRangeHigh)) {
   std::iota(order_.begin(), order_.end(), 1);
   std::sort(order_.begin(), order_.end(),
             [&](std::int32_t a, std::int32_t b) { return number(a) < number(b); });
@@ -222,10 +212,10 @@ std::int32_t MultiWayDetail::largest_group() const {
 void MultiWayDetail::make(layout::ReportWorkbook& rWB, std::int32_t runNumber, std::int32_t runs) {
   host::Application& application = session_.application();
   application.set_calculation(host::Calculation::kManual);
-  sheet_ = rWB.AddSheet(session_.text(text::kSheetName));
+  sheet_ = rWB.AddSheet(session_.text(text_id::kMultiWaySheetName));
   add_title(runNumber, runs);
   if (run_.groups.empty() || selected_.empty()) {
-    sheet_->NextCell()->set_value(session_.text(text::kNoGroups));
+    sheet_->NextCell()->set_value(session_.text(text_id::kMultiWayNoGroups));
     sheet_->FinishSheet();
     return;
   }
@@ -240,11 +230,11 @@ void MultiWayDetail::make(layout::ReportWorkbook& rWB, std::int32_t runNumber, s
 }
 
 void MultiWayDetail::add_title(std::int32_t runNumber, std::int32_t runs) {
-  std::vector<layout::TitleLine> lines = {{session_.CommonString(14), inputs_(1).bookName}};
+  std::vector<layout::TitleLine> lines = {{session_.text(text_id::kLabelWorkbook), inputs_(1).bookName}};
   if (runs > 1)
-    lines.push_back(
-        {session_.CommonString(13), session_.text(text::kRun, std::int64_t{runNumber}, std::int64_t{runs})});
-  sheet_->AddTitleBlock(session_.text(text::kTitle), lines);
+    lines.push_back({session_.text(text_id::kLabelRun),
+                     session_.text(text_id::kMultiWayRun, std::int64_t{runNumber}, std::int64_t{runs})});
+  sheet_->AddTitleBlock(session_.text(text_id::kMultiWayTitle), lines);
   sheet_->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
   sheet_->SetSheetOption(1);
 }
@@ -272,9 +262,9 @@ void MultiWayDetail::find_extremes() {
 }
 
 void MultiWayDetail::add_extremes() {
-  extremes_table_ =
-      sheet_->AddTable(static_cast<std::int32_t>(extremes_.size()), c_.count(), kHeaderRows, 0,
-                       session_.text(text::kExtremesCaption), session_.text(text::kExtremesSubcaption));
+  extremes_table_ = sheet_->AddTable(static_cast<std::int32_t>(extremes_.size()), c_.count(), kHeaderRows, 0,
+                                     session_.text(text_id::kMultiWayExtremesCaption),
+                                     session_.text(text_id::kMultiWayExtremesSubcaption));
   set_headers();
   set_columns(*extremes_table_, true);
   extremes_table_->SetIdentityColumns(c_.result(1) - 1, c_.group);
@@ -286,47 +276,49 @@ void MultiWayDetail::add_extremes() {
 
 void MultiWayDetail::set_headers() {
   layout::ReportTable& table = *extremes_table_;
-  AddHeaderGroup(table, 1, c_.name(1), 1, c_.members * c_.per_member(), session_.text(text::kMembers));
-  AddHeaderGroup(table, 1, c_.result(1), 1, c_.outputs * kColumnsPerOutput, session_.CommonString(11));
+  AddHeaderGroup(table, 1, c_.name(1), 1, c_.members * c_.per_member(),
+                 session_.text(text_id::kMultiWayInputs));
+  AddHeaderGroup(table, 1, c_.result(1), 1, c_.outputs * kColumnsPerOutput,
+                 session_.text(text_id::kHeadingOutput));
   for (std::int32_t i = 1; i <= c_.members; ++i)
     AddHeaderGroup(table, kNameRow, c_.name(i), 1, c_.per_member(),
-                   session_.text(text::kMember, std::int64_t{i}));
+                   session_.text(text_id::kMultiWayInput, std::int64_t{i}));
   headings_.emplace(session_, table, kNameRow, kColumnsPerOutput, static_cast<model::OrdvaneRangeMode>(c_.m));
   for (std::int32_t k = 1; k <= c_.outputs; ++k) headings_->add(output(k), c_.result(k));
 
-  table.SetCaption(c_.combination, session_.text(text::kCombination), HAlign::kLeft);
-  table.SetCaption(c_.group, session_.text(text::kGroup), HAlign::kCenter);
+  table.SetCaption(c_.combination, session_.text(text_id::kMultiWayCombination), HAlign::kLeft);
+  table.SetCaption(c_.group, session_.text(text_id::kMultiWayGroup), HAlign::kCenter);
   for (std::int32_t i = 1; i <= c_.members; ++i) {
-    table.SetCaption(c_.name(i), session_.CommonString(2), HAlign::kLeft);
+    table.SetCaption(c_.name(i), session_.text(text_id::kHeadingName), HAlign::kLeft);
     table.Header(kHeaderRows, c_.name(i))->set_indent(1);
     if (c_.m == model::OrdvaneRangeBookMode)
-      table.SetCaption(c_.book(i), session_.CommonString(0), HAlign::kLeft);
+      table.SetCaption(c_.book(i), session_.text(text_id::kHeadingWorkbook), HAlign::kLeft);
     if (c_.m > model::OrdvaneRangeCellMode)
-      table.SetCaption(c_.sheet(i), session_.CommonString(1), HAlign::kLeft);
-    table.SetCaption(c_.member_value(i), session_.CommonString(5), HAlign::kCenter);
+      table.SetCaption(c_.sheet(i), session_.text(text_id::kHeadingWorksheet), HAlign::kLeft);
+    table.SetCaption(c_.member_value(i), session_.text(text_id::kHeadingValue), HAlign::kCenter);
   }
   for (std::int32_t k = 1; k <= c_.outputs; ++k) {
-    table.SetCaption(c_.result(k), session_.CommonString(5), HAlign::kCenter);
-    table.SetCaption(c_.change(k), session_.CommonString(7), HAlign::kCenter);
-    table.SetCaption(c_.in_group(k), session_.text(text::kInGroup), HAlign::kCenter);
-    table.SetCaption(c_.rank(k), session_.CommonString(9), HAlign::kCenter);
-    table.SetCaption(c_.interaction(k), session_.text(text::kInteraction), HAlign::kCenter);
+    table.SetCaption(c_.result(k), session_.text(text_id::kHeadingValue), HAlign::kCenter);
+    table.SetCaption(c_.change(k), session_.text(text_id::kHeadingChangePercent), HAlign::kCenter);
+    table.SetCaption(c_.in_group(k), session_.text(text_id::kMultiWayInGroup), HAlign::kCenter);
+    table.SetCaption(c_.rank(k), session_.text(text_id::kHeadingRank), HAlign::kCenter);
+    table.SetCaption(c_.interaction(k), session_.text(text_id::kMultiWayInteraction), HAlign::kCenter);
   }
 }
 
 void MultiWayDetail::add_header_notes() {
   const auto note = [&](std::int32_t column, const std::string& words) {
-    extremes_table_->AddTableNote(0, column, session_.CommonString(12), words);
+    extremes_table_->AddTableNote(0, column, session_.text(text_id::kNoteTitle), words);
   };
-  note(c_.group, session_.text(text::kGroupNote, name_of(output(1))));
-  note(c_.in_group(1), session_.text(text::kInGroupNote));
-  note(c_.rank(1), session_.text(text::kRankNote));
-  note(c_.interaction(1), session_.text(text::kInteractionNote));
+  note(c_.group, session_.text(text_id::kMultiWayGroupNote, name_of(output(1))));
+  note(c_.in_group(1), session_.text(text_id::kMultiWayInGroupNote));
+  note(c_.rank(1), session_.text(text_id::kMultiWayRankNote));
+  note(c_.interaction(1), session_.text(text_id::kMultiWayInteractionNote));
   if (c_.members < largest_group())
-    note(c_.name(c_.members),
-         session_.text(text::kTooManyMembers, std::int64_t{c_.members}, std::int64_t{largest_group()}));
+    note(c_.name(c_.members), session_.text(text_id::kMultiWayFirstInputsOnly, std::int64_t{c_.members},
+                                            std::int64_t{largest_group()}));
   if (c_.outputs < selected_.size())
-    note(c_.result(1), session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs},
+    note(c_.result(1), session_.text(text_id::kMultiWayFirstOutputsOnly, std::int64_t{c_.outputs},
                                      std::int64_t{selected_.size()}, outputs_left_out()));
 }
 
@@ -368,7 +360,8 @@ void MultiWayDetail::fill_extremes() {
     const std::int32_t row = body.next_row();
     body.block().set_text(
         row, c_.combination,
-        session_.text(extreme.highest ? text::kHighest : text::kLowest, name_of(output(extreme.output))));
+        session_.text(extreme.highest ? text_id::kMultiWayHighest : text_id::kMultiWayLowest,
+                      name_of(output(extreme.output))));
     const MarkedRow at = {.row = body.rows(), .output = extreme.output};
     if (extreme.group == 0) {
       body.block().set_text(row, c_.result(extreme.output), host::kNotShown);
@@ -397,8 +390,8 @@ std::int32_t MultiWayDetail::rows_to_show() const {
 
 void MultiWayDetail::add_combinations() {
   rows_ = rows_to_show();
-  combinations_table_ = sheet_->AddTable(rows_, c_.count(), 0, 0, session_.text(text::kCaption),
-                                         session_.text(text::kSubcaption, name_of(output(1))));
+  combinations_table_ = sheet_->AddTable(rows_, c_.count(), 0, 0, session_.text(text_id::kMultiWayCaption),
+                                         session_.text(text_id::kMultiWaySubcaption, name_of(output(1))));
   set_columns(*combinations_table_, false);
   fill_combinations();
 }
@@ -416,7 +409,7 @@ void MultiWayDetail::fill_combinations() {
   for (std::int32_t i = 1; i <= order_.size() && body.rows() < rows_; ++i) {
     if (i % message_every == 0)
       session_.application().set_status_bar(
-          session_.text(text::kProgress, std::int64_t{i}, std::int64_t{order_.size()}));
+          session_.text(text_id::kMultiWayProgress, std::int64_t{i}, std::int64_t{order_.size()}));
     const std::int32_t g = order_(i);
     const std::int32_t first = body.rows() + 1;
     const model::OneBased<std::int32_t> combinations = model::CombinationsInOrder(run_.groups(g));
@@ -543,14 +536,14 @@ void MultiWayDetail::mark_extreme(layout::ReportTable& table, const MarkedRow& m
 void MultiWayDetail::note_all_failed(const MarkedRow& at) {
   std::int32_t results = 0;
   for (const model::MultiGroup& group : run_.groups) results += group.combinations;
-  extremes_table_->AddTableNote(at.row, c_.result(at.output), session_.CommonString(12),
+  extremes_table_->AddTableNote(at.row, c_.result(at.output), session_.text(text_id::kNoteTitle),
                                 StepNote(session_, {.steps = results, .failed = results}));
 }
 
 void MultiWayDetail::note_interaction(layout::ReportTable& table, const MarkedRow& at,
                                       const model::GroupEffect& effect) {
   if (effect.interaction_state != model::InteractionState::kMeasured)
-    table.AddTableNote(at.row, c_.interaction(at.output), session_.CommonString(12),
+    table.AddTableNote(at.row, c_.interaction(at.output), session_.text(text_id::kNoteTitle),
                        session_.text(text_of(effect.interaction_state)));
 }
 
@@ -562,10 +555,11 @@ void MultiWayDetail::note_groups(const std::vector<GroupRows>& groups) {
       const model::GroupEffect& effect = effects_(k)(group.group);
       std::string words =
           StepNote(session_, {.steps = run_.groups(group.group).combinations, .failed = effect.failed});
-      if (effect.leaves_out_base) words += (words.empty() ? "" : "\n") + session_.text(text::kLeavesOutBase);
+      if (effect.leaves_out_base)
+        words += (words.empty() ? "" : "\n") + session_.text(text_id::kMultiWayBaseLeftOut);
       const MarkedRow at = {.row = group.first, .output = k};
       if (!words.empty())
-        combinations_table_->AddTableNote(at.row, c_.rank(k), session_.CommonString(12), words);
+        combinations_table_->AddTableNote(at.row, c_.rank(k), session_.text(text_id::kNoteTitle), words);
       note_interaction(*combinations_table_, at, effect);
       if (!words.empty() || effect.interaction_state != model::InteractionState::kMeasured) ++notes;
       if (notes == kMostGroupNotes) return;
@@ -577,9 +571,10 @@ void MultiWayDetail::note_left_out_rows(const std::vector<GroupRows>& groups) {
   if (rows_ == combinations_) return;
   const GroupRows last = groups.empty() ? GroupRows{.group = order_(1)} : groups.back();
   const bool whole = last.rows == run_.groups(last.group).combinations;
-  sheet_->AddCellNote(*combinations_table_->CaptionRange(), session_.CommonString(12),
-                      session_.text(whole ? text::kTooManyRows : text::kTooManyRowsInGroup,
-                                    std::int64_t{rows_}, combinations_, std::int64_t{number(last.group)}));
+  sheet_->AddCellNote(
+      *combinations_table_->CaptionRange(), session_.text(text_id::kNoteTitle),
+      session_.text(whole ? text_id::kMultiWayFirstGroupsOnly : text_id::kMultiWayFirstCombinationsOnly,
+                    std::int64_t{rows_}, combinations_, std::int64_t{number(last.group)}));
 }
 
 // Names keep the widths that their columns have; the others are fitted side by side in one go, because the

@@ -14,11 +14,6 @@ namespace {
 
 using host::HAlign;
 
-namespace text {
-constexpr std::int16_t kSubcaption = 400, kSheetName = 401, kProgress = 402, kTruncated = 403, kTitle = 404,
-                       kCaption = 405, kRun = 406, kFailedFirst = 430;
-}  // namespace text
-
 constexpr std::int32_t kHeaderRows = 2;
 
 // Column numbers of the table; workbook and worksheet columns exist in the
@@ -41,39 +36,39 @@ std::vector<layout::TitleLine> title_lines(const session::Session& session, cons
                                            const model::DralInputOutput& output, std::int32_t run,
                                            std::int32_t runs) {
   std::vector<layout::TitleLine> lines = {
-      {session.CommonString(14), inputs(1).bookName},
-      {session.CommonString(15), ItemLabel(output)},
-      {session.CommonString(16), output.BaseValue(), ValueFormat(output)},
+      {session.text(text_id::kLabelWorkbook), inputs(1).bookName},
+      {session.text(text_id::kLabelOutput), ItemLabel(output)},
+      {session.text(text_id::kLabelBaseValue), output.BaseValue(), ValueFormat(output)},
   };
   if (!output.rules().is_usable(output.BaseValue())) lines.back().value = host::kNotShown;
   if (runs > 1)
-    lines.push_back(
-        {session.CommonString(13), session.text(text::kRun, std::int64_t{run}, std::int64_t{runs})});
+    lines.push_back({session.text(text_id::kLabelRun),
+                     session.text(text_id::kOutputDetailRun, std::int64_t{run}, std::int64_t{runs})});
   return lines;
 }
 
 void set_headers(const session::Session& session, layout::ReportTable& table, const Columns& c) {
-  const auto name_column = [&](std::int32_t column, std::int32_t caption) {
-    table.SetColumnHeader(column, session.CommonString(caption), HAlign::kLeft, HAlign::kLeft, 0,
+  const auto name_column = [&](std::int32_t column, session::TextId<0> caption) {
+    table.SetColumnHeader(column, session.text(caption), HAlign::kLeft, HAlign::kLeft, 0,
                           layout::kNameColumnWidth, "", true);
   };
-  const auto figure_column = [&](std::int32_t column, std::int32_t caption, HAlign body) {
-    table.SetColumnHeader(column, session.CommonString(caption), body, HAlign::kCenter, 0, layout::kFitColumn,
-                          "", false);
+  const auto figure_column = [&](std::int32_t column, session::TextId<0> caption, HAlign body) {
+    table.SetColumnHeader(column, session.text(caption), body, HAlign::kCenter, 0, layout::kFitColumn, "",
+                          false);
   };
-  figure_column(c.rank, 9, HAlign::kCenter);
-  name_column(c.name, 2);
-  if (c.m == model::OrdvaneRangeBookMode) name_column(c.book, 0);
-  if (c.m > model::OrdvaneRangeCellMode) name_column(c.sheet(), 1);
-  figure_column(c.cell(), 3, HAlign::kCenter);
-  figure_column(c.step(), 4, HAlign::kCenter);
-  figure_column(c.input_value(), 5, HAlign::kRight);
-  figure_column(c.input_change(), 7, HAlign::kRight);
-  figure_column(c.output_value(), 5, HAlign::kRight);
-  figure_column(c.output_change(), 7, HAlign::kRight);
+  figure_column(c.rank, text_id::kHeadingRank, HAlign::kCenter);
+  name_column(c.name, text_id::kHeadingName);
+  if (c.m == model::OrdvaneRangeBookMode) name_column(c.book, text_id::kHeadingWorkbook);
+  if (c.m > model::OrdvaneRangeCellMode) name_column(c.sheet(), text_id::kHeadingWorksheet);
+  figure_column(c.cell(), text_id::kHeadingCell, HAlign::kCenter);
+  figure_column(c.step(), text_id::kHeadingStep, HAlign::kCenter);
+  figure_column(c.input_value(), text_id::kHeadingValue, HAlign::kRight);
+  figure_column(c.input_change(), text_id::kHeadingChangePercent, HAlign::kRight);
+  figure_column(c.output_value(), text_id::kHeadingValue, HAlign::kRight);
+  figure_column(c.output_change(), text_id::kHeadingChangePercent, HAlign::kRight);
 
-  table.Header(1, c.input_value())->set_value(session.CommonString(10));
-  table.Header(1, c.output_value())->set_value(session.CommonString(11));
+  table.Header(1, c.input_value())->set_value(session.text(text_id::kHeadingInput));
+  table.Header(1, c.output_value())->set_value(session.text(text_id::kHeadingOutput));
   table.Header(1, c.output_value(), 1, 2)->set_merge(true);
   table.Header(1, c.input_value(), 1, 2)->set_merge(true);
   table.AddColumnRule(c.step(), -1, layout::kRuleLineStyle, layout::kRuleWeight, layout::kRuleColorIndex);
@@ -104,7 +99,7 @@ void fill_body(session::Session& session, host::CellBlock& body, const Columns& 
   for (std::int32_t i = 1; i <= inputs.size(); ++i) {
     const model::DralInputOutput& input = inputs(i);
     session.application().set_status_bar(
-        session.text(text::kProgress, std::int64_t{i}, std::int64_t{inputs.size()}));
+        session.text(text_id::kOutputDetailProgress, std::int64_t{i}, std::int64_t{inputs.size()}));
     const auto name = body.add_text(ItemLabel(input));
     const auto book = body.add_text(input.bookName);
     const auto sheet = body.add_text(input.sheetName);
@@ -146,19 +141,21 @@ std::int32_t MakeOutputDetailReport(session::Session& session, layout::ReportWor
 
   host::Application& application = session.application();
   application.set_calculation(host::Calculation::kManual);
-  const auto sheet =
-      rWB.AddSheet(model::clean_sheet_name(session.text(text::kSheetName, output.cellAddress)));
-  sheet->AddTitleBlock(session.text(text::kTitle),
+  const auto sheet = rWB.AddSheet(
+      model::clean_sheet_name(session.text(text_id::kOutputDetailSheetName, output.cellAddress)));
+  sheet->AddTitleBlock(session.text(text_id::kOutputDetailTitle),
                        title_lines(session, trInputs, output, runNumber, totalRuns));
   sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
   sheet->SetSheetOption(1);
   const auto table = sheet->AddTable(
       rows, c.count(), kHeaderRows, 0,
-      session.text(text::kCaption, output.NameOrQualifiedCellAddressName(rangeMode)),
-      session.text(any_failed(trInputs, outputIndex) ? text::kFailedFirst : text::kSubcaption));
+      session.text(text_id::kOutputDetailCaption, output.NameOrQualifiedCellAddressName(rangeMode)),
+      session.text(any_failed(trInputs, outputIndex) ? text_id::kOutputDetailSubcaptionFailedFirst
+                                                     : text_id::kOutputDetailSubcaption));
   set_headers(session, *table, c);
   if (steps_of(trInputs) > rows)
-    table->AddTableNote(0, c.input_value(), session.CommonString(12), session.text(text::kTruncated));
+    table->AddTableNote(0, c.input_value(), session.text(text_id::kNoteTitle),
+                        session.text(text_id::kOutputDetailFull));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);

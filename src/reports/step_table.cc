@@ -34,12 +34,6 @@ constexpr std::int32_t kItemColumns = 3;  // value, change, change in percent
 constexpr std::int32_t kMostRows = 65525;
 constexpr std::int32_t kSeriesNameLimit = 25;
 
-// String ids.
-constexpr std::int16_t kTableFull = 114;
-constexpr std::int16_t kCaptionOfCell = 530;
-constexpr std::int16_t kInputBaseInvalid = 536;
-constexpr std::int16_t kOutputBaseInvalid = 537;
-
 }  // namespace
 
 StepTable::StepTable(session::Session& session, const model::Records& inputs,
@@ -110,7 +104,7 @@ Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
 
 std::string StepTable::caption(const StepTableTexts& texts) const {
   const auto mode = model::OrdvaneRangeMode{range_mode_};
-  return session_.text(output_.has_name() ? texts.caption : kCaptionOfCell,
+  return session_.text(output_.has_name() ? texts.caption : text_id::kStepsCaptionOfCell,
                        output_.NameOrQualifiedCellAddressName(mode));
 }
 
@@ -126,30 +120,33 @@ void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
     table_->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
                           layout::kRuleColorIndex);
   fit_names();
-  add_base_note(without_output_change_, output_, texts.output_base_zero, kOutputBaseInvalid);
+  add_base_note(without_output_change_, output_, texts.output_base_zero, text_id::kStepsOutputBaseNoNumber);
   add_note(invalid_, session_.text(texts.invalid));
-  if (truncated_) add_note(Place{0, column(kStep)}, session_.text(kTableFull));
+  if (truncated_) add_note(Place{0, column(kStep)}, session_.text(text_id::kTableFull));
 }
 
 void StepTable::write_headers() {
-  const auto names = [&](std::int32_t place, std::int32_t caption) {
-    table_->SetColumnHeader(place, session_.CommonString(caption), HAlign::kLeft, HAlign::kLeft, 0,
+  const auto names = [&](std::int32_t place, session::TextId<0> caption) {
+    table_->SetColumnHeader(place, session_.text(caption), HAlign::kLeft, HAlign::kLeft, 0,
                             layout::kNameColumnWidth, "", true);
   };
-  const auto figures = [&](Column place, std::int32_t caption, HAlign body) {
-    table_->SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
+  const auto figures = [&](Column place, session::TextId<0> caption, HAlign body) {
+    table_->SetColumnHeader(column(place), session_.text(caption), body, HAlign::kCenter, 0,
                             layout::kFitColumn, "", false);
   };
-  if (range_mode_ == model::OrdvaneRangeBookMode) names(1, 0);
-  if (range_mode_ != model::OrdvaneRangeCellMode) names(range_mode_, 1);
-  names(column(kName), 2);
-  figures(kCell, 3, HAlign::kCenter);
-  figures(kStep, 4, HAlign::kCenter);
-  for (const Column value : {kInputValue, kOutputValue}) figures(value, 5, HAlign::kRight);
-  for (const Column change : {kInputChange, kOutputChange}) figures(change, 6, HAlign::kRight);
-  for (const Column fraction : {kInputFraction, kOutputFraction}) figures(fraction, 7, HAlign::kRight);
-  AddHeaderGroup(*table_, 1, column(kInputValue), 1, kItemColumns, session_.CommonString(10));
-  AddHeaderGroup(*table_, 1, column(kOutputValue), 1, kItemColumns, session_.CommonString(11));
+  if (range_mode_ == model::OrdvaneRangeBookMode) names(1, text_id::kHeadingWorkbook);
+  if (range_mode_ != model::OrdvaneRangeCellMode) names(range_mode_, text_id::kHeadingWorksheet);
+  names(column(kName), text_id::kHeadingName);
+  figures(kCell, text_id::kHeadingCell, HAlign::kCenter);
+  figures(kStep, text_id::kHeadingStep, HAlign::kCenter);
+  for (const Column value : {kInputValue, kOutputValue})
+    figures(value, text_id::kHeadingValue, HAlign::kRight);
+  for (const Column change : {kInputChange, kOutputChange})
+    figures(change, text_id::kHeadingChange, HAlign::kRight);
+  for (const Column fraction : {kInputFraction, kOutputFraction})
+    figures(fraction, text_id::kHeadingChangePercent, HAlign::kRight);
+  AddHeaderGroup(*table_, 1, column(kInputValue), 1, kItemColumns, session_.text(text_id::kHeadingInput));
+  AddHeaderGroup(*table_, 1, column(kOutputValue), 1, kItemColumns, session_.text(text_id::kHeadingOutput));
 }
 
 void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
@@ -174,7 +171,7 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   format_item(block, column(kInputValue), in);
   format_item(block, column(kOutputValue), output_);
   merge_places(block);
-  add_base_note(without_change, in, texts.input_base_zero, kInputBaseInvalid);
+  add_base_note(without_change, in, texts.input_base_zero, text_id::kStepsInputBaseNoNumber);
   const std::string note = StepNote(session_, block.facts);
   if (!note.empty()) add_note(Place{block.first_row, column(kName)}, note);
 }
@@ -242,11 +239,11 @@ void StepTable::fit_names() {
 }
 
 void StepTable::add_note(const std::optional<Place>& place, const std::string& text) {
-  if (place) table_->AddTableNote(place->row, place->column, session_.CommonString(12), text);
+  if (place) table_->AddTableNote(place->row, place->column, session_.text(text_id::kNoteTitle), text);
 }
 
 void StepTable::add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
-                              std::int16_t zero, std::int16_t invalid) {
+                              session::TextId<0> zero, session::TextId<0> invalid) {
   if (place) add_note(place, session_.text(item.BaseValue() == 0 ? zero : invalid));
 }
 

@@ -18,33 +18,6 @@ namespace {
 using host::HAlign;
 using model::OrdvaneSummary;
 
-namespace text {
-// Shared labels, by their small index.
-constexpr std::int32_t kCell = 3;
-constexpr std::int32_t kNote = 12;
-constexpr std::int32_t kRun = 13;
-constexpr std::int32_t kWorkbook = 14;
-
-constexpr std::int16_t kSummarySheet = 815;
-constexpr std::int16_t kSummaryTitle = 818;
-constexpr std::int16_t kSummaryRun = 822;
-constexpr std::int16_t kSummaryLabels = 821;
-constexpr std::int16_t kSummaryValues = 1042;
-
-constexpr std::int16_t kFailed = 850;
-constexpr std::int16_t kFailedCount = 851;
-constexpr std::int16_t kFailedInputs = 852;
-constexpr std::int16_t kFailedOutputs = 853;
-constexpr std::int16_t kFailedNote = 261;
-constexpr std::int16_t kFailedItem = 263;
-
-constexpr std::int16_t kMissingSheet = 823;
-constexpr std::int16_t kMissingTitle = 817;
-constexpr std::int16_t kMissingCaption = 810;
-constexpr std::int16_t kMissingOutputs = 809;
-constexpr std::int16_t kBetweenRuns = 808;
-}  // namespace text
-
 std::int32_t outputs_without_graph(const OrdvaneSummary& sum) {
   const std::int64_t count = std::int64_t{sum.OutputsSelected} - sum.OutputsImpacted;
   if (count < std::numeric_limits<std::int32_t>::min() || count > std::numeric_limits<std::int32_t>::max())
@@ -53,22 +26,22 @@ std::int32_t outputs_without_graph(const OrdvaneSummary& sum) {
 }
 
 struct SummaryRow {
-  std::int16_t label;  // string id
+  session::TextId<0> label;
   host::CellValue value;
 };
 
 std::vector<SummaryRow> summary_rows(const OrdvaneSummary& sum) {
-  return {{813, sum.Runs},
-          {812, sum.RecalculationsTotal},
-          {820, sum.OutputsTotal},
-          {811, sum.OutputsSelected},
+  return {{text_id::kSummaryRuns, sum.Runs},
+          {text_id::kSummaryRecalculations, sum.RecalculationsTotal},
+          {text_id::kSummaryOutputs, sum.OutputsTotal},
+          {text_id::kSummaryOutputsSelected, sum.OutputsSelected},
           {1025, outputs_without_graph(sum)},
-          {819, sum.InputsTotal},
-          {814, sum.InputsStandard},
-          {802, sum.InputsAutoVary},
-          {805, sum.RecalculationsMultiWay},
-          {804, sum.MaximumNumberOfInputs()},
-          {816, sum.ThreshholdOfInputs}};
+          {text_id::kSummaryInputs, sum.InputsTotal},
+          {text_id::kSummaryInputsOfUser, sum.InputsStandard},
+          {text_id::kSummaryInputsAutomatic, sum.InputsAutoVary},
+          {text_id::kSummaryRecalculationsMultiWay, sum.RecalculationsMultiWay},
+          {text_id::kSummaryMostInputs, sum.MaximumNumberOfInputs()},
+          {text_id::kSummarySmallestSwing, sum.ThreshholdOfInputs}};
 }
 
 // How many of the results of selected outputs are no numbers.
@@ -116,7 +89,7 @@ void add_lines(const session::Session& session, layout::ReportSheet& sheet, cons
                const model::Records& inputs, const model::OneBased<std::int32_t>& selected,
                const model::Records& outputs) {
   const auto item = [&](const model::DralInputOutput& of, std::int64_t count, std::int64_t results) {
-    return session.text(text::kFailedItem, ItemLabel(of), count, results);
+    return session.text(text_id::kInputsFailedResultsItem, ItemLabel(of), count, results);
   };
   std::vector<std::string> of_inputs, of_outputs;
   for (std::int32_t i = 1; i <= inputs.size(); ++i)
@@ -125,8 +98,8 @@ void add_lines(const session::Session& session, layout::ReportSheet& sheet, cons
   for (std::int32_t k = 1; k <= selected.size(); ++k)
     if (failed.of_outputs(k) > 0)
       of_outputs.push_back(item(outputs(selected(k)), failed.of_outputs(k), failed.steps));
-  sheet.AddLine(session.text(text::kFailedInputs, session.list_of(of_inputs)));
-  sheet.AddLine(session.text(text::kFailedOutputs, session.list_of(of_outputs)));
+  sheet.AddLine(session.text(text_id::kSummaryFailedInputs, session.list_of(of_inputs)));
+  sheet.AddLine(session.text(text_id::kSummaryFailedOutputs, session.list_of(of_outputs)));
 }
 
 // One column of a table, `offset` columns from the body's first, from the caption down.
@@ -142,22 +115,24 @@ std::int32_t MakeSummaryReport(session::Session& session, layout::ReportWorkbook
                                const model::Records& trResults, const model::Records& trOutputs,
                                const OrdvaneSummary& trSum, std::int32_t runNumber, std::int32_t totalRuns) {
   session.application().set_calculation(host::Calculation::kManual);
-  const auto sheet = rWB.AddSheet(session.text(text::kSummarySheet));
-  sheet->AddTitleBlock(session.text(text::kSummaryTitle),
-                       {{session.CommonString(text::kWorkbook), trResults(1).bookName},
-                        {session.CommonString(text::kRun),
-                         session.text(text::kSummaryRun, std::int64_t{runNumber}, std::int64_t{totalRuns})}});
+  const auto sheet = rWB.AddSheet(session.text(text_id::kSummarySheetName));
+  sheet->AddTitleBlock(
+      session.text(text_id::kSummaryTitle),
+      {{session.text(text_id::kLabelWorkbook), trResults(1).bookName},
+       {session.text(text_id::kLabelRun),
+        session.text(text_id::kSummaryRun, std::int64_t{runNumber}, std::int64_t{totalRuns})}});
   sheet->SetSheetOption(1);
 
   const auto failed = failed_results(trResults, isSelectedOutput);
   auto rows = summary_rows(trSum);
   if (failed)
-    rows.push_back({text::kFailed, session.text(text::kFailedCount, failed->all(), failed->results())});
+    rows.push_back({text_id::kSummaryFailedResults,
+                    session.text(text_id::kSummaryFailedResultsCount, failed->all(), failed->results())});
   const auto count = static_cast<std::int32_t>(rows.size());
   const auto table = sheet->AddTable(count, 1, 1, 1, "", "");
-  table->SetColumnHeader(1, session.text(text::kSummaryValues), HAlign::kCenter, HAlign::kCenter, 0,
+  table->SetColumnHeader(1, session.text(text_id::kSummaryValues), HAlign::kCenter, HAlign::kCenter, 0,
                          layout::kFitColumn, "", false);
-  table->CornerRange()->set_value(session.text(text::kSummaryLabels));
+  table->CornerRange()->set_value(session.text(text_id::kSummaryLabels));
   host::CellBlock values(count, 1);
   std::int32_t row = 0;
   for (const SummaryRow& line : rows) {
@@ -180,19 +155,19 @@ std::int32_t makeOutputsMissingReport(session::Session& session, layout::ReportW
                                       std::int32_t t_NumUnreportedOutputs,
                                       const model::OneBased<std::int32_t>& t_UnreportedOutputs,
                                       std::int32_t runNumber, std::int32_t totalRuns) {
-  const auto sheet = rWB.AddSheet(session.text(text::kMissingSheet));
+  const auto sheet = rWB.AddSheet(session.text(text_id::kNotShownSheetName));
   const std::string run =
-      std::to_string(runNumber) + session.text(text::kBetweenRuns) + std::to_string(totalRuns);
-  sheet->AddTitleBlockEx(session.text(text::kMissingTitle),
-                         {{session.CommonString(text::kWorkbook), trResults(1).bookName},
-                          {session.CommonString(text::kRun), run}});
+      std::to_string(runNumber) + session.text(text_id::kNotShownOfRuns) + std::to_string(totalRuns);
+  sheet->AddTitleBlockEx(session.text(text_id::kNotShownTitle),
+                         {{session.text(text_id::kLabelWorkbook), trResults(1).bookName},
+                          {session.text(text_id::kLabelRun), run}});
   sheet->SetSheetOption(1);
 
   const auto table =
-      sheet->AddTable(t_NumUnreportedOutputs, 2, 1, 0, session.text(text::kMissingCaption), "");
-  table->SetColumnHeader(1, session.text(text::kMissingOutputs), HAlign::kLeft, HAlign::kLeft, 0,
+      sheet->AddTable(t_NumUnreportedOutputs, 2, 1, 0, session.text(text_id::kNotShownCaption), "");
+  table->SetColumnHeader(1, session.text(text_id::kNotShownOutput), HAlign::kLeft, HAlign::kLeft, 0,
                          layout::kNameColumnWidth, "", true);
-  table->SetColumnHeader(2, session.CommonString(text::kCell), HAlign::kCenter, HAlign::kCenter, 0,
+  table->SetColumnHeader(2, session.text(text_id::kHeadingCell), HAlign::kCenter, HAlign::kCenter, 0,
                          layout::kFitColumn, "", false);
   if (t_NumUnreportedOutputs > 0) {
     host::CellBlock outputs(t_NumUnreportedOutputs, 2);
@@ -206,8 +181,8 @@ std::int32_t makeOutputsMissingReport(session::Session& session, layout::ReportW
     for (std::int32_t i = 1; failed && i <= t_NumUnreportedOutputs; ++i) {
       const std::int64_t count = failed->of_outputs(t_UnreportedOutputs(i));
       if (count > 0)
-        table->AddTableNote(i, 1, session.CommonString(text::kNote),
-                            session.text(text::kFailedNote, count, failed->steps));
+        table->AddTableNote(i, 1, session.text(text_id::kNoteTitle),
+                            session.text(text_id::kNoteFailedResults, count, failed->steps));
     }
   }
   sheet->FinishSheet();

@@ -11,8 +11,6 @@
 namespace ordvane::reports {
 namespace {
 
-constexpr std::int16_t kAddressHeading = 102;
-
 // Cells gathered before they are written: large enough to make a write cheap, small enough to stay in the
 // cache.
 constexpr std::int32_t kCellsPerBlock = 1 << 16;
@@ -57,8 +55,9 @@ OutputHeadings::OutputHeadings(const session::Session& session, layout::ReportTa
 void OutputHeadings::add(const model::DralInputOutput& output, std::int32_t column) {
   std::string text = output.ioName;
   if (text.empty())
-    text = session_.text(kAddressHeading, model::address_for_range_mode(
-                                              mode_, output.bookName, output.sheetName, output.cellAddress));
+    text = session_.text(
+        text_id::kOutputInCell,
+        model::address_for_range_mode(mode_, output.bookName, output.sheetName, output.cellAddress));
   table_.AddHeading({row_, column, 1, columns_, text});
 }
 

@@ -21,24 +21,13 @@ namespace {
 
 using host::HAlign;
 
-// String ids.
-constexpr SheetTexts kSheetTexts = {.sheet_name = 712, .title = 711, .run_line = 716};
-constexpr TornadoTexts kChartTexts = {
-    .chart_title = 713, .chart_subtitle = 701, .change_axis = 709, .value_axis = 714};
-constexpr std::int16_t kInvalidNote = 700;
-constexpr std::int16_t kBaseGroup = 702;
-constexpr std::int16_t kHighGroup = 703;
-constexpr std::int16_t kLowGroup = 704;
-constexpr std::int16_t kNoBars = 706;
-constexpr std::int16_t kInputGroup = 707;
-constexpr std::int16_t kBaseZeroNote = 708;
-constexpr std::int16_t kTableSubcaption = 710;
-constexpr std::int16_t kTableCaption = 715;
-constexpr std::int16_t kBaseInvalidNote = 730;
-constexpr std::int16_t kNothingMoves = 731;
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
-constexpr std::int16_t kNoTornado = 1040;
+constexpr SheetTexts kSheetTexts = {.sheet_name = text_id::kTornadoSheetName,
+                                    .title = text_id::kTornadoTitle,
+                                    .run_line = text_id::kTornadoRun};
+constexpr TornadoTexts kChartTexts = {.chart_title = text_id::kTornadoChartTitle,
+                                      .chart_subtitle = text_id::kTornadoChartSubtitle,
+                                      .change_axis = text_id::kTornadoChangeAxis,
+                                      .value_axis = text_id::kTornadoValueAxis};
 
 // Columns of the table, after those that say where an input is (one a step of the range mode).
 enum Column : std::int32_t {
@@ -82,7 +71,7 @@ class TornadoReport {
     chart_.choose_bars(rows_, {column(kName), column(low()), column(high())}, facts_, remarks_,
                        [this](std::int32_t row) { return input_ends(row); });
     if (const auto reason = reason_for_no_chart()) {
-      CreateMessageChart(*sheet, session_.text(kNoTornado) + "\r\n" + session_.text(*reason));
+      CreateMessageChart(*sheet, session_.text(text_id::kMessageNoTornado) + "\r\n" + session_.text(*reason));
       sheet->SetSheetOption(1);
       remarks_.write(*sheet);
       write_table(*sheet);
@@ -152,11 +141,13 @@ class TornadoReport {
     if (flags == 0) return;
     const bool change = place == kLowChange || place == kHighChange;
     const bool has_results = rows_.at(row, column(kLow)).kind == host::CellKind::kNumber;
-    notes_.add(change && has_results ? note_on_missing_change() : kInvalidNote, row, column(place));
+    notes_.add(change && has_results ? note_on_missing_change() : text_id::kTornadoNotShown, row,
+               column(place));
   }
 
-  std::int16_t note_on_missing_change() const {
-    return job_.output.BaseValue() == 0 ? kBaseZeroNote : kBaseInvalidNote;
+  session::TextId<0> note_on_missing_change() const {
+    return job_.output.BaseValue() == 0 ? text_id::kTornadoOutputBaseZero
+                                        : text_id::kTornadoOutputBaseNoNumber;
   }
 
   // ---- Bars ----
@@ -169,10 +160,10 @@ class TornadoReport {
     return {value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row)};
   }
 
-  std::optional<std::int16_t> reason_for_no_chart() const {
-    if (chart_.bars() == 0) return kNothingMoves;
-    if (job_.percent && job_.output.BaseValue() == 0) return kOutputBaseZero;
-    if (!chart_.has_bars()) return job_.percent ? kNoUsableBase : kInvalidNote;
+  std::optional<session::TextId<0>> reason_for_no_chart() const {
+    if (chart_.bars() == 0) return text_id::kTornadoNothingMoves;
+    if (job_.percent && job_.output.BaseValue() == 0) return text_id::kMessageOutputBaseZero;
+    if (!chart_.has_bars()) return job_.percent ? text_id::kMessageNoUsableBase : text_id::kTornadoNotShown;
     return std::nullopt;
   }
 
@@ -180,8 +171,8 @@ class TornadoReport {
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
     auto table = sheet.AddTable(job_.bars, column(kColumns), kHeaderRows, 0,
-                                session_.text(kTableCaption, std::to_string(job_.bars)),
-                                session_.text(kTableSubcaption));
+                                session_.text(text_id::kTornadoCaption, std::to_string(job_.bars)),
+                                session_.text(text_id::kTornadoSubcaption));
     table->WrapNames();
     write_headers(*table);
     table->PutBody(1, rows_);
@@ -191,36 +182,36 @@ class TornadoReport {
                            layout::kRuleColorIndex);
     for (std::int32_t row = 1; row <= job_.bars; ++row)
       if (const std::string note = StepNote(session_, facts_(row)); !note.empty())
-        table->AddTableNote(row, column(kName), session_.CommonString(12), note);
+        table->AddTableNote(row, column(kName), session_.text(text_id::kNoteTitle), note);
     notes_.write(session_, *table);
     return table;
   }
 
   void write_headers(layout::ReportTable& table) {
-    const auto figures = [&](Column place, std::int32_t caption, HAlign body = HAlign::kRight) {
-      table.SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
+    const auto figures = [&](Column place, session::TextId<0> caption, HAlign body = HAlign::kRight) {
+      table.SetColumnHeader(column(place), session_.text(caption), body, HAlign::kCenter, 0,
                             layout::kFitColumn, "", false);
     };
-    const auto names = [&](std::int32_t place, std::int32_t caption) {
-      table.SetColumnHeader(place, session_.CommonString(caption), HAlign::kLeft, HAlign::kLeft, 0,
+    const auto names = [&](std::int32_t place, session::TextId<0> caption) {
+      table.SetColumnHeader(place, session_.text(caption), HAlign::kLeft, HAlign::kLeft, 0,
                             layout::kNameColumnWidth, "", true);
     };
-    if (job_.range_mode == model::OrdvaneRangeBookMode) names(1, 0);
-    if (job_.range_mode != model::OrdvaneRangeCellMode) names(job_.range_mode, 1);
-    figures(kRank, 9, HAlign::kCenter);
-    names(column(kName), 2);
-    figures(kCell, 3, HAlign::kCenter);
-    for (const Column value : {kLow, kLowInput, kHigh, kHighInput}) figures(value, 5);
-    for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
-    figures(kInputBase, 16);
+    if (job_.range_mode == model::OrdvaneRangeBookMode) names(1, text_id::kHeadingWorkbook);
+    if (job_.range_mode != model::OrdvaneRangeCellMode) names(job_.range_mode, text_id::kHeadingWorksheet);
+    figures(kRank, text_id::kHeadingRank, HAlign::kCenter);
+    names(column(kName), text_id::kHeadingName);
+    figures(kCell, text_id::kHeadingCell, HAlign::kCenter);
+    for (const Column value : {kLow, kLowInput, kHigh, kHighInput}) figures(value, text_id::kHeadingValue);
+    for (const Column change : {kLowChange, kHighChange}) figures(change, text_id::kHeadingChangePercent);
+    figures(kInputBase, text_id::kLabelBaseValue);
 
-    AddHeaderGroup(table, 1, 1, 2, column(kCell), session_.text(kInputGroup));
-    AddHeaderGroup(table, 1, column(kLow), 1, 3, session_.text(kLowGroup));
-    AddHeaderGroup(table, 1, column(kHigh), 1, 3, session_.text(kHighGroup));
-    AddHeaderGroup(table, 1, column(kInputBase), 2, 1, session_.text(kBaseGroup));
+    AddHeaderGroup(table, 1, 1, 2, column(kCell), session_.text(text_id::kTornadoInput));
+    AddHeaderGroup(table, 1, column(kLow), 1, 3, session_.text(text_id::kTornadoLowestOutput));
+    AddHeaderGroup(table, 1, column(kHigh), 1, 3, session_.text(text_id::kTornadoHighestOutput));
+    AddHeaderGroup(table, 1, column(kInputBase), 2, 1, session_.text(text_id::kTornadoBaseOfInput));
     for (const Column value : {kLow, kHigh}) {
-      AddHeaderGroup(table, 2, column(value), 1, 2, session_.CommonString(11));
-      AddHeaderGroup(table, 2, column(value) + 2, 1, 1, session_.CommonString(10));
+      AddHeaderGroup(table, 2, column(value), 1, 2, session_.text(text_id::kHeadingOutput));
+      AddHeaderGroup(table, 2, column(value) + 2, 1, 1, session_.text(text_id::kHeadingInput));
     }
   }
 
@@ -275,7 +266,7 @@ std::int32_t GenerateTornadoReport(session::Session& session, layout::ReportWork
   const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
   const std::int32_t bars = ranking.input_limit;
   if (bars <= 0)
-    sheet->NextCell()->set_value(session.text(kNoBars));
+    sheet->NextCell()->set_value(session.text(text_id::kTornadoNoBars));
   else
     TornadoReport(session, {.output = output,
                             .output_index = outputIndex,

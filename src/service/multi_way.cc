@@ -14,9 +14,6 @@ namespace {
 using session::log_text;
 
 // Progress texts.
-constexpr std::int16_t kReading = 1020;
-constexpr std::int16_t kDrawing = 1021;
-constexpr std::int16_t kWriting = 1024;
 
 }  // namespace
 
@@ -39,7 +36,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
     Long& groupCount, Long& recalculationCount, Long NumIterations, model::OrdvaneOutputMode outputMode,
     Long runNumber, Long totalRuns) {
   session::Session& s = services_->session;
-  const auto progress = [&](std::int16_t id) {
+  const auto progress = [&](session::TextId<0> id) {
     reports::ShowProgress(s, s.text(id));
     s.check_cancel();
   };
@@ -56,7 +53,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
                                   runNumber,
                                   totalRuns};
 
-  progress(kReading);
+  progress(text_id::kProgressReadingGroups);
   const model::MultiWayRun run =
       model::ReadMultiWay(s, trInputs, trOutputs, isSelectedOutput, DefaultMultiGroupSize, runNumber);
   groupCount = run.groups.size();
@@ -73,7 +70,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
   const reports::MultiTornadoLimits limits{MaxInputsPerGraph, InputsChangeThreshold};
   if (groupCount > 0 && reports_.multi_tornado) {
     for (Long k = 1; k <= isSelectedOutput.size(); ++k) {
-      progress(kDrawing);
+      progress(text_id::kProgressMultiTornado);
       const Long output = isSelectedOutput(k);
       graph_or_log("multiReport", [&] {
         reports_.multi_tornado(arguments, output, run, effects(k), limits, tornado_style(trOutputs(output)));
@@ -81,7 +78,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
     }
   }
   if (reports_.multi_way_detail) {
-    progress(kWriting);
+    progress(text_id::kProgressMultiWay);
     reports_.multi_way_detail(arguments, run, effects);
   }
   return 0;
