@@ -8,7 +8,8 @@
 #include "layout/axis_ticks.h"
 #include "layout/format_codes.h"
 #include "layout/look.h"
-#include "layout/report_workbook.h"
+#include "layout/report_chart.h"
+#include "layout/report_sheet.h"
 #include "layout/text_estimate.h"
 
 namespace ordvane::layout {

@@ -1,4 +1,6 @@
 // Charts of report sheets: what every chart looks like, and how tornado bars are drawn from a table.
+#include "layout/report_chart.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -7,7 +9,7 @@
 
 #include "host/environment.h"
 #include "layout/look.h"
-#include "layout/report_workbook.h"
+#include "layout/report_sheet.h"
 #include "layout/text_estimate.h"
 #include "text/edit.h"
 #include "text/utf16.h"

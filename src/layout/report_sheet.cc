@@ -1,11 +1,14 @@
 // Report sheets: places title block, tables and charts one below another.
+#include "layout/report_sheet.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "layout/links.h"
 #include "layout/look.h"
-#include "layout/report_workbook.h"
+#include "layout/report_chart.h"
+#include "layout/report_table.h"
 #include "layout/text_estimate.h"
 
 namespace ordvane::layout {

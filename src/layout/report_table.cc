@@ -1,10 +1,13 @@
 // Report tables: captions, header block and body, formatted in runs; columns and captions are fitted once the
 // contents are known.
+#include "layout/report_table.h"
+
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "layout/look.h"
-#include "layout/report_workbook.h"
+#include "layout/report_sheet.h"
 #include "layout/text_estimate.h"
 
 namespace ordvane::layout {
@@ -153,6 +156,32 @@ void ReportTable::SetRowHeader(std::int32_t row_header_column, std::int32_t row,
   cells(body_row() + row - 1, row_header_column)->set_value(text);
 }
 
+void ReportTable::SetColumns(const std::vector<Column>& columns) {
+  std::vector<Heading> headings;
+  for (std::int32_t number = 1; const Column& column : columns) {
+    SetColumn(number, column.alignment, column.width, column.number_format, column.text);
+    if (column.indented) Body(1, number, rows_on_sheet())->set_indent(1);
+    if (column.begins_block) column_blocks_.push_back(body_column() + number - 1);
+    if (header_rows_ > 0) {
+      SetCaption(number, column.caption, column.caption_alignment);
+      if (column.indented) Header(header_rows_, number)->set_indent(1);
+      for (const GroupHeading& group : column.headings)
+        headings.push_back({group.row, number, group.rows, group.columns, group.caption});
+      if (!column.note.empty())
+        AddTableNote(0, number, sheet_.session().text(text_id::kNoteTitle), column.note);
+    }
+    if (column.rule) {
+      sheet_.session().environment->pump_messages();  // a table may have thousands of them
+      AddColumnRule(number);
+    }
+    ++number;
+  }
+  // Wide groups get their widths before the groups within them.
+  std::stable_sort(headings.begin(), headings.end(),
+                   [](const Heading& a, const Heading& b) { return a.row < b.row; });
+  for (const Heading& heading : headings) AddHeading(heading);
+}
+
 void ReportTable::SetColumnHeader(std::int32_t column, const std::string& caption, HAlign body_alignment,
                                   HAlign caption_alignment, std::int32_t /*reserved*/, double width,
                                   const std::string& number_format, bool text) {
@@ -203,6 +232,14 @@ void ReportTable::AddColumnRule(std::int32_t column, std::int32_t last, std::int
   const host::Edge edge = sheet_column < 1 ? host::Edge::kLeft : host::Edge::kRight;
   cells(header_row(), std::max(sheet_column, 1), last_row - header_row() + 1)
       ->set_border(edge, rule(line_style, weight, color_index));
+}
+
+void ReportTable::AddColumnRule(std::int32_t column) {
+  AddColumnRule(column, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
+}
+
+void ReportTable::AddRowRule(std::int32_t row) {
+  AddRowRule(row, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
 }
 
 void ReportTable::AddRowRule(std::int32_t row, std::int32_t last, std::int32_t line_style,

@@ -5,6 +5,7 @@
 
 #include "layout/links.h"
 #include "layout/look.h"
+#include "layout/report_table.h"
 #include "text/utf16.h"
 
 namespace ordvane::layout {
@@ -136,22 +137,19 @@ void ReportWorkbook::add_contents() {
   const auto reports = reports_;
   const bool several_runs = titles_under(text_id::kLabelRun).size() > 1;
   const std::int32_t rows = static_cast<std::int32_t>(reports.size());
-  const std::int32_t columns = several_runs ? 4 : 3;
+  const std::int32_t column_count = several_runs ? 4 : 3;
   const std::string first = first_sheet_->name();
   const auto sheet = AddSheet(session_.text(text_id::kContentsTitle));
   sheet->AddTitleBlock(session_.text(text_id::kContentsTitle), {});
   sheet->SetSheetOption(1);
-  const auto table = sheet->AddTable(rows, columns, 1, 0, "", "");
+  const auto table = sheet->AddTable(rows, column_count, 1, 0, "", "");
   table->WrapNames();
-  const auto column = [&](std::int32_t number, const std::string& caption) {
-    table->SetColumnHeader(number, caption, host::HAlign::kLeft, host::HAlign::kLeft, 0, kNameColumnWidth, "",
-                           true);
-  };
-  column(1, session_.text(text_id::kContentsSheet));
-  column(2, session_.text(text_id::kContentsReport));
-  column(3, session_.text(text_id::kLabelOutput));
-  if (several_runs) column(4, session_.text(text_id::kLabelRun));
-  host::CellBlock body(rows, columns);
+  std::vector<Column> columns = {name_column(session_.text(text_id::kContentsSheet)),
+                                 name_column(session_.text(text_id::kContentsReport)),
+                                 name_column(session_.text(text_id::kLabelOutput))};
+  if (several_runs) columns.push_back(name_column(session_.text(text_id::kLabelRun)));
+  table->SetColumns(columns);
+  host::CellBlock body(rows, column_count);
   for (std::int32_t row = 1; const auto& report : reports) {
     body.set_text(row, 1, report->SheetWorksheet()->name());
     body.set_text(row, 2, report->title());

@@ -5,7 +5,9 @@
 
 #include "layout/look.h"
 #include "layout/page_plan.h"
-#include "layout/report_workbook.h"
+#include "layout/report_chart.h"
+#include "layout/report_sheet.h"
+#include "layout/report_table.h"
 #include "layout/text_estimate.h"
 #include "text/utf16.h"
 

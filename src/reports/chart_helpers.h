@@ -6,7 +6,8 @@
 #include <string>
 
 #include "host/excel.h"
-#include "layout/report_workbook.h"
+#include "layout/report_chart.h"
+#include "layout/report_sheet.h"
 #include "model/graph_ranges.h"
 #include "session/session.h"
 

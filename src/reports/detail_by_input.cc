@@ -7,6 +7,7 @@
 
 #include "layout/look.h"
 #include "reports/gap_notes.h"
+#include "reports/graph_sheet.h"
 #include "reports/output_detail.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
@@ -37,18 +38,16 @@ struct Columns {
 
 class DetailByInput {
  public:
-  DetailByInput(session::Session& session, const model::OneBased<std::int32_t>& selected,
-                const model::Records& inputs, const model::Records& outputs, std::int32_t mode)
-      : session_(session),
-        selected_(selected),
-        inputs_(inputs),
-        outputs_(outputs),
-        c_(mode, std::min(selected.size(), kMostDetailOutputs)),
+  explicit DetailByInput(const Context& context)
+      : context_(context),
+        session_(context.session),
+        inputs_(context.inputs),
+        c_(context.range_mode, std::min(context.selected.size(), kMostDetailOutputs)),
         gaps_(c_.count()) {
     for (std::int32_t k = 1; k <= c_.k; ++k) results_.emplace_back(output(k), kOutputGaps, gaps_);
   }
 
-  void make(layout::ReportWorkbook& rWB, std::int32_t iterations, std::int32_t run, std::int32_t runs);
+  void make();
 
  private:
   std::int32_t standard_recalculations();
@@ -68,12 +67,13 @@ class DetailByInput {
   void format_input_rows(const InputRows& group);
   void format_columns();
   void add_step_notes(const std::vector<InputRows>& groups);
-  const model::DralInputOutput& output(std::int32_t k) const { return outputs_(selected_(k)); }
+  const model::DralInputOutput& output(std::int32_t k) const {
+    return context_.outputs(context_.selected(k));
+  }
 
+  const Context& context_;
   session::Session& session_;
-  const model::OneBased<std::int32_t>& selected_;
   const model::Records& inputs_;
-  const model::Records& outputs_;
   Columns c_;
   std::int32_t rows_ = 0;
   GapNotes gaps_;
@@ -83,28 +83,21 @@ class DetailByInput {
   std::optional<OutputHeadings> headings_;
 };
 
-void DetailByInput::make(layout::ReportWorkbook& rWB, std::int32_t iterations, std::int32_t run,
-                         std::int32_t runs) {
+void DetailByInput::make() {
   host::Application& application = session_.application();
-  const bool too_many_rows = iterations > kMostDetailRows;
+  const bool too_many_rows = context_.recalculations > kMostDetailRows;
   const std::int32_t standard = standard_recalculations();
   application.set_calculation(host::Calculation::kManual);
   rows_ = too_many_rows ? kMostDetailRows : std::min(standard, kMostDetailRows);
 
-  const auto sheet = rWB.AddSheet(session_.text(text_id::kDetailByInputSheetName));
-  std::vector<layout::TitleLine> lines = {{session_.text(text_id::kLabelWorkbook), inputs_(1).bookName}};
-  if (runs > 1)
-    lines.push_back({session_.text(text_id::kLabelRun),
-                     session_.text(text_id::kDetailByInputRun, std::int64_t{run}, std::int64_t{runs})});
-  sheet->AddTitleBlock(session_.text(text_id::kDetailByInputTitle), lines);
-  sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
-  sheet->SetSheetOption(1);
+  const auto sheet = StartSheet(
+      context_, {text_id::kDetailByInputSheetName, text_id::kDetailByInputTitle, text_id::kDetailByInputRun});
   table_ = sheet->AddTable(rows_, c_.count(), kHeaderRows, 0, session_.text(text_id::kDetailByInputCaption),
                            session_.text(text_id::kDetailByInputSubcaption));
   set_headers();
   table_->SetIdentityColumns(c_.step(), c_.name);
   table_->AddColumnBlocks(c_.input_value(), kColumnsPerOutput, 1 + c_.k);
-  if (selected_.size() > c_.k)
+  if (context_.selected.size() > c_.k)
     table_->AddTableNote(0, c_.output_value(1), session_.text(text_id::kNoteTitle),
                          session_.text(text_id::kDetailByInputFirstOutputsOnly));
   if (leaves_out_steps())
@@ -173,8 +166,7 @@ void DetailByInput::set_headers() {
   if (c_.k > 0)
     AddHeaderGroup(*table_, 1, c_.output_value(1), 1, kColumnsPerOutput * c_.k,
                    session_.text(text_id::kHeadingOutput));
-  headings_.emplace(session_, *table_, kNameRow, kColumnsPerOutput,
-                    static_cast<model::OrdvaneRangeMode>(c_.m));
+  headings_.emplace(session_, *table_, kNameRow, kColumnsPerOutput, context_.range_mode);
   for (std::int32_t k = 1; k <= c_.k; ++k) headings_->add(output(k), c_.output_value(k));
   set_rules();
 }
@@ -221,7 +213,7 @@ void DetailByInput::fill_input(BodyWriter& body, InputRows& group) {
     row.block.set_text(r, c_.step(), step_text(step));
     values.put(row, columns(c_.input_value()), group.input.InputValuesUsed(step));
     for (std::int32_t k = 1; k <= c_.k; ++k) {
-      const double result = group.input.OutputValuesCalculated(selected_(k), step);
+      const double result = group.input.OutputValuesCalculated(context_.selected(k), step);
       if (!results_[static_cast<std::size_t>(k - 1)].put(row, columns(c_.output_value(k)), result))
         ++group.failed;
     }
@@ -286,13 +278,8 @@ void DetailByInput::add_step_notes(const std::vector<InputRows>& groups) {
 
 }  // namespace
 
-std::int32_t MakeDetailByInputReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                     const model::OneBased<std::int32_t>& selectedOutputs,
-                                     const model::Records& trInputs, const model::Records& trOutputs,
-                                     std::int32_t numIterations, model::OrdvaneRangeMode rangeMode,
-                                     std::int32_t runNumber, std::int32_t totalRuns) {
-  DetailByInput(session, selectedOutputs, trInputs, trOutputs, rangeMode)
-      .make(rWB, numIterations, runNumber, totalRuns);
+std::int32_t MakeDetailByInputReport(const Context& context) {
+  DetailByInput(context).make();
   return 0;
 }
 

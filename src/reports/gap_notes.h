@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/cells.h"
-#include "layout/report_workbook.h"
+#include "layout/report_table.h"
 #include "model/input_output.h"
 #include "session/session.h"
 

@@ -14,6 +14,7 @@
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
 #include "reports/step_remarks.h"
+#include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
@@ -21,9 +22,9 @@ namespace {
 
 using host::HAlign;
 
-constexpr SheetTexts kSheetTexts = {.sheet_name = text_id::kMultiTornadoSheetName,
-                                    .title = text_id::kMultiTornadoTitle,
-                                    .run_line = text_id::kMultiTornadoRun};
+constexpr SheetTexts<1> kSheetTexts = {.sheet_name = text_id::kMultiTornadoSheetName,
+                                       .title = text_id::kMultiTornadoTitle,
+                                       .run_line = text_id::kMultiTornadoRun};
 constexpr TornadoTexts kChartTexts = {.chart_title = text_id::kMultiTornadoChartTitle,
                                       .chart_subtitle = text_id::kMultiTornadoChartSubtitle,
                                       .change_axis = text_id::kMultiTornadoChangeAxis,
@@ -51,21 +52,18 @@ model::OneBased<std::int32_t> groups_by_rank(const model::GroupEffects& effects)
 
 class MultiTornado {
  public:
-  MultiTornado(session::Session& session, const model::DralInputOutput& output, const model::Records& inputs,
-               const model::MultiWayRun& run, const model::GroupEffects& effects,
-               model::OrdvaneRangeMode range_mode, bool percent, const MultiTornadoLimits& limits,
+  MultiTornado(const Context& context, const model::DralInputOutput& output, const model::MultiWayRun& run,
+               const model::GroupEffects& effects, const MultiTornadoLimits& limits,
                const TornadoStyle& style)
-      : session_(session),
+      : context_(context),
+        session_(context.session),
         output_(output),
-        inputs_(inputs),
         run_(run),
         effects_(effects),
-        range_mode_(range_mode),
-        percent_(percent),
         by_rank_(groups_by_rank(effects)),
         bars_(count_bars(limits)),
-        chart_(session, output, percent, range_mode, kChartTexts, style),
-        remarks_(session, Varied::kGroups),
+        chart_(session_, output, context.in_percent(), context.range_mode, kChartTexts, style),
+        remarks_(session_, Varied::kGroups),
         rows_(std::max(bars_, 0), column(kColumns)),
         facts_(std::max(bars_, 0)) {}
 
@@ -97,10 +95,10 @@ class MultiTornado {
 
  private:
   std::int32_t column(Column after_places) const {
-    return static_cast<std::int32_t>(range_mode_) + after_places;
+    return static_cast<std::int32_t>(context_.range_mode) + after_places;
   }
-  Column low() const { return percent_ ? kLowChange : kLow; }
-  Column high() const { return percent_ ? kHighChange : kHigh; }
+  Column low() const { return context_.in_percent() ? kLowChange : kLow; }
+  Column high() const { return context_.in_percent() ? kHighChange : kHigh; }
   bool has_base() const { return output_.BaseValue() != 0 && output_.rules().is_usable(output_.BaseValue()); }
 
   std::int32_t count_bars(const MultiTornadoLimits& limits) const {
@@ -116,7 +114,7 @@ class MultiTornado {
 
   std::optional<session::TextId<0>> reason_for_no_chart() const {
     if (chart_.bars() == 0) return text_id::kMultiTornadoNothingMoves;
-    if (percent_ && !has_base())
+    if (context_.in_percent() && !has_base())
       return output_.BaseValue() == 0 ? text_id::kMessageOutputBaseZero : text_id::kMessageNoUsableBase;
     if (!chart_.has_bars()) return text_id::kNoteNotShown;
     return std::nullopt;
@@ -159,7 +157,7 @@ class MultiTornado {
     std::string name;
     for (const std::int32_t member : group.members) {
       if (!name.empty()) name += layout::kBetweenMembers;
-      name += ItemLabel(inputs_(member));
+      name += ItemLabel(context_.inputs(member));
     }
     return name;
   }
@@ -167,15 +165,16 @@ class MultiTornado {
   void fill_row(std::int32_t row, const model::MultiGroup& group, const model::GroupEffect& effect) {
     std::vector<std::string> books, sheets;
     for (const std::int32_t member : group.members) {
-      const model::DralInputOutput& input = inputs_(member);
+      const model::DralInputOutput& input = context_.inputs(member);
       books.push_back(input.bookName);
       sheets.push_back(input.sheetName);
     }
     const std::string name = name_of(group);
     const std::string separator = session_.environment->numbers().list_separator();
-    if (range_mode_ == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, distinct(books, separator));
-    if (range_mode_ != model::OrdvaneRangeCellMode)
-      rows_.set_text(row, range_mode_, distinct(sheets, separator));
+    if (context_.range_mode == model::OrdvaneRangeBookMode)
+      rows_.set_text(row, 1, distinct(books, separator));
+    if (context_.range_mode != model::OrdvaneRangeCellMode)
+      rows_.set_text(row, context_.range_mode, distinct(sheets, separator));
     rows_.set_number(row, column(kRank), row);
     rows_.set_text(row, column(kName), name);
     fill_value(row, kLow, effect.lowest);
@@ -237,9 +236,10 @@ class MultiTornado {
       table.SetColumnHeader(place, caption, HAlign::kLeft, HAlign::kLeft, 0, layout::kNameColumnWidth, "",
                             true);
     };
-    if (range_mode_ == model::OrdvaneRangeBookMode) names(1, session_.text(text_id::kHeadingWorkbook));
-    if (range_mode_ != model::OrdvaneRangeCellMode)
-      names(range_mode_, session_.text(text_id::kHeadingWorksheet));
+    if (context_.range_mode == model::OrdvaneRangeBookMode)
+      names(1, session_.text(text_id::kHeadingWorkbook));
+    if (context_.range_mode != model::OrdvaneRangeCellMode)
+      names(context_.range_mode, session_.text(text_id::kHeadingWorksheet));
     figures(kRank, text_id::kHeadingRank, HAlign::kCenter);
     names(column(kName), session_.text(text_id::kMultiTornadoInputOrGroup));
     for (const Column value : {kLow, kHigh}) figures(value, text_id::kHeadingValue);
@@ -250,13 +250,11 @@ class MultiTornado {
     AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(text_id::kMultiTornadoHighEnd));
   }
 
+  const Context& context_;
   session::Session& session_;
   const model::DralInputOutput& output_;
-  const model::Records& inputs_;
   const model::MultiWayRun& run_;
   const model::GroupEffects& effects_;
-  model::OrdvaneRangeMode range_mode_;
-  bool percent_;
   model::OneBased<std::int32_t> by_rank_;  // the group of each rank
   std::int32_t bars_;
   TornadoChart chart_;
@@ -268,21 +266,14 @@ class MultiTornado {
 
 }  // namespace
 
-std::int32_t GenerateMultiTornadoReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                        std::int32_t outputIndex, const model::Records& trInputs,
-                                        const model::Records& trOutputs, const model::MultiWayRun& run,
-                                        const model::GroupEffects& effects, model::OrdvaneRangeMode rangeMode,
-                                        model::OrdvaneOutputMode outputMode, std::int32_t runNumber,
-                                        std::int32_t totalRuns, const MultiTornadoLimits& limits,
-                                        const TornadoStyle& style) {
-  session.log.line("ReportMultiTornado.GenerateMultiTornadoReport");
-  const model::DralInputOutput& output = trOutputs(outputIndex);
-  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
-  MultiTornado(session, output, trInputs, run, effects, rangeMode,
-               outputMode == model::OrdvaneOutputAsPercentChange, limits, style)
-      .write(*sheet);
+void GenerateMultiTornadoReport(const Context& context, std::int32_t on, const model::MultiWayRun& run,
+                                const model::GroupEffects& effects, const MultiTornadoLimits& limits,
+                                const TornadoStyle& style) {
+  context.session.log.line("ReportMultiTornado.GenerateMultiTornadoReport");
+  const model::DralInputOutput& output = context.outputs(on);
+  const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
+  MultiTornado(context, output, run, effects, limits, style).write(*sheet);
   sheet->FinishSheet();
-  return 0;
 }
 
 }  // namespace ordvane::reports

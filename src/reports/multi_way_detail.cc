@@ -11,6 +11,7 @@
 #include "layout/look.h"
 #include "reports/detail_by_input.h"
 #include "reports/gap_notes.h"
+#include "reports/graph_sheet.h"
 #include "reports/output_detail.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
@@ -83,11 +84,10 @@ session::TextId<0> text_of(model::InteractionState state) {
 
 class MultiWayDetail {
  public:
-  MultiWayDetail(session::Session& session, const model::OneBased<std::int32_t>& selected,
-                 const model::Records& inputs, const model::Records& outputs, const model::MultiWayRun& run,
-                 const model::OneBased<model::GroupEffects>& effects, std::int32_t mode);
+  MultiWayDetail(const Context& context, const model::MultiWayRun& run,
+                 const model::OneBased<model::GroupEffects>& effects);
 
-  void make(layout::ReportWorkbook& rWB, std::int32_t runNumber, std::int32_t runs);
+  void make();
 
  private:
   // The lowest or highest result of an output over all groups.
@@ -122,7 +122,6 @@ class MultiWayDetail {
   };
 
   void find_extremes();
-  void add_title(std::int32_t runNumber, std::int32_t runs);
   void add_extremes();
   void set_headers();
   void add_header_notes();
@@ -147,7 +146,9 @@ class MultiWayDetail {
 
   std::int32_t largest_group() const;
   std::int32_t rows_to_show() const;
-  const model::DralInputOutput& output(std::int32_t k) const { return outputs_(selected_(k)); }
+  const model::DralInputOutput& output(std::int32_t k) const {
+    return context_.outputs(context_.selected(k));
+  }
   const model::DralInputOutput& member(std::int32_t group, std::int32_t position) const {
     return inputs_(run_.groups(group).members(position));
   }
@@ -155,15 +156,14 @@ class MultiWayDetail {
     return std::min(run_.groups(group).members.size(), c_.members);
   }
   std::string name_of(const model::DralInputOutput& item) const {
-    return item.NameOrQualifiedCellAddressName(static_cast<model::OrdvaneRangeMode>(c_.m));
+    return item.NameOrQualifiedCellAddressName(context_.range_mode);
   }
   // Position of the group in the table.
   std::int32_t number(std::int32_t group) const { return effects_(1)(group).rank; }
 
+  const Context& context_;
   session::Session& session_;
-  const model::OneBased<std::int32_t>& selected_;
   const model::Records& inputs_;
-  const model::Records& outputs_;
   const model::MultiWayRun& run_;
   const model::OneBased<model::GroupEffects>& effects_;  // one an output, each with one a group
   Columns c_;
@@ -179,24 +179,21 @@ class MultiWayDetail {
   std::optional<OutputHeadings> headings_;
 };
 
-MultiWayDetail::MultiWayDetail(session::Session& session, const model::OneBased<std::int32_t>& selected,
-                               const model::Records& inputs, const model::Records& outputs,
-                               const model::MultiWayRun& run,
-                               const model::OneBased<model::GroupEffects>& effects, std::int32_t mode)
-    : session_(session),
-      selected_(selected),
-      inputs_(inputs),
-      outputs_(outputs),
+MultiWayDetail::MultiWayDetail(const Context& context, const model::MultiWayRun& run,
+                               const model::OneBased<model::GroupEffects>& effects)
+    : context_(context),
+      session_(context.session),
+      inputs_(context.inputs),
       run_(run),
       effects_(effects),
-      c_(columns_for(mode, largest_group(), selected.size(), session.sheet_columns)),
+      c_(columns_for(context.range_mode, largest_group(), context.selected.size(), session_.sheet_columns)),
       order_(run.groups.size()),
-      low_(session.text(text_id::kRangeLow)),
-      high_(session.text(text_id::kRangeHigh)) {
+      low_(session_.text(text_id::kRangeLow)),
+      high_(session_.text(text_id::kRangeHigh)) {
   std::iota(order_.begin(), order_.end(), 1);
   std::sort(order_.begin(), order_.end(),
             [&](std::int32_t a, std::int32_t b) { return number(a) < number(b); });
-  for (const model::DralInputOutput& input : inputs) {
+  for (const model::DralInputOutput& input : inputs_) {
     labels_.push_back(ItemLabel(input));
     formats_.push_back(ValueFormat(input));
   }
@@ -209,12 +206,12 @@ std::int32_t MultiWayDetail::largest_group() const {
   return members;
 }
 
-void MultiWayDetail::make(layout::ReportWorkbook& rWB, std::int32_t runNumber, std::int32_t runs) {
+void MultiWayDetail::make() {
   host::Application& application = session_.application();
   application.set_calculation(host::Calculation::kManual);
-  sheet_ = rWB.AddSheet(session_.text(text_id::kMultiWaySheetName));
-  add_title(runNumber, runs);
-  if (run_.groups.empty() || selected_.empty()) {
+  sheet_ =
+      StartSheet(context_, {text_id::kMultiWaySheetName, text_id::kMultiWayTitle, text_id::kMultiWayRun});
+  if (run_.groups.empty() || context_.selected.empty()) {
     sheet_->NextCell()->set_value(session_.text(text_id::kMultiWayNoGroups));
     sheet_->FinishSheet();
     return;
@@ -227,16 +224,6 @@ void MultiWayDetail::make(layout::ReportWorkbook& rWB, std::int32_t runNumber, s
   application.set_cursor(cursor);
   fit_columns();
   sheet_->FinishSheet();
-}
-
-void MultiWayDetail::add_title(std::int32_t runNumber, std::int32_t runs) {
-  std::vector<layout::TitleLine> lines = {{session_.text(text_id::kLabelWorkbook), inputs_(1).bookName}};
-  if (runs > 1)
-    lines.push_back({session_.text(text_id::kLabelRun),
-                     session_.text(text_id::kMultiWayRun, std::int64_t{runNumber}, std::int64_t{runs})});
-  sheet_->AddTitleBlock(session_.text(text_id::kMultiWayTitle), lines);
-  sheet_->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
-  sheet_->SetSheetOption(1);
 }
 
 // The first in the order of the table, where several groups have it.
@@ -283,7 +270,7 @@ void MultiWayDetail::set_headers() {
   for (std::int32_t i = 1; i <= c_.members; ++i)
     AddHeaderGroup(table, kNameRow, c_.name(i), 1, c_.per_member(),
                    session_.text(text_id::kMultiWayInput, std::int64_t{i}));
-  headings_.emplace(session_, table, kNameRow, kColumnsPerOutput, static_cast<model::OrdvaneRangeMode>(c_.m));
+  headings_.emplace(session_, table, kNameRow, kColumnsPerOutput, context_.range_mode);
   for (std::int32_t k = 1; k <= c_.outputs; ++k) headings_->add(output(k), c_.result(k));
 
   table.SetCaption(c_.combination, session_.text(text_id::kMultiWayCombination), HAlign::kLeft);
@@ -317,14 +304,15 @@ void MultiWayDetail::add_header_notes() {
   if (c_.members < largest_group())
     note(c_.name(c_.members), session_.text(text_id::kMultiWayFirstInputsOnly, std::int64_t{c_.members},
                                             std::int64_t{largest_group()}));
-  if (c_.outputs < selected_.size())
+  if (c_.outputs < context_.selected.size())
     note(c_.result(1), session_.text(text_id::kMultiWayFirstOutputsOnly, std::int64_t{c_.outputs},
-                                     std::int64_t{selected_.size()}, outputs_left_out()));
+                                     std::int64_t{context_.selected.size()}, outputs_left_out()));
 }
 
 std::string MultiWayDetail::outputs_left_out() const {
   std::vector<std::string> outputs;
-  for (std::int32_t k = c_.outputs + 1; k <= selected_.size(); ++k) outputs.push_back(ItemLabel(output(k)));
+  for (std::int32_t k = c_.outputs + 1; k <= context_.selected.size(); ++k)
+    outputs.push_back(ItemLabel(output(k)));
   return session_.list_of(outputs);
 }
 
@@ -591,16 +579,9 @@ void MultiWayDetail::fit_columns() {
 
 }  // namespace
 
-std::int32_t MakeMultiWayDetailReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                      const model::OneBased<std::int32_t>& selectedOutputs,
-                                      const model::Records& trInputs, const model::Records& trOutputs,
-                                      const model::MultiWayRun& run,
-                                      const model::OneBased<model::GroupEffects>& effects,
-                                      model::OrdvaneRangeMode rangeMode, std::int32_t runNumber,
-                                      std::int32_t totalRuns) {
-  MultiWayDetail(session, selectedOutputs, trInputs, trOutputs, run, effects, rangeMode)
-      .make(rWB, runNumber, totalRuns);
-  return 0;
+void MakeMultiWayDetailReport(const Context& context, const model::MultiWayRun& run,
+                              const model::OneBased<model::GroupEffects>& effects) {
+  MultiWayDetail(context, run, effects).make();
 }
 
 }  // namespace ordvane::reports

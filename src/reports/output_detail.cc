@@ -4,8 +4,8 @@
 #include <cmath>
 #include <vector>
 
-#include "model/naming.h"
 #include "reports/gap_notes.h"
+#include "reports/graph_sheet.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
 
@@ -16,8 +16,7 @@ using host::HAlign;
 
 constexpr std::int32_t kHeaderRows = 2;
 
-// Column numbers of the table; workbook and worksheet columns exist in the
-// wider range modes only.
+// Column numbers of the table; workbook and worksheet columns exist in the wider range modes only.
 struct Columns {
   explicit Columns(std::int32_t mode) : m(mode) {}
   std::int32_t m;
@@ -32,48 +31,26 @@ struct Columns {
   std::int32_t count() const { return m + 8; }
 };
 
-std::vector<layout::TitleLine> title_lines(const session::Session& session, const model::Records& inputs,
-                                           const model::DralInputOutput& output, std::int32_t run,
-                                           std::int32_t runs) {
-  std::vector<layout::TitleLine> lines = {
-      {session.text(text_id::kLabelWorkbook), inputs(1).bookName},
-      {session.text(text_id::kLabelOutput), ItemLabel(output)},
-      {session.text(text_id::kLabelBaseValue), output.BaseValue(), ValueFormat(output)},
+std::vector<layout::Column> columns_of(const session::Session& session, const Columns& c,
+                                       const std::string& note) {
+  const auto names = [&](session::TextId<0> caption) { return layout::name_column(session.text(caption)); };
+  const auto figures = [&](session::TextId<0> caption, HAlign alignment) {
+    return layout::figure_column(session.text(caption), alignment);
   };
-  if (!output.rules().is_usable(output.BaseValue())) lines.back().value = host::kNotShown;
-  if (runs > 1)
-    lines.push_back({session.text(text_id::kLabelRun),
-                     session.text(text_id::kOutputDetailRun, std::int64_t{run}, std::int64_t{runs})});
-  return lines;
-}
-
-void set_headers(const session::Session& session, layout::ReportTable& table, const Columns& c) {
-  const auto name_column = [&](std::int32_t column, session::TextId<0> caption) {
-    table.SetColumnHeader(column, session.text(caption), HAlign::kLeft, HAlign::kLeft, 0,
-                          layout::kNameColumnWidth, "", true);
-  };
-  const auto figure_column = [&](std::int32_t column, session::TextId<0> caption, HAlign body) {
-    table.SetColumnHeader(column, session.text(caption), body, HAlign::kCenter, 0, layout::kFitColumn, "",
-                          false);
-  };
-  figure_column(c.rank, text_id::kHeadingRank, HAlign::kCenter);
-  name_column(c.name, text_id::kHeadingName);
-  if (c.m == model::OrdvaneRangeBookMode) name_column(c.book, text_id::kHeadingWorkbook);
-  if (c.m > model::OrdvaneRangeCellMode) name_column(c.sheet(), text_id::kHeadingWorksheet);
-  figure_column(c.cell(), text_id::kHeadingCell, HAlign::kCenter);
-  figure_column(c.step(), text_id::kHeadingStep, HAlign::kCenter);
-  figure_column(c.input_value(), text_id::kHeadingValue, HAlign::kRight);
-  figure_column(c.input_change(), text_id::kHeadingChangePercent, HAlign::kRight);
-  figure_column(c.output_value(), text_id::kHeadingValue, HAlign::kRight);
-  figure_column(c.output_change(), text_id::kHeadingChangePercent, HAlign::kRight);
-
-  table.Header(1, c.input_value())->set_value(session.text(text_id::kHeadingInput));
-  table.Header(1, c.output_value())->set_value(session.text(text_id::kHeadingOutput));
-  table.Header(1, c.output_value(), 1, 2)->set_merge(true);
-  table.Header(1, c.input_value(), 1, 2)->set_merge(true);
-  table.AddColumnRule(c.step(), -1, layout::kRuleLineStyle, layout::kRuleWeight, layout::kRuleColorIndex);
-  table.AddColumnRule(c.input_change(), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                      layout::kRuleColorIndex);
+  std::vector<layout::Column> columns = {figures(text_id::kHeadingRank, HAlign::kCenter),
+                                         names(text_id::kHeadingName)};
+  if (c.m == model::OrdvaneRangeBookMode) columns.push_back(names(text_id::kHeadingWorkbook));
+  if (c.m > model::OrdvaneRangeCellMode) columns.push_back(names(text_id::kHeadingWorksheet));
+  columns.push_back(figures(text_id::kHeadingCell, HAlign::kCenter));
+  columns.push_back(figures(text_id::kHeadingStep, HAlign::kCenter));
+  columns.back().rule = true;
+  const std::vector<layout::Column> values = {figures(text_id::kHeadingValue, HAlign::kRight),
+                                              figures(text_id::kHeadingChangePercent, HAlign::kRight)};
+  layout::append(columns, layout::grouped(session.text(text_id::kHeadingInput), 1, values));
+  columns.back().rule = true;
+  layout::append(columns, layout::grouped(session.text(text_id::kHeadingOutput), 1, values));
+  columns[static_cast<std::size_t>(c.input_value() - 1)].note = note;
+  return columns;
 }
 
 std::int32_t steps_of(const model::Records& inputs) {
@@ -92,10 +69,11 @@ bool any_failed(const model::Records& inputs, std::int32_t on) {
 
 // Fills one row of the body for every step that has a rank within it, with the format of its input's values
 // in `input_formats`.
-void fill_body(session::Session& session, host::CellBlock& body, const Columns& c, std::int32_t on,
-               const model::Records& inputs, const model::DralInputOutput& output,
+void fill_body(const Context& context, std::int32_t on, host::CellBlock& body, const Columns& c,
                std::vector<std::string>& input_formats, GapNotes& gaps) {
-  const ItemCells results(output, kOutputGaps, gaps);
+  session::Session& session = context.session;
+  const model::Records& inputs = context.inputs;
+  const ItemCells results(context.outputs(on), kOutputGaps, gaps);
   for (std::int32_t i = 1; i <= inputs.size(); ++i) {
     const model::DralInputOutput& input = inputs(i);
     session.application().set_status_bar(
@@ -130,32 +108,24 @@ void fill_body(session::Session& session, host::CellBlock& body, const Columns& 
 
 }  // namespace
 
-std::int32_t MakeOutputDetailReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                    std::int32_t outputIndex, const model::Records& trInputs,
-                                    const model::Records& trOutputs, std::int32_t rowsWanted,
-                                    model::OrdvaneRangeMode rangeMode, std::int32_t runNumber,
-                                    std::int32_t totalRuns) {
-  const model::DralInputOutput& output = trOutputs(outputIndex);
-  const Columns c(rangeMode);
-  const std::int32_t rows = std::min(rowsWanted, kMostDetailRows);
+void MakeOutputDetailReport(const Context& context, std::int32_t on) {
+  session::Session& session = context.session;
+  const model::DralInputOutput& output = context.outputs(on);
+  const Columns c(context.range_mode);
+  const std::int32_t rows = std::min(context.recalculations, kMostDetailRows);
 
   host::Application& application = session.application();
   application.set_calculation(host::Calculation::kManual);
-  const auto sheet = rWB.AddSheet(
-      model::clean_sheet_name(session.text(text_id::kOutputDetailSheetName, output.cellAddress)));
-  sheet->AddTitleBlock(session.text(text_id::kOutputDetailTitle),
-                       title_lines(session, trInputs, output, runNumber, totalRuns));
-  sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
-  sheet->SetSheetOption(1);
+  const auto sheet = StartOutputSheet(
+      context, context.inputs(1).bookName, output,
+      {text_id::kOutputDetailSheetName, text_id::kOutputDetailTitle, text_id::kOutputDetailRun});
   const auto table = sheet->AddTable(
       rows, c.count(), kHeaderRows, 0,
-      session.text(text_id::kOutputDetailCaption, output.NameOrQualifiedCellAddressName(rangeMode)),
-      session.text(any_failed(trInputs, outputIndex) ? text_id::kOutputDetailSubcaptionFailedFirst
-                                                     : text_id::kOutputDetailSubcaption));
-  set_headers(session, *table, c);
-  if (steps_of(trInputs) > rows)
-    table->AddTableNote(0, c.input_value(), session.text(text_id::kNoteTitle),
-                        session.text(text_id::kOutputDetailFull));
+      session.text(text_id::kOutputDetailCaption, output.NameOrQualifiedCellAddressName(context.range_mode)),
+      session.text(any_failed(context.inputs, on) ? text_id::kOutputDetailSubcaptionFailedFirst
+                                                  : text_id::kOutputDetailSubcaption));
+  const bool truncated = steps_of(context.inputs) > rows;
+  table->SetColumns(columns_of(session, c, truncated ? session.text(text_id::kOutputDetailFull) : ""));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
@@ -163,7 +133,7 @@ std::int32_t MakeOutputDetailReport(session::Session& session, layout::ReportWor
     host::CellBlock body(rows, c.count());
     std::vector<std::string> input_formats(static_cast<std::size_t>(rows));
     GapNotes gaps(c.count());
-    fill_body(session, body, c, outputIndex, trInputs, output, input_formats, gaps);
+    fill_body(context, on, body, c, input_formats, gaps);
     table->PutBody(1, body);
     table->FormatRows(c.input_value(), input_formats);
     table->FormatBody(1, rows, c.input_change(), PercentFormat());
@@ -178,7 +148,6 @@ std::int32_t MakeOutputDetailReport(session::Session& session, layout::ReportWor
       ->resize(body_range->row_count() + kHeaderRows, c.count())
       ->auto_fit_columns();
   sheet->FinishSheet();
-  return 0;
 }
 
 }  // namespace ordvane::reports

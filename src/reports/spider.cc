@@ -12,7 +12,7 @@
 namespace ordvane::reports {
 namespace {
 
-constexpr SheetTexts kSheetTexts = {
+constexpr SheetTexts<1> kSheetTexts = {
     .sheet_name = text_id::kSpiderSheetName, .title = text_id::kSpiderTitle, .run_line = text_id::kSpiderRun};
 constexpr StepTableTexts kTableTexts = {.caption = text_id::kSpiderCaption,
                                         .subcaption = text_id::kSpiderSubcaption,
@@ -36,14 +36,14 @@ double height_for(std::int32_t lines) {
 
 class SpiderReport {
  public:
-  SpiderReport(session::Session& session, const model::DralInputOutput& output, StepTable& steps,
-               model::OrdvaneRangeMode range_mode)
-      : session_(session), steps_(steps), spider_(session) {
+  SpiderReport(const Context& context, StepTable& steps)
+      : session_(context.session), steps_(steps), spider_(session_) {
+    const model::DralInputOutput& output = steps.output();
     spider_.chart_title =
-        session.text(output.has_name() ? text_id::kSpiderChartTitle : text_id::kSpiderChartTitleOfCell,
-                     output.NameOrQualifiedCellAddressName(range_mode));
-    spider_.x_axis_title = session.text(text_id::kSpiderXAxis);
-    spider_.y_axis_title = session.text(text_id::kSpiderYAxis);
+        session_.text(output.has_name() ? text_id::kSpiderChartTitle : text_id::kSpiderChartTitleOfCell,
+                      output.NameOrQualifiedCellAddressName(context.range_mode));
+    spider_.x_axis_title = session_.text(text_id::kSpiderXAxis);
+    spider_.y_axis_title = session_.text(text_id::kSpiderYAxis);
     for (const StepTable::Block& block : steps.blocks())
       if (steps.obstacle(block, Quantity::kChange) == Obstacle::kNone) drawn_.push_back(block);
   }
@@ -92,24 +92,16 @@ std::int32_t OrdvaneGSpider::SpiderError(layout::ReportSheet& PER, const std::st
   return CreateMessageChart(PER, p_ErrorMessage, &chart_);
 }
 
-std::int32_t GenerateSpiderReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                  std::int32_t outputIndex,
-                                  const model::OneBased<std::int32_t>& /*selectedOutputs*/,
-                                  const model::Records& trInputs, const model::Records& trOutputs,
-                                  std::int32_t /*numIterations*/, model::OrdvaneRangeMode rangeMode,
-                                  model::OrdvaneOutputMode /*outputMode*/,
-                                  const model::RankingRecord& ranking, std::int32_t runNumber,
-                                  std::int32_t totalRuns) {
-  const model::DralInputOutput& output = trOutputs(outputIndex);
-  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
+void GenerateSpiderReport(const Context& context, std::int32_t on, const model::RankingRecord& ranking) {
+  const model::DralInputOutput& output = context.outputs(on);
+  const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
   if (ranking.input_limit <= 0) {
-    sheet->NextCell()->set_value(session.text(text_id::kSpiderNoInputs));
+    sheet->NextCell()->set_value(context.session.text(text_id::kSpiderNoInputs));
   } else {
-    StepTable steps(session, trInputs, output, outputIndex, rangeMode, ranking.input_limit);
-    SpiderReport(session, output, steps, rangeMode).write(*sheet);
+    StepTable steps(context, on, ranking.input_limit);
+    SpiderReport(context, steps).write(*sheet);
   }
   sheet->FinishSheet();
-  return 0;
 }
 
 }  // namespace ordvane::reports

@@ -6,7 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "layout/report_workbook.h"
+#include "layout/report_chart.h"
+#include "layout/report_sheet.h"
 #include "model/graph_ranges.h"
 #include "reports/chart_helpers.h"
 #include "reports/step_table.h"
@@ -37,7 +38,7 @@ class StepChart {
 // Width in points; a host that refuses keeps the chart as it is.
 void FitWidth(layout::ReportChart& chart, double width);
 
-// String ids of the lines at a graph.
+// The lines at a graph.
 struct StepGraphTexts {
   session::TextId<0> drawn;                                // what the graph draws of the inputs
   session::TextId<1> base_zero, base_invalid, no_results;  // filled with a list of inputs that it cannot draw
@@ -48,7 +49,7 @@ struct StepGraphTexts {
 void WriteStepGraphLines(session::Session& session, layout::ReportSheet& sheet, const StepTable& steps,
                          Quantity quantity, const StepGraphTexts& texts);
 
-// Why a graph cannot draw any input: that there is none (a string id), and on the next line what is missing.
+// Why a graph cannot draw any input: that there is none, and on the next line what is missing.
 std::string NoGraphMessage(session::Session& session, session::TextId<0> none, const StepTable& steps,
                            Quantity quantity);
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/excel.h"
-#include "layout/report_workbook.h"
+#include "layout/report_sheet.h"
 #include "model/step_facts.h"
 #include "session/session.h"
 

@@ -7,6 +7,7 @@
 #include "layout/text_estimate.h"
 #include "reports/graph_sheet.h"
 #include "reports/step_remarks.h"
+#include "reports/table_parts.h"
 #include "reports/utils.h"
 #include "text/edit.h"
 #include "text/utf16.h"
@@ -36,23 +37,22 @@ constexpr std::int32_t kSeriesNameLimit = 25;
 
 }  // namespace
 
-StepTable::StepTable(session::Session& session, const model::Records& inputs,
-                     const model::DralInputOutput& output, std::int32_t output_index,
-                     model::OrdvaneRangeMode range_mode, std::int32_t limit)
-    : session_(session),
-      inputs_(inputs),
-      output_(output),
-      output_index_(output_index),
-      range_mode_(range_mode) {
-  for (std::int32_t i = 1; i <= inputs.size(); ++i) {
-    if (inputs(i).outputRank(output_index) > limit || inputs(i).numSteps <= 0) continue;
-    const std::int32_t rows = std::min(inputs(i).numSteps, kMostRows - rows_);
-    truncated_ = truncated_ || rows < inputs(i).numSteps;
+StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t limit)
+    : session_(context.session),
+      inputs_(context.inputs),
+      output_(context.outputs(output)),
+      output_index_(output),
+      range_mode_(context.range_mode) {
+  for (std::int32_t i = 1; i <= inputs_.size(); ++i) {
+    const model::DralInputOutput& in = inputs_(i);
+    if (in.outputRank(output) > limit || in.numSteps <= 0) continue;
+    const std::int32_t rows = std::min(in.numSteps, kMostRows - rows_);
+    truncated_ = truncated_ || rows < in.numSteps;
     if (rows == 0) continue;
     blocks_.push_back({.input = i,
                        .first_row = rows_ + 1,
                        .rows = rows,
-                       .facts = model::step_facts(inputs(i), output_index, output.BaseValue())});
+                       .facts = model::step_facts(in, output, output_.BaseValue())});
     rows_ += rows;
   }
 }
@@ -103,9 +103,8 @@ Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
 }
 
 std::string StepTable::caption(const StepTableTexts& texts) const {
-  const auto mode = model::OrdvaneRangeMode{range_mode_};
   return session_.text(output_.has_name() ? texts.caption : text_id::kStepsCaptionOfCell,
-                       output_.NameOrQualifiedCellAddressName(mode));
+                       output_.NameOrQualifiedCellAddressName(range_mode_));
 }
 
 void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {

@@ -12,15 +12,17 @@
 #include <string>
 #include <vector>
 
-#include "layout/report_workbook.h"
+#include "layout/report_sheet.h"
+#include "layout/report_table.h"
 #include "model/graph_ranges.h"
 #include "model/input_output.h"
 #include "model/step_facts.h"
+#include "reports/context.h"
 #include "session/session.h"
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct StepTableTexts {
   session::TextId<1> caption;  // filled with the output's name
   session::TextId<0> subcaption;
@@ -54,8 +56,7 @@ class StepTable {
   };
 
   // Lays out the inputs whose rank for the output is at most `limit` and that have steps, in their own order.
-  StepTable(session::Session& session, const model::Records& inputs, const model::DralInputOutput& output,
-            std::int32_t output_index, model::OrdvaneRangeMode range_mode, std::int32_t limit);
+  StepTable(const Context& context, std::int32_t output, std::int32_t limit);
 
   const std::vector<Block>& blocks() const { return blocks_; }
   const model::DralInputOutput& input(const Block& block) const { return inputs_(block.input); }
@@ -106,7 +107,7 @@ class StepTable {
   const model::Records& inputs_;
   const model::DralInputOutput& output_;
   std::int32_t output_index_;
-  std::int32_t range_mode_;
+  model::OrdvaneRangeMode range_mode_;
   std::vector<Block> blocks_;
   std::int32_t rows_ = 0;
   bool truncated_ = false;

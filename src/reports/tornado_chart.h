@@ -9,7 +9,8 @@
 #include <vector>
 
 #include "host/excel.h"
-#include "layout/report_workbook.h"
+#include "layout/report_chart.h"
+#include "layout/report_table.h"
 #include "model/input_output.h"
 #include "model/step_facts.h"
 #include "reports/step_remarks.h"
@@ -17,7 +18,7 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct TornadoTexts {
   session::TextId<1> chart_title;  // filled with the output's name
   session::TextId<0> chart_subtitle;

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "host/cells.h"
-#include "layout/report_workbook.h"
+#include "layout/report_table.h"
 #include "model/combinations.h"
 #include "model/enumerations.h"
 #include "model/number_rules.h"

@@ -1,10 +1,13 @@
 // Report charts: the figures behind tornado bars, titles, axes, series looks, watermark.
+#include "layout/report_chart.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <set>
 
 #include "layout/layout_bench.h"
+#include "layout/report_table.h"
 #include "layout/report_workbook.h"
 
 namespace ordvane::layout {

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "layout/layout_bench.h"
+#include "layout/report_chart.h"
+#include "layout/report_table.h"
 
 namespace ordvane::layout {
 namespace {
