@@ -13,14 +13,13 @@
 #include "model/step_facts.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 constexpr SheetTexts<1> kSheetTexts = {.sheet_name = text_id::kMultiTornadoSheetName,
                                        .title = text_id::kMultiTornadoTitle,
@@ -201,23 +200,15 @@ class MultiTornado {
   // ---- Table ----
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table = sheet.AddTable(
-        bars_, column(kColumns), kHeaderRows, 0,
-        session_.text(text_id::kMultiTornadoCaption, std::to_string(bars_)),
-        session_.text(text_id::kMultiTornadoVariedTogether) + session_.text(text_id::kMultiTornadoSwing));
-    write_headers(*table);
+    auto table = AddTable(
+        sheet, bars_, kHeaderRows,
+        {session_.text(text_id::kMultiTornadoCaption, std::to_string(bars_)),
+         session_.text(text_id::kMultiTornadoVariedTogether) + session_.text(text_id::kMultiTornadoSwing)},
+        columns());
     table->WrapNames();
     table->PutBody(1, rows_);
-    const std::string format = ValueFormat(output_);
     session_.log.line("GenerateMultiTornadoReport t_InputsCount: " + session::log_text(bars_) +
-                      "    numberFormat: " + format);
-    for (const Column value : {kLow, kHigh})
-      if (!format.empty()) table->FormatBody(1, bars_, column(value), format);
-    for (const Column change : {kLowChange, kHighChange})
-      table->FormatBody(1, bars_, column(change), PercentFormat());
-    for (const Column last : {kName, kLowChange, kHighChange})
-      table->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                           layout::kRuleColorIndex);
+                      "    numberFormat: " + ValueFormat(output_));
     for (std::int32_t row = 1; row <= bars_; ++row)
       if (const std::string note = StepNote(session_, facts_(row), Varied::kGroups); !note.empty())
         table->AddTableNote(row, column(kName), session_.text(text_id::kNoteTitle), note);
@@ -227,27 +218,17 @@ class MultiTornado {
     return table;
   }
 
-  void write_headers(layout::ReportTable& table) {
-    const auto figures = [&](Column place, session::TextId<0> caption, HAlign body = HAlign::kRight) {
-      table.SetColumnHeader(column(place), session_.text(caption), body, HAlign::kCenter, 0,
-                            layout::kFitColumn, "", false);
-    };
-    const auto names = [&](std::int32_t place, const std::string& caption) {
-      table.SetColumnHeader(place, caption, HAlign::kLeft, HAlign::kLeft, 0, layout::kNameColumnWidth, "",
-                            true);
-    };
-    if (context_.range_mode == model::OrdvaneRangeBookMode)
-      names(1, session_.text(text_id::kHeadingWorkbook));
-    if (context_.range_mode != model::OrdvaneRangeCellMode)
-      names(context_.range_mode, session_.text(text_id::kHeadingWorksheet));
-    figures(kRank, text_id::kHeadingRank, HAlign::kCenter);
-    names(column(kName), session_.text(text_id::kMultiTornadoInputOrGroup));
-    for (const Column value : {kLow, kHigh}) figures(value, text_id::kHeadingValue);
-    for (const Column change : {kLowChange, kHighChange}) figures(change, text_id::kHeadingChangePercent);
-
-    AddHeaderGroup(table, 1, column(kLow), 1, 4, session_.text(text_id::kHeadingOutput));
-    AddHeaderGroup(table, 2, column(kLow), 1, 2, session_.text(text_id::kMultiTornadoLowEnd));
-    AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(text_id::kMultiTornadoHighEnd));
+  std::vector<layout::Column> columns() const {
+    const SharedColumns shared(context_);
+    std::vector<layout::Column> columns = shared.places();
+    layout::append(columns, ruled({shared.rank(),
+                                   layout::name_column(session_.text(text_id::kMultiTornadoInputOrGroup))}));
+    std::vector<layout::Column> ends;
+    for (const session::TextId<0> end : {text_id::kMultiTornadoLowEnd, text_id::kMultiTornadoHighEnd})
+      layout::append(ends, ruled(layout::grouped(session_.text(end), 2,
+                                                 {shared.value(ValueFormat(output_)), shared.fraction()})));
+    layout::append(columns, shared.of_outputs(1, ends));
+    return columns;
   }
 
   const Context& context_;

@@ -6,13 +6,12 @@
 
 #include "reports/gap_notes.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 constexpr std::int32_t kHeaderRows = 2;
 
@@ -31,25 +30,16 @@ struct Columns {
   std::int32_t count() const { return m + 8; }
 };
 
-std::vector<layout::Column> columns_of(const session::Session& session, const Columns& c,
+std::vector<layout::Column> columns_of(const Context& context, const model::DralInputOutput& output,
                                        const std::string& note) {
-  const auto names = [&](session::TextId<0> caption) { return layout::name_column(session.text(caption)); };
-  const auto figures = [&](session::TextId<0> caption, HAlign alignment) {
-    return layout::figure_column(session.text(caption), alignment);
-  };
-  std::vector<layout::Column> columns = {figures(text_id::kHeadingRank, HAlign::kCenter),
-                                         names(text_id::kHeadingName)};
-  if (c.m == model::OrdvaneRangeBookMode) columns.push_back(names(text_id::kHeadingWorkbook));
-  if (c.m > model::OrdvaneRangeCellMode) columns.push_back(names(text_id::kHeadingWorksheet));
-  columns.push_back(figures(text_id::kHeadingCell, HAlign::kCenter));
-  columns.push_back(figures(text_id::kHeadingStep, HAlign::kCenter));
-  columns.back().rule = true;
-  const std::vector<layout::Column> values = {figures(text_id::kHeadingValue, HAlign::kRight),
-                                              figures(text_id::kHeadingChangePercent, HAlign::kRight)};
-  layout::append(columns, layout::grouped(session.text(text_id::kHeadingInput), 1, values));
-  columns.back().rule = true;
-  layout::append(columns, layout::grouped(session.text(text_id::kHeadingOutput), 1, values));
-  columns[static_cast<std::size_t>(c.input_value() - 1)].note = note;
+  const SharedColumns shared(context);
+  std::vector<layout::Column> columns = {shared.rank(), shared.name()};
+  layout::append(columns, shared.places());
+  layout::append(columns, ruled({shared.cell(), shared.step()}));
+  std::vector<layout::Column> inputs = {shared.value(), shared.fraction()};
+  inputs.front().note = note;
+  layout::append(columns, ruled(shared.of_inputs(1, inputs)));
+  layout::append(columns, shared.of_outputs(1, {shared.value(ValueFormat(output)), shared.fraction()}));
   return columns;
 }
 
@@ -119,13 +109,13 @@ void MakeOutputDetailReport(const Context& context, std::int32_t on) {
   const auto sheet = StartOutputSheet(
       context, context.inputs(1).bookName, output,
       {text_id::kOutputDetailSheetName, text_id::kOutputDetailTitle, text_id::kOutputDetailRun});
-  const auto table = sheet->AddTable(
-      rows, c.count(), kHeaderRows, 0,
-      session.text(text_id::kOutputDetailCaption, output.NameOrQualifiedCellAddressName(context.range_mode)),
-      session.text(any_failed(context.inputs, on) ? text_id::kOutputDetailSubcaptionFailedFirst
-                                                  : text_id::kOutputDetailSubcaption));
   const bool truncated = steps_of(context.inputs) > rows;
-  table->SetColumns(columns_of(session, c, truncated ? session.text(text_id::kOutputDetailFull) : ""));
+  const auto table = AddTable(
+      *sheet, rows, kHeaderRows,
+      {session.text(text_id::kOutputDetailCaption, output.NameOrQualifiedCellAddressName(context.range_mode)),
+       session.text(any_failed(context.inputs, on) ? text_id::kOutputDetailSubcaptionFailedFirst
+                                                   : text_id::kOutputDetailSubcaption)},
+      columns_of(context, output, truncated ? session.text(text_id::kOutputDetailFull) : ""));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
@@ -136,9 +126,6 @@ void MakeOutputDetailReport(const Context& context, std::int32_t on) {
     fill_body(context, on, body, c, input_formats, gaps);
     table->PutBody(1, body);
     table->FormatRows(c.input_value(), input_formats);
-    table->FormatBody(1, rows, c.input_change(), PercentFormat());
-    table->FormatBody(1, rows, c.output_value(), ValueFormat(output));
-    table->FormatBody(1, rows, c.output_change(), PercentFormat());
     gaps.write(session, *table, rows);
   }
   application.set_cursor(cursor);

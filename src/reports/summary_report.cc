@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/error.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
@@ -15,7 +16,6 @@
 namespace ordvane::reports {
 namespace {
 
-using host::HAlign;
 using model::OrdvaneSummary;
 
 std::int32_t outputs_without_graph(const OrdvaneSummary& sum) {
@@ -133,8 +133,7 @@ std::int32_t MakeSummaryReport(const Context& context, const OrdvaneSummary& sum
                     session.text(text_id::kSummaryFailedResultsCount, failed->all(), failed->results())});
   const auto count = static_cast<std::int32_t>(rows.size());
   const auto table = sheet->AddTable(count, 1, 1, 1, "", "");
-  table->SetColumnHeader(1, session.text(text_id::kSummaryValues), HAlign::kCenter, HAlign::kCenter, 0,
-                         layout::kFitColumn, "", false);
+  table->SetColumns({layout::figure_column(session.text(text_id::kSummaryValues), host::HAlign::kCenter)});
   table->CornerRange()->set_value(session.text(text_id::kSummaryLabels));
   host::CellBlock values(count, 1);
   std::int32_t row = 0;
@@ -160,11 +159,9 @@ std::int32_t MakeOutputsMissingReport(const Context& context, std::int32_t count
             std::to_string(context.run_number) + session.text(text_id::kNotShownOfRuns) +
                 std::to_string(context.total_runs));
 
-  const auto table = sheet->AddTable(count, 2, 1, 0, session.text(text_id::kNotShownCaption), "");
-  table->SetColumnHeader(1, session.text(text_id::kNotShownOutput), HAlign::kLeft, HAlign::kLeft, 0,
-                         layout::kNameColumnWidth, "", true);
-  table->SetColumnHeader(2, session.text(text_id::kHeadingCell), HAlign::kCenter, HAlign::kCenter, 0,
-                         layout::kFitColumn, "", false);
+  const auto table =
+      AddTable(*sheet, count, 1, {.caption = session.text(text_id::kNotShownCaption), .subcaption = ""},
+               {layout::name_column(session.text(text_id::kNotShownOutput)), SharedColumns(context).cell()});
   if (count > 0) {
     host::CellBlock outputs(count, 2);
     for (std::int32_t i = 1; i <= count; ++i) {
