@@ -33,12 +33,6 @@ constexpr std::int32_t kHeaderRows = 2;
 constexpr std::int32_t kMostRows = 65525;
 constexpr std::int32_t kSeriesNameLimit = 25;
 
-// String ids.
-constexpr std::int16_t kTableFull = 114;
-constexpr std::int16_t kCaptionOfCell = 530;
-constexpr std::int16_t kInputBaseInvalid = 536;
-constexpr std::int16_t kOutputBaseInvalid = 537;
-
 }  // namespace
 
 StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t limit)
@@ -107,7 +101,7 @@ Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
 }
 
 std::string StepTable::caption(const StepTableTexts& texts) const {
-  return session_.text(output_.has_name() ? texts.caption : kCaptionOfCell,
+  return session_.text(output_.has_name() ? texts.caption : text_id::kStepsCaptionOfCell,
                        output_.NameOrQualifiedCellAddressName(context_.range_mode));
 }
 
@@ -118,9 +112,9 @@ void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
     CheckUserCancel(session_);
   }
   fit_names();
-  add_base_note(without_output_change_, output_, texts.output_base_zero, kOutputBaseInvalid);
+  add_base_note(without_output_change_, output_, texts.output_base_zero, text_id::kStepsOutputBaseNoNumber);
   add_note(invalid_, session_.text(texts.invalid));
-  if (truncated_) add_note(Place{0, column(kStep)}, session_.text(kTableFull));
+  if (truncated_) add_note(Place{0, column(kStep)}, session_.text(text_id::kTableFull));
 }
 
 std::vector<layout::Column> StepTable::columns() const {
@@ -153,7 +147,7 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   table_->PutBody(block.first_row, cells);
   FormatValuesAndChanges(*table_, block.first_row, block.rows, column(kInputValue), in);
   merge_places(block);
-  add_base_note(without_change, in, texts.input_base_zero, kInputBaseInvalid);
+  add_base_note(without_change, in, texts.input_base_zero, text_id::kStepsInputBaseNoNumber);
   const std::string note = StepNote(session_, block.facts);
   if (!note.empty()) add_note(Place{block.first_row, column(kName)}, note);
 }
@@ -215,11 +209,11 @@ void StepTable::fit_names() {
 }
 
 void StepTable::add_note(const std::optional<Place>& place, const std::string& text) {
-  if (place) table_->AddTableNote(place->row, place->column, session_.CommonString(12), text);
+  if (place) table_->AddTableNote(place->row, place->column, session_.text(text_id::kNoteTitle), text);
 }
 
 void StepTable::add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
-                              std::int16_t zero, std::int16_t invalid) {
+                              session::TextId<0> zero, session::TextId<0> invalid) {
   if (place) add_note(place, session_.text(item.BaseValue() == 0 ? zero : invalid));
 }
 

@@ -22,13 +22,13 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct StepTableTexts {
-  std::int16_t caption;  // filled with the output's name
-  std::int16_t subcaption;
-  std::int16_t input_base_zero;  // notes
-  std::int16_t output_base_zero;
-  std::int16_t invalid;
+  session::TextId<1> caption;  // filled with the output's name
+  session::TextId<0> subcaption;
+  session::TextId<0> input_base_zero;  // notes
+  session::TextId<0> output_base_zero;
+  session::TextId<0> invalid;
 };
 
 // Changes are fractions of the size of the base value.
@@ -99,8 +99,8 @@ class StepTable {
   void merge_places(const Block& block);
   void fit_names();
   void add_note(const std::optional<Place>& place, const std::string& text);
-  void add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item, std::int16_t zero,
-                     std::int16_t invalid);
+  void add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
+                     session::TextId<0> zero, session::TextId<0> invalid);
 
   const Context& context_;
   session::Session& session_;

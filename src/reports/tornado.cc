@@ -21,24 +21,13 @@
 namespace ordvane::reports {
 namespace {
 
-// String ids.
-constexpr SheetTexts kSheetTexts = {.sheet_name = 712, .title = 711, .run_line = 716};
-constexpr TornadoTexts kChartTexts = {
-    .chart_title = 713, .chart_subtitle = 701, .change_axis = 709, .value_axis = 714};
-constexpr std::int16_t kInvalidNote = 700;
-constexpr std::int16_t kBaseGroup = 702;
-constexpr std::int16_t kHighGroup = 703;
-constexpr std::int16_t kLowGroup = 704;
-constexpr std::int16_t kNoBars = 706;
-constexpr std::int16_t kInputGroup = 707;
-constexpr std::int16_t kBaseZeroNote = 708;
-constexpr std::int16_t kTableSubcaption = 710;
-constexpr std::int16_t kTableCaption = 715;
-constexpr std::int16_t kBaseInvalidNote = 730;
-constexpr std::int16_t kNothingMoves = 731;
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
-constexpr std::int16_t kNoTornado = 1040;
+constexpr SheetTexts<1> kSheetTexts = {.sheet_name = text_id::kTornadoSheetName,
+                                       .title = text_id::kTornadoTitle,
+                                       .run_line = text_id::kTornadoRun};
+constexpr TornadoTexts kChartTexts = {.chart_title = text_id::kTornadoChartTitle,
+                                      .chart_subtitle = text_id::kTornadoChartSubtitle,
+                                      .change_axis = text_id::kTornadoChangeAxis,
+                                      .value_axis = text_id::kTornadoValueAxis};
 
 // Columns of the table, after those that say where an input is (one a step of the range mode).
 enum Column : std::int32_t {
@@ -75,7 +64,7 @@ class TornadoReport {
     chart_.choose_bars(rows_, {column(kName), column(low()), column(high())}, facts_, remarks_,
                        [this](std::int32_t row) { return input_ends(row); });
     if (const auto reason = reason_for_no_chart()) {
-      CreateMessageChart(sheet, session_.text(kNoTornado) + "\r\n" + session_.text(*reason));
+      CreateMessageChart(sheet, session_.text(text_id::kMessageNoTornado) + "\r\n" + session_.text(*reason));
       sheet.SetSheetOption(1);
       remarks_.write(sheet);
       write_table(sheet);
@@ -144,11 +133,12 @@ class TornadoReport {
     if (flags == 0) return;
     const bool change = place == kLowChange || place == kHighChange;
     const bool has_results = rows_.at(row, column(kLow)).kind == host::CellKind::kNumber;
-    notes_.add(change && has_results ? note_on_missing_change() : kInvalidNote, row, column(place));
+    notes_.add(change && has_results ? note_on_missing_change() : text_id::kTornadoNotShown, row,
+               column(place));
   }
 
-  std::int16_t note_on_missing_change() const {
-    return output_.BaseValue() == 0 ? kBaseZeroNote : kBaseInvalidNote;
+  session::TextId<0> note_on_missing_change() const {
+    return output_.BaseValue() == 0 ? text_id::kTornadoOutputBaseZero : text_id::kTornadoOutputBaseNoNumber;
   }
 
   // ---- Bars ----
@@ -161,19 +151,21 @@ class TornadoReport {
     return {value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row)};
   }
 
-  std::optional<std::int16_t> reason_for_no_chart() const {
-    if (chart_.bars() == 0) return kNothingMoves;
-    if (context_.in_percent() && output_.BaseValue() == 0) return kOutputBaseZero;
-    if (!chart_.has_bars()) return context_.in_percent() ? kNoUsableBase : kInvalidNote;
+  std::optional<session::TextId<0>> reason_for_no_chart() const {
+    if (chart_.bars() == 0) return text_id::kTornadoNothingMoves;
+    if (context_.in_percent() && output_.BaseValue() == 0) return text_id::kMessageOutputBaseZero;
+    if (!chart_.has_bars())
+      return context_.in_percent() ? text_id::kMessageNoUsableBase : text_id::kTornadoNotShown;
     return std::nullopt;
   }
 
   // ---- Table ----
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table = AddTable(
-        sheet, bars_, kHeaderRows,
-        {session_.text(kTableCaption, std::to_string(bars_)), session_.text(kTableSubcaption)}, columns());
+    auto table = AddTable(sheet, bars_, kHeaderRows,
+                          {session_.text(text_id::kTornadoCaption, std::to_string(bars_)),
+                           session_.text(text_id::kTornadoSubcaption)},
+                          columns());
     table->WrapNames();
     table->PutBody(1, rows_);
     session_.log.line("GenerateTornadoReport t_InputsCount: " + session::log_text(bars_) +
@@ -181,7 +173,7 @@ class TornadoReport {
     format_input_values(*table);
     for (std::int32_t row = 1; row <= bars_; ++row)
       if (const std::string note = StepNote(session_, facts_(row)); !note.empty())
-        table->AddTableNote(row, column(kName), session_.CommonString(12), note);
+        table->AddTableNote(row, column(kName), session_.text(text_id::kNoteTitle), note);
     notes_.write(session_, *table);
     return table;
   }
@@ -190,14 +182,16 @@ class TornadoReport {
     const SharedColumns shared(context_);
     std::vector<layout::Column> input = shared.places();
     layout::append(input, {shared.rank(), shared.name(), shared.cell()});
-    std::vector<layout::Column> columns = ruled(layout::grouped(session_.text(kInputGroup), 1, input, 2));
-    for (const std::int16_t group : {kLowGroup, kHighGroup}) {
+    std::vector<layout::Column> columns =
+        ruled(layout::grouped(session_.text(text_id::kTornadoInput), 1, input, 2));
+    for (const session::TextId<0> group : {text_id::kTornadoLowestOutput, text_id::kTornadoHighestOutput}) {
       auto end = ruled(shared.of_outputs(2, {shared.value(ValueFormat(output_)), shared.fraction()}));
       layout::append(end, ruled(shared.of_inputs(2, {shared.value()})));
       layout::append(columns, layout::grouped(session_.text(group), 1, end));
     }
-    layout::append(columns, layout::grouped(session_.text(kBaseGroup), 1,
-                                            {layout::figure_column(session_.CommonString(16))}, 2));
+    layout::append(columns,
+                   layout::grouped(session_.text(text_id::kTornadoBaseOfInput), 1,
+                                   {layout::figure_column(session_.text(text_id::kLabelBaseValue))}, 2));
     return columns;
   }
 
@@ -236,7 +230,7 @@ void GenerateTornadoReport(const Context& context, std::int32_t on, const model:
   const model::DralInputOutput& output = context.outputs(on);
   const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
   if (ranking.input_limit <= 0)
-    sheet->NextCell()->set_value(context.session.text(kNoBars));
+    sheet->NextCell()->set_value(context.session.text(text_id::kTornadoNoBars));
   else
     TornadoReport(context, on, ranking.input_limit, style).write(*sheet);
   sheet->FinishSheet();
