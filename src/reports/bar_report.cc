@@ -10,10 +10,6 @@
 namespace ordvane::reports {
 namespace {
 
-// String ids.
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
-
 constexpr std::int32_t kHeaderRows = 3;
 
 }  // namespace
@@ -81,7 +77,7 @@ bool BarReport::has_base() const {
 
 void BarReport::put_ends(std::int32_t row, const Ends& ends) {
   const bool has_results = put(row, columns_.low, ends.low);
-  const std::int16_t without_base = output_.BaseValue() == 0 ? texts_.base_zero : texts_.base_invalid;
+  const session::TextId<0> without_base = output_.BaseValue() == 0 ? texts_.base_zero : texts_.base_invalid;
   const auto put_change = [&](std::int32_t column, double change) {
     if (!put(row, column, change)) notes_.add(has_results ? without_base : texts_.invalid, row, column);
   };
@@ -111,9 +107,10 @@ void BarReport::add_facts(std::int32_t row, const std::string& label, model::Ste
   remarks_.add(label, facts);
 }
 
-std::optional<std::int16_t> BarReport::reason_for_no_chart() const {
+std::optional<session::TextId<0>> BarReport::reason_for_no_chart() const {
   if (chart_.bars() == 0) return texts_.nothing_moves;
-  if (context_.in_percent() && !has_base()) return output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
+  if (context_.in_percent() && !has_base())
+    return output_.BaseValue() == 0 ? text_id::kMessageOutputBaseZero : text_id::kMessageNoUsableBase;
   if (!chart_.has_bars()) return texts_.invalid;
   return std::nullopt;
 }
@@ -128,7 +125,7 @@ std::shared_ptr<layout::ReportTable> BarReport::write_table(layout::ReportSheet&
                     "    numberFormat: " + ValueFormat(output_));
   for (std::int32_t row = 1; row <= bars_; ++row)
     if (const std::string note = StepNote(session_, facts_(row), varied_); !note.empty())
-      table->AddTableNote(row, columns_.name, session_.CommonString(12), note);
+      table->AddTableNote(row, columns_.name, session_.text(text_id::kNoteTitle), note);
   finish(sheet, *table, notes_.write(session_, *table));
   return table;
 }

@@ -23,13 +23,13 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct BarReportTexts {
-  SheetTexts sheet;
+  SheetTexts<1> sheet;
   TornadoTexts chart;
-  std::int16_t no_bars;                           // instead of chart and table
-  std::int16_t no_chart, nothing_moves;           // instead of the chart
-  std::int16_t invalid, base_zero, base_invalid;  // notes on values and changes that are no numbers
+  session::TextId<0> no_bars;                           // instead of chart and table
+  session::TextId<0> no_chart, nothing_moves;           // instead of the chart
+  session::TextId<0> invalid, base_zero, base_invalid;  // notes on values and changes that are no numbers
 };
 
 class BarReport {
@@ -81,7 +81,7 @@ class BarReport {
  private:
   void write(layout::ReportSheet& sheet);
   bool put(std::int32_t row, std::int32_t column, double value);
-  std::optional<std::int16_t> reason_for_no_chart() const;
+  std::optional<session::TextId<0>> reason_for_no_chart() const;
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet);
 
   std::string name_;

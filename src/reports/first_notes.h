@@ -14,13 +14,13 @@ namespace ordvane::reports {
 
 class FirstNotes {
  public:
-  // `text`: string id. The first place, row by row, is kept.
-  void add(std::int16_t text, std::int32_t row, std::int32_t column);
+  // The first place, row by row, is kept.
+  void add(session::TextId<0> text, std::int32_t row, std::int32_t column);
   // Attaches the notes. Returns their texts in the order of their places.
   std::vector<std::string> write(const session::Session& session, layout::ReportTable& table) const;
 
  private:
-  std::map<std::int16_t, std::pair<std::int32_t, std::int32_t>> places_;  // by text: row and column
+  std::map<session::TextId<0>, std::pair<std::int32_t, std::int32_t>> places_;  // by text: row and column
 };
 
 }  // namespace ordvane::reports

@@ -15,23 +15,19 @@
 namespace ordvane::reports {
 namespace {
 
-// String ids.
-constexpr BarReportTexts kTexts = {
-    .sheet = {.sheet_name = 313, .title = 311, .run_line = 316},
-    .chart = {.chart_title = 312, .chart_subtitle = 303, .change_axis = 308, .value_axis = 314},
-    .no_bars = 306,
-    .no_chart = 1041,
-    .nothing_moves = 332,
-    .invalid = 600,
-    .base_zero = 608,
-    .base_invalid = 730};
-constexpr std::int16_t kHighGroup = 301;
-constexpr std::int16_t kLowGroup = 302;
-constexpr std::int16_t kGroup = 304;
-constexpr std::int16_t kNotes = 305;
-constexpr std::int16_t kVariedTogether = 307;
-constexpr std::int16_t kSwing = 310;
-constexpr std::int16_t kTableCaption = 315;
+constexpr BarReportTexts kTexts = {.sheet = {.sheet_name = text_id::kMultiTornadoSheetName,
+                                             .title = text_id::kMultiTornadoTitle,
+                                             .run_line = text_id::kMultiTornadoRun},
+                                   .chart = {.chart_title = text_id::kMultiTornadoChartTitle,
+                                             .chart_subtitle = text_id::kMultiTornadoChartSubtitle,
+                                             .change_axis = text_id::kMultiTornadoChangeAxis,
+                                             .value_axis = text_id::kMultiTornadoValueAxis},
+                                   .no_bars = text_id::kMultiTornadoNoBars,
+                                   .no_chart = text_id::kMessageNoMultiTornado,
+                                   .nothing_moves = text_id::kMultiTornadoNothingMoves,
+                                   .invalid = text_id::kNoteNotShown,
+                                   .base_zero = text_id::kNoteOutputBaseZero,
+                                   .base_invalid = text_id::kTornadoOutputBaseNoNumber};
 
 // Columns of the table, after those that say where the inputs are (one a step of the range mode).
 enum Column : std::int32_t { kRank = 1, kName, kLow, kLowChange, kHigh, kHighChange, kColumns = kHighChange };
@@ -146,16 +142,17 @@ class MultiTornado final : public BarReport {
   }
 
   TableCaptions captions() const override {
-    return {session_.text(kTableCaption, std::to_string(bars_)),
-            session_.text(kVariedTogether) + session_.text(kSwing)};
+    return {session_.text(text_id::kMultiTornadoCaption, std::to_string(bars_)),
+            session_.text(text_id::kMultiTornadoVariedTogether) + session_.text(text_id::kMultiTornadoSwing)};
   }
 
   std::vector<layout::Column> columns() const override {
     const SharedColumns shared(context_);
     std::vector<layout::Column> columns = shared.places();
-    layout::append(columns, ruled({shared.rank(), layout::name_column(session_.text(kGroup))}));
+    layout::append(columns, ruled({shared.rank(),
+                                   layout::name_column(session_.text(text_id::kMultiTornadoInputOrGroup))}));
     std::vector<layout::Column> ends;
-    for (const std::int16_t end : {kLowGroup, kHighGroup})
+    for (const session::TextId<0> end : {text_id::kMultiTornadoLowEnd, text_id::kMultiTornadoHighEnd})
       layout::append(ends, ruled(layout::grouped(session_.text(end), 2,
                                                  {shared.value(ValueFormat(output_)), shared.fraction()})));
     layout::append(columns, shared.of_outputs(1, ends));
@@ -166,7 +163,7 @@ class MultiTornado final : public BarReport {
               const std::vector<std::string>& notes) override {
     std::string all;
     for (const std::string& note : notes) all += (all.empty() ? "" : " ") + note;
-    if (!all.empty()) sheet.NextCell()->set_value(session_.text(kNotes, all));
+    if (!all.empty()) sheet.NextCell()->set_value(session_.text(text_id::kMultiTornadoNotes, all));
   }
 
   const model::MultiWayRun& run_;

@@ -11,18 +11,20 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// What differs from report to report. A sheet about one output has a name with a place, for the output's
+// cell.
+template <int places_of_name>
 struct SheetTexts {
-  std::int16_t sheet_name;  // filled with the output's cell, of one output
-  std::int16_t title;
-  std::int16_t run_line;  // filled with run number and number of runs
+  session::TextId<places_of_name> sheet_name;
+  session::TextId<0> title;
+  session::TextId<2> run_line;  // filled with run number and number of runs
 };
 
 // A new sheet with its title block: the workbook of the inputs, and the run when there are several.
-std::shared_ptr<layout::ReportSheet> StartSheet(const Context& context, const SheetTexts& texts);
+std::shared_ptr<layout::ReportSheet> StartSheet(const Context& context, const SheetTexts<0>& texts);
 // The same for one output, whose workbook's name the caller chooses: with the output and its base value.
 std::shared_ptr<layout::ReportSheet> StartOutputSheet(const Context& context, const std::string& book,
                                                       const model::DralInputOutput& output,
-                                                      const SheetTexts& texts);
+                                                      const SheetTexts<1>& texts);
 
 }  // namespace ordvane::reports

@@ -33,12 +33,6 @@ constexpr std::int32_t kHeaderRows = 2;
 constexpr std::int32_t kMostRows = 65525;
 constexpr std::int32_t kSeriesNameLimit = 25;
 
-// String ids.
-constexpr std::int16_t kTableFull = 114;
-constexpr std::int16_t kCaptionOfCell = 530;
-constexpr std::int16_t kInputBaseInvalid = 536;
-constexpr std::int16_t kOutputBaseInvalid = 537;
-
 }  // namespace
 
 StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t limit)
@@ -107,7 +101,7 @@ Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
 }
 
 std::string StepTable::caption(const StepTableTexts& texts) const {
-  return session_.text(output_.has_name() ? texts.caption : kCaptionOfCell,
+  return session_.text(output_.has_name() ? texts.caption : text_id::kStepsCaptionOfCell,
                        output_.NameOrQualifiedCellAddressName(context_.range_mode));
 }
 
@@ -125,7 +119,7 @@ std::vector<layout::Column> StepTable::columns() const {
   const SharedColumns shared(context_);
   std::vector<layout::Column> columns = shared.places();
   layout::append(columns, ruled({shared.name(), shared.cell(), shared.step()}));
-  if (truncated_) columns.back().note = session_.text(kTableFull);
+  if (truncated_) columns.back().note = session_.text(text_id::kTableFull);
   layout::append(columns, ruled(shared.of_inputs(1, {shared.value(), shared.change(), shared.fraction()})));
   layout::append(columns, shared.of_outputs(1, {shared.value(ValueFormat(output_)),
                                                 shared.change(ChangeFormat(output_)), shared.fraction()}));
@@ -139,11 +133,12 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   cells.set_text(1, column(kName), ItemLabel(in));
   cells.set_text(1, column(kCell), in.cellAddress);
   FirstNotes base_notes;  // of this input
-  const ItemColumns of_input = {in, column(kInputValue),
-                                in.BaseValue() == 0 ? texts.input_base_zero : kInputBaseInvalid, base_notes};
-  const ItemColumns of_output = {output_, column(kOutputValue),
-                                 output_.BaseValue() == 0 ? texts.output_base_zero : kOutputBaseInvalid,
-                                 notes_};
+  const ItemColumns of_input = {
+      in, column(kInputValue), in.BaseValue() == 0 ? texts.input_base_zero : text_id::kStepsInputBaseNoNumber,
+      base_notes};
+  const ItemColumns of_output = {
+      output_, column(kOutputValue),
+      output_.BaseValue() == 0 ? texts.output_base_zero : text_id::kStepsOutputBaseNoNumber, notes_};
   for (std::int32_t step = 1; step <= block.rows; ++step) {
     cells.set_number(step, column(kStep), step);
     fill_item(cells, block, step, of_input, input_value(block, step), texts.invalid);
@@ -154,11 +149,12 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   merge_places(block);
   base_notes.write(session_, *table_);
   const std::string note = StepNote(session_, block.facts);
-  if (!note.empty()) table_->AddTableNote(block.first_row, column(kName), session_.CommonString(12), note);
+  if (!note.empty())
+    table_->AddTableNote(block.first_row, column(kName), session_.text(text_id::kNoteTitle), note);
 }
 
 void StepTable::fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
-                          const ItemColumns& columns, double value, std::int16_t invalid) {
+                          const ItemColumns& columns, double value, session::TextId<0> invalid) {
   const model::NumberRules& rules = output_.rules();
   const double base = columns.item.BaseValue();
   const bool lacks_base = base == 0 || !rules.is_usable(base);

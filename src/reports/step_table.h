@@ -23,13 +23,13 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct StepTableTexts {
-  std::int16_t caption;  // filled with the output's name
-  std::int16_t subcaption;
-  std::int16_t input_base_zero;  // notes
-  std::int16_t output_base_zero;
-  std::int16_t invalid;
+  session::TextId<1> caption;  // filled with the output's name
+  session::TextId<0> subcaption;
+  session::TextId<0> input_base_zero;  // notes
+  session::TextId<0> output_base_zero;
+  session::TextId<0> invalid;
 };
 
 // Changes are fractions of the size of the base value.
@@ -77,7 +77,7 @@ class StepTable {
   struct ItemColumns {
     const model::DralInputOutput& item;
     std::int32_t first;
-    std::int16_t without_change;  // string id
+    session::TextId<0> without_change;
     FirstNotes& base_notes;
   };
   struct Point {
@@ -99,7 +99,7 @@ class StepTable {
   std::vector<layout::Column> columns() const;
   void write_block(const Block& block, const StepTableTexts& texts);
   void fill_item(host::CellBlock& cells, const Block& block, std::int32_t step, const ItemColumns& columns,
-                 double value, std::int16_t invalid);
+                 double value, session::TextId<0> invalid);
   void merge_places(const Block& block);
   void fit_names();
 

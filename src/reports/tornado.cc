@@ -16,22 +16,19 @@
 namespace ordvane::reports {
 namespace {
 
-// String ids.
-constexpr BarReportTexts kTexts = {
-    .sheet = {.sheet_name = 712, .title = 711, .run_line = 716},
-    .chart = {.chart_title = 713, .chart_subtitle = 701, .change_axis = 709, .value_axis = 714},
-    .no_bars = 706,
-    .no_chart = 1040,
-    .nothing_moves = 731,
-    .invalid = 700,
-    .base_zero = 708,
-    .base_invalid = 730};
-constexpr std::int16_t kBaseGroup = 702;
-constexpr std::int16_t kHighGroup = 703;
-constexpr std::int16_t kLowGroup = 704;
-constexpr std::int16_t kInputGroup = 707;
-constexpr std::int16_t kTableSubcaption = 710;
-constexpr std::int16_t kTableCaption = 715;
+constexpr BarReportTexts kTexts = {.sheet = {.sheet_name = text_id::kTornadoSheetName,
+                                             .title = text_id::kTornadoTitle,
+                                             .run_line = text_id::kTornadoRun},
+                                   .chart = {.chart_title = text_id::kTornadoChartTitle,
+                                             .chart_subtitle = text_id::kTornadoChartSubtitle,
+                                             .change_axis = text_id::kTornadoChangeAxis,
+                                             .value_axis = text_id::kTornadoValueAxis},
+                                   .no_bars = text_id::kTornadoNoBars,
+                                   .no_chart = text_id::kMessageNoTornado,
+                                   .nothing_moves = text_id::kTornadoNothingMoves,
+                                   .invalid = text_id::kTornadoNotShown,
+                                   .base_zero = text_id::kTornadoOutputBaseZero,
+                                   .base_invalid = text_id::kTornadoOutputBaseNoNumber};
 
 // Columns of the table, after those that say where an input is (one a step of the range mode).
 enum Column : std::int32_t {
@@ -112,21 +109,24 @@ class TornadoReport final : public BarReport {
   }
 
   TableCaptions captions() const override {
-    return {session_.text(kTableCaption, std::to_string(bars_)), session_.text(kTableSubcaption)};
+    return {session_.text(text_id::kTornadoCaption, std::to_string(bars_)),
+            session_.text(text_id::kTornadoSubcaption)};
   }
 
   std::vector<layout::Column> columns() const override {
     const SharedColumns shared(context_);
     std::vector<layout::Column> input = shared.places();
     layout::append(input, {shared.rank(), shared.name(), shared.cell()});
-    std::vector<layout::Column> columns = ruled(layout::grouped(session_.text(kInputGroup), 1, input, 2));
-    for (const std::int16_t group : {kLowGroup, kHighGroup}) {
+    std::vector<layout::Column> columns =
+        ruled(layout::grouped(session_.text(text_id::kTornadoInput), 1, input, 2));
+    for (const session::TextId<0> group : {text_id::kTornadoLowestOutput, text_id::kTornadoHighestOutput}) {
       auto end = ruled(shared.of_outputs(2, {shared.value(ValueFormat(output_)), shared.fraction()}));
       layout::append(end, ruled(shared.of_inputs(2, {shared.value()})));
       layout::append(columns, layout::grouped(session_.text(group), 1, end));
     }
-    layout::append(columns, layout::grouped(session_.text(kBaseGroup), 1,
-                                            {layout::figure_column(session_.CommonString(16))}, 2));
+    layout::append(columns,
+                   layout::grouped(session_.text(text_id::kTornadoBaseOfInput), 1,
+                                   {layout::figure_column(session_.text(text_id::kLabelBaseValue))}, 2));
     return columns;
   }
 
