@@ -8,10 +8,12 @@
 
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
 #include "reports/step_table.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {

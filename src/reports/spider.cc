@@ -6,8 +6,8 @@
 
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_table.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {

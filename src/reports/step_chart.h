@@ -35,9 +35,6 @@ class StepChart {
   std::shared_ptr<layout::ReportChart> chart_;
 };
 
-// Width in points; a host that refuses keeps the chart as it is.
-void FitWidth(layout::ReportChart& chart, double width);
-
 // The lines at a graph.
 struct StepGraphTexts {
   session::TextId<0> drawn;                                // what the graph draws of the inputs

@@ -15,8 +15,8 @@
 #include "layout/look.h"
 #include "model/decimal.h"
 #include "reports/chart_helpers.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/item_texts.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {
