@@ -10,6 +10,7 @@
 #include "automation/excel_dispatch.h"
 #include "automation/late_bound.h"
 #include "automation/wire.h"
+#include "model/naming.h"
 #include "model/summary.h"
 #include "reports/summary_report.h"
 #include "service/ordvane_reports.h"
@@ -87,11 +88,9 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                         OrdvaneOutputMode* outputMode, LONG* runNumber, LONG* totalRuns,
                                         LONG* result) override {
     return answer_client([&] {
-      const std::shared_ptr<layout::ReportWorkbook> workbook = report_workbook(at(rWB));
-      give(result, reports_.multiReport(*workbook, longs(at(isSelectedOutput)), records(at(trInputs)),
-                                        records(at(trOutputs)), at(NumIterations),
-                                        static_cast<model::OrdvaneOutputMode>(at(outputMode)), at(runNumber),
-                                        at(totalRuns)));
+      const Given from_client = given(rWB, isSelectedOutput, trInputs, trOutputs);
+      give(result, reports_.multiReport(
+                       multi_way_context(from_client, NumIterations, outputMode, runNumber, totalRuns)));
     });
   }
   HRESULT STDMETHODCALLTYPE getInputForIteration(IDispatch** rWB, SAFEARRAY** isSelectedOutput,
@@ -101,13 +100,12 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                                  LONG* NumIterations, OrdvaneOutputMode* outputMode,
                                                  LONG* runNumber, LONG* totalRuns, LONG* result) override {
     return answer_client([&] {
-      const std::shared_ptr<layout::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const Given from_client = given(rWB, isSelectedOutput, trInputs, trOutputs);
       std::int32_t groups = at(groupCounter);
       std::int32_t recalculations = at(recalculationCounter);
       const std::int32_t status = reports_.getInputForIteration(
-          *workbook, longs(at(isSelectedOutput)), records(at(trInputs)), records(at(trOutputs)),
-          at(inputUpperBound), at(outputUpperBound), groups, recalculations, at(NumIterations),
-          static_cast<model::OrdvaneOutputMode>(at(outputMode)), at(runNumber), at(totalRuns));
+          multi_way_context(from_client, NumIterations, outputMode, runNumber, totalRuns),
+          at(inputUpperBound), at(outputUpperBound), groups, recalculations);
       *groupCounter = groups;
       *recalculationCounter = recalculations;
       give(result, status);
@@ -118,11 +116,10 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                               _OrdvaneSummary** trSum, LONG* runNumber, LONG* totalRuns,
                                               LONG* result) override {
     return answer_client([&] {
-      const std::shared_ptr<layout::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const Given from_client = given(rWB, isSelectedOutput, trResults, trOutputs);
       const service::SpreadsheetState found(session().g_XLApp);
-      give(result, reports::MakeSummaryReport(session(), *workbook, longs(at(isSelectedOutput)),
-                                              records(at(trResults)), records(at(trOutputs)),
-                                              summary(at(trSum)), at(runNumber), at(totalRuns)));
+      give(result,
+           reports::MakeSummaryReport(context(from_client, runNumber, totalRuns), summary(at(trSum))));
     });
   }
   HRESULT STDMETHODCALLTYPE makeOutputsMissingReport(IDispatch** rWB, SAFEARRAY** isSelectedOutput,
@@ -131,12 +128,11 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                                      SAFEARRAY** t_UnreportedOutputs, LONG* runNumber,
                                                      LONG* totalRuns, LONG* result) override {
     return answer_client([&] {
-      const std::shared_ptr<layout::ReportWorkbook> workbook = report_workbook(at(rWB));
+      const Given from_client = given(rWB, isSelectedOutput, trResults, trOutputs);
       const service::SpreadsheetState found(session().g_XLApp);
-      give(result, reports::makeOutputsMissingReport(
-                       session(), *workbook, longs(at(isSelectedOutput)), records(at(trResults)),
-                       records(at(trOutputs)), at(t_NumUnreportedOutputs), longs(at(t_UnreportedOutputs)),
-                       at(runNumber), at(totalRuns)));
+      give(result,
+           reports::MakeOutputsMissingReport(context(from_client, runNumber, totalRuns),
+                                             at(t_NumUnreportedOutputs), longs(at(t_UnreportedOutputs))));
     });
   }
 
@@ -173,6 +169,35 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
         session(), "Ordvane", std::move(target), reports_.SingleWorkbookAllResults, session().language_id);
     workbook->SetExcelReady(session().excel_ready);
     return workbook;
+  }
+
+  // What a client hands over for a report.
+  struct Given {
+    std::shared_ptr<layout::ReportWorkbook> workbook;
+    model::OneBased<std::int32_t> selected;
+    model::Records inputs, outputs;
+  };
+  Given given(IDispatch** rWB, SAFEARRAY** isSelectedOutput, SAFEARRAY** trInputs, SAFEARRAY** trOutputs) {
+    return {report_workbook(at(rWB)), longs(at(isSelectedOutput)), records(at(trInputs)),
+            records(at(trOutputs))};
+  }
+
+  reports::Context context(const Given& from_client, LONG* runNumber, LONG* totalRuns) {
+    return {.session = session(),
+            .workbook = *from_client.workbook,
+            .selected = from_client.selected,
+            .inputs = from_client.inputs,
+            .outputs = from_client.outputs,
+            .run_number = at(runNumber),
+            .total_runs = at(totalRuns)};
+  }
+  reports::Context multi_way_context(const Given& from_client, LONG* NumIterations,
+                                     OrdvaneOutputMode* outputMode, LONG* runNumber, LONG* totalRuns) {
+    reports::Context result = context(from_client, runNumber, totalRuns);
+    result.recalculations = at(NumIterations);
+    result.range_mode = model::range_mode_of(from_client.inputs);
+    result.output_mode = static_cast<model::OrdvaneOutputMode>(at(outputMode));
+    return result;
   }
 
   // A summary of any client: read through its interface.

@@ -1,46 +1,47 @@
-// The parts that every graph report shares around its tables and charts.
+// The parts that reports share around their tables and charts.
 #include "reports/graph_sheet.h"
 
 #include <algorithm>
 
 #include "model/naming.h"
+#include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
 
-std::int64_t whole(std::int32_t value) {
-  return value;
-}
-
-std::vector<layout::TitleLine> title_lines(session::Session& session, const model::DralInputOutput& output,
-                                           const SheetTexts& texts, std::int32_t runNumber,
-                                           std::int32_t totalRuns) {
-  std::int32_t flags = 0;
-  const host::CellValue base =
-      FormatTableValue(output.rules(), output.BaseValue(), flags, 1.0, model::OrdvaneDivisorOutput);
-  std::vector<layout::TitleLine> lines = {
-      {session.CommonString(14), output.bookName},
-      {session.CommonString(15), ItemLabel(output)},
-      {session.CommonString(16), base, ValueFormat(output)},
-  };
-  if (totalRuns > 1)
-    lines.push_back(
-        {session.CommonString(13), session.text(texts.run_line, whole(runNumber), whole(totalRuns))});
-  return lines;
+std::shared_ptr<layout::ReportSheet> start(const Context& context, const std::string& name,
+                                           std::vector<layout::TitleLine> lines, const SheetTexts& texts) {
+  const session::Session& session = context.session;
+  auto sheet = context.workbook.AddSheet(name);
+  if (context.total_runs > 1)
+    lines.push_back({session.CommonString(13), session.text(texts.run_line, std::int64_t{context.run_number},
+                                                            std::int64_t{context.total_runs})});
+  sheet->AddTitleBlock(session.text(texts.title), lines);
+  sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
+  sheet->SetSheetOption(1);
+  return sheet;
 }
 
 }  // namespace
 
-std::shared_ptr<layout::ReportSheet> StartGraphSheet(session::Session& session, layout::ReportWorkbook& rWB,
-                                                     const model::DralInputOutput& output,
-                                                     const SheetTexts& texts, std::int32_t runNumber,
-                                                     std::int32_t totalRuns) {
-  auto sheet = rWB.AddSheet(model::clean_sheet_name(session.text(texts.sheet_name, output.cellAddress)));
-  sheet->AddTitleBlock(session.text(texts.title), title_lines(session, output, texts, runNumber, totalRuns));
-  sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
-  sheet->SetSheetOption(1);
-  return sheet;
+std::shared_ptr<layout::ReportSheet> StartSheet(const Context& context, const SheetTexts& texts) {
+  return start(context, context.session.text(texts.sheet_name),
+               {{context.session.CommonString(14), context.inputs(1).bookName}}, texts);
+}
+
+std::shared_ptr<layout::ReportSheet> StartOutputSheet(const Context& context, const std::string& book,
+                                                      const model::DralInputOutput& output,
+                                                      const SheetTexts& texts) {
+  const session::Session& session = context.session;
+  std::int32_t flags = 0;
+  const host::CellValue base =
+      FormatTableValue(output.rules(), output.BaseValue(), flags, 1.0, model::OrdvaneDivisorOutput);
+  return start(context, model::clean_sheet_name(session.text(texts.sheet_name, output.cellAddress)),
+               {{session.CommonString(14), book},
+                {session.CommonString(15), ItemLabel(output)},
+                {session.CommonString(16), base, ValueFormat(output)}},
+               texts);
 }
 
 void SetWatermark(session::Session& session, layout::ReportChart& chart) {

@@ -1,5 +1,4 @@
-// What the graph reports have in common around their tables and charts: the opening of a sheet, the
-// watermark.
+// What the reports have in common around their tables and charts: the opening of a sheet, the watermark.
 #pragma once
 
 #include <cstdint>
@@ -13,24 +12,24 @@
 #include "layout/report_table.h"
 #include "layout/report_workbook.h"
 #include "model/input_output.h"
-#include "reports/table_parts.h"
+#include "reports/context.h"
 #include "session/session.h"
 
 namespace ordvane::reports {
 
 // String ids that differ from report to report.
 struct SheetTexts {
-  std::int16_t sheet_name;  // filled with the output's cell
+  std::int16_t sheet_name;  // filled with the output's cell, of one output
   std::int16_t title;
   std::int16_t run_line;  // filled with run number and number of runs
 };
 
-// A new sheet for one output, with its title block: workbook, output, base value, and the run when there are
-// several.
-std::shared_ptr<layout::ReportSheet> StartGraphSheet(session::Session& session, layout::ReportWorkbook& rWB,
-                                                     const model::DralInputOutput& output,
-                                                     const SheetTexts& texts, std::int32_t runNumber,
-                                                     std::int32_t totalRuns);
+// A new sheet with its title block: the workbook of the inputs, and the run when there are several.
+std::shared_ptr<layout::ReportSheet> StartSheet(const Context& context, const SheetTexts& texts);
+// The same for one output, whose workbook's name the caller chooses: with the output and its base value.
+std::shared_ptr<layout::ReportSheet> StartOutputSheet(const Context& context, const std::string& book,
+                                                      const model::DralInputOutput& output,
+                                                      const SheetTexts& texts);
 
 // Notes that each stand at the first cell of a table that they are about.
 class FirstNotes {

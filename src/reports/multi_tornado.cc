@@ -13,13 +13,13 @@
 #include "model/step_facts.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
+#include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 // String ids.
 constexpr SheetTexts kSheetTexts = {.sheet_name = 313, .title = 311, .run_line = 316};
@@ -63,21 +63,18 @@ model::OneBased<std::int32_t> groups_by_rank(const model::GroupEffects& effects)
 
 class MultiTornado {
  public:
-  MultiTornado(session::Session& session, const model::DralInputOutput& output, const model::Records& inputs,
-               const model::MultiWayRun& run, const model::GroupEffects& effects,
-               model::OrdvaneRangeMode range_mode, bool percent, const MultiTornadoLimits& limits,
+  MultiTornado(const Context& context, const model::DralInputOutput& output, const model::MultiWayRun& run,
+               const model::GroupEffects& effects, const MultiTornadoLimits& limits,
                const TornadoStyle& style)
-      : session_(session),
+      : context_(context),
+        session_(context.session),
         output_(output),
-        inputs_(inputs),
         run_(run),
         effects_(effects),
-        range_mode_(range_mode),
-        percent_(percent),
         by_rank_(groups_by_rank(effects)),
         bars_(count_bars(limits)),
-        chart_(session, output, percent, range_mode, kChartTexts, style),
-        remarks_(session, Varied::kGroups),
+        chart_(session_, output, context.in_percent(), context.range_mode, kChartTexts, style),
+        remarks_(session_, Varied::kGroups),
         rows_(std::max(bars_, 0), column(kColumns)),
         facts_(std::max(bars_, 0)) {}
 
@@ -108,10 +105,10 @@ class MultiTornado {
 
  private:
   std::int32_t column(Column after_places) const {
-    return static_cast<std::int32_t>(range_mode_) + after_places;
+    return static_cast<std::int32_t>(context_.range_mode) + after_places;
   }
-  Column low() const { return percent_ ? kLowChange : kLow; }
-  Column high() const { return percent_ ? kHighChange : kHigh; }
+  Column low() const { return context_.in_percent() ? kLowChange : kLow; }
+  Column high() const { return context_.in_percent() ? kHighChange : kHigh; }
   bool has_base() const { return output_.BaseValue() != 0 && output_.rules().is_usable(output_.BaseValue()); }
 
   std::int32_t count_bars(const MultiTornadoLimits& limits) const {
@@ -127,7 +124,8 @@ class MultiTornado {
 
   std::optional<std::int16_t> reason_for_no_chart() const {
     if (chart_.bars() == 0) return kNothingMoves;
-    if (percent_ && !has_base()) return output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
+    if (context_.in_percent() && !has_base())
+      return output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
     if (!chart_.has_bars()) return kInvalidNote;
     return std::nullopt;
   }
@@ -169,7 +167,7 @@ class MultiTornado {
     std::string name;
     for (const std::int32_t member : group.members) {
       if (!name.empty()) name += layout::kBetweenMembers;
-      name += ItemLabel(inputs_(member));
+      name += ItemLabel(context_.inputs(member));
     }
     return name;
   }
@@ -177,15 +175,16 @@ class MultiTornado {
   void fill_row(std::int32_t row, const model::MultiGroup& group, const model::GroupEffect& effect) {
     std::vector<std::string> books, sheets;
     for (const std::int32_t member : group.members) {
-      const model::DralInputOutput& input = inputs_(member);
+      const model::DralInputOutput& input = context_.inputs(member);
       books.push_back(input.bookName);
       sheets.push_back(input.sheetName);
     }
     const std::string name = name_of(group);
     const std::string separator = session_.environment->numbers().list_separator();
-    if (range_mode_ == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, distinct(books, separator));
-    if (range_mode_ != model::OrdvaneRangeCellMode)
-      rows_.set_text(row, range_mode_, distinct(sheets, separator));
+    if (context_.range_mode == model::OrdvaneRangeBookMode)
+      rows_.set_text(row, 1, distinct(books, separator));
+    if (context_.range_mode != model::OrdvaneRangeCellMode)
+      rows_.set_text(row, context_.range_mode, distinct(sheets, separator));
     rows_.set_number(row, column(kRank), row);
     rows_.set_text(row, column(kName), name);
     fill_value(row, kLow, effect.lowest);
@@ -212,22 +211,14 @@ class MultiTornado {
   // ---- Table ----
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table = sheet.AddTable(bars_, column(kColumns), kHeaderRows, 0,
-                                session_.text(kTableCaption, std::to_string(bars_)),
-                                session_.text(kVariedTogether) + session_.text(kSwing));
-    write_headers(*table);
+    auto table = AddTable(sheet, bars_, kHeaderRows,
+                          {session_.text(kTableCaption, std::to_string(bars_)),
+                           session_.text(kVariedTogether) + session_.text(kSwing)},
+                          columns());
     table->WrapNames();
     table->PutBody(1, rows_);
-    const std::string format = ValueFormat(output_);
     session_.log.line("GenerateMultiTornadoReport t_InputsCount: " + session::log_text(bars_) +
-                      "    numberFormat: " + format);
-    for (const Column value : {kLow, kHigh})
-      if (!format.empty()) table->FormatBody(1, bars_, column(value), format);
-    for (const Column change : {kLowChange, kHighChange})
-      table->FormatBody(1, bars_, column(change), PercentFormat());
-    for (const Column last : {kName, kLowChange, kHighChange})
-      table->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                           layout::kRuleColorIndex);
+                      "    numberFormat: " + ValueFormat(output_));
     for (std::int32_t row = 1; row <= bars_; ++row)
       if (const std::string note = StepNote(session_, facts_(row), Varied::kGroups); !note.empty())
         table->AddTableNote(row, column(kName), session_.CommonString(12), note);
@@ -237,34 +228,23 @@ class MultiTornado {
     return table;
   }
 
-  void write_headers(layout::ReportTable& table) {
-    const auto figures = [&](Column place, std::int32_t caption, HAlign body = HAlign::kRight) {
-      table.SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
-                            layout::kFitColumn, "", false);
-    };
-    const auto names = [&](std::int32_t place, const std::string& caption) {
-      table.SetColumnHeader(place, caption, HAlign::kLeft, HAlign::kLeft, 0, layout::kNameColumnWidth, "",
-                            true);
-    };
-    if (range_mode_ == model::OrdvaneRangeBookMode) names(1, session_.CommonString(0));
-    if (range_mode_ != model::OrdvaneRangeCellMode) names(range_mode_, session_.CommonString(1));
-    figures(kRank, 9, HAlign::kCenter);
-    names(column(kName), session_.text(kGroup));
-    for (const Column value : {kLow, kHigh}) figures(value, 5);
-    for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
-
-    AddHeaderGroup(table, 1, column(kLow), 1, 4, session_.CommonString(11));
-    AddHeaderGroup(table, 2, column(kLow), 1, 2, session_.text(kLowGroup));
-    AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(kHighGroup));
+  std::vector<layout::Column> columns() const {
+    const SharedColumns shared(context_);
+    std::vector<layout::Column> columns = shared.places();
+    layout::append(columns, ruled({shared.rank(), layout::name_column(session_.text(kGroup))}));
+    std::vector<layout::Column> ends;
+    for (const std::int16_t end : {kLowGroup, kHighGroup})
+      layout::append(ends, ruled(layout::grouped(session_.text(end), 2,
+                                                 {shared.value(ValueFormat(output_)), shared.fraction()})));
+    layout::append(columns, shared.of_outputs(1, ends));
+    return columns;
   }
 
+  const Context& context_;
   session::Session& session_;
   const model::DralInputOutput& output_;
-  const model::Records& inputs_;
   const model::MultiWayRun& run_;
   const model::GroupEffects& effects_;
-  model::OrdvaneRangeMode range_mode_;
-  bool percent_;
   model::OneBased<std::int32_t> by_rank_;  // the group of each rank
   std::int32_t bars_;
   TornadoChart chart_;
@@ -276,21 +256,14 @@ class MultiTornado {
 
 }  // namespace
 
-std::int32_t GenerateMultiTornadoReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                        std::int32_t outputIndex, const model::Records& trInputs,
-                                        const model::Records& trOutputs, const model::MultiWayRun& run,
-                                        const model::GroupEffects& effects, model::OrdvaneRangeMode rangeMode,
-                                        model::OrdvaneOutputMode outputMode, std::int32_t runNumber,
-                                        std::int32_t totalRuns, const MultiTornadoLimits& limits,
-                                        const TornadoStyle& style) {
-  session.log.line("ReportMultiTornado.GenerateMultiTornadoReport");
-  const model::DralInputOutput& output = trOutputs(outputIndex);
-  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
-  MultiTornado(session, output, trInputs, run, effects, rangeMode,
-               outputMode == model::OrdvaneOutputAsPercentChange, limits, style)
-      .write(*sheet);
+void GenerateMultiTornadoReport(const Context& context, std::int32_t on, const model::MultiWayRun& run,
+                                const model::GroupEffects& effects, const MultiTornadoLimits& limits,
+                                const TornadoStyle& style) {
+  context.session.log.line("ReportMultiTornado.GenerateMultiTornadoReport");
+  const model::DralInputOutput& output = context.outputs(on);
+  const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
+  MultiTornado(context, output, run, effects, limits, style).write(*sheet);
   sheet->FinishSheet();
-  return 0;
 }
 
 }  // namespace ordvane::reports

@@ -6,11 +6,9 @@
 
 #include <cstdint>
 
-#include "layout/report_workbook.h"
-#include "model/input_output.h"
 #include "model/multi_way.h"
+#include "reports/context.h"
 #include "reports/tornado_chart.h"
-#include "session/session.h"
 
 namespace ordvane::reports {
 
@@ -22,14 +20,10 @@ struct MultiTornadoLimits {
   double inputs_change_threshold;
 };
 
-// `outputIndex`: one-based position in `trOutputs`. `effects`: of this output, one a group of `run`. Returns
-// 0; errors go to the caller.
-std::int32_t GenerateMultiTornadoReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                        std::int32_t outputIndex, const model::Records& trInputs,
-                                        const model::Records& trOutputs, const model::MultiWayRun& run,
-                                        const model::GroupEffects& effects, model::OrdvaneRangeMode rangeMode,
-                                        model::OrdvaneOutputMode outputMode, std::int32_t runNumber,
-                                        std::int32_t totalRuns, const MultiTornadoLimits& limits,
-                                        const TornadoStyle& style);
+// `output`: position in the context's outputs. `effects`: of this output, one a group of `run`. Errors go to
+// the caller.
+void GenerateMultiTornadoReport(const Context& context, std::int32_t output, const model::MultiWayRun& run,
+                                const model::GroupEffects& effects, const MultiTornadoLimits& limits,
+                                const TornadoStyle& style);
 
 }  // namespace ordvane::reports

@@ -13,23 +13,14 @@
 // run without groups gets a sheet that says that.
 #pragma once
 
-#include <cstdint>
-
-#include "layout/report_workbook.h"
-#include "model/input_output.h"
 #include "model/multi_way.h"
-#include "session/session.h"
+#include "model/one_based.h"
+#include "reports/context.h"
 
 namespace ordvane::reports {
 
-// `selectedOutputs`: one-based positions in `trOutputs`. `effects`: one element a selected output, in the
-// same order, each with one element a group of `run`. Returns 0.
-std::int32_t MakeMultiWayDetailReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                      const model::OneBased<std::int32_t>& selectedOutputs,
-                                      const model::Records& trInputs, const model::Records& trOutputs,
-                                      const model::MultiWayRun& run,
-                                      const model::OneBased<model::GroupEffects>& effects,
-                                      model::OrdvaneRangeMode rangeMode, std::int32_t runNumber,
-                                      std::int32_t totalRuns);
+// `effects`: one element a selected output, in the same order, each with one element a group of `run`.
+void MakeMultiWayDetailReport(const Context& context, const model::MultiWayRun& run,
+                              const model::OneBased<model::GroupEffects>& effects);
 
 }  // namespace ordvane::reports

@@ -4,15 +4,14 @@
 #include <cmath>
 #include <vector>
 
-#include "model/naming.h"
 #include "reports/gap_notes.h"
+#include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 namespace text {
 constexpr std::int16_t kSubcaption = 400, kSheetName = 401, kProgress = 402, kTruncated = 403, kTitle = 404,
@@ -21,8 +20,7 @@ constexpr std::int16_t kSubcaption = 400, kSheetName = 401, kProgress = 402, kTr
 
 constexpr std::int32_t kHeaderRows = 2;
 
-// Column numbers of the table; workbook and worksheet columns exist in the
-// wider range modes only.
+// Column numbers of the table; workbook and worksheet columns exist in the wider range modes only.
 struct Columns {
   explicit Columns(std::int32_t mode) : m(mode) {}
   std::int32_t m;
@@ -37,38 +35,16 @@ struct Columns {
   std::int32_t count() const { return m + 8; }
 };
 
-std::vector<layout::TitleLine> title_lines(const session::Session& session, const model::Records& inputs,
-                                           const model::DralInputOutput& output, std::int32_t run,
-                                           std::int32_t runs) {
-  std::vector<layout::TitleLine> lines = {
-      {session.CommonString(14), inputs(1).bookName},
-      {session.CommonString(15), ItemLabel(output)},
-      {session.CommonString(16), output.BaseValue(), ValueFormat(output)},
-  };
-  if (!output.rules().is_usable(output.BaseValue())) lines.back().value = host::kNotShown;
-  if (runs > 1)
-    lines.push_back(
-        {session.CommonString(13), session.text(text::kRun, std::int64_t{run}, std::int64_t{runs})});
-  return lines;
-}
-
-std::vector<layout::Column> columns_of(const session::Session& session, const Columns& c,
+std::vector<layout::Column> columns_of(const Context& context, const model::DralInputOutput& output,
                                        const std::string& note) {
-  const auto names = [&](std::int32_t caption) { return layout::name_column(session.CommonString(caption)); };
-  const auto figures = [&](std::int32_t caption, HAlign alignment) {
-    return layout::figure_column(session.CommonString(caption), alignment);
-  };
-  std::vector<layout::Column> columns = {figures(9, HAlign::kCenter), names(2)};
-  if (c.m == model::OrdvaneRangeBookMode) columns.push_back(names(0));
-  if (c.m > model::OrdvaneRangeCellMode) columns.push_back(names(1));
-  columns.push_back(figures(3, HAlign::kCenter));
-  columns.push_back(figures(4, HAlign::kCenter));
-  columns.back().rule = true;
-  const std::vector<layout::Column> values = {figures(5, HAlign::kRight), figures(7, HAlign::kRight)};
-  layout::append(columns, layout::grouped(session.CommonString(10), 1, values));
-  columns.back().rule = true;
-  layout::append(columns, layout::grouped(session.CommonString(11), 1, values));
-  columns[static_cast<std::size_t>(c.input_value() - 1)].note = note;
+  const SharedColumns shared(context);
+  std::vector<layout::Column> columns = {shared.rank(), shared.name()};
+  layout::append(columns, shared.places());
+  layout::append(columns, ruled({shared.cell(), shared.step()}));
+  std::vector<layout::Column> inputs = {shared.value(), shared.fraction()};
+  inputs.front().note = note;
+  layout::append(columns, ruled(shared.of_inputs(1, inputs)));
+  layout::append(columns, shared.of_outputs(1, {shared.value(ValueFormat(output)), shared.fraction()}));
   return columns;
 }
 
@@ -88,10 +64,11 @@ bool any_failed(const model::Records& inputs, std::int32_t on) {
 
 // Fills one row of the body for every step that has a rank within it, with the format of its input's values
 // in `input_formats`.
-void fill_body(session::Session& session, host::CellBlock& body, const Columns& c, std::int32_t on,
-               const model::Records& inputs, const model::DralInputOutput& output,
+void fill_body(const Context& context, std::int32_t on, host::CellBlock& body, const Columns& c,
                std::vector<std::string>& input_formats, GapNotes& gaps) {
-  const ItemCells results(output, kOutputGaps, gaps);
+  session::Session& session = context.session;
+  const model::Records& inputs = context.inputs;
+  const ItemCells results(context.outputs(on), kOutputGaps, gaps);
   for (std::int32_t i = 1; i <= inputs.size(); ++i) {
     const model::DralInputOutput& input = inputs(i);
     session.application().set_status_bar(
@@ -126,29 +103,22 @@ void fill_body(session::Session& session, host::CellBlock& body, const Columns& 
 
 }  // namespace
 
-std::int32_t MakeOutputDetailReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                    std::int32_t outputIndex, const model::Records& trInputs,
-                                    const model::Records& trOutputs, std::int32_t rowsWanted,
-                                    model::OrdvaneRangeMode rangeMode, std::int32_t runNumber,
-                                    std::int32_t totalRuns) {
-  const model::DralInputOutput& output = trOutputs(outputIndex);
-  const Columns c(rangeMode);
-  const std::int32_t rows = std::min(rowsWanted, kMostDetailRows);
+void MakeOutputDetailReport(const Context& context, std::int32_t on) {
+  session::Session& session = context.session;
+  const model::DralInputOutput& output = context.outputs(on);
+  const Columns c(context.range_mode);
+  const std::int32_t rows = std::min(context.recalculations, kMostDetailRows);
 
   host::Application& application = session.application();
   application.set_calculation(host::Calculation::kManual);
-  const auto sheet =
-      rWB.AddSheet(model::clean_sheet_name(session.text(text::kSheetName, output.cellAddress)));
-  sheet->AddTitleBlock(session.text(text::kTitle),
-                       title_lines(session, trInputs, output, runNumber, totalRuns));
-  sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
-  sheet->SetSheetOption(1);
-  const auto table = sheet->AddTable(
-      rows, c.count(), kHeaderRows, 0,
-      session.text(text::kCaption, output.NameOrQualifiedCellAddressName(rangeMode)),
-      session.text(any_failed(trInputs, outputIndex) ? text::kFailedFirst : text::kSubcaption));
-  const bool truncated = steps_of(trInputs) > rows;
-  table->SetColumns(columns_of(session, c, truncated ? session.text(text::kTruncated) : ""));
+  const auto sheet = StartOutputSheet(context, context.inputs(1).bookName, output,
+                                      {text::kSheetName, text::kTitle, text::kRun});
+  const bool truncated = steps_of(context.inputs) > rows;
+  const auto table =
+      AddTable(*sheet, rows, kHeaderRows,
+               {session.text(text::kCaption, output.NameOrQualifiedCellAddressName(context.range_mode)),
+                session.text(any_failed(context.inputs, on) ? text::kFailedFirst : text::kSubcaption)},
+               columns_of(context, output, truncated ? session.text(text::kTruncated) : ""));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
@@ -156,12 +126,9 @@ std::int32_t MakeOutputDetailReport(session::Session& session, layout::ReportWor
     host::CellBlock body(rows, c.count());
     std::vector<std::string> input_formats(static_cast<std::size_t>(rows));
     GapNotes gaps(c.count());
-    fill_body(session, body, c, outputIndex, trInputs, output, input_formats, gaps);
+    fill_body(context, on, body, c, input_formats, gaps);
     table->PutBody(1, body);
     table->FormatRows(c.input_value(), input_formats);
-    table->FormatBody(1, rows, c.input_change(), PercentFormat());
-    table->FormatBody(1, rows, c.output_value(), ValueFormat(output));
-    table->FormatBody(1, rows, c.output_change(), PercentFormat());
     gaps.write(session, *table, rows);
   }
   application.set_cursor(cursor);
@@ -171,7 +138,6 @@ std::int32_t MakeOutputDetailReport(session::Session& session, layout::ReportWor
       ->resize(body_range->row_count() + kHeaderRows, c.count())
       ->auto_fit_columns();
   sheet->FinishSheet();
-  return 0;
 }
 
 }  // namespace ordvane::reports

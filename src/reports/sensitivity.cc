@@ -10,6 +10,7 @@
 #include "reports/graph_sheet.h"
 #include "reports/step_remarks.h"
 #include "reports/step_table.h"
+#include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
@@ -45,14 +46,11 @@ std::int32_t first_undrawable_cell(host::Range& range) {
 
 class SensitivityReport {
  public:
-  SensitivityReport(session::Session& session, const model::DralInputOutput& output, StepTable& steps,
-                    model::OrdvaneRangeMode range_mode, model::OrdvaneOutputMode output_mode)
-      : session_(session),
-        output_(output),
+  SensitivityReport(const Context& context, StepTable& steps)
+      : context_(context),
+        session_(context.session),
         steps_(steps),
-        range_mode_(range_mode),
-        output_mode_(output_mode),
-        quantity_(output_mode == model::OrdvaneOutputAsPercentChange ? Quantity::kChange : Quantity::kValue) {
+        quantity_(context.in_percent() ? Quantity::kChange : Quantity::kValue) {
     for (const StepTable::Block& block : steps_.blocks())
       if (steps_.obstacle(block, quantity_) == Obstacle::kNone) drawn_.push_back(block);
   }
@@ -104,8 +102,8 @@ class SensitivityReport {
 
   OrdvaneGInput graph_of(const StepTable::Block& block) const {
     const model::DralInputOutput& in = steps_.input(block);
-    const std::string input = in.NameOrQualifiedCellAddressName(range_mode_);
-    const std::string output = output_.NameOrQualifiedCellAddressName(range_mode_);
+    const std::string input = in.NameOrQualifiedCellAddressName(context_.range_mode);
+    const std::string output = steps_.output().NameOrQualifiedCellAddressName(context_.range_mode);
     const std::int16_t axis = quantity_ == Quantity::kChange ? kChangeAxis : kValueAxis;
     OrdvaneGInput graph(session_);
     graph.chart_title = session_.text(in.has_name() ? kChartTitle : kChartTitleOfCell, input);
@@ -114,19 +112,17 @@ class SensitivityReport {
     if (!failed.empty()) graph.second_title += "\n" + failed;
     graph.x_axis_title = session_.text(axis, input);
     graph.y_axis_title = session_.text(axis, output);
-    graph.percent_flag = output_mode_;
+    graph.percent_flag = context_.output_mode;
     if (quantity_ == Quantity::kValue) {
       graph.x_format = AxisFormat(in);
-      graph.y_format = AxisFormat(output_);
+      graph.y_format = AxisFormat(steps_.output());
     }
     return graph;
   }
 
+  const Context& context_;
   session::Session& session_;
-  const model::DralInputOutput& output_;
   StepTable& steps_;
-  model::OrdvaneRangeMode range_mode_;
-  model::OrdvaneOutputMode output_mode_;
   Quantity quantity_;
   std::vector<StepTable::Block> drawn_;
 };
@@ -150,24 +146,16 @@ std::int32_t OrdvaneGInput::inputG(layout::ReportSheet& PER) {
   return 0;
 }
 
-std::int32_t GenerateSensitivityReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                       std::int32_t outputIndex,
-                                       const model::OneBased<std::int32_t>& /*selectedOutputs*/,
-                                       const model::Records& trInputs, const model::Records& trOutputs,
-                                       std::int32_t /*numIterations*/, model::OrdvaneRangeMode rangeMode,
-                                       model::OrdvaneOutputMode outputMode,
-                                       const model::RankingRecord& ranking, std::int32_t runNumber,
-                                       std::int32_t totalRuns) {
-  const model::DralInputOutput& output = trOutputs(outputIndex);
-  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
+void GenerateSensitivityReport(const Context& context, std::int32_t on, const model::RankingRecord& ranking) {
+  const model::DralInputOutput& output = context.outputs(on);
+  const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
   if (ranking.input_limit <= 0) {
-    sheet->NextCell()->set_value(session.text(kNothing));
+    sheet->NextCell()->set_value(context.session.text(kNothing));
   } else {
-    StepTable steps(session, trInputs, output, outputIndex, rangeMode, ranking.input_limit);
-    SensitivityReport(session, output, steps, rangeMode, outputMode).write(*sheet);
+    StepTable steps(context, on, ranking.input_limit);
+    SensitivityReport(context, steps).write(*sheet);
   }
   sheet->FinishSheet();
-  return 0;
 }
 
 }  // namespace ordvane::reports

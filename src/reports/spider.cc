@@ -37,13 +37,13 @@ double height_for(std::int32_t lines) {
 
 class SpiderReport {
  public:
-  SpiderReport(session::Session& session, const model::DralInputOutput& output, StepTable& steps,
-               model::OrdvaneRangeMode range_mode)
-      : session_(session), steps_(steps), spider_(session) {
-    spider_.chart_title = session.text(output.has_name() ? kChartTitle : kChartTitleOfCell,
-                                       output.NameOrQualifiedCellAddressName(range_mode));
-    spider_.x_axis_title = session.text(kXAxis);
-    spider_.y_axis_title = session.text(kYAxis);
+  SpiderReport(const Context& context, StepTable& steps)
+      : session_(context.session), steps_(steps), spider_(session_) {
+    const model::DralInputOutput& output = steps.output();
+    spider_.chart_title = session_.text(output.has_name() ? kChartTitle : kChartTitleOfCell,
+                                        output.NameOrQualifiedCellAddressName(context.range_mode));
+    spider_.x_axis_title = session_.text(kXAxis);
+    spider_.y_axis_title = session_.text(kYAxis);
     for (const StepTable::Block& block : steps.blocks())
       if (steps.obstacle(block, Quantity::kChange) == Obstacle::kNone) drawn_.push_back(block);
   }
@@ -91,24 +91,16 @@ std::int32_t OrdvaneGSpider::SpiderError(layout::ReportSheet& PER, const std::st
   return CreateMessageChart(PER, p_ErrorMessage, &chart_);
 }
 
-std::int32_t GenerateSpiderReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                  std::int32_t outputIndex,
-                                  const model::OneBased<std::int32_t>& /*selectedOutputs*/,
-                                  const model::Records& trInputs, const model::Records& trOutputs,
-                                  std::int32_t /*numIterations*/, model::OrdvaneRangeMode rangeMode,
-                                  model::OrdvaneOutputMode /*outputMode*/,
-                                  const model::RankingRecord& ranking, std::int32_t runNumber,
-                                  std::int32_t totalRuns) {
-  const model::DralInputOutput& output = trOutputs(outputIndex);
-  const auto sheet = StartGraphSheet(session, rWB, output, kSheetTexts, runNumber, totalRuns);
+void GenerateSpiderReport(const Context& context, std::int32_t on, const model::RankingRecord& ranking) {
+  const model::DralInputOutput& output = context.outputs(on);
+  const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
   if (ranking.input_limit <= 0) {
-    sheet->NextCell()->set_value(session.text(kNothing));
+    sheet->NextCell()->set_value(context.session.text(kNothing));
   } else {
-    StepTable steps(session, trInputs, output, outputIndex, rangeMode, ranking.input_limit);
-    SpiderReport(session, output, steps, rangeMode).write(*sheet);
+    StepTable steps(context, on, ranking.input_limit);
+    SpiderReport(context, steps).write(*sheet);
   }
   sheet->FinishSheet();
-  return 0;
 }
 
 }  // namespace ordvane::reports

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "layout/report_workbook.h"
-#include "model/input_output.h"
 #include "model/ranking.h"
+#include "reports/context.h"
 #include "reports/step_chart.h"
 #include "session/session.h"
 
@@ -26,14 +26,7 @@ class OrdvaneGSpider : public StepChart {
   std::int32_t SpiderError(layout::ReportSheet& PER, const std::string& p_ErrorMessage = {});
 };
 
-// `outputIndex` and `selectedOutputs` are one-based positions in `trOutputs`. Returns 0; errors go to the
-// caller.
-std::int32_t GenerateSpiderReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                  std::int32_t outputIndex,
-                                  const model::OneBased<std::int32_t>& selectedOutputs,
-                                  const model::Records& trInputs, const model::Records& trOutputs,
-                                  std::int32_t numIterations, model::OrdvaneRangeMode rangeMode,
-                                  model::OrdvaneOutputMode outputMode, const model::RankingRecord& ranking,
-                                  std::int32_t runNumber, std::int32_t totalRuns);
+// `output`: position in the context's outputs. Errors go to the caller.
+void GenerateSpiderReport(const Context& context, std::int32_t output, const model::RankingRecord& ranking);
 
 }  // namespace ordvane::reports

@@ -8,6 +8,7 @@
 #include "host/error.h"
 #include "reports/graph_sheet.h"
 #include "reports/step_remarks.h"
+#include "reports/table_parts.h"
 
 namespace ordvane::reports {
 namespace {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/error.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
@@ -15,12 +16,10 @@
 namespace ordvane::reports {
 namespace {
 
-using host::HAlign;
 using model::OrdvaneSummary;
 
 namespace text {
 // Shared labels, by their small index.
-constexpr std::int32_t kCell = 3;
 constexpr std::int32_t kNote = 12;
 constexpr std::int32_t kRun = 13;
 constexpr std::int32_t kWorkbook = 14;
@@ -112,21 +111,29 @@ std::optional<FailedResults> failed_results(const model::Records& inputs,
 }
 
 // Which inputs and outputs have them.
-void add_lines(const session::Session& session, layout::ReportSheet& sheet, const FailedResults& failed,
-               const model::Records& inputs, const model::OneBased<std::int32_t>& selected,
-               const model::Records& outputs) {
+void add_lines(const Context& context, layout::ReportSheet& sheet, const FailedResults& failed) {
+  const session::Session& session = context.session;
   const auto item = [&](const model::DralInputOutput& of, std::int64_t count, std::int64_t results) {
     return session.text(text::kFailedItem, ItemLabel(of), count, results);
   };
   std::vector<std::string> of_inputs, of_outputs;
-  for (std::int32_t i = 1; i <= inputs.size(); ++i)
-    if (failed.of_inputs(i) > 0)
-      of_inputs.push_back(item(inputs(i), failed.of_inputs(i), inputs(i).numSteps * failed.outputs));
-  for (std::int32_t k = 1; k <= selected.size(); ++k)
-    if (failed.of_outputs(k) > 0)
-      of_outputs.push_back(item(outputs(selected(k)), failed.of_outputs(k), failed.steps));
+  for (std::int32_t i = 1; const model::DralInputOutput& input : context.inputs)
+    if (const std::int64_t count = failed.of_inputs(i++); count > 0)
+      of_inputs.push_back(item(input, count, input.numSteps * failed.outputs));
+  for (std::int32_t k = 1; const std::int32_t position : context.selected)
+    if (const std::int64_t count = failed.of_outputs(k++); count > 0)
+      of_outputs.push_back(item(context.outputs(position), count, failed.steps));
   sheet.AddLine(session.text(text::kFailedInputs, session.list_of(of_inputs)));
   sheet.AddLine(session.text(text::kFailedOutputs, session.list_of(of_outputs)));
+}
+
+void add_title(const Context& context, layout::ReportSheet& sheet, std::int16_t title,
+               const std::string& run) {
+  const session::Session& session = context.session;
+  sheet.AddTitleBlock(session.text(title),
+                      {{session.CommonString(text::kWorkbook), context.inputs(1).bookName},
+                       {session.CommonString(text::kRun), run}});
+  sheet.SetSheetOption(1);
 }
 
 // One column of a table, `offset` columns from the body's first, from the caption down.
@@ -137,26 +144,21 @@ void fit_column(layout::ReportTable& table, std::int32_t offset) {
 
 }  // namespace
 
-std::int32_t MakeSummaryReport(session::Session& session, layout::ReportWorkbook& rWB,
-                               const model::OneBased<std::int32_t>& isSelectedOutput,
-                               const model::Records& trResults, const model::Records& trOutputs,
-                               const OrdvaneSummary& trSum, std::int32_t runNumber, std::int32_t totalRuns) {
+std::int32_t MakeSummaryReport(const Context& context, const OrdvaneSummary& summary) {
+  const session::Session& session = context.session;
   session.application().set_calculation(host::Calculation::kManual);
-  const auto sheet = rWB.AddSheet(session.text(text::kSummarySheet));
-  sheet->AddTitleBlock(session.text(text::kSummaryTitle),
-                       {{session.CommonString(text::kWorkbook), trResults(1).bookName},
-                        {session.CommonString(text::kRun),
-                         session.text(text::kSummaryRun, std::int64_t{runNumber}, std::int64_t{totalRuns})}});
-  sheet->SetSheetOption(1);
+  const auto sheet = context.workbook.AddSheet(session.text(text::kSummarySheet));
+  add_title(
+      context, *sheet, text::kSummaryTitle,
+      session.text(text::kSummaryRun, std::int64_t{context.run_number}, std::int64_t{context.total_runs}));
 
-  const auto failed = failed_results(trResults, isSelectedOutput);
-  auto rows = summary_rows(trSum);
+  const auto failed = failed_results(context.inputs, context.selected);
+  auto rows = summary_rows(summary);
   if (failed)
     rows.push_back({text::kFailed, session.text(text::kFailedCount, failed->all(), failed->results())});
   const auto count = static_cast<std::int32_t>(rows.size());
   const auto table = sheet->AddTable(count, 1, 1, 1, "", "");
-  table->SetColumnHeader(1, session.text(text::kSummaryValues), HAlign::kCenter, HAlign::kCenter, 0,
-                         layout::kFitColumn, "", false);
+  table->SetColumns({layout::figure_column(session.text(text::kSummaryValues), host::HAlign::kCenter)});
   table->CornerRange()->set_value(session.text(text::kSummaryLabels));
   host::CellBlock values(count, 1);
   std::int32_t row = 0;
@@ -167,47 +169,38 @@ std::int32_t MakeSummaryReport(session::Session& session, layout::ReportWorkbook
   table->PutBody(1, values);
   fit_column(*table, -1);
   fit_column(*table, 0);
-  if (failed) add_lines(session, *sheet, *failed, trResults, isSelectedOutput, trOutputs);
+  if (failed) add_lines(context, *sheet, *failed);
   sheet->FinishSheet();
   return 0;
 }
 
 // All outputs are listed by name and cell alone; their books and sheets are not told apart. One that has
 // results that are no numbers may have been moved all the same.
-std::int32_t makeOutputsMissingReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                      const model::OneBased<std::int32_t>& isSelectedOutput,
-                                      const model::Records& trResults, const model::Records& trOutputs,
-                                      std::int32_t t_NumUnreportedOutputs,
-                                      const model::OneBased<std::int32_t>& t_UnreportedOutputs,
-                                      std::int32_t runNumber, std::int32_t totalRuns) {
-  const auto sheet = rWB.AddSheet(session.text(text::kMissingSheet));
-  const std::string run =
-      std::to_string(runNumber) + session.text(text::kBetweenRuns) + std::to_string(totalRuns);
-  sheet->AddTitleBlockEx(session.text(text::kMissingTitle),
-                         {{session.CommonString(text::kWorkbook), trResults(1).bookName},
-                          {session.CommonString(text::kRun), run}});
-  sheet->SetSheetOption(1);
+std::int32_t MakeOutputsMissingReport(const Context& context, std::int32_t count,
+                                      const model::OneBased<std::int32_t>& unreported) {
+  const session::Session& session = context.session;
+  const auto sheet = context.workbook.AddSheet(session.text(text::kMissingSheet));
+  add_title(context, *sheet, text::kMissingTitle,
+            std::to_string(context.run_number) + session.text(text::kBetweenRuns) +
+                std::to_string(context.total_runs));
 
   const auto table =
-      sheet->AddTable(t_NumUnreportedOutputs, 2, 1, 0, session.text(text::kMissingCaption), "");
-  table->SetColumnHeader(1, session.text(text::kMissingOutputs), HAlign::kLeft, HAlign::kLeft, 0,
-                         layout::kNameColumnWidth, "", true);
-  table->SetColumnHeader(2, session.CommonString(text::kCell), HAlign::kCenter, HAlign::kCenter, 0,
-                         layout::kFitColumn, "", false);
-  if (t_NumUnreportedOutputs > 0) {
-    host::CellBlock outputs(t_NumUnreportedOutputs, 2);
-    for (std::int32_t i = 1; i <= t_NumUnreportedOutputs; ++i) {
-      const model::DralInputOutput& output = trOutputs(isSelectedOutput(t_UnreportedOutputs(i)));
+      AddTable(*sheet, count, 1, {.caption = session.text(text::kMissingCaption), .subcaption = ""},
+               {layout::name_column(session.text(text::kMissingOutputs)), SharedColumns(context).cell()});
+  if (count > 0) {
+    host::CellBlock outputs(count, 2);
+    for (std::int32_t i = 1; i <= count; ++i) {
+      const model::DralInputOutput& output = context.outputs(context.selected(unreported(i)));
       outputs.set_text(i, 1, ItemLabel(output));
       outputs.set_text(i, 2, output.cellAddress);
     }
     table->PutBody(1, outputs);
-    const auto failed = failed_results(trResults, isSelectedOutput);
-    for (std::int32_t i = 1; failed && i <= t_NumUnreportedOutputs; ++i) {
-      const std::int64_t count = failed->of_outputs(t_UnreportedOutputs(i));
-      if (count > 0)
+    const auto failed = failed_results(context.inputs, context.selected);
+    for (std::int32_t i = 1; failed && i <= count; ++i) {
+      const std::int64_t of_output = failed->of_outputs(unreported(i));
+      if (of_output > 0)
         table->AddTableNote(i, 1, session.CommonString(text::kNote),
-                            session.text(text::kFailedNote, count, failed->steps));
+                            session.text(text::kFailedNote, of_output, failed->steps));
     }
   }
   sheet->FinishSheet();

@@ -4,28 +4,19 @@
 
 #include <cstdint>
 
-#include "layout/report_workbook.h"
-#include "model/input_output.h"
+#include "model/one_based.h"
 #include "model/summary.h"
-#include "session/session.h"
+#include "reports/context.h"
 
 namespace ordvane::reports {
 
 // Where results of selected outputs are no numbers, one more row says how many, and lines below the table
-// which inputs and outputs have them. `isSelectedOutput` holds positions in `trOutputs`. Returns 0.
-std::int32_t MakeSummaryReport(session::Session& session, layout::ReportWorkbook& rWB,
-                               const model::OneBased<std::int32_t>& isSelectedOutput,
-                               const model::Records& trResults, const model::Records& trOutputs,
-                               const model::OrdvaneSummary& trSum, std::int32_t runNumber = 1,
-                               std::int32_t totalRuns = 1);
+// which inputs and outputs have them. Returns 0.
+std::int32_t MakeSummaryReport(const Context& context, const model::OrdvaneSummary& summary);
 
-// `t_UnreportedOutputs` holds positions in `isSelectedOutput`, which holds positions in `trOutputs`. Returns
-// 0.
-std::int32_t makeOutputsMissingReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                      const model::OneBased<std::int32_t>& isSelectedOutput,
-                                      const model::Records& trResults, const model::Records& trOutputs,
-                                      std::int32_t t_NumUnreportedOutputs,
-                                      const model::OneBased<std::int32_t>& t_UnreportedOutputs,
-                                      std::int32_t runNumber = 1, std::int32_t totalRuns = 1);
+// Of the first `count` elements of `unreported`, which are positions in the context's selected outputs.
+// Returns 0.
+std::int32_t MakeOutputsMissingReport(const Context& context, std::int32_t count,
+                                      const model::OneBased<std::int32_t>& unreported);
 
 }  // namespace ordvane::reports

@@ -5,26 +5,15 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
-#include "host/excel.h"
-#include "layout/report_workbook.h"
-#include "model/input_output.h"
 #include "model/ranking.h"
-#include "session/session.h"
+#include "reports/context.h"
+#include "reports/tornado_chart.h"
 
 namespace ordvane::reports {
 
-// `outputIndex` and `selectedOutputs` are one-based positions in `trOutputs`. `baseValue`: host::kNoBaseValue
-// for no base line. Returns 0; errors go to the caller.
-std::int32_t GenerateTornadoReport(session::Session& session, layout::ReportWorkbook& rWB,
-                                   std::int32_t outputIndex,
-                                   const model::OneBased<std::int32_t>& selectedOutputs,
-                                   const model::Records& trInputs, const model::Records& trOutputs,
-                                   std::int32_t numIterations, model::OrdvaneRangeMode rangeMode,
-                                   model::OrdvaneOutputMode outputMode, const model::RankingRecord& ranking,
-                                   std::int32_t runNumber, std::int32_t totalRuns, double baseValue,
-                                   const std::string& baseLabel, host::Color barColor,
-                                   host::Color baselineColor);
+// `output`: position in the context's outputs. Errors go to the caller.
+void GenerateTornadoReport(const Context& context, std::int32_t output, const model::RankingRecord& ranking,
+                           const TornadoStyle& style);
 
 }  // namespace ordvane::reports

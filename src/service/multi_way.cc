@@ -3,7 +3,6 @@
 // written.
 #include "model/multi_way.h"
 
-#include "model/naming.h"
 #include "reports/utils.h"
 #include "service/ordvane_reports.h"
 #include "service/spreadsheet_state.h"
@@ -20,24 +19,15 @@ constexpr std::int16_t kWriting = 1024;
 
 }  // namespace
 
-OrdvaneReports::Long OrdvaneReports::multiReport(layout::ReportWorkbook& rWB,
-                                                 const model::OneBased<Long>& isSelectedOutput,
-                                                 const model::Records& trInputs,
-                                                 const model::Records& trOutputs, Long NumIterations,
-                                                 model::OrdvaneOutputMode outputMode, Long runNumber,
-                                                 Long totalRuns) {
+OrdvaneReports::Long OrdvaneReports::multiReport(const reports::Context& context) {
   Long groups = 0;
   Long recalculations = 0;
-  getInputForIteration(rWB, isSelectedOutput, trInputs, trOutputs, trInputs.size(), trOutputs.size(), groups,
-                       recalculations, NumIterations, outputMode, runNumber, totalRuns);
-  return 0;
+  return getInputForIteration(context, context.inputs.size(), context.outputs.size(), groups, recalculations);
 }
 
-OrdvaneReports::Long OrdvaneReports::getInputForIteration(
-    layout::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
-    const model::Records& trInputs, const model::Records& trOutputs, Long inputBound, Long outputBound,
-    Long& groupCount, Long& recalculationCount, Long NumIterations, model::OrdvaneOutputMode outputMode,
-    Long runNumber, Long totalRuns) {
+OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context& context, Long inputBound,
+                                                          Long outputBound, Long& groupCount,
+                                                          Long& recalculationCount) {
   session::Session& s = services_->session;
   const auto progress = [&](std::int16_t id) {
     reports::ShowProgress(s, s.text(id));
@@ -45,20 +35,11 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
   };
   s.session_flag = 1;
   const SpreadsheetState found(s.g_XLApp);
-  const ReportArguments arguments{s,
-                                  rWB,
-                                  isSelectedOutput,
-                                  trInputs,
-                                  trOutputs,
-                                  NumIterations,
-                                  model::range_mode_of(trInputs),
-                                  outputMode,
-                                  runNumber,
-                                  totalRuns};
+  const model::OneBased<Long>& selected = context.selected;
 
   progress(kReading);
-  const model::MultiWayRun run =
-      model::ReadMultiWay(s, trInputs, trOutputs, isSelectedOutput, DefaultMultiGroupSize, runNumber);
+  const model::MultiWayRun run = model::ReadMultiWay(s, context.inputs, context.outputs, selected,
+                                                     DefaultMultiGroupSize, context.run_number);
   groupCount = run.groups.size();
   recalculationCount = run.recalculations;
   s.log.line(name() + ".getInputForIteration inputs: " + log_text(inputBound) +
@@ -66,23 +47,24 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(
              "   recalculations: " + log_text(recalculationCount));
 
   model::OneBased<model::GroupEffects> effects;
-  for (Long k = 1; k <= isSelectedOutput.size(); ++k) {
+  for (Long k = 1; k <= selected.size(); ++k) {
     s.check_cancel();
-    effects.push_back(model::RankGroups(run, trInputs, trOutputs, k, isSelectedOutput(k)));
+    effects.push_back(model::RankGroups(run, context.inputs, context.outputs, k, selected(k)));
   }
   const reports::MultiTornadoLimits limits{MaxInputsPerGraph, InputsChangeThreshold};
   if (groupCount > 0 && reports_.multi_tornado) {
-    for (Long k = 1; k <= isSelectedOutput.size(); ++k) {
+    for (Long k = 1; k <= selected.size(); ++k) {
       progress(kDrawing);
-      const Long output = isSelectedOutput(k);
+      const Long output = selected(k);
       graph_or_log("multiReport", [&] {
-        reports_.multi_tornado(arguments, output, run, effects(k), limits, tornado_style(trOutputs(output)));
+        reports_.multi_tornado(context, output, run, effects(k), limits,
+                               tornado_style(context.outputs(output)));
       });
     }
   }
   if (reports_.multi_way_detail) {
     progress(kWriting);
-    reports_.multi_way_detail(arguments, run, effects);
+    reports_.multi_way_detail(context, run, effects);
   }
   return 0;
 }

@@ -101,18 +101,13 @@ class OrdvaneReports {
   }
 
   // The multi-way analysis: a tornado of the groups of inputs varied together for each selected output, and
-  // the table of their combinations. `isSelectedOutput`: positions in `trOutputs`; both record arrays as
-  // OrdvaneScan::getData left them. `NumIterations`: standard recalculations of the run. A tornado that fails
-  // is logged and the next report follows. Restores the spreadsheet as GenerateReports does. Returns 0.
-  Long multiReport(layout::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
-                   const model::Records& trInputs, const model::Records& trOutputs, Long NumIterations,
-                   model::OrdvaneOutputMode outputMode, Long runNumber = 1, Long totalRuns = 1);
+  // the table of their combinations. A tornado that fails is logged and the next report follows. Restores the
+  // spreadsheet as GenerateReports does. Returns 0.
+  Long multiReport(const reports::Context& context);
   // The same with the upper bounds of both record arrays. `groupCount` and `recalculationCount` receive how
   // many groups, and multi-way recalculations, were reported.
-  Long getInputForIteration(layout::ReportWorkbook& rWB, const model::OneBased<Long>& isSelectedOutput,
-                            const model::Records& trInputs, const model::Records& trOutputs, Long inputBound,
-                            Long outputBound, Long& groupCount, Long& recalculationCount, Long NumIterations,
-                            model::OrdvaneOutputMode outputMode, Long runNumber = 1, Long totalRuns = 1);
+  Long getInputForIteration(const reports::Context& context, Long inputBound, Long outputBound,
+                            Long& groupCount, Long& recalculationCount);
 
  private:
   class Pipeline;

@@ -258,13 +258,12 @@ void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted
 void OrdvaneReports::Pipeline::graphs_of(std::int32_t output, const model::RankingRecord& ranking,
                                          const ProgressTexts& progress) {
   const Reports& reports = owner_.reports_;
-  graph_report("TornadoGraphs", owner_.TornadoGraphs(), progress.tornado, reports.tornado != nullptr, [&] {
-    reports.tornado(arguments(), output, ranking, owner_.tornado_style(outputs_(output)));
-  });
+  graph_report("TornadoGraphs", owner_.TornadoGraphs(), progress.tornado, reports.tornado != nullptr,
+               [&] { reports.tornado(context(), output, ranking, owner_.tornado_style(outputs_(output))); });
   graph_report("SpiderGraphs", owner_.SpiderGraphs(), progress.spider, reports.spider != nullptr,
-               [&] { reports.spider(arguments(), output, ranking); });
+               [&] { reports.spider(context(), output, ranking); });
   graph_report("SensitivityGraphs", owner_.SensitivityGraphs(), progress.sensitivity,
-               reports.sensitivity != nullptr, [&] { reports.sensitivity(arguments(), output, ranking); });
+               reports.sensitivity != nullptr, [&] { reports.sensitivity(context(), output, ranking); });
 }
 
 void OrdvaneReports::Pipeline::output_details(const ProgressTexts& progress) {
@@ -274,7 +273,7 @@ void OrdvaneReports::Pipeline::output_details(const ProgressTexts& progress) {
   if (number_sims_ > 1) log("NumOutputsSelected: " + log_text(summary_.OutputsSelected));
   for (const std::int32_t output : sel_out_) {
     show_progress(progress.output_detail);
-    owner_.reports_.output_detail(arguments(), output);
+    owner_.reports_.output_detail(context(), output);
     check_cancel();
     refresh_screen();
   }
@@ -289,7 +288,7 @@ std::int32_t OrdvaneReports::Pipeline::detail_by_input(const ProgressTexts& prog
     return 0;
   }
   show_progress(progress.detail_by_input);
-  const std::int32_t result = owner_.reports_.detail_by_input(arguments());
+  const std::int32_t result = owner_.reports_.detail_by_input(context());
   refresh_screen();
   return result;
 }
@@ -297,8 +296,7 @@ std::int32_t OrdvaneReports::Pipeline::detail_by_input(const ProgressTexts& prog
 void OrdvaneReports::Pipeline::multi_way() {
   log("MultiWayReport: " + log_text(owner_.MultiWayReport()));
   if (!owner_.MultiWayReport()) return;
-  owner_.multiReport(*workbook_, sel_out_, inputs_, outputs_, num_iterations_, output_mode_, run_number_,
-                     total_runs_);
+  owner_.multiReport(context());
   refresh_screen();
 }
 
@@ -306,14 +304,12 @@ void OrdvaneReports::Pipeline::outputs_missing() {
   log("NumUnreportedOutputs: " + log_text(unreported_.size()));
   const bool graphs = owner_.TornadoGraphs() || owner_.SpiderGraphs() || owner_.SensitivityGraphs();
   if (unreported_.empty() || !graphs) return;
-  reports::makeOutputsMissingReport(session_, *workbook_, sel_out_, inputs_, outputs_, unreported_.size(),
-                                    unreported_, run_number_, total_runs_);
+  reports::MakeOutputsMissingReport(context(), unreported_.size(), unreported_);
   refresh_screen();
 }
 
 void OrdvaneReports::Pipeline::summary() {
-  reports::MakeSummaryReport(session_, *workbook_, sel_out_, inputs_, outputs_, summary_, run_number_,
-                             total_runs_);
+  reports::MakeSummaryReport(context(), summary_);
 }
 
 // The exit steps. Each is taken whatever became of the ones before it.
@@ -358,7 +354,7 @@ void OrdvaneReports::Pipeline::refresh_screen() {
   session_.application().set_screen_updating(false);
 }
 
-ReportArguments OrdvaneReports::Pipeline::arguments() {
+reports::Context OrdvaneReports::Pipeline::context() {
   return {session_,        *workbook_,  sel_out_,     inputs_,     outputs_,
           num_iterations_, range_mode_, output_mode_, run_number_, total_runs_};
 }

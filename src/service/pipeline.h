@@ -61,7 +61,7 @@ class OrdvaneReports::Pipeline {
   void show_progress(std::int16_t id);
   void check_cancel();
   void refresh_screen();
-  ReportArguments arguments();
+  reports::Context context();
 
   OrdvaneReports& owner_;
   session::Session& session_;

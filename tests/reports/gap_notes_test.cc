@@ -69,6 +69,14 @@ class GapNotesTest : public testing::TestWithParam<Case> {
     return records(records.size());
   }
 
+  Context context(layout::ReportWorkbook& workbook) {
+    return {.session = bench_.session,
+            .workbook = workbook,
+            .selected = selected_,
+            .inputs = inputs_,
+            .outputs = outputs_,
+            .recalculations = 4};
+  }
   std::string text(layout::ReportWorkbook& reports) {
     const auto& sheet = bench_.first_sheet(reports);
     return test::sheet_text(*bench_.kept, sheet);
@@ -79,6 +87,7 @@ class GapNotesTest : public testing::TestWithParam<Case> {
   }
 
   test::TablesBench bench_;
+  model::OneBased<std::int32_t> selected_ = {1, 2};
   model::Records inputs_, outputs_;
 };
 
@@ -132,11 +141,10 @@ TEST_P(GapNotesTest, StandAtTheFirstCellThatTheyAreAbout) {
     return text;
   };
   auto details = bench_.reports();
-  MakeOutputDetailReport(bench_.session, details, 1, inputs_, outputs_, 4, model::OrdvaneRangeCellMode, 1, 1);
+  MakeOutputDetailReport(context(details), 1);
   EXPECT_EQ(notes(text(details)), in_order(GetParam().detail));
   auto by_input = bench_.reports();
-  MakeDetailByInputReport(bench_.session, by_input, {1, 2}, inputs_, outputs_, 4, model::OrdvaneRangeCellMode,
-                          1, 1);
+  MakeDetailByInputReport(context(by_input));
   EXPECT_EQ(notes(text(by_input)), in_order(GetParam().by_input));
 }
 
@@ -147,7 +155,7 @@ class DetailTexts : public GapNotesTest {};
 
 TEST_P(DetailTexts, ReadAsSentences) {
   auto reports = bench_.reports();
-  MakeOutputDetailReport(bench_.session, reports, 2, inputs_, outputs_, 4, model::OrdvaneRangeCellMode, 1, 1);
+  MakeOutputDetailReport(context(reports), 2);
   EXPECT_THAT(text(reports), testing::AllOf(HasSubstr("B3 \"(B2)\""), HasSubstr("\"<405: B2>\""),
                                             HasSubstr("\"<430>\""), Not(HasSubstr("<400>"))));
 }

@@ -42,13 +42,16 @@ struct MultiBench : test::GraphBench {
     effects = model::RankGroups(run, inputs, outputs, 1, 1);
   }
 
-  std::int32_t generate() {
-    return GenerateMultiTornadoReport(session, *workbook, 1, inputs, outputs, run, effects, range_mode, mode,
-                                      run_number, runs, limits,
-                                      {.base_value = runs > 1 ? host::kNoBaseValue : output().BaseValue(),
-                                       .base_label = "Base value",
-                                       .bar_color = kBlue,
-                                       .baseline_color = kRed});
+  void generate() {
+    Context given = context(mode);
+    given.range_mode = range_mode;
+    given.run_number = run_number;
+    given.total_runs = runs;
+    GenerateMultiTornadoReport(given, 1, run, effects, limits,
+                               {.base_value = runs > 1 ? host::kNoBaseValue : output().BaseValue(),
+                                .base_label = "Base value",
+                                .bar_color = kBlue,
+                                .baseline_color = kRed});
   }
 
   model::MultiWayRun run;
@@ -71,7 +74,7 @@ std::string make_report(MultiBench& bench, const Situation& c) {
   bench.output().set_BaseValue(c.base);
   bench.set_groups(c.groups);
   if (c.change) c.change(bench);
-  EXPECT_EQ(bench.generate(), 0);
+  bench.generate();
   return bench.text();
 }
 

@@ -96,8 +96,14 @@ class MultiWayDetail : public testing::Test {
   std::string report(const Model& m, model::OrdvaneRangeMode mode = model::OrdvaneRangeCellMode,
                      std::int32_t runs = 1) {
     layout::ReportWorkbook reports = bench_.reports();
-    MakeMultiWayDetailReport(bench_.session, reports, m.selected, m.inputs, m.outputs, m.run, m.effects, mode,
-                             1, runs);
+    MakeMultiWayDetailReport({.session = bench_.session,
+                              .workbook = reports,
+                              .selected = m.selected,
+                              .inputs = m.inputs,
+                              .outputs = m.outputs,
+                              .range_mode = mode,
+                              .total_runs = runs},
+                             m.run, m.effects);
     return test::sheet_text(bench_.model(reports), bench_.first_sheet(reports));
   }
   // Cells of a look, among those that hold something.

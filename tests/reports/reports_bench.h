@@ -19,6 +19,7 @@
 #include "model/input_output.h"
 #include "model/ranking.h"
 #include "office/office.h"
+#include "reports/context.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/values.h"
 #include "session/session.h"
@@ -68,6 +69,15 @@ class GraphBench {
       input.outputRankPut(1, rank);
     }
     ranking.input_limit = inputs.size();
+  }
+
+  reports::Context context(model::OrdvaneOutputMode mode = model::OrdvaneOutputAsValue) {
+    return {.session = session,
+            .workbook = *workbook,
+            .selected = selected,
+            .inputs = inputs,
+            .outputs = outputs,
+            .output_mode = mode};
   }
 
   std::shared_ptr<const office::BookModel> book() { return app->model(*workbook->workbook()); }

@@ -16,9 +16,7 @@ using Report = decltype(&GenerateSpiderReport);
 
 std::string make_report(GraphBench& bench, const Situation& c, Report report) {
   set_up(bench, c);
-  EXPECT_EQ(report(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
-                   model::OrdvaneRangeCellMode, c.mode, bench.ranking, 1, 1),
-            0);
+  report(bench.context(c.mode), 1, bench.ranking);
   return bench.text();
 }
 

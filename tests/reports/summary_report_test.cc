@@ -40,6 +40,19 @@ model::OrdvaneSummary summary() {
   return sum;
 }
 
+// Of the second of three runs. The arguments live as long as the call that they are made for.
+Context context(test::TablesBench& bench, layout::ReportWorkbook& workbook,
+                const model::OneBased<std::int32_t>& selected, const model::Records& inputs,
+                const model::Records& outputs) {
+  return {.session = bench.session,
+          .workbook = workbook,
+          .selected = selected,
+          .inputs = inputs,
+          .outputs = outputs,
+          .run_number = 2,
+          .total_runs = 3};
+}
+
 constexpr const char* kSummarySheet =
     R"(== <815>
 A1 "<818>"
@@ -63,7 +76,7 @@ TEST(MakeSummaryReport, ShowsTheTotals) {
   test::TablesBench bench;
   auto reports = bench.reports();
   const auto results = records({{"Price", "C5"}});
-  EXPECT_EQ(MakeSummaryReport(bench.session, reports, {}, results, {}, summary(), 2, 3), 0);
+  EXPECT_EQ(MakeSummaryReport(context(bench, reports, {}, results, {}), summary()), 0);
   const auto& sheet = bench.first_sheet(reports);
   EXPECT_EQ(test::sheet_text(*bench.kept, sheet), kSummarySheet);
   EXPECT_EQ(bench.app->calculation(), host::Calculation::kManual);
@@ -113,7 +126,7 @@ TEST(MakeSummaryReport, SaysWhichResultsAreNoNumbers) {
   for (const auto& c : kCases) {
     test::TablesBench bench;
     auto reports = bench.reports();
-    EXPECT_EQ(MakeSummaryReport(bench.session, reports, c.selected, inputs, outputs, summary(), 2, 3), 0);
+    EXPECT_EQ(MakeSummaryReport(context(bench, reports, c.selected, inputs, outputs), summary()), 0);
     const auto& sheet = bench.first_sheet(reports);
     const std::string text = test::sheet_text(*bench.kept, sheet);
     EXPECT_EQ(text.substr(0, text.find("merged")), kSummarySheet + std::string(c.added));
@@ -128,7 +141,7 @@ TEST(MakeSummaryReport, FailsWithoutResultsAndOnOverflow) {
   overflowing.OutputsImpacted = -1;
   const auto code_of = [&](const model::Records& results, const model::OrdvaneSummary& sum) {
     try {
-      return MakeSummaryReport(bench.session, reports, {}, results, {}, sum);
+      return MakeSummaryReport(context(bench, reports, {}, results, {}), sum);
     } catch (const host::Error& error) {
       return error.code();
     }
@@ -155,8 +168,7 @@ TEST(MakeOutputsMissingReport, ListsOutputsThroughBothArrays) {
   auto reports = bench.reports();
   const auto outputs = records({{"Cost", "C8"}, {"Profit", "C9"}, {" ", "D7"}});
   const auto results = records({{"Price", "C5"}});
-  EXPECT_EQ(makeOutputsMissingReport(bench.session, reports, {2, 1, 3}, results, outputs, 2, {3, 1}, 2, 3),
-            0);
+  EXPECT_EQ(MakeOutputsMissingReport(context(bench, reports, {2, 1, 3}, results, outputs), 2, {3, 1}), 0);
   const auto& sheet = bench.first_sheet(reports);
   EXPECT_EQ(test::sheet_text(*bench.kept, sheet), kMissingSheet);
 }
@@ -165,8 +177,8 @@ TEST(MakeOutputsMissingReport, TellsOutputsWithoutResultsFromThoseThatNothingMov
   test::TablesBench bench;
   auto reports = bench.reports();
   const auto inputs = results_of({{"Price", {{1, kNaN}, {1, kNaN}}}});
-  makeOutputsMissingReport(bench.session, reports, {1, 2}, inputs,
-                           records({{"Cost", "C8"}, {"Profit", "C9"}}), 2, {1, 2});
+  MakeOutputsMissingReport(
+      context(bench, reports, {1, 2}, inputs, records({{"Cost", "C8"}, {"Profit", "C9"}})), 2, {1, 2});
   const auto& sheet = bench.first_sheet(reports);
   const std::string text = test::sheet_text(*bench.kept, sheet);
   EXPECT_TRUE(text.ends_with("note at A8 \"<116>:\n<261: 2, 2>\"\n")) << text;
@@ -176,7 +188,7 @@ TEST(MakeOutputsMissingReport, TellsOutputsWithoutResultsFromThoseThatNothingMov
 TEST(MakeOutputsMissingReport, OfNoOutputsHasAHeaderAlone) {
   test::TablesBench bench;
   auto reports = bench.reports();
-  EXPECT_EQ(makeOutputsMissingReport(bench.session, reports, {}, records({{"Price", "C5"}}), {}, 0, {}), 0);
+  EXPECT_EQ(MakeOutputsMissingReport(context(bench, reports, {}, records({{"Price", "C5"}}), {}), 0, {}), 0);
   const auto& sheet = bench.first_sheet(reports);
   const std::string text = test::sheet_text(*bench.kept, sheet);
   EXPECT_TRUE(text.ends_with("B6 \"<101>\"\n")) << text;

@@ -26,18 +26,20 @@ const std::vector<TestInput> kTwoInputs = {
     {"Price", "B3", 10, {{8, 60}, {10, 100}, {12, 140}}, "0"},
 };
 
+TornadoStyle style(double base, host::Color line = kRed) {
+  return {.base_value = base, .base_label = "Base value", .bar_color = kBlue, .baseline_color = line};
+}
+
 std::string make_report(GraphBench& bench, const Situation& c, std::int32_t run = 1, std::int32_t runs = 1) {
   set_up(bench, c);
-  model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;
+  Context context = bench.context(c.mode);
   for (const auto& input : bench.inputs) {
-    if (input.sheetName != "Model") range_mode = std::max(range_mode, model::OrdvaneRangeSheetMode);
-    if (input.bookName != "plant.xlsx") range_mode = model::OrdvaneRangeBookMode;
+    if (input.sheetName != "Model") context.range_mode = model::OrdvaneRangeSheetMode;
+    if (input.bookName != "plant.xlsx") context.range_mode = model::OrdvaneRangeBookMode;
   }
-  const double base = runs > 1 ? host::kNoBaseValue : c.base;
-  EXPECT_EQ(
-      GenerateTornadoReport(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs, 0,
-                            range_mode, c.mode, bench.ranking, run, runs, base, "Base value", kBlue, kRed),
-      0);
+  context.run_number = run;
+  context.total_runs = runs;
+  GenerateTornadoReport(context, 1, bench.ranking, style(runs > 1 ? host::kNoBaseValue : c.base));
   return bench.text();
 }
 
@@ -283,11 +285,7 @@ TEST(TornadoReport, BaseLineStandsOutFromTheBars) {
   for (const host::Color wanted : {kRed, kBlue}) {
     GraphBench bench;
     set_up(bench, kSituations[0]);
-    ASSERT_EQ(
-        GenerateTornadoReport(bench.session, *bench.workbook, 1, bench.selected, bench.inputs, bench.outputs,
-                              0, model::OrdvaneRangeCellMode, model::OrdvaneOutputAsValue, bench.ranking, 1,
-                              1, 100, "Base value", kBlue, wanted),
-        0);
+    GenerateTornadoReport(bench.context(), 1, bench.ranking, style(100, wanted));
     const auto book = bench.book();
     const office::ChartModel& chart = *book->sheets.front()->charts.front();
     const host::Color line = chart.series.back()->line.value().color.value();

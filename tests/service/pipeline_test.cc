@@ -31,9 +31,9 @@ struct Recorder {
   Reports reports() {
     const auto graph = [this](const std::string& name) {
       return
-          [this, name](const ReportArguments& a, std::int32_t output, const model::RankingRecord& ranking) {
-            calls.push_back(name + " " + std::to_string(output) + " run " + std::to_string(a.runNumber) +
-                            "/" + std::to_string(a.totalRuns));
+          [this, name](const Reports::Context& a, std::int32_t output, const model::RankingRecord& ranking) {
+            calls.push_back(name + " " + std::to_string(output) + " run " + std::to_string(a.run_number) +
+                            "/" + std::to_string(a.total_runs));
             swings.emplace_back(ranking.SortedArray.begin(), ranking.SortedArray.end());
             limits.push_back(ranking.input_limit);
           };
@@ -41,34 +41,34 @@ struct Recorder {
     Reports r;
     r.spider = graph("spider");
     r.sensitivity = graph("sensitivity");
-    r.tornado = [tornado = graph("tornado"), this](const ReportArguments& a, std::int32_t output,
+    r.tornado = [tornado = graph("tornado"), this](const Reports::Context& a, std::int32_t output,
                                                    const model::RankingRecord& ranking,
-                                                   const TornadoStyle& style) {
+                                                   const Reports::TornadoStyle& style) {
       tornado(a, output, ranking);
       styles.push_back(style);
-      range_mode = a.rangeMode;
+      range_mode = a.range_mode;
     };
-    r.output_detail = [this](const ReportArguments&, std::int32_t output) {
+    r.output_detail = [this](const Reports::Context&, std::int32_t output) {
       calls.push_back("detail " + std::to_string(output));
     };
-    r.detail_by_input = [this](const ReportArguments&) {
+    r.detail_by_input = [this](const Reports::Context&) {
       calls.emplace_back("by input");
       return by_input_result;
     };
-    r.multi_tornado = [this](const ReportArguments&, std::int32_t output, const model::MultiWayRun&,
+    r.multi_tornado = [this](const Reports::Context&, std::int32_t output, const model::MultiWayRun&,
                              const model::GroupEffects&, const reports::MultiTornadoLimits&,
-                             const TornadoStyle& style) {
+                             const Reports::TornadoStyle& style) {
       calls.push_back("multi-way tornado " + std::to_string(output));
       styles.push_back(style);
     };
-    r.multi_way_detail = [this](const ReportArguments&, const model::MultiWayRun&,
+    r.multi_way_detail = [this](const Reports::Context&, const model::MultiWayRun&,
                                 const model::OneBased<model::GroupEffects>&) {
       calls.emplace_back("multi-way");
     };
     return r;
   }
 
-  std::vector<TornadoStyle> styles;
+  std::vector<Reports::TornadoStyle> styles;
   model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;
   std::int32_t by_input_result = 0;
 };
