@@ -157,26 +157,36 @@ void ReportTable::SetRowHeader(std::int32_t row_header_column, std::int32_t row,
 }
 
 void ReportTable::SetColumns(const std::vector<Column>& columns) {
-  std::vector<Heading> headings;
   for (std::int32_t number = 1; const Column& column : columns) {
+    if (header_rows_ > 0) SetCaption(number, column.caption, column.caption_alignment);
     SetColumn(number, column.alignment, column.width, column.number_format, column.text);
-    if (column.indented) Body(1, number, rows_on_sheet())->set_indent(1);
-    if (column.begins_block) column_blocks_.push_back(body_column() + number - 1);
-    if (header_rows_ > 0) {
-      SetCaption(number, column.caption, column.caption_alignment);
-      if (column.indented) Header(header_rows_, number)->set_indent(1);
-      for (const GroupHeading& group : column.headings)
-        headings.push_back({group.row, number, group.rows, group.columns, group.caption});
-      if (!column.note.empty())
-        AddTableNote(0, number, sheet_.session().text(text_id::kNoteTitle), column.note);
+    if (column.indented) {
+      if (header_rows_ > 0) Header(header_rows_, number)->set_indent(1);
+      Body(1, number, rows_on_sheet())->set_indent(1);
     }
+    if (column.begins_block) column_blocks_.push_back(body_column() + number - 1);
+    ++number;
+  }
+  if (header_rows_ > 0) add_headings(columns);
+  for (std::int32_t number = 1; const Column& column : columns) {
+    if (header_rows_ > 0 && !column.note.empty())
+      AddTableNote(0, number, sheet_.session().text(text_id::kNoteTitle), column.note);
     if (column.rule) {
       sheet_.session().environment->pump_messages();  // a table may have thousands of them
       AddColumnRule(number);
     }
     ++number;
   }
-  // Wide groups get their widths before the groups within them.
+}
+
+// Wide groups get their widths before the groups within them.
+void ReportTable::add_headings(const std::vector<Column>& columns) {
+  std::vector<Heading> headings;
+  for (std::int32_t number = 1; const Column& column : columns) {
+    for (const GroupHeading& group : column.headings)
+      headings.push_back({group.row, number, group.rows, group.columns, group.caption});
+    ++number;
+  }
   std::stable_sort(headings.begin(), headings.end(),
                    [](const Heading& a, const Heading& b) { return a.row < b.row; });
   for (const Heading& heading : headings) AddHeading(heading);

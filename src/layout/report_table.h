@@ -111,6 +111,7 @@ class ReportTable {
   void write_captions(const std::string& caption, const std::string& subcaption);
   void format_header();
   void format_body();
+  void add_headings(const std::vector<Column>& columns);
   double settle_column(std::int32_t column);
   void settle_groups();
   void settle_rows();

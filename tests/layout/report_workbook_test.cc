@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "layout/layout_bench.h"
-#include "layout/report_chart.h"
+#include "layout/point_chart.h"
 #include "layout/report_table.h"
 
 namespace ordvane::layout {
@@ -205,22 +205,22 @@ TEST(ReportSheet, GivesTheRoomOfARemovedChartBack) {
   const auto sheet = reports.AddSheet("Charts");
   sheet->AddTitleBlock("Report", {});
   const std::int32_t first = sheet->NextCell()->row();
-  const auto chart = sheet->AddChart(33, 428, 300);
+  const auto chart = sheet->AddPointChart(428, 300);
   EXPECT_EQ(sheet->NextCell()->row(), first + 21);
   EXPECT_EQ(chart->Container()->top(), sheet->SheetWorksheet()->range(first, 1, 1, 1)->top() + 0.75)
       << "the frame's width below, so that none of it is printed on the page before";
   sheet->RemoveChart(chart);
   EXPECT_EQ(sheet->NextCell()->row(), first);
 
-  const auto above = sheet->AddChart(33, 428, 300);
+  const auto above = sheet->AddPointChart(428, 300);
   const double top = above->Container()->top();
   sheet->AddTable(3, 1, 1, 0, "", "");
   const std::int32_t next = sheet->NextCell()->row();
   sheet->RemoveChart(above);
-  EXPECT_EQ(sheet->AddChart(33, 428, 300)->Container()->top(), top)
+  EXPECT_EQ(sheet->AddPointChart(428, 300)->Container()->top(), top)
       << "in the place of the one above the table";
   EXPECT_EQ(sheet->NextCell()->row(), next);
-  EXPECT_GT(sheet->AddChart(33, 428, 300)->Container()->top(), top);
+  EXPECT_GT(sheet->AddPointChart(428, 300)->Container()->top(), top);
 }
 
 TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
@@ -232,7 +232,7 @@ TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
   sheet->AddLine(std::string(400, 'w'));
   sheet->PlaceChartsSideBySide(2);
   std::vector<std::shared_ptr<ReportChart>> charts;
-  for (int i = 0; i < 9; ++i) charts.push_back(sheet->AddChart(34, 376, 300));
+  for (int i = 0; i < 9; ++i) charts.push_back(sheet->AddPointChart(376, 300));
   const double line_end = charts.front()->Container()->top();
   sheet->FinishSheet();
   const office::SheetModel& model = bench.first_sheet(reports);
@@ -265,7 +265,7 @@ TEST(ReportSheet, LinesBelongToWhatStandsAboveThem) {
   sheet->SetSheetOption(1);
   sheet->AddTable(1, 3, 1, 0, "", "");
   const std::int32_t room = sheet->NextCell()->row();
-  const auto chart = sheet->AddChart(33, 428, 420);
+  const auto chart = sheet->AddPointChart(428, 420);
   const std::int32_t first = sheet->NextCell()->row();
   sheet->AddLine("No effect: Rent (B4)");
   sheet->AddLine(words);
@@ -286,6 +286,37 @@ TEST(ReportSheet, LinesBelongToWhatStandsAboveThem) {
   for (const office::Area& area : model.merges) merged.push_back(area.row);
   EXPECT_THAT(merged, testing::UnorderedElementsAre(2, first, first + 1, table->BodyRange()->row() + 5));
   EXPECT_THAT(model.page.row_breaks, ElementsAre(room, first + 3));
+}
+
+// Lines are fitted when a chart is placed and once more at the end, when columns may be wider and others fit.
+TEST(ReportSheet, LinesAreWholeWhateverWidthsTheColumnsGet) {
+  const std::string words(400, 'w');
+  for (const std::size_t label : {1, 12, 25, 60}) {
+    for (const double width : {200.0, 376.0, 900.0}) {
+      for (const std::int32_t charts : {1, 3}) {
+        for (const bool line_below : {false, true}) {
+          SCOPED_TRACE(testing::Message() << label << " " << width << " " << charts << " " << line_below);
+          test::TablesBench bench;
+          auto reports = bench.reports();
+          const auto sheet = reports.AddSheet("Lines");
+          sheet->AddTitleBlock("Report", {{std::string(label, 'W'), 5.0}});
+          const std::int32_t first = sheet->AddLine(words)->row();
+          sheet->AddTable(2, 5, 1, 0, "", "");
+          if (line_below) sheet->AddLine(words);
+          sheet->PlaceChartsSideBySide(2);
+          std::vector<std::shared_ptr<PointChart>> placed;
+          for (std::int32_t i = 0; i < charts; ++i) placed.push_back(sheet->AddPointChart(width, 100));
+          ASSERT_NO_THROW(sheet->FinishSheet());
+          std::vector<std::int32_t> merged;
+          for (const office::Area& area : bench.first_sheet(reports).merges)
+            if (area.column == 1) merged.push_back(area.row);
+          EXPECT_EQ(merged, line_below ? (std::vector{first, first + 6}) : std::vector{first});
+          const auto line = sheet->SheetWorksheet()->range(first, 1, 1, 1);
+          EXPECT_LE(line->top() + line->row_height(), placed.front()->Container()->top());
+        }
+      }
+    }
+  }
 }
 
 struct PageCase {
@@ -317,7 +348,7 @@ TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
     const auto sheet = reports.AddSheet("Pages");
     sheet->AddTitleBlock("Cost & profit", {});
     sheet->SetSheetOption(1);
-    if (c.chart) sheet->AddChart(33, 428, 300);
+    if (c.chart) sheet->AddPointChart(428, 300);
     const auto table = sheet->AddTable(c.rows, c.columns, 2, 0, "", "");
     for (std::int32_t column = 1; column <= c.columns; ++column)
       table->SetColumnHeader(column, "x", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
