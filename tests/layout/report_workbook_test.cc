@@ -128,7 +128,7 @@ A10 "second"  B10 2 {0.00}  C10 20
 A12 "Second table"
 A13 "Only header"
 A16 "below"
-note at C8 "Note:
+note at C8 "<116>:
 About a column."
 note at B10 "Note:
 About a value.
