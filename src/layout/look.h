@@ -66,6 +66,8 @@ inline host::BorderFormat rule(host::LineWeight weight, host::Color color) {
           .color = color};
 }
 
+// Separates groups of columns and rows; the colour is an entry of the spreadsheet's colour table.
+inline constexpr host::BorderFormat kGroupRule = {.line_style = 1, .weight = 2, .color_index = 15};
 inline constexpr host::BorderFormat kNoLine = {.line_style = host::kXlNone};
 
 }  // namespace ordvane::layout::look

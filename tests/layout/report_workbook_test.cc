@@ -11,7 +11,6 @@
 namespace ordvane::layout {
 namespace {
 
-using host::HAlign;
 using testing::ElementsAre;
 
 TEST(ReportWorkbook, IsANewWorkbookWithoutEmptySheets) {
@@ -130,7 +129,7 @@ A10 "second"  B10 2 {0.00}  C10 20
 A12 "Second table"
 A13 "Only header"
 A16 "below"
-note at C8 "Note:
+note at C8 "<116>:
 About a column."
 note at B10 "Note:
 About a value.
@@ -144,9 +143,9 @@ TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
   sheet->AddTitleBlock("Report", {{"Workbook", "1-2"}, {"Base", 1234.5, "#,##0.0"}});
   const auto table = sheet->AddTable(2, 2, 2, 1, "Caption", "Subcaption");
   table->CornerRange()->set_value("Group");
-  table->SetColumnHeader(1, "Value", HAlign::kRight, HAlign::kCenter, 0, kFitColumn, "", false);
-  table->SetColumnHeader(2, "Percent change of the value", HAlign::kRight, HAlign::kCenter, 0, kFitColumn, "",
-                         false);
+  std::vector<Column> columns = {figure_column("Value"), figure_column("Percent change of the value")};
+  columns[1].note = "About a column.";
+  table->SetColumns(columns);
   table->SetRowHeader(1, 1, "first");
   table->SetRowHeader(1, 2, "second");
   sheet->SheetWorksheet()->range("A8")->set_value("Item");
@@ -156,11 +155,10 @@ TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
       body.set_number(row, column, row * (column == 1 ? 1 : 10));
   table->PutBody(1, body);
   table->FormatBody(1, 2, 1, "0.00");
-  table->AddTableNote(0, 2, "Note", "About a column.");
   table->AddTableNote(2, 1, "Note", "About a value.");
   sheet->AddCellNote(*table->Body(2, 1), "Note", "And more.");
   const auto empty = sheet->AddTable(0, 1, 1, 0, "Second table", "");
-  empty->SetColumnHeader(1, "Only header", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+  empty->SetColumns({name_column("Only header")});
   sheet->NextCell()->set_value("below");
   sheet->FinishSheet();
 
@@ -186,7 +184,7 @@ TEST(ReportTable, NameColumnsGrowWithTheirNamesWithinReason) {
     auto reports = bench.reports();
     const auto sheet = reports.AddSheet("Names");
     const auto table = sheet->AddTable(2, 2, 1, 0, "", "");
-    table->SetColumnHeader(1, "Name", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+    table->SetColumns({name_column("Name")});
     host::CellBlock body(2, 2);
     body.set_text(1, 1, std::string(c.length, 'e'));
     body.set_text(1, 2, std::string(400, 'e'));
@@ -350,8 +348,7 @@ TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
     sheet->SetSheetOption(1);
     if (c.chart) sheet->AddPointChart(428, 300);
     const auto table = sheet->AddTable(c.rows, c.columns, 2, 0, "", "");
-    for (std::int32_t column = 1; column <= c.columns; ++column)
-      table->SetColumnHeader(column, "x", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+    table->SetColumns(std::vector(static_cast<std::size_t>(c.columns), name_column("x")));
     sheet->FinishSheet();
     const auto& model = bench.first_sheet(reports);
     EXPECT_EQ(model.page.landscape, c.landscape);
@@ -373,10 +370,11 @@ TEST(ReportSheet, PrintsBlocksOfColumnsWholeWithTheirHeading) {
   sheet->SetSheetOption(1);
   const auto table = sheet->AddTable(5, 13, 2, 0, "", "");
   table->SetIdentityColumns(1, 1);
-  table->AddColumnBlocks(2, 3, 4);
-  table->AddHeading({1, 2, 1, 12, "Output"});
-  for (std::int32_t column = 1; column <= 13; ++column)
-    table->SetColumnHeader(column, "x", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+  std::vector<Column> columns = {name_column("x")};
+  std::vector<Column> block(12, name_column("x"));
+  for (std::size_t at = 0; at < block.size(); at += 3) block[at].begins_block = true;
+  append(columns, grouped("Output", 1, block));
+  table->SetColumns(columns);
   sheet->FinishSheet();
   const auto& model = bench.first_sheet(reports);
   EXPECT_EQ(model.page.column_breaks, (std::vector<std::int32_t>{8}));
