@@ -11,7 +11,6 @@
 #include "reports/step_remarks.h"
 
 namespace ordvane::reports {
-namespace {}  // namespace
 
 void StepChart::add_series(const model::OrdvaneGraphRange& range) {
   host::ignoring_errors([&] { chart_->AddSeries(*range.xValues(), *range.yValues(), range.rName()); });
