@@ -472,8 +472,8 @@ class RecordedEngine : public engine::Engine {
                                 [&](const GroupPlace& group) { return group.end() <= recalculation; });
   }
 
-  // Puts what one input was set to where it is a member into `data`, which starts at multi-way recalculation
-  // `first`.
+  // Puts what one input was set to where it is a member into `data`, which starts at
+  // multi-way recalculation `first`.
   void copy_group_input(std::size_t place, std::int32_t run, std::int64_t first,
                         std::span<double> data) const {
     const std::int64_t stop = first + static_cast<std::int64_t>(data.size());
