@@ -17,30 +17,32 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// What differs from report to report. A sheet about one output has a name with a place, for the output's
+// cell.
+template <int places_of_name>
 struct SheetTexts {
-  std::int16_t sheet_name;  // filled with the output's cell, of one output
-  std::int16_t title;
-  std::int16_t run_line;  // filled with run number and number of runs
+  session::TextId<places_of_name> sheet_name;
+  session::TextId<0> title;
+  session::TextId<2> run_line;  // filled with run number and number of runs
 };
 
 // A new sheet with its title block: the workbook of the inputs, and the run when there are several.
-std::shared_ptr<layout::ReportSheet> StartSheet(const Context& context, const SheetTexts& texts);
+std::shared_ptr<layout::ReportSheet> StartSheet(const Context& context, const SheetTexts<0>& texts);
 // The same for one output, whose workbook's name the caller chooses: with the output and its base value.
 std::shared_ptr<layout::ReportSheet> StartOutputSheet(const Context& context, const std::string& book,
                                                       const model::DralInputOutput& output,
-                                                      const SheetTexts& texts);
+                                                      const SheetTexts<1>& texts);
 
 // Notes that each stand at the first cell of a table that they are about.
 class FirstNotes {
  public:
-  // `text`: string id. The first place, row by row, is kept.
-  void add(std::int16_t text, std::int32_t row, std::int32_t column);
+  // The first place, row by row, is kept.
+  void add(session::TextId<0> text, std::int32_t row, std::int32_t column);
   // Attaches the notes. Returns their texts in the order of their places.
   std::vector<std::string> write(const session::Session& session, layout::ReportTable& table) const;
 
  private:
-  std::map<std::int16_t, std::pair<std::int32_t, std::int32_t>> places_;  // by text: row and column
+  std::map<session::TextId<0>, std::pair<std::int32_t, std::int32_t>> places_;  // by text: row and column
 };
 
 // When the session has one.

@@ -13,6 +13,7 @@
 #include "model/step_facts.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
@@ -20,27 +21,13 @@
 namespace ordvane::reports {
 namespace {
 
-using host::HAlign;
-
-// String ids.
-constexpr SheetTexts kSheetTexts = {.sheet_name = 313, .title = 311, .run_line = 316};
-constexpr TornadoTexts kChartTexts = {
-    .chart_title = 312, .chart_subtitle = 303, .change_axis = 308, .value_axis = 314};
-constexpr std::int16_t kHighGroup = 301;
-constexpr std::int16_t kLowGroup = 302;
-constexpr std::int16_t kGroup = 304;
-constexpr std::int16_t kNotes = 305;
-constexpr std::int16_t kNoBars = 306;
-constexpr std::int16_t kVariedTogether = 307;
-constexpr std::int16_t kSwing = 310;
-constexpr std::int16_t kTableCaption = 315;
-constexpr std::int16_t kNothingMoves = 332;
-constexpr std::int16_t kInvalidNote = 600;
-constexpr std::int16_t kBaseZeroNote = 608;
-constexpr std::int16_t kBaseInvalidNote = 730;
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
-constexpr std::int16_t kNoMultiTornado = 1041;
+constexpr SheetTexts<1> kSheetTexts = {.sheet_name = text_id::kMultiTornadoSheetName,
+                                       .title = text_id::kMultiTornadoTitle,
+                                       .run_line = text_id::kMultiTornadoRun};
+constexpr TornadoTexts kChartTexts = {.chart_title = text_id::kMultiTornadoChartTitle,
+                                      .chart_subtitle = text_id::kMultiTornadoChartSubtitle,
+                                      .change_axis = text_id::kMultiTornadoChangeAxis,
+                                      .value_axis = text_id::kMultiTornadoValueAxis};
 
 // Columns of the table, after those that say where the inputs are (one a step of the range mode).
 enum Column : std::int32_t { kRank = 1, kName, kLow, kLowChange, kHigh, kHighChange, kColumns = kHighChange };
@@ -81,13 +68,14 @@ class MultiTornado {
 
   void write(layout::ReportSheet& sheet) {
     if (bars_ <= 0) {
-      sheet.NextCell()->set_value(session_.text(kNoBars));
+      sheet.NextCell()->set_value(session_.text(text_id::kMultiTornadoNoBars));
       return;
     }
     fill_rows();
     chart_.choose_bars(rows_, {column(kName), column(low()), column(high())}, facts_, remarks_);
     if (const auto reason = reason_for_no_chart()) {
-      CreateMessageChart(sheet, session_.text(kNoMultiTornado) + "\r\n" + session_.text(*reason));
+      CreateMessageChart(sheet,
+                         session_.text(text_id::kMessageNoMultiTornado) + "\r\n" + session_.text(*reason));
       sheet.SetSheetOption(1);
       remarks_.write(sheet);
       write_table(sheet);
@@ -123,11 +111,11 @@ class MultiTornado {
     return std::min({by_rank_.size(), limits.max_inputs_per_graph, passing, kMostBars});
   }
 
-  std::optional<std::int16_t> reason_for_no_chart() const {
-    if (chart_.bars() == 0) return kNothingMoves;
+  std::optional<session::TextId<0>> reason_for_no_chart() const {
+    if (chart_.bars() == 0) return text_id::kMultiTornadoNothingMoves;
     if (context_.in_percent() && !has_base())
-      return output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
-    if (!chart_.has_bars()) return kInvalidNote;
+      return output_.BaseValue() == 0 ? text_id::kMessageOutputBaseZero : text_id::kMessageNoUsableBase;
+    if (!chart_.has_bars()) return text_id::kNoteNotShown;
     return std::nullopt;
   }
 
@@ -202,61 +190,45 @@ class MultiTornado {
     if (flags == 0) return;
     const bool change = place == kLowChange || place == kHighChange;
     const bool has_results = rows_.at(row, column(kLow)).kind == host::CellKind::kNumber;
-    notes_.add(change && has_results ? note_on_missing_change() : kInvalidNote, row, column(place));
+    notes_.add(change && has_results ? note_on_missing_change() : text_id::kNoteNotShown, row, column(place));
   }
 
-  std::int16_t note_on_missing_change() const {
-    return output_.BaseValue() == 0 ? kBaseZeroNote : kBaseInvalidNote;
+  session::TextId<0> note_on_missing_change() const {
+    return output_.BaseValue() == 0 ? text_id::kNoteOutputBaseZero : text_id::kTornadoOutputBaseNoNumber;
   }
 
   // ---- Table ----
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table = sheet.AddTable(bars_, column(kColumns), kHeaderRows, 0,
-                                session_.text(kTableCaption, std::to_string(bars_)),
-                                session_.text(kVariedTogether) + session_.text(kSwing));
-    write_headers(*table);
+    auto table = AddTable(
+        sheet, bars_, kHeaderRows,
+        {session_.text(text_id::kMultiTornadoCaption, std::to_string(bars_)),
+         session_.text(text_id::kMultiTornadoVariedTogether) + session_.text(text_id::kMultiTornadoSwing)},
+        columns());
     table->WrapNames();
     table->PutBody(1, rows_);
-    const std::string format = ValueFormat(output_);
     session_.log.line("GenerateMultiTornadoReport t_InputsCount: " + session::log_text(bars_) +
-                      "    numberFormat: " + format);
-    for (const Column value : {kLow, kHigh})
-      if (!format.empty()) table->FormatBody(1, bars_, column(value), format);
-    for (const Column change : {kLowChange, kHighChange})
-      table->FormatBody(1, bars_, column(change), PercentFormat());
-    for (const Column last : {kName, kLowChange, kHighChange})
-      table->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                           layout::kRuleColorIndex);
+                      "    numberFormat: " + ValueFormat(output_));
     for (std::int32_t row = 1; row <= bars_; ++row)
       if (const std::string note = StepNote(session_, facts_(row), Varied::kGroups); !note.empty())
-        table->AddTableNote(row, column(kName), session_.CommonString(12), note);
+        table->AddTableNote(row, column(kName), session_.text(text_id::kNoteTitle), note);
     std::string notes;
     for (const std::string& note : notes_.write(session_, *table)) notes += (notes.empty() ? "" : " ") + note;
-    if (!notes.empty()) sheet.NextCell()->set_value(session_.text(kNotes, notes));
+    if (!notes.empty()) sheet.NextCell()->set_value(session_.text(text_id::kMultiTornadoNotes, notes));
     return table;
   }
 
-  void write_headers(layout::ReportTable& table) {
-    const auto figures = [&](Column place, std::int32_t caption, HAlign body = HAlign::kRight) {
-      table.SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
-                            layout::kFitColumn, "", false);
-    };
-    const auto names = [&](std::int32_t place, const std::string& caption) {
-      table.SetColumnHeader(place, caption, HAlign::kLeft, HAlign::kLeft, 0, layout::kNameColumnWidth, "",
-                            true);
-    };
-    if (context_.range_mode == model::OrdvaneRangeBookMode) names(1, session_.CommonString(0));
-    if (context_.range_mode != model::OrdvaneRangeCellMode)
-      names(context_.range_mode, session_.CommonString(1));
-    figures(kRank, 9, HAlign::kCenter);
-    names(column(kName), session_.text(kGroup));
-    for (const Column value : {kLow, kHigh}) figures(value, 5);
-    for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
-
-    AddHeaderGroup(table, 1, column(kLow), 1, 4, session_.CommonString(11));
-    AddHeaderGroup(table, 2, column(kLow), 1, 2, session_.text(kLowGroup));
-    AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(kHighGroup));
+  std::vector<layout::Column> columns() const {
+    const SharedColumns shared(context_);
+    std::vector<layout::Column> columns = shared.places();
+    layout::append(columns, ruled({shared.rank(),
+                                   layout::name_column(session_.text(text_id::kMultiTornadoInputOrGroup))}));
+    std::vector<layout::Column> ends;
+    for (const session::TextId<0> end : {text_id::kMultiTornadoLowEnd, text_id::kMultiTornadoHighEnd})
+      layout::append(ends, ruled(layout::grouped(session_.text(end), 2,
+                                                 {shared.value(ValueFormat(output_)), shared.fraction()})));
+    layout::append(columns, shared.of_outputs(1, ends));
+    return columns;
   }
 
   const Context& context_;

@@ -13,6 +13,7 @@
 #include "reports/gap_notes.h"
 #include "reports/graph_sheet.h"
 #include "reports/output_detail.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
@@ -21,16 +22,6 @@ namespace ordvane::reports {
 namespace {
 
 using host::HAlign;
-
-namespace text {
-constexpr std::int16_t kSheetName = 210, kTitle = 211, kExtremesCaption = 212, kExtremesSubcaption = 213,
-                       kCaption = 214, kSubcaption = 215, kCombination = 216, kGroup = 217, kMembers = 218,
-                       kMember = 219, kInGroup = 220, kInteraction = 221, kHighest = 222, kLowest = 223,
-                       kProgress = 224, kTooManyRows = 225, kTooManyOutputs = 226, kTooManyMembers = 227,
-                       kGroupNote = 228, kInGroupNote = 229, kRankNote = 230, kInteractionNote = 231,
-                       kNoGroups = 232, kRun = 233, kLow = 201, kHigh = 202, kErrors = 270,
-                       kOtherValues = 271, kNoOwnSwing = 272, kLeavesOutBase = 273, kTooManyRowsInGroup = 274;
-}  // namespace text
 
 constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kNameRow = 2;
@@ -48,8 +39,6 @@ struct Columns {
   // Of each member: name, workbook and worksheet in the wider range modes, value.
   std::int32_t per_member() const { return m + 2; }
   std::int32_t name(std::int32_t member) const { return group + 1 + (member - 1) * per_member(); }
-  std::int32_t book(std::int32_t member) const { return name(member) + 1; }
-  std::int32_t sheet(std::int32_t member) const { return name(member) + m; }
   std::int32_t member_value(std::int32_t member) const { return name(member + 1) - 1; }
   // Of each output.
   std::int32_t result(std::int32_t output) const {
@@ -78,18 +67,25 @@ Columns columns_for(std::int32_t mode, std::int32_t largest_group, std::int32_t 
   return c;
 }
 
+// What a row is about, at least as wide as a mark of an extreme.
+layout::Column label_column(std::string caption) {
+  layout::Column column = layout::name_column(std::move(caption));
+  column.width = kLabelWidth;
+  return column;
+}
+
 // Why there is no interaction.
-std::int16_t text_of(model::InteractionState state) {
+session::TextId<0> text_of(model::InteractionState state) {
   switch (state) {
     case model::InteractionState::kNoOwnSwing:
-      return text::kNoOwnSwing;
+      return text_id::kMultiWayInputWithoutSwing;
     case model::InteractionState::kOtherValues:
-      return text::kOtherValues;
+      return text_id::kMultiWayOtherValues;
     case model::InteractionState::kErrors:
     case model::InteractionState::kMeasured:
       break;
   }
-  return text::kErrors;
+  return text_id::kMultiWayFailedResults;
 }
 
 class MultiWayDetail {
@@ -133,10 +129,11 @@ class MultiWayDetail {
 
   void find_extremes();
   void add_extremes();
-  void set_headers();
-  void add_header_notes();
+  std::vector<layout::Column> columns() const;
+  std::vector<layout::Column> member_columns() const;
+  std::vector<layout::Column> output_columns() const;
+  void add_notes(std::vector<layout::Column>& figures) const;
   void add_combinations();
-  void set_columns(layout::ReportTable& table, bool labelled);
   void fill_extremes();
   void fill_combinations();
   void fill_combination(const FilledRow& row, Filling& filling, std::int32_t group, std::int32_t combination);
@@ -186,7 +183,6 @@ class MultiWayDetail {
   std::shared_ptr<layout::ReportSheet> sheet_;
   // The second one goes on under the headers of the first.
   std::shared_ptr<layout::ReportTable> extremes_table_, combinations_table_;
-  std::optional<OutputHeadings> headings_;
 };
 
 MultiWayDetail::MultiWayDetail(const Context& context, const model::MultiWayRun& run,
@@ -198,8 +194,8 @@ MultiWayDetail::MultiWayDetail(const Context& context, const model::MultiWayRun&
       effects_(effects),
       c_(columns_for(context.range_mode, largest_group(), context.selected.size(), session_.sheet_columns)),
       order_(run.groups.size()),
-      low_(session_.text(text::kLow)),
-      high_(session_.text(text::kHigh)) {
+      low_(session_.text(text_id::kRangeLow)),
+      high_(session_.text(text_id::kRangeHigh)) {
   std::iota(order_.begin(), order_.end(), 1);
   std::sort(order_.begin(), order_.end(),
             [&](std::int32_t a, std::int32_t b) { return number(a) < number(b); });
@@ -219,9 +215,10 @@ std::int32_t MultiWayDetail::largest_group() const {
 void MultiWayDetail::make() {
   host::Application& application = session_.application();
   application.set_calculation(host::Calculation::kManual);
-  sheet_ = StartSheet(context_, {text::kSheetName, text::kTitle, text::kRun});
+  sheet_ =
+      StartSheet(context_, {text_id::kMultiWaySheetName, text_id::kMultiWayTitle, text_id::kMultiWayRun});
   if (run_.groups.empty() || context_.selected.empty()) {
-    sheet_->NextCell()->set_value(session_.text(text::kNoGroups));
+    sheet_->NextCell()->set_value(session_.text(text_id::kMultiWayNoGroups));
     sheet_->FinishSheet();
     return;
   }
@@ -258,62 +255,68 @@ void MultiWayDetail::find_extremes() {
 }
 
 void MultiWayDetail::add_extremes() {
-  extremes_table_ =
-      sheet_->AddTable(static_cast<std::int32_t>(extremes_.size()), c_.count(), kHeaderRows, 0,
-                       session_.text(text::kExtremesCaption), session_.text(text::kExtremesSubcaption));
-  set_headers();
-  set_columns(*extremes_table_, true);
+  extremes_table_ = AddTable(
+      *sheet_, static_cast<std::int32_t>(extremes_.size()), kHeaderRows,
+      {session_.text(text_id::kMultiWayExtremesCaption), session_.text(text_id::kMultiWayExtremesSubcaption)},
+      columns());
   extremes_table_->SetIdentityColumns(c_.result(1) - 1, c_.group);
-  extremes_table_->AddColumnBlocks(c_.name(1), c_.per_member(), c_.members);
-  extremes_table_->AddColumnBlocks(c_.result(1), kColumnsPerOutput, c_.outputs);
-  add_header_notes();
   fill_extremes();
 }
 
-void MultiWayDetail::set_headers() {
-  layout::ReportTable& table = *extremes_table_;
-  AddHeaderGroup(table, 1, c_.name(1), 1, c_.members * c_.per_member(), session_.text(text::kMembers));
-  AddHeaderGroup(table, 1, c_.result(1), 1, c_.outputs * kColumnsPerOutput, session_.CommonString(11));
-  for (std::int32_t i = 1; i <= c_.members; ++i)
-    AddHeaderGroup(table, kNameRow, c_.name(i), 1, c_.per_member(),
-                   session_.text(text::kMember, std::int64_t{i}));
-  headings_.emplace(session_, table, kNameRow, kColumnsPerOutput, context_.range_mode);
-  for (std::int32_t k = 1; k <= c_.outputs; ++k) headings_->add(output(k), c_.result(k));
-
-  table.SetCaption(c_.combination, session_.text(text::kCombination), HAlign::kLeft);
-  table.SetCaption(c_.group, session_.text(text::kGroup), HAlign::kCenter);
-  for (std::int32_t i = 1; i <= c_.members; ++i) {
-    table.SetCaption(c_.name(i), session_.CommonString(2), HAlign::kLeft);
-    table.Header(kHeaderRows, c_.name(i))->set_indent(1);
-    if (c_.m == model::OrdvaneRangeBookMode)
-      table.SetCaption(c_.book(i), session_.CommonString(0), HAlign::kLeft);
-    if (c_.m > model::OrdvaneRangeCellMode)
-      table.SetCaption(c_.sheet(i), session_.CommonString(1), HAlign::kLeft);
-    table.SetCaption(c_.member_value(i), session_.CommonString(5), HAlign::kCenter);
-  }
-  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
-    table.SetCaption(c_.result(k), session_.CommonString(5), HAlign::kCenter);
-    table.SetCaption(c_.change(k), session_.CommonString(7), HAlign::kCenter);
-    table.SetCaption(c_.in_group(k), session_.text(text::kInGroup), HAlign::kCenter);
-    table.SetCaption(c_.rank(k), session_.CommonString(9), HAlign::kCenter);
-    table.SetCaption(c_.interaction(k), session_.text(text::kInteraction), HAlign::kCenter);
-  }
+std::vector<layout::Column> MultiWayDetail::columns() const {
+  layout::Column group = layout::figure_column(session_.text(text_id::kMultiWayGroup), HAlign::kCenter);
+  group.note = session_.text(text_id::kMultiWayGroupNote, name_of(output(1)));
+  std::vector<layout::Column> columns =
+      ruled({label_column(session_.text(text_id::kMultiWayCombination)), group});
+  layout::append(columns, member_columns());
+  layout::append(columns, output_columns());
+  return columns;
 }
 
-void MultiWayDetail::add_header_notes() {
-  const auto note = [&](std::int32_t column, const std::string& words) {
-    extremes_table_->AddTableNote(0, column, session_.CommonString(12), words);
-  };
-  note(c_.group, session_.text(text::kGroupNote, name_of(output(1))));
-  note(c_.in_group(1), session_.text(text::kInGroupNote));
-  note(c_.rank(1), session_.text(text::kRankNote));
-  note(c_.interaction(1), session_.text(text::kInteractionNote));
-  if (c_.members < largest_group())
-    note(c_.name(c_.members),
-         session_.text(text::kTooManyMembers, std::int64_t{c_.members}, std::int64_t{largest_group()}));
+std::vector<layout::Column> MultiWayDetail::member_columns() const {
+  const SharedColumns shared(context_);
+  std::vector<layout::Column> columns;
+  for (std::int32_t i = 1; i <= c_.members; ++i) {
+    std::vector<layout::Column> member = {shared.name()};
+    layout::append(member, shared.places());
+    for (layout::Column& label : member) label.width = kLabelWidth;
+    member.front().indented = true;  // clear of the rule beside it
+    member.front().begins_block = true;
+    if (i == c_.members && c_.members < largest_group())
+      member.front().note = session_.text(text_id::kMultiWayFirstInputsOnly, std::int64_t{c_.members},
+                                          std::int64_t{largest_group()});
+    member.push_back(shared.value());
+    layout::append(columns, ruled(layout::grouped(session_.text(text_id::kMultiWayInput, std::int64_t{i}),
+                                                  kNameRow, member)));
+  }
+  return layout::grouped(session_.text(text_id::kMultiWayInputs), 1, columns);
+}
+
+std::vector<layout::Column> MultiWayDetail::output_columns() const {
+  const SharedColumns shared(context_);
+  std::vector<layout::Column> columns;
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    std::vector<layout::Column> figures = {
+        shared.value(ValueFormat(output(k))), shared.fraction(),
+        layout::figure_column(session_.text(text_id::kMultiWayInGroup), HAlign::kCenter), shared.rank(),
+        layout::figure_column(session_.text(text_id::kMultiWayInteraction))};
+    figures.front().begins_block = true;
+    figures.back().number_format = ChangeFormat(output(k));
+    if (k == 1) add_notes(figures);
+    if (k > 1) columns.back().rule = true;
+    layout::append(columns, layout::grouped(shared.heading(output(k)), kNameRow, figures));
+  }
+  return shared.of_outputs(1, columns);
+}
+
+// What the columns of the first output say of those of all.
+void MultiWayDetail::add_notes(std::vector<layout::Column>& figures) const {
   if (c_.outputs < context_.selected.size())
-    note(c_.result(1), session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs},
-                                     std::int64_t{context_.selected.size()}, outputs_left_out()));
+    figures[0].note = session_.text(text_id::kMultiWayFirstOutputsOnly, std::int64_t{c_.outputs},
+                                    std::int64_t{context_.selected.size()}, outputs_left_out());
+  figures[2].note = session_.text(text_id::kMultiWayInGroupNote);
+  figures[3].note = session_.text(text_id::kMultiWayRankNote);
+  figures[4].note = session_.text(text_id::kMultiWayInteractionNote);
 }
 
 std::string MultiWayDetail::outputs_left_out() const {
@@ -321,29 +324,6 @@ std::string MultiWayDetail::outputs_left_out() const {
   for (std::int32_t k = c_.outputs + 1; k <= context_.selected.size(); ++k)
     outputs.push_back(ItemLabel(output(k)));
   return session_.list_of(outputs);
-}
-
-void MultiWayDetail::set_columns(layout::ReportTable& table, bool labelled) {
-  table.SetColumn(c_.combination, HAlign::kLeft, kLabelWidth, "", labelled);
-  table.SetColumn(c_.group, HAlign::kCenter, layout::kFitColumn, "", false);
-  for (std::int32_t i = 1; i <= c_.members; ++i) {
-    for (std::int32_t column = c_.name(i); column < c_.member_value(i); ++column)
-      table.SetColumn(column, HAlign::kLeft, kLabelWidth, "", true);
-    table.SetColumn(c_.member_value(i), HAlign::kRight, layout::kFitColumn, "", false);
-    table.Body(1, c_.name(i), std::max(table.rows(), 1))->set_indent(1);  // clear of the rule beside it
-    table.AddColumnRule(c_.name(i) - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                        layout::kRuleColorIndex);
-  }
-  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
-    session_.environment->pump_messages();
-    table.SetColumn(c_.result(k), HAlign::kRight, layout::kFitColumn, ValueFormat(output(k)), false);
-    table.SetColumn(c_.change(k), HAlign::kRight, layout::kFitColumn, PercentFormat(), false);
-    table.SetColumn(c_.in_group(k), HAlign::kCenter, layout::kFitColumn, "", false);
-    table.SetColumn(c_.rank(k), HAlign::kCenter, layout::kFitColumn, "", false);
-    table.SetColumn(c_.interaction(k), HAlign::kRight, layout::kFitColumn, ChangeFormat(output(k)), false);
-    table.AddColumnRule(c_.result(k) - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                        layout::kRuleColorIndex);
-  }
 }
 
 void MultiWayDetail::fill_extremes() {
@@ -355,7 +335,8 @@ void MultiWayDetail::fill_extremes() {
     const std::int32_t row = body.next_row();
     body.block().set_text(
         row, c_.combination,
-        session_.text(extreme.highest ? text::kHighest : text::kLowest, name_of(output(extreme.output))));
+        session_.text(extreme.highest ? text_id::kMultiWayHighest : text_id::kMultiWayLowest,
+                      name_of(output(extreme.output))));
     const MarkedRow at = {.row = body.rows(), .output = extreme.output};
     if (extreme.group == 0) {
       body.block().set_text(row, c_.result(extreme.output), host::kNotShown);
@@ -384,9 +365,12 @@ std::int32_t MultiWayDetail::rows_to_show() const {
 
 void MultiWayDetail::add_combinations() {
   rows_ = rows_to_show();
-  combinations_table_ = sheet_->AddTable(rows_, c_.count(), 0, 0, session_.text(text::kCaption),
-                                         session_.text(text::kSubcaption, name_of(output(1))));
-  set_columns(*combinations_table_, false);
+  std::vector<layout::Column> numbered = columns();
+  numbered.front().text = false;
+  combinations_table_ = AddTable(*sheet_, rows_, 0,
+                                 {session_.text(text_id::kMultiWayCaption),
+                                  session_.text(text_id::kMultiWaySubcaption, name_of(output(1)))},
+                                 numbered);
   fill_combinations();
 }
 
@@ -403,7 +387,7 @@ void MultiWayDetail::fill_combinations() {
   for (std::int32_t i = 1; i <= order_.size() && body.rows() < rows_; ++i) {
     if (i % message_every == 0)
       session_.application().set_status_bar(
-          session_.text(text::kProgress, std::int64_t{i}, std::int64_t{order_.size()}));
+          session_.text(text_id::kMultiWayProgress, std::int64_t{i}, std::int64_t{order_.size()}));
     const std::int32_t g = order_(i);
     const std::int32_t first = body.rows() + 1;
     const model::OneBased<std::int32_t> combinations = model::CombinationsInOrder(run_.groups(g));
@@ -439,8 +423,7 @@ void MultiWayDetail::fill_combination(const FilledRow& row, Filling& filling, st
   for (std::int32_t i = 1; i <= shown_members(group); ++i) {
     const model::DralInputOutput& input = member(group, i);
     row.block.set_text(row.row, c_.name(i), labels_(g.members(i)));
-    if (c_.m == model::OrdvaneRangeBookMode) row.block.set_text(row.row, c_.book(i), input.bookName);
-    if (c_.m > model::OrdvaneRangeCellMode) row.block.set_text(row.row, c_.sheet(i), input.sheetName);
+    PutPlace(row.block, row.row, c_.name(i) + 1, context_.range_mode, input);
     filling.values[static_cast<std::size_t>(g.members(i) - 1)].put(
         row, {.value = c_.member_value(i)}, g.inputs(i).value[static_cast<std::size_t>(combination - 1)]);
   }
@@ -483,8 +466,7 @@ void MultiWayDetail::format_groups(const std::vector<GroupRows>& groups) {
   for (std::int32_t k = 1; k <= c_.outputs; ++k) table.Body(1, c_.in_group(k), rows_)->set_font(quiet);
   for (const GroupRows& group : groups) {
     table.Body(group.first, c_.group, 1, c_.result(1) - c_.group)->set_font({.color = layout::look::kText});
-    table.AddRowRule(group.first + group.rows - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                     layout::kRuleColorIndex);
+    table.AddRowRule(group.first + group.rows - 1);
   }
   format_member_values(table, groups);
 }
@@ -530,14 +512,14 @@ void MultiWayDetail::mark_extreme(layout::ReportTable& table, const MarkedRow& m
 void MultiWayDetail::note_all_failed(const MarkedRow& at) {
   std::int32_t results = 0;
   for (const model::MultiGroup& group : run_.groups) results += group.combinations;
-  extremes_table_->AddTableNote(at.row, c_.result(at.output), session_.CommonString(12),
+  extremes_table_->AddTableNote(at.row, c_.result(at.output), session_.text(text_id::kNoteTitle),
                                 StepNote(session_, {.steps = results, .failed = results}));
 }
 
 void MultiWayDetail::note_interaction(layout::ReportTable& table, const MarkedRow& at,
                                       const model::GroupEffect& effect) {
   if (effect.interaction_state != model::InteractionState::kMeasured)
-    table.AddTableNote(at.row, c_.interaction(at.output), session_.CommonString(12),
+    table.AddTableNote(at.row, c_.interaction(at.output), session_.text(text_id::kNoteTitle),
                        session_.text(text_of(effect.interaction_state)));
 }
 
@@ -549,10 +531,11 @@ void MultiWayDetail::note_groups(const std::vector<GroupRows>& groups) {
       const model::GroupEffect& effect = effects_(k)(group.group);
       std::string words =
           StepNote(session_, {.steps = run_.groups(group.group).combinations, .failed = effect.failed});
-      if (effect.leaves_out_base) words += (words.empty() ? "" : "\n") + session_.text(text::kLeavesOutBase);
+      if (effect.leaves_out_base)
+        words += (words.empty() ? "" : "\n") + session_.text(text_id::kMultiWayBaseLeftOut);
       const MarkedRow at = {.row = group.first, .output = k};
       if (!words.empty())
-        combinations_table_->AddTableNote(at.row, c_.rank(k), session_.CommonString(12), words);
+        combinations_table_->AddTableNote(at.row, c_.rank(k), session_.text(text_id::kNoteTitle), words);
       note_interaction(*combinations_table_, at, effect);
       if (!words.empty() || effect.interaction_state != model::InteractionState::kMeasured) ++notes;
       if (notes == kMostGroupNotes) return;
@@ -564,9 +547,10 @@ void MultiWayDetail::note_left_out_rows(const std::vector<GroupRows>& groups) {
   if (rows_ == combinations_) return;
   const GroupRows last = groups.empty() ? GroupRows{.group = order_(1)} : groups.back();
   const bool whole = last.rows == run_.groups(last.group).combinations;
-  sheet_->AddCellNote(*combinations_table_->CaptionRange(), session_.CommonString(12),
-                      session_.text(whole ? text::kTooManyRows : text::kTooManyRowsInGroup,
-                                    std::int64_t{rows_}, combinations_, std::int64_t{number(last.group)}));
+  sheet_->AddCellNote(
+      *combinations_table_->CaptionRange(), session_.text(text_id::kNoteTitle),
+      session_.text(whole ? text_id::kMultiWayFirstGroupsOnly : text_id::kMultiWayFirstCombinationsOnly,
+                    std::int64_t{rows_}, combinations_, std::int64_t{number(last.group)}));
 }
 
 // Names keep the widths that their columns have; the others are fitted side by side in one go, because the
@@ -578,7 +562,7 @@ void MultiWayDetail::fit_columns() {
   for (std::int32_t i = 1; i <= c_.members; ++i) fit(c_.member_value(i), 1);
   fit(c_.result(1), c_.outputs * kColumnsPerOutput);
   combinations_table_->Settle();
-  headings_->fit();
+  extremes_table_->Settle();
 }
 
 }  // namespace

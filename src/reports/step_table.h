@@ -22,13 +22,13 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct StepTableTexts {
-  std::int16_t caption;  // filled with the output's name
-  std::int16_t subcaption;
-  std::int16_t input_base_zero;  // notes
-  std::int16_t output_base_zero;
-  std::int16_t invalid;
+  session::TextId<1> caption;  // filled with the output's name
+  session::TextId<0> subcaption;
+  session::TextId<0> input_base_zero;  // notes
+  session::TextId<0> output_base_zero;
+  session::TextId<0> invalid;
 };
 
 // Changes are fractions of the size of the base value.
@@ -91,23 +91,22 @@ class StepTable {
   std::optional<Point> point(const Block& block, std::int32_t step, Quantity quantity) const;
   Steps drawable_steps(const Block& block, Quantity quantity) const;
   std::string caption(const StepTableTexts& texts) const;
-  void write_headers();
+  std::vector<layout::Column> columns() const;
   void write_block(const Block& block, const StepTableTexts& texts);
   // Returns the first cell that says that there is no change, for the input's or the output's base value.
   std::optional<Place> fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
                                  std::int32_t first_column, double value, const model::DralInputOutput& item);
-  void format_item(const Block& block, std::int32_t first_column, const model::DralInputOutput& item);
   void merge_places(const Block& block);
   void fit_names();
   void add_note(const std::optional<Place>& place, const std::string& text);
-  void add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item, std::int16_t zero,
-                     std::int16_t invalid);
+  void add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
+                     session::TextId<0> zero, session::TextId<0> invalid);
 
+  const Context& context_;
   session::Session& session_;
   const model::Records& inputs_;
   const model::DralInputOutput& output_;
   std::int32_t output_index_;
-  model::OrdvaneRangeMode range_mode_;
   std::vector<Block> blocks_;
   std::int32_t rows_ = 0;
   bool truncated_ = false;

@@ -12,6 +12,7 @@
 #include "model/step_facts.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/tornado_chart.h"
@@ -20,26 +21,13 @@
 namespace ordvane::reports {
 namespace {
 
-using host::HAlign;
-
-// String ids.
-constexpr SheetTexts kSheetTexts = {.sheet_name = 712, .title = 711, .run_line = 716};
-constexpr TornadoTexts kChartTexts = {
-    .chart_title = 713, .chart_subtitle = 701, .change_axis = 709, .value_axis = 714};
-constexpr std::int16_t kInvalidNote = 700;
-constexpr std::int16_t kBaseGroup = 702;
-constexpr std::int16_t kHighGroup = 703;
-constexpr std::int16_t kLowGroup = 704;
-constexpr std::int16_t kNoBars = 706;
-constexpr std::int16_t kInputGroup = 707;
-constexpr std::int16_t kBaseZeroNote = 708;
-constexpr std::int16_t kTableSubcaption = 710;
-constexpr std::int16_t kTableCaption = 715;
-constexpr std::int16_t kBaseInvalidNote = 730;
-constexpr std::int16_t kNothingMoves = 731;
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
-constexpr std::int16_t kNoTornado = 1040;
+constexpr SheetTexts<1> kSheetTexts = {.sheet_name = text_id::kTornadoSheetName,
+                                       .title = text_id::kTornadoTitle,
+                                       .run_line = text_id::kTornadoRun};
+constexpr TornadoTexts kChartTexts = {.chart_title = text_id::kTornadoChartTitle,
+                                      .chart_subtitle = text_id::kTornadoChartSubtitle,
+                                      .change_axis = text_id::kTornadoChangeAxis,
+                                      .value_axis = text_id::kTornadoValueAxis};
 
 // Columns of the table, after those that say where an input is (one a step of the range mode).
 enum Column : std::int32_t {
@@ -76,7 +64,7 @@ class TornadoReport {
     chart_.choose_bars(rows_, {column(kName), column(low()), column(high())}, facts_, remarks_,
                        [this](std::int32_t row) { return input_ends(row); });
     if (const auto reason = reason_for_no_chart()) {
-      CreateMessageChart(sheet, session_.text(kNoTornado) + "\r\n" + session_.text(*reason));
+      CreateMessageChart(sheet, session_.text(text_id::kMessageNoTornado) + "\r\n" + session_.text(*reason));
       sheet.SetSheetOption(1);
       remarks_.write(sheet);
       write_table(sheet);
@@ -117,9 +105,7 @@ class TornadoReport {
   }
 
   void fill_row(std::int32_t row, const model::DralInputOutput& input, const model::StepFacts& facts) {
-    if (context_.range_mode == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, input.bookName);
-    if (context_.range_mode != model::OrdvaneRangeCellMode)
-      rows_.set_text(row, context_.range_mode, input.sheetName);
+    PutPlace(rows_, row, 1, context_.range_mode, input);
     rows_.set_number(row, column(kRank), row);
     rows_.set_text(row, column(kName), ItemLabel(input));
     rows_.set_text(row, column(kCell), input.cellAddress);
@@ -147,11 +133,12 @@ class TornadoReport {
     if (flags == 0) return;
     const bool change = place == kLowChange || place == kHighChange;
     const bool has_results = rows_.at(row, column(kLow)).kind == host::CellKind::kNumber;
-    notes_.add(change && has_results ? note_on_missing_change() : kInvalidNote, row, column(place));
+    notes_.add(change && has_results ? note_on_missing_change() : text_id::kTornadoNotShown, row,
+               column(place));
   }
 
-  std::int16_t note_on_missing_change() const {
-    return output_.BaseValue() == 0 ? kBaseZeroNote : kBaseInvalidNote;
+  session::TextId<0> note_on_missing_change() const {
+    return output_.BaseValue() == 0 ? text_id::kTornadoOutputBaseZero : text_id::kTornadoOutputBaseNoNumber;
   }
 
   // ---- Bars ----
@@ -164,70 +151,48 @@ class TornadoReport {
     return {value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row)};
   }
 
-  std::optional<std::int16_t> reason_for_no_chart() const {
-    if (chart_.bars() == 0) return kNothingMoves;
-    if (context_.in_percent() && output_.BaseValue() == 0) return kOutputBaseZero;
-    if (!chart_.has_bars()) return context_.in_percent() ? kNoUsableBase : kInvalidNote;
+  std::optional<session::TextId<0>> reason_for_no_chart() const {
+    if (chart_.bars() == 0) return text_id::kTornadoNothingMoves;
+    if (context_.in_percent() && output_.BaseValue() == 0) return text_id::kMessageOutputBaseZero;
+    if (!chart_.has_bars())
+      return context_.in_percent() ? text_id::kMessageNoUsableBase : text_id::kTornadoNotShown;
     return std::nullopt;
   }
 
   // ---- Table ----
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table =
-        sheet.AddTable(bars_, column(kColumns), kHeaderRows, 0,
-                       session_.text(kTableCaption, std::to_string(bars_)), session_.text(kTableSubcaption));
+    auto table = AddTable(sheet, bars_, kHeaderRows,
+                          {session_.text(text_id::kTornadoCaption, std::to_string(bars_)),
+                           session_.text(text_id::kTornadoSubcaption)},
+                          columns());
     table->WrapNames();
-    write_headers(*table);
     table->PutBody(1, rows_);
-    format_values(*table);
-    for (const Column last : {kCell, kLowChange, kLowInput, kHighChange, kHighInput})
-      table->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                           layout::kRuleColorIndex);
+    session_.log.line("GenerateTornadoReport t_InputsCount: " + session::log_text(bars_) +
+                      "    numberFormat: " + ValueFormat(output_));
+    format_input_values(*table);
     for (std::int32_t row = 1; row <= bars_; ++row)
       if (const std::string note = StepNote(session_, facts_(row)); !note.empty())
-        table->AddTableNote(row, column(kName), session_.CommonString(12), note);
+        table->AddTableNote(row, column(kName), session_.text(text_id::kNoteTitle), note);
     notes_.write(session_, *table);
     return table;
   }
 
-  void write_headers(layout::ReportTable& table) {
-    const auto figures = [&](Column place, std::int32_t caption, HAlign body = HAlign::kRight) {
-      table.SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
-                            layout::kFitColumn, "", false);
-    };
-    const auto names = [&](std::int32_t place, std::int32_t caption) {
-      table.SetColumnHeader(place, session_.CommonString(caption), HAlign::kLeft, HAlign::kLeft, 0,
-                            layout::kNameColumnWidth, "", true);
-    };
-    if (context_.range_mode == model::OrdvaneRangeBookMode) names(1, 0);
-    if (context_.range_mode != model::OrdvaneRangeCellMode) names(context_.range_mode, 1);
-    figures(kRank, 9, HAlign::kCenter);
-    names(column(kName), 2);
-    figures(kCell, 3, HAlign::kCenter);
-    for (const Column value : {kLow, kLowInput, kHigh, kHighInput}) figures(value, 5);
-    for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
-    figures(kInputBase, 16);
-
-    AddHeaderGroup(table, 1, 1, 2, column(kCell), session_.text(kInputGroup));
-    AddHeaderGroup(table, 1, column(kLow), 1, 3, session_.text(kLowGroup));
-    AddHeaderGroup(table, 1, column(kHigh), 1, 3, session_.text(kHighGroup));
-    AddHeaderGroup(table, 1, column(kInputBase), 2, 1, session_.text(kBaseGroup));
-    for (const Column value : {kLow, kHigh}) {
-      AddHeaderGroup(table, 2, column(value), 1, 2, session_.CommonString(11));
-      AddHeaderGroup(table, 2, column(value) + 2, 1, 1, session_.CommonString(10));
+  std::vector<layout::Column> columns() const {
+    const SharedColumns shared(context_);
+    std::vector<layout::Column> input = shared.places();
+    layout::append(input, {shared.rank(), shared.name(), shared.cell()});
+    std::vector<layout::Column> columns =
+        ruled(layout::grouped(session_.text(text_id::kTornadoInput), 1, input, 2));
+    for (const session::TextId<0> group : {text_id::kTornadoLowestOutput, text_id::kTornadoHighestOutput}) {
+      auto end = ruled(shared.of_outputs(2, {shared.value(ValueFormat(output_)), shared.fraction()}));
+      layout::append(end, ruled(shared.of_inputs(2, {shared.value()})));
+      layout::append(columns, layout::grouped(session_.text(group), 1, end));
     }
-  }
-
-  void format_values(layout::ReportTable& table) {
-    const std::string format = ValueFormat(output_);
-    session_.log.line("GenerateTornadoReport t_InputsCount: " + session::log_text(bars_) +
-                      "    numberFormat: " + format);
-    for (const Column value : {kLow, kHigh})
-      if (!format.empty()) table.FormatBody(1, bars_, column(value), format);
-    for (const Column change : {kLowChange, kHighChange})
-      table.FormatBody(1, bars_, column(change), PercentFormat());
-    format_input_values(table);
+    layout::append(columns,
+                   layout::grouped(session_.text(text_id::kTornadoBaseOfInput), 1,
+                                   {layout::figure_column(session_.text(text_id::kLabelBaseValue))}, 2));
+    return columns;
   }
 
   // Every row has its own input; neighbours with one format are formatted together.
@@ -265,7 +230,7 @@ void GenerateTornadoReport(const Context& context, std::int32_t on, const model:
   const model::DralInputOutput& output = context.outputs(on);
   const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
   if (ranking.input_limit <= 0)
-    sheet->NextCell()->set_value(context.session.text(kNoBars));
+    sheet->NextCell()->set_value(context.session.text(text_id::kTornadoNoBars));
   else
     TornadoReport(context, on, ranking.input_limit, style).write(*sheet);
   sheet->FinishSheet();

@@ -13,7 +13,6 @@
 namespace ordvane::reports {
 namespace {
 
-constexpr std::int16_t kRankingText = 1028;
 constexpr double kDivisorNone = 1.0;
 
 constexpr double kUnmeasuredWidth = 400.0;
@@ -144,7 +143,7 @@ std::int32_t RankDescending(session::Session& session, std::int32_t n, model::On
     const std::int64_t percent = std::int64_t{i} * 100 / n;
     if (percent == shown) continue;
     shown = percent;
-    ShowProgress(session, session.text(kRankingText, percent));
+    ShowProgress(session, session.text(text_id::kProgressRanking, percent));
   }
   return 0;
 }

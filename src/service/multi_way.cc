@@ -13,9 +13,6 @@ namespace {
 using session::log_text;
 
 // Progress texts.
-constexpr std::int16_t kReading = 1020;
-constexpr std::int16_t kDrawing = 1021;
-constexpr std::int16_t kWriting = 1024;
 
 }  // namespace
 
@@ -29,7 +26,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
                                                           Long outputBound, Long& groupCount,
                                                           Long& recalculationCount) {
   session::Session& s = services_->session;
-  const auto progress = [&](std::int16_t id) {
+  const auto progress = [&](session::TextId<0> id) {
     reports::ShowProgress(s, s.text(id));
     s.check_cancel();
   };
@@ -37,7 +34,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
   const SpreadsheetState found(s.g_XLApp);
   const model::OneBased<Long>& selected = context.selected;
 
-  progress(kReading);
+  progress(text_id::kProgressReadingGroups);
   const model::MultiWayRun run = model::ReadMultiWay(s, context.inputs, context.outputs, selected,
                                                      DefaultMultiGroupSize, context.run_number);
   groupCount = run.groups.size();
@@ -54,7 +51,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
   const reports::MultiTornadoLimits limits{MaxInputsPerGraph, InputsChangeThreshold};
   if (groupCount > 0 && reports_.multi_tornado) {
     for (Long k = 1; k <= selected.size(); ++k) {
-      progress(kDrawing);
+      progress(text_id::kProgressMultiTornado);
       const Long output = selected(k);
       graph_or_log("multiReport", [&] {
         reports_.multi_tornado(context, output, run, effects(k), limits,
@@ -63,7 +60,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
     }
   }
   if (reports_.multi_way_detail) {
-    progress(kWriting);
+    progress(text_id::kProgressMultiWay);
     reports_.multi_way_detail(context, run, effects);
   }
   return 0;

@@ -53,12 +53,12 @@ class OrdvaneReports::Pipeline {
   // Runs one graph report; a failure other than the user's wish to stop is logged and the next report
   // follows.
   template <class Report>
-  void graph_report(const std::string& name, bool wanted, std::int16_t progress, bool built_in,
+  void graph_report(const std::string& name, bool wanted, session::TextId<0> progress, bool built_in,
                     const Report& report);
   template <class Step>
   void keeping_first_error(const Step& step);
 
-  void show_progress(std::int16_t id);
+  void show_progress(session::TextId<0> id);
   void check_cancel();
   void refresh_screen();
   reports::Context context();

@@ -1,0 +1,102 @@
+#include "reports/report_columns.h"
+
+#include <utility>
+
+#include "model/naming.h"
+#include "reports/table_parts.h"
+#include "reports/utils.h"
+
+namespace ordvane::reports {
+namespace {
+
+using host::HAlign;
+using layout::Column;
+
+Column figures(std::string caption, const std::string& format) {
+  Column column = layout::figure_column(std::move(caption));
+  column.number_format = format;
+  return column;
+}
+
+}  // namespace
+
+std::vector<Column> SharedColumns::places() const {
+  std::vector<Column> columns;
+  if (context_.range_mode == model::OrdvaneRangeBookMode)
+    columns.push_back(layout::name_column(caption(text_id::kHeadingWorkbook)));
+  if (context_.range_mode != model::OrdvaneRangeCellMode)
+    columns.push_back(layout::name_column(caption(text_id::kHeadingWorksheet)));
+  return columns;
+}
+
+Column SharedColumns::name() const {
+  return layout::name_column(caption(text_id::kHeadingName));
+}
+
+Column SharedColumns::cell() const {
+  return layout::figure_column(caption(text_id::kHeadingCell), HAlign::kCenter);
+}
+
+Column SharedColumns::step() const {
+  return layout::figure_column(caption(text_id::kHeadingStep), HAlign::kCenter);
+}
+
+Column SharedColumns::rank() const {
+  return layout::figure_column(caption(text_id::kHeadingRank), HAlign::kCenter);
+}
+
+Column SharedColumns::value(const std::string& format) const {
+  return figures(caption(text_id::kHeadingValue), format);
+}
+
+Column SharedColumns::change(const std::string& format) const {
+  return figures(caption(text_id::kHeadingChange), format);
+}
+
+Column SharedColumns::fraction() const {
+  return figures(caption(text_id::kHeadingChangePercent), PercentFormat());
+}
+
+std::vector<Column> SharedColumns::of_inputs(std::int32_t row, std::vector<Column> columns) const {
+  return layout::grouped(caption(text_id::kHeadingInput), row, std::move(columns));
+}
+
+std::vector<Column> SharedColumns::of_outputs(std::int32_t row, std::vector<Column> columns) const {
+  return layout::grouped(caption(text_id::kHeadingOutput), row, std::move(columns));
+}
+
+std::string SharedColumns::heading(const model::DralInputOutput& output) const {
+  if (!output.ioName.empty()) return output.ioName;
+  return context_.session.text(text_id::kOutputInCell,
+                               model::address_for_range_mode(context_.range_mode, output.bookName,
+                                                             output.sheetName, output.cellAddress));
+}
+
+std::vector<Column> ruled(std::vector<Column> columns) {
+  if (!columns.empty()) columns.back().rule = true;
+  return columns;
+}
+
+void PutPlace(host::CellBlock& block, std::int32_t row, std::int32_t column, model::OrdvaneRangeMode mode,
+              const model::DralInputOutput& item) {
+  if (mode == model::OrdvaneRangeBookMode) block.set_text(row, column++, item.bookName);
+  if (mode != model::OrdvaneRangeCellMode) block.set_text(row, column, item.sheetName);
+}
+
+std::shared_ptr<layout::ReportTable> AddTable(layout::ReportSheet& sheet, std::int32_t rows,
+                                              std::int32_t header_rows, const TableCaptions& captions,
+                                              const std::vector<Column>& columns) {
+  auto table = sheet.AddTable(rows, static_cast<std::int32_t>(columns.size()), header_rows, 0,
+                              captions.caption, captions.subcaption);
+  table->SetColumns(columns);
+  return table;
+}
+
+void FormatValuesAndChanges(layout::ReportTable& table, std::int32_t first_row, std::int32_t rows,
+                            std::int32_t column, const model::DralInputOutput& item) {
+  const std::string values = ValueFormat(item), changes = ChangeFormat(item);
+  if (!values.empty()) table.FormatBody(first_row, rows, column, values, values == changes ? 2 : 1);
+  if (!changes.empty() && changes != values) table.FormatBody(first_row, rows, column + 1, changes);
+}
+
+}  // namespace ordvane::reports
