@@ -79,37 +79,6 @@ std::string file_text(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST(Ranking, TellsWhatIsThere) {
-  const ordvane::Run run = Small().run();
-  const Ranking profit = rank(run, "profit");
-  EXPECT_EQ(profit.output, 0U);
-  EXPECT_EQ(profit.name, "Profit");
-  EXPECT_EQ(profit.base, 40);
-  ASSERT_EQ(profit.effects.size(), 2U);
-  const Effect& volume = profit.effects[0];
-  EXPECT_EQ(volume.name, "Volume");
-  EXPECT_EQ(volume.input, 1U);
-  EXPECT_EQ(volume.rank, 1);
-  EXPECT_THAT((std::vector{volume.low, volume.high, volume.swing, volume.low_change, volume.high_change,
-                           volume.input_at_low, volume.input_at_high}),
-              ElementsAre(Optional(20), Optional(80), Optional(60), Optional(-0.5), Optional(1), Optional(2),
-                          Optional(8)));
-  EXPECT_EQ(std::tuple(volume.steps, volume.failed, volume.moves, volume.leaves_out_base),
-            std::tuple(3, 0, true, false));
-  EXPECT_EQ(profit.effects[1].name, "Price");
-  ASSERT_EQ(profit.groups.size(), 1U);
-  const GroupEffect& both = profit.groups[0];
-  EXPECT_THAT((std::vector{both.low, both.high, both.swing, both.own_swings, both.interaction}),
-              ElementsAre(Optional(16), Optional(96), Optional(80), Optional(76), Optional(4)));
-  EXPECT_EQ(both.interaction_state, InteractionState::kMeasured);
-  EXPECT_EQ(std::tuple(both.steps, both.failed, both.moves, both.leaves_out_base),
-            std::tuple(4, 0, true, false));
-  ASSERT_EQ(both.members.size(), 2U);
-  EXPECT_EQ(both.members[1].name, "Volume");
-  EXPECT_THAT((std::vector{both.members[1].at_low, both.members[1].at_high, both.members[1].own_swing}),
-              ElementsAre(Optional(2), Optional(8), Optional(60)));
-}
-
 TEST(Ranking, LeavesOutFiguresThatTheRunDoesNotGive) {
   const ordvane::Run run = Small().run();
   const Ranking taxes = rank(run, 1);

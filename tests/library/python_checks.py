@@ -4,7 +4,6 @@ import io
 import os
 import sys
 import tempfile
-import threading
 import unittest
 
 import ordvane
@@ -176,17 +175,6 @@ class Plain(unittest.TestCase):
             with self.assertRaises(KeyboardInterrupt):
                 small_run().report(self.file, **options)
             self.assertFalse(os.path.exists(self.file))
-
-    def test_threads_may_share_a_run(self):
-        run = ordvane.Run.read(EXAMPLE)
-        wanted = run.report_bytes()
-        made = []
-        threads = [threading.Thread(target=lambda: made.append(run.report_bytes())) for _ in range(3)]
-        for thread in threads:
-            thread.start()
-        for thread in threads:
-            thread.join()
-        self.assertEqual(made, [wanted] * 3)
 
 
 class Frames(unittest.TestCase):
