@@ -308,6 +308,7 @@ TEST_F(Command, ReportSpeaksTheUsersLanguage) {
   EXPECT_EQ(workbook("nl_NL.UTF-8", {}), english);
   for (const char* spelling : {"DE", "de-AT", "de_DE.UTF-8"})
     EXPECT_EQ(workbook("C.UTF-8", {"--language", spelling}), german) << spelling;
+  EXPECT_EQ(workbook("C.UTF-8", {"--watermark", "A\\nB"}), workbook("C.UTF-8", {"--watermark", "A\nB"}));
 }
 
 TEST_F(Command, FailuresExitWithOne) {

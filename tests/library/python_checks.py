@@ -5,6 +5,7 @@ import os
 import sys
 import tempfile
 import unittest
+import zipfile
 
 import ordvane
 
@@ -127,7 +128,9 @@ class Plain(unittest.TestCase):
         self.assertIsNone(run.report(stream, spider=False, sensitivity=False))
         self.assertEqual(in_file, stream.getvalue())
         self.assertEqual(run.report_into(self.file, outputs=["Net present value"], spider=False, sensitivity=False).charts, 1)
-        self.assertNotEqual(run.report_bytes(bar_color="#010203"), run.report_bytes(bar_color=0x010204))
+        with zipfile.ZipFile(io.BytesIO(run.report_bytes(outputs=[0], bar_color="#010203"))) as package:
+            charts = [package.read(name) for name in package.namelist() if name.startswith("xl/charts/chart")]
+        self.assertTrue(any(b'"010203"' in chart for chart in charts))
         with self.assertRaises(TypeError):
             run.report(self.file, percentage=True)
 
