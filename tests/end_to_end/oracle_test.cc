@@ -130,7 +130,7 @@ TEST_P(Reports, AreValid) {
 
 INSTANTIATE_TEST_SUITE_P(Of, Reports, testing::ValuesIn(run_files()), name_of);
 
-#ifndef __SANITIZE_ADDRESS__
+#ifndef ORDVANE_SANITIZED
 TEST(AllReports, OpenInLibreOffice) {
   const TemporaryFolder folder;
   std::vector<fs::path> books;
