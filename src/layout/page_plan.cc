@@ -132,8 +132,8 @@ double choose_scale(const PrintedSheet& sheet, PagePlan& plan) {
   return plan.scale / 100.0;
 }
 
-// A page end is known as long as nothing has gone over one by itself: where it came then depends on the
-// paper.
+// A page end is known as long as nothing has gone over one by itself: where it came then depends
+// on the paper.
 void break_rows(const std::vector<PrintedBlock>& blocks, double height, PagePlan& plan) {
   double page_top = 0, room = height;
   double header = 0;  // that pages from here on repeat
