@@ -22,7 +22,6 @@ constexpr double kBreathing = 1.5;           // characters beside fitted content
 constexpr double kWidestNames = 42;          // characters
 constexpr double kHighestRow = 409;          // points; spreadsheets have no higher ones
 constexpr const char* kTextFormat = "@";
-constexpr std::int32_t kNoteLabel = 12;  // among the shared labels
 
 // Characters that a fitted column needs for its caption.
 double caption_width(const std::string& caption) {
@@ -163,7 +162,7 @@ void ReportTable::SetColumns(const std::vector<Column>& columns) {
   if (header_rows_ > 0) add_headings(columns);
   for (std::int32_t number = 1; const Column& column : columns) {
     if (header_rows_ > 0 && !column.note.empty())
-      AddTableNote(0, number, sheet_.session().CommonString(kNoteLabel), column.note);
+      AddTableNote(0, number, sheet_.session().text(text_id::kNoteTitle), column.note);
     if (column.rule) {
       sheet_.session().environment->pump_messages();  // a table may have thousands of them
       add_column_rule(number);

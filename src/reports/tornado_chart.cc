@@ -15,15 +15,11 @@
 #include "layout/look.h"
 #include "model/decimal.h"
 #include "reports/chart_helpers.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/item_texts.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {
-
-// String ids.
-constexpr std::int16_t kBelowBase = 250;
-constexpr std::int16_t kAboveBase = 251;
 
 // Significant digits of numbers without a format: as cells show them, and as short as labels are.
 constexpr int kDigitsOfCell = 10;
@@ -120,8 +116,8 @@ void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
   chart.SetTitle(session_.text(texts_.chart_title, output_.NameOrQualifiedCellAddressName(range_mode_)));
   chart.SetSubtitle(subtitle());
   if (told_apart_)
-    chart.SetColorKey(
-        {{*session_.low_color, session_.text(kBelowBase)}, {style_.bar_color, session_.text(kAboveBase)}});
+    chart.SetColorKey({{*session_.low_color, session_.text(text_id::kTornadoBelowBase)},
+                       {style_.bar_color, session_.text(text_id::kTornadoAboveBase)}});
   chart.FinishChart();
   host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
   host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
@@ -154,11 +150,10 @@ std::string TornadoChart::base_text(double value) const {
 // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
 // points over bars.
 std::string TornadoChart::subtitle() const {
-  constexpr std::int32_t kBaseValue = 16;
   const auto value = base();
   std::string text = session_.text(texts_.chart_subtitle);
   if (!value) return text;
-  return text + " (" + session_.CommonString(kBaseValue) + " " + base_value_text(*value) + ")";
+  return text + " (" + session_.text(text_id::kLabelBaseValue) + " " + base_value_text(*value) + ")";
 }
 
 // What the input did at one end of its bar; low values have a colour of their own when they are told apart.

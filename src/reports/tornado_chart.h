@@ -18,11 +18,11 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct TornadoTexts {
-  std::int16_t chart_title;  // filled with the output's name
-  std::int16_t chart_subtitle;
-  std::int16_t change_axis, value_axis;  // filled with the output's name
+  session::TextId<1> chart_title;  // filled with the output's name
+  session::TextId<0> chart_subtitle;
+  session::TextId<1> change_axis, value_axis;  // filled with the output's name
 };
 
 struct TornadoStyle {

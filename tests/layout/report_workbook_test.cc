@@ -36,8 +36,9 @@ TEST(ReportWorkbook, ManySheetsGetAListOfThemWithLinks) {
     reports.SetExcelReady(true);
     for (std::size_t i = 1; i <= sheets; ++i)
       reports.AddSheet("It's \"" + std::to_string(i) + "\"")
-          ->AddTitleBlock("Report " + std::to_string(i), {{bench.session.CommonString(14), "plan.xlsx"},
-                                                          {bench.session.CommonString(15), "Profit (B2)"}});
+          ->AddTitleBlock("Report " + std::to_string(i),
+                          {{bench.session.text(text_id::kLabelWorkbook), "plan.xlsx"},
+                           {bench.session.text(text_id::kLabelOutput), "Profit (B2)"}});
     reports.ReportsComplete();
     const auto names = test::sheet_names(bench.model(reports));
     if (sheets == 6) {
