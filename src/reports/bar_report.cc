@@ -48,8 +48,8 @@ void BarReport::write(layout::ReportSheet& sheet) {
     remarks_.write(sheet);
     write_table(sheet);
   } else {
-    const auto chart = sheet.AddChart(kTornadoChart, kChartWidth,
-                                      sheet.ChartHeightForBars(static_cast<std::int16_t>(chart_.bars())));
+    const auto chart =
+        sheet.AddBarChart(kChartWidth, sheet.ChartHeightForBars(static_cast<std::int16_t>(chart_.bars())));
     sheet.SetSheetOption(1);
     remarks_.write(sheet);
     const auto table = write_table(sheet);

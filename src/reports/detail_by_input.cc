@@ -93,9 +93,7 @@ void DetailByInput::make() {
       columns());
   table_->SetIdentityColumns(c_.step(), c_.name);
   table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
-      ->set_border(host::Edge::kBottom, {.line_style = layout::kRuleLineStyle,
-                                         .weight = layout::kRuleWeight,
-                                         .color_index = layout::kRuleColorIndex});
+      ->set_border(host::Edge::kBottom, layout::look::kGroupRule);
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);

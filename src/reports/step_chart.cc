@@ -17,9 +17,8 @@ void StepChart::add_series(const model::OrdvaneGraphRange& range) {
 }
 
 void StepChart::finish(const std::string& x_format, const std::string& y_format) {
-  constexpr double kAuto = host::kAutoScaleValue;
-  chart_->SetXAxis(x_axis_title, kAuto, kAuto, kAuto, x_format, true);
-  chart_->SetYAxis(y_axis_title, kAuto, kAuto, kAuto, y_format);
+  chart_->SetXAxis(x_axis_title, x_format);
+  chart_->SetYAxis(y_axis_title, y_format);
   chart_->FinishChart();
   SetWatermark(session_, *chart_);
 }

@@ -118,9 +118,7 @@ TEST(TableWidthForChart, IsTheTablesWithinBounds) {
     auto reports = bench.reports();
     const auto sheet = reports.AddSheet("Widths");
     const auto table = sheet->AddTable(1, 2, 1, 0, "", "");
-    for (const std::int32_t column : {1, 2})
-      table->SetColumnHeader(column, "x", host::HAlign::kLeft, host::HAlign::kLeft, 0, c.column_width, "",
-                             true);
+    table->SetColumns({2, layout::Column{.caption = "x", .width = c.column_width, .text = true}});
     EXPECT_GE(TableWidthForChart(*table), c.low);
     EXPECT_LE(TableWidthForChart(*table), c.high);
     reports.workbook()->add_worksheet();
