@@ -52,16 +52,15 @@ model::OneBased<std::int32_t> groups_by_rank(const model::GroupEffects& effects)
 class MultiTornado {
  public:
   MultiTornado(const Context& context, const model::DralInputOutput& output, const model::MultiWayRun& run,
-               const model::GroupEffects& effects, const MultiTornadoLimits& limits,
-               const TornadoStyle& style)
+               const model::GroupEffects& effects, const TornadoStyle& style)
       : context_(context),
         session_(context.session),
         output_(output),
         run_(run),
         effects_(effects),
         by_rank_(groups_by_rank(effects)),
-        bars_(count_bars(limits)),
-        chart_(session_, output, context.in_percent(), context.range_mode, kChartTexts, style),
+        bars_(count_bars()),
+        chart_(context, output, kChartTexts, style),
         remarks_(session_, Varied::kGroups),
         rows_(std::max(bars_, 0), column(kColumns)),
         facts_(std::max(bars_, 0)) {}
@@ -100,15 +99,15 @@ class MultiTornado {
   Column high() const { return context_.in_percent() ? kHighChange : kHigh; }
   bool has_base() const { return output_.BaseValue() != 0 && output_.rules().is_usable(output_.BaseValue()); }
 
-  std::int32_t count_bars(const MultiTornadoLimits& limits) const {
+  std::int32_t count_bars() const {
     std::int32_t passing = by_rank_.size();
     if (has_base()) {
       passing = 0;
       while (passing < by_rank_.size() &&
-             std::fabs(effects_(by_rank_(passing + 1)).bar_width) >= limits.inputs_change_threshold)
+             std::fabs(effects_(by_rank_(passing + 1)).bar_width) >= context_.settings.threshold)
         ++passing;
     }
-    return std::min({by_rank_.size(), limits.max_inputs_per_graph, passing, kMostBars});
+    return std::min({by_rank_.size(), context_.settings.max_inputs, passing, kMostBars});
   }
 
   std::optional<session::TextId<0>> reason_for_no_chart() const {
@@ -248,12 +247,11 @@ class MultiTornado {
 }  // namespace
 
 void GenerateMultiTornadoReport(const Context& context, std::int32_t on, const model::MultiWayRun& run,
-                                const model::GroupEffects& effects, const MultiTornadoLimits& limits,
-                                const TornadoStyle& style) {
+                                const model::GroupEffects& effects, const TornadoStyle& style) {
   context.session.log.line("ReportMultiTornado.GenerateMultiTornadoReport");
   const model::DralInputOutput& output = context.outputs(on);
   const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
-  MultiTornado(context, output, run, effects, limits, style).write(*sheet);
+  MultiTornado(context, output, run, effects, style).write(*sheet);
   sheet->FinishSheet();
 }
 

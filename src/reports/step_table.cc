@@ -94,7 +94,7 @@ Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
   const bool changes = quantity == Quantity::kChange;
   const double base = input(block).BaseValue(), output_base = output_.BaseValue();
   if (changes && (output_base == 0 || !rules.is_usable(output_base))) return Obstacle::kOutputBase;
-  if (session_.leaves_out_inputs_without_effect && block.facts.without_effect()) return Obstacle::kNoEffect;
+  if (!context_.settings.all_inputs && block.facts.without_effect()) return Obstacle::kNoEffect;
   if (changes && base == 0) return Obstacle::kBaseZero;
   if (changes && !rules.is_usable(base)) return Obstacle::kBaseInvalid;
   return drawable_steps(block, quantity).count == 0 ? Obstacle::kNoResults : Obstacle::kNone;
@@ -114,7 +114,7 @@ void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
   fit_names();
   add_base_note(without_output_change_, output_, texts.output_base_zero, text_id::kStepsOutputBaseNoNumber);
   add_note(invalid_, session_.text(texts.invalid));
-  if (truncated_) add_note(Place{0, column(kStep)}, session_.text(text_id::kTableFull));
+  if (truncated_) add_note(TableCell{0, column(kStep)}, session_.text(text_id::kTableFull));
 }
 
 std::vector<layout::Column> StepTable::columns() const {
@@ -133,8 +133,8 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   PutPlace(cells, 1, 1, context_.range_mode, in);
   cells.set_text(1, column(kName), ItemLabel(in));
   cells.set_text(1, column(kCell), in.cellAddress);
-  std::optional<Place> without_change;
-  const auto keep_first = [](std::optional<Place>& first, const std::optional<Place>& place) {
+  std::optional<TableCell> without_change;
+  const auto keep_first = [](std::optional<TableCell>& first, const std::optional<TableCell>& place) {
     if (!first) first = place;
   };
   for (std::int32_t step = 1; step <= block.rows; ++step) {
@@ -149,18 +149,18 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   merge_places(block);
   add_base_note(without_change, in, texts.input_base_zero, text_id::kStepsInputBaseNoNumber);
   const std::string note = StepNote(session_, block.facts);
-  if (!note.empty()) add_note(Place{block.first_row, column(kName)}, note);
+  if (!note.empty()) add_note(TableCell{block.first_row, column(kName)}, note);
 }
 
-std::optional<StepTable::Place> StepTable::fill_item(host::CellBlock& cells, const Block& block,
+std::optional<StepTable::TableCell> StepTable::fill_item(host::CellBlock& cells, const Block& block,
                                                      std::int32_t step, std::int32_t first_column,
                                                      double value, const model::DralInputOutput& item) {
   const model::NumberRules& rules = output_.rules();
   const double base = item.BaseValue();
   const double figures[] = {value, rules.difference(value, base), rules.fractional_change(value, base)};
-  std::optional<Place> without_change;
+  std::optional<TableCell> without_change;
   for (std::int32_t offset = 0; const double figure : figures) {
-    const Place place = {block.first_row + step - 1, first_column + offset++};
+    const TableCell place = {block.first_row + step - 1, first_column + offset++};
     std::int32_t flags = 0;
     FormatTableValue(rules, cells, step, place.column, figure, flags, 1.0,
                      model::OrdvaneDivisorInputOrOutput);
@@ -208,11 +208,11 @@ void StepTable::fit_names() {
   }
 }
 
-void StepTable::add_note(const std::optional<Place>& place, const std::string& text) {
+void StepTable::add_note(const std::optional<TableCell>& place, const std::string& text) {
   if (place) table_->AddTableNote(place->row, place->column, session_.text(text_id::kNoteTitle), text);
 }
 
-void StepTable::add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
+void StepTable::add_base_note(const std::optional<TableCell>& place, const model::DralInputOutput& item,
                               session::TextId<0> zero, session::TextId<0> invalid) {
   if (place) add_note(place, session_.text(item.BaseValue() == 0 ? zero : invalid));
 }

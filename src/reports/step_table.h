@@ -72,7 +72,7 @@ class StepTable {
   layout::ReportTable& table() { return *table_; }
 
  private:
-  struct Place {
+  struct TableCell {
     std::int32_t row, column;
   };
   struct Point {
@@ -94,12 +94,12 @@ class StepTable {
   std::vector<layout::Column> columns() const;
   void write_block(const Block& block, const StepTableTexts& texts);
   // Returns the first cell that says that there is no change, for the input's or the output's base value.
-  std::optional<Place> fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
+  std::optional<TableCell> fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
                                  std::int32_t first_column, double value, const model::DralInputOutput& item);
   void merge_places(const Block& block);
   void fit_names();
-  void add_note(const std::optional<Place>& place, const std::string& text);
-  void add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
+  void add_note(const std::optional<TableCell>& place, const std::string& text);
+  void add_base_note(const std::optional<TableCell>& place, const model::DralInputOutput& item,
                      session::TextId<0> zero, session::TextId<0> invalid);
 
   const Context& context_;
@@ -111,7 +111,7 @@ class StepTable {
   std::int32_t rows_ = 0;
   bool truncated_ = false;
   std::shared_ptr<layout::ReportTable> table_;
-  std::optional<Place> without_output_change_, invalid_;  // where first met
+  std::optional<TableCell> without_output_change_, invalid_;  // where first met
 };
 
 // Name of an input's series: at most 25 characters of its name, and its address.

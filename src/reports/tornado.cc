@@ -53,7 +53,7 @@ class TornadoReport {
         output_index_(output),
         output_(context.outputs(output)),
         bars_(bars),
-        chart_(session_, output_, context.in_percent(), context.range_mode, kChartTexts, style),
+        chart_(context, output_, kChartTexts, style),
         remarks_(session_),
         rows_(bars, column(kColumns)),
         input_formats_(bars),

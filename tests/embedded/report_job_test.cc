@@ -276,10 +276,10 @@ TEST(MakeReports, TheThresholdLeavesOutputsWithoutAGraph) {
   ReportOptions options;
   options.outputs = {0};
   options.spider = options.sensitivity = false;
-  options.threshold = 5;
+  options.set_threshold(5);
   EXPECT_THAT(sheet_names(*make_reports(shared(small_run()), options)),
               ElementsAre("Outputs not shown", "Summary"));
-  options.threshold = 1.5;  // exactly the swing of the first input
+  options.set_threshold(1.5);  // exactly the swing of the first input
   EXPECT_THAT(sheet_names(*make_reports(shared(small_run()), options)), ElementsAre("Tornado B5", "Summary"));
 }
 

@@ -47,7 +47,7 @@ struct MultiBench : test::GraphBench {
     given.range_mode = range_mode;
     given.run_number = run_number;
     given.total_runs = runs;
-    GenerateMultiTornadoReport(given, 1, run, effects, limits,
+    GenerateMultiTornadoReport(given, 1, run, effects,
                                {.base_value = runs > 1 ? host::kNoBaseValue : output().BaseValue(),
                                 .base_label = "Base value",
                                 .bar_color = kBlue,
@@ -58,7 +58,6 @@ struct MultiBench : test::GraphBench {
   model::GroupEffects effects;
   model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;
   model::OrdvaneOutputMode mode = model::OrdvaneOutputAsValue;
-  MultiTornadoLimits limits = {.max_inputs_per_graph = 20, .inputs_change_threshold = 0};
   std::int32_t run_number = 1, runs = 1;
 };
 
@@ -91,7 +90,7 @@ void with_widths(MultiBench& b) {
     b.effects(g).rank = g;
     b.effects(g).bar_width = widths[g - 1];
   }
-  b.limits.inputs_change_threshold = 1;
+  b.settings.threshold = 1;
 }
 
 void on_other_sheets(MultiBench& b) {
@@ -141,25 +140,25 @@ const Situation kSituations[] = {
     {"values about a base of zero know no threshold",
      0,
      kThree,
-     [](MultiBench& b) { b.limits.inputs_change_threshold = 1e9; },
+     [](MultiBench& b) { b.settings.threshold = 1e9; },
      {"by swing: 3", "from 0 to 150", "crossed at 0"},
      {"There is no"}},
     {"nor do values about a base that is no number",
      kNothing,
      kThree,
-     [](MultiBench& b) { b.limits.inputs_change_threshold = 1e9; },
+     [](MultiBench& b) { b.settings.threshold = 1e9; },
      {"by swing: 3", "crossed at 60"},
      {"Vertical", "Base value "}},
     {"a threshold above the widest bar",
      100,
      kThree,
-     [](MultiBench& b) { b.limits.inputs_change_threshold = 0.81; },
+     [](MultiBench& b) { b.settings.threshold = 0.81; },
      {"== Multi-way C14\n", "No group of inputs moved this output enough"},
      {"chart ", "Rank"}},
     {"a bar as wide as the threshold passes",
      100,
      kThree,
-     [](MultiBench& b) { b.limits.inputs_change_threshold = 0.25; },
+     [](MultiBench& b) { b.settings.threshold = 0.25; },
      {"by swing: 2", "Volume (B4) × Rate (B5)"},
      {"A+3"}},
     {"the first narrow bar ends the list", 100, kThree, with_widths, {"by swing: 1", "A+1 1"}, {"A+2"}},
@@ -167,7 +166,8 @@ const Situation kSituations[] = {
      100,
      kThree,
      [](MultiBench& b) {
-       b.limits = {1, 0.25};
+       b.settings.max_inputs = 1;
+       b.settings.threshold = 0.25;
      },
      {"by swing: 1"},
      {"A+2"}},
@@ -175,14 +175,15 @@ const Situation kSituations[] = {
      100,
      kThree,
      [](MultiBench& b) {
-       b.limits = {3, 0.25};
+       b.settings.max_inputs = 3;
+       b.settings.threshold = 0.25;
      },
      {"by swing: 2"},
      {"A+3"}},
     {"room for no group",
      100,
      kThree,
-     [](MultiBench& b) { b.limits.max_inputs_per_graph = 0; },
+     [](MultiBench& b) { b.settings.max_inputs = 0; },
      {"No group of inputs moved"},
      {"chart "}},
     {"no group at all", 100, {}, nullptr, {"No group of inputs moved"}, {"chart ", "Rank"}},
@@ -224,14 +225,14 @@ const Situation kSituations[] = {
     {"what moves nothing is left out of the chart, not of the table",
      100,
      {{{1, 2}, {100, 100}}, {{2, 3}, {90, 115}}},
-     [](MultiBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     [](MultiBench& b) { b.settings.all_inputs = false; },
      {"\"No effect on this output: Price (B3) × Volume (B4)\"", "by swing: 2", "A+2 2  B+2 \"Price (B3)",
       "K+1 (25)"},
      {}},
     {"nothing moves",
      100,
      {{{1, 2}, {100, 100}}, {{2, 3}, {100, 100 + 1e-13}}},
-     [](MultiBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     [](MultiBench& b) { b.settings.all_inputs = false; },
      {"There is no multi-way tornado graph for this output.\nNone of the groups of inputs moves this output.",
       "by swing: 2"},
      {"No effect on"}},

@@ -77,6 +77,7 @@ class GraphBench {
             .selected = selected,
             .inputs = inputs,
             .outputs = outputs,
+            .settings = settings,
             .output_mode = mode};
   }
 
@@ -105,6 +106,7 @@ class GraphBench {
   std::shared_ptr<const model::NumberRules> rules;
   std::unique_ptr<layout::ReportWorkbook> workbook;
   model::Records inputs, outputs;
+  reports::Settings settings = {.all_inputs = true};
   model::OneBased<std::int32_t> selected = {1};
   model::RankingRecord ranking;
 

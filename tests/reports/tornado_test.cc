@@ -39,7 +39,9 @@ std::string make_report(GraphBench& bench, const Situation& c, std::int32_t run 
   }
   context.run_number = run;
   context.total_runs = runs;
-  GenerateTornadoReport(context, 1, bench.ranking, style(runs > 1 ? host::kNoBaseValue : c.base));
+  TornadoStyle chosen = style(runs > 1 ? host::kNoBaseValue : c.base);
+  chosen.low_color = bench.settings.low_color;
+  GenerateTornadoReport(context, 1, bench.ranking, chosen);
   return bench.text();
 }
 
@@ -227,7 +229,7 @@ const Situation kSituations[] = {
     {"one step that moves the output is seen, and says what the input was set to",
      100,
      {{"Once", "B2", 5, {{6, 110}}}, {"Idle", "B3", 5, {{6, 100}, {7, 100}}}},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     [](GraphBench& b) { b.settings.all_inputs = false; },
      model::OrdvaneOutputAsValue,
      {"\"No effect on this output: Idle (B3)\"", "\"Bar +\" #0000FF", "(0.05", "labelled \"6.0\"",
       // Nothing was set to anything where nothing moved.
@@ -239,7 +241,7 @@ const Situation kSituations[] = {
      {{"Idle", "B2", 5, {{4, 100}, {5, 100}}},
       {"Once", "B3", 5, {{6, 110}}},
       {"Price", "B4", 5, {{5, 90}, {6, 105}}}},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     [](GraphBench& b) { b.settings.all_inputs = false; },
      model::OrdvaneOutputAsValue,
      {"2  B+2 \"Idle (B2)\"", "3  B+3 \"Once (B3)\"", "(\"Price (B4)\", \"Once (B3)\")", "from 90 to 110"},
      {}},
@@ -253,7 +255,7 @@ const Situation kSituations[] = {
     {"nothing moves",
      100,
      {{"Idle", "B2", 5, {{4, 100}, {5, 100}}}},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
+     [](GraphBench& b) { b.settings.all_inputs = false; },
      model::OrdvaneOutputAsValue,
      {"There is no tornado graph for this output.\nNone of the inputs moves this output.", "\"Idle (B2)\""},
      {"Vertical", "No effect on"}},
@@ -332,7 +334,7 @@ TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {
 TEST(TornadoReport, TellsLowInputValuesApart) {
   constexpr host::Color kOrange = 0x009FE6;
   GraphBench bench;
-  bench.session.low_color = kOrange;
+  bench.settings.low_color = kOrange;
   make_report(bench, {"",
                       100,
                       {{"Up", "B2", 5, {{4, 60}, {6, 140}}},
