@@ -5,13 +5,14 @@
 #include <vector>
 
 #include "layout/look.h"
+#include "reports/body_writer.h"
 #include "reports/gap_notes.h"
-#include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
 #include "reports/output_detail.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
@@ -92,9 +93,7 @@ void DetailByInput::make() {
       columns());
   table_->SetIdentityColumns(c_.step(), c_.name);
   table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
-      ->set_border(host::Edge::kBottom, {.line_style = layout::kRuleLineStyle,
-                                         .weight = layout::kRuleWeight,
-                                         .color_index = layout::kRuleColorIndex});
+      ->set_border(host::Edge::kBottom, layout::look::kGroupRule);
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);

@@ -9,14 +9,15 @@
 #include <vector>
 
 #include "layout/look.h"
+#include "reports/body_writer.h"
 #include "reports/detail_by_input.h"
 #include "reports/gap_notes.h"
-#include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
 #include "reports/output_detail.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "reports/gap_notes.h"
-#include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/sheet_opening.h"
 
 namespace ordvane::reports {
 namespace {

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "model/naming.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/item_texts.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {

@@ -8,10 +8,12 @@
 
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
 #include "reports/step_table.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {
@@ -68,7 +70,7 @@ class SensitivityReport {
 
  private:
   void write_message(layout::ReportSheet& sheet) {
-    std::shared_ptr<layout::ReportChart> panel;
+    std::shared_ptr<layout::PointChart> panel;
     CreateMessageChart(sheet, NoGraphMessage(session_, text_id::kMessageNoSensitivity, steps_, quantity_),
                        &panel);
     write_lines(sheet);
@@ -131,7 +133,7 @@ class SensitivityReport {
 }  // namespace
 
 std::int32_t OrdvaneGInput::inputG(layout::ReportSheet& PER) {
-  chart_ = PER.AddChart(kSensitivityChart, width, kChartHeight);
+  chart_ = PER.AddPointChart(width, kChartHeight);
   SetChartAreaLineWeight(*chart_->Chart());
   std::int32_t first = 1;
   const auto range = ranges.Item(first);

@@ -6,8 +6,8 @@
 
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_table.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
@@ -72,7 +72,8 @@ class SpiderReport {
 }  // namespace
 
 void OrdvaneGSpider::reserve(layout::ReportSheet& PER, std::int32_t lines) {
-  chart_ = PER.AddChart(kLineChart, kChartWidth, height_for(lines));
+  chart_ = PER.AddPointChart(kChartWidth, height_for(lines));
+  chart_->ShowLegend();
 }
 
 std::int32_t OrdvaneGSpider::spider(layout::ReportSheet& PER) {
@@ -83,7 +84,6 @@ std::int32_t OrdvaneGSpider::spider(layout::ReportSheet& PER) {
   if (status != 0) return status;
 
   chart_->SetTitle(chart_title);
-  chart_->SetChartOption(0);
   finish(kTickLabelFormat, kTickLabelFormat);
   return status;
 }

@@ -7,26 +7,20 @@
 
 #include "host/error.h"
 #include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
 
 namespace ordvane::reports {
-namespace {}  // namespace
 
 void StepChart::add_series(const model::OrdvaneGraphRange& range) {
   host::ignoring_errors([&] { chart_->AddSeries(*range.xValues(), *range.yValues(), range.rName()); });
 }
 
 void StepChart::finish(const std::string& x_format, const std::string& y_format) {
-  constexpr double kAuto = host::kAutoScaleValue;
-  chart_->SetXAxis(x_axis_title, kAuto, kAuto, kAuto, x_format, true);
-  chart_->SetYAxis(y_axis_title, kAuto, kAuto, kAuto, y_format);
+  chart_->SetXAxis(x_axis_title, x_format);
+  chart_->SetYAxis(y_axis_title, y_format);
   chart_->FinishChart();
   SetWatermark(session_, *chart_);
-}
-
-void FitWidth(layout::ReportChart& chart, double width) {
-  host::ignoring_errors([&] { chart.Container()->set_width(width); });
 }
 
 void WriteStepGraphLines(session::Session& session, layout::ReportSheet& sheet, const StepTable& steps,

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "layout/report_chart.h"
+#include "layout/point_chart.h"
 #include "layout/report_sheet.h"
 #include "model/graph_ranges.h"
 #include "reports/chart_helpers.h"
@@ -21,7 +21,7 @@ class StepChart {
   model::OrdvaneGraphRanges ranges;
 
   // Null until there is one.
-  const std::shared_ptr<layout::ReportChart>& chart() const { return chart_; }
+  const std::shared_ptr<layout::PointChart>& chart() const { return chart_; }
   const Extent& extent() const { return extent_; }
 
  protected:
@@ -32,11 +32,8 @@ class StepChart {
 
   session::Session& session_;
   Extent extent_;
-  std::shared_ptr<layout::ReportChart> chart_;
+  std::shared_ptr<layout::PointChart> chart_;
 };
-
-// Width in points; a host that refuses keeps the chart as it is.
-void FitWidth(layout::ReportChart& chart, double width);
 
 // The lines at a graph.
 struct StepGraphTexts {

@@ -1,7 +1,6 @@
 #include "reports/step_remarks.h"
 
 namespace ordvane::reports {
-namespace {}  // namespace
 
 std::string StepNote(const session::Session& session, const model::StepFacts& facts, Varied varied) {
   std::string note;

@@ -18,6 +18,7 @@
 #include "model/input_output.h"
 #include "model/step_facts.h"
 #include "reports/context.h"
+#include "reports/first_notes.h"
 #include "session/session.h"
 
 namespace ordvane::reports {
@@ -72,8 +73,12 @@ class StepTable {
   layout::ReportTable& table() { return *table_; }
 
  private:
-  struct TableCell {
-    std::int32_t row, column;
+  // Of an item: value, change, change in percent; and the notes on changes that its base value rules out.
+  struct ItemColumns {
+    const model::DralInputOutput& item;
+    std::int32_t first;
+    session::TextId<0> without_change;
+    FirstNotes& base_notes;
   };
   struct Point {
     double x, y;
@@ -93,14 +98,10 @@ class StepTable {
   std::string caption(const StepTableTexts& texts) const;
   std::vector<layout::Column> columns() const;
   void write_block(const Block& block, const StepTableTexts& texts);
-  // Returns the first cell that says that there is no change, for the input's or the output's base value.
-  std::optional<TableCell> fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
-                                 std::int32_t first_column, double value, const model::DralInputOutput& item);
+  void fill_item(host::CellBlock& cells, const Block& block, std::int32_t step, const ItemColumns& columns,
+                 double value, session::TextId<0> invalid);
   void merge_places(const Block& block);
   void fit_names();
-  void add_note(const std::optional<TableCell>& place, const std::string& text);
-  void add_base_note(const std::optional<TableCell>& place, const model::DralInputOutput& item,
-                     session::TextId<0> zero, session::TextId<0> invalid);
 
   const Context& context_;
   session::Session& session_;
@@ -111,7 +112,7 @@ class StepTable {
   std::int32_t rows_ = 0;
   bool truncated_ = false;
   std::shared_ptr<layout::ReportTable> table_;
-  std::optional<TableCell> without_output_change_, invalid_;  // where first met
+  FirstNotes notes_;  // those of all inputs
 };
 
 // Name of an input's series: at most 25 characters of its name, and its address.

@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "host/error.h"
+#include "reports/item_texts.h"
 #include "reports/report_columns.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {

@@ -1,9 +1,8 @@
 // The multi-way analysis of a report set: reads the groups of inputs that were varied together, ranks them
-// for every selected output, and has a tornado sheet for each output and the table of all combinations
-// written.
+// for every selected output, and has the tornado sheets and the table of all combinations written.
 #include "model/multi_way.h"
 
-#include "reports/utils.h"
+#include "reports/progress.h"
 #include "service/ordvane_reports.h"
 #include "service/spreadsheet_state.h"
 

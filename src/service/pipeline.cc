@@ -5,8 +5,8 @@
 #include <unordered_map>
 
 #include "model/naming.h"
+#include "reports/progress.h"
 #include "reports/summary_report.h"
-#include "reports/utils.h"
 #include "service/spreadsheet_state.h"
 
 namespace ordvane::service {

@@ -50,8 +50,7 @@ class OrdvaneReports::Pipeline {
   void summary();
   void finish(std::int32_t rc);
 
-  // Runs one graph report; a failure other than the user's wish to stop is logged and the next report
-  // follows.
+  // Runs one graph report. Failures are logged and the next report follows, unless the user asks to stop.
   template <class Report>
   void graph_report(const std::string& name, bool wanted, session::TextId<0> progress, bool built_in,
                     const Report& report);
