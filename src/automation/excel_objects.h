@@ -37,7 +37,7 @@ inline constexpr std::wstring_view kAxis = L"Axis", kAxisTitle = L"AxisTitle", k
 inline constexpr std::int32_t kXlSolid = 1;
 
 // A place on a sheet, as far as it is known; 0 for what is not.
-struct Place {
+struct KnownArea {
   std::int32_t row = 0, column = 0, rows = 0, columns = 0;
 };
 
@@ -68,7 +68,7 @@ LateBound item_named(const LateBound& collection, std::wstring_view kind, const 
 
 std::shared_ptr<host::Workbook> make_workbook(Context context, LateBound workbook);
 std::shared_ptr<host::Worksheet> make_worksheet(Context context, LateBound worksheet);
-std::shared_ptr<host::Range> make_range(Context context, LateBound range, const Place& place = {});
+std::shared_ptr<host::Range> make_range(Context context, LateBound range, const KnownArea& place = {});
 std::shared_ptr<host::ChartObject> make_chart_object(Context context, LateBound chart_object);
 std::shared_ptr<host::Chart> make_chart(Context context, LateBound chart);
 std::shared_ptr<host::Axis> make_axis(Context context, LateBound axis);
@@ -82,7 +82,7 @@ IDispatch* range_object(host::Range& range);
 
 // "B2:C4" of a place on any sheet. Throws error 1004 for what can be no place.
 std::string column_letters(std::int32_t column);
-std::string place_name(const Place& place);
+std::string area_name(const KnownArea& place);
 
 // `owner` has the property that is set: Font, Interior, Border.
 void apply_font(const LateBound& owner, const host::FontFormat& format);

@@ -27,23 +27,23 @@ void check_text(const std::string& text) {
 
 class ExcelRange final : public host::Range, public ExcelObject {
  public:
-  ExcelRange(Context context, LateBound range, const Place& place)
-      : ExcelObject(std::move(context), std::move(range)), place_(place) {}
+  ExcelRange(Context context, LateBound range, const KnownArea& place)
+      : ExcelObject(std::move(context), std::move(range)), area_(place) {}
 
   std::shared_ptr<host::Worksheet> worksheet() override {
     return make_worksheet(context_, it_.object(L"Worksheet", kinds::kWorksheet));
   }
   std::int32_t row() override {
-    return known(place_.row, [&] { return it_.get(L"Row").whole(); });
+    return known(area_.row, [&] { return it_.get(L"Row").whole(); });
   }
   std::int32_t column() override {
-    return known(place_.column, [&] { return it_.get(L"Column").whole(); });
+    return known(area_.column, [&] { return it_.get(L"Column").whole(); });
   }
   std::int32_t row_count() override {
-    return known(place_.rows, [&] { return count(L"Rows"); });
+    return known(area_.rows, [&] { return count(L"Rows"); });
   }
   std::int32_t column_count() override {
-    return known(place_.columns, [&] { return count(L"Columns"); });
+    return known(area_.columns, [&] { return count(L"Columns"); });
   }
   std::string address(bool absolute, bool external) override {
     return it_.get(L"Address", {absolute, absolute, kXlA1, external}).text();
@@ -51,15 +51,15 @@ class ExcelRange final : public host::Range, public ExcelObject {
 
   std::shared_ptr<host::Range> cell(std::int32_t row, std::int32_t column) override {
     return make_range(context_, item(row, column),
-                      {moved(place_.row, row - 1), moved(place_.column, column - 1), 1, 1});
+                      {moved(area_.row, row - 1), moved(area_.column, column - 1), 1, 1});
   }
   std::shared_ptr<host::Range> offset(std::int32_t rows, std::int32_t columns) override {
     return make_range(context_, it_.object(L"Offset", kinds::kRange, {rows, columns}),
-                      {moved(place_.row, rows), moved(place_.column, columns), place_.rows, place_.columns});
+                      {moved(area_.row, rows), moved(area_.column, columns), area_.rows, area_.columns});
   }
   std::shared_ptr<host::Range> resize(std::int32_t rows, std::int32_t columns) override {
     return make_range(context_, it_.object(L"Resize", kinds::kRange, {rows, columns}),
-                      {place_.row, place_.column, rows, columns});
+                      {area_.row, area_.column, rows, columns});
   }
 
   CellValue value() override { return first_value(few_cells().get(L"Value2")); }
@@ -126,10 +126,10 @@ class ExcelRange final : public host::Range, public ExcelObject {
     return value;
   }
   static std::int32_t moved(std::int32_t from, std::int32_t by) { return from == 0 ? 0 : from + by; }
-  bool is_one_cell() const { return place_.rows == 1 && place_.columns == 1; }
+  bool is_one_cell() const { return area_.rows == 1 && area_.columns == 1; }
   LateBound first_cell() { return is_one_cell() ? it_ : item(1, 1); }
   // The range itself while it may be one cell, for what can be read of several cells together.
-  LateBound few_cells() { return place_.rows == 0 ? it_ : first_cell(); }
+  LateBound few_cells() { return area_.rows == 0 ? it_ : first_cell(); }
   LateBound item(std::int32_t row, std::int32_t column) {
     return it_.object(L"Item", kinds::kRange, {row, column});
   }
@@ -142,7 +142,7 @@ class ExcelRange final : public host::Range, public ExcelObject {
   // Cells formatted as text, asked for as few calls as their formats allow.
   class TextCells;
 
-  Place place_;
+  KnownArea area_;
 };
 
 class ExcelRange::TextCells {
@@ -231,7 +231,7 @@ void ExcelRange::set_row_formats_local(const std::vector<std::string>& formats) 
   for (std::int32_t first = 0, next = 0; first < rows; first = next) {
     const std::string& format = formats[static_cast<std::size_t>(first)];
     while (next < rows && formats[static_cast<std::size_t>(next)] == format) ++next;
-    const std::string area = place_name({row() + first, column(), next - first, column_count()});
+    const std::string area = area_name({row() + first, column(), next - first, column_count()});
     auto& lists = addresses[format];
     if (lists.empty() || lists.back().size() + 1 + area.size() > kLongestAddress)
       lists.push_back(area);
@@ -247,7 +247,7 @@ void ExcelRange::set_row_formats_local(const std::vector<std::string>& formats) 
 
 }  // namespace
 
-std::shared_ptr<host::Range> make_range(Context context, LateBound range, const Place& place) {
+std::shared_ptr<host::Range> make_range(Context context, LateBound range, const KnownArea& place) {
   return std::make_shared<ExcelRange>(std::move(context), std::move(range), place);
 }
 
@@ -265,7 +265,7 @@ std::string column_letters(std::int32_t column) {
   return letters;
 }
 
-std::string place_name(const Place& place) {
+std::string area_name(const KnownArea& place) {
   constexpr std::int32_t kMostRows = 1048576, kMostColumns = 16384;
   const auto fits = [](std::int32_t first, std::int32_t count, std::int32_t most) {
     return first >= 1 && count >= 1 && first <= most && count <= most - first + 1;

@@ -86,8 +86,8 @@ class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
   }
   std::shared_ptr<host::Range> range(std::int32_t row, std::int32_t column, std::int32_t rows,
                                      std::int32_t columns) override {
-    const Place place{row, column, rows, columns};
-    return make_range(context_, it_.object(L"Range", kinds::kRange, {place_name(place)}), place);
+    const KnownArea place{row, column, rows, columns};
+    return make_range(context_, it_.object(L"Range", kinds::kRange, {area_name(place)}), place);
   }
   std::shared_ptr<host::ChartObject> add_chart(double left, double top, double width, double height) override;
   void set_page_setup(const host::PageSetup& setup) override;
@@ -167,7 +167,7 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
   }
   // Excel itself sets areas and breaks by themselves.
   page.put(L"PrintArea",
-           setup.print_rows > 0 ? place_name({1, 1, setup.print_rows, setup.print_columns}) : std::string());
+           setup.print_rows > 0 ? area_name({1, 1, setup.print_rows, setup.print_columns}) : std::string());
   it_.call(L"ResetAllPageBreaks");
   add_breaks(L"HPageBreaks", kinds::kRowBreaks, setup.row_breaks, true);
   add_breaks(L"VPageBreaks", kinds::kColumnBreaks, setup.column_breaks, false);
@@ -179,8 +179,8 @@ void ExcelWorksheet::add_breaks(const wchar_t* member, std::wstring_view kind,
   if (firsts.empty()) return;
   const LateBound breaks = it_.object(member, kind);
   for (const std::int32_t first : firsts) {
-    const Place before = rows ? Place{first, 1, 1, 1} : Place{1, first, 1, 1};
-    const LateBound cell = it_.object(L"Range", kinds::kRange, {place_name(before)});
+    const KnownArea before = rows ? KnownArea{first, 1, 1, 1} : KnownArea{1, first, 1, 1};
+    const LateBound cell = it_.object(L"Range", kinds::kRange, {area_name(before)});
     breaks.call_named(L"Add", {{L"Before", cell.dispatch()}});
   }
 }

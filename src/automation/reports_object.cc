@@ -43,7 +43,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
   }
 #include "service/report_settings.def"
 
-#define ORDVANE_PROPERTY(number, type, name, initial)                \
+#define ORDVANE_PROPERTY(number, type, name)                         \
   HRESULT STDMETHODCALLTYPE get_##name(Wire##type* value) override { \
     return answer_client([&] { give(value, reports_.name()); });     \
   }                                                                  \
@@ -190,6 +190,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
             .selected = from_client.selected,
             .inputs = from_client.inputs,
             .outputs = from_client.outputs,
+            .settings = reports_.settings,
             .run_number = at(runNumber),
             .total_runs = at(totalRuns)};
   }

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "cli/problems.h"
-#include "host/excel.h"
+#include "embedded/report_job.h"
 #include "ordvane/version.h"
 
 namespace ordvane::cli {
@@ -29,18 +29,11 @@ struct ReportCommand {
   std::filesystem::path run;
   std::filesystem::path workbook;  // a new one; empty: named after the run, in the current folder
   std::filesystem::path into;      // one that is there; empty: none, the reports go into a new one
-  bool overwrite = false;
   std::vector<std::string> outputs;
   bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false,
        multi_way = false;
   bool all = false;
-  bool percent = false;
-  std::int32_t max_inputs = 20;
-  bool all_inputs = false;
-  std::optional<double> threshold;
-  std::optional<host::Color> bar_color, base_color, low_color;
-  std::string watermark;
-  std::string language = "en";
+  embedded::ReportOptions options;  // but for the outputs and the reports chosen, which wait for the run
   std::filesystem::path log_folder;
   bool quiet = false;
 };

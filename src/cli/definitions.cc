@@ -68,29 +68,35 @@ void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
 void add_look(CommandLine& line, ReportCommand& c) {
   CLI::App& command = line.parser();
   const std::string look = "What the reports show";
-  command.add_flag("--percent", c.percent, "Graphs show changes in percent of the base value")->group(look);
-  line.option("--max-inputs", kNumber, "Most inputs on a graph, 1 to 32 (default: 20)",
-              [&](const std::string& text) { c.max_inputs = whole_number_of("--max-inputs", text, 1, 32); })
+  command.add_flag("--percent", c.options.percent, "Graphs show changes in percent of the base value")
       ->group(look);
-  command.add_flag("--all-inputs", c.all_inputs, "Graphs have also the inputs that do not move their output")
+  line.option("--max-inputs", kNumber, "Most inputs on a graph, 1 to 32 (default: 20)",
+              [&](const std::string& text) {
+                c.options.max_inputs = whole_number_of("--max-inputs", text, 1, 32);
+              })
+      ->group(look);
+  command
+      .add_flag("--all-inputs", c.options.all_inputs,
+                "Graphs have also the inputs that do not move their output")
       ->group(look);
   line.option("--threshold", kShare,
               "Least swing of inputs, as a share of the base value: 5% or 0.05 (1 is 100%)",
-              [&](const std::string& text) { c.threshold = share_of("--threshold", text); })
+              [&](const std::string& text) { c.options.set_threshold(share_of("--threshold", text)); })
       ->group(look);
-  const auto color = [&](const char* name, std::optional<host::Color>& value, const char* what) {
+  const auto color = [&](const char* name, auto& value, const char* what) {
     line.option(name, kColor, what, [name, &value](const std::string& text) { value = color_of(name, text); })
         ->group(look);
   };
-  color("--bar-color", c.bar_color, "Bars of a tornado");
-  color("--base-color", c.base_color, "Base value line of a tornado");
-  color("--low-color", c.low_color, "Parts of tornado bars that inputs below their base make (try E69F00)");
+  color("--bar-color", c.options.bar_color, "Bars of a tornado");
+  color("--base-color", c.options.base_color, "Base value line of a tornado");
+  color("--low-color", c.options.low_color,
+        "Parts of tornado bars that inputs below their base make (try E69F00)");
   line.free_text("--watermark", kText, "Text across charts and pages; \\n begins its second line",
-                 [&](const std::string& text) { c.watermark = with_line_breaks(text); })
+                 [&](const std::string& text) { c.options.watermark = with_line_breaks(text); })
       ->group(look);
-  c.language = system_language();
+  c.options.language = system_language();
   line.option("--language", kLanguage, "Language: " + language_list() + " (default: the system's)",
-              [&](const std::string& text) { c.language = language_of("--language", text); })
+              [&](const std::string& text) { c.options.language = language_of("--language", text); })
       ->group(look);
 }
 
@@ -102,7 +108,7 @@ void define_report(Arguments& arguments) {
               path(c->workbook));
   line.option("--into", kWorkbook, "Add the reports to this workbook instead; all else in it stays as it is",
               path(c->into));
-  line.parser().add_flag("--overwrite", c->overwrite,
+  line.parser().add_flag("--overwrite", c->options.overwrite,
                          "Replace a workbook that is there; with --into, sheets of earlier reports");
   add_outputs(line, c->outputs);
   add_choice_of_reports(line, *c);

@@ -69,7 +69,7 @@ std::string folder_text(const std::filesystem::path& folder) {
 }
 
 embedded::ReportOptions options_of(const ReportCommand& command, const runfile::Run& run) {
-  embedded::ReportOptions options;
+  embedded::ReportOptions options = command.options;
   const bool chosen = command.all || command.tornado || command.spider || command.sensitivity ||
                       command.output_detail || command.detail_by_input || command.multi_way;
   options.tornado = !chosen || command.all || command.tornado;
@@ -78,16 +78,6 @@ embedded::ReportOptions options_of(const ReportCommand& command, const runfile::
   options.output_detail = command.all || command.output_detail;
   options.detail_by_input = command.all || command.detail_by_input;
   options.multi_way = command.multi_way || (command.all && !run.groups.empty());
-  options.percent = command.percent;
-  options.max_inputs = command.max_inputs;
-  options.all_inputs = command.all_inputs;
-  options.threshold = command.threshold;
-  options.bar_color = command.bar_color.value_or(options.bar_color);
-  options.base_color = command.base_color.value_or(options.base_color);
-  options.low_color = command.low_color;
-  options.watermark = command.watermark;
-  options.language = command.language;
-  options.overwrite = command.overwrite;
   options.log_folder = folder_text(command.log_folder);
   return options;
 }
@@ -111,7 +101,7 @@ Job prepared(const ReportCommand& command, Problems& problems) {
   job.workbook = !is_new                    ? command.into
                  : command.workbook.empty() ? default_workbook(command.run)
                                             : command.workbook;
-  if (is_new) problems.gather([&] { check_new_workbook(job.workbook, command.overwrite); });
+  if (is_new) problems.gather([&] { check_new_workbook(job.workbook, command.options.overwrite); });
   if (!is_new && !command.workbook.empty()) problems.add("--into: goes without -o");
   problems.gather([&] { check_log_folder(command.log_folder); });
   problems.gather([&] { job.clock = report_clock(); });
@@ -142,7 +132,7 @@ std::string summary(const embedded::WrittenReports& written, const ReportCommand
   for (std::size_t i = 0; i < named; ++i) text += (i == 0 ? "" : ", ") + printable(written.left_over[i]);
   if (named < written.left_over.size())
     text += " and " + std::to_string(written.left_over.size() - named) + " more";
-  return text + (command.overwrite ? "\n" : "; --overwrite replaces those of the same names\n");
+  return text + (command.options.overwrite ? "\n" : "; --overwrite replaces those of the same names\n");
 }
 
 }  // namespace

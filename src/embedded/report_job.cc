@@ -7,6 +7,7 @@
 #include "embedded/selected_outputs.h"
 #include "environment/string_table.h"
 #include "runfile/recorded_engine.h"
+#include "service/ordvane_reports.h"
 #include "unicode/names.h"
 #include "xlsx/graft.h"
 #include "xlsx/save.h"
@@ -22,35 +23,19 @@ std::int16_t largest_group(const runfile::Run& run) {
   return static_cast<std::int16_t>(members);
 }
 
-void apply(const ReportOptions& options, const runfile::Run& run, service::OrdvaneReports& reports) {
-  reports.set_TornadoGraphs(options.tornado);
-  reports.set_SpiderGraphs(options.spider);
-  reports.set_SensitivityGraphs(options.sensitivity);
-  reports.set_OutputDetailReport(options.output_detail);
-  reports.set_DetailByInput(options.detail_by_input);
-  reports.set_MultiWayReport(options.multi_way);
-  reports.set_BarColor(options.bar_color);
-  reports.set_BaselineColor(options.base_color);
-  reports.MaxInputsPerGraph = options.max_inputs;
-  reports.OnlyInputsOverThreshold = options.threshold.has_value();
-  reports.InputsChangeThreshold = options.threshold.value_or(0);
-  reports.OutputsAsPercentChange = options.percent;
-  reports.DefaultMultiGroupSize = largest_group(run);
-}
+enum class TargetBook { kNew, kActive };
 
-enum class Place { kNewWorkbook, kActiveWorkbook };
-
-void apply(Place place, bool overwrite, service::OrdvaneReports& reports) {
-  reports.set_ReportsInNewWorkbook(place == Place::kNewWorkbook);
-  reports.set_ReportsInExistingWorkbook(place == Place::kActiveWorkbook);
-  if (place == Place::kNewWorkbook) return;
+void aim(service::OrdvaneReports& reports, TargetBook target, bool overwrite) {
+  reports.set_ReportsInNewWorkbook(target == TargetBook::kNew);
+  reports.set_ReportsInExistingWorkbook(target == TargetBook::kActive);
+  if (target == TargetBook::kNew) return;
   reports.ReportsInExistingWorkbookName = "Active Workbook";
   reports.set_OverwriteExisting(overwrite);
 }
 
 // Drives the report service as the add-in does: create, set, Initialize, watermark, reports, Terminate.
 std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfile::Run>& run,
-                                              const ReportOptions& options, Place place,
+                                              const ReportOptions& options, TargetBook target,
                                               const std::shared_ptr<office::OfficeApplication>& application,
                                               const std::shared_ptr<EmbeddedEnvironment>& environment) {
   const auto selected = selected_outputs(*run, options.outputs);
@@ -59,12 +44,11 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
   const auto services = std::make_shared<service::Services>();
   services->session.environment = environment;
   services->session.engine = runfile::make_recorded_engine(run);
-  services->session.low_color = options.low_color;
-  services->session.leaves_out_inputs_without_effect = !options.all_inputs;
 
   service::OrdvaneReports reports(services);
-  apply(options, *run, reports);
-  apply(place, options.overwrite, reports);
+  reports.settings = options;
+  reports.DefaultMultiGroupSize = largest_group(*run);
+  aim(reports, target, options.overwrite);
   reports.Initialize(application, kVariableSet);
   reports.set_WatermarkText(options.watermark);
   reports.GenerateReports(selected);
@@ -86,7 +70,7 @@ std::shared_ptr<office::OfficeApplication> model_of(const runfile::Run& run, con
 std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfile::Run>& run,
                                               const ReportOptions& options,
                                               const std::shared_ptr<EmbeddedEnvironment>& environment) {
-  auto book = make(run, options, Place::kNewWorkbook, model_of(*run, options), environment);
+  auto book = make(run, options, TargetBook::kNew, model_of(*run, options), environment);
   for (const auto& sheet : book->sheets) sheet->is_report = true;
   return book;
 }
@@ -171,7 +155,7 @@ WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,
   xlsx::ExistingWorkbook existing(workbook, opening);
   const auto application = model_of(*run, options);
   const ReportTarget target(*application, *run, existing);
-  const auto book = make(run, options, Place::kActiveWorkbook, application, environment);
+  const auto book = make(run, options, TargetBook::kActive, application, environment);
   target.check_dates(*book);
   show_saving(*environment, options);
   environment->check_cancelled();

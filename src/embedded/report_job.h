@@ -18,28 +18,16 @@
 #include "model/multi_way.h"
 #include "model/step_facts.h"
 #include "office/office.h"
+#include "reports/settings.h"
 #include "runfile/run.h"
-#include "service/ordvane_reports.h"
 #include "xlsx/package_reader.h"
 
 namespace ordvane::embedded {
 
-struct ReportOptions {
+// Settings of the reports, and what is needed to make and save a workbook of them.
+struct ReportOptions : reports::Settings {
   std::vector<std::int32_t> outputs;  // zero-based positions in Run::outputs; empty: all
-  bool tornado = true;
-  bool spider = true;
-  bool sensitivity = true;
-  bool output_detail = false;
-  bool detail_by_input = false;
-  bool multi_way = false;
-  bool percent = false;
-  std::int32_t max_inputs = 20;     // 1 to 32
-  bool all_inputs = false;          // graphs have also the inputs that do not move their output
-  std::optional<double> threshold;  // set: only inputs whose swing reaches it
-  std::int32_t bar_color = service::kDefaultBarColor;  // 0xBBGGRR
-  std::int32_t base_color = service::kDefaultBarColor;
-  std::optional<std::int32_t> low_color;  // of the part of a bar made by input values below their base
-  std::string watermark;                  // up to two lines
+  std::string watermark;              // up to two lines
   std::string language = "en";
   std::string log_folder;    // empty: no log
   bool click_macro = false;  // charts call the add-in when clicked (needs the add-in)

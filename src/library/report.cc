@@ -68,7 +68,7 @@ embedded::ReportOptions converted(const ReportOptions& options, const runfile::R
   to.percent = options.percent;
   to.max_inputs = options.max_inputs;
   to.all_inputs = options.all_inputs;
-  to.threshold = options.threshold;
+  if (options.threshold) to.set_threshold(*options.threshold);
   if (options.bar_color) to.bar_color = blue_green_red(*options.bar_color);
   if (options.base_color) to.base_color = blue_green_red(*options.base_color);
   if (options.low_color) to.low_color = blue_green_red(*options.low_color);

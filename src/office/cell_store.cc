@@ -97,7 +97,7 @@ std::size_t CellStore::find_band(std::int32_t row, std::int32_t column) {
   return kNone;
 }
 
-CellStore::Place CellStore::find(std::int32_t row, std::int32_t column) {
+CellStore::Slot CellStore::find(std::int32_t row, std::int32_t column) {
   const std::size_t band = find_band(row, column);
   if (band == kNone) return {};
   return {&bands_[band], bands_[band].index(row, column)};

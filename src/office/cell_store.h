@@ -17,11 +17,11 @@ class CellStore {
  public:
   explicit CellStore(std::vector<RowBand>& bands) : bands_(bands) {}
 
-  struct Place {
+  struct Slot {
     RowBand* band = nullptr;  // null: the cell was never written
     std::size_t index = 0;
   };
-  Place find(std::int32_t row, std::int32_t column);
+  Slot find(std::int32_t row, std::int32_t column);
 
   // Makes every cell of the area exist, new ones blank in the default style. Throws when they are too many.
   void ensure(const Area& area);

@@ -53,7 +53,7 @@ CellValue Sheet::value_at(const RowBand& band, std::size_t index) const {
 }
 
 CellValue Sheet::stored_value(std::int32_t row, std::int32_t column) {
-  const CellStore::Place place = cells_.find(row, column);
+  const CellStore::Slot place = cells_.find(row, column);
   return place.band ? value_at(*place.band, place.index) : CellValue();
 }
 
@@ -114,7 +114,7 @@ void Sheet::write(RowBand& band, std::size_t index, const CellValue& value) {
 }
 
 void Sheet::store(const CellRef& cell, const CellValue& value) {
-  CellStore::Place place = cells_.find(cell.row, cell.column);
+  CellStore::Slot place = cells_.find(cell.row, cell.column);
   if (!place.band) {
     if (value.kind == CellKind::kBlank) return;
     cells_.ensure({cell.row, cell.column, 1, 1});

@@ -40,7 +40,7 @@ void apply(const host::BorderFormat& format, EdgeLine& line) {
 }  // namespace
 
 const CellStyle& Sheet::style(std::int32_t row, std::int32_t column) {
-  const CellStore::Place place = cells_.find(row, column);
+  const CellStore::Slot place = cells_.find(row, column);
   return book->model->styles.at(place.band ? place.band->styles[place.index] : StyleId{0});
 }
 

@@ -22,7 +22,7 @@ BarReport::BarReport(const Context& context, const model::DralInputOutput& outpu
       name_(std::move(name)),
       texts_(texts),
       varied_(varied),
-      chart_(session_, output, context.in_percent(), context.range_mode, texts.chart, style),
+      chart_(context, output, texts.chart, style),
       remarks_(session_, varied) {}
 
 void BarReport::make() {

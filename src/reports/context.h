@@ -7,6 +7,7 @@
 #include "model/enumerations.h"
 #include "model/input_output.h"
 #include "model/one_based.h"
+#include "reports/settings.h"
 #include "session/session.h"
 
 namespace ordvane::reports {
@@ -19,6 +20,7 @@ struct Context {
   // As OrdvaneScan::getData left them.
   const model::Records& inputs;
   const model::Records& outputs;
+  Settings settings = {};
   std::int32_t recalculations = 0;  // of steps of single inputs
   model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;
   model::OrdvaneOutputMode output_mode = model::OrdvaneOutputAsValue;

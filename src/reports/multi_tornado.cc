@@ -51,18 +51,17 @@ model::OneBased<std::int32_t> groups_by_rank(const model::GroupEffects& effects)
 class MultiTornado final : public BarReport {
  public:
   MultiTornado(const Context& context, std::int32_t output, const model::MultiWayRun& run,
-               const model::GroupEffects& effects, const MultiTornadoLimits& limits,
-               const TornadoStyle& style)
+               const model::GroupEffects& effects, const TornadoStyle& style)
       : BarReport(context, context.outputs(output), "MultiTornado", kTexts, style, Varied::kGroups),
         run_(run),
         effects_(effects),
         by_rank_(groups_by_rank(effects)) {
-    set_rows(count_bars(limits), {.name = column(kName),
-                                  .low = column(kLow),
-                                  .low_change = column(kLowChange),
-                                  .high = column(kHigh),
-                                  .high_change = column(kHighChange),
-                                  .count = column(kColumns)});
+    set_rows(count_bars(), {.name = column(kName),
+                            .low = column(kLow),
+                            .low_change = column(kLowChange),
+                            .high = column(kHigh),
+                            .high_change = column(kHighChange),
+                            .count = column(kColumns)});
   }
 
  private:
@@ -70,15 +69,15 @@ class MultiTornado final : public BarReport {
     return static_cast<std::int32_t>(context_.range_mode) + after_places;
   }
 
-  std::int32_t count_bars(const MultiTornadoLimits& limits) const {
+  std::int32_t count_bars() const {
     std::int32_t passing = by_rank_.size();
     if (has_base()) {
       passing = 0;
       while (passing < by_rank_.size() &&
-             std::fabs(effects_(by_rank_(passing + 1)).bar_width) >= limits.inputs_change_threshold)
+             std::fabs(effects_(by_rank_(passing + 1)).bar_width) >= context_.settings.threshold)
         ++passing;
     }
-    return std::min({by_rank_.size(), limits.max_inputs_per_graph, passing, kMostBars});
+    return std::min({by_rank_.size(), context_.settings.max_inputs, passing, kMostBars});
   }
 
   void fill_rows() override {
@@ -174,9 +173,8 @@ class MultiTornado final : public BarReport {
 }  // namespace
 
 void GenerateMultiTornadoReport(const Context& context, std::int32_t output, const model::MultiWayRun& run,
-                                const model::GroupEffects& effects, const MultiTornadoLimits& limits,
-                                const TornadoStyle& style) {
-  MultiTornado(context, output, run, effects, limits, style).make();
+                                const model::GroupEffects& effects, const TornadoStyle& style) {
+  MultiTornado(context, output, run, effects, style).make();
 }
 
 }  // namespace ordvane::reports

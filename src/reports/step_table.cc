@@ -94,7 +94,7 @@ Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
   const bool changes = quantity == Quantity::kChange;
   const double base = input(block).BaseValue(), output_base = output_.BaseValue();
   if (changes && (output_base == 0 || !rules.is_usable(output_base))) return Obstacle::kOutputBase;
-  if (session_.leaves_out_inputs_without_effect && block.facts.without_effect()) return Obstacle::kNoEffect;
+  if (!context_.settings.all_inputs && block.facts.without_effect()) return Obstacle::kNoEffect;
   if (changes && base == 0) return Obstacle::kBaseZero;
   if (changes && !rules.is_usable(base)) return Obstacle::kBaseInvalid;
   return drawable_steps(block, quantity).count == 0 ? Obstacle::kNoResults : Obstacle::kNone;

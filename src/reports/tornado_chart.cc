@@ -57,12 +57,11 @@ bool same_bits(double a, double b) {
 
 }  // namespace
 
-TornadoChart::TornadoChart(session::Session& session, const model::DralInputOutput& output, bool percent,
-                           model::OrdvaneRangeMode range_mode, const TornadoTexts& texts, TornadoStyle style)
-    : session_(session),
+TornadoChart::TornadoChart(const Context& context, const model::DralInputOutput& output,
+                           const TornadoTexts& texts, TornadoStyle style)
+    : context_(context),
+      session_(context.session),
       output_(output),
-      percent_(percent),
-      range_mode_(range_mode),
       texts_(texts),
       style_(std::move(style)) {}
 
@@ -73,7 +72,7 @@ void TornadoChart::choose_bars(const host::CellBlock& rows, const layout::BarCol
   one_input_each_ = input_of != nullptr;
   std::vector<std::string> left_out;
   for (std::int32_t row = 1; row <= rows.rows(); ++row) {
-    if (session_.leaves_out_inputs_without_effect && facts(row).without_effect()) {
+    if (!context_.settings.all_inputs && facts(row).without_effect()) {
       left_out.push_back(rows.value(row, columns.name).text);
       continue;
     }
@@ -97,11 +96,11 @@ bool TornadoChart::has_bars() const {
 
 // The two sides of the base value can have a colour, and a text on them, each.
 layout::Bars TornadoChart::bars_to_draw() const {
-  const std::string name = output_.NameOrQualifiedCellAddressName(range_mode_);
+  const std::string name = output_.NameOrQualifiedCellAddressName(context_.range_mode);
   return {.bars = bars_,
           .columns = columns_,
           .color = style_.bar_color,
-          .axis_title = session_.text(percent_ ? texts_.change_axis : texts_.value_axis, name),
+          .axis_title = session_.text(context_.in_percent() ? texts_.change_axis : texts_.value_axis, name),
           .number_format = axis_format(),
           .base = origin(),
           .split = one_input_each_ ? origin() : std::nullopt,
@@ -110,13 +109,14 @@ layout::Bars TornadoChart::bars_to_draw() const {
 
 void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
   const layout::Bars bars = bars_to_draw();
-  told_apart_ = session_.low_color && bars.split;
+  told_apart_ = style_.low_color && bars.split;
   SetChartAreaLineWeight(*chart.Chart());
   chart.Draw(table, bars);
-  chart.SetTitle(session_.text(texts_.chart_title, output_.NameOrQualifiedCellAddressName(range_mode_)));
+  chart.SetTitle(
+      session_.text(texts_.chart_title, output_.NameOrQualifiedCellAddressName(context_.range_mode)));
   chart.SetSubtitle(subtitle());
   if (told_apart_)
-    chart.SetColorKey({{*session_.low_color, session_.text(text_id::kTornadoBelowBase)},
+    chart.SetColorKey({{*style_.low_color, session_.text(text_id::kTornadoBelowBase)},
                        {style_.bar_color, session_.text(text_id::kTornadoAboveBase)}});
   chart.FinishChart();
   host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
@@ -127,7 +127,7 @@ void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
 }
 
 std::string TornadoChart::axis_format() const {
-  return percent_ ? PercentFormat() : AxisFormat(output_);
+  return context_.in_percent() ? PercentFormat() : AxisFormat(output_);
 }
 
 // The output's value before anything was varied.
@@ -140,7 +140,7 @@ std::optional<double> TornadoChart::base() const {
 
 // Where the base value lies on the value axis; changes are counted from it.
 std::optional<double> TornadoChart::origin() const {
-  return percent_ ? 0.0 : base();
+  return context_.in_percent() ? 0.0 : base();
 }
 
 std::string TornadoChart::base_text(double value) const {
@@ -159,7 +159,7 @@ std::string TornadoChart::subtitle() const {
 // What the input did at one end of its bar; low values have a colour of their own when they are told apart.
 host::Color TornadoChart::end_color(const std::optional<double>& value, const InputEnds& input) const {
   const bool is_low = told_apart_ && value && input.base && *value < *input.base;
-  return is_low ? *session_.low_color : style_.bar_color;
+  return is_low ? *style_.low_color : style_.bar_color;
 }
 
 void TornadoChart::color_low_ends(layout::BarChart& chart) {
@@ -224,7 +224,7 @@ host::Color TornadoChart::line_color() const {
   constexpr std::array<host::Color, 4> kColors = {0x005ED5, 0x9933CC, 0x808080, layout::look::kText};
   const auto over_bars = [&](host::Color color) {
     const double seen = contrast(color, style_.bar_color);
-    return told_apart_ ? std::min(seen, contrast(color, *session_.low_color)) : seen;
+    return told_apart_ ? std::min(seen, contrast(color, *style_.low_color)) : seen;
   };
   if (over_bars(style_.baseline_color) >= kSeen) return style_.baseline_color;
   return *std::max_element(kColors.begin(), kColors.end(), [&](host::Color a, host::Color b) {

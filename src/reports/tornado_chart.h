@@ -13,6 +13,7 @@
 #include "layout/report_table.h"
 #include "model/input_output.h"
 #include "model/step_facts.h"
+#include "reports/context.h"
 #include "reports/step_remarks.h"
 #include "session/session.h"
 
@@ -30,6 +31,8 @@ struct TornadoStyle {
   std::string base_label;
   host::Color bar_color;
   host::Color baseline_color;
+  std::optional<host::Color> low_color =
+      {};  // of what input values below their base make; none: not told apart
 };
 
 // What an input was set to where its bar ends, and how its cell shows that.
@@ -40,11 +43,11 @@ struct InputEnds {
 
 class TornadoChart {
  public:
-  TornadoChart(session::Session& session, const model::DralInputOutput& output, bool percent,
-               model::OrdvaneRangeMode range_mode, const TornadoTexts& texts, TornadoStyle style);
+  TornadoChart(const Context& context, const model::DralInputOutput& output, const TornadoTexts& texts,
+               TornadoStyle style);
 
   // One bar a row of the ranked table. Rows without a number at both ends have an empty one; those that move
-  // nothing have none, and a remark instead, where the session leaves them out. `facts`: by row. `input_of`:
+  // nothing have none, and a remark instead, where the settings leave them out. `facts`: by row. `input_of`:
   // of a row, for bars of one input each.
   void choose_bars(const host::CellBlock& rows, const layout::BarColumns& columns,
                    const model::OneBased<model::StepFacts>& facts, StepRemarks& remarks,
@@ -73,10 +76,9 @@ class TornadoChart {
   host::Color line_color() const;
   void add_base_line(layout::BarChart& chart);
 
+  const Context& context_;
   session::Session& session_;
   const model::DralInputOutput& output_;
-  bool percent_;
-  model::OrdvaneRangeMode range_mode_;
   TornadoTexts texts_;
   TornadoStyle style_;
   bool told_apart_ = false;  // low values by their colour

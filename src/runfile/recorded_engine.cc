@@ -27,7 +27,7 @@ constexpr std::int32_t kContextMark = 0x4F720000;  // tells the engine's own con
 // tell names apart by case.
 class Places {
  public:
-  struct Place {
+  struct ItemIndexes {
     std::int32_t book = 0, sheet = 0, cell = 0;
   };
 
@@ -44,7 +44,7 @@ class Places {
     cells.push_back(&item);
   }
 
-  const Place& of_item(std::size_t item) const { return places_[item]; }
+  const ItemIndexes& of_item(std::size_t item) const { return places_[item]; }
   // Each is null outside the lists.
   const std::string* book(std::int32_t index) const {
     const Book* found = at(books_, index);
@@ -87,7 +87,7 @@ class Places {
 
   std::vector<Book> books_;
   std::map<std::string, std::int32_t> book_numbers_;
-  std::vector<Place> places_;
+  std::vector<ItemIndexes> places_;
 };
 
 // An input of the ordered list.
@@ -414,7 +414,7 @@ class RecordedEngine : public engine::Engine {
 
   void place_item(std::int32_t kind, std::size_t item, std::int32_t& book, std::int32_t& sheet,
                   std::int32_t& cell, std::int32_t& formula, std::int16_t& in_cell) const {
-    const Places::Place& place = places_[kind].of_item(item);
+    const Places::ItemIndexes& place = places_[kind].of_item(item);
     book = place.book;
     sheet = place.sheet;
     cell = place.cell;

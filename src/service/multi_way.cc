@@ -11,8 +11,6 @@ namespace {
 
 using session::log_text;
 
-// Progress texts.
-
 }  // namespace
 
 OrdvaneReports::Long OrdvaneReports::multiReport(const reports::Context& context) {
@@ -47,14 +45,12 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
     s.check_cancel();
     effects.push_back(model::RankGroups(run, context.inputs, context.outputs, k, selected(k)));
   }
-  const reports::MultiTornadoLimits limits{MaxInputsPerGraph, InputsChangeThreshold};
   if (groupCount > 0 && reports_.multi_tornado) {
     for (Long k = 1; k <= selected.size(); ++k) {
       progress(text_id::kProgressMultiTornado);
       const Long output = selected(k);
       graph_or_log("multiReport", [&] {
-        reports_.multi_tornado(context, output, run, effects(k), limits,
-                               tornado_style(context.outputs(output)));
+        reports_.multi_tornado(context, output, run, effects(k), tornado_style(context.outputs(output)));
       });
     }
   }

@@ -115,14 +115,15 @@ void OrdvaneReports::remember(const host::Error& error) {
 }
 
 reports::TornadoStyle OrdvaneReports::tornado_style(const model::DralInputOutput& output) const {
-  return {IncludeBaseline() ? output.BaseValue() : host::kNoBaseValue,
-          services_->session.text(text_id::kLabelBaseValue), BarColor(), BaselineColor()};
+  return {settings.include_base_line ? output.BaseValue() : host::kNoBaseValue,
+          services_->session.text(text_id::kLabelBaseValue), settings.bar_color, settings.base_color,
+          settings.low_color};
 }
 
-std::int32_t OrdvaneReports::GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput) {
+std::int32_t OrdvaneReports::GenerateReports(const model::OneBased<std::int32_t>& selected) {
   report_error_.reset();
   report_workbook_.reset();
-  Pipeline pipeline(*this, isSelectedOutput);
+  Pipeline pipeline(*this, selected);
   return pipeline.run();
 }
 

@@ -20,12 +20,12 @@
 #include "layout/report_workbook.h"
 #include "model/one_based.h"
 #include "model/summary.h"
+#include "reports/settings.h"
 #include "service/reports.h"
 #include "session/session.h"
 
 namespace ordvane::service {
 
-inline constexpr std::int32_t kDefaultBarColor = 0x993333;  // a dark blue; 0xBBGGRR
 inline constexpr std::int32_t kStoppedByDetailByInput = 25;
 
 // What a host supplies for all objects of one session: made once, shared, filled by Initialize.
@@ -47,21 +47,29 @@ class OrdvaneReports {
   OrdvaneReports(const OrdvaneReports&) = delete;
   OrdvaneReports& operator=(const OrdvaneReports&) = delete;
 
+  // What the reports are given. Members of the interface are other names for parts of it.
+  reports::Settings settings = reports::Settings::unset();
+
 #define ORDVANE_FIELD(number, type, name) type name{};
+#define ORDVANE_FIELD_OF(number, type, name, setting) type& name = settings.setting;
 #include "service/report_settings.def"
 
-#define ORDVANE_PROPERTY(number, type, name, initial) \
- private:                                             \
-  type m_##name = initial;                            \
-                                                      \
- public:                                              \
-  type name() const {                                 \
-    return m_##name;                                  \
-  }                                                   \
-  void set_##name(type value) {                       \
-    m_##name = value;                                 \
+#define ORDVANE_ACCESSORS(type, name, place) \
+  type name() const {                        \
+    return place;                            \
+  }                                          \
+  void set_##name(type value) {              \
+    place = value;                           \
   }
+#define ORDVANE_PROPERTY(number, type, name) \
+ private:                                    \
+  type m_##name{};                           \
+                                             \
+ public:                                     \
+  ORDVANE_ACCESSORS(type, name, m_##name)
+#define ORDVANE_PROPERTY_OF(number, type, name, setting) ORDVANE_ACCESSORS(type, name, settings.setting)
 #include "service/report_properties.def"
+#undef ORDVANE_ACCESSORS
 
   std::string name() const {
     return "OrdvaneReports";
@@ -82,14 +90,14 @@ class OrdvaneReports {
   void Initialize(std::shared_ptr<host::Application> p_XLObj, std::int32_t p_hVars);
   void Terminate();
 
-  // Element i of `isSelectedOutput` is the engine index (ioIndex, from 0) of the i-th selected output.
+  // Element i of `selected` is the engine index (ioIndex, from 0) of the i-th selected output.
   // Each call makes a workbook; with SingleWorkbookAllResults, those between Initialize and Terminate write
   // into one. Returns 0, or kStoppedByDetailByInput. Throws what goes wrong before the report workbook is
   // open; what goes wrong after that ends the reports, is logged, and is found in report_error(). Numbers of
   // outputs that the model does not have are passed over, logged, shown to the user and found there, too;
   // error kNothingToReport when there is no other. The spreadsheet's settings, its cursor and its status bar
   // are afterwards what they were before, whatever happened.
-  std::int32_t GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput);
+  std::int32_t GenerateReports(const model::OneBased<std::int32_t>& selected);
   // What ended or cut the last GenerateReports once the report workbook was open; Escape: kUserCancelled.
   const std::optional<host::Error>& report_error() const {
     return report_error_;

@@ -75,8 +75,6 @@ bool OrdvaneReports::Pipeline::refuse_shared_workbook() {
 void OrdvaneReports::Pipeline::take_settings() {
   session_.watermark = owner_.watermark_;
   session_.graph_click_macro = kGraphClickMacro;
-  output_mode_ =
-      owner_.OutputsAsPercentChange ? model::OrdvaneOutputAsPercentChange : model::OrdvaneOutputAsValue;
 }
 
 void OrdvaneReports::Pipeline::read_counts() {
@@ -96,8 +94,8 @@ void OrdvaneReports::Pipeline::read_counts() {
   summary_.RecalculationsTotal = num_iterations_;
   summary_.OutputsTotal = num_outputs_;
   summary_.InputsTotal = num_inputs_;
-  summary_.set_MaximumNumberOfInputs(owner_.MaxInputsPerGraph);
-  summary_.ThreshholdOfInputs = owner_.InputsChangeThreshold;
+  summary_.set_MaximumNumberOfInputs(owner_.settings.max_inputs);
+  summary_.ThreshholdOfInputs = owner_.settings.threshold;
 }
 
 void OrdvaneReports::Pipeline::nothing_to_report(const std::string& message) {
@@ -227,7 +225,7 @@ bool OrdvaneReports::Pipeline::rank_inputs_of(std::int32_t position, model::Rank
     if (session_.log.is_on())
       for (std::int32_t i = 1; i <= total; ++i)
         log("SortedArray(" + log_text(i) + ")=" + log_text(ranking.SortedArray(i)));
-    if (!output.IsDate && owner_.OnlyInputsOverThreshold) {
+    if (!output.IsDate && owner_.settings.has_threshold) {
       count = 0;
       while (count < total && std::fabs(ranking.SortedArray(count + 1)) >= summary_.ThreshholdOfInputs)
         ++count;
@@ -253,17 +251,17 @@ void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted
 void OrdvaneReports::Pipeline::graphs_of(std::int32_t output, const model::RankingRecord& ranking,
                                          const ProgressTexts& progress) {
   const Reports& reports = owner_.reports_;
-  graph_report("TornadoGraphs", owner_.TornadoGraphs(), progress.tornado, reports.tornado != nullptr,
+  graph_report("TornadoGraphs", owner_.settings.tornado, progress.tornado, reports.tornado != nullptr,
                [&] { reports.tornado(context(), output, ranking, owner_.tornado_style(outputs_(output))); });
-  graph_report("SpiderGraphs", owner_.SpiderGraphs(), progress.spider, reports.spider != nullptr,
+  graph_report("SpiderGraphs", owner_.settings.spider, progress.spider, reports.spider != nullptr,
                [&] { reports.spider(context(), output, ranking); });
-  graph_report("SensitivityGraphs", owner_.SensitivityGraphs(), progress.sensitivity,
+  graph_report("SensitivityGraphs", owner_.settings.sensitivity, progress.sensitivity,
                reports.sensitivity != nullptr, [&] { reports.sensitivity(context(), output, ranking); });
 }
 
 void OrdvaneReports::Pipeline::output_details(const ProgressTexts& progress) {
-  log("OutputDetailReport: " + log_text(owner_.OutputDetailReport()));
-  if (!owner_.OutputDetailReport()) return;
+  log("OutputDetailReport: " + log_text(owner_.settings.output_detail));
+  if (!owner_.settings.output_detail) return;
   if (!owner_.reports_.output_detail) return log("OutputDetailReport: not in this build");
   if (number_sims_ > 1) log("NumOutputsSelected: " + log_text(summary_.OutputsSelected));
   for (const std::int32_t output : sel_out_) {
@@ -276,8 +274,8 @@ void OrdvaneReports::Pipeline::output_details(const ProgressTexts& progress) {
 
 std::int32_t OrdvaneReports::Pipeline::detail_by_input(const ProgressTexts& progress) {
   log("SummaryReport: " + log_text(owner_.SummaryReport()));
-  if (number_sims_ > 1) log("DetailByInput: " + log_text(owner_.DetailByInput()));
-  if (!owner_.SummaryReport() && !owner_.DetailByInput()) return 0;
+  if (number_sims_ > 1) log("DetailByInput: " + log_text(owner_.settings.detail_by_input));
+  if (!owner_.SummaryReport() && !owner_.settings.detail_by_input) return 0;
   if (!owner_.reports_.detail_by_input) {
     log("DetailByInput: not in this build");
     return 0;
@@ -289,15 +287,15 @@ std::int32_t OrdvaneReports::Pipeline::detail_by_input(const ProgressTexts& prog
 }
 
 void OrdvaneReports::Pipeline::multi_way() {
-  log("MultiWayReport: " + log_text(owner_.MultiWayReport()));
-  if (!owner_.MultiWayReport()) return;
+  log("MultiWayReport: " + log_text(owner_.settings.multi_way));
+  if (!owner_.settings.multi_way) return;
   owner_.multiReport(context());
   refresh_screen();
 }
 
 void OrdvaneReports::Pipeline::outputs_missing() {
   log("NumUnreportedOutputs: " + log_text(unreported_.size()));
-  const bool graphs = owner_.TornadoGraphs() || owner_.SpiderGraphs() || owner_.SensitivityGraphs();
+  const bool graphs = owner_.settings.tornado || owner_.settings.spider || owner_.settings.sensitivity;
   if (unreported_.empty() || !graphs) return;
   reports::MakeOutputsMissingReport(context(), unreported_.size(), unreported_);
   refresh_screen();
@@ -350,8 +348,18 @@ void OrdvaneReports::Pipeline::refresh_screen() {
 }
 
 reports::Context OrdvaneReports::Pipeline::context() {
-  return {session_,        *workbook_,  sel_out_,     inputs_,     outputs_,
-          num_iterations_, range_mode_, output_mode_, run_number_, total_runs_};
+  return {.session = session_,
+          .workbook = *workbook_,
+          .selected = sel_out_,
+          .inputs = inputs_,
+          .outputs = outputs_,
+          .settings = owner_.settings,
+          .recalculations = num_iterations_,
+          .range_mode = range_mode_,
+          .output_mode =
+              owner_.settings.percent ? model::OrdvaneOutputAsPercentChange : model::OrdvaneOutputAsValue,
+          .run_number = run_number_,
+          .total_runs = total_runs_};
 }
 
 }  // namespace ordvane::service

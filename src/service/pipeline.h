@@ -74,7 +74,6 @@ class OrdvaneReports::Pipeline {
   std::int32_t num_outputs_ = 0;
   std::int32_t run_number_ = 1;
   std::int32_t total_runs_ = 1;
-  model::OrdvaneOutputMode output_mode_ = model::OrdvaneOutputAsValue;
   model::OrdvaneRangeMode range_mode_ = model::OrdvaneRangeCellMode;
   model::Records inputs_;
   model::Records outputs_;

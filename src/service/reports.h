@@ -25,7 +25,7 @@ struct Reports {
   std::function<void(const Context&, std::int32_t output)> output_detail;
   std::function<std::int32_t(const Context&)> detail_by_input;
   std::function<void(const Context&, std::int32_t output, const model::MultiWayRun&,
-                     const model::GroupEffects&, const reports::MultiTornadoLimits&, const TornadoStyle&)>
+                     const model::GroupEffects&, const TornadoStyle&)>
       multi_tornado;
   std::function<void(const Context&, const model::MultiWayRun&, const model::OneBased<model::GroupEffects>&)>
       multi_way_detail;

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -66,10 +65,6 @@ struct Session {
   engine::EngineContext engine_context;
   WatermarkTexts watermark;
   std::string graph_click_macro;
-  // Of the part of a tornado bar that input values below the input's base make; none: bars have one colour.
-  std::optional<host::Color> low_color;
-  // Graphs are without the inputs that do not move their output; tables have them all the same.
-  bool leaves_out_inputs_without_effect = false;
   std::int32_t sheet_columns = 0;  // limits of a worksheet
   std::int32_t sheet_rows = 0;
 

@@ -15,7 +15,7 @@ using office::AxisModel;
 constexpr std::int32_t kFirstAxisId = 111111100;
 constexpr std::int32_t kVertical = -5400000;  // a quarter turn, in 60,000ths of a degree
 
-struct Place {
+struct AxisRole {
   AxisGroup group;
   AxisType type;
   bool bars;
@@ -34,9 +34,9 @@ const AxisModel& model(const office::ChartModel& chart, AxisGroup group, AxisTyp
 
 // The axis as it is drawn. A secondary axis that is not shown is drawn without line, marks and labels rather
 // than deleted: the series of a deleted one would be measured on the primary axis.
-AxisModel drawn(const AxisModel& axis, const Place& place) {
+AxisModel drawn(const AxisModel& axis, const AxisRole& role) {
   AxisModel result = axis;
-  if (axis.present || place.primary()) return result;
+  if (axis.present || role.primary()) return result;
   result.present = true;
   result.line = office::LineProps{host::kXlNone, 0, {}};
   result.major_tick_mark = result.minor_tick_mark = host::kXlNone;
@@ -46,9 +46,9 @@ AxisModel drawn(const AxisModel& axis, const Place& place) {
   return result;
 }
 
-const char* position(const Place& place) {
-  if (place.upright()) return place.primary() ? "l" : "r";
-  return place.primary() ? "b" : "t";
+const char* position(const AxisRole& role) {
+  if (role.upright()) return role.primary() ? "l" : "r";
+  return role.primary() ? "b" : "t";
 }
 
 const char* tick_mark(std::int32_t mark) {
@@ -98,45 +98,45 @@ void number_format(Xml& xml, const AxisModel& axis) {
 }
 
 // Where this axis stands on the other one of its group, which is where the other one has it cross.
-void crossing(Xml& xml, const AxisModel& across, const Place& place) {
+void crossing(Xml& xml, const AxisModel& across, const AxisRole& role) {
   if (across.crosses_maximum) {
     xml.val("c:crosses", "max");
   } else if (across.crosses_at) {
     xml.val("c:crossesAt", *across.crosses_at);
   } else {
-    xml.val("c:crosses", place.primary() ? "autoZero" : "max");
+    xml.val("c:crosses", role.primary() ? "autoZero" : "max");
   }
 }
 
-void shared(Xml& xml, const office::ChartModel& chart, const AxisModel& axis, const Place& place,
+void shared(Xml& xml, const office::ChartModel& chart, const AxisModel& axis, const AxisRole& role,
             bool categories) {
-  xml.val("c:axId", axis_id(place.group, place.type));
+  xml.val("c:axId", axis_id(role.group, role.type));
   scaling(xml, axis, categories);
-  xml.val("c:delete", !axis.present).val("c:axPos", position(place));
+  xml.val("c:delete", !axis.present).val("c:axPos", position(role));
   gridlines(xml, axis);
-  if (!axis.title.empty()) axis_title(xml, axis.title, axis.title_font, place.upright() ? kVertical : 0);
+  if (!axis.title.empty()) axis_title(xml, axis.title, axis.title_font, role.upright() ? kVertical : 0);
   number_format(xml, axis);
   xml.val("c:majorTickMark", tick_mark(axis.major_tick_mark))
       .val("c:minorTickMark", tick_mark(axis.minor_tick_mark));
   xml.val("c:tickLblPos", label_place(axis.tick_labels));
   shape_properties(xml, nullptr, axis.line ? &*axis.line : nullptr);
   if (!is_plain(axis.label_font)) text_properties(xml, axis.label_font);
-  xml.val("c:crossAx", axis_id(place.group, other(place.type)));
-  crossing(xml, model(chart, place.group, other(place.type)), place);
+  xml.val("c:crossAx", axis_id(role.group, other(role.type)));
+  crossing(xml, model(chart, role.group, other(role.type)), role);
 }
 
-void category_axis(Xml& xml, const office::ChartModel& chart, const AxisModel& axis, const Place& place) {
+void category_axis(Xml& xml, const office::ChartModel& chart, const AxisModel& axis, const AxisRole& role) {
   xml.start("c:catAx");
-  shared(xml, chart, axis, place, true);
+  shared(xml, chart, axis, role, true);
   xml.val("c:auto", false).val("c:lblAlgn", "ctr").val("c:lblOffset", 100);
   xml.val("c:tickLblSkip", 1).val("c:noMultiLvlLbl", false);
   xml.end();
 }
 
-void value_axis(Xml& xml, const office::ChartModel& chart, const AxisModel& axis, const Place& place) {
+void value_axis(Xml& xml, const office::ChartModel& chart, const AxisModel& axis, const AxisRole& role) {
   xml.start("c:valAx");
-  shared(xml, chart, axis, place, false);
-  xml.val("c:crossBetween", place.bars ? "between" : "midCat");
+  shared(xml, chart, axis, role, false);
+  xml.val("c:crossBetween", role.bars ? "between" : "midCat");
   if (axis.major_unit && *axis.major_unit > 0) xml.val("c:majorUnit", *axis.major_unit);
   xml.end();
 }
@@ -149,12 +149,12 @@ std::int32_t axis_id(AxisGroup group, AxisType type) {
 
 void axes(Xml& xml, const office::ChartModel& chart, AxisGroup group, bool bars) {
   for (const AxisType type : {AxisType::kCategory, AxisType::kValue}) {
-    const Place place{group, type, bars};
-    const AxisModel axis = drawn(model(chart, group, type), place);
+    const AxisRole role{group, type, bars};
+    const AxisModel axis = drawn(model(chart, group, type), role);
     if (bars && type == AxisType::kCategory) {
-      category_axis(xml, chart, axis, place);
+      category_axis(xml, chart, axis, role);
     } else {
-      value_axis(xml, chart, axis, place);
+      value_axis(xml, chart, axis, role);
     }
   }
 }

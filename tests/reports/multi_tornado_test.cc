@@ -35,11 +35,10 @@ struct MultiBench : test::GraphBench {
     effects = model::RankGroups(run, inputs, outputs, 1, 1);
   }
 
-  void generate() { GenerateMultiTornadoReport(context(), 1, run, effects, limits, style()); }
+  void generate() { GenerateMultiTornadoReport(context(), 1, run, effects, style()); }
 
   model::MultiWayRun run;
   model::GroupEffects effects;
-  MultiTornadoLimits limits = {.max_inputs_per_graph = 20, .inputs_change_threshold = 0};
 };
 
 using Situation = test::Situation<MultiBench, TestGroup>;
@@ -61,7 +60,7 @@ void with_widths(MultiBench& b) {
     b.effects(g).rank = g;
     b.effects(g).bar_width = widths[g - 1];
   }
-  b.limits.inputs_change_threshold = 1;
+  b.settings.threshold = 1;
 }
 
 void on_other_sheets(MultiBench& b) {
@@ -98,25 +97,25 @@ const Situation kSituations[] = {
      kThree,
      {"by swing: 3", "from 0 to 150", "crossed at 0"},
      {"There is no"},
-     [](MultiBench& b) { b.limits.inputs_change_threshold = 1e9; }},
+     [](MultiBench& b) { b.settings.threshold = 1e9; }},
     {"nor do values about a base that is no number",
      kNothing,
      kThree,
      {"by swing: 3", "crossed at 60"},
      {"Vertical", "Base value "},
-     [](MultiBench& b) { b.limits.inputs_change_threshold = 1e9; }},
+     [](MultiBench& b) { b.settings.threshold = 1e9; }},
     {"a threshold above the widest bar",
      100,
      kThree,
      {"== Multi-way C14\n", "No group of inputs moved this output enough"},
      {"chart ", "Rank"},
-     [](MultiBench& b) { b.limits.inputs_change_threshold = 0.81; }},
+     [](MultiBench& b) { b.settings.threshold = 0.81; }},
     {"a bar as wide as the threshold passes",
      100,
      kThree,
      {"by swing: 2", "Volume (B4) × Rate (B5)"},
      {"A+3"},
-     [](MultiBench& b) { b.limits.inputs_change_threshold = 0.25; }},
+     [](MultiBench& b) { b.settings.threshold = 0.25; }},
     {"the first narrow bar ends the list", 100, kThree, {"by swing: 1", "A+1 1"}, {"A+2"}, with_widths},
     {"the smaller of both limits holds: the most groups",
      100,
@@ -124,7 +123,8 @@ const Situation kSituations[] = {
      {"by swing: 1"},
      {"A+2"},
      [](MultiBench& b) {
-       b.limits = {1, 0.25};
+       b.settings.max_inputs = 1;
+       b.settings.threshold = 0.25;
      }},
     {"no group at all", 100, {}, {"No group of inputs moved"}, {"chart ", "Rank"}},
     {"a group without results leaves its bar out",
@@ -161,14 +161,14 @@ const Situation kSituations[] = {
      {"\"No effect on this output: Price (B3) × Volume (B4)\"", "by swing: 2", "A+2 2  B+2 \"Price (B3)",
       "K+1 (25)"},
      {},
-     [](MultiBench& b) { b.session.leaves_out_inputs_without_effect = true; }},
+     [](MultiBench& b) { b.settings.all_inputs = false; }},
     {"nothing moves",
      100,
      {{{1, 2}, {100, 100}}, {{2, 3}, {100, 100 + 1e-13}}},
      {"There is no multi-way tornado graph for this output.\nNone of the groups of inputs moves this output.",
       "by swing: 2"},
      {"No effect on"},
-     [](MultiBench& b) { b.session.leaves_out_inputs_without_effect = true; }},
+     [](MultiBench& b) { b.settings.all_inputs = false; }},
     {"several sheets add a column with each sheet once",
      100,
      {{{1, 2, 3}, {90, 110}}},

@@ -74,13 +74,15 @@ class GraphBench {
   }
 
   reports::Context context() {
-    return {session, *workbook, selected, inputs, outputs, 0, range_mode, mode, run_number, total_runs};
+    return {session, *workbook,  selected, inputs,     outputs,   settings,
+            0,       range_mode, mode,     run_number, total_runs};
   }
   reports::TornadoStyle style(host::Color line = kRed) {
     return {.base_value = total_runs > 1 ? host::kNoBaseValue : output().BaseValue(),
             .base_label = "Base value",
             .bar_color = kBlue,
-            .baseline_color = line};
+            .baseline_color = line,
+            .low_color = settings.low_color};
   }
 
   std::shared_ptr<const office::BookModel> book() { return app->model(*workbook->workbook()); }
@@ -108,6 +110,7 @@ class GraphBench {
   std::shared_ptr<const model::NumberRules> rules;
   std::unique_ptr<layout::ReportWorkbook> workbook;
   model::Records inputs, outputs;
+  reports::Settings settings = {.all_inputs = true};
   model::OneBased<std::int32_t> selected = {1};
   model::RankingRecord ranking;
   model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;

@@ -171,7 +171,7 @@ const Situation kSituations[] = {
       "\"Idle (B3)\"  C+2 \"B3\"  D+2 100 {#,##0.00}  E+2 0 {0.00%}  F+2 \" - \"  G+2 100 {#,##0.00}  H+2 0 "
       "{0.00%}  I+2 \" - \"  J+2 5 {0.0}\n"},
      {"note at F+2", "labelled \"7.0\""},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; }},
+     [](GraphBench& b) { b.settings.all_inputs = false; }},
     {"rows without a bar may lie between others",
      100,
      {{"Idle", "B2", 5, {{4, 100}, {5, 100}}},
@@ -179,13 +179,13 @@ const Situation kSituations[] = {
       {"Price", "B4", 5, {{5, 90}, {6, 105}}}},
      {"2  B+2 \"Idle (B2)\"", "3  B+3 \"Once (B3)\"", "(\"Price (B4)\", \"Once (B3)\")", "from 90 to 110"},
      {},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; }},
+     [](GraphBench& b) { b.settings.all_inputs = false; }},
     {"nothing moves",
      100,
      {{"Idle", "B2", 5, {{4, 100}, {5, 100}}}},
      {"There is no tornado graph for this output.\nNone of the inputs moves this output.", "\"Idle (B2)\""},
      {"Vertical", "No effect on"},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; }},
+     [](GraphBench& b) { b.settings.all_inputs = false; }},
     {"items without names go by their addresses",
      100,
      {{" ", "B2", 5, {{4, 90}, {6, 110}}}},
@@ -269,7 +269,7 @@ TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {
 TEST(TornadoReport, TellsLowInputValuesApart) {
   constexpr host::Color kOrange = 0x009FE6;
   GraphBench bench;
-  bench.session.low_color = kOrange;
+  bench.settings.low_color = kOrange;
   make_report(bench, {"",
                       100,
                       {{"Up", "B2", 5, {{4, 60}, {6, 140}}},

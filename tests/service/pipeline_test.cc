@@ -56,8 +56,7 @@ struct Recorder {
       return by_input_result;
     };
     r.multi_tornado = [this](const Reports::Context&, std::int32_t output, const model::MultiWayRun&,
-                             const model::GroupEffects&, const reports::MultiTornadoLimits&,
-                             const Reports::TornadoStyle& style) {
+                             const model::GroupEffects&, const Reports::TornadoStyle& style) {
       calls.push_back("multi-way tornado " + std::to_string(output));
       styles.push_back(style);
     };

@@ -1,0 +1,51 @@
+// What a host chooses for its reports: the one place of the settings' names, meanings and defaults.
+//
+// The command, the library and the automation interface each fill one of these; the reports find it in their
+// context.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "host/excel.h"
+
+namespace ordvane::reports {
+
+inline constexpr host::Color kDefaultBarColor = 0x993333;  // a dark blue; 0xBBGGRR
+
+struct Settings {
+  // Reports that are made; a summary always is.
+  bool tornado = true;
+  bool spider = true;
+  bool sensitivity = true;
+  bool output_detail = false;
+  bool detail_by_input = false;
+  bool multi_way = false;
+
+  bool percent = false;           // graphs show changes in percent of the base value
+  std::int32_t max_inputs = 20;   // most inputs, or groups of them, on a graph: 1 to 32
+  bool all_inputs = false;        // graphs have also the inputs that do not move their output
+  bool has_threshold = false;     // graphs have only inputs whose swing reaches the threshold
+  double threshold = 0;           // a share of the base value; groups of inputs always have to reach it
+  bool include_base_line = true;  // of a tornado
+  host::Color bar_color = kDefaultBarColor;
+  host::Color base_color = kDefaultBarColor;  // of the base line
+  // Of the part of a tornado bar that input values below their base make; none: bars have one colour.
+  std::optional<host::Color> low_color = {};
+
+  void set_threshold(double share) {
+    has_threshold = true;
+    threshold = share;
+  }
+
+  // Of a host that has chosen nothing yet, and chooses by members of the automation interface.
+  static Settings unset() {
+    Settings settings;
+    settings.tornado = settings.spider = settings.sensitivity = false;
+    settings.max_inputs = 0;
+    settings.all_inputs = true;
+    return settings;
+  }
+};
+
+}  // namespace ordvane::reports
