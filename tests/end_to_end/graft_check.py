@@ -65,17 +65,19 @@ ALWAYS = """<?xml version="1.0" encoding="UTF-8"?>
 """
 
 
-def recalculated(path, folder):
-    settings = pathlib.Path(folder, "profile", "user", "registrymodifications.xcu")
-    if not settings.exists():
+def recalculated(paths):
+    """The workbooks with their values as LibreOffice calculates them."""
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        settings = folder / "profile" / "user" / "registrymodifications.xcu"
         settings.parent.mkdir(parents=True)
         settings.write_text(ALWAYS)
-    folder = pathlib.Path(folder, path.stem)
-    subprocess.run(["soffice", "--headless", "--norestore", "-env:UserInstallation=file://%s/profile" % folder.parent,
-                    "--convert-to", "xlsx:Calc MS Excel 2007 XML", "--outdir", folder, path],
-                   check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=240)
-    # Read only: without the charts, which openpyxl does not read as LibreOffice writes them.
-    return openpyxl.load_workbook(folder / (path.stem + ".xlsx"), data_only=True, read_only=True)
+        subprocess.run(["soffice", "--headless", "--norestore", "-env:UserInstallation=file://%s/profile" % folder,
+                        "--convert-to", "xlsx:Calc MS Excel 2007 XML", "--outdir", folder, *paths],
+                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=240)
+        # Read only: without the charts, which openpyxl does not read as LibreOffice writes them.
+        for path in paths:
+            yield openpyxl.load_workbook(folder / pathlib.Path(path).name, data_only=True, read_only=True)
 
 
 def look(cell, known):
@@ -131,13 +133,12 @@ def check(before_path, after_path, recalculate):
                 elif look(cell, looks[0]) != look(other, looks[1]):
                     yield "%s!%s: looks different" % (sheet.title, cell.coordinate)
     if recalculate:
-        with tempfile.TemporaryDirectory() as folder:
-            left, right = (recalculated(pathlib.Path(p), folder) for p in (before_path, after_path))
-            for sheet in left.worksheets:
-                rows = zip_longest(sheet.iter_rows(values_only=True), right[sheet.title].iter_rows(values_only=True))
-                for number, (row, twin) in enumerate(rows, 1):
-                    if row is None or twin is None or len(row) != len(twin) or not all(map(same_value, row, twin)):
-                        yield "%s, row %d: calculated as %s, then %s" % (sheet.title, number, row, twin)
+        left, right = recalculated((before_path, after_path))
+        for sheet in left.worksheets:
+            rows = zip_longest(sheet.iter_rows(values_only=True), right[sheet.title].iter_rows(values_only=True))
+            for number, (row, twin) in enumerate(rows, 1):
+                if row is None or twin is None or len(row) != len(twin) or not all(map(same_value, row, twin)):
+                    yield "%s, row %d: calculated as %s, then %s" % (sheet.title, number, row, twin)
 
 
 def main():

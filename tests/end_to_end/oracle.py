@@ -19,6 +19,7 @@ import pathlib
 import posixpath
 import re
 import sys
+import warnings
 import xml.etree.ElementTree as ElementTree
 import zipfile
 
@@ -529,6 +530,7 @@ def line_of(steps, input_base, output, output_base, percent):
 
 class Comparison:
     def __init__(self, workbook):
+        warnings.simplefilter("error")  # what another reader finds odd is a fault
         self.book = openpyxl.load_workbook(workbook, data_only=True)
         with zipfile.ZipFile(workbook) as package:
             self.chart_parts = {posixpath.basename(name): ElementTree.fromstring(package.read(name))

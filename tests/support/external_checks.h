@@ -20,6 +20,7 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace ordvane::test {
 
@@ -94,17 +95,22 @@ inline Verdict validate_xlsx(const std::filesystem::path& file) {
   return run.status == 0 ? Verdict{} : failed(run.output);
 }
 
-// Opens it in LibreOffice, which must be able to print it.
-inline Verdict libreoffice_opens(const std::filesystem::path& file) {
+// Opens them in LibreOffice, started once, which must be able to print each.
+inline Verdict libreoffice_opens(const std::vector<std::filesystem::path>& files) {
   if (!kOthersAreAsked) return {};
   if (run_command("command -v soffice").status != 0) return skipped("LibreOffice is not installed");
   const TemporaryFolder folder;
-  const CommandResult run = run_command("soffice --headless --norestore -env:UserInstallation=file://" +
-                                        (folder / "profile").string() + " --convert-to pdf --outdir " +
-                                        folder.path().string() + " " + shell_quoted(file.string()));
-  const std::filesystem::path pdf = folder / (file.stem().string() + ".pdf");
-  const bool written = std::filesystem::exists(pdf) && std::filesystem::file_size(pdf) > 0;
-  return run.status == 0 && written ? Verdict{} : failed("LibreOffice: " + run.output);
+  std::string command = "soffice --headless --norestore -env:UserInstallation=file://" +
+                        (folder / "profile").string() + " --convert-to pdf --outdir " +
+                        folder.path().string();
+  for (const std::filesystem::path& file : files) command += " " + shell_quoted(file.string());
+  const CommandResult run = run_command(command);
+  for (const std::filesystem::path& file : files) {
+    const std::filesystem::path pdf = folder / (file.stem().string() + ".pdf");
+    if (run.status != 0 || !std::filesystem::exists(pdf) || std::filesystem::file_size(pdf) == 0)
+      return failed("LibreOffice: " + file.string() + ": " + run.output);
+  }
+  return {};
 }
 
 // Reads it with openpyxl and runs `checks` on it: Python lines in which `book` is the workbook.

@@ -79,7 +79,7 @@ TEST_F(Packages, AreValid) {
 }
 
 TEST_F(Packages, OpenInLibreOffice) {
-  EXPECT_EXTERNAL(test::libreoffice_opens(full()));
+  EXPECT_EXTERNAL(test::libreoffice_opens({full()}));
 }
 
 TEST_F(Packages, OpenInOpenpyxl) {
