@@ -96,6 +96,7 @@ format-check:
 	@clang-format --dry-run --Werror $(sources)
 
 tidy:
+	@tools/install-packages test
 	@tools/tidy
 
 mutants:

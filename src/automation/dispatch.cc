@@ -330,6 +330,91 @@ bool is_missing(const VARIANT& argument) {
   return value.vt == VT_ERROR && value.scode == DISP_E_PARAMNOTFOUND;
 }
 
+// One call on its way to the function table: the client's arguments as the parameters want them, in their
+// order, and room for the result behind them.
+class Frame {
+ public:
+  Frame(ITypeInfo& info, const FUNCDESC& function) : info_(info), function_(function) {}
+
+  HRESULT fill(const Members::Call& call, UINT* wrong_argument) {
+    Kind result;
+    const auto parameters = static_cast<std::size_t>(function_.cParams);
+    const bool gives_result =
+        parameters > 0 && (parameter(parameters - 1).paramdesc.wParamFlags & PARAMFLAG_FRETVAL) != 0;
+    if (gives_result && !describe(info_, parameter(parameters - 1).tdesc, result)) return DISP_E_BADVARTYPE;
+
+    passed_ = std::vector<Passed>(gives_result ? parameters - 1 : parameters);
+    std::vector<UINT> places(passed_.size(), kNone);
+    const HRESULT matched = match(*call.arguments, places, wrong_argument);
+    if (FAILED(matched)) return matched;
+    for (std::size_t i = 0; i < passed_.size(); ++i) {
+      VARIANT* given = places[i] == kNone ? nullptr : &call.arguments->rgvarg[places[i]];
+      const HRESULT status = pass(parameter(i), given, call.language, passed_[i]);
+      if (status == DISP_E_TYPEMISMATCH && wrong_argument != nullptr)
+        *wrong_argument = given == nullptr ? 0 : places[i];
+      if (FAILED(status)) return status;
+    }
+    if (gives_result) {
+      result_.vt = result.type;
+      result_slot_.vt = result.passed_type();
+      result_slot_.byref = &result_.llVal;
+      add(result_slot_);
+    }
+    return S_OK;
+  }
+
+  HRESULT run(void* object, LCID language, const Members::Outcome& outcome) {
+    SetErrorInfo(0, nullptr);
+    Scratch returned;
+    const HRESULT called =
+        DispCallFunc(object, static_cast<ULONG_PTR>(function_.oVft), CC_STDCALL, VT_I4,
+                     static_cast<UINT>(slots_.size()), types_.data(), slots_.data(), &returned);
+    if (FAILED(called)) return called;
+    if (FAILED(returned.lVal)) {
+      result_.vt = VT_EMPTY;  // nothing was given
+      take_error(returned.lVal, outcome.exception);
+      return DISP_E_EXCEPTION;
+    }
+    for (Passed& argument : passed_) write_back(argument, language);
+    if (outcome.result != nullptr) {
+      *outcome.result = result_;
+      result_.vt = VT_EMPTY;
+    }
+    return S_OK;
+  }
+
+ private:
+  const ELEMDESC& parameter(std::size_t index) const { return function_.lprgelemdescParam[index]; }
+
+  // `given`: the client's argument; null when there is none, which a default stands in for.
+  HRESULT pass(const ELEMDESC& wanted, VARIANT* given, LCID language, Passed& passed) {
+    Kind kind;
+    if (!describe(info_, wanted.tdesc, kind)) return DISP_E_BADVARTYPE;
+    VARIANT* source = given;
+    if (given == nullptr || is_missing(*given)) {
+      if ((wanted.paramdesc.wParamFlags & PARAMFLAG_FHASDEFAULT) == 0)
+        return given == nullptr ? DISP_E_BADPARAMCOUNT : DISP_E_PARAMNOTOPTIONAL;
+      source = &wanted.paramdesc.pparamdescex->varDefaultValue;
+    }
+    if (!convert(*source, kind, language, passed)) return DISP_E_TYPEMISMATCH;
+    add(passed.slot);
+    return S_OK;
+  }
+
+  void add(VARIANT& slot) {
+    types_.push_back(slot.vt);
+    slots_.push_back(&slot);
+  }
+
+  ITypeInfo& info_;
+  const FUNCDESC& function_;
+  std::vector<Passed> passed_;
+  std::vector<VARTYPE> types_;
+  std::vector<VARIANTARG*> slots_;
+  Scratch result_;
+  Scratch result_slot_;
+};
+
 }  // namespace
 
 HRESULT own_type_library(ITypeLib** library) {
@@ -366,72 +451,12 @@ HRESULT Members::invoke(void* object, const Call& call, const Outcome& outcome) 
   if (outcome.result != nullptr) VariantInit(outcome.result);
   if (call.arguments == nullptr) return E_INVALIDARG;
   try {
-    Function found(*functions_.get());
-    const HRESULT status = found.find(call.member, call.flags);
+    Function function(*functions_.get());
+    HRESULT status = function.find(call.member, call.flags);
     if (FAILED(status)) return status;
-    const FUNCDESC& function = *found;
-
-    auto count = static_cast<std::size_t>(function.cParams);
-    Kind result_kind;
-    const bool gives_result =
-        count > 0 && (function.lprgelemdescParam[count - 1].paramdesc.wParamFlags & PARAMFLAG_FRETVAL) != 0;
-    if (gives_result) {
-      --count;
-      if (!describe(*functions_.get(), function.lprgelemdescParam[count].tdesc, result_kind))
-        return DISP_E_BADVARTYPE;
-    }
-
-    std::vector<UINT> places(count, kNone);
-    const HRESULT matched = match(*call.arguments, places, outcome.wrong_argument);
-    if (FAILED(matched)) return matched;
-
-    std::vector<Passed> passed(count);
-    std::vector<VARTYPE> types;
-    std::vector<VARIANTARG*> slots;
-    for (std::size_t i = 0; i < count; ++i) {
-      const ELEMDESC& parameter = function.lprgelemdescParam[i];
-      Kind kind;
-      if (!describe(*functions_.get(), parameter.tdesc, kind)) return DISP_E_BADVARTYPE;
-      VARIANT* source = places[i] == kNone ? nullptr : &call.arguments->rgvarg[places[i]];
-      if (source == nullptr || is_missing(*source)) {
-        if ((parameter.paramdesc.wParamFlags & PARAMFLAG_FHASDEFAULT) == 0)
-          return source == nullptr ? DISP_E_BADPARAMCOUNT : DISP_E_PARAMNOTOPTIONAL;
-        source = &parameter.paramdesc.pparamdescex->varDefaultValue;
-      }
-      if (!convert(*source, kind, call.language, passed[i])) {
-        if (outcome.wrong_argument != nullptr) *outcome.wrong_argument = places[i] == kNone ? 0 : places[i];
-        return DISP_E_TYPEMISMATCH;
-      }
-      types.push_back(kind.passed_type());
-      slots.push_back(&passed[i].slot);
-    }
-    Scratch result;
-    Scratch result_slot;
-    if (gives_result) {
-      result.vt = result_kind.type;
-      result_slot.vt = result_kind.passed_type();
-      result_slot.byref = &result.llVal;
-      types.push_back(result_slot.vt);
-      slots.push_back(&result_slot);
-    }
-
-    SetErrorInfo(0, nullptr);
-    Scratch returned;
-    const HRESULT called =
-        DispCallFunc(object, static_cast<ULONG_PTR>(function.oVft), CC_STDCALL, VT_I4,
-                     static_cast<UINT>(slots.size()), types.data(), slots.data(), &returned);
-    if (FAILED(called)) return called;
-    if (FAILED(returned.lVal)) {
-      result.vt = VT_EMPTY;  // nothing was given
-      take_error(returned.lVal, outcome.exception);
-      return DISP_E_EXCEPTION;
-    }
-    for (Passed& argument : passed) write_back(argument, call.language);
-    if (outcome.result != nullptr) {
-      *outcome.result = result;
-      result.vt = VT_EMPTY;
-    }
-    return S_OK;
+    Frame frame(*functions_.get(), *function);
+    status = frame.fill(call, outcome.wrong_argument);
+    return FAILED(status) ? status : frame.run(object, call.language, outcome);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   } catch (const std::exception&) {

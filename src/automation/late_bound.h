@@ -39,8 +39,8 @@ class LateBound {
  public:
   using Arguments = std::initializer_list<Variant>;
 
-  // `kind`: the object's interface as documented, a text that lives as long as `names`. Throws error 91 for
-  // Nothing.
+  // `kind`: the object's interface as documented, a text that lives as long as `names`. Throws error
+  // 91 for Nothing.
   LateBound(ComPtr<IDispatch> object, std::wstring_view kind, std::shared_ptr<MemberNames> names);
 
   // Members are named by texts that live as long as the program.

@@ -124,6 +124,7 @@ class LibraryEngine final : public Engine {
   std::int32_t DRL4_SetSamplingType(std::int32_t hVars, std::int32_t type) override {
     CALL(DRL4_SetSamplingType, hVars, type);
   }
+  // NOLINTBEGIN(readability-function-size): arguments of the engine's exports
   std::int32_t DRL7_GetOrderedInputInfoVB(std::int32_t hVars, std::int16_t sessionFlag, std::int32_t index,
                                           std::string& name, std::string& alternativeName,
                                           std::string& formula, std::int32_t& functionStart,
@@ -168,6 +169,7 @@ class LibraryEngine final : public Engine {
     CALL(DRL7_GetCellWithInputOrOutputVB, hVars, sessionFlag, kind, bookIndex, sheetIndex, cellIndex,
          formulaIndex, inCellIndex, cellAddress, rangeAddress, itemsInCell);
   }
+  // NOLINTEND(readability-function-size)
 #undef CALL
 
  private:

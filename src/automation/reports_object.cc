@@ -83,6 +83,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
     return answer_client([&] { give(result, reports_.GenerateReports(longs(at(isSelectedOutput)))); });
   }
 
+  // NOLINTBEGIN(readability-function-size): arguments of the automation interface
   HRESULT STDMETHODCALLTYPE multiReport(IDispatch** rWB, SAFEARRAY** isSelectedOutput, SAFEARRAY** trInputs,
                                         SAFEARRAY** trOutputs, LONG* NumIterations,
                                         OrdvaneOutputMode* outputMode, LONG* runNumber, LONG* totalRuns,
@@ -135,6 +136,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                              at(t_NumUnreportedOutputs), longs(at(t_UnreportedOutputs))));
     });
   }
+  // NOLINTEND(readability-function-size)
 
  private:
   template <class Step>

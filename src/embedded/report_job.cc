@@ -15,7 +15,6 @@ namespace ordvane::embedded {
 namespace {
 
 constexpr std::int32_t kVariableSet = 1;  // any handle names the one run
-constexpr std::int16_t kSavingText = 1100;
 
 std::int16_t largest_group(const runfile::Run& run) {
   std::size_t members = 0;
@@ -94,7 +93,7 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
 
 void show_saving(EmbeddedEnvironment& environment, const ReportOptions& options) {
   const auto texts = environment::make_string_table(environment::language(options.language));
-  environment.show_progress(texts->GetString(kSavingText), "", "");
+  environment.show_progress(texts->GetString(text_id::kProgressSaving.number), "", "");
 }
 
 xlsx::SaveOptions saving_options(const ReportOptions& options, EmbeddedEnvironment& environment) {

@@ -18,6 +18,12 @@ namespace {
 constexpr std::string_view kBlanks = " \t\r";
 constexpr std::size_t kPlaces = 3;
 
+#define ORDVANE_TEXT(constant, name, number, places) {name, number, places},
+constexpr TextEntry kTextTable[] = {
+#include "session/texts.def"
+};
+#undef ORDVANE_TEXT
+
 // Reads one string file, line by line.
 class Reader {
  public:
@@ -44,13 +50,13 @@ class Reader {
   void read_line(std::string_view line) {
     if (line.empty() || line.front() == '#') return;
     const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) fail("expected \"id = text\"");
+    if (equals == std::string_view::npos) fail("expected \"name = text\"");
     const std::string_view key = text::trimmed(line.substr(0, equals), kBlanks);
     const std::string_view value = text::trimmed(line.substr(equals + 1), kBlanks);
     if (key.starts_with('@')) {
       read_setting(key, value);
-    } else if (!language_.texts.emplace(number(key), unescaped(value)).second) {
-      fail("the id " + std::string(key) + " is given twice");
+    } else if (!language_.texts.emplace(number_of(key), unescaped(value)).second) {
+      fail("the text " + std::string(key) + " is given twice");
     }
   }
 
@@ -74,6 +80,12 @@ class Reader {
     } else {
       fail("there is no setting " + name);
     }
+  }
+
+  std::int32_t number_of(std::string_view name) const {
+    const auto entry = std::ranges::find(kTextTable, name, &TextEntry::name);
+    if (entry == std::end(kTextTable)) fail("there is no text " + std::string(name));
+    return entry->number;
   }
 
   std::int32_t number(std::string_view text) const {
@@ -189,6 +201,10 @@ std::string padded(unsigned number, std::size_t width) {
 }
 
 }  // namespace
+
+std::span<const TextEntry> text_table() {
+  return kTextTable;
+}
 
 Language read_language(std::string_view code, std::string_view file) {
   return Reader(code).read(file);

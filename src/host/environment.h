@@ -16,8 +16,7 @@ namespace ordvane::host {
 
 // The missing-number marker: stands for a value that is not a number, and for a change from a base of zero.
 inline constexpr double kMissingNumber = -1e300;
-// Automatic axis bound; also "no base value was given". Compared by its exact bits.
-inline constexpr double kAutoScaleValue = 1.01E+300;
+// No base value was given. Compared by its exact bits.
 inline constexpr double kNoBaseValue = 1.01E+300;
 // What a table shows for a value that cannot be shown.
 inline constexpr const char* kNotShown = " - ";

@@ -33,6 +33,7 @@ inline constexpr double kFirstLineHeight = 21;  // keeps the lines of a title bl
 inline constexpr double kHeaderRowHeight = 18;
 inline constexpr double kHeaderLineHeight = 13.5;
 inline constexpr double kBodyRowHeight = 15;
+inline constexpr double kLineHeight = 1.25;  // of texts in charts, in sizes
 
 // A text colour that reads well on this one.
 inline host::Color text_on(host::Color background) {
@@ -65,6 +66,8 @@ inline host::BorderFormat rule(host::LineWeight weight, host::Color color) {
           .color = color};
 }
 
+// Separates groups of columns and rows; the colour is an entry of the spreadsheet's colour table.
+inline constexpr host::BorderFormat kGroupRule = {.line_style = 1, .weight = 2, .color_index = 15};
 inline constexpr host::BorderFormat kNoLine = {.line_style = host::kXlNone};
 
 }  // namespace ordvane::layout::look

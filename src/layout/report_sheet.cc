@@ -5,9 +5,10 @@
 #include <cmath>
 #include <utility>
 
+#include "layout/bar_chart.h"
 #include "layout/links.h"
 #include "layout/look.h"
-#include "layout/report_chart.h"
+#include "layout/point_chart.h"
 #include "layout/report_table.h"
 #include "layout/text_estimate.h"
 
@@ -129,7 +130,8 @@ bool ReportSheet::has_place_beside(double height) {
   return last.room_row_ + last.room_rows_ == next_row_ && height <= last.container_->height();
 }
 
-std::shared_ptr<ReportChart> ReportSheet::AddChart(std::int32_t kind, double width, double height) {
+template <class Kind>
+std::shared_ptr<Kind> ReportSheet::add_chart(double width, double height) {
   settle_tables();
   leave_lines();
   // What stands above a chart has its height by then: not every host moves charts with their cells.
@@ -146,13 +148,20 @@ std::shared_ptr<ReportChart> ReportSheet::AddChart(std::int32_t kind, double wid
     placed_in_row_ = 1;
   }
   const auto cell = worksheet_->range(room.row, 1, 1, 1);
-  auto chart = std::make_shared<ReportChart>(
-      *this, worksheet_->add_chart(std::max(left, cell->left()), cell->top() + kFrameWidth, width, height),
-      kind);
+  auto chart = std::make_shared<Kind>(
+      *this, worksheet_->add_chart(std::max(left, cell->left()), cell->top() + kFrameWidth, width, height));
   chart->room_row_ = room.row;
   chart->room_rows_ = room.rows;
   charts_.push_back(chart);
   return chart;
+}
+
+std::shared_ptr<PointChart> ReportSheet::AddPointChart(double width, double height) {
+  return add_chart<PointChart>(width, height);
+}
+
+std::shared_ptr<BarChart> ReportSheet::AddBarChart(double width, double height) {
+  return add_chart<BarChart>(width, height);
 }
 
 void ReportSheet::RemoveChart(const std::shared_ptr<ReportChart>& chart) {
@@ -193,7 +202,7 @@ std::shared_ptr<host::Range> ReportSheet::AddLine(const std::string& text) {
   cell->set_number_format("@");
   cell->set_value(text);
   cell->set_font(look::font(look::kSmallSize, look::kMuted));
-  lines_[next_row_++] = text;
+  lines_[next_row_++] = {text};
   return cell;
 }
 
@@ -224,13 +233,17 @@ std::int32_t ReportSheet::text_columns() const {
   return columns;
 }
 
+// Lines may be fitted several times, as tables and charts come and columns get their widths.
 bool ReportSheet::fit_lines() {
   if (lines_.empty()) return false;
   bool grown = false;
   const std::int32_t columns = text_columns();
-  for (const auto& [row, text] : lines_) {
+  for (auto& [row, line] : lines_) {
     const auto cells = worksheet_->range(row, 1, 1, columns);
-    grown = grow_row(*cells, text, look::kSmallSize, look::kBodyRowHeight) || grown;
+    grown = grow_row(*cells, line.text, look::kSmallSize, look::kBodyRowHeight) || grown;
+    // A part of a merged cell cannot be merged.
+    if (line.columns > columns) worksheet_->range(row, 1, 1, line.columns)->set_merge(false);
+    line.columns = columns;
     cells->set_merge(true);
     cells->set_alignment(host::HAlign::kLeft, host::VAlign::kTop);
     cells->set_wrap_text(true);

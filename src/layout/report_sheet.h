@@ -16,6 +16,8 @@
 
 namespace ordvane::layout {
 
+class BarChart;
+class PointChart;
 class ReportChart;
 class ReportTable;
 
@@ -42,8 +44,9 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::shared_ptr<ReportTable> AddTable(std::int32_t rows, std::int32_t columns, std::int32_t header_rows,
                                         std::int32_t row_header_columns, const std::string& caption,
                                         const std::string& subcaption);
-  // Kinds: 33 spider graph and message chart, 34 sensitivity graph, 64 tornado. Sizes in points.
-  std::shared_ptr<ReportChart> AddChart(std::int32_t kind, double width, double height);
+  // Sizes in points.
+  std::shared_ptr<PointChart> AddPointChart(double width, double height);
+  std::shared_ptr<BarChart> AddBarChart(double width, double height);
   // Charts that are added from here on stand side by side, so many a row.
   void PlaceChartsSideBySide(std::int32_t charts);
   // Takes a chart away again and gives its room back.
@@ -64,12 +67,15 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
 
  private:
   friend class ReportTable;
-  friend class ReportChart;
+  friend class PointChart;
+  friend class BarChart;
 
   struct Room {
     std::int32_t row, rows;
   };
 
+  template <class Kind>
+  std::shared_ptr<Kind> add_chart(double width, double height);
   void settle_tables();
   Room take_room(double height);
   bool has_place_beside(double height);
@@ -107,7 +113,11 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::shared_ptr<host::Worksheet> worksheet_;
   std::string title_;
   std::vector<TitleLine> title_lines_;
-  std::map<std::int32_t, std::string> lines_;  // by row, those not yet fitted
+  struct Line {
+    std::string text;
+    std::int32_t columns = 0;  // that it goes over; 0 until it is fitted
+  };
+  std::map<std::int32_t, Line> lines_;  // by row
   std::vector<std::shared_ptr<ReportTable>> tables_;
   std::map<std::int32_t, double> settled_widths_;  // by column, characters
   std::vector<std::shared_ptr<ReportChart>> charts_;

@@ -22,7 +22,6 @@ constexpr double kBreathing = 1.5;           // characters beside fitted content
 constexpr double kWidestNames = 42;          // characters
 constexpr double kHighestRow = 409;          // points; spreadsheets have no higher ones
 constexpr const char* kTextFormat = "@";
-constexpr std::int32_t kNoteLabel = 12;  // among the shared labels
 
 // Characters that a fitted column needs for its caption.
 double caption_width(const std::string& caption) {
@@ -30,10 +29,6 @@ double caption_width(const std::string& caption) {
   const double whole = column_characters(estimated_width(caption, look::kBodySize, true) + kCaptionMargin);
   const double word = column_characters(widest_word(caption, look::kBodySize, true) + kCaptionMargin);
   return std::max(word, std::min(whole, kWrappedCaptionWidth));
-}
-
-host::BorderFormat rule(std::int32_t line_style, std::int32_t weight, std::int32_t color_index) {
-  return {.line_style = line_style, .weight = weight, .color_index = color_index};
 }
 
 }  // namespace
@@ -158,65 +153,65 @@ void ReportTable::SetRowHeader(std::int32_t row_header_column, std::int32_t row,
 }
 
 void ReportTable::SetColumns(const std::vector<Column>& columns) {
-  std::vector<Heading> headings;
+  settled_ = false;
   for (std::int32_t number = 1; const Column& column : columns) {
-    SetColumn(number, column.alignment, column.width, column.number_format, column.text);
-    if (column.indented) Body(1, number, rows_on_sheet())->set_indent(1);
-    if (column.begins_block) column_blocks_.push_back(body_column() + number - 1);
-    if (header_rows_ > 0) {
-      SetCaption(number, column.caption, column.caption_alignment);
-      if (column.indented) Header(header_rows_, number)->set_indent(1);
-      for (const GroupHeading& group : column.headings)
-        headings.push_back({group.row, number, group.rows, group.columns, group.caption});
-      if (!column.note.empty())
-        AddTableNote(0, number, sheet_.session().CommonString(kNoteLabel), column.note);
-    }
+    if (header_rows_ > 0) set_caption(number, column);
+    set_column(number, column);
+    ++number;
+  }
+  if (header_rows_ > 0) add_headings(columns);
+  for (std::int32_t number = 1; const Column& column : columns) {
+    if (header_rows_ > 0 && !column.note.empty())
+      AddTableNote(0, number, sheet_.session().text(text_id::kNoteTitle), column.note);
     if (column.rule) {
       sheet_.session().environment->pump_messages();  // a table may have thousands of them
-      AddColumnRule(number);
+      add_column_rule(number);
     }
     ++number;
   }
-  // Wide groups get their widths before the groups within them.
+}
+
+// Wide groups get their widths before the groups within them.
+void ReportTable::add_headings(const std::vector<Column>& columns) {
+  std::vector<Heading> headings;
+  for (std::int32_t number = 1; const Column& column : columns) {
+    for (const GroupHeading& group : column.headings)
+      headings.push_back({group.row, number, group.rows, group.columns, group.caption});
+    ++number;
+  }
   std::stable_sort(headings.begin(), headings.end(),
                    [](const Heading& a, const Heading& b) { return a.row < b.row; });
-  for (const Heading& heading : headings) AddHeading(heading);
+  for (const Heading& heading : headings) add_heading(heading);
 }
 
-void ReportTable::SetColumnHeader(std::int32_t column, const std::string& caption, HAlign body_alignment,
-                                  HAlign caption_alignment, std::int32_t /*reserved*/, double width,
-                                  const std::string& number_format, bool text) {
-  SetCaption(column, caption, caption_alignment);
-  SetColumn(column, body_alignment, width, number_format, text);
+// In the last header row.
+void ReportTable::set_caption(std::int32_t number, const Column& column) {
+  const auto header = Header(header_rows_, number);
+  header->set_value(column.caption);
+  header->set_alignment(column.caption_alignment, VAlign::kCenter);
+  if (column.indented) header->set_indent(1);
+  captions_[body_column() + number - 1] = column.caption;
 }
 
-void ReportTable::SetCaption(std::int32_t column, const std::string& caption, HAlign alignment) {
-  settled_ = false;
-  const auto header = Header(std::max(header_rows_, 1), column);
-  header->set_value(caption);
-  header->set_alignment(alignment, VAlign::kCenter);
-  captions_[body_column() + column - 1] = caption;
-}
-
-void ReportTable::SetColumn(std::int32_t column, HAlign body_alignment, double width,
-                            const std::string& number_format, bool text) {
-  settled_ = false;
-  const auto body = Body(1, column, rows_on_sheet());
-  body->set_alignment(body_alignment, VAlign::kCenter);
-  if (body_alignment == HAlign::kRight) body->set_indent(1);  // figures keep clear of the rule beside them
+void ReportTable::set_column(std::int32_t number, const Column& column) {
+  const auto body = Body(1, number, rows_on_sheet());
+  body->set_alignment(column.alignment, VAlign::kCenter);
+  // Figures keep clear of the rule beside them.
+  if (column.indented || column.alignment == HAlign::kRight) body->set_indent(1);
   // Names and addresses stay what they are, even one that reads like a number or a date.
-  if (!number_format.empty())
-    body->set_number_format_local(number_format);
-  else if (text)
+  if (!column.number_format.empty())
+    body->set_number_format_local(column.number_format);
+  else if (column.text)
     body->set_number_format(kTextFormat);
 
-  const std::int32_t sheet_column = body_column() + column - 1;
-  if (text) name_widths_[sheet_column] = 0;
+  const std::int32_t sheet_column = body_column() + number - 1;
+  if (column.begins_block) column_blocks_.push_back(sheet_column);
+  if (column.text) name_widths_[sheet_column] = 0;
   const double present = body->column_width();
-  if (width < 0)
+  if (column.width < 0)
     widths_to_fit_[sheet_column] = present;
-  else if (present < width)
-    body->set_column_width(width);
+  else if (present < column.width)
+    body->set_column_width(column.width);
 }
 
 void ReportTable::AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
@@ -225,29 +220,14 @@ void ReportTable::AddTableNote(std::int32_t row, std::int32_t column, const std:
   sheet_.AddCellNote(*cell, heading, text);
 }
 
-void ReportTable::AddColumnRule(std::int32_t column, std::int32_t last, std::int32_t line_style,
-                                std::int32_t weight, std::int32_t color_index) {
-  const std::int32_t last_row = last < 0 ? this->last_row() : body_row() + last - 1;
-  const std::int32_t sheet_column = body_column() + column - 1;
-  // The left edge of a table has no column of its own to its left.
-  const host::Edge edge = sheet_column < 1 ? host::Edge::kLeft : host::Edge::kRight;
-  cells(header_row(), std::max(sheet_column, 1), last_row - header_row() + 1)
-      ->set_border(edge, rule(line_style, weight, color_index));
-}
-
-void ReportTable::AddColumnRule(std::int32_t column) {
-  AddColumnRule(column, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
+// At the right of a column, through header and body.
+void ReportTable::add_column_rule(std::int32_t column) {
+  cells(header_row(), body_column() + column - 1, last_row() - header_row() + 1)
+      ->set_border(host::Edge::kRight, look::kGroupRule);
 }
 
 void ReportTable::AddRowRule(std::int32_t row) {
-  AddRowRule(row, -1, kRuleLineStyle, kRuleWeight, kRuleColorIndex);
-}
-
-void ReportTable::AddRowRule(std::int32_t row, std::int32_t last, std::int32_t line_style,
-                             std::int32_t weight, std::int32_t color_index) {
-  const std::int32_t columns = last < 0 ? sheet_columns() : row_header_columns_ + last;
-  cells(body_row() + row - 1, 1, 1, columns)
-      ->set_border(host::Edge::kBottom, rule(line_style, weight, color_index));
+  cells(body_row() + row - 1, 1, 1, sheet_columns())->set_border(host::Edge::kBottom, look::kGroupRule);
 }
 
 void ReportTable::PutBody(std::int32_t first_row, const host::CellBlock& block) {
@@ -309,12 +289,8 @@ void ReportTable::SetIdentityColumns(std::int32_t all, std::int32_t least) {
   least_identity_columns_ = least;
 }
 
-void ReportTable::AddColumnBlocks(std::int32_t first, std::int32_t width, std::int32_t count) {
-  for (std::int32_t block = 0; block < count; ++block)
-    column_blocks_.push_back(body_column() + first - 1 + block * width);
-}
-
-void ReportTable::AddHeading(const Heading& heading) {
+// Centred in one merged cell.
+void ReportTable::add_heading(const Heading& heading) {
   settled_ = false;
   const auto cells = Header(heading.row, heading.column, heading.rows, heading.columns);
   cells->cell(1, 1)->set_value(heading.caption);
@@ -336,7 +312,7 @@ void ReportTable::part_headings(const std::vector<std::int32_t>& first_columns) 
     }
     if (parts.size() == 1) continue;
     Header(whole.row, whole.column, whole.rows, whole.columns)->set_merge(false);
-    for (const Heading& part : parts) AddHeading(part);
+    for (const Heading& part : parts) add_heading(part);
   }
 }
 

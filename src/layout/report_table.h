@@ -14,11 +14,6 @@ namespace ordvane::layout {
 
 class ReportSheet;
 
-// Look of the rules that separate groups of columns and rows.
-inline constexpr std::int32_t kRuleLineStyle = 1;
-inline constexpr std::int32_t kRuleWeight = 2;
-inline constexpr std::int32_t kRuleColorIndex = 15;
-
 class ReportTable {
  public:
   // Made by ReportSheet::AddTable.
@@ -38,26 +33,11 @@ class ReportTable {
   // All columns of the body, from left to right. A table without headers of its own goes on under those of
   // the one above it, whose columns it may be given: it takes no captions, headings and notes from them.
   void SetColumns(const std::vector<Column>& columns);
-  // The caption goes into the last header row. `text`: true for names and addresses, false for figures.
-  void SetColumnHeader(std::int32_t column, const std::string& caption, host::HAlign body_alignment,
-                       host::HAlign caption_alignment, std::int32_t reserved, double width,
-                       const std::string& number_format, bool text);
-  // Its two halves: a table without headers of its own goes on under the captions of the one above it.
-  void SetCaption(std::int32_t column, const std::string& caption, host::HAlign alignment);
-  void SetColumn(std::int32_t column, host::HAlign body_alignment, double width,
-                 const std::string& number_format, bool text);
   // Row 0: the header block.
   void AddTableNote(std::int32_t row, std::int32_t column, const std::string& heading,
                     const std::string& text);
-  // Vertical rule at the right of a column, through headers and body. `last` -1: the whole table.
-  void AddColumnRule(std::int32_t column, std::int32_t last, std::int32_t line_style, std::int32_t weight,
-                     std::int32_t color_index);
-  // Through the whole table.
-  void AddColumnRule(std::int32_t column);
   // Horizontal rule below a body row, through the whole table.
   void AddRowRule(std::int32_t row);
-  void AddRowRule(std::int32_t row, std::int32_t last, std::int32_t line_style, std::int32_t weight,
-                  std::int32_t color_index);
 
   // Writes whole body rows from `first_row` on; the block has the table's columns.
   void PutBody(std::int32_t first_row, const host::CellBlock& block);
@@ -79,16 +59,6 @@ class ReportTable {
   // pages, where the sheet is wide: `all` as long as they leave room for others, else the first `least`. One,
   // until it is told.
   void SetIdentityColumns(std::int32_t all, std::int32_t least);
-  // Columns from `first` on that belong together, `width` by `width`, `count` times: printed pages side by
-  // side begin with such a block, and never within one. The first table of a sheet decides for all of them.
-  void AddColumnBlocks(std::int32_t first, std::int32_t width, std::int32_t count);
-  // A caption over a group of columns, centred in one merged cell of the header. Columns that printed pages
-  // part have it on every page.
-  struct Heading {
-    std::int32_t row, column, rows, columns;
-    std::string caption;
-  };
-  void AddHeading(const Heading& heading);
   // Names wider than their column may get go on below, in rows that are as high as it takes; without this
   // they are seen as far as the column reaches. In these body rows; without any, in all.
   void WrapNames(std::vector<std::int32_t> rows = {});
@@ -98,6 +68,11 @@ class ReportTable {
 
  private:
   friend class ReportSheet;
+
+  struct Heading {
+    std::int32_t row, column, rows, columns;
+    std::string caption;
+  };
 
   std::int32_t body_row() const;     // sheet row of body row 1
   std::int32_t body_column() const;  // sheet column of body column 1
@@ -111,6 +86,11 @@ class ReportTable {
   void write_captions(const std::string& caption, const std::string& subcaption);
   void format_header();
   void format_body();
+  void set_caption(std::int32_t number, const Column& column);
+  void set_column(std::int32_t number, const Column& column);
+  void add_headings(const std::vector<Column>& columns);
+  void add_heading(const Heading& heading);
+  void add_column_rule(std::int32_t column);
   double settle_column(std::int32_t column);
   void settle_groups();
   void settle_rows();

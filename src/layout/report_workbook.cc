@@ -16,16 +16,6 @@ constexpr std::int32_t kLongestSheetName = 31;  // UTF-16 units
 constexpr std::size_t kMostSheetsWithoutContents = 6;
 constexpr std::int32_t kLongestProperty = 255;  // UTF-16 units; of a document property
 
-// String ids.
-constexpr std::int16_t kDocumentTitle = 243;
-constexpr std::int16_t kContents = 240;
-constexpr std::int16_t kSheetColumn = 241;
-constexpr std::int16_t kReportColumn = 242;
-// Shared labels of title blocks, by their small index.
-constexpr std::int32_t kRunLabel = 13;
-constexpr std::int32_t kModelLabel = 14;
-constexpr std::int32_t kOutputLabel = 15;
-
 // What a report's title block says under this label; blank when it has no such line.
 host::CellValue line_of(const ReportSheet& report, const std::string& label) {
   for (const TitleLine& line : report.title_lines())
@@ -116,10 +106,10 @@ std::shared_ptr<ReportSheet> ReportWorkbook::AddSheet(const std::string& name) {
 }
 
 // What the reports' title blocks say under a shared label, in their order, nothing twice.
-std::vector<std::string> ReportWorkbook::titles_under(std::int32_t label) const {
+std::vector<std::string> ReportWorkbook::titles_under(session::TextId<0> label) const {
   std::vector<std::string> texts;
   for (const auto& report : reports_) {
-    const host::CellValue line = line_of(*report, session_.CommonString(label));
+    const host::CellValue line = line_of(*report, session_.text(label));
     if (!line.text.empty() && std::find(texts.begin(), texts.end(), line.text) == texts.end())
       texts.push_back(line.text);
   }
@@ -128,10 +118,11 @@ std::vector<std::string> ReportWorkbook::titles_under(std::int32_t label) const 
 
 // Named after the workbooks that the reports are about, and their outputs.
 void ReportWorkbook::name_document() {
-  const std::vector<std::string> models = titles_under(kModelLabel);
-  const std::vector<std::string> outputs = titles_under(kOutputLabel);
+  const std::vector<std::string> models = titles_under(text_id::kLabelWorkbook);
+  const std::vector<std::string> outputs = titles_under(text_id::kLabelOutput);
   host::DocumentProperties properties;
-  properties.title = models.empty() ? name_ : session_.text(kDocumentTitle, session_.list_of(models));
+  properties.title =
+      models.empty() ? name_ : session_.text(text_id::kDocumentTitle, session_.list_of(models));
   if (!outputs.empty())
     properties.subject = session_.list_of(outputs);
   else if (!reports_.empty())
@@ -144,26 +135,26 @@ void ReportWorkbook::name_document() {
 // One row a report sheet: a link to it, what it is, and what it is about.
 void ReportWorkbook::add_contents() {
   const auto reports = reports_;
-  const bool several_runs = titles_under(kRunLabel).size() > 1;
+  const bool several_runs = titles_under(text_id::kLabelRun).size() > 1;
   const std::int32_t rows = static_cast<std::int32_t>(reports.size());
   const std::int32_t column_count = several_runs ? 4 : 3;
   const std::string first = first_sheet_->name();
-  const auto sheet = AddSheet(session_.text(kContents));
-  sheet->AddTitleBlock(session_.text(kContents), {});
+  const auto sheet = AddSheet(session_.text(text_id::kContentsTitle));
+  sheet->AddTitleBlock(session_.text(text_id::kContentsTitle), {});
   sheet->SetSheetOption(1);
   const auto table = sheet->AddTable(rows, column_count, 1, 0, "", "");
   table->WrapNames();
-  std::vector<Column> columns = {name_column(session_.text(kSheetColumn)),
-                                 name_column(session_.text(kReportColumn)),
-                                 name_column(session_.CommonString(kOutputLabel))};
-  if (several_runs) columns.push_back(name_column(session_.CommonString(kRunLabel)));
+  std::vector<Column> columns = {name_column(session_.text(text_id::kContentsSheet)),
+                                 name_column(session_.text(text_id::kContentsReport)),
+                                 name_column(session_.text(text_id::kLabelOutput))};
+  if (several_runs) columns.push_back(name_column(session_.text(text_id::kLabelRun)));
   table->SetColumns(columns);
   host::CellBlock body(rows, column_count);
   for (std::int32_t row = 1; const auto& report : reports) {
     body.set_text(row, 1, report->SheetWorksheet()->name());
     body.set_text(row, 2, report->title());
-    body.set(row, 3, line_of(*report, session_.CommonString(kOutputLabel)));
-    if (several_runs) body.set(row, 4, line_of(*report, session_.CommonString(kRunLabel)));
+    body.set(row, 3, line_of(*report, session_.text(text_id::kLabelOutput)));
+    if (several_runs) body.set(row, 4, line_of(*report, session_.text(text_id::kLabelRun)));
     ++row;
   }
   table->PutBody(1, body);

@@ -52,7 +52,7 @@ class ReportWorkbook {
 
  private:
   void open_workbook();
-  std::vector<std::string> titles_under(std::int32_t label) const;
+  std::vector<std::string> titles_under(session::TextId<0> label) const;
   void name_document();
   void add_contents();
   std::string free_name(const std::string& name, const std::string& own_name);

@@ -73,7 +73,7 @@ std::vector<ReportSheet::Placed> ReportSheet::placed() {
   }
   std::sort(result.begin(), result.end(),
             [](const Placed& a, const Placed& b) { return a.block.top < b.block.top; });
-  for (const auto& [row, text] : lines_) keep_line(row, result);
+  for (const auto& [row, line] : lines_) keep_line(row, result);
   return result;
 }
 

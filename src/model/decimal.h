@@ -1,6 +1,5 @@
 // Decimal scaling that gives the same digits everywhere. The C libraries' pow and log10 differ in their last
-// bits: between systems, and for programs of 32 bits with what their host left in the processor's control
-// word.
+// bits between systems, and for programs of 32 bits with the processor's control word.
 #pragma once
 
 namespace ordvane::model {

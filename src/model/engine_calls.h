@@ -1,5 +1,4 @@
-// Calls to the engine whose refusal is an error, so that nothing that it did not say passes for an item's
-// own.
+// Calls to the engine whose refusal is an error: what was said of one item never passes for another's.
 #pragma once
 
 #include <cstdint>

@@ -14,8 +14,7 @@ namespace ordvane::model {
   ;
 #include "model/enumerations.def"
 
-// One input of a multi-way analysis. `pc` are fractional changes from `BaseValue`, `rank` the rank of each
-// step.
+// One input of a multi-way analysis. `pc` are fractional changes from `BaseValue`, `rank` ranks of the steps.
 struct multiData {
   using String = std::string;
   using Double = double;

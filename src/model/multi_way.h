@@ -65,8 +65,7 @@ struct GroupEffect {
   double interaction;  // swing - own_swings, also without rounding; the marker unless it is measured
   InteractionState interaction_state = InteractionState::kMeasured;
   std::int32_t failed = 0;  // results that are no numbers
-  // No combination stood at the base values of all members, and the output's base value lies outside the
-  // results.
+  // No combination stood at the base values of all members, and the results do not enclose the output's.
   bool leaves_out_base = false;
 };
 using GroupEffects = OneBased<GroupEffect>;  // one a group

@@ -35,8 +35,7 @@ std::string external_address(const std::string& book, const std::string& sheet, 
 std::string address_for_range_mode(OrdvaneRangeMode mode, const std::string& book, const std::string& sheet,
                                    const std::string& cell);
 
-// How much of their locations tells the records apart: books, sheets, or cells alone. Error 9 without
-// records.
+// What of their places tells the records apart: books, sheets, or cells alone. Error 9 without records.
 OrdvaneRangeMode range_mode_of(const Records& records);
 
 // Takes the number formats of the first `count` records from their cells. Never fails: a record whose cell
@@ -50,8 +49,8 @@ double evaluate_function_value(session::Session& session, host::Range& cell,
                                const std::string& function_text);
 
 // Recalculates the model when it goes. Whoever evaluates function values keeps one meanwhile: where
-// calculation is manual, the cells that depend on an item would go on showing what came of its function
-// alone.
+// calculation is manual, the cells that depend on an item would otherwise go on showing what came of its
+// function alone.
 class ModelRecalculation {
  public:
   explicit ModelRecalculation(session::Session& session) : session_(session) {}

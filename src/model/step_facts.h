@@ -1,6 +1,6 @@
 // What the steps of one input say about one output besides the ends of its bar: whether they move it at all,
-// how many of its results are no numbers, and whether they leave out the base case. Pure arithmetic on filled
-// records.
+// how many of its results are no numbers, and whether they leave out the base case. Arithmetic on records
+// that are filled.
 #pragma once
 
 #include <cstdint>

@@ -4,12 +4,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
-#include <limits>
 
 #include "host/error.h"
-#include "model/decimal.h"
 
 namespace ordvane::reports {
 namespace {
@@ -37,15 +33,6 @@ constexpr std::int32_t kPlaceholderSize = 2;  // the smallest marker; it is not 
 constexpr std::int32_t kBaseMarkerSize = 6;
 constexpr double kBaseLabelFontSize = 6.75;
 constexpr double kBaseLineWidth = 1.25;
-
-// To 15 significant digits and back, so that a quotient a hair below a whole number becomes that number.
-double as_written(double value) {
-  std::array<char, 32> text;
-  const auto end =
-      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::general, 15).ptr;
-  std::from_chars(text.data(), end, value);
-  return value;
-}
 
 void hide_message_axis(host::Axis& axis) {
   axis.set_border({.line_style = host::kXlNone, .weight = kHairline});
@@ -120,28 +107,6 @@ std::int32_t GetGraphRangesExtent(session::Session& session, const model::Ordvan
   return 0;
 }
 
-bool CalcAxisScale(double data_minimum, double data_maximum, double& axis_minimum, double& axis_maximum,
-                   double& major_unit) {
-  double range = data_maximum - data_minimum;
-  if (range < 0) return false;
-  if (range == 0) {
-    data_minimum -= 0.5;
-    data_maximum += 0.5;
-    range = 1;
-  }
-  const double exponent = std::floor(as_written(std::log10(range)));
-  if (!(std::fabs(exponent) <= std::numeric_limits<std::int16_t>::max())) return false;
-  const double power = model::power_of_ten(static_cast<int>(exponent));
-  const double mantissa = range / power;
-  if (!std::isfinite(mantissa)) return false;
-
-  major_unit = power * (mantissa <= 2 ? 0.2 : mantissa <= 5 ? 0.5 : 1.0);
-  axis_minimum = std::floor(data_minimum / major_unit) * major_unit;
-  axis_maximum = (std::floor(data_maximum / major_unit) + 1) * major_unit;
-  if (axis_maximum - data_maximum == major_unit) axis_maximum = data_maximum;
-  return axis_minimum != axis_maximum;
-}
-
 void AddPlaceholderSeries(host::Chart& chart) {
   constexpr std::array<double, 1> kOne = {1.0};
   chart.new_series();
@@ -169,23 +134,13 @@ void FormatMessageChart(host::Chart& chart) {
 }
 
 std::int32_t CreateMessageChart(layout::ReportSheet& sheet, const std::string& message,
-                                std::shared_ptr<layout::ReportChart>* made) {
-  const auto chart = sheet.AddChart(kLineChart, kChartWidth, kChartHeight);
+                                std::shared_ptr<layout::PointChart>* made) {
+  const auto chart = sheet.AddPointChart(kChartWidth, kChartHeight);
   ignoring_errors([&] { AddPlaceholderSeries(*chart->Chart()); });
   chart->SetTitle(message);
   FormatMessageChart(*chart->Chart());
   if (made) *made = chart;
   return 0;
-}
-
-double ArrayMin(std::span<const double> values) {
-  if (values.empty()) host::raise_subscript_out_of_range("ArrayMin");
-  return *std::min_element(values.begin(), values.end());
-}
-
-double ArrayMax(std::span<const double> values) {
-  if (values.empty()) host::raise_subscript_out_of_range("ArrayMax");
-  return *std::max_element(values.begin(), values.end());
 }
 
 void AddBaseValueLine(session::Session& /*session*/, host::Chart& chart, double base_value,

@@ -2,22 +2,18 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <memory>
 #include <string>
 
 #include "host/excel.h"
-#include "layout/report_chart.h"
+#include "layout/point_chart.h"
 #include "layout/report_sheet.h"
 #include "model/graph_ranges.h"
 #include "session/session.h"
 
 namespace ordvane::reports {
 
-// Kinds that ReportSheet::AddChart takes, and the size of every chart whose height the bars do not give;
-// points.
-inline constexpr std::int32_t kLineChart = 33;
-inline constexpr std::int32_t kSensitivityChart = 34;
-inline constexpr std::int32_t kTornadoChart = 64;
+// The size of every chart whose height the bars do not give; points.
 inline constexpr double kChartWidth = 428.0;
 inline constexpr double kChartHeight = 300.0;
 
@@ -38,10 +34,6 @@ std::int32_t GetGraphRangeExtent(session::Session& session, const model::Ordvane
 std::int32_t GetGraphRangesExtent(session::Session& session, const model::OrdvaneGraphRanges& ranges,
                                   Extent& extent);
 
-// Rounded axis bounds for a data range. False, with nothing set, for a reversed range or one without a scale.
-bool CalcAxisScale(double data_minimum, double data_maximum, double& axis_minimum, double& axis_maximum,
-                   double& major_unit);
-
 // The series that gives a chart without any a plot area, axes and a title: without one the spreadsheet has
 // none to format. Nothing of it is seen.
 void AddPlaceholderSeries(host::Chart& chart);
@@ -50,11 +42,7 @@ void AddPlaceholderSeries(host::Chart& chart);
 void FormatMessageChart(host::Chart& chart);
 // Returns 0; the chart goes to `made` when it is not null.
 std::int32_t CreateMessageChart(layout::ReportSheet& sheet, const std::string& message,
-                                std::shared_ptr<layout::ReportChart>* made = nullptr);
-
-// Smallest and largest element; error 9 for an empty array.
-double ArrayMin(std::span<const double> values);
-double ArrayMax(std::span<const double> values);
+                                std::shared_ptr<layout::PointChart>* made = nullptr);
 
 // The vertical base-value marker of a tornado chart, on the secondary axes, with its label at the top end;
 // outside the axis it is not seen.

@@ -5,21 +5,17 @@
 #include <vector>
 
 #include "layout/look.h"
+#include "reports/body_writer.h"
 #include "reports/gap_notes.h"
-#include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
 #include "reports/output_detail.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-namespace text {
-constexpr std::int16_t kSubcaption = 100, kSheetName = 105, kStep = 108, kProgress = 111, kTooManyRows = 114,
-                       kTooManyOutputs = 115, kTitle = 117, kCaption = 119, kRun = 122;
-}  // namespace text
 
 constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kNameRow = 2;
@@ -89,14 +85,15 @@ void DetailByInput::make() {
   application.set_calculation(host::Calculation::kManual);
   rows_ = too_many_rows ? kMostDetailRows : std::min(standard, kMostDetailRows);
 
-  const auto sheet = StartSheet(context_, {text::kSheetName, text::kTitle, text::kRun});
-  table_ = AddTable(*sheet, rows_, kHeaderRows,
-                    {session_.text(text::kCaption), session_.text(text::kSubcaption)}, columns());
+  const auto sheet = StartSheet(
+      context_, {text_id::kDetailByInputSheetName, text_id::kDetailByInputTitle, text_id::kDetailByInputRun});
+  table_ = AddTable(
+      *sheet, rows_, kHeaderRows,
+      {session_.text(text_id::kDetailByInputCaption), session_.text(text_id::kDetailByInputSubcaption)},
+      columns());
   table_->SetIdentityColumns(c_.step(), c_.name);
   table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
-      ->set_border(host::Edge::kBottom, {.line_style = layout::kRuleLineStyle,
-                                         .weight = layout::kRuleWeight,
-                                         .color_index = layout::kRuleColorIndex});
+      ->set_border(host::Edge::kBottom, layout::look::kGroupRule);
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
@@ -140,7 +137,7 @@ std::vector<layout::Column> DetailByInput::columns() const {
     return block;
   };
   std::vector<layout::Column> inputs = figures("", "");
-  if (leaves_out_steps()) inputs.front().note = session_.text(text::kTooManyRows);
+  if (leaves_out_steps()) inputs.front().note = session_.text(text_id::kTableFull);
   layout::append(columns, shared.of_inputs(1, inputs));
   std::vector<layout::Column> outputs;
   for (std::int32_t k = 1; k <= c_.k; ++k) {
@@ -149,7 +146,7 @@ std::vector<layout::Column> DetailByInput::columns() const {
                                             figures(ValueFormat(output(k)), ChangeFormat(output(k)))));
   }
   if (context_.selected.size() > c_.k && c_.k > 0)
-    outputs.front().note = session_.text(text::kTooManyOutputs);
+    outputs.front().note = session_.text(text_id::kDetailByInputFirstOutputsOnly);
   layout::append(columns, shared.of_outputs(1, outputs));
   return columns;
 }
@@ -160,7 +157,7 @@ void DetailByInput::fill_body() {
   for (std::int32_t i = 1; i <= inputs_.size() && body.rows() < rows_; ++i) {
     const model::DralInputOutput& input = inputs_(i);
     session_.application().set_status_bar(
-        session_.text(text::kProgress, std::int64_t{i}, std::int64_t{inputs_.size()}));
+        session_.text(text_id::kDetailByInputProgress, std::int64_t{i}, std::int64_t{inputs_.size()}));
     CheckUserCancel(session_);
     const std::int32_t first = body.rows() + 1;
     const std::int32_t rows = std::min(input.numSteps, rows_ - first + 1);
@@ -206,7 +203,7 @@ void DetailByInput::name_input(host::CellBlock& block, std::int32_t row,
 // Most inputs have the same steps: each text is made once.
 const std::string& DetailByInput::step_text(std::int32_t step) {
   while (step_texts_.size() < step)
-    step_texts_.push_back(session_.text(text::kStep, std::int64_t{step_texts_.size()} + 1));
+    step_texts_.push_back(session_.text(text_id::kDetailByInputStep, std::int64_t{step_texts_.size()} + 1));
   return step_texts_(step);
 }
 
@@ -233,7 +230,7 @@ void DetailByInput::add_step_notes(const std::vector<InputRows>& groups) {
   for (const InputRows& group : groups) {
     if (group.failed == 0) continue;
     if (++notes > kMostStepNotes) return;
-    table_->AddTableNote(group.first, c_.name, session_.CommonString(12),
+    table_->AddTableNote(group.first, c_.name, session_.text(text_id::kNoteTitle),
                          StepNote(session_, {.steps = group.rows * c_.k, .failed = group.failed}));
   }
 }

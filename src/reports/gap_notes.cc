@@ -5,30 +5,22 @@
 namespace ordvane::reports {
 namespace {
 
-// String ids.
-constexpr std::int16_t kFailedResults = 261;
-constexpr std::int16_t kNoNumbers = 600;
-constexpr std::int16_t kInputBaseZero = 607;
-constexpr std::int16_t kOutputBaseZero = 608;
-constexpr std::int16_t kInputBaseInvalid = 130;
-constexpr std::int16_t kOutputBaseInvalid = 131;
-
-std::int16_t text_of(Gap gap) {
+// Of all but failed results, which say how many there are.
+session::TextId<0> text_of(Gap gap) {
   switch (gap) {
-    case Gap::kFailedResult:
-      return kFailedResults;
     case Gap::kInputBaseZero:
-      return kInputBaseZero;
+      return text_id::kNoteInputBaseZero;
     case Gap::kOutputBaseZero:
-      return kOutputBaseZero;
+      return text_id::kNoteOutputBaseZero;
     case Gap::kInputBaseInvalid:
-      return kInputBaseInvalid;
+      return text_id::kNoteInputBaseNoNumber;
     case Gap::kOutputBaseInvalid:
-      return kOutputBaseInvalid;
+      return text_id::kNoteOutputBaseNoNumber;
+    case Gap::kFailedResult:
     case Gap::kNoNumber:
       break;
   }
-  return kNoNumbers;
+  return text_id::kNoteNotShown;
 }
 
 }  // namespace
@@ -47,9 +39,9 @@ void GapNotes::write(const session::Session& session, layout::ReportTable& table
     const auto column = static_cast<std::int32_t>(i / kGaps) + 1;
     const std::string text =
         gap == Gap::kFailedResult
-            ? session.text(text_of(gap), std::int64_t{first_[i].count}, std::int64_t{results})
+            ? session.text(text_id::kNoteFailedResults, std::int64_t{first_[i].count}, std::int64_t{results})
             : session.text(text_of(gap));
-    table.AddTableNote(first_[i].row, column, session.CommonString(12), text);
+    table.AddTableNote(first_[i].row, column, session.text(text_id::kNoteTitle), text);
   }
 }
 

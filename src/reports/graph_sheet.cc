@@ -1,70 +1,35 @@
-// The parts that reports share around their tables and charts.
 #include "reports/graph_sheet.h"
 
 #include <algorithm>
 
-#include "model/naming.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "host/error.h"
 
 namespace ordvane::reports {
 namespace {
 
-std::shared_ptr<layout::ReportSheet> start(const Context& context, const std::string& name,
-                                           std::vector<layout::TitleLine> lines, const SheetTexts& texts) {
-  const session::Session& session = context.session;
-  auto sheet = context.workbook.AddSheet(name);
-  if (context.total_runs > 1)
-    lines.push_back({session.CommonString(13), session.text(texts.run_line, std::int64_t{context.run_number},
-                                                            std::int64_t{context.total_runs})});
-  sheet->AddTitleBlock(session.text(texts.title), lines);
-  sheet->SheetWorksheet()->range("a1:c6")->set_wrap_text(false);
-  sheet->SetSheetOption(1);
-  return sheet;
-}
+constexpr double kUnmeasuredWidth = 400.0;
+constexpr double kNarrowestChart = 376.0;
+constexpr double kWidestChart = 476.0;
 
 }  // namespace
 
-std::shared_ptr<layout::ReportSheet> StartSheet(const Context& context, const SheetTexts& texts) {
-  return start(context, context.session.text(texts.sheet_name),
-               {{context.session.CommonString(14), context.inputs(1).bookName}}, texts);
+double TableWidthForChart(layout::ReportTable& table) {
+  double width = kUnmeasuredWidth;
+  host::ignoring_errors([&] { table.Settle(); });
+  host::ignoring_errors([&] {
+    const auto last = table.Body(1, table.columns());
+    width = last->left() + last->width() - table.ColumnHeaderRange(0)->left();
+  });
+  return std::clamp(width, kNarrowestChart, kWidestChart);
 }
 
-std::shared_ptr<layout::ReportSheet> StartOutputSheet(const Context& context, const std::string& book,
-                                                      const model::DralInputOutput& output,
-                                                      const SheetTexts& texts) {
-  const session::Session& session = context.session;
-  std::int32_t flags = 0;
-  const host::CellValue base =
-      FormatTableValue(output.rules(), output.BaseValue(), flags, 1.0, model::OrdvaneDivisorOutput);
-  return start(context, model::clean_sheet_name(session.text(texts.sheet_name, output.cellAddress)),
-               {{session.CommonString(14), book},
-                {session.CommonString(15), ItemLabel(output)},
-                {session.CommonString(16), base, ValueFormat(output)}},
-               texts);
+void FitWidth(layout::ReportChart& chart, double width) {
+  host::ignoring_errors([&] { chart.Container()->set_width(width); });
 }
 
 void SetWatermark(session::Session& session, layout::ReportChart& chart) {
   if (session.watermark.text.empty()) return;
   chart.SetWatermark(session.watermark.primary, session.watermark.secondary, session.graph_click_macro);
-}
-
-void FirstNotes::add(std::int16_t text, std::int32_t row, std::int32_t column) {
-  const auto [kept, is_new] = places_.try_emplace(text, row, column);
-  if (!is_new) kept->second = std::min(kept->second, {row, column});
-}
-
-std::vector<std::string> FirstNotes::write(const session::Session& session,
-                                           layout::ReportTable& table) const {
-  std::vector<std::pair<std::pair<std::int32_t, std::int32_t>, std::int16_t>> by_place;
-  for (const auto& [text, place] : places_) by_place.emplace_back(place, text);
-  std::sort(by_place.begin(), by_place.end());
-  std::vector<std::string> texts;
-  for (const auto& [place, text] : by_place) {
-    texts.push_back(session.text(text));
-    table.AddTableNote(place.first, place.second, session.CommonString(12), texts.back());
-  }
-  return texts;
 }
 
 }  // namespace ordvane::reports

@@ -1,47 +1,16 @@
-// What the reports have in common around their tables and charts: the opening of a sheet, the watermark.
+// What the graph reports have in common around their charts.
 #pragma once
-
-#include <cstdint>
-#include <map>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "layout/report_chart.h"
 #include "layout/report_table.h"
-#include "layout/report_workbook.h"
-#include "model/input_output.h"
-#include "reports/context.h"
 #include "session/session.h"
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
-struct SheetTexts {
-  std::int16_t sheet_name;  // filled with the output's cell, of one output
-  std::int16_t title;
-  std::int16_t run_line;  // filled with run number and number of runs
-};
-
-// A new sheet with its title block: the workbook of the inputs, and the run when there are several.
-std::shared_ptr<layout::ReportSheet> StartSheet(const Context& context, const SheetTexts& texts);
-// The same for one output, whose workbook's name the caller chooses: with the output and its base value.
-std::shared_ptr<layout::ReportSheet> StartOutputSheet(const Context& context, const std::string& book,
-                                                      const model::DralInputOutput& output,
-                                                      const SheetTexts& texts);
-
-// Notes that each stand at the first cell of a table that they are about.
-class FirstNotes {
- public:
-  // `text`: string id. The first place, row by row, is kept.
-  void add(std::int16_t text, std::int32_t row, std::int32_t column);
-  // Attaches the notes. Returns their texts in the order of their places.
-  std::vector<std::string> write(const session::Session& session, layout::ReportTable& table) const;
-
- private:
-  std::map<std::int16_t, std::pair<std::int32_t, std::int32_t>> places_;  // by text: row and column
-};
+// Points for a chart above or below the table: its width, within 376 to 476; 400 when it has none to measure.
+double TableWidthForChart(layout::ReportTable& table);
+// Width in points; a host that refuses keeps the chart as it is.
+void FitWidth(layout::ReportChart& chart, double width);
 
 // When the session has one.
 void SetWatermark(session::Session& session, layout::ReportChart& chart);

@@ -3,47 +3,34 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "host/error.h"
 #include "layout/text_estimate.h"
 #include "model/step_facts.h"
-#include "reports/chart_helpers.h"
-#include "reports/graph_sheet.h"
-#include "reports/report_columns.h"
-#include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/bar_report.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
 
 namespace ordvane::reports {
 namespace {
 
-// String ids.
-constexpr SheetTexts kSheetTexts = {.sheet_name = 313, .title = 311, .run_line = 316};
-constexpr TornadoTexts kChartTexts = {
-    .chart_title = 312, .chart_subtitle = 303, .change_axis = 308, .value_axis = 314};
-constexpr std::int16_t kHighGroup = 301;
-constexpr std::int16_t kLowGroup = 302;
-constexpr std::int16_t kGroup = 304;
-constexpr std::int16_t kNotes = 305;
-constexpr std::int16_t kNoBars = 306;
-constexpr std::int16_t kVariedTogether = 307;
-constexpr std::int16_t kSwing = 310;
-constexpr std::int16_t kTableCaption = 315;
-constexpr std::int16_t kNothingMoves = 332;
-constexpr std::int16_t kInvalidNote = 600;
-constexpr std::int16_t kBaseZeroNote = 608;
-constexpr std::int16_t kBaseInvalidNote = 730;
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
-constexpr std::int16_t kNoMultiTornado = 1041;
+constexpr BarReportTexts kTexts = {.sheet = {.sheet_name = text_id::kMultiTornadoSheetName,
+                                             .title = text_id::kMultiTornadoTitle,
+                                             .run_line = text_id::kMultiTornadoRun},
+                                   .chart = {.chart_title = text_id::kMultiTornadoChartTitle,
+                                             .chart_subtitle = text_id::kMultiTornadoChartSubtitle,
+                                             .change_axis = text_id::kMultiTornadoChangeAxis,
+                                             .value_axis = text_id::kMultiTornadoValueAxis},
+                                   .no_bars = text_id::kMultiTornadoNoBars,
+                                   .no_chart = text_id::kMessageNoMultiTornado,
+                                   .nothing_moves = text_id::kMultiTornadoNothingMoves,
+                                   .invalid = text_id::kNoteNotShown,
+                                   .base_zero = text_id::kNoteOutputBaseZero,
+                                   .base_invalid = text_id::kTornadoOutputBaseNoNumber};
 
 // Columns of the table, after those that say where the inputs are (one a step of the range mode).
 enum Column : std::int32_t { kRank = 1, kName, kLow, kLowChange, kHigh, kHighChange, kColumns = kHighChange };
-constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kMostBars = 32767;  // counted in 16 bits by the report layer
 
 // Each text once, in the order of the members.
@@ -61,55 +48,27 @@ model::OneBased<std::int32_t> groups_by_rank(const model::GroupEffects& effects)
   return groups;
 }
 
-class MultiTornado {
+class MultiTornado final : public BarReport {
  public:
-  MultiTornado(const Context& context, const model::DralInputOutput& output, const model::MultiWayRun& run,
+  MultiTornado(const Context& context, std::int32_t output, const model::MultiWayRun& run,
                const model::GroupEffects& effects, const MultiTornadoLimits& limits,
                const TornadoStyle& style)
-      : context_(context),
-        session_(context.session),
-        output_(output),
+      : BarReport(context, context.outputs(output), "MultiTornado", kTexts, style, Varied::kGroups),
         run_(run),
         effects_(effects),
-        by_rank_(groups_by_rank(effects)),
-        bars_(count_bars(limits)),
-        chart_(session_, output, context.in_percent(), context.range_mode, kChartTexts, style),
-        remarks_(session_, Varied::kGroups),
-        rows_(std::max(bars_, 0), column(kColumns)),
-        facts_(std::max(bars_, 0)) {}
-
-  void write(layout::ReportSheet& sheet) {
-    if (bars_ <= 0) {
-      sheet.NextCell()->set_value(session_.text(kNoBars));
-      return;
-    }
-    fill_rows();
-    chart_.choose_bars(rows_, {column(kName), column(low()), column(high())}, facts_, remarks_);
-    if (const auto reason = reason_for_no_chart()) {
-      CreateMessageChart(sheet, session_.text(kNoMultiTornado) + "\r\n" + session_.text(*reason));
-      sheet.SetSheetOption(1);
-      remarks_.write(sheet);
-      write_table(sheet);
-    } else {
-      const auto chart = sheet.AddChart(kTornadoChart, kChartWidth,
-                                        sheet.ChartHeightForBars(static_cast<std::int16_t>(chart_.bars())));
-      sheet.SetSheetOption(1);
-      remarks_.write(sheet);
-      const auto table = write_table(sheet);
-      host::ignoring_errors([&] { chart->Container()->set_width(TableWidthForChart(*table)); });
-      chart_.draw(*chart, *table);
-      SetWatermark(session_, *chart);
-    }
-    sheet.SheetWorksheet()->range("a1")->select();
+        by_rank_(groups_by_rank(effects)) {
+    set_rows(count_bars(limits), {.name = column(kName),
+                                  .low = column(kLow),
+                                  .low_change = column(kLowChange),
+                                  .high = column(kHigh),
+                                  .high_change = column(kHighChange),
+                                  .count = column(kColumns)});
   }
 
  private:
   std::int32_t column(Column after_places) const {
     return static_cast<std::int32_t>(context_.range_mode) + after_places;
   }
-  Column low() const { return context_.in_percent() ? kLowChange : kLow; }
-  Column high() const { return context_.in_percent() ? kHighChange : kHigh; }
-  bool has_base() const { return output_.BaseValue() != 0 && output_.rules().is_usable(output_.BaseValue()); }
 
   std::int32_t count_bars(const MultiTornadoLimits& limits) const {
     std::int32_t passing = by_rank_.size();
@@ -122,30 +81,18 @@ class MultiTornado {
     return std::min({by_rank_.size(), limits.max_inputs_per_graph, passing, kMostBars});
   }
 
-  std::optional<std::int16_t> reason_for_no_chart() const {
-    if (chart_.bars() == 0) return kNothingMoves;
-    if (context_.in_percent() && !has_base())
-      return output_.BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
-    if (!chart_.has_bars()) return kInvalidNote;
-    return std::nullopt;
-  }
-
-  // ---- Rows ----
-
-  void fill_rows() {
+  void fill_rows() override {
     for (std::int32_t rank = 1; rank <= by_rank_.size(); ++rank) {
       const model::MultiGroup& group = run_.groups(by_rank_(rank));
       const model::GroupEffect& effect = effects_(by_rank_(rank));
-      model::StepFacts facts = facts_of(group, effect);
       const bool is_shown = rank <= bars_;
       if (is_shown) {
         fill_row(rank, group, effect);
-        facts_(rank) = facts;
         CheckUserCancel(session_);
       }
-      // A failure is worth a word even where it is what keeps the group off the sheet.
-      facts.leaves_out_base = facts.leaves_out_base && is_shown;
-      if (facts.failed > 0 || facts.leaves_out_base) remarks_.add(name_of(group), facts);
+      // There may be many groups, and a name is made of those of all members.
+      if (is_shown || effect.failed > 0)
+        add_facts(is_shown ? rank : 0, name_of(group), facts_of(group, effect));
     }
   }
 
@@ -187,83 +134,49 @@ class MultiTornado {
       rows_.set_text(row, context_.range_mode, distinct(sheets, separator));
     rows_.set_number(row, column(kRank), row);
     rows_.set_text(row, column(kName), name);
-    fill_value(row, kLow, effect.lowest);
-    fill_value(row, kLowChange, effect.lowest_change);
-    fill_value(row, kHigh, effect.highest);
-    fill_value(row, kHighChange, effect.highest_change);
+    put_ends(row, {.low = effect.lowest,
+                   .low_change = effect.lowest_change,
+                   .high = effect.highest,
+                   .high_change = effect.highest_change});
     session_.log.line("GenerateMultiTornadoReport group: " + name);
   }
 
-  void fill_value(std::int32_t row, Column place, double value) {
-    std::int32_t flags = 0;
-    FormatTableValue(output_.rules(), rows_, row, column(place), value, flags, 1.0,
-                     model::OrdvaneDivisorOutput);
-    if (flags == 0) return;
-    const bool change = place == kLowChange || place == kHighChange;
-    const bool has_results = rows_.at(row, column(kLow)).kind == host::CellKind::kNumber;
-    notes_.add(change && has_results ? note_on_missing_change() : kInvalidNote, row, column(place));
+  TableCaptions captions() const override {
+    return {session_.text(text_id::kMultiTornadoCaption, std::to_string(bars_)),
+            session_.text(text_id::kMultiTornadoVariedTogether) + session_.text(text_id::kMultiTornadoSwing)};
   }
 
-  std::int16_t note_on_missing_change() const {
-    return output_.BaseValue() == 0 ? kBaseZeroNote : kBaseInvalidNote;
-  }
-
-  // ---- Table ----
-
-  std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table = AddTable(sheet, bars_, kHeaderRows,
-                          {session_.text(kTableCaption, std::to_string(bars_)),
-                           session_.text(kVariedTogether) + session_.text(kSwing)},
-                          columns());
-    table->WrapNames();
-    table->PutBody(1, rows_);
-    session_.log.line("GenerateMultiTornadoReport t_InputsCount: " + session::log_text(bars_) +
-                      "    numberFormat: " + ValueFormat(output_));
-    for (std::int32_t row = 1; row <= bars_; ++row)
-      if (const std::string note = StepNote(session_, facts_(row), Varied::kGroups); !note.empty())
-        table->AddTableNote(row, column(kName), session_.CommonString(12), note);
-    std::string notes;
-    for (const std::string& note : notes_.write(session_, *table)) notes += (notes.empty() ? "" : " ") + note;
-    if (!notes.empty()) sheet.NextCell()->set_value(session_.text(kNotes, notes));
-    return table;
-  }
-
-  std::vector<layout::Column> columns() const {
+  std::vector<layout::Column> columns() const override {
     const SharedColumns shared(context_);
     std::vector<layout::Column> columns = shared.places();
-    layout::append(columns, ruled({shared.rank(), layout::name_column(session_.text(kGroup))}));
+    layout::append(columns, ruled({shared.rank(),
+                                   layout::name_column(session_.text(text_id::kMultiTornadoInputOrGroup))}));
     std::vector<layout::Column> ends;
-    for (const std::int16_t end : {kLowGroup, kHighGroup})
+    for (const session::TextId<0> end : {text_id::kMultiTornadoLowEnd, text_id::kMultiTornadoHighEnd})
       layout::append(ends, ruled(layout::grouped(session_.text(end), 2,
                                                  {shared.value(ValueFormat(output_)), shared.fraction()})));
     layout::append(columns, shared.of_outputs(1, ends));
     return columns;
   }
 
-  const Context& context_;
-  session::Session& session_;
-  const model::DralInputOutput& output_;
+  void finish(layout::ReportSheet& sheet, layout::ReportTable& /*table*/,
+              const std::vector<std::string>& notes) override {
+    std::string all;
+    for (const std::string& note : notes) all += (all.empty() ? "" : " ") + note;
+    if (!all.empty()) sheet.NextCell()->set_value(session_.text(text_id::kMultiTornadoNotes, all));
+  }
+
   const model::MultiWayRun& run_;
   const model::GroupEffects& effects_;
   model::OneBased<std::int32_t> by_rank_;  // the group of each rank
-  std::int32_t bars_;
-  TornadoChart chart_;
-  StepRemarks remarks_;
-  FirstNotes notes_;
-  host::CellBlock rows_;
-  model::OneBased<model::StepFacts> facts_;  // by row
 };
 
 }  // namespace
 
-void GenerateMultiTornadoReport(const Context& context, std::int32_t on, const model::MultiWayRun& run,
+void GenerateMultiTornadoReport(const Context& context, std::int32_t output, const model::MultiWayRun& run,
                                 const model::GroupEffects& effects, const MultiTornadoLimits& limits,
                                 const TornadoStyle& style) {
-  context.session.log.line("ReportMultiTornado.GenerateMultiTornadoReport");
-  const model::DralInputOutput& output = context.outputs(on);
-  const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
-  MultiTornado(context, output, run, effects, limits, style).write(*sheet);
-  sheet->FinishSheet();
+  MultiTornado(context, output, run, effects, limits, style).make();
 }
 
 }  // namespace ordvane::reports

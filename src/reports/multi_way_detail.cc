@@ -9,29 +9,20 @@
 #include <vector>
 
 #include "layout/look.h"
+#include "reports/body_writer.h"
 #include "reports/detail_by_input.h"
 #include "reports/gap_notes.h"
-#include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
 #include "reports/output_detail.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
 
 using host::HAlign;
-
-namespace text {
-constexpr std::int16_t kSheetName = 210, kTitle = 211, kExtremesCaption = 212, kExtremesSubcaption = 213,
-                       kCaption = 214, kSubcaption = 215, kCombination = 216, kGroup = 217, kMembers = 218,
-                       kMember = 219, kInGroup = 220, kInteraction = 221, kHighest = 222, kLowest = 223,
-                       kProgress = 224, kTooManyRows = 225, kTooManyOutputs = 226, kTooManyMembers = 227,
-                       kGroupNote = 228, kInGroupNote = 229, kRankNote = 230, kInteractionNote = 231,
-                       kNoGroups = 232, kRun = 233, kLow = 201, kHigh = 202, kErrors = 270,
-                       kOtherValues = 271, kNoOwnSwing = 272, kLeavesOutBase = 273, kTooManyRowsInGroup = 274;
-}  // namespace text
 
 constexpr std::int32_t kHeaderRows = 3;
 constexpr std::int32_t kNameRow = 2;
@@ -85,17 +76,17 @@ layout::Column label_column(std::string caption) {
 }
 
 // Why there is no interaction.
-std::int16_t text_of(model::InteractionState state) {
+session::TextId<0> text_of(model::InteractionState state) {
   switch (state) {
     case model::InteractionState::kNoOwnSwing:
-      return text::kNoOwnSwing;
+      return text_id::kMultiWayInputWithoutSwing;
     case model::InteractionState::kOtherValues:
-      return text::kOtherValues;
+      return text_id::kMultiWayOtherValues;
     case model::InteractionState::kErrors:
     case model::InteractionState::kMeasured:
       break;
   }
-  return text::kErrors;
+  return text_id::kMultiWayFailedResults;
 }
 
 class MultiWayDetail {
@@ -204,8 +195,8 @@ MultiWayDetail::MultiWayDetail(const Context& context, const model::MultiWayRun&
       effects_(effects),
       c_(columns_for(context.range_mode, largest_group(), context.selected.size(), session_.sheet_columns)),
       order_(run.groups.size()),
-      low_(session_.text(text::kLow)),
-      high_(session_.text(text::kHigh)) {
+      low_(session_.text(text_id::kRangeLow)),
+      high_(session_.text(text_id::kRangeHigh)) {
   std::iota(order_.begin(), order_.end(), 1);
   std::sort(order_.begin(), order_.end(),
             [&](std::int32_t a, std::int32_t b) { return number(a) < number(b); });
@@ -225,9 +216,10 @@ std::int32_t MultiWayDetail::largest_group() const {
 void MultiWayDetail::make() {
   host::Application& application = session_.application();
   application.set_calculation(host::Calculation::kManual);
-  sheet_ = StartSheet(context_, {text::kSheetName, text::kTitle, text::kRun});
+  sheet_ =
+      StartSheet(context_, {text_id::kMultiWaySheetName, text_id::kMultiWayTitle, text_id::kMultiWayRun});
   if (run_.groups.empty() || context_.selected.empty()) {
-    sheet_->NextCell()->set_value(session_.text(text::kNoGroups));
+    sheet_->NextCell()->set_value(session_.text(text_id::kMultiWayNoGroups));
     sheet_->FinishSheet();
     return;
   }
@@ -264,17 +256,19 @@ void MultiWayDetail::find_extremes() {
 }
 
 void MultiWayDetail::add_extremes() {
-  extremes_table_ =
-      AddTable(*sheet_, static_cast<std::int32_t>(extremes_.size()), kHeaderRows,
-               {session_.text(text::kExtremesCaption), session_.text(text::kExtremesSubcaption)}, columns());
+  extremes_table_ = AddTable(
+      *sheet_, static_cast<std::int32_t>(extremes_.size()), kHeaderRows,
+      {session_.text(text_id::kMultiWayExtremesCaption), session_.text(text_id::kMultiWayExtremesSubcaption)},
+      columns());
   extremes_table_->SetIdentityColumns(c_.result(1) - 1, c_.group);
   fill_extremes();
 }
 
 std::vector<layout::Column> MultiWayDetail::columns() const {
-  layout::Column group = layout::figure_column(session_.text(text::kGroup), HAlign::kCenter);
-  group.note = session_.text(text::kGroupNote, name_of(output(1)));
-  std::vector<layout::Column> columns = ruled({label_column(session_.text(text::kCombination)), group});
+  layout::Column group = layout::figure_column(session_.text(text_id::kMultiWayGroup), HAlign::kCenter);
+  group.note = session_.text(text_id::kMultiWayGroupNote, name_of(output(1)));
+  std::vector<layout::Column> columns =
+      ruled({label_column(session_.text(text_id::kMultiWayCombination)), group});
   layout::append(columns, member_columns());
   layout::append(columns, output_columns());
   return columns;
@@ -290,13 +284,13 @@ std::vector<layout::Column> MultiWayDetail::member_columns() const {
     member.front().indented = true;  // clear of the rule beside it
     member.front().begins_block = true;
     if (i == c_.members && c_.members < largest_group())
-      member.front().note =
-          session_.text(text::kTooManyMembers, std::int64_t{c_.members}, std::int64_t{largest_group()});
+      member.front().note = session_.text(text_id::kMultiWayFirstInputsOnly, std::int64_t{c_.members},
+                                          std::int64_t{largest_group()});
     member.push_back(shared.value());
-    layout::append(columns,
-                   ruled(layout::grouped(session_.text(text::kMember, std::int64_t{i}), kNameRow, member)));
+    layout::append(columns, ruled(layout::grouped(session_.text(text_id::kMultiWayInput, std::int64_t{i}),
+                                                  kNameRow, member)));
   }
-  return layout::grouped(session_.text(text::kMembers), 1, columns);
+  return layout::grouped(session_.text(text_id::kMultiWayInputs), 1, columns);
 }
 
 std::vector<layout::Column> MultiWayDetail::output_columns() const {
@@ -305,8 +299,8 @@ std::vector<layout::Column> MultiWayDetail::output_columns() const {
   for (std::int32_t k = 1; k <= c_.outputs; ++k) {
     std::vector<layout::Column> figures = {
         shared.value(ValueFormat(output(k))), shared.fraction(),
-        layout::figure_column(session_.text(text::kInGroup), HAlign::kCenter), shared.rank(),
-        layout::figure_column(session_.text(text::kInteraction))};
+        layout::figure_column(session_.text(text_id::kMultiWayInGroup), HAlign::kCenter), shared.rank(),
+        layout::figure_column(session_.text(text_id::kMultiWayInteraction))};
     figures.front().begins_block = true;
     figures.back().number_format = ChangeFormat(output(k));
     if (k == 1) add_notes(figures);
@@ -319,11 +313,11 @@ std::vector<layout::Column> MultiWayDetail::output_columns() const {
 // What the columns of the first output say of those of all.
 void MultiWayDetail::add_notes(std::vector<layout::Column>& figures) const {
   if (c_.outputs < context_.selected.size())
-    figures[0].note = session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs},
+    figures[0].note = session_.text(text_id::kMultiWayFirstOutputsOnly, std::int64_t{c_.outputs},
                                     std::int64_t{context_.selected.size()}, outputs_left_out());
-  figures[2].note = session_.text(text::kInGroupNote);
-  figures[3].note = session_.text(text::kRankNote);
-  figures[4].note = session_.text(text::kInteractionNote);
+  figures[2].note = session_.text(text_id::kMultiWayInGroupNote);
+  figures[3].note = session_.text(text_id::kMultiWayRankNote);
+  figures[4].note = session_.text(text_id::kMultiWayInteractionNote);
 }
 
 std::string MultiWayDetail::outputs_left_out() const {
@@ -342,7 +336,8 @@ void MultiWayDetail::fill_extremes() {
     const std::int32_t row = body.next_row();
     body.block().set_text(
         row, c_.combination,
-        session_.text(extreme.highest ? text::kHighest : text::kLowest, name_of(output(extreme.output))));
+        session_.text(extreme.highest ? text_id::kMultiWayHighest : text_id::kMultiWayLowest,
+                      name_of(output(extreme.output))));
     const MarkedRow at = {.row = body.rows(), .output = extreme.output};
     if (extreme.group == 0) {
       body.block().set_text(row, c_.result(extreme.output), host::kNotShown);
@@ -373,9 +368,10 @@ void MultiWayDetail::add_combinations() {
   rows_ = rows_to_show();
   std::vector<layout::Column> numbered = columns();
   numbered.front().text = false;
-  combinations_table_ = AddTable(
-      *sheet_, rows_, 0,
-      {session_.text(text::kCaption), session_.text(text::kSubcaption, name_of(output(1)))}, numbered);
+  combinations_table_ = AddTable(*sheet_, rows_, 0,
+                                 {session_.text(text_id::kMultiWayCaption),
+                                  session_.text(text_id::kMultiWaySubcaption, name_of(output(1)))},
+                                 numbered);
   fill_combinations();
 }
 
@@ -392,7 +388,7 @@ void MultiWayDetail::fill_combinations() {
   for (std::int32_t i = 1; i <= order_.size() && body.rows() < rows_; ++i) {
     if (i % message_every == 0)
       session_.application().set_status_bar(
-          session_.text(text::kProgress, std::int64_t{i}, std::int64_t{order_.size()}));
+          session_.text(text_id::kMultiWayProgress, std::int64_t{i}, std::int64_t{order_.size()}));
     const std::int32_t g = order_(i);
     const std::int32_t first = body.rows() + 1;
     const model::OneBased<std::int32_t> combinations = model::CombinationsInOrder(run_.groups(g));
@@ -517,14 +513,14 @@ void MultiWayDetail::mark_extreme(layout::ReportTable& table, const MarkedRow& m
 void MultiWayDetail::note_all_failed(const MarkedRow& at) {
   std::int32_t results = 0;
   for (const model::MultiGroup& group : run_.groups) results += group.combinations;
-  extremes_table_->AddTableNote(at.row, c_.result(at.output), session_.CommonString(12),
+  extremes_table_->AddTableNote(at.row, c_.result(at.output), session_.text(text_id::kNoteTitle),
                                 StepNote(session_, {.steps = results, .failed = results}));
 }
 
 void MultiWayDetail::note_interaction(layout::ReportTable& table, const MarkedRow& at,
                                       const model::GroupEffect& effect) {
   if (effect.interaction_state != model::InteractionState::kMeasured)
-    table.AddTableNote(at.row, c_.interaction(at.output), session_.CommonString(12),
+    table.AddTableNote(at.row, c_.interaction(at.output), session_.text(text_id::kNoteTitle),
                        session_.text(text_of(effect.interaction_state)));
 }
 
@@ -536,10 +532,11 @@ void MultiWayDetail::note_groups(const std::vector<GroupRows>& groups) {
       const model::GroupEffect& effect = effects_(k)(group.group);
       std::string words =
           StepNote(session_, {.steps = run_.groups(group.group).combinations, .failed = effect.failed});
-      if (effect.leaves_out_base) words += (words.empty() ? "" : "\n") + session_.text(text::kLeavesOutBase);
+      if (effect.leaves_out_base)
+        words += (words.empty() ? "" : "\n") + session_.text(text_id::kMultiWayBaseLeftOut);
       const MarkedRow at = {.row = group.first, .output = k};
       if (!words.empty())
-        combinations_table_->AddTableNote(at.row, c_.rank(k), session_.CommonString(12), words);
+        combinations_table_->AddTableNote(at.row, c_.rank(k), session_.text(text_id::kNoteTitle), words);
       note_interaction(*combinations_table_, at, effect);
       if (!words.empty() || effect.interaction_state != model::InteractionState::kMeasured) ++notes;
       if (notes == kMostGroupNotes) return;
@@ -551,9 +548,10 @@ void MultiWayDetail::note_left_out_rows(const std::vector<GroupRows>& groups) {
   if (rows_ == combinations_) return;
   const GroupRows last = groups.empty() ? GroupRows{.group = order_(1)} : groups.back();
   const bool whole = last.rows == run_.groups(last.group).combinations;
-  sheet_->AddCellNote(*combinations_table_->CaptionRange(), session_.CommonString(12),
-                      session_.text(whole ? text::kTooManyRows : text::kTooManyRowsInGroup,
-                                    std::int64_t{rows_}, combinations_, std::int64_t{number(last.group)}));
+  sheet_->AddCellNote(
+      *combinations_table_->CaptionRange(), session_.text(text_id::kNoteTitle),
+      session_.text(whole ? text_id::kMultiWayFirstGroupsOnly : text_id::kMultiWayFirstCombinationsOnly,
+                    std::int64_t{rows_}, combinations_, std::int64_t{number(last.group)}));
 }
 
 // Names keep the widths that their columns have; the others are fitted side by side in one go, because the

@@ -5,18 +5,13 @@
 #include <vector>
 
 #include "reports/gap_notes.h"
-#include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/sheet_opening.h"
 
 namespace ordvane::reports {
 namespace {
-
-namespace text {
-constexpr std::int16_t kSubcaption = 400, kSheetName = 401, kProgress = 402, kTruncated = 403, kTitle = 404,
-                       kCaption = 405, kRun = 406, kFailedFirst = 430;
-}  // namespace text
 
 constexpr std::int32_t kHeaderRows = 2;
 
@@ -72,7 +67,7 @@ void fill_body(const Context& context, std::int32_t on, host::CellBlock& body, c
   for (std::int32_t i = 1; i <= inputs.size(); ++i) {
     const model::DralInputOutput& input = inputs(i);
     session.application().set_status_bar(
-        session.text(text::kProgress, std::int64_t{i}, std::int64_t{inputs.size()}));
+        session.text(text_id::kOutputDetailProgress, std::int64_t{i}, std::int64_t{inputs.size()}));
     const auto name = body.add_text(ItemLabel(input));
     const auto book = body.add_text(input.bookName);
     const auto sheet = body.add_text(input.sheetName);
@@ -111,14 +106,16 @@ void MakeOutputDetailReport(const Context& context, std::int32_t on) {
 
   host::Application& application = session.application();
   application.set_calculation(host::Calculation::kManual);
-  const auto sheet = StartOutputSheet(context, context.inputs(1).bookName, output,
-                                      {text::kSheetName, text::kTitle, text::kRun});
+  const auto sheet = StartOutputSheet(
+      context, context.inputs(1).bookName, output,
+      {text_id::kOutputDetailSheetName, text_id::kOutputDetailTitle, text_id::kOutputDetailRun});
   const bool truncated = steps_of(context.inputs) > rows;
-  const auto table =
-      AddTable(*sheet, rows, kHeaderRows,
-               {session.text(text::kCaption, output.NameOrQualifiedCellAddressName(context.range_mode)),
-                session.text(any_failed(context.inputs, on) ? text::kFailedFirst : text::kSubcaption)},
-               columns_of(context, output, truncated ? session.text(text::kTruncated) : ""));
+  const auto table = AddTable(
+      *sheet, rows, kHeaderRows,
+      {session.text(text_id::kOutputDetailCaption, output.NameOrQualifiedCellAddressName(context.range_mode)),
+       session.text(any_failed(context.inputs, on) ? text_id::kOutputDetailSubcaptionFailedFirst
+                                                   : text_id::kOutputDetailSubcaption)},
+      columns_of(context, output, truncated ? session.text(text_id::kOutputDetailFull) : ""));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);

@@ -3,29 +3,14 @@
 #include <utility>
 
 #include "model/naming.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/item_texts.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {
 
 using host::HAlign;
 using layout::Column;
-
-// Shared labels, by their small index.
-constexpr std::int32_t kWorkbook = 0;
-constexpr std::int32_t kWorksheet = 1;
-constexpr std::int32_t kName = 2;
-constexpr std::int32_t kCell = 3;
-constexpr std::int32_t kStep = 4;
-constexpr std::int32_t kValue = 5;
-constexpr std::int32_t kChange = 6;
-constexpr std::int32_t kFraction = 7;
-constexpr std::int32_t kRank = 9;
-constexpr std::int32_t kInputs = 10;
-constexpr std::int32_t kOutputs = 11;
-
-constexpr std::int16_t kAddressHeading = 102;
 
 Column figures(std::string caption, const std::string& format) {
   Column column = layout::figure_column(std::move(caption));
@@ -38,53 +23,53 @@ Column figures(std::string caption, const std::string& format) {
 std::vector<Column> SharedColumns::places() const {
   std::vector<Column> columns;
   if (context_.range_mode == model::OrdvaneRangeBookMode)
-    columns.push_back(layout::name_column(caption(kWorkbook)));
+    columns.push_back(layout::name_column(caption(text_id::kHeadingWorkbook)));
   if (context_.range_mode != model::OrdvaneRangeCellMode)
-    columns.push_back(layout::name_column(caption(kWorksheet)));
+    columns.push_back(layout::name_column(caption(text_id::kHeadingWorksheet)));
   return columns;
 }
 
 Column SharedColumns::name() const {
-  return layout::name_column(caption(kName));
+  return layout::name_column(caption(text_id::kHeadingName));
 }
 
 Column SharedColumns::cell() const {
-  return layout::figure_column(caption(kCell), HAlign::kCenter);
+  return layout::figure_column(caption(text_id::kHeadingCell), HAlign::kCenter);
 }
 
 Column SharedColumns::step() const {
-  return layout::figure_column(caption(kStep), HAlign::kCenter);
+  return layout::figure_column(caption(text_id::kHeadingStep), HAlign::kCenter);
 }
 
 Column SharedColumns::rank() const {
-  return layout::figure_column(caption(kRank), HAlign::kCenter);
+  return layout::figure_column(caption(text_id::kHeadingRank), HAlign::kCenter);
 }
 
 Column SharedColumns::value(const std::string& format) const {
-  return figures(caption(kValue), format);
+  return figures(caption(text_id::kHeadingValue), format);
 }
 
 Column SharedColumns::change(const std::string& format) const {
-  return figures(caption(kChange), format);
+  return figures(caption(text_id::kHeadingChange), format);
 }
 
 Column SharedColumns::fraction() const {
-  return figures(caption(kFraction), PercentFormat());
+  return figures(caption(text_id::kHeadingChangePercent), PercentFormat());
 }
 
 std::vector<Column> SharedColumns::of_inputs(std::int32_t row, std::vector<Column> columns) const {
-  return layout::grouped(caption(kInputs), row, std::move(columns));
+  return layout::grouped(caption(text_id::kHeadingInput), row, std::move(columns));
 }
 
 std::vector<Column> SharedColumns::of_outputs(std::int32_t row, std::vector<Column> columns) const {
-  return layout::grouped(caption(kOutputs), row, std::move(columns));
+  return layout::grouped(caption(text_id::kHeadingOutput), row, std::move(columns));
 }
 
 std::string SharedColumns::heading(const model::DralInputOutput& output) const {
   if (!output.ioName.empty()) return output.ioName;
-  return context_.session.text(
-      kAddressHeading, model::address_for_range_mode(context_.range_mode, output.bookName, output.sheetName,
-                                                     output.cellAddress));
+  return context_.session.text(text_id::kOutputInCell,
+                               model::address_for_range_mode(context_.range_mode, output.bookName,
+                                                             output.sheetName, output.cellAddress));
 }
 
 std::vector<Column> ruled(std::vector<Column> columns) {

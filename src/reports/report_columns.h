@@ -37,7 +37,7 @@ class SharedColumns {
   std::string heading(const model::DralInputOutput& output) const;
 
  private:
-  std::string caption(std::int32_t label) const { return context_.session.CommonString(label); }
+  std::string caption(session::TextId<0> text) const { return context_.session.text(text); }
 
   const Context& context_;
 };

@@ -8,28 +8,28 @@
 
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_remarks.h"
 #include "reports/step_table.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {
 
-// String ids.
-constexpr SheetTexts kSheetTexts = {.sheet_name = 509, .title = 512, .run_line = 515};
-constexpr StepTableTexts kTableTexts = {
-    .caption = 501, .subcaption = 504, .input_base_zero = 506, .output_base_zero = 507, .invalid = 500};
-constexpr std::int16_t kNothing = 503;
-constexpr std::int16_t kChangeAxis = 505;
-constexpr std::int16_t kChartTitle = 510;
-constexpr std::int16_t kChartTitleOfCell = 531;
-constexpr StepGraphTexts kGraphTexts = {
-    .drawn = 511, .base_zero = 514, .base_invalid = 532, .no_results = 533};
-constexpr std::int16_t kValueAxis = 513;
-constexpr std::int16_t kSecondTitle = 516;
-constexpr std::int16_t kChartsBelow = 538;
-constexpr std::int16_t kNoSensitivity = 1038;
+constexpr SheetTexts<1> kSheetTexts = {.sheet_name = text_id::kSensitivitySheetName,
+                                       .title = text_id::kSensitivityTitle,
+                                       .run_line = text_id::kSensitivityRun};
+constexpr StepTableTexts kTableTexts = {.caption = text_id::kSensitivityCaption,
+                                        .subcaption = text_id::kSensitivitySubcaption,
+                                        .input_base_zero = text_id::kSensitivityInputBaseZero,
+                                        .output_base_zero = text_id::kSensitivityOutputBaseZero,
+                                        .invalid = text_id::kSensitivityNotShown};
+constexpr StepGraphTexts kGraphTexts = {.drawn = text_id::kSensitivityDrawn,
+                                        .base_zero = text_id::kSensitivityBaseZero,
+                                        .base_invalid = text_id::kSensitivityBaseNoNumber,
+                                        .no_results = text_id::kSensitivityNoResults};
 
 // Points; a chart that stands by itself has the width of the table, within the same bounds.
 constexpr double kNarrowestChart = 376, kWidestChart = 476;
@@ -63,15 +63,16 @@ class SensitivityReport {
     const auto pointer = sheet.AddLine("");
     steps_.write(sheet, kTableTexts);
     const std::int32_t row = sheet.NextCell()->row();
-    sheet.PutLink(*pointer, row, session_.text(kChartsBelow, std::int64_t{row}));
+    sheet.PutLink(*pointer, row, session_.text(text_id::kSensitivityChartsBelow, std::int64_t{row}));
     write_lines(sheet);
     draw_charts(sheet);
   }
 
  private:
   void write_message(layout::ReportSheet& sheet) {
-    std::shared_ptr<layout::ReportChart> panel;
-    CreateMessageChart(sheet, NoGraphMessage(session_, kNoSensitivity, steps_, quantity_), &panel);
+    std::shared_ptr<layout::PointChart> panel;
+    CreateMessageChart(sheet, NoGraphMessage(session_, text_id::kMessageNoSensitivity, steps_, quantity_),
+                       &panel);
     write_lines(sheet);
     steps_.write(sheet, kTableTexts);
     FitWidth(*panel, TableWidthForChart(steps_.table()));
@@ -104,10 +105,12 @@ class SensitivityReport {
     const model::DralInputOutput& in = steps_.input(block);
     const std::string input = in.NameOrQualifiedCellAddressName(context_.range_mode);
     const std::string output = steps_.output().NameOrQualifiedCellAddressName(context_.range_mode);
-    const std::int16_t axis = quantity_ == Quantity::kChange ? kChangeAxis : kValueAxis;
+    const session::TextId<1> axis =
+        quantity_ == Quantity::kChange ? text_id::kSensitivityChangeAxis : text_id::kSensitivityValueAxis;
     OrdvaneGInput graph(session_);
-    graph.chart_title = session_.text(in.has_name() ? kChartTitle : kChartTitleOfCell, input);
-    graph.second_title = session_.text(kSecondTitle, output, input);
+    graph.chart_title = session_.text(
+        in.has_name() ? text_id::kSensitivityChartTitle : text_id::kSensitivityChartTitleOfCell, input);
+    graph.second_title = session_.text(text_id::kSensitivityChartSubtitle, output);
     const std::string failed = StepNote(session_, {.steps = block.facts.steps, .failed = block.facts.failed});
     if (!failed.empty()) graph.second_title += "\n" + failed;
     graph.x_axis_title = session_.text(axis, input);
@@ -130,7 +133,7 @@ class SensitivityReport {
 }  // namespace
 
 std::int32_t OrdvaneGInput::inputG(layout::ReportSheet& PER) {
-  chart_ = PER.AddChart(kSensitivityChart, width, kChartHeight);
+  chart_ = PER.AddPointChart(width, kChartHeight);
   SetChartAreaLineWeight(*chart_->Chart());
   std::int32_t first = 1;
   const auto range = ranges.Item(first);
@@ -150,7 +153,7 @@ void GenerateSensitivityReport(const Context& context, std::int32_t on, const mo
   const model::DralInputOutput& output = context.outputs(on);
   const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
   if (ranking.input_limit <= 0) {
-    sheet->NextCell()->set_value(context.session.text(kNothing));
+    sheet->NextCell()->set_value(context.session.text(text_id::kSensitivityNoInputs));
   } else {
     StepTable steps(context, on, ranking.input_limit);
     SensitivityReport(context, steps).write(*sheet);

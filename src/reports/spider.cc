@@ -6,24 +6,23 @@
 
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/sheet_opening.h"
 #include "reports/step_table.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
 
-// String ids.
-constexpr SheetTexts kSheetTexts = {.sheet_name = 609, .title = 613, .run_line = 615};
-constexpr StepTableTexts kTableTexts = {
-    .caption = 601, .subcaption = 606, .input_base_zero = 607, .output_base_zero = 608, .invalid = 600};
-constexpr std::int16_t kNothing = 604;
-constexpr std::int16_t kYAxis = 605;
-constexpr std::int16_t kXAxis = 610;
-constexpr std::int16_t kChartTitle = 611;
-constexpr std::int16_t kChartTitleOfCell = 630;
-constexpr StepGraphTexts kGraphTexts = {
-    .drawn = 612, .base_zero = 614, .base_invalid = 631, .no_results = 632};
-constexpr std::int16_t kNoSpider = 1039;
+constexpr SheetTexts<1> kSheetTexts = {
+    .sheet_name = text_id::kSpiderSheetName, .title = text_id::kSpiderTitle, .run_line = text_id::kSpiderRun};
+constexpr StepTableTexts kTableTexts = {.caption = text_id::kSpiderCaption,
+                                        .subcaption = text_id::kSpiderSubcaption,
+                                        .input_base_zero = text_id::kNoteInputBaseZero,
+                                        .output_base_zero = text_id::kNoteOutputBaseZero,
+                                        .invalid = text_id::kNoteNotShown};
+constexpr StepGraphTexts kGraphTexts = {.drawn = text_id::kSpiderDrawn,
+                                        .base_zero = text_id::kSpiderBaseZero,
+                                        .base_invalid = text_id::kSpiderBaseNoNumber,
+                                        .no_results = text_id::kSpiderNoResults};
 
 constexpr const char* kTickLabelFormat = "0%";
 
@@ -40,17 +39,19 @@ class SpiderReport {
   SpiderReport(const Context& context, StepTable& steps)
       : session_(context.session), steps_(steps), spider_(session_) {
     const model::DralInputOutput& output = steps.output();
-    spider_.chart_title = session_.text(output.has_name() ? kChartTitle : kChartTitleOfCell,
-                                        output.NameOrQualifiedCellAddressName(context.range_mode));
-    spider_.x_axis_title = session_.text(kXAxis);
-    spider_.y_axis_title = session_.text(kYAxis);
+    spider_.chart_title =
+        session_.text(output.has_name() ? text_id::kSpiderChartTitle : text_id::kSpiderChartTitleOfCell,
+                      output.NameOrQualifiedCellAddressName(context.range_mode));
+    spider_.x_axis_title = session_.text(text_id::kSpiderXAxis);
+    spider_.y_axis_title = session_.text(text_id::kSpiderYAxis);
     for (const StepTable::Block& block : steps.blocks())
       if (steps.obstacle(block, Quantity::kChange) == Obstacle::kNone) drawn_.push_back(block);
   }
 
   void write(layout::ReportSheet& sheet) {
     if (drawn_.empty())
-      spider_.SpiderError(sheet, NoGraphMessage(session_, kNoSpider, steps_, Quantity::kChange));
+      spider_.SpiderError(sheet,
+                          NoGraphMessage(session_, text_id::kMessageNoSpider, steps_, Quantity::kChange));
     else
       spider_.reserve(sheet, static_cast<std::int32_t>(drawn_.size()));
     WriteStepGraphLines(session_, sheet, steps_, Quantity::kChange, kGraphTexts);
@@ -71,7 +72,8 @@ class SpiderReport {
 }  // namespace
 
 void OrdvaneGSpider::reserve(layout::ReportSheet& PER, std::int32_t lines) {
-  chart_ = PER.AddChart(kLineChart, kChartWidth, height_for(lines));
+  chart_ = PER.AddPointChart(kChartWidth, height_for(lines));
+  chart_->ShowLegend();
 }
 
 std::int32_t OrdvaneGSpider::spider(layout::ReportSheet& PER) {
@@ -82,7 +84,6 @@ std::int32_t OrdvaneGSpider::spider(layout::ReportSheet& PER) {
   if (status != 0) return status;
 
   chart_->SetTitle(chart_title);
-  chart_->SetChartOption(0);
   finish(kTickLabelFormat, kTickLabelFormat);
   return status;
 }
@@ -95,7 +96,7 @@ void GenerateSpiderReport(const Context& context, std::int32_t on, const model::
   const model::DralInputOutput& output = context.outputs(on);
   const auto sheet = StartOutputSheet(context, output.bookName, output, kSheetTexts);
   if (ranking.input_limit <= 0) {
-    sheet->NextCell()->set_value(context.session.text(kNothing));
+    sheet->NextCell()->set_value(context.session.text(text_id::kSpiderNoInputs));
   } else {
     StepTable steps(context, on, ranking.input_limit);
     SpiderReport(context, steps).write(*sheet);

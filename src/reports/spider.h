@@ -18,8 +18,7 @@ class OrdvaneGSpider : public StepChart {
  public:
   explicit OrdvaneGSpider(session::Session& session) : StepChart(session) {}
 
-  // Takes the chart's room on the sheet ahead of what is placed below it, high enough for a legend of so many
-  // lines.
+  // Takes the chart's room on the sheet ahead of what is placed below it: enough for so many legend lines.
   void reserve(layout::ReportSheet& PER, std::int32_t lines);
   // Both place the chart where the sheet goes on, unless its room was reserved, and return 0.
   std::int32_t spider(layout::ReportSheet& PER);

@@ -7,34 +7,20 @@
 
 #include "host/error.h"
 #include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
 
 namespace ordvane::reports {
-namespace {
-
-// String ids.
-constexpr std::int16_t kNoUsableBase = 1007;
-constexpr std::int16_t kOutputBaseZero = 1026;
-constexpr std::int16_t kNoResults = 534;
-constexpr std::int16_t kNoEffects = 535;
-
-}  // namespace
 
 void StepChart::add_series(const model::OrdvaneGraphRange& range) {
   host::ignoring_errors([&] { chart_->AddSeries(*range.xValues(), *range.yValues(), range.rName()); });
 }
 
 void StepChart::finish(const std::string& x_format, const std::string& y_format) {
-  constexpr double kAuto = host::kAutoScaleValue;
-  chart_->SetXAxis(x_axis_title, kAuto, kAuto, kAuto, x_format, true);
-  chart_->SetYAxis(y_axis_title, kAuto, kAuto, kAuto, y_format);
+  chart_->SetXAxis(x_axis_title, x_format);
+  chart_->SetYAxis(y_axis_title, y_format);
   chart_->FinishChart();
   SetWatermark(session_, *chart_);
-}
-
-void FitWidth(layout::ReportChart& chart, double width) {
-  host::ignoring_errors([&] { chart.Container()->set_width(width); });
 }
 
 void WriteStepGraphLines(session::Session& session, layout::ReportSheet& sheet, const StepTable& steps,
@@ -49,16 +35,16 @@ void WriteStepGraphLines(session::Session& session, layout::ReportSheet& sheet, 
     remarks.add(label, block.facts);
   }
   if (inputs.contains(Obstacle::kNone)) sheet.AddLine(session.text(texts.drawn));
-  for (const auto& [obstacle, text] :
-       std::initializer_list<std::pair<Obstacle, std::int16_t>>{{Obstacle::kBaseZero, texts.base_zero},
-                                                                {Obstacle::kBaseInvalid, texts.base_invalid},
-                                                                {Obstacle::kNoResults, texts.no_results}})
+  for (const auto& [obstacle, text] : std::initializer_list<std::pair<Obstacle, session::TextId<1>>>{
+           {Obstacle::kBaseZero, texts.base_zero},
+           {Obstacle::kBaseInvalid, texts.base_invalid},
+           {Obstacle::kNoResults, texts.no_results}})
     if (const auto found = inputs.find(obstacle); found != inputs.end())
       sheet.AddLine(session.text(text, session.list_of(found->second)));
   remarks.write(sheet);
 }
 
-std::string NoGraphMessage(session::Session& session, std::int16_t none, const StepTable& steps,
+std::string NoGraphMessage(session::Session& session, session::TextId<0> none, const StepTable& steps,
                            Quantity quantity) {
   const auto& blocks = steps.blocks();
   const auto any = [&](std::initializer_list<Obstacle> obstacles) {
@@ -67,13 +53,14 @@ std::string NoGraphMessage(session::Session& session, std::int16_t none, const S
       return std::find(obstacles.begin(), obstacles.end(), found) != obstacles.end();
     });
   };
-  std::int16_t reason = kNoEffects;
+  session::TextId<0> reason = text_id::kStepsNoEffects;
   if (any({Obstacle::kOutputBase}))
-    reason = steps.output().BaseValue() == 0 ? kOutputBaseZero : kNoUsableBase;
+    reason =
+        steps.output().BaseValue() == 0 ? text_id::kMessageOutputBaseZero : text_id::kMessageNoUsableBase;
   else if (any({Obstacle::kBaseZero, Obstacle::kBaseInvalid}))
-    reason = kNoUsableBase;
+    reason = text_id::kMessageNoUsableBase;
   else if (any({Obstacle::kNoResults}))
-    reason = kNoResults;
+    reason = text_id::kStepsNoResults;
   return session.text(none) + "\r\n" + session.text(reason);
 }
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "layout/report_chart.h"
+#include "layout/point_chart.h"
 #include "layout/report_sheet.h"
 #include "model/graph_ranges.h"
 #include "reports/chart_helpers.h"
@@ -21,7 +21,7 @@ class StepChart {
   model::OrdvaneGraphRanges ranges;
 
   // Null until there is one.
-  const std::shared_ptr<layout::ReportChart>& chart() const { return chart_; }
+  const std::shared_ptr<layout::PointChart>& chart() const { return chart_; }
   const Extent& extent() const { return extent_; }
 
  protected:
@@ -32,16 +32,13 @@ class StepChart {
 
   session::Session& session_;
   Extent extent_;
-  std::shared_ptr<layout::ReportChart> chart_;
+  std::shared_ptr<layout::PointChart> chart_;
 };
 
-// Width in points; a host that refuses keeps the chart as it is.
-void FitWidth(layout::ReportChart& chart, double width);
-
-// String ids of the lines at a graph.
+// The lines at a graph.
 struct StepGraphTexts {
-  std::int16_t drawn;                                // what the graph draws of the inputs
-  std::int16_t base_zero, base_invalid, no_results;  // filled with a list of inputs that it cannot draw
+  session::TextId<0> drawn;                                // what the graph draws of the inputs
+  session::TextId<1> base_zero, base_invalid, no_results;  // filled with a list of inputs that it cannot draw
 };
 
 // Lines below what the sheet holds so far: which inputs the graph does not draw, and why; and which steps
@@ -49,8 +46,8 @@ struct StepGraphTexts {
 void WriteStepGraphLines(session::Session& session, layout::ReportSheet& sheet, const StepTable& steps,
                          Quantity quantity, const StepGraphTexts& texts);
 
-// Why a graph cannot draw any input: that there is none (a string id), and on the next line what is missing.
-std::string NoGraphMessage(session::Session& session, std::int16_t none, const StepTable& steps,
+// Why a graph cannot draw any input: that there is none, and on the next line what is missing.
+std::string NoGraphMessage(session::Session& session, session::TextId<0> none, const StepTable& steps,
                            Quantity quantity);
 
 }  // namespace ordvane::reports

@@ -5,11 +5,11 @@
 
 #include "layout/look.h"
 #include "layout/text_estimate.h"
-#include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
 #include "reports/report_columns.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/table_values.h"
 #include "text/edit.h"
 #include "text/utf16.h"
 
@@ -32,12 +32,6 @@ enum Column : std::int32_t {
 constexpr std::int32_t kHeaderRows = 2;
 constexpr std::int32_t kMostRows = 65525;
 constexpr std::int32_t kSeriesNameLimit = 25;
-
-// String ids.
-constexpr std::int16_t kTableFull = 114;
-constexpr std::int16_t kCaptionOfCell = 530;
-constexpr std::int16_t kInputBaseInvalid = 536;
-constexpr std::int16_t kOutputBaseInvalid = 537;
 
 }  // namespace
 
@@ -107,7 +101,7 @@ Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
 }
 
 std::string StepTable::caption(const StepTableTexts& texts) const {
-  return session_.text(output_.has_name() ? texts.caption : kCaptionOfCell,
+  return session_.text(output_.has_name() ? texts.caption : text_id::kStepsCaptionOfCell,
                        output_.NameOrQualifiedCellAddressName(context_.range_mode));
 }
 
@@ -118,15 +112,14 @@ void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
     CheckUserCancel(session_);
   }
   fit_names();
-  add_base_note(without_output_change_, output_, texts.output_base_zero, kOutputBaseInvalid);
-  add_note(invalid_, session_.text(texts.invalid));
-  if (truncated_) add_note(Place{0, column(kStep)}, session_.text(kTableFull));
+  notes_.write(session_, *table_);
 }
 
 std::vector<layout::Column> StepTable::columns() const {
   const SharedColumns shared(context_);
   std::vector<layout::Column> columns = shared.places();
   layout::append(columns, ruled({shared.name(), shared.cell(), shared.step()}));
+  if (truncated_) columns.back().note = session_.text(text_id::kTableFull);
   layout::append(columns, ruled(shared.of_inputs(1, {shared.value(), shared.change(), shared.fraction()})));
   layout::append(columns, shared.of_outputs(1, {shared.value(ValueFormat(output_)),
                                                 shared.change(ChangeFormat(output_)), shared.fraction()}));
@@ -139,43 +132,43 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   PutPlace(cells, 1, 1, context_.range_mode, in);
   cells.set_text(1, column(kName), ItemLabel(in));
   cells.set_text(1, column(kCell), in.cellAddress);
-  std::optional<Place> without_change;
-  const auto keep_first = [](std::optional<Place>& first, const std::optional<Place>& place) {
-    if (!first) first = place;
-  };
+  FirstNotes base_notes;  // of this input
+  const ItemColumns of_input = {
+      in, column(kInputValue), in.BaseValue() == 0 ? texts.input_base_zero : text_id::kStepsInputBaseNoNumber,
+      base_notes};
+  const ItemColumns of_output = {
+      output_, column(kOutputValue),
+      output_.BaseValue() == 0 ? texts.output_base_zero : text_id::kStepsOutputBaseNoNumber, notes_};
   for (std::int32_t step = 1; step <= block.rows; ++step) {
     cells.set_number(step, column(kStep), step);
-    keep_first(without_change,
-               fill_item(cells, block, step, column(kInputValue), input_value(block, step), in));
-    keep_first(without_output_change_,
-               fill_item(cells, block, step, column(kOutputValue), output_value(block, step), output_));
+    fill_item(cells, block, step, of_input, input_value(block, step), texts.invalid);
+    fill_item(cells, block, step, of_output, output_value(block, step), texts.invalid);
   }
   table_->PutBody(block.first_row, cells);
   FormatValuesAndChanges(*table_, block.first_row, block.rows, column(kInputValue), in);
   merge_places(block);
-  add_base_note(without_change, in, texts.input_base_zero, kInputBaseInvalid);
+  base_notes.write(session_, *table_);
   const std::string note = StepNote(session_, block.facts);
-  if (!note.empty()) add_note(Place{block.first_row, column(kName)}, note);
+  if (!note.empty())
+    table_->AddTableNote(block.first_row, column(kName), session_.text(text_id::kNoteTitle), note);
 }
 
-std::optional<StepTable::Place> StepTable::fill_item(host::CellBlock& cells, const Block& block,
-                                                     std::int32_t step, std::int32_t first_column,
-                                                     double value, const model::DralInputOutput& item) {
+void StepTable::fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
+                          const ItemColumns& columns, double value, session::TextId<0> invalid) {
   const model::NumberRules& rules = output_.rules();
-  const double base = item.BaseValue();
+  const double base = columns.item.BaseValue();
+  const bool lacks_base = base == 0 || !rules.is_usable(base);
   const double figures[] = {value, rules.difference(value, base), rules.fractional_change(value, base)};
-  std::optional<Place> without_change;
-  for (std::int32_t offset = 0; const double figure : figures) {
-    const Place place = {block.first_row + step - 1, first_column + offset++};
+  for (std::int32_t place = columns.first; const double figure : figures) {
     std::int32_t flags = 0;
-    FormatTableValue(rules, cells, step, place.column, figure, flags, 1.0,
-                     model::OrdvaneDivisorInputOrOutput);
-    if (flags == 0) continue;
-    const bool lacks_base = base == 0 || !rules.is_usable(base);
-    auto& first = rules.is_usable(value) && lacks_base ? without_change : invalid_;
-    if (!first) first = place;
+    FormatTableValue(rules, cells, step, place, figure, flags, 1.0, model::OrdvaneDivisorInputOrOutput);
+    const std::int32_t row = block.first_row + step - 1;
+    if (flags != 0 && rules.is_usable(value) && lacks_base)
+      columns.base_notes.add(columns.without_change, row, place);
+    else if (flags != 0)
+      notes_.add(invalid, row, place);
+    ++place;
   }
-  return without_change;
 }
 
 // An input's place and name stand once, over all its steps.
@@ -212,15 +205,6 @@ void StepTable::fit_names() {
     const auto last = table_->Body(block.first_row + block.rows - 1, 1);
     last->set_row_height(layout::look::kBodyRowHeight + missing);
   }
-}
-
-void StepTable::add_note(const std::optional<Place>& place, const std::string& text) {
-  if (place) table_->AddTableNote(place->row, place->column, session_.CommonString(12), text);
-}
-
-void StepTable::add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item,
-                              std::int16_t zero, std::int16_t invalid) {
-  if (place) add_note(place, session_.text(item.BaseValue() == 0 ? zero : invalid));
 }
 
 void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity) {

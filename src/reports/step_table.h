@@ -18,17 +18,18 @@
 #include "model/input_output.h"
 #include "model/step_facts.h"
 #include "reports/context.h"
+#include "reports/first_notes.h"
 #include "session/session.h"
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct StepTableTexts {
-  std::int16_t caption;  // filled with the output's name
-  std::int16_t subcaption;
-  std::int16_t input_base_zero;  // notes
-  std::int16_t output_base_zero;
-  std::int16_t invalid;
+  session::TextId<1> caption;  // filled with the output's name
+  session::TextId<0> subcaption;
+  session::TextId<0> input_base_zero;  // notes
+  session::TextId<0> output_base_zero;
+  session::TextId<0> invalid;
 };
 
 // Changes are fractions of the size of the base value.
@@ -72,8 +73,12 @@ class StepTable {
   layout::ReportTable& table() { return *table_; }
 
  private:
-  struct Place {
-    std::int32_t row, column;
+  // Of an item: value, change, change in percent; and the notes on changes that its base value rules out.
+  struct ItemColumns {
+    const model::DralInputOutput& item;
+    std::int32_t first;
+    session::TextId<0> without_change;
+    FirstNotes& base_notes;
   };
   struct Point {
     double x, y;
@@ -93,14 +98,10 @@ class StepTable {
   std::string caption(const StepTableTexts& texts) const;
   std::vector<layout::Column> columns() const;
   void write_block(const Block& block, const StepTableTexts& texts);
-  // Returns the first cell that says that there is no change, for the input's or the output's base value.
-  std::optional<Place> fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
-                                 std::int32_t first_column, double value, const model::DralInputOutput& item);
+  void fill_item(host::CellBlock& cells, const Block& block, std::int32_t step, const ItemColumns& columns,
+                 double value, session::TextId<0> invalid);
   void merge_places(const Block& block);
   void fit_names();
-  void add_note(const std::optional<Place>& place, const std::string& text);
-  void add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item, std::int16_t zero,
-                     std::int16_t invalid);
 
   const Context& context_;
   session::Session& session_;
@@ -111,7 +112,7 @@ class StepTable {
   std::int32_t rows_ = 0;
   bool truncated_ = false;
   std::shared_ptr<layout::ReportTable> table_;
-  std::optional<Place> without_output_change_, invalid_;  // where first met
+  FirstNotes notes_;  // those of all inputs
 };
 
 // Name of an input's series: at most 25 characters of its name, and its address.

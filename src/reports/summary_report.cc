@@ -8,41 +8,14 @@
 #include <vector>
 
 #include "host/error.h"
+#include "reports/item_texts.h"
 #include "reports/report_columns.h"
 #include "reports/step_remarks.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
 
 using model::OrdvaneSummary;
-
-namespace text {
-// Shared labels, by their small index.
-constexpr std::int32_t kNote = 12;
-constexpr std::int32_t kRun = 13;
-constexpr std::int32_t kWorkbook = 14;
-
-constexpr std::int16_t kSummarySheet = 815;
-constexpr std::int16_t kSummaryTitle = 818;
-constexpr std::int16_t kSummaryRun = 822;
-constexpr std::int16_t kSummaryLabels = 821;
-constexpr std::int16_t kSummaryValues = 1042;
-
-constexpr std::int16_t kFailed = 850;
-constexpr std::int16_t kFailedCount = 851;
-constexpr std::int16_t kFailedInputs = 852;
-constexpr std::int16_t kFailedOutputs = 853;
-constexpr std::int16_t kFailedNote = 261;
-constexpr std::int16_t kFailedItem = 263;
-
-constexpr std::int16_t kMissingSheet = 823;
-constexpr std::int16_t kMissingTitle = 817;
-constexpr std::int16_t kMissingCaption = 810;
-constexpr std::int16_t kMissingOutputs = 809;
-constexpr std::int16_t kBetweenRuns = 808;
-}  // namespace text
 
 std::int32_t outputs_without_graph(const OrdvaneSummary& sum) {
   const std::int64_t count = std::int64_t{sum.OutputsSelected} - sum.OutputsImpacted;
@@ -52,22 +25,22 @@ std::int32_t outputs_without_graph(const OrdvaneSummary& sum) {
 }
 
 struct SummaryRow {
-  std::int16_t label;  // string id
+  session::TextId<0> label;
   host::CellValue value;
 };
 
 std::vector<SummaryRow> summary_rows(const OrdvaneSummary& sum) {
-  return {{813, sum.Runs},
-          {812, sum.RecalculationsTotal},
-          {820, sum.OutputsTotal},
-          {811, sum.OutputsSelected},
-          {1025, outputs_without_graph(sum)},
-          {819, sum.InputsTotal},
-          {814, sum.InputsStandard},
-          {802, sum.InputsAutoVary},
-          {805, sum.RecalculationsMultiWay},
-          {804, sum.MaximumNumberOfInputs()},
-          {816, sum.ThreshholdOfInputs}};
+  return {{text_id::kSummaryRuns, sum.Runs},
+          {text_id::kSummaryRecalculations, sum.RecalculationsTotal},
+          {text_id::kSummaryOutputs, sum.OutputsTotal},
+          {text_id::kSummaryOutputsSelected, sum.OutputsSelected},
+          {text_id::kSummaryOutputsWithoutGraph, outputs_without_graph(sum)},
+          {text_id::kSummaryInputs, sum.InputsTotal},
+          {text_id::kSummaryInputsOfUser, sum.InputsStandard},
+          {text_id::kSummaryInputsAutomatic, sum.InputsAutoVary},
+          {text_id::kSummaryRecalculationsMultiWay, sum.RecalculationsMultiWay},
+          {text_id::kSummaryMostInputs, sum.MaximumNumberOfInputs()},
+          {text_id::kSummarySmallestSwing, sum.ThreshholdOfInputs}};
 }
 
 // How many of the results of selected outputs are no numbers.
@@ -114,7 +87,7 @@ std::optional<FailedResults> failed_results(const model::Records& inputs,
 void add_lines(const Context& context, layout::ReportSheet& sheet, const FailedResults& failed) {
   const session::Session& session = context.session;
   const auto item = [&](const model::DralInputOutput& of, std::int64_t count, std::int64_t results) {
-    return session.text(text::kFailedItem, ItemLabel(of), count, results);
+    return session.text(text_id::kInputsFailedResultsItem, ItemLabel(of), count, results);
   };
   std::vector<std::string> of_inputs, of_outputs;
   for (std::int32_t i = 1; const model::DralInputOutput& input : context.inputs)
@@ -123,16 +96,16 @@ void add_lines(const Context& context, layout::ReportSheet& sheet, const FailedR
   for (std::int32_t k = 1; const std::int32_t position : context.selected)
     if (const std::int64_t count = failed.of_outputs(k++); count > 0)
       of_outputs.push_back(item(context.outputs(position), count, failed.steps));
-  sheet.AddLine(session.text(text::kFailedInputs, session.list_of(of_inputs)));
-  sheet.AddLine(session.text(text::kFailedOutputs, session.list_of(of_outputs)));
+  sheet.AddLine(session.text(text_id::kSummaryFailedInputs, session.list_of(of_inputs)));
+  sheet.AddLine(session.text(text_id::kSummaryFailedOutputs, session.list_of(of_outputs)));
 }
 
-void add_title(const Context& context, layout::ReportSheet& sheet, std::int16_t title,
+void add_title(const Context& context, layout::ReportSheet& sheet, session::TextId<0> title,
                const std::string& run) {
   const session::Session& session = context.session;
   sheet.AddTitleBlock(session.text(title),
-                      {{session.CommonString(text::kWorkbook), context.inputs(1).bookName},
-                       {session.CommonString(text::kRun), run}});
+                      {{session.text(text_id::kLabelWorkbook), context.inputs(1).bookName},
+                       {session.text(text_id::kLabelRun), run}});
   sheet.SetSheetOption(1);
 }
 
@@ -147,19 +120,20 @@ void fit_column(layout::ReportTable& table, std::int32_t offset) {
 std::int32_t MakeSummaryReport(const Context& context, const OrdvaneSummary& summary) {
   const session::Session& session = context.session;
   session.application().set_calculation(host::Calculation::kManual);
-  const auto sheet = context.workbook.AddSheet(session.text(text::kSummarySheet));
+  const auto sheet = context.workbook.AddSheet(session.text(text_id::kSummarySheetName));
   add_title(
-      context, *sheet, text::kSummaryTitle,
-      session.text(text::kSummaryRun, std::int64_t{context.run_number}, std::int64_t{context.total_runs}));
+      context, *sheet, text_id::kSummaryTitle,
+      session.text(text_id::kSummaryRun, std::int64_t{context.run_number}, std::int64_t{context.total_runs}));
 
   const auto failed = failed_results(context.inputs, context.selected);
   auto rows = summary_rows(summary);
   if (failed)
-    rows.push_back({text::kFailed, session.text(text::kFailedCount, failed->all(), failed->results())});
+    rows.push_back({text_id::kSummaryFailedResults,
+                    session.text(text_id::kSummaryFailedResultsCount, failed->all(), failed->results())});
   const auto count = static_cast<std::int32_t>(rows.size());
   const auto table = sheet->AddTable(count, 1, 1, 1, "", "");
-  table->SetColumns({layout::figure_column(session.text(text::kSummaryValues), host::HAlign::kCenter)});
-  table->CornerRange()->set_value(session.text(text::kSummaryLabels));
+  table->SetColumns({layout::figure_column(session.text(text_id::kSummaryValues), host::HAlign::kCenter)});
+  table->CornerRange()->set_value(session.text(text_id::kSummaryLabels));
   host::CellBlock values(count, 1);
   std::int32_t row = 0;
   for (const SummaryRow& line : rows) {
@@ -179,14 +153,14 @@ std::int32_t MakeSummaryReport(const Context& context, const OrdvaneSummary& sum
 std::int32_t MakeOutputsMissingReport(const Context& context, std::int32_t count,
                                       const model::OneBased<std::int32_t>& unreported) {
   const session::Session& session = context.session;
-  const auto sheet = context.workbook.AddSheet(session.text(text::kMissingSheet));
-  add_title(context, *sheet, text::kMissingTitle,
-            std::to_string(context.run_number) + session.text(text::kBetweenRuns) +
+  const auto sheet = context.workbook.AddSheet(session.text(text_id::kNotShownSheetName));
+  add_title(context, *sheet, text_id::kNotShownTitle,
+            std::to_string(context.run_number) + session.text(text_id::kNotShownOfRuns) +
                 std::to_string(context.total_runs));
 
   const auto table =
-      AddTable(*sheet, count, 1, {.caption = session.text(text::kMissingCaption), .subcaption = ""},
-               {layout::name_column(session.text(text::kMissingOutputs)), SharedColumns(context).cell()});
+      AddTable(*sheet, count, 1, {.caption = session.text(text_id::kNotShownCaption), .subcaption = ""},
+               {layout::name_column(session.text(text_id::kNotShownOutput)), SharedColumns(context).cell()});
   if (count > 0) {
     host::CellBlock outputs(count, 2);
     for (std::int32_t i = 1; i <= count; ++i) {
@@ -199,8 +173,8 @@ std::int32_t MakeOutputsMissingReport(const Context& context, std::int32_t count
     for (std::int32_t i = 1; failed && i <= count; ++i) {
       const std::int64_t of_output = failed->of_outputs(unreported(i));
       if (of_output > 0)
-        table->AddTableNote(i, 1, session.CommonString(text::kNote),
-                            session.text(text::kFailedNote, of_output, failed->steps));
+        table->AddTableNote(i, 1, session.text(text_id::kNoteTitle),
+                            session.text(text_id::kNoteFailedResults, of_output, failed->steps));
     }
   }
   sheet->FinishSheet();

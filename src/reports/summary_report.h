@@ -1,5 +1,4 @@
-// The two small sheets that close a report set: the totals of the run, and the outputs that no graph could
-// show.
+// The two small sheets that close a report set: the totals of the run, and the outputs without a graph.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,4 @@
-// Tornado report: one sheet for one output, with a bar per input, longest first, and the ranked table under
-// it.
+// Tornado report: one sheet for one output, with a bar per input, longest first, over the ranked table.
 //
 // Reads the ranked input records; never calls the engine's data functions.
 #pragma once

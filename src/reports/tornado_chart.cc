@@ -15,15 +15,11 @@
 #include "layout/look.h"
 #include "model/decimal.h"
 #include "reports/chart_helpers.h"
-#include "reports/table_parts.h"
-#include "reports/utils.h"
+#include "reports/item_texts.h"
+#include "reports/table_values.h"
 
 namespace ordvane::reports {
 namespace {
-
-// String ids.
-constexpr std::int16_t kBelowBase = 250;
-constexpr std::int16_t kAboveBase = 251;
 
 // Significant digits of numbers without a format: as cells show them, and as short as labels are.
 constexpr int kDigitsOfCell = 10;
@@ -70,7 +66,7 @@ TornadoChart::TornadoChart(session::Session& session, const model::DralInputOutp
       texts_(texts),
       style_(std::move(style)) {}
 
-void TornadoChart::choose_bars(const host::CellBlock& rows, const BarColumns& columns,
+void TornadoChart::choose_bars(const host::CellBlock& rows, const layout::BarColumns& columns,
                                const model::OneBased<model::StepFacts>& facts, StepRemarks& remarks,
                                const std::function<InputEnds(std::int32_t)>& input_of) {
   columns_ = columns;
@@ -82,12 +78,13 @@ void TornadoChart::choose_bars(const host::CellBlock& rows, const BarColumns& co
       continue;
     }
     const host::CellValue low = rows.value(row, columns.low), high = rows.value(row, columns.high);
-    const bool has_ends = low.is_number() && high.is_number();
-    bars_.push_back({.row = row,
-                     .has_ends = has_ends,
-                     .is_point = has_ends && output_.rules().difference(low.number, high.number) == 0 &&
-                                 (facts(row).moves || !facts(row).compared),
-                     .input = input_of ? input_of(row) : InputEnds{}});
+    bars_.push_back({.row = row, .name = rows.value(row, columns.name).text});
+    inputs_.push_back(input_of ? input_of(row) : InputEnds{});
+    if (!low.is_number() || !high.is_number()) continue;
+    bars_.back().ends = {std::min(low.number, high.number), std::max(low.number, high.number)};
+    // No lack of effect, though it has no length.
+    bars_.back().is_point = output_.rules().difference(low.number, high.number) == 0 &&
+                            (facts(row).moves || !facts(row).compared);
   }
   // A graph that nothing is left of says so by itself.
   if (!bars_.empty())
@@ -95,50 +92,38 @@ void TornadoChart::choose_bars(const host::CellBlock& rows, const BarColumns& co
 }
 
 bool TornadoChart::has_bars() const {
-  return std::any_of(bars_.begin(), bars_.end(), [](const Bar& bar) { return bar.has_ends; });
+  return std::any_of(bars_.begin(), bars_.end(), [](const layout::Bar& bar) { return bar.ends.has_value(); });
 }
 
 // The two sides of the base value can have a colour, and a text on them, each.
-layout::BarParts TornadoChart::bar_parts() const {
-  layout::BarParts parts{.split = one_input_each_ ? origin() : std::nullopt,
-                         .labels = one_input_each_,
-                         .number_format = axis_format()};
-  for (std::int32_t number = 1; const Bar& bar : bars_) {
-    parts.rows.push_back(bar.row);
-    if (bar.is_point) parts.points.insert(number);
-    ++number;
-  }
-  return parts;
+layout::Bars TornadoChart::bars_to_draw() const {
+  const std::string name = output_.NameOrQualifiedCellAddressName(range_mode_);
+  return {.bars = bars_,
+          .columns = columns_,
+          .color = style_.bar_color,
+          .axis_title = session_.text(percent_ ? texts_.change_axis : texts_.value_axis, name),
+          .number_format = axis_format(),
+          .base = origin(),
+          .split = one_input_each_ ? origin() : std::nullopt,
+          .labels = one_input_each_};
 }
 
-void TornadoChart::draw(layout::ReportChart& chart, layout::ReportTable& table) {
-  const layout::BarParts parts = bar_parts();
-  told_apart_ = session_.low_color && parts.split;
+void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
+  const layout::Bars bars = bars_to_draw();
+  told_apart_ = session_.low_color && bars.split;
   SetChartAreaLineWeight(*chart.Chart());
-  const auto column = [&](std::int32_t of) { return table.Body(1, of, table.rows()); };
-  chart.AddTornadoBars(static_cast<std::int16_t>(bars()), *column(columns_.low), *column(columns_.high),
-                       *column(columns_.name), origin().value_or(host::kAutoScaleValue), parts);
-  set_texts(chart);
+  chart.Draw(table, bars);
+  chart.SetTitle(session_.text(texts_.chart_title, output_.NameOrQualifiedCellAddressName(range_mode_)));
+  chart.SetSubtitle(subtitle());
   if (told_apart_)
-    chart.SetColorKey(
-        {{*session_.low_color, session_.text(kBelowBase)}, {style_.bar_color, session_.text(kAboveBase)}});
+    chart.SetColorKey({{*session_.low_color, session_.text(text_id::kTornadoBelowBase)},
+                       {style_.bar_color, session_.text(text_id::kTornadoAboveBase)}});
   chart.FinishChart();
   host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
   host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
-  for (std::int32_t bar = 3; bar <= (parts.split ? 6 : 4); ++bar)
-    host::ignoring_errors([&] { chart.Chart()->series(bar)->set_interior({.color = style_.bar_color}); });
   if (told_apart_) host::ignoring_errors([&] { color_low_ends(chart); });
   if (one_input_each_) host::ignoring_errors([&] { label_ends(chart); });
   host::ignoring_errors([&] { add_base_line(chart); });
-}
-
-void TornadoChart::set_texts(layout::ReportChart& chart) {
-  const std::string name = output_.NameOrQualifiedCellAddressName(range_mode_);
-  chart.SetTitle(session_.text(texts_.chart_title, name));
-  chart.SetSubtitle(subtitle());
-  constexpr double kAuto = host::kAutoScaleValue;
-  chart.SetXAxis(session_.text(percent_ ? texts_.change_axis : texts_.value_axis, name), kAuto, kAuto, kAuto,
-                 axis_format(), true);
 }
 
 std::string TornadoChart::axis_format() const {
@@ -165,11 +150,10 @@ std::string TornadoChart::base_text(double value) const {
 // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
 // points over bars.
 std::string TornadoChart::subtitle() const {
-  constexpr std::int32_t kBaseValue = 16;
   const auto value = base();
   std::string text = session_.text(texts_.chart_subtitle);
   if (!value) return text;
-  return text + " (" + session_.CommonString(kBaseValue) + " " + base_value_text(*value) + ")";
+  return text + " (" + session_.text(text_id::kLabelBaseValue) + " " + base_value_text(*value) + ")";
 }
 
 // What the input did at one end of its bar; low values have a colour of their own when they are told apart.
@@ -178,10 +162,10 @@ host::Color TornadoChart::end_color(const std::optional<double>& value, const In
   return is_low ? *session_.low_color : style_.bar_color;
 }
 
-void TornadoChart::color_low_ends(layout::ReportChart& chart) {
-  for (std::int32_t number = 1; const Bar& bar : bars_) {
+void TornadoChart::color_low_ends(layout::BarChart& chart) {
+  for (std::int32_t number = 1; const InputEnds& input : inputs_) {
     for (const bool above : {false, true})
-      if (const auto color = end_color(above ? bar.input.at_high : bar.input.at_low, bar.input);
+      if (const auto color = end_color(above ? input.at_high : input.at_low, input);
           color != style_.bar_color)
         chart.ColorBarPart(number, above, color);
     ++number;
@@ -219,10 +203,9 @@ std::string TornadoChart::end_text(double value, const std::string& format) cons
   return session_.environment->numbers().number_text(rounded(value, kDigitsOfLabel), shows_groups(format));
 }
 
-void TornadoChart::label_ends(layout::ReportChart& chart) {
+void TornadoChart::label_ends(layout::BarChart& chart) {
   std::vector<layout::BarLabels> labels;
-  for (const Bar& bar : bars_) {
-    const InputEnds& input = bar.input;
+  for (const InputEnds& input : inputs_) {
     labels.emplace_back();
     if (input.at_low) labels.back().left = end_text(*input.at_low, input.number_format);
     if (input.at_high) labels.back().right = end_text(*input.at_high, input.number_format);
@@ -251,8 +234,8 @@ host::Color TornadoChart::line_color() const {
 
 // The axis of the names crosses the bars at the base value too; programs that draw no points over bars show
 // the line by it.
-void TornadoChart::add_base_line(layout::ReportChart& chart) {
-  if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value) || !chart.bar_ticks())
+void TornadoChart::add_base_line(layout::BarChart& chart) {
+  if (same_bits(style_.base_value, host::kNoBaseValue) || !usable(style_.base_value) || !chart.ticks())
     return;
   constexpr host::Color kBlack = 0;
   const host::Color color = line_color();
@@ -261,7 +244,7 @@ void TornadoChart::add_base_line(layout::ReportChart& chart) {
     drawn.axis(host::AxisType::kCategory, host::AxisGroup::kPrimary)
         ->set_border(layout::look::rule(host::LineWeight::kMedium, color));
   });
-  AddBaseValueLine(session_, drawn, *origin(), chart.bar_ticks()->minimum, chart.bar_ticks()->maximum, color,
+  AddBaseValueLine(session_, drawn, *origin(), chart.ticks()->minimum, chart.ticks()->maximum, color,
                    base_text(style_.base_value), kBlack, drawn.plot_area_interior_color());
 }
 

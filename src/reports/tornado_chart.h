@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/excel.h"
-#include "layout/report_chart.h"
+#include "layout/bar_chart.h"
 #include "layout/report_table.h"
 #include "model/input_output.h"
 #include "model/step_facts.h"
@@ -18,11 +18,11 @@
 
 namespace ordvane::reports {
 
-// String ids that differ from report to report.
+// The texts that differ from report to report.
 struct TornadoTexts {
-  std::int16_t chart_title;  // filled with the output's name
-  std::int16_t chart_subtitle;
-  std::int16_t change_axis, value_axis;  // filled with the output's name
+  session::TextId<1> chart_title;  // filled with the output's name
+  session::TextId<0> chart_subtitle;
+  session::TextId<1> change_axis, value_axis;  // filled with the output's name
 };
 
 struct TornadoStyle {
@@ -38,11 +38,6 @@ struct InputEnds {
   std::string number_format;                    // local form
 };
 
-// Columns of the ranked table that the bars are drawn from.
-struct BarColumns {
-  std::int32_t name, low, high;
-};
-
 class TornadoChart {
  public:
   TornadoChart(session::Session& session, const model::DralInputOutput& output, bool percent,
@@ -51,7 +46,7 @@ class TornadoChart {
   // One bar a row of the ranked table. Rows without a number at both ends have an empty one; those that move
   // nothing have none, and a remark instead, where the session leaves them out. `facts`: by row. `input_of`:
   // of a row, for bars of one input each.
-  void choose_bars(const host::CellBlock& rows, const BarColumns& columns,
+  void choose_bars(const host::CellBlock& rows, const layout::BarColumns& columns,
                    const model::OneBased<model::StepFacts>& facts, StepRemarks& remarks,
                    const std::function<InputEnds(std::int32_t)>& input_of = nullptr);
   std::int32_t bars() const { return static_cast<std::int32_t>(bars_.size()); }
@@ -59,18 +54,11 @@ class TornadoChart {
   bool has_bars() const;
 
   // Draws the bars from the body of the table that holds the rows, with titles, axis and base line.
-  void draw(layout::ReportChart& chart, layout::ReportTable& table);
+  void draw(layout::BarChart& chart, layout::ReportTable& table);
 
  private:
-  struct Bar {
-    std::int32_t row;
-    bool has_ends, is_point;  // a point has no length, and is no lack of effect either
-    InputEnds input;
-  };
-
   bool usable(double value) const { return output_.rules().is_usable(value); }
-  void set_texts(layout::ReportChart& chart);
-  layout::BarParts bar_parts() const;
+  layout::Bars bars_to_draw() const;
   std::string axis_format() const;
   std::optional<double> base() const;
   std::optional<double> origin() const;
@@ -80,10 +68,10 @@ class TornadoChart {
   std::string base_value_text(double value) const;
   std::string end_text(double value, const std::string& format) const;
   host::Color end_color(const std::optional<double>& value, const InputEnds& input) const;
-  void color_low_ends(layout::ReportChart& chart);
-  void label_ends(layout::ReportChart& chart);
+  void color_low_ends(layout::BarChart& chart);
+  void label_ends(layout::BarChart& chart);
   host::Color line_color() const;
-  void add_base_line(layout::ReportChart& chart);
+  void add_base_line(layout::BarChart& chart);
 
   session::Session& session_;
   const model::DralInputOutput& output_;
@@ -92,8 +80,9 @@ class TornadoChart {
   TornadoTexts texts_;
   TornadoStyle style_;
   bool told_apart_ = false;  // low values by their colour
-  std::vector<Bar> bars_;
-  BarColumns columns_ = {};
+  std::vector<layout::Bar> bars_;
+  std::vector<InputEnds> inputs_;  // of the bars
+  layout::BarColumns columns_ = {};
   bool one_input_each_ = false;
 };
 

@@ -86,8 +86,8 @@ void make_room(const Run& run, std::vector<double>& values, std::size_t count) {
   }
 }
 
-// Throws when so many recalculations of every simulation, with `values` numbers each, are more than a run can
-// hold.
+// Throws when so many recalculations of every simulation, with `values` numbers each, are more than a
+// run can hold.
 void check_room(const Run& run, const std::string& file, std::int64_t recalculations, std::int64_t values) {
   if (recalculations > kMostValues / run.simulations ||
       recalculations * run.simulations > kMostValues / values)

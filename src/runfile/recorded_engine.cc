@@ -310,6 +310,7 @@ class RecordedEngine : public engine::Engine {
     return kDone;
   }
 
+  // NOLINTBEGIN(readability-function-size): arguments of the engine's exports
   std::int32_t DRL7_GetOrderedInputInfoVB(std::int32_t, std::int16_t, std::int32_t index, std::string& name,
                                           std::string& alternativeName, std::string& formula,
                                           std::int32_t& functionStart, std::int32_t& functionStop,
@@ -390,6 +391,7 @@ class RecordedEngine : public engine::Engine {
     itemsInCell = 1;
     return kDone;
   }
+  // NOLINTEND(readability-function-size)
 
  private:
   using ContextWords = std::array<std::int32_t, 3>;
@@ -470,8 +472,8 @@ class RecordedEngine : public engine::Engine {
                                 [&](const GroupPlace& group) { return group.end() <= recalculation; });
   }
 
-  // Puts what one input was set to where it is a member into `data`, which starts at multi-way recalculation
-  // `first`.
+  // Puts what one input was set to where it is a member into `data`, which starts at
+  // multi-way recalculation `first`.
   void copy_group_input(std::size_t place, std::int32_t run, std::int64_t first,
                         std::span<double> data) const {
     const std::int64_t stop = first + static_cast<std::int64_t>(data.size());

@@ -70,8 +70,8 @@ struct Group {
   }
 };
 
-// Values are kept as the engine hands them out: numbers; NaN for an empty field; encoded errors
-// (runfile/values.h).
+// Values are kept as the engine hands them out: numbers; NaN for an empty field;
+// encoded errors (runfile/values.h).
 struct Run {
   std::filesystem::path file;
   std::int32_t simulations = 1;

@@ -1,9 +1,8 @@
 // The multi-way analysis of a report set: reads the groups of inputs that were varied together, ranks them
-// for every selected output, and has a tornado sheet for each output and the table of all combinations
-// written.
+// for every selected output, and has the tornado sheets and the table of all combinations written.
 #include "model/multi_way.h"
 
-#include "reports/utils.h"
+#include "reports/progress.h"
 #include "service/ordvane_reports.h"
 #include "service/spreadsheet_state.h"
 
@@ -13,9 +12,6 @@ namespace {
 using session::log_text;
 
 // Progress texts.
-constexpr std::int16_t kReading = 1020;
-constexpr std::int16_t kDrawing = 1021;
-constexpr std::int16_t kWriting = 1024;
 
 }  // namespace
 
@@ -29,7 +25,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
                                                           Long outputBound, Long& groupCount,
                                                           Long& recalculationCount) {
   session::Session& s = services_->session;
-  const auto progress = [&](std::int16_t id) {
+  const auto progress = [&](session::TextId<0> id) {
     reports::ShowProgress(s, s.text(id));
     s.check_cancel();
   };
@@ -37,7 +33,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
   const SpreadsheetState found(s.g_XLApp);
   const model::OneBased<Long>& selected = context.selected;
 
-  progress(kReading);
+  progress(text_id::kProgressReadingGroups);
   const model::MultiWayRun run = model::ReadMultiWay(s, context.inputs, context.outputs, selected,
                                                      DefaultMultiGroupSize, context.run_number);
   groupCount = run.groups.size();
@@ -54,7 +50,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
   const reports::MultiTornadoLimits limits{MaxInputsPerGraph, InputsChangeThreshold};
   if (groupCount > 0 && reports_.multi_tornado) {
     for (Long k = 1; k <= selected.size(); ++k) {
-      progress(kDrawing);
+      progress(text_id::kProgressMultiTornado);
       const Long output = selected(k);
       graph_or_log("multiReport", [&] {
         reports_.multi_tornado(context, output, run, effects(k), limits,
@@ -63,7 +59,7 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
     }
   }
   if (reports_.multi_way_detail) {
-    progress(kWriting);
+    progress(text_id::kProgressMultiWay);
     reports_.multi_way_detail(context, run, effects);
   }
   return 0;

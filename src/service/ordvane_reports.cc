@@ -115,9 +115,8 @@ void OrdvaneReports::remember(const host::Error& error) {
 }
 
 reports::TornadoStyle OrdvaneReports::tornado_style(const model::DralInputOutput& output) const {
-  constexpr std::int32_t kBaseValue = 16;
   return {IncludeBaseline() ? output.BaseValue() : host::kNoBaseValue,
-          services_->session.CommonString(kBaseValue), BarColor(), BaselineColor()};
+          services_->session.text(text_id::kLabelBaseValue), BarColor(), BaselineColor()};
 }
 
 std::int32_t OrdvaneReports::GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput) {

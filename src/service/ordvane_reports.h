@@ -90,8 +90,7 @@ class OrdvaneReports {
   // error kNothingToReport when there is no other. The spreadsheet's settings, its cursor and its status bar
   // are afterwards what they were before, whatever happened.
   std::int32_t GenerateReports(const model::OneBased<std::int32_t>& isSelectedOutput);
-  // What ended or cut the last GenerateReports after the report workbook was open: errc::kUserCancelled after
-  // Escape.
+  // What ended or cut the last GenerateReports once the report workbook was open; Escape: kUserCancelled.
   const std::optional<host::Error>& report_error() const {
     return report_error_;
   }

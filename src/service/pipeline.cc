@@ -5,8 +5,8 @@
 #include <unordered_map>
 
 #include "model/naming.h"
+#include "reports/progress.h"
 #include "reports/summary_report.h"
-#include "reports/utils.h"
 #include "service/spreadsheet_state.h"
 
 namespace ordvane::service {
@@ -18,22 +18,13 @@ constexpr const char* kProduct = "Ordvane";
 constexpr const char* kActiveWorkbook = "Active Workbook";
 constexpr const char* kGraphClickMacro = "Ordvane.xla!OrdvaneGraphClickEvent";
 
-namespace text {
-constexpr std::int16_t kUnknownOutputs = 830;
-constexpr std::int16_t kFetching = 1019;
-constexpr std::int16_t kRanking = 1003;
-constexpr std::int16_t kSharedWorkbook = 1037;
-constexpr std::int16_t kTooManyColumns = 806;
-constexpr std::int16_t kTooManyRows = 807;
-}  // namespace text
-
 constexpr std::int32_t kResultTooManyColumns = -17002;
 constexpr std::int32_t kResultTooManyRows = -17003;
 
 }  // namespace
 
 struct OrdvaneReports::Pipeline::ProgressTexts {
-  std::int16_t tornado, spider, sensitivity, output_detail, detail_by_input;
+  session::TextId<0> tornado, spider, sensitivity, output_detail, detail_by_input;
 };
 
 OrdvaneReports::Pipeline::Pipeline(OrdvaneReports& owner, const model::OneBased<std::int32_t>& selected)
@@ -77,7 +68,7 @@ bool OrdvaneReports::Pipeline::refuse_shared_workbook() {
   const auto active = session_.application().active_workbook();
   if (!active) throw host::Error(host::errc::kObjectNotSet, "No workbook is open");
   if (!active->multi_user_editing() || !owner_.ReportsInExistingWorkbook()) return false;
-  session_.environment->show_message(session_.text(text::kSharedWorkbook), kProduct);
+  session_.environment->show_message(session_.text(text_id::kMessageSharedWorkbook), kProduct);
   return true;
 }
 
@@ -114,10 +105,10 @@ void OrdvaneReports::Pipeline::nothing_to_report(const std::string& message) {
 }
 
 void OrdvaneReports::Pipeline::check_counts() {
-  if (num_inputs_ < 1) nothing_to_report(session_.CommonMessage(1));
-  if (num_outputs_ < 1) nothing_to_report(session_.CommonMessage(0));
+  if (num_inputs_ < 1) nothing_to_report(session_.text(text_id::kMessageNoInputs));
+  if (num_outputs_ < 1) nothing_to_report(session_.text(text_id::kMessageNoOutputs));
   log("NumOutputsSelected: " + log_text(selected_.size()));
-  if (selected_.empty()) nothing_to_report(session_.CommonMessage(0));
+  if (selected_.empty()) nothing_to_report(session_.text(text_id::kMessageNoOutputs));
 }
 
 void OrdvaneReports::Pipeline::build_records() {
@@ -155,9 +146,9 @@ void OrdvaneReports::Pipeline::find_selected_records() {
   }
   summary_.OutputsSelected = sel_out_.size();
   if (unknown.empty()) return;
-  unknown_outputs_ = session_.text(text::kUnknownOutputs, unknown);
+  unknown_outputs_ = session_.text(text_id::kMessageUnknownOutputs, unknown);
   log("isSelectedOutput: " + unknown_outputs_);
-  if (sel_out_.empty()) nothing_to_report(session_.CommonMessage(0) + " " + unknown_outputs_);
+  if (sel_out_.empty()) nothing_to_report(session_.text(text_id::kMessageNoOutputs) + " " + unknown_outputs_);
 }
 
 void OrdvaneReports::Pipeline::open_report_workbook() {
@@ -179,8 +170,12 @@ void OrdvaneReports::Pipeline::open_report_workbook() {
 }
 
 std::int32_t OrdvaneReports::Pipeline::report_runs() {
-  constexpr ProgressTexts kOfTheRun = {1017, 1015, 1013, 1010, 1009};
-  constexpr ProgressTexts kOfARun = {1018, 1016, 1014, 1012, 1011};
+  constexpr ProgressTexts kOfTheRun = {text_id::kProgressTornado, text_id::kProgressSpider,
+                                       text_id::kProgressSensitivity, text_id::kProgressOutputDetail,
+                                       text_id::kProgressDetailByInput};
+  constexpr ProgressTexts kOfARun = {text_id::kProgressTornadoOfRun, text_id::kProgressSpiderOfRun,
+                                     text_id::kProgressSensitivityOfRun, text_id::kProgressOutputDetailOfRun,
+                                     text_id::kProgressDetailByInputOfRun};
   for (run_number_ = 1; run_number_ <= number_sims_; ++run_number_) {
     const std::int32_t rc = report_run(number_sims_ == 1 ? kOfTheRun : kOfARun);
     if (rc != 0) return rc;
@@ -189,12 +184,12 @@ std::int32_t OrdvaneReports::Pipeline::report_runs() {
 }
 
 std::int32_t OrdvaneReports::Pipeline::report_run(const ProgressTexts& progress) {
-  show_progress(text::kFetching);
+  show_progress(text_id::kProgressReading);
   scan_.getData(inputs_, outputs_, sel_out_, num_iterations_, run_number_);
   check_cancel();
   unreported_.clear();
   for (std::int32_t k = 1; k <= sel_out_.size(); ++k) {
-    show_progress(text::kRanking);
+    show_progress(text_id::kProgressRankingInputs);
     model::RankingRecord ranking;
     if (rank_inputs_of(sel_out_(k), ranking))
       graphs_of(sel_out_(k), ranking, progress);
@@ -243,7 +238,7 @@ bool OrdvaneReports::Pipeline::rank_inputs_of(std::int32_t position, model::Rank
 }
 
 template <class Report>
-void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted, std::int16_t progress,
+void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted, session::TextId<0> progress,
                                             bool built_in, const Report& report) {
   log(name + ": " + log_text(wanted));
   if (wanted && !built_in) log(name + ": not in this build");
@@ -319,8 +314,8 @@ void OrdvaneReports::Pipeline::finish(std::int32_t rc) {
   };
   keeping_first_error([&] { workbook_->ReportsComplete(); });
   keeping_first_error([&] {
-    if (rc == kResultTooManyRows) tell(session_.text(text::kTooManyRows));
-    if (rc == kResultTooManyColumns) tell(session_.text(text::kTooManyColumns));
+    if (rc == kResultTooManyRows) tell(session_.text(text_id::kMessageTooManyRows));
+    if (rc == kResultTooManyColumns) tell(session_.text(text_id::kMessageTooManyColumns));
     if (!unknown_outputs_.empty()) tell(unknown_outputs_);
   });
   if (owner_.report_error_) log("Exit Error: " + owner_.report_error_->description());
@@ -341,7 +336,7 @@ void OrdvaneReports::Pipeline::keeping_first_error(const Step& step) {
   }
 }
 
-void OrdvaneReports::Pipeline::show_progress(std::int16_t id) {
+void OrdvaneReports::Pipeline::show_progress(session::TextId<0> id) {
   reports::ShowProgress(session_, session_.text(id));
 }
 

@@ -50,15 +50,14 @@ class OrdvaneReports::Pipeline {
   void summary();
   void finish(std::int32_t rc);
 
-  // Runs one graph report; a failure other than the user's wish to stop is logged and the next report
-  // follows.
+  // Runs one graph report. Failures are logged and the next report follows, unless the user asks to stop.
   template <class Report>
-  void graph_report(const std::string& name, bool wanted, std::int16_t progress, bool built_in,
+  void graph_report(const std::string& name, bool wanted, session::TextId<0> progress, bool built_in,
                     const Report& report);
   template <class Step>
   void keeping_first_error(const Step& step);
 
-  void show_progress(std::int16_t id);
+  void show_progress(session::TextId<0> id);
   void check_cancel();
   void refresh_screen();
   reports::Context context();

@@ -1,25 +1,18 @@
 #include "session/session.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <span>
 
 namespace ordvane::session {
 namespace {
 
 constexpr const char* kLogFileName = "OrdvaneReports8.Log";
 
-constexpr std::array<std::int16_t, 17> kCommonStrings = {120, 121, 106, 101, 113, 118, 103, 104, 203,
-                                                         309, 107, 110, 116, 206, 204, 205, 200};
-// "…; further: 3"
-constexpr std::int16_t kMoreListed = 266;
 constexpr std::size_t kMostListed = 12;
-constexpr std::array<std::int16_t, 4> kCommonMessages = {1023, 1022, 1033, 1032};
 
-std::string text_at(const Session& session, std::span<const std::int16_t> ids, std::int32_t index) {
-  if (index < 0 || index >= static_cast<std::int32_t>(ids.size())) return {};
-  return session.text(ids[static_cast<std::size_t>(index)]);
+host::StringTable& texts_of(const Session& session) {
+  if (!session.string_table) throw host::Error(host::errc::kObjectNotSet, "The session has no string table");
+  return *session.string_table;
 }
 
 }  // namespace
@@ -52,10 +45,22 @@ std::string log_text(double value) {
   return std::string(buffer, written.ptr);
 }
 
-std::string Session::text(std::int16_t id, const host::TextArgument& arg1, const host::TextArgument& arg2,
+std::string Session::text(TextId<0> id) const {
+  return texts_of(*this).GetString(id.number);
+}
+
+std::string Session::text(TextId<1> id, const host::TextArgument& arg1) const {
+  return texts_of(*this).GetString(id.number, arg1);
+}
+
+std::string Session::text(TextId<2> id, const host::TextArgument& arg1,
+                          const host::TextArgument& arg2) const {
+  return texts_of(*this).GetString(id.number, arg1, arg2);
+}
+
+std::string Session::text(TextId<3> id, const host::TextArgument& arg1, const host::TextArgument& arg2,
                           const host::TextArgument& arg3) const {
-  if (!string_table) throw host::Error(host::errc::kObjectNotSet, "The session has no string table");
-  return string_table->GetString(id, arg1, arg2, arg3);
+  return texts_of(*this).GetString(id.number, arg1, arg2, arg3);
 }
 
 std::string Session::list_of(const std::vector<std::string>& items) const {
@@ -64,15 +69,7 @@ std::string Session::list_of(const std::vector<std::string>& items) const {
   std::string list;
   for (std::size_t i = 0; i < shown; ++i) list += (i == 0 ? "" : separator) + items[i];
   if (shown == items.size()) return list;
-  return text(kMoreListed, list, static_cast<std::int64_t>(items.size() - shown));
-}
-
-std::string Session::CommonString(std::int32_t index) const {
-  return text_at(*this, kCommonStrings, index);
-}
-
-std::string Session::CommonMessage(std::int32_t index) const {
-  return text_at(*this, kCommonMessages, index);
+  return text(text_id::kListFurther, list, static_cast<std::int64_t>(items.size() - shown));
 }
 
 void Session::check_cancel() const {

@@ -14,6 +14,7 @@
 #include "engine/engine.h"
 #include "host/environment.h"
 #include "host/excel.h"
+#include "session/text_id.h"
 
 namespace ordvane::session {
 
@@ -72,14 +73,14 @@ struct Session {
   std::int32_t sheet_columns = 0;  // limits of a worksheet
   std::int32_t sheet_rows = 0;
 
-  // Text of a string id. Throws errc::kObjectNotSet when the session has no string table.
-  std::string text(std::int16_t id, const host::TextArgument& arg1 = {}, const host::TextArgument& arg2 = {},
-                   const host::TextArgument& arg3 = {}) const;
+  // A text, its places filled. Throws errc::kObjectNotSet when the session has no string table.
+  std::string text(TextId<0> id) const;
+  std::string text(TextId<1> id, const host::TextArgument& arg1) const;
+  std::string text(TextId<2> id, const host::TextArgument& arg1, const host::TextArgument& arg2) const;
+  std::string text(TextId<3> id, const host::TextArgument& arg1, const host::TextArgument& arg2,
+                   const host::TextArgument& arg3) const;
   // The items as the language writes a list; of a long one the beginning, and how many more there are.
   std::string list_of(const std::vector<std::string>& items) const;
-  // The shared labels and messages by their small index; "" outside the table, without asking for a text.
-  std::string CommonString(std::int32_t index) const;
-  std::string CommonMessage(std::int32_t index) const;
 
   // Throws errc::kUserCancelled when the user asks to stop.
   void check_cancel() const;

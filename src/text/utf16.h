@@ -1,7 +1,7 @@
 // Text measured and cut by UTF-16 units, never through the middle of a character.
 //
-// Texts are UTF-8; the system's length limits count UTF-16 units, because that is what the spreadsheet
-// counts.
+// Texts are UTF-8; the system's length limits count UTF-16 units, because that is what
+// the spreadsheet counts.
 #pragma once
 
 #include <cstdint>

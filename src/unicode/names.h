@@ -1,5 +1,5 @@
-// Names compared as spreadsheets compare those of books, sheets and cells: without regard to case, in every
-// script.
+// Names compared as spreadsheets compare those of books, sheets and cells: without regard to case,
+// in every script.
 //
 // Case is folded one character to one, by Unicode's simple case folding. The full folding would also make
 // "straße" and "STRASSE" one name; spreadsheets keep these apart, in one workbook even. The same letter

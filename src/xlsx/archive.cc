@@ -38,8 +38,8 @@ struct Compressor {
   libdeflate_compressor* handle;
 };
 
-// A piece that others follow: ends on a whole byte, no block marked as the last. libdeflate only makes whole
-// streams.
+// A piece that others follow: ends on a whole byte, no block marked as the last. libdeflate only
+// makes whole streams.
 std::string compress_open(const std::string& content) {
   std::vector<std::uint8_t> workspace(ISAL_DEF_LVL3_DEFAULT);
   isal_zstream stream;

@@ -189,8 +189,24 @@ void ExistingWorkbook::check_unchanged() const {
 }
 
 void ExistingWorkbook::read_workbook() {
-  if (const auto type = package_->find("mimetype");
-      type && package_->read("mimetype").starts_with("application/vnd.oasis.opendocument."))
+  find_workbook_part();
+  const XmlText workbook = package_->xml(workbook_part_);
+  const XmlElement& root = workbook.root();
+  if (root.space.starts_with("http://purl.oclc.org/"))
+    refuse("it is a Strict Open XML workbook; save it as \"Excel Workbook (.xlsx)\" first");
+  if (root.space != kMainSpace || root.name != "workbook")
+    refuse("it holds no workbook" + std::string(kWanted));
+  refuse_protected(workbook);
+  if (const auto* properties = workbook.child(root, "workbookPr"))
+    counts_from_1904_ = is_true(properties->attribute("date1904"));
+  list_sheets(workbook);
+  mark_reports(workbook);
+}
+
+// Refuses packages of other programs, and signed ones.
+void ExistingWorkbook::find_workbook_part() {
+  if (package_->find("mimetype") &&
+      package_->read("mimetype").starts_with("application/vnd.oasis.opendocument."))
     refuse("it is an OpenDocument file (.ods)" + std::string(kWanted));
   for (const PartLink& link : package_->links("")) {
     if (last_part(link.type) == "officeDocument") workbook_part_ = link.target;
@@ -203,31 +219,26 @@ void ExistingWorkbook::read_workbook() {
     if (type.starts_with(format.type)) refuse(std::string("it is ") + format.name + kWanted);
   if (std::find(std::begin(kWorkbooks), std::end(kWorkbooks), type) == std::end(kWorkbooks))
     refuse("it holds no workbook" + std::string(kWanted));
+}
 
-  const XmlText workbook = package_->xml(workbook_part_);
-  const XmlElement& root = workbook.root();
-  if (root.space.starts_with("http://purl.oclc.org/"))
-    refuse("it is a Strict Open XML workbook; save it as \"Excel Workbook (.xlsx)\" first");
-  if (root.space != kMainSpace || root.name != "workbook")
-    refuse("it holds no workbook" + std::string(kWanted));
-  if (const auto* protection = workbook.child(root, "workbookProtection");
+void ExistingWorkbook::refuse_protected(const XmlText& workbook) const {
+  if (const auto* protection = workbook.child(workbook.root(), "workbookProtection");
       protection != nullptr && is_true(protection->attribute("lockStructure")))
     refuse("its structure is protected, so no sheet can be added; unprotect the workbook first");
-  if (const auto* sharing = workbook.child(root, "fileSharing");
+  if (const auto* sharing = workbook.child(workbook.root(), "fileSharing");
       sharing != nullptr &&
       (sharing->has_attribute("reservationPassword") || sharing->has_attribute("hashValue")))
     refuse("it needs a password to be changed; save it without one first");
-  if (const auto* properties = workbook.child(root, "workbookPr"))
-    counts_from_1904_ = is_true(properties->attribute("date1904"));
+}
 
+void ExistingWorkbook::list_sheets(const XmlText& workbook) {
   std::map<std::string, PartLink> links;
   for (PartLink& link : package_->links(workbook_part_)) {
     if (last_part(link.type) == "revisionHeaders" || last_part(link.type) == "usernames")
       refuse("several users share it, so no sheet can be added; stop sharing the workbook first");
     links.emplace(link.id, std::move(link));
   }
-  const XmlElement* sheets = workbook.child(root, "sheets");
-  if (sheets != nullptr) {
+  if (const XmlElement* sheets = workbook.child(workbook.root(), "sheets")) {
     for (const XmlElement* sheet : workbook.children(*sheets, "sheet")) {
       const auto link = links.find(sheet->attribute("id", kReferenceSpace));
       if (link == links.end() || !package_->find(link->second.target))
@@ -237,13 +248,18 @@ void ExistingWorkbook::read_workbook() {
     }
   }
   if (sheets_.empty()) refuse("it is damaged: it has no sheets");
-  const XmlElement* names = workbook.child(root, "definedNames");
+}
+
+// Reports carry a name of their own, which survives that their sheet is renamed.
+void ExistingWorkbook::mark_reports(const XmlText& workbook) {
+  const XmlElement* names = workbook.child(workbook.root(), "definedNames");
   if (names == nullptr) return;
-  for (const XmlElement* name : workbook.children(*names, "definedName"))
+  for (const XmlElement* name : workbook.children(*names, "definedName")) {
+    if (!unicode::same_name(name->attribute("name"), kReportMark)) continue;
     for (std::size_t i = 0; i < sheets_.size(); ++i)
-      if (name->attribute("localSheetId") == std::to_string(i) &&
-          unicode::same_name(name->attribute("name"), kReportMark))
+      if (name->attribute("localSheetId") == std::to_string(i))
         sheets_[i].is_report = sheets_[i].is_worksheet;
+  }
 }
 
 }  // namespace ordvane::xlsx

@@ -49,6 +49,10 @@ class ExistingWorkbook {
   class File;
 
   void read_workbook();
+  void find_workbook_part();
+  void refuse_protected(const XmlText& workbook) const;
+  void list_sheets(const XmlText& workbook);
+  void mark_reports(const XmlText& workbook);
   [[noreturn]] void refuse(const std::string& why) const;
 
   std::filesystem::path path_;

@@ -201,8 +201,8 @@ void page_breaks(Xml& xml, const SheetModel& sheet) {
   breaks(xml, "colBreaks", sheet.page.column_breaks, office::kSheetRows);
 }
 
-// In a workbook of another default font, rows and columns that nothing was set for keep the size they have
-// here.
+// In a workbook of another default font, rows and columns that nothing was set for keep the size
+// they have here.
 void usual_sizes(Xml& xml, double digit_pixels) {
   xml.start("sheetFormatPr");
   if (digit_pixels != kDigitPixels)

@@ -12,6 +12,7 @@
 
 #include "environment/string_table.h"
 #include "runfile/values.h"
+#include "session/text_id.h"
 #include "support/external_checks.h"
 #include "support/snapshot.h"
 
@@ -198,8 +199,11 @@ TEST(WriteReports, SpeaksEveryLanguage) {
     options.output_detail = options.detail_by_input = true;
     const auto texts = environment::make_string_table(language);
     std::vector<std::string> names;
-    for (const int id : {712, 609, 509, 401, 105, 815})
-      names.push_back(texts->GetString(static_cast<std::int16_t>(id), std::string("B6")));
+    for (const std::int16_t id :
+         {text_id::kTornadoSheetName.number, text_id::kSpiderSheetName.number,
+          text_id::kSensitivitySheetName.number, text_id::kOutputDetailSheetName.number,
+          text_id::kDetailByInputSheetName.number, text_id::kSummarySheetName.number})
+      names.push_back(texts->GetString(id, std::string("B6")));
     EXPECT_EQ(sheet_names(*make_reports(shared(small_run()), options)), names);
     write_reports(shared(small_run()), folder / "reports.xlsx", options);
     EXPECT_EXTERNAL(test::validate_xlsx(folder / "reports.xlsx"));

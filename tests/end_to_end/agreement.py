@@ -56,11 +56,11 @@ class Sheet:
     def __init__(self, comparison, sheet, texts):
         self.comparison, self.sheet, self.texts = comparison, sheet, texts
         self.lines = {sheet.cell(row, 1).value: sheet.cell(row, 2).value for row in range(2, 7)}
-        run = re.match(r"(\d+)", str(self.lines.get(texts[206], "1")))
+        run = re.match(r"(\d+)", str(self.lines.get(texts["label.run"], "1")))
         self.simulation = int(run[1])
 
-    def line(self, number):
-        return self.lines.get(self.texts[number])
+    def line(self, label):
+        return self.lines.get(self.texts["label." + label])
 
     def rows(self, header, names):
         """The body below these captions, as dictionaries by `names`; identity cells left blank repeat the row above."""
@@ -69,8 +69,8 @@ class Sheet:
             return
         top, left = found
         captions = {self.sheet.cell(top, column).value: column for column in range(1, left + len(header))}
-        identity = {key: captions.get(self.texts[number]) for key, number in
-                    (("book", 120), ("sheet", 121), ("name", 106), ("cell", 101))}
+        identity = {key: captions.get(self.texts["heading." + name]) for key, name in
+                    (("book", "workbook"), ("sheet", "worksheet"), ("name", "name"), ("cell", "cell"))}
         last = {}
         for row in itertools.count(top + 1):
             cells = {name: self.sheet.cell(row, left + at) for at, name in enumerate(names) if name}
@@ -106,7 +106,7 @@ class Reader:
             taken[key] += 1
 
     def label_of(self, sheet):
-        return str(sheet.line(205)).strip()
+        return str(sheet.line("output")).strip()
 
     def add_steps(self, place, simulation, output, source, cells, sheet):
         step = step_number(cells["step"].value)
@@ -117,24 +117,26 @@ class Reader:
             self.facts.add(place, (simulation, about, source, step, name), cell.value, f"{sheet.title}!{cell.coordinate}")
 
     def read(self):
-        details = self.sheets(404)
+        details = self.sheets("output_detail.title")
         for position, sheet in enumerate(details):
             at = sum(1 for other in details[:position] if other.simulation == sheet.simulation)
             self.labels.setdefault((sheet.simulation, self.label_of(sheet)), []).append(at)
-        for title, place in ((711, "tornado"), (613, "spider"), (512, "sensitivity"), (404, "output detail"), (311, "multi-way tornado")):
-            for output, sheet in self.outputs_of(self.sheets(title)):
-                self.facts.add(place, (sheet.simulation, output, "base"), sheet.line(200), sheet.sheet.title)
+        for report, place in (("tornado", "tornado"), ("spider", "spider"), ("sensitivity", "sensitivity"),
+                              ("output_detail", "output detail"), ("multi_tornado", "multi-way tornado")):
+            for output, sheet in self.outputs_of(self.sheets(report + ".title")):
+                self.facts.add(place, (sheet.simulation, output, "base"), sheet.line("base_value"), sheet.sheet.title)
                 getattr(self, "read_" + place.replace(" ", "_").replace("-", "_"))(place, output, sheet)
-        for sheet in self.sheets(117):
+        for sheet in self.sheets("detail_by_input.title"):
             self.read_detail_by_input(sheet)
-        for sheet in self.sheets(211):
+        for sheet in self.sheets("multi_way.title"):
             self.read_multi_way_detail(sheet)
         for simulation, shown in enumerate(self.shown, start=1):
             self.read_shown(simulation, shown)
         self.read_summaries(details)
 
     def read_tornado(self, place, output, sheet):
-        header = self.texts.common(9, 2, 3, 5, 7, 5, 5, 7, 5, 16)
+        header = [*self.texts.headings("rank name cell value change_percent value value change_percent value"),
+                  self.texts["label.base_value"]]
         names = ["rank", None, None, "low", "low change", "input at low", "high", "high change", "input at high", "input base"]
         for source, cells in sheet.rows(header, names):
             rank = cells["rank"].value
@@ -149,7 +151,7 @@ class Reader:
             self.facts.add(place, (sheet.simulation, output, source, end), value, sheet.sheet.title)
 
     def read_spider(self, place, output, sheet):
-        header = self.texts.common(2, 3, 4, 5, 6, 7, 5, 6, 7)
+        header = self.texts.headings("name cell step value change change_percent value change change_percent")
         names = [None, None, "step", "input value", "input change", "input percent", "output value", "output change", "output percent"]
         results = collections.defaultdict(list)
         for source, cells in sheet.rows(header, names):
@@ -166,8 +168,9 @@ class Reader:
 
     def read_output_detail(self, place, output, sheet):
         texts = self.texts
-        captions = [(texts.common(9, 2) + places + texts.common(3, 4, 5, 7, 5, 7), len(places)) for places in
-                    ([], texts.common(1), texts.common(0, 1))]
+        figures = texts.headings("cell step value change_percent value change_percent")
+        captions = [(texts.headings("rank name") + places + figures, len(places)) for places in
+                    ([], texts.headings("worksheet"), texts.headings("workbook worksheet"))]
         header, places = next((c for c in captions if self.comparison.header_of(sheet.sheet, c[0])), captions[0])
         names = [None] * (3 + places) + ["step", "input value", "input percent", "output value", "output percent"]
         results = collections.defaultdict(list)
@@ -178,8 +181,8 @@ class Reader:
 
     def read_detail_by_input(self, sheet):
         outputs = len(self.shown[sheet.simulation - 1]["outputs"])
-        three = self.texts.common(5, 6, 7)
-        header = self.texts.common(3, 4) + three * (1 + outputs)
+        three = self.texts.headings("value change change_percent")
+        header = self.texts.headings("cell step") + three * (1 + outputs)
         names = [None, "step", "input value", "input change", "input percent"]
         names += [(k, name) for k in range(outputs) for name in ("output value", "output change", "output percent")]
         for source, cells in sheet.rows(header, names):
@@ -190,7 +193,8 @@ class Reader:
                 self.add_steps("detail by input", sheet.simulation, k, source, {"step": cells["step"], **of_output}, sheet.sheet)
 
     def read_multi_way_tornado(self, place, output, sheet):
-        header = [self.texts.common(9)[0], self.texts[304], *self.texts.common(5, 7, 5, 7)]
+        header = [*self.texts.headings("rank"), self.texts["multi_tornado.input_or_group"],
+                  *self.texts.headings("value change_percent value change_percent")]
         names = ["rank", None, "low", "low change", "high", "high change"]
         for _, cells in sheet.rows(header, names):
             for name in names[2:]:
@@ -201,7 +205,8 @@ class Reader:
         """Groups by the rank that they have for an output, which stands in the first row of each."""
         outputs = len(self.shown[sheet.simulation - 1]["outputs"])
         texts, place = self.texts, "multi-way detail"
-        header = (texts.common(5, 7) + [texts[220]] + texts.common(9) + [texts[221]]) * outputs
+        header = [*texts.headings("value change_percent"), texts["multi_way.in_group"], *texts.headings("rank"),
+                  texts["multi_way.interaction"]] * outputs
         found = self.comparison.header_of(sheet.sheet, header)
         if not found:
             return
@@ -240,15 +245,15 @@ class Reader:
 
     def read_summaries(self, details):
         """The totals are those of the sheets."""
-        for sheet in self.sheets(818):
-            found = self.comparison.header_of(sheet.sheet, [self.texts[821], self.texts[1042]])
+        for sheet in self.sheets("summary.title"):
+            found = self.comparison.header_of(sheet.sheet, [self.texts["summary.labels"], self.texts["summary.values"]])
             totals = {sheet.sheet.cell(row, 1).value: sheet.sheet.cell(row, 2).value for row in range(found[0] + 1, found[0] + 12)}
             of_simulation = [s for s in details if s.simulation == sheet.simulation]
-            drawn = sum(1 for s in self.sheets(711) if s.simulation == sheet.simulation)
+            drawn = sum(1 for s in self.sheets("tornado.title") if s.simulation == sheet.simulation)
             without = len(of_simulation) - drawn
-            for number, count in ((811, len(of_simulation)), (1025, without)):
-                quantity = (sheet.simulation, "total", number)
-                self.facts.add("summary", quantity, totals[self.texts[number]], sheet.sheet.title)
+            for name, count in (("outputs_selected", len(of_simulation)), ("outputs_without_graph", without)):
+                quantity = (sheet.simulation, "total", name)
+                self.facts.add("summary", quantity, totals[self.texts["summary." + name]], sheet.sheet.title)
                 self.facts.add("sheets", quantity, count, "sheets")
 
 

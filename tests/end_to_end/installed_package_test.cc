@@ -20,7 +20,7 @@ const fs::path kExamples = kSource / "examples";
 const fs::path kPlant = kExamples / "solar-plant";
 
 // What is built has to be built as the library is.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef ORDVANE_SANITIZED
 constexpr const char* kFlags = "CFLAGS=-fsanitize=address,undefined CXXFLAGS=-fsanitize=address,undefined ";
 constexpr const char* kCompile = " -fsanitize=address,undefined ";
 constexpr const char* kPython =

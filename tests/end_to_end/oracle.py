@@ -299,21 +299,22 @@ class JointResult:
 # ---- The tables ----
 
 class Texts:
-    COMMON = [120, 121, 106, 101, 113, 118, 103, 104, 203, 309, 107, 110, 116, 206, 204, 205, 200]
-
     def __init__(self, path):
-        self.by_id = {}
+        self.by_name = {}
         for line in path.read_text(encoding="utf-8").splitlines():
-            match = re.match(r"(\d+)\s*=\s*(.*?)\s*$", line)
+            match = re.match(r"([a-z_.]+)\s*=\s*(.*?)\s*$", line)
             if match:
                 text = match[2].replace("\\\\", "\0").replace("\\s", " ").replace("\\n", "\n").replace("\0", "\\")
-                self.by_id[int(match[1])] = text
+                self.by_name[match[1]] = text
 
-    def __getitem__(self, number):
-        return self.by_id[number]
+    def __getitem__(self, name):
+        return self.by_name[name]
 
-    def common(self, *indexes):
-        return [self.by_id[self.COMMON[index]] for index in indexes]
+    def headings(self, names):
+        return [self["heading." + name] for name in names.split()]
+
+    def places(self, run):
+        return self.headings("workbook") * (run.range_mode == 2) + self.headings("worksheet") * (run.range_mode > 0)
 
 
 def label(item):
@@ -328,7 +329,7 @@ def places(run, item):
 
 
 def tornado_table(texts, run, result):
-    header = texts.common(9, 2, 3, 5, 7, 5, 5, 7, 5, 16)
+    header = [*texts.headings("rank name cell value change_percent value value change_percent value"), texts["label.base_value"]]
     rows = [None] * result.limit
     for item, rank, effect, facts in zip(run.inputs, result.ranks, result.effects, result.facts):
         if rank <= result.limit:
@@ -354,21 +355,22 @@ def tornado_remarks(texts, run, result, options):
     for item, rank, facts, steps in items:
         bad = sum(1 for row in steps if not usable(row[1 + result.position]))
         if bad:
-            failed.append(filled(texts[263], label(item), bad, len(steps)))
+            failed.append(filled(texts["inputs.failed_results_item"], label(item), bad, len(steps)))
         if rank <= result.limit and not facts.idle and leaves_out_base(steps, result.position, item["base"], result.base):
             without_base.append(label(item))
     lines = []
-    for number, entries in ((260, idle if len(idle) < result.limit else []), (262, failed), (265, without_base)):
+    for line, entries in (("without_effect", idle if len(idle) < result.limit else []), ("failed_results", failed),
+                          ("base_left_out", without_base)):
         text = ", ".join(entries[:12])
         if len(entries) > 12:
-            text = filled(texts[266], text, len(entries) - 12)
-        lines += [filled(texts[number], text)] * bool(entries)
+            text = filled(texts["list.further"], text, len(entries) - 12)
+        lines += [filled(texts["inputs." + line], text)] * bool(entries)
     return lines
 
 
 def step_table(texts, run, result):
     """The table of the spider and the sensitivity graph."""
-    header, rows = texts.common(2, 3, 4, 5, 6, 7, 5, 6, 7), []
+    header, rows = texts.headings("name cell step value change change_percent value change change_percent"), []
     for item, rank, steps in zip(run.inputs, result.ranks, result.values):
         if rank > result.limit:
             continue
@@ -383,8 +385,7 @@ def step_table(texts, run, result):
 
 
 def output_detail_table(texts, run, result):
-    header = (texts.common(9, 2) + texts.common(0) * (run.range_mode == 2) + texts.common(1) * (run.range_mode > 0)
-              + texts.common(3, 4, 5, 7, 5, 7))
+    header = (texts.headings("rank name") + texts.places(run) + texts.headings("cell step value change_percent value change_percent"))
     rows = [None] * run.recalculations
     for (i, s), rank in result.step_ranks().items():
         item, row = run.inputs[i], result.values[i][s]
@@ -397,12 +398,12 @@ def output_detail_table(texts, run, result):
 
 def detail_by_input_table(texts, run, results):
     results = results[:80]
-    header = (texts.common(2) + texts.common(0) * (run.range_mode == 2) + texts.common(1) * (run.range_mode > 0)
-              + texts.common(3, 4) + texts.common(5, 6, 7) * (1 + len(results)))
+    header = (texts.headings("name") + texts.places(run) + texts.headings("cell step")
+              + texts.headings("value change change_percent") * (1 + len(results)))
     rows = []
     for item, steps in zip(run.inputs, results[0].values):
         for step, row in enumerate(steps, start=1):
-            line = [label(item), *places(run, item), item["cell"], texts[108].replace("{1}", str(step))]
+            line = [label(item), *places(run, item), item["cell"], texts["detail_by_input.step"].replace("{1}", str(step))]
             for value, base in [(row[0], item["base"])] + [(row[1 + r.position], r.base) for r in results]:
                 line += [shown(value), shown_difference(value, base), shown_change(value, base)]
             rows.append(line)
@@ -410,7 +411,9 @@ def detail_by_input_table(texts, run, results):
 
 
 def multi_tornado_table(texts, run, result):
-    header, rows = [texts.common(9)[0], texts[304], *texts.common(5, 7, 5, 7)], []
+    header = [*texts.headings("rank"), texts["multi_tornado.input_or_group"],
+              *texts.headings("value change_percent value change_percent")]
+    rows = []
     for rank, g in enumerate(result.order[:result.limit], start=1):
         items = [run.inputs[m] for m in run.groups[g]]
         where = [", ".join(dict.fromkeys(item[kind] for item in items)) for kind in ("book", "sheet")]
@@ -436,7 +439,8 @@ def combination_cells(texts, run, results, g, position, first):
     cells += [""] * ((run.widest - len(values)) * (2 + run.range_mode))
     for r in results:
         value, effect = r.rows[g][position][1][r.position], r.joint[g]
-        side = "" if effect.swing == 0 else {effect.high_at: texts[202], effect.low_at: texts[201]}.get(position, "")
+        ends = {effect.high_at: texts["range.high"], effect.low_at: texts["range.low"]}
+        side = "" if effect.swing == 0 else ends.get(position, "")
         cells += [shown(value), shown(change(value, r.base)), side]
         cells += [r.ranks[g], shown(effect.interaction)] if first else ["", ""]
     return cells
@@ -445,17 +449,18 @@ def combination_cells(texts, run, results, g, position, first):
 def multi_detail_tables(texts, run, results):
     """The highest and lowest results, and every combination; the second stands under the columns of the first."""
     results = results[:80]
-    of_member = texts.common(2) + texts.common(0) * (run.range_mode == 2) + texts.common(1) * (run.range_mode > 0)
-    header = ([texts[216], texts[217]] + (of_member + texts.common(5)) * run.widest
-              + (texts.common(5, 7) + [texts[220]] + texts.common(9) + [texts[221]]) * len(results))
+    of_member = texts.headings("name") + texts.places(run)
+    header = ([texts["multi_way.combination"], texts["multi_way.group"]] + (of_member + texts.headings("value")) * run.widest
+              + [*texts.headings("value change_percent"), texts["multi_way.in_group"], *texts.headings("rank"),
+                 texts["multi_way.interaction"]] * len(results))
     extremes = []
     for r in results:
         name = r.item.get("name", "").strip()
         left = [""] * (1 + run.widest * (2 + run.range_mode) + 5 * results.index(r))
         right = [""] * (4 + 5 * (len(results) - 1 - results.index(r)))
-        for number, end, sign in ((222, "high", -1), (223, "low", 1)):
+        for text, end, sign in (("multi_way.highest", "high", -1), ("multi_way.lowest", "low", 1)):
             found = [g for g in results[0].order if usable(r.joint[g].low)]
-            line = [texts[number].replace("{1}", name) if name else None]
+            line = [texts[text].replace("{1}", name) if name else None]
             if found:
                 g = min(found, key=lambda g: sign * getattr(r.joint[g], end))
                 line += combination_cells(texts, run, results, g, getattr(r.joint[g], end + "_at"), True)
@@ -472,21 +477,24 @@ def multi_detail_tables(texts, run, results):
 def summary_table(texts, run, results, options):
     automatic = sum(1 for item in run.inputs if "DralAuto" in item.get("formula", ""))
     unreported = sum(1 for result in results if result.limit <= 0)
-    figures = [(813, run.simulations), (812, run.recalculations + run.multi_way), (820, len(run.outputs)), (811, len(results)),
-               (1025, unreported), (819, len(run.inputs)), (814, len(run.inputs) - automatic), (802, automatic),
-               (805, run.multi_way), (804, options.max_inputs), (816, options.threshold or 0)]
+    figures = [("runs", run.simulations), ("recalculations", run.recalculations + run.multi_way), ("outputs", len(run.outputs)),
+               ("outputs_selected", len(results)), ("outputs_without_graph", unreported), ("inputs", len(run.inputs)),
+               ("inputs_of_user", len(run.inputs) - automatic), ("inputs_automatic", automatic),
+               ("recalculations_multi_way", run.multi_way), ("most_inputs", options.max_inputs),
+               ("smallest_swing", options.threshold or 0)]
     every = [value for result in results for steps in result.values for step in steps
              for value in [step[1 + result.position]]]
     failed = sum(1 for value in every if not usable(value))
-    rows = [[texts[number], value] for number, value in figures]
+    rows = [[texts["summary." + name], value] for name, value in figures]
     if failed:
-        rows.append([texts[850], texts[851].replace("{1}", str(failed)).replace("{2}", str(len(every)))])
-    return [texts[821], texts[1042]], rows
+        rows.append([texts["summary.failed_results"], filled(texts["summary.failed_results_count"], failed, len(every))])
+    return [texts["summary.labels"], texts["summary.values"]], rows
 
 
 def missing_table(texts, run, results):
     """The outputs that no graph could show."""
-    return [texts[809]] + texts.common(3), [[label(r.item), r.item["cell"]] for r in results if r.limit <= 0]
+    header = [texts["not_shown.output"], *texts.headings("cell")]
+    return header, [[label(r.item), r.item["cell"]] for r in results if r.limit <= 0]
 
 
 # ---- The workbook ----
@@ -693,9 +701,10 @@ class Comparison:
                 self.differ(sheet.title, f"an axis from {low!r} to {high!r} by {unit!r} around {values}")
 
 
-# Kind -> (string id of the sheet's title, what makes the table, leading columns without a caption looked for)
-PER_OUTPUT = {"tornado": (711, tornado_table, True), "spider": (613, step_table, True),
-              "sensitivity": (512, step_table, True), "output-detail": (404, output_detail_table, False)}
+# Kind -> (text of the sheet's title, what makes the table, leading columns without a caption looked for)
+PER_OUTPUT = {"tornado": ("tornado.title", tornado_table, True), "spider": ("spider.title", step_table, True),
+              "sensitivity": ("sensitivity.title", step_table, True),
+              "output-detail": ("output_detail.title", output_detail_table, False)}
 
 
 def compare(run, workbook, texts, options):
@@ -725,28 +734,28 @@ def compare(run, workbook, texts, options):
              for s in range(run.simulations)]
     if "multi-tornado" in options.only and run.groups:
         every = [result for of_run in joint for result in of_run]
-        for sheet, result in zip(sheets(311, len(every), "multi-tornado"), every):
+        for sheet, result in zip(sheets("multi_tornado.title", len(every), "multi-tornado"), every):
             comparison.names_output(sheet, result.item)
             if result.limit > 0:
                 comparison.table(sheet, *multi_tornado_table(texts, run, result), skipped=run.range_mode)
             else:
-                comparison.says(sheet, texts[306])
+                comparison.says(sheet, texts["multi_tornado.no_bars"])
             comparison.bars(sheet, result, options)
     if "multi-detail" in options.only and run.groups:
-        for sheet, of_run in zip(sheets(211, run.simulations, "multi-detail"), joint):
+        for sheet, of_run in zip(sheets("multi_way.title", run.simulations, "multi-detail"), joint):
             header, extremes, body = multi_detail_tables(texts, run, of_run)
             comparison.table(sheet, header, extremes)
             comparison.table(sheet, header, body, further_down=len(extremes) + 3)  # a blank row and two captions
     if "detail-by-input" in options.only:
-        for sheet, of_run in zip(sheets(117, run.simulations, "detail-by-input"), results):
+        for sheet, of_run in zip(sheets("detail_by_input.title", run.simulations, "detail-by-input"), results):
             comparison.table(sheet, *detail_by_input_table(texts, run, of_run))
     if "summary" in options.only:
-        for sheet, of_run in zip(sheets(818, run.simulations, "summary"), results):
+        for sheet, of_run in zip(sheets("summary.title", run.simulations, "summary"), results):
             comparison.table(sheet, *summary_table(texts, run, of_run, options))
     if "missing" in options.only:
         tables = [missing_table(texts, run, of_run) for of_run in results]
         tables = [(header, rows) for header, rows in tables if rows]
-        for sheet, (header, rows) in zip(sheets(817, len(tables), "missing"), tables):
+        for sheet, (header, rows) in zip(sheets("not_shown.title", len(tables), "missing"), tables):
             comparison.table(sheet, header, rows)
     if "charts" in options.only:
         comparison.charts()

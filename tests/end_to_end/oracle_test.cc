@@ -122,7 +122,7 @@ TEST_P(Reports, DrawAllInputsInTornadosOnDemand) {
   EXPECT_EQ(compared.status, 0) << compared.output;
 }
 
-#ifndef __SANITIZE_ADDRESS__  // about nothing but the answers of other programs
+#ifndef ORDVANE_SANITIZED  // about nothing but the answers of other programs
 TEST_P(Reports, AreValid) {
   EXPECT_EXTERNAL(validate_xlsx(workbook()));
 }
@@ -130,7 +130,7 @@ TEST_P(Reports, AreValid) {
 
 INSTANTIATE_TEST_SUITE_P(Of, Reports, testing::ValuesIn(run_files()), name_of);
 
-#ifndef __SANITIZE_ADDRESS__
+#ifndef ORDVANE_SANITIZED
 TEST(AllReports, OpenInLibreOffice) {
   const TemporaryFolder folder;
   std::vector<fs::path> books;
@@ -148,7 +148,7 @@ TEST(RecordedRuns, AreAtHand) {
   EXPECT_GT(run_files().size(), 3U);
 }
 
-#ifndef __SANITIZE_ADDRESS__  // about scripts of ours alone
+#ifndef ORDVANE_SANITIZED  // about scripts of ours alone
 // A comparison that cannot fail proves nothing: a run that differs in the last digit of one number must be
 // noticed.
 TEST(Oracle, NoticesOneChangedDigit) {
@@ -211,7 +211,7 @@ TEST(ProductsAndSums, InteractAsAlgebraSays) {
   }
 }
 
-#ifndef __SANITIZE_ADDRESS__
+#ifndef ORDVANE_SANITIZED
 // The scripts in the repository make the example that is in the repository.
 TEST(SolarPlant, IsMadeAndRecordedByItsScripts) {
   const TemporaryFolder folder;

@@ -9,6 +9,8 @@
 #include <limits>
 #include <string>
 
+#include "session/text_id.h"
+
 namespace ordvane::environment {
 namespace {
 
@@ -122,7 +124,8 @@ TEST(Environment, AnswersForItsLanguage) {
   const std::int32_t id = environment.language_id(1);
   EXPECT_EQ(id, 1033);
   EXPECT_EQ(environment.language_string(id), "en");
-  EXPECT_EQ(environment.string_table("OrdvaneResults8", "en")->GetString(712, std::string("C14")),
+  EXPECT_EQ(environment.string_table("OrdvaneResults8", "en")
+                ->GetString(text_id::kTornadoSheetName.number, std::string("C14")),
             "Tornado C14");
   EXPECT_EQ(environment.date_and_time(), "31/01/2026 12:00:00");
   EXPECT_FALSE(StandardEnvironment({}).date_and_time().empty());

@@ -1,34 +1,44 @@
 // Report charts: the figures behind tornado bars, titles, axes, series looks, watermark.
-#include "layout/report_chart.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
+#include "layout/bar_chart.h"
 #include "layout/layout_bench.h"
+#include "layout/point_chart.h"
 #include "layout/report_table.h"
 #include "layout/report_workbook.h"
 
 namespace ordvane::layout {
 namespace {
 
+// Bars between these values, split at the base where they are to be split.
 struct BarsBench : test::TablesBench {
-  explicit BarsBench(const std::vector<std::pair<host::CellValue, host::CellValue>>& ends, double crossing,
-                     const std::string& name = "Input", const BarParts& parts = {}) {
-    const auto bars = static_cast<std::int32_t>(ends.size());
-    chart = sheet->AddChart(64, 428, sheet->ChartHeightForBars(static_cast<std::int16_t>(bars)));
-    const auto table = sheet->AddTable(bars, 3, 1, 0, "", "");
-    host::CellBlock body(bars, 3);
-    for (std::int32_t row = 1; row <= bars; ++row) {
-      const auto& [low, high] = ends[static_cast<std::size_t>(row - 1)];
+  using Ends = std::vector<std::pair<host::CellValue, host::CellValue>>;
+  BarsBench(const Ends& ends, double base, Bars bars = {}, const std::string& name = "Input",
+            const std::vector<std::int32_t>& rows = {}) {
+    const auto count = static_cast<std::int32_t>(ends.size());
+    chart = sheet->AddBarChart(428, sheet->ChartHeightForBars(static_cast<std::int16_t>(count)));
+    const auto table = sheet->AddTable(count, 3, 1, 0, "", "");
+    host::CellBlock body(count, 3);
+    for (std::int32_t row = 1; const auto& [low, high] : ends) {
       body.set(row, 1, name);
       body.set(row, 2, low);
       body.set(row, 3, high);
+      Bar bar = {.row = row++, .name = name};
+      if (low.is_number() && high.is_number())
+        bar.ends = {std::min(low.number, high.number), std::max(low.number, high.number)};
+      if (rows.empty() || std::find(rows.begin(), rows.end(), bar.row) != rows.end()) {
+        bar.is_point = !rows.empty() && bar.ends->left == bar.ends->right;
+        bars.bars.push_back(bar);
+      }
     }
     table->PutBody(1, body);
-    chart->AddTornadoBars(static_cast<std::int16_t>(bars), *table->Body(1, 2, bars), *table->Body(1, 3, bars),
-                          *table->Body(1, 1, bars), crossing, parts);
+    bars.columns = {1, 2, 3};
+    bars.base = base;
+    chart->Draw(*table, bars);
   }
   const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
   // The figures of a bar, both pieces of the lead as one.
@@ -47,7 +57,7 @@ struct BarsBench : test::TablesBench {
 
   ReportWorkbook workbook = reports();
   std::shared_ptr<ReportSheet> sheet = workbook.AddSheet("Tornado");
-  std::shared_ptr<ReportChart> chart;
+  std::shared_ptr<BarChart> chart;
 };
 
 struct BarCase {
@@ -73,15 +83,14 @@ const BarCase kBarCases[] = {
     {"no high end, left of zero", -50.0, " - ", -40, {-40, 0, 0}, {-40, 0, 0, 0, 0}},
 };
 
-TEST(AddTornadoBars, DrawsFromFormulasOverTheTable) {
+TEST(BarChart, DrawsFromFormulasOverTheTable) {
   for (const BarCase& c : kBarCases) {
     SCOPED_TRACE(c.what);
     BarsBench bench({{c.low, c.high}, {1.0, 2.0}}, c.crossing);
     EXPECT_EQ(bench.figures(1), c.figures);
     EXPECT_EQ(bench.figures(2), (std::vector<double>{1, 0, 1}));
 
-    BarsBench split({{c.low, c.high}, {1.0, 2.0}}, c.crossing, "Input",
-                    {.split = c.crossing, .labels = true});
+    BarsBench split({{c.low, c.high}, {1.0, 2.0}}, c.crossing, {.split = c.crossing, .labels = true});
     std::vector<double> parts = split.figures(1);
     const double tails[] = {parts.at(5), parts.at(6)};
     parts.resize(5);
@@ -94,63 +103,104 @@ TEST(AddTornadoBars, DrawsFromFormulasOverTheTable) {
 }
 
 // Helper cells hold the bars one below the other, whatever rows of the table they come from.
-TEST(AddTornadoBars, DrawsSomeRowsAndShowsPoints) {
-  const std::vector<std::pair<host::CellValue, host::CellValue>> ends = {
-      {30.0, 50.0}, {40.0, 40.0}, {45.0, 45.0}, {20.0, 25.0}};
-  BarsBench bench(ends, 40, "Input", {.labels = true, .rows = {1, 3, 4}, .points = {2}});
+TEST(BarChart, DrawsSomeRowsAndShowsPoints) {
+  BarsBench bench({{30.0, 50.0}, {40.0, 40.0}, {45.0, 45.0}, {20.0, 25.0}}, 40,
+                  {.color = 0x112233, .split = 40, .labels = true}, "Input", {1, 3, 4});
   bench.chart->FinishChart();
-  bench.chart->LabelBarEnds({{}, {.left = "6.0", .right = "6.0"}, {}});
-  EXPECT_EQ(bench.figures(1)[2], 20);
+  bench.chart->LabelBarEnds({{}, {.left = "6.0", .right = "7.0"}, {}});
+  bench.chart->ColorBarPart(3, false, 0x445566);
+  bench.chart->ColorBarPart(1, true, 0x778899);
+  EXPECT_EQ(bench.figures(1)[4], 10) << "above the split";
   EXPECT_EQ(bench.figures(3)[2], 5);
   const std::vector<double> point = bench.figures(2);
-  EXPECT_GT(point[2], 0);
-  EXPECT_LT(point[2], 1);
-  EXPECT_NEAR(point[0] + point[2] / 2, 45, 1e-12);
-  const auto& tail = *bench.drawn().series.at(5);
-  EXPECT_EQ(tail.points.at(2).label.value().text, "6.0");
-  EXPECT_EQ(tail.values.area.rows, 3);
+  EXPECT_GT(point[4], 0);
+  EXPECT_LT(point[4], 1);
+  EXPECT_NEAR(point[0] + point[4] / 2, 45, 1e-12);
+  const auto& series = bench.drawn().series;
+  ASSERT_EQ(series.size(), 8U);
+  EXPECT_EQ(series[7]->points.at(2).label.value().text, "7.0");
+  EXPECT_EQ(series[7]->values.area.rows, 3);
+  for (std::size_t part = 0; part < series.size(); ++part)
+    EXPECT_EQ(series[part]->fill.value().color == 0x112233U, part >= 2 && part < 6)
+        << "the parts that are seen";
+  EXPECT_EQ(series[3]->points.at(3).fill.value().color, 0x445566U) << "below the split, right of zero";
+  EXPECT_EQ(series[4]->points.at(3).fill.value().color, 0x445566U);
+  EXPECT_EQ(series[5]->points.at(1).fill.value().color, 0x778899U);
+  EXPECT_EQ(series[2]->points.at(1).fill.value().color, 0x778899U);
 }
 
 struct LabelCase {
   const char* what;
-  double low, high, crossing;
+  double low, high, base;
   BarLabels labels;
-  std::vector<std::string> shown;  // series and position
+  std::vector<std::string> shown;  // part and position
   bool split = false;
+  bool is_point = false;
+  double height = 20;
 };
 
+// On an axis from 0 to 100, or from -100 to 0 or 100, of 300 points.
 const LabelCase kLabelCases[] = {
-    {"right of zero", 30, 50, 40, {"1.0", "2.0"}, {"2 1.0 3", "6 2.0 4"}},
-    {"left of zero", -50, -30, -40, {"1.0", "2.0"}, {"2 2.0 3", "5 1.0 4"}},
-    {"across zero", -50, 30, 0, {"1.0", "2.0"}, {"5 1.0 4", "6 2.0 4"}},
+    {"right of zero", 30, 50, 40, {"1.0", "2.0"}, {"Reach 1.0 end", "Tail+ 2.0 base"}},
+    {"left of zero", -50, -30, -40, {"1.0", "2.0"}, {"Tail- 1.0 base", "Reach 2.0 end"}},
+    {"across zero", -50, 30, 0, {"1.0", "2.0"}, {"Tail- 1.0 base", "Tail+ 2.0 base"}},
     {"no room", 10, 90, 50, {std::string(40, '8'), std::string(40, '8')}, {}},
-    {"on the axis of the base", 52, 80, 50, {"1.000", "2.0"}, {"4 1.000 4", "6 2.0 4"}},
-    {"at the edges", 2.5, 97.5, 50, {"1.0000", "2.0000"}, {"4 1.0000 4"}},
-    {"at the edges, in parts", 2.5, 97.5, 50, {"1.0000", "2.0000"}, {"4 1.0000 4", "6 2.0000 3"}, true},
-    {"at the edges left of zero", -97.5, -2.5, -50, {"1.0000", "2.0000"}, {"3 2.0000 4", "5 1.0000 3"}, true},
+    {"on the axis of the base", 52, 80, 50, {"1.000", "2.0"}, {"+ 1.000 base", "Tail+ 2.0 base"}},
+    {"the axis may stand at the end of a text", 40, 60, 40, {"1.0", ""}, {"Reach 1.0 end"}},
+    {"at the edges", 2.5, 99, 50, {"1.0000", "2.0000"}, {"+ 1.0000 base"}},
+    {"at the edges, in parts",
+     2.5,
+     99,
+     50,
+     {"1.0000", "2.0000"},
+     {"+ 1.0000 base", "Beyond+ 2.0000 end"},
+     true},
+    {"at the edges left of zero",
+     -99,
+     -1,
+     -50,
+     {"1.0000", "2.0000"},
+     {"Beyond- 1.0000 end", "- 2.0000 base"},
+     true},
+    {"beyond the plot as far as the margin goes", 30, 97, 40, {"", "1.0"}, {"Tail+ 1.0 base"}},
     {"no length", 50, 50, 50, {"1.0", "2.0"}, {}},
+    {"a point has one text", 50, 50, 50, {"1.0", "2.0"}, {"Tail+ 2.0 base"}, false, true},
+    {"at its left where the right has no room",
+     100,
+     100,
+     50,
+     {"1.0", "2.0000"},
+     {"Reach 1.0 end"},
+     false,
+     true},
+    {"too thin", 30, 50, 40, {"1.0", "2.0"}, {}, false, false, 9},
     {"no texts", 30, 50, 40, {}, {}},
 };
 
-TEST(LabelBarEnds, PutsTextsWhereThereIsRoom) {
+TEST(PlaceLabels, PutsTextsWhereThereIsRoom) {
+  const char* parts[] = {"Lead", "Reach", "-", "+", "Beyond-", "Beyond+", "Tail-", "Tail+"};
   for (const LabelCase& c : kLabelCases) {
     SCOPED_TRACE(c.what);
-    // The second bar sets the ends of the axis.
-    BarsBench bench({{c.low, c.high}, {c.low < 0 ? -98.0 : 2.0, c.low < 0 && c.high < 0 ? -2.0 : 98.0}},
-                    c.crossing, "Input",
-                    {.split = c.split ? std::optional(c.crossing) : std::nullopt, .labels = true});
-    bench.chart->FinishChart();
-    bench.chart->LabelBarEnds({c.labels});
+    const LabelledBar bar = {.ends = BarEnds{c.low, c.high}, .is_point = c.is_point, .labels = c.labels};
+    const BarPlot plot = {.minimum = c.low < 0 ? -100.0 : 0,
+                          .maximum = c.high < 0 ? 0.0 : 100,
+                          .width = 300,
+                          .height = c.height,
+                          .base = c.base,
+                          .split = c.split ? std::optional(c.base) : std::nullopt};
     std::vector<std::string> shown;
-    for (std::size_t i = 0; i < bench.drawn().series.size(); ++i)
-      for (const auto& [bar, point] : bench.drawn().series[i]->points)
-        shown.push_back(std::to_string(i + 1) + " " + point.label.value().text.value() + " " +
-                        std::to_string(point.label->position.value()));
+    // The bar without ends only takes room.
+    for (const PlacedLabel& label :
+         place_labels({LabelledBar{.ends = {}, .labels = {"x", "x"}}, bar}, plot)) {
+      EXPECT_EQ(label.bar, 2);
+      shown.push_back(std::string(parts[static_cast<std::size_t>(label.part)]) + " " + label.text +
+                      (label.position == host::LabelPosition::kInsideBase ? " base" : " end"));
+    }
     EXPECT_EQ(shown, c.shown);
   }
 }
 
-TEST(AddTornadoBars, FollowsTheTableFromHiddenColumns) {
+TEST(BarChart, FollowsTheTableFromHiddenColumns) {
   BarsBench bench({{30.0, 50.0}}, 40);
   const auto& series = bench.drawn().series;
   ASSERT_EQ(series.size(), 4U);
@@ -162,12 +212,11 @@ TEST(AddTornadoBars, FollowsTheTableFromHiddenColumns) {
   EXPECT_EQ(bench.figures(1), (std::vector<double>{30, 0, 35}));
 }
 
-TEST(ReportChart, CutsLongNamesBesideTheBarsAndThinsTheLabels) {
-  constexpr double kAuto = host::kAutoScaleValue;
+TEST(BarChart, CutsLongNamesBesideTheBarsAndThinsTheFigures) {
   for (const bool is_long : {false, true}) {
-    BarsBench bench({{350000.0, 790000.0}}, 522390, is_long ? std::string(90, 'n') + " (B4)" : "Price (B4)",
-                    {.number_format = "#,##0.00 [$USD]"});
-    bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0.00 [$USD]", true);
+    BarsBench bench({{350000.0, 790000.0}}, 522390,
+                    {.axis_title = "Cost", .number_format = "#,##0.00 [$USD]"},
+                    is_long ? std::string(90, 'n') + " (B4)" : "Price (B4)");
     bench.chart->FinishChart();
     const office::ChartModel& chart = bench.drawn();
     const test::BookReader reader(*bench.kept);
@@ -182,16 +231,15 @@ TEST(ReportChart, CutsLongNamesBesideTheBarsAndThinsTheLabels) {
   }
 }
 
-TEST(ReportChart, ScalesTheValueAxisToTheBars) {
-  BarsBench bench({{40000.0, 41000.0}, {" - ", " - "}}, 40461, "Input", {.number_format = "#,##0"});
-  constexpr double kAuto = host::kAutoScaleValue;
-  bench.chart->SetXAxis("Cost", kAuto, kAuto, kAuto, "#,##0", true);
+TEST(BarChart, ScalesTheValueAxisToTheBars) {
+  BarsBench bench({{40000.0, 41000.0}, {" - ", " - "}}, 40461,
+                  {.axis_title = "Cost", .number_format = "#,##0"});
   bench.chart->FinishChart();
   const office::ChartModel& chart = bench.drawn();
   const office::AxisModel& values = chart.axes[0][1];
-  EXPECT_GT(values.minimum.value_or(0), 39000);
-  EXPECT_LE(values.minimum.value_or(0), 40000);
-  EXPECT_GE(values.maximum.value_or(0), 41000);
+  EXPECT_EQ(values.minimum, 40000);
+  EXPECT_EQ(values.maximum, 41000);
+  EXPECT_EQ(values.major_unit, bench.chart->ticks()->unit);
   EXPECT_EQ(values.crosses_at, 40461);
   EXPECT_EQ(values.number_format, "#,##0");
   const office::AxisModel& names = chart.axes[0][0];
@@ -200,16 +248,12 @@ TEST(ReportChart, ScalesTheValueAxisToTheBars) {
   ASSERT_TRUE(chart.plot.inside);
   EXPECT_LT(chart.plot.inside->left, 0.4 * chart.width + 1);
   EXPECT_LT(chart.plot.inside->left + chart.plot.inside->width, chart.width);
-
-  bench.chart->SetXAxis("Cost", 0, kAuto, 500, "", true);
-  EXPECT_EQ(bench.drawn().axes[0][1].minimum, 0);
-  EXPECT_EQ(bench.drawn().axes[0][1].maximum, std::nullopt);
 }
 
 TEST(ReportChart, TitleAndSubtitleShareTheTitle) {
   test::TablesBench bench;
   auto reports = bench.reports();
-  const auto chart = reports.AddSheet("Title")->AddChart(33, 428, 300);
+  const auto chart = reports.AddSheet("Title")->AddPointChart(428, 300);
   chart->SetTitle("Größe 😀");
   chart->SetSubtitle("second\r\nthird");
   const auto& model = *bench.first_sheet(reports).charts.front();
@@ -225,7 +269,8 @@ TEST(ReportChart, TellsThirtyTwoSeriesApart) {
   test::TablesBench bench;
   auto reports = bench.reports();
   const auto sheet = reports.AddSheet("Series");
-  const auto chart = sheet->AddChart(33, 428, 300);
+  const auto chart = sheet->AddPointChart(428, 300);
+  chart->ShowLegend();
   const auto cells = sheet->NextCell()->resize(3, 1);
   for (int i = 0; i < 32; ++i) chart->AddSeries(*cells, *cells, "Input");
   std::set<std::pair<host::Color, std::int32_t>> looks;
@@ -239,9 +284,10 @@ TEST(ReportChart, TellsThirtyTwoSeriesApart) {
 // A chart of points over cells of a sheet: one line for each list of points.
 struct PointsBench : test::TablesBench {
   using Line = std::vector<std::pair<host::CellValue, host::CellValue>>;
-  PointsBench(std::int32_t kind, const std::vector<Line>& lines, const std::string& name,
+  PointsBench(bool legend, const std::vector<Line>& lines, const std::string& name,
               const std::string& format = "0%", double width = 428) {
-    chart = sheet->AddChart(kind, width, 300);
+    chart = sheet->AddPointChart(width, 300);
+    if (legend) chart->ShowLegend();
     std::int32_t column = 1;
     for (const Line& line : lines) {
       const auto rows = static_cast<std::int32_t>(line.size());
@@ -255,18 +301,17 @@ struct PointsBench : test::TablesBench {
       chart->AddSeries(*cells->resize(rows, 1), *cells->offset(0, 1)->resize(rows, 1), name);
       column += 2;
     }
-    constexpr double kAuto = host::kAutoScaleValue;
     chart->SetTitle(std::string(60, 'w'));
     chart->SetSubtitle("second line");
-    chart->SetXAxis("Input", kAuto, kAuto, kAuto, format, true);
-    chart->SetYAxis("Output", kAuto, kAuto, kAuto, format);
+    chart->SetXAxis("Input", format);
+    chart->SetYAxis("Output", format);
     chart->FinishChart();
   }
   const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
 
   ReportWorkbook workbook = reports();
   std::shared_ptr<ReportSheet> sheet = workbook.AddSheet("Points");
-  std::shared_ptr<ReportChart> chart;
+  std::shared_ptr<PointChart> chart;
 };
 
 struct PointsCase {
@@ -287,7 +332,7 @@ const PointsCase kPointsCases[] = {
 TEST(PointChart, SetsItsAxesAroundThePoints) {
   for (const PointsCase& c : kPointsCases) {
     SCOPED_TRACE(c.what);
-    PointsBench bench(34, {c.line}, "Input");
+    PointsBench bench(false, {c.line}, "Input");
     const office::AxisModel& x = bench.drawn().axes[0][0];
     const office::AxisModel& y = bench.drawn().axes[0][1];
     EXPECT_EQ(x.minimum, c.x_minimum);
@@ -306,7 +351,7 @@ TEST(PointChart, NamesOfAnyScriptLeaveThePlotItsRoom) {
   for (const char* name : {"年間平均上昇率消費者物価指数を基準とする電力購入契約の単価 (C4)",
                            "שיעור הריבית השנתי על ההלוואה הראשית של החברה (C4)",
                            "A long name that goes on for quite a while, and then on (C4)", "Rate (C4)"}) {
-    PointsBench bench(33, {kCross}, name);
+    PointsBench bench(true, {kCross}, name);
     const office::ChartModel& chart = bench.drawn();
     const std::string& shown = chart.series.front()->name;
     EXPECT_TRUE(shown.ends_with(" (C4)")) << shown;
@@ -322,7 +367,7 @@ TEST(ReportChart, WatermarkLiesInThePlotAndClicksOnlyWithTheAddIn) {
   for (const bool add_in : {false, true}) {
     test::TablesBench bench(add_in);
     auto reports = bench.reports();
-    const auto chart = reports.AddSheet("Watermark")->AddChart(34, 428, 300);
+    const auto chart = reports.AddSheet("Watermark")->AddPointChart(428, 300);
     chart->SetWatermark("Draft", "", "Book.xla!Click");
     EXPECT_EQ(bench.first_sheet(reports).charts.back()->click_macro, add_in ? "Book.xla!Click" : "");
   }
@@ -337,8 +382,8 @@ TEST(ReportChart, WatermarkLiesInThePlotAndClicksOnlyWithTheAddIn) {
     }
     EXPECT_GE(chart.text_boxes[1].top, chart.text_boxes[0].top + chart.text_boxes[0].height);
   };
-  for (const std::int32_t kind : {33, 34}) {
-    PointsBench bench(kind, {kCross}, "A name of some length (C4)", "0%", 376);
+  for (const bool legend : {false, true}) {
+    PointsBench bench(legend, {kCross}, "A name of some length (C4)", "0%", 376);
     bench.chart->SetWatermark("Draft", "for the board\nonly", "");
     lies_in_plot(bench.drawn());
   }

@@ -5,13 +5,12 @@
 #include <gtest/gtest.h>
 
 #include "layout/layout_bench.h"
-#include "layout/report_chart.h"
+#include "layout/point_chart.h"
 #include "layout/report_table.h"
 
 namespace ordvane::layout {
 namespace {
 
-using host::HAlign;
 using testing::ElementsAre;
 
 TEST(ReportWorkbook, IsANewWorkbookWithoutEmptySheets) {
@@ -37,8 +36,9 @@ TEST(ReportWorkbook, ManySheetsGetAListOfThemWithLinks) {
     reports.SetExcelReady(true);
     for (std::size_t i = 1; i <= sheets; ++i)
       reports.AddSheet("It's \"" + std::to_string(i) + "\"")
-          ->AddTitleBlock("Report " + std::to_string(i), {{bench.session.CommonString(14), "plan.xlsx"},
-                                                          {bench.session.CommonString(15), "Profit (B2)"}});
+          ->AddTitleBlock("Report " + std::to_string(i),
+                          {{bench.session.text(text_id::kLabelWorkbook), "plan.xlsx"},
+                           {bench.session.text(text_id::kLabelOutput), "Profit (B2)"}});
     reports.ReportsComplete();
     const auto names = test::sheet_names(bench.model(reports));
     if (sheets == 6) {
@@ -129,7 +129,7 @@ A10 "second"  B10 2 {0.00}  C10 20
 A12 "Second table"
 A13 "Only header"
 A16 "below"
-note at C8 "Note:
+note at C8 "<116>:
 About a column."
 note at B10 "Note:
 About a value.
@@ -143,9 +143,9 @@ TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
   sheet->AddTitleBlock("Report", {{"Workbook", "1-2"}, {"Base", 1234.5, "#,##0.0"}});
   const auto table = sheet->AddTable(2, 2, 2, 1, "Caption", "Subcaption");
   table->CornerRange()->set_value("Group");
-  table->SetColumnHeader(1, "Value", HAlign::kRight, HAlign::kCenter, 0, kFitColumn, "", false);
-  table->SetColumnHeader(2, "Percent change of the value", HAlign::kRight, HAlign::kCenter, 0, kFitColumn, "",
-                         false);
+  std::vector<Column> columns = {figure_column("Value"), figure_column("Percent change of the value")};
+  columns[1].note = "About a column.";
+  table->SetColumns(columns);
   table->SetRowHeader(1, 1, "first");
   table->SetRowHeader(1, 2, "second");
   sheet->SheetWorksheet()->range("A8")->set_value("Item");
@@ -155,11 +155,10 @@ TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
       body.set_number(row, column, row * (column == 1 ? 1 : 10));
   table->PutBody(1, body);
   table->FormatBody(1, 2, 1, "0.00");
-  table->AddTableNote(0, 2, "Note", "About a column.");
   table->AddTableNote(2, 1, "Note", "About a value.");
   sheet->AddCellNote(*table->Body(2, 1), "Note", "And more.");
   const auto empty = sheet->AddTable(0, 1, 1, 0, "Second table", "");
-  empty->SetColumnHeader(1, "Only header", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+  empty->SetColumns({name_column("Only header")});
   sheet->NextCell()->set_value("below");
   sheet->FinishSheet();
 
@@ -185,7 +184,7 @@ TEST(ReportTable, NameColumnsGrowWithTheirNamesWithinReason) {
     auto reports = bench.reports();
     const auto sheet = reports.AddSheet("Names");
     const auto table = sheet->AddTable(2, 2, 1, 0, "", "");
-    table->SetColumnHeader(1, "Name", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+    table->SetColumns({name_column("Name")});
     host::CellBlock body(2, 2);
     body.set_text(1, 1, std::string(c.length, 'e'));
     body.set_text(1, 2, std::string(400, 'e'));
@@ -204,22 +203,22 @@ TEST(ReportSheet, GivesTheRoomOfARemovedChartBack) {
   const auto sheet = reports.AddSheet("Charts");
   sheet->AddTitleBlock("Report", {});
   const std::int32_t first = sheet->NextCell()->row();
-  const auto chart = sheet->AddChart(33, 428, 300);
+  const auto chart = sheet->AddPointChart(428, 300);
   EXPECT_EQ(sheet->NextCell()->row(), first + 21);
   EXPECT_EQ(chart->Container()->top(), sheet->SheetWorksheet()->range(first, 1, 1, 1)->top() + 0.75)
       << "the frame's width below, so that none of it is printed on the page before";
   sheet->RemoveChart(chart);
   EXPECT_EQ(sheet->NextCell()->row(), first);
 
-  const auto above = sheet->AddChart(33, 428, 300);
+  const auto above = sheet->AddPointChart(428, 300);
   const double top = above->Container()->top();
   sheet->AddTable(3, 1, 1, 0, "", "");
   const std::int32_t next = sheet->NextCell()->row();
   sheet->RemoveChart(above);
-  EXPECT_EQ(sheet->AddChart(33, 428, 300)->Container()->top(), top)
+  EXPECT_EQ(sheet->AddPointChart(428, 300)->Container()->top(), top)
       << "in the place of the one above the table";
   EXPECT_EQ(sheet->NextCell()->row(), next);
-  EXPECT_GT(sheet->AddChart(33, 428, 300)->Container()->top(), top);
+  EXPECT_GT(sheet->AddPointChart(428, 300)->Container()->top(), top);
 }
 
 TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
@@ -231,7 +230,7 @@ TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
   sheet->AddLine(std::string(400, 'w'));
   sheet->PlaceChartsSideBySide(2);
   std::vector<std::shared_ptr<ReportChart>> charts;
-  for (int i = 0; i < 9; ++i) charts.push_back(sheet->AddChart(34, 376, 300));
+  for (int i = 0; i < 9; ++i) charts.push_back(sheet->AddPointChart(376, 300));
   const double line_end = charts.front()->Container()->top();
   sheet->FinishSheet();
   const office::SheetModel& model = bench.first_sheet(reports);
@@ -264,7 +263,7 @@ TEST(ReportSheet, LinesBelongToWhatStandsAboveThem) {
   sheet->SetSheetOption(1);
   sheet->AddTable(1, 3, 1, 0, "", "");
   const std::int32_t room = sheet->NextCell()->row();
-  const auto chart = sheet->AddChart(33, 428, 420);
+  const auto chart = sheet->AddPointChart(428, 420);
   const std::int32_t first = sheet->NextCell()->row();
   sheet->AddLine("No effect: Rent (B4)");
   sheet->AddLine(words);
@@ -285,6 +284,37 @@ TEST(ReportSheet, LinesBelongToWhatStandsAboveThem) {
   for (const office::Area& area : model.merges) merged.push_back(area.row);
   EXPECT_THAT(merged, testing::UnorderedElementsAre(2, first, first + 1, table->BodyRange()->row() + 5));
   EXPECT_THAT(model.page.row_breaks, ElementsAre(room, first + 3));
+}
+
+// Lines are fitted when a chart is placed and once more at the end, when columns may be wider and others fit.
+TEST(ReportSheet, LinesAreWholeWhateverWidthsTheColumnsGet) {
+  const std::string words(400, 'w');
+  for (const std::size_t label : {1, 12, 25, 60}) {
+    for (const double width : {200.0, 376.0, 900.0}) {
+      for (const std::int32_t charts : {1, 3}) {
+        for (const bool line_below : {false, true}) {
+          SCOPED_TRACE(testing::Message() << label << " " << width << " " << charts << " " << line_below);
+          test::TablesBench bench;
+          auto reports = bench.reports();
+          const auto sheet = reports.AddSheet("Lines");
+          sheet->AddTitleBlock("Report", {{std::string(label, 'W'), 5.0}});
+          const std::int32_t first = sheet->AddLine(words)->row();
+          sheet->AddTable(2, 5, 1, 0, "", "");
+          if (line_below) sheet->AddLine(words);
+          sheet->PlaceChartsSideBySide(2);
+          std::vector<std::shared_ptr<PointChart>> placed;
+          for (std::int32_t i = 0; i < charts; ++i) placed.push_back(sheet->AddPointChart(width, 100));
+          ASSERT_NO_THROW(sheet->FinishSheet());
+          std::vector<std::int32_t> merged;
+          for (const office::Area& area : bench.first_sheet(reports).merges)
+            if (area.column == 1) merged.push_back(area.row);
+          EXPECT_EQ(merged, line_below ? (std::vector{first, first + 6}) : std::vector{first});
+          const auto line = sheet->SheetWorksheet()->range(first, 1, 1, 1);
+          EXPECT_LE(line->top() + line->row_height(), placed.front()->Container()->top());
+        }
+      }
+    }
+  }
 }
 
 struct PageCase {
@@ -316,10 +346,9 @@ TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
     const auto sheet = reports.AddSheet("Pages");
     sheet->AddTitleBlock("Cost & profit", {});
     sheet->SetSheetOption(1);
-    if (c.chart) sheet->AddChart(33, 428, 300);
+    if (c.chart) sheet->AddPointChart(428, 300);
     const auto table = sheet->AddTable(c.rows, c.columns, 2, 0, "", "");
-    for (std::int32_t column = 1; column <= c.columns; ++column)
-      table->SetColumnHeader(column, "x", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+    table->SetColumns(std::vector(static_cast<std::size_t>(c.columns), name_column("x")));
     sheet->FinishSheet();
     const auto& model = bench.first_sheet(reports);
     EXPECT_EQ(model.page.landscape, c.landscape);
@@ -341,10 +370,11 @@ TEST(ReportSheet, PrintsBlocksOfColumnsWholeWithTheirHeading) {
   sheet->SetSheetOption(1);
   const auto table = sheet->AddTable(5, 13, 2, 0, "", "");
   table->SetIdentityColumns(1, 1);
-  table->AddColumnBlocks(2, 3, 4);
-  table->AddHeading({1, 2, 1, 12, "Output"});
-  for (std::int32_t column = 1; column <= 13; ++column)
-    table->SetColumnHeader(column, "x", HAlign::kLeft, HAlign::kLeft, 0, kNameColumnWidth, "", true);
+  std::vector<Column> columns = {name_column("x")};
+  std::vector<Column> block(12, name_column("x"));
+  for (std::size_t at = 0; at < block.size(); at += 3) block[at].begins_block = true;
+  append(columns, grouped("Output", 1, block));
+  table->SetColumns(columns);
   sheet->FinishSheet();
   const auto& model = bench.first_sheet(reports);
   EXPECT_EQ(model.page.column_breaks, (std::vector<std::int32_t>{8}));

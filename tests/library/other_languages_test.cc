@@ -18,7 +18,7 @@ TEST(CInterface, HoldsItsConventions) {
 std::string python() {
   std::string command = "ORDVANE_LIBRARY=" ORDVANE_LIBRARY " PYTHONPATH=" ORDVANE_SOURCE_DIR
                         "/python PYTHONDONTWRITEBYTECODE=1 ";
-#ifdef __SANITIZE_ADDRESS__
+#ifdef ORDVANE_SANITIZED
   command +=
       "ASAN_OPTIONS=detect_leaks=0 LD_PRELOAD=\"$(g++ -print-file-name=libasan.so) "
       "$(g++ -print-file-name=libubsan.so)\" ";

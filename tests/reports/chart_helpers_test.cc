@@ -2,68 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "reports/reports_bench.h"
 
 namespace ordvane::reports {
 namespace {
 
 using test::GraphBench;
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kUntouched = 77;
-
-struct ScaleCase {
-  const char* what;
-  double low, high;
-  bool set;
-  double minimum, maximum, unit;
-};
-const ScaleCase kScaleCases[] = {
-    {"a power of ten is not cut short", 0, 1000, true, 0, 1000, 200},
-    {"an empty range is widened", 5, 5, true, 4.4, 5.6, 0.2},
-    {"fifths of a power up to 2", 0, 20, true, 0, 20, 2},
-    {"halves up to 5", 1.2, 5.2, true, 1, 5.5, 0.5},
-    {"whole powers above", -3, 4, true, -3, 4, 1},
-    {"below zero", -17, -3, true, -18, -2, 2},
-    {"a reversed range is refused", 3, 1, false, 0, 0, 0},
-    {"not a number is refused", test::kNothing, 1, false, 0, 0, 0},
-    {"an endless range is refused", -kInfinity, 1, false, 0, 0, 0},
-    {"a range beyond numbers is refused", -1.7e308, 1.7e308, false, 0, 0, 0},
-};
-
-TEST(CalcAxisScale, RoundsTheBoundsOfARange) {
-  for (const ScaleCase& c : kScaleCases) {
-    SCOPED_TRACE(c.what);
-    double minimum = kUntouched, maximum = kUntouched, unit = kUntouched;
-    ASSERT_EQ(CalcAxisScale(c.low, c.high, minimum, maximum, unit), c.set);
-    EXPECT_NEAR(minimum, c.set ? c.minimum : kUntouched, 1e-12);
-    EXPECT_NEAR(maximum, c.set ? c.maximum : kUntouched, 1e-12);
-    EXPECT_NEAR(unit, c.set ? c.unit : kUntouched, 1e-12);
-  }
-}
-
-TEST(CalcAxisScale, ContainsTheRangeInFewSteps) {
-  for (double low : {-1e9, -123.4, 0.0, 1e-7, 99.99})
-    for (int power = -12; power <= 24; ++power) {
-      const double width = std::pow(3.1, power);
-      double minimum = 0, maximum = 0, unit = 0;
-      if (!CalcAxisScale(low, low + width, minimum, maximum, unit)) continue;
-      const double steps = (maximum - minimum) / unit;
-      EXPECT_LE(minimum, low + unit * 1e-6) << low << " + " << width;
-      EXPECT_GE(maximum, low + width - unit * 1e-6) << low << " + " << width;
-      EXPECT_LE(steps, 13) << low << " + " << width;
-    }
-}
-
-TEST(ArrayExtremes, AreFoundAndAnEmptyArrayIsRefused) {
-  const std::vector<double> values = {3, -2, 8, -2};
-  EXPECT_EQ(ArrayMin(values), -2);
-  EXPECT_EQ(ArrayMax(values), 8);
-  EXPECT_THROW(ArrayMin({}), host::Error);
-  EXPECT_THROW(ArrayMax({}), host::Error);
-}
 
 // A sheet to put figures on.
 std::shared_ptr<host::Worksheet> sheet_of(GraphBench& bench) {
@@ -111,7 +55,7 @@ TEST(GraphRangesExtent, SpansAllSeriesButThoseWithErrors) {
 TEST(MessageChart, IsAPanelThatShowsItsTitleOnly) {
   GraphBench bench;
   const auto sheet = bench.workbook->AddSheet("Panel");
-  std::shared_ptr<layout::ReportChart> made;
+  std::shared_ptr<layout::PointChart> made;
   EXPECT_EQ(CreateMessageChart(*sheet, "Nothing to see", &made), 0);
   ASSERT_TRUE(made);
   const auto book = bench.book();

@@ -20,6 +20,7 @@
 #include "model/ranking.h"
 #include "office/office.h"
 #include "reports/context.h"
+#include "reports/tornado_chart.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/values.h"
 #include "session/session.h"
@@ -28,6 +29,7 @@
 namespace ordvane::test {
 
 inline constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
+inline constexpr host::Color kBlue = 0xFF0000, kRed = 0x0000FF;
 inline const double kNumError = runfile::encode_error(host::CellError::kNum);
 
 struct TestInput {
@@ -71,13 +73,14 @@ class GraphBench {
     ranking.input_limit = inputs.size();
   }
 
-  reports::Context context(model::OrdvaneOutputMode mode = model::OrdvaneOutputAsValue) {
-    return {.session = session,
-            .workbook = *workbook,
-            .selected = selected,
-            .inputs = inputs,
-            .outputs = outputs,
-            .output_mode = mode};
+  reports::Context context() {
+    return {session, *workbook, selected, inputs, outputs, 0, range_mode, mode, run_number, total_runs};
+  }
+  reports::TornadoStyle style(host::Color line = kRed) {
+    return {.base_value = total_runs > 1 ? host::kNoBaseValue : output().BaseValue(),
+            .base_label = "Base value",
+            .bar_color = kBlue,
+            .baseline_color = line};
   }
 
   std::shared_ptr<const office::BookModel> book() { return app->model(*workbook->workbook()); }
@@ -107,6 +110,9 @@ class GraphBench {
   model::Records inputs, outputs;
   model::OneBased<std::int32_t> selected = {1};
   model::RankingRecord ranking;
+  model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;
+  model::OrdvaneOutputMode mode = model::OrdvaneOutputAsValue;
+  std::int32_t run_number = 1, total_runs = 1;
 
  private:
   static double swing(const model::DralInputOutput& input) {
@@ -154,17 +160,23 @@ class GraphBench {
   }
 };
 
-// What a report shows, and does not, of these inputs.
-struct GraphSituation {
+// What a report shows, and does not, of these inputs, or groups of them.
+template <class Bench, class Input>
+struct Situation {
   const char* what;
   double base;
-  std::vector<TestInput> inputs;
-  std::function<void(GraphBench&)> change;  // of the bench, after the inputs
-  model::OrdvaneOutputMode mode;
-  std::vector<std::string> shown, not_shown;
+  std::vector<Input> inputs;
+  std::vector<std::string> shown, not_shown = {};
+  std::function<void(Bench&)> change = nullptr;  // of the bench, after the inputs
 };
+using GraphSituation = Situation<GraphBench, TestInput>;
 
-inline void set_up(GraphBench& bench, const GraphSituation& situation) {
+inline void in_percent(GraphBench& bench) {
+  bench.mode = model::OrdvaneOutputAsPercentChange;
+}
+
+template <class Bench, class Input>
+void set_up(Bench& bench, const Situation<Bench, Input>& situation) {
   bench.output().set_BaseValue(situation.base);
   bench.set_inputs(situation.inputs);
   if (situation.change) situation.change(bench);

@@ -12,34 +12,25 @@ namespace {
 
 using Situation = test::GraphSituation;
 using test::GraphBench;
+using test::in_percent;
+using test::kBlue;
 using test::kNothing;
 using test::kNumError;
+using test::kRed;
 using test::TestInput;
-using ::testing::HasSubstr;
-using ::testing::Not;
-
-constexpr host::Color kBlue = 0xFF0000;
-constexpr host::Color kRed = 0x0000FF;
 
 const std::vector<TestInput> kTwoInputs = {
     {"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, 115}}},
     {"Price", "B3", 10, {{8, 60}, {10, 100}, {12, 140}}, "0"},
 };
 
-TornadoStyle style(double base, host::Color line = kRed) {
-  return {.base_value = base, .base_label = "Base value", .bar_color = kBlue, .baseline_color = line};
-}
-
-std::string make_report(GraphBench& bench, const Situation& c, std::int32_t run = 1, std::int32_t runs = 1) {
+std::string make_report(GraphBench& bench, const Situation& c) {
   set_up(bench, c);
-  Context context = bench.context(c.mode);
   for (const auto& input : bench.inputs) {
-    if (input.sheetName != "Model") context.range_mode = model::OrdvaneRangeSheetMode;
-    if (input.bookName != "plant.xlsx") context.range_mode = model::OrdvaneRangeBookMode;
+    if (input.sheetName != "Model") bench.range_mode = model::OrdvaneRangeSheetMode;
+    if (input.bookName != "plant.xlsx") bench.range_mode = model::OrdvaneRangeBookMode;
   }
-  context.run_number = run;
-  context.total_runs = runs;
-  GenerateTornadoReport(context, 1, bench.ranking, style(runs > 1 ? host::kNoBaseValue : c.base));
+  GenerateTornadoReport(bench.context(), 1, bench.ranking, bench.style());
   return bench.text();
 }
 
@@ -54,8 +45,6 @@ const Situation kSituations[] = {
     {"values",
      100,
      kTwoInputs,
-     nullptr,
-     model::OrdvaneOutputAsValue,
      {"== Tornado C14\n", "B4 100 {#,##0.00}\n", kFirstRow, "2  B+2 \"Rate (B2)\"", "J+2 5 {0.0}\n",
       "from 60 to 140", "crossed at 100", "{#,##0.00}", kMarker, "second category axis from 60 to 140",
       "second value axis from 0 to 1"},
@@ -63,221 +52,168 @@ const Situation kSituations[] = {
     {"percent: the marker stands at no change and names the base",
      100,
      kTwoInputs,
-     nullptr,
-     model::OrdvaneOutputAsPercentChange,
      {"from -0.4 to 0.4", "crossed at 0", "over (0, 0)", "labelled \"Base value 100.00\"", "{0.00%}"},
-     {"note at"}},
+     {"note at"},
+     in_percent},
     {"percent of nothing",
      0,
      kTwoInputs,
-     nullptr,
-     model::OrdvaneOutputAsPercentChange,
      {"There is no tornado graph for this output.",
       "The base value of the output is 0, so there is no change", "E+1 \" - \"", "D+1 60",
       "note at E+1 \"Please note:\nThe base value of the output is 0"},
-     {"Vertical", "note at D"}},
+     {"Vertical", "note at D"},
+     in_percent},
     {"values with a base of zero",
      0,
      kTwoInputs,
-     nullptr,
-     model::OrdvaneOutputAsValue,
      {"from 0 to 140", "crossed at 0", "over (0, 0)"},
      {"There is no tornado"}},
     {"percent of what is no number",
      kNothing,
      kTwoInputs,
-     nullptr,
-     model::OrdvaneOutputAsPercentChange,
      {"There is no tornado graph", "A base value is 0 or not a number",
       "note at E+1 \"Please note:\nThe base value of the output is not a number"},
-     {"Vertical", "output is 0"}},
+     {"Vertical", "output is 0"},
+     in_percent},
     {"what failed is no lack of a base",
      0,
      {{"Dead", "B3", 5, {{4, kNumError}, {6, kNothing}}}, {"Rate", "B2", 5, {{4, -1}, {5, 1}}}},
-     nullptr,
-     model::OrdvaneOutputAsValue,
      {"note at E+1 \"Please note:\nThe base value of the output is 0",
       "note at D+2 \"Please note:\nSome values"},
      {"note at E+2"}},
     {"values about a base that is no number",
      kNothing,
      kTwoInputs,
-     nullptr,
-     model::OrdvaneOutputAsValue,
      {"from 60 to 140", "crossed at 60"},
      {"Vertical", "Base value "}},
     {"both ends on one side of the base are drawn from the axis of the base",
      50,
      kTwoInputs,
-     nullptr,
-     model::OrdvaneOutputAsValue,
-     {"crossed at 50", "over (50, 50)"},
-     {}},
-    {"negative values",
-     -20,
-     {{"Rate", "B2", 5, {{4, -30}, {6, -10}}}},
-     nullptr,
-     model::OrdvaneOutputAsValue,
-     {"from -30 to -10", "crossed at -20", "E+1 -0.5 {0.00%}"},
-     {}},
+     {"crossed at 50", "over (50, 50)"}},
     {"an input without results leaves its bar out",
      100,
      {{"Rate", "B2", 5, {{4, 90}, {6, 110}}}, {"Dead", "B3", 5, {{4, kNumError}, {6, kNothing}}}},
-     nullptr,
-     model::OrdvaneOutputAsValue,
-     {"\"Dead (B3)\"  C+2 \"B3\"  D+2 \" - \"", "from 90 to 110", "note at D+2"},
-     {}},
-    {"no input has results",
-     100,
-     {{"Dead", "B3", 5, {{4, kNumError}}}},
-     nullptr,
-     model::OrdvaneOutputAsValue,
-     {"There is no tornado graph", "Some values are not numbers"},
-     {"Vertical"}},
+     {"\"Dead (B3)\"  C+2 \"B3\"  D+2 \" - \"", "from 90 to 110", "note at D+2"}},
     {"no bar at all",
      100,
      kTwoInputs,
-     [](GraphBench& b) { b.ranking.input_limit = 0; },
-     model::OrdvaneOutputAsValue,
      {"No input moved this output enough"},
-     {"chart ", "Rank"}},
-    {"ranks beyond the limit are left out",
-     100,
-     kTwoInputs,
-     [](GraphBench& b) { b.ranking.input_limit = 1; },
-     model::OrdvaneOutputAsValue,
-     {"Price (B3)"},
-     {"Rate (B2)"}},
+     {"chart ", "Rank"},
+     [](GraphBench& b) { b.ranking.input_limit = 0; }},
     {"of equal ranks the later input stays",
      100,
      kTwoInputs,
-     [](GraphBench& b) { b.inputs(2).outputRankPut(1, 2); },
-     model::OrdvaneOutputAsValue,
      {"2  B+2 \"Price (B3)\""},
-     {"Rate (B2)"}},
+     {"Rate (B2)"},
+     [](GraphBench& b) { b.inputs(2).outputRankPut(1, 2); }},
     {"several sheets add a column",
      100,
      {{"Rate", "B2", 5, {{4, 90}, {6, 110}}, "0.0", "Finance"}},
-     nullptr,
-     model::OrdvaneOutputAsValue,
      {"\"Worksheet\"", "A+1 \"Finance\"  B+1 1  C+1 \"Rate (B2)\"", "K+1 5"},
      {"bank.xlsx"}},
     {"several books add two",
      100,
      {{"Rate", "B2", 5, {{4, 90}, {6, 110}}, "0.0", "Finance", "bank.xlsx"}},
-     nullptr,
-     model::OrdvaneOutputAsValue,
-     {"A+1 \"bank.xlsx\"  B+1 \"Finance\"  C+1 1  D+1 \"Rate (B2)\"", "L+1 5"},
-     {}},
+     {"A+1 \"bank.xlsx\"  B+1 \"Finance\"  C+1 1  D+1 \"Rate (B2)\"", "L+1 5"}},
     {"dates",
      46023,
      {{"Rate", "B2", 5, {{4, 46000}, {6, 46054}}}},
+     {"Base value 01/01/2026", "B4 46023 {mm/dd/yyyy}", "D+1 46000 {mm/dd/yyyy}"},
+     {},
      [](GraphBench& b) {
        b.output().IsDate = true;
        b.output().DateFormat = "mm/dd/yyyy";
        b.output().numberFormat = b.output().NumberFormatLocal = "General";
-     },
-     model::OrdvaneOutputAsValue,
-     {"Base value 01/01/2026", "B4 46023 {mm/dd/yyyy}", "D+1 46000 {mm/dd/yyyy}"},
-     {}},
+     }},
     {"the base value is written, and the axis counts, as the cell does",
      46023,
      {{"Rate", "B2", 5, {{4, 45900}, {6, 46200}}}},
+     {"labelled \"Base value 01.01.2026\"", "(Base value 01.01.2026)", "from 45840.625 to 46205.875",
+      "{dd.mm.yyyy}"},
+     {"mm/dd/yyyy"},
      [](GraphBench& b) {
        b.output().IsDate = true;
        b.output().DateFormat = "mm/dd/yyyy";
        b.output().numberFormat = b.output().NumberFormatLocal = "dd.mm.yyyy";
-     },
-     model::OrdvaneOutputAsValue,
-     {"labelled \"Base value 01.01.2026\"", "(Base value 01.01.2026)", "from 45840.625 to 46205.875",
-      "{dd.mm.yyyy}"},
-     {"mm/dd/yyyy"}},
+     }},
     {"without the padding of accounting",
      1234.5,
      {{"Rate", "B2", 5, {{4, 1000}, {6, 1500}}, "_-* #,##0_-"}},
+     {"labelled \"Base value 1,234.50 EUR\"", "{#,##0.00\\ \"EUR\";-#,##0.00}", "labelled \"4\""},
+     {},
      [](GraphBench& b) {
        b.output().numberFormat = b.output().NumberFormatLocal = "_-* #,##0.00\\ \"EUR\"_-;-* #,##0.00_-";
-     },
-     model::OrdvaneOutputAsValue,
-     {"labelled \"Base value 1,234.50 EUR\"", "{#,##0.00\\ \"EUR\";-#,##0.00}", "labelled \"4\""},
-     {}},
+     }},
     {"General as cells show it",
      1234.567891234,
      {{"Rate", "B2", 5, {{4, 1000}, {6, 1500}}}},
-     [](GraphBench& b) { b.output().numberFormat = b.output().NumberFormatLocal = "General"; },
-     model::OrdvaneOutputAsValue,
      {"labelled \"Base value 1234.567891\""},
-     {}},
+     {},
+     [](GraphBench& b) { b.output().numberFormat = b.output().NumberFormatLocal = "General"; }},
     {"failed steps are counted, in the input's row and below the chart",
      100,
      {{"Rate", "B2", 5, {{4, 90}, {5, kNumError}, {6, 110}}}, {"Dead", "B3", 5, {{4, kNothing}}}},
-     [](GraphBench& b) { b.ranking.input_limit = 1; },
-     model::OrdvaneOutputAsValue,
      {"\"Results that are no numbers: Rate (B2): 1 of 3, Dead (B3): 1 of 1\"",
       "note at B+1 \"Please note:\nResults that are no numbers: 1 of 3\""},
-     {"No effect", "\"Dead (B3)\""}},
+     {"No effect", "\"Dead (B3)\""},
+     [](GraphBench& b) { b.ranking.input_limit = 1; }},
     {"steps that leave out the base",
      100,
      {{"Rate", "B2", 5, {{6, 110}, {7, 120}}}, {"Price", "B3", 5, {{5, 100}, {6, 109}}}},
-     nullptr,
-     model::OrdvaneOutputAsValue,
      {"\"Steps that leave out the base value: Rate (B2). The effects",
       "note at B+1 \"Please note:\nThe steps of"},
      {"note at B+2", "no numbers"}},
     {"one step that moves the output is seen, and says what the input was set to",
      100,
      {{"Once", "B2", 5, {{6, 110}}}, {"Idle", "B3", 5, {{6, 100}, {7, 100}}}},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
-     model::OrdvaneOutputAsValue,
      {"\"No effect on this output: Idle (B3)\"", "\"Bar +\" #0000FF", "(0.05", "labelled \"6.0\"",
       // Nothing was set to anything where nothing moved.
       "\"Idle (B3)\"  C+2 \"B3\"  D+2 100 {#,##0.00}  E+2 0 {0.00%}  F+2 \" - \"  G+2 100 {#,##0.00}  H+2 0 "
       "{0.00%}  I+2 \" - \"  J+2 5"},
-     {"note at F+2", "labelled \"7.0\""}},
+     {"note at F+2", "labelled \"7.0\""},
+     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; }},
     {"rows without a bar may lie between others",
      100,
      {{"Idle", "B2", 5, {{4, 100}, {5, 100}}},
       {"Once", "B3", 5, {{6, 110}}},
       {"Price", "B4", 5, {{5, 90}, {6, 105}}}},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
-     model::OrdvaneOutputAsValue,
      {"2  B+2 \"Idle (B2)\"", "3  B+3 \"Once (B3)\"", "(\"Price (B4)\", \"Once (B3)\")", "from 90 to 110"},
-     {}},
-    {"all inputs are drawn where they are to be",
-     100,
-     {{"Idle", "B2", 5, {{4, 100}, {5, 100}}}, {"Price", "B4", 5, {{5, 90}, {6, 105}}}},
-     nullptr,
-     model::OrdvaneOutputAsValue,
-     {"(\"Price (B4)\", \"Idle (B2)\")", "F+2 \" - \""},
-     {"No effect"}},
+     {},
+     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; }},
     {"nothing moves",
      100,
      {{"Idle", "B2", 5, {{4, 100}, {5, 100}}}},
-     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; },
-     model::OrdvaneOutputAsValue,
      {"There is no tornado graph for this output.\nNone of the inputs moves this output.", "\"Idle (B2)\""},
-     {"Vertical", "No effect on"}},
+     {"Vertical", "No effect on"},
+     [](GraphBench& b) { b.session.leaves_out_inputs_without_effect = true; }},
     {"items without names go by their addresses",
      100,
      {{" ", "B2", 5, {{4, 90}, {6, 110}}}},
-     [](GraphBench& b) { b.output().ioName = " "; },
-     model::OrdvaneOutputAsValue,
      {"\"(B2)\"", "\"(C14)\"", "What moves C14 most"},
-     {}},
+     {},
+     [](GraphBench& b) { b.output().ioName = " "; }},
+    {"percent of results that failed",
+     100,
+     {{"Dead", "B3", 5, {{4, kNumError}}}},
+     {"There is no tornado graph", "graph for this output.\nSome values are not numbers"},
+     {"A base value is"},
+     in_percent},
+    {"several runs say which and have no base line",
+     100,
+     kTwoInputs,
+     {"B5 \"2 of 3\"", "crossed at 100", "(Base value 100.00)"},
+     {"Vertical"},
+     [](GraphBench& b) { b.run_number = 2, b.total_runs = 3; }},
+    {"a watermark",
+     100,
+     kTwoInputs,
+     {"text \"Draft\""},
+     {},
+     [](GraphBench& b) { b.session.watermark.text = b.session.watermark.primary = "Draft"; }},
 };
 
 TEST(TornadoReport, InEverySituation) {
-  test::check_situations(kSituations,
-                         [](GraphBench& bench, const Situation& c) { return make_report(bench, c); });
-}
-
-TEST(TornadoReport, OfSeveralRunsSaysWhichAndHasNoBaseLine) {
-  GraphBench bench;
-  const std::string text = make_report(bench, kSituations[0], 2, 3);
-  EXPECT_THAT(text, HasSubstr("B5 \"2 of 3\""));
-  EXPECT_THAT(text, HasSubstr("crossed at 100"));
-  EXPECT_THAT(text, HasSubstr("Base value 100.00"));
-  EXPECT_THAT(text, Not(HasSubstr("Vertical")));
+  test::check_situations(kSituations, make_report);
 }
 
 // The line is seen over the bars whatever colours are asked for, and the axis of the names stands in for it.
@@ -285,7 +221,7 @@ TEST(TornadoReport, BaseLineStandsOutFromTheBars) {
   for (const host::Color wanted : {kRed, kBlue}) {
     GraphBench bench;
     set_up(bench, kSituations[0]);
-    GenerateTornadoReport(bench.context(), 1, bench.ranking, style(100, wanted));
+    GenerateTornadoReport(bench.context(), 1, bench.ranking, bench.style(wanted));
     const auto book = bench.book();
     const office::ChartModel& chart = *book->sheets.front()->charts.front();
     const host::Color line = chart.series.back()->line.value().color.value();
@@ -339,9 +275,6 @@ TEST(TornadoReport, TellsLowInputValuesApart) {
                        {"Down", "B3", 5, {{4, 130}, {6, 70}}},
                        {"Peak", "B4", 5, {{3, 80}, {4, 120}}},
                        {"Off", "B5", 5, {{5, 100}, {6, 110}}}},
-                      nullptr,
-                      model::OrdvaneOutputAsValue,
-                      {},
                       {}});
   const auto book = bench.book();
   const office::ChartModel& chart = *book->sheets.front()->charts.front();

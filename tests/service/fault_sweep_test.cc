@@ -105,7 +105,7 @@ class Sweep {
 };
 
 // Under the sanitizers, which make it slow, every fifth call has its turn.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef ORDVANE_SANITIZED
 constexpr int kStep = 5;
 #else
 constexpr int kStep = 1;

@@ -129,12 +129,8 @@ TEST(Session, LifeIsLoggedAndTheEngineReleasedTwice) {
                           "Ordvane Reports Terminated"));
 }
 
-TEST(Session, SharedTextsOutsideTheirTablesAreEmptyWithoutAsking) {
-  session::Session session;  // has no string table to ask
-  EXPECT_EQ(session.CommonString(17), "");
-  EXPECT_EQ(session.CommonString(-1), "");
-  EXPECT_EQ(session.CommonMessage(4), "");
-  expect_error(host::errc::kObjectNotSet, [&] { session.CommonString(0); });
+TEST(Session, HasNoTextsBeforeInitialize) {
+  expect_error(host::errc::kObjectNotSet, [] { session::Session().text(text_id::kLabelRun); });
 }
 
 TEST(Pipeline, SingleSimulationRanksAndReportsInOrder) {
@@ -343,7 +339,8 @@ TEST(Pipeline, UnknownOutputsAreNamedAndTheOthersReported) {
     EXPECT_THAT(bench.environment->lines, Contains("OrdvaneReports.GenerateReports Exit"));
     ASSERT_EQ(reports.report_error().has_value(), c.named != nullptr);
     if (!c.named) continue;
-    const std::string text = bench.services->session.text(830, std::string(c.named));
+    const std::string text =
+        bench.services->session.text(text_id::kMessageUnknownOutputs, std::string(c.named));
     EXPECT_EQ(reports.report_error()->description(), text);
     EXPECT_EQ(reports.report_error()->code(), host::errc::kSubscriptOutOfRange);
     EXPECT_THAT(bench.environment->lines, Contains(HasSubstr(text)));

@@ -24,7 +24,7 @@
 
 namespace ordvane::test {
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef ORDVANE_SANITIZED
 inline constexpr bool kOthersAreAsked = false;
 #else
 inline constexpr bool kOthersAreAsked = true;

@@ -1,5 +1,5 @@
-// The whole life of OrdvaneReports as clients live it: through the function table and from a script, over an
-// Excel that is late-bound itself. The workbook is the one that the reports make without COM.
+// OrdvaneReports over an Excel that is late-bound itself: the single report routines, what reaches the client
+// when one is refused, and the sessions of apartments.
 
 #include <algorithm>
 #include <cwchar>
@@ -11,7 +11,6 @@
 #include "automation/reports_object.h"
 #include "service/small_run.h"
 #include "support/forwarding_host.h"
-#include "support/snapshot.h"
 #include "windows/excel_stand_in.h"
 #include "windows/script.h"
 
@@ -69,30 +68,10 @@ class Apartment : public service::Bench {
                    {L"output", second.get()}})
         .run(text);
   }
-  // The workbook that was made last.
-  std::string last_workbook() { return snapshot(*application->model(*application->active_workbook())); }
 
   std::shared_ptr<StandIn> stand_in;
   int sessions = 0;
 };
-
-std::string workbook_without_com() {
-  service::Bench bench(shape());
-  service::OrdvaneReports reports(bench.services);
-  reports.set_ReportsInNewWorkbook(true);
-  reports.set_TornadoGraphs(true);
-  reports.set_SpiderGraphs(true);
-  reports.set_SensitivityGraphs(true);
-  reports.set_OutputDetailReport(true);
-  reports.set_DetailByInput(true);
-  reports.set_MultiWayReport(true);
-  reports.MaxInputsPerGraph = 2;
-  reports.Initialize(bench.application, 1);
-  reports.set_WatermarkText("Draft\nnot for release");
-  reports.GenerateReports(bench.all_outputs());
-  EXPECT_FALSE(reports.report_error()) << reports.report_error()->description();
-  return snapshot(*bench.application->model(*reports.report_workbook()));
-}
 
 HRESULT generate(_OrdvaneReports& reports, std::initializer_list<LONG> outputs, LONG* result) {
   SAFEARRAY* selected = SafeArrayCreateVector(VT_I4, 1, static_cast<ULONG>(outputs.size()));
@@ -107,62 +86,6 @@ HRESULT initialize(_OrdvaneReports& reports, const std::shared_ptr<StandIn>& sta
   IDispatch* application = excel.get();
   LONG handle = 1;
   return reports.Initialize(&application, &handle);
-}
-
-TEST(ClientLife, ThroughTheFunctionTable) {
-  Apartment apartment;
-  {
-    const ComPtr<_OrdvaneReports> reports = Apartment::make_reports();
-    VARIANT_BOOL yes = VARIANT_TRUE;
-    for (const auto put : {&_OrdvaneReports::put_ReportsInNewWorkbook, &_OrdvaneReports::put_TornadoGraphs,
-                           &_OrdvaneReports::put_SpiderGraphs, &_OrdvaneReports::put_SensitivityGraphs,
-                           &_OrdvaneReports::put_OutputDetailReport, &_OrdvaneReports::put_DetailByInput,
-                           &_OrdvaneReports::put_MultiWayReport})
-      ASSERT_EQ((reports.get()->*put)(&yes), S_OK);
-    reports->put_MaxInputsPerGraph(2);
-    ASSERT_EQ(initialize(*reports.get(), apartment.stand_in), S_OK);
-    EXPECT_EQ(runfile::open_contexts(*apartment.services->session.engine), 1);
-    Bstr watermark("Draft\nnot for release");
-    BSTR text = watermark.get();
-    ASSERT_EQ(reports->put_WatermarkText(&text), S_OK);
-    LONG result = -1;
-    ASSERT_EQ(generate(*reports.get(), {0, 1}, &result), S_OK);
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(apartment.last_workbook(), workbook_without_com());
-    ASSERT_EQ(reports->Terminate(), S_OK);
-    EXPECT_EQ(runfile::open_contexts(*apartment.services->session.engine), 0);
-  }
-}
-
-TEST(ClientLife, FromAScript) {
-  if (!Script::available()) GTEST_SKIP() << "this system has no VBScript";
-  // How scripts give the outputs: counted from 0; counted from 1 with element 0 never set.
-  for (const wchar_t* outputs : {L"selected = Array(0, 1)",
-                                 L"Dim counted(2) : counted(1) = 0 : counted(2) = 1 : selected = counted"}) {
-    Apartment apartment;
-    const ComPtr<_OrdvaneReports> reports = Apartment::make_reports();
-    const std::wstring script = std::wstring(
-                                    LR"(
-      Dim report, selected
-      reports.ReportsInNewWorkbook = True
-      reports.TornadoGraphs = True
-      reports.SpiderGraphs = True
-      reports.SensitivityGraphs = True
-      reports.OutputDetailReport = True
-      reports.DetailByInput = True
-      reports.MultiWayReport = True
-      reports.MaxInputsPerGraph = 2
-      reports.WatermarkText = "cleared by Initialize"
-      reports.Initialize Excel, 1
-      report = "[" & reports.WatermarkText & "]"
-      reports.WatermarkText = "Draft" & vbLf & "not for release"
-    )") + outputs + LR"(
-      report = report & reports.GenerateReports(selected) & reports.WatermarkTextPrimary
-      reports.Terminate
-    )";
-    EXPECT_EQ(apartment.run_script(reports.get(), script.c_str()), L"[]0Draft");
-    EXPECT_EQ(apartment.last_workbook(), workbook_without_com());
-  }
 }
 
 TEST(ClientLife, ReportRoutinesWriteIntoAnOpenWorkbook) {
@@ -253,32 +176,6 @@ TEST(ClientLife, ObjectsOfAnApartmentShareItsSession) {
   }
   EXPECT_TRUE(Apartment::make_reports());
   EXPECT_EQ(apartment.sessions, 3) << "gone with the last object";
-}
-
-TEST(ClientLife, AnyCallOfTheHostMayFail) {
-  for (const bool lasting : {false, true}) {
-    int failures_seen = 0;
-    for (long nth = 1;; ++nth) {
-      Apartment apartment;
-      {
-        const ComPtr<_OrdvaneReports> reports = Apartment::make_reports();
-        apartment.stand_in->fail_at = nth;
-        apartment.stand_in->fail_lastingly = lasting;
-        LONG result = 0;
-        HRESULT status = initialize(*reports.get(), apartment.stand_in);
-        if (SUCCEEDED(status)) status = generate(*reports.get(), {0, 1}, &result);
-        ComPtr<IErrorInfo> error;
-        EXPECT_EQ(GetErrorInfo(0, error.receive()), FAILED(status) ? S_OK : S_FALSE) << "call " << nth;
-        failures_seen += FAILED(status);
-        EXPECT_EQ(reports->Terminate(), S_OK);
-      }
-      if (apartment.stand_in->failed.empty()) {
-        ASSERT_GT(nth, 50);  // every call has had its turn
-        break;
-      }
-    }
-    EXPECT_GT(failures_seen, 5) << "what fails before the workbook is open reaches the client";
-  }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// OrdvaneReports as clients hold it: settings, watermark, sessions of apartments, and failures without a
-// session.
+// OrdvaneReports as clients hold it: settings, watermark, sessions of apartments, and failures
+// without a session.
 
 #include <thread>
 

@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <sstream>
 
 #include "automation/excel_dispatch.h"
 #include "service/small_run.h"
 #include "support/snapshot.h"
 #include "windows/excel_stand_in.h"
 #include "windows/looks.h"
+#include "windows/texts.h"
 
 namespace ordvane::test {
 namespace {
@@ -52,17 +52,6 @@ RunShape odd_shape() {
   shape.output_bases = {100, 0, -1e-9};
   shape.effects = {{1, 5, -3}, {2, 2, 0}, {1e-10, 0, 1e-9}};
   return shape;
-}
-
-// The first line that is not as expected, with what was expected; empty where all are.
-std::string first_difference(const std::string& text, const std::string& expected) {
-  std::istringstream lines(text), expected_lines(expected);
-  for (std::string line, wanted;;) {
-    const bool more = static_cast<bool>(std::getline(lines, line));
-    const bool more_wanted = static_cast<bool>(std::getline(expected_lines, wanted));
-    if (!more && !more_wanted) return "";
-    if (more != more_wanted || line != wanted) return line + "\ninstead of\n" + wanted;
-  }
 }
 
 TEST(ReportsOverDispatch, AreTheSame) {

@@ -1,5 +1,5 @@
-// Runs VBScript inside the test program: a late-bound client that knows the type library's names and nothing
-// else.
+// Runs VBScript inside the test program: a late-bound client that knows the type library's names
+// and nothing else.
 #pragma once
 
 #include <activscp.h>

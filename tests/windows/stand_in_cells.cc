@@ -18,43 +18,19 @@ constexpr std::int32_t kXlA1 = 1;
 struct ApplicationTarget {};
 struct WorkbooksTarget {};
 struct FunctionsTarget {};
-struct WorkbookTarget {
-  std::shared_ptr<host::Workbook> book;
-};
-struct SheetsTarget {
-  std::shared_ptr<host::Workbook> book;
-};
-struct PropertiesTarget {
-  std::shared_ptr<host::Workbook> book;
-};
 struct PropertyTarget {
   std::shared_ptr<host::Workbook> book;
   std::string host::DocumentProperties::*field;
-};
-struct WindowsTarget {
-  std::shared_ptr<host::Workbook> book;
 };
 struct WindowTarget {
   std::shared_ptr<host::Workbook> book;
   std::int32_t rows = 0, columns = 0;
   bool frozen = false;
 };
-struct WorksheetTarget {
-  std::shared_ptr<host::Worksheet> sheet;
-};
 struct PageTarget {
   std::shared_ptr<host::Worksheet> sheet;
   bool zoomed = true;
   std::int32_t wide = 1, tall = 1;
-};
-struct RowBreaksTarget {
-  std::shared_ptr<host::Worksheet> sheet;
-};
-struct ColumnBreaksTarget {
-  std::shared_ptr<host::Worksheet> sheet;
-};
-struct BordersTarget {
-  std::shared_ptr<host::Range> range;
 };
 
 }  // namespace
@@ -62,17 +38,17 @@ struct BordersTarget {
 STAND_IN_INTERFACE(ApplicationTarget, L"Application")
 STAND_IN_INTERFACE(FunctionsTarget, L"WorksheetFunction")
 STAND_IN_INTERFACE(WorkbooksTarget, L"Workbooks")
-STAND_IN_INTERFACE(WorkbookTarget, L"Workbook")
-STAND_IN_INTERFACE(SheetsTarget, L"Sheets")
-STAND_IN_INTERFACE(PropertiesTarget, L"DocumentProperties")
+STAND_IN_OF(WorkbookTarget, host::Workbook, book, L"Workbook")
+STAND_IN_OF(SheetsTarget, host::Workbook, book, L"Sheets")
+STAND_IN_OF(PropertiesTarget, host::Workbook, book, L"DocumentProperties")
 STAND_IN_INTERFACE(PropertyTarget, L"DocumentProperty")
-STAND_IN_INTERFACE(WindowsTarget, L"Windows")
+STAND_IN_OF(WindowsTarget, host::Workbook, book, L"Windows")
 STAND_IN_INTERFACE(WindowTarget, L"Window")
-STAND_IN_INTERFACE(WorksheetTarget, L"Worksheet")
+STAND_IN_OF(WorksheetTarget, host::Worksheet, sheet, L"Worksheet")
 STAND_IN_INTERFACE(PageTarget, L"PageSetup")
-STAND_IN_INTERFACE(RowBreaksTarget, L"HPageBreaks")
-STAND_IN_INTERFACE(ColumnBreaksTarget, L"VPageBreaks")
-STAND_IN_INTERFACE(BordersTarget, L"Borders")
+STAND_IN_OF(RowBreaksTarget, host::Worksheet, sheet, L"HPageBreaks")
+STAND_IN_OF(ColumnBreaksTarget, host::Worksheet, sheet, L"VPageBreaks")
+STAND_IN_OF(BordersTarget, host::Range, range, L"Borders")
 
 namespace {
 

@@ -8,40 +8,13 @@ namespace {
 using host::AxisGroup;
 using host::AxisType;
 
-struct ChartObjectsTarget {
-  std::shared_ptr<host::Worksheet> sheet;
-};
-struct ChartObjectTarget {
-  std::shared_ptr<host::ChartObject> frame;
-};
-struct ShapeRangeTarget {
-  std::shared_ptr<host::ChartObject> frame;
-};
 struct ChartTarget {
   std::shared_ptr<host::Chart> chart;
   bool second_category_axis = false;  // asked for; a secondary group has none by itself
 };
-struct ChartAreaTarget {
-  std::shared_ptr<host::Chart> chart;
-};
 struct PlotAreaTarget {
   std::shared_ptr<host::Chart> chart;
   std::optional<double> left = {}, top = {}, width = {}, height = {};
-};
-struct ChartTitleTarget {
-  std::shared_ptr<host::Chart> chart;
-};
-struct LegendTarget {
-  std::shared_ptr<host::Chart> chart;
-};
-struct ChartGroupTarget {
-  std::shared_ptr<host::Chart> chart;
-};
-struct SeriesCollectionTarget {
-  std::shared_ptr<host::Chart> chart;
-};
-struct ShapesTarget {
-  std::shared_ptr<host::Chart> chart;
 };
 // What cannot be done with it is null.
 struct LineTarget {
@@ -78,24 +51,9 @@ struct FillTarget {
   std::function<void(bool)> visible;
 };
 
-struct AxisTarget {
-  std::shared_ptr<host::Axis> axis;
-};
-struct AxisTitleTarget {
-  std::shared_ptr<host::Axis> axis;
-};
-struct TickLabelsTarget {
-  std::shared_ptr<host::Axis> axis;
-};
-struct GridlinesTarget {
-  std::shared_ptr<host::Axis> axis;
-};
 struct SeriesTarget {
   std::shared_ptr<host::Series> series;
   std::optional<std::int32_t> marker = {}, size = {}, foreground = {}, background = {};
-};
-struct PointTarget {
-  std::shared_ptr<host::Point> point;
 };
 struct DataLabelTarget {
   std::shared_ptr<host::DataLabel> label;
@@ -105,29 +63,29 @@ struct DataLabelTarget {
 
 }  // namespace
 
-STAND_IN_INTERFACE(ChartObjectsTarget, L"ChartObjects")
-STAND_IN_INTERFACE(ChartObjectTarget, L"ChartObject")
-STAND_IN_INTERFACE(ShapeRangeTarget, L"ShapeRange")
+STAND_IN_OF(ChartObjectsTarget, host::Worksheet, sheet, L"ChartObjects")
+STAND_IN_OF(ChartObjectTarget, host::ChartObject, frame, L"ChartObject")
+STAND_IN_OF(ShapeRangeTarget, host::ChartObject, frame, L"ShapeRange")
 STAND_IN_INTERFACE(ChartTarget, L"Chart")
-STAND_IN_INTERFACE(ChartAreaTarget, L"ChartArea")
+STAND_IN_OF(ChartAreaTarget, host::Chart, chart, L"ChartArea")
 STAND_IN_INTERFACE(PlotAreaTarget, L"PlotArea")
-STAND_IN_INTERFACE(ChartTitleTarget, L"ChartTitle")
-STAND_IN_INTERFACE(LegendTarget, L"Legend")
-STAND_IN_INTERFACE(ChartGroupTarget, L"ChartGroup")
-STAND_IN_INTERFACE(SeriesCollectionTarget, L"SeriesCollection")
-STAND_IN_INTERFACE(ShapesTarget, L"Shapes")
+STAND_IN_OF(ChartTitleTarget, host::Chart, chart, L"ChartTitle")
+STAND_IN_OF(LegendTarget, host::Chart, chart, L"Legend")
+STAND_IN_OF(ChartGroupTarget, host::Chart, chart, L"ChartGroup")
+STAND_IN_OF(SeriesCollectionTarget, host::Chart, chart, L"SeriesCollection")
+STAND_IN_OF(ShapesTarget, host::Chart, chart, L"Shapes")
 STAND_IN_INTERFACE(LineTarget, L"LineFormat")
 STAND_IN_INTERFACE(FormatTarget, L"ChartFormat")
 STAND_IN_INTERFACE(CharactersTarget, L"Characters")
 STAND_IN_INTERFACE(ShapeTarget, L"Shape")
 STAND_IN_INTERFACE(TextFrameTarget, L"TextFrame")
 STAND_IN_INTERFACE(FillTarget, L"FillFormat")
-STAND_IN_INTERFACE(AxisTarget, L"Axis")
-STAND_IN_INTERFACE(AxisTitleTarget, L"AxisTitle")
-STAND_IN_INTERFACE(TickLabelsTarget, L"TickLabels")
-STAND_IN_INTERFACE(GridlinesTarget, L"Gridlines")
+STAND_IN_OF(AxisTarget, host::Axis, axis, L"Axis")
+STAND_IN_OF(AxisTitleTarget, host::Axis, axis, L"AxisTitle")
+STAND_IN_OF(TickLabelsTarget, host::Axis, axis, L"TickLabels")
+STAND_IN_OF(GridlinesTarget, host::Axis, axis, L"Gridlines")
 STAND_IN_INTERFACE(SeriesTarget, L"Series")
-STAND_IN_INTERFACE(PointTarget, L"Point")
+STAND_IN_OF(PointTarget, host::Point, point, L"Point")
 STAND_IN_INTERFACE(DataLabelTarget, L"DataLabel")
 
 namespace {

@@ -172,6 +172,12 @@ Target* target_of(const VARIANT& value) {
     static constexpr const wchar_t* name = documented; \
     static std::vector<Member<Target>> members();      \
   };
+// The same of a target that is one object of the spreadsheet behind.
+#define STAND_IN_OF(Type, Held, member, documented) \
+  struct Type {                                     \
+    std::shared_ptr<Held> member;                   \
+  };                                                \
+  STAND_IN_INTERFACE(Type, documented)
 #define STAND_IN_TABLE(Type) std::vector<Member<Type>> InterfaceOf<Type>::members()
 
 // Rows of a table. `t` is the target, `c` the call, `v` the new value.

@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "automation/ansi.h"
+#include "session/text_id.h"
 #include "windows/server_under_test.h"
 
 namespace ordvane::test {
@@ -26,7 +27,8 @@ TEST(WindowsEnvironment, FindsItsFoldersAndItsLanguage) {
   EXPECT_EQ(told->log_folder(), "C:\\Logs");
   EXPECT_EQ(found->language_string(found->language_id(1)),
             "en");  // of a system in any language without texts
-  EXPECT_FALSE(found->string_table("OrdvaneResults8", "en")->GetString(1019).empty());
+  EXPECT_FALSE(
+      found->string_table("OrdvaneResults8", "en")->GetString(text_id::kProgressReading.number).empty());
 }
 
 TEST(WindowsEnvironment, WritesTheLogInTheSystemsEncoding) {

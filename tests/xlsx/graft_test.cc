@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -300,6 +301,16 @@ TEST_F(Graft, ReplacesASheetWithWhatItAloneOwns) {
     // Once more: what was added is used again, and nothing grows.
     EXPECT_TRUE(parts_of(with_sheets(after, {c.sheet})) == new_parts);
   }
+}
+
+TEST_F(Graft, BringsThePrefixOfReferencesAlong) {
+  std::string workbook = parts_of(package_).at("xl/workbook.xml");
+  for (const auto& [from, to] :
+       {std::pair("xmlns:r=", "xmlns:rel="), {" r:id=", " rel:id="}, {"=\"Spider\"", "=\"Old\""}})
+    for (std::size_t at = 0; (at = workbook.find(from, at)) != workbook.npos; at += std::strlen(to))
+      workbook.replace(at, std::strlen(from), to);
+  with_sheets(changed(package_, {{"xl/workbook.xml", "", workbook}}), {1});
+  EXPECT_EQ(ExistingWorkbook(file_).sheets().back().name, "Spider");
 }
 
 // A workbook that is computed when it is opened has unsaved changes from then on.

@@ -3,10 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <functional>
@@ -148,13 +145,6 @@ for part in zipfile.ZipFile(sys.argv[1]).infolist():
   }
 }
 
-TEST_F(Packages, GetSmallerWithTheLevel) {
-  SaveOptions fast, small;
-  fast.compression_level = 1;
-  small.compression_level = 12;
-  EXPECT_GT(package(large_book(), fast).size(), package(large_book(), small).size());
-}
-
 TEST(Save, ReplacesAFileAndKeepsItsMode) {
   const test::TemporaryFolder folder;
   const auto file = folder / "a.xlsx", link = folder / "link.xlsx";
@@ -176,15 +166,6 @@ TEST(Save, GivesANewFileTheModeThatTheMaskLeaves) {
   EXPECT_EQ(std::filesystem::status(folder / "a.xlsx").permissions(), std::filesystem::perms{0640});
 }
 
-TEST(Save, TakesANameWithoutAFolder) {
-  const test::TemporaryFolder folder;
-  const auto before = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path());
-  save(full_book(), "here.xlsx");
-  std::filesystem::current_path(before);
-  EXPECT_THAT(names_in(folder), ElementsAre("here.xlsx"));
-}
-
 TEST(Save, SaysWhatCannotBeWritten) {
   const test::TemporaryFolder folder;
   std::ofstream(folder / "file") << "x";
@@ -200,38 +181,6 @@ TEST(Save, SaysWhatCannotBeWritten) {
     EXPECT_EQ(message_of([&] { save(full_book(), path); }), path.string() + ": cannot write: " + reason);
   EXPECT_THAT(names_in(folder), ElementsAre("file", "folder.xlsx"));
   EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
-}
-
-// Files of this process may grow to a few bytes only: what a full disk looks like.
-class SmallFiles {
- public:
-  SmallFiles() : handler_(::signal(SIGXFSZ, SIG_IGN)) {
-    ::getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit small{64, before_.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &small);
-  }
-  ~SmallFiles() {
-    ::setrlimit(RLIMIT_FSIZE, &before_);
-    ::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  void (*handler_)(int);
-  rlimit before_;
-};
-
-TEST(Save, LeavesTheOldFileWhenTheDiskIsFull) {
-  const test::TemporaryFolder folder;
-  const auto file = folder / "a.xlsx";
-  std::ofstream(file) << "old";
-  std::string message;
-  {
-    const SmallFiles small;
-    message = message_of([&] { save(full_book(), file); });
-  }
-  EXPECT_THAT(message, HasSubstr("a.xlsx: cannot write: File too large"));
-  EXPECT_EQ(content(file), "old");
-  EXPECT_THAT(names_in(folder), ElementsAre("a.xlsx"));
 }
 
 // Yes at the first, second, third … question, until none is asked any more.

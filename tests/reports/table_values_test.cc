@@ -1,5 +1,5 @@
-// Table helpers over tables of cases.
-#include "reports/utils.h"
+// What reports share, over tables of cases.
+#include "reports/table_values.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,9 @@
 #include <limits>
 
 #include "layout/layout_bench.h"
+#include "reports/graph_sheet.h"
+#include "reports/item_texts.h"
+#include "reports/progress.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/values.h"
 
@@ -70,51 +73,6 @@ TEST(NameWithAddress, LeavesTheNameOutWhereThereIsNone) {
   EXPECT_EQ(NameWithAddress("", "B4"), "(B4)");
 }
 
-TEST(RankDescending, GivesEqualValuesConsecutiveRanks) {
-  test::TablesBench bench;
-  struct Case {
-    OneBased<double> values;
-    std::int32_t n;
-    std::vector<std::int32_t> ranks;
-  };
-  for (const Case& c : {Case{{5, 7, 5}, 3, {2, 1, 3}}, Case{{1, 1, 1, 1}, 4, {1, 2, 3, 4}},
-                        Case{{-1, -3, 9}, 2, {1, 2}}, Case{{4}, 0, {}}}) {
-    OneBased<std::int32_t> ranks = {9, 9, 9, 9, 9};
-    EXPECT_EQ(RankDescending(bench.session, c.n, ranks, c.values, false), 0);
-    EXPECT_EQ(std::vector<std::int32_t>(ranks.begin(), ranks.end()), c.ranks);
-  }
-  EXPECT_TRUE(bench.environment->progress.empty());
-
-  OneBased<std::int32_t> ranks;
-  RankDescending(bench.session, 3, ranks, {5, 7, 5}, true);
-  EXPECT_EQ(bench.environment->progress,
-            (std::vector<std::string>{"<1028: 33>//", "<1028: 66>//", "<1028: 100>//"}));
-  try {
-    RankDescending(bench.session, 4, ranks, {5, 7, 5}, false);
-    ADD_FAILURE() << "more ranks than values";
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.code(), host::errc::kSubscriptOutOfRange);
-  }
-}
-
-TEST(Combinations, AreCountedIn32Bits) {
-  struct Case {
-    std::int16_t n, k;
-    std::int32_t count;  // -1: overflow
-  };
-  for (const Case& c :
-       {Case{4, 2, 6}, Case{3, 3, 1}, Case{2, 3, 0}, Case{0, 1, 0}, Case{5, 0, 0}, Case{-4, -2, 0},
-        Case{32, 5, 201376}, Case{2000, 3, -1}, Case{32767, 1, 32767}, Case{20, 13, -1}, Case{100, 100, 1}}) {
-    SCOPED_TRACE(std::to_string(c.n) + " over " + std::to_string(c.k));
-    try {
-      EXPECT_EQ(Combinations(c.n, c.k), c.count);
-    } catch (const host::Error& error) {
-      EXPECT_EQ(error.code(), host::errc::kOverflow);
-      EXPECT_EQ(c.count, -1);
-    }
-  }
-}
-
 TEST(ShowProgress, IsThrottledOnlyWithAStep) {
   test::TablesBench bench;
   for (std::int32_t i = 1; i <= 7; ++i) ShowProgress(bench.session, std::to_string(i), "of", "7", i, 3, 7);
@@ -146,9 +104,7 @@ TEST(TableWidthForChart, IsTheTablesWithinBounds) {
     auto reports = bench.reports();
     const auto sheet = reports.AddSheet("Widths");
     const auto table = sheet->AddTable(1, 2, 1, 0, "", "");
-    for (const std::int32_t column : {1, 2})
-      table->SetColumnHeader(column, "x", host::HAlign::kLeft, host::HAlign::kLeft, 0, c.column_width, "",
-                             true);
+    table->SetColumns({2, layout::Column{.caption = "x", .width = c.column_width, .text = true}});
     EXPECT_GE(TableWidthForChart(*table), c.low);
     EXPECT_LE(TableWidthForChart(*table), c.high);
     reports.workbook()->add_worksheet();

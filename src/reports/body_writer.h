@@ -1,25 +1,12 @@
-// What tables of several reports have in common: labels and number formats of inputs and outputs, bodies
-// written in blocks.
+// Bodies of tables, written in blocks.
 #pragma once
 
 #include <cstdint>
-#include <string>
 
 #include "host/cells.h"
 #include "layout/report_table.h"
-#include "model/input_output.h"
 
 namespace ordvane::reports {
-
-// The item's name with its address; the address alone for an item without a name.
-std::string ItemLabel(const model::DralInputOutput& item);
-// Format of an item's values in cells, local form: the cell's own, or the date format of a date whose cell
-// has none.
-std::string ValueFormat(const model::DralInputOutput& item);
-// The same for an axis: English codes.
-std::string AxisFormat(const model::DralInputOutput& item);
-// Format of differences of an item's values: days between dates are plain numbers.
-std::string ChangeFormat(const model::DralInputOutput& item);
 
 // Fills a table's body from the top, one row after another, and writes it in blocks: never cell by cell, and
 // never the whole table at once.

@@ -1,0 +1,23 @@
+// How inputs and outputs are called, and in which formats their values are shown.
+#pragma once
+
+#include <string>
+
+#include "model/input_output.h"
+
+namespace ordvane::reports {
+
+// "name (address)", or "(address)" without a name.
+std::string NameWithAddress(const std::string& name, const std::string& address);
+
+// The item's name with its address; the address alone for an item without a name.
+std::string ItemLabel(const model::DralInputOutput& item);
+// Format of an item's values in cells, local form: the cell's own, or the date format of a date whose cell
+// has none.
+std::string ValueFormat(const model::DralInputOutput& item);
+// The same for an axis: English codes.
+std::string AxisFormat(const model::DralInputOutput& item);
+// Format of differences of an item's values: days between dates are plain numbers.
+std::string ChangeFormat(const model::DralInputOutput& item);
+
+}  // namespace ordvane::reports
