@@ -391,6 +391,13 @@ TEST(ReportTable, GoesOnUnderTheHeadersAboveIt) {
     EXPECT_EQ(model.frozen_rows, header_rows > 0 ? 0 : 3) << "of two headers neither stays in view";
     EXPECT_EQ(model.page.print_title_rows, header_rows > 0 ? (host::Span{7, 9}) : (host::Span{1, 3}));
     EXPECT_EQ(model.columns.at(3).width, 31);
+    const std::int32_t last = second->BodyRange()->row() + 59;
+    for (const office::RowBand& band : model.bands) {
+      if (band.first_row + band.rows <= last || band.first_column > 1) continue;
+      const office::CellStyle& name = bench.kept->styles.at(band.styles[band.index(last, 1)]);
+      EXPECT_EQ(name.number_format, "@") << "a name that reads like a date stays one";
+      EXPECT_EQ(name.right.line_style, 1) << "the rule goes down to the last row";
+    }
   }
 }
 
