@@ -250,6 +250,8 @@ TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
   const std::int32_t next = sheet->NextCell()->row();
   sheet->RemoveChart(charts[7]);
   EXPECT_EQ(sheet->NextCell()->row(), next);
+  EXPECT_EQ(sheet->AddPointChart(376, 300)->Container()->top(), charts[8]->Container()->top());
+  EXPECT_GT(sheet->AddPointChart(376, 300)->Container()->top(), charts[8]->Container()->top());
 }
 
 // A chart at the foot of a page, with lines below it that would fall on the next one.
