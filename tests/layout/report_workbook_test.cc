@@ -250,6 +250,8 @@ TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
   const std::int32_t next = sheet->NextCell()->row();
   sheet->RemoveChart(charts[7]);
   EXPECT_EQ(sheet->NextCell()->row(), next);
+  EXPECT_EQ(sheet->AddPointChart(376, 300)->Container()->top(), charts[8]->Container()->top());
+  EXPECT_GT(sheet->AddPointChart(376, 300)->Container()->top(), charts[8]->Container()->top());
 }
 
 // A chart at the foot of a page, with lines below it that would fall on the next one.
@@ -359,6 +361,45 @@ TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
     EXPECT_EQ(model.frozen_columns, c.frozen_columns);
     EXPECT_THAT(model.page.left_header, testing::EndsWith("Cost && profit"));
     EXPECT_THAT(model.page.center_header, testing::EndsWith("Draft\nA && B"));
+  }
+}
+
+// A table without headers goes on under those of the one above it; one with headers of its own ends that.
+TEST(ReportTable, GoesOnUnderTheHeadersAboveIt) {
+  for (const std::int32_t header_rows : {0, 3}) {
+    SCOPED_TRACE(header_rows);
+    test::TablesBench bench;
+    auto reports = bench.reports();
+    const auto sheet = reports.AddSheet("Tables");
+    sheet->SetSheetOption(1);
+    std::vector<Column> columns = {name_column("Name")};
+    columns[0].note = "Which";
+    columns[0].rule = true;
+    append(columns, grouped("Outer", 1, grouped("Inner", 2, {figure_column("a"), figure_column("b")})));
+    const auto first = sheet->AddTable(2, 3, 3, 0, "", "");
+    first->SetColumns(columns);
+    const auto second = sheet->AddTable(60, 3, header_rows, 0, "", "");
+    second->SetColumns(columns);
+    second->Body(1, 3)->set_column_width(31);  // by the report
+    host::CellBlock body(1, 3);
+    body.set_text(1, 1, "1-2");
+    second->PutBody(60, body);
+    sheet->FinishSheet();
+    const auto& model = bench.first_sheet(reports);
+    EXPECT_EQ(model.comments.size(), header_rows > 0 ? 2U : 1U);
+    ASSERT_EQ(model.merges.size(), header_rows > 0 ? 4U : 2U);
+    EXPECT_EQ(model.merges[0].row, 1) << "wide groups first";
+    EXPECT_EQ(model.merges[1], (office::Area{2, 2, 1, 2}));
+    EXPECT_EQ(model.frozen_rows, header_rows > 0 ? 0 : 3) << "of two headers neither stays in view";
+    EXPECT_EQ(model.page.print_title_rows, header_rows > 0 ? (host::Span{7, 9}) : (host::Span{1, 3}));
+    EXPECT_EQ(model.columns.at(3).width, 31);
+    const std::int32_t last = second->BodyRange()->row() + 59;
+    for (const office::RowBand& band : model.bands) {
+      if (band.first_row + band.rows <= last || band.first_column > 1) continue;
+      const office::CellStyle& name = bench.kept->styles.at(band.styles[band.index(last, 1)]);
+      EXPECT_EQ(name.number_format, "@") << "a name that reads like a date stays one";
+      EXPECT_EQ(name.right.line_style, 1) << "the rule goes down to the last row";
+    }
   }
 }
 
