@@ -141,8 +141,8 @@ class Engine {
   virtual std::int32_t DRL7_GetSheetWithInputOrOutputVB(std::int32_t hVars, std::int16_t sessionFlag,
                                                         std::int32_t kind, std::int32_t bookIndex,
                                                         std::int32_t sheetIndex, std::string& sheet) = 0;
-  // `cellAddress` with "$" markers; `rangeAddress` the range the item spans; `itemsInCell` how many the cell
-  // holds.
+  // `cellAddress` with "$" markers; `rangeAddress` the range the item spans; `itemsInCell` how many
+  // the cell holds.
   virtual std::int32_t DRL7_GetCellWithInputOrOutputVB(std::int32_t hVars, std::int16_t sessionFlag,
                                                        std::int32_t kind, std::int32_t bookIndex,
                                                        std::int32_t sheetIndex, std::int32_t cellIndex,

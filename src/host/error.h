@@ -1,8 +1,8 @@
 // The one error type of the system, and the one helper that ignores it.
 //
-// An Error carries an automation code (negative, such as 0x80040016) or a runtime error number (9: subscript
-// out of range) unchanged from where it was raised to the edge that shows it: the COM glue or the command
-// line.
+// An Error carries an automation code (negative, such as 0x80040016) or a runtime error number (9:
+// subscript out of range) unchanged from where it was raised to the edge that shows it: the COM glue or
+// the command line.
 #pragma once
 
 #include <cstdint>

@@ -114,8 +114,8 @@ class Series;
 class Point;
 class DataLabel;
 
-// A rectangle of cells on one sheet. Its size never changes; it may reach outside what the sheet holds so
-// far.
+// A rectangle of cells on one sheet. Its size never changes; it may reach outside what the sheet
+// holds so far.
 class Range {
  public:
   virtual ~Range() = default;
@@ -126,8 +126,8 @@ class Range {
   virtual std::int32_t column() = 0;
   virtual std::int32_t row_count() = 0;
   virtual std::int32_t column_count() = 0;
-  // A1 style. `absolute`: with "$" markers. `external`: preceded by '[book]sheet'! (quoted where a name needs
-  // it).
+  // A1 style. `absolute`: with "$" markers. `external`: preceded by '[book]sheet'! (quoted where a
+  // name needs it).
   virtual std::string address(bool absolute, bool external) = 0;
 
   // One cell, counted from the range's first cell; may lie outside the range, as in the spreadsheet.
@@ -165,8 +165,8 @@ class Range {
   virtual void set_wrap_text(bool wrap) = 0;
   virtual bool locked() = 0;
 
-  // true: one merged cell that keeps the first cell's content; false: every merge touching the range is
-  // undone.
+  // true: one merged cell that keeps the first cell's content; false: every merge touching the
+  // range is undone.
   virtual void set_merge(bool merged) = 0;
   // Fits the widths of the range's columns to the contents of the range's cells (not of the whole columns).
   virtual void auto_fit_columns() = 0;
@@ -339,8 +339,8 @@ class Chart {
   virtual std::int32_t series_count() = 0;
   virtual std::shared_ptr<Series> series(std::int32_t index) = 0;
   virtual std::shared_ptr<Series> new_series() = 0;
-  // Bars of the primary group: space between categories in percent of a bar, overlap in percent (100:
-  // stacked).
+  // Bars of the primary group: space between categories in percent of a bar, overlap in
+  // percent (100: stacked).
   virtual void set_gap_width(std::int32_t percent) = 0;
   virtual void set_overlap(std::int32_t percent) = 0;
   // Cells in hidden rows and columns are drawn too when false.

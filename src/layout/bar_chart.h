@@ -47,15 +47,15 @@ class BarChart : public ReportChart {
   // Made by ReportSheet::AddBarChart.
   BarChart(ReportSheet& sheet, std::shared_ptr<host::ChartObject> container);
 
-  // Draws the bars; once for a chart. Their figures are formulas in hidden columns, so that they follow the
-  // table.
+  // Draws the bars; once for a chart. Their figures are formulas in hidden columns, so that they
+  // follow the table.
   void Draw(ReportTable& table, Bars bars);
   // A line below the subtitle that says what colours of bars mean, from FinishChart on.
   void SetColorKey(const std::vector<ColorKey>& key);
   // Colours what of a bar lies below or above the value that the bars are split at.
   void ColorBarPart(std::int32_t bar, bool above, host::Color color);
-  // Texts at the ends of the bars, for bars with labels, after FinishChart: one a bar, as place_labels has
-  // it.
+  // Texts at the ends of the bars, for bars with labels, after FinishChart: one a bar, as
+  // place_labels has it.
   void LabelBarEnds(const std::vector<BarLabels>& labels);
   void FinishChart() override;
   // Of the value axis; none as long as no bar has ends.

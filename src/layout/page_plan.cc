@@ -132,23 +132,19 @@ double choose_scale(const PrintedSheet& sheet, PagePlan& plan) {
   return plan.scale / 100.0;
 }
 
-// A page end is known as long as nothing has gone over one by itself: where it came then depends on the
+// What follows a block that goes on over the end of a page begins a page: where that end comes depends on the
 // paper.
 void break_rows(const std::vector<PrintedBlock>& blocks, double height, PagePlan& plan) {
   double page_top = 0, room = height;
   double header = 0;  // that pages from here on repeat
-  bool known = true;
   for (const PrintedBlock& block : blocks) {
     const bool is_first = &block == &blocks.front();  // stays with the title block
-    if (!is_first && block.top > page_top && !(known && block.kept_bottom - page_top <= room)) {
+    if (!is_first && block.top > page_top && block.kept_bottom - page_top > room) {
       plan.row_breaks.push_back(block.row);
       page_top = block.top;
       room = height - header;
-      known = true;
     }
-    const bool goes_on = block.bottom - page_top > room;
-    if (goes_on) known = false;
-    plan.goes_on.push_back(goes_on);
+    plan.goes_on.push_back(block.bottom - page_top > room);
     header = std::max(header, block.header);
   }
 }

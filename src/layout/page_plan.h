@@ -27,16 +27,15 @@ double printable_width(bool landscape);
 struct PrintedBlock {
   std::int32_t row = 0;  // its first one
   double top = 0, bottom = 0;
-  double kept_bottom =
-      0;  // what is above this stays on one page: a whole chart, a table's captions and first rows
+  // What is above this stays on one page: a whole chart, a table's captions and first rows.
+  double kept_bottom = 0;
   double header = 0;  // height of its header rows, which later pages may repeat
   bool is_chart = false;
 };
 
 struct PrintedSheet {
   double width = 0;
-  double repeated_columns =
-      0;  // width of the columns repeated on every page, if there is more than one side by side
+  double repeated_columns = 0;  // width of those on every page, if there are several side by side
   std::vector<PrintedBlock> blocks;
   // Left edges of blocks of columns; rising. Pages side by side begin with one of them; without any, with
   // whatever column comes.

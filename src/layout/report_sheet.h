@@ -122,8 +122,8 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   std::map<std::int32_t, double> settled_widths_;  // by column, characters
   std::vector<std::shared_ptr<ReportChart>> charts_;
   std::int32_t charts_in_row_ = 1, placed_in_row_ = 0;
-  std::int32_t helper_column_ =
-      0;  // first free column for the hidden figures that charts draw from; 0: none yet
+  // First free column for the hidden figures that charts draw from; 0: none yet.
+  std::int32_t helper_column_ = 0;
   std::map<std::pair<std::int32_t, std::int32_t>, std::string> notes_;  // by row and column
   bool report_pages_ = false;
 };

@@ -40,8 +40,8 @@ class ReportWorkbook {
   // Report sheets replace sheets of the same name instead of taking a free name. Sheets that this object has
   // added, and those that the host does not let go, are never replaced.
   void OverwriteExisting();
-  // A sheet after the last one. A name that is taken gets " (2)", " (3)" … within the spreadsheet's 31
-  // characters.
+  // A sheet after the last one. A name that is taken gets " (2)", " (3)" … within the
+  // spreadsheet's 31 characters.
   std::shared_ptr<ReportSheet> AddSheet(const std::string& name);
   // Adds a list of the report sheets with links where there are many, before the first one; sets the document
   // properties of a new workbook; shows the first report sheet, or the list.

@@ -1,5 +1,5 @@
-// Character classes are enough here: texts are headings and names, and a column too wide by a letter is no
-// harm.
+// Character classes are enough here: texts are headings and names, and a column too wide by a letter
+// is no harm.
 #include "layout/text_estimate.h"
 
 #include <algorithm>
@@ -133,8 +133,8 @@ std::string joined(const Texts& texts) {
   return all;
 }
 
-// The width to which labels are cut so that all of them take a width: what short ones leave goes to the
-// others.
+// The width to which labels are cut so that all of them take a width: what short ones leave goes
+// to the others.
 double width_for_each(const std::vector<std::string_view>& labels, double width, double size) {
   std::vector<double> widths;
   widths.reserve(labels.size());

@@ -232,8 +232,8 @@ void RangeHandle::select() {
   sheet_->model->active_cell = {area_.row, area_.column};
 }
 
-// The active cell moves within the selection when the range lies there, and takes the selection along when
-// not.
+// The active cell moves within the selection when the range lies there, and takes the selection
+// along when not.
 void RangeHandle::activate() {
   require_active_sheet();
   if (!contains(sheet_->model->selection, area_)) sheet_->model->selection = area_;

@@ -1,7 +1,7 @@
 // One sheet of an in-memory workbook: its data and the operations on them, by row and column.
 //
-// Handles (ranges, charts …) hold sheets and ask them; a sheet knows its workbook as long as it is part of
-// it.
+// Handles (ranges, charts …) hold sheets and ask them; a sheet knows its workbook as long as it is
+// part of it.
 #pragma once
 
 #include <cstdint>

@@ -11,8 +11,7 @@
 
 namespace ordvane::reports {
 
-// What differs from report to report. A sheet about one output has a name with a place, for the output's
-// cell.
+// What differs from report to report. The name of a sheet about one output has a place for the output's cell.
 template <int places_of_name>
 struct SheetTexts {
   session::TextId<places_of_name> sheet_name;

@@ -203,5 +203,40 @@ TEST(PagePlan, KeepsBlocksOfColumnsWhole) {
   }
 }
 
+struct BreakCase {
+  const char* what;
+  std::vector<PrintedBlock> blocks;  // row, top, bottom, what is kept, header
+  std::vector<std::int32_t> breaks;
+  std::vector<bool> goes_on;
+};
+
+// A page upright takes 656 points.
+const BreakCase kBreakCases[] = {
+    {"a table may go on", {{1, 20, 700, 80, 45}}, {}, {true}},
+    {"one that begins at the foot does not",
+     {{1, 20, 600, 80, 45}, {40, 620, 900, 680, 45}},
+     {40},
+     {false, false}},
+    {"it does where its first rows fit", {{1, 20, 600, 80, 45}, {40, 610, 900, 650, 45}}, {}, {false, true}},
+    {"the first block stays with the title", {{4, 60, 900, 700, 0}}, {}, {true}},
+    {"repeated headers take room",
+     {{1, 0, 100, 60, 100}, {10, 120, 700, 700, 0}, {50, 710, 730, 720, 0}},
+     {10, 50},
+     {false, true, false}},
+    {"and go on being repeated",
+     {{1, 0, 100, 60, 100}, {10, 120, 200, 140, 0}, {20, 220, 800, 800, 0}},
+     {20},
+     {false, false, true}},
+};
+
+TEST(PagePlan, BreaksBeforeWhatWouldBeParted) {
+  for (const BreakCase& c : kBreakCases) {
+    SCOPED_TRACE(c.what);
+    const PagePlan plan = plan_pages({.width = 400, .repeated_columns = 0, .blocks = c.blocks});
+    EXPECT_EQ(plan.row_breaks, c.breaks);
+    EXPECT_EQ(plan.goes_on, c.goes_on);
+  }
+}
+
 }  // namespace
 }  // namespace ordvane::layout

@@ -6,8 +6,10 @@
 
 #include "engine/engine.h"
 #include "layout/layout_bench.h"
+#include "layout/look.h"
 #include "reports/detail_by_input.h"
 #include "reports/output_detail.h"
+#include "reports/reports_bench.h"
 #include "runfile/recorded_engine.h"
 
 namespace ordvane::reports {
@@ -26,6 +28,40 @@ struct Case {
   std::vector<std::vector<double>> results;   // of each output at every step
   std::vector<std::string> detail, by_input;  // parts of the detail of output 1, and of the detail by input
 };
+
+constexpr const char* kDetail = R"-(== <401 B1>
+A1 "<404>"
+A2 "<204>"  B2 "M.xlsx"
+A3 "<205>"  B3 "Profit (B1)"
+A4 "<200>"  B4 3
+A6 "<405: Profit>"
+A7 "<400>"
+E8 "<107>"  G8 "<110>"
+A9 "<309>"  B9 "<106>"  C9 "<101>"  D9 "<113>"  E9 "<118>"  F9 "<104>"  G9 "<118>"  H9 "<104>"
+A10 1  B10 "(A2)"  C10 "A2"  D10 2  E10 4  F10 1 {0.00%}  G10 4  H10 0.3333333333 {0.00%}
+A11 2  B11 "(A2)"  C11 "A2"  D11 1  E11 3  F11 0.5 {0.00%}  G11 3  H11 0 {0.00%}
+A12 3  B12 "(A1)"  C12 "A1"  D12 2  E12 2  F12 3 {0.00%}  G12 2  H12 -0.3333333333 {0.00%}
+A13 4  B13 "(A1)"  C13 "A1"  D13 1  E13 1  F13 2 {0.00%}  G13 1  H13 -0.6666666667 {0.00%}
+merged E8:F8
+merged G8:H8
+)-";
+constexpr const char* kByInput = R"-(== <105>
+A1 "<117>"
+A2 "<204>"  B2 "M.xlsx"
+A4 "<119>"
+A5 "<100>"
+D6 "<107>"  G6 "<110>"
+G7 "Profit"  J7 " "
+A8 "<106>"  B8 "<101>"  C8 "<113>"  D8 "<118>"  E8 "<103>"  F8 "<104>"  G8 "<118>"  H8 "<103>"  I8 "<104>"  J8 "<118>"  K8 "<103>"  L8 "<104>"
+A9 "(A1)"  B9 "A1"  C9 "<108: 1>"  D9 1  E9 2  F9 2 {0.00%}  G9 1  H9 -2  I9 -0.6666666667 {0.00%}  J9 1  K9 -3  L9 -0.75 {0.00%}
+A10 "(A1)"  B10 "A1"  C10 "<108: 2>"  D10 2  E10 3  F10 3 {0.00%}  G10 2  H10 -1  I10 -0.3333333333 {0.00%}  J10 2  K10 -2  L10 -0.5 {0.00%}
+A11 "(A2)"  B11 "A2"  C11 "<108: 1>"  D11 3  E11 1  F11 0.5 {0.00%}  G11 3  H11 0  I11 0 {0.00%}  J11 3  K11 -1  L11 -0.25 {0.00%}
+A12 "(A2)"  B12 "A2"  C12 "<108: 2>"  D12 4  E12 2  F12 1 {0.00%}  G12 4  H12 1  I12 0.3333333333 {0.00%}  J12 4  K12 0  L12 0 {0.00%}
+merged D6:F6
+merged G6:L6
+merged G7:I7
+merged J7:L7
+)-";
 
 class GapNotesTest : public testing::TestWithParam<Case> {
  protected:
@@ -94,7 +130,14 @@ class GapNotesTest : public testing::TestWithParam<Case> {
 // Body cells: output detail from row 9 on, values in D and F; detail by input from row 8 on, values in D, G,
 // J.
 const Case kCases[] = {
-    {"every number is there", {1, 2}, {3, 4}, {1, 2, 3, 4}, {{1, 2, 3, 4}, {1, 2, 3, 4}}, {}, {}},
+    {"every number is there", {-1, 2}, {3, 4}, {1, 2, 3, 4}, {{1, 2, 3, 4}, {1, 2, 3, 4}}, {}, {}},
+    {"a change that no cell holds",
+     {1e-300, 2},
+     {3, 4},
+     {1e300, 2, 3, 4},
+     {{1, 2, 3, 4}, {1, 2, 3, 4}},
+     {"F13 \"<116>:\n<600>\""},
+     {"F9 \"<116>:\n<600>\""}},
     {"the second input's base is zero",
      {1, 0},
      {3, 4},
@@ -120,10 +163,10 @@ const Case kCases[] = {
      {1, 2},
      {3, 0},
      {1, 2, 3, 4},
-     {{1, kNone, 3, kNone}, {1, 2, 3, kNone}},
+     {{1, kNone, 3, kNone}, {1, 2, kNone, 4}},
      {"G10 \"<116>:\n<261: 2, 4>\""},
      {"A9 \"<116>:\n<261: 1, 4>\"", "L9 \"<116>:\n<608>\"", "G10 \"<116>:\n<261: 2, 4>\"",
-      "A11 \"<116>:\n<261: 2, 4>\"", "J12 \"<116>:\n<261: 1, 4>\""}},
+      "A11 \"<116>:\n<261: 2, 4>\"", "J11 \"<116>:\n<261: 1, 4>\""}},
     {"an input's value that is no number",
      {1, 2},
      {3, 4},
@@ -150,6 +193,26 @@ TEST_P(GapNotesTest, StandAtTheFirstCellThatTheyAreAbout) {
 
 INSTANTIATE_TEST_SUITE_P(Of, GapNotesTest, testing::ValuesIn(kCases));
 
+class DetailTables : public GapNotesTest {};
+
+TEST_P(DetailTables, ShowEveryStepOnce) {
+  auto details = bench_.reports();
+  MakeOutputDetailReport(context(details), 1);
+  EXPECT_EQ(text(details), kDetail);
+  auto by_input = bench_.reports();
+  MakeDetailByInputReport(context(by_input));
+  EXPECT_EQ(text(by_input), kByInput);
+  const auto ruled = [](const office::CellStyle& style) { return style.right.line_style != host::kXlNone; };
+  for (const std::string& cell : test::cells_that_look(*bench_.kept, ruled))
+    EXPECT_THAT(cell, testing::MatchesRegex("[CFI][0-9]+"));
+  EXPECT_EQ(test::cells_that_look(*bench_.kept, ruled).size(), 15U) << "captions and four rows";
+  const auto quiet = [](const office::CellStyle& style) { return style.font_color == layout::look::kMuted; };
+  EXPECT_THAT(test::cells_that_look(*bench_.kept, quiet),
+              testing::ElementsAre("A2", "A5", "A10", "B10", "A12", "B12"));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfNumbers, DetailTables, testing::Values(kCases[0]));
+
 // Of an output without a name, some of whose results are no numbers.
 class DetailTexts : public GapNotesTest {};
 
@@ -158,9 +221,15 @@ TEST_P(DetailTexts, ReadAsSentences) {
   MakeOutputDetailReport(context(reports), 2);
   EXPECT_THAT(text(reports), testing::AllOf(HasSubstr("B3 \"(B2)\""), HasSubstr("\"<405: B2>\""),
                                             HasSubstr("\"<430>\""), Not(HasSubstr("<400>"))));
+  auto cut = bench_.reports();
+  Context shorter = context(cut);
+  shorter.recalculations = 3;
+  MakeOutputDetailReport(shorter, 2);
+  EXPECT_THAT(text(cut), testing::AllOf(HasSubstr("note at E9 \"<116>:\n<403>\""), HasSubstr("A12 3  B12"),
+                                        Not(HasSubstr("A13"))));
 }
 
-INSTANTIATE_TEST_SUITE_P(WithFailedSteps, DetailTexts, testing::Values(kCases[4]));
+INSTANTIATE_TEST_SUITE_P(WithFailedSteps, DetailTexts, testing::Values(kCases[5]));
 
 }  // namespace
 }  // namespace ordvane::reports

@@ -207,6 +207,7 @@ TEST(MultiTornadoReport, RowsGrowWithTheirNames) {
   const auto book = bench.book();
   const office::SheetModel& sheet = *book->sheets.front();
   const std::int32_t first = sheet.charts.front()->series.front()->values.area.row;
+  EXPECT_EQ(sheet.charts.front()->width, 458.25) << "as wide as names make the table";
   ASSERT_TRUE(sheet.row_heights.contains(first));
   EXPECT_GE(sheet.row_heights.at(first), 2 * 13);
   EXPECT_FALSE(sheet.row_heights.contains(first + 1));

@@ -8,6 +8,7 @@
 
 #include "layout/layout_bench.h"
 #include "layout/look.h"
+#include "reports/reports_bench.h"
 
 namespace ordvane::reports {
 namespace {
@@ -106,17 +107,8 @@ class MultiWayDetail : public testing::Test {
                              m.run, m.effects);
     return test::sheet_text(bench_.model(reports), bench_.first_sheet(reports));
   }
-  // Cells of a look, among those that hold something.
   std::vector<std::string> cells(const std::function<bool(const office::CellStyle&)>& look) {
-    std::vector<std::string> found;
-    for (const auto& band : bench_.kept->sheets.front()->bands)
-      for (std::int32_t row = band.first_row; row < band.first_row + band.rows; ++row)
-        for (std::int32_t column = band.first_column; column < band.first_column + band.columns; ++column) {
-          const std::size_t at = band.index(row, column);
-          if (band.kinds[at] != host::CellKind::kBlank && look(bench_.kept->styles.at(band.styles[at])))
-            found.push_back(office::cell_name(row, column));
-        }
-    return found;
+    return test::cells_that_look(*bench_.kept, look);
   }
 
   test::TablesBench bench_;
@@ -300,6 +292,12 @@ TEST_F(MultiWayDetail, TellsABaseThatIsNoNumberFromOneOfZero) {
   const std::string shown = report(model);
   EXPECT_THAT(shown, testing::AllOf(HasSubstr("note at J9 \"<116>:\n<131>"),
                                     HasSubstr("note at O9 \"<116>:\n<608>")));
+}
+
+TEST_F(MultiWayDetail, MarksNoEndsOfEqualResults) {
+  const std::string shown = report(Model({[](const Values&) { return 7; }}));
+  EXPECT_THAT(shown, HasSubstr("I14 7 {0.00}  J14 0 {0.00%}  L14 1"));
+  EXPECT_THAT(shown, testing::Not(HasSubstr("\"<201>\"")));
 }
 
 TEST_F(MultiWayDetail, WithoutGroupsSaysSo) {

@@ -198,6 +198,20 @@ void check_situations(const Situations& situations, MakeReport&& make_report) {
   }
 }
 
+// Cells of the first sheet that have a look and hold something.
+inline std::vector<std::string> cells_that_look(const office::BookModel& book,
+                                                const std::function<bool(const office::CellStyle&)>& look) {
+  std::vector<std::string> found;
+  for (const auto& band : book.sheets.front()->bands)
+    for (std::int32_t row = band.first_row; row < band.first_row + band.rows; ++row)
+      for (std::int32_t column = band.first_column; column < band.first_column + band.columns; ++column) {
+        const std::size_t at = band.index(row, column);
+        if (band.kinds[at] != host::CellKind::kBlank && look(book.styles.at(band.styles[at])))
+          found.push_back(office::cell_name(row, column));
+      }
+  return found;
+}
+
 // The user presses Escape before a check, counted from 1.
 struct Impatient : environment::StandardEnvironment {
   explicit Impatient(int check) : StandardEnvironment(environment::Settings{}), patience(check) {}

@@ -48,10 +48,11 @@ const Situation kSpiderSituations[] = {
      {"series \"Zero", "series \"Nil", "The base value of the output"}},
     {"a base that is no number has no line either",
      100,
-     {kRate, {"Text", "B9", kNothing, {{1, 90}, {2, 110}}}},
-     {"note at E+4 \"Please note:\nThe base value of this input is not a number",
+     {kRate, {"Text", "B9", kNothing, {{kNothing, 90}, {2, 110}}}},
+     {"note at D+4 \"Please note:\nSome values",
+      "note at E+5 \"Please note:\nThe base value of this input is not a number",
       "No line, because the base value is not a number: Text (B9)", "series \"Rate (B2)\""},
-     {"series \"Text", "base value of this input is 0", "Some values"}},
+     {"series \"Text", "base value of this input is 0"}},
     {"an output base that is no number is not said to be 0",
      kNothing,
      {kRate, kNegative},
@@ -267,6 +268,39 @@ TEST(SensitivityReport, PutsTheTableFirstAndChartsSideBySideBelow) {
   EXPECT_GE(third.top, first.top + first.height);
   EXPECT_EQ(third.left, first.left);
   EXPECT_GE(first.width, 376);
+}
+
+// An input's name stands once, over all its steps, and goes on below where it is long.
+TEST(StepTable, WrapsNamesOverTheRowsOfTheirSteps) {
+  GraphBench bench;
+  make_report(bench, {"", 100, {{std::string(200, 'n'), "B2", 5, {{4, 90}, {6, 110}}}, kNegative}, {}},
+              GenerateSpiderReport);
+  const auto book = bench.book();
+  const office::SheetModel& sheet = *book->sheets.front();
+  const std::int32_t first = sheet.charts.front()->series.front()->values.area.row;
+  EXPECT_GE(sheet.row_heights.at(first + 1), 3 * 13);
+  EXPECT_FALSE(sheet.row_heights.contains(first + 3));
+  const auto wrapped = test::cells_that_look(*book, [](const office::CellStyle& style) {
+    return style.wrap && style.vertical == host::VAlign::kTop;
+  });
+  EXPECT_THAT(wrapped, testing::IsSupersetOf({office::cell_name(first, 1), office::cell_name(first + 2, 1)}));
+}
+
+TEST(StepTable, IsCutToTheSmallestSheetAndSaysSo) {
+  GraphBench bench;
+  bench.outputs(1).set_BaseValue(100);
+  bench.set_inputs({kRate, kNegative});
+  bench.inputs(2).numSteps = 65524;
+  bench.inputs(2).inputValuesUsedInit(65524);
+  bench.inputs(2).outputValuesCalculatedInit(1, 65524);
+  const Context context = bench.context();
+  StepTable table(context, 1, 2);
+  EXPECT_EQ(table.blocks().back().rows, 65522);
+  const session::TextId<0> no_text = text_id::kStepsInputBaseNoNumber;
+  table.write(*bench.workbook->AddSheet("Steps"),
+              {text_id::kStepsCaptionOfCell, no_text, no_text, no_text, no_text});
+  const auto book = bench.book();
+  EXPECT_EQ(book->sheets.front()->comments.count({4, 3}), 1U) << "at the caption of the steps";
 }
 
 TEST(SpiderChart, GrowsWithItsLegend) {

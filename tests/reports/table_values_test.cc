@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "layout/layout_bench.h"
+#include "reports/body_writer.h"
 #include "reports/graph_sheet.h"
 #include "reports/item_texts.h"
 #include "reports/progress.h"
@@ -92,6 +93,19 @@ TEST(CheckUserCancel, RaisesTheCancelErrorOnEscape) {
   } catch (const host::Error& error) {
     EXPECT_EQ(error.code(), host::errc::kUserCancelled);
   }
+}
+
+TEST(BodyWriter, WritesBlockAfterBlock) {
+  test::TablesBench bench;
+  auto reports = bench.reports();
+  constexpr std::int32_t kColumns = 256, kRows = 600;  // more than two blocks
+  const auto table = reports.AddSheet("Body")->AddTable(kRows, kColumns, 1, 0, "", "");
+  BodyWriter body(*table, kRows);
+  for (std::int32_t row = 1; row <= kRows; ++row) body.block().set_number(body.next_row(), 1, row);
+  EXPECT_EQ(body.rows(), kRows);
+  body.flush();
+  const host::CellBlock written = table->Body(1, 1, kRows, 1)->values();
+  for (std::int32_t row = 1; row <= kRows; ++row) EXPECT_EQ(written.value(row, 1), host::CellValue(row));
 }
 
 TEST(TableWidthForChart, IsTheTablesWithinBounds) {

@@ -146,16 +146,16 @@ const Situation kSituations[] = {
      }},
     {"General as cells show it",
      1234.567891234,
-     {{"Rate", "B2", 5, {{4, 1000}, {6, 1500}}}},
-     {"labelled \"Base value 1234.567891\""},
+     {{"Rate", "B2", 5, {{4.12345678, 1000}, {6, 1500}}, "General"}},
+     {"labelled \"Base value 1234.567891\"", "labelled \"4.12346\""},
      {},
      [](GraphBench& b) { b.output().numberFormat = b.output().NumberFormatLocal = "General"; }},
     {"failed steps are counted, in the input's row and below the chart",
      100,
-     {{"Rate", "B2", 5, {{4, 90}, {5, kNumError}, {6, 110}}}, {"Dead", "B3", 5, {{4, kNothing}}}},
-     {"\"Results that are no numbers: Rate (B2): 1 of 3, Dead (B3): 1 of 1\"",
+     {{"Rate", "B2", 5, {{4, 90}, {5, kNumError}, {6, 110}}}, {"Late", "B3", 5, {{6, kNumError}, {7, 101}}}},
+     {"\"Results that are no numbers: Rate (B2): 1 of 3, Late (B3): 1 of 2\"",
       "note at B+1 \"Please note:\nResults that are no numbers: 1 of 3\""},
-     {"No effect", "\"Dead (B3)\""},
+     {"No effect", "\"Late (B3)\"", "leave out"},
      [](GraphBench& b) { b.ranking.input_limit = 1; }},
     {"steps that leave out the base",
      100,
@@ -169,7 +169,7 @@ const Situation kSituations[] = {
      {"\"No effect on this output: Idle (B3)\"", "\"Bar +\" #0000FF", "(0.05", "labelled \"6.0\"",
       // Nothing was set to anything where nothing moved.
       "\"Idle (B3)\"  C+2 \"B3\"  D+2 100 {#,##0.00}  E+2 0 {0.00%}  F+2 \" - \"  G+2 100 {#,##0.00}  H+2 0 "
-      "{0.00%}  I+2 \" - \"  J+2 5"},
+      "{0.00%}  I+2 \" - \"  J+2 5 {0.0}\n"},
      {"note at F+2", "labelled \"7.0\""},
      [](GraphBench& b) { b.settings.all_inputs = false; }},
     {"rows without a bar may lie between others",
@@ -243,6 +243,7 @@ TEST(TornadoReport, BarsTakeTheirColorAndFollowTheTable) {
   const office::SheetModel& sheet = *book->sheets.front();
   const office::ChartModel& chart = *sheet.charts.front();
   ASSERT_EQ(chart.series.size(), 9U);
+  EXPECT_EQ(chart.width, 428);
   EXPECT_EQ(chart.series[2]->fill.value().color, kBlue);
   EXPECT_EQ(chart.series[3]->fill.value().color, kBlue);
   EXPECT_EQ(chart.series[8]->line.value().color, kRed);
