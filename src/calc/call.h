@@ -87,6 +87,18 @@ class Call {
   void each_number(int first, Visit&& visit) {
     numbers_from(first, count(), [&](double number) { visit(number); });
   }
+  // The same from the last argument to the first, as SUM and its kin add up; which error is met first is by
+  // their order.
+  template <class Visit>
+  void each_number_backwards(Visit&& visit) {
+    ErrorCode met = ErrorCode::kNone;
+    for (int argument = count() - 1; argument >= 0; --argument) {
+      numbers_from(argument, argument + 1, [&](double number) { visit(number); });
+      if (failed()) met = error_;
+      error_ = ErrorCode::kNone;
+    }
+    error_ = met;
+  }
   template <class Visit>
   void each_number_of(int argument, Visit&& visit) {
     numbers_from(argument, argument + 1, [&](double number) { visit(number); });

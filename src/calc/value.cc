@@ -58,6 +58,8 @@ Value Lanes::at(int lane) const {
       return {number[i]};
     case Kind::kBoolean:
       return Value::boolean(number[i] != 0);
+    case Kind::kEmpty:
+      return Value::empty();
     case Kind::kBlank:
       return {};
     case Kind::kText:

@@ -17,8 +17,9 @@
 
 namespace ordvane::calc {
 
-// Kinds up to kBlank count as numbers in arithmetic: TRUE as 1, a blank cell as 0.
-enum class Kind : std::uint8_t { kNumber, kBoolean, kBlank, kText, kError };
+// Kinds up to kBlank count as numbers in arithmetic: TRUE as 1, a blank cell as 0. kEmpty is the value of a
+// cell whose formula refers to a blank one: a 0 that also equals "".
+enum class Kind : std::uint8_t { kNumber, kBoolean, kEmpty, kBlank, kText, kError };
 
 // The numbers are those by which LibreOffice's manual calls the errors. It tells more of them apart than
 // Excel, which shows the name that error_text() gives.
@@ -57,6 +58,11 @@ class Value {
       : number_(static_cast<double>(error)), kind_(Kind::kError) {}
   // The text must outlive the value; Arena::text() keeps one.
   explicit Value(const std::string* text) : text_(text), kind_(Kind::kText) {}
+  static Value empty() {
+    Value result(0.0);
+    result.kind_ = Kind::kEmpty;
+    return result;
+  }
   static Value boolean(bool value) {
     Value result(value ? 1.0 : 0.0);
     result.kind_ = Kind::kBoolean;
@@ -64,7 +70,7 @@ class Value {
   }
 
   Kind kind() const { return kind_; }
-  bool is_number() const { return kind_ <= Kind::kBoolean; }  // numbers and booleans, no blanks
+  bool is_number() const { return kind_ <= Kind::kEmpty; }  // in cells: all but blanks, texts and errors
   bool is_numeric() const { return kind_ <= Kind::kBlank; }
   bool is_blank() const { return kind_ == Kind::kBlank; }
   bool is_text() const { return kind_ == Kind::kText; }
