@@ -25,8 +25,9 @@ std::int64_t Calendar::day(std::int64_t year, std::int64_t month, std::int64_t d
   const std::int64_t months = year * 12 + month - 3;  // since March of year 0
   const std::int64_t march_year = floor_division(months, 12);
   const std::int64_t in_year = months - march_year * 12;
-  const std::int64_t days = march_year * 365 + floor_division(march_year, 4) - floor_division(march_year, 100) +
-                            floor_division(march_year, 400) + (in_year * 153 + 2) / 5 + day - 1;
+  const std::int64_t days = march_year * 365 + floor_division(march_year, 4) -
+                            floor_division(march_year, 100) + floor_division(march_year, 400) +
+                            (in_year * 153 + 2) / 5 + day - 1;
   return days - kMarchYearZero - first_;
 }
 

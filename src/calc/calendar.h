@@ -1,5 +1,6 @@
-// Days of the calendar as numbers: day 0 is 30 December 1899, or 1 January 1904 in workbooks that count from there. The
-// year 1900 has no 29 February here, so days before March 1900 are one later than Excel, which gives it one, has them.
+// Days of the calendar as numbers: day 0 is 30 December 1899, or 1 January 1904 in workbooks that count from
+// there. The year 1900 has no 29 February here, so days before March 1900 are one later than Excel, which
+// gives it one, has them.
 #pragma once
 
 #include <cstdint>

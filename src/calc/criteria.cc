@@ -21,7 +21,8 @@ bool fits_one(std::string_view& text, std::string_view& pattern) {
     return true;
   }
   std::string_view rest = pattern;
-  if (rest.size() > 1 && rest[0] == '~' && (rest[1] == '*' || rest[1] == '?' || rest[1] == '~')) rest.remove_prefix(1);
+  if (rest.size() > 1 && rest[0] == '~' && (rest[1] == '*' || rest[1] == '?' || rest[1] == '~'))
+    rest.remove_prefix(1);
   const std::size_t length = character_length(rest);
   if (rest.substr(0, length) != text.substr(0, length)) return false;
   pattern = rest.substr(length);
@@ -78,9 +79,9 @@ void Criterion::read(Call& call, std::string_view text) {
     std::string_view text;
     Comparison comparison;
   };
-  constexpr Sign kSigns[] = {{"<>", Comparison::kUnequal},       {"<=", Comparison::kLessOrEqual},
-                             {">=", Comparison::kGreaterOrEqual}, {"=", Comparison::kEqual},
-                             {"<", Comparison::kLess},            {">", Comparison::kGreater}};
+  constexpr Sign kSigns[] = {
+      {"<>", Comparison::kUnequal}, {"<=", Comparison::kLessOrEqual}, {">=", Comparison::kGreaterOrEqual},
+      {"=", Comparison::kEqual},    {"<", Comparison::kLess},         {">", Comparison::kGreater}};
   for (const Sign& sign : kSigns) {
     if (!text.starts_with(sign.text)) continue;
     comparison_ = sign.comparison;
@@ -120,10 +121,14 @@ bool Criterion::matches(const Value& value) const {
     order = compare_texts(value.text(), text_);
   }
   switch (comparison_) {
-    case Comparison::kLess: return order < 0;
-    case Comparison::kLessOrEqual: return order <= 0;
-    case Comparison::kGreater: return order > 0;
-    default: return order >= 0;
+    case Comparison::kLess:
+      return order < 0;
+    case Comparison::kLessOrEqual:
+      return order <= 0;
+    case Comparison::kGreater:
+      return order > 0;
+    default:
+      return order >= 0;
   }
 }
 

@@ -8,8 +8,8 @@
 
 namespace ordvane::calc {
 
-// A text with wildcards: * for any characters, ? for one, ~ before either, or before another ~, for itself. Without
-// regard to case.
+// A text with wildcards: * for any characters, ? for one, ~ before either, or before another ~, for itself.
+// Without regard to case.
 bool has_wildcards(std::string_view pattern);
 bool matches_wildcards(std::string_view text, std::string_view pattern);
 bool same_text(std::string_view a, std::string_view b);

@@ -71,7 +71,6 @@ std::span<const Function> distribution_functions();
 std::span<const Function> annuity_functions();
 std::span<const Function> depreciation_functions();
 std::span<const Function> calendar_functions();
-std::span<const Function> string_functions();
 std::span<const Function> number_text_functions();
 std::span<const Function> finding_functions();
 std::span<const Function> array_functions();

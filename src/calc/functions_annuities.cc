@@ -1,7 +1,7 @@
 // Loans and savings of equal payments, and interest rates.
 //
-// Payments at the beginning of a period have type 1, at its end type 0. The formulas are the ones that give LibreOffice's
-// last digit: powers where it takes powers, expm1 and log1p for payments.
+// Payments at the beginning of a period have type 1, at its end type 0. The formulas are the ones that give
+// LibreOffice's last digit: powers where it takes powers, expm1 and log1p for payments.
 #include <cmath>
 
 #include "calc/functions.h"
@@ -36,8 +36,8 @@ double payment_of(const Loan& loan) {
   if (loan.rate == 0) return -(loan.present + loan.future) / loan.periods;
   const double growth = std::log1p(loan.rate);
   const double due = (loan.future + loan.present * std::exp(loan.periods * growth)) * loan.rate;
-  const double share = loan.at_start ? std::expm1((loan.periods + 1) * growth) - loan.rate
-                                     : std::expm1(loan.periods * growth);
+  const double share =
+      loan.at_start ? std::expm1((loan.periods + 1) * growth) - loan.rate : std::expm1(loan.periods * growth);
   return -(due / share);
 }
 
@@ -125,7 +125,8 @@ Operand call_parts(Call& call) {
     if (period == 1) {
       balance = loan.at_start ? 0 : -loan.present;
     } else {
-      balance = loan.at_start ? future_after(loan, period - 2) - loan.payment : future_after(loan, period - 1);
+      balance =
+          loan.at_start ? future_after(loan, period - 2) - loan.payment : future_after(loan, period - 1);
     }
     sum.add(part == Part::kInterest ? balance : loan.payment - balance * loan.rate);
   }
@@ -155,8 +156,8 @@ double better_rate(const RateProblem& loan, double rate) {
   const double before_last = std::pow(1 + rate, loan.periods - 1);
   const double growth = before_last * (1 + rate);
   const double series = rate == 0 ? loan.periods : (growth - 1) / rate;
-  const double slope = rate == 0 ? loan.periods * (loan.periods - 1) / 2
-                                 : loan.periods * before_last / rate - series / rate;
+  const double slope =
+      rate == 0 ? loan.periods * (loan.periods - 1) / 2 : loan.periods * before_last / rate - series / rate;
   const double value = loan.future + loan.present * growth + loan.payment * series;
   return rate - value / (loan.present * loan.periods * before_last + loan.payment * slope);
 }

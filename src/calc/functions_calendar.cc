@@ -31,9 +31,11 @@ Operand call_date(Call& call) {
   const double year = whole_part(call.number(0));
   const double month = whole_part(call.number(1));
   const double day = whole_part(call.number(2));
-  if (year < 0 || year > 32767 || std::fabs(month) > 400000 || std::fabs(day) > 12000000) return ErrorCode::kArgument;
+  if (year < 0 || year > 32767 || std::fabs(month) > 400000 || std::fabs(day) > 12000000)
+    return ErrorCode::kArgument;
   const auto full_year = static_cast<std::int64_t>(year) + (year < 1900 ? 1900 : 0);
-  return static_cast<double>(calendar_of(call).day(full_year, static_cast<std::int64_t>(month), static_cast<std::int64_t>(day)));
+  return static_cast<double>(
+      calendar_of(call).day(full_year, static_cast<std::int64_t>(month), static_cast<std::int64_t>(day)));
 }
 
 Operand call_year(Call& call) {
@@ -88,7 +90,8 @@ Operand call_eomonth(Call& call) {
   const Date date = calendar.date(day_of(call, 0));
   const double months = whole_part(call.number(1));
   if (std::fabs(months) > 400000) return ErrorCode::kArgument;
-  return static_cast<double>(calendar.day(date.year, date.month + static_cast<std::int64_t>(months) + 1, 1) - 1);
+  return static_cast<double>(calendar.day(date.year, date.month + static_cast<std::int64_t>(months) + 1, 1) -
+                             1);
 }
 
 // ---- Differences ----
@@ -103,7 +106,8 @@ bool ends_february(const Date& date) {
 }
 
 double days_of_360(const Date& start, const Date& end) {
-  return static_cast<double>((end.year - start.year) * 360 + (end.month - start.month) * 30 + end.day - start.day);
+  return static_cast<double>((end.year - start.year) * 360 + (end.month - start.month) * 30 + end.day -
+                             start.day);
 }
 
 // European: every 31st is a 30th.
@@ -113,8 +117,8 @@ double european_days(Date start, Date end) {
   return days_of_360(start, end);
 }
 
-// American: a 31st at the end counts only after a 30th or 31st at the start; the end of February counts as a 30th if
-// that is asked for.
+// American: a 31st at the end counts only after a 30th or 31st at the start; the end of February counts as a
+// 30th if that is asked for.
 double american_days(Date start, Date end, bool february) {
   if (february && ends_february(start)) {
     if (ends_february(end)) end.day = 30;
@@ -132,11 +136,13 @@ Operand call_days360(Call& call) {
   return call.logical(2, false) ? european_days(start, end) : american_days(start, end, true);
 }
 
-// Of the years that two dates lie in: their mean length, or 365 or 366 when they are no more than a year apart.
+// Of the years that two dates lie in: their mean length, or 365 or 366 when they are no more than a year
+// apart.
 double year_length(const Calendar& calendar, const Date& start, const Date& end) {
   const bool within_a_year =
       start.year == end.year ||
-      (start.year + 1 == end.year && (end.month < start.month || (end.month == start.month && end.day <= start.day)));
+      (start.year + 1 == end.year &&
+       (end.month < start.month || (end.month == start.month && end.day <= start.day)));
   if (!within_a_year) {
     const std::int64_t days = calendar.day(end.year + 1, 1, 1) - calendar.day(start.year, 1, 1);
     return static_cast<double>(days) / static_cast<double>(end.year - start.year + 1);
@@ -155,12 +161,18 @@ Operand call_yearfrac(Call& call) {
   const Date start = calendar.date(first), end = calendar.date(last);
   const auto days = static_cast<double>(last - first);
   switch (basis) {
-    case 0: return american_days(start, end, true) / 360;
-    case 1: return days / year_length(calendar, start, end);
-    case 2: return days / 360;
-    case 3: return days / 365;
-    case 4: return european_days(start, end) / 360;
-    default: return ErrorCode::kArgument;
+    case 0:
+      return american_days(start, end, true) / 360;
+    case 1:
+      return days / year_length(calendar, start, end);
+    case 2:
+      return days / 360;
+    case 3:
+      return days / 365;
+    case 4:
+      return european_days(start, end) / 360;
+    default:
+      return ErrorCode::kArgument;
   }
 }
 
@@ -171,7 +183,8 @@ Operand call_datedif(Call& call) {
   std::transform(unit.begin(), unit.end(), unit.begin(), [](char c) { return static_cast<char>(c | 0x20); });
   if (first > last) return ErrorCode::kArgument;
   const Date start = calendar.date(first), end = calendar.date(last);
-  const std::int64_t months = (end.year - start.year) * 12 + end.month - start.month - (end.day < start.day ? 1 : 0);
+  const std::int64_t months =
+      (end.year - start.year) * 12 + end.month - start.month - (end.day < start.day ? 1 : 0);
   if (unit == "d") return static_cast<double>(last - first);
   if (unit == "m") return static_cast<double>(months);
   if (unit == "y") return static_cast<double>(months / 12);
@@ -236,8 +249,8 @@ Operand call_weeknum(Call& call) {
 
 using Week = std::array<bool, 7>;  // from Monday: no work
 
-// 1 to 7: two days, beginning with Saturday and Sunday; 11 to 17: one, beginning with Sunday; or seven digits from
-// Monday, 1 for no work. Without any day of work it fails if that cannot be.
+// 1 to 7: two days, beginning with Saturday and Sunday; 11 to 17: one, beginning with Sunday; or seven digits
+// from Monday, 1 for no work. Without any day of work it fails if that cannot be.
 Week weekend_of(Call& call, int argument) {
   Week week{};
   if (call.missing(argument)) {
@@ -265,12 +278,14 @@ Week weekend_of(Call& call, int argument) {
 std::vector<std::int64_t> holidays_of(Call& call, int argument) {
   std::vector<std::int64_t> days;
   if (call.missing(argument)) return days;
-  call.each_number_of(argument, [&](double day) { days.push_back(static_cast<std::int64_t>(floor_of(day))); });
+  call.each_number_of(argument,
+                      [&](double day) { days.push_back(static_cast<std::int64_t>(floor_of(day))); });
   std::sort(days.begin(), days.end());
   return days;
 }
 
-bool works(const Calendar& calendar, const Week& weekend, const std::vector<std::int64_t>& holidays, std::int64_t day) {
+bool works(const Calendar& calendar, const Week& weekend, const std::vector<std::int64_t>& holidays,
+           std::int64_t day) {
   return !weekend[static_cast<std::size_t>(calendar.weekday(day))] &&
          !std::binary_search(holidays.begin(), holidays.end(), day);
 }
@@ -290,7 +305,8 @@ Operand working_days(Call& call, const Week& weekend, int holidays_argument) {
   for (const bool is_free : weekend) working += is_free ? 0 : 1;
   const std::int64_t weeks = (last - first + 1) / 7;
   std::int64_t count = weeks * working;
-  for (std::int64_t day = first + weeks * 7; day <= last; ++day) count += works(calendar, weekend, {}, day) ? 1 : 0;
+  for (std::int64_t day = first + weeks * 7; day <= last; ++day)
+    count += works(calendar, weekend, {}, day) ? 1 : 0;
   std::int64_t before = first - 1;
   for (const std::int64_t day : holidays) {
     if (day > before && day <= last) count -= works(calendar, weekend, {}, day) ? 1 : 0;

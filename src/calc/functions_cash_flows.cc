@@ -15,7 +15,6 @@ std::vector<double> numbers_of(Call& call, int argument) {
   return numbers;
 }
 
-
 Operand call_npv(Call& call) {
   const double rate = call.number(0);
   double period = 1;
@@ -36,7 +35,8 @@ double better_rate(const std::vector<double>& payments, double rate) {
   return rate - value.result() / slope.result();
 }
 
-// Newton's method until a step is below 1e-7; the last step is taken, so that the result is much nearer than that.
+// Newton's method until a step is below 1e-7; the last step is taken, so that the result is much nearer than
+// that.
 Operand call_irr(Call& call) {
   const double guess = call.missing(1) ? 0.1 : call.number(1);
   const std::vector<double> payments = numbers_of(call, 0);
@@ -47,7 +47,8 @@ Operand call_irr(Call& call) {
     if (!std::isfinite(next)) break;
     const double change = std::fabs(next - rate);
     rate = next;
-    if (change < 1e-7) return rate == 0 && payments.empty() ? Operand(ErrorCode::kNoConvergence) : Operand(rate);
+    if (change < 1e-7)
+      return rate == 0 && payments.empty() ? Operand(ErrorCode::kNoConvergence) : Operand(rate);
   }
   return ErrorCode::kNoConvergence;
 }
@@ -83,7 +84,8 @@ std::vector<Flow> flows_of(Call& call, int payments_argument) {
     call.fail(ErrorCode::kArgument);
     return flows;
   }
-  for (std::size_t i = 0; i < payments.size(); ++i) flows.push_back({payments[i], (dates[i] - dates[0]) / 365});
+  for (std::size_t i = 0; i < payments.size(); ++i)
+    flows.push_back({payments[i], (dates[i] - dates[0]) / 365});
   return flows;
 }
 
@@ -141,10 +143,8 @@ Operand call_xirr(Call& call) {
 }
 
 constexpr Function kFunctions[] = {
-    {"IRR", 1, 2, "rs", call_irr},
-    {"MIRR", 3, 3, "rss", call_mirr},
-    {"NPV", 2, kAnyNumber, "sr", call_npv},
-    {"XIRR", 2, 3, "rrs", call_xirr},
+    {"IRR", 1, 2, "rs", call_irr},          {"MIRR", 3, 3, "rss", call_mirr},
+    {"NPV", 2, kAnyNumber, "sr", call_npv}, {"XIRR", 2, 3, "rrs", call_xirr},
     {"XNPV", 3, 3, "srr", call_xnpv},
 };
 

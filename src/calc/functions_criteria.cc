@@ -28,13 +28,14 @@ std::vector<Condition> conditions_from(Call& call, int first) {
     conditions.push_back({call.matrix(argument), criterion_of(call, argument + 1)});
   if ((call.count() - first) % 2 != 0) call.fail(ErrorCode::kParameters);
   for (const Condition& condition : conditions)
-    if (condition.cells.rows() != conditions[0].cells.rows() || condition.cells.columns() != conditions[0].cells.columns())
+    if (condition.cells.rows() != conditions[0].cells.rows() ||
+        condition.cells.columns() != conditions[0].cells.columns())
       call.fail(ErrorCode::kArgument);
   return conditions;
 }
 
-// Visits the places, row by row, at which all conditions are met: `visit(row, column)`. Behind the cells in use of all
-// blocks every place is like the next, and only counted.
+// Visits the places, row by row, at which all conditions are met: `visit(row, column)`. Behind the cells in
+// use of all blocks every place is like the next, and only counted.
 template <class Visit>
 std::int64_t each_match(const std::vector<Condition>& conditions, const Visit& visit) {
   const Matrix& first = conditions[0].cells;
@@ -157,14 +158,10 @@ Operand call_countblank(Call& call) {
 }
 
 constexpr Function kFunctions[] = {
-    {"AVERAGEIF", 2, 3, "rsr", call_averageif},
-    {"AVERAGEIFS", 3, kAnyNumber, "r|rs", call_averageifs},
-    {"COUNTBLANK", 1, 1, "r", call_countblank},
-    {"COUNTIF", 2, 2, "rs", call_countifs},
-    {"COUNTIFS", 2, kAnyNumber, "|rs", call_countifs},
-    {"MAXIFS", 3, kAnyNumber, "r|rs", call_maxifs},
-    {"MINIFS", 3, kAnyNumber, "r|rs", call_minifs},
-    {"SUMIF", 2, 3, "rsr", call_sumif},
+    {"AVERAGEIF", 2, 3, "rsr", call_averageif},        {"AVERAGEIFS", 3, kAnyNumber, "r|rs", call_averageifs},
+    {"COUNTBLANK", 1, 1, "r", call_countblank},        {"COUNTIF", 2, 2, "rs", call_countifs},
+    {"COUNTIFS", 2, kAnyNumber, "|rs", call_countifs}, {"MAXIFS", 3, kAnyNumber, "r|rs", call_maxifs},
+    {"MINIFS", 3, kAnyNumber, "r|rs", call_minifs},    {"SUMIF", 2, 3, "rsr", call_sumif},
     {"SUMIFS", 3, kAnyNumber, "r|rs", call_sumifs},
 };
 

@@ -61,8 +61,8 @@ Operand call_db(Call& call) {
   const double life = call.number(2);
   const double period = call.number(3);
   const double months = call.missing(4) ? 12 : whole_part(call.number(4));
-  if (months < 1 || months > 12 || life > 1200 || salvage < 0 || period > life + 1 || salvage > cost || cost <= 0 ||
-      life <= 0 || period <= 0)
+  if (months < 1 || months > 12 || life > 1200 || salvage < 0 || period > life + 1 || salvage > cost ||
+      cost <= 0 || life <= 0 || period <= 0)
     return ErrorCode::kArgument;
   const double rate = std::floor((1 - std::pow(salvage / cost, 1 / life)) * 1000 + 0.5) / 1000;
   double written_off = cost * rate * months / 12;
@@ -110,19 +110,17 @@ Operand call_vdb(Call& call) {
   const double end = call.number(4);
   const double factor = call.missing(5) ? 2 : call.number(5);
   const bool may_switch = !call.logical(6, false);
-  if (start < 0 || end < start || end > asset.life || asset.cost < 0 || asset.salvage > asset.cost || factor <= 0 ||
-      asset.life > 1e5)
+  if (start < 0 || end < start || end > asset.life || asset.cost < 0 || asset.salvage > asset.cost ||
+      factor <= 0 || asset.life > 1e5)
     return ErrorCode::kArgument;
   if (call.failed()) return 0.0;
-  return written_off_until(asset, end, factor, may_switch) - written_off_until(asset, start, factor, may_switch);
+  return written_off_until(asset, end, factor, may_switch) -
+         written_off_until(asset, start, factor, may_switch);
 }
 
 constexpr Function kFunctions[] = {
-    {"DB", 4, 5, "s", call_db},
-    {"DDB", 4, 5, "s", call_ddb},
-    {"SLN", 3, 3, "s", call_sln},
-    {"SYD", 4, 4, "s", call_syd},
-    {"VDB", 5, 7, "s", call_vdb},
+    {"DB", 4, 5, "s", call_db},   {"DDB", 4, 5, "s", call_ddb}, {"SLN", 3, 3, "s", call_sln},
+    {"SYD", 4, 4, "s", call_syd}, {"VDB", 5, 7, "s", call_vdb},
 };
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Powers, logarithms, angles and what is counted: the functions of one or two numbers.
 //
-// The order of the multiplications and the formulas of the hyperbolic functions are the ones that give LibreOffice's
-// last digit.
+// The order of the multiplications and the formulas of the hyperbolic functions are the ones that give
+// LibreOffice's last digit.
 #include <cmath>
 #include <limits>
 #include <numeric>
@@ -139,8 +139,8 @@ Operand call_factdouble(Call& call) {
   return result;
 }
 
-// Quotients are multiplied, so that no intermediate result is larger than the last; whole results may miss their last
-// digits for it.
+// Quotients are multiplied, so that no intermediate result is larger than the last; whole results may miss
+// their last digits for it.
 double combinations(double n, double k) {
   double result = 1;
   for (; k > 0 && std::isfinite(result); --n, --k) result *= n / k;

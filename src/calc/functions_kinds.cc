@@ -65,10 +65,14 @@ Operand call_t(Call& call) {
 Operand call_type(Call& call) {
   if (call.operand(0).is_array()) return 64.0;
   switch (call.value(0).kind()) {
-    case Kind::kText: return 2.0;
-    case Kind::kBoolean: return 4.0;
-    case Kind::kError: return 16.0;
-    default: return 1.0;
+    case Kind::kText:
+      return 2.0;
+    case Kind::kBoolean:
+      return 4.0;
+    case Kind::kError:
+      return 16.0;
+    default:
+      return 1.0;
   }
 }
 

@@ -33,7 +33,8 @@ Operand call_sumproduct(Call& call) {
   for (int argument = 0; argument < call.count(); ++argument) factors.push_back(call.matrix(argument));
   std::int32_t rows = factors[0].rows(), columns = factors[0].columns();
   for (const Matrix& factor : factors) {
-    if (factor.rows() != factors[0].rows() || factor.columns() != factors[0].columns()) return ErrorCode::kValue;
+    if (factor.rows() != factors[0].rows() || factor.columns() != factors[0].columns())
+      return ErrorCode::kValue;
     rows = std::min(rows, factor.used_rows());
     columns = std::min(columns, factor.used_columns());
   }
@@ -77,7 +78,8 @@ struct Numeric {
   std::vector<double> values;
 
   double& at(std::int32_t row, std::int32_t column) {
-    return values[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) + static_cast<std::size_t>(column)];
+    return values[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
+                  static_cast<std::size_t>(column)];
   }
 };
 
@@ -115,15 +117,16 @@ Operand call_mmult(Call& call) {
   return &result;
 }
 
-// Gauss elimination in place, each pivot the largest against its row; the order of the rows, and the sign it gives the
-// determinant. Zero for singular matrices.
+// Gauss elimination in place, each pivot the largest against its row; the order of the rows, and the sign it
+// gives the determinant. Zero for singular matrices.
 int decompose(Numeric& matrix, std::vector<std::int32_t>& order) {
   const std::int32_t n = matrix.rows;
   int sign = 1;
   std::vector<double> scales;
   for (std::int32_t row = 0; row < n; ++row) {
     double largest = 0;
-    for (std::int32_t column = 0; column < n; ++column) largest = std::max(largest, std::fabs(matrix.at(row, column)));
+    for (std::int32_t column = 0; column < n; ++column)
+      largest = std::max(largest, std::fabs(matrix.at(row, column)));
     if (largest == 0) return 0;
     scales.push_back(1 / largest);
     order.push_back(row);
@@ -143,12 +146,14 @@ int decompose(Numeric& matrix, std::vector<std::int32_t>& order) {
       sign = -sign;
       std::swap(scales[static_cast<std::size_t>(k)], scales[static_cast<std::size_t>(pivot)]);
       std::swap(order[static_cast<std::size_t>(k)], order[static_cast<std::size_t>(pivot)]);
-      for (std::int32_t column = 0; column < n; ++column) std::swap(matrix.at(k, column), matrix.at(pivot, column));
+      for (std::int32_t column = 0; column < n; ++column)
+        std::swap(matrix.at(k, column), matrix.at(pivot, column));
     }
     for (std::int32_t row = k + 1; row < n; ++row) {
       const double factor = matrix.at(row, k) / matrix.at(k, k);
       matrix.at(row, k) = factor;
-      for (std::int32_t column = k + 1; column < n; ++column) matrix.at(row, column) -= factor * matrix.at(k, column);
+      for (std::int32_t column = k + 1; column < n; ++column)
+        matrix.at(row, column) -= factor * matrix.at(k, column);
     }
   }
   return sign;
@@ -200,7 +205,8 @@ Operand call_munit(Call& call) {
 
 // ---- Totals ----
 
-// Numbers and counts of what the arguments hold, for the functions that SUBTOTAL and AGGREGATE choose by number.
+// Numbers and counts of what the arguments hold, for the functions that SUBTOTAL and AGGREGATE choose by
+// number.
 struct Total {
   Numbers numbers;
   double filled = 0;
@@ -239,18 +245,30 @@ Operand chosen(const Total& total, std::int64_t function) {
     return squared.value.is_error() ? squared : Operand(std::sqrt(squared.value.number()));
   };
   switch (function) {
-    case 1: return numbers.empty() ? Operand(ErrorCode::kDivision) : Operand(mean_of(numbers));
-    case 2: return count;
-    case 3: return total.filled;
-    case 4: return numbers.empty() ? 0.0 : *std::max_element(numbers.begin(), numbers.end());
-    case 5: return numbers.empty() ? 0.0 : *std::min_element(numbers.begin(), numbers.end());
-    case 6: return product_of(numbers);
-    case 7: return root(spread(count - 1));
-    case 8: return root(spread(count));
-    case 9: return sum_of(numbers);
-    case 10: return spread(count - 1);
-    case 11: return spread(count);
-    default: return ErrorCode::kArgument;
+    case 1:
+      return numbers.empty() ? Operand(ErrorCode::kDivision) : Operand(mean_of(numbers));
+    case 2:
+      return count;
+    case 3:
+      return total.filled;
+    case 4:
+      return numbers.empty() ? 0.0 : *std::max_element(numbers.begin(), numbers.end());
+    case 5:
+      return numbers.empty() ? 0.0 : *std::min_element(numbers.begin(), numbers.end());
+    case 6:
+      return product_of(numbers);
+    case 7:
+      return root(spread(count - 1));
+    case 8:
+      return root(spread(count));
+    case 9:
+      return sum_of(numbers);
+    case 10:
+      return spread(count - 1);
+    case 11:
+      return spread(count);
+    default:
+      return ErrorCode::kArgument;
   }
 }
 

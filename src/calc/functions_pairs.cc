@@ -43,7 +43,8 @@ Operand call_slope(Call& call) {
 
 Operand call_intercept(Call& call) {
   const PairSums sums = line_of(call, 0, 1);
-  return sums.xx == 0 ? Operand(ErrorCode::kDivision) : Operand(sums.mean_y - sums.xy / sums.xx * sums.mean_x);
+  return sums.xx == 0 ? Operand(ErrorCode::kDivision)
+                      : Operand(sums.mean_y - sums.xy / sums.xx * sums.mean_x);
 }
 
 Operand call_forecast(Call& call) {

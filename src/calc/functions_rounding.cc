@@ -68,10 +68,6 @@ Operand call_mround(Call& call) {
   return step == 0 ? 0 : step * std::round(number / step);
 }
 
-bool opposite(double a, double b) {
-  return (a > 0 && b < 0) || (a < 0 && b > 0);
-}
-
 // Negative numbers go away from zero with a negative step, towards zero with a positive one.
 Operand call_ceiling(Call& call) {
   const double number = call.number(0);

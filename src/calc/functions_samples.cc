@@ -130,7 +130,8 @@ Operand call_kurt(Call& call) {
     sum.add(square * square);
   }
   const double divisor = (count - 2) * (count - 3);
-  return sum.result() * (count * (count + 1) / ((count - 1) * divisor)) - 3.0 * (count - 1) * (count - 1) / divisor;
+  return sum.result() * (count * (count + 1) / ((count - 1) * divisor)) -
+         3.0 * (count - 1) * (count - 1) / divisor;
 }
 
 // ---- Order ----
@@ -211,8 +212,8 @@ Operand call_rank(Call& call) {
   return averaged ? before + (equal + 1) / 2 : before + 1;
 }
 
-// The share of the way through the sorted numbers at which a number stands; ends: the share of the smallest is 0 and that
-// of the largest 1.
+// The share of the way through the sorted numbers at which a number stands; ends: the share of the smallest
+// is 0 and that of the largest 1.
 template <bool ends>
 Operand call_percentrank(Call& call) {
   const Numbers numbers = sorted_numbers_of(call, 0);

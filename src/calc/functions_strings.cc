@@ -201,9 +201,10 @@ Operand call_exact(Call& call) {
 }
 
 // Where a character of Windows' western code page has another number in Unicode.
-constexpr char32_t kWestern[32] = {0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-                                   0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-                                   0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
+constexpr char32_t kWestern[32] = {0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                   0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x8D,   0x017D, 0x8F,
+                                   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                   0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
 
 Operand call_char(Call& call) {
   const double number = floor_of(call.number(0));
@@ -229,7 +230,8 @@ Operand call_unichar(Call& call) {
 
 Operand call_unicode(Call& call) {
   const std::string text = call.text(0);
-  return text.empty() ? Operand(ErrorCode::kValue) : Operand(static_cast<double>(text::code_point_at(text, 0).code));
+  return text.empty() ? Operand(ErrorCode::kValue)
+                      : Operand(static_cast<double>(text::code_point_at(text, 0).code));
 }
 
 constexpr Function kFunctions[] = {
@@ -259,7 +261,7 @@ constexpr Function kFunctions[] = {
 
 }  // namespace
 
-std::span<const Function> string_functions() {
+std::span<const Function> text_functions() {
   return kFunctions;
 }
 

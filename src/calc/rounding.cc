@@ -42,7 +42,8 @@ double power_of_ten(int exponent) {
     return list;
   }();
   if (exponent < 0) return 1 / power_of_ten(-exponent);
-  return exponent < 309 ? powers[static_cast<std::size_t>(exponent)] : std::numeric_limits<double>::infinity();
+  return exponent < 309 ? powers[static_cast<std::size_t>(exponent)]
+                        : std::numeric_limits<double>::infinity();
 }
 
 double to_fifteen_digits(double number) {

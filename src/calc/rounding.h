@@ -1,8 +1,8 @@
 // Rounding as spreadsheets do it: by the decimal number that a binary one stands for, not by its last bits.
 //
-// 4.35*100 is 434.99999999999994 in binary; users see 435 and expect INT to give it. So numbers are taken to 15
-// significant digits before they are cut, unless they are exact sums of halves, quarters and so on down to 2^-11,
-// which no calculation with decimals leaves behind by chance.
+// 4.35*100 is 434.99999999999994 in binary; users see 435 and expect INT to give it. So numbers are taken to
+// 15 significant digits before they are cut, unless they are exact sums of halves, quarters and so on down to
+// 2^-11, which no calculation with decimals leaves behind by chance.
 #pragma once
 
 #include <cstdint>

@@ -55,7 +55,8 @@ Pairs pairs_of(Call& call, int x_argument, int y_argument, std::size_t least) {
     call.fail(ErrorCode::kArgument);
     return pairs;
   }
-  const std::int64_t used = std::max(std::int64_t{x.used_rows()} * x.columns(), std::int64_t{y.used_rows()} * y.columns());
+  const std::int64_t used =
+      std::max(std::int64_t{x.used_rows()} * x.columns(), std::int64_t{y.used_rows()} * y.columns());
   for (std::int64_t i = 0; i < std::min(used, x.size()); ++i) {
     const Value a = x.at(i), b = y.at(i);
     if (a.is_error()) call.fail(a.error());

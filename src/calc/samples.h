@@ -19,7 +19,8 @@ double mean_of(const Numbers& numbers);
 // Sum of the squared distances from the mean, added up plainly.
 double squares_about_mean(const Numbers& numbers);
 
-// A share from 0 to 1 of the way through sorted numbers, between two of them by their distance. Not for no numbers.
+// A share from 0 to 1 of the way through sorted numbers, between two of them by their distance. Not for no
+// numbers.
 double at_share(const Numbers& sorted, double share);
 
 // Pairs of which both are numbers.

@@ -28,8 +28,10 @@ bool is_letter(char32_t code) {
     case UTF8PROC_CATEGORY_LL:
     case UTF8PROC_CATEGORY_LT:
     case UTF8PROC_CATEGORY_LM:
-    case UTF8PROC_CATEGORY_LO: return true;
-    default: return false;
+    case UTF8PROC_CATEGORY_LO:
+      return true;
+    default:
+      return false;
   }
 }
 
