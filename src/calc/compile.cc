@@ -55,10 +55,11 @@ std::size_t Program::add(CellId cell, Lanes* result) {
   cell_ = cell;
   used_ = 0;
   owns_temporaries_ = formula.tree.finds_cells;
+  in_array_ = formula.is_array;
   // Of an array formula whose parts are all single values, nothing needs more than one.
   const bool is_block = formula.is_array && (holder != cell || !formula.area.is_cell());
   if (is_block || (formula.is_array && !is_single(formula.tree, formula.tree.root()))) {
-    parts_.push_back({cell, nullptr, 0});
+    parts_.push_back({cell, nullptr, 0, true});
     emit(Op::kWhole, result).target = static_cast<std::int32_t>(parts_.size()) - 1;
     return begin;
   }
@@ -106,7 +107,7 @@ bool Program::is_single(const Formula& formula, std::int32_t position) const {
 }
 
 const Lanes* Program::part(const Formula& formula, std::int32_t node) {
-  parts_.push_back({cell_, &formula, node});
+  parts_.push_back({cell_, &formula, node, in_array_});
   Lanes* result = temporary();
   emit(Op::kPart, result).target = static_cast<std::int32_t>(parts_.size()) - 1;
   return result;

@@ -65,8 +65,9 @@ struct ProgramCall {
 };
 struct ProgramPart {
   CellId cell = kNoCell;
-  const Formula* formula = nullptr;
+  const Formula* formula = nullptr;  // null: the whole
   std::int32_t node = 0;
+  bool in_array = false;  // as in an array formula
 };
 
 // Where the program finds the values of a cell: those that move have lanes of their own.
@@ -122,6 +123,7 @@ class Program {
   std::size_t used_ = 0;
   bool owns_temporaries_ = false;
   CellId cell_ = kNoCell;
+  bool in_array_ = false;
   std::unordered_map<std::uint64_t, const Lanes*> numbers_;
 };
 

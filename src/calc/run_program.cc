@@ -173,8 +173,9 @@ void Program::run_one(const Instruction& instruction, LaneValues& values, Arena&
       for (int lane = 0; lane < kLanes; ++lane) {
         values.choose(lane);
         Evaluation evaluation(model_.workbook(), values, arena, model_.frozen());
-        result->set(lane, part.formula == nullptr ? evaluation.cell_result(part.cell)
-                                                  : evaluation.part(part.cell, *part.formula, part.node));
+        result->set(lane, part.formula == nullptr
+                              ? evaluation.cell_result(part.cell)
+                              : evaluation.part(part.cell, *part.formula, part.node, part.in_array));
       }
       break;
     }

@@ -74,7 +74,7 @@ TEST(Formula, References) {
       {"=SUM('Sheet1:Other sheet'!A1:A2)", "18"},
       {"=Missing!A1", "Err:524"},
       {"=Sheet1!#REF!", "Err:524"},
-      {"=SUM(A1:C3 A2:C2)", "22"},
+      {"=SUM(A1:C3 A2:C2)", "23"},
       {"=SUM((A1,C2:C3))", "51"},
       {"=SUM(A1:INDEX(A1:A3,2))", "3"},
       {"=A1:A3", "1"},        // the row of the formula
@@ -228,7 +228,7 @@ TEST(Formula, Lookups) {
       {"=VLOOKUP(2,A1:C3,3)", "20"},
       {"=VLOOKUP(9,A1:C3,3,0)", "Err:32767"},
       {"=VLOOKUP(2,A1:C3,4)", "Err:502"},
-      {"=HLOOKUP(10,A1:C3,2,0)", "Err:32767"},
+      {"=HLOOKUP(11,A1:C3,2,0)", "Err:32767"},
       {"=HLOOKUP(10,C1:C3,2,0)", "20"},
       {"=INDEX(A1:C3,2,3)", "20"},
       {"=INDEX(A1:A3,4)", "Err:502"},

@@ -91,17 +91,25 @@ TEST(Models, EveryStepBitForBit) {
   for (const std::string& name : names) check_steps(name);
 }
 
-// Where the file has results at all.
+// Files of programs that do not calculate have 0 in every formula cell.
+bool was_calculated(const Model& model) {
+  for (const CellId cell : model.formula_cells()) {
+    const Value& stored = model.workbook().cells[static_cast<std::size_t>(cell)].stored;
+    if (!stored.is_numeric() || stored.number() != 0) return true;
+  }
+  return false;
+}
+
 TEST(Models, EveryFormulaNearTheStoredValue) {
   const std::vector<std::string> names = model_names();
   if (names.empty()) GTEST_SKIP() << "the models are not beside the sources";
   int compared = 0;
   for (const std::string& name : names) {
     const Model model(models_folder() / (name + ".xlsx"));
+    if (!was_calculated(model)) continue;
     for (const CellId cell : model.formula_cells()) {
       const Value stored = model.workbook().cells[static_cast<std::size_t>(cell)].stored,
                   value = model.base(cell);
-      if (stored.is_blank()) continue;
       ++compared;
       const bool are_near =
           stored.is_numeric() && value.is_numeric()
