@@ -44,11 +44,11 @@ Value Evaluation::cell_result(CellId id) {
   return result.is_blank() ? Value::empty() : result;
 }
 
-Value Evaluation::part(CellId cell, const Formula& formula, std::int32_t node) {
+Value Evaluation::part(CellId cell, const Formula& formula, std::int32_t node, bool in_array) {
   cell_ = cell;
   formula_ = &formula;
   randoms_ = 0;
-  return single(evaluate(node, false));
+  return single(evaluate(node, in_array));
 }
 
 Operand Evaluation::call(CellId cell, const Function& function, std::span<const Operand> arguments) {

@@ -36,7 +36,7 @@ class Evaluation {
   // What the formula of a cell, or the array formula that it is part of, gives in that cell.
   Value cell_result(CellId cell);
   // A part of the formula of a cell, as a single value.
-  Value part(CellId cell, const Formula& formula, std::int32_t node);
+  Value part(CellId cell, const Formula& formula, std::int32_t node, bool in_array);
   // A function of arguments that are there already.
   Operand call(CellId cell, const Function& function, std::span<const Operand> arguments);
 
