@@ -1,18 +1,14 @@
 // Conditions as SUMIF and its like write them: 5, ">=5", "<>", "app*".
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "calc/call.h"
+#include "calc/lookup.h"
 
 namespace ordvane::calc {
-
-// A text with wildcards: * for any characters, ? for one, ~ before either, or before another ~, for itself.
-// Without regard to case.
-bool has_wildcards(std::string_view pattern);
-bool matches_wildcards(std::string_view text, std::string_view pattern);
-bool same_text(std::string_view a, std::string_view b);
 
 class Criterion {
  public:
@@ -33,9 +29,9 @@ class Criterion {
   bool is_numeric_ = false;
   bool has_text_ = false;      // texts that look like text_ are equal, too
   bool has_operator_ = false;  // one was written
-  bool has_wildcards_ = false;
   double number_ = 0;
   std::string text_;
+  std::optional<Pattern> pattern_;  // of text_
 };
 
 }  // namespace ordvane::calc

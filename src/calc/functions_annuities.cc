@@ -154,7 +154,8 @@ struct RateProblem {
 // One step of Newton's method for the rate at which the loan is paid off.
 double better_rate(const RateProblem& loan, double rate) {
   const double before_last = std::pow(1 + rate, loan.periods - 1);
-  const double growth = before_last * (1 + rate);
+  const bool whole = loan.periods == std::floor(loan.periods);
+  const double growth = whole ? before_last * (1 + rate) : std::pow(1 + rate, loan.periods);
   const double series = rate == 0 ? loan.periods : (growth - 1) / rate;
   const double slope =
       rate == 0 ? loan.periods * (loan.periods - 1) / 2 : loan.periods * before_last / rate - series / rate;

@@ -77,26 +77,25 @@ Operand call_db(Call& call) {
 
 // ---- Any span of periods ----
 
-// Whole periods from the first: declining until equal parts of the rest are more.
-double written_off_until(const Asset& asset, double end, double factor, bool may_switch) {
+// What is written off in the periods from `start` on to `end`, parts of periods in proportion: declining
+// until equal parts of the rest are more.
+double written_off(const Asset& asset, double start, double end, double factor, bool may_switch) {
   double sum = 0, rest = asset.cost - asset.salvage, linear = 0;
   bool is_linear = false;
-  const double last = std::ceil(end);
-  for (double period = 1; period <= last; ++period) {
+  for (double period = 1; period <= std::ceil(end); ++period) {
     double part = linear;
     if (!is_linear) {
       part = declining(asset, period, factor);
-      if (may_switch) {
-        linear = rest / (asset.life - period + 1);
-        if (linear > part) {
-          part = linear;
-          is_linear = true;
-        } else {
-          rest -= part;
-        }
+      if (may_switch) linear = rest / (asset.life - period + 1);
+      if (may_switch && linear > part) {
+        part = linear;
+        is_linear = true;
+      } else {
+        rest -= part;
       }
     }
-    sum += period == last ? part * (end + 1 - last) : part;
+    const double share = std::min(end, period) - std::max(start, period - 1);
+    if (share > 0) sum += share == 1 ? part : part * share;
   }
   return sum;
 }
@@ -114,8 +113,7 @@ Operand call_vdb(Call& call) {
       factor <= 0 || asset.life > 1e5)
     return ErrorCode::kArgument;
   if (call.failed()) return 0.0;
-  return written_off_until(asset, end, factor, may_switch) -
-         written_off_until(asset, start, factor, may_switch);
+  return written_off(asset, start, end, factor, may_switch);
 }
 
 constexpr Function kFunctions[] = {

@@ -5,9 +5,9 @@
 
 #include "calc/address.h"
 #include "calc/convert.h"
-#include "calc/criteria.h"
 #include "calc/evaluation.h"
 #include "calc/functions.h"
+#include "calc/lookup.h"
 #include "calc/rounding.h"
 #include "calc/rules.h"
 
@@ -21,19 +21,6 @@ std::optional<int> order_of(const Value& a, const Value& b) {
   return std::nullopt;
 }
 
-// A row or a column of a block, as positions along it.
-struct Line {
-  Matrix cells;
-  bool is_row = false;
-  std::int32_t fixed = 0;  // the row or column
-
-  std::int32_t length() const { return is_row ? cells.columns() : cells.rows(); }
-  std::int32_t used() const { return std::min(length(), is_row ? cells.used_columns() : cells.used_rows()); }
-  Value at(std::int32_t position) const {
-    return is_row ? cells.at(fixed, position) : cells.at(position, fixed);
-  }
-};
-
 constexpr std::int32_t kNotFound = -1;
 
 Value key_of(Call& call, int argument) {
@@ -42,50 +29,21 @@ Value key_of(Call& call, int argument) {
   return key.is_blank() ? Value(0.0) : key;
 }
 
-// The last of the values of the key's kind that is not above it, the line being sorted; by halving, as
-// spreadsheets search, values of other kinds being passed over.
-std::int32_t last_not_above(const Line& line, const Value& key) {
-  std::int32_t low = 0, high = line.used() - 1, found = kNotFound;
-  while (low <= high) {
-    const std::int32_t middle = low + (high - low) / 2;
-    std::int32_t probe = middle;
-    while (probe <= high && !order_of(line.at(probe), key)) ++probe;
-    if (probe > high) {
-      high = middle - 1;
-      continue;
-    }
-    if (*order_of(line.at(probe), key) <= 0) {
-      found = probe;
-      low = probe + 1;
-    } else {
-      high = middle - 1;
-    }
-  }
-  return found;
-}
-
-bool fits_key(const Value& value, const Value& key, bool wildcards) {
-  if (wildcards && key.is_text() && has_wildcards(key.text()))
-    return value.is_text() && matches_wildcards(value.text(), key.text());
-  return order_of(value, key) == 0;
-}
-
-std::int32_t first_equal(const Line& line, const Value& key) {
-  for (std::int32_t position = 0; position < line.used(); ++position)
-    if (fits_key(line.at(position), key, true)) return position;
-  return kNotFound;
+bool fits_key(const Value& value, const Value& key, const Pattern* pattern) {
+  return pattern != nullptr ? value.is_text() && pattern->matches(value.text()) : order_of(value, key) == 0;
 }
 
 Operand call_hlookup(Call& call) {
   const Value key = key_of(call, 0);
-  const Line line{call.matrix(1), true};
+  const Matrix table = call.matrix(1);
+  const Line line{table, true};
   const std::int64_t row = call.whole(2);
   const bool sorted = call.logical(3, true);
   if (row < 1) return ErrorCode::kValue;
-  if (row > line.cells.rows()) return ErrorCode::kReference;
-  const std::int32_t found = sorted ? last_not_above(line, key) : first_equal(line, key);
+  if (row > table.rows()) return ErrorCode::kReference;
+  const std::int32_t found = sorted ? find_sorted(line, key) : find_equal(line, key);
   if (found == kNotFound) return ErrorCode::kNotAvailable;
-  return line.cells.at(static_cast<std::int32_t>(row - 1), found);
+  return table.at(static_cast<std::int32_t>(row - 1), found);
 }
 
 // A block is searched along its longer side, the result taken from its other end or from a line of its own.
@@ -93,7 +51,7 @@ Operand call_lookup(Call& call) {
   const Value key = key_of(call, 0);
   const Matrix searched = call.matrix(1);
   const Line line{searched, searched.columns() > searched.rows()};
-  const std::int32_t found = last_not_above(line, key);
+  const std::int32_t found = find_sorted(line, key);
   if (found == kNotFound) return ErrorCode::kNotAvailable;
   if (call.missing(2))
     return line.is_row ? searched.at(searched.rows() - 1, found) : searched.at(found, searched.columns() - 1);
@@ -108,16 +66,18 @@ enum class Match : std::int8_t { kEqual = 0, kNextSmaller = -1, kNextLarger = 1,
 
 // From the first or from the last; of the nearest values the one that is met first.
 std::int32_t nearest(const Line& line, const Value& key, Match match, bool backwards) {
+  std::optional<Pattern> pattern;
+  if (match == Match::kWildcards && key.is_text()) pattern.emplace(key.text());
   std::int32_t best = kNotFound;
-  for (std::int32_t i = 0; i < line.length(); ++i) {
-    const std::int32_t position = backwards ? line.length() - 1 - i : i;
-    const Value value = line.at(position);
-    if (fits_key(value, key, match == Match::kWildcards)) return position;
+  for (std::int32_t i = 0; i < line.size(); ++i) {
+    const std::int32_t position = backwards ? line.size() - 1 - i : i;
+    const Value value = line.value(position);
+    if (fits_key(value, key, pattern ? &*pattern : nullptr)) return position;
     if (match != Match::kNextSmaller && match != Match::kNextLarger) continue;
     const auto order = order_of(value, key);
     const int wanted = static_cast<int>(match);
     if (!order || *order * wanted < 0) continue;
-    if (best == kNotFound || *order_of(value, line.at(best)) * wanted < 0) best = position;
+    if (best == kNotFound || *order_of(value, line.value(best)) * wanted < 0) best = position;
   }
   return best;
 }

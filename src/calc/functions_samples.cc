@@ -158,7 +158,7 @@ enum class End : std::uint8_t { kSmallest, kLargest };
 template <End end>
 Operand call_nth(Call& call) {
   const Numbers numbers = sorted_numbers_of(call, 0);
-  const double place = ceiling_of(call.number(1));
+  const double place = floor_of(call.number(1));
   if (place < 1 || place > static_cast<double>(numbers.size())) return ErrorCode::kArgument;
   const auto index = static_cast<std::size_t>(place);
   return end == End::kSmallest ? numbers[index - 1] : numbers[numbers.size() - index];
@@ -227,7 +227,7 @@ Operand call_percentrank(Call& call) {
   if (*above != number) place += (number - *above) / (*above - *(above - 1));
   const auto count = static_cast<double>(numbers.size());
   const double share = ends ? (count > 1 ? place / (count - 1) : 1) : (place + 1) / (count + 1);
-  return rounded_down(share, static_cast<int>(std::min(digits, 300.0)));
+  return rounded(share, static_cast<int>(std::min(digits, 300.0)));
 }
 
 Operand call_trimmean(Call& call) {

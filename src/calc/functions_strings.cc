@@ -3,8 +3,8 @@
 #include <cmath>
 #include <string>
 
-#include "calc/criteria.h"
 #include "calc/functions.h"
+#include "calc/lookup.h"
 #include "calc/rounding.h"
 #include "text/edit.h"
 #include "text/utf16.h"
@@ -111,9 +111,9 @@ Operand call_search(Call& call) {
   const std::string wanted = call.text(0), text = call.text(1);
   const std::int32_t start = count_of(call, 2, 1, 1);
   if (call.failed() || start > text::utf16_length(text) + 1) return ErrorCode::kValue;
-  const std::string pattern = wanted + "*";
+  const Pattern pattern(wanted + "*");
   for (std::size_t at = bytes_before(text, start); at <= text.size();) {
-    if (matches_wildcards(std::string_view(text).substr(at), pattern)) return position_of(call, text, at);
+    if (pattern.matches(std::string_view(text).substr(at))) return position_of(call, text, at);
     if (at == text.size()) break;
     at += text::code_point_at(text, at).bytes;
   }

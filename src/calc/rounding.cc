@@ -24,15 +24,19 @@ int magnitude(double positive) {
   return static_cast<int>(std::floor(std::log10(positive)));
 }
 
-// The 12 digits with which rounding in one direction starts.
+// The 12 digits with which rounding in one direction starts: so many units of the last of them, the unit
+// itself being rounded to binary. That unit's error shows in results of many decimals.
 double to_twelve_digits(double number) {
-  if (number == std::floor(number)) return number;
-  return rounded(number, 11 - magnitude(std::fabs(number)));
+  const double positive = std::fabs(number);
+  if (positive == std::floor(positive)) return positive;
+  const double unit = power_of_ten(magnitude(positive) - 11);
+  return std::floor(positive / unit + 0.5) * unit;
 }
 
 }  // namespace
 
 double power_of_ten(int exponent) {
+  if (exponent < 0) return std::pow(10.0, exponent);
   static const auto powers = [] {
     std::array<double, 309> list{};
     for (std::size_t i = 0; i < list.size(); ++i) {
@@ -41,7 +45,6 @@ double power_of_ten(int exponent) {
     }
     return list;
   }();
-  if (exponent < 0) return 1 / power_of_ten(-exponent);
   return exponent < 309 ? powers[static_cast<std::size_t>(exponent)]
                         : std::numeric_limits<double>::infinity();
 }
@@ -78,12 +81,12 @@ double rounded(double number, int decimals) {
 }
 
 double rounded_up(double number, int decimals) {
-  const double whole = shifted(std::fabs(to_twelve_digits(number)), decimals);
+  const double whole = shifted(to_twelve_digits(number), decimals);
   return std::copysign(shifted_back(std::ceil(whole), decimals), number);
 }
 
 double rounded_down(double number, int decimals) {
-  const double whole = shifted(std::fabs(to_twelve_digits(number)), decimals);
+  const double whole = shifted(to_twelve_digits(number), decimals);
   return std::copysign(shifted_back(std::floor(whole), decimals), number);
 }
 
