@@ -33,19 +33,6 @@ bool fits_key(const Value& value, const Value& key, const Pattern* pattern) {
   return pattern != nullptr ? value.is_text() && pattern->matches(value.text()) : order_of(value, key) == 0;
 }
 
-Operand call_hlookup(Call& call) {
-  const Value key = key_of(call, 0);
-  const Matrix table = call.matrix(1);
-  const Line line{table, true};
-  const std::int64_t row = call.whole(2);
-  const bool sorted = call.logical(3, true);
-  if (row < 1) return ErrorCode::kValue;
-  if (row > table.rows()) return ErrorCode::kReference;
-  const std::int32_t found = sorted ? find_sorted(line, key) : find_equal(line, key);
-  if (found == kNotFound) return ErrorCode::kNotAvailable;
-  return table.at(static_cast<std::int32_t>(row - 1), found);
-}
-
 // A block is searched along its longer side, the result taken from its other end or from a line of its own.
 Operand call_lookup(Call& call) {
   const Value key = key_of(call, 0);
@@ -206,7 +193,6 @@ constexpr Function kFunctions[] = {
     {"AREAS", 1, 1, "c", call_areas},
     {"COLUMN", 0, 1, "c", call_column, nullptr, kGivesArrays},
     {"COLUMNS", 1, 1, "c", call_columns},
-    {"HLOOKUP", 3, 4, "srss", call_hlookup},
     {"HYPERLINK", 1, 2, "s", call_hyperlink},
     {"LOOKUP", 2, 3, "saa", call_lookup},
     {"ROW", 0, 1, "c", call_row, nullptr, kGivesArrays},

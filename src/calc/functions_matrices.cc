@@ -3,6 +3,7 @@
 #include <cmath>
 #include <vector>
 
+#include "calc/evaluation.h"
 #include "calc/functions.h"
 #include "calc/rounding.h"
 #include "calc/rules.h"
@@ -212,14 +213,42 @@ struct Total {
   double filled = 0;
 };
 
+// Whether a cell's own formula is such a total: totals of totals leave those out.
+bool is_total(const Workbook& book, CellId cell) {
+  if (cell == kNoCell) return false;
+  const std::int32_t formula = book.cells[static_cast<std::size_t>(cell)].formula;
+  if (formula < 0) return false;
+  const std::string& text = book.formulas[static_cast<std::size_t>(formula)].text;
+  return text.find("SUBTOTAL(") != std::string::npos || text.find("AGGREGATE(") != std::string::npos;
+}
+
+void add_value(Call& call, const Value& value, bool without_errors, Total& total) {
+  if (value.is_blank() || (value.is_error() && without_errors)) return;
+  ++total.filled;
+  if (value.is_error()) return call.fail(value.error());
+  if (value.is_number()) total.numbers.push_back(value.number());
+}
+
+void add_cells(Call& call, const Reference& block, bool without_errors, Total& total) {
+  const Workbook& book = call.evaluation().book();
+  const Matrix cells(call.evaluation(), block);
+  for (std::int32_t row = 0; row < cells.used_rows(); ++row)
+    for (std::int32_t column = 0; column < cells.used_columns(); ++column)
+      if (!is_total(book, book.find(block.sheet, block.row + row, block.column + column)))
+        add_value(call, cells.at(row, column), without_errors, total);
+}
+
 Total total_of(Call& call, int first, bool without_errors) {
   Total total;
-  call.each_from(first, [&](const Value& value, From) {
-    if (value.is_error() && without_errors) return;
-    ++total.filled;
-    if (value.is_error()) return call.fail(value.error());
-    if (value.is_number()) total.numbers.push_back(value.number());
-  });
+  for (int argument = first; argument < call.count(); ++argument) {
+    const Operand& operand = call.operand(argument);
+    if (operand.is_reference()) {
+      add_cells(call, operand.reference, without_errors, total);
+      for (const Reference& block : operand.more) add_cells(call, block, without_errors, total);
+    } else {
+      call.each(argument, [&](const Value& value, From) { add_value(call, value, without_errors, total); });
+    }
+  }
   return total;
 }
 
