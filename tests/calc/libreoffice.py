@@ -11,6 +11,7 @@ import shutil
 import signal
 import subprocess
 import tempfile
+import threading
 import time
 import zipfile
 from xml.sax.saxutils import escape
@@ -111,7 +112,7 @@ class TookTooLong(Exception):
 class LibreOffice:
     """One running LibreOffice, started when it is first needed. Use as a context manager."""
 
-    def __init__(self, time_limit=120):
+    def __init__(self, time_limit=300):
         self.time_limit = time_limit
         self._folder = tempfile.mkdtemp(prefix="referee")
         self._process = self._desktop = None
@@ -130,7 +131,6 @@ class LibreOffice:
         return self._within_limit(lambda: self._calculated(path, ranges))
 
     def _calculated(self, path, ranges):
-        self._start()
         hidden = PropertyValue(Name="Hidden", Value=True)
         document = self._desktop.loadComponentFromURL(f"file://{os.path.abspath(path)}", "_blank", 0, (hidden,))
         try:
@@ -159,19 +159,17 @@ class LibreOffice:
         return values
 
     def _within_limit(self, job):
-        def expired(*_):
-            raise TookTooLong(f"no answer within {self.time_limit} s")
-
-        before = signal.signal(signal.SIGALRM, expired)
-        signal.alarm(self.time_limit)
+        # A call into LibreOffice ends only when that answers or dies, so a thread of its own has to kill it.
+        self._start()
+        clock = threading.Timer(self.time_limit, self._kill_process)
+        clock.start()
         try:
             return job()
         except Exception as problem:
             self._kill()
             raise TookTooLong(str(problem)) from problem
         finally:
-            signal.alarm(0)
-            signal.signal(signal.SIGALRM, before)
+            clock.cancel()
 
     def _start(self):
         if self._process is not None and self._process.poll() is None:
@@ -189,12 +187,18 @@ class LibreOffice:
                 context = resolver.resolve(f"uno:pipe,name={pipe};urp;StarOffice.ComponentContext")
                 break
             except NoConnectException:
+                if self._process.poll() not in (None, 0, 81):
+                    raise
                 time.sleep(0.25)
         self._desktop = context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop", context)
 
-    def _kill(self):
+    def _kill_process(self):
         if self._process is not None:
             with contextlib.suppress(ProcessLookupError):
                 os.killpg(self._process.pid, signal.SIGKILL)
+
+    def _kill(self):
+        self._kill_process()
+        if self._process is not None:
             self._process.wait()
         self._process = self._desktop = None
