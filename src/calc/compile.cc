@@ -15,10 +15,6 @@ bool is_operator(NodeType type) {
   return type >= NodeType::kNegate && type <= NodeType::kGreaterEqual;
 }
 
-bool is_if(const Node& node) {
-  return node.type == NodeType::kFunction && node.function->form == Form::kIf;
-}
-
 }  // namespace
 
 Lanes* Program::temporary() {
@@ -50,20 +46,33 @@ std::size_t Program::add(CellId cell, Lanes* result) {
   const std::size_t begin = code_.size();
   const Cell& place = model_.workbook().cells[static_cast<std::size_t>(cell)];
   const CellId holder = place.array == kNoCell ? cell : place.array;
-  const std::int32_t position = model_.workbook().cells[static_cast<std::size_t>(holder)].formula;
-  const CellFormula& formula = model_.workbook().formulas[static_cast<std::size_t>(position)];
-  cell_ = cell;
+  const Cell& first = model_.workbook().cells[static_cast<std::size_t>(holder)];
+  const CellFormula& formula = model_.workbook().formulas[static_cast<std::size_t>(first.formula)];
+  cell_ = holder;
   used_ = 0;
   owns_temporaries_ = formula.tree.finds_cells;
   in_array_ = formula.is_array;
-  // Of an array formula whose parts are all single values, nothing needs more than one.
-  const bool is_block = formula.is_array && (holder != cell || !formula.area.is_cell());
-  if (is_block || (formula.is_array && !is_single(formula.tree, formula.tree.root()))) {
-    parts_.push_back({cell, nullptr, 0, true});
-    emit(Op::kWhole, result).target = static_cast<std::int32_t>(parts_.size()) - 1;
-    return begin;
+  row_ = place.row - first.row;
+  column_ = place.column - first.column;
+  failed_ = formula.tree.is_volatile;  // the evaluator counts the random numbers of a formula
+  moving_nodes_.clear();
+  if (!failed_) compile_cell(formula, result);
+  if (failed_) {
+    code_.resize(begin);
+    add_whole(cell, result);
   }
+  return begin;
+}
+
+void Program::add_whole(CellId cell, Lanes* result) {
+  parts_.push_back({cell, nullptr, 0, true});
+  emit(Op::kWhole, result).target = static_cast<std::int32_t>(parts_.size()) - 1;
+}
+
+void Program::compile_cell(const CellFormula& formula, Lanes* result) {
+  const std::size_t begin = code_.size();
   const Lanes* value = compile(formula.tree, formula.tree.root());
+  if (failed_) return;
   Instruction* last = code_.size() > begin ? &code_.back() : nullptr;
   const bool gives_number =
       last != nullptr && last->result == value &&
@@ -72,14 +81,72 @@ std::size_t Program::add(CellId cell, Lanes* result) {
     last->result = result;
   else
     emit(Op::kCopy, result).a = value;
-  return begin;
+}
+
+bool Program::block_moves(const Reference& block) const {
+  bool found = false;
+  for (std::int32_t sheet = block.sheet; sheet <= block.last_sheet && !found; ++sheet)
+    model_.workbook().sheets[static_cast<std::size_t>(sheet)].grid.each(
+        block, [&](CellId cell, std::int32_t, std::int32_t) { found = found || source_.moves(cell); });
+  return found;
+}
+
+// An argument of which only the place matters.
+bool Program::is_cell_argument(const Formula& formula, const Node& node, std::size_t child) const {
+  return node.function->argument_letter(static_cast<int>(child)) == 'c' &&
+         node_of(formula, node.children[child]).type == NodeType::kReference;
+}
+
+bool Program::node_moves(const Formula& formula, const Node& node, const std::vector<bool>& known) {
+  const Cell& cell = model_.workbook().cells[static_cast<std::size_t>(cell_)];
+  if (node.type == NodeType::kReference) return block_moves(resolved(node, cell.row, cell.column));
+  if (node.type == NodeType::kRange || node.type == NodeType::kSpill) return true;
+  if (node.type == NodeType::kName) {
+    const Formula& named = model_.workbook().named(node.name);
+    return named.nodes.empty() || moving_nodes(named).back();
+  }
+  const bool is_function = node.type == NodeType::kFunction;
+  if (is_function && (node.function->flags & kFindsCells) != 0) return true;
+  for (std::size_t i = 0; i < node.children.size(); ++i)
+    if (known[static_cast<std::size_t>(node.children[i])] &&
+        !(is_function && is_cell_argument(formula, node, i)))
+      return true;
+  return false;
+}
+
+// Which parts of a formula may change with the cone.
+const std::vector<bool>& Program::moving_nodes(const Formula& formula) {
+  const auto [found, added] = moving_nodes_.try_emplace(&formula);
+  if (!added) return found->second;
+  std::vector<bool> known;
+  for (const Node& node : formula.nodes) known.push_back(node_moves(formula, node, known));
+  return moving_nodes_[&formula] = std::move(known);
+}
+
+// A part that never changes is calculated here, once.
+const Lanes* Program::fixed(const Formula& formula, std::int32_t node) {
+  Evaluation evaluation(model_.workbook(), values_, kept_, model_.frozen());
+  return constant(evaluation.part(cell_, formula, node, in_array_));
+}
+
+// The value of an array that is due to the cell.
+const Lanes* Program::element(const Array& array) {
+  const std::int32_t row = array.rows == 1 ? 0 : row_, column = array.columns == 1 ? 0 : column_;
+  if (row >= array.rows || column >= array.columns) return constant(ErrorCode::kNotAvailable);
+  return constant(array.at(row, column));
 }
 
 bool Program::is_single_function(const Formula& formula, const Node& node) const {
   if (node.function->form == Form::kChoose || node.function->form == Form::kSwitch ||
       node.function->form == Form::kIfs)
     return false;
-  if ((node.function->flags & (kGivesArrays | kGivesCells)) != 0 && !is_if(node)) return false;
+  if (node.function->form == Form::kPlain && (node.function->flags & (kGivesArrays | kGivesCells)) != 0) {
+    // As ROW gives an array for several cells only.
+    if ((node.function->flags & kGivesCells) != 0) return false;
+    for (std::size_t i = 0; i < node.children.size(); ++i)
+      if (!is_cell_argument(formula, node, i) || !is_single(formula, node.children[i])) return false;
+    return true;
+  }
   for (std::size_t i = 0; i < node.children.size(); ++i)
     if (node.function->argument_letter(static_cast<int>(i)) == 's' && !is_single(formula, node.children[i]))
       return false;
@@ -107,37 +174,45 @@ bool Program::is_single(const Formula& formula, std::int32_t position) const {
 }
 
 const Lanes* Program::part(const Formula& formula, std::int32_t node) {
-  parts_.push_back({cell_, &formula, node, in_array_});
   Lanes* result = temporary();
+  if (in_array_ && !is_single(formula, node)) {
+    failed_ = true;
+    return result;
+  }
+  parts_.push_back({cell_, &formula, node, in_array_});
   emit(Op::kPart, result).target = static_cast<std::int32_t>(parts_.size()) - 1;
   return result;
 }
 
 const Lanes* Program::compile(const Formula& formula, std::int32_t position) {
   const Node& node = node_of(formula, position);
-  if (!is_single(formula, position)) return part(formula, position);
-  switch (node.type) {
-    case NodeType::kConstant:
-      return constant(node.constant);
-    case NodeType::kMissing:
-      return constant(Value());
-    case NodeType::kReference:
-      return compile_reference(node);
-    case NodeType::kName: {
-      const Formula& named = model_.workbook().named(node.name);
-      return compile(named, named.root());
-    }
-    case NodeType::kFunction:
-      return compile_function(formula, position);
-    default:
-      return compile_operator(formula, node);
+  const bool is_one = is_single(formula, position);
+  if (node.type == NodeType::kConstant) return constant(node.constant);
+  if (node.type == NodeType::kMissing) return constant(Value());
+  if (is_one && node.type != NodeType::kReference &&
+      !moving_nodes(formula)[static_cast<std::size_t>(position)])
+    return fixed(formula, position);
+  if (!is_one && !in_array_) return part(formula, position);
+  if (node.type == NodeType::kReference) return compile_reference(node);
+  if (node.type == NodeType::kArray) return element(*node.array);
+  if (node.type == NodeType::kFunction) return compile_function(formula, position);
+  if (node.type == NodeType::kName) {
+    const Formula& named = model_.workbook().named(node.name);
+    return named.nodes.empty() ? part(formula, position) : compile(named, named.root());
   }
+  return is_operator(node.type) ? compile_operator(formula, node) : part(formula, position);
 }
 
 const Lanes* Program::compile_reference(const Node& node) {
   const Cell& cell = model_.workbook().cells[static_cast<std::size_t>(cell_)];
   const Reference block = resolved(node, cell.row, cell.column);
-  const CellId id = model_.workbook().find(block.sheet, block.row, block.column);
+  if (block.sheet != block.last_sheet) {
+    failed_ = true;
+    return constant(Value());
+  }
+  const std::int32_t row = block.rows() == 1 ? 0 : row_, column = block.columns() == 1 ? 0 : column_;
+  if (row >= block.rows() || column >= block.columns()) return constant(ErrorCode::kNotAvailable);
+  const CellId id = model_.workbook().find(block.sheet, block.row + row, block.column + column);
   return id == kNoCell ? constant(Value()) : source_.lanes_of(id);
 }
 
@@ -168,7 +243,7 @@ bool Program::argument(const Formula& formula, std::int32_t child, char letter, 
     out.reference = resolved(node, cell.row, cell.column);
     return true;
   }
-  if (letter == 'c' || !is_single(formula, child)) return false;
+  if (letter == 'c' || (!is_single(formula, child) && (letter != 's' || !in_array_))) return false;
   // What IF and its kin give may be a cell, which matters where a block may stand.
   if (letter != 's' && node.type == NodeType::kFunction && node.function->form != Form::kPlain) return false;
   out.type = ProgramArgument::Type::kSingle;
@@ -202,8 +277,12 @@ void Program::give_lanes(ProgramCall& call) {
 const Lanes* Program::compile_function(const Formula& formula, std::int32_t position) {
   const Node& node = node_of(formula, position);
   if (node.function->form == Form::kIf) return compile_if(formula, node);
-  if (node.function->form != Form::kPlain) return compile_if_error(formula, node);
-  if ((node.function->flags & (kFindsCells | kVolatile)) != 0) return part(formula, position);
+  if (node.function->form == Form::kIfError || node.function->form == Form::kIfNa)
+    return compile_if_error(formula, node);
+  const bool is_one = is_single(formula, position);
+  const bool gives_several = (node.function->flags & (kGivesArrays | kGivesCells)) != 0 && !is_one;
+  if (node.function->form != Form::kPlain || gives_several || (node.function->flags & kFindsCells) != 0)
+    return part(formula, position);
   ProgramCall call;
   call.cell = cell_;
   call.function = node.function;

@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <unordered_map>
 #include <vector>
 
@@ -75,23 +76,39 @@ class LaneSource {
  public:
   virtual ~LaneSource() = default;
   virtual const Lanes* lanes_of(CellId cell) = 0;
+  virtual bool moves(CellId cell) const = 0;
+};
+
+// The cells as one lane sees them.
+class LaneValues : public CellValues {
+ public:
+  virtual void choose(int lane) = 0;
 };
 
 class Program {
  public:
-  Program(const Model& model, LaneSource& source) : model_(model), source_(source) {}
+  Program(const Model& model, LaneSource& source, LaneValues& values)
+      : model_(model), source_(source), values_(values) {}
 
   // Adds what calculates a cell into `result`. Gives the position of its first instruction; it ends where the
   // next begins.
   std::size_t add(CellId cell, Lanes* result);
   std::size_t size() const { return code_.size(); }
-  // Runs a part of it; `values` answers for the lane that it is told, `arena` keeps texts.
-  void run(std::size_t begin, std::size_t end, class LaneValues& values, Arena& arena);
+  // Runs a part of it; `arena` keeps the texts that it makes.
+  void run(std::size_t begin, std::size_t end, Arena& arena);
 
   const Lanes* constant(const Value& value);
 
  private:
+  void compile_cell(const CellFormula& formula, Lanes* result);
+  void add_whole(CellId cell, Lanes* result);
   const Lanes* compile(const Formula& formula, std::int32_t node);
+  const Lanes* fixed(const Formula& formula, std::int32_t node);
+  const Lanes* element(const Array& array);
+  const std::vector<bool>& moving_nodes(const Formula& formula);
+  bool node_moves(const Formula& formula, const Node& node, const std::vector<bool>& known);
+  bool block_moves(const Reference& block) const;
+  bool is_cell_argument(const Formula& formula, const Node& node, std::size_t child) const;
   const Lanes* compile_reference(const Node& node);
   const Lanes* compile_operator(const Formula& formula, const Node& node);
   const Lanes* compile_function(const Formula& formula, std::int32_t node);
@@ -106,14 +123,15 @@ class Program {
   Lanes* temporary();
   Instruction& emit(Op op, Lanes* result);
 
-  void run_one(const Instruction& instruction, LaneValues& values, Arena& arena);
-  void run_call(const Instruction& instruction, LaneValues& values, Arena& arena);
+  void run_one(const Instruction& instruction, Arena& arena);
+  void run_call(const Instruction& instruction, Arena& arena);
   void run_two(const Instruction& instruction, Arena& arena) const;
   void run_truth(const Instruction& instruction);
   void run_select(const Instruction& instruction) const;
 
   const Model& model_;
   LaneSource& source_;
+  LaneValues& values_;
   std::vector<Instruction> code_;
   std::vector<Mask> masks_;
   std::deque<ProgramCall> calls_;
@@ -123,15 +141,13 @@ class Program {
   std::size_t used_ = 0;
   bool owns_temporaries_ = false;
   CellId cell_ = kNoCell;
+  // Of an array formula each cell is calculated by itself, as the element that is due to it.
   bool in_array_ = false;
+  std::int32_t row_ = 0, column_ = 0;
+  bool failed_ = false;                                       // it cannot
+  std::map<const Formula*, std::vector<bool>> moving_nodes_;  // of the cell's formula and the names in it
+  Arena kept_;
   std::unordered_map<std::uint64_t, const Lanes*> numbers_;
-};
-
-// The cells as one lane sees them.
-class LaneValues : public CellValues {
- public:
-  virtual void choose(int lane) = 0;
-  virtual int lane() const = 0;
 };
 
 }  // namespace ordvane::calc

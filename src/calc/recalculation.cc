@@ -26,7 +26,7 @@ Recalculation::Recalculation(const Model& model, std::span<const CellId> changin
       states_(model.workbook().cells.size()),
       slots_by_cell_(model.workbook().cells.size(), -1),
       constants_(model.workbook().cells.size()),
-      program_(model, *this) {
+      program_(model, *this, *this) {
   for (const CellId cell : changing) {
     if (is_changing_[index_of(cell)]) continue;
     is_changing_[index_of(cell)] = true;
@@ -143,7 +143,7 @@ void Recalculation::calculate(Slot& slot) {
   slot.calculated = batch_;
   slot.is_open = true;
   const int lane = lane_;
-  program_.run(slot.begin, slot.end, *this, arena_);
+  program_.run(slot.begin, slot.end, arena_);
   slot.is_open = false;
   lane_ = lane;
   if (!is_changing_[index_of(slot.cell)]) return;

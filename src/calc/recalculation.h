@@ -59,7 +59,7 @@ class Recalculation : private LaneSource, private LaneValues {
   const Lanes* lanes_of(CellId cell) override;
   Value value(CellId cell) override;
   void choose(int lane) override { lane_ = lane; }
-  int lane() const override { return lane_; }
+  bool moves(CellId cell) const override { return states_[static_cast<std::size_t>(cell)] == State::kInside; }
 
   void classify(CellId cell);
   void open_cell(std::vector<Frame>& frames, CellId cell);

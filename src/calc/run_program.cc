@@ -114,14 +114,14 @@ void Program::run_two(const Instruction& instruction, Arena& arena) const {
     result.set(lane, operate(instruction.type, a.at(lane), b.at(lane), from_1904, arena));
 }
 
-void Program::run_call(const Instruction& instruction, LaneValues& values, Arena& arena) {
+void Program::run_call(const Instruction& instruction, Arena& arena) {
   const ProgramCall& call = calls_[static_cast<std::size_t>(instruction.target)];
   if (!call.lanes.empty() && call.function->lanes(LaneCall{call.lanes, instruction.result})) return;
   std::vector<Operand> arguments(call.arguments.size());
   for (int lane = 0; lane < kLanes; ++lane) {
     for (std::size_t i = 0; i < arguments.size(); ++i) arguments[i] = operand_of(call.arguments[i], lane);
-    values.choose(lane);
-    Evaluation evaluation(model_.workbook(), values, arena, model_.frozen());
+    values_.choose(lane);
+    Evaluation evaluation(model_.workbook(), values_, arena, model_.frozen());
     instruction.result->set(lane, evaluation.single(evaluation.call(call.cell, *call.function, arguments)));
   }
 }
@@ -159,7 +159,7 @@ void Program::run_select(const Instruction& instruction) const {
   }
 }
 
-void Program::run_one(const Instruction& instruction, LaneValues& values, Arena& arena) {
+void Program::run_one(const Instruction& instruction, Arena& arena) {
   Lanes* result = instruction.result;
   const bool from_1904 = model_.workbook().counts_from_1904;
   switch (instruction.op) {
@@ -171,8 +171,8 @@ void Program::run_one(const Instruction& instruction, LaneValues& values, Arena&
     case Op::kWhole: {
       const ProgramPart part = parts_[static_cast<std::size_t>(instruction.target)];
       for (int lane = 0; lane < kLanes; ++lane) {
-        values.choose(lane);
-        Evaluation evaluation(model_.workbook(), values, arena, model_.frozen());
+        values_.choose(lane);
+        Evaluation evaluation(model_.workbook(), values_, arena, model_.frozen());
         result->set(lane, part.formula == nullptr
                               ? evaluation.cell_result(part.cell)
                               : evaluation.part(part.cell, *part.formula, part.node, part.in_array));
@@ -197,7 +197,7 @@ void Program::run_one(const Instruction& instruction, LaneValues& values, Arena&
   }
 }
 
-void Program::run(std::size_t begin, std::size_t end, LaneValues& values, Arena& arena) {
+void Program::run(std::size_t begin, std::size_t end, Arena& arena) {
   for (std::size_t at = begin; at < end; ++at) {
     const Instruction instruction = code_[at];  // a copy: what it finds may add to the program
     switch (instruction.op) {
@@ -205,7 +205,7 @@ void Program::run(std::size_t begin, std::size_t end, LaneValues& values, Arena&
         run_two(instruction, arena);
         break;
       case Op::kCall:
-        run_call(instruction, values, arena);
+        run_call(instruction, arena);
         break;
       case Op::kTruth:
         run_truth(instruction);
@@ -220,7 +220,7 @@ void Program::run(std::size_t begin, std::size_t end, LaneValues& values, Arena&
         break;
       }
       default:
-        run_one(instruction, values, arena);
+        run_one(instruction, arena);
         break;
     }
   }
