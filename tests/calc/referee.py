@@ -1,0 +1,365 @@
+#!/usr/bin/python3
+"""Random formulas calculated twice: by the evaluator and by LibreOffice, which has the last word on every bit.
+
+Usage: referee.py PROGRAM [--seed 1] [--minutes 1] [--functions SUM,IRR] [--batch 3000] [--all]
+
+PROGRAM is calculate_workbook of the build. Every round makes a workbook of one sheet of wild values and one of formulas,
+one a cell, and every fourth round one of formulas that feed each other. Prints how many formulas were tried and how many
+differ, and for each function the shortest formula that does (--all: every one). A seed always gives the same formulas. Ends
+with status 1 if any differed.
+
+Two errors count as equal whatever their names, except for #N/A: LibreOffice's errors are finer than Excel's and divided in
+another way. What LibreOffice 7.4 does not know is not tried.
+"""
+
+import argparse
+import collections
+import math
+import os
+import random
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+
+from libreoffice import ERRORS, Error, Formula, LibreOffice, TookTooLong, column_name, write_workbook
+
+# For each function its arguments, one letter each; those in parentheses may be left out, "*" repeats the letter before it.
+#   x any number  s number of moderate size  u positive number  i small whole number  p share from 0 to 1  b boolean
+#   t text  d date  h text of a date or number  k condition  r block of wild values  n block of numbers  f cash flows
+#   g dates  w one of the weekday numbers  q rate of interest  m number of periods  v any value  o sorted numbers
+FUNCTIONS = {
+    # rounding and arithmetic
+    "ROUND": "xi", "ROUNDUP": "xi", "ROUNDDOWN": "xi", "TRUNC": "x(i)", "INT": "x", "MROUND": "ss", "CEILING": "ss",
+    "FLOOR": "ss", "CEILING.MATH": "s(s)(b)", "FLOOR.MATH": "s(s)(b)", "EVEN": "s", "ODD": "s", "MOD": "ss",
+    "QUOTIENT": "ss", "ABS": "x", "SIGN": "x", "SQRT": "x", "SQRTPI": "u", "POWER": "ss", "EXP": "s", "LN": "u",
+    "LOG": "u(u)", "LOG10": "u", "FACT": "i", "FACTDOUBLE": "i", "COMBIN": "ii", "COMBINA": "ii", "PERMUT": "ii",
+    "PERMUTATIONA": "ii", "GCD": "ii", "LCM": "ii", "SIN": "s", "COS": "s", "TAN": "s", "ASIN": "p", "ACOS": "p",
+    "ATAN": "s", "ATAN2": "ss", "SINH": "s", "COSH": "s", "TANH": "s", "ASINH": "s", "ACOSH": "u", "ATANH": "p",
+    "COT": "s", "COTH": "s", "ACOT": "s", "ACOTH": "s", "SEC": "s", "SECH": "s", "CSC": "s", "CSCH": "s",
+    "DEGREES": "x", "RADIANS": "x", "PI": "", "MULTINOMIAL": "ii", "SERIESSUM": "siin", "ERF": "s", "ERFC": "s",
+    "DELTA": "s(s)", "GESTEP": "s(s)", "SUM": "r(x)(r)", "PRODUCT": "n(s)", "SUMSQ": "n(s)", "SUMPRODUCT": "r",
+    "SUMX2MY2": "nn", "SUMX2PY2": "nn", "SUMXMY2": "nn", "SUBTOTAL": "wn", "SUMIF": "rk(n)", "COUNTIF": "rk",
+    "AVERAGEIF": "rk(n)", "SUMIFS": "nrk", "COUNTIFS": "rk", "AVERAGEIFS": "nrk", "MAXIFS": "nrk", "MINIFS": "nrk",
+    "COUNTBLANK": "r", "MDETERM": "4", "MINVERSE": "4", "MMULT": "44", "BASE": "ii", "DECIMAL": "hi", "BITAND": "ii",
+    "BITOR": "ii", "BITXOR": "ii", "BITLSHIFT": "ii", "BITRSHIFT": "ii", "ROMAN": "i", "ARABIC": "t",
+    # samples
+    "MIN": "r(x)", "MAX": "r(x)", "AVERAGE": "r(x)", "COUNT": "r(v)", "COUNTA": "r(v)", "MEDIAN": "n", "MODE": "n",
+    "STDEV": "n(s)", "STDEVP": "n", "STDEVA": "n", "VAR": "n(s)", "VARP": "n", "VARA": "r", "VARPA": "r", "STDEV.S": "n",
+    "VAR.P": "n", "DEVSQ": "n", "AVEDEV": "n", "GEOMEAN": "n", "HARMEAN": "n", "SKEW": "n", "SKEW.P": "n", "KURT": "n",
+    "LARGE": "ni", "SMALL": "ni", "PERCENTILE": "np", "PERCENTILE.EXC": "np", "QUARTILE": "ni", "QUARTILE.EXC": "ni",
+    "RANK": "sn(b)", "RANK.AVG": "sn(b)", "PERCENTRANK": "ns", "PERCENTRANK.EXC": "ns", "TRIMMEAN": "np",
+    "STANDARDIZE": "sss", "MAXA": "r", "MINA": "r", "AVERAGEA": "r", "CORREL": "nn", "PEARSON": "nn", "COVAR": "nn",
+    "COVARIANCE.S": "nn", "SLOPE": "nn", "INTERCEPT": "nn", "FORECAST": "snn", "RSQ": "nn", "STEYX": "nn",
+    "FREQUENCY": "nn",
+    # distributions
+    "NORMDIST": "ssub", "NORMSDIST": "s", "NORMINV": "psu", "NORMSINV": "p", "NORM.DIST": "ssub", "NORM.S.DIST": "sb",
+    "LOGNORMDIST": "usu", "LOGINV": "psu", "EXPONDIST": "uub", "WEIBULL": "uuub", "CONFIDENCE": "pui", "PHI": "s",
+    "GAUSS": "s", "FISHER": "p", "FISHERINV": "s", "BINOMDIST": "iipb", "POISSON": "iub", "CRITBINOM": "ipp",
+    "NEGBINOMDIST": "iip", "HYPGEOMDIST": "iiii", "TDIST": "uii", "TINV": "pi", "CHIDIST": "ui", "CHIINV": "pi",
+    "FDIST": "uii", "FINV": "pii", "GAMMADIST": "uuub", "GAMMAINV": "puu", "BETADIST": "puu", "BETAINV": "puu",
+    "GAMMALN": "u", "GAMMA": "s", "TTEST": "nnii", "FTEST": "nn", "ZTEST": "ns",
+    # money
+    "PV": "qms(s)(b)", "FV": "qms(s)(b)", "PMT": "qms(s)(b)", "NPER": "qss(s)(b)", "RATE": "mss(s)(b)(q)",
+    "IPMT": "qims(s)(b)", "PPMT": "qims(s)(b)", "CUMIPMT": "qmuiib", "CUMPRINC": "qmuiib", "ISPMT": "qims",
+    "EFFECT": "qm", "NOMINAL": "qm", "RRI": "muu", "PDURATION": "quu", "FVSCHEDULE": "sn", "NPV": "qf", "IRR": "f(q)",
+    "MIRR": "fqq", "XNPV": "qfg", "XIRR": "fg(q)", "SLN": "uui", "SYD": "uuii", "DDB": "uuii(u)", "DB": "uuii(i)",
+    "VDB": "uuiii(u)(b)",
+    # dates
+    "DATE": "dyi", "YEAR": "d", "MONTH": "d", "DAY": "d", "HOUR": "d", "MINUTE": "d", "SECOND": "d", "TIME": "iii",
+    "EDATE": "di", "EOMONTH": "di", "YEARFRAC": "dd(i)", "DATEDIF": "ddz", "DAYS360": "dd(b)", "DAYS": "dd",
+    "NETWORKDAYS": "dd(g)", "NETWORKDAYS.INTL": "dd(w)(g)", "WORKDAY": "di(g)", "WORKDAY.INTL": "di(w)(g)",
+    "WEEKDAY": "d(w)", "WEEKNUM": "d(w)", "ISOWEEKNUM": "d", "DATEVALUE": "h", "TIMEVALUE": "h",
+    # texts
+    "LEFT": "t(i)", "RIGHT": "t(i)", "MID": "tii", "LEN": "t", "UPPER": "t", "LOWER": "t", "PROPER": "t", "TRIM": "t",
+    "CLEAN": "t", "FIND": "tt(i)", "SEARCH": "tt(i)", "SUBSTITUTE": "ttt(i)", "REPLACE": "tiit", "REPT": "ti",
+    "CONCATENATE": "tv", "CONCAT": "tr", "TEXTJOIN": "tbr", "EXACT": "tt", "CHAR": "i", "CODE": "t", "UNICODE": "t",
+    "VALUE": "h", "NUMBERVALUE": "h", "FIXED": "s(i)(b)", "DOLLAR": "s(i)", "TEXT": "sa", "T": "v", "N": "v",
+    # lookup and kinds
+    "HLOOKUP": "sni(b)", "VLOOKUP": "sni(b)", "LOOKUP": "so", "MATCH": "so(i)", "INDEX": "ni", "CHOOSE": "ivv",
+    "ADDRESS": "ii(i)", "ROWS": "r", "COLUMNS": "r", "ISERROR": "v", "ISERR": "v", "ISNA": "v", "ISTEXT": "v",
+    "ISNONTEXT": "v", "ISBLANK": "v", "ISEVEN": "s", "ISODD": "s", "ERROR.TYPE": "v", "IFERROR": "vv", "IFNA": "vv",
+    "IF": "bvv", "AND": "bb", "OR": "bb", "NOT": "b", "XOR": "bb", "IFS": "bvbv", "SWITCH": "vvvv",
+}
+
+# Functions that came after the file format and are written with a prefix.
+PREFIXED = {
+    "ACOT", "ACOTH", "ARABIC", "BASE", "BITAND", "BITLSHIFT", "BITOR", "BITRSHIFT", "BITXOR", "CEILING.MATH", "COMBINA",
+    "CONCAT", "COT", "COTH", "COVARIANCE.S", "CSC", "CSCH", "DAYS", "DECIMAL", "FLOOR.MATH", "GAMMA", "GAUSS", "IFNA", "IFS",
+    "ISOWEEKNUM", "MAXIFS", "MINIFS", "NORM.DIST", "NORM.S.DIST", "NUMBERVALUE", "PDURATION", "PERCENTILE.EXC",
+    "PERCENTRANK.EXC", "PERMUTATIONA", "PHI", "QUARTILE.EXC", "RANK.AVG", "RRI", "SEC", "SECH", "SKEW.P", "STDEV.S",
+    "SWITCH", "TEXTJOIN", "UNICODE", "VAR.P", "XOR",
+}
+
+# Functions whose last digits are not LibreOffice's, and how far they may be from them: see docs/calculation.md.
+CLOSE = {name: 1e-9 for name in (
+    "GAMMA GAMMALN GAMMADIST GAMMAINV BETADIST BETAINV TDIST TINV CHIDIST CHIINV FDIST FINV TTEST FTEST ZTEST GAUSS "
+    "HYPGEOMDIST POISSON BINOMDIST NEGBINOMDIST STEYX DB MINVERSE MDETERM").split()}
+
+ROWS = 12  # of the blocks of values
+TEXTS = ["", "a", "apple", "Banana", "x y", " pad ", "12", "1e3", "-4.5", "TRUE", "2020-02-29", "a*b", "b?", "~", "é", "MCM",
+         "10%", "#N/A", "1,234.5"]
+DATE_TEXTS = ["2020-01-15", "2019-12-31", "1/15/2020", "12:30", "23:59:59", "1234.5", "12%", " 7 ", "$5", "1e-3", "FF", "101",
+              "x", "2021-02-30", "(3)", "-8"]
+CONDITIONS = ['"<>"', '">0"', '"<2.5"', '"=1"', '"apple"', '"a?ple"', '"<>apple"', '">=b"', "1", "TRUE", '"12"', '"<=0"', '""', '"="',
+              '"<>1"', "0"]
+FORMATS = ["0", "0.00", "#,##0", "#,##0.00", "0%", "0.0%", "0.00E+00", "000", "#.##", "yyyy-mm-dd", "dd/mm/yyyy",
+           "mmm yy", "dddd", "hh:mm", "h:mm AM/PM", "[h]:mm:ss", "0;(0)", "$#,##0.00", "General", "#,##0,"]
+
+
+def wild_number(random_):
+    kind = random_.randrange(10)
+    if kind == 0:
+        return random_.choice([0, 1, -1, 2, 0.5, -0.5, 1e300, -1e300, 1e-300, 1e15, 123456789012345678, 0.1, 0.3])
+    if kind < 4:
+        return random_.randint(-100, 100)
+    if kind < 6:
+        return round(random_.uniform(-1000, 1000), random_.randrange(4))
+    return random_.choice([-1, 1]) * random_.random() * 10 ** random_.randint(-6, 9)
+
+
+def wild_value(random_):
+    kind = random_.randrange(12)
+    if kind < 7:
+        return wild_number(random_)
+    if kind < 9:
+        return random_.choice(TEXTS)
+    if kind == 9:
+        return random_.random() < 0.5
+    return Error(random_.choice(ERRORS)) if kind == 10 and random_.random() < 0.3 else None
+
+
+def values_sheet(random_):
+    """Columns A-D wild values, E-J numbers, K-L cash flows, M-N dates, O-P sorted numbers, in rows 1 to ROWS."""
+    cells = {}
+    for row in range(ROWS):
+        for column in range(4):
+            cells[row, column] = wild_value(random_)
+        for column in range(4, 10):
+            cells[row, column] = round(random_.uniform(-50, 100), random_.choice([0, 1, 2, 15]))
+        for column in (10, 11):
+            cells[row, column] = -random_.uniform(50, 300) if row == 0 else random_.uniform(-10, 90)
+        for column in (12, 13):
+            cells[row, column] = 43000 + row * 120 + random_.randint(0, 119)
+    for column in (14, 15):
+        for row, value in enumerate(sorted(random_.randint(-20, 60) for _ in range(ROWS))):
+            cells[row, column] = value
+    return {place: value for place, value in cells.items() if value is not None and value != ""}
+
+
+def number_text(number):
+    text = repr(number)
+    return text.upper().replace("E+", "E") if "e" in text else text
+
+
+class Formulas:
+    """Random calls of functions, on the sheet that values_sheet() fills."""
+
+    def __init__(self, random_):
+        self.random = random_
+
+    def block(self, first, last, rows=None):
+        rows = rows or self.random.randint(2, ROWS)
+        column = column_name(self.random.randint(first, last))
+        return f"V!{column}1:{column}{rows}"
+
+    def argument(self, letter, rows):
+        random_ = self.random
+        if letter not in "rnfgo4k" and random_.random() < 0.06:
+            return random_.choice([f"V!{column_name(random_.randrange(4))}{random_.randint(1, ROWS)}", '"x"', "1/0", "TRUE",
+                                   "-1", "0", "V!Z99", "1E300", "1E-300", '"3"'])
+        if letter == "s" and random_.random() < 0.3:
+            return f"V!{column_name(random_.randint(4, 9))}{random_.randint(1, ROWS)}"
+        return {
+            "x": lambda: number_text(wild_number(random_)),
+            "s": lambda: number_text(round(random_.uniform(-200, 200), random_.choice([0, 0, 1, 2, 15]))),
+            "u": lambda: number_text(round(random_.uniform(0, 50) ** random_.choice([1, 2]), random_.choice([0, 1, 2, 15]))),
+            "i": lambda: str(random_.choice([0, 1, 1, 2, 2, 3, 4, 5, 6, 7, 8, 10, 12, 20, 36, -1, -2, 100])),
+            "y": lambda: str(random_.randint(-14, 26)),
+            "m": lambda: str(random_.choice([1, 2, 3, 5, 10, 12, 24, 60, 120, 360])),
+            "q": lambda: number_text(random_.choice([round(random_.uniform(-0.05, 0.3), 4), random_.uniform(0, 0.2), 0, 0.05])),
+            "p": lambda: number_text(random_.choice([random_.random(), round(random_.random(), 2), 0, 1])),
+            "b": lambda: random_.choice(["TRUE", "FALSE", "0", "1"]),
+            "t": lambda: '"' + random_.choice(TEXTS) + '"' if random_.random() < 0.8 else f"V!A{random_.randint(1, ROWS)}",
+            "a": lambda: '"' + random_.choice(FORMATS) + '"',
+            "h": lambda: '"' + random_.choice(DATE_TEXTS) + '"',
+            "z": lambda: random_.choice(['"d"', '"m"', '"y"', '"ym"', '"yd"', '"md"']),
+            "d": lambda: number_text(random_.choice([random_.randint(20000, 60000), random_.randint(43000, 44700),
+                                                     round(random_.uniform(40000, 46000), 6)])),
+            "w": lambda: str(random_.choice([1, 2, 3, 4, 5, 6, 7, 9, 11, 12, 14, 16, 17, 21])),
+            "k": lambda: random_.choice(CONDITIONS),
+            "v": lambda: random_.choice([f"V!{column_name(random_.randrange(8))}{random_.randint(1, ROWS)}", "1", '"t"', "1/0",
+                                         "NA()", "2.5"]),
+            "r": lambda: self.block(0, 9, rows),
+            "n": lambda: self.block(4, 9, rows),
+            "f": lambda: self.block(10, 11, rows),
+            "g": lambda: self.block(12, 13, rows),
+            "o": lambda: self.block(14, 15, rows),
+            "4": lambda: random_.choice(["V!E1:G3", "V!F2:H4", "V!E5:F6", "V!G7:J10"]),
+        }[letter]()
+
+    def call(self, name):
+        arguments, rows = [], self.random.randint(2, ROWS)
+        letters = FUNCTIONS[name]
+        at = 0
+        while at < len(letters):
+            if letters[at] == "(":
+                if self.random.random() < 0.5:
+                    break
+                arguments.append(self.argument(letters[at + 1], rows))
+                at += 3
+            else:
+                arguments.append(self.argument(letters[at], rows))
+                at += 1
+        return f'{"_xlfn." if name in PREFIXED else ""}{name}({",".join(arguments)})'
+
+
+def dependent_sheet(random_, count):
+    """Formulas of cells above them and constants, in column A."""
+    cells = {}
+
+    def operand():
+        if random_.random() < 0.7 and cells:
+            return f"A{random_.randint(1, len(cells))}"
+        return number_text(random_.choice([random_.randint(-9, 9), round(random_.uniform(-20, 20), 2), random_.random()]))
+
+    def block():
+        first = random_.randint(1, max(1, len(cells) - 1))
+        return f"A{first}:A{random_.randint(first, len(cells))}"
+
+    while len(cells) < count:
+        if len(cells) < 8:
+            cells[len(cells), 0] = wild_number(random_)
+            continue
+        make = random_.choice([
+            lambda: f"{operand()}{random_.choice('+-*/+-')}{operand()}", lambda: f"({operand()}-{operand()})*{operand()}",
+            lambda: f"IF({operand()}{random_.choice(['>', '<=', '=', '<>'])}{operand()},{operand()},{operand()})",
+            lambda: f"{random_.choice(['SUM', 'AVERAGE', 'MIN', 'MAX', 'COUNT', 'STDEV', 'MEDIAN'])}({block()})",
+            lambda: f"IFERROR({operand()}/{operand()},{operand()})", lambda: f"ROUND({operand()},{random_.randint(-1, 4)})",
+            lambda: f"{operand()}&\"/\"&{operand()}", lambda: f"ABS({operand()})^{random_.choice(['0.5', '2', '1.5'])}",
+            lambda: f"SUMIF({block()},\">\"&{operand()})", lambda: f"MOD({operand()},{operand()})",
+            lambda: f"INDEX({block()},1)+{operand()}", lambda: f"-{operand()}%+{operand()}",
+        ])
+        cells[len(cells), 0] = Formula(make())
+    return cells
+
+
+class Evaluator:
+    """The program under test, one process for all workbooks."""
+
+    def __init__(self, program):
+        self._process = subprocess.Popen([program, "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+    def calculated(self, path):
+        """By (sheet, cell name): number, str, Error, or Unsupported."""
+        self._process.stdin.write(path + "\n")
+        self._process.stdin.flush()
+        values = {}
+        while (line := self._process.stdout.readline().rstrip("\n")):
+            fields = line.split("\t")
+            if fields[0] == "error":
+                raise SystemExit(f"{path}: {fields[1]}")
+            sheet, cell, kind, value = fields
+            values[int(sheet), cell] = (float(value) if kind in "nb" else Error(value) if kind == "e"
+                                        else Unsupported(value) if kind == "x" else value)
+        return values
+
+
+class Unsupported(str):
+    """Why a cell was not calculated."""
+
+
+def agree(name, ours, theirs):
+    if isinstance(theirs, Error) or isinstance(ours, Error):
+        if not (isinstance(theirs, Error) and isinstance(ours, Error)):
+            return False
+        return (theirs.number == 32767) == (ours == "32767")
+    if isinstance(theirs, float) and isinstance(ours, float):
+        if struct.pack("d", ours + 0.0) == struct.pack("d", theirs + 0.0):
+            return True
+        return name in CLOSE and math.isclose(ours, theirs, rel_tol=CLOSE[name], abs_tol=1e-14)
+    return type(ours) is type(theirs) and ours == theirs or theirs is None and ours in (0.0, "")
+
+
+class Report:
+    def __init__(self, show_all):
+        self.tried = self.unsupported = 0
+        self.worst = collections.defaultdict(list)
+        self.show_all = show_all
+        self.counts = collections.Counter()
+
+    def add(self, name, formula, ours, theirs):
+        self.tried += 1
+        if isinstance(ours, Unsupported):
+            self.unsupported += 1
+        if not agree(name, ours, theirs):
+            number = getattr(theirs, "number", 0)
+            self.counts[name] += 1
+            self.worst[name].append((len(formula), f"={formula}  ours {ours!r}, LibreOffice's {theirs!r}"
+                                     + (f" ({number})" if number else "")))
+
+    def show(self):
+        for name, found in sorted(self.worst.items()):
+            shown = sorted(found) if self.show_all else sorted(found)[:1]
+            for _, line in shown:
+                print(f"{name} ({len(found)}): {line}")
+        print(f"{self.tried} formulas tried, {sum(self.counts.values())} differ, {self.unsupported} not calculated")
+
+
+def round_of_calls(random_, names, size):
+    formulas = Formulas(random_)
+    calls = [random_.choice(names) for _ in range(size)] if size > len(names) else names
+    return [(name, formulas.call(name)) for name in calls]
+
+
+def compare(office, evaluator, sheets, formulas, path, report):
+    """`formulas`: for each row of the first sheet the function's name and the formula; the batch is halved when LibreOffice
+    takes too long, until the formula that holds it up is alone and is left out."""
+    write_workbook(path, sheets(formulas))
+    try:
+        theirs = office.calculated(path, [("F", len(formulas) - 1, 0)])[0]
+    except TookTooLong:
+        if len(formulas) > 1:
+            for half in (formulas[:len(formulas) // 2], formulas[len(formulas) // 2:]):
+                compare(office, evaluator, sheets, half, path, report)
+        return
+    ours = evaluator.calculated(path)
+    for row, ((name, formula), (value,)) in enumerate(zip(formulas, theirs)):
+        if formula is not None:
+            report.add(name, formula, ours.get((0, f"A{row + 1}"), Unsupported("no value")), value)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("program")
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--minutes", type=float, default=1)
+    parser.add_argument("--functions", default="")
+    parser.add_argument("--batch", type=int, default=3000)
+    parser.add_argument("--all", action="store_true")
+    options = parser.parse_args()
+    names = options.functions.split(",") if options.functions else sorted(FUNCTIONS)
+    report, end, seed = Report(options.all), time.monotonic() + options.minutes * 60, options.seed
+    evaluator = Evaluator(options.program)
+    with LibreOffice() as office, tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "formulas.xlsx")
+        while time.monotonic() < end:
+            random_ = random.Random(seed)
+            if seed % 4 == 0 and not options.functions:
+                cells = dependent_sheet(random_, 400)
+                listed = [("workbook", cell.text if isinstance(cell, Formula) else None) for cell in cells.values()]
+                # Halves of it would be other workbooks.
+                compare(office, evaluator, lambda _: {"F": cells}, listed, path, report)
+            else:
+                values = values_sheet(random_)
+                compare(office, evaluator,
+                        lambda formulas: {"F": {(row, 0): Formula(text) for row, (_, text) in enumerate(formulas)}, "V": values},
+                        round_of_calls(random_, names, options.batch), path, report)
+            seed += 1
+    report.show()
+    return 1 if report.counts else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
