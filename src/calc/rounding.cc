@@ -81,11 +81,13 @@ double rounded(double number, int decimals) {
 }
 
 double rounded_up(double number, int decimals) {
+  if (decimals > 20) return number;
   const double whole = shifted(to_twelve_digits(number), decimals);
   return std::copysign(shifted_back(std::ceil(whole), decimals), number);
 }
 
 double rounded_down(double number, int decimals) {
+  if (decimals > 20) return number;
   const double whole = shifted(to_twelve_digits(number), decimals);
   return std::copysign(shifted_back(std::floor(whole), decimals), number);
 }
