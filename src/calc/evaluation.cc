@@ -1,0 +1,383 @@
+#include "calc/evaluation.h"
+
+#include <algorithm>
+
+#include "calc/operators.h"
+
+namespace ordvane::calc {
+namespace {
+
+// Has one value for each place of a larger block: single rows and columns are repeated, beyond all others is
+// #N/A.
+Value spread(const Matrix& matrix, std::int32_t row, std::int32_t column) {
+  if (matrix.rows() == 1) row = 0;
+  if (matrix.columns() == 1) column = 0;
+  if (row >= matrix.rows() || column >= matrix.columns()) return {ErrorCode::kNotAvailable};
+  return matrix.at(row, column);
+}
+
+bool is_block(const Operand& operand) {
+  return operand.is_array() ||
+         (operand.is_reference() && (!operand.reference.is_cell() || !operand.more.empty()));
+}
+
+constexpr std::int64_t kMostValues = std::int64_t{1} << 24;
+
+}  // namespace
+
+Value Evaluation::cell_result(CellId id) {
+  const Cell& cell = book_.cells[static_cast<std::size_t>(id)];
+  const CellId holder = cell.array == kNoCell ? id : cell.array;
+  const Cell& first_cell = book_.cells[static_cast<std::size_t>(holder)];
+  const CellFormula& formula = book_.formulas[static_cast<std::size_t>(first_cell.formula)];
+  cell_ = holder;
+  formula_ = &formula.tree;
+  randoms_ = 0;
+  Value result;
+  if (formula.is_array) {
+    const Operand operand = evaluate(formula_->root(), true);
+    const Matrix matrix(*this, operand);
+    result = spread(matrix, cell.row - formula.area.row, cell.column - formula.area.column);
+  } else {
+    result = single(evaluate(formula_->root(), false));
+  }
+  return result.is_blank() ? Value::empty() : result;
+}
+
+Value Evaluation::part(CellId cell, const Formula& formula, std::int32_t node) {
+  cell_ = cell;
+  formula_ = &formula;
+  randoms_ = 0;
+  return single(evaluate(node, false));
+}
+
+Operand Evaluation::call(CellId cell, const Function& function, std::span<const Operand> arguments) {
+  cell_ = cell;
+  randoms_ = 0;
+  return call_each(function, arguments);
+}
+
+double Evaluation::random() {
+  std::uint64_t x = frozen_.seed + 0x9E3779B97F4A7C15U * (static_cast<std::uint64_t>(cell_) + 1) +
+                    0xD1B54A32D192ED03U * ++randoms_;
+  x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9U;
+  x = (x ^ (x >> 27)) * 0x94D049BB133111EBU;
+  return static_cast<double>((x ^ (x >> 31)) >> 11) * 0x1p-53;
+}
+
+// A block of cells where a single value is wanted: the cell in the formula's own row or column.
+Operand Evaluation::intersected(const Operand& operand) {
+  if (!operand.is_reference() || !is_block(operand)) return operand;
+  Reference block = operand.reference;
+  const Cell& cell = book_.cells[static_cast<std::size_t>(cell_)];
+  if (!operand.more.empty() || block.sheet != block.last_sheet) return ErrorCode::kValue;
+  if (block.columns() > 1) {
+    if (block.rows() > 1 || cell.column < block.column || cell.column > block.last_column)
+      return ErrorCode::kValue;
+    block.column = block.last_column = cell.column;
+  } else {
+    if (cell.row < block.row || cell.row > block.last_row) return ErrorCode::kValue;
+    block.row = block.last_row = cell.row;
+  }
+  return block;
+}
+
+Value Evaluation::first(const Operand& operand) {
+  switch (operand.type) {
+    case Operand::Type::kMissing:
+      return {};
+    case Operand::Type::kValue:
+      return operand.value;
+    case Operand::Type::kReference:
+      return at(operand.reference.sheet, operand.reference.row, operand.reference.column);
+    case Operand::Type::kArray:
+      return operand.array->values.front();
+  }
+  return {};
+}
+
+Value Evaluation::single(const Operand& operand) {
+  return first(intersected(operand));
+}
+
+Operand Evaluation::operand_of(std::int32_t node, bool in_array) {
+  const Operand operand = evaluate(node, in_array);
+  return in_array ? operand : intersected(operand);
+}
+
+Operand Evaluation::evaluate(std::int32_t position, bool in_array) {
+  const Node& node = formula_->nodes[static_cast<std::size_t>(position)];
+  switch (node.type) {
+    case NodeType::kConstant:
+      return node.constant;
+    case NodeType::kArray:
+      return node.array;
+    case NodeType::kReference: {
+      const Cell& cell = book_.cells[static_cast<std::size_t>(cell_)];
+      return resolved(node, cell.row, cell.column);
+    }
+    case NodeType::kName:
+      return evaluate_name(node, in_array);
+    case NodeType::kNegate:
+    case NodeType::kPercent:
+      return operate_one(node, in_array);
+    case NodeType::kPlus:
+      return evaluate(node.children[0], in_array);
+    case NodeType::kRange:
+    case NodeType::kUnion:
+    case NodeType::kIntersection:
+      return join(node, in_array);
+    case NodeType::kSpill:
+      return spilled(node);
+    case NodeType::kFunction:
+      return function(node, in_array);
+    case NodeType::kMissing:
+      return {};
+    case NodeType::kUnsupported:
+      return ErrorCode::kName;
+    default:
+      return operate_two(node, in_array);
+  }
+}
+
+Operand Evaluation::evaluate_name(const Node& node, bool in_array) {
+  const Formula* outer = formula_;
+  formula_ = &book_.named(node.name);
+  const Operand result =
+      formula_->nodes.empty() ? Operand(ErrorCode::kName) : evaluate(formula_->root(), in_array);
+  formula_ = outer;
+  return result;
+}
+
+Operand Evaluation::operate_one(const Node& node, bool in_array) {
+  const Operand operand = operand_of(node.children[0], in_array);
+  if (!is_block(operand)) return operate(node.type, first(operand), book_.counts_from_1904);
+  const Matrix values(*this, operand);
+  if (values.size() > kMostValues) return ErrorCode::kArgument;
+  Array& result = arena_.array(values.rows(), values.columns());
+  for (std::int32_t row = 0; row < values.rows(); ++row)
+    for (std::int32_t column = 0; column < values.columns(); ++column)
+      result.at(row, column) = operate(node.type, values.at(row, column), book_.counts_from_1904);
+  return &result;
+}
+
+Operand Evaluation::operate_two(const Node& node, bool in_array) {
+  const Operand left = operand_of(node.children[0], in_array), right = operand_of(node.children[1], in_array);
+  if (!is_block(left) && !is_block(right))
+    return operate(node.type, first(left), first(right), book_.counts_from_1904, arena_);
+  const Matrix a(*this, left), b(*this, right);
+  const std::int32_t rows = std::max(a.rows(), b.rows()), columns = std::max(a.columns(), b.columns());
+  if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
+  Array& result = arena_.array(rows, columns);
+  for (std::int32_t row = 0; row < rows; ++row)
+    for (std::int32_t column = 0; column < columns; ++column)
+      result.at(row, column) =
+          operate(node.type, spread(a, row, column), spread(b, row, column), book_.counts_from_1904, arena_);
+  return &result;
+}
+
+Operand Evaluation::join(const Node& node, bool in_array) {
+  std::vector<Reference> blocks;
+  for (const std::int32_t child : node.children) {
+    const Operand operand = evaluate(child, in_array);
+    if (operand.is_value() && operand.value.is_error()) return operand;
+    if (!operand.is_reference()) return ErrorCode::kReference;
+    blocks.push_back(operand.reference);
+    blocks.insert(blocks.end(), operand.more.begin(), operand.more.end());
+  }
+  if (node.type == NodeType::kUnion) {
+    Operand all = blocks.front();
+    blocks.erase(blocks.begin());
+    all.more = arena_.references(std::move(blocks));
+    return all;
+  }
+  Reference result = blocks[0];
+  const Reference& other = blocks[1];
+  if (node.type == NodeType::kRange) {
+    result.sheet = std::min(result.sheet, other.sheet);
+    result.last_sheet = std::max(result.last_sheet, other.last_sheet);
+    result.row = std::min(result.row, other.row);
+    result.column = std::min(result.column, other.column);
+    result.last_row = std::max(result.last_row, other.last_row);
+    result.last_column = std::max(result.last_column, other.last_column);
+    return result;
+  }
+  if (result.sheet != other.sheet) return ErrorCode::kNull;
+  result.row = std::max(result.row, other.row);
+  result.column = std::max(result.column, other.column);
+  result.last_row = std::min(result.last_row, other.last_row);
+  result.last_column = std::min(result.last_column, other.last_column);
+  if (result.rows() < 1 || result.columns() < 1) return ErrorCode::kNull;
+  return result;
+}
+
+// What an array formula fills, from its first cell.
+Operand Evaluation::spilled(const Node& node) {
+  const Operand anchor = evaluate(node.children[0], false);
+  if (!anchor.is_reference()) return ErrorCode::kReference;
+  const CellId id = book_.find(anchor.reference.sheet, anchor.reference.row, anchor.reference.column);
+  if (id == kNoCell) return ErrorCode::kReference;
+  const std::int32_t formula = book_.cells[static_cast<std::size_t>(id)].formula;
+  if (formula < 0 || !book_.formulas[static_cast<std::size_t>(formula)].is_array)
+    return ErrorCode::kReference;
+  return book_.formulas[static_cast<std::size_t>(formula)].area;
+}
+
+Operand Evaluation::argument(const Node& node, int position, bool in_array) {
+  const std::int32_t child = node.children[static_cast<std::size_t>(position)];
+  switch (node.function->argument_letter(position)) {
+    case 's':
+      return operand_of(child, in_array);
+    case 'a':
+      return evaluate(child, true);
+    default:
+      return evaluate(child, in_array);
+  }
+}
+
+Operand Evaluation::function(const Node& node, bool in_array) {
+  switch (node.function->form) {
+    case Form::kPlain:
+      break;
+    case Form::kIf:
+      return form_if(node, in_array);
+    case Form::kIfError:
+    case Form::kIfNa:
+      return form_if_error(node, in_array);
+    case Form::kIfs:
+      return form_ifs(node, in_array);
+    case Form::kChoose:
+      return form_choose(node, in_array);
+    case Form::kSwitch:
+      return form_switch(node, in_array);
+  }
+  std::vector<Operand> arguments;
+  arguments.reserve(node.children.size());
+  for (std::size_t i = 0; i < node.children.size(); ++i)
+    arguments.push_back(argument(node, static_cast<int>(i), in_array));
+  return call_each(*node.function, arguments);
+}
+
+// Once, or for each value of the arguments that have several where the function takes one.
+Operand Evaluation::call_each(const Function& function, std::span<const Operand> arguments) {
+  std::int32_t rows = 1, columns = 1;
+  bool has_block = false;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (function.argument_letter(static_cast<int>(i)) != 's' || !is_block(arguments[i])) continue;
+    const Matrix matrix(*this, arguments[i]);
+    rows = std::max(rows, matrix.rows());
+    columns = std::max(columns, matrix.columns());
+    has_block = true;
+  }
+  if (!has_block) {
+    Call call(*this, arguments);
+    const Operand result = function.body(call);
+    return call.failed() ? Operand(call.error()) : result;
+  }
+  if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
+  Array& result = arena_.array(rows, columns);
+  std::vector<Operand> one(arguments.begin(), arguments.end());
+  for (std::int32_t row = 0; row < rows; ++row) {
+    for (std::int32_t column = 0; column < columns; ++column) {
+      for (std::size_t i = 0; i < arguments.size(); ++i)
+        if (function.argument_letter(static_cast<int>(i)) == 's' && is_block(arguments[i]))
+          one[i] = spread(Matrix(*this, arguments[i]), row, column);
+      Call call(*this, one);
+      const Operand each = function.body(call);
+      result.at(row, column) = call.failed() ? Value(call.error()) : first(each);
+    }
+  }
+  return &result;
+}
+
+Operand Evaluation::branch(const Node& node, std::size_t position, bool in_array) {
+  return evaluate(node.children[position], in_array);
+}
+
+Operand Evaluation::form_if(const Node& node, bool in_array) {
+  const Operand condition = operand_of(node.children[0], in_array);
+  if (is_block(condition)) return form_if_array(node, Matrix(*this, condition), in_array);
+  const Conversion truth = truth_of(first(condition), book_.counts_from_1904);
+  if (truth.error != ErrorCode::kNone) return truth.error;
+  const std::size_t chosen = truth.number != 0 ? 1 : 2;
+  if (chosen < node.children.size()) {
+    const Operand result = branch(node, chosen, in_array);
+    return result.is_missing() ? Operand(Value()) : result;
+  }
+  return Value::boolean(chosen == 1);
+}
+
+Operand Evaluation::form_if_array(const Node& node, const Matrix& condition, bool in_array) {
+  std::array<Operand, 2> branches{Value::boolean(true), Value::boolean(false)};
+  for (std::size_t i = 1; i < node.children.size(); ++i) branches[i - 1] = branch(node, i, in_array);
+  const Matrix yes(*this, branches[0]), no(*this, branches[1]);
+  const std::int32_t rows = std::max({condition.rows(), yes.rows(), no.rows()});
+  const std::int32_t columns = std::max({condition.columns(), yes.columns(), no.columns()});
+  if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
+  Array& result = arena_.array(rows, columns);
+  for (std::int32_t row = 0; row < rows; ++row) {
+    for (std::int32_t column = 0; column < columns; ++column) {
+      const Conversion truth = truth_of(spread(condition, row, column), book_.counts_from_1904);
+      result.at(row, column) = truth.error != ErrorCode::kNone
+                                   ? Value(truth.error)
+                                   : spread(truth.number != 0 ? yes : no, row, column);
+    }
+  }
+  return &result;
+}
+
+Operand Evaluation::form_if_error(const Node& node, bool in_array) {
+  const bool only_missing = node.function->form == Form::kIfNa;
+  const auto caught = [&](const Value& value) {
+    return value.is_error() && (!only_missing || value.error() == ErrorCode::kNotAvailable);
+  };
+  const Operand tried = operand_of(node.children[0], in_array);
+  if (!is_block(tried)) {
+    if (!caught(first(tried))) return tried;
+    const Operand result = branch(node, 1, in_array);
+    return result.is_missing() ? Operand(Value()) : result;
+  }
+  const Matrix values(*this, tried), other(*this, branch(node, 1, in_array));
+  if (values.size() > kMostValues) return ErrorCode::kArgument;
+  Array& result = arena_.array(values.rows(), values.columns());
+  for (std::int32_t row = 0; row < values.rows(); ++row) {
+    for (std::int32_t column = 0; column < values.columns(); ++column) {
+      const Value value = values.at(row, column);
+      result.at(row, column) = caught(value) ? spread(other, row, column) : value;
+    }
+  }
+  return &result;
+}
+
+Operand Evaluation::form_choose(const Node& node, bool in_array) {
+  const Conversion chosen = number_of(first(operand_of(node.children[0], in_array)), book_.counts_from_1904);
+  if (chosen.error != ErrorCode::kNone) return chosen.error;
+  const double position = std::floor(chosen.number);
+  if (!(position >= 1) || position >= static_cast<double>(node.children.size())) return ErrorCode::kArgument;
+  const Operand result = branch(node, static_cast<std::size_t>(position), in_array);
+  return result.is_missing() ? Operand(Value()) : result;
+}
+
+Operand Evaluation::form_ifs(const Node& node, bool in_array) {
+  for (std::size_t i = 0; i + 1 < node.children.size(); i += 2) {
+    const Conversion truth = truth_of(first(operand_of(node.children[i], in_array)), book_.counts_from_1904);
+    if (truth.error != ErrorCode::kNone) return truth.error;
+    if (truth.number != 0) return branch(node, i + 1, in_array);
+  }
+  return ErrorCode::kNotAvailable;
+}
+
+Operand Evaluation::form_switch(const Node& node, bool in_array) {
+  const Value wanted = first(operand_of(node.children[0], in_array));
+  if (wanted.is_error()) return wanted;
+  std::size_t i = 1;
+  for (; i + 1 < node.children.size(); i += 2) {
+    const Value one = first(operand_of(node.children[i], in_array));
+    if (one.is_error()) return one;
+    if (one.is_text() == wanted.is_text() && compare_values(wanted, one) == 0)
+      return branch(node, i + 1, in_array);
+  }
+  return i < node.children.size() ? branch(node, i, in_array) : Operand(ErrorCode::kNotAvailable);
+}
+
+}  // namespace ordvane::calc

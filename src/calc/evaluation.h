@@ -1,0 +1,89 @@
+// Evaluates the tree of a formula for one recalculation, part by part.
+//
+// This is the whole of what formulas can do. The programs of program.h do the frequent part of it for many
+// recalculations at once, and come here for the rest.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "calc/call.h"
+#include "calc/formula.h"
+#include "calc/value.h"
+#include "calc/workbook.h"
+
+namespace ordvane::calc {
+
+// Where formulas find what is in other cells.
+class CellValues {
+ public:
+  virtual ~CellValues() = default;
+  virtual Value value(CellId cell) = 0;
+};
+
+// What would be another value with every calculation, held for a whole run.
+struct Frozen {
+  double now = 0;  // days since the workbook's day 0
+  std::uint64_t seed = 0;
+};
+
+class Evaluation {
+ public:
+  Evaluation(const Workbook& book, CellValues& values, Arena& arena, const Frozen& frozen)
+      : book_(book), values_(values), arena_(arena), frozen_(frozen) {}
+
+  // What the formula of a cell, or the array formula that it is part of, gives in that cell.
+  Value cell_result(CellId cell);
+  // A part of the formula of a cell, as a single value.
+  Value part(CellId cell, const Formula& formula, std::int32_t node);
+  // A function of arguments that are there already.
+  Operand call(CellId cell, const Function& function, std::span<const Operand> arguments);
+
+  // Blank where there is no cell.
+  Value at(std::int32_t sheet, std::int32_t row, std::int32_t column) {
+    const CellId id = book_.find(sheet, row, column);
+    return id == kNoCell ? Value() : values_.value(id);
+  }
+  Value single(const Operand& operand);
+
+  const Workbook& book() const { return book_; }
+  CellValues& values() { return values_; }
+  Arena& arena() { return arena_; }
+  const Frozen& frozen() const { return frozen_; }
+  CellId cell() const { return cell_; }
+  double random();
+
+ private:
+  Operand evaluate(std::int32_t node, bool in_array);
+  Operand evaluate_name(const Node& node, bool in_array);
+  Operand operate_one(const Node& node, bool in_array);
+  Operand operate_two(const Node& node, bool in_array);
+  Operand function(const Node& node, bool in_array);
+  Operand call_each(const Function& function, std::span<const Operand> arguments);
+  Operand argument(const Node& node, int position, bool in_array);
+  Operand operand_of(std::int32_t node, bool in_array);
+  Operand intersected(const Operand& operand);
+  Value first(const Operand& operand);
+
+  Operand form_if(const Node& node, bool in_array);
+  Operand form_if_array(const Node& node, const Matrix& condition, bool in_array);
+  Operand form_if_error(const Node& node, bool in_array);
+  Operand form_choose(const Node& node, bool in_array);
+  Operand form_ifs(const Node& node, bool in_array);
+  Operand form_switch(const Node& node, bool in_array);
+  Operand branch(const Node& node, std::size_t position, bool in_array);
+
+  Operand join(const Node& node, bool in_array);
+  Operand spilled(const Node& node);
+
+  const Workbook& book_;
+  CellValues& values_;
+  Arena& arena_;
+  const Frozen& frozen_;
+  CellId cell_ = kNoCell;
+  const Formula* formula_ = nullptr;
+  std::uint64_t randoms_ = 0;
+};
+
+}  // namespace ordvane::calc
