@@ -9,8 +9,13 @@ namespace {
 const std::vector<const Function*>& sorted_functions() {
   static const std::vector<const Function*> sorted = [] {
     std::vector<const Function*> list;
-    for (const auto field : {math_functions, statistical_functions, text_functions, date_functions,
-                             financial_functions, lookup_functions, logical_functions, information_functions})
+    for (const auto field :
+         {math_functions,         statistical_functions, text_functions,         date_functions,
+          financial_functions,    lookup_functions,      logical_functions,      information_functions,
+          rounding_functions,     elementary_functions,  criteria_functions,     matrix_functions,
+          sample_functions,       pair_functions,        distribution_functions, annuity_functions,
+          depreciation_functions, calendar_functions,    number_text_functions,  finding_functions,
+          array_functions,        kind_functions})
       for (const Function& function : field()) list.push_back(&function);
     std::sort(list.begin(), list.end(),
               [](const Function* a, const Function* b) { return a->name < b->name; });

@@ -61,6 +61,20 @@ std::span<const Function> financial_functions();
 std::span<const Function> lookup_functions();
 std::span<const Function> logical_functions();
 std::span<const Function> information_functions();
+std::span<const Function> rounding_functions();
+std::span<const Function> elementary_functions();
+std::span<const Function> criteria_functions();
+std::span<const Function> matrix_functions();
+std::span<const Function> sample_functions();
+std::span<const Function> pair_functions();
+std::span<const Function> distribution_functions();
+std::span<const Function> annuity_functions();
+std::span<const Function> depreciation_functions();
+std::span<const Function> calendar_functions();
+std::span<const Function> number_text_functions();
+std::span<const Function> finding_functions();
+std::span<const Function> array_functions();
+std::span<const Function> kind_functions();
 
 // Makes a lane body of a function of one or two numbers, for LaneBody: `lanes_of<std::sqrt>`. It steps aside
 // when an argument has texts or errors, or a result is no finite number.

@@ -171,10 +171,15 @@ struct Lanes {
   void set(int lane, const Value& value);
   void fill(const Value& value);
   // All lanes count as numbers; `number` is then all that matters.
-  bool numeric() const {
+  bool numeric() const { return greatest_kind() <= Kind::kBlank; }
+  // All lanes are numbers or booleans, none blank.
+  bool filled() const { return greatest_kind() <= Kind::kEmpty; }
+
+ private:
+  Kind greatest_kind() const {
     Kind most = Kind::kNumber;
     for (const Kind one : kind) most = one > most ? one : most;
-    return most <= Kind::kBlank;
+    return most;
   }
 };
 

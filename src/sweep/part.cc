@@ -27,7 +27,6 @@ using runfile::OrderedJson;
 constexpr const char* kFormat = "ordvane-part";
 constexpr int kVersion = 1;
 constexpr const char* kWhat = "a part of a sweep";
-constexpr const char* kRunEnding = ".run.json";
 
 std::string header_text(const PartHeader& header) {
   const OrderedJson json{{"format", kFormat},           {"version", kVersion},

@@ -1,0 +1,53 @@
+#include "calc/calendar.h"
+
+namespace ordvane::calc {
+namespace {
+
+// From 1 March of year 0, with years that begin in March, to 30 December 1899.
+constexpr std::int64_t kMarchYearZero = 693899;
+
+std::int64_t floor_division(std::int64_t number, std::int64_t divisor) {
+  return number / divisor - (number % divisor < 0 ? 1 : 0);
+}
+
+}  // namespace
+
+bool is_leap(std::int64_t year) {
+  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+}
+
+int days_in_month(std::int64_t year, int month) {
+  constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  return month == 2 && is_leap(year) ? 29 : kDays[month - 1];
+}
+
+std::int64_t Calendar::day(std::int64_t year, std::int64_t month, std::int64_t day) const {
+  const std::int64_t months = year * 12 + month - 3;  // since March of year 0
+  const std::int64_t march_year = floor_division(months, 12);
+  const std::int64_t in_year = months - march_year * 12;
+  const std::int64_t days = march_year * 365 + floor_division(march_year, 4) -
+                            floor_division(march_year, 100) + floor_division(march_year, 400) +
+                            (in_year * 153 + 2) / 5 + day - 1;
+  return days - kMarchYearZero - first_;
+}
+
+Date Calendar::date(std::int64_t day) const {
+  const std::int64_t days = day + first_ + kMarchYearZero;
+  const std::int64_t era = floor_division(days, 146097);  // 400 years
+  const std::int64_t in_era = days - era * 146097;
+  const std::int64_t year_of_era = (in_era - in_era / 1460 + in_era / 36524 - in_era / 146096) / 365;
+  const std::int64_t in_year = in_era - (year_of_era * 365 + year_of_era / 4 - year_of_era / 100);
+  const std::int64_t month = (in_year * 5 + 2) / 153;  // from March
+  Date result;
+  result.day = static_cast<int>(in_year - (month * 153 + 2) / 5 + 1);
+  result.month = static_cast<int>(month < 10 ? month + 3 : month - 9);
+  result.year = year_of_era + era * 400 + (result.month <= 2 ? 1 : 0);
+  return result;
+}
+
+int Calendar::weekday(std::int64_t day) const {
+  const std::int64_t days = day + first_ + 5;  // 30 December 1899 was a Saturday
+  return static_cast<int>(days - floor_division(days, 7) * 7);
+}
+
+}  // namespace ordvane::calc

@@ -1,0 +1,273 @@
+#include <bit>
+
+#include "calc/program.h"
+
+namespace ordvane::calc {
+namespace {
+
+constexpr std::int64_t kMostCellsOfCall = 4096;
+
+const Node& node_of(const Formula& formula, std::int32_t node) {
+  return formula.nodes[static_cast<std::size_t>(node)];
+}
+
+bool is_operator(NodeType type) {
+  return type >= NodeType::kNegate && type <= NodeType::kGreaterEqual;
+}
+
+bool is_if(const Node& node) {
+  return node.type == NodeType::kFunction && node.function->form == Form::kIf;
+}
+
+}  // namespace
+
+Lanes* Program::temporary() {
+  if (owns_temporaries_) return &storage_.emplace_back();
+  if (used_ == temporaries_.size()) temporaries_.push_back(&storage_.emplace_back());
+  return temporaries_[used_++];
+}
+
+Instruction& Program::emit(Op op, Lanes* result) {
+  Instruction& instruction = code_.emplace_back();
+  instruction.op = op;
+  instruction.result = result;
+  return instruction;
+}
+
+const Lanes* Program::constant(const Value& value) {
+  const bool is_plain = value.kind() == Kind::kNumber;
+  const std::uint64_t bits = is_plain ? std::bit_cast<std::uint64_t>(value.number()) : 0;
+  if (is_plain) {
+    if (const auto found = numbers_.find(bits); found != numbers_.end()) return found->second;
+  }
+  Lanes& lanes = storage_.emplace_back();
+  lanes.fill(value);
+  if (is_plain) numbers_[bits] = &lanes;
+  return &lanes;
+}
+
+std::size_t Program::add(CellId cell, Lanes* result) {
+  const std::size_t begin = code_.size();
+  const Cell& place = model_.workbook().cells[static_cast<std::size_t>(cell)];
+  const CellId holder = place.array == kNoCell ? cell : place.array;
+  const std::int32_t position = model_.workbook().cells[static_cast<std::size_t>(holder)].formula;
+  const CellFormula& formula = model_.workbook().formulas[static_cast<std::size_t>(position)];
+  cell_ = cell;
+  used_ = 0;
+  owns_temporaries_ = formula.tree.finds_cells;
+  // Of an array formula whose parts are all single values, nothing needs more than one.
+  const bool is_block = formula.is_array && (holder != cell || !formula.area.is_cell());
+  if (is_block || (formula.is_array && !is_single(formula.tree, formula.tree.root()))) {
+    parts_.push_back({cell, nullptr, 0});
+    emit(Op::kWhole, result).target = static_cast<std::int32_t>(parts_.size()) - 1;
+    return begin;
+  }
+  const Lanes* value = compile(formula.tree, formula.tree.root());
+  Instruction* last = code_.size() > begin ? &code_.back() : nullptr;
+  const bool gives_number =
+      last != nullptr && last->result == value &&
+      ((last->op == Op::kTwo) || (last->op == Op::kOne && last->type != NodeType::kPlus));
+  if (gives_number)
+    last->result = result;
+  else
+    emit(Op::kCopy, result).a = value;
+  return begin;
+}
+
+bool Program::is_single_function(const Formula& formula, const Node& node) const {
+  if (node.function->form == Form::kChoose || node.function->form == Form::kSwitch ||
+      node.function->form == Form::kIfs)
+    return false;
+  if ((node.function->flags & (kGivesArrays | kGivesCells)) != 0 && !is_if(node)) return false;
+  for (std::size_t i = 0; i < node.children.size(); ++i)
+    if (node.function->argument_letter(static_cast<int>(i)) == 's' && !is_single(formula, node.children[i]))
+      return false;
+  return true;
+}
+
+// Whether it gives one value in an array formula as well as in any other.
+bool Program::is_single(const Formula& formula, std::int32_t position) const {
+  const Node& node = node_of(formula, position);
+  if (node.type == NodeType::kConstant || node.type == NodeType::kMissing) return true;
+  if (node.type == NodeType::kReference) {
+    const Cell& cell = model_.workbook().cells[static_cast<std::size_t>(cell_)];
+    return resolved(node, cell.row, cell.column).is_cell();
+  }
+  if (node.type == NodeType::kName) {
+    const Formula& named = model_.workbook().named(node.name);
+    return !named.nodes.empty() && is_single(named, named.root());
+  }
+  if (is_operator(node.type)) {
+    for (const std::int32_t child : node.children)
+      if (!is_single(formula, child)) return false;
+    return true;
+  }
+  return node.type == NodeType::kFunction && is_single_function(formula, node);
+}
+
+const Lanes* Program::part(const Formula& formula, std::int32_t node) {
+  parts_.push_back({cell_, &formula, node});
+  Lanes* result = temporary();
+  emit(Op::kPart, result).target = static_cast<std::int32_t>(parts_.size()) - 1;
+  return result;
+}
+
+const Lanes* Program::compile(const Formula& formula, std::int32_t position) {
+  const Node& node = node_of(formula, position);
+  if (!is_single(formula, position)) return part(formula, position);
+  switch (node.type) {
+    case NodeType::kConstant:
+      return constant(node.constant);
+    case NodeType::kMissing:
+      return constant(Value());
+    case NodeType::kReference:
+      return compile_reference(node);
+    case NodeType::kName: {
+      const Formula& named = model_.workbook().named(node.name);
+      return compile(named, named.root());
+    }
+    case NodeType::kFunction:
+      return compile_function(formula, position);
+    default:
+      return compile_operator(formula, node);
+  }
+}
+
+const Lanes* Program::compile_reference(const Node& node) {
+  const Cell& cell = model_.workbook().cells[static_cast<std::size_t>(cell_)];
+  const Reference block = resolved(node, cell.row, cell.column);
+  const CellId id = model_.workbook().find(block.sheet, block.row, block.column);
+  return id == kNoCell ? constant(Value()) : source_.lanes_of(id);
+}
+
+const Lanes* Program::compile_operator(const Formula& formula, const Node& node) {
+  const Lanes* a = compile(formula, node.children[0]);
+  if (node.type == NodeType::kPlus) return a;
+  const bool is_two = node.children.size() == 2;
+  const Lanes* b = is_two ? compile(formula, node.children[1]) : nullptr;
+  Lanes* result = temporary();
+  Instruction& instruction = emit(is_two ? Op::kTwo : Op::kOne, result);
+  instruction.type = node.type;
+  instruction.a = a;
+  instruction.b = b;
+  return result;
+}
+
+// False for an argument that only the evaluator can give.
+bool Program::argument(const Formula& formula, std::int32_t child, char letter, ProgramArgument& out) {
+  const Node& node = node_of(formula, child);
+  if (node.type == NodeType::kMissing) return true;
+  if (node.type == NodeType::kName) {
+    const Formula& named = model_.workbook().named(node.name);
+    return !named.nodes.empty() && argument(named, named.root(), letter, out);
+  }
+  if (letter != 's' && node.type == NodeType::kReference) {
+    const Cell& cell = model_.workbook().cells[static_cast<std::size_t>(cell_)];
+    out.type = ProgramArgument::Type::kReference;
+    out.reference = resolved(node, cell.row, cell.column);
+    return true;
+  }
+  if (letter == 'c' || !is_single(formula, child)) return false;
+  // What IF and its kin give may be a cell, which matters where a block may stand.
+  if (letter != 's' && node.type == NodeType::kFunction && node.function->form != Form::kPlain) return false;
+  out.type = ProgramArgument::Type::kSingle;
+  out.lanes = compile(formula, child);
+  return true;
+}
+
+// The cells of the blocks, each with its lanes.
+void Program::give_lanes(ProgramCall& call) {
+  std::int64_t count = 0;
+  for (const ProgramArgument& argument : call.arguments) {
+    if (argument.type == ProgramArgument::Type::kMissing) return;
+    count += std::int64_t{argument.reference.rows()} * argument.reference.columns();
+  }
+  if (count > kMostCellsOfCall) return;
+  for (const ProgramArgument& argument : call.arguments) {
+    std::vector<const Lanes*>& cells = call.cells.emplace_back();
+    if (argument.type == ProgramArgument::Type::kSingle) {
+      cells.push_back(argument.lanes);
+      continue;
+    }
+    for (std::int32_t sheet = argument.reference.sheet; sheet <= argument.reference.last_sheet; ++sheet)
+      model_.workbook().sheets[static_cast<std::size_t>(sheet)].grid.each(
+          argument.reference,
+          [&](CellId cell, std::int32_t, std::int32_t) { cells.push_back(source_.lanes_of(cell)); });
+  }
+  for (std::size_t i = 0; i < call.arguments.size(); ++i)
+    call.lanes.push_back({call.cells[i], call.arguments[i].type == ProgramArgument::Type::kReference});
+}
+
+const Lanes* Program::compile_function(const Formula& formula, std::int32_t position) {
+  const Node& node = node_of(formula, position);
+  if (node.function->form == Form::kIf) return compile_if(formula, node);
+  if (node.function->form != Form::kPlain) return compile_if_error(formula, node);
+  if ((node.function->flags & (kFindsCells | kVolatile)) != 0) return part(formula, position);
+  ProgramCall call;
+  call.cell = cell_;
+  call.function = node.function;
+  const std::size_t code_before = code_.size(), used_before = used_;
+  for (std::size_t i = 0; i < node.children.size(); ++i) {
+    ProgramArgument& out = call.arguments.emplace_back();
+    if (argument(formula, node.children[i], node.function->argument_letter(static_cast<int>(i)), out))
+      continue;
+    code_.resize(code_before);
+    used_ = used_before;
+    return part(formula, position);
+  }
+  if (node.function->lanes != nullptr) give_lanes(call);
+  calls_.push_back(std::move(call));
+  Lanes* result = temporary();
+  emit(Op::kCall, result).target = static_cast<std::int32_t>(calls_.size()) - 1;
+  return result;
+}
+
+std::int32_t Program::skip(std::int32_t mask, bool wanted) {
+  Instruction& instruction = emit(Op::kSkip, nullptr);
+  instruction.mask = mask;
+  instruction.wanted = wanted;
+  return static_cast<std::int32_t>(code_.size()) - 1;
+}
+
+const Lanes* Program::compile_if(const Formula& formula, const Node& node) {
+  const auto mask = static_cast<std::int32_t>(masks_.size());
+  masks_.emplace_back();
+  const Lanes* condition = compile(formula, node.children[0]);
+  Lanes* result = temporary();
+  Instruction& truth = emit(Op::kTruth, result);
+  truth.a = condition;
+  truth.mask = mask;
+  std::array<const Lanes*, 2> branches{};
+  for (const std::size_t i : {std::size_t{0}, std::size_t{1}}) {
+    const std::int32_t at = skip(mask, i == 0);
+    branches[i] = i + 1 < node.children.size() ? compile(formula, node.children[i + 1])
+                                               : constant(Value::boolean(i == 0));
+    code_[static_cast<std::size_t>(at)].target = static_cast<std::int32_t>(code_.size());
+  }
+  Instruction& select = emit(Op::kSelect, result);
+  select.mask = mask;
+  select.a = branches[0];
+  select.b = branches[1];
+  return result;
+}
+
+const Lanes* Program::compile_if_error(const Formula& formula, const Node& node) {
+  const auto mask = static_cast<std::int32_t>(masks_.size());
+  masks_.emplace_back();
+  const Lanes* tried = compile(formula, node.children[0]);
+  Instruction& error = emit(Op::kError, nullptr);
+  error.a = tried;
+  error.mask = mask;
+  error.wanted = node.function->form == Form::kIfNa;
+  Lanes* result = temporary();
+  const std::int32_t at = skip(mask, true);
+  const Lanes* other = compile(formula, node.children[1]);
+  code_[static_cast<std::size_t>(at)].target = static_cast<std::int32_t>(code_.size());
+  Instruction& select = emit(Op::kSelect, result);
+  select.mask = mask;
+  select.a = other;
+  select.b = tried;
+  return result;
+}
+
+}  // namespace ordvane::calc

@@ -1,0 +1,215 @@
+#include "calc/recalculation.h"
+
+#include <algorithm>
+
+namespace ordvane::calc {
+namespace {
+
+std::size_t index_of(CellId cell) {
+  return static_cast<std::size_t>(cell);
+}
+
+}  // namespace
+
+struct Recalculation::Frame {
+  CellId cell = kNoCell;
+  std::vector<CellId> precedents;  // those that were unseen when the cell was opened
+  std::size_t next = 0;
+  bool is_inside = false;
+};
+
+Recalculation::Recalculation(const Model& model, std::span<const CellId> changing,
+                             std::span<const CellId> outputs)
+    : model_(model),
+      outputs_(outputs.begin(), outputs.end()),
+      is_changing_(model.workbook().cells.size()),
+      states_(model.workbook().cells.size()),
+      slots_by_cell_(model.workbook().cells.size(), -1),
+      constants_(model.workbook().cells.size()),
+      program_(model, *this) {
+  for (const CellId cell : changing) {
+    if (is_changing_[index_of(cell)]) continue;
+    is_changing_[index_of(cell)] = true;
+    changing_slots_.push_back(&slot_of(cell));
+  }
+  for (const CellId cell : outputs_) classify(cell);
+  compile_new();
+}
+
+Recalculation::~Recalculation() = default;
+
+// Finds out which of the cells that this one is calculated from lie in the cone, each before what is
+// calculated from it.
+void Recalculation::classify(CellId wanted) {
+  if (states_[index_of(wanted)] != State::kUnseen) return;
+  std::vector<Frame> frames;
+  open_cell(frames, wanted);
+  while (!frames.empty()) {
+    Frame& frame = frames.back();
+    if (frame.next < frame.precedents.size()) {
+      const CellId next = frame.precedents[frame.next++];
+      State& state = states_[index_of(next)];
+      if (state == State::kUnseen) {
+        open_cell(frames, next);
+        continue;
+      }
+      if (state == State::kOpen) obstacles_.push_back({next, "a circular reference"});
+      frame.is_inside = frame.is_inside || state == State::kInside;
+      continue;
+    }
+    const Frame done = std::move(frame);
+    frames.pop_back();
+    close_cell(done);
+    if (!frames.empty() && states_[index_of(done.cell)] == State::kInside) frames.back().is_inside = true;
+  }
+}
+
+void Recalculation::open_cell(std::vector<Frame>& frames, CellId cell) {
+  Frame frame;
+  frame.cell = cell;
+  states_[index_of(cell)] = State::kOpen;
+  frame.is_inside = model_.finds_cells(cell);
+  if (model_.has_formula(cell)) {
+    model_.each_precedent(cell, [&](CellId precedent) {
+      State& state = states_[index_of(precedent)];
+      if (state == State::kInside) frame.is_inside = true;
+      if (state == State::kUnseen && !model_.has_formula(precedent)) {
+        state = is_changing_[index_of(precedent)] ? State::kInside : State::kOutside;
+        frame.is_inside = frame.is_inside || state == State::kInside;
+      } else if (state == State::kUnseen || state == State::kOpen) {
+        frame.precedents.push_back(precedent);
+      }
+    });
+  }
+  frames.push_back(std::move(frame));
+}
+
+void Recalculation::close_cell(const Frame& frame) {
+  const bool is_calculated = frame.is_inside && model_.has_formula(frame.cell);
+  const bool is_inside = is_calculated || is_changing_[index_of(frame.cell)];
+  states_[index_of(frame.cell)] = is_inside ? State::kInside : State::kOutside;
+  if (!is_calculated) return;
+  if (const std::string& what = model_.obstacle(frame.cell); !what.empty()) {
+    obstacles_.push_back({frame.cell, what});
+    return;
+  }
+  fresh_.push_back(frame.cell);
+  grows_ = grows_ || model_.finds_cells(frame.cell);
+}
+
+Recalculation::Slot& Recalculation::slot_of(CellId cell) {
+  std::int32_t& position = slots_by_cell_[index_of(cell)];
+  if (position < 0) {
+    position = static_cast<std::int32_t>(slots_.size());
+    Slot& slot = slots_.emplace_back();
+    slot.cell = cell;
+    slot.lanes = &lanes_.emplace_back();
+    slot.lanes->fill(model_.base(cell));
+  }
+  return slots_[static_cast<std::size_t>(position)];
+}
+
+const Lanes* Recalculation::lanes_of(CellId cell) {
+  if (states_[index_of(cell)] == State::kInside) return slot_of(cell).lanes;
+  const Lanes*& constant = constants_[index_of(cell)];
+  if (constant == nullptr) constant = program_.constant(model_.base(cell));
+  return constant;
+}
+
+void Recalculation::compile_new() {
+  const std::vector<CellId> cells = std::move(fresh_);
+  fresh_.clear();
+  for (const CellId cell : cells) {
+    Slot& slot = slot_of(cell);
+    slot.begin = program_.add(cell, slot.lanes);
+    slot.end = program_.size();
+    order_.push_back(cell);
+  }
+}
+
+// The lanes that change the cell have their own value, the others the model's.
+void Recalculation::change(std::span<const std::span<const CellChange>> lanes) {
+  for (const Slot* slot : changing_slots_) slot->lanes->fill(model_.base(slot->cell));
+  for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
+    for (const CellChange& change : lanes[lane]) {
+      const std::int32_t position = slots_by_cell_[index_of(change.cell)];
+      if (position >= 0)
+        slots_[static_cast<std::size_t>(position)].lanes->set(static_cast<int>(lane), change.value);
+    }
+  }
+}
+
+void Recalculation::calculate(Slot& slot) {
+  slot.calculated = batch_;
+  slot.is_open = true;
+  const int lane = lane_;
+  program_.run(slot.begin, slot.end, *this, arena_);
+  slot.is_open = false;
+  lane_ = lane;
+  if (!is_changing_[index_of(slot.cell)]) return;
+  for (std::size_t i = 0; i < changes_.size(); ++i)
+    for (const CellChange& change : changes_[i])
+      if (change.cell == slot.cell) slot.lanes->set(static_cast<int>(i), change.value);
+}
+
+// What a formula found while it was calculated, and what that needs first.
+void Recalculation::ensure(CellId wanted) {
+  classify(wanted);
+  compile_new();
+  std::vector<std::pair<CellId, bool>> open{{wanted, false}};
+  while (!open.empty()) {
+    const auto [cell, is_ready] = open.back();
+    open.pop_back();
+    const std::int32_t position = slots_by_cell_[index_of(cell)];
+    if (position < 0) continue;
+    Slot& slot = slots_[static_cast<std::size_t>(position)];
+    if (slot.calculated == batch_ || slot.begin == slot.end) continue;
+    if (is_ready) {
+      calculate(slot);
+      continue;
+    }
+    open.emplace_back(cell, true);
+    model_.each_precedent(cell, [&](CellId precedent) {
+      if (states_[index_of(precedent)] == State::kInside) open.emplace_back(precedent, false);
+    });
+  }
+}
+
+bool Recalculation::is_known(CellId cell) const {
+  const State state = states_[index_of(cell)];
+  if (state != State::kInside) return state == State::kOutside;
+  const std::int32_t position = slots_by_cell_[index_of(cell)];
+  if (position < 0) return false;
+  const Slot& slot = slots_[static_cast<std::size_t>(position)];
+  return slot.begin == slot.end || slot.calculated == batch_;
+}
+
+Value Recalculation::value(CellId cell) {
+  if (grows_ && !is_known(cell)) ensure(cell);
+  const std::int32_t position = slots_by_cell_[index_of(cell)];
+  if (position < 0) return model_.base(cell);
+  const Slot& slot = slots_[static_cast<std::size_t>(position)];
+  if (slot.is_open) {
+    obstacles_.push_back({cell, "a circular reference"});
+    return ErrorCode::kCircular;
+  }
+  return slot.lanes->at(lane_);
+}
+
+std::span<const Value> Recalculation::evaluate(std::span<const std::span<const CellChange>> lanes) {
+  ++batch_;
+  arena_.clear();
+  changes_ = lanes;
+  change(lanes);
+  for (std::size_t i = 0; i < order_.size(); ++i) {
+    Slot& slot = slot_of(order_[i]);
+    if (slot.calculated != batch_) calculate(slot);
+  }
+  results_.clear();
+  for (lane_ = 0; lane_ < static_cast<int>(lanes.size()); ++lane_)
+    for (const CellId output : outputs_) results_.push_back(value(output));
+  changes_ = {};
+  return results_;
+}
+
+}  // namespace ordvane::calc
