@@ -5,6 +5,7 @@
 #   make check     after an edit, in two minutes: formatting, the release build, its tests that need no other program
 #   make windows   the COM server for Excel, x86 and x64, in a zip to hand over
 #   make packages  Debian packages of the command, the library and the Python package
+#   make check-packages  installs them, uses them and removes them again: as root, on a machine to be thrown away
 #   make bench     speed and memory, as ratios against peers in the same run
 #   make gallery   the pictures of docs/gallery.md, drawn with LibreOffice
 #   make reference the reference of the public headers, with Doxygen
@@ -13,7 +14,7 @@
 #   make mutants   the faults of tests/mutants put into the sources one by one: do the tests notice?
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
-.PHONY: demo test check mutants packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
+.PHONY: demo test check mutants packages check-packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
 example = examples/solar-plant/solar-plant.run.json
@@ -63,6 +64,9 @@ packages:
 	@cmake --build build/packages
 	@cd build/packages && rm -f *.deb && cpack >/dev/null
 	@mkdir -p out && cp build/packages/*.deb out/ && ls out/*.deb
+
+check-packages:
+	@tools/check-packages
 
 bench:
 	@tools/install-packages bench

@@ -7,14 +7,10 @@ set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ordvane)
 set(generated ${CMAKE_BINARY_DIR}/generated)
 
 install(TARGETS ordvane RUNTIME COMPONENT command)
-# Manual pages and completions, once they are made from the definitions of the options: man1/ordvane.1 and its kin below
-# generated/man, and bash/, zsh/ and fish/ below generated/completions.
-install(DIRECTORY ${generated}/man/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT command OPTIONAL)
-install(DIRECTORY ${generated}/completions/bash/ DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT command
-        OPTIONAL)
-install(DIRECTORY ${generated}/completions/zsh/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT command OPTIONAL)
-install(DIRECTORY ${generated}/completions/fish/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT command
-        OPTIONAL)
+install(DIRECTORY ${generated}/man/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT command)
+install(DIRECTORY ${generated}/completions/bash/ DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT command)
+install(DIRECTORY ${generated}/completions/zsh/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT command)
+install(DIRECTORY ${generated}/completions/fish/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT command)
 install(FILES docs/run-file.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/ordvane COMPONENT command)
 
 # The shared library and its headers have no other libraries in them; who links to the static one needs what it was built with.

@@ -14,6 +14,12 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
+# Debian's own kind of changelog, which names the version that is packaged.
+string(TIMESTAMP packaged "%a, %d %b %Y %H:%M:%S +0000" UTC)
+file(WRITE ${CMAKE_BINARY_DIR}/generated/debian/changelog
+     "ordvane (${PROJECT_VERSION}) UNRELEASED; urgency=medium\n\n  * Version ${PROJECT_VERSION}; CHANGELOG.md of the sources tells "
+     "what is new.\n\n -- ${ORDVANE_MAINTAINER}  ${packaged}\n")
+
 # Arguments after the summary: the lines of the long description.
 function(ordvane_package component name section summary)
   string(TOUPPER ${component} upper)
@@ -21,7 +27,7 @@ function(ordvane_package component name section summary)
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name} PARENT_SCOPE)
   set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section} PARENT_SCOPE)
   set(CPACK_DEBIAN_${upper}_DESCRIPTION "${summary}\n${lines}" PARENT_SCOPE)
-  install(FILES ${CMAKE_SOURCE_DIR}/cmake/debian/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component}
+  install(FILES ${CMAKE_SOURCE_DIR}/cmake/debian/copyright ${CMAKE_BINARY_DIR}/generated/debian/changelog DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component}
           EXCLUDE_FROM_ALL)
 endfunction()
 

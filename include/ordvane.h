@@ -143,29 +143,48 @@ typedef struct ordvane_ranking ordvane_ranking;
 
 /** What one input did to the output while every other input was at its base. */
 typedef struct ordvane_effect {
-  size_t input;         /**< position in the run */
-  const char* name;     /**< of the input, or its address where it has none */
-  int32_t rank;         /**< 1 moves the output most */
-  double low;           /**< lowest value of the output */
-  double high;          /**< highest value of the output */
-  double swing;         /**< high less low */
-  double low_change;    /**< (low - base) / |base| */
-  double high_change;   /**< (high - base) / |base| */
-  double input_at_low;  /**< what the input was set to where the output was lowest */
-  double input_at_high; /**< and where it was highest */
+  size_t input;            /**< position in the run */
+  const char* name;        /**< of the input, or its address where it has none */
+  int32_t rank;            /**< 1 moves the output most */
+  double low;              /**< lowest value of the output */
+  double high;             /**< highest value of the output */
+  double swing;            /**< high less low */
+  double low_change;       /**< (low - base) / |base| */
+  double high_change;      /**< (high - base) / |base| */
+  double input_at_low;     /**< what the input was set to where the output was lowest */
+  double input_at_high;    /**< and where it was highest */
+  int32_t steps;           /**< recalculations of the input */
+  int32_t failed;          /**< how many of their results are no numbers; the figures are without them */
+  int32_t moves;           /**< 1 where results differ from one another or from the base value */
+  int32_t leaves_out_base; /**< 1 where no step stood at the input's base: its effect may be larger */
 } ordvane_effect;
+
+/** Why a group has no interaction: its swing and those of its members cannot be compared. */
+enum {
+  ORDVANE_MEASURED = 0,     /**< it has one */
+  ORDVANE_NO_OWN_SWING = 1, /**< a member varied alone has no result to compare with */
+  ORDVANE_OTHER_VALUES = 2, /**< a member took other values alone than in the group */
+  ORDVANE_ERRORS = 3        /**< results that are no numbers cut one of the ranges */
+};
+/** "measured", "no_own_swing" and so on; "unknown" for what is none of these. */
+ORDVANE_API const char* ordvane_interaction_state_name(int32_t state);
 
 /** What inputs varied together did to the output. */
 typedef struct ordvane_group_effect {
-  size_t members;     /**< how many inputs */
-  int32_t rank;       /**< among the groups */
-  double low;         /**< lowest value of the output */
-  double high;        /**< highest value of the output */
-  double swing;       /**< high less low */
-  double low_change;  /**< (low - base) / |base| */
-  double high_change; /**< (high - base) / |base| */
-  double own_swings;  /**< of the members varied alone, added up */
-  double interaction; /**< swing less own_swings: 0 where the effects add up */
+  size_t members;            /**< how many inputs */
+  int32_t rank;              /**< among the groups */
+  double low;                /**< lowest value of the output */
+  double high;               /**< highest value of the output */
+  double swing;              /**< high less low */
+  double low_change;         /**< (low - base) / |base| */
+  double high_change;        /**< (high - base) / |base| */
+  double own_swings;         /**< of the members varied alone, added up */
+  double interaction;        /**< swing less own_swings: 0 where the effects add up */
+  int32_t interaction_state; /**< why there is none: ORDVANE_MEASURED ... */
+  int32_t steps;             /**< combinations of the group */
+  int32_t failed;            /**< how many of their results are no numbers; the figures are without them */
+  int32_t moves;             /**< 1 where results differ from one another or from the base value */
+  int32_t leaves_out_base;   /**< 1 where none stood at the base values: its effect may be larger */
 } ordvane_group_effect;
 
 /** An input of a group. */

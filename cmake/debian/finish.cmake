@@ -1,5 +1,6 @@
 # Called by CPack with the packages it has made: mends what it cannot be told. The call of ldconfig goes, since the package has
-# the trigger that Debian asks for; and the packages say how they go with those of other architectures.
+# the trigger that Debian asks for; manual pages and changelogs are compressed; and the packages say how they go with those of
+# other architectures.
 foreach(package ${CPACK_PACKAGE_FILES})
   get_filename_component(name ${package} NAME)
   set(tree ${CPACK_TEMPORARY_DIRECTORY}/${name})
@@ -8,6 +9,11 @@ foreach(package ${CPACK_PACKAGE_FILES})
   if(EXISTS ${tree}/DEBIAN/triggers)
     file(REMOVE ${tree}/DEBIAN/postinst ${tree}/DEBIAN/postrm)
   endif()
+  file(GLOB texts ${tree}/usr/share/man/man1/* ${tree}/usr/share/doc/*/changelog)
+  execute_process(COMMAND gzip -9n ${texts} COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(
+    COMMAND sh -c "find usr -type f -exec md5sum {} + >DEBIAN/md5sums"
+    WORKING_DIRECTORY ${tree} COMMAND_ERROR_IS_FATAL ANY)
   set(kind foreign)
   if(name MATCHES "^lib")
     set(kind same)

@@ -25,6 +25,7 @@ static void print_ranking(const ordvane_ranking* ranking) {
     printf("%3d. %-36s", (int)effect.rank, effect.name);
     print_number(effect.low);
     print_number(effect.high);
+    if (effect.failed > 0) printf("  without %d of %d results", (int)effect.failed, (int)effect.steps);
     printf("\n");
   }
 }

@@ -28,6 +28,7 @@ void print_ranking(const ordvane::Ranking& ranking) {
     std::printf("%3d. %-36s", effect.rank, effect.name.c_str());
     print_number(effect.low);
     print_number(effect.high);
+    if (effect.failed > 0) std::printf("  without %d of %d results", effect.failed, effect.steps);
     std::printf("\n");
   }
 }

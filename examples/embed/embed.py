@@ -23,7 +23,8 @@ def main():
             ranking = run.rank(output)
             print(f"\n{ranking.output}")
             for effect in ranking.effects[:3]:
-                print(f"{effect.rank:3}. {effect.input:36}{shown(effect.low)}{shown(effect.high)}")
+                failed = f"  without {effect.failed} of {effect.steps} results" if effect.failed else ""
+                print(f"{effect.rank:3}. {effect.input:36}{shown(effect.low)}{shown(effect.high)}{failed}")
     except ordvane.Error as error:
         sys.exit(str(error))
 

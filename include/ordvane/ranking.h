@@ -26,6 +26,10 @@ struct Effect {
   std::optional<double> high_change;    ///< (high - base) / |base|
   std::optional<double> input_at_low;   ///< what the input was set to where the output was lowest
   std::optional<double> input_at_high;  ///< and where it was highest
+  std::int32_t steps = 0;               ///< recalculations of the input
+  std::int32_t failed = 0;       ///< how many of their results are no numbers; the figures are without them
+  bool moves = false;            ///< results differ from one another or from the base value
+  bool leaves_out_base = false;  ///< no step stood at the input's base: its effect may be larger
 };
 
 /// An input of a group.
@@ -36,6 +40,18 @@ struct GroupMember {
   std::optional<double> at_high;    ///< and where it was highest
   std::optional<double> own_swing;  ///< of the output when this input alone is varied
 };
+
+/// Why a group has no interaction: its swing and those of its members cannot be compared. The numbers stay
+/// what they are.
+enum class InteractionState : int {
+  kMeasured = 0,     ///< it has one
+  kNoOwnSwing = 1,   ///< a member varied alone has no result to compare with
+  kOtherValues = 2,  ///< a member took other values alone than in the group
+  kErrors = 3,       ///< results that are no numbers cut one of the ranges
+};
+
+/// "measured", "no_own_swing" and so on; "unknown" for what is no state.
+ORDVANE_API const char* state_name(InteractionState state) noexcept;
 
 /// What inputs varied together did to an output.
 struct GroupEffect {
@@ -48,6 +64,11 @@ struct GroupEffect {
   std::optional<double> high_change;  ///< (high - base) / |base|
   std::optional<double> own_swings;   ///< of the members varied alone, added up
   std::optional<double> interaction;  ///< swing less own_swings: 0 where the effects add up
+  InteractionState interaction_state = InteractionState::kMeasured;  ///< why there is none
+  std::int32_t steps = 0;                                            ///< combinations of the group
+  std::int32_t failed = 0;       ///< how many of their results are no numbers; the figures are without them
+  bool moves = false;            ///< results differ from one another or from the base value
+  bool leaves_out_base = false;  ///< no combination stood at the base values: its effect may be larger
 };
 
 /// What moves one output.

@@ -44,6 +44,9 @@ class Arrays(ctypes.Structure):
     ]
 
 
+_STEPS = [("steps", c_int32), ("failed", c_int32), ("moves", c_int32), ("leaves_out_base", c_int32)]
+
+
 class Effect(ctypes.Structure):
     _fields_ = [
         ("input", c_size_t),
@@ -56,6 +59,7 @@ class Effect(ctypes.Structure):
         ("high_change", c_double),
         ("input_at_low", c_double),
         ("input_at_high", c_double),
+        *_STEPS,
     ]
 
 
@@ -70,6 +74,8 @@ class GroupEffect(ctypes.Structure):
         ("high_change", c_double),
         ("own_swings", c_double),
         ("interaction", c_double),
+        ("interaction_state", c_int32),
+        *_STEPS,
     ]
 
 
@@ -120,6 +126,7 @@ _FUNCTIONS = {
     "ranking_effect": (c_int32, [c_void_p, c_size_t, POINTER(Effect), c_size_t]),
     "ranking_group": (c_int32, [c_void_p, c_size_t, POINTER(GroupEffect), c_size_t]),
     "ranking_group_member": (c_int32, [c_void_p, c_size_t, c_size_t, POINTER(GroupMember), c_size_t]),
+    "interaction_state_name": (c_char_p, [c_int32]),
     "options_new": (c_void_p, []),
     "options_free": (None, [c_void_p]),
     "options_add_output": (c_int32, [c_void_p, c_size_t]),

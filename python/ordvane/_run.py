@@ -38,6 +38,10 @@ class Effect:
     high_change: Optional[float]
     input_at_low: Optional[float]  # what the input was set to where the output was lowest
     input_at_high: Optional[float]
+    steps: int  # recalculations of the input
+    failed: int  # how many of their results are no numbers; the figures are without them
+    moves: bool  # results differ from one another or from the base value
+    leaves_out_base: bool  # no step stood at the input's base, and its effect from there may be larger
 
 
 @dataclasses.dataclass(frozen=True)
@@ -64,6 +68,11 @@ class GroupEffect:
     high_change: Optional[float]
     own_swings: Optional[float]  # of the members, added up
     interaction: Optional[float]  # swing less own_swings: 0 where the effects add up
+    interaction_state: str  # "measured", or why there is none: "no_own_swing", "other_values" or "errors"
+    steps: int  # combinations of the group
+    failed: int  # how many of their results are no numbers
+    moves: bool
+    leaves_out_base: bool  # no combination stood at the base values: its effect may be larger
 
 
 @dataclasses.dataclass(frozen=True)
@@ -371,7 +380,9 @@ def _effects(ranking: c_void_p) -> Iterator[Effect]:
     effect = _library.Effect()
     for place in range(function("ranking_effect_count")(ranking)):
         function("ranking_effect")(ranking, place, ctypes.byref(effect), ctypes.sizeof(effect))
-        yield Effect(input=effect.name.decode(), input_index=effect.input, rank=effect.rank, **_figures(effect))
+        yield Effect(
+            input=effect.name.decode(), input_index=effect.input, rank=effect.rank, **_figures(effect), **_steps(effect)
+        )
 
 
 def _groups(ranking: c_void_p) -> Iterator[GroupEffect]:
@@ -379,7 +390,10 @@ def _groups(ranking: c_void_p) -> Iterator[GroupEffect]:
     for place in range(function("ranking_group_count")(ranking)):
         function("ranking_group")(ranking, place, ctypes.byref(group), ctypes.sizeof(group))
         members = tuple(_members(ranking, place, group.members))
-        yield GroupEffect(rank=group.rank, members=members, **_figures(group))
+        state = function("interaction_state_name")(group.interaction_state).decode()
+        yield GroupEffect(
+            rank=group.rank, members=members, interaction_state=state, **_figures(group), **_steps(group)
+        )
 
 
 def _members(ranking: c_void_p, place: int, count: int) -> Iterator[GroupMember]:
@@ -392,4 +406,13 @@ def _members(ranking: c_void_p, place: int, count: int) -> Iterator[GroupMember]
 def _figures(structure: ctypes.Structure) -> Dict[str, Optional[float]]:
     return {
         name: _number(getattr(structure, name)) for name, kind in structure._fields_ if kind is c_double
+    }
+
+
+def _steps(structure: ctypes.Structure) -> Dict[str, Any]:
+    return {
+        "steps": structure.steps,
+        "failed": structure.failed,
+        "moves": bool(structure.moves),
+        "leaves_out_base": bool(structure.leaves_out_base),
     }

@@ -8,21 +8,32 @@
 
 namespace ordvane::cli {
 
-CommandLine::CommandLine(CLI::App& app, const char* name, const char* what, std::filesystem::path& run,
-                         Problems& problems)
-    : command_(*app.add_subcommand(name, what)->group(kCommands)), run_(run), problems_(problems) {
+CommandLine::CommandLine(Arguments& arguments, const char* name, const char* what, std::filesystem::path& run)
+    : arguments_(arguments), command_(arguments.add_command(name, what)), run_(run) {
   command_.allow_extras();
-  command_.add_option("RUN", run, "Run file: the inputs, outputs and recalculations of a what-if run")
-      ->type_name("");
+  CLI::Option* const added =
+      command_.add_option("RUN", run, "Run file: the inputs, outputs and recalculations of a what-if run")
+          ->type_name("");
+  arguments_.set_kind(*added, {"RUN", ValueKind::Offer::kFiles, {".json"}});
 }
 
-void CommandLine::repeated_option(const char* name, const char* type, const char* what,
+void CommandLine::runs(std::function<int()> action) {
+  command_.callback([line = *this, action = std::move(action)] {
+    line.arguments_.choose([line, action] {
+      line.check_words();
+      return action();
+    });
+  });
+}
+
+CLI::Option* CommandLine::single(CLI::Option* option, const ValueKind& kind) {
+  arguments_.set_kind(*option, kind);
+  return option->type_name(kind.name)->expected(0, 1)->allow_extra_args(false);  // the run file may follow
+}
+
+void CommandLine::repeated_option(const char* name, const ValueKind& kind, const char* what,
                                   std::vector<std::string>& values) {
-  command_.add_option(name, values, what)
-      ->type_name(type)
-      ->expected(0, 1)
-      ->allow_extra_args(false)  // the run file may follow
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  single(command_.add_option(name, values, what), kind)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
 void CommandLine::check_words() const {
@@ -41,11 +52,13 @@ void CommandLine::check_words() const {
     run_.clear();
     words.clear();
   } else if (run_.empty()) {
-    problems_.add("RUN is required: name a run file");
+    arguments_.problems().add("RUN is required: name a run file");
   }
   for (const std::string& word : words)
-    problems_.add("\"" + printable(word) + "\" is one file too many; a command takes one run file");
-  if (problems_.any()) problems_.set_hint("Try `ordvane " + command_.get_name() + " --help`.");
+    arguments_.problems().add("\"" + printable(word) +
+                              "\" is one file too many; a command takes one run file");
+  if (arguments_.problems().any())
+    arguments_.problems().set_hint("Try `ordvane " + command_.get_name() + " --help`.");
 }
 
 void CommandLine::add_unknown(const std::string& option) const {
@@ -58,8 +71,8 @@ void CommandLine::add_unknown(const std::string& option) const {
   });
   const std::string_view nearest =
       option.starts_with("--") ? runfile::nearest_field(option, known) : std::string_view();
-  problems_.add(printable(option) + ": there is no such option" +
-                (nearest.empty() ? "" : "; is " + std::string(nearest) + " meant?"));
+  arguments_.problems().add(printable(option) + ": there is no such option" +
+                            (nearest.empty() ? "" : "; is " + std::string(nearest) + " meant?"));
 }
 
 }  // namespace ordvane::cli

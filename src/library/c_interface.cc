@@ -37,6 +37,11 @@ using ordvane::ErrorCode;
 static_assert(ORDVANE_FAILED == static_cast<int>(ErrorCode::kFailed) &&
               ORDVANE_CANCELLED == static_cast<int>(ErrorCode::kCancelled) &&
               ORDVANE_INVALID_ARGUMENT == static_cast<int>(ErrorCode::kInvalidArgument));
+using ordvane::InteractionState;
+static_assert(ORDVANE_MEASURED == static_cast<int>(InteractionState::kMeasured) &&
+              ORDVANE_NO_OWN_SWING == static_cast<int>(InteractionState::kNoOwnSwing) &&
+              ORDVANE_OTHER_VALUES == static_cast<int>(InteractionState::kOtherValues) &&
+              ORDVANE_ERRORS == static_cast<int>(InteractionState::kErrors));
 
 void set_error(ordvane_error** error, std::int32_t code, const char* message) noexcept {
   if (error == nullptr) return;
@@ -281,6 +286,10 @@ std::size_t ordvane_ranking_group_count(const ordvane_ranking* ranking) {
   return ranking == nullptr ? 0 : ranking->ranking.groups.size();
 }
 
+const char* ordvane_interaction_state_name(std::int32_t state) {
+  return ordvane::state_name(static_cast<InteractionState>(state));
+}
+
 std::int32_t ordvane_ranking_effect(const ordvane_ranking* ranking, std::size_t place, ordvane_effect* effect,
                                     std::size_t size) {
   if (place >= ordvane_ranking_effect_count(ranking)) return 0;
@@ -294,7 +303,11 @@ std::int32_t ordvane_ranking_effect(const ordvane_ranking* ranking, std::size_t 
                                  .low_change = number_or_nan(from.low_change),
                                  .high_change = number_or_nan(from.high_change),
                                  .input_at_low = number_or_nan(from.input_at_low),
-                                 .input_at_high = number_or_nan(from.input_at_high)},
+                                 .input_at_high = number_or_nan(from.input_at_high),
+                                 .steps = from.steps,
+                                 .failed = from.failed,
+                                 .moves = from.moves,
+                                 .leaves_out_base = from.leaves_out_base},
                   effect, size);
 }
 
@@ -310,7 +323,12 @@ std::int32_t ordvane_ranking_group(const ordvane_ranking* ranking, std::size_t p
                                        .low_change = number_or_nan(from.low_change),
                                        .high_change = number_or_nan(from.high_change),
                                        .own_swings = number_or_nan(from.own_swings),
-                                       .interaction = number_or_nan(from.interaction)},
+                                       .interaction = number_or_nan(from.interaction),
+                                       .interaction_state = static_cast<std::int32_t>(from.interaction_state),
+                                       .steps = from.steps,
+                                       .failed = from.failed,
+                                       .moves = from.moves,
+                                       .leaves_out_base = from.leaves_out_base},
                   group, size);
 }
 

@@ -1,6 +1,7 @@
 #include "ordvane/ranking.h"
 
 #include <cmath>
+#include <utility>
 
 #include "embedded/report_job.h"
 #include "library/errors.h"
@@ -23,17 +24,41 @@ std::optional<double> swing_of(double low, double high) {
   return std::nullopt;
 }
 
+template <class Ranked>
+Ranked with_facts(Ranked ranked, const model::StepFacts& facts) {
+  ranked.steps = facts.steps;
+  ranked.failed = facts.failed;
+  ranked.moves = facts.moves;
+  ranked.leaves_out_base = facts.leaves_out_base;
+  return ranked;
+}
+
+InteractionState state_of(model::InteractionState state) {
+  switch (state) {
+    case model::InteractionState::kMeasured:
+      break;
+    case model::InteractionState::kNoOwnSwing:
+      return InteractionState::kNoOwnSwing;
+    case model::InteractionState::kOtherValues:
+      return InteractionState::kOtherValues;
+    case model::InteractionState::kErrors:
+      return InteractionState::kErrors;
+  }
+  return InteractionState::kMeasured;
+}
+
 Effect effect_of(const embedded::Effect& from) {
-  return {.input = static_cast<std::size_t>(from.input_index),
-          .name = from.input,
-          .rank = from.rank,
-          .low = there(from.low),
-          .high = there(from.high),
-          .swing = swing_of(from.low, from.high),
-          .low_change = there(from.low_change),
-          .high_change = there(from.high_change),
-          .input_at_low = there(from.input_at_low),
-          .input_at_high = there(from.input_at_high)};
+  Effect effect{.input = static_cast<std::size_t>(from.input_index),
+                .name = from.input,
+                .rank = from.rank,
+                .low = there(from.low),
+                .high = there(from.high),
+                .swing = swing_of(from.low, from.high),
+                .low_change = there(from.low_change),
+                .high_change = there(from.high_change),
+                .input_at_low = there(from.input_at_low),
+                .input_at_high = there(from.input_at_high)};
+  return with_facts(std::move(effect), from.facts);
 }
 
 GroupEffect effect_of(const embedded::GroupRanking& from) {
@@ -45,11 +70,12 @@ GroupEffect effect_of(const embedded::GroupRanking& from) {
                      .low_change = there(from.low_change),
                      .high_change = there(from.high_change),
                      .own_swings = there(from.own_swings),
-                     .interaction = there(from.interaction)};
+                     .interaction = there(from.interaction),
+                     .interaction_state = state_of(from.interaction_state)};
   for (const embedded::GroupRanking::Member& member : from.members)
     effect.members.push_back({static_cast<std::size_t>(member.input_index), member.input,
                               there(member.at_low), there(member.at_high), there(member.own_swing)});
-  return effect;
+  return with_facts(std::move(effect), from.facts);
 }
 
 Ranking ranking_of(const embedded::OutputRanking& from, const runfile::Run& run) {
@@ -62,6 +88,20 @@ Ranking ranking_of(const embedded::OutputRanking& from, const runfile::Run& run)
 }
 
 }  // namespace
+
+const char* state_name(InteractionState state) noexcept {
+  switch (state) {
+    case InteractionState::kMeasured:
+      return "measured";
+    case InteractionState::kNoOwnSwing:
+      return "no_own_swing";
+    case InteractionState::kOtherValues:
+      return "other_values";
+    case InteractionState::kErrors:
+      return "errors";
+  }
+  return "unknown";
+}
 
 std::vector<Ranking> rank_outputs(const Run& run, const std::vector<std::size_t>& outputs,
                                   std::int32_t simulation) {

@@ -1,7 +1,6 @@
 #include "reports/detail_by_input.h"
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,14 +8,13 @@
 #include "reports/gap_notes.h"
 #include "reports/graph_sheet.h"
 #include "reports/output_detail.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 namespace text {
 constexpr std::int16_t kSubcaption = 100, kSheetName = 105, kStep = 108, kProgress = 111, kTooManyRows = 114,
@@ -31,8 +29,7 @@ constexpr std::size_t kMostStepNotes = 500;  // a spreadsheet takes its time ove
 struct Columns {
   Columns(std::int32_t mode, std::int32_t outputs) : m(mode), k(outputs) {}
   std::int32_t m, k;
-  std::int32_t name = 1, book = 2;
-  std::int32_t sheet() const { return m + 1; }
+  std::int32_t name = 1, place = 2;
   std::int32_t cell() const { return m + 2; }
   std::int32_t step() const { return m + 3; }
   std::int32_t input_value() const { return m + 4; }
@@ -57,8 +54,7 @@ class DetailByInput {
  private:
   std::int32_t standard_recalculations();
   bool leaves_out_steps() const;
-  void set_headers();
-  void set_rules();
+  std::vector<layout::Column> columns() const;
   void fill_body();
   const std::string& step_text(std::int32_t step);
   struct InputRows {
@@ -70,7 +66,6 @@ class DetailByInput {
   void name_input(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input) const;
   void format_names(const std::vector<InputRows>& groups);
   void format_input_rows(const InputRows& group);
-  void format_columns();
   void add_step_notes(const std::vector<InputRows>& groups);
   const model::DralInputOutput& output(std::int32_t k) const {
     return context_.outputs(context_.selected(k));
@@ -85,7 +80,6 @@ class DetailByInput {
   std::vector<ItemCells> results_;  // of the outputs
   model::OneBased<std::string> step_texts_;
   std::shared_ptr<layout::ReportTable> table_;
-  std::optional<OutputHeadings> headings_;
 };
 
 void DetailByInput::make() {
@@ -96,16 +90,13 @@ void DetailByInput::make() {
   rows_ = too_many_rows ? kMostDetailRows : std::min(standard, kMostDetailRows);
 
   const auto sheet = StartSheet(context_, {text::kSheetName, text::kTitle, text::kRun});
-  table_ = sheet->AddTable(rows_, c_.count(), kHeaderRows, 0, session_.text(text::kCaption),
-                           session_.text(text::kSubcaption));
-  set_headers();
+  table_ = AddTable(*sheet, rows_, kHeaderRows,
+                    {session_.text(text::kCaption), session_.text(text::kSubcaption)}, columns());
   table_->SetIdentityColumns(c_.step(), c_.name);
-  table_->AddColumnBlocks(c_.input_value(), kColumnsPerOutput, 1 + c_.k);
-  if (context_.selected.size() > c_.k)
-    table_->AddTableNote(0, c_.output_value(1), session_.CommonString(12),
-                         session_.text(text::kTooManyOutputs));
-  if (leaves_out_steps())
-    table_->AddTableNote(0, c_.input_value(), session_.CommonString(12), session_.text(text::kTooManyRows));
+  table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
+      ->set_border(host::Edge::kBottom, {.line_style = layout::kRuleLineStyle,
+                                         .weight = layout::kRuleWeight,
+                                         .color_index = layout::kRuleColorIndex});
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
@@ -119,7 +110,6 @@ void DetailByInput::make() {
       ->resize(body->row_count() + 1, c_.count() - c_.cell() + 1)
       ->auto_fit_columns();
   table_->Settle();
-  headings_->fit();
   sheet->FinishSheet();
 }
 
@@ -139,46 +129,29 @@ bool DetailByInput::leaves_out_steps() const {
   return steps > rows_;
 }
 
-void DetailByInput::set_headers() {
-  const auto column = [&](std::int32_t number, std::int32_t caption, HAlign body, HAlign heading,
-                          double width) {
-    table_->SetColumnHeader(number, session_.CommonString(caption), body, heading, 0, width, "",
-                            body == HAlign::kLeft);
+std::vector<layout::Column> DetailByInput::columns() const {
+  const SharedColumns shared(context_);
+  std::vector<layout::Column> columns = {shared.name()};
+  layout::append(columns, shared.places());
+  layout::append(columns, ruled({shared.cell(), shared.step()}));
+  const auto figures = [&](const std::string& values, const std::string& changes) {
+    std::vector<layout::Column> block = {shared.value(values), shared.change(changes), shared.fraction()};
+    block.front().begins_block = true;
+    return block;
   };
-  const auto figures = [&](std::int32_t first) {
-    for (std::int32_t i = 0; i < kColumnsPerOutput; ++i)
-      column(first + i, 5 + i, HAlign::kRight, HAlign::kCenter, layout::kFitColumn);
-  };
-  if (c_.m == model::OrdvaneRangeBookMode)
-    column(c_.book, 0, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
-  if (c_.m > model::OrdvaneRangeCellMode)
-    column(c_.sheet(), 1, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
-  column(c_.name, 2, HAlign::kLeft, HAlign::kLeft, layout::kNameColumnWidth);
-  column(c_.cell(), 3, HAlign::kCenter, HAlign::kCenter, layout::kFitColumn);
-  column(c_.step(), 4, HAlign::kCenter, HAlign::kCenter, layout::kFitColumn);
-  figures(c_.input_value());
-  for (std::int32_t k = 1; k <= c_.k; ++k) figures(c_.output_value(k));
-
-  const host::BorderFormat rule{.line_style = layout::kRuleLineStyle,
-                                .weight = layout::kRuleWeight,
-                                .color_index = layout::kRuleColorIndex};
-  table_->Header(1, c_.input_value(), kHeaderRows, kColumnsPerOutput * (c_.k + 1))
-      ->set_border(host::Edge::kBottom, rule);
-  AddHeaderGroup(*table_, 1, c_.input_value(), 1, kColumnsPerOutput, session_.CommonString(10));
-  if (c_.k > 0)
-    AddHeaderGroup(*table_, 1, c_.output_value(1), 1, kColumnsPerOutput * c_.k, session_.CommonString(11));
-  headings_.emplace(session_, *table_, kNameRow, kColumnsPerOutput, context_.range_mode);
-  for (std::int32_t k = 1; k <= c_.k; ++k) headings_->add(output(k), c_.output_value(k));
-  set_rules();
-}
-
-void DetailByInput::set_rules() {
-  table_->AddColumnRule(c_.step(), -1, layout::kRuleLineStyle, layout::kRuleWeight, layout::kRuleColorIndex);
+  std::vector<layout::Column> inputs = figures("", "");
+  if (leaves_out_steps()) inputs.front().note = session_.text(text::kTooManyRows);
+  layout::append(columns, shared.of_inputs(1, inputs));
+  std::vector<layout::Column> outputs;
   for (std::int32_t k = 1; k <= c_.k; ++k) {
-    session_.environment->pump_messages();
-    table_->AddColumnRule(c_.output_value(k) - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                          layout::kRuleColorIndex);
+    (k == 1 ? columns : outputs).back().rule = true;
+    layout::append(outputs, layout::grouped(shared.heading(output(k)), kNameRow,
+                                            figures(ValueFormat(output(k)), ChangeFormat(output(k)))));
   }
+  if (context_.selected.size() > c_.k && c_.k > 0)
+    outputs.front().note = session_.text(text::kTooManyOutputs);
+  layout::append(columns, shared.of_outputs(1, outputs));
+  return columns;
 }
 
 void DetailByInput::fill_body() {
@@ -196,7 +169,6 @@ void DetailByInput::fill_body() {
     fill_input(body, groups.back());
   }
   body.flush();
-  format_columns();
   format_names(groups);
   for (const InputRows& group : groups) format_input_rows(group);
   add_step_notes(groups);
@@ -227,8 +199,7 @@ void DetailByInput::fill_input(BodyWriter& body, InputRows& group) {
 void DetailByInput::name_input(host::CellBlock& block, std::int32_t row,
                                const model::DralInputOutput& input) const {
   block.set_text(row, c_.name, ItemLabel(input));
-  if (c_.m == model::OrdvaneRangeBookMode) block.set_text(row, c_.book, input.bookName);
-  if (c_.m > model::OrdvaneRangeCellMode) block.set_text(row, c_.sheet(), input.sheetName);
+  PutPlace(block, row, c_.place, context_.range_mode, input);
   block.set_text(row, c_.cell(), input.cellAddress);
 }
 
@@ -254,17 +225,7 @@ void DetailByInput::format_names(const std::vector<InputRows>& groups) {
 // What one input's rows have of their own: its number format, a rule below them.
 void DetailByInput::format_input_rows(const InputRows& group) {
   FormatValuesAndChanges(*table_, group.first, group.rows, c_.input_value(), group.input);
-  table_->AddRowRule(group.first + group.rows - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                     layout::kRuleColorIndex);
-}
-
-void DetailByInput::format_columns() {
-  if (rows_ < 1) return;
-  table_->FormatBody(1, rows_, c_.input_value() + 2, PercentFormat());
-  for (std::int32_t k = 1; k <= c_.k; ++k) {
-    FormatValuesAndChanges(*table_, 1, rows_, c_.output_value(k), output(k));
-    table_->FormatBody(1, rows_, c_.output_value(k) + 2, PercentFormat());
-  }
+  table_->AddRowRule(group.first + group.rows - 1);
 }
 
 void DetailByInput::add_step_notes(const std::vector<InputRows>& groups) {

@@ -13,14 +13,13 @@
 #include "model/step_facts.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 // String ids.
 constexpr SheetTexts kSheetTexts = {.sheet_name = 313, .title = 311, .run_line = 316};
@@ -212,22 +211,14 @@ class MultiTornado {
   // ---- Table ----
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table = sheet.AddTable(bars_, column(kColumns), kHeaderRows, 0,
-                                session_.text(kTableCaption, std::to_string(bars_)),
-                                session_.text(kVariedTogether) + session_.text(kSwing));
-    write_headers(*table);
+    auto table = AddTable(sheet, bars_, kHeaderRows,
+                          {session_.text(kTableCaption, std::to_string(bars_)),
+                           session_.text(kVariedTogether) + session_.text(kSwing)},
+                          columns());
     table->WrapNames();
     table->PutBody(1, rows_);
-    const std::string format = ValueFormat(output_);
     session_.log.line("GenerateMultiTornadoReport t_InputsCount: " + session::log_text(bars_) +
-                      "    numberFormat: " + format);
-    for (const Column value : {kLow, kHigh})
-      if (!format.empty()) table->FormatBody(1, bars_, column(value), format);
-    for (const Column change : {kLowChange, kHighChange})
-      table->FormatBody(1, bars_, column(change), PercentFormat());
-    for (const Column last : {kName, kLowChange, kHighChange})
-      table->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                           layout::kRuleColorIndex);
+                      "    numberFormat: " + ValueFormat(output_));
     for (std::int32_t row = 1; row <= bars_; ++row)
       if (const std::string note = StepNote(session_, facts_(row), Varied::kGroups); !note.empty())
         table->AddTableNote(row, column(kName), session_.CommonString(12), note);
@@ -237,26 +228,16 @@ class MultiTornado {
     return table;
   }
 
-  void write_headers(layout::ReportTable& table) {
-    const auto figures = [&](Column place, std::int32_t caption, HAlign body = HAlign::kRight) {
-      table.SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
-                            layout::kFitColumn, "", false);
-    };
-    const auto names = [&](std::int32_t place, const std::string& caption) {
-      table.SetColumnHeader(place, caption, HAlign::kLeft, HAlign::kLeft, 0, layout::kNameColumnWidth, "",
-                            true);
-    };
-    if (context_.range_mode == model::OrdvaneRangeBookMode) names(1, session_.CommonString(0));
-    if (context_.range_mode != model::OrdvaneRangeCellMode)
-      names(context_.range_mode, session_.CommonString(1));
-    figures(kRank, 9, HAlign::kCenter);
-    names(column(kName), session_.text(kGroup));
-    for (const Column value : {kLow, kHigh}) figures(value, 5);
-    for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
-
-    AddHeaderGroup(table, 1, column(kLow), 1, 4, session_.CommonString(11));
-    AddHeaderGroup(table, 2, column(kLow), 1, 2, session_.text(kLowGroup));
-    AddHeaderGroup(table, 2, column(kHigh), 1, 2, session_.text(kHighGroup));
+  std::vector<layout::Column> columns() const {
+    const SharedColumns shared(context_);
+    std::vector<layout::Column> columns = shared.places();
+    layout::append(columns, ruled({shared.rank(), layout::name_column(session_.text(kGroup))}));
+    std::vector<layout::Column> ends;
+    for (const std::int16_t end : {kLowGroup, kHighGroup})
+      layout::append(ends, ruled(layout::grouped(session_.text(end), 2,
+                                                 {shared.value(ValueFormat(output_)), shared.fraction()})));
+    layout::append(columns, shared.of_outputs(1, ends));
+    return columns;
   }
 
   const Context& context_;

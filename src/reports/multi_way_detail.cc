@@ -13,6 +13,7 @@
 #include "reports/gap_notes.h"
 #include "reports/graph_sheet.h"
 #include "reports/output_detail.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
@@ -48,8 +49,6 @@ struct Columns {
   // Of each member: name, workbook and worksheet in the wider range modes, value.
   std::int32_t per_member() const { return m + 2; }
   std::int32_t name(std::int32_t member) const { return group + 1 + (member - 1) * per_member(); }
-  std::int32_t book(std::int32_t member) const { return name(member) + 1; }
-  std::int32_t sheet(std::int32_t member) const { return name(member) + m; }
   std::int32_t member_value(std::int32_t member) const { return name(member + 1) - 1; }
   // Of each output.
   std::int32_t result(std::int32_t output) const {
@@ -76,6 +75,13 @@ Columns columns_for(std::int32_t mode, std::int32_t largest_group, std::int32_t 
   c.outputs = std::clamp((room - c.members * c.per_member()) / kColumnsPerOutput, 1, std::max(c.outputs, 1));
   c.outputs = std::min(c.outputs, outputs);
   return c;
+}
+
+// What a row is about, at least as wide as a mark of an extreme.
+layout::Column label_column(std::string caption) {
+  layout::Column column = layout::name_column(std::move(caption));
+  column.width = kLabelWidth;
+  return column;
 }
 
 // Why there is no interaction.
@@ -133,10 +139,11 @@ class MultiWayDetail {
 
   void find_extremes();
   void add_extremes();
-  void set_headers();
-  void add_header_notes();
+  std::vector<layout::Column> columns() const;
+  std::vector<layout::Column> member_columns() const;
+  std::vector<layout::Column> output_columns() const;
+  void add_notes(std::vector<layout::Column>& figures) const;
   void add_combinations();
-  void set_columns(layout::ReportTable& table, bool labelled);
   void fill_extremes();
   void fill_combinations();
   void fill_combination(const FilledRow& row, Filling& filling, std::int32_t group, std::int32_t combination);
@@ -186,7 +193,6 @@ class MultiWayDetail {
   std::shared_ptr<layout::ReportSheet> sheet_;
   // The second one goes on under the headers of the first.
   std::shared_ptr<layout::ReportTable> extremes_table_, combinations_table_;
-  std::optional<OutputHeadings> headings_;
 };
 
 MultiWayDetail::MultiWayDetail(const Context& context, const model::MultiWayRun& run,
@@ -259,61 +265,65 @@ void MultiWayDetail::find_extremes() {
 
 void MultiWayDetail::add_extremes() {
   extremes_table_ =
-      sheet_->AddTable(static_cast<std::int32_t>(extremes_.size()), c_.count(), kHeaderRows, 0,
-                       session_.text(text::kExtremesCaption), session_.text(text::kExtremesSubcaption));
-  set_headers();
-  set_columns(*extremes_table_, true);
+      AddTable(*sheet_, static_cast<std::int32_t>(extremes_.size()), kHeaderRows,
+               {session_.text(text::kExtremesCaption), session_.text(text::kExtremesSubcaption)}, columns());
   extremes_table_->SetIdentityColumns(c_.result(1) - 1, c_.group);
-  extremes_table_->AddColumnBlocks(c_.name(1), c_.per_member(), c_.members);
-  extremes_table_->AddColumnBlocks(c_.result(1), kColumnsPerOutput, c_.outputs);
-  add_header_notes();
   fill_extremes();
 }
 
-void MultiWayDetail::set_headers() {
-  layout::ReportTable& table = *extremes_table_;
-  AddHeaderGroup(table, 1, c_.name(1), 1, c_.members * c_.per_member(), session_.text(text::kMembers));
-  AddHeaderGroup(table, 1, c_.result(1), 1, c_.outputs * kColumnsPerOutput, session_.CommonString(11));
-  for (std::int32_t i = 1; i <= c_.members; ++i)
-    AddHeaderGroup(table, kNameRow, c_.name(i), 1, c_.per_member(),
-                   session_.text(text::kMember, std::int64_t{i}));
-  headings_.emplace(session_, table, kNameRow, kColumnsPerOutput, context_.range_mode);
-  for (std::int32_t k = 1; k <= c_.outputs; ++k) headings_->add(output(k), c_.result(k));
-
-  table.SetCaption(c_.combination, session_.text(text::kCombination), HAlign::kLeft);
-  table.SetCaption(c_.group, session_.text(text::kGroup), HAlign::kCenter);
-  for (std::int32_t i = 1; i <= c_.members; ++i) {
-    table.SetCaption(c_.name(i), session_.CommonString(2), HAlign::kLeft);
-    table.Header(kHeaderRows, c_.name(i))->set_indent(1);
-    if (c_.m == model::OrdvaneRangeBookMode)
-      table.SetCaption(c_.book(i), session_.CommonString(0), HAlign::kLeft);
-    if (c_.m > model::OrdvaneRangeCellMode)
-      table.SetCaption(c_.sheet(i), session_.CommonString(1), HAlign::kLeft);
-    table.SetCaption(c_.member_value(i), session_.CommonString(5), HAlign::kCenter);
-  }
-  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
-    table.SetCaption(c_.result(k), session_.CommonString(5), HAlign::kCenter);
-    table.SetCaption(c_.change(k), session_.CommonString(7), HAlign::kCenter);
-    table.SetCaption(c_.in_group(k), session_.text(text::kInGroup), HAlign::kCenter);
-    table.SetCaption(c_.rank(k), session_.CommonString(9), HAlign::kCenter);
-    table.SetCaption(c_.interaction(k), session_.text(text::kInteraction), HAlign::kCenter);
-  }
+std::vector<layout::Column> MultiWayDetail::columns() const {
+  layout::Column group = layout::figure_column(session_.text(text::kGroup), HAlign::kCenter);
+  group.note = session_.text(text::kGroupNote, name_of(output(1)));
+  std::vector<layout::Column> columns = ruled({label_column(session_.text(text::kCombination)), group});
+  layout::append(columns, member_columns());
+  layout::append(columns, output_columns());
+  return columns;
 }
 
-void MultiWayDetail::add_header_notes() {
-  const auto note = [&](std::int32_t column, const std::string& words) {
-    extremes_table_->AddTableNote(0, column, session_.CommonString(12), words);
-  };
-  note(c_.group, session_.text(text::kGroupNote, name_of(output(1))));
-  note(c_.in_group(1), session_.text(text::kInGroupNote));
-  note(c_.rank(1), session_.text(text::kRankNote));
-  note(c_.interaction(1), session_.text(text::kInteractionNote));
-  if (c_.members < largest_group())
-    note(c_.name(c_.members),
-         session_.text(text::kTooManyMembers, std::int64_t{c_.members}, std::int64_t{largest_group()}));
+std::vector<layout::Column> MultiWayDetail::member_columns() const {
+  const SharedColumns shared(context_);
+  std::vector<layout::Column> columns;
+  for (std::int32_t i = 1; i <= c_.members; ++i) {
+    std::vector<layout::Column> member = {shared.name()};
+    layout::append(member, shared.places());
+    for (layout::Column& label : member) label.width = kLabelWidth;
+    member.front().indented = true;  // clear of the rule beside it
+    member.front().begins_block = true;
+    if (i == c_.members && c_.members < largest_group())
+      member.front().note =
+          session_.text(text::kTooManyMembers, std::int64_t{c_.members}, std::int64_t{largest_group()});
+    member.push_back(shared.value());
+    layout::append(columns,
+                   ruled(layout::grouped(session_.text(text::kMember, std::int64_t{i}), kNameRow, member)));
+  }
+  return layout::grouped(session_.text(text::kMembers), 1, columns);
+}
+
+std::vector<layout::Column> MultiWayDetail::output_columns() const {
+  const SharedColumns shared(context_);
+  std::vector<layout::Column> columns;
+  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
+    std::vector<layout::Column> figures = {
+        shared.value(ValueFormat(output(k))), shared.fraction(),
+        layout::figure_column(session_.text(text::kInGroup), HAlign::kCenter), shared.rank(),
+        layout::figure_column(session_.text(text::kInteraction))};
+    figures.front().begins_block = true;
+    figures.back().number_format = ChangeFormat(output(k));
+    if (k == 1) add_notes(figures);
+    if (k > 1) columns.back().rule = true;
+    layout::append(columns, layout::grouped(shared.heading(output(k)), kNameRow, figures));
+  }
+  return shared.of_outputs(1, columns);
+}
+
+// What the columns of the first output say of those of all.
+void MultiWayDetail::add_notes(std::vector<layout::Column>& figures) const {
   if (c_.outputs < context_.selected.size())
-    note(c_.result(1), session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs},
-                                     std::int64_t{context_.selected.size()}, outputs_left_out()));
+    figures[0].note = session_.text(text::kTooManyOutputs, std::int64_t{c_.outputs},
+                                    std::int64_t{context_.selected.size()}, outputs_left_out());
+  figures[2].note = session_.text(text::kInGroupNote);
+  figures[3].note = session_.text(text::kRankNote);
+  figures[4].note = session_.text(text::kInteractionNote);
 }
 
 std::string MultiWayDetail::outputs_left_out() const {
@@ -321,29 +331,6 @@ std::string MultiWayDetail::outputs_left_out() const {
   for (std::int32_t k = c_.outputs + 1; k <= context_.selected.size(); ++k)
     outputs.push_back(ItemLabel(output(k)));
   return session_.list_of(outputs);
-}
-
-void MultiWayDetail::set_columns(layout::ReportTable& table, bool labelled) {
-  table.SetColumn(c_.combination, HAlign::kLeft, kLabelWidth, "", labelled);
-  table.SetColumn(c_.group, HAlign::kCenter, layout::kFitColumn, "", false);
-  for (std::int32_t i = 1; i <= c_.members; ++i) {
-    for (std::int32_t column = c_.name(i); column < c_.member_value(i); ++column)
-      table.SetColumn(column, HAlign::kLeft, kLabelWidth, "", true);
-    table.SetColumn(c_.member_value(i), HAlign::kRight, layout::kFitColumn, "", false);
-    table.Body(1, c_.name(i), std::max(table.rows(), 1))->set_indent(1);  // clear of the rule beside it
-    table.AddColumnRule(c_.name(i) - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                        layout::kRuleColorIndex);
-  }
-  for (std::int32_t k = 1; k <= c_.outputs; ++k) {
-    session_.environment->pump_messages();
-    table.SetColumn(c_.result(k), HAlign::kRight, layout::kFitColumn, ValueFormat(output(k)), false);
-    table.SetColumn(c_.change(k), HAlign::kRight, layout::kFitColumn, PercentFormat(), false);
-    table.SetColumn(c_.in_group(k), HAlign::kCenter, layout::kFitColumn, "", false);
-    table.SetColumn(c_.rank(k), HAlign::kCenter, layout::kFitColumn, "", false);
-    table.SetColumn(c_.interaction(k), HAlign::kRight, layout::kFitColumn, ChangeFormat(output(k)), false);
-    table.AddColumnRule(c_.result(k) - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                        layout::kRuleColorIndex);
-  }
 }
 
 void MultiWayDetail::fill_extremes() {
@@ -384,9 +371,11 @@ std::int32_t MultiWayDetail::rows_to_show() const {
 
 void MultiWayDetail::add_combinations() {
   rows_ = rows_to_show();
-  combinations_table_ = sheet_->AddTable(rows_, c_.count(), 0, 0, session_.text(text::kCaption),
-                                         session_.text(text::kSubcaption, name_of(output(1))));
-  set_columns(*combinations_table_, false);
+  std::vector<layout::Column> numbered = columns();
+  numbered.front().text = false;
+  combinations_table_ = AddTable(
+      *sheet_, rows_, 0,
+      {session_.text(text::kCaption), session_.text(text::kSubcaption, name_of(output(1)))}, numbered);
   fill_combinations();
 }
 
@@ -439,8 +428,7 @@ void MultiWayDetail::fill_combination(const FilledRow& row, Filling& filling, st
   for (std::int32_t i = 1; i <= shown_members(group); ++i) {
     const model::DralInputOutput& input = member(group, i);
     row.block.set_text(row.row, c_.name(i), labels_(g.members(i)));
-    if (c_.m == model::OrdvaneRangeBookMode) row.block.set_text(row.row, c_.book(i), input.bookName);
-    if (c_.m > model::OrdvaneRangeCellMode) row.block.set_text(row.row, c_.sheet(i), input.sheetName);
+    PutPlace(row.block, row.row, c_.name(i) + 1, context_.range_mode, input);
     filling.values[static_cast<std::size_t>(g.members(i) - 1)].put(
         row, {.value = c_.member_value(i)}, g.inputs(i).value[static_cast<std::size_t>(combination - 1)]);
   }
@@ -483,8 +471,7 @@ void MultiWayDetail::format_groups(const std::vector<GroupRows>& groups) {
   for (std::int32_t k = 1; k <= c_.outputs; ++k) table.Body(1, c_.in_group(k), rows_)->set_font(quiet);
   for (const GroupRows& group : groups) {
     table.Body(group.first, c_.group, 1, c_.result(1) - c_.group)->set_font({.color = layout::look::kText});
-    table.AddRowRule(group.first + group.rows - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                     layout::kRuleColorIndex);
+    table.AddRowRule(group.first + group.rows - 1);
   }
   format_member_values(table, groups);
 }
@@ -578,7 +565,7 @@ void MultiWayDetail::fit_columns() {
   for (std::int32_t i = 1; i <= c_.members; ++i) fit(c_.member_value(i), 1);
   fit(c_.result(1), c_.outputs * kColumnsPerOutput);
   combinations_table_->Settle();
-  headings_->fit();
+  extremes_table_->Settle();
 }
 
 }  // namespace

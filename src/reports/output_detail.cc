@@ -6,13 +6,12 @@
 
 #include "reports/gap_notes.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 namespace text {
 constexpr std::int16_t kSubcaption = 400, kSheetName = 401, kProgress = 402, kTruncated = 403, kTitle = 404,
@@ -36,23 +35,16 @@ struct Columns {
   std::int32_t count() const { return m + 8; }
 };
 
-std::vector<layout::Column> columns_of(const session::Session& session, const Columns& c,
+std::vector<layout::Column> columns_of(const Context& context, const model::DralInputOutput& output,
                                        const std::string& note) {
-  const auto names = [&](std::int32_t caption) { return layout::name_column(session.CommonString(caption)); };
-  const auto figures = [&](std::int32_t caption, HAlign alignment) {
-    return layout::figure_column(session.CommonString(caption), alignment);
-  };
-  std::vector<layout::Column> columns = {figures(9, HAlign::kCenter), names(2)};
-  if (c.m == model::OrdvaneRangeBookMode) columns.push_back(names(0));
-  if (c.m > model::OrdvaneRangeCellMode) columns.push_back(names(1));
-  columns.push_back(figures(3, HAlign::kCenter));
-  columns.push_back(figures(4, HAlign::kCenter));
-  columns.back().rule = true;
-  const std::vector<layout::Column> values = {figures(5, HAlign::kRight), figures(7, HAlign::kRight)};
-  layout::append(columns, layout::grouped(session.CommonString(10), 1, values));
-  columns.back().rule = true;
-  layout::append(columns, layout::grouped(session.CommonString(11), 1, values));
-  columns[static_cast<std::size_t>(c.input_value() - 1)].note = note;
+  const SharedColumns shared(context);
+  std::vector<layout::Column> columns = {shared.rank(), shared.name()};
+  layout::append(columns, shared.places());
+  layout::append(columns, ruled({shared.cell(), shared.step()}));
+  std::vector<layout::Column> inputs = {shared.value(), shared.fraction()};
+  inputs.front().note = note;
+  layout::append(columns, ruled(shared.of_inputs(1, inputs)));
+  layout::append(columns, shared.of_outputs(1, {shared.value(ValueFormat(output)), shared.fraction()}));
   return columns;
 }
 
@@ -121,12 +113,12 @@ void MakeOutputDetailReport(const Context& context, std::int32_t on) {
   application.set_calculation(host::Calculation::kManual);
   const auto sheet = StartOutputSheet(context, context.inputs(1).bookName, output,
                                       {text::kSheetName, text::kTitle, text::kRun});
-  const auto table =
-      sheet->AddTable(rows, c.count(), kHeaderRows, 0,
-                      session.text(text::kCaption, output.NameOrQualifiedCellAddressName(context.range_mode)),
-                      session.text(any_failed(context.inputs, on) ? text::kFailedFirst : text::kSubcaption));
   const bool truncated = steps_of(context.inputs) > rows;
-  table->SetColumns(columns_of(session, c, truncated ? session.text(text::kTruncated) : ""));
+  const auto table =
+      AddTable(*sheet, rows, kHeaderRows,
+               {session.text(text::kCaption, output.NameOrQualifiedCellAddressName(context.range_mode)),
+                session.text(any_failed(context.inputs, on) ? text::kFailedFirst : text::kSubcaption)},
+               columns_of(context, output, truncated ? session.text(text::kTruncated) : ""));
 
   const host::Cursor cursor = application.cursor();
   application.set_cursor(host::Cursor::kWait);
@@ -137,9 +129,6 @@ void MakeOutputDetailReport(const Context& context, std::int32_t on) {
     fill_body(context, on, body, c, input_formats, gaps);
     table->PutBody(1, body);
     table->FormatRows(c.input_value(), input_formats);
-    table->FormatBody(1, rows, c.input_change(), PercentFormat());
-    table->FormatBody(1, rows, c.output_value(), ValueFormat(output));
-    table->FormatBody(1, rows, c.output_change(), PercentFormat());
     gaps.write(session, *table, rows);
   }
   application.set_cursor(cursor);

@@ -6,6 +6,7 @@
 #include "layout/look.h"
 #include "layout/text_estimate.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
@@ -14,8 +15,6 @@
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 // Columns after those that say where an input is (one a step of the range mode).
 enum Column : std::int32_t {
@@ -31,7 +30,6 @@ enum Column : std::int32_t {
   kColumns = kOutputFraction
 };
 constexpr std::int32_t kHeaderRows = 2;
-constexpr std::int32_t kItemColumns = 3;  // value, change, change in percent
 constexpr std::int32_t kMostRows = 65525;
 constexpr std::int32_t kSeriesNameLimit = 25;
 
@@ -44,11 +42,11 @@ constexpr std::int16_t kOutputBaseInvalid = 537;
 }  // namespace
 
 StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t limit)
-    : session_(context.session),
+    : context_(context),
+      session_(context.session),
       inputs_(context.inputs),
       output_(context.outputs(output)),
-      output_index_(output),
-      range_mode_(context.range_mode) {
+      output_index_(output) {
   for (std::int32_t i = 1; i <= inputs_.size(); ++i) {
     const model::DralInputOutput& in = inputs_(i);
     if (in.outputRank(output) > limit || in.numSteps <= 0) continue;
@@ -64,7 +62,7 @@ StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t l
 }
 
 std::int32_t StepTable::column(std::int32_t after_places) const {
-  return range_mode_ + after_places;
+  return context_.range_mode + after_places;
 }
 
 double StepTable::input_value(const Block& block, std::int32_t step) const {
@@ -110,52 +108,35 @@ Obstacle StepTable::obstacle(const Block& block, Quantity quantity) const {
 
 std::string StepTable::caption(const StepTableTexts& texts) const {
   return session_.text(output_.has_name() ? texts.caption : kCaptionOfCell,
-                       output_.NameOrQualifiedCellAddressName(range_mode_));
+                       output_.NameOrQualifiedCellAddressName(context_.range_mode));
 }
 
 void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
-  table_ = sheet.AddTable(rows_, column(kColumns), kHeaderRows, 0, caption(texts),
-                          session_.text(texts.subcaption));
-  write_headers();
+  table_ = AddTable(sheet, rows_, kHeaderRows, {caption(texts), session_.text(texts.subcaption)}, columns());
   for (const Block& block : blocks_) {
     write_block(block, texts);
     CheckUserCancel(session_);
   }
-  for (const Column last : {kStep, kInputFraction})
-    table_->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                          layout::kRuleColorIndex);
   fit_names();
   add_base_note(without_output_change_, output_, texts.output_base_zero, kOutputBaseInvalid);
   add_note(invalid_, session_.text(texts.invalid));
   if (truncated_) add_note(Place{0, column(kStep)}, session_.text(kTableFull));
 }
 
-void StepTable::write_headers() {
-  const auto names = [&](std::int32_t place, std::int32_t caption) {
-    table_->SetColumnHeader(place, session_.CommonString(caption), HAlign::kLeft, HAlign::kLeft, 0,
-                            layout::kNameColumnWidth, "", true);
-  };
-  const auto figures = [&](Column place, std::int32_t caption, HAlign body) {
-    table_->SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
-                            layout::kFitColumn, "", false);
-  };
-  if (range_mode_ == model::OrdvaneRangeBookMode) names(1, 0);
-  if (range_mode_ != model::OrdvaneRangeCellMode) names(range_mode_, 1);
-  names(column(kName), 2);
-  figures(kCell, 3, HAlign::kCenter);
-  figures(kStep, 4, HAlign::kCenter);
-  for (const Column value : {kInputValue, kOutputValue}) figures(value, 5, HAlign::kRight);
-  for (const Column change : {kInputChange, kOutputChange}) figures(change, 6, HAlign::kRight);
-  for (const Column fraction : {kInputFraction, kOutputFraction}) figures(fraction, 7, HAlign::kRight);
-  AddHeaderGroup(*table_, 1, column(kInputValue), 1, kItemColumns, session_.CommonString(10));
-  AddHeaderGroup(*table_, 1, column(kOutputValue), 1, kItemColumns, session_.CommonString(11));
+std::vector<layout::Column> StepTable::columns() const {
+  const SharedColumns shared(context_);
+  std::vector<layout::Column> columns = shared.places();
+  layout::append(columns, ruled({shared.name(), shared.cell(), shared.step()}));
+  layout::append(columns, ruled(shared.of_inputs(1, {shared.value(), shared.change(), shared.fraction()})));
+  layout::append(columns, shared.of_outputs(1, {shared.value(ValueFormat(output_)),
+                                                shared.change(ChangeFormat(output_)), shared.fraction()}));
+  return columns;
 }
 
 void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   const model::DralInputOutput& in = input(block);
   host::CellBlock cells(block.rows, column(kColumns));
-  if (range_mode_ == model::OrdvaneRangeBookMode) cells.set_text(1, 1, in.bookName);
-  if (range_mode_ != model::OrdvaneRangeCellMode) cells.set_text(1, range_mode_, in.sheetName);
+  PutPlace(cells, 1, 1, context_.range_mode, in);
   cells.set_text(1, column(kName), ItemLabel(in));
   cells.set_text(1, column(kCell), in.cellAddress);
   std::optional<Place> without_change;
@@ -170,8 +151,7 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
                fill_item(cells, block, step, column(kOutputValue), output_value(block, step), output_));
   }
   table_->PutBody(block.first_row, cells);
-  format_item(block, column(kInputValue), in);
-  format_item(block, column(kOutputValue), output_);
+  FormatValuesAndChanges(*table_, block.first_row, block.rows, column(kInputValue), in);
   merge_places(block);
   add_base_note(without_change, in, texts.input_base_zero, kInputBaseInvalid);
   const std::string note = StepNote(session_, block.facts);
@@ -198,23 +178,17 @@ std::optional<StepTable::Place> StepTable::fill_item(host::CellBlock& cells, con
   return without_change;
 }
 
-void StepTable::format_item(const Block& block, std::int32_t first_column,
-                            const model::DralInputOutput& item) {
-  FormatValuesAndChanges(*table_, block.first_row, block.rows, first_column, item);
-  table_->FormatBody(block.first_row, block.rows, first_column + 2, PercentFormat());
-}
-
 // An input's place and name stand once, over all its steps.
 void StepTable::merge_places(const Block& block) {
   if (block.rows == 1) return;
   for (std::int32_t place = 1; place <= column(kCell); ++place) {
     const auto cells = table_->Body(block.first_row, place, block.rows, 1);
-    cells->set_alignment(place == column(kCell) ? HAlign::kCenter : HAlign::kLeft, host::VAlign::kTop);
+    cells->set_alignment(place == column(kCell) ? host::HAlign::kCenter : host::HAlign::kLeft,
+                         host::VAlign::kTop);
     cells->set_merge(true);
     cells->set_wrap_text(true);  // a long name goes on in the rows below
   }
-  table_->AddRowRule(block.first_row + block.rows - 1, -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                     layout::kRuleColorIndex);
+  table_->AddRowRule(block.first_row + block.rows - 1);
 }
 
 // A name with more lines than its input has steps.
@@ -230,8 +204,8 @@ void StepTable::fit_names() {
       lines = std::max(lines, layout::wrapped_lines(text, cell->width() - kMargin, layout::look::kBodySize));
       if (block.rows == 1) cell->set_wrap_text(true);
     };
-    if (range_mode_ == model::OrdvaneRangeBookMode) count_lines(1, in.bookName);
-    if (range_mode_ != model::OrdvaneRangeCellMode) count_lines(range_mode_, in.sheetName);
+    if (context_.range_mode == model::OrdvaneRangeBookMode) count_lines(1, in.bookName);
+    if (context_.range_mode != model::OrdvaneRangeCellMode) count_lines(context_.range_mode, in.sheetName);
     count_lines(column(kName), ItemLabel(in));
     const double missing = (lines - block.rows) * kLine;
     if (missing <= 0) continue;

@@ -91,23 +91,22 @@ class StepTable {
   std::optional<Point> point(const Block& block, std::int32_t step, Quantity quantity) const;
   Steps drawable_steps(const Block& block, Quantity quantity) const;
   std::string caption(const StepTableTexts& texts) const;
-  void write_headers();
+  std::vector<layout::Column> columns() const;
   void write_block(const Block& block, const StepTableTexts& texts);
   // Returns the first cell that says that there is no change, for the input's or the output's base value.
   std::optional<Place> fill_item(host::CellBlock& cells, const Block& block, std::int32_t step,
                                  std::int32_t first_column, double value, const model::DralInputOutput& item);
-  void format_item(const Block& block, std::int32_t first_column, const model::DralInputOutput& item);
   void merge_places(const Block& block);
   void fit_names();
   void add_note(const std::optional<Place>& place, const std::string& text);
   void add_base_note(const std::optional<Place>& place, const model::DralInputOutput& item, std::int16_t zero,
                      std::int16_t invalid);
 
+  const Context& context_;
   session::Session& session_;
   const model::Records& inputs_;
   const model::DralInputOutput& output_;
   std::int32_t output_index_;
-  model::OrdvaneRangeMode range_mode_;
   std::vector<Block> blocks_;
   std::int32_t rows_ = 0;
   bool truncated_ = false;

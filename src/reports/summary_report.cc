@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/error.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/utils.h"
@@ -15,12 +16,10 @@
 namespace ordvane::reports {
 namespace {
 
-using host::HAlign;
 using model::OrdvaneSummary;
 
 namespace text {
 // Shared labels, by their small index.
-constexpr std::int32_t kCell = 3;
 constexpr std::int32_t kNote = 12;
 constexpr std::int32_t kRun = 13;
 constexpr std::int32_t kWorkbook = 14;
@@ -159,8 +158,7 @@ std::int32_t MakeSummaryReport(const Context& context, const OrdvaneSummary& sum
     rows.push_back({text::kFailed, session.text(text::kFailedCount, failed->all(), failed->results())});
   const auto count = static_cast<std::int32_t>(rows.size());
   const auto table = sheet->AddTable(count, 1, 1, 1, "", "");
-  table->SetColumnHeader(1, session.text(text::kSummaryValues), HAlign::kCenter, HAlign::kCenter, 0,
-                         layout::kFitColumn, "", false);
+  table->SetColumns({layout::figure_column(session.text(text::kSummaryValues), host::HAlign::kCenter)});
   table->CornerRange()->set_value(session.text(text::kSummaryLabels));
   host::CellBlock values(count, 1);
   std::int32_t row = 0;
@@ -186,11 +184,9 @@ std::int32_t MakeOutputsMissingReport(const Context& context, std::int32_t count
             std::to_string(context.run_number) + session.text(text::kBetweenRuns) +
                 std::to_string(context.total_runs));
 
-  const auto table = sheet->AddTable(count, 2, 1, 0, session.text(text::kMissingCaption), "");
-  table->SetColumnHeader(1, session.text(text::kMissingOutputs), HAlign::kLeft, HAlign::kLeft, 0,
-                         layout::kNameColumnWidth, "", true);
-  table->SetColumnHeader(2, session.CommonString(text::kCell), HAlign::kCenter, HAlign::kCenter, 0,
-                         layout::kFitColumn, "", false);
+  const auto table =
+      AddTable(*sheet, count, 1, {.caption = session.text(text::kMissingCaption), .subcaption = ""},
+               {layout::name_column(session.text(text::kMissingOutputs)), SharedColumns(context).cell()});
   if (count > 0) {
     host::CellBlock outputs(count, 2);
     for (std::int32_t i = 1; i <= count; ++i) {

@@ -3,15 +3,10 @@
 #include <algorithm>
 
 #include "layout/format_codes.h"
-#include "layout/look.h"
-#include "layout/text_estimate.h"
-#include "model/naming.h"
 #include "reports/utils.h"
 
 namespace ordvane::reports {
 namespace {
-
-constexpr std::int16_t kAddressHeading = 102;
 
 // Cells gathered before they are written: large enough to make a write cheap, small enough to stay in the
 // cache.
@@ -35,35 +30,6 @@ std::string AxisFormat(const model::DralInputOutput& item) {
 
 std::string ChangeFormat(const model::DralInputOutput& item) {
   return item.IsDate || layout::shows_date(item.numberFormat) ? "" : item.NumberFormatLocal;
-}
-
-void FormatValuesAndChanges(layout::ReportTable& table, std::int32_t first_row, std::int32_t rows,
-                            std::int32_t column, const model::DralInputOutput& item) {
-  const std::string values = ValueFormat(item), changes = ChangeFormat(item);
-  if (!values.empty()) table.FormatBody(first_row, rows, column, values, values == changes ? 2 : 1);
-  if (!changes.empty() && changes != values) table.FormatBody(first_row, rows, column + 1, changes);
-}
-
-void AddHeaderGroup(layout::ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
-                    std::int32_t columns, const std::string& caption) {
-  table.AddHeading({row, column, rows, columns, caption});
-}
-
-OutputHeadings::OutputHeadings(const session::Session& session, layout::ReportTable& table,
-                               std::int32_t header_row, std::int32_t columns_per_output,
-                               model::OrdvaneRangeMode mode)
-    : session_(session), table_(table), row_(header_row), columns_(columns_per_output), mode_(mode) {}
-
-void OutputHeadings::add(const model::DralInputOutput& output, std::int32_t column) {
-  std::string text = output.ioName;
-  if (text.empty())
-    text = session_.text(kAddressHeading, model::address_for_range_mode(
-                                              mode_, output.bookName, output.sheetName, output.cellAddress));
-  table_.AddHeading({row_, column, 1, columns_, text});
-}
-
-void OutputHeadings::fit() {
-  table_.Settle();
 }
 
 BodyWriter::BodyWriter(layout::ReportTable& table, std::int32_t rows)

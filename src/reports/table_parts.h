@@ -1,16 +1,13 @@
-// What tables of several reports have in common: labels and number formats of inputs and outputs, headings
-// over groups of columns, bodies written in blocks.
+// What tables of several reports have in common: labels and number formats of inputs and outputs, bodies
+// written in blocks.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "host/cells.h"
 #include "layout/report_table.h"
 #include "model/input_output.h"
-#include "session/session.h"
 
 namespace ordvane::reports {
 
@@ -23,31 +20,6 @@ std::string ValueFormat(const model::DralInputOutput& item);
 std::string AxisFormat(const model::DralInputOutput& item);
 // Format of differences of an item's values: days between dates are plain numbers.
 std::string ChangeFormat(const model::DralInputOutput& item);
-
-// Formats the column of an item's values and, beside it, that of their changes.
-void FormatValuesAndChanges(layout::ReportTable& table, std::int32_t first_row, std::int32_t rows,
-                            std::int32_t column, const model::DralInputOutput& item);
-
-// A caption over a group of columns, centred in one merged cell of a table's header.
-void AddHeaderGroup(layout::ReportTable& table, std::int32_t row, std::int32_t column, std::int32_t rows,
-                    std::int32_t columns, const std::string& caption);
-
-// The outputs' names over their groups of columns, in one header row.
-class OutputHeadings {
- public:
-  OutputHeadings(const session::Session& session, layout::ReportTable& table, std::int32_t header_row,
-                 std::int32_t columns_per_output, model::OrdvaneRangeMode mode);
-  // An output without a name is headed by its address.
-  void add(const model::DralInputOutput& output, std::int32_t column);
-  // Once the columns have their widths: the row takes the height of the heading with the most lines.
-  void fit();
-
- private:
-  const session::Session& session_;
-  layout::ReportTable& table_;
-  std::int32_t row_, columns_;
-  model::OrdvaneRangeMode mode_;
-};
 
 // Fills a table's body from the top, one row after another, and writes it in blocks: never cell by cell, and
 // never the whole table at once.

@@ -12,6 +12,7 @@
 #include "model/step_facts.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
+#include "reports/report_columns.h"
 #include "reports/step_remarks.h"
 #include "reports/table_parts.h"
 #include "reports/tornado_chart.h"
@@ -19,8 +20,6 @@
 
 namespace ordvane::reports {
 namespace {
-
-using host::HAlign;
 
 // String ids.
 constexpr SheetTexts kSheetTexts = {.sheet_name = 712, .title = 711, .run_line = 716};
@@ -117,9 +116,7 @@ class TornadoReport {
   }
 
   void fill_row(std::int32_t row, const model::DralInputOutput& input, const model::StepFacts& facts) {
-    if (context_.range_mode == model::OrdvaneRangeBookMode) rows_.set_text(row, 1, input.bookName);
-    if (context_.range_mode != model::OrdvaneRangeCellMode)
-      rows_.set_text(row, context_.range_mode, input.sheetName);
+    PutPlace(rows_, row, 1, context_.range_mode, input);
     rows_.set_number(row, column(kRank), row);
     rows_.set_text(row, column(kName), ItemLabel(input));
     rows_.set_text(row, column(kCell), input.cellAddress);
@@ -174,16 +171,14 @@ class TornadoReport {
   // ---- Table ----
 
   std::shared_ptr<layout::ReportTable> write_table(layout::ReportSheet& sheet) {
-    auto table =
-        sheet.AddTable(bars_, column(kColumns), kHeaderRows, 0,
-                       session_.text(kTableCaption, std::to_string(bars_)), session_.text(kTableSubcaption));
+    auto table = AddTable(
+        sheet, bars_, kHeaderRows,
+        {session_.text(kTableCaption, std::to_string(bars_)), session_.text(kTableSubcaption)}, columns());
     table->WrapNames();
-    write_headers(*table);
     table->PutBody(1, rows_);
-    format_values(*table);
-    for (const Column last : {kCell, kLowChange, kLowInput, kHighChange, kHighInput})
-      table->AddColumnRule(column(last), -1, layout::kRuleLineStyle, layout::kRuleWeight,
-                           layout::kRuleColorIndex);
+    session_.log.line("GenerateTornadoReport t_InputsCount: " + session::log_text(bars_) +
+                      "    numberFormat: " + ValueFormat(output_));
+    format_input_values(*table);
     for (std::int32_t row = 1; row <= bars_; ++row)
       if (const std::string note = StepNote(session_, facts_(row)); !note.empty())
         table->AddTableNote(row, column(kName), session_.CommonString(12), note);
@@ -191,43 +186,19 @@ class TornadoReport {
     return table;
   }
 
-  void write_headers(layout::ReportTable& table) {
-    const auto figures = [&](Column place, std::int32_t caption, HAlign body = HAlign::kRight) {
-      table.SetColumnHeader(column(place), session_.CommonString(caption), body, HAlign::kCenter, 0,
-                            layout::kFitColumn, "", false);
-    };
-    const auto names = [&](std::int32_t place, std::int32_t caption) {
-      table.SetColumnHeader(place, session_.CommonString(caption), HAlign::kLeft, HAlign::kLeft, 0,
-                            layout::kNameColumnWidth, "", true);
-    };
-    if (context_.range_mode == model::OrdvaneRangeBookMode) names(1, 0);
-    if (context_.range_mode != model::OrdvaneRangeCellMode) names(context_.range_mode, 1);
-    figures(kRank, 9, HAlign::kCenter);
-    names(column(kName), 2);
-    figures(kCell, 3, HAlign::kCenter);
-    for (const Column value : {kLow, kLowInput, kHigh, kHighInput}) figures(value, 5);
-    for (const Column change : {kLowChange, kHighChange}) figures(change, 7);
-    figures(kInputBase, 16);
-
-    AddHeaderGroup(table, 1, 1, 2, column(kCell), session_.text(kInputGroup));
-    AddHeaderGroup(table, 1, column(kLow), 1, 3, session_.text(kLowGroup));
-    AddHeaderGroup(table, 1, column(kHigh), 1, 3, session_.text(kHighGroup));
-    AddHeaderGroup(table, 1, column(kInputBase), 2, 1, session_.text(kBaseGroup));
-    for (const Column value : {kLow, kHigh}) {
-      AddHeaderGroup(table, 2, column(value), 1, 2, session_.CommonString(11));
-      AddHeaderGroup(table, 2, column(value) + 2, 1, 1, session_.CommonString(10));
+  std::vector<layout::Column> columns() const {
+    const SharedColumns shared(context_);
+    std::vector<layout::Column> input = shared.places();
+    layout::append(input, {shared.rank(), shared.name(), shared.cell()});
+    std::vector<layout::Column> columns = ruled(layout::grouped(session_.text(kInputGroup), 1, input, 2));
+    for (const std::int16_t group : {kLowGroup, kHighGroup}) {
+      auto end = ruled(shared.of_outputs(2, {shared.value(ValueFormat(output_)), shared.fraction()}));
+      layout::append(end, ruled(shared.of_inputs(2, {shared.value()})));
+      layout::append(columns, layout::grouped(session_.text(group), 1, end));
     }
-  }
-
-  void format_values(layout::ReportTable& table) {
-    const std::string format = ValueFormat(output_);
-    session_.log.line("GenerateTornadoReport t_InputsCount: " + session::log_text(bars_) +
-                      "    numberFormat: " + format);
-    for (const Column value : {kLow, kHigh})
-      if (!format.empty()) table.FormatBody(1, bars_, column(value), format);
-    for (const Column change : {kLowChange, kHighChange})
-      table.FormatBody(1, bars_, column(change), PercentFormat());
-    format_input_values(table);
+    layout::append(columns, layout::grouped(session_.text(kBaseGroup), 1,
+                                            {layout::figure_column(session_.CommonString(16))}, 2));
+    return columns;
   }
 
   // Every row has its own input; neighbours with one format are formatted together.

@@ -74,6 +74,7 @@ const char* check_run_of_arrays(void) {
   CHECK(effect.low == 20 && effect.high == 80 && effect.swing == 60);
   CHECK(effect.low_change == -0.5 && effect.high_change == 1);
   CHECK(effect.input_at_low == 2 && effect.input_at_high == 8);
+  CHECK(effect.steps == 3 && effect.failed == 1 && effect.moves == 1 && effect.leaves_out_base == 0);
   CHECK(ordvane_ranking_effect(ranking, 2, &effect, sizeof effect) == 0);
   /* A caller who knows the first field only gets no more than that. */
   effect.rank = 77;
@@ -84,6 +85,8 @@ const char* check_run_of_arrays(void) {
   CHECK(group.low_change == -0.6 && group.high_change == 1.4);
   /* A result of one input alone is no number: its swing is not all that the group could be compared with. */
   CHECK(group.own_swings == 76 && isnan(group.interaction));
+  CHECK(strcmp(ordvane_interaction_state_name(group.interaction_state), "errors") == 0);
+  CHECK(group.steps == 4 && group.failed == 0 && group.moves == 1 && group.leaves_out_base == 0);
   CHECK(ordvane_ranking_group_member(ranking, 0, 1, &member, sizeof member) == 1);
   CHECK(member.input == 1 && strcmp(member.name, "Volume") == 0);
   CHECK(member.at_low == 2 && member.at_high == 8 && member.own_swing == 60);

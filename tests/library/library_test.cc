@@ -94,11 +94,16 @@ TEST(Ranking, TellsWhatIsThere) {
                            volume.input_at_low, volume.input_at_high}),
               ElementsAre(Optional(20), Optional(80), Optional(60), Optional(-0.5), Optional(1), Optional(2),
                           Optional(8)));
+  EXPECT_EQ(std::tuple(volume.steps, volume.failed, volume.moves, volume.leaves_out_base),
+            std::tuple(3, 0, true, false));
   EXPECT_EQ(profit.effects[1].name, "Price");
   ASSERT_EQ(profit.groups.size(), 1U);
   const GroupEffect& both = profit.groups[0];
   EXPECT_THAT((std::vector{both.low, both.high, both.swing, both.own_swings, both.interaction}),
               ElementsAre(Optional(16), Optional(96), Optional(80), Optional(76), Optional(4)));
+  EXPECT_EQ(both.interaction_state, InteractionState::kMeasured);
+  EXPECT_EQ(std::tuple(both.steps, both.failed, both.moves, both.leaves_out_base),
+            std::tuple(4, 0, true, false));
   ASSERT_EQ(both.members.size(), 2U);
   EXPECT_EQ(both.members[1].name, "Volume");
   EXPECT_THAT((std::vector{both.members[1].at_low, both.members[1].at_high, both.members[1].own_swing}),
@@ -119,6 +124,11 @@ TEST(Ranking, LeavesOutFiguresThatTheRunDoesNotGive) {
                            volume.input_at_low, volume.input_at_high}),
               Each(std::nullopt))
       << "empty, an error, a text";
+  EXPECT_EQ(std::tuple(volume.steps, volume.failed, volume.moves, volume.leaves_out_base),
+            std::tuple(3, 3, false, false));
+  EXPECT_EQ(taxes.groups[0].interaction, std::nullopt);
+  EXPECT_STREQ(state_name(taxes.groups[0].interaction_state), "no_own_swing");
+  EXPECT_STREQ(state_name(InteractionState{99}), "unknown");
 }
 
 TEST(Run, MakesUpWhatIsLeftOut) {

@@ -61,17 +61,19 @@ class Plain(unittest.TestCase):
             ranking[0],
             ordvane.Effect(
                 rank=1, input="Volume", input_index=1, low=20, high=80, swing=60, low_change=-0.5, high_change=1,
-                input_at_low=2, input_at_high=8,
+                input_at_low=2, input_at_high=8, steps=3, failed=0, moves=True, leaves_out_base=False,
             ),
         )
         self.assertEqual([effect.input for effect in ranking], ["Volume", "Price"])
         self.assertEqual(ranking.to_dicts()[1]["swing"], 16)
         (group,) = ranking.groups
         self.assertEqual((group.rank, group.swing, group.own_swings, group.interaction), (1, 80, 76, 4))
+        self.assertEqual((group.interaction_state, group.steps, group.leaves_out_base), ("measured", 4, False))
         self.assertEqual(group.members[1], ordvane.GroupMember("Volume", 1, 2, 8, 60))
         tax = run.rank(1)
         self.assertIsNone(tax.base)
         self.assertIsNone(tax[1].swing)  # empty, an error, a text
+        self.assertEqual((tax[1].failed, tax[1].moves, tax.groups[0].interaction_state), (3, False, "no_own_swing"))
         self.assertEqual(ordvane.__version__, ordvane.version())
         self.assertIn("de", ordvane.languages())
 
@@ -90,7 +92,8 @@ class Plain(unittest.TestCase):
             [ordvane.Output("Out", 1, cell="D5", range_name="Range", range_index=1, **shared)],
             [1, 2, 3],
         )
-        self.assertEqual([effect.input for effect in run.rank("S!D5")], ["In"])
+        (effect,) = run.rank("S!D5")
+        self.assertEqual((effect.input, effect.leaves_out_base), ("In", True))
 
     def test_values_may_come_in_many_shapes(self):
         wanted = small_run().report_bytes()

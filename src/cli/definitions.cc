@@ -1,0 +1,194 @@
+#include "cli/definitions.h"
+
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+#include "cli/command_line.h"
+#include "cli/commands.h"
+#include "cli/option_values.h"
+#include "environment/standard_environment.h"
+
+namespace ordvane::cli {
+namespace {
+
+const ValueKind kNewWorkbook{"FILE.xlsx", ValueKind::Offer::kFiles, {".xlsx"}};
+const ValueKind kWorkbook{"FILE", ValueKind::Offer::kFiles, {".xlsx", ".xlsm"}};
+const ValueKind kFolder{"FOLDER", ValueKind::Offer::kFolders};
+const ValueKind kLanguage{"CODE", ValueKind::Offer::kLanguages};
+const ValueKind kOutput{.name = "NAME|CELL", .repeated = true};
+const ValueKind kNumber{"N"};
+const ValueKind kShare{"X"};
+const ValueKind kColor{"RRGGBB"};
+const ValueKind kText{"TEXT"};
+
+HelpPart exit_status() {
+  return {"Exit status",
+          {{"0", "done"},
+           {"1", "the reports could not be made or written"},
+           {"2", "wrong arguments, or a run file or workbook that cannot be used"},
+           {"130", "cancelled with Ctrl-C; what was there before is still there"}}};
+}
+
+// Of the user's messages, as the system's settings say.
+std::string system_language() {
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* locale = std::getenv(variable);
+    if (locale != nullptr && *locale != '\0') return environment::language_of_locale(locale);
+  }
+  return environment::language_of_locale("");
+}
+
+// What reads a path as it was typed.
+auto path(std::filesystem::path& into) {
+  return [&into](const std::string& text) { into = text; };
+}
+
+void add_outputs(CommandLine& line, std::vector<std::string>& outputs) {
+  line.repeated_option("--output", kOutput,
+                       "Only this output, by name or cell; may be given again (default: all)", outputs);
+}
+
+void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
+  const auto flag = [&](const char* name, bool& value, const char* what) {
+    line.parser()
+        .add_flag(name, value, what)
+        ->group("Reports (default: tornado, spider and sensitivity; always a summary)");
+  };
+  flag("--tornado", c.tornado, "One bar per input, the strongest on top");
+  flag("--spider", c.spider, "One line per input: its change against the output's");
+  flag("--sensitivity", c.sensitivity, "One chart per input");
+  flag("--output-detail", c.output_detail, "Per output, every step of every input, by rank");
+  flag("--detail-by-input", c.detail_by_input, "One sheet: every step of every input, outputs side by side");
+  flag("--multi-way", c.multi_way,
+       "Inputs varied together: per output a tornado, and a table of every result");
+  flag("--all", c.all, "All of them; --multi-way where the run varied inputs together");
+}
+
+void add_look(CommandLine& line, ReportCommand& c) {
+  CLI::App& command = line.parser();
+  const std::string look = "What the reports show";
+  command.add_flag("--percent", c.percent, "Graphs show changes in percent of the base value")->group(look);
+  line.option("--max-inputs", kNumber, "Most inputs on a graph, 1 to 32 (default: 20)",
+              [&](const std::string& text) { c.max_inputs = whole_number_of("--max-inputs", text, 1, 32); })
+      ->group(look);
+  command.add_flag("--all-inputs", c.all_inputs, "Graphs have also the inputs that do not move their output")
+      ->group(look);
+  line.option("--threshold", kShare,
+              "Least swing of inputs, as a share of the base value: 5% or 0.05 (1 is 100%)",
+              [&](const std::string& text) { c.threshold = share_of("--threshold", text); })
+      ->group(look);
+  const auto color = [&](const char* name, std::optional<host::Color>& value, const char* what) {
+    line.option(name, kColor, what, [name, &value](const std::string& text) { value = color_of(name, text); })
+        ->group(look);
+  };
+  color("--bar-color", c.bar_color, "Bars of a tornado");
+  color("--base-color", c.base_color, "Base value line of a tornado");
+  color("--low-color", c.low_color, "Parts of tornado bars that inputs below their base make (try E69F00)");
+  line.free_text("--watermark", kText, "Text across charts and pages; \\n begins its second line",
+                 [&](const std::string& text) { c.watermark = with_line_breaks(text); })
+      ->group(look);
+  c.language = system_language();
+  line.option("--language", kLanguage, "Language: " + language_list() + " (default: the system's)",
+              [&](const std::string& text) { c.language = language_of("--language", text); })
+      ->group(look);
+}
+
+void define_report(Arguments& arguments) {
+  const auto c = std::make_shared<ReportCommand>();
+  CommandLine line(arguments, "report", "Write the reports of a run into an Excel workbook", c->run);
+  line.runs([c, &problems = arguments.problems()] { return report(*c, problems); });
+  line.option("-o", kNewWorkbook, "New workbook for the reports (default: NAME-reports.xlsx)",
+              path(c->workbook));
+  line.option("--into", kWorkbook, "Add the reports to this workbook instead; all else in it stays as it is",
+              path(c->into));
+  line.parser().add_flag("--overwrite", c->overwrite,
+                         "Replace a workbook that is there; with --into, sheets of earlier reports");
+  add_outputs(line, c->outputs);
+  add_choice_of_reports(line, *c);
+  add_look(line, *c);
+  line.option("--log", kFolder, "Keep a diagnostic log in this folder", path(c->log_folder));
+  line.parser().add_flag("--quiet", c->quiet, "Print errors only");
+  line.set_help(
+      {{"Examples",
+        {{"ordvane report budget.run.json"},
+         {"ordvane report budget.run.json -o board.xlsx --output Profit --output Costs!D12 --all"},
+         {"ordvane report budget.run.json --into budget.xlsx --overwrite"},
+         {"ordvane report budget.run.json --tornado --percent --max-inputs 10 --threshold 5%"},
+         {"ordvane report budget.run.json --multi-way --output Profit"},
+         {"ordvane report budget.run.json --tornado --bar-color 333399 --low-color E69F00"},
+         {"ordvane report budget.run.json --bar-color 1F4E79 --watermark 'Draft\\nnot for release'"}}},
+       exit_status()});
+}
+
+void define_show(Arguments& arguments) {
+  const auto c = std::make_shared<ShowCommand>();
+  Problems& problems = arguments.problems();
+  CommandLine line(arguments, "show", "Show which inputs move each output most, in the terminal", c->run);
+  line.runs([c, &problems] { return show(*c, problems); });
+  add_outputs(line, c->outputs);
+  line.option("--simulation", kNumber, "Which simulation of the run (default: 1)",
+              [&c = *c](const std::string& text) {
+                c.simulation =
+                    whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
+              });
+  const auto form = [&c = *c, &problems](ShowForm wanted) {
+    if (c.form != ShowForm::kTable && c.form != wanted) problems.add("--json: goes without --csv");
+    c.form = wanted;
+  };
+  line.parser().add_flag_callback(
+      "--json", [form] { form(ShowForm::kJson); }, "JSON for programs, in full precision");
+  line.parser().add_flag_callback(
+      "--csv", [form] { form(ShowForm::kCsv); }, "CSV for programs, in full precision");
+  line.set_help(
+      {{"Examples",
+        {{"ordvane show budget.run.json --output Profit"},
+         {"ordvane show budget.run.json --csv > ranking.csv"},
+         {"ordvane show budget.run.json --json | jq '.outputs[].inputs[0].name'"},
+         {"ordvane show budget.run.json --json | jq '.outputs[].inputs[] | select(.failed > 0).name'"}}},
+       {"",
+        {{"Values are written as their cells show them. Given width, the input values behind both ends "
+          "follow."},
+         {"Marks tell inputs with results that are no numbers (1 of 3) and inputs that never stood at their "
+          "base"},
+         {"value (*)."}}},
+       {"",
+        {{"Inputs that were varied together follow in groups. The interaction of a group is how much its "
+          "swing"},
+         {"exceeds the swings of its inputs varied one at a time: 0 where effects add up, negative where "
+          "they"},
+         {"offset each other."}}},
+       {"", {{"docs/command.md tells every field of the JSON and the CSV."}}}});
+}
+
+void define_check(Arguments& arguments) {
+  const auto run = std::make_shared<std::filesystem::path>();
+  CommandLine line(arguments, "check", "Say what is wrong with a run file, or what is in it", *run);
+  line.runs([run, &problems = arguments.problems()] { return check(*run, problems); });
+  line.set_help(
+      {{"Examples", {{"ordvane check budget.run.json"}}},
+       {"", {{"docs/run-file.md describes run files; examples/sweep.py records one from a workbook."}}}});
+}
+
+}  // namespace
+
+void define_commands(Arguments& arguments) {
+  define_report(arguments);
+  define_show(arguments);
+  define_check(arguments);
+}
+
+HelpParts help_of_all() {
+  return {{"Examples",
+           {{"ordvane report budget.run.json", "reports of every output, in budget-reports.xlsx"},
+            {"ordvane show budget.run.json", "the ranking, here in the terminal"},
+            {"ordvane check budget.run.json", "is the run file sound, and what is in it?"}}},
+          {"", {{"`ordvane help COMMAND` tells more about a command."}}},
+          exit_status(),
+          {"Environment",
+           {{"LC_ALL, LC_MESSAGES, LANG", "the language of reports where --language says none"},
+            {"COLUMNS", "the width of tables, where it is not the terminal's"},
+            {"SOURCE_DATE_EPOCH", "the time that workbooks are dated with, in seconds since 1970"}}}};
+}
+
+}  // namespace ordvane::cli
