@@ -186,6 +186,24 @@ constexpr auto kAllGroupsFields = std::to_array<Field<AllGroups>>({
      }},
 });
 
+template <std::int64_t Calculation::*member>
+void read_count(const JsonValue& value, Calculation& calculation) {
+  calculation.*member = value.integer(0, kMostLong);
+}
+
+constexpr auto kCalculationFields = std::to_array<Field<Calculation>>({
+    {"engine", true, [](const JsonValue& v, Calculation& c) { c.engine = v.text(); }},
+    {"because", false, [](const JsonValue& v, Calculation& c) { c.because = v.text(); }},
+    {"now", false, [](const JsonValue& v, Calculation& c) { c.now = v.text(); }},
+    {"storedCompared", false, read_count<&Calculation::stored_compared>},
+    {"storedDiffer", false, read_count<&Calculation::stored_differ>},
+    {"storedFirst", false, [](const JsonValue& v, Calculation& c) { c.stored_first = v.text(); }},
+    {"verifiedBy", false, [](const JsonValue& v, Calculation& c) { c.verified_by = v.text(); }},
+    {"verified", false, read_count<&Calculation::verified>},
+    {"verifiedDiffer", false, read_count<&Calculation::verified_differ>},
+    {"verifiedFirst", false, [](const JsonValue& v, Calculation& c) { c.verified_first = v.text(); }},
+});
+
 void read_groups(const JsonValue& value, Run& run);
 void read_recalculations(const JsonValue& value, Run& run);
 void read_group_recalculations(const JsonValue& value, Run& run);
@@ -215,6 +233,7 @@ constexpr auto kRunFields = std::to_array<Field<Run>>({
     {"inputs", true, [](const JsonValue& v, Run& run) { read_items(v, "inputs", run.inputs); }},
     {"outputs", true, [](const JsonValue& v, Run& run) { read_items(v, "outputs", run.outputs); }},
     {"groups", false, read_groups},
+    {"calculation", false, [](const JsonValue& v, Run& run) { read_object(v, run.calculation.emplace()); }},
 });
 
 // Read last: they need all the others.
@@ -234,6 +253,7 @@ struct Rules;
 
 void complete(const JsonValue&, LabelCell&) {}
 void complete(const JsonValue&, AllGroups&) {}
+void complete(const JsonValue&, Calculation&) {}
 void complete(const JsonValue&, Description&) {}
 
 void complete(const JsonValue& value, Run& run) {
@@ -321,6 +341,10 @@ struct Rules<GroupEntry> {
 template <>
 struct Rules<AllGroups> {
   static constexpr auto tables = std::tie(kAllGroupsFields);
+};
+template <>
+struct Rules<Calculation> {
+  static constexpr auto tables = std::tie(kCalculationFields);
 };
 template <>
 struct Rules<Run> {
@@ -518,6 +542,8 @@ std::vector<KnownField> known_fields(Section section) {
       return fields_of<GroupEntry>();
     case Section::kAllGroups:
       return fields_of<AllGroups>();
+    case Section::kCalculation:
+      return fields_of<Calculation>();
   }
   return {};
 }

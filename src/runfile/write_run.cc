@@ -78,9 +78,27 @@ bool reads_as_number(std::string_view text) {
 
 }  // namespace
 
+OrderedJson calculation_json(const Calculation& calculation) {
+  OrderedJson json{{"engine", calculation.engine}};
+  const auto add_text = [&](const char* name, const std::string& text) {
+    if (!text.empty()) json[name] = text;
+  };
+  add_text("because", calculation.because);
+  add_text("now", calculation.now);
+  json["storedCompared"] = calculation.stored_compared;
+  json["storedDiffer"] = calculation.stored_differ;
+  add_text("storedFirst", calculation.stored_first);
+  add_text("verifiedBy", calculation.verified_by);
+  json["verified"] = calculation.verified;
+  json["verifiedDiffer"] = calculation.verified_differ;
+  add_text("verifiedFirst", calculation.verified_first);
+  return json;
+}
+
 OrderedJson description_of(const Run& run, bool all_groups) {
   OrderedJson json{{"format", kFormat}, {"version", kVersion}, {"simulations", run.simulations}};
   if (run.sampling_type != 0) json["samplingType"] = run.sampling_type;
+  if (run.calculation) json["calculation"] = calculation_json(*run.calculation);
   for (const Input& input : run.inputs) {
     OrderedJson item = item_json(input);
     item["steps"] = input.steps;

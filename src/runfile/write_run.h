@@ -17,6 +17,8 @@ using OrderedJson = nlohmann::ordered_json;
 // The run file of a run without its recalculated values. `all_groups`: its groups are all of one size, and
 // every member has one number of steps.
 OrderedJson description_of(const Run& run, bool all_groups = false);
+// Its field "calculation".
+OrderedJson calculation_json(const Calculation& calculation);
 // The text of the run file, when the rows stand in these files. `groups`: empty for a run without.
 std::string run_text(OrderedJson description, const std::string& rows, const std::string& groups);
 

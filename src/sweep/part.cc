@@ -33,6 +33,7 @@ std::string header_text(const PartHeader& header) {
                          {"part", header.shard.part},   {"parts", header.shard.parts},
                          {"total", header.total},       {"workbook", header.workbook},
                          {"whatIf", header.what_if},    {"engine", header.engine},
+                         {"calculation", header.calculation},
                          {"run", header.run}};
   return json.dump() + "\n";
 }
@@ -48,6 +49,7 @@ std::optional<PartHeader> read_header(std::string_view line) {
     header.workbook = json.at("workbook").get<std::string>();
     header.what_if = json.at("whatIf").get<std::string>();
     header.engine = json.at("engine").get<std::string>();
+    header.calculation = std::move(json.at("calculation"));
     header.run = std::move(json.at("run"));
     if (header.shard.part < 1 || header.shard.part > header.shard.parts) return std::nullopt;
     return header;
@@ -155,13 +157,18 @@ Shape shape_of(const runfile::Run& run) {
 
 // --- writing ----------------------------------------------------------------------------------------------
 
-PartWriter::PartWriter(const std::filesystem::path& file, const PartHeader& header, const Shape& shape,
-                       bool anew)
+PartWriter::PartWriter(const std::filesystem::path& file, PartHeader header, const Shape& shape, bool anew,
+                       const MakeCalculation& calculation)
     : path_(file) {
   open();
   try {
     if (anew && ::ftruncate(file_, 0) != 0) fail("cannot be written: " + std::generic_category().message(errno));
-    go_on(header, shape);
+    const std::size_t end = rows_there(header, shape);
+    if (::ftruncate(file_, static_cast<off_t>(end)) != 0 || ::lseek(file_, 0, SEEK_END) < 0)
+      fail("cannot be written: " + std::generic_category().message(errno));
+    if (end > 0) return;
+    header.calculation = calculation();
+    append(header_text(header), 0);
   } catch (...) {
     ::close(file_);
     throw;
@@ -195,28 +202,25 @@ void PartWriter::open() {
   }
 }
 
-void PartWriter::go_on(const PartHeader& header, const Shape& shape) {
+// Where the rows that can be kept end; 0 when there is not even a first line.
+std::size_t PartWriter::rows_there(const PartHeader& header, const Shape& shape) {
   const std::string bytes = runfile::read_text(path_, kWhat);
   const std::size_t line = bytes.find('\n');
-  std::size_t end = 0;
-  if (line != std::string::npos) {
-    const std::optional<PartHeader> there = read_header(std::string_view(bytes).substr(0, line));
-    if (!there) fail("is there, and is not a part of a sweep");
-    std::string other = difference(*there, header);
-    if (there->shard.part != header.shard.part || there->shard.parts != header.shard.parts)
-      other = "other parts";
-    if (!other.empty())
-      fail("was begun with " + other + "; remove it, or begin anew with --overwrite");
-    RowScanner rows(bytes, line + 1, shape, header.shard.first(header.total));
-    const std::int64_t most = header.shard.last(header.total) - header.shard.first(header.total);
-    while (done_ < most && rows.next()) ++done_;
-    end = rows.at();
-  } else if (!bytes.empty() && !header_text(header).starts_with(bytes)) {
-    fail("is there, and is not a part of a sweep");
+  if (line == std::string::npos) {
+    const std::string beginning = header_text(header).substr(0, bytes.size());
+    const std::size_t compared = std::min(beginning.size(), beginning.find(",\"part"));
+    if (bytes.compare(0, compared, beginning, 0, compared) != 0) fail("is there, and is not a part of a sweep");
+    return 0;
   }
-  if (::ftruncate(file_, static_cast<off_t>(end)) != 0 || ::lseek(file_, 0, SEEK_END) < 0)
-    fail("cannot be written: " + std::generic_category().message(errno));
-  if (end == 0) append(header_text(header), 0);
+  const std::optional<PartHeader> there = read_header(std::string_view(bytes).substr(0, line));
+  if (!there) fail("is there, and is not a part of a sweep");
+  std::string other = difference(*there, header);
+  if (there->shard.part != header.shard.part || there->shard.parts != header.shard.parts) other = "other parts";
+  if (!other.empty()) fail("was begun with " + other + "; remove it, or begin anew with --overwrite");
+  RowScanner rows(bytes, line + 1, shape, header.shard.first(header.total));
+  const std::int64_t most = header.shard.last(header.total) - header.shard.first(header.total);
+  while (done_ < most && rows.next()) ++done_;
+  return rows.at();
 }
 
 void PartWriter::append(std::string_view rows, std::int64_t count) {
@@ -331,7 +335,9 @@ void merge_parts(const std::vector<std::filesystem::path>& files, const std::fil
   // The run file last: where it is, its rows are.
   xlsx::write_whole(run.parent_path() / csv, rows.singles, options);
   if (!groups_csv.empty()) xlsx::write_whole(run.parent_path() / groups_csv, rows.groups, options);
-  xlsx::write_whole(run, runfile::run_text(header.run, csv, groups_csv), options);
+  runfile::OrderedJson whole = header.run;
+  if (!header.calculation.is_null()) whole["calculation"] = header.calculation;
+  xlsx::write_whole(run, runfile::run_text(std::move(whole), csv, groups_csv), options);
 }
 
 }  // namespace ordvane::sweep

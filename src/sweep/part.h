@@ -29,7 +29,7 @@ struct PartHeader {
   Shard shard;
   std::int64_t total = 0;  // recalculations of all parts
   std::string workbook, what_if, engine;
-  runfile::OrderedJson run;
+  runfile::OrderedJson run, calculation;
 };
 
 // A hash of bytes, for telling files apart that differ by accident.
@@ -50,9 +50,12 @@ Shape shape_of(const runfile::Run& run);
 class PartWriter {
  public:
   // Goes on where the rows that are there end; a last one that is torn is cut off. `anew`: whatever is there
-  // goes. Throws host::Error for a file that cannot be used: one that another process is writing, or that
-  // was begun with another workbook, definition or engine.
-  PartWriter(const std::filesystem::path& file, const PartHeader& header, const Shape& shape, bool anew);
+  // goes. `calculation` is asked for the run's field of that name when the first line is written. Throws
+  // host::Error for a file that cannot be used: one that another process is writing, or that was begun with
+  // another workbook, definition or engine.
+  using MakeCalculation = std::function<runfile::OrderedJson()>;
+  PartWriter(const std::filesystem::path& file, PartHeader header, const Shape& shape, bool anew,
+             const MakeCalculation& calculation);
   ~PartWriter();
   PartWriter(const PartWriter&) = delete;
   PartWriter& operator=(const PartWriter&) = delete;
@@ -64,7 +67,7 @@ class PartWriter {
 
  private:
   void open();
-  void go_on(const PartHeader& header, const Shape& shape);
+  std::size_t rows_there(const PartHeader& header, const Shape& shape);
   [[noreturn]] void fail(const std::string& problem) const;
 
   std::filesystem::path path_;

@@ -594,7 +594,8 @@ TEST(RunFileSchema, HasTheFieldsThatTheReaderKnows) {
   const auto definitions = nlohmann::json::parse(file)["$defs"];
   const std::pair<Section, const char*> kSections[] = {
       {Section::kRun, "run"},     {Section::kInput, "input"}, {Section::kOutput, "output"},
-      {Section::kLabel, "label"}, {Section::kGroup, "group"}, {Section::kAllGroups, "allGroups"}};
+      {Section::kLabel, "label"}, {Section::kGroup, "group"}, {Section::kAllGroups, "allGroups"},
+      {Section::kCalculation, "calculation"}};
   for (const auto& [section, name] : kSections) {
     const auto& definition = definitions.at(name);
     std::set<std::string> known, required, in_schema;
