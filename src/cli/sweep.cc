@@ -166,12 +166,18 @@ int sweep(const SweepCommand& command, Problems& problems) {
   job.progress = [&](std::int64_t done, std::int64_t of) { progress.show(rate.text(done, of)); };
   sweep::Outcome outcome;
   try {
-    problems.gather([&] { outcome = sweep::run_job(job); });
-  } catch (const host::Error&) {
-    throw;
+    outcome = sweep::run_job(job);
+  } catch (const runfile::BadRun& bad) {
+    throw BadArguments(bad.what());
+  } catch (const host::Error& error) {
+    if (error.code() != host::errc::kUserCancelled) throw;
+    progress.clear();
+    const std::filesystem::path part = sweep::part_file(job.run, job.shard.value_or(sweep::Shard{}));
+    std::fprintf(stderr, "ordvane: cancelled; what is done is kept in %s, and the same command goes on from there\n",
+                 printable(part.string()).c_str());
+    return kSignalled + caught_signal();
   }
   progress.clear();
-  problems.refuse_any();
   if (!command.quiet) std::cout << summary(outcome);
   return command.report ? reports(command, outcome.file, problems) : kDone;
 }
@@ -184,8 +190,11 @@ int merge(const MergeCommand& command, Problems& problems) {
   const std::filesystem::path run = command.run.empty() ? std::filesystem::path(name + kRunEnding) : command.run;
   if (!command.first.empty()) problems.gather([&] { check_run_name(run, command.overwrite); });
   problems.refuse_any();
-  problems.gather([&] { sweep::merge_parts(parts, run, command.overwrite); });
-  problems.refuse_any();
+  try {
+    sweep::merge_parts(parts, run, command.overwrite);
+  } catch (const runfile::BadRun& bad) {
+    throw BadArguments(bad.what());
+  }
   std::cout << printable(run.string()) << ": " << parts.size() << (parts.size() == 1 ? " part\n" : " parts\n");
   return kDone;
 }

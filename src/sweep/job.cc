@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <thread>
 
 #include "host/error.h"
@@ -20,6 +21,7 @@ namespace {
 
 constexpr double kSameStored = 1e-9;          // relative
 constexpr std::int64_t kOfficeChunk = 16;     // recalculations; a hundred a second are usual
+constexpr std::int64_t kWorthAnOffice = 300;
 constexpr std::int64_t kCompiledChunk = 2048;  // thousands a second at least
 
 bool is_package(const std::filesystem::path& workbook) {
@@ -51,7 +53,7 @@ class Sweep {
       : job_(job),
         bytes_(read_workbook(job)),
         model_(package_bytes(), job.workbook.string(), frozen()),
-        plan_(make_plan(job.what_if, model_, job.workbook.filename().string())),
+        plan_(make_plan(complete(job), model_, job.workbook.filename().string())),
         shape_(shape_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())))) {
     choose_engine();
   }
@@ -66,11 +68,17 @@ class Sweep {
     return is_package(job_.workbook) ? bytes_ : converted_workbook(job_.workbook, job_.office);
   }
 
+  const WhatIf& complete(const Job& job) const;
   void choose_engine();
   void phase(const std::string& what) const {
     if (job_.phase) job_.phase(what);
   }
-  std::unique_ptr<Calculator> make() const {
+  // The calculator of the base case is the first of those that share the work.
+  std::unique_ptr<Calculator> make() {
+    {
+      const std::lock_guard lock(mutex_);
+      if (spare_) return std::move(spare_);
+    }
     return in_office_ ? make_libreoffice(job_.workbook, plan_, job_.office) : make_compiled(model_, plan_);
   }
 
@@ -94,9 +102,28 @@ class Sweep {
   Plan plan_;
   Shape shape_;
   bool in_office_ = false;
+  std::mutex mutex_;
+  std::unique_ptr<Calculator> spare_;
   std::vector<Result> base_;
   runfile::Calculation calculation_;
 };
+
+// What is missing can only be said by someone who knows the model: its last cells are a beginning.
+const WhatIf& Sweep::complete(const Job& job) const {
+  constexpr std::size_t kMostNamed = 12;
+  if (job.what_if.outputs.empty()) {
+    std::string proposals;
+    const std::vector<calc::CellId> finals = model_.final_cells();
+    for (std::size_t i = 0; i < std::min(kMostNamed, finals.size()); ++i)
+      proposals += (i == 0 ? "" : ", ") + model_.workbook().address(finals[i]);
+    throw runfile::BadRun("--output", "",
+                          "is required; no other formula reads " + (proposals.empty() ? "any cell" : proposals) +
+                              (finals.size() > kMostNamed ? " ..." : ""));
+  }
+  if (job.what_if.inputs.empty())
+    throw runfile::BadRun("--input", "", "is required, or a what-if definition");
+  return job.what_if;
+}
 
 bool Sweep::reads_clock() const {
   const calc::Workbook& book = model_.workbook();
@@ -112,10 +139,11 @@ void Sweep::choose_engine() {
   in_office_ = job_.libreoffice || reason;
   if (reason) calculation_.because = *reason;
   phase(in_office_ ? "LibreOffice opens the workbook" : "the base case is calculated");
-  const std::unique_ptr<Calculator> calculator = make();
+  std::unique_ptr<Calculator> calculator = make();
   calculation_.engine = calculator->engine();
   const std::vector<Recalculation> nothing(1);
   base_ = calculator->evaluate(nothing).front();
+  spare_ = std::move(calculator);
   if (!in_office_ && reads_clock()) calculation_.now = today_text();
 }
 
@@ -199,7 +227,7 @@ void Sweep::verify() {
     return;
   }
   calculation_.verified_by = referee->engine();
-  const std::unique_ptr<Calculator> checked = make();
+  const std::unique_ptr<Calculator> checked = make_compiled(model_, plan_);
   std::vector<Recalculation> rows(1);
   for (std::size_t i = 0; i < plan_.inputs.size(); ++i)
     for (const double value : {plan_.inputs[i].values.front(), plan_.inputs[i].values.back()})
@@ -239,6 +267,10 @@ Outcome Sweep::run() {
     SweepOptions options;
     options.threads = job_.threads > 0 ? job_.threads
                                        : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    // Starting LibreOffice again takes as long as some hundred recalculations.
+    if (in_office_)
+      options.threads = static_cast<int>(
+          std::clamp<std::int64_t>(plan_.total() / kWorthAnOffice, 1, options.threads));
     options.chunk = in_office_ ? kOfficeChunk : kCompiledChunk;
     options.cancelled = job_.office.cancelled;
     options.progress = job_.progress;

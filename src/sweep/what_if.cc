@@ -413,11 +413,17 @@ Wanted output_option(const std::string& text) {
   return place_option(kOutputOption, text);
 }
 
-bool is_what_if(const Json& tree) {
-  if (!tree.is_object()) return false;
-  const auto format = tree.find("format");
-  if (format != tree.end()) return *format == kWhatIfFormat;
-  return tree.contains("inputs") && !tree.contains("recalculations") && !tree.contains("simulations");
+bool is_what_if_file(const std::filesystem::path& file) {
+  if (file.string().ends_with(".whatif.json")) return true;
+  try {
+    const Json tree = Json::parse(runfile::read_text(file, kWhat), nullptr, false);
+    if (!tree.is_object()) return false;
+    const auto format = tree.find("format");
+    if (format != tree.end()) return *format == kWhatIfFormat;
+    return tree.contains("inputs") && !tree.contains("recalculations") && !tree.contains("simulations");
+  } catch (const BadRun&) {
+    return false;
+  }
 }
 
 }  // namespace ordvane::sweep

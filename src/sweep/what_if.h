@@ -65,7 +65,7 @@ WantedInput input_option(const std::string& text);
 // "'My sheet'!B5" or a name.
 Wanted output_option(const std::string& text);
 
-// Whether a JSON file is meant as a definition and not as a recorded run.
-bool is_what_if(const runfile::Json& tree);
+// Whether a file is meant as a definition, right or wrong, and not as a recorded run.
+bool is_what_if_file(const std::filesystem::path& file);
 
 }  // namespace ordvane::sweep
