@@ -81,8 +81,7 @@ void CommandLine::check_words() const {
     arguments_.problems().add(std::string(operand_.kind.name) + " is required: " + operand_.missing);
   }
   for (const std::string& word : words)
-    arguments_.problems().add("\"" + printable(word) +
-                              "\" is one file too many; " + operand_.too_many);
+    arguments_.problems().add("\"" + printable(word) + "\" is one file too many; " + operand_.too_many);
   if (arguments_.problems().any())
     arguments_.problems().set_hint("Try `ordvane " + command_.get_name() + " --help`.");
 }

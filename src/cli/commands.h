@@ -71,7 +71,7 @@ struct SweepCommand {
   double time_limit = 60;  // seconds, of one recalculation by LibreOffice
   std::int32_t threads = 0;
   bool overwrite = false, quiet = false;
-  std::optional<std::string> report;  // a workbook; empty: named after the run
+  std::optional<std::string> report;   // a workbook; empty: named after the run
   std::optional<std::string> suggest;  // a definition to write; empty: named after the workbook
 };
 int sweep(const SweepCommand& command, Problems& problems);

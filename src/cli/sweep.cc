@@ -37,17 +37,20 @@ sweep::Shard shard_of(const std::string& text) {
   if (place == "auto" && (slash == std::string::npos || parts)) {
     if (const auto shard = sweep::shard_of_environment(parts)) return *shard;
     throw BadArguments(
-        "--shard: this is no array job of Slurm, OpenMPI or Kubernetes, or it does not say of how many parts");
+        "--shard: this is no array job of Slurm, OpenMPI or Kubernetes, or it does not say of how many "
+        "parts");
   }
   const auto part = whole_number(place);
   if (!part || !parts || *part < 1 || *part > *parts)
-    throw BadArguments("--shard: \"" + printable(text) + "\"; a part of a number of parts, such as 2/8, is expected");
+    throw BadArguments("--shard: \"" + printable(text) +
+                       "\"; a part of a number of parts, such as 2/8, is expected");
   return {*part, *parts};
 }
 
 void check_run_name(const std::filesystem::path& run, bool overwrite) {
   const std::string text = run.string();
-  if (!text.ends_with(".json")) throw BadArguments("-o: \"" + printable(text) + "\" does not end in .run.json");
+  if (!text.ends_with(".json"))
+    throw BadArguments("-o: \"" + printable(text) + "\" does not end in .run.json");
   if (run.has_parent_path() && !std::filesystem::is_directory(run.parent_path()))
     throw BadArguments("-o: there is no folder \"" + printable(run.parent_path().string()) + "\"");
   if (std::filesystem::exists(run) && !overwrite)
@@ -71,7 +74,8 @@ sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   job.run = command.run.empty() ? default_run(command.workbook) : command.run;
   job.what_if = what_if_of(command, problems);
   if (command.shard) problems.gather([&] { job.shard = shard_of(*command.shard); });
-  if (command.shard && command.report) problems.add("--report: goes without --shard; `ordvane merge` makes the run");
+  if (command.shard && command.report)
+    problems.add("--report: goes without --shard; `ordvane merge` makes the run");
   if (!command.workbook.empty() && !job.shard)
     problems.gather([&] { check_run_name(job.run, command.overwrite); });
   job.verify = command.verify;
@@ -113,7 +117,8 @@ class Rate {
   std::chrono::steady_clock::time_point begin_;
 };
 
-std::string agreement(const char* what, std::int64_t compared, std::int64_t differ, const std::string& first) {
+std::string agreement(const char* what, std::int64_t compared, std::int64_t differ,
+                      const std::string& first) {
   std::string text = std::string(what) + ": " + std::to_string(compared - differ) + " of " +
                      std::to_string(compared) + " agree";
   if (differ > 0) text += "; the first that differs is " + first;
@@ -122,7 +127,8 @@ std::string agreement(const char* what, std::int64_t compared, std::int64_t diff
 
 std::string summary(const sweep::Outcome& outcome) {
   const runfile::Calculation& c = outcome.calculation;
-  std::string text = outcome.file.string() + ": " + std::to_string(outcome.recalculations) + " recalculations";
+  std::string text =
+      outcome.file.string() + ": " + std::to_string(outcome.recalculations) + " recalculations";
   if (outcome.calculated < outcome.recalculations)
     text += ", " + std::to_string(outcome.recalculations - outcome.calculated) + " of them there before";
   text += ", by " + c.engine + "\n";
@@ -173,7 +179,8 @@ int sweep(const SweepCommand& command, Problems& problems) {
     if (error.code() != host::errc::kUserCancelled) throw;
     progress.clear();
     const std::filesystem::path part = sweep::part_file(job.run, job.shard.value_or(sweep::Shard{}));
-    std::fprintf(stderr, "ordvane: cancelled; what is done is kept in %s, and the same command goes on from there\n",
+    std::fprintf(stderr,
+                 "ordvane: cancelled; what is done is kept in %s, and the same command goes on from there\n",
                  printable(part.string()).c_str());
     return kSignalled + caught_signal();
   }
@@ -187,7 +194,8 @@ int merge(const MergeCommand& command, Problems& problems) {
   parts.insert(parts.begin(), command.first);
   std::string name = command.first.string();
   if (const std::size_t at = name.rfind(".part-"); at != std::string::npos) name.resize(at);
-  const std::filesystem::path run = command.run.empty() ? std::filesystem::path(name + kRunEnding) : command.run;
+  const std::filesystem::path run =
+      command.run.empty() ? std::filesystem::path(name + kRunEnding) : command.run;
   if (!command.first.empty()) problems.gather([&] { check_run_name(run, command.overwrite); });
   problems.refuse_any();
   try {
@@ -195,7 +203,8 @@ int merge(const MergeCommand& command, Problems& problems) {
   } catch (const runfile::BadRun& bad) {
     throw BadArguments(bad.what());
   }
-  std::cout << printable(run.string()) << ": " << parts.size() << (parts.size() == 1 ? " part\n" : " parts\n");
+  std::cout << printable(run.string()) << ": " << parts.size()
+            << (parts.size() == 1 ? " part\n" : " parts\n");
   return kDone;
 }
 

@@ -22,9 +22,7 @@ std::string text_of(const calc::Model& model, const calc::Obstacle& obstacle) {
 class Compiled : public Calculator {
  public:
   Compiled(const calc::Model& model, const Plan& plan)
-      : model_(model),
-        plan_(plan),
-        recalculation_(model, cells_of(plan.inputs), cells_of(plan.outputs)) {
+      : model_(model), plan_(plan), recalculation_(model, cells_of(plan.inputs), cells_of(plan.outputs)) {
     check_obstacles();
   }
 
@@ -34,8 +32,9 @@ class Compiled : public Calculator {
     std::vector<std::vector<Result>> results;
     results.reserve(recalculations.size());
     for (std::size_t at = 0; at < recalculations.size(); at += calc::kLanes)
-      evaluate_lanes(recalculations.subspan(at, std::min<std::size_t>(calc::kLanes, recalculations.size() - at)),
-                     results);
+      evaluate_lanes(
+          recalculations.subspan(at, std::min<std::size_t>(calc::kLanes, recalculations.size() - at)),
+          results);
     check_obstacles();
     return results;
   }

@@ -19,8 +19,8 @@
 namespace ordvane::sweep {
 namespace {
 
-constexpr double kSameStored = 1e-9;          // relative
-constexpr std::int64_t kOfficeChunk = 16;     // recalculations; a hundred a second are usual
+constexpr double kSameStored = 1e-9;       // relative
+constexpr std::int64_t kOfficeChunk = 16;  // recalculations; a hundred a second are usual
 constexpr std::int64_t kWorthAnOffice = 300;
 constexpr std::int64_t kCompiledChunk = 2048;  // thousands a second at least
 
@@ -61,9 +61,7 @@ class Sweep {
   Outcome run();
 
  private:
-  static std::string read_workbook(const Job& job) {
-    return runfile::read_text(job.workbook, "a workbook");
-  }
+  static std::string read_workbook(const Job& job) { return runfile::read_text(job.workbook, "a workbook"); }
   std::string package_bytes() const {
     return is_package(job_.workbook) ? bytes_ : converted_workbook(job_.workbook, job_.office);
   }
@@ -117,7 +115,8 @@ const WhatIf& Sweep::complete(const Job& job) const {
     for (std::size_t i = 0; i < std::min(kMostNamed, finals.size()); ++i)
       proposals += (i == 0 ? "" : ", ") + model_.workbook().address(finals[i]);
     throw runfile::BadRun("--output", "",
-                          "is required; no other formula reads " + (proposals.empty() ? "any cell" : proposals) +
+                          "is required; no other formula reads " +
+                              (proposals.empty() ? "any cell" : proposals) +
                               (finals.size() > kMostNamed ? " ..." : ""));
   }
   if (job.what_if.inputs.empty())
@@ -168,7 +167,8 @@ void Sweep::compare_stored_cell(calc::CellId cell, const Result& base) {
 // All formulas that the outputs depend on; of LibreOffice the outputs alone are known.
 void Sweep::compare_stored() {
   if (in_office_) {
-    for (std::size_t i = 0; i < plan_.outputs.size(); ++i) compare_stored_cell(plan_.outputs[i].cell, base_[i]);
+    for (std::size_t i = 0; i < plan_.outputs.size(); ++i)
+      compare_stored_cell(plan_.outputs[i].cell, base_[i]);
     return;
   }
   for (const calc::CellId cell : model_.all_precedents(output_cells()))
@@ -202,7 +202,8 @@ void Sweep::compare_rows(Calculator& referee, Calculator& checked, std::vector<R
     for (std::size_t output = 0; output < plan_.outputs.size(); ++output) {
       if (identical(found[row][output], expected[row][output])) continue;
       if (calculation_.verified_differ++ == 0)
-        calculation_.verified_first = difference(output, rows[row], found[row][output], expected[row][output]);
+        calculation_.verified_first =
+            difference(output, rows[row], found[row][output], expected[row][output]);
       break;
     }
   }
@@ -265,18 +266,19 @@ Outcome Sweep::run() {
     });
     const std::int64_t there = part.done();
     SweepOptions options;
-    options.threads = job_.threads > 0 ? job_.threads
-                                       : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    options.threads =
+        job_.threads > 0 ? job_.threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
     // Starting LibreOffice again takes as long as some hundred recalculations.
     if (in_office_)
-      options.threads = static_cast<int>(
-          std::clamp<std::int64_t>(plan_.total() / kWorthAnOffice, 1, options.threads));
+      options.threads =
+          static_cast<int>(std::clamp<std::int64_t>(plan_.total() / kWorthAnOffice, 1, options.threads));
     options.chunk = in_office_ ? kOfficeChunk : kCompiledChunk;
     options.cancelled = job_.office.cancelled;
     options.progress = job_.progress;
     phase("");
     const auto begin = std::chrono::steady_clock::now();
-    calculate_part(plan_, shard, part, [&] { return make(); }, options);
+    calculate_part(
+        plan_, shard, part, [&] { return make(); }, options);
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     outcome.recalculations = part.done();
     outcome.calculated = part.done() - there;

@@ -21,19 +21,19 @@ enum class Verify : std::uint8_t { kEnds, kAll, kNone };  // kEnds: the base and
 struct Job {
   std::filesystem::path workbook;
   WhatIf what_if;
-  std::filesystem::path run;    // NAME.run.json
-  std::optional<Shard> shard;   // none: all of it, made into the run at once
+  std::filesystem::path run;   // NAME.run.json
+  std::optional<Shard> shard;  // none: all of it, made into the run at once
   Verify verify = Verify::kEnds;
-  bool libreoffice = false;     // calculates all, whatever else could
-  bool overwrite = false;       // of a run that is there, or a part that was begun otherwise
-  int threads = 0;              // 0: one a processor
-  LibreOfficeOptions office;    // `cancelled` is asked by all that takes long
+  bool libreoffice = false;   // calculates all, whatever else could
+  bool overwrite = false;     // of a run that is there, or a part that was begun otherwise
+  int threads = 0;            // 0: one a processor
+  LibreOfficeOptions office;  // `cancelled` is asked by all that takes long
   std::function<void(std::int64_t done, std::int64_t of)> progress;
   std::function<void(const std::string& what)> phase;  // what is being done, for people
 };
 
 struct Outcome {
-  std::filesystem::path file;  // the run, or the part
+  std::filesystem::path file;                       // the run, or the part
   std::int64_t recalculations = 0, calculated = 0;  // of this part; those of them that were not there already
   double seconds = 0;                               // that the calculation took
   runfile::Calculation calculation;

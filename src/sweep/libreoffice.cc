@@ -87,7 +87,8 @@ void LibreOffice::start() {
   bool in_time = false;
   const Json answer = read_answer(options_.start_limit, in_time);
   if (!in_time)
-    fail("LibreOffice did not open " + workbook_.string() + " within " + seconds(options_.start_limit) + " s");
+    fail("LibreOffice did not open " + workbook_.string() + " within " + seconds(options_.start_limit) +
+         " s");
   engine_ = answer.at("engine").get<std::string>();
 }
 

@@ -29,10 +29,14 @@ constexpr int kVersion = 1;
 constexpr const char* kWhat = "a part of a sweep";
 
 std::string header_text(const PartHeader& header) {
-  const OrderedJson json{{"format", kFormat},           {"version", kVersion},
-                         {"part", header.shard.part},   {"parts", header.shard.parts},
-                         {"total", header.total},       {"workbook", header.workbook},
-                         {"whatIf", header.what_if},    {"engine", header.engine},
+  const OrderedJson json{{"format", kFormat},
+                         {"version", kVersion},
+                         {"part", header.shard.part},
+                         {"parts", header.shard.parts},
+                         {"total", header.total},
+                         {"workbook", header.workbook},
+                         {"whatIf", header.what_if},
+                         {"engine", header.engine},
                          {"calculation", header.calculation},
                          {"run", header.run}};
   return json.dump() + "\n";
@@ -162,7 +166,8 @@ PartWriter::PartWriter(const std::filesystem::path& file, PartHeader header, con
     : path_(file) {
   open();
   try {
-    if (anew && ::ftruncate(file_, 0) != 0) fail("cannot be written: " + std::generic_category().message(errno));
+    if (anew && ::ftruncate(file_, 0) != 0)
+      fail("cannot be written: " + std::generic_category().message(errno));
     const std::size_t end = rows_there(header, shape);
     if (::ftruncate(file_, static_cast<off_t>(end)) != 0 || ::lseek(file_, 0, SEEK_END) < 0)
       fail("cannot be written: " + std::generic_category().message(errno));
@@ -209,13 +214,15 @@ std::size_t PartWriter::rows_there(const PartHeader& header, const Shape& shape)
   if (line == std::string::npos) {
     const std::string beginning = header_text(header).substr(0, bytes.size());
     const std::size_t compared = std::min(beginning.size(), beginning.find(",\"part"));
-    if (bytes.compare(0, compared, beginning, 0, compared) != 0) fail("is there, and is not a part of a sweep");
+    if (bytes.compare(0, compared, beginning, 0, compared) != 0)
+      fail("is there, and is not a part of a sweep");
     return 0;
   }
   const std::optional<PartHeader> there = read_header(std::string_view(bytes).substr(0, line));
   if (!there) fail("is there, and is not a part of a sweep");
   std::string other = difference(*there, header);
-  if (there->shard.part != header.shard.part || there->shard.parts != header.shard.parts) other = "other parts";
+  if (there->shard.part != header.shard.part || there->shard.parts != header.shard.parts)
+    other = "other parts";
   if (!other.empty()) fail("was begun with " + other + "; remove it, or begin anew with --overwrite");
   RowScanner rows(bytes, line + 1, shape, header.shard.first(header.total));
   const std::int64_t most = header.shard.last(header.total) - header.shard.first(header.total);
@@ -266,14 +273,16 @@ void check_together(std::vector<Part>& parts) {
   for (const Part& part : parts) {
     std::string other = difference(part.header, first);
     if (part.header.shard.parts != first.shard.parts)
-      other = std::to_string(part.header.shard.parts) + " parts instead of " + std::to_string(first.shard.parts);
+      other =
+          std::to_string(part.header.shard.parts) + " parts instead of " + std::to_string(first.shard.parts);
     if (!other.empty()) refuse(part.file, "is of " + other + " than " + parts.front().file.string());
   }
   for (std::size_t i = 0; i < parts.size(); ++i) {
     const auto expected = static_cast<std::int32_t>(i + 1);
     if (parts[i].header.shard.part == expected) continue;
     if (i > 0 && parts[i].header.shard.part == parts[i - 1].header.shard.part)
-      refuse(parts[i].file, "is " + shown_part(parts[i].header.shard.part) + ", as " + parts[i - 1].file.string() + " is");
+      refuse(parts[i].file,
+             "is " + shown_part(parts[i].header.shard.part) + ", as " + parts[i - 1].file.string() + " is");
     refuse(parts[i].file, shown_part(expected) + " is missing");
   }
   const auto next = static_cast<std::int32_t>(parts.size() + 1);
@@ -297,7 +306,8 @@ void add_rows(const Part& part, const Shape& shape, Rows& rows) {
                             " rows; let its sweep finish first");
     if (row < shape.singles()) border = scanner.at();
   }
-  if (scanner.at() != part.bytes.size()) refuse(part.file, "has more than its " + std::to_string(last - first) + " rows");
+  if (scanner.at() != part.bytes.size())
+    refuse(part.file, "has more than its " + std::to_string(last - first) + " rows");
   const std::string_view bytes = part.bytes;
   rows.singles += bytes.substr(part.rows, border - part.rows);
   rows.groups += bytes.substr(border);

@@ -69,7 +69,8 @@ calc::CellId find_cell(const Wanted& wanted, calc::Model& model) {
 // --- what a run file says of a cell -----------------------------------------------------------------------
 
 std::string formula_of(const calc::Workbook& book, const calc::Cell& cell) {
-  const calc::Cell& holder = cell.array == calc::kNoCell ? cell : book.cells[static_cast<std::size_t>(cell.array)];
+  const calc::Cell& holder =
+      cell.array == calc::kNoCell ? cell : book.cells[static_cast<std::size_t>(cell.array)];
   if (holder.formula < 0) return {};
   const calc::CellFormula& formula = book.formulas[static_cast<std::size_t>(holder.formula)];
   std::string text = "=" + formula.text;
@@ -123,7 +124,8 @@ void check_base(const Wanted& wanted, const runfile::Item& item) {
   if (!wanted.base || !item.base) return;
   const double difference = std::fabs(*wanted.base - *item.base);
   if (difference > kSameBase * std::max(std::fabs(*wanted.base), std::fabs(*item.base)))
-    refuse(wanted, "base", "is " + shown({*wanted.base, ""}) + "; the workbook has " + shown({*item.base, ""}));
+    refuse(wanted, "base",
+           "is " + shown({*wanted.base, ""}) + "; the workbook has " + shown({*item.base, ""}));
 }
 
 // --- values -----------------------------------------------------------------------------------------------
@@ -137,15 +139,16 @@ std::pair<double, double> range_of(const WantedInput& wanted, const runfile::Inp
                                    const calc::Workbook& book) {
   if (wanted.low) return {number_of(*wanted.low, book), number_of(*wanted.high, book)};
   if (!item.base)
-    refuse(wanted, "percent", "has no base to be a percentage of: the cell " + item.cell + " on " +
-                                  text::quoted_text(item.sheet) + " is no number");
+    refuse(wanted, "percent",
+           "has no base to be a percentage of: the cell " + item.cell + " on " +
+               text::quoted_text(item.sheet) + " is no number");
   const double first = *item.base * (1 + wanted.percent->first / 100);
   const double last = *item.base * (1 + wanted.percent->second / 100);
   return {std::min(first, last), std::max(first, last)};
 }
 
-std::vector<double> values_of(const WantedInput& wanted, const PlannedInput& input, const calc::Workbook& book,
-                              std::int32_t steps) {
+std::vector<double> values_of(const WantedInput& wanted, const PlannedInput& input,
+                              const calc::Workbook& book, std::int32_t steps) {
   if (!wanted.values.empty()) return wanted.values;
   const auto [low, high] = range_of(wanted, input.item, book);
   return spaced(low, high, steps);

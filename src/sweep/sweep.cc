@@ -16,8 +16,9 @@
 namespace ordvane::sweep {
 namespace {
 
-constexpr std::int64_t kChunksPerThread = 4;  // at least, so that no thread waits long for the others at the end
-constexpr std::int64_t kAhead = 8;            // chunks a thread that wait for one before them
+constexpr std::int64_t kChunksPerThread =
+    4;                              // at least, so that no thread waits long for the others at the end
+constexpr std::int64_t kAhead = 8;  // chunks a thread that wait for one before them
 
 std::size_t widest_group(const Plan& plan) {
   std::size_t most = 0;
@@ -160,7 +161,8 @@ runfile::Run run_of(const Plan& plan, const std::vector<Result>& base) {
   for (std::size_t i = 0; i < plan.outputs.size(); ++i) {
     runfile::Output& output = run.outputs.emplace_back(plan.outputs[i].item);
     output.base.reset();
-    if (base[i].is_number() && std::fabs(base[i].number) < runfile::kNumberLimit) output.base = base[i].number;
+    if (base[i].is_number() && std::fabs(base[i].number) < runfile::kNumberLimit)
+      output.base = base[i].number;
   }
   for (const PlannedGroup& group : plan.groups) run.groups.push_back(group_of(group));
   return run;

@@ -112,7 +112,8 @@ std::pair<double, double> percent_of(const JsonValue& value) {
   if (!value.data().is_array() || value.data().size() != 2)
     value.fail_expecting("a list of two percentages such as [-10, 10]");
   const std::pair<double, double> ends{value.element(0).number(), value.element(1).number()};
-  if (ends.first > ends.second) value.element(0).fail("is " + value.element(0).shown() + ", above the second");
+  if (ends.first > ends.second)
+    value.element(0).fail("is " + value.element(0).shown() + ", above the second");
   return ends;
 }
 
@@ -175,7 +176,8 @@ void complete_item(const JsonValue& value, Wanted& item) {
   if (!take_address(item.cell, place)) value.member("cell").fail_expecting("a cell such as C5 or Prices!C5");
   if (value.has("sheet")) {
     if (!place.sheet.empty())
-      value.member("cell").fail("is " + value.member("cell").shown() + ", and the field \"sheet\" is there too");
+      value.member("cell").fail("is " + value.member("cell").shown() +
+                                ", and the field \"sheet\" is there too");
     if (item.sheet.empty()) value.member("sheet").fail("is empty; a sheet's name is expected");
     place.sheet = item.sheet;
   }
@@ -186,7 +188,8 @@ void complete_item(const JsonValue& value, Wanted& item) {
 void complete_range(const JsonValue& value, const WantedInput& input) {
   if (value.has("low") != value.has("high"))
     value.fail("the fields \"low\" and \"high\" are expected together");
-  const int ways = (value.has("low") ? 1 : 0) + (value.has("percent") ? 1 : 0) + (value.has("values") ? 1 : 0);
+  const int ways =
+      (value.has("low") ? 1 : 0) + (value.has("percent") ? 1 : 0) + (value.has("values") ? 1 : 0);
   if (ways != 1)
     value.fail(std::string(ways == 0 ? "has no values" : "has its values in more than one way") +
                "; \"low\" and \"high\", or \"percent\", or \"values\" are expected");
@@ -271,7 +274,8 @@ void read_groups(const JsonValue& value, WhatIf& what_if) {
   for (std::size_t g = 0; g < value.data().size(); ++g) {
     what_if.groups.push_back(group_of(value.element(g), what_if.inputs));
     if (g > 0 && what_if.groups[g].members == what_if.groups[g - 1].members)
-      value.element(g).member("inputs").fail("are those of the group before; one group with all steps is expected");
+      value.element(g).member("inputs").fail(
+          "are those of the group before; one group with all steps is expected");
   }
 }
 
@@ -327,7 +331,8 @@ Wanted place_option(const char* option, const std::string& text) {
   Wanted item{option, "", "", "", "", "", std::nullopt};
   if (!take_address(text, item)) item.defined_name = text;
   if (text.empty() || (item.cell.empty() && text.find('!') != std::string::npos))
-    throw BadRun(option, "", "is " + text::quoted_text(text) + "; a cell such as Prices!C5, or a name, is expected");
+    throw BadRun(option, "",
+                 "is " + text::quoted_text(text) + "; a cell such as Prices!C5, or a name, is expected");
   return item;
 }
 

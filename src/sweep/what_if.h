@@ -26,10 +26,10 @@ struct Bound {
 
 // An input or output as it is asked for.
 struct Wanted {
-  std::string file, path;    // where that stands, for messages: a file and a field, or an option
-  std::string sheet, cell;   // "Prices", "C3"; no sheet: that of a workbook with only one
-  std::string defined_name;  // a name of the workbook in the place of a cell
-  std::string name;          // what to call it; empty: by the text beside the cell
+  std::string file, path;      // where that stands, for messages: a file and a field, or an option
+  std::string sheet, cell;     // "Prices", "C3"; no sheet: that of a workbook with only one
+  std::string defined_name;    // a name of the workbook in the place of a cell
+  std::string name;            // what to call it; empty: by the text beside the cell
   std::optional<double> base;  // the value that the definition was made for
 };
 
