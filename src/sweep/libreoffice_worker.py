@@ -21,6 +21,7 @@ import time
 
 FOLDER = pathlib.Path(sys.argv[1])
 FAILED = 2
+os.environ["TMPDIR"] = str(FOLDER)  # what LibreOffice leaves there goes with the folder
 requests = queue.SimpleQueue()
 
 
