@@ -83,8 +83,7 @@ struct Case {
 TEST(WhatIfFile, RefusesWhatItDoesNotUnderstandByField) {
   const Case cases[] = {
       {"syntax", "{\n oops }", "w.json:2: "},
-      {"misspelt", with_input(R"("low": 1, "hig": 2)"),
-       R"(inputs[0].hig: unknown field; is "high" meant?)"},
+      {"misspelt", with_input(R"("low": 1, "hig": 2)"), R"(inputs[0].hig: unknown field; is "high" meant?)"},
       {"twice", with_input(R"("low": 1, "low": 2)"), "inputs[0].low: this field stands twice"},
       {"no outputs", R"({"inputs": [{"cell": "B1", "values": [1]}]})", R"(the field "outputs" is missing)"},
       {"format", R"({"format": "ordvane-run", "inputs": [], "outputs": []})",
