@@ -36,13 +36,13 @@ double better_rate(const std::vector<double>& payments, double rate) {
 }
 
 // Newton's method until a step is below 1e-7; the last step is taken, so that the result is much nearer than
-// that.
+// that. Twenty steps are all that is tried.
 Operand call_irr(Call& call) {
   const double guess = call.missing(1) ? 0.1 : call.number(1);
   const std::vector<double> payments = numbers_of(call, 0);
   if (call.failed()) return 0.0;
   double rate = guess == -1 ? 0.1 : guess;
-  for (int step = 0; step < 50; ++step) {
+  for (int step = 0; step < 20; ++step) {
     const double next = better_rate(payments, rate);
     if (!std::isfinite(next)) break;
     const double change = std::fabs(next - rate);

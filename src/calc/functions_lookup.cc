@@ -15,6 +15,25 @@ bool inside_sheet(std::int64_t row, std::int64_t column) {
   return row >= 0 && row < kRows && column >= 0 && column < kColumns;
 }
 
+// A part of a block: row and column count from 1, 0 is all of them.
+struct Part {
+  std::int32_t row, column;
+};
+
+Operand part_of_reference(Reference whole, Part part) {
+  if (part.row > 0) whole.row = whole.last_row = whole.row + part.row - 1;
+  if (part.column > 0) whole.column = whole.last_column = whole.column + part.column - 1;
+  return whole;
+}
+
+Operand part_of_array(Call& call, const Matrix& matrix, Part from) {
+  Array& part = call.make_array(from.row > 0 ? 1 : matrix.rows(), from.column > 0 ? 1 : matrix.columns());
+  for (std::int32_t i = 0; i < part.rows; ++i)
+    for (std::int32_t j = 0; j < part.columns; ++j)
+      part.at(i, j) = matrix.at(from.row > 0 ? from.row - 1 : i, from.column > 0 ? from.column - 1 : j);
+  return &part;
+}
+
 Operand call_index(Call& call) {
   const std::int64_t area = call.whole(3, 1);
   Operand source = call.operand(0);
@@ -25,20 +44,11 @@ Operand call_index(Call& call) {
   std::int64_t row = call.whole(1, 0), column = call.whole(2, 0);
   if (matrix.rows() == 1 && call.count() < 3) std::swap(row, column);
   if (row < 0 || column < 0 || row > matrix.rows() || column > matrix.columns()) return ErrorCode::kArgument;
-  const auto r = static_cast<std::int32_t>(row), c = static_cast<std::int32_t>(column);
-  if (source.is_reference()) {
-    Reference part = source.reference;
-    if (r > 0) part.row = part.last_row = source.reference.row + r - 1;
-    if (c > 0) part.column = part.last_column = source.reference.column + c - 1;
-    return part;
-  }
-  if (!source.is_array() || (r == 0 && c == 0)) return source;
-  if (r > 0 && c > 0) return matrix.at(r - 1, c - 1);
-  Array& part = call.make_array(r > 0 ? 1 : matrix.rows(), c > 0 ? 1 : matrix.columns());
-  for (std::int32_t i = 0; i < part.rows; ++i)
-    for (std::int32_t j = 0; j < part.columns; ++j)
-      part.at(i, j) = matrix.at(r > 0 ? r - 1 : i, c > 0 ? c - 1 : j);
-  return &part;
+  const Part part{static_cast<std::int32_t>(row), static_cast<std::int32_t>(column)};
+  if (source.is_reference()) return part_of_reference(source.reference, part);
+  if (!source.is_array() || (row == 0 && column == 0)) return source;
+  if (row > 0 && column > 0) return matrix.at(part.row - 1, part.column - 1);
+  return part_of_array(call, matrix, part);
 }
 
 Operand call_match(Call& call) {

@@ -1,8 +1,10 @@
-// ordvane check: what is in a run file. What is wrong with one is the error that reading it ends with.
+// ordvane check: what is in a run file or a what-if definition. What is wrong with one is the error that
+// reading it ends with.
 #include <iostream>
 
 #include "cli/commands.h"
 #include "runfile/describe.h"
+#include "sweep/describe.h"
 
 namespace ordvane::cli {
 
@@ -14,6 +16,13 @@ std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, 
 }
 
 int check(const std::filesystem::path& file, Problems& problems) {
+  if (!file.empty() && sweep::is_what_if_file(file)) {
+    sweep::WhatIf what_if;
+    problems.gather([&] { what_if = sweep::read_what_if(file); });
+    problems.refuse_any();
+    std::cout << sweep::describe(what_if);
+    return kDone;
+  }
   const auto run = read_run(file, problems);
   problems.refuse_any();
   std::cout << runfile::describe(*run);

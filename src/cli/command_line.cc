@@ -8,13 +8,39 @@
 
 namespace ordvane::cli {
 
-CommandLine::CommandLine(Arguments& arguments, const char* name, const char* what, std::filesystem::path& run)
-    : arguments_(arguments), command_(arguments.add_command(name, what)), run_(run) {
+CommandLine::CommandLine(Arguments& arguments, const char* name, const char* what, const Operand& operand,
+                         std::filesystem::path& file)
+    : arguments_(arguments), command_(arguments.add_command(name, what)), operand_(operand), file_(file) {
   command_.allow_extras();
-  CLI::Option* const added =
-      command_.add_option("RUN", run, "Run file: the inputs, outputs and recalculations of a what-if run")
-          ->type_name("");
-  arguments_.set_kind(*added, {"RUN", ValueKind::Offer::kFiles, {".json"}});
+  CLI::Option* const added = command_.add_option(operand.kind.name, file, operand.what)->type_name("");
+  arguments_.set_kind(*added, operand.kind);
+}
+
+CommandLine::CommandLine(Arguments& arguments, const char* name, const char* what, std::filesystem::path& run)
+    : CommandLine(arguments, name, what,
+                  {{"RUN", ValueKind::Offer::kFiles, {".json"}},
+                   "Run file: the inputs, outputs and recalculations of a what-if run",
+                   "name a run file",
+                   "a command takes one run file"},
+                  run) {}
+
+void CommandLine::operand(const ValueKind& kind, const char* what, std::filesystem::path& file) {
+  CLI::Option* const added = command_.add_option(kind.name, file, what)->type_name("");
+  arguments_.set_kind(*added, kind);
+}
+
+void CommandLine::operands(const ValueKind& kind, const char* what,
+                           std::vector<std::filesystem::path>& files) {
+  CLI::Option* const added = command_.add_option(kind.name, files, what)->type_name("");
+  arguments_.set_kind(*added, kind);
+}
+
+void CommandLine::optional_value(const char* name, const ValueKind& kind, const char* what,
+                                 std::optional<std::string>& value) {
+  using Values = std::vector<std::string>;
+  const auto take = [&value](const Values& given) { value = given.empty() ? "" : given.back(); };
+  CLI::Option* const added = single(command_.add_option_function<Values>(name, take, what), kind);
+  added->type_size(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
 void CommandLine::runs(std::function<int()> action) {
@@ -49,14 +75,13 @@ void CommandLine::check_words() const {
     add_unknown(word.substr(0, word.find('=')));
   }
   if (has_unknown && !words.empty()) {
-    run_.clear();
+    file_.clear();
     words.clear();
-  } else if (run_.empty()) {
-    arguments_.problems().add("RUN is required: name a run file");
+  } else if (file_.empty()) {
+    arguments_.problems().add(std::string(operand_.kind.name) + " is required: " + operand_.missing);
   }
   for (const std::string& word : words)
-    arguments_.problems().add("\"" + printable(word) +
-                              "\" is one file too many; a command takes one run file");
+    arguments_.problems().add("\"" + printable(word) + "\" is one file too many; " + operand_.too_many);
   if (arguments_.problems().any())
     arguments_.problems().set_hint("Try `ordvane " + command_.get_name() + " --help`.");
 }

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,21 @@ namespace ordvane::cli {
 // What is wrong with an argument is kept as a problem. Refers to all that it is made with.
 class CommandLine {
  public:
+  // The file that a command is about.
+  struct Operand {
+    ValueKind kind;
+    const char* what;
+    const char* missing;   // "name a run file"
+    const char* too_many;  // "a command takes one run file"
+  };
+  CommandLine(Arguments& arguments, const char* name, const char* what, const Operand& operand,
+              std::filesystem::path& file);
   // A command on one run file.
   CommandLine(Arguments& arguments, const char* name, const char* what, std::filesystem::path& run);
+
+  // Files that may follow the first.
+  void operand(const ValueKind& kind, const char* what, std::filesystem::path& file);
+  void operands(const ValueKind& kind, const char* what, std::vector<std::filesystem::path>& files);
 
   CLI::App& parser() const { return command_; }
   // What is told of the command below its options.
@@ -45,20 +59,24 @@ class CommandLine {
     arguments_.set_kind(*added, kind);
     return added->type_name(kind.name);
   }
+  // An option that also stands without its value, which is empty then.
+  void optional_value(const char* name, const ValueKind& kind, const char* what,
+                      std::optional<std::string>& value);
   // An option that may be given again.
   void repeated_option(const char* name, const ValueKind& kind, const char* what,
                        std::vector<std::string>& values);
 
  private:
-  // What was left over, and the run where it is missing. Behind an option that does not exist nobody knows
-  // which word is the run and which the option's value; the run is cleared then.
+  // What was left over, and the file where it is missing. Behind an option that does not exist nobody knows
+  // which word is the file and which the option's value; the file is cleared then.
   void check_words() const;
   void add_unknown(const std::string& option) const;
   CLI::Option* single(CLI::Option* option, const ValueKind& kind);
 
   Arguments& arguments_;
   CLI::App& command_;
-  std::filesystem::path& run_;
+  Operand operand_;
+  std::filesystem::path& file_;
 };
 
 }  // namespace ordvane::cli

@@ -15,6 +15,7 @@
 #include "cli/problems.h"
 #include "embedded/report_job.h"
 #include "ordvane/version.h"
+#include "sweep/job.h"
 
 namespace ordvane::cli {
 
@@ -48,7 +49,32 @@ struct ShowCommand {
 };
 int show(const ShowCommand& command, Problems& problems);
 
-int check(const std::filesystem::path& run, Problems& problems);
+// Of a run, or of a what-if definition.
+int check(const std::filesystem::path& file, Problems& problems);
+
+struct SweepCommand {
+  std::filesystem::path workbook;
+  std::filesystem::path what_if;  // empty: all is said by options
+  std::filesystem::path run;      // empty: named after the workbook, in the current folder
+  std::vector<std::string> inputs, outputs;
+  std::optional<std::int32_t> steps;
+  sweep::Verify verify = sweep::Verify::kEnds;
+  std::optional<std::string> shard;
+  bool libreoffice = false;
+  double time_limit = 60;  // seconds, of one recalculation by LibreOffice
+  std::int32_t threads = 0;
+  bool overwrite = false, quiet = false;
+  std::optional<std::string> report;  // a workbook; empty: named after the run
+};
+int sweep(const SweepCommand& command, Problems& problems);
+
+struct MergeCommand {
+  std::filesystem::path first;
+  std::vector<std::filesystem::path> others;
+  std::filesystem::path run;  // empty: named after the first part
+  bool overwrite = false;
+};
+int merge(const MergeCommand& command, Problems& problems);
 
 // Reads the run; null when it has none, which is one of the problems then.
 std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, Problems& problems);

@@ -22,6 +22,14 @@ const ValueKind kShare{"X"};
 const ValueKind kColor{"RRGGBB"};
 const ValueKind kText{"TEXT"};
 
+const ValueKind kModel{"MODEL", ValueKind::Offer::kFiles, {".xlsx", ".xlsm", ".xls", ".ods"}};
+const ValueKind kWhatIf{"WHATIF", ValueKind::Offer::kFiles, {".json"}};
+const ValueKind kPart{"PART", ValueKind::Offer::kFiles, {".csv"}};
+const ValueKind kRunFile{"RUN.run.json", ValueKind::Offer::kFiles, {".json"}};
+const ValueKind kInputRange{.name = "CELL=RANGE", .repeated = true};
+const ValueKind kVerify{"ends|all|none"};
+const ValueKind kShard{"K/N"};
+
 HelpPart exit_status() {
   return {"Exit status",
           {{"0", "done"},
@@ -169,16 +177,92 @@ void define_show(Arguments& arguments) {
 
 void define_check(Arguments& arguments) {
   const auto run = std::make_shared<std::filesystem::path>();
-  CommandLine line(arguments, "check", "Say what is wrong with a run file, or what is in it", *run);
+  CommandLine line(arguments, "check", "Say what is wrong with a run or what-if file, or what is in it",
+                   *run);
   line.runs([run, &problems = arguments.problems()] { return check(*run, problems); });
   line.set_help(
       {{"Examples", {{"ordvane check budget.run.json"}}},
-       {"", {{"docs/run-file.md describes run files; examples/sweep.py records one from a workbook."}}}});
+       {"", {{"docs/run-file.md describes run files; `ordvane sweep` records one from a workbook."}}}});
+}
+
+void add_sweep_options(CommandLine& line, SweepCommand& c) {
+  line.repeated_option("--output", kOutput, "A cell to look at, or its name; may be given again", c.outputs);
+  line.repeated_option("--input", kInputRange,
+                       "A cell to vary, or its name: C3=10..20, C3=+-10% or C3=1,2,5; may be given again",
+                       c.inputs);
+  line.option("--steps", kNumber, "Values that an input takes whose range does not say it (default: 5)",
+              [&c](const std::string& text) { c.steps = whole_number_of("--steps", text, 1, 32767); });
+  line.option("-o", kRunFile, "The run file to write (default: NAME.run.json in this folder)", path(c.run));
+  line.parser().add_flag("--overwrite", c.overwrite,
+                         "Replace a run that is there; begin unfinished work anew");
+  line.optional_value("--report", kNewWorkbook,
+                      "Also write the reports, and show the ranking (default: NAME-reports.xlsx)", c.report);
+  line.parser().add_flag("--quiet", c.quiet, "Print errors only");
+}
+
+void add_sweep_engine(CommandLine& line, SweepCommand& c) {
+  const std::string group = "How it is calculated";
+  line.option(
+          "--verify", kVerify,
+          "What LibreOffice calculates, too, where it is installed (default: ends, the base and both ends "
+          "of each input)",
+          [&c](const std::string& text) { c.verify = verify_of("--verify", text); })
+      ->group(group);
+  line.parser()
+      .add_flag("--libreoffice", c.libreoffice, "LibreOffice calculates all, whatever this program could")
+      ->group(group);
+  line.option(
+          "--time-limit", kNumber, "Seconds that LibreOffice has for a recalculation (default: 60)",
+          [&c](const std::string& text) { c.time_limit = whole_number_of("--time-limit", text, 1, 86400); })
+      ->group(group);
+  line.option("--threads", kNumber, "Processors to use (default: all)",
+              [&c](const std::string& text) { c.threads = whole_number_of("--threads", text, 1, 1024); })
+      ->group(group);
+  line.option("--shard", kShard,
+              "Only part K of N, for `ordvane merge`; auto in array jobs, auto/N in Kubernetes",
+              [&c](const std::string& text) { c.shard = text; })
+      ->group(group);
+}
+
+void define_sweep(Arguments& arguments) {
+  const auto c = std::make_shared<SweepCommand>();
+  CommandLine line(arguments, "sweep", "Step the inputs of a workbook and record what its outputs show",
+                   {kModel, "Workbook with the model; it is not changed", "name a workbook",
+                    "a sweep takes one workbook and one what-if definition"},
+                   c->workbook);
+  line.operand(kWhatIf, "What-if definition: inputs with their ranges, and outputs", c->what_if);
+  line.runs([c, &problems = arguments.problems()] { return sweep(*c, problems); });
+  add_sweep_options(line, *c);
+  add_sweep_engine(line, *c);
+  line.set_help({{"Examples",
+                  {{"ordvane sweep budget.xlsx budget.whatif.json --report"},
+                   {"ordvane sweep budget.xlsx --output Results!B5 --input Prices!C3=10..20 --input "
+                    "Tax=+-10% --steps 9"},
+                   {"ordvane sweep budget.xlsx budget.whatif.json --shard 2/8"}}},
+                 {"",
+                  {{"What is interrupted goes on where it ended when the same command is given again."},
+                   {"docs/what-if.md describes definitions."}}},
+                 exit_status()});
+}
+
+void define_merge(Arguments& arguments) {
+  const auto c = std::make_shared<MergeCommand>();
+  CommandLine line(arguments, "merge", "Make the run of the parts that several sweeps have calculated",
+                   {kPart, "A part: NAME.part-1-of-3.csv", "name the parts of a sweep", "name parts"},
+                   c->first);
+  line.operands({"PARTS", ValueKind::Offer::kFiles, {".csv"}}, "All the others", c->others);
+  line.runs([c, &problems = arguments.problems()] { return merge(*c, problems); });
+  line.option("-o", kRunFile, "The run file to write (default: NAME.run.json beside the first part)",
+              path(c->run));
+  line.parser().add_flag("--overwrite", c->overwrite, "Replace a run that is there");
+  line.set_help({{"Examples", {{"ordvane merge budget.part-*.csv -o budget.run.json"}}}, exit_status()});
 }
 
 }  // namespace
 
 void define_commands(Arguments& arguments) {
+  define_sweep(arguments);
+  define_merge(arguments);
   define_report(arguments);
   define_show(arguments);
   define_check(arguments);
@@ -186,7 +270,8 @@ void define_commands(Arguments& arguments) {
 
 HelpParts help_of_all() {
   return {{"Examples",
-           {{"ordvane report budget.run.json", "reports of every output, in budget-reports.xlsx"},
+           {{"ordvane sweep budget.xlsx budget.whatif.json", "the run of a workbook, in budget.run.json"},
+            {"ordvane report budget.run.json", "reports of every output, in budget-reports.xlsx"},
             {"ordvane show budget.run.json", "the ranking, here in the terminal"},
             {"ordvane check budget.run.json", "is the run file sound, and what is in it?"}}},
           {"", {{"`ordvane help COMMAND` tells more about a command."}}},

@@ -80,6 +80,13 @@ std::string language_list() {
   return list;
 }
 
+sweep::Verify verify_of(const std::string& option, const std::string& text) {
+  if (text == "ends") return sweep::Verify::kEnds;
+  if (text == "all") return sweep::Verify::kAll;
+  if (text == "none") return sweep::Verify::kNone;
+  throw BadArguments(option + ": \"" + printable(text) + "\"; ends, all or none is expected");
+}
+
 std::string with_line_breaks(std::string text) {
   for (std::size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n", at))
     text.replace(at, 2, "\n");

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/excel.h"
+#include "sweep/job.h"
 
 namespace ordvane::cli {
 
@@ -19,6 +20,8 @@ std::int32_t whole_number_of(const std::string& option, const std::string& text,
 std::string language_of(const std::string& option, const std::string& text);
 // Codes of every language of the reports: "de, en, es".
 std::string language_list();
+// ends, all or none.
+sweep::Verify verify_of(const std::string& option, const std::string& text);
 // "\n" as typed in a shell is a line break.
 std::string with_line_breaks(std::string text);
 

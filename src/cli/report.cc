@@ -1,8 +1,5 @@
 // ordvane report: a recorded run in, a report workbook out.
-#include <signal.h>
-
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -10,6 +7,7 @@
 #include "cli/commands.h"
 #include "cli/output_choice.h"
 #include "cli/report_clock.h"
+#include "cli/signals.h"
 #include "cli/terminal.h"
 #include "embedded/report_job.h"
 #include "xlsx/existing_workbook.h"
@@ -19,22 +17,6 @@ namespace {
 
 constexpr const char* kWorkbookExtension = ".xlsx";
 constexpr const char* kDefaultEnding = "-reports.xlsx";
-
-// The signal that asked to stop; 0 for none.
-std::atomic<int> g_signal{0};
-static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
-
-extern "C" void ask_to_stop(int signal) {
-  g_signal.store(signal);
-}
-
-void catch_signals() {
-  struct sigaction action {};
-  action.sa_handler = ask_to_stop;
-  sigemptyset(&action.sa_mask);
-  action.sa_flags = SA_RESTART;
-  for (const int signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
-}
 
 // "budget.run.json" and "budget.json" become "budget-reports.xlsx" in the current folder.
 std::filesystem::path default_workbook(const std::filesystem::path& run) {
@@ -146,7 +128,7 @@ int report(const ReportCommand& command, Problems& problems) {
     options.outputs = job.outputs;
     options.clock = job.clock;
     options.progress = [&](const std::string& text) { progress.show(text); };
-    options.cancelled = [] { return g_signal.load() != 0; };
+    options.cancelled = [] { return caught_signal() != 0; };
     const auto write = command.into.empty() ? embedded::write_reports : embedded::add_reports;
     const embedded::WrittenReports written = write(job.run, job.workbook, options);
     progress.clear();
@@ -156,7 +138,7 @@ int report(const ReportCommand& command, Problems& problems) {
     if (error.code() != host::errc::kUserCancelled) throw;
     std::fprintf(stderr, "ordvane: cancelled, %s was not written\n",
                  printable(job.workbook.string()).c_str());
-    return kSignalled + g_signal.load();
+    return kSignalled + caught_signal();
   }
 }
 

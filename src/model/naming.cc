@@ -51,10 +51,6 @@ DefaultLabel GetDefaultDralLabelForCellRange(session::Session& session, host::Ra
   return label;
 }
 
-DefaultLabel default_label_by_address(session::Session& session, const std::string& external_address) {
-  return label_of(session, *session.application().range(external_address));
-}
-
 std::string short_default_label(session::Session& session, host::Range& cell, const std::string& name) {
   const DefaultLabel label = GetDefaultDralLabelForCellRange(session, cell);
   std::string whole(text::cut_at_nul(label.text));

@@ -21,8 +21,6 @@ struct DefaultLabel {
 
 // The label beside a cell, found by the add-in's label macro. Logs the cell and the label.
 DefaultLabel GetDefaultDralLabelForCellRange(session::Session& session, host::Range& cell);
-// The same by external address ('[book]sheet'!A1), without log lines.
-DefaultLabel default_label_by_address(session::Session& session, const std::string& external_address);
 // At most 41 UTF-16 units: the label, or its two cells' texts cut to share the room. `name` is the item's
 // present name, returned when the cell has no label.
 std::string short_default_label(session::Session& session, host::Range& cell, const std::string& name);

@@ -1,7 +1,6 @@
 #include "model/scan.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <numeric>
 #include <optional>
@@ -23,7 +22,6 @@ constexpr const char* kAutomaticPrefix = "DralAuto";
 constexpr std::int32_t kAutomaticPrefixLength = 8;
 constexpr const char* kDefaultSheetName = "Sheet1";
 constexpr const char* kDateFormat = "mm/dd/yyyy";
-constexpr const char* kOutputFunction = "DRALOUTPUT(";
 
 bool is_blank(const std::string& name) {
   return name.empty() || name == " ";
@@ -127,18 +125,6 @@ void set_function(const ItemInfo& info, DralInputOutput& record) {
       text::mid(info.formula, info.function_start, info.function_stop - info.function_start + 1);
   if (function.starts_with('=')) function.remove_prefix(1);
   record.originalDistribution = function;
-}
-
-// Text of the argument between the given place and the next "," or ")".
-std::string argument_at(const std::string& formula, std::size_t begin) {
-  const std::size_t end = formula.find_first_of(",)", begin);
-  return std::string(text::trimmed(formula.substr(begin, end == std::string::npos ? end : end - begin)));
-}
-
-std::string without_quotes(std::string text) {
-  while (text.starts_with('"')) text.erase(0, 1);
-  while (text.ends_with('"')) text.pop_back();
-  return text;
 }
 
 }  // namespace
@@ -392,63 +378,6 @@ std::int32_t OrdvaneScan::getData(Records& inputs, Records& outputs,
   Retrieval retrieval(session_, *rules_, inputs, numIterations, runNumber);
   retrieval.read_inputs();
   for (const std::int32_t on : selectedOutputs) retrieval.read_output(outputs(on), on);
-  return 0;
-}
-
-std::int16_t OrdvaneScan::GetCurrentOutputInfoForCell(host::Range& theCell, std::string& theOutputName,
-                                                      std::string& theRangeName, std::int32_t& indexNum,
-                                                      std::string& resolvedName,
-                                                      std::string& resolvedRangeName) {
-  host::Application& application = session_.application();
-  std::string formula = theCell.formula();
-  indexNum = -1;
-  std::string upper = formula;
-  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  const std::size_t function = upper.find(kOutputFunction);
-  if (function == std::string::npos) return 0;
-
-  const std::size_t open = formula.find('(', function);
-  std::size_t at = open + 1;
-  for (int depth = 1; depth > 0 && at < formula.size(); ++at) {
-    if (formula[at] == '(') ++depth;
-    if (formula[at] == ')') --depth;
-  }
-  formula.erase(at);
-
-  const auto text_of = [&](const host::CellValue& value) {
-    if (value.is_number()) return session_.environment->numbers().number_text(value.number, false);
-    if (value.is_error()) return std::string(cell_error_text(value.error()));
-    return value.text;
-  };
-  const auto resolved = [&](const std::string& argument) {
-    std::shared_ptr<host::Range> range;
-    if (const auto sheet = application.active_sheet())
-      host::ignoring_errors([&] { range = sheet->range(argument); });
-    return text_of(range ? range->value() : application.evaluate(argument));
-  };
-
-  std::size_t begin = open + 1;
-  for (int number = 1; number <= 3; ++number) {
-    if (number > 1) {
-      const std::size_t comma = formula.find(',', begin);
-      if (comma == std::string::npos) break;
-      begin = comma + 1;
-    }
-    const std::string argument = argument_at(formula, begin);
-    const bool is_reference = !argument.empty() && !argument.starts_with('"');
-    if (number == 1) {
-      if (is_reference) resolvedName = resolved(argument);
-      theOutputName = without_quotes(argument);
-    } else if (number == 2) {
-      if (is_reference) resolvedRangeName = resolved(argument);
-      theRangeName = without_quotes(argument);
-    } else {
-      const host::CellValue index = application.evaluate(without_quotes(argument));
-      if (index.is_number()) indexNum = static_cast<std::int32_t>(index.number);
-    }
-  }
-  if (theOutputName.empty() && !theRangeName.empty())
-    theOutputName = default_label_by_address(session_, theCell.address(true, true)).text;
   return 0;
 }
 

@@ -31,12 +31,6 @@ class OrdvaneScan {
   std::int32_t getData(Records& inputs, Records& outputs, const OneBased<std::int32_t>& selectedOutputs,
                        std::int32_t numIterations, std::int32_t runNumber);
 
-  // Reads the arguments of the output function in a cell's formula. Without that function only `indexNum` is
-  // set, to -1. Returns 0.
-  std::int16_t GetCurrentOutputInfoForCell(host::Range& theCell, std::string& theOutputName,
-                                           std::string& theRangeName, std::int32_t& indexNum,
-                                           std::string& resolvedName, std::string& resolvedRangeName);
-
  private:
   session::Session& session_;
   std::shared_ptr<const NumberRules> rules_;

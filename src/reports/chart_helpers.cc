@@ -143,9 +143,9 @@ std::int32_t CreateMessageChart(layout::ReportSheet& sheet, const std::string& m
   return 0;
 }
 
-void AddBaseValueLine(session::Session& /*session*/, host::Chart& chart, double base_value,
-                      double axis_minimum, double axis_maximum, host::Color line_color,
-                      const std::string& label_text, host::Color label_color, host::Color label_fill) {
+void AddBaseValueLine(host::Chart& chart, double base_value, double axis_minimum, double axis_maximum,
+                      host::Color line_color, const std::string& label_text, host::Color label_color,
+                      host::Color label_fill) {
   const std::array<double, 2> x = {base_value, base_value};
   constexpr std::array<double, 2> kY = {0.0, 1.0};
   constexpr std::int32_t kBottom = 1, kTop = 2;

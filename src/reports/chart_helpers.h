@@ -46,8 +46,8 @@ std::int32_t CreateMessageChart(layout::ReportSheet& sheet, const std::string& m
 
 // The vertical base-value marker of a tornado chart, on the secondary axes, with its label at the top end;
 // outside the axis it is not seen.
-void AddBaseValueLine(session::Session& session, host::Chart& chart, double base_value, double axis_minimum,
-                      double axis_maximum, host::Color line_color, const std::string& label_text,
-                      host::Color label_color, host::Color label_fill);
+void AddBaseValueLine(host::Chart& chart, double base_value, double axis_minimum, double axis_maximum,
+                      host::Color line_color, const std::string& label_text, host::Color label_color,
+                      host::Color label_fill);
 
 }  // namespace ordvane::reports

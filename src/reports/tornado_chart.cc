@@ -244,7 +244,7 @@ void TornadoChart::add_base_line(layout::BarChart& chart) {
     drawn.axis(host::AxisType::kCategory, host::AxisGroup::kPrimary)
         ->set_border(layout::look::rule(host::LineWeight::kMedium, color));
   });
-  AddBaseValueLine(session_, drawn, *origin(), chart.ticks()->minimum, chart.ticks()->maximum, color,
+  AddBaseValueLine(drawn, *origin(), chart.ticks()->minimum, chart.ticks()->maximum, color,
                    base_text(style_.base_value), kBlack, drawn.plot_area_interior_color());
 }
 

@@ -157,7 +157,32 @@ class Description {
     table.add({"Results", std::to_string(results) +
                               (others == 0 ? ", all of them numbers"
                                            : ", " + std::to_string(others) + " of them not numbers")});
+    if (run_.calculation) add_calculation(*run_.calculation, table);
     return "Run file\n" + table.text();
+  }
+
+  static void add_calculation(const Calculation& calculation, TextTable& table) {
+    const auto first = [](const std::string& text) {
+      return text.empty() ? "" : "; first " + text::one_line(text);
+    };
+    const auto agreement = [&](std::int64_t compared, std::int64_t differ, const std::string& which) {
+      return std::to_string(compared - differ) + " of " + std::to_string(compared) + " agree" +
+             (differ == 0 ? "" : first(which));
+    };
+    table.add({"Calculated by", text::one_line(calculation.engine)});
+    if (!calculation.because.empty()) table.add({"", "because of " + text::one_line(calculation.because)});
+    if (!calculation.now.empty()) table.add({"Clock of the model", text::one_line(calculation.now)});
+    if (calculation.stored_compared > 0)
+      table.add({"Stored values", agreement(calculation.stored_compared, calculation.stored_differ,
+                                            calculation.stored_first)});
+    if (!calculation.verified_by.empty())
+      table.add({"Verified",
+                 agreement(calculation.verified, calculation.verified_differ, calculation.verified_first) +
+                     " bit by bit with " + text::one_line(calculation.verified_by)});
+    else
+      table.add({"Verified", "no" + (calculation.verified_first.empty()
+                                         ? std::string()
+                                         : ": " + text::one_line(calculation.verified_first))});
   }
 
   // "12: 10 of 2 inputs (10 possible), 2 of 3 inputs (10 possible)"

@@ -16,7 +16,7 @@ constexpr const char* kRunFile =
     "; a run file is expected: JSON with the inputs and outputs of a what-if run and its recalculated "
     "values, "
     "or the name of their CSV file (docs/run-file.md)";
-constexpr const char* kHowToMakeOne = "; examples/sweep.py records one from a workbook";
+constexpr const char* kHowToMakeOne = "; `ordvane sweep` records one from a workbook";
 
 struct Mark {
   std::string_view bytes;

@@ -2,21 +2,18 @@
 // whether it may be left out.
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <map>
-#include <memory>
 #include <numeric>
 #include <span>
-#include <system_error>
 #include <tuple>
 
 #include "host/error.h"
 #include "model/combinations.h"
 #include "runfile/cell_address.h"
 #include "runfile/description.h"
+#include "runfile/json_file.h"
 #include "runfile/json_tree.h"
 #include "runfile/known_fields.h"
 #include "runfile/other_file.h"
@@ -24,7 +21,6 @@
 #include "runfile/run.h"
 #include "text/edit.h"
 #include "text/utf16.h"
-#include "text/utf8.h"
 #include "unicode/names.h"
 
 namespace ordvane::runfile {
@@ -36,8 +32,7 @@ constexpr std::int32_t kLargestGroup = 32;
 constexpr std::int32_t kMostGroups = 10'000'000;
 constexpr std::int32_t kLongestSheetName = 31;
 constexpr std::int32_t kLongestBookName = 255;
-constexpr std::size_t kLargestFile = std::size_t{1} << 30;
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr const char* kWhat = "a run file";
 constexpr const char* kAutomaticFunction = "DralAuto";
 
 template <class T>
@@ -191,6 +186,24 @@ constexpr auto kAllGroupsFields = std::to_array<Field<AllGroups>>({
      }},
 });
 
+template <std::int64_t Calculation::*member>
+void read_count(const JsonValue& value, Calculation& calculation) {
+  calculation.*member = value.integer(0, kMostLong);
+}
+
+constexpr auto kCalculationFields = std::to_array<Field<Calculation>>({
+    {"engine", true, [](const JsonValue& v, Calculation& c) { c.engine = v.text(); }},
+    {"because", false, [](const JsonValue& v, Calculation& c) { c.because = v.text(); }},
+    {"now", false, [](const JsonValue& v, Calculation& c) { c.now = v.text(); }},
+    {"storedCompared", false, read_count<&Calculation::stored_compared>},
+    {"storedDiffer", false, read_count<&Calculation::stored_differ>},
+    {"storedFirst", false, [](const JsonValue& v, Calculation& c) { c.stored_first = v.text(); }},
+    {"verifiedBy", false, [](const JsonValue& v, Calculation& c) { c.verified_by = v.text(); }},
+    {"verified", false, read_count<&Calculation::verified>},
+    {"verifiedDiffer", false, read_count<&Calculation::verified_differ>},
+    {"verifiedFirst", false, [](const JsonValue& v, Calculation& c) { c.verified_first = v.text(); }},
+});
+
 void read_groups(const JsonValue& value, Run& run);
 void read_recalculations(const JsonValue& value, Run& run);
 void read_group_recalculations(const JsonValue& value, Run& run);
@@ -220,6 +233,7 @@ constexpr auto kRunFields = std::to_array<Field<Run>>({
     {"inputs", true, [](const JsonValue& v, Run& run) { read_items(v, "inputs", run.inputs); }},
     {"outputs", true, [](const JsonValue& v, Run& run) { read_items(v, "outputs", run.outputs); }},
     {"groups", false, read_groups},
+    {"calculation", false, [](const JsonValue& v, Run& run) { read_object(v, run.calculation.emplace()); }},
 });
 
 // Read last: they need all the others.
@@ -239,6 +253,7 @@ struct Rules;
 
 void complete(const JsonValue&, LabelCell&) {}
 void complete(const JsonValue&, AllGroups&) {}
+void complete(const JsonValue&, Calculation&) {}
 void complete(const JsonValue&, Description&) {}
 
 void complete(const JsonValue& value, Run& run) {
@@ -328,6 +343,10 @@ struct Rules<AllGroups> {
   static constexpr auto tables = std::tie(kAllGroupsFields);
 };
 template <>
+struct Rules<Calculation> {
+  static constexpr auto tables = std::tie(kCalculationFields);
+};
+template <>
 struct Rules<Run> {
   static constexpr auto tables = std::tie(kRunFields, kRowFields);
 };
@@ -348,22 +367,6 @@ std::vector<KnownField> fields_of() {
       },
       Rules<T>::tables);
   return known;
-}
-
-void refuse_unknown_fields(const JsonValue& value, const std::vector<KnownField>& known) {
-  const auto is_known = [&known](const std::string& name) {
-    return std::any_of(known.begin(), known.end(),
-                       [&name](const KnownField& field) { return field.name == name; });
-  };
-  for (const auto& [name, unused] : value.data().items()) {
-    if (is_known(name)) continue;
-    const std::string_view nearest = nearest_field(name, known);
-    if (!nearest.empty())
-      value.member(name).fail("unknown field; is \"" + std::string(nearest) + "\" meant?");
-    std::string all;
-    for (const KnownField& field : known) all += (all.empty() ? "" : ", ") + std::string(field.name);
-    value.member(name).fail("unknown field; known ones are " + all);
-  }
 }
 
 template <class T>
@@ -520,55 +523,6 @@ void check_format(const JsonValue& root) {
   if (version.data() != kVersion) version.fail_expecting(std::to_string(kVersion));
 }
 
-std::string read_file(const std::filesystem::path& path) {
-  const auto fail = [&path](const std::string& problem) { throw BadRun(path.string(), "", problem); };
-  std::error_code error;
-  if (std::filesystem::is_directory(path, error)) fail("is a folder; a run file is expected");
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.string().c_str(), "rb"),
-                                                             &std::fclose);
-  if (!file) fail("cannot be read: " + std::generic_category().message(errno));
-  std::string text;
-  constexpr std::size_t kBlock = 1 << 16;
-  for (;;) {
-    const std::size_t size = text.size();
-    text.resize(size + std::max(kBlock, size));
-    const std::size_t got = std::fread(text.data() + size, 1, text.size() - size, file.get());
-    text.resize(size + got);
-    if (got == 0) break;
-    if (text.size() > kLargestFile)
-      fail("is larger than 1 GiB; keep the recalculated values in a CSV file beside the run file");
-  }
-  if (std::ferror(file.get())) fail("cannot be read: " + std::generic_category().message(errno));
-  return text;
-}
-
-std::string_view checked_text(std::string_view text, const std::string& file) {
-  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  if (text.find_first_not_of(" \t\r\n") == std::string_view::npos)
-    throw BadRun(file, "", "is empty; a run file is expected");
-  const std::size_t invalid = text::first_invalid_byte(text);
-  if (invalid != std::string_view::npos) {
-    const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(invalid), '\n') + 1;
-    throw BadRun(
-        file, std::to_string(line),
-        "is not UTF-8 text (byte " + text::one_line(text.substr(invalid, 1)) + "); UTF-8 is expected");
-  }
-  return text;
-}
-
-std::size_t edit_distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i);
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
-    }
-  }
-  return row[b.size()];
-}
-
 }  // namespace
 
 BadRun::BadRun(const std::string& file, const std::string& where, const std::string& problem)
@@ -588,28 +542,10 @@ std::vector<KnownField> known_fields(Section section) {
       return fields_of<GroupEntry>();
     case Section::kAllGroups:
       return fields_of<AllGroups>();
+    case Section::kCalculation:
+      return fields_of<Calculation>();
   }
   return {};
-}
-
-std::string_view nearest_field(std::string_view name, const std::vector<KnownField>& known) {
-  constexpr std::size_t kLongestName = 64;
-  if (name.size() > kLongestName) return {};
-  const auto plain = [](std::string_view text) {
-    std::string letters = text::lower_ascii(text);
-    std::erase_if(letters,
-                  [](char character) { return character == '_' || character == '-' || character == ' '; });
-    return letters;
-  };
-  std::string_view nearest;
-  std::size_t least = std::max<std::size_t>(1, name.size() / 3) + 1;
-  for (const KnownField& field : known) {
-    const std::size_t distance = edit_distance(plain(name), plain(field.name));
-    if (distance >= least) continue;
-    least = distance;
-    nearest = field.name;
-  }
-  return nearest;
 }
 
 Run read_description(const Json& tree, const std::string& name) {
@@ -623,9 +559,9 @@ Run read_description(const Json& tree, const std::string& name) {
 
 Run read_run(const std::filesystem::path& file) {
   const std::string name = file.string();
-  const std::string text = read_file(file);
+  const std::string text = read_text(file, kWhat);
   if (const std::string fault = other_file_fault(file, text); !fault.empty()) throw BadRun(name, "", fault);
-  const Json tree = parse_json(checked_text(text, name), name);
+  const Json tree = parse_json(checked_text(text, name, kWhat), name);
   const JsonValue root(tree, "", name);
   check_format(root);
   Run run;

@@ -70,8 +70,27 @@ struct Group {
   }
 };
 
-// Values are kept as the engine hands them out: numbers; NaN for an empty field;
-// encoded errors (runfile/values.h).
+// What calculated the run, and how far its results were compared with those of others.
+struct Calculation {
+  std::string engine;
+  std::string because;  // what the usual engine could not calculate; empty for nothing
+  std::string now;      // the moment that the model's clock stood at; empty: it reads none
+  // Of cells that the workbook has stored values of, before anything was changed.
+  std::int64_t stored_compared = 0, stored_differ = 0;
+  std::string stored_first;  // the first that differs, for people
+  // Of recalculations that another engine made, too. Every output of each was compared bit by bit.
+  std::string verified_by;  // that engine; empty for none
+  std::int64_t verified = 0, verified_differ = 0;
+  std::string verified_first;  // the first result that differs; without an engine, why there is none
+
+  void forget_stored() {
+    stored_compared = stored_differ = 0;
+    stored_first.clear();
+  }
+};
+
+// Values are kept as the engine hands them out: numbers; NaN for an empty field; encoded errors
+// (runfile/values.h).
 struct Run {
   std::filesystem::path file;
   std::int32_t simulations = 1;
@@ -92,6 +111,8 @@ struct Run {
   std::vector<double> group_input_values;
   // [simulation][output][recalculation]
   std::vector<double> group_output_values;
+
+  std::optional<Calculation> calculation;
 
   std::size_t input_value_index(std::int32_t simulation, std::int64_t recalculation) const {
     return static_cast<std::size_t>(simulation * recalculations + recalculation);

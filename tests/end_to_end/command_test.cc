@@ -126,8 +126,8 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
     const char* message;
   };
   const Case kCases[] = {
-      {{}, "name a command: report, show, check"},
-      {{"repot"}, "\"repot\" is no command; there are report, show, check"},
+      {{}, "name a command: sweep, merge, report, show, check"},
+      {{"repot"}, "\"repot\" is no command; there are sweep, merge, report, show, check"},
       {{"report"}, "RUN is required"},
       {{"report", "m.run.json", "second.json"}, "second.json"},
       {{"report", "m.run.json", "-o"}, "-o"},

@@ -32,6 +32,11 @@ def prepare(folder, command):
     """Gives a command the files that it names."""
     for name in re.findall(r"[\w-]+\.run\.json", command):
         shutil.copy(EXAMPLE / "solar-plant.run.json", folder / name)
+    if swept := re.search(r"sweep (\S+)\.xlsx (\S+\.whatif\.json)", command):
+        for file, name in (("solar-plant.xlsx", swept[1] + ".xlsx"), ("solar-plant.whatif.json", swept[2])):
+            shutil.copy(EXAMPLE / file, folder / name)
+        for old in folder.glob(swept[1] + ".run.*"):
+            old.unlink()
     into = re.search(r"--into (\S+)", command)
     if into and not (folder / into[1]).exists():
         shutil.copy(EXAMPLE / "solar-plant.xlsx", folder / into[1])
@@ -47,7 +52,7 @@ def run_commands(text, folder):
         if shutil.which("jq") is None:
             command = command.split("|")[0]
         prepare(folder, command)
-        started = re.sub(r"\bordvane (?=report|show|check|help)", ORDVANE.replace("\\", r"\\") + " ", command)
+        started = re.sub(r"\bordvane (?=sweep|merge|report|show|check|help)", ORDVANE.replace("\\", r"\\") + " ", command)
         ran = subprocess.run(["bash", "-c", "set -o pipefail; " + started], cwd=folder, capture_output=True, text=True)
         yield command, ran.returncode, ran.stderr.strip()
 

@@ -89,37 +89,5 @@ TEST_F(Naming, EvaluatingAFunctionPutsTheFormulaBack) {
   }
 }
 
-TEST_F(Naming, OutputFunctionsTellTheirArguments) {
-  put("A7", "Profit label");
-  put("D1", "Cell text");
-  const struct {
-    const char* what;
-    const char *formula, *name, *range;
-    std::int32_t index;
-    const char *resolved, *resolved_range;
-  } cases[] = {
-      {"three arguments inside a formula", "=DralOutput(\"Profit\",\"Totals\",2)+1", "Profit", "Totals", 2,
-       "", ""},
-      {"case does not matter, nor what stands before", "=1+dralOUTPUT(\"P\")", "P", "untouched", -1, "", ""},
-      {"an empty name becomes the cell's label", "=DralOutput(,\"Totals\",3)", "Profit label", "Totals", 3,
-       "", ""},
-      {"a reference is resolved", "=DralOutput(D1,\"T\",1)", "D1", "T", 1, "Cell text", ""},
-      {"an expression is computed", "=DralOutput(\"P\",2+3,1)", "P", "2+3", 1, "", "5"},
-      {"no output function", "=SUM(A1:A3)", "untouched", "untouched", -1, "", ""},
-  };
-  OrdvaneScan scan(session_);
-  for (const auto& c : cases) {
-    cell("B7")->set_formula(c.formula);
-    std::string name = "untouched", range = "untouched", resolved, resolved_range;
-    std::int32_t index = 0;
-    EXPECT_EQ(scan.GetCurrentOutputInfoForCell(*cell("B7"), name, range, index, resolved, resolved_range), 0);
-    EXPECT_EQ(name, c.name) << c.what;
-    EXPECT_EQ(range, c.range) << c.what;
-    EXPECT_EQ(index, c.index) << c.what;
-    EXPECT_EQ(resolved, c.resolved) << c.what;
-    EXPECT_EQ(resolved_range, c.resolved_range) << c.what;
-  }
-}
-
 }  // namespace
 }  // namespace ordvane::model

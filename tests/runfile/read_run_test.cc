@@ -461,13 +461,13 @@ TEST(ReadRun, SaysWhatAnotherFileIs) {
     const char* name;
     std::string content, kind, hint;
   } kCases[] = {
-      {"a.xlsx", zip + "xl/workbook.xml", "an Excel workbook", "sweep.py records one from a workbook"},
+      {"a.xlsx", zip + "xl/workbook.xml", "an Excel workbook", "`ordvane sweep` records one from a workbook"},
       {"a.run.json", zip + "xl/workbook.xml", "an Excel workbook", "docs/run-file.md"},
       {"a.ods", zip + "mimetypeapplication/vnd.oasis.opendocument.spreadsheet", "an OpenDocument spreadsheet",
        ""},
       {"a.zip", zip + "run.json", "a zip archive", ""},
       {"a.xls", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "a workbook of an old or encrypted format", ""},
-      {"c.csv", kCsv, "a table of values", "sweep.py"},
+      {"c.csv", kCsv, "a table of values", "ordvane sweep"},
       {"a.txt", kCsv, "a table of values", ""},
       {"b.run.csv", kCsv, "a table of values", "b.run.json\" meant?"},
       {"b.csv", kCsv, "a table of values", "b.run.json\" meant?"},
@@ -516,9 +516,13 @@ TEST(ReadRun, FindsOneBadCellInAMillionLines) {
 TEST(RunFileSchema, HasTheFieldsThatTheReaderKnows) {
   std::ifstream file(std::filesystem::path(ORDVANE_SOURCE_DIR) / "docs/run-file.schema.json");
   const auto definitions = nlohmann::json::parse(file)["$defs"];
-  const std::pair<Section, const char*> kSections[] = {
-      {Section::kRun, "run"},     {Section::kInput, "input"}, {Section::kOutput, "output"},
-      {Section::kLabel, "label"}, {Section::kGroup, "group"}, {Section::kAllGroups, "allGroups"}};
+  const std::pair<Section, const char*> kSections[] = {{Section::kRun, "run"},
+                                                       {Section::kInput, "input"},
+                                                       {Section::kOutput, "output"},
+                                                       {Section::kLabel, "label"},
+                                                       {Section::kGroup, "group"},
+                                                       {Section::kAllGroups, "allGroups"},
+                                                       {Section::kCalculation, "calculation"}};
   for (const auto& [section, name] : kSections) {
     const auto& definition = definitions.at(name);
     std::set<std::string> known, required, in_schema;

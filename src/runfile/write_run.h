@@ -1,0 +1,36 @@
+// Writes what read_run() reads.
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "runfile/run.h"
+
+namespace ordvane::runfile {
+
+// Fields in the order in which they are written.
+using OrderedJson = nlohmann::ordered_json;
+
+// The run file of a run without its recalculated values. `all_groups`: its groups are all of one size, and
+// every member has one number of steps.
+OrderedJson description_of(const Run& run, bool all_groups = false);
+// Its field "calculation".
+OrderedJson calculation_json(const Calculation& calculation);
+// The text of the run file, when the rows stand in these files. `groups`: empty for a run without.
+std::string run_text(OrderedJson description, const std::string& rows, const std::string& groups);
+
+// The first line of a CSV file: of single inputs, or of groups of at most so many members.
+std::string rows_header(std::size_t outputs);
+std::string group_rows_header(std::size_t members, std::size_t outputs);
+
+// One field of a row, the comma before it too. Numbers read back as the same double.
+void append_field(std::string& row, std::int64_t position);
+void append_field(std::string& row, double number);  // of |number| < kNumberLimit
+// What no cell of numbers shows: an error or a text, "" for an empty field. A text that would be read as a
+// number gets an apostrophe.
+void append_field(std::string& row, std::string_view text);
+
+}  // namespace ordvane::runfile

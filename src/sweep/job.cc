@@ -1,0 +1,337 @@
+#include "sweep/job.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+#include "host/error.h"
+#include "runfile/json_file.h"
+#include "runfile/write_run.h"
+#include "sweep/compiled.h"
+#include "sweep/sweep.h"
+#include "text/edit.h"
+
+namespace ordvane::sweep {
+namespace {
+
+constexpr double kSameStored = 1e-9;       // relative
+constexpr std::int64_t kOfficeChunk = 16;  // recalculations; a hundred a second are usual
+constexpr std::int64_t kWorthAnOffice = 300;
+constexpr std::int64_t kCompiledChunk = 2048;  // thousands a second at least
+
+bool is_package(const std::filesystem::path& workbook) {
+  const std::string extension = text::lower_ascii(workbook.extension().string());
+  return extension == ".xlsx" || extension == ".xlsm" || extension == ".xltx" || extension == ".xltm";
+}
+
+// The clock of the model stands at the beginning of today, so that parts of one day agree.
+std::chrono::sys_days today() {
+  return std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
+}
+
+std::string today_text() {
+  const std::chrono::year_month_day day(today());
+  const auto two = [](unsigned number) { return (number < 10 ? "-0" : "-") + std::to_string(number); };
+  return std::to_string(static_cast<int>(day.year())) + two(static_cast<unsigned>(day.month())) +
+         two(static_cast<unsigned>(day.day()));
+}
+
+calc::Frozen frozen() {
+  constexpr std::chrono::sys_days kDayZero = std::chrono::year(1899) / 12 / 30;
+  return {static_cast<double>((today() - kDayZero).count()), 1};
+}
+
+// The work on one workbook.
+class Sweep {
+ public:
+  explicit Sweep(const Job& job)
+      : job_(job),
+        bytes_(read_workbook(job)),
+        model_(package_bytes(), job.workbook.string(), frozen()),
+        plan_(make_plan(complete(job), model_, job.workbook.filename().string())),
+        shape_(shape_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())))) {
+    choose_engine();
+  }
+
+  Outcome run();
+
+ private:
+  static std::string read_workbook(const Job& job) { return runfile::read_text(job.workbook, "a workbook"); }
+  std::string package_bytes() const {
+    return is_package(job_.workbook) ? bytes_ : converted_workbook(job_.workbook, job_.office);
+  }
+
+  const WhatIf& complete(const Job& job) const;
+  void choose_engine();
+  void phase(const std::string& what) const {
+    if (job_.phase) job_.phase(what);
+  }
+  // The calculator of the base case is the first of those that share the work.
+  std::unique_ptr<Calculator> make() {
+    {
+      const std::lock_guard lock(mutex_);
+      if (spare_) return std::move(spare_);
+    }
+    return in_office_ ? make_libreoffice(job_.workbook, plan_, job_.office) : make_compiled(model_, plan_);
+  }
+
+  std::vector<calc::CellId> output_cells() const {
+    std::vector<calc::CellId> cells;
+    for (const PlannedOutput& output : plan_.outputs) cells.push_back(output.cell);
+    return cells;
+  }
+  bool reads_clock() const;
+  void compare_stored();
+  void compare_stored_cell(calc::CellId cell, const Result& base);
+  void verify();
+  void compare_rows(Calculator& referee, Calculator& checked, std::vector<Recalculation> rows);
+  std::string text_of(const Recalculation& recalculation) const;
+  std::string difference(std::size_t output, const Recalculation& row, const Result& found,
+                         const Result& expected) const;
+
+  const Job& job_;
+  std::string bytes_;
+  calc::Model model_;
+  Plan plan_;
+  Shape shape_;
+  bool in_office_ = false;
+  std::mutex mutex_;
+  std::unique_ptr<Calculator> spare_;
+  std::vector<Result> base_;
+  runfile::Calculation calculation_;
+  std::int64_t stored_zeros_ = 0;  // among the stored values compared
+};
+
+// What is missing can only be said by someone who knows the model: its last cells are a beginning.
+const WhatIf& Sweep::complete(const Job& job) const {
+  constexpr std::size_t kMostNamed = 12;
+  if (job.what_if.outputs.empty()) {
+    std::string proposals;
+    const std::vector<calc::CellId> finals = model_.final_cells();
+    for (std::size_t i = 0; i < std::min(kMostNamed, finals.size()); ++i)
+      proposals += (i == 0 ? "" : ", ") + model_.workbook().address(finals[i]);
+    throw runfile::BadRun("--output", "",
+                          "is required; no other formula reads " +
+                              (proposals.empty() ? "any cell" : proposals) +
+                              (finals.size() > kMostNamed ? " ..." : ""));
+  }
+  if (job.what_if.inputs.empty())
+    throw runfile::BadRun("--input", "", "is required, or a what-if definition");
+  return job.what_if;
+}
+
+bool Sweep::reads_clock() const {
+  const calc::Workbook& book = model_.workbook();
+  const std::vector<calc::CellId> cells = model_.all_precedents(output_cells());
+  return std::any_of(cells.begin(), cells.end(), [&](calc::CellId cell) {
+    const std::int32_t formula = book.cells[static_cast<std::size_t>(cell)].formula;
+    return formula >= 0 && book.formulas[static_cast<std::size_t>(formula)].tree.is_volatile;
+  });
+}
+
+void Sweep::choose_engine() {
+  const std::optional<std::string> reason = obstacle(model_, plan_);
+  in_office_ = job_.libreoffice || reason;
+  if (reason) calculation_.because = *reason;
+  phase(in_office_ ? "LibreOffice opens the workbook" : "the base case is calculated");
+  std::unique_ptr<Calculator> calculator = make();
+  calculation_.engine = calculator->engine();
+  const std::vector<Recalculation> nothing(1);
+  base_ = calculator->evaluate(nothing).front();
+  spare_ = std::move(calculator);
+  if (!in_office_ && reads_clock()) calculation_.now = today_text();
+}
+
+// --- how far the results can be trusted -------------------------------------------------------------------
+
+void Sweep::compare_stored_cell(calc::CellId cell, const Result& base) {
+  const calc::Value& value = model_.workbook().cells[static_cast<std::size_t>(cell)].stored;
+  if (value.is_blank()) return;
+  const Result stored = result_of(value);
+  ++calculation_.stored_compared;
+  if (stored.is_number() && stored.number == 0) ++stored_zeros_;
+  if (stored.is_number() && base.is_number()) {
+    const double size = std::max(std::fabs(stored.number), std::fabs(base.number));
+    if (std::fabs(stored.number - base.number) <= kSameStored * size) return;
+  } else if (stored.text == base.text && stored.is_number() == base.is_number()) {
+    return;
+  }
+  if (calculation_.stored_differ++ == 0)
+    calculation_.stored_first =
+        model_.workbook().address(cell) + ": stored " + shown(stored) + ", calculated " + shown(base);
+}
+
+// All formulas that the outputs depend on; of LibreOffice the outputs alone are known.
+void Sweep::compare_stored() {
+  if (in_office_) {
+    for (std::size_t i = 0; i < plan_.outputs.size(); ++i)
+      compare_stored_cell(plan_.outputs[i].cell, base_[i]);
+    return;
+  }
+  for (const calc::CellId cell : model_.all_precedents(output_cells()))
+    if (model_.has_formula(cell) && model_.obstacle(cell).empty())
+      compare_stored_cell(cell, result_of(model_.base(cell)));
+  // Programs that write workbooks without calculating them store a 0 everywhere: nothing to compare with.
+  if (stored_zeros_ == calculation_.stored_compared) calculation_.forget_stored();
+}
+
+std::string Sweep::text_of(const Recalculation& recalculation) const {
+  if (recalculation.empty()) return " at the base";
+  std::string text;
+  for (const Change& change : recalculation) {
+    const runfile::Input& input = plan_.inputs[change.input].item;
+    text += (text.empty() ? " when " : " and ") + input.sheet + "!" + input.cell + " is " +
+            shown({change.value, {}});
+  }
+  return text;
+}
+
+std::string Sweep::difference(std::size_t output, const Recalculation& row, const Result& found,
+                              const Result& expected) const {
+  const runfile::Output& item = plan_.outputs[output].item;
+  return item.sheet + "!" + item.cell + text_of(row) + ": " + shown(found) + " here, " + shown(expected) +
+         " in " + calculation_.verified_by;
+}
+
+void Sweep::compare_rows(Calculator& referee, Calculator& checked, std::vector<Recalculation> rows) {
+  const std::vector<std::vector<Result>> expected = referee.evaluate(rows);
+  const std::vector<std::vector<Result>> found = checked.evaluate(rows);
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    ++calculation_.verified;
+    for (std::size_t output = 0; output < plan_.outputs.size(); ++output) {
+      if (identical(found[row][output], expected[row][output])) continue;
+      if (calculation_.verified_differ++ == 0)
+        calculation_.verified_first =
+            difference(output, rows[row], found[row][output], expected[row][output]);
+      break;
+    }
+  }
+}
+
+void Sweep::verify() {
+  if (in_office_) {
+    calculation_.verified_first = "LibreOffice calculated it";
+    return;
+  }
+  if (job_.verify == Verify::kNone) {
+    calculation_.verified_first = "not asked for";
+    return;
+  }
+  phase("LibreOffice verifies");
+  std::unique_ptr<Calculator> referee;
+  try {
+    referee = make_libreoffice(job_.workbook, plan_, job_.office);
+  } catch (const host::Error& error) {
+    if (error.code() == host::errc::kUserCancelled || job_.verify == Verify::kAll) throw;
+    calculation_.verified_first = error.description();
+    return;
+  }
+  calculation_.verified_by = referee->engine();
+  const std::unique_ptr<Calculator> checked = make_compiled(model_, plan_);
+  std::vector<Recalculation> rows(1);
+  for (std::size_t i = 0; i < plan_.inputs.size(); ++i)
+    for (const double value : {plan_.inputs[i].values.front(), plan_.inputs[i].values.back()})
+      rows.push_back({{i, value}});
+  if (job_.verify == Verify::kEnds) return compare_rows(*referee, *checked, std::move(rows));
+  rows.resize(1);
+  PlanRows planned(plan_, 0);
+  for (std::int64_t row = 0; row < plan_.total(); ++row) {
+    rows.push_back(planned.next().changes);
+    if (static_cast<std::int64_t>(rows.size()) < kOfficeChunk) continue;
+    compare_rows(*referee, *checked, std::exchange(rows, {}));
+    if (job_.progress) job_.progress(row + 1, plan_.total());
+  }
+  compare_rows(*referee, *checked, std::move(rows));
+}
+
+// --- the run ----------------------------------------------------------------------------------------------
+
+Outcome Sweep::run() {
+  const Shard shard = job_.shard.value_or(Shard{});
+  PartHeader header;
+  header.shard = shard;
+  header.total = plan_.total();
+  header.workbook = hash_of(std::string_view(bytes_));
+  header.what_if = hash_of(plan_);
+  header.engine = calculation_.engine + (calculation_.now.empty() ? "" : ", clock at " + calculation_.now);
+  header.run = runfile::description_of(run_of(plan_, base_), plan_.all_groups);
+  const std::filesystem::path file = part_file(job_.run, shard);
+  Outcome outcome;
+  {
+    PartWriter part(file, header, shape_, job_.overwrite, [&] {
+      compare_stored();
+      verify();
+      return runfile::calculation_json(calculation_);
+    });
+    const std::int64_t there = part.done();
+    SweepOptions options;
+    options.threads =
+        job_.threads > 0 ? job_.threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    // Starting LibreOffice again takes as long as some hundred recalculations.
+    if (in_office_)
+      options.threads =
+          static_cast<int>(std::clamp<std::int64_t>(plan_.total() / kWorthAnOffice, 1, options.threads));
+    options.chunk = in_office_ ? kOfficeChunk : kCompiledChunk;
+    options.cancelled = job_.office.cancelled;
+    options.progress = job_.progress;
+    phase("");
+    const auto begin = std::chrono::steady_clock::now();
+    calculate_part(
+        plan_, shard, part, [&] { return make(); }, options);
+    outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    outcome.recalculations = part.done();
+    outcome.calculated = part.done() - there;
+    outcome.file = file;
+    outcome.calculation = calculation_;
+    if (!job_.shard) {
+      merge_parts({file}, job_.run, job_.overwrite);
+      std::filesystem::remove(file);
+      outcome.file = job_.run;
+    }
+  }
+  return outcome;
+}
+
+std::optional<std::int32_t> number_of(const char* variable) {
+  const char* text = std::getenv(variable);
+  std::int32_t number = 0;
+  if (text == nullptr) return std::nullopt;
+  const auto [stop, error] = std::from_chars(text, text + std::strlen(text), number);
+  if (error != std::errc() || *stop != '\0') return std::nullopt;
+  return number;
+}
+
+}  // namespace
+
+Outcome run_job(const Job& job) {
+  return Sweep(job).run();
+}
+
+std::optional<Shard> shard_of_environment(std::optional<std::int32_t> parts) {
+  struct Source {
+    const char *place, *count, *first, *step;  // variables; null: none
+  };
+  constexpr Source kSources[] = {
+      {"SLURM_ARRAY_TASK_ID", "SLURM_ARRAY_TASK_COUNT", "SLURM_ARRAY_TASK_MIN", "SLURM_ARRAY_TASK_STEP"},
+      {"OMPI_COMM_WORLD_RANK", "OMPI_COMM_WORLD_SIZE", nullptr, nullptr},
+      {"JOB_COMPLETION_INDEX", nullptr, nullptr, nullptr}};
+  for (const Source& source : kSources) {
+    const auto place = number_of(source.place);
+    if (!place) continue;
+    std::int32_t count = parts.value_or(0);
+    if (!parts && source.count != nullptr) count = number_of(source.count).value_or(0);
+    const std::int32_t first = source.first != nullptr ? number_of(source.first).value_or(0) : 0;
+    const std::int32_t step = source.step != nullptr ? number_of(source.step).value_or(1) : 1;
+    if (step < 1) continue;
+    const Shard shard{(*place - first) / step + 1, count};
+    if (shard.part >= 1 && shard.part <= shard.parts) return shard;
+  }
+  return std::nullopt;
+}
+
+}  // namespace ordvane::sweep

@@ -1,0 +1,51 @@
+// From a workbook and a what-if definition to a recorded run.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "runfile/run.h"
+#include "sweep/libreoffice.h"
+#include "sweep/part.h"
+#include "sweep/what_if.h"
+
+namespace ordvane::sweep {
+
+// How many recalculations LibreOffice makes, too, where it is installed.
+enum class Verify : std::uint8_t { kEnds, kAll, kNone };  // kEnds: the base and both ends of each input
+
+struct Job {
+  std::filesystem::path workbook;
+  WhatIf what_if;
+  std::filesystem::path run;   // NAME.run.json
+  std::optional<Shard> shard;  // none: all of it, made into the run at once
+  Verify verify = Verify::kEnds;
+  bool libreoffice = false;   // calculates all, whatever else could
+  bool overwrite = false;     // of a run that is there, or a part that was begun otherwise
+  int threads = 0;            // 0: one a processor
+  LibreOfficeOptions office;  // `cancelled` is asked by all that takes long
+  std::function<void(std::int64_t done, std::int64_t of)> progress;
+  std::function<void(const std::string& what)> phase;  // what is being done, for people
+};
+
+struct Outcome {
+  std::filesystem::path file;                       // the run, or the part
+  std::int64_t recalculations = 0, calculated = 0;  // of this part; those of them that were not there already
+  double seconds = 0;                               // that the calculation took
+  runfile::Calculation calculation;
+};
+
+// Throws runfile::BadRun and xlsx::BadWorkbook for what is wrong with the definition or the workbook,
+// host::Error for the rest: errc::kUserCancelled where rows that are done are kept for the next time.
+Outcome run_job(const Job& job);
+
+// The part that an array job of Slurm, OpenMPI or an indexed job of Kubernetes gives this process, by its
+// environment. `parts`: how many, where that is known otherwise; Kubernetes does not say it. Nothing outside
+// of such jobs.
+std::optional<Shard> shard_of_environment(std::optional<std::int32_t> parts);
+
+}  // namespace ordvane::sweep

@@ -1,0 +1,164 @@
+#include "sweep/libreoffice.h"
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "calc/value.h"
+#include "host/error.h"
+#include "sweep/child_process.h"
+#include "xlsx/whole_file.h"
+
+namespace ordvane::sweep {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr std::size_t kBatch = 64;  // recalculations that are asked for in one line
+
+[[noreturn]] void fail(const std::string& problem) {
+  throw host::Error(host::errc::kHostRefused, problem);
+}
+
+std::string seconds(std::chrono::milliseconds limit) {
+  const std::string digits = std::to_string(limit.count() / 1000);
+  const auto rest = limit.count() % 1000;
+  return rest == 0 ? digits : digits + "." + std::to_string(1000 + rest).substr(1);
+}
+
+// A text, as the copy may have a name that only the system knows.
+void copy_workbook(const std::filesystem::path& from, const std::filesystem::path& to) {
+  std::error_code error;
+  std::filesystem::copy_file(from, to, error);
+  if (error) fail(from.string() + ": cannot be copied: " + error.message());
+}
+
+template <class Items>
+Json places(const Items& items) {
+  Json list = Json::array();
+  for (const auto& planned : items) list.push_back({planned.item.sheet, planned.item.cell});
+  return list;
+}
+
+Result result_of(const Json& answer) {
+  if (answer.is_number()) return {answer.get<double>(), {}};
+  if (answer.is_string()) return {std::numeric_limits<double>::quiet_NaN(), answer.get<std::string>()};
+  if (!answer.is_object()) return {};
+  const auto code = static_cast<calc::ErrorCode>(answer.at("error").get<int>());
+  return {std::numeric_limits<double>::quiet_NaN(), std::string(calc::error_text(code))};
+}
+
+class LibreOffice : public Calculator {
+ public:
+  LibreOffice(const std::filesystem::path& workbook, const Plan& plan, LibreOfficeOptions options)
+      : workbook_(workbook), options_(std::move(options)), outputs_(plan.outputs.size()) {
+    setup_ = {{"inputs", places(plan.inputs)}, {"outputs", places(plan.outputs)}};
+    start();
+  }
+
+  std::string engine() const override { return engine_; }
+  std::vector<std::vector<Result>> evaluate(std::span<const Recalculation> recalculations) override;
+
+ private:
+  void start();
+  Json read_answer(std::chrono::milliseconds limit, bool& in_time);
+  void evaluate_batch(std::span<const Recalculation> batch, std::vector<std::vector<Result>>& results);
+
+  std::filesystem::path workbook_;
+  LibreOfficeOptions options_;
+  std::size_t outputs_;
+  Json setup_;
+  std::string engine_;
+  std::optional<PrivateFolder> folder_;  // before the process, which ends first
+  std::optional<ChildProcess> process_;
+};
+
+void LibreOffice::start() {
+  process_.reset();
+  folder_.emplace();
+  const std::string program = folder_->path() + "/worker.py";
+  std::ofstream(program) << kWorkerProgram;
+  const std::string copy = folder_->path() + "/model" + workbook_.extension().string();
+  copy_workbook(workbook_, copy);
+  process_.emplace(std::vector<std::string>{options_.python, "-I", program, folder_->path()});
+  Json first = setup_;
+  first["workbook"] = copy;
+  process_->tell(first.dump());
+  bool in_time = false;
+  const Json answer = read_answer(options_.start_limit, in_time);
+  if (!in_time)
+    fail("LibreOffice did not open " + workbook_.string() + " within " + seconds(options_.start_limit) +
+         " s");
+  engine_ = answer.at("engine").get<std::string>();
+}
+
+Json LibreOffice::read_answer(std::chrono::milliseconds limit, bool& in_time) {
+  std::string line;
+  const auto answer = process_->wait(line, limit, options_.cancelled);
+  in_time = answer != ChildProcess::Answer::kTimeLimit;
+  if (!in_time) return {};
+  if (answer == ChildProcess::Answer::kEnded)
+    fail(workbook_.string() + ": LibreOffice, or the Python that drives it, ended unexpectedly");
+  Json tree = Json::parse(line);
+  if (tree.is_object() && tree.contains("error"))
+    fail(workbook_.string() + ": " + tree["error"].get<std::string>());
+  return tree;
+}
+
+// A recalculation that takes too long ends the process; those behind it are asked for again.
+void LibreOffice::evaluate_batch(std::span<const Recalculation> batch,
+                                 std::vector<std::vector<Result>>& results) {
+  Json request = Json::array();
+  for (const Recalculation& recalculation : batch) {
+    Json changes = Json::array();
+    for (const Change& change : recalculation) changes.push_back({change.input, change.value});
+    request.push_back(std::move(changes));
+  }
+  process_->tell(request.dump());
+  for (std::size_t done = 0; done < batch.size(); ++done) {
+    bool in_time = false;
+    const Json answer = read_answer(options_.step_limit, in_time);
+    std::vector<Result>& row = results.emplace_back();
+    if (in_time) {
+      for (const Json& result : answer) row.push_back(result_of(result));
+      continue;
+    }
+    row.assign(outputs_, {std::numeric_limits<double>::quiet_NaN(),
+                          "no result within " + seconds(options_.step_limit) + " s"});
+    start();
+    return evaluate_batch(batch.subspan(done + 1), results);
+  }
+}
+
+std::vector<std::vector<Result>> LibreOffice::evaluate(std::span<const Recalculation> recalculations) {
+  std::vector<std::vector<Result>> results;
+  for (std::size_t at = 0; at < recalculations.size(); at += kBatch)
+    evaluate_batch(recalculations.subspan(at, std::min(kBatch, recalculations.size() - at)), results);
+  return results;
+}
+
+}  // namespace
+
+std::unique_ptr<Calculator> make_libreoffice(const std::filesystem::path& workbook, const Plan& plan,
+                                             const LibreOfficeOptions& options) {
+  return std::make_unique<LibreOffice>(workbook, plan, options);
+}
+
+std::string converted_workbook(const std::filesystem::path& workbook, const LibreOfficeOptions& options) {
+  const PrivateFolder folder;
+  const std::filesystem::path copy = folder.path() + "/model" + workbook.extension().string();
+  copy_workbook(workbook, copy);
+  const std::string out = folder.path() + "/converted";
+  ChildProcess process({"soffice", "-env:UserInstallation=file://" + folder.path() + "/profile", "--headless",
+                        "--norestore", "--convert-to", "xlsx", "--outdir", out, copy.string()});
+  std::string line;
+  auto answer = ChildProcess::Answer::kLine;
+  while (answer == ChildProcess::Answer::kLine)
+    answer = process.wait(line, options.start_limit, options.cancelled);
+  std::ifstream converted(out + "/model.xlsx", std::ios::binary);
+  if (answer == ChildProcess::Answer::kTimeLimit || !converted)
+    fail(workbook.string() + ": LibreOffice cannot open it as a workbook");
+  return {std::istreambuf_iterator<char>(converted), {}};
+}
+
+}  // namespace ordvane::sweep
