@@ -129,10 +129,17 @@ const Lanes* Program::fixed(const Formula& formula, std::int32_t node) {
   return constant(evaluation.part(cell_, formula, node, in_array_));
 }
 
+// A cell of an array formula behind the end of one of its blocks. How large the others are decides what it
+// shows.
+const Lanes* Program::beyond() {
+  failed_ = true;
+  return constant(Value());
+}
+
 // The value of an array that is due to the cell.
 const Lanes* Program::element(const Array& array) {
   const std::int32_t row = array.rows == 1 ? 0 : row_, column = array.columns == 1 ? 0 : column_;
-  if (row >= array.rows || column >= array.columns) return constant(ErrorCode::kNotAvailable);
+  if (row >= array.rows || column >= array.columns) return beyond();
   return constant(array.at(row, column));
 }
 
@@ -206,12 +213,9 @@ const Lanes* Program::compile(const Formula& formula, std::int32_t position) {
 const Lanes* Program::compile_reference(const Node& node) {
   const Cell& cell = model_.workbook().cells[static_cast<std::size_t>(cell_)];
   const Reference block = resolved(node, cell.row, cell.column);
-  if (block.sheet != block.last_sheet) {
-    failed_ = true;
-    return constant(Value());
-  }
+  if (block.sheet != block.last_sheet) return beyond();
   const std::int32_t row = block.rows() == 1 ? 0 : row_, column = block.columns() == 1 ? 0 : column_;
-  if (row >= block.rows() || column >= block.columns()) return constant(ErrorCode::kNotAvailable);
+  if (row >= block.rows() || column >= block.columns()) return beyond();
   const CellId id = model_.workbook().find(block.sheet, block.row + row, block.column + column);
   return id == kNoCell ? constant(Value()) : source_.lanes_of(id);
 }

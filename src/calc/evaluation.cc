@@ -21,7 +21,21 @@ bool is_block(const Operand& operand) {
          (operand.is_reference() && (!operand.reference.is_cell() || !operand.more.empty()));
 }
 
-constexpr std::int64_t kMostValues = std::int64_t{1} << 24;
+constexpr std::int64_t kMostValues = std::int64_t{1} << 22;
+
+// Whole columns and rows calculated value by value end where all sheets do.
+Operand trimmed(const Workbook& book, Operand operand) {
+  if (!operand.is_reference()) return operand;
+  Reference& block = operand.reference;
+  std::int32_t rows = 1, columns = 1;
+  for (const Sheet& sheet : book.sheets) {
+    rows = std::max(rows, sheet.grid.rows());
+    columns = std::max(columns, sheet.grid.columns());
+  }
+  if (block.rows() == kRows) block.last_row = rows - 1;
+  if (block.columns() == kColumns) block.last_column = columns - 1;
+  return operand;
+}
 
 }  // namespace
 
@@ -102,7 +116,7 @@ Value Evaluation::single(const Operand& operand) {
 
 Operand Evaluation::operand_of(std::int32_t node, bool in_array) {
   const Operand operand = evaluate(node, in_array);
-  return in_array ? operand : intersected(operand);
+  return in_array ? trimmed(book_, operand) : intersected(operand);
 }
 
 Operand Evaluation::evaluate(std::int32_t position, bool in_array) {

@@ -15,11 +15,16 @@
 
 namespace ordvane::calc {
 
+struct Line;
+class LineIndex;
+
 // Where formulas find what is in other cells.
 class CellValues {
  public:
   virtual ~CellValues() = default;
   virtual Value value(CellId cell) = 0;
+  // Of a line of cells whose values stay while this is used; null where they may not.
+  virtual const LineIndex* index(const Line&) { return nullptr; }
 };
 
 // What would be another value with every calculation, held for a whole run.

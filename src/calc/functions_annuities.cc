@@ -138,7 +138,7 @@ Operand call_nper(Call& call) {
   const double payment = call.number(1);
   const double present = call.number(2);
   const double future = call.number(3, 0);
-  const bool at_start = call.number(4, 0) > 0;
+  const bool at_start = call.number(4, 0) != 0;
   if (present + future == 0) return 0.0;
   if (rate == 0) return -(present + future) / payment;
   const double due = at_start ? payment * (1 + rate) : payment;

@@ -97,8 +97,8 @@ Operand call_eomonth(Call& call) {
 // ---- Differences ----
 
 Operand call_days(Call& call) {
-  const std::int64_t end = day_of(call, 0);
-  return static_cast<double>(end - day_of(call, 1));
+  const double end = call.number(0);
+  return end - call.number(1);
 }
 
 bool ends_february(const Date& date) {

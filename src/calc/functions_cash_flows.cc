@@ -136,9 +136,8 @@ Operand call_xirr(Call& call) {
   if (call.failed()) return 0.0;
   double rate = 0;
   if (found_rate(flows, guess, rate)) return rate;
-  if (call.missing(2))
-    for (int percent = -99; percent <= 999; ++percent)
-      if (found_rate(flows, percent / 100.0, rate)) return rate;
+  for (int percent = -99; percent <= 999; ++percent)
+    if (found_rate(flows, percent / 100.0, rate)) return rate;
   return ErrorCode::kNumber;
 }
 

@@ -101,7 +101,7 @@ Operand call_xor(Call& call) {
   bool result = false, any = false;
   call.each_from(0, [&](const Value& value, From from) {
     if (value.is_error()) return call.fail(value.error());
-    if (value.is_text() && from != From::kFormula) return;
+    if (value.is_text()) return from == From::kFormula ? call.fail(ErrorCode::kValue) : void();
     any = true;
     result = result != (call.number_of(value) != 0);
   });

@@ -47,7 +47,8 @@ Operand call_match(Call& call) {
   if (wanted.is_error()) return wanted;
   const Matrix matrix = call.matrix(1);
   if (matrix.rows() > 1 && matrix.columns() > 1) return ErrorCode::kArgument;
-  const Line line{matrix, matrix.rows() == 1 && matrix.columns() > 1};
+  const Line line{matrix, matrix.rows() == 1 && matrix.columns() > 1, 0, &call.operand(1),
+                  &call.evaluation()};
   const std::int32_t found = order == 0 ? find_equal(line, wanted) : find_sorted(line, wanted, order < 0);
   return found < 0 ? Operand(ErrorCode::kNotAvailable) : Operand(found + 1.0);
 }
@@ -59,7 +60,7 @@ Operand look_up(Call& call, bool in_rows) {
   const bool is_sorted = call.logical(3, true);
   if (wanted.is_error()) return wanted;
   if (position < 1 || position > (in_rows ? matrix.columns() : matrix.rows())) return ErrorCode::kArgument;
-  const Line keys{matrix, !in_rows};
+  const Line keys{matrix, !in_rows, 0, &call.operand(1), &call.evaluation()};
   const std::int32_t found = is_sorted ? find_sorted(keys, wanted) : find_equal(keys, wanted);
   if (found < 0) return ErrorCode::kNotAvailable;
   const auto at = static_cast<std::int32_t>(position) - 1;

@@ -15,7 +15,7 @@ namespace {
 Operand call_product(Call& call) {
   double product = 1;
   bool any = false;
-  call.each_number(0, [&](double number) {
+  call.each_number_backwards([&](double number) {
     product *= number;
     any = true;
   });

@@ -1,7 +1,8 @@
 // Functions between numbers and texts: formats, dates and times in words, other number systems.
 #include <algorithm>
-#include <array>
+#include <charconv>
 #include <cmath>
+#include <optional>
 #include <string>
 
 #include "calc/calendar.h"
@@ -100,18 +101,35 @@ Operand call_numbervalue(Call& call) {
   }
   int percents = 0;
   for (; !text.empty() && text.back() == '%'; text.pop_back()) ++percents;
-  const auto number = number_of_text(text, call.counts_from_1904());
-  if (!number) return ErrorCode::kValue;
-  return *number / std::pow(100.0, percents);
+  double number = 0;
+  const std::size_t sign = text.starts_with('+') ? 1 : 0;
+  const auto read = std::from_chars(text.data() + sign, text.data() + text.size(), number);
+  if (text.empty() || read.ec != std::errc() || read.ptr != text.data() + text.size())
+    return ErrorCode::kValue;
+  return number / std::pow(100.0, percents);
+}
+
+// A date or time in words: nothing for texts that are plain numbers, amounts or percentages.
+std::optional<double> date_in(Call& call) {
+  const std::string given = call.text(0);
+  const std::string_view text = text::trimmed(given);
+  double plain = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), plain);
+  if (read.ptr == text.data() + text.size() || text.find_first_of("$%()") != text.npos) return std::nullopt;
+  const bool has_parts = text.find_first_of("/:") != text.npos || text.find('-', 1) != text.npos;
+  const bool has_letters =
+      std::any_of(text.begin(), text.end(), [](char c) { return (c | 0x20) >= 'a' && (c | 0x20) <= 'z'; });
+  if (!has_parts && !(has_letters && text.find_first_of("0123456789") != text.npos)) return std::nullopt;
+  return number_of_text(text, call.counts_from_1904());
 }
 
 Operand call_datevalue(Call& call) {
-  const auto number = number_of_text(call.text(0), call.counts_from_1904());
+  const auto number = date_in(call);
   return number ? Operand(std::floor(*number)) : Operand(ErrorCode::kValue);
 }
 
 Operand call_timevalue(Call& call) {
-  const auto number = number_of_text(call.text(0), call.counts_from_1904());
+  const auto number = date_in(call);
   return number ? Operand(*number - std::floor(*number)) : Operand(ErrorCode::kValue);
 }
 
@@ -252,7 +270,8 @@ template <int direction>
 Operand call_shift(Call& call) {
   const std::uint64_t bits = bits_of(call, 0);
   const double places = whole_part(call.number(1)) * direction;
-  if (std::fabs(places) > 53) return ErrorCode::kArgument;
+  if (places > 53) return ErrorCode::kArgument;
+  if (places < -53) return 0.0;
   const double result = std::floor(std::ldexp(static_cast<double>(bits), static_cast<int>(places)));
   return result >= kBits ? Operand(ErrorCode::kArgument) : Operand(result);
 }

@@ -39,6 +39,12 @@ Operand deviation(Call& call) {
   return squared.value.is_error() ? squared : Operand(std::sqrt(squared.value.number()));
 }
 
+Operand call_counta(Call& call) {
+  double count = 0;
+  call.each_from(0, [&](const Value&, From) { ++count; });
+  return count;
+}
+
 Operand call_devsq(Call& call) {
   const Numbers numbers = numbers_from(call, 0);
   return numbers.empty() ? 0.0 : squares_about_mean(numbers);
@@ -136,12 +142,16 @@ Operand call_kurt(Call& call) {
 
 // ---- Order ----
 
+double middle_of(const Numbers& sorted) {
+  const std::size_t middle = sorted.size() / 2;
+  return sorted.size() % 2 == 1 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
+}
+
 Operand call_median(Call& call) {
   Numbers numbers = numbers_from(call, 0);
   if (numbers.empty()) return ErrorCode::kValue;
   std::sort(numbers.begin(), numbers.end());
-  const std::size_t middle = numbers.size() / 2;
-  return numbers.size() % 2 == 1 ? numbers[middle] : (numbers[middle - 1] + numbers[middle]) / 2;
+  return middle_of(numbers);
 }
 
 Operand call_mode(Call& call) {
@@ -175,7 +185,7 @@ Operand call_quartile(Call& call) {
   const Numbers numbers = sorted_numbers_of(call, 0);
   const double quarter = floor_of(call.number(1));
   if (quarter < 0 || quarter > 4 || numbers.empty()) return ErrorCode::kArgument;
-  return at_share(numbers, quarter / 4);
+  return quarter == 2 ? middle_of(numbers) : at_share(numbers, quarter / 4);
 }
 
 // Between the ends, none of which is reached.
@@ -272,6 +282,7 @@ Operand call_frequency(Call& call) {
 constexpr Function kFunctions[] = {
     {"AVEDEV", 1, kAnyNumber, "r", call_avedev},
     {"AVERAGEA", 1, kAnyNumber, "r", call_averagea},
+    {"COUNTA", 1, kAnyNumber, "r", call_counta},
     {"DEVSQ", 1, kAnyNumber, "r", call_devsq},
     {"FREQUENCY", 2, 2, "a", call_frequency, nullptr, kGivesArrays},
     {"GEOMEAN", 1, kAnyNumber, "r", call_geomean},

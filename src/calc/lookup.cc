@@ -1,11 +1,19 @@
 #include "calc/lookup.h"
 
+#include <algorithm>
+#include <cmath>
+
+#include "calc/evaluation.h"
 #include "calc/operators.h"
+#include "calc/rules.h"
 #include "text/utf8.h"
 #include "unicode/names.h"
 
 namespace ordvane::calc {
 namespace {
+
+// Shorter lines are searched as fast as indexes are found.
+constexpr std::int32_t kLeastIndexed = 32;
 
 bool is_comparable(const Value& value, const Value& wanted) {
   return wanted.is_text() ? value.is_text() : value.is_number();
@@ -55,8 +63,35 @@ bool Pattern::matches(std::string_view text) const {
   return p == folded_.size();
 }
 
+LineIndex::LineIndex(const Line& line) {
+  for (std::int32_t i = 0; i < line.used(); ++i) {
+    const Value value = line.value(i);
+    if (value.is_number()) numbers_.emplace_back(value.number(), i);
+    if (value.is_text()) texts_.emplace(unicode::folded(value.text()), i);
+  }
+  std::sort(numbers_.begin(), numbers_.end());
+}
+
+std::int32_t LineIndex::find(const Value& wanted) const {
+  if (wanted.is_text()) {
+    const auto found = texts_.find(unicode::folded(wanted.text()));
+    return found == texts_.end() ? -1 : found->second;
+  }
+  // Numbers that count as equal lie on both sides; the first of the line is among them.
+  const double number = wanted.number(), span = std::fabs(number) * 0x1p-46;
+  std::int32_t first = -1;
+  for (auto at =
+           std::lower_bound(numbers_.begin(), numbers_.end(), std::pair(number - span, std::int32_t{0}));
+       at != numbers_.end() && at->first <= number + span; ++at)
+    if (nearly_equal(at->first, number) && (first < 0 || at->second < first)) first = at->second;
+  return first;
+}
+
 std::int32_t find_equal(const Line& line, const Value& wanted) {
   const std::int32_t end = line.used();
+  const bool is_plain = !wanted.is_text() || !Pattern(wanted.text()).has_wildcards();
+  if (is_plain && line.evaluation != nullptr && line.operand->is_reference() && end >= kLeastIndexed)
+    if (const LineIndex* index = line.evaluation->values().index(line)) return index->find(wanted);
   if (wanted.is_text()) {
     const Pattern pattern(wanted.text());
     for (std::int32_t i = 0; i < end; ++i)

@@ -43,8 +43,9 @@ class Model::Base : public CellValues {
   }
   Value value(CellId cell) override {
     State& state = states_[index_of(cell)];
-    if (state == State::kNone || state == State::kListed) calculate(cell);
-    if (state == State::kOpen) {
+    if (model_.finds_cells(current_)) model_.found_[current_].push_back(cell);
+    if ((state == State::kNone || state == State::kListed) && depth_ < kDeepest) calculate(cell);
+    if (state != State::kDone) {
       model_.circular_.push_back(cell);
       return ErrorCode::kCircular;
     }
@@ -57,8 +58,12 @@ class Model::Base : public CellValues {
   void calculate(CellId wanted);
   void evaluate(CellId cell);
 
+  static constexpr int kDeepest = 300;  // of formulas that find one another only while they are calculated
+
   Model& model_;
   std::vector<State> states_;
+  CellId current_ = 0;
+  int depth_ = 0;
 };
 
 // Precedents first, without recursion: chains are as long as sheets.
@@ -84,9 +89,15 @@ void Model::Base::calculate(CellId wanted) {
 void Model::Base::evaluate(CellId cell) {
   states_[index_of(cell)] = State::kOpen;
   if (model_.has_formula(cell) && model_.obstacle(cell).empty()) {
+    const CellId before = current_;
+    current_ = cell;
+    ++depth_;
     Arena arena;
     const Value result = Evaluation(model_.book_, *this, arena, model_.frozen_).cell_result(cell);
+    if (result.is_error() && result.error() == ErrorCode::kCircular) model_.circular_.push_back(cell);
     model_.base_[index_of(cell)] = result.is_text() ? model_.arena_.text(result.text()) : result;
+    --depth_;
+    current_ = before;
   }
   states_[index_of(cell)] = State::kDone;
 }
@@ -104,6 +115,10 @@ void Model::calculate_base() {
   base_.reserve(book_.cells.size());
   for (const Cell& cell : book_.cells) base_.push_back(cell.stored);
   Base(*this).calculate_all();
+  for (auto& [cell, found] : found_) {
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
+  }
   std::sort(circular_.begin(), circular_.end());
   circular_.erase(std::unique(circular_.begin(), circular_.end()), circular_.end());
   for (const CellId cell : circular_) base_[index_of(cell)] = book_.cells[index_of(cell)].stored;
@@ -167,6 +182,8 @@ void Model::each_precedent(CellId cell, const std::function<void(CellId)>& visit
       book_.sheets[static_cast<std::size_t>(sheet)].grid.each(
           block, [&](CellId precedent, std::int32_t, std::int32_t) { visit(precedent); });
   });
+  if (const auto found = found_.find(cell); found != found_.end())
+    for (const CellId precedent : found->second) visit(precedent);
 }
 
 bool Model::finds_cells(CellId cell) const {

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "calc/evaluation.h"
@@ -47,8 +48,8 @@ class Model {
   const std::string& obstacle(CellId cell) const;
   std::vector<Obstacle> obstacles() const;
 
-  // Each cell, with a formula or a value, that the formula of a cell reads. Cells that only a calculation can
-  // tell are left out; finds_cells() tells whether there may be any.
+  // Each cell, with a formula or a value, that the formula of a cell reads. Of cells that only a calculation
+  // can tell, those that it found as the workbook stands; finds_cells() tells whether there may be others.
   void each_precedent(CellId cell, const std::function<void(CellId)>& visit) const;
   bool finds_cells(CellId cell) const;
   // All cells that these are calculated from, themselves too; each once, before what is calculated from it.
@@ -67,7 +68,8 @@ class Model {
   Frozen frozen_;
   Arena arena_;
   std::vector<Value> base_;
-  std::vector<CellId> circular_;  // sorted
+  std::unordered_map<CellId, std::vector<CellId>> found_;  // by formulas that find cells
+  std::vector<CellId> circular_;                           // sorted
 };
 
 }  // namespace ordvane::calc

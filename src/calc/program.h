@@ -105,6 +105,7 @@ class Program {
   const Lanes* compile(const Formula& formula, std::int32_t node);
   const Lanes* fixed(const Formula& formula, std::int32_t node);
   const Lanes* element(const Array& array);
+  const Lanes* beyond();
   const std::vector<bool>& moving_nodes(const Formula& formula);
   bool node_moves(const Formula& formula, const Node& node, const std::vector<bool>& known);
   bool block_moves(const Reference& block) const;

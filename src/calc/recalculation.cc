@@ -9,6 +9,9 @@ std::size_t index_of(CellId cell) {
   return static_cast<std::size_t>(cell);
 }
 
+// Of cells found through one another while they are calculated; more are taken for a circle.
+constexpr int kDeepest = 300;
+
 }  // namespace
 
 struct Recalculation::Frame {
@@ -143,7 +146,9 @@ void Recalculation::calculate(Slot& slot) {
   slot.calculated = batch_;
   slot.is_open = true;
   const int lane = lane_;
+  ++depth_;
   program_.run(slot.begin, slot.end, arena_);
+  --depth_;
   slot.is_open = false;
   lane_ = lane;
   if (!is_changing_[index_of(slot.cell)]) return;
@@ -185,15 +190,34 @@ bool Recalculation::is_known(CellId cell) const {
 }
 
 Value Recalculation::value(CellId cell) {
-  if (grows_ && !is_known(cell)) ensure(cell);
+  if (grows_ && !is_known(cell) && depth_ < kDeepest) ensure(cell);
   const std::int32_t position = slots_by_cell_[index_of(cell)];
   if (position < 0) return model_.base(cell);
   const Slot& slot = slots_[static_cast<std::size_t>(position)];
-  if (slot.is_open) {
+  if (slot.is_open || !(is_known(cell) || depth_ == 0)) {
     obstacles_.push_back({cell, "a circular reference"});
     return ErrorCode::kCircular;
   }
   return slot.lanes->at(lane_);
+}
+
+const LineIndex* Recalculation::index(const Line& line) {
+  Reference block = line.operand->reference;
+  std::int32_t& first = line.is_row ? block.row : block.column;
+  first += line.at;
+  (line.is_row ? block.last_row : block.last_column) = first;
+  const auto [found, added] =
+      indexes_.try_emplace({block.sheet, block.row, block.column, block.last_row, block.last_column});
+  if (!added) return found->second.get();
+  bool is_fixed = true;
+  model_.workbook().sheets[static_cast<std::size_t>(block.sheet)].grid.each(
+      block, [&](CellId cell, std::int32_t, std::int32_t) {
+        classify(cell);
+        is_fixed = is_fixed && !moves(cell);
+      });
+  compile_new();
+  if (is_fixed) found->second = std::make_unique<LineIndex>(line);
+  return found->second.get();
 }
 
 std::span<const Value> Recalculation::evaluate(std::span<const std::span<const CellChange>> lanes) {

@@ -8,12 +8,16 @@
 // One recalculation is used by one thread; several may use one model.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
+#include <map>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "calc/lookup.h"
 #include "calc/model.h"
 #include "calc/program.h"
 
@@ -58,6 +62,7 @@ class Recalculation : private LaneSource, private LaneValues {
 
   const Lanes* lanes_of(CellId cell) override;
   Value value(CellId cell) override;
+  const LineIndex* index(const Line& line) override;
   void choose(int lane) override { lane_ = lane; }
   bool moves(CellId cell) const override { return states_[static_cast<std::size_t>(cell)] == State::kInside; }
 
@@ -83,6 +88,7 @@ class Recalculation : private LaneSource, private LaneValues {
   std::deque<Lanes> lanes_;
   std::vector<const Lanes*> constants_;  // by cell
   Program program_;
+  std::map<std::array<std::int32_t, 5>, std::unique_ptr<LineIndex>> indexes_;  // null: of lines that move
   std::vector<Obstacle> obstacles_;
   Arena arena_;
   std::vector<Value> results_;
@@ -90,6 +96,7 @@ class Recalculation : private LaneSource, private LaneValues {
   bool grows_ = false;  // has formulas that find cells
   std::uint64_t batch_ = 0;
   int lane_ = 0;
+  int depth_ = 0;  // of cells found while cells are calculated
 };
 
 }  // namespace ordvane::calc

@@ -73,7 +73,7 @@ double whole_part(double number) {
 double rounded(double number, int decimals) {
   if (decimals == 0 || number == 0) return std::round(number);
   const double positive = std::fabs(number);
-  if (decimals > 0 && positive >= kNoHalves) return number;
+  if (decimals > 20 || (decimals > 0 && positive >= kNoHalves)) return number;
   const double whole = shifted(positive, decimals);
   if (!std::isfinite(whole)) return number;
   const double digits = whole < kNoHalves ? floor_of(whole + 0.5) : whole;
@@ -81,11 +81,13 @@ double rounded(double number, int decimals) {
 }
 
 double rounded_up(double number, int decimals) {
+  if (decimals > 20 || (decimals > 0 && std::fabs(number) >= kNoHalves)) return number;
   const double whole = shifted(to_twelve_digits(number), decimals);
   return std::copysign(shifted_back(std::ceil(whole), decimals), number);
 }
 
 double rounded_down(double number, int decimals) {
+  if (decimals > 20 || (decimals > 0 && std::fabs(number) >= kNoHalves)) return number;
   const double whole = shifted(to_twelve_digits(number), decimals);
   return std::copysign(shifted_back(std::floor(whole), decimals), number);
 }

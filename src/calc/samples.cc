@@ -10,7 +10,11 @@ namespace ordvane::calc {
 
 Numbers numbers_from(Call& call, int first) {
   Numbers numbers;
-  call.each_number(first, [&](double number) { numbers.push_back(number); });
+  if (first == 0) {
+    call.each_number_backwards([&](double number) { numbers.push_back(number); });
+  } else {
+    call.each_number(first, [&](double number) { numbers.push_back(number); });
+  }
   return numbers;
 }
 

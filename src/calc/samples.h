@@ -10,7 +10,8 @@ namespace ordvane::calc {
 
 using Numbers = std::vector<double>;
 
-// The numbers of the arguments from `first` on, as SUM takes them.
+// The numbers of the arguments from `first` on, as SUM takes them; of all arguments those of the last come
+// first.
 Numbers numbers_from(Call& call, int first);
 Numbers numbers_of(Call& call, int argument);
 Numbers sorted_numbers_of(Call& call, int argument);

@@ -97,6 +97,10 @@ CLOSE = {name: 1e-9 for name in (
     "GAMMA GAMMALN GAMMADIST GAMMAINV BETADIST BETAINV TDIST TINV CHIDIST CHIINV FDIST FINV TTEST FTEST ZTEST GAUSS "
     "HYPGEOMDIST POISSON BINOMDIST NEGBINOMDIST STEYX DB MINVERSE MDETERM").split()}
 
+# Functions that mean something else in Excel, which is followed: see there. Their differences are counted apart.
+MEANT_OTHERWISE = {"RANK", "RANK.AVG", "PERCENTRANK", "PERCENTRANK.EXC", "MODE", "FIND", "WEEKNUM", "DATE", "CHAR", "CODE", "SUMIF",
+                   "COUNTIF", "LEN"}
+
 ROWS = 12  # of the blocks of values
 TEXTS = ["", "a", "apple", "Banana", "x y", " pad ", "12", "1e3", "-4.5", "TRUE", "2020-02-29", "a*b", "b?", "~", "é", "MCM",
          "10%", "#N/A", "1,234.5"]
@@ -284,7 +288,7 @@ def agree(name, ours, theirs):
 
 class Report:
     def __init__(self, show_all):
-        self.tried = self.unsupported = 0
+        self.tried = self.unsupported = self.meant_otherwise = 0
         self.worst = collections.defaultdict(list)
         self.show_all = show_all
         self.counts = collections.Counter()
@@ -293,7 +297,11 @@ class Report:
         self.tried += 1
         if isinstance(ours, Unsupported):
             self.unsupported += 1
-        if not agree(name, ours, theirs):
+        if agree(name, ours, theirs):
+            return
+        if name in MEANT_OTHERWISE:
+            self.meant_otherwise += 1
+        else:
             number = getattr(theirs, "number", 0)
             self.counts[name] += 1
             self.worst[name].append((len(formula), f"={formula}  ours {ours!r}, LibreOffice's {theirs!r}"
@@ -304,7 +312,8 @@ class Report:
             shown = sorted(found) if self.show_all else sorted(found)[:1]
             for _, line in shown:
                 print(f"{name} ({len(found)}): {line}")
-        print(f"{self.tried} formulas tried, {sum(self.counts.values())} differ, {self.unsupported} not calculated")
+        print(f"{self.tried} formulas tried, {sum(self.counts.values())} differ, {self.unsupported} not calculated, "
+              f"{self.meant_otherwise} of functions that mean something else")
 
 
 def round_of_calls(random_, names, size):
