@@ -18,11 +18,17 @@
 namespace ordvane::model {
 namespace {
 
+using test::forwarding::ForwardingEngine;
+
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // A recorded run with some answers changed, and the calls that were made.
-class AnsweringEngine : public test::forwarding::ForwardingEngine {
+class AnsweringEngine : public ForwardingEngine {
  public:
+  using Long = std::int32_t;
+  using Integer = std::int16_t;
+  using String = std::string;
+
   explicit AnsweringEngine(const std::shared_ptr<const runfile::Run>& run)
       : ForwardingEngine(
             runfile::make_recorded_engine(run),

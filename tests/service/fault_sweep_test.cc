@@ -51,11 +51,11 @@ class Sweep {
   void run_with_fault(Bench& bench) {
     const auto hook = [this](const char* member) { fault_(member); };
     std::shared_ptr<host::Application> application = bench.application;
-    if (failing_ == Failing::kHost) application = test::forwarding_application(application, hook);
+    if (failing_ == Failing::kHost) application = test::announcing(application, hook);
     if (failing_ == Failing::kEngine)
-      bench.services->session.engine = test::forwarding_engine(bench.services->session.engine, hook);
+      bench.services->session.engine = test::announcing(bench.services->session.engine, hook);
     if (failing_ == Failing::kEnvironment)
-      bench.services->session.environment = test::forwarding_environment(bench.environment, hook);
+      bench.services->session.environment = test::announcing<host::Environment>(bench.environment, hook);
 
     OrdvaneReports reports(bench.services);
     ask_for_every_sheet(reports);

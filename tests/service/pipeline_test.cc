@@ -508,7 +508,7 @@ TEST(Pipeline, WhatTheEngineRefusesIsNamed) {
     const auto hook = [&](const char* member) {
       if (std::string("Engine.") + c.call == member && ++calls == c.nth) throw test::Refused{0x70003};
     };
-    bench.services->session.engine = test::forwarding_engine(bench.services->session.engine, hook);
+    bench.services->session.engine = test::announcing(bench.services->session.engine, hook);
     OrdvaneReports reports(bench.services);
     reports.Initialize(bench.application, 1);
     reports.set_MultiWayReport(true);
@@ -538,14 +538,11 @@ TEST(Pipeline, NothingIsRecalculatedBetweenTheFirstReportAndTheLast) {
     int calls = 0;
     OrdvaneReports reports(bench.services);
     ask_for_everything(reports);
-    reports.Initialize(
-        test::forwarding_application(bench.application,
-                                     [&](const char* member) {
-                                       ++calls;
-                                       if (bench.application->calculation() != host::Calculation::kManual)
-                                         automatic.emplace_back(member);
-                                     }),
-        1);
+    const auto hook = [&](const char* member) {
+      ++calls;
+      if (bench.application->calculation() != host::Calculation::kManual) automatic.emplace_back(member);
+    };
+    reports.Initialize(test::announcing<host::Application>(bench.application, hook), 1);
     automatic.clear();
     reports.GenerateReports(bench.all_outputs());
     EXPECT_FALSE(reports.report_error());

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -67,10 +66,14 @@ class Wrapper : public Interface {
   SharedHook hook_;
 };
 
-template <class Interface>
-Interface& unwrapped(Interface& object) {
-  auto* wrapper = dynamic_cast<Wrapper<Interface>*>(&object);
-  return wrapper ? wrapper->target() : object;
+// Arguments as the wrapped object takes them.
+template <class Value>
+Value& unwrapped(Value& value) {
+  return value;
+}
+inline host::Range& unwrapped(host::Range& range) {
+  auto* wrapper = dynamic_cast<Wrapper<host::Range>*>(&range);
+  return wrapper ? wrapper->target() : range;
 }
 
 // Which class wraps an interface.
@@ -108,433 +111,151 @@ auto Wrapper<Interface>::announced(const char* member, Call&& call) {
     return wrapped(call(), hook_);
 }
 
-// One member: its result, its name, its parameters and how they are passed on.
-#define ORDVANE_FORWARD(result, member, parameters, arguments)                                            \
-  result member parameters override {                                                                     \
-    return this->announced(ORDVANE_WRAPPED "." #member, [&] { return this->target_->member arguments; }); \
+// A member is overridden in a layer over the members before it. The layer takes result and parameters from
+// the interface: only the name is told, and the signature where there are several members of one name.
+#define ORDVANE_LAYER_OF(layer, member, signature)                                            \
+  template <class Base, class Signature = signature>                                          \
+  class layer##Layer;                                                                         \
+  template <class Base, class Result, class... Parameters>                                    \
+  class layer##Layer<Base, Result (Wrapped::*)(Parameters...)> : public Base {                \
+   public:                                                                                    \
+    using Base::Base;                                                                         \
+    Result member(Parameters... arguments) override {                                         \
+      static const std::string called = std::string(kInterface) + "." #member;                \
+      return this->announced(called.c_str(),                                                  \
+                             [&] { return this->target_->member(unwrapped(arguments)...); }); \
+    }                                                                                         \
+  };
+#define ORDVANE_LAYER(member) ORDVANE_LAYER_OF(member, member, decltype(&Wrapped::member))
+#define ORDVANE_OPEN(layer, ...) layer##Layer <
+#define ORDVANE_CLOSE(...) >
+#define ORDVANE_LAYERS(space, interface, members)                                                   \
+  namespace layers_of_##interface {                                                                 \
+    using Wrapped = space::interface;                                                               \
+    constexpr const char* kInterface = #interface;                                                  \
+    members(ORDVANE_LAYER, ORDVANE_LAYER_OF) using Layers =                                         \
+        members(ORDVANE_OPEN, ORDVANE_OPEN) Wrapper<Wrapped> members(ORDVANE_CLOSE, ORDVANE_CLOSE); \
   }
-#define ORDVANE_WRAPPER(interface)      \
-  class Forwarding##interface;          \
-  template <>                           \
-  struct WrapperOf<host::interface> {   \
-    using type = Forwarding##interface; \
+#define ORDVANE_WRAPPER(space, interface, members)             \
+  ORDVANE_LAYERS(space, interface, members)                    \
+  using Forwarding##interface = layers_of_##interface::Layers; \
+  template <>                                                  \
+  struct WrapperOf<space::interface> {                         \
+    using type = Forwarding##interface;                        \
   };
 
-ORDVANE_WRAPPER(Application)
-ORDVANE_WRAPPER(Workbook)
-ORDVANE_WRAPPER(Worksheet)
-ORDVANE_WRAPPER(Range)
-ORDVANE_WRAPPER(ChartObject)
-ORDVANE_WRAPPER(Chart)
-ORDVANE_WRAPPER(Axis)
-ORDVANE_WRAPPER(Series)
-ORDVANE_WRAPPER(Point)
-ORDVANE_WRAPPER(DataLabel)
-ORDVANE_WRAPPER(StringTable)
-#undef ORDVANE_WRAPPER
+// clang-format off
+#define ORDVANE_APPLICATION(X, ...) \
+  X(name) X(version) X(calculation) X(set_calculation) X(screen_updating) X(set_screen_updating) \
+  X(display_alerts) X(set_display_alerts) X(cursor) X(set_cursor) X(status_bar) X(set_status_bar) \
+  X(active_workbook) X(active_sheet) X(active_cell) X(workbook) X(add_workbook) X(range) X(evaluate) \
+  X(calculate) X(run) X(min) X(max)
+#define ORDVANE_WORKBOOK(X, ...) \
+  X(name) X(multi_user_editing) X(worksheets) X(worksheet) X(add_worksheet) X(set_properties) X(activate)
+#define ORDVANE_WORKSHEET(X, Y) \
+  X(workbook) X(name) X(set_name) X(row_limit) X(column_limit) \
+  Y(range_1, range, std::shared_ptr<host::Range> (Wrapped::*)(const std::string&)) \
+  Y(range_2, range, std::shared_ptr<host::Range> (Wrapped::*)(std::int32_t, std::int32_t, std::int32_t, \
+                                                              std::int32_t)) \
+  X(add_chart) X(set_page_setup) X(freeze_panes) X(set_display_gridlines) X(activate) X(move_before) \
+  X(remove)
+#define ORDVANE_RANGE(X, ...) \
+  X(worksheet) X(row) X(column) X(row_count) X(column_count) X(address) X(cell) X(offset) X(resize) \
+  X(value) X(set_value) X(values) X(put) X(formula) X(set_formula) X(evaluate) X(number_format) \
+  X(number_format_local) X(set_number_format) X(set_number_format_local) X(set_row_formats_local) \
+  X(set_font) X(set_interior) X(set_border) X(set_alignment) X(set_indent) X(set_wrap_text) X(locked) \
+  X(set_merge) X(auto_fit_columns) X(column_width) X(set_column_width) X(set_columns_hidden) X(row_height) \
+  X(set_row_height) X(left) X(top) X(width) X(height) X(add_comment) X(select) X(activate)
+#define ORDVANE_CHARTOBJECT(X, ...) \
+  X(chart) X(left) X(top) X(width) X(height) X(set_left) X(set_top) X(set_width) X(set_height) \
+  X(set_on_action) X(set_name) X(set_alternative_text) X(remove)
+#define ORDVANE_CHART(X, ...) \
+  X(container) X(set_kind) X(set_chart_area_line_weight) X(set_chart_area_interior) X(set_title) \
+  X(format_title) X(set_title_top) X(set_plot_area_border) X(set_plot_area_interior) \
+  X(plot_area_interior_color) X(set_plot_area_top) X(set_plot_area_inside) X(set_has_legend) \
+  X(set_legend_position) X(set_legend_font) X(delete_legend) X(set_has_axis) X(axis) X(series_count) \
+  X(series) X(new_series) X(set_gap_width) X(set_overlap) X(set_plot_visible_only) X(set_display_blanks_as) \
+  X(add_text_box)
+#define ORDVANE_AXIS(X, ...) \
+  X(set_border) X(set_major_tick_mark) X(set_minor_tick_mark) X(set_tick_label_position) \
+  X(set_tick_label_format) X(set_tick_label_font) X(set_has_major_gridlines) X(set_major_gridline_border) \
+  X(set_minimum_scale) X(set_maximum_scale) X(set_major_unit) X(set_crosses_at) X(set_crosses_maximum) \
+  X(set_reverse_plot_order) X(set_title) X(set_title_font)
+#define ORDVANE_SERIES(X, Y) \
+  X(set_name) X(set_kind) X(set_axis_group) Y(set_values_1, set_values, void (Wrapped::*)(host::Range&)) \
+  Y(set_values_2, set_values, void (Wrapped::*)(std::span<const double>)) \
+  Y(set_x_values_1, set_x_values, void (Wrapped::*)(host::Range&)) \
+  Y(set_x_values_2, set_x_values, void (Wrapped::*)(std::span<const double>)) X(set_border) \
+  X(set_line_width) X(set_interior) X(set_marker) X(point)
+#define ORDVANE_POINT(X, ...) \
+  X(set_interior) X(set_marker_style) X(set_marker_foreground_color) X(set_marker_background_color) \
+  X(set_marker_size) X(apply_data_labels) X(data_label)
+#define ORDVANE_DATALABEL(X, ...) \
+  X(set_text) X(set_font) X(set_position) X(set_alignment) X(set_horizontal_orientation) X(set_interior) \
+  X(set_border)
+#define ORDVANE_STRINGTABLE(X, ...) \
+  X(GetString) X(set_active_language)
+#define ORDVANE_NUMBERSERVICE(X, ...) \
+  X(missing_number) X(is_usable) X(axis_scale) X(number_text) X(date_text) X(list_separator)
+#define ORDVANE_ENVIRONMENT(X, ...) \
+  X(engine_folder) X(log_folder) X(path_separator) X(language_id) X(language_string) X(string_table) \
+  X(shorten) X(show_message) X(show_progress) X(pump_messages) X(remove_file) X(append_line) \
+  X(date_and_time) X(excel_major_version) X(add_in_present)
+#define ORDVANE_ENGINE(X, ...) \
+  X(load_library) X(DrllibInitLibraryVB) X(DrllibFreeLibraryVB) X(DRL4_Init) X(DRL4_GetSimStats) \
+  X(DRL4_GetNumInputsAndOutputs) X(DRL4_GetNumInputsWithSavedSamples) X(DRL4_GetVaryMultis) \
+  X(DRL4_GetUsedVaryMultis) X(DRL4_GetVaryCountList) X(DRL4_GetDoubleInputOrOutputData) X(DRL4_DoubleIsNaN) \
+  X(DRL4_DoubleIsError) X(DRL4_GetSamplingType) X(DRL4_SetSamplingType) X(DRL7_GetOrderedInputInfoVB) \
+  X(DRL7_GetOrderedOutputInfoVB) X(DRL7_GetWorkbookWithInputOrOutputVB) X(DRL7_GetSheetWithInputOrOutputVB) \
+  X(DRL7_GetCellWithInputOrOutputVB)
+// clang-format on
 
-#define ORDVANE_WRAPPED "Application"
-class ForwardingApplication final : public Wrapper<host::Application> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(std::string, name, (), ())
-  ORDVANE_FORWARD(std::string, version, (), ())
-  ORDVANE_FORWARD(host::Calculation, calculation, (), ())
-  ORDVANE_FORWARD(void, set_calculation, (host::Calculation mode), (mode))
-  ORDVANE_FORWARD(bool, screen_updating, (), ())
-  ORDVANE_FORWARD(void, set_screen_updating, (bool on), (on))
-  ORDVANE_FORWARD(bool, display_alerts, (), ())
-  ORDVANE_FORWARD(void, set_display_alerts, (bool on), (on))
-  ORDVANE_FORWARD(host::Cursor, cursor, (), ())
-  ORDVANE_FORWARD(void, set_cursor, (host::Cursor cursor), (cursor))
-  ORDVANE_FORWARD(std::string, status_bar, (), ())
-  ORDVANE_FORWARD(void, set_status_bar, (const std::string& text), (text))
-  ORDVANE_FORWARD(std::shared_ptr<host::Workbook>, active_workbook, (), ())
-  ORDVANE_FORWARD(std::shared_ptr<host::Worksheet>, active_sheet, (), ())
-  ORDVANE_FORWARD(std::shared_ptr<host::Range>, active_cell, (), ())
-  ORDVANE_FORWARD(std::shared_ptr<host::Workbook>, workbook, (const std::string& name), (name))
-  ORDVANE_FORWARD(std::shared_ptr<host::Workbook>, add_workbook, (), ())
-  ORDVANE_FORWARD(std::shared_ptr<host::Range>, range, (const std::string& address), (address))
-  ORDVANE_FORWARD(host::CellValue, evaluate, (const std::string& formula), (formula))
-  ORDVANE_FORWARD(void, calculate, (), ())
-  ORDVANE_FORWARD(std::string, run, (const std::string& macro, host::Range& cell, std::int16_t selector),
-                  (macro, unwrapped(cell), selector))
-  ORDVANE_FORWARD(double, min, (host::Range & range), (unwrapped(range)))
-  ORDVANE_FORWARD(double, max, (host::Range & range), (unwrapped(range)))
-};
-#undef ORDVANE_WRAPPED
+ORDVANE_WRAPPER(host, Application, ORDVANE_APPLICATION)
+ORDVANE_WRAPPER(host, Workbook, ORDVANE_WORKBOOK)
+ORDVANE_WRAPPER(host, Worksheet, ORDVANE_WORKSHEET)
+ORDVANE_WRAPPER(host, Range, ORDVANE_RANGE)
+ORDVANE_WRAPPER(host, ChartObject, ORDVANE_CHARTOBJECT)
+ORDVANE_WRAPPER(host, Chart, ORDVANE_CHART)
+ORDVANE_WRAPPER(host, Axis, ORDVANE_AXIS)
+ORDVANE_WRAPPER(host, Series, ORDVANE_SERIES)
+ORDVANE_WRAPPER(host, Point, ORDVANE_POINT)
+ORDVANE_WRAPPER(host, DataLabel, ORDVANE_DATALABEL)
+ORDVANE_WRAPPER(host, StringTable, ORDVANE_STRINGTABLE)
+ORDVANE_WRAPPER(host, NumberService, ORDVANE_NUMBERSERVICE)
+ORDVANE_WRAPPER(engine, Engine, ORDVANE_ENGINE)
+ORDVANE_LAYERS(host, Environment, ORDVANE_ENVIRONMENT)
 
-#define ORDVANE_WRAPPED "Workbook"
-class ForwardingWorkbook final : public Wrapper<host::Workbook> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(std::string, name, (), ())
-  ORDVANE_FORWARD(bool, multi_user_editing, (), ())
-  ORDVANE_FORWARD(std::vector<std::shared_ptr<host::Worksheet>>, worksheets, (), ())
-  ORDVANE_FORWARD(std::shared_ptr<host::Worksheet>, worksheet, (const std::string& name), (name))
-  ORDVANE_FORWARD(std::shared_ptr<host::Worksheet>, add_worksheet, (), ())
-  ORDVANE_FORWARD(void, set_properties, (const host::DocumentProperties& properties), (properties))
-  ORDVANE_FORWARD(void, activate, (), ())
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "Worksheet"
-class ForwardingWorksheet final : public Wrapper<host::Worksheet> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(std::shared_ptr<host::Workbook>, workbook, (), ())
-  ORDVANE_FORWARD(std::string, name, (), ())
-  ORDVANE_FORWARD(void, set_name, (const std::string& name), (name))
-  ORDVANE_FORWARD(std::int32_t, row_limit, (), ())
-  ORDVANE_FORWARD(std::int32_t, column_limit, (), ())
-  ORDVANE_FORWARD(std::shared_ptr<host::Range>, range, (const std::string& address), (address))
-  ORDVANE_FORWARD(std::shared_ptr<host::Range>, range,
-                  (std::int32_t row, std::int32_t column, std::int32_t rows, std::int32_t columns),
-                  (row, column, rows, columns))
-  ORDVANE_FORWARD(std::shared_ptr<host::ChartObject>, add_chart,
-                  (double left, double top, double width, double height), (left, top, width, height))
-  ORDVANE_FORWARD(void, set_page_setup, (const host::PageSetup& setup), (setup))
-  ORDVANE_FORWARD(void, freeze_panes, (std::int32_t rows, std::int32_t columns), (rows, columns))
-  ORDVANE_FORWARD(void, set_display_gridlines, (bool shown), (shown))
-  ORDVANE_FORWARD(void, activate, (), ())
-  ORDVANE_FORWARD(void, move_before, (const std::string& sheet), (sheet))
-  ORDVANE_FORWARD(void, remove, (), ())
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "Range"
-class ForwardingRange final : public Wrapper<host::Range> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(std::shared_ptr<host::Worksheet>, worksheet, (), ())
-  ORDVANE_FORWARD(std::int32_t, row, (), ())
-  ORDVANE_FORWARD(std::int32_t, column, (), ())
-  ORDVANE_FORWARD(std::int32_t, row_count, (), ())
-  ORDVANE_FORWARD(std::int32_t, column_count, (), ())
-  ORDVANE_FORWARD(std::string, address, (bool absolute, bool external), (absolute, external))
-  ORDVANE_FORWARD(std::shared_ptr<host::Range>, cell, (std::int32_t row, std::int32_t column), (row, column))
-  ORDVANE_FORWARD(std::shared_ptr<host::Range>, offset, (std::int32_t rows, std::int32_t columns),
-                  (rows, columns))
-  ORDVANE_FORWARD(std::shared_ptr<host::Range>, resize, (std::int32_t rows, std::int32_t columns),
-                  (rows, columns))
-  ORDVANE_FORWARD(host::CellValue, value, (), ())
-  ORDVANE_FORWARD(void, set_value, (const host::CellValue& value), (value))
-  ORDVANE_FORWARD(host::CellBlock, values, (), ())
-  ORDVANE_FORWARD(void, put, (const host::CellBlock& block), (block))
-  ORDVANE_FORWARD(std::string, formula, (), ())
-  ORDVANE_FORWARD(void, set_formula, (const std::string& formula), (formula))
-  ORDVANE_FORWARD(host::CellValue, evaluate, (const std::string& formula), (formula))
-  ORDVANE_FORWARD(std::string, number_format, (), ())
-  ORDVANE_FORWARD(std::string, number_format_local, (), ())
-  ORDVANE_FORWARD(void, set_number_format, (const std::string& format), (format))
-  ORDVANE_FORWARD(void, set_number_format_local, (const std::string& format), (format))
-  ORDVANE_FORWARD(void, set_row_formats_local, (const std::vector<std::string>& formats), (formats))
-  ORDVANE_FORWARD(void, set_font, (const host::FontFormat& font), (font))
-  ORDVANE_FORWARD(void, set_interior, (const host::InteriorFormat& interior), (interior))
-  ORDVANE_FORWARD(void, set_border, (host::Edge edge, const host::BorderFormat& border), (edge, border))
-  ORDVANE_FORWARD(void, set_alignment, (host::HAlign horizontal, host::VAlign vertical),
-                  (horizontal, vertical))
-  ORDVANE_FORWARD(void, set_indent, (std::int32_t level), (level))
-  ORDVANE_FORWARD(void, set_wrap_text, (bool wrap), (wrap))
-  ORDVANE_FORWARD(bool, locked, (), ())
-  ORDVANE_FORWARD(void, set_merge, (bool merged), (merged))
-  ORDVANE_FORWARD(void, auto_fit_columns, (), ())
-  ORDVANE_FORWARD(double, column_width, (), ())
-  ORDVANE_FORWARD(void, set_column_width, (double characters), (characters))
-  ORDVANE_FORWARD(void, set_columns_hidden, (bool hidden), (hidden))
-  ORDVANE_FORWARD(double, row_height, (), ())
-  ORDVANE_FORWARD(void, set_row_height, (double points), (points))
-  ORDVANE_FORWARD(double, left, (), ())
-  ORDVANE_FORWARD(double, top, (), ())
-  ORDVANE_FORWARD(double, width, (), ())
-  ORDVANE_FORWARD(double, height, (), ())
-  ORDVANE_FORWARD(void, add_comment, (const std::string& text), (text))
-  ORDVANE_FORWARD(void, select, (), ())
-  ORDVANE_FORWARD(void, activate, (), ())
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "ChartObject"
-class ForwardingChartObject final : public Wrapper<host::ChartObject> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(std::shared_ptr<host::Chart>, chart, (), ())
-  ORDVANE_FORWARD(double, left, (), ())
-  ORDVANE_FORWARD(double, top, (), ())
-  ORDVANE_FORWARD(double, width, (), ())
-  ORDVANE_FORWARD(double, height, (), ())
-  ORDVANE_FORWARD(void, set_left, (double points), (points))
-  ORDVANE_FORWARD(void, set_top, (double points), (points))
-  ORDVANE_FORWARD(void, set_width, (double points), (points))
-  ORDVANE_FORWARD(void, set_height, (double points), (points))
-  ORDVANE_FORWARD(void, set_on_action, (const std::string& macro), (macro))
-  ORDVANE_FORWARD(void, set_name, (const std::string& name), (name))
-  ORDVANE_FORWARD(void, set_alternative_text, (const std::string& text), (text))
-  ORDVANE_FORWARD(void, remove, (), ())
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "Chart"
-class ForwardingChart final : public Wrapper<host::Chart> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(std::shared_ptr<host::ChartObject>, container, (), ())
-  ORDVANE_FORWARD(void, set_kind, (host::ChartKind kind), (kind))
-  ORDVANE_FORWARD(void, set_chart_area_line_weight, (double points), (points))
-  ORDVANE_FORWARD(void, set_chart_area_interior, (const host::InteriorFormat& interior), (interior))
-  ORDVANE_FORWARD(void, set_title, (const std::string& text), (text))
-  ORDVANE_FORWARD(void, format_title, (std::int32_t start, std::int32_t length, const host::FontFormat& font),
-                  (start, length, font))
-  ORDVANE_FORWARD(void, set_title_top, (double points), (points))
-  ORDVANE_FORWARD(void, set_plot_area_border, (const host::BorderFormat& border), (border))
-  ORDVANE_FORWARD(void, set_plot_area_interior, (const host::InteriorFormat& interior), (interior))
-  ORDVANE_FORWARD(host::Color, plot_area_interior_color, (), ())
-  ORDVANE_FORWARD(void, set_plot_area_top, (double points), (points))
-  ORDVANE_FORWARD(void, set_plot_area_inside, (double left, double top, double width, double height),
-                  (left, top, width, height))
-  ORDVANE_FORWARD(void, set_has_legend, (bool shown), (shown))
-  ORDVANE_FORWARD(void, set_legend_position, (host::LegendPosition position), (position))
-  ORDVANE_FORWARD(void, set_legend_font, (const host::FontFormat& font), (font))
-  ORDVANE_FORWARD(void, delete_legend, (), ())
-  ORDVANE_FORWARD(void, set_has_axis, (host::AxisType type, host::AxisGroup group, bool shown),
-                  (type, group, shown))
-  ORDVANE_FORWARD(std::shared_ptr<host::Axis>, axis, (host::AxisType type, host::AxisGroup group),
-                  (type, group))
-  ORDVANE_FORWARD(std::int32_t, series_count, (), ())
-  ORDVANE_FORWARD(std::shared_ptr<host::Series>, series, (std::int32_t index), (index))
-  ORDVANE_FORWARD(std::shared_ptr<host::Series>, new_series, (), ())
-  ORDVANE_FORWARD(void, set_gap_width, (std::int32_t percent), (percent))
-  ORDVANE_FORWARD(void, set_overlap, (std::int32_t percent), (percent))
-  ORDVANE_FORWARD(void, set_plot_visible_only, (bool visible_only), (visible_only))
-  ORDVANE_FORWARD(void, set_display_blanks_as, (host::BlankCells shown), (shown))
-  ORDVANE_FORWARD(void, add_text_box,
-                  (double left, double top, double width, double height, const std::string& text,
-                   const host::FontFormat& font),
-                  (left, top, width, height, text, font))
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "Axis"
-class ForwardingAxis final : public Wrapper<host::Axis> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(void, set_border, (const host::BorderFormat& border), (border))
-  ORDVANE_FORWARD(void, set_major_tick_mark, (std::int32_t tick_mark), (tick_mark))
-  ORDVANE_FORWARD(void, set_minor_tick_mark, (std::int32_t tick_mark), (tick_mark))
-  ORDVANE_FORWARD(void, set_tick_label_position, (host::TickLabelPosition position), (position))
-  ORDVANE_FORWARD(void, set_tick_label_format, (const std::string& format), (format))
-  ORDVANE_FORWARD(void, set_tick_label_font, (const host::FontFormat& font), (font))
-  ORDVANE_FORWARD(void, set_has_major_gridlines, (bool shown), (shown))
-  ORDVANE_FORWARD(void, set_major_gridline_border, (const host::BorderFormat& border), (border))
-  ORDVANE_FORWARD(void, set_minimum_scale, (std::optional<double> minimum), (minimum))
-  ORDVANE_FORWARD(void, set_maximum_scale, (std::optional<double> maximum), (maximum))
-  ORDVANE_FORWARD(void, set_major_unit, (std::optional<double> unit), (unit))
-  ORDVANE_FORWARD(void, set_crosses_at, (std::optional<double> value), (value))
-  ORDVANE_FORWARD(void, set_crosses_maximum, (), ())
-  ORDVANE_FORWARD(void, set_reverse_plot_order, (bool reversed), (reversed))
-  ORDVANE_FORWARD(void, set_title, (const std::string& text), (text))
-  ORDVANE_FORWARD(void, set_title_font, (const host::FontFormat& font), (font))
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "Series"
-class ForwardingSeries final : public Wrapper<host::Series> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(void, set_name, (const std::string& name), (name))
-  ORDVANE_FORWARD(void, set_kind, (host::ChartKind kind), (kind))
-  ORDVANE_FORWARD(void, set_axis_group, (host::AxisGroup group), (group))
-  ORDVANE_FORWARD(void, set_values, (host::Range & cells), (unwrapped(cells)))
-  ORDVANE_FORWARD(void, set_values, (std::span<const double> constants), (constants))
-  ORDVANE_FORWARD(void, set_x_values, (host::Range & cells), (unwrapped(cells)))
-  ORDVANE_FORWARD(void, set_x_values, (std::span<const double> constants), (constants))
-  ORDVANE_FORWARD(void, set_border, (const host::BorderFormat& border), (border))
-  ORDVANE_FORWARD(void, set_line_width, (double points), (points))
-  ORDVANE_FORWARD(void, set_interior, (const host::InteriorFormat& interior), (interior))
-  ORDVANE_FORWARD(void, set_marker,
-                  (host::MarkerStyle style, std::int32_t size, host::Color foreground,
-                   host::Color background),
-                  (style, size, foreground, background))
-  ORDVANE_FORWARD(std::shared_ptr<host::Point>, point, (std::int32_t index), (index))
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "Point"
-class ForwardingPoint final : public Wrapper<host::Point> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(void, set_interior, (const host::InteriorFormat& interior), (interior))
-  ORDVANE_FORWARD(void, set_marker_style, (host::MarkerStyle style), (style))
-  ORDVANE_FORWARD(void, set_marker_foreground_color, (host::Color color), (color))
-  ORDVANE_FORWARD(void, set_marker_background_color, (host::Color color), (color))
-  ORDVANE_FORWARD(void, set_marker_size, (std::int32_t points), (points))
-  ORDVANE_FORWARD(void, apply_data_labels, (bool legend_key), (legend_key))
-  ORDVANE_FORWARD(std::shared_ptr<host::DataLabel>, data_label, (), ())
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "DataLabel"
-class ForwardingDataLabel final : public Wrapper<host::DataLabel> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(void, set_text, (const std::string& text), (text))
-  ORDVANE_FORWARD(void, set_font, (const host::FontFormat& font), (font))
-  ORDVANE_FORWARD(void, set_position, (host::LabelPosition position), (position))
-  ORDVANE_FORWARD(void, set_alignment, (host::HAlign horizontal, host::VAlign vertical),
-                  (horizontal, vertical))
-  ORDVANE_FORWARD(void, set_horizontal_orientation, (), ())
-  ORDVANE_FORWARD(void, set_interior, (const host::InteriorFormat& interior), (interior))
-  ORDVANE_FORWARD(void, set_border, (const host::BorderFormat& border), (border))
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "StringTable"
-class ForwardingStringTable final : public Wrapper<host::StringTable> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(std::string, GetString,
-                  (std::int16_t id, const host::TextArgument& arg1, const host::TextArgument& arg2,
-                   const host::TextArgument& arg3),
-                  (id, arg1, arg2, arg3))
-  ORDVANE_FORWARD(void, set_active_language, (std::int32_t language_id), (language_id))
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "NumberService"
-class ForwardingNumberService final : public Wrapper<host::NumberService> {
- public:
-  using Wrapper::Wrapper;
-  ORDVANE_FORWARD(double, missing_number, (), ())
-  ORDVANE_FORWARD(bool, is_usable, (double value), (value))
-  ORDVANE_FORWARD(host::AxisScale, axis_scale, (double low, double high), (low, high))
-  ORDVANE_FORWARD(std::string, number_text, (double value, bool grouped), (value, grouped))
-  ORDVANE_FORWARD(std::string, date_text, (double serial), (serial))
-  ORDVANE_FORWARD(std::string, list_separator, (), ())
-};
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "Environment"
-class ForwardingEnvironment final : public Wrapper<host::Environment> {
+class ForwardingEnvironment final : public layers_of_Environment::Layers {
  public:
   ForwardingEnvironment(std::shared_ptr<host::Environment> target, SharedHook hook)
-      : Wrapper(target, hook),
+      : layers_of_Environment::Layers(target, hook),
         // The number service lives as long as its environment.
         numbers_(std::shared_ptr<host::NumberService>(target, &target->numbers()), hook) {}
 
-  ORDVANE_FORWARD(std::string, engine_folder, (), ())
-  ORDVANE_FORWARD(std::string, log_folder, (), ())
-  ORDVANE_FORWARD(char, path_separator, (), ())
-  ORDVANE_FORWARD(std::int32_t, language_id, (std::int32_t selector), (selector))
-  ORDVANE_FORWARD(std::string, language_string, (std::int32_t language_id), (language_id))
-  ORDVANE_FORWARD(std::shared_ptr<host::StringTable>, string_table,
-                  (const std::string& component, const std::string& language), (component, language))
   host::NumberService& numbers() override {
     (*hook_)("Environment.numbers");
     return numbers_;
   }
-  ORDVANE_FORWARD(std::string, shorten, (const std::string& text, std::int32_t limit), (text, limit))
   [[noreturn]] void raise_error(std::int32_t code, const std::string& message) override {
     target_->raise_error(code, message);
     std::abort();  // never reached; compilers do not trust a virtual function with that
   }
-  ORDVANE_FORWARD(void, show_message, (const std::string& text, const std::string& title), (text, title))
-  ORDVANE_FORWARD(void, show_progress,
-                  (const std::string& text1, const std::string& text2, const std::string& text3),
-                  (text1, text2, text3))
-  ORDVANE_FORWARD(void, pump_messages, (), ())
   bool escape_pressed() override { return target_->escape_pressed(); }
-  ORDVANE_FORWARD(void, remove_file, (const std::string& path), (path))
-  ORDVANE_FORWARD(void, append_line, (const std::string& path, const std::string& line), (path, line))
-  ORDVANE_FORWARD(std::string, date_and_time, (), ())
-  ORDVANE_FORWARD(std::int32_t, excel_major_version, (), ())
-  ORDVANE_FORWARD(bool, add_in_present, (), ())
 
  private:
   ForwardingNumberService numbers_;
 };
-#undef ORDVANE_WRAPPED
-
-#define ORDVANE_WRAPPED "Engine"
-class ForwardingEngine : public Wrapper<engine::Engine> {
- public:
-  using Wrapper::Wrapper;
-  using Long = std::int32_t;
-  using Integer = std::int16_t;
-  using String = std::string;
-
-  ORDVANE_FORWARD(void, load_library, (const String& path), (path))
-  ORDVANE_FORWARD(Long, DrllibInitLibraryVB,
-                  (const String& text1, const String& text2, Long& a, Long& b, Long& c, Long& d),
-                  (text1, text2, a, b, c, d))
-  ORDVANE_FORWARD(Long, DrllibFreeLibraryVB,
-                  (Long a, Long& b, Long c, Long& d, Long& e, Long& f, Long& g, String& h),
-                  (a, b, c, d, e, f, g, h))
-  ORDVANE_FORWARD(Long, DRL4_Init, (Long hVars), (hVars))
-  ORDVANE_FORWARD(Long, DRL4_GetSimStats, (Long hVars, Long& simulations, Long& iterations),
-                  (hVars, simulations, iterations))
-  ORDVANE_FORWARD(Long, DRL4_GetNumInputsAndOutputs, (Long hVars, Long mode, Long& inputs, Long& outputs),
-                  (hVars, mode, inputs, outputs))
-  ORDVANE_FORWARD(Long, DRL4_GetNumInputsWithSavedSamples, (Long hVars, Long& inputs), (hVars, inputs))
-  ORDVANE_FORWARD(Long, DRL4_GetVaryMultis, (Long hVars, std::span<Long> list, Long& a, Long& b, Long& c),
-                  (hVars, list, a, b, c))
-  ORDVANE_FORWARD(Long, DRL4_GetUsedVaryMultis,
-                  (Long hVars, Long first, Long count, std::span<Long> members, Long per_group,
-                   Long steps_per_group, std::span<Long> steps),
-                  (hVars, first, count, members, per_group, steps_per_group, steps))
-  ORDVANE_FORWARD(Long, DRL4_GetVaryCountList, (Long hVars, std::span<Integer> list, Long count),
-                  (hVars, list, count))
-  ORDVANE_FORWARD(Long, DRL4_GetDoubleInputOrOutputData,
-                  (Long hVars, Long kind, Long index, Long run, Long first, Long last, std::span<double> data,
-                   Long whole),
-                  (hVars, kind, index, run, first, last, data, whole))
-  ORDVANE_FORWARD(Long, DRL4_DoubleIsNaN, (double value), (value))
-  ORDVANE_FORWARD(Long, DRL4_DoubleIsError, (double value), (value))
-  ORDVANE_FORWARD(Long, DRL4_GetSamplingType, (Long hVars), (hVars))
-  ORDVANE_FORWARD(Long, DRL4_SetSamplingType, (Long hVars, Long type), (hVars, type))
-  ORDVANE_FORWARD(Long, DRL7_GetOrderedInputInfoVB,
-                  (Long hVars, Integer flag, Long index, String& name, String& alternative, String& formula,
-                   Long& start, Long& stop, Integer& use_default, Long& book, Long& sheet, Long& cell,
-                   Long& formula_index, Integer& in_cell, Integer& locked, Integer& multi,
-                   Integer& range_type, double& min_change, double& max_change, Integer& dist_for_range),
-                  (hVars, flag, index, name, alternative, formula, start, stop, use_default, book, sheet,
-                   cell, formula_index, in_cell, locked, multi, range_type, min_change, max_change,
-                   dist_for_range))
-  ORDVANE_FORWARD(Long, DRL7_GetOrderedOutputInfoVB,
-                  (Long hVars, Integer flag, Long index, String& name, String& alternative, String& formula,
-                   Long& start, Long& stop, Integer& use_default, Long& book, Long& sheet, Long& cell,
-                   Long& formula_index, Integer& in_cell, Integer& locked, Integer& date, String& range_name,
-                   Long& range_index, Long& output_index),
-                  (hVars, flag, index, name, alternative, formula, start, stop, use_default, book, sheet,
-                   cell, formula_index, in_cell, locked, date, range_name, range_index, output_index))
-  ORDVANE_FORWARD(Long, DRL7_GetWorkbookWithInputOrOutputVB,
-                  (Long hVars, Integer flag, Long kind, Long book, Long& sheets, String& workbook),
-                  (hVars, flag, kind, book, sheets, workbook))
-  ORDVANE_FORWARD(Long, DRL7_GetSheetWithInputOrOutputVB,
-                  (Long hVars, Integer flag, Long kind, Long book, Long sheet, String& name),
-                  (hVars, flag, kind, book, sheet, name))
-  ORDVANE_FORWARD(Long, DRL7_GetCellWithInputOrOutputVB,
-                  (Long hVars, Integer flag, Long kind, Long book, Long sheet, Long cell, Long formula,
-                   Integer in_cell, String& address, String& range, Long& items),
-                  (hVars, flag, kind, book, sheet, cell, formula, in_cell, address, range, items))
+template <>
+struct WrapperOf<host::Environment> {
+  using type = ForwardingEnvironment;
 };
-#undef ORDVANE_WRAPPED
-#undef ORDVANE_FORWARD
 
 }  // namespace forwarding
 
-inline std::shared_ptr<host::Application> forwarding_application(std::shared_ptr<host::Application> target,
-                                                                 Hook hook) {
-  return std::make_shared<forwarding::ForwardingApplication>(std::move(target),
-                                                             std::make_shared<const Hook>(std::move(hook)));
-}
-inline std::shared_ptr<host::Environment> forwarding_environment(std::shared_ptr<host::Environment> target,
-                                                                 Hook hook) {
-  return std::make_shared<forwarding::ForwardingEnvironment>(std::move(target),
-                                                             std::make_shared<const Hook>(std::move(hook)));
-}
-inline std::shared_ptr<engine::Engine> forwarding_engine(std::shared_ptr<engine::Engine> target, Hook hook) {
-  return std::make_shared<forwarding::ForwardingEngine>(std::move(target),
-                                                        std::make_shared<const Hook>(std::move(hook)));
+// A wrapper of `target`, whose calls it announces to `hook`.
+template <class Interface>
+std::shared_ptr<Interface> announcing(std::shared_ptr<Interface> target, Hook hook) {
+  return forwarding::wrapped(std::move(target), std::make_shared<const Hook>(std::move(hook)));
 }
 
 }  // namespace ordvane::test

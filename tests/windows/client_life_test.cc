@@ -140,10 +140,9 @@ TEST(ClientLife, ReportRoutinesRestoreTheSpreadsheet) {
 
 TEST(ClientLife, WhatTheEngineRefusesReachesTheClient) {
   Apartment apartment;
-  apartment.services->session.engine =
-      forwarding_engine(apartment.services->session.engine, [](const char* member) {
-        if (std::string("Engine.DRL7_GetOrderedOutputInfoVB") == member) throw Refused{1};
-      });
+  apartment.services->session.engine = announcing(apartment.services->session.engine, [](const char* member) {
+    if (std::string("Engine.DRL7_GetOrderedOutputInfoVB") == member) throw Refused{1};
+  });
   const service::Found found(*apartment.application);
   const ComPtr<_OrdvaneReports> reports = Apartment::make_reports();
   ASSERT_EQ(initialize(*reports.get(), apartment.stand_in), S_OK);
