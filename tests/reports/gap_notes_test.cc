@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "engine/engine.h"
-#include "layout/layout_bench.h"
 #include "layout/look.h"
 #include "reports/detail_by_input.h"
 #include "reports/output_detail.h"
@@ -24,9 +23,9 @@ constexpr double kNone = host::kMissingNumber;
 struct Case {
   const char* what;
   std::vector<double> input_bases, output_bases;
-  std::vector<double> values;                 // of the inputs at their steps
-  std::vector<std::vector<double>> results;   // of each output at every step
-  std::vector<std::string> detail, by_input;  // parts of the detail of output 1, and of the detail by input
+  std::vector<std::string> detail, by_input;  // notes of the detail of output 1, and of the detail by input
+  std::vector<double> values = {1, 2, 3, 4};  // of the inputs at their steps
+  std::vector<std::vector<double>> results = {{1, 2, 3, 4}, {1, 2, 3, 4}};  // of each output at every step
 };
 
 constexpr const char* kDetail = R"-(== <401 B1>
@@ -69,10 +68,9 @@ class GapNotesTest : public testing::TestWithParam<Case> {
     const Case& c = GetParam();
     auto run = std::make_shared<runfile::Run>();
     for (std::int32_t i = 1; i <= 2; ++i) {
-      auto& input = item(inputs_, "", "A", c.input_bases);
-      input.numSteps = 2;
-      input.inputValuesUsedInit(2);
-      input.outputValuesCalculatedInit(2, 2);
+      inputs_.push_back(item("", "A", i, c.input_bases));
+      auto& input = inputs_(i);
+      test::set_steps(input, 2, 2);
       input.outputRankPerStepInit(2, 2);
       runfile::Input recorded;
       recorded.steps = 2;
@@ -87,22 +85,16 @@ class GapNotesTest : public testing::TestWithParam<Case> {
         }
       }
     }
-    item(outputs_, "Profit", "B", c.output_bases);
-    item(outputs_, " ", "B", c.output_bases);
+    outputs_.push_back(item("Profit", "B", 1, c.output_bases));
+    outputs_.push_back(item(" ", "B", 2, c.output_bases));
     bench_.session.engine = runfile::make_recorded_engine(run);
     bench_.session.session_flag = 1;
   }
 
-  static model::DralInputOutput& item(model::Records& records, const std::string& name,
-                                      const std::string& column, const std::vector<double>& bases) {
-    model::DralInputOutput record;
-    record.ioName = name;
-    record.set_SimpleName(name);
-    record.set_BaseValue(bases[static_cast<std::size_t>(records.size())]);
-    record.bookName = "M.xlsx";
-    record.cellAddress = column + std::to_string(records.size() + 1);
-    records.push_back(record);
-    return records(records.size());
+  static model::DralInputOutput item(const std::string& name, const std::string& column, std::int32_t number,
+                                     const std::vector<double>& bases) {
+    return test::item(name, column + std::to_string(number), bases[static_cast<std::size_t>(number - 1)], "",
+                      "M.xlsx");
   }
 
   Context context(layout::ReportWorkbook& workbook) {
@@ -130,57 +122,33 @@ class GapNotesTest : public testing::TestWithParam<Case> {
 // Body cells: output detail from row 9 on, values in D and F; detail by input from row 8 on, values in D, G,
 // J.
 const Case kCases[] = {
-    {"every number is there", {-1, 2}, {3, 4}, {1, 2, 3, 4}, {{1, 2, 3, 4}, {1, 2, 3, 4}}, {}, {}},
-    {"a change that no cell holds",
-     {1e-300, 2},
-     {3, 4},
-     {1e300, 2, 3, 4},
-     {{1, 2, 3, 4}, {1, 2, 3, 4}},
-     {"F13 \"<116>:\n<600>\""},
-     {"F9 \"<116>:\n<600>\""}},
-    {"the second input's base is zero",
-     {1, 0},
-     {3, 4},
-     {1, 2, 3, 4},
-     {{1, 2, 3, 4}, {1, 2, 3, 4}},
-     {"F10 \"<116>:\n<607>\""},
-     {"F11 \"<116>:\n<607>\""}},
-    {"the second output's base is zero",
-     {1, 2},
-     {3, 0},
-     {1, 2, 3, 4},
-     {{1, 2, 3, 4}, {1, 2, 3, 4}},
-     {},
-     {"L9 \"<116>:\n<608>\""}},
+    {"every number is there", {-1, 2}, {3, 4}, {}, {}},
+    {"a change that no cell holds", {1e-300, 2}, {3, 4}, {"F13 <600>"}, {"F9 <600>"}, {1e300, 2, 3, 4}},
+    {"the second input's base is zero", {1, 0}, {3, 4}, {"F10 <607>"}, {"F11 <607>"}},
+    {"the second output's base is zero", {1, 2}, {3, 0}, {}, {"L9 <608>"}},
     {"bases that are no numbers",
      {1, kNone},
      {kNone, 4},
-     {1, 2, 3, 4},
-     {{1, 2, 3, 4}, {1, 2, 3, 4}},
-     {"F10 \"<116>:\n<130>\"", "H10 \"<116>:\n<131>\""},
-     {"H9 \"<116>:\n<131>\"", "I9 \"<116>:\n<131>\"", "E11 \"<116>:\n<130>\"", "F11 \"<116>:\n<130>\""}},
+     {"F10 <130>", "H10 <131>"},
+     {"H9 <131>", "I9 <131>", "E11 <130>", "F11 <130>"}},
     {"results that are no numbers, beside a base of zero",
      {1, 2},
      {3, 0},
+     {"G10 <261: 2, 4>"},
+     {"A9 <261: 1, 4>", "L9 <608>", "G10 <261: 2, 4>", "A11 <261: 2, 4>", "J11 <261: 1, 4>"},
      {1, 2, 3, 4},
-     {{1, kNone, 3, kNone}, {1, 2, kNone, 4}},
-     {"G10 \"<116>:\n<261: 2, 4>\""},
-     {"A9 \"<116>:\n<261: 1, 4>\"", "L9 \"<116>:\n<608>\"", "G10 \"<116>:\n<261: 2, 4>\"",
-      "A11 \"<116>:\n<261: 2, 4>\"", "J11 \"<116>:\n<261: 1, 4>\""}},
-    {"an input's value that is no number",
-     {1, 2},
-     {3, 4},
-     {1, kNone, 3, 4},
-     {{1, 2, 3, 4}, {1, 2, 3, 4}},
-     {"E12 \"<116>:\n<600>\""},
-     {"D10 \"<116>:\n<600>\""}},
+     {{1, kNone, 3, kNone}, {1, 2, kNone, 4}}},
+    {"an input's value that is no number", {1, 2}, {3, 4}, {"E12 <600>"}, {"D10 <600>"}, {1, kNone, 3, 4}},
 };
 
 TEST_P(GapNotesTest, StandAtTheFirstCellThatTheyAreAbout) {
   SCOPED_TRACE(GetParam().what);
   const auto in_order = [](const std::vector<std::string>& parts) {
     std::string text;
-    for (const std::string& part : parts) text += "note at " + part + "\n";
+    for (const std::string& part : parts) {
+      const std::size_t blank = part.find(' ');
+      text += "note at " + part.substr(0, blank) + " \"<116>:\n" + part.substr(blank + 1) + "\"\n";
+    }
     return text;
   };
   auto details = bench_.reports();

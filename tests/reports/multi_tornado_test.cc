@@ -8,6 +8,7 @@ namespace {
 using test::in_percent;
 using test::kNothing;
 using test::kNumError;
+using test::without_idle;
 
 struct TestGroup {
   std::vector<std::int32_t> members;
@@ -15,9 +16,11 @@ struct TestGroup {
 };
 
 struct MultiBench : test::GraphBench {
-  MultiBench() { set_inputs({{"Price", "B3", 10, {}}, {"Volume", "B4", 10, {}}, {"Rate", "B5", 10, {}}}); }
+  MultiBench() {
+    GraphBench::set_inputs({{"Price", "B3", 10, {}}, {"Volume", "B4", 10, {}}, {"Rate", "B5", 10, {}}});
+  }
 
-  void set_groups(const std::vector<TestGroup>& given) {
+  void set_inputs(const std::vector<TestGroup>& given) {
     run.results.resize(1);
     for (const TestGroup& group : given) {
       const auto combinations = static_cast<std::int32_t>(group.results.size());
@@ -44,9 +47,7 @@ struct MultiBench : test::GraphBench {
 using Situation = test::Situation<MultiBench, TestGroup>;
 
 std::string make_report(MultiBench& bench, const Situation& c) {
-  bench.output().set_BaseValue(c.base);
-  bench.set_groups(c.inputs);
-  if (c.change) c.change(bench);
+  set_up(bench, c);
   bench.generate();
   return bench.text();
 }
@@ -73,9 +74,7 @@ const char* const kFirstRow =
     "  F+1 0.4 {0.00%}\n";
 
 const Situation kSituations[] = {
-    {"values",
-     100,
-     kThree,
+    {{"values", kThree},
      {"== Multi-way C14\n", "Groups of inputs by swing: 3", kFirstRow,
       "A+2 2  B+2 \"Volume (B4) × Rate (B5)\"", "A+3 3  B+3 \"Price (B3) × Volume (B4) × Rate (B5)\"  C+3 98",
       "from 60 to 140", "crossed at 100",
@@ -84,116 +83,94 @@ const Situation kSituations[] = {
       "\"Vertical\" scatter secondary (0, 1) over (100, 100)", "labelled \"Base value 100.00\"",
       "second category axis from 60 to 140"},
      {" - ", "note at", "Notes:", "Worksheet"}},
-    {"percent of nothing",
-     0,
-     kThree,
+    {{"percent of nothing", kThree, 0, in_percent},
      {"title \"There is no multi-way tornado graph for this output.",
       "The base value of the output is 0, so there", "C+1 60 {#,##0.00}  D+1 \" - \"", "note at D+1",
       "\"Notes: The base value of the output is 0"},
-     {"Vertical", "There is no tornado"},
-     in_percent},
-    {"values about a base of zero know no threshold",
-     0,
-     kThree,
+     {"Vertical", "There is no tornado"}},
+    {{"values about a base of zero know no threshold", kThree, 0,
+      [](MultiBench& b) { b.settings.threshold = 1e9; }},
      {"by swing: 3", "from 0 to 150", "crossed at 0"},
-     {"There is no"},
-     [](MultiBench& b) { b.settings.threshold = 1e9; }},
-    {"nor do values about a base that is no number",
-     kNothing,
-     kThree,
+     {"There is no"}},
+    {{"nor do values about a base that is no number", kThree, kNothing,
+      [](MultiBench& b) { b.settings.threshold = 1e9; }},
      {"by swing: 3", "crossed at 60"},
-     {"Vertical", "Base value "},
-     [](MultiBench& b) { b.settings.threshold = 1e9; }},
-    {"a threshold above the widest bar",
-     100,
-     kThree,
+     {"Vertical", "Base value "}},
+    {{"a threshold above the widest bar", kThree, 100, [](MultiBench& b) { b.settings.threshold = 0.81; }},
      {"== Multi-way C14\n", "No group of inputs moved this output enough"},
-     {"chart ", "Rank"},
-     [](MultiBench& b) { b.settings.threshold = 0.81; }},
-    {"a bar as wide as the threshold passes",
-     100,
-     kThree,
+     {"chart ", "Rank"}},
+    {{"a bar as wide as the threshold passes", kThree, 100,
+      [](MultiBench& b) { b.settings.threshold = 0.25; }},
      {"by swing: 2", "Volume (B4) × Rate (B5)"},
-     {"A+3"},
-     [](MultiBench& b) { b.settings.threshold = 0.25; }},
-    {"the first narrow bar ends the list", 100, kThree, {"by swing: 1", "A+1 1"}, {"A+2"}, with_widths},
-    {"the smaller of both limits holds: the most groups",
-     100,
-     kThree,
+     {"A+3"}},
+    {{"the first narrow bar ends the list", kThree, 100, with_widths}, {"by swing: 1", "A+1 1"}, {"A+2"}},
+    {{"the smaller of both limits holds: the most groups", kThree, 100,
+      [](MultiBench& b) {
+        b.settings.max_inputs = 1;
+        b.settings.threshold = 0.25;
+      }},
      {"by swing: 1"},
-     {"A+2"},
-     [](MultiBench& b) {
-       b.settings.max_inputs = 1;
-       b.settings.threshold = 0.25;
-     }},
-    {"no group at all", 100, {}, {"No group of inputs moved"}, {"chart ", "Rank"}},
-    {"a group without results leaves its bar out",
-     100,
-     {{{1, 2}, {90, 110}}, {{1, 3}, {kNumError, kNothing}}},
+     {"A+2"}},
+    {{"no group at all", {}}, {"No group of inputs moved"}, {"chart ", "Rank"}},
+    {{"a group without results leaves its bar out", {{{1, 2}, {90, 110}}, {{1, 3}, {kNumError, kNothing}}}},
      {"\"Price (B3) × Rate (B5)\"  C+2 \" - \"  D+2 \" - \"  E+2 \" - \"  F+2 \" - \"", "from 90 to 110",
       "note at C+2", "\"Notes: Some values are not numbers"},
      {"note at D+2"}},
-    {"results that are no numbers are counted, in the group's row and below the chart",
-     100,
-     {{{1, 2}, {90, 110, 100}}, {{1, 3}, {kNumError, 105, kNothing}}},
+    {{"results that are no numbers are counted, in the group's row and below the chart",
+      {{{1, 2}, {90, 110, 100}}, {{1, 3}, {kNumError, 105, kNothing}}},
+      100,
+      [](MultiBench& b) {
+        b.effects(2).failed = 2;
+        b.effects(2).leaves_out_base = false;
+      }},
      {"\"Results that are no numbers: Price (B3) × Rate (B5): 2 of 3\"",
       "note at B+2 \"Please note:\nResults that are no numbers: 2 of 3\""},
-     {"No effect", "note at B+1"},
-     [](MultiBench& b) {
-       b.effects(2).failed = 2;
-       b.effects(2).leaves_out_base = false;
-     }},
-    {"groups that never stood at their base values",
-     100,
-     {{{1, 2}, {90, 95}}, {{1, 3}, {105, 105}}},
+     {"No effect", "note at B+1"}},
+    {{"groups that never stood at their base values",
+      {{{1, 2}, {90, 95}}, {{1, 3}, {105, 105}}},
+      100,
+      [](MultiBench& b) {
+        b.effects(1).leaves_out_base = true;
+        b.effects(2).leaves_out_base = false;
+      }},
      {"\"Groups without a combination at the base values: Price (B3) × Volume (B4). The effects of these",
       "note at B+1 \"Please note:\nNo combination of this group stood at the base values",
       // The other one moves the output, though all to one place: its bar is seen.
       "series \"Bar +\" #0000FF K+1:K+2 (5, 0.1"},
-     {"note at B+2"},
-     [](MultiBench& b) {
-       b.effects(1).leaves_out_base = true;
-       b.effects(2).leaves_out_base = false;
-     }},
-    {"what moves nothing is left out of the chart, not of the table",
-     100,
-     {{{1, 2}, {100, 100}}, {{2, 3}, {90, 115}}},
+     {"note at B+2"}},
+    {{"what moves nothing is left out of the chart, not of the table",
+      {{{1, 2}, {100, 100}}, {{2, 3}, {90, 115}}},
+      100,
+      without_idle},
      {"\"No effect on this output: Price (B3) × Volume (B4)\"", "by swing: 2", "A+2 2  B+2 \"Price (B3)",
-      "K+1 (25)"},
-     {},
-     [](MultiBench& b) { b.settings.all_inputs = false; }},
-    {"nothing moves",
-     100,
-     {{{1, 2}, {100, 100}}, {{2, 3}, {100, 100 + 1e-13}}},
+      "K+1 (25)"}},
+    {{"nothing moves", {{{1, 2}, {100, 100}}, {{2, 3}, {100, 100 + 1e-13}}}, 100, without_idle},
      {"There is no multi-way tornado graph for this output.\nNone of the groups of inputs moves this output.",
       "by swing: 2"},
-     {"No effect on"},
-     [](MultiBench& b) { b.settings.all_inputs = false; }},
-    {"several sheets add a column with each sheet once",
-     100,
-     {{{1, 2, 3}, {90, 110}}},
+     {"No effect on"}},
+    {{"several sheets add a column with each sheet once",
+      {{{1, 2, 3}, {90, 110}}},
+      100,
+      [](MultiBench& b) {
+        on_other_sheets(b);
+        b.range_mode = model::OrdvaneRangeSheetMode;
+      }},
      {"\"Worksheet\"", "A+1 \"Model, Sales\"  B+1 1  C+1 \"Price (B3) ×", "D+1 90", "G+1 0.1"},
-     {"bank.xlsx"},
-     [](MultiBench& b) {
-       on_other_sheets(b);
-       b.range_mode = model::OrdvaneRangeSheetMode;
-     }},
-    {"several books add two",
-     100,
-     {{{1, 2, 3}, {90, 110}}},
-     {"A+1 \"plant.xlsx, bank.xlsx\"  B+1 \"Model, Sales\"  C+1 1  D+1", "E+1 90", "H+1 0.1"},
-     {},
-     [](MultiBench& b) {
-       on_other_sheets(b);
-       b.range_mode = model::OrdvaneRangeBookMode;
-     }},
-    {"long names are cut beside the bars only",
-     100,
-     {{{1, 2}, {90, 110}}},
+     {"bank.xlsx"}},
+    {{"several books add two",
+      {{{1, 2, 3}, {90, 110}}},
+      100,
+      [](MultiBench& b) {
+        on_other_sheets(b);
+        b.range_mode = model::OrdvaneRangeBookMode;
+      }},
+     {"A+1 \"plant.xlsx, bank.xlsx\"  B+1 \"Model, Sales\"  C+1 1  D+1", "E+1 90", "H+1 0.1"}},
+    {{"long names are cut beside the bars only",
+      {{{1, 2}, {90, 110}}},
+      100,
+      [](MultiBench& b) { b.inputs(1).ioName = b.inputs(2).ioName = std::string(40, 'n'); }},
      {"\"" + std::string(40, 'n') + " (B3) × " + std::string(40, 'n') + " (B4)\"", "n… (B3) × nn",
-      "n… (B4)\""},
-     {},
-     [](MultiBench& b) { b.inputs(1).ioName = b.inputs(2).ioName = std::string(40, 'n'); }},
+      "n… (B4)\""}},
 };
 
 TEST(MultiTornadoReport, InEverySituation) {
@@ -203,7 +180,7 @@ TEST(MultiTornadoReport, InEverySituation) {
 TEST(MultiTornadoReport, RowsGrowWithTheirNames) {
   MultiBench bench;
   bench.inputs(1).ioName = "Growth of wholesale prices after the end of all subsidies, before tax";
-  make_report(bench, {"", 100, {{{1, 2}, {60, 140}}, {{2, 3}, {90, 110}}}, {}});
+  make_report(bench, {{"", {{{1, 2}, {60, 140}}, {{2, 3}, {90, 110}}}}, {}});
   const auto book = bench.book();
   const office::SheetModel& sheet = *book->sheets.front();
   const std::int32_t first = sheet.charts.front()->series.front()->values.area.row;
@@ -215,10 +192,9 @@ TEST(MultiTornadoReport, RowsGrowWithTheirNames) {
 
 TEST(MultiTornadoReport, StopsAfterTheRowAtWhichTheUserAsks) {
   MultiBench bench;
-  const auto impatient = std::make_shared<test::Impatient>(2);
-  bench.session.environment = impatient;
+  bench.environment->escape_at = 2;
   test::expect_cancelled([&] { make_report(bench, kSituations[0]); });
-  EXPECT_EQ(impatient->patience, 0);
+  EXPECT_EQ(bench.environment->checks, 2);
 }
 
 }  // namespace

@@ -14,17 +14,13 @@
 #include <utility>
 #include <vector>
 
-#include "environment/standard_environment.h"
-#include "layout/report_workbook.h"
+#include "layout/layout_bench.h"
 #include "model/input_output.h"
 #include "model/ranking.h"
-#include "office/office.h"
 #include "reports/context.h"
 #include "reports/tornado_chart.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/values.h"
-#include "session/session.h"
-#include "support/snapshot.h"
 
 namespace ordvane::test {
 
@@ -40,21 +36,35 @@ struct TestInput {
   std::string sheet = "Model", book = "plant.xlsx";
 };
 
-class GraphBench {
+// An input or output, where rules for what is no number do not matter without them.
+inline model::DralInputOutput item(const std::string& name, const std::string& cell, double base = 0,
+                                   const std::string& sheet = "Model", const std::string& book = "plant.xlsx",
+                                   std::shared_ptr<const model::NumberRules> rules = nullptr) {
+  model::DralInputOutput record(std::move(rules));
+  record.ioName = name;
+  record.set_SimpleName(name);
+  record.cellAddress = cell;
+  record.sheetName = sheet;
+  record.bookName = book;
+  record.set_BaseValue(base);
+  return record;
+}
+
+// Makes room for as many steps, and for the results of outputs at each.
+inline void set_steps(model::DralInputOutput& input, std::size_t steps, std::int32_t outputs) {
+  input.numSteps = static_cast<std::int32_t>(steps);
+  input.inputValuesUsedInit(input.numSteps);
+  input.outputValuesCalculatedInit(outputs, input.numSteps);
+}
+
+class GraphBench : public TablesBench {
  public:
   GraphBench() {
-    session.environment = std::make_shared<environment::StandardEnvironment>(environment::Settings{});
     session.engine = runfile::make_recorded_engine(std::make_shared<runfile::Run>());
-    session.string_table = session.environment->string_table("OrdvaneResults8", "en");
-    session.g_XLApp = app;
+    session.string_table = environment->string_table("OrdvaneResults8", "en");
     rules = std::make_shared<model::NumberRules>(session.engine, session.environment);
-    workbook = std::make_unique<layout::ReportWorkbook>(session, "Ordvane", nullptr, nullptr, 1033);
-    outputs.push_back(model::DralInputOutput(rules));
-    output().ioName = "Cost";
-    output().set_SimpleName("Cost");
-    output().cellAddress = "C14";
-    output().sheetName = "Model";
-    output().bookName = "plant.xlsx";
+    workbook = std::make_unique<layout::ReportWorkbook>(reports());
+    outputs.push_back(item("Cost", "C14", 0, "Model", "plant.xlsx", rules));
     output().numberFormat = output().NumberFormatLocal = "#,##0.00";
   }
 
@@ -105,8 +115,6 @@ class GraphBench {
     return result + text.substr(copied);
   }
 
-  std::shared_ptr<office::OfficeApplication> app = office::make_application();
-  session::Session session;
   std::shared_ptr<const model::NumberRules> rules;
   std::unique_ptr<layout::ReportWorkbook> workbook;
   model::Records inputs, outputs;
@@ -123,17 +131,9 @@ class GraphBench {
   }
 
   model::DralInputOutput record(const TestInput& given) {
-    model::DralInputOutput input(rules);
-    input.ioName = given.name;
-    input.set_SimpleName(given.name);
-    input.cellAddress = given.cell;
-    input.sheetName = given.sheet;
-    input.bookName = given.book;
-    input.set_BaseValue(given.base);
+    model::DralInputOutput input = item(given.name, given.cell, given.base, given.sheet, given.book, rules);
     input.numberFormat = input.NumberFormatLocal = given.format;
-    input.numSteps = static_cast<std::int32_t>(given.steps.size());
-    input.inputValuesUsedInit(input.numSteps);
-    input.outputValuesCalculatedInit(1, input.numSteps);
+    set_steps(input, given.steps.size(), 1);
     for (auto init :
          {&model::DralInputOutput::outputMinValueInit, &model::DralInputOutput::outputMaxValueInit,
           &model::DralInputOutput::outputMinPercentChangeInit,
@@ -163,14 +163,16 @@ class GraphBench {
   }
 };
 
-// What a report shows, and does not, of these inputs, or groups of them.
+// Inputs, or groups of them, and what a report shows of them and does not.
 template <class Bench, class Input>
 struct Situation {
-  const char* what;
-  double base;
-  std::vector<Input> inputs;
+  struct Given {
+    const char* what;
+    std::vector<Input> inputs;
+    double base = 100;                             // of the output
+    std::function<void(Bench&)> change = nullptr;  // of the bench, after the inputs
+  } given;
   std::vector<std::string> shown, not_shown = {};
-  std::function<void(Bench&)> change = nullptr;  // of the bench, after the inputs
 };
 using GraphSituation = Situation<GraphBench, TestInput>;
 
@@ -178,23 +180,38 @@ inline void in_percent(GraphBench& bench) {
   bench.mode = model::OrdvaneOutputAsPercentChange;
 }
 
+inline void without_idle(GraphBench& bench) {
+  bench.settings.all_inputs = false;
+}
+inline auto output_format(const char* format, const char* date_format = nullptr) {
+  return [=](GraphBench& bench) {
+    bench.output().numberFormat = bench.output().NumberFormatLocal = format;
+    bench.output().IsDate = date_format != nullptr;
+    if (date_format) bench.output().DateFormat = date_format;
+  };
+}
+
 template <class Bench, class Input>
 void set_up(Bench& bench, const Situation<Bench, Input>& situation) {
-  bench.output().set_BaseValue(situation.base);
-  bench.set_inputs(situation.inputs);
-  if (situation.change) situation.change(bench);
+  const auto& given = situation.given;
+  bench.output().set_BaseValue(given.base);
+  bench.set_inputs(given.inputs);
+  if (given.change) given.change(bench);
+}
+
+inline void expect_parts(const std::string& text, const std::vector<std::string>& shown,
+                         const std::vector<std::string>& not_shown = {}) {
+  for (const std::string& part : shown) EXPECT_THAT(text, testing::HasSubstr(part));
+  for (const std::string& part : not_shown) EXPECT_THAT(text, testing::Not(testing::HasSubstr(part)));
 }
 
 // `make_report` returns the text of a situation's report.
 template <class Bench = GraphBench, class Situations, class MakeReport>
 void check_situations(const Situations& situations, MakeReport&& make_report) {
   for (const auto& situation : situations) {
-    SCOPED_TRACE(situation.what);
+    SCOPED_TRACE(situation.given.what);
     Bench bench;
-    const std::string text = make_report(bench, situation);
-    for (const std::string& line : situation.shown) EXPECT_THAT(text, testing::HasSubstr(line));
-    for (const std::string& line : situation.not_shown)
-      EXPECT_THAT(text, testing::Not(testing::HasSubstr(line)));
+    expect_parts(make_report(bench, situation), situation.shown, situation.not_shown);
   }
 }
 
@@ -211,13 +228,6 @@ inline std::vector<std::string> cells_that_look(const office::BookModel& book,
       }
   return found;
 }
-
-// The user presses Escape before a check, counted from 1.
-struct Impatient : environment::StandardEnvironment {
-  explicit Impatient(int check) : StandardEnvironment(environment::Settings{}), patience(check) {}
-  bool escape_pressed() override { return --patience <= 0; }
-  int patience;
-};
 
 template <class Step>
 void expect_cancelled(Step&& step) {

@@ -5,21 +5,14 @@
 
 #include <limits>
 
-#include "layout/layout_bench.h"
+#include "reports/reports_bench.h"
 
 namespace ordvane::reports {
 namespace {
 
 model::Records records(const std::vector<std::pair<std::string, std::string>>& names_and_cells) {
   model::Records result;
-  for (const auto& [name, cell] : names_and_cells) {
-    model::DralInputOutput record;
-    record.ioName = name;
-    record.cellAddress = cell;
-    record.sheetName = "Model";
-    record.bookName = "plant.xlsx";
-    result.push_back(record);
-  }
+  for (const auto& [name, cell] : names_and_cells) result.push_back(test::item(name, cell));
   return result;
 }
 
@@ -87,12 +80,8 @@ model::Records results_of(
     const std::vector<std::pair<std::string, std::vector<std::pair<double, double>>>>& inputs) {
   model::Records result;
   for (const auto& [name, values] : inputs) {
-    model::DralInputOutput input;
-    input.ioName = name;
-    input.cellAddress = "B" + std::to_string(result.size() + 1);
-    input.bookName = "plant.xlsx";
-    input.numSteps = static_cast<std::int32_t>(values.size());
-    input.outputValuesCalculatedInit(2, input.numSteps);
+    model::DralInputOutput input = test::item(name, "B" + std::to_string(result.size() + 1));
+    test::set_steps(input, values.size(), 2);
     for (std::int32_t step = 1; step <= input.numSteps; ++step) {
       const auto& [first, second] = values[static_cast<std::size_t>(step - 1)];
       input.OutputValuesCalculatedPut(1, step, first);
@@ -103,12 +92,12 @@ model::Records results_of(
   return result;
 }
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using test::kNothing;
 
 TEST(MakeSummaryReport, SaysWhichResultsAreNoNumbers) {
   const auto outputs = records({{"Cost", "C8"}, {"Profit", "C9"}});
   const auto inputs =
-      results_of({{"Price", {{1, kNaN}, {2, 2}}}, {"Tax", {{3, 3}}}, {"Yield", {{kNaN, kNaN}}}});
+      results_of({{"Price", {{1, kNothing}, {2, 2}}}, {"Tax", {{3, 3}}}, {"Yield", {{kNothing, kNothing}}}});
   const struct {
     model::OneBased<std::int32_t> selected;
     const char* added;
@@ -176,7 +165,7 @@ TEST(MakeOutputsMissingReport, ListsOutputsThroughBothArrays) {
 TEST(MakeOutputsMissingReport, TellsOutputsWithoutResultsFromThoseThatNothingMoves) {
   test::TablesBench bench;
   auto reports = bench.reports();
-  const auto inputs = results_of({{"Price", {{1, kNaN}, {1, kNaN}}}});
+  const auto inputs = results_of({{"Price", {{1, kNothing}, {1, kNothing}}}});
   MakeOutputsMissingReport(
       context(bench, reports, {1, 2}, inputs, records({{"Cost", "C8"}, {"Profit", "C9"}})), 2, {1, 2});
   const auto& sheet = bench.first_sheet(reports);

@@ -6,13 +6,11 @@
 #include <cmath>
 #include <limits>
 
-#include "layout/layout_bench.h"
 #include "reports/body_writer.h"
 #include "reports/graph_sheet.h"
 #include "reports/item_texts.h"
 #include "reports/progress.h"
-#include "runfile/recorded_engine.h"
-#include "runfile/values.h"
+#include "reports/reports_bench.h"
 
 namespace ordvane::reports {
 namespace {
@@ -21,7 +19,7 @@ using namespace model;  // NOLINT: the cases are tables of its enumerators
 
 constexpr double kMissing = host::kMissingNumber;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-const double kNumError = runfile::encode_error(host::CellError::kNum);
+using test::kNumError;
 
 struct ValueCase {
   const char* what;
@@ -86,13 +84,8 @@ TEST(ShowProgress, IsThrottledOnlyWithAStep) {
 TEST(CheckUserCancel, RaisesTheCancelErrorOnEscape) {
   test::TablesBench bench;
   EXPECT_NO_THROW(CheckUserCancel(bench.session));
-  bench.environment->escape = true;
-  try {
-    CheckUserCancel(bench.session);
-    ADD_FAILURE() << "Escape was not seen";
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
-  }
+  bench.environment->escape_at = bench.environment->checks + 1;
+  test::expect_cancelled([&] { CheckUserCancel(bench.session); });
 }
 
 TEST(BodyWriter, WritesBlockAfterBlock) {
