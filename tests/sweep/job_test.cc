@@ -18,9 +18,12 @@ namespace {
 
 const std::string kSolarPlant = std::string(ORDVANE_SOURCE_DIR) + "/examples/solar-plant/solar-plant";
 
-bool has_libreoffice() {
-  return test::kOthersAreAsked && test::run_command("command -v soffice").status == 0 &&
-         test::run_command("/usr/bin/python3 -c 'import uno'").status == 0;
+// Why LibreOffice is not asked; empty: it is.
+std::string without_libreoffice() {
+  if (!test::kOthersAreAsked) return "other programs are asked in ordinary builds only";
+  const bool there = test::run_command("command -v soffice").status == 0 &&
+                     test::run_command("/usr/bin/python3 -c 'import uno'").status == 0;
+  return there ? "" : "LibreOffice with its Python module is not installed";
 }
 
 std::size_t files_in(const std::filesystem::path& folder) {
@@ -62,7 +65,7 @@ TEST(Job, SweepsTheSolarPlantAsItWasRecorded) {
 }
 
 TEST(Job, IsVerifiedByLibreOffice) {
-  if (!has_libreoffice()) GTEST_SKIP() << "LibreOffice with its Python module is not installed";
+  if (const std::string why = without_libreoffice(); !why.empty()) GTEST_SKIP() << why;
   const test::TemporaryFolder folder;
   Job job;
   job.workbook = kSolarPlant + ".xlsx";
@@ -77,7 +80,7 @@ TEST(Job, IsVerifiedByLibreOffice) {
 
 // A workbook that is calculated by hand, with a protected sheet and a function that only LibreOffice knows.
 TEST(Job, FallsBackToLibreOfficeAndLeavesNothingBehind) {
-  if (!has_libreoffice()) GTEST_SKIP() << "LibreOffice with its Python module is not installed";
+  if (const std::string why = without_libreoffice(); !why.empty()) GTEST_SKIP() << why;
   const test::TemporaryFolder folder;
   const test::TemporaryFolder temporary;
   test::TinyWorkbook book = small_book();
@@ -102,7 +105,7 @@ TEST(Job, FallsBackToLibreOfficeAndLeavesNothingBehind) {
 
 // A limit that even the quickest recalculation is over.
 TEST(Job, SaysThatARecalculationTookTooLong) {
-  if (!has_libreoffice()) GTEST_SKIP() << "LibreOffice with its Python module is not installed";
+  if (const std::string why = without_libreoffice(); !why.empty()) GTEST_SKIP() << why;
   const test::TemporaryFolder folder;
   std::ofstream(folder / "tiny.xlsx", std::ios::binary) << small_book().bytes();
   calc::Model model(folder / "tiny.xlsx");
