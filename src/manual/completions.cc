@@ -98,7 +98,7 @@ std::string zsh_action(const cli::Arguments& arguments, const cli::ValueKind& ki
   return words.empty() ? " " : "(" + joined(words, " ") + ")";
 }
 
-// A text inside a specification for zsh's _arguments.
+// A text inside an entry for zsh's _arguments.
 std::string zsh_text(const std::string& text) {
   std::string escaped;
   for (const char letter : text)
@@ -110,11 +110,11 @@ std::string zsh_option(const cli::Arguments& arguments, const CLI::Option& optio
   const cli::ValueKind* const kind = arguments.kind_of(option);
   std::string text;
   for (const std::string& name : names_of(option)) {
-    std::string specification = kind != nullptr && kind->repeated ? "*" : "";
-    specification += name + (kind != nullptr && name.starts_with("--") ? "=" : "") + "[" +
-                     zsh_text(option.get_description()) + "]";
-    if (kind != nullptr) specification += ":" + zsh_text(kind->name) + ":" + zsh_action(arguments, *kind);
-    text += " \\\n        " + shell_quoted(specification);
+    std::string entry = kind != nullptr && kind->repeated ? "*" : "";
+    entry += name + (kind != nullptr && name.starts_with("--") ? "=" : "") + "[" +
+             zsh_text(option.get_description()) + "]";
+    if (kind != nullptr) entry += ":" + zsh_text(kind->name) + ":" + zsh_action(arguments, *kind);
+    text += " \\\n        " + shell_quoted(entry);
   }
   return text;
 }
