@@ -81,7 +81,6 @@ host::CellValue evaluated(const Context& context, const std::string& formula);
 IDispatch* range_object(host::Range& range);
 
 // "B2:C4" of a place on any sheet. Throws error 1004 for what can be no place.
-std::string column_letters(std::int32_t column);
 std::string area_name(const KnownArea& place);
 
 // `owner` has the property that is set: Font, Interior, Border.

@@ -6,6 +6,7 @@
 
 #include "automation/cell_variants.h"
 #include "automation/excel_objects.h"
+#include "text/cell_names.h"
 #include "text/utf16.h"
 
 namespace ordvane::automation {
@@ -258,26 +259,16 @@ IDispatch* range_object(host::Range& range) {
   return known->it().dispatch();
 }
 
-std::string column_letters(std::int32_t column) {
-  std::string letters;
-  for (; column > 0; column = (column - 1) / 26)
-    letters.insert(letters.begin(), static_cast<char>('A' + (column - 1) % 26));
-  return letters;
-}
-
 std::string area_name(const KnownArea& place) {
-  constexpr std::int32_t kMostRows = 1048576, kMostColumns = 16384;
   const auto fits = [](std::int32_t first, std::int32_t count, std::int32_t most) {
     return first >= 1 && count >= 1 && first <= most && count <= most - first + 1;
   };
-  if (!fits(place.row, place.rows, kMostRows) || !fits(place.column, place.columns, kMostColumns))
+  if (!fits(place.row, place.rows, text::kSheetRows) ||
+      !fits(place.column, place.columns, text::kSheetColumns))
     throw host::Error(host::errc::kHostRefused, "The range lies outside the sheet");
-  const auto name = [](std::int32_t row, std::int32_t column) {
-    return column_letters(column) + std::to_string(row);
-  };
-  const std::string first = name(place.row, place.column);
+  const std::string first = text::cell_name(place.row, place.column);
   if (place.rows == 1 && place.columns == 1) return first;
-  return first + ":" + name(place.row + place.rows - 1, place.column + place.columns - 1);
+  return first + ":" + text::cell_name(place.row + place.rows - 1, place.column + place.columns - 1);
 }
 
 }  // namespace ordvane::automation

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "automation/excel_objects.h"
+#include "text/cell_names.h"
 
 namespace ordvane::automation {
 namespace {
@@ -150,7 +151,7 @@ void ExcelWorksheet::set_page_setup(const host::PageSetup& setup) {
       page.put(L"Zoom", setup.scale);
     }
     page.put(L"PrintTitleRows", titles(setup.print_title_rows, row_name));
-    page.put(L"PrintTitleColumns", titles(setup.print_title_columns, column_letters));
+    page.put(L"PrintTitleColumns", titles(setup.print_title_columns, text::column_name));
     page.put(L"LeftHeader", setup.left_header);
     page.put(L"CenterHeader", setup.center_header);
     page.put(L"RightHeader", setup.right_header);

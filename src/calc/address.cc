@@ -2,31 +2,13 @@
 
 #include <algorithm>
 
+#include "text/cell_names.h"
+
 namespace ordvane::calc {
 namespace {
 
 bool is_digit(char c) {
   return c >= '0' && c <= '9';
-}
-
-// A to XFD counted from 0; -1 for none. Moves `at` behind it.
-std::int32_t read_column(std::string_view text, std::size_t& at) {
-  std::int32_t column = 0;
-  const std::size_t begin = at;
-  while (at < text.size() && at - begin < 4) {
-    const char c = static_cast<char>(text[at] & ~0x20);
-    if (c < 'A' || c > 'Z') break;
-    column = column * 26 + (c - 'A' + 1);
-    ++at;
-  }
-  return at == begin || column > kColumns ? -1 : column - 1;
-}
-
-std::int32_t read_row(std::string_view text, std::size_t& at) {
-  std::int32_t row = 0;
-  const std::size_t begin = at;
-  for (; at < text.size() && is_digit(text[at]) && at - begin < 8; ++at) row = row * 10 + (text[at] - '0');
-  return at == begin || row == 0 || row > kRows || text[begin] == '0' ? -1 : row - 1;
 }
 
 }  // namespace
@@ -38,7 +20,7 @@ AddressEnd read_address_end(std::string_view text) {
   bool fixed = dollar();
   if (at < text.size() && !is_digit(text[at])) {
     end.fixed_column = fixed;
-    end.column = read_column(text, at);
+    end.column = text::read_column(text, at) - 1;
     if (end.column < 0) return {};
     fixed = dollar();
     if (at == text.size() || !is_digit(text[at])) {
@@ -48,7 +30,7 @@ AddressEnd read_address_end(std::string_view text) {
     }
   }
   end.fixed_row = fixed;
-  end.row = read_row(text, at);
+  end.row = text::read_row(text, at) - 1;
   if (end.row < 0) return {};
   end.length = at;
   return end;
@@ -72,15 +54,8 @@ std::optional<Reference> block_of(std::string_view text) {
   return block;
 }
 
-std::string column_name(std::int32_t column) {
-  std::string name;
-  for (std::int32_t left = column + 1; left > 0; left = (left - 1) / 26)
-    name.insert(name.begin(), static_cast<char>('A' + (left - 1) % 26));
-  return name;
-}
-
 std::string cell_name(std::int32_t row, std::int32_t column) {
-  return column_name(column) + std::to_string(row + 1);
+  return text::cell_name(row + 1, column + 1);
 }
 
 std::string quoted_sheet(std::string_view name) {

@@ -22,7 +22,6 @@ AddressEnd read_address_end(std::string_view text);
 // A1 or A1:B2, the whole of the text, on sheet 0; its corners put in order.
 std::optional<Reference> block_of(std::string_view text);
 
-std::string column_name(std::int32_t column);
 std::string cell_name(std::int32_t row, std::int32_t column);
 // A sheet's name as formulas have it, in quotes where they need them.
 std::string quoted_sheet(std::string_view name);

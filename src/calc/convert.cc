@@ -3,16 +3,18 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 
+#include "text/calendar.h"
 #include "text/edit.h"
 #include "text/utf8.h"
 #include "unicode/names.h"
 
 namespace ordvane::calc {
 namespace {
+
+using text::Date;
 
 bool is_digit(char c) {
   return c >= '0' && c <= '9';
@@ -144,15 +146,8 @@ int full_year(std::string_view digits) {
   return year < 30 ? 2000 + year : 1900 + year;
 }
 
-struct Date {
-  int year = 0, month = 0, day = 0;
-};
-
 std::optional<Date> checked(const Date& date) {
-  const std::chrono::year_month_day day{std::chrono::year(date.year),
-                                        std::chrono::month(static_cast<unsigned>(date.month)),
-                                        std::chrono::day(static_cast<unsigned>(date.day))};
-  return date.month > 0 && date.day > 0 && day.ok() ? std::optional(date) : std::nullopt;
+  return is_date(date) ? std::optional(date) : std::nullopt;
 }
 
 // 2020-01-31, 1/31/2020, 5-Jan-2020, Jan 5 2020, Jan 5, 2020.
@@ -223,7 +218,7 @@ std::optional<double> date_or_time(std::string_view text, bool counts_from_1904)
   Reader reader(text);
   const auto date = read_date(reader);
   if (!date) return std::nullopt;
-  const double day = day_number(date->year, date->month, date->day, counts_from_1904);
+  const auto day = static_cast<double>(text::Calendar(counts_from_1904).day(*date));
   if (reader.done()) return day;
   if (!reader.take('T') && !reader.take(' ')) return std::nullopt;
   reader.blanks();
@@ -243,13 +238,6 @@ int place_of(char32_t code) {
 }
 
 }  // namespace
-
-double day_number(int year, int month, int day, bool counts_from_1904) {
-  using namespace std::chrono;
-  const sys_days date(std::chrono::year(year) / month / day);
-  const sys_days first = counts_from_1904 ? sys_days(1904y / 1 / 1) : sys_days(1899y / 12 / 30);
-  return static_cast<double>((date - first).count());
-}
 
 std::optional<double> number_of_text(std::string_view text, bool counts_from_1904) {
   text = text::trimmed(text);

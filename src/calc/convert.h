@@ -21,7 +21,4 @@ std::string text_of_number(double number);
 // above 0.
 int compare_texts(std::string_view a, std::string_view b);
 
-// Days from the workbook's day 0 to a date of the proleptic Gregorian calendar.
-double day_number(int year, int month, int day, bool counts_from_1904);
-
 }  // namespace ordvane::calc

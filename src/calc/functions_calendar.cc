@@ -4,12 +4,17 @@
 #include <cmath>
 #include <vector>
 
-#include "calc/calendar.h"
 #include "calc/functions.h"
 #include "calc/rounding.h"
+#include "text/calendar.h"
 
 namespace ordvane::calc {
 namespace {
+
+using text::Calendar;
+using text::Date;
+using text::days_in_month;
+using text::is_leap;
 
 constexpr double kFirstDay = -692000, kLastDay = 11274306;  // years 5 to 32767
 

@@ -10,6 +10,7 @@
 #include "calc/lookup.h"
 #include "calc/rounding.h"
 #include "calc/rules.h"
+#include "text/cell_names.h"
 
 namespace ordvane::calc {
 namespace {
@@ -174,7 +175,7 @@ Operand call_address(Call& call) {
     return ErrorCode::kArgument;
   const bool row_fixed = fixed <= 2, column_fixed = fixed == 1 || fixed == 3;
   if (letters) {
-    const std::string name = column_name(static_cast<std::int32_t>(column - 1));
+    const std::string name = text::column_name(static_cast<std::int32_t>(column));
     return call.make_text(sheet + (column_fixed ? "$" : "") + name + (row_fixed ? "$" : "") +
                           std::to_string(row));
   }

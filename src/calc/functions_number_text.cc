@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 
-#include "calc/calendar.h"
 #include "calc/convert.h"
 #include "calc/functions.h"
 #include "calc/rounding.h"

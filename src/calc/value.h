@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "text/cell_names.h"
+
 namespace ordvane::calc {
 
 // Kinds up to kBlank count as numbers in arithmetic: TRUE as 1, a blank cell as 0. kEmpty is the value of a
@@ -91,8 +93,8 @@ class Value {
 // Bit for bit; texts by their characters.
 bool identical(const Value& a, const Value& b);
 
-inline constexpr std::int32_t kRows = 1048576;
-inline constexpr std::int32_t kColumns = 16384;
+inline constexpr std::int32_t kRows = text::kSheetRows;
+inline constexpr std::int32_t kColumns = text::kSheetColumns;
 
 // A block of cells, counted from 0, its last row and column included. On several sheets in a row when
 // `last_sheet` differs.

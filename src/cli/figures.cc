@@ -5,20 +5,19 @@
 #include <cmath>
 
 #include "host/environment.h"
+#include "text/numbers.h"
 
 namespace ordvane::cli {
 namespace {
 
 constexpr const char* kNone = "-";
-constexpr int kDigits = 4;  // of the range between the least and the greatest result
+constexpr int kDigits = 4;         // of the range between the least and the greatest result
+constexpr int kGeneralDigits = 6;  // of percentages too long for decimals
 constexpr int kMostDecimals = 9;
 constexpr double kLongest = 1e15;  // longer numbers are written with an exponent
 
 std::string fixed_text(double value, int decimals) {
-  char buffer[64];
-  const auto end =
-      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals).ptr;
-  std::string text(buffer, end);
+  std::string text = text::fixed_number(value, decimals);
   if (text.find_first_not_of("-0.") == std::string::npos && text.starts_with('-')) text.erase(0, 1);
   return text;
 }
@@ -28,12 +27,6 @@ std::string with_thousands(std::string text) {
   const std::size_t point = std::min(text.find('.'), text.size());
   for (std::size_t at = point; at > first + 3;) text.insert(at -= 3, 1, ',');
   return text;
-}
-
-std::string general_text(double value) {
-  char buffer[32];
-  const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 6).ptr;
-  return {buffer, end};
 }
 
 }  // namespace
@@ -80,13 +73,14 @@ std::string Figures::difference(double value) const {
 }
 
 std::string Figures::plain(double value) const {
-  return exponent_ ? general_text(value) : with_thousands(fixed_text(value, decimals_));
+  return exponent_ ? text::general_number(value, kGeneralDigits)
+                   : with_thousands(fixed_text(value, decimals_));
 }
 
 std::string change_text(double fraction) {
   if (!is_there(fraction)) return kNone;
   const double percent = fraction * 100;
-  if (std::fabs(percent) >= kLongest) return general_text(percent) + "%";
+  if (std::fabs(percent) >= kLongest) return text::general_number(percent, kGeneralDigits) + "%";
   const std::string text = with_thousands(fixed_text(percent, 1)) + "%";
   return percent > 0 && text != "0.0%" ? "+" + text : text;
 }

@@ -8,6 +8,7 @@
 #include "cli/problems.h"
 #include "cli/terminal.h"
 #include "environment/standard_environment.h"
+#include "text/numbers.h"
 
 namespace ordvane::cli {
 namespace {
@@ -16,12 +17,7 @@ namespace {
   throw BadArguments(option + ": \"" + printable(text) + "\" " + problem);
 }
 
-std::string general_text(double value) {
-  char buffer[32];
-  constexpr int kDigits = 12;
-  const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, kDigits);
-  return {buffer, end.ptr};
-}
+constexpr int kDigits = 12;  // of numbers in messages
 
 // Nothing unless the whole text is one. `base`: for std::from_chars, of whole numbers.
 template <class Number, class... Base>
@@ -52,8 +48,8 @@ double share_of(const std::string& option, const std::string& text) {
     refuse(option, text, "is no share; give one such as 5% or 0.05");
   if (percent) return *value / 100;
   if (*value > 1)
-    throw BadArguments(option + ": is " + text + "% meant, or " + general_text(*value * 100) +
-                       "%? Write it with the percent sign");
+    throw BadArguments(option + ": is " + text + "% meant, or " +
+                       text::general_number(*value * 100, kDigits) + "%? Write it with the percent sign");
   return *value;
 }
 

@@ -10,6 +10,7 @@
 #include "cli/output_choice.h"
 #include "cli/ranking.h"
 #include "embedded/report_job.h"
+#include "text/numbers.h"
 
 namespace ordvane::cli {
 namespace {
@@ -107,9 +108,7 @@ std::string csv_text(const std::string& text) {
 
 // The shortest text that reads back as the same number; nothing for a missing one.
 std::string csv_number(double value) {
-  if (!is_there(value)) return {};
-  char buffer[32];
-  return {buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr};
+  return is_there(value) ? text::shortest_number(value) : "";
 }
 
 constexpr const char* kListSeparator = ";";  // between the members of a group

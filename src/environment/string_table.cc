@@ -10,7 +10,9 @@
 #include <set>
 
 #include "environment/string_resources.h"
+#include "text/calendar.h"
 #include "text/edit.h"
+#include "text/numbers.h"
 
 namespace ordvane::environment {
 namespace {
@@ -184,17 +186,7 @@ class LanguageStringTable : public host::StringTable {
   const Language* language_;
 };
 
-// Whole days since the spreadsheet's day 0, which counts a 29 February 1900 that never was.
-std::optional<std::chrono::year_month_day> date_of(double serial) {
-  constexpr double kLastSerial = 2958465;  // 31 December 9999
-  constexpr double kFirstOfMarch1900 = 61;
-  if (!(serial >= 1 && serial <= kLastSerial)) return std::nullopt;
-  const std::chrono::sys_days day_zero =
-      std::chrono::year(1899) / 12 / (serial < kFirstOfMarch1900 ? 31 : 30);
-  return day_zero + std::chrono::days(static_cast<int>(serial));
-}
-
-std::string padded(unsigned number, std::size_t width) {
+std::string padded(std::int64_t number, std::size_t width) {
   std::string digits = std::to_string(number);
   if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
   return digits;
@@ -230,10 +222,7 @@ const Language& language(const std::string& code) {
 std::string general_number(double value, char decimal_separator, std::string_view group_separator) {
   if (value == 0) return "0";  // never "-0"
   constexpr int kDigits = std::numeric_limits<double>::digits10;
-  char buffer[32];
-  const auto end =
-      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, kDigits).ptr;
-  std::string text(buffer, end);
+  std::string text = text::general_number(value, kDigits);
   if (!std::isfinite(value)) return text;
   const std::size_t whole_end = std::min(text.find_first_of(".e"), text.size());
   std::replace(text.begin(), text.end(), '.', decimal_separator);
@@ -245,21 +234,21 @@ std::string general_number(double value, char decimal_separator, std::string_vie
 }
 
 std::string date_text(double serial, std::string_view format) {
-  const auto date = date_of(serial);
+  if (!(serial >= 1 && serial < text::kLastSerial + 1)) return {};
+  const text::Date date = text::spreadsheet_date(static_cast<std::int64_t>(serial));
   std::string text;
-  for (std::size_t at = 0; date && at < format.size();) {
+  for (std::size_t at = 0; at < format.size();) {
     const std::size_t end = std::min(format.find_first_not_of(format[at], at), format.size());
     const std::size_t width = end - at;
-    const auto year = static_cast<unsigned>(static_cast<int>(date->year()));
     switch (format[at]) {
       case 'd':
-        text += padded(static_cast<unsigned>(date->day()), width);
+        text += padded(date.day, width);
         break;
       case 'm':
-        text += padded(static_cast<unsigned>(date->month()), width);
+        text += padded(date.month, width);
         break;
       case 'y':
-        text += padded(width > 2 ? year : year % 100, width);
+        text += padded(width > 2 ? date.year : date.year % 100, width);
         break;
       default:
         text += format.substr(at, width);

@@ -1,21 +1,15 @@
 #include "layout/bar_formulas.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
+
+#include "text/numbers.h"
 
 namespace ordvane::layout {
 namespace {
 
-std::string number(double value) {
-  std::array<char, 32> text;
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-  return {text.data(), end};
-}
-
 // Within a longer formula.
 std::string operand(double value) {
-  return "(" + number(value) + ")";
+  return "(" + text::shortest_number(value) + ")";
 }
 
 std::string least(const std::string& a, const std::string& b) {
@@ -30,7 +24,7 @@ std::string most(const std::string& a, const std::string& b) {
 
 std::vector<BarFormula> bar_formulas(const std::string& low, const std::string& high, double beyond,
                                      const BarFrame& frame) {
-  const std::string reach = beyond > 0 ? number(beyond) : "";
+  const std::string reach = beyond > 0 ? text::shortest_number(beyond) : "";
   const std::string left = least(low, high) + (reach.empty() ? "" : "-" + reach);
   const std::string right = most(low, high) + (reach.empty() ? "" : "+" + reach);
   const std::string zero = "0";
@@ -65,7 +59,7 @@ std::vector<BarFormula> bar_formulas(const std::string& low, const std::string& 
                      most(zero, operand(frame.maximum) + "-" + most(zero, right))});
   }
   for (BarFormula& part : parts) {
-    const std::string otherwise = number(part.part == BarPart::kLead ? frame.start : 0);
+    const std::string otherwise = text::shortest_number(part.part == BarPart::kLead ? frame.start : 0);
     part.formula = "=IF(ISNUMBER(" + low + "),IF(ISNUMBER(" + high + ")," + part.formula + "," + otherwise +
                    ")," + otherwise + ")";
   }

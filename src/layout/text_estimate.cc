@@ -12,6 +12,7 @@
 #include "model/decimal.h"
 #include "model/shown_number.h"
 #include "text/edit.h"
+#include "text/numbers.h"
 #include "text/utf16.h"
 #include "text/utf8.h"
 
@@ -75,14 +76,10 @@ void for_each_word(std::string_view paragraph, Use&& use) {
 
 // A number in fixed notation with the decimals and the group separators of a format, without its literals.
 std::string figures(double value, std::string_view places) {
-  std::array<char, 400> text;
   const std::size_t point = places.find_last_of(".,");
   const std::size_t after = point == std::string_view::npos ? 0 : places.size() - point - 1;
   const bool has_decimals = after > 0 && places[point] == '.';
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed,
-                                 has_decimals ? static_cast<int>(after) : 0)
-                       .ptr;
-  std::string result(text.data(), end);
+  std::string result = text::fixed_number(value, has_decimals ? static_cast<int>(after) : 0);
   if (places.find(',') != std::string_view::npos && std::fabs(value) >= 1)
     result.append(static_cast<std::size_t>(model::decimal_exponent(value) / 3), ',');
   return result;

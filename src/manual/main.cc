@@ -9,6 +9,7 @@
 
 #include "cli/report_clock.h"
 #include "manual/documents.h"
+#include "text/calendar.h"
 
 namespace ordvane::manual {
 namespace {
@@ -24,11 +25,7 @@ std::string today() {
   const auto clock = cli::report_clock();
   const auto now =
       clock ? clock() : std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(now)};
-  char text[16];
-  std::snprintf(text, sizeof text, "%04d-%02u-%02u", static_cast<int>(date.year()),
-                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
-  return text;
+  return text::iso_date(text::date_of(std::chrono::floor<std::chrono::days>(now)));
 }
 
 void write_all(const std::filesystem::path& folder) {

@@ -30,36 +30,22 @@ bool take(std::string_view text, std::size_t& at, char c) {
   return true;
 }
 
-std::int32_t read_column(std::string_view text, std::size_t& at) {
-  std::int32_t column = 0;
-  for (; at < text.size() && is_letter(text[at]) && column <= kSheetColumns; ++at)
-    column = column * 26 + (std::toupper(static_cast<unsigned char>(text[at])) - 'A' + 1);
-  return column;
-}
-
-std::int32_t read_row(std::string_view text, std::size_t& at) {
-  if (at < text.size() && text[at] == '0') return 0;
-  std::int32_t row = 0;
-  for (; at < text.size() && is_digit(text[at]) && row <= kSheetRows; ++at) row = row * 10 + (text[at] - '0');
-  return row;
-}
-
 // Reads as much of a corner as is there. False when nothing is, or when it lies outside a sheet.
 bool read_corner(std::string_view text, std::size_t& at, Corner& corner) {
   std::size_t next = at;
   bool fixed = take(text, next, '$');
-  corner.column = read_column(text, next);
+  corner.column = text::read_column(text, next);
   if (corner.column > 0) {
     corner.fixed_column = fixed;
     at = next;
     fixed = take(text, next, '$');
   }
-  corner.row = read_row(text, next);
+  corner.row = text::read_row(text, next);
   if (corner.row > 0) {
     corner.fixed_row = fixed;
     at = next;
   }
-  return (corner.row > 0 || corner.column > 0) && corner.row <= kSheetRows && corner.column <= kSheetColumns;
+  return (corner.row > 0 || corner.column > 0) && corner.row >= 0 && corner.column >= 0;
 }
 
 Area area_between(const Corner& a, const Corner& b) {
@@ -126,18 +112,6 @@ std::optional<std::string> read_sheet_part(std::string_view address, std::size_t
 }
 
 }  // namespace
-
-std::string column_name(std::int32_t column) {
-  std::string name;
-  for (; column > 0; column = (column - 1) / 26)
-    name.insert(name.begin(), static_cast<char>('A' + (column - 1) % 26));
-  return name;
-}
-
-std::string cell_name(std::int32_t row, std::int32_t column, bool absolute) {
-  const char* marker = absolute ? "$" : "";
-  return marker + column_name(column) + marker + std::to_string(row);
-}
 
 std::string area_name(const Area& area, bool absolute) {
   std::string name = cell_name(area.row, area.column, absolute);

@@ -15,11 +15,12 @@
 #include <vector>
 
 #include "host/excel.h"
+#include "text/cell_names.h"
 
 namespace ordvane::office {
 
-inline constexpr std::int32_t kSheetRows = 1048576;
-inline constexpr std::int32_t kSheetColumns = 16384;
+using text::kSheetColumns;
+using text::kSheetRows;
 inline constexpr double kDefaultRowHeight = 15.0;    // points
 inline constexpr double kDefaultColumnWidth = 8.43;  // characters
 inline constexpr const char* kDefaultFont = "Calibri";
@@ -101,8 +102,8 @@ struct Area {
 };
 
 // "B4", "$B$4", "B4:C9" …
-std::string cell_name(std::int32_t row, std::int32_t column, bool absolute = false);
-std::string column_name(std::int32_t column);
+using text::cell_name;
+using text::column_name;
 std::string area_name(const Area& area, bool absolute = false);
 // Without sheet; "$" allowed, case ignored. Nothing for what is no address.
 std::optional<Area> parse_area(std::string_view address);

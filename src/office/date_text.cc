@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "model/decimal.h"
+#include "text/calendar.h"
 
 namespace ordvane::office {
 namespace {
@@ -20,31 +21,10 @@ constexpr std::array<const char*, 7> kDays = {"Saturday",  "Sunday",   "Monday",
 
 struct Moment {
   std::int64_t day = 0;  // serial
-  std::int64_t year = 1900, month = 1, day_of_month = 0;
+  text::Date date;
   std::int64_t seconds = 0;  // of the day
   double fraction = 0;       // of the second
 };
-
-// Year, month and day of a serial number, by the proleptic calendar (years counted from March).
-void fill_date(Moment& moment) {
-  constexpr std::int64_t kLeapDay = 60;  // 29 February 1900, which never was
-  if (moment.day == 0) return;
-  if (moment.day == kLeapDay) {
-    moment.month = 2;
-    moment.day_of_month = 29;
-    return;
-  }
-  constexpr std::int64_t kDaysToEpoch = 693899;  // from 1 March of the year 0 to 30 December 1899
-  const std::int64_t days = moment.day + (moment.day < kLeapDay ? 1 : 0) + kDaysToEpoch;
-  const std::int64_t era = days / 146097, day_of_era = days % 146097;
-  const std::int64_t year_of_era =
-      (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-  const std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-  const std::int64_t month = (5 * day_of_year + 2) / 153;
-  moment.day_of_month = day_of_year - (153 * month + 2) / 5 + 1;
-  moment.month = month < 10 ? month + 3 : month - 9;
-  moment.year = year_of_era + era * 400 + (moment.month <= 2 ? 1 : 0);
-}
 
 std::string padded(std::int64_t number, std::size_t digits) {
   std::string text = std::to_string(number);
@@ -53,7 +33,7 @@ std::string padded(std::int64_t number, std::size_t digits) {
 }
 
 std::string month_text(const Moment& moment, std::size_t length) {
-  std::string name = kMonths[static_cast<std::size_t>(moment.month - 1)];
+  std::string name = kMonths[static_cast<std::size_t>(moment.date.month - 1)];
   switch (length) {
     case 3:
       return name.substr(0, 3);
@@ -62,14 +42,14 @@ std::string month_text(const Moment& moment, std::size_t length) {
     case 5:
       return name.substr(0, 1);
     default:
-      return padded(moment.month, length);
+      return padded(moment.date.month, length);
   }
 }
 
 std::string day_text(const Moment& moment, std::size_t length) {
   std::string name = kDays[static_cast<std::size_t>(moment.day % 7)];
   if (length > 3) return name;
-  return length == 3 ? name.substr(0, 3) : padded(moment.day_of_month, length);
+  return length == 3 ? name.substr(0, 3) : padded(moment.date.day, length);
 }
 
 std::string date_token_text(const Moment& moment, const std::string& token, bool half_days) {
@@ -77,7 +57,7 @@ std::string date_token_text(const Moment& moment, const std::string& token, bool
   const std::int64_t hour = moment.seconds / 3600;
   switch (token[0] | 0x20) {
     case 'y':
-      return length <= 2 ? padded(moment.year % 100, 2) : padded(moment.year, 4);
+      return length <= 2 ? padded(moment.date.year % 100, 2) : padded(moment.date.year, 4);
     case 'm':
       return month_text(moment, length);
     case 'd':
@@ -115,7 +95,7 @@ Moment moment_of(double serial, double units_of_second) {
     ++moment.day;
   }
   moment.seconds = static_cast<std::int64_t>(seconds);
-  fill_date(moment);
+  moment.date = text::spreadsheet_date(moment.day);
   return moment;
 }
 

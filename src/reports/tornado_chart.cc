@@ -17,6 +17,7 @@
 #include "reports/chart_helpers.h"
 #include "reports/item_texts.h"
 #include "reports/table_values.h"
+#include "text/numbers.h"
 
 namespace ordvane::reports {
 namespace {
@@ -44,11 +45,6 @@ double rounded(double value, int digits) {
   const double unit = model::power_of_ten(std::max(digits - whole_digits, kDecimals));
   const double nearest = std::nearbyint(value * unit) / unit;
   return std::isfinite(nearest) ? nearest : value;
-}
-
-std::string formula_number(double value) {
-  std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
 }
 
 bool same_bits(double a, double b) {
@@ -179,7 +175,7 @@ std::string TornadoChart::formatted(double value, const std::string& format) con
   for (const char c : layout::without_padding(format)) quoted.append(c == '"' ? 2 : 1, c);
   host::CellValue text;
   host::ignoring_errors([&] {
-    text = session_.application().evaluate("TEXT(" + formula_number(value) + ",\"" + quoted + "\")");
+    text = session_.application().evaluate("TEXT(" + text::shortest_number(value) + ",\"" + quoted + "\")");
   });
   if (text.kind != host::CellKind::kText) return {};
   text.text.erase(text.text.find_last_not_of(' ') + 1);

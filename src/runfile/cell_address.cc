@@ -2,54 +2,33 @@
 
 #include <algorithm>
 
+#include "text/cell_names.h"
+
 namespace ordvane::runfile {
 namespace {
-
-constexpr std::int32_t kColumns = 16384;
-constexpr std::int32_t kRows = 1048576;
-constexpr std::int32_t kLetters = 26;
 
 void skip_dollar(std::string_view& text) {
   if (text.starts_with('$')) text.remove_prefix(1);
 }
 
-std::int32_t letter_value(char character) {
-  if (character >= 'A' && character <= 'Z') return character - 'A' + 1;
-  if (character >= 'a' && character <= 'z') return character - 'a' + 1;
-  return 0;
-}
-
 // Takes a cell from the front of `text`.
 std::optional<Cell> take_cell(std::string_view& text) {
   Cell cell;
+  std::size_t at = 0;
   skip_dollar(text);
-  while (!text.empty() && letter_value(text.front()) > 0) {
-    cell.column = cell.column * kLetters + letter_value(text.front());
-    if (cell.column > kColumns) return std::nullopt;
-    text.remove_prefix(1);
-  }
-  if (cell.column == 0) return std::nullopt;
+  cell.column = text::read_column(text, at);
+  text.remove_prefix(at);
   skip_dollar(text);
-  if (text.starts_with('0')) return std::nullopt;
-  while (!text.empty() && text.front() >= '0' && text.front() <= '9') {
-    cell.row = cell.row * 10 + (text.front() - '0');
-    if (cell.row > kRows) return std::nullopt;
-    text.remove_prefix(1);
-  }
-  if (cell.row == 0) return std::nullopt;
-  return cell;
+  at = 0;
+  cell.row = text::read_row(text, at);
+  text.remove_prefix(at);
+  return cell.row > 0 && cell.column > 0 ? std::optional(cell) : std::nullopt;
 }
 
-std::string spelled(const Cell& cell, const char* marker) {
-  std::string letters;
-  for (std::int32_t rest = cell.column; rest > 0; rest = (rest - 1) / kLetters)
-    letters.insert(letters.begin(), static_cast<char>('A' + (rest - 1) % kLetters));
-  return marker + letters + marker + std::to_string(cell.row);
-}
-
-std::string spelled(const CellRange& range, const char* marker) {
-  if (range.first == range.last) return spelled(range.first, marker);
-  return spelled(range.first, marker) + ":" + spelled(range.last, marker);
+std::string spelled(const CellRange& range, bool absolute) {
+  const auto corner = [&](const Cell& cell) { return text::cell_name(cell.row, cell.column, absolute); };
+  if (range.first == range.last) return corner(range.first);
+  return corner(range.first) + ":" + corner(range.last);
 }
 
 }  // namespace
@@ -72,16 +51,16 @@ std::optional<CellRange> parse_range(std::string_view text) {
 }
 
 std::string to_text(const Cell& cell) {
-  return spelled(cell, "");
+  return text::cell_name(cell.row, cell.column);
 }
 std::string to_absolute_text(const Cell& cell) {
-  return spelled(cell, "$");
+  return text::cell_name(cell.row, cell.column, true);
 }
 std::string to_text(const CellRange& range) {
-  return spelled(range, "");
+  return spelled(range, false);
 }
 std::string to_absolute_text(const CellRange& range) {
-  return spelled(range, "$");
+  return spelled(range, true);
 }
 
 }  // namespace ordvane::runfile

@@ -14,7 +14,9 @@
 #include "model/combinations.h"
 #include "runfile/recalculations.h"
 #include "runfile/values.h"
+#include "text/calendar.h"
 #include "text/edit.h"
+#include "text/numbers.h"
 #include "unicode/columns.h"
 
 namespace ordvane::runfile {
@@ -76,24 +78,13 @@ struct Extent {
 };
 
 std::string number_text(double value) {
-  std::array<char, 32> digits{};
-  const auto end =
-      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::general, kDigits);
-  return {digits.data(), end.ptr};
+  return text::general_number(value, kDigits);
 }
 
 // A serial day number of the spreadsheet as a date; nothing outside its calendar.
 std::string date_text(double value) {
-  constexpr double kFirstDay = 61;  // 1900-03-01, behind the day that never was
-  constexpr double kLastDay = 2958465;
-  if (!(value >= kFirstDay && value < kLastDay + 1)) return number_text(value);
-  using std::chrono::days;
-  using std::chrono::sys_days;
-  const sys_days start = std::chrono::year{1899} / 12 / 30;
-  const std::chrono::year_month_day date(start + days(static_cast<int>(std::floor(value))));
-  const auto padded = [](unsigned number) { return (number < 10 ? "0" : "") + std::to_string(number); };
-  return std::to_string(static_cast<int>(date.year())) + '-' + padded(static_cast<unsigned>(date.month())) +
-         '-' + padded(static_cast<unsigned>(date.day()));
+  if (!(value >= 1 && value < text::kLastSerial + 1)) return number_text(value);
+  return text::iso_date(text::spreadsheet_date(static_cast<std::int64_t>(value)));
 }
 
 std::string value_text(const Item& item, double value) {

@@ -20,6 +20,7 @@
 #include "runfile/recalculations.h"
 #include "runfile/run.h"
 #include "text/edit.h"
+#include "text/numbers.h"
 #include "text/utf16.h"
 #include "unicode/names.h"
 
@@ -285,10 +286,7 @@ void complete_item(const JsonValue& value, Item& item) {
 
 // As a cell with this constant shows it in its formula.
 std::string constant_formula(const std::optional<double>& base) {
-  if (!base) return "";
-  std::array<char, 32> digits{};
-  const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), *base);
-  return {digits.data(), written.ptr};
+  return base ? text::shortest_number(*base) : "";
 }
 
 bool calls_automatic_function(const Input& input) {

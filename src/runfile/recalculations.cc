@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "runfile/values.h"
+#include "text/numbers.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -201,9 +202,7 @@ std::string counted(std::int64_t count, const char* what) {
 }
 
 std::string value_text(double value) {
-  if (std::isnan(value)) return "empty";
-  std::array<char, 32> digits{};
-  return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
+  return std::isnan(value) ? "empty" : text::shortest_number(value);
 }
 
 std::string as_at_this_step(double value) {

@@ -1,7 +1,9 @@
 #include "session/session.h"
 
 #include <algorithm>
-#include <charconv>
+#include <limits>
+
+#include "text/numbers.h"
 
 namespace ordvane::session {
 namespace {
@@ -40,9 +42,7 @@ void DiagnosticLog::close() {
 }
 
 std::string log_text(double value) {
-  char buffer[32];
-  const auto written = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 15);
-  return std::string(buffer, written.ptr);
+  return text::general_number(value, std::numeric_limits<double>::digits10);
 }
 
 std::string Session::text(TextId<0> id) const {

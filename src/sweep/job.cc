@@ -14,6 +14,7 @@
 #include "runfile/write_run.h"
 #include "sweep/compiled.h"
 #include "sweep/sweep.h"
+#include "text/calendar.h"
 #include "text/edit.h"
 
 namespace ordvane::sweep {
@@ -30,20 +31,12 @@ bool is_package(const std::filesystem::path& workbook) {
 }
 
 // The clock of the model stands at the beginning of today, so that parts of one day agree.
-std::chrono::sys_days today() {
-  return std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
-}
-
-std::string today_text() {
-  const std::chrono::year_month_day day(today());
-  const auto two = [](unsigned number) { return (number < 10 ? "-0" : "-") + std::to_string(number); };
-  return std::to_string(static_cast<int>(day.year())) + two(static_cast<unsigned>(day.month())) +
-         two(static_cast<unsigned>(day.day()));
+text::Date today() {
+  return text::date_of(std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now()));
 }
 
 calc::Frozen frozen() {
-  constexpr std::chrono::sys_days kDayZero = std::chrono::year(1899) / 12 / 30;
-  return {static_cast<double>((today() - kDayZero).count()), 1};
+  return {static_cast<double>(text::Calendar().day(today())), 1};
 }
 
 // The work on one workbook.
@@ -144,7 +137,7 @@ void Sweep::choose_engine() {
   const std::vector<Recalculation> nothing(1);
   base_ = calculator->evaluate(nothing).front();
   spare_ = std::move(calculator);
-  if (!in_office_ && reads_clock()) calculation_.now = today_text();
+  if (!in_office_ && reads_clock()) calculation_.now = iso_date(today());
 }
 
 // --- how far the results can be trusted -------------------------------------------------------------------

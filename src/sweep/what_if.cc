@@ -12,6 +12,7 @@
 #include "runfile/known_fields.h"
 #include "runfile/run.h"
 #include "runfile/values.h"
+#include "text/calendar.h"
 #include "text/edit.h"
 #include "unicode/names.h"
 
@@ -67,24 +68,19 @@ bool take_number(std::string_view& text, Number& number) {
 
 // "2026-04-01" as a day of the calendar that begins in 1900.
 std::optional<double> day_of(std::string_view text) {
-  int year = 0;
-  unsigned month = 0;
-  unsigned day = 0;
+  text::Date date;
   const auto dash = [&] {
     if (!text.starts_with('-')) return false;
     text.remove_prefix(1);
     return !text.starts_with('-');
   };
-  if (!take_number(text, year) || !dash() || !take_number(text, month) || !dash() || !take_number(text, day))
+  if (!take_number(text, date.year) || !dash() || !take_number(text, date.month) || !dash() ||
+      !take_number(text, date.day))
     return std::nullopt;
-  const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month),
-                                         std::chrono::day(day)};
-  if (!text.empty() || !date.ok()) return std::nullopt;
-  constexpr std::chrono::sys_days kFirst = std::chrono::year(1899) / 12 / 30;
-  constexpr double kFirstCounted = 61;  // the calendars of spreadsheets differ before 1900-03-01
-  const auto days = static_cast<double>((std::chrono::sys_days(date) - kFirst).count());
-  if (days < kFirstCounted) return std::nullopt;
-  return days;
+  if (!text.empty() || date.year < 1900 || date.year > 9999 || !is_date(date)) return std::nullopt;
+  const std::int64_t day = text::Calendar().day(date);
+  if (day < text::kFirstOfMarch1900) return std::nullopt;
+  return static_cast<double>(day);
 }
 
 Bound bound_of(const JsonValue& value) {

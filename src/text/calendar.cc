@@ -1,6 +1,8 @@
-#include "calc/calendar.h"
+#include "text/calendar.h"
 
-namespace ordvane::calc {
+#include <algorithm>
+
+namespace ordvane::text {
 namespace {
 
 // From 1 March of year 0, with years that begin in March, to 30 December 1899.
@@ -19,6 +21,11 @@ bool is_leap(std::int64_t year) {
 int days_in_month(std::int64_t year, int month) {
   constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   return month == 2 && is_leap(year) ? 29 : kDays[month - 1];
+}
+
+bool is_date(const Date& date) {
+  return date.month >= 1 && date.month <= 12 && date.day >= 1 &&
+         date.day <= days_in_month(date.year, date.month);
 }
 
 std::int64_t Calendar::day(std::int64_t year, std::int64_t month, std::int64_t day) const {
@@ -50,4 +57,25 @@ int Calendar::weekday(std::int64_t day) const {
   return static_cast<int>(days - floor_division(days, 7) * 7);
 }
 
-}  // namespace ordvane::calc
+Date spreadsheet_date(std::int64_t serial) {
+  constexpr std::int64_t kLeapDay = kFirstOfMarch1900 - 1;  // 29 February 1900, which never was
+  if (serial == 0) return {1900, 1, 0};
+  if (serial == kLeapDay) return {1900, 2, 29};
+  return Calendar().date(serial + (serial < kLeapDay ? 1 : 0));
+}
+
+Date date_of(std::chrono::sys_days day) {
+  const std::chrono::year_month_day date(day);
+  return {static_cast<int>(date.year()), static_cast<int>(static_cast<unsigned>(date.month())),
+          static_cast<int>(static_cast<unsigned>(date.day()))};
+}
+
+std::string iso_date(const Date& date) {
+  const auto padded = [](std::int64_t number, std::size_t width) {
+    const std::string digits = std::to_string(number);
+    return std::string(width - std::min(width, digits.size()), '0') + digits;
+  };
+  return padded(date.year, 4) + "-" + padded(date.month, 2) + "-" + padded(date.day, 2);
+}
+
+}  // namespace ordvane::text
