@@ -68,6 +68,11 @@ std::string counted(std::size_t count, const std::string& thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
+std::filesystem::path target_of(const ReportCommand& command) {
+  if (!command.into.empty()) return command.into;
+  return command.workbook.empty() ? default_workbook(command.run) : command.workbook;
+}
+
 struct Job {
   std::shared_ptr<const runfile::Run> run;
   std::filesystem::path workbook;
@@ -77,14 +82,10 @@ struct Job {
 
 // Finds out before the work is done all that would be wrong with it.
 Job prepared(const ReportCommand& command, Problems& problems) {
-  const bool is_new = command.into.empty();
   Job job;
   job.run = read_run(command.run, problems);
-  job.workbook = !is_new                    ? command.into
-                 : command.workbook.empty() ? default_workbook(command.run)
-                                            : command.workbook;
-  if (is_new) problems.gather([&] { check_new_workbook(job.workbook, command.options.overwrite); });
-  if (!is_new && !command.workbook.empty()) problems.add("--into: goes without -o");
+  job.workbook = target_of(command);
+  check_report_target(command, problems);
   problems.gather([&] { check_log_folder(command.log_folder); });
   problems.gather([&] { job.clock = report_clock(); });
   if (job.run) {
@@ -94,7 +95,7 @@ Job prepared(const ReportCommand& command, Problems& problems) {
                    " varied no inputs together; the run needs \"groups\"");
   }
   // A workbook that is there is looked at when the reports are added to it; here only if that will not be.
-  if (problems.any() && !is_new)
+  if (problems.any() && !command.into.empty())
     problems.gather([&] { const xlsx::ExistingWorkbook workbook_there(command.into); });
   problems.refuse_any();
   return job;
@@ -118,6 +119,13 @@ std::string summary(const embedded::WrittenReports& written, const ReportCommand
 }
 
 }  // namespace
+
+void check_report_target(const ReportCommand& command, Problems& problems) {
+  if (command.into.empty())
+    problems.gather([&] { check_new_workbook(target_of(command), command.options.overwrite); });
+  else if (!command.workbook.empty())
+    problems.add("--into: goes without -o");
+}
 
 int report(const ReportCommand& command, Problems& problems) {
   catch_signals();

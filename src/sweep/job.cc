@@ -20,6 +20,7 @@
 namespace ordvane::sweep {
 namespace {
 
+constexpr const char* kWhat = "a workbook";
 constexpr double kSameStored = 1e-9;       // relative
 constexpr std::int64_t kOfficeChunk = 16;  // recalculations; a hundred a second are usual
 constexpr std::int64_t kWorthAnOffice = 300;
@@ -28,6 +29,10 @@ constexpr std::int64_t kCompiledChunk = 2048;  // thousands a second at least
 bool is_package(const std::filesystem::path& workbook) {
   const std::string extension = text::lower_ascii(workbook.extension().string());
   return extension == ".xlsx" || extension == ".xlsm" || extension == ".xltx" || extension == ".xltm";
+}
+
+std::string package_of(const Job& job, const std::string& bytes) {
+  return is_package(job.workbook) ? bytes : converted_workbook(job.workbook, job.office);
 }
 
 // The clock of the model stands at the beginning of today, so that parts of one day agree.
@@ -44,9 +49,9 @@ class Sweep {
  public:
   explicit Sweep(const Job& job)
       : job_(job),
-        bytes_(read_workbook(job)),
-        model_(package_bytes(), job.workbook.string(), frozen()),
-        plan_(make_plan(complete(job), model_, job.workbook.filename().string())),
+        bytes_(runfile::read_text(job.workbook, kWhat)),
+        model_(package_of(job, bytes_), job.workbook.string(), frozen()),
+        plan_(make_plan(job.what_if, model_, job.workbook.filename().string())),
         shape_(shape_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())))) {
     choose_engine();
   }
@@ -54,12 +59,6 @@ class Sweep {
   Outcome run();
 
  private:
-  static std::string read_workbook(const Job& job) { return runfile::read_text(job.workbook, "a workbook"); }
-  std::string package_bytes() const {
-    return is_package(job_.workbook) ? bytes_ : converted_workbook(job_.workbook, job_.office);
-  }
-
-  const WhatIf& complete(const Job& job) const;
   void choose_engine();
   void phase(const std::string& what) const {
     if (job_.phase) job_.phase(what);
@@ -99,24 +98,6 @@ class Sweep {
   runfile::Calculation calculation_;
   std::int64_t stored_zeros_ = 0;  // among the stored values compared
 };
-
-// What is missing can only be said by someone who knows the model: its last cells are a beginning.
-const WhatIf& Sweep::complete(const Job& job) const {
-  constexpr std::size_t kMostNamed = 12;
-  if (job.what_if.outputs.empty()) {
-    std::string proposals;
-    const std::vector<calc::CellId> finals = model_.final_cells();
-    for (std::size_t i = 0; i < std::min(kMostNamed, finals.size()); ++i)
-      proposals += (i == 0 ? "" : ", ") + model_.workbook().address(finals[i]);
-    throw runfile::BadRun("--output", "",
-                          "is required; no other formula reads " +
-                              (proposals.empty() ? "any cell" : proposals) +
-                              (finals.size() > kMostNamed ? " ..." : ""));
-  }
-  if (job.what_if.inputs.empty())
-    throw runfile::BadRun("--input", "", "is required, or a what-if definition");
-  return job.what_if;
-}
 
 bool Sweep::reads_clock() const {
   const calc::Workbook& book = model_.workbook();
@@ -300,6 +281,10 @@ std::optional<std::int32_t> number_of(const char* variable) {
 }
 
 }  // namespace
+
+calc::Model open_model(const Job& job) {
+  return {package_of(job, runfile::read_text(job.workbook, kWhat)), job.workbook.string(), frozen()};
+}
 
 Outcome run_job(const Job& job) {
   return Sweep(job).run();
