@@ -39,8 +39,9 @@ struct ReportCommand {
   bool quiet = false;
 };
 int report(const ReportCommand& command, Problems& problems);
-// What can be said of the workbook that the reports go into before there is a run.
-void check_report_target(const ReportCommand& command, Problems& problems);
+// What can be said of the workbook that the reports go into before there is a run. `option`: that names a new
+// one.
+void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems);
 
 enum class ShowForm { kTable, kJson, kCsv };
 struct ShowCommand {

@@ -57,7 +57,7 @@ std::string found_text(const sweep::Suggestion& suggestion) {
       std::to_string(suggestion.moving) +
       (suggestion.moving == 1 ? " number of the workbook moves " : " numbers of the workbook move ") +
       printable(output.name.empty() ? output.place : output.name) +
-      (suggestion.outputs.size() > 1 ? " or another output" : "");
+      (suggestion.outputs.size() > 1 ? " or another output" : "") + " when varied by 10%";
   if (varied < suggestion.moving) text += "; these " + std::to_string(varied) + " move it most";
   text += ":\n";
   const Widths widths(suggestion.inputs);

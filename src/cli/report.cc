@@ -26,16 +26,17 @@ std::filesystem::path default_workbook(const std::filesystem::path& run) {
   return name + kDefaultEnding;
 }
 
-void check_new_workbook(const std::filesystem::path& workbook, bool overwrite) {
+void check_new_workbook(const std::filesystem::path& workbook, const std::string& option, bool overwrite) {
   const std::string text = workbook.string();
   if (workbook.extension() != kWorkbookExtension)
-    throw BadArguments("-o: \"" + text + "\" does not end in .xlsx, the only format there is");
+    throw BadArguments(option + ": \"" + text + "\" does not end in .xlsx, the only format there is");
   if (std::filesystem::is_directory(workbook))
-    throw BadArguments("-o: \"" + text + "\" is a folder; name a file in it");
+    throw BadArguments(option + ": \"" + text + "\" is a folder; name a file in it");
   if (workbook.has_parent_path() && !std::filesystem::is_directory(workbook.parent_path()))
-    throw BadArguments("-o: there is no folder \"" + workbook.parent_path().string() + "\"");
+    throw BadArguments(option + ": there is no folder \"" + workbook.parent_path().string() + "\"");
   if (std::filesystem::exists(workbook) && !overwrite)
-    throw BadArguments("-o: \"" + text + "\" is there already; --overwrite replaces it, --into adds to it");
+    throw BadArguments(option + ": \"" + text +
+                       "\" is there already; --overwrite replaces it, --into adds to it");
 }
 
 void check_log_folder(const std::filesystem::path& log_folder) {
@@ -85,7 +86,7 @@ Job prepared(const ReportCommand& command, Problems& problems) {
   Job job;
   job.run = read_run(command.run, problems);
   job.workbook = target_of(command);
-  check_report_target(command, problems);
+  check_report_target(command, "-o", problems);
   problems.gather([&] { check_log_folder(command.log_folder); });
   problems.gather([&] { job.clock = report_clock(); });
   if (job.run) {
@@ -120,11 +121,11 @@ std::string summary(const embedded::WrittenReports& written, const ReportCommand
 
 }  // namespace
 
-void check_report_target(const ReportCommand& command, Problems& problems) {
+void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems) {
   if (command.into.empty())
-    problems.gather([&] { check_new_workbook(target_of(command), command.options.overwrite); });
+    problems.gather([&] { check_new_workbook(target_of(command), option, command.options.overwrite); });
   else if (!command.workbook.empty())
-    problems.add("--into: goes without -o");
+    problems.add("--into: goes without " + option);
 }
 
 int report(const ReportCommand& command, Problems& problems) {

@@ -12,6 +12,7 @@
 #include "cli/terminal.h"
 #include "sweep/suggest.h"
 #include "text/edit.h"
+#include "xlsx/existing_workbook.h"
 #include "xlsx/whole_file.h"
 
 namespace ordvane::cli {
@@ -97,6 +98,7 @@ void check_together(const SweepCommand& command, Problems& problems) {
   if (command.shard && makes_reports(command))
     problems.add(std::string(command.report ? "--report" : "--into") +
                  ": goes without --shard; `ordvane merge` makes the run");
+  if (!command.into.empty()) problems.gather([&] { const xlsx::ExistingWorkbook there(command.into); });
   if (!command.suggest) return;
   if (!command.what_if.empty() || !command.inputs.empty())
     problems.add(std::string("--suggest: finds the inputs, and goes without ") +
@@ -116,7 +118,7 @@ sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   if (!command.workbook.empty() && !job.shard) {
     problems.gather(
         [&] { check_name(job.run, command.suggest ? kWhatIfEnding : kRunEnding, command.overwrite); });
-    if (makes_reports(command)) check_report_target(report_of(command, job.run), problems);
+    if (makes_reports(command)) check_report_target(report_of(command, job.run), "--report", problems);
   }
   job.verify = command.verify;
   job.libreoffice = command.libreoffice;

@@ -74,17 +74,27 @@ class Finals {
     });
   }
 
-  // Texts made of a number, and checks of it, are no results of their own.
+  // Texts made of a number and checks of it, true or 0 as they are, do not take it from the results.
   std::vector<calc::CellId> unread() const {
     std::vector<calc::CellId> numbers;
     for (const calc::CellId cell : model_.formula_cells())
       if (model_.base(cell).kind() == calc::Kind::kNumber) numbers.push_back(cell);
+    const std::vector<calc::CellId> last = unread_by(numbers, numbers);
+    std::vector<calc::CellId> readers = numbers;
+    std::erase_if(readers, [&](calc::CellId cell) {
+      return model_.base(cell).number() == 0 && std::binary_search(last.begin(), last.end(), cell);
+    });
+    return unread_by(readers, numbers);
+  }
+
+  std::vector<calc::CellId> unread_by(const std::vector<calc::CellId>& readers,
+                                      std::vector<calc::CellId> cells) const {
     std::vector<bool> is_read(model_.workbook().cells.size());
-    for (const calc::CellId cell : numbers)
+    for (const calc::CellId cell : readers)
       model_.each_precedent(
           cell, [&](calc::CellId precedent) { is_read[static_cast<std::size_t>(precedent)] = true; });
-    std::erase_if(numbers, [&](calc::CellId cell) { return is_read[static_cast<std::size_t>(cell)]; });
-    return numbers;
+    std::erase_if(cells, [&](calc::CellId cell) { return is_read[static_cast<std::size_t>(cell)]; });
+    return cells;
   }
 
   // =Prices!C3, where that is an input.
