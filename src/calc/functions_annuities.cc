@@ -113,7 +113,7 @@ Operand call_parts(Call& call) {
   const double end = whole_part(call.number(4));
   const double type = call.number(5);
   if (start < 1 || end < start || loan.rate <= 0 || end > loan.periods || loan.present <= 0 ||
-      (type != 0 && type != 1))
+      (type != 0 && type != 1) || end > kMostSteps)
     return ErrorCode::kArgument;
   if (call.failed()) return 0.0;
   loan.at_start = type == 1;

@@ -143,6 +143,7 @@ Operand call_factdouble(Call& call) {
 // their last digits for it.
 double combinations(double n, double k) {
   double result = 1;
+  if (k > kMostSteps) return kNone;
   for (; k > 0 && std::isfinite(result); --n, --k) result *= n / k;
   return result;
 }
