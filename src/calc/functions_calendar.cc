@@ -22,9 +22,9 @@ Calendar calendar_of(Call& call) {
   return Calendar(call.counts_from_1904());
 }
 
-// The day of a date, its time cut off. Fails for what is no date.
+// The day of a date, its time cut off towards day 0. Fails for what is no date.
 std::int64_t day_of(Call& call, int argument) {
-  const double day = floor_of(call.number(argument));
+  const double day = whole_part(call.number(argument));
   if (day < kFirstDay || day > kLastDay) {
     call.fail(ErrorCode::kArgument);
     return 0;
@@ -262,7 +262,9 @@ Week weekend_of(Call& call, int argument) {
     week[5] = week[6] = true;
     return week;
   }
-  if (const Value given = call.value(argument); given.is_text() && given.text().size() == 7) {
+  if (const Value given = call.value(argument); given.is_text()) {
+    if (given.text().size() != 7) call.fail(ErrorCode::kValue);
+    if (call.failed()) return week;
     for (std::size_t i = 0; i < 7; ++i) {
       if (given.text()[i] != '0' && given.text()[i] != '1') call.fail(ErrorCode::kValue);
       week[i] = given.text()[i] == '1';
@@ -326,7 +328,14 @@ Operand call_networkdays(Call& call) {
   return working_days(call, weekend, 2);
 }
 
+// With a week of its own kind there are no days before day 0.
+void refuse_early(Call& call, int argument) {
+  if (call.number(argument) < 0) call.fail(ErrorCode::kArgument);
+}
+
 Operand call_networkdays_intl(Call& call) {
+  refuse_early(call, 0);
+  refuse_early(call, 1);
   const Week weekend = weekend_of(call, 2);
   return working_days(call, weekend, 3);
 }
@@ -353,8 +362,10 @@ Operand call_workday(Call& call) {
 }
 
 Operand call_workday_intl(Call& call) {
+  refuse_early(call, 0);
   const Week weekend = weekend_of(call, 2);
-  return working_day(call, weekend, 3);
+  const Operand day = working_day(call, weekend, 3);
+  return day.value.is_number() && day.value.number() < 0 ? Operand(ErrorCode::kArgument) : day;
 }
 
 constexpr Function kFunctions[] = {

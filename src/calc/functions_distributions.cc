@@ -392,6 +392,7 @@ Operand call_beta_inv(Call& call) {
   const BetaRange range = beta_range(call, 3);
   if (p < 0 || p > 1 || a <= 0 || b <= 0 || range.width <= 0) return kOutside;
   if (call.failed()) return 0.0;
+  if (p == 1) return range.low + range.width;
   return range.low + range.width * inverse_of([&](double x) { return incomplete_beta(x, a, b); }, p, 0, 1);
 }
 
@@ -405,7 +406,7 @@ Operand call_ztest(Call& call) {
   const double deviation =
       call.missing(2) ? std::sqrt(squares_about_mean(numbers) / (count - 1)) : call.number(2);
   if (deviation <= 0) return kOutside;
-  return 1 - standard_normal((mean_of(numbers) - x) * std::sqrt(count) / deviation);
+  return std::erfc((mean_of(numbers) - x) * std::sqrt(count) / deviation * M_SQRT1_2) / 2;
 }
 
 Operand call_ftest(Call& call) {

@@ -165,15 +165,15 @@ Operand call_sheets(Call& call) {
   return block.last_sheet - block.sheet + 1.0;
 }
 
-// A cell's address as a text. Without the last argument its sheet is not named.
+// A cell's address as a text; 5 to 8 say the same as 1 to 4. Without the last argument its sheet is not named.
 Operand call_address(Call& call) {
   const std::int64_t row = call.whole(0), column = call.whole(1);
   const std::int64_t fixed = call.missing(2) ? 1 : call.whole(2);
   const bool letters = call.missing(3) || call.logical(3);
   const std::string sheet = call.missing(4) ? "" : quoted_sheet(call.text(4)) + "!";
-  if (row < 1 || row > kRows || column < 1 || column > kColumns || fixed < 1 || fixed > 4)
+  if (row < 1 || row > kRows || column < 1 || column > kColumns || fixed < 1 || fixed > 8)
     return ErrorCode::kArgument;
-  const bool row_fixed = fixed <= 2, column_fixed = fixed == 1 || fixed == 3;
+  const bool row_fixed = fixed % 4 == 1 || fixed % 4 == 2, column_fixed = fixed % 2 == 1;
   if (letters) {
     const std::string name = text::column_name(static_cast<std::int32_t>(column));
     return call.make_text(sheet + (column_fixed ? "$" : "") + name + (row_fixed ? "$" : "") +

@@ -39,7 +39,11 @@ Operand call_text(Call& call) {
   }
   const office::NumberFormat read(format);
   const double number = read.shows_dates() ? day_for_formats(call, value.number()) : value.number();
-  return call.make_text(read.text(host::CellValue(number)));
+  std::string text = read.text(host::CellValue(number));
+  // What is rounded to nothing has no sign.
+  if (number < 0 && text.starts_with('-') && text.find_first_of("123456789") == text.npos && !read.shows_dates())
+    text.erase(0, 1);
+  return call.make_text(std::move(text));
 }
 
 std::string with_decimals(double number, int decimals, bool groups) {
