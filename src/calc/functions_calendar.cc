@@ -322,15 +322,17 @@ Operand working_days(Call& call, const Week& weekend, int holidays_argument) {
   return static_cast<double>(start <= end ? count : -count);
 }
 
+// Where days before day 0 do not count.
+void refuse_early(Call& call, int argument) {
+  if (call.number(argument) < 0) call.fail(ErrorCode::kArgument);
+}
+
 Operand call_networkdays(Call& call) {
+  refuse_early(call, 0);
+  refuse_early(call, 1);
   Week weekend{};
   weekend[5] = weekend[6] = true;
   return working_days(call, weekend, 2);
-}
-
-// With a week of its own kind there are no days before day 0.
-void refuse_early(Call& call, int argument) {
-  if (call.number(argument) < 0) call.fail(ErrorCode::kArgument);
 }
 
 Operand call_networkdays_intl(Call& call) {
@@ -343,7 +345,9 @@ Operand call_networkdays_intl(Call& call) {
 Operand working_day(Call& call, const Week& weekend, int holidays_argument) {
   const Calendar calendar = calendar_of(call);
   std::int64_t day = day_of(call, 0);
-  std::int64_t left = static_cast<std::int64_t>(whole_part(std::clamp(call.number(1), -4e6, 4e6)));
+  const double count = whole_part(call.number(1));
+  if (std::fabs(count) > kLastDay) return ErrorCode::kArgument;
+  auto left = static_cast<std::int64_t>(count);
   const std::vector<std::int64_t> holidays = holidays_of(call, holidays_argument);
   if (all_free(weekend)) return ErrorCode::kValue;
   if (call.failed()) return 0.0;

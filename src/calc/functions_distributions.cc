@@ -406,7 +406,7 @@ Operand call_ztest(Call& call) {
   const double deviation =
       call.missing(2) ? std::sqrt(squares_about_mean(numbers) / (count - 1)) : call.number(2);
   if (deviation <= 0) return kOutside;
-  return std::erfc((mean_of(numbers) - x) * std::sqrt(count) / deviation * M_SQRT1_2) / 2;
+  return std::erfc((mean_of(numbers) - x) * std::sqrt(count) / deviation * 0.7071067811865475) / 2;
 }
 
 Operand call_ftest(Call& call) {

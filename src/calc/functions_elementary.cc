@@ -193,8 +193,9 @@ double common_divisor(double a, double b) {
 template <double (*combine)(double, double)>
 Operand call_whole_numbers(Call& call, double start) {
   double result = start;
-  call.each_number(0, [&](double number) {
-    const double whole = floor_of(number);
+  call.each_from(0, [&](const Value& value, From from) {
+    if (value.is_text() && from != From::kFormula) return;
+    const double whole = floor_of(call.number_of(value));
     if (whole < 0) call.fail(ErrorCode::kArgument);
     if (!call.failed()) result = combine(result, whole);
   });

@@ -24,19 +24,14 @@ std::optional<int> order_of(const Value& a, const Value& b) {
 
 constexpr std::int32_t kNotFound = -1;
 
-Value key_of(Call& call, int argument) {
-  const Value key = call.value(argument);
-  if (key.is_error()) call.fail(key.error());
-  return key.is_blank() ? Value(0.0) : key;
-}
-
 bool fits_key(const Value& value, const Value& key, const Pattern* pattern) {
   return pattern != nullptr ? value.is_text() && pattern->matches(value.text()) : order_of(value, key) == 0;
 }
 
 // A block is searched along its longer side, the result taken from its other end or from a line of its own.
 Operand call_lookup(Call& call) {
-  const Value key = key_of(call, 0);
+  const Value key = call.value(0);
+  if (key.is_error()) return key;
   const Matrix searched = call.matrix(1);
   const Line line{searched, searched.columns() > searched.rows()};
   const std::int32_t found = find_sorted(line, key);

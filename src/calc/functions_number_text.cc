@@ -272,7 +272,7 @@ Operand call_bits(Call& call) {
 template <int direction>
 Operand call_shift(Call& call) {
   const std::uint64_t bits = bits_of(call, 0);
-  const double places = whole_part(call.number(1)) * direction;
+  const double places = floor_of(call.number(1)) * direction;
   if (places > 53) return ErrorCode::kArgument;
   if (places < -53) return 0.0;
   const double result = std::floor(std::ldexp(static_cast<double>(bits), static_cast<int>(places)));

@@ -30,7 +30,7 @@ int magnitude(double positive) {
 // decimals on, those behind the point and further zeros, the number itself is cut.
 double cut(double number, int decimals, double (*whole)(double)) {
   const double positive = std::fabs(number);
-  if (decimals > 0 && positive >= kNoHalves) return number;
+  if (decimals > 20 || (decimals > 0 && positive == std::floor(positive))) return number;
   double scaled = shifted(positive, decimals);
   if (positive != std::floor(positive)) {
     const int last = 11 - magnitude(positive);
@@ -42,7 +42,7 @@ double cut(double number, int decimals, double (*whole)(double)) {
       scaled = shifted(units * unit, decimals);
     }
   }
-  return std::isinf(scaled) ? number : std::copysign(shifted_back(whole(scaled), decimals), number);
+  return std::copysign(shifted_back(whole(scaled), decimals), number);
 }
 
 }  // namespace
