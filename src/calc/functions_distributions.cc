@@ -210,7 +210,8 @@ Operand call_hypgeom(Call& call) {
   const double population = floor_of(call.number(3));
   const bool cumulative = call.logical(4, false);
   const double least = std::fmax(0, sample - population + successes);
-  if (x < least || x > sample || x > successes || sample > population || successes > population || x < 0 || x > kMostSteps)
+  if (x < least || x > sample || x > successes || sample > population || successes > population || x < 0 ||
+      x > kMostSteps)
     return kOutside;
   double sum = 0;
   for (double k = cumulative ? least : x; k <= x; ++k)

@@ -160,7 +160,8 @@ Operand call_sheets(Call& call) {
   return block.last_sheet - block.sheet + 1.0;
 }
 
-// A cell's address as a text; 5 to 8 say the same as 1 to 4. Without the last argument its sheet is not named.
+// A cell's address as a text; 5 to 8 say the same as 1 to 4. Without the last argument its sheet is not
+// named.
 Operand call_address(Call& call) {
   const std::int64_t row = call.whole(0), column = call.whole(1);
   const std::int64_t fixed = call.missing(2) ? 1 : call.whole(2);

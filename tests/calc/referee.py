@@ -380,6 +380,7 @@ def compare(office, evaluator, sheets, formulas, path, report):
         theirs = None
     if theirs is None:
         if len(formulas) > 1:
+            print("took too long:", len(formulas), "formulas", file=sys.stderr)
             for half in (formulas[:len(formulas) // 2], formulas[len(formulas) // 2:]):
                 compare(office, evaluator, sheets, half, path, report)
         elif ours is None:
