@@ -28,6 +28,8 @@ struct BadCase {
   const char* complaint;
 };
 
+const std::string kLongFormat = "\"base\": 10, \"numberFormat\": \"" + std::string(256, '0') + "\"";
+
 const BadCase kBadJson[] = {
     {"a comma too many", "\"steps\": 1 }", "\"steps\": 1, }",
      "a.run.json:3: column 105: syntax error while parsing object key - unexpected '}'; expected string "
@@ -53,6 +55,10 @@ const BadCase kBadJson[] = {
     {"a list for a text", "\"Price\"", "[1]", "a.run.json:inputs[0].name: is a list; a text is expected"},
     {"a number in the place of the marks", "\"base\": 10", "\"base\": -1e300",
      "a.run.json:inputs[0].base: is -1e+300; a number between -1e300 and 1e300 is expected"},
+    {"a format that no cell has", "\"base\": 10", kLongFormat.c_str(),
+     "a.run.json:inputs[0].numberFormat: is \"0000000000000000000000000000000000000000...\", 256 characters "
+     "long; at "
+     "most 255 are possible"},
     {"a number for a switch", "\"base\": 10", "\"base\": 10, \"date\": 1",
      "a.run.json:inputs[0].date: is 1; true or false is expected"},
     {"no step", "\"steps\": 1 ", "\"steps\": 0 ",
