@@ -137,16 +137,5 @@ TEST(Environment, AnswersForItsLanguage) {
   EXPECT_EQ(language_id_of("xx"), 0);
 }
 
-TEST(Environment, RaisesWhatItIsTold) {
-  StandardEnvironment environment({});
-  try {
-    environment.raise_error(host::errc::kUserCancelled, "stopped");
-    FAIL() << "no error";
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
-    EXPECT_EQ(error.description(), "stopped");
-  }
-}
-
 }  // namespace
 }  // namespace ordvane::environment
