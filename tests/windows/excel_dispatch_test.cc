@@ -5,20 +5,14 @@
 #include <gtest/gtest.h>
 
 #include "automation/late_bound.h"
-#include "host/implementations.h"
+#include "host/implementation.h"
 #include "office/office.h"
 #include "windows/excel_stand_in.h"
 
-namespace ordvane::host {
-
-std::vector<Implementation> implementations() {
-  return {{"dispatch", [] {
-             const auto stand_in = std::make_shared<test::StandIn>(office::make_application());
-             return automation::wrap_excel(test::make_excel_stand_in(stand_in).get());
-           }}};
+std::shared_ptr<ordvane::host::Application> ordvane::host::make_implementation() {
+  const auto stand_in = std::make_shared<test::StandIn>(office::make_application());
+  return automation::wrap_excel(test::make_excel_stand_in(stand_in).get());
 }
-
-}  // namespace ordvane::host
 
 namespace ordvane::test {
 namespace {
@@ -83,13 +77,12 @@ TEST_F(ExcelDispatch, TextsCrossWhole) {
 }
 
 TEST_F(ExcelDispatch, ErrorsCarryCodeDescriptionAndSource) {
-  struct Case {
+  const struct {
     const char* what;
     std::function<void()> step;
     std::int32_t code;
     const char* source;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"refused by Excel", [&] { sheet->range("A1")->set_column_width(300); }, host::errc::kHostRefused,
        "Microsoft Excel"},
       {"no such member of a collection", [&] { book->worksheet("nowhere"); },
@@ -98,7 +91,7 @@ TEST_F(ExcelDispatch, ErrorsCarryCodeDescriptionAndSource) {
        [&] { stand_in->application = nullptr, excel = automation::wrap_excel(nullptr); },
        host::errc::kObjectNotSet, "Ordvane"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     try {
       c.step();
       ADD_FAILURE() << c.what;

@@ -30,14 +30,13 @@ TEST_F(LateBinding, ConvertsWithoutLossOrRefuses) {
   by_variant.pvarVal = &seven;
   VARIANT by_long = variant(VT_BYREF | VT_I4);
   by_long.plVal = &seven.lVal;
-  struct Case {
+  const struct {
     const char* what;
     const wchar_t* member;
     VARIANT given;
     bool taken;
     double read_back;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"a short for a Long", L"numSteps", variant(VT_I2, 0xFFFF), true, -1},
       {"a byte for a Long", L"numSteps", variant(VT_UI1, 200), true, 200},
       {"a 64-bit integer that fits", L"numSteps", variant(VT_I8, 5), true, 5},
@@ -64,7 +63,7 @@ TEST_F(LateBinding, ConvertsWithoutLossOrRefuses) {
       {"a number for an object", L"outputRangeNameRef", variant(VT_I4, 1), false, 0},
       {"by reference: a property", L"BaseValue", variant(VT_I2, 9), true, 9},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     record_ = server_.make_record();
     VARIANT given = c.given;
     const Answer answer = put(c.member, given);
@@ -109,13 +108,12 @@ TEST_F(LateBinding, NamesTheWrongArgumentAndTheWrongCount) {
   const VARIANT none = variant(VT_NULL);
   VARIANT left_out = variant(VT_ERROR);
   left_out.scode = DISP_E_PARAMNOTFOUND;
-  struct Case {
+  const struct {
     const char* what;
     std::vector<VARIANT> arguments;
     HRESULT status;
     UINT wrong;  // counted from the end
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"all four", {one, one, one, one}, S_OK, 99},
       {"the first", {none, one, one, one}, DISP_E_TYPEMISMATCH, 3},
       {"the third", {one, one, none, one}, DISP_E_TYPEMISMATCH, 1},
@@ -124,7 +122,7 @@ TEST_F(LateBinding, NamesTheWrongArgumentAndTheWrongCount) {
       {"one left out", {one, left_out, one, one}, DISP_E_PARAMNOTOPTIONAL, 99},
       {"one too many", {one, one, one, one, one}, DISP_E_BADPARAMCOUNT, 99},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const Answer answer = call(L"outputMinMaxChangePut", DISPATCH_METHOD, c.arguments);
     EXPECT_EQ(answer.status, c.status) << c.what;
     EXPECT_EQ(answer.wrong_argument, c.wrong) << c.what;

@@ -47,11 +47,10 @@ TEST_F(ReportsObject, CallsWithoutASessionSayWhatIsMissing) {
   _OrdvaneSummary* summary = nullptr;
   auto mode = OrdvaneOutputAsValue;
   _OrdvaneReports& r = *reports_.get();
-  struct Case {
+  const struct {
     const char* what;
     HRESULT got, want;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"Initialize without an application", r.Initialize(&nothing, &one), kObjectNotSet},
       {"Initialize without a variable", r.Initialize(nullptr, &one), E_POINTER},
       {"GenerateReports before Initialize", r.GenerateReports(&empty, &result), kObjectNotSet},
@@ -70,7 +69,7 @@ TEST_F(ReportsObject, CallsWithoutASessionSayWhatIsMissing) {
       {"Terminate", r.Terminate(), S_OK},
       {"Terminate again", r.Terminate(), S_OK},
   };
-  for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
+  for (const auto& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
   EXPECT_EQ(result, 99) << "a failed call gives no result";
   SafeArrayDestroy(records);
 }
