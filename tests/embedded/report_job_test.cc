@@ -95,17 +95,16 @@ TEST(OpenModel, HoldsItemsAndLabelsWithTheirFormats) {
 // sheet comes first and whatever its formula would come to.
 TEST(RankOutputs, TakesTheBaseValueOfTheCellItself) {
   constexpr std::optional<double> kNull;
-  struct Case {
+  const struct {
     const char *formula, *function;  // of every output
     std::array<std::optional<double>, 3> bases;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"=B1*B3", "", {40, kNull, 7}},
       {"=B1*B3", "", {kNull, 40, kNull}},
       {"=1+Goal(B1)", "Goal(B1)", {kNull, 3, -8}},
       {"40", "", {kNull, 40, kNull}},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     runfile::Run run = small_run();
     const char* const sheets[] = {"Plan", "February", "March"};
     for (std::size_t o = 0; o < 3; ++o) {

@@ -19,11 +19,10 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 TEST(AxisScale, IsRounded) {
-  struct Case {
+  constexpr struct {
     const char* what;
     double low, high, minimum, maximum, unit;
-  };
-  constexpr Case kCases[] = {
+  } kCases[] = {
       {"round bounds stay", 0, 1000, 0, 1000, 200},
       {"a bit more needs one more step", 0, 1001, 0, 1200, 200},
       {"steps of five", 12, 48, 10, 50, 5},
@@ -37,7 +36,7 @@ TEST(AxisScale, IsRounded) {
       {"not numbers", kNaN, kInfinity, 0, 1, 0.2},
   };
   StandardNumberService numbers;
-  for (const Case& each : kCases) {
+  for (const auto& each : kCases) {
     const host::AxisScale scale = numbers.axis_scale(each.low, each.high);
     EXPECT_DOUBLE_EQ(scale.minimum, each.minimum) << each.what;
     EXPECT_DOUBLE_EQ(scale.maximum, each.maximum) << each.what;
@@ -77,11 +76,10 @@ TEST(Numbers, UsableMeansFiniteAndNotTheMarker) {
 }
 
 TEST(Numbers, TextHasUpToFifteenDigits) {
-  struct Case {
+  constexpr struct {
     double value;
     const char* text;
-  };
-  constexpr Case kCases[] = {
+  } kCases[] = {
       {0, "0"},           {-0.0, "0"},
       {400000, "400000"}, {0.1, "0.1"},
       {0.1 + 0.2, "0.3"}, {-2.5, "-2.5"},
@@ -89,7 +87,7 @@ TEST(Numbers, TextHasUpToFifteenDigits) {
       {1e-7, "1E-07"},    {123456789012345678.0, "1.23456789012346E+17"},
   };
   StandardNumberService numbers;
-  for (const Case& each : kCases) {
+  for (const auto& each : kCases) {
     EXPECT_EQ(numbers.number_text(each.value, false), each.text);
   }
   const std::pair<double, const char*> kGrouped[] = {{999, "999"},    {-999, "-999"},

@@ -74,14 +74,13 @@ TEST(Texts, HeadingsAreShort) {
 }
 
 TEST(Texts, LanguagesHaveTheirOwnIdsAndFigures) {
-  struct Case {
+  constexpr struct {
     const char* code;
     std::int32_t id;
     const char* number;
     const char* date;
     const char* list;
-  };
-  constexpr Case kCases[] = {
+  } kCases[] = {
       {"de", 1031, "-1.234.567,5", "09.03.2026", ", "},
       {"en", 1033, "-1,234,567.5", "03/09/2026", ", "},
       {"es", 3082, "-1.234.567,5", "09/03/2026", ", "},
@@ -92,7 +91,7 @@ TEST(Texts, LanguagesHaveTheirOwnIdsAndFigures) {
       {"zh", 2052, "-1,234,567.5", "2026/3/9", "、"},
   };
   EXPECT_EQ(all_languages().size(), std::size(kCases));
-  for (const Case& each : kCases) {
+  for (const auto& each : kCases) {
     StandardNumberService numbers(each.code);
     EXPECT_EQ(language(each.code).id, each.id);
     EXPECT_EQ(numbers.number_text(-1234567.5, true), each.number) << each.code;
@@ -145,12 +144,11 @@ TEST(StringTable, AnUnknownIdIsASubscriptErrorThatNamesIt) {
 }
 
 TEST(StringFile, MistakesAreRefusedWithTheirLine) {
-  struct Case {
+  constexpr struct {
     const char* what;
     const char* line;
     const char* message;
-  };
-  constexpr Case kCases[] = {
+  } kCases[] = {
       {"no equals sign", "label.run Run", "line 6: expected \"name = text\""},
       {"no text of the reports", "label.runs = Runs", "line 6: there is no text label.runs"},
       {"a number in place of the name", "206 = Run", "line 6: there is no text 206"},
@@ -163,7 +161,7 @@ TEST(StringFile, MistakesAreRefusedWithTheirLine) {
       {"an empty setting", "@font =", "line 6: @font is empty"},
       {"a setting twice", "@id = 7", "line 6: the setting @id is given twice"},
   };
-  for (const Case& each : kCases) {
+  for (const auto& each : kCases) {
     try {
       read_language("xx", std::string(kSettings) + each.line);
       ADD_FAILURE() << each.what;

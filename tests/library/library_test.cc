@@ -205,12 +205,11 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
       pack_reports(run, options);
     };
   };
-  struct Case {
+  const struct {
     std::function<void()> step;
     ErrorCode code;
     std::string what;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {[&] { ordvane::Run::read(folder / "no.json"); }, ErrorCode::kBadRun, "cannot be read: No such file"},
       {made([](Small& s) { s.description.inputs[0].name = "Pr\xE4"; }), ErrorCode::kBadRun,
        "run:inputs[0].name: is \"Pr\\xE4\", which is not UTF-8 text"},
@@ -259,7 +258,7 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
       {[&] { write_reports(run, folder / "no" / "a.xlsx"); }, ErrorCode::kFile, "cannot write: No such file"},
       {[&] { add_reports(run, text); }, ErrorCode::kBadWorkbook, "text.xlsx: it is no workbook"},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     const Failure failure = failure_of(c.step);
     EXPECT_EQ(failure.code, c.code) << c.what << '\n' << failure.what;
     EXPECT_THAT(failure.what, HasSubstr(c.what));
@@ -336,12 +335,11 @@ TEST(Options, ChangeTheReports) {
     return in_tornado([=](auto& o, auto* c) { o.*member = Color{1, 2, 3}, in_c(c, 0x010203); });
   };
   using R = ReportOptions;
-  struct Case {
+  const struct {
     const char* what;
     Set set;
     const char* progress = "";  // what is then told, and else is not
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"tornado", flag(&R::tornado, ordvane_options_set_tornado), "Drawing the tornado graph"},
       {"spider", flag(&R::spider, ordvane_options_set_spider), "Drawing the spider graph"},
       {"sensitivity", flag(&R::sensitivity, ordvane_options_set_sensitivity),
@@ -373,7 +371,7 @@ TEST(Options, ChangeTheReports) {
   ReportOptions plain;
   plain.tornado = plain.spider = plain.sensitivity = false;
   std::map<std::string, std::string> seen = {{pack_reports(run, plain), "none"}};
-  for (const Case& each : kCases) {
+  for (const auto& each : kCases) {
     ReportOptions options = plain;
     std::string told;
     options.progress = [&](const std::string& text) { told += text + '\n'; };

@@ -13,13 +13,11 @@ namespace {
 using host::CellError;
 using host::CellValue;
 
-struct Format {
+const struct {
   const char* code;
   std::vector<CellValue> values;
   const char* shown;  // the texts of the values, parted by bars
-};
-
-const Format kFormats[] = {
+} kFormats[] = {
     {"General",
      {0.0,           1234.5,         -0.1,
       0.1 + 0.2,     1.0 / 3,        123456.789123,
@@ -89,7 +87,7 @@ const Format kFormats[] = {
 };
 
 TEST(NumberFormat, ShowsValuesAsTheSpreadsheetDoes) {
-  for (const Format& format : kFormats) {
+  for (const auto& format : kFormats) {
     std::string shown;
     for (const CellValue& value : format.values)
       shown += (&value == &format.values.front() ? "" : "|") + displayed_text(value, format.code);

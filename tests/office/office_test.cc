@@ -170,20 +170,19 @@ TEST_F(Office, LabelsAreTheNearestTexts) {
   at("C4")->set_value(" ");
   at("A7")->set_value("Only left");
   at("E1")->set_value("Only above");
-  struct Case {
+  const struct {
     const char* cell;
     const char* text;
     const char* first;
     const char* second;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"C5", "Home price / Base case", "$A$5", "$C$2"},
       {"D7", "Only left", "$A$7", ""},
       {"E3", "Only above", "$E$1", ""},
       {"A1", "", "", ""},
       {"A5", "", "", ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(app->run("Dral4FindLabelVBDebug", *at(c.cell), 1), c.text) << c.cell;
     EXPECT_EQ(app->run("Dral4FindLabelVBDebug", *at(c.cell), 2), c.first) << c.cell;
     EXPECT_EQ(app->run("Dral4FindLabelVBDebug", *at(c.cell), 3), c.second) << c.cell;

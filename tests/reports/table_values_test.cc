@@ -21,15 +21,13 @@ constexpr double kMissing = host::kMissingNumber;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 using test::kNumError;
 
-struct ValueCase {
+const struct {
   const char* what;
   double value, divisor;
   OrdvaneDivisorType kind;
   std::int32_t flag;  // 0: `shown` is shown
   double shown = 0;
-};
-
-const ValueCase kValueCases[] = {
+} kValueCases[] = {
     {"a value by itself", 7.5, 1.0, OrdvaneDivisorInputOrOutput, 0, 7.5},
     {"a quotient", 7.5, -2.5, OrdvaneDivisorInput, 0, -3},
     {"zero is a value", 0, 4, OrdvaneDivisorInput, 0, 0},
@@ -54,7 +52,7 @@ const ValueCase kValueCases[] = {
 TEST(FormatTableValue, ShowsTheNumberOrSaysWhyNot) {
   const NumberRules rules(runfile::make_recorded_engine(std::make_shared<runfile::Run>()),
                           std::make_shared<environment::StandardEnvironment>(environment::Settings{}));
-  for (const ValueCase& c : kValueCases) {
+  for (const auto& c : kValueCases) {
     SCOPED_TRACE(c.what);
     constexpr std::int32_t kEarlier = 1024;  // flags add up
     std::int32_t flags = kEarlier;

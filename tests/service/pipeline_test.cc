@@ -310,18 +310,17 @@ TEST(Pipeline, UnknownOutputsAreNamedAndTheOthersReported) {
 }
 
 TEST(Pipeline, CallsShareAWorkbookWhenAllResultsGoIntoOne) {
-  struct Case {
+  const struct {
     const char* what;
     bool single, overwrite, initialized_again;
     std::vector<std::string> first, second;  // sheets of each call's workbook, after both calls
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"each its own", false, false, false, {"Summary"}, {"Summary"}},
       {"one for all", true, false, false, {"Summary", "Summary (2)"}, {"Summary", "Summary (2)"}},
       {"the later result stays", true, true, false, {"Summary"}, {"Summary"}},
       {"a new one after Terminate", true, false, true, {"Summary"}, {"Summary"}},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     SCOPED_TRACE(c.what);
     Bench bench;
     OrdvaneReports reports(bench.services);
