@@ -223,26 +223,18 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
        "run:results[3]: is -1e+300; a number between -1e300 and 1e300 is expected"},
       {made([](Small& s) { s.texts[1].at = 12; }), ErrorCode::kBadRun,
        "run:texts[1].at: is 12; a position among the 12 results, counted from 0, is expected"},
-      {made([](Small& s) { s.group_values.push_back(1); }), ErrorCode::kBadRun,
-       "run:groupValues: has 5 numbers; 4 are expected"},
-      {made([](Small& s) { s.description.groups.clear(); }), ErrorCode::kBadRun,
-       "run:groupValues: has 4 numbers; 0 are expected"},
       {made([](Small& s) {
          s.group_texts = {{8, "x"}};
        }),
        ErrorCode::kBadRun, "run:groupTexts[0].at: is 8"},
       {made([](Small& s) { s.description.groups[0].members[1] = 2; }), ErrorCode::kBadRun,
        "run:groups[0].members[1]: is 3; a position of an input, 1 to 2, is expected"},
-      {[] { ordvane::Run::from_arrays("{\"inputs\": 7}", {}); }, ErrorCode::kBadRun,
-       "run:inputs: is 7; a list of inputs is expected"},
       {[&] { run.find_output("Profits"); }, ErrorCode::kInvalidArgument,
        "\"Profits\" is no output of the run; its outputs are Profit (Outputs!A1), Taxes!D9"},
       {[&] {
          rank_outputs(run, {0, 2});
        },
        ErrorCode::kInvalidArgument, "outputs[1]: is 2; a position of an output, 0 to 1, is expected"},
-      {[&] { rank_outputs(run, {}, 2); }, ErrorCode::kInvalidArgument,
-       "simulation: is 2; a whole number from 1 to 1 is expected"},
       {reported([](ReportOptions& o) { o.outputs = {9}; }), ErrorCode::kInvalidArgument, "outputs[0]: is 9"},
       {reported([](ReportOptions& o) { o.max_inputs = 33; }), ErrorCode::kInvalidArgument,
        "max_inputs: is 33; a whole number from 1 to 32 is expected"},

@@ -68,6 +68,7 @@ class Plain(unittest.TestCase):
         self.assertEqual(ranking.to_dicts()[1]["swing"], 16)
         (group,) = ranking.groups
         self.assertEqual((group.rank, group.swing, group.own_swings, group.interaction), (1, 80, 76, 4))
+        self.assertEqual((group.low, group.high, group.low_change, group.high_change), (16, 96, -0.6, 1.4))
         self.assertEqual((group.interaction_state, group.steps, group.leaves_out_base), ("measured", 4, False))
         self.assertEqual(group.members[1], ordvane.GroupMember("Volume", 1, 2, 8, 60))
         tax = run.rank(1)

@@ -7,7 +7,6 @@ namespace {
 
 using test::kNothing;
 using test::kNumError;
-using test::without_idle;
 
 struct TestGroup {
   std::vector<std::int32_t> members;
