@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "cli/commands.h"
+#include "cli/report_clock.h"
 #include "cli/signals.h"
 #include "cli/terminal.h"
 #include "sweep/job.h"
@@ -82,6 +83,11 @@ sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   job.libreoffice = command.libreoffice;
   job.overwrite = command.overwrite;
   job.threads = command.threads;
+  job.now = command.now;
+  if (!job.now)
+    problems.gather([&] {
+      if (const auto clock = report_clock()) job.now = clock();
+    });
   job.office.step_limit = std::chrono::milliseconds(std::llround(command.time_limit * 1000));
   job.office.cancelled = [] { return caught_signal() != 0; };
   return job;

@@ -13,6 +13,7 @@
 #include "runfile/json_file.h"
 #include "runfile/write_run.h"
 #include "sweep/compiled.h"
+#include "sweep/frozen_cells.h"
 #include "sweep/sweep.h"
 #include "text/calendar.h"
 #include "text/edit.h"
@@ -30,13 +31,22 @@ bool is_package(const std::filesystem::path& workbook) {
   return extension == ".xlsx" || extension == ".xlsm" || extension == ".xltx" || extension == ".xltm";
 }
 
-// The clock of the model stands at the beginning of today, so that parts of one day agree.
-text::Date today() {
-  return text::date_of(std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now()));
+// Work that goes on keeps its clock. It begins at the beginning of a day, so that parts of one day agree.
+std::chrono::sys_seconds clock_of(const Job& job) {
+  if (job.now) return *job.now;
+  if (!job.overwrite) {
+    const std::string there = clock_of_part(part_file(job.run, job.shard.value_or(Shard{})));
+    if (const auto moment = text::moment_of_iso(there)) return *moment;
+  }
+  return std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
 }
 
-calc::Frozen frozen() {
-  return {static_cast<double>(text::Calendar().day(today())), 1};
+calc::Frozen frozen_at(std::chrono::sys_seconds moment) {
+  constexpr double kSecondsADay = 86400;
+  const auto day = std::chrono::floor<std::chrono::days>(moment);
+  return {static_cast<double>(text::Calendar().day(text::date_of(day))) +
+              static_cast<double>((moment - day).count()) / kSecondsADay,
+          1};
 }
 
 // The work on one workbook.
@@ -45,7 +55,8 @@ class Sweep {
   explicit Sweep(const Job& job)
       : job_(job),
         bytes_(read_workbook(job)),
-        model_(package_bytes(), job.workbook.string(), frozen()),
+        clock_(clock_of(job)),
+        model_(package_bytes(), job.workbook.string(), frozen_at(clock_)),
         plan_(make_plan(complete(job), model_, job.workbook.filename().string())),
         shape_(shape_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())))) {
     choose_engine();
@@ -70,7 +81,8 @@ class Sweep {
       const std::lock_guard lock(mutex_);
       if (spare_) return std::move(spare_);
     }
-    return in_office_ ? make_libreoffice(job_.workbook, plan_, job_.office) : make_compiled(model_, plan_);
+    return in_office_ ? make_libreoffice(job_.workbook, model_, plan_, job_.office)
+                      : make_compiled(model_, plan_);
   }
 
   std::vector<calc::CellId> output_cells() const {
@@ -78,7 +90,6 @@ class Sweep {
     for (const PlannedOutput& output : plan_.outputs) cells.push_back(output.cell);
     return cells;
   }
-  bool reads_clock() const;
   void compare_stored();
   void compare_stored_cell(calc::CellId cell, const Result& base);
   void verify();
@@ -89,6 +100,7 @@ class Sweep {
 
   const Job& job_;
   std::string bytes_;
+  std::chrono::sys_seconds clock_;
   calc::Model model_;
   Plan plan_;
   Shape shape_;
@@ -118,26 +130,23 @@ const WhatIf& Sweep::complete(const Job& job) const {
   return job.what_if;
 }
 
-bool Sweep::reads_clock() const {
-  const calc::Workbook& book = model_.workbook();
-  const std::vector<calc::CellId> cells = model_.all_precedents(output_cells());
-  return std::any_of(cells.begin(), cells.end(), [&](calc::CellId cell) {
-    const std::int32_t formula = book.cells[static_cast<std::size_t>(cell)].formula;
-    return formula >= 0 && book.formulas[static_cast<std::size_t>(formula)].tree.is_volatile;
-  });
-}
-
 void Sweep::choose_engine() {
   const std::optional<std::string> reason = obstacle(model_, plan_);
   in_office_ = job_.libreoffice || reason;
   if (reason) calculation_.because = *reason;
+  const std::vector<calc::CellId> cells = model_.all_precedents(output_cells());
+  if (in_office_)
+    if (const auto cell = never_frozen(model_, cells))
+      throw host::Error(host::errc::kHostRefused,
+                        *cell + ": draws another number at each recalculation by LibreOffice, which " +
+                            (reason ? "is needed for " + *reason : "was asked for"));
   phase(in_office_ ? "LibreOffice opens the workbook" : "the base case is calculated");
   std::unique_ptr<Calculator> calculator = make();
   calculation_.engine = calculator->engine();
   const std::vector<Recalculation> nothing(1);
   base_ = calculator->evaluate(nothing).front();
   spare_ = std::move(calculator);
-  if (!in_office_ && reads_clock()) calculation_.now = iso_date(today());
+  if (any_volatile(model_, cells)) calculation_.now = text::iso_moment(clock_);
 }
 
 // --- how far the results can be trusted -------------------------------------------------------------------
@@ -215,10 +224,14 @@ void Sweep::verify() {
     calculation_.verified_first = "not asked for";
     return;
   }
+  if (const auto cell = never_frozen(model_, model_.all_precedents(output_cells()))) {
+    calculation_.verified_first = *cell + ": draws another number at each recalculation by LibreOffice";
+    return;
+  }
   phase("LibreOffice verifies");
   std::unique_ptr<Calculator> referee;
   try {
-    referee = make_libreoffice(job_.workbook, plan_, job_.office);
+    referee = make_libreoffice(job_.workbook, model_, plan_, job_.office);
   } catch (const host::Error& error) {
     if (error.code() == host::errc::kUserCancelled || job_.verify == Verify::kAll) throw;
     calculation_.verified_first = error.description();
@@ -251,7 +264,8 @@ Outcome Sweep::run() {
   header.total = plan_.total();
   header.workbook = hash_of(std::string_view(bytes_));
   header.what_if = hash_of(plan_);
-  header.engine = calculation_.engine + (calculation_.now.empty() ? "" : ", clock at " + calculation_.now);
+  header.engine = calculation_.engine;
+  header.now = calculation_.now;
   header.run = runfile::description_of(run_of(plan_, base_), plan_.all_groups);
   const std::filesystem::path file = part_file(job_.run, shard);
   Outcome outcome;

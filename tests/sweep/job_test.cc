@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdlib.h>
 
 #include <fstream>
@@ -99,10 +100,85 @@ TEST(Job, SaysThatARecalculationTookTooLong) {
   const Plan plan = planned(small_what_if(), model);
   LibreOfficeOptions options;
   options.step_limit = std::chrono::milliseconds(0);
-  const auto office = make_libreoffice(folder / "tiny.xlsx", plan, options);
+  const auto office = make_libreoffice(folder / "tiny.xlsx", model, plan, options);
   const auto results = office->evaluate(std::vector<Recalculation>{{{0, 2.0}}});
   ASSERT_EQ(results.size(), 1U);
   EXPECT_EQ(shown(results[0][0]), "no result within 0 s");
+}
+
+// In the place of LibreOffice, something that ends at every input of 3, and once at 2.
+TEST(Job, GoesOnWhereLibreOfficeCrashes) {
+  if (const std::string why = without_libreoffice(); !why.empty()) GTEST_SKIP() << why;
+  const test::TemporaryFolder folder;
+  const std::string program = folder / "crashes";
+  std::ofstream(program) << R"(#!/usr/bin/python3
+import json, os, pathlib, sys
+print(json.dumps({"engine": "Fake 1"}) if sys.stdin.readline() else "", flush=True)
+once = pathlib.Path(__file__ + "-once")
+for line in sys.stdin:
+    for recalculation in json.loads(line):
+        value = recalculation[0][1]
+        if value == 3 or value == 2 and not once.exists():
+            once.touch()
+            os._exit(1)
+        print(json.dumps([value]), flush=True)
+)";
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  std::ofstream(folder / "tiny.xlsx", std::ios::binary) << small_book().bytes();
+  calc::Model model(folder / "tiny.xlsx");
+  const Plan plan = planned(R"({"inputs": [{"cell": "Sheet1!B1", "values": [1]}],
+                                "outputs": [{"cell": "Sheet1!B5"}]})",
+                            model);
+  LibreOfficeOptions options;
+  options.python = program;
+  const auto office = make_libreoffice(folder / "tiny.xlsx", model, plan, options);
+  const auto calculated = [&](const std::vector<double>& values) {
+    std::vector<Recalculation> rows;
+    for (const double value : values) rows.push_back({{0, value}});
+    std::string texts;
+    for (const auto& row : office->evaluate(rows)) texts += shown(row.at(0)) + "; ";
+    return texts;
+  };
+  EXPECT_EQ(calculated({1, 2, 3, 3, 4, 3}),
+            "1; 2; LibreOffice ended unexpectedly; LibreOffice ended unexpectedly; 4; "
+            "LibreOffice ended unexpectedly; ");
+  try {
+    calculated({3, 3, 5});
+    ADD_FAILURE();
+  } catch (const host::Error& error) {
+    EXPECT_THAT(error.description(), testing::HasSubstr("LibreOffice ended unexpectedly 6 times in a row"));
+  }
+}
+
+// Kills every LibreOffice that has this text on its command line; how many there were.
+int kill_libreoffice(const std::string& text) {
+  int killed = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string command = bytes_of(entry.path() / "cmdline");
+    if (command.find("soffice.bin") == std::string::npos || command.find(text) == std::string::npos) continue;
+    killed += ::kill(std::stoi(entry.path().filename().string()), SIGKILL) == 0 ? 1 : 0;
+  }
+  return killed;
+}
+
+TEST(Job, GoesOnWhereLibreOfficeIsKilled) {
+  if (const std::string why = without_libreoffice(); !why.empty()) GTEST_SKIP() << why;
+  const test::TemporaryFolder folder, temporary;
+  Job job;
+  job.workbook = kSolarPlant + ".xlsx";
+  job.what_if = read_what_if(kSolarPlant + ".whatif.json");
+  job.run = folder / "solar-plant.run.json";
+  job.libreoffice = true;
+  int killed = 0;
+  job.progress = [&](std::int64_t done, std::int64_t) {
+    if (killed == 0 && done > 50) killed = kill_libreoffice(temporary.path());
+  };
+  ::setenv("TMPDIR", temporary.path().c_str(), 1);
+  run_job(job);
+  ::unsetenv("TMPDIR");
+  EXPECT_EQ(killed, 1);
+  EXPECT_EQ(files_in(temporary.path()), 0U);
+  EXPECT_TRUE(bytes_of(folder / "solar-plant.run.csv") == bytes_of(kSolarPlant + ".run.csv"));
 }
 
 TEST(Job, TakesItsPartFromTheEnvironment) {

@@ -66,7 +66,7 @@ class FakeCalculator : public Calculator {
 class Parts : public testing::Test {
  protected:
   PartHeader header(const Shard& shard) const {
-    PartHeader header{shard, plan_.total(), "w", hash_of(plan_), "fake 1", {}, {}};
+    PartHeader header{shard, plan_.total(), "w", hash_of(plan_), "fake 1", "2026-11-22", {}, {}};
     header.run = runfile::description_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())));
     return header;
   }
@@ -214,7 +214,8 @@ TEST_F(Parts, DoNotMixWithOthers) {
     const char* complaint;
   } const cases[] = {{"workbook", &PartHeader::workbook, "another workbook"},
                      {"definition", &PartHeader::what_if, "another what-if definition"},
-                     {"engine", &PartHeader::engine, "another engine (fake 1, not other)"}};
+                     {"engine", &PartHeader::engine, "another engine (fake 1, not other)"},
+                     {"clock", &PartHeader::now, "another clock of the model (2026-11-22, not other)"}};
   for (const auto& c : cases) {
     PartHeader other = header({2, 3});
     other.*c.field = "other";
