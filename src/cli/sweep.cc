@@ -144,6 +144,8 @@ std::string summary(const sweep::Outcome& outcome) {
   if (!c.verified_by.empty())
     text += agreement(("Verified bit by bit with " + c.verified_by).c_str(), c.verified, c.verified_differ,
                       c.verified_first);
+  else if (!c.verified_first.empty())
+    text += "Not verified: " + c.verified_first + "\n";
   std::string lines;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = text.find('\n', at);

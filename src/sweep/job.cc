@@ -72,6 +72,8 @@ class Sweep {
 
   const WhatIf& complete(const Job& job) const;
   void choose_engine();
+  void refuse_for_office(const std::vector<calc::Obstacle>& obstacles,
+                         const std::vector<calc::CellId>& cells) const;
   void phase(const std::string& what) const {
     if (job_.phase) job_.phase(what);
   }
@@ -94,7 +96,7 @@ class Sweep {
   void compare_stored_cell(calc::CellId cell, const Result& base);
   void verify();
   void compare_rows(Calculator& referee, Calculator& checked, std::vector<Recalculation> rows);
-  std::string text_of(const Recalculation& recalculation) const;
+  std::string conditions(const Recalculation& recalculation) const;
   std::string difference(std::size_t output, const Recalculation& row, const Result& found,
                          const Result& expected) const;
 
@@ -130,16 +132,25 @@ const WhatIf& Sweep::complete(const Job& job) const {
   return job.what_if;
 }
 
+// Circles that the workbook does not iterate have no value anywhere, and random numbers that LibreOffice
+// draws anew have another one in each recalculation.
+void Sweep::refuse_for_office(const std::vector<calc::Obstacle>& obstacles,
+                              const std::vector<calc::CellId>& cells) const {
+  const auto refuse = [](const std::string& what) { throw host::Error(host::errc::kHostRefused, what); };
+  for (const calc::Obstacle& obstacle : obstacles)
+    if (obstacle.what == calc::kCircularReference && !model_.workbook().iterates)
+      refuse(text_of(model_, obstacle) + ", and the workbook does not calculate iteratively");
+  if (const auto cell = never_frozen(model_, cells))
+    refuse(*cell + " draws another number at each recalculation by LibreOffice, which " +
+           (obstacles.empty() ? "was asked for" : "is needed for " + text_of(model_, obstacles.front())));
+}
+
 void Sweep::choose_engine() {
-  const std::optional<std::string> reason = obstacle(model_, plan_);
-  in_office_ = job_.libreoffice || reason;
-  if (reason) calculation_.because = *reason;
+  const std::vector<calc::Obstacle> found = obstacles(model_, plan_);
+  in_office_ = job_.libreoffice || !found.empty();
+  if (!found.empty()) calculation_.because = text_of(model_, found.front());
   const std::vector<calc::CellId> cells = model_.all_precedents(output_cells());
-  if (in_office_)
-    if (const auto cell = never_frozen(model_, cells))
-      throw host::Error(host::errc::kHostRefused,
-                        *cell + ": draws another number at each recalculation by LibreOffice, which " +
-                            (reason ? "is needed for " + *reason : "was asked for"));
+  if (in_office_) refuse_for_office(found, cells);
   phase(in_office_ ? "LibreOffice opens the workbook" : "the base case is calculated");
   std::unique_ptr<Calculator> calculator = make();
   calculation_.engine = calculator->engine();
@@ -182,7 +193,7 @@ void Sweep::compare_stored() {
   if (stored_zeros_ == calculation_.stored_compared) calculation_.forget_stored();
 }
 
-std::string Sweep::text_of(const Recalculation& recalculation) const {
+std::string Sweep::conditions(const Recalculation& recalculation) const {
   if (recalculation.empty()) return " at the base";
   std::string text;
   for (const Change& change : recalculation) {
@@ -196,7 +207,7 @@ std::string Sweep::text_of(const Recalculation& recalculation) const {
 std::string Sweep::difference(std::size_t output, const Recalculation& row, const Result& found,
                               const Result& expected) const {
   const runfile::Output& item = plan_.outputs[output].item;
-  return item.sheet + "!" + item.cell + text_of(row) + ": " + shown(found) + " here, " + shown(expected) +
+  return item.sheet + "!" + item.cell + conditions(row) + ": " + shown(found) + " here, " + shown(expected) +
          " in " + calculation_.verified_by;
 }
 
@@ -225,7 +236,7 @@ void Sweep::verify() {
     return;
   }
   if (const auto cell = never_frozen(model_, model_.all_precedents(output_cells()))) {
-    calculation_.verified_first = *cell + ": draws another number at each recalculation by LibreOffice";
+    calculation_.verified_first = *cell + " draws another number at each recalculation by LibreOffice";
     return;
   }
   phase("LibreOffice verifies");

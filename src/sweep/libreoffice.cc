@@ -7,10 +7,11 @@
 #include "calc/address.h"
 #include "calc/value.h"
 #include "host/error.h"
+#include "runfile/json_file.h"
 #include "sweep/child_process.h"
 #include "sweep/frozen_cells.h"
 #include "text/calendar.h"
-#include "xlsx/whole_file.h"
+#include "xlsx/package_reader.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -45,16 +46,31 @@ Json places(const Items& items) {
   return list;
 }
 
+Json place_of(const calc::Workbook& book, calc::CellId id) {
+  const calc::Cell& cell = book.cells[static_cast<std::size_t>(id)];
+  return {book.sheets[static_cast<std::size_t>(cell.sheet)].name, calc::cell_name(cell.row, cell.column)};
+}
+
 Json frozen(const calc::Model& model) {
   const calc::Workbook& book = model.workbook();
   const text::Calendar calendar(book.counts_from_1904);
   Json cells = Json::array();
   for (const FrozenCell& frozen : frozen_cells(model)) {
-    const calc::Cell& cell = book.cells[static_cast<std::size_t>(frozen.cell)];
-    cells.push_back({book.sheets[static_cast<std::size_t>(cell.sheet)].name,
-                     calc::cell_name(cell.row, cell.column), frozen.randoms});
+    Json place = place_of(book, frozen.cell);
+    place.push_back(frozen.randoms);
+    cells.push_back(std::move(place));
   }
   return {{"now", model.frozen().now + static_cast<double>(calendar.day(text::Date()))}, {"cells", cells}};
+}
+
+// Formulas that the outputs are calculated from, and that are not calculated here.
+Json foreign(const calc::Model& model, const Plan& plan) {
+  std::vector<calc::CellId> outputs;
+  for (const PlannedOutput& output : plan.outputs) outputs.push_back(output.cell);
+  Json cells = Json::array();
+  for (const calc::CellId cell : model.all_precedents(outputs))
+    if (!model.obstacle(cell).empty()) cells.push_back(place_of(model.workbook(), cell));
+  return cells;
 }
 
 Result result_of(const Json& answer) {
@@ -70,7 +86,10 @@ class LibreOffice : public Calculator {
   LibreOffice(const std::filesystem::path& workbook, const calc::Model& model, const Plan& plan,
               LibreOfficeOptions options)
       : workbook_(workbook), options_(std::move(options)), outputs_(plan.outputs.size()) {
-    setup_ = {{"inputs", places(plan.inputs)}, {"outputs", places(plan.outputs)}, {"frozen", frozen(model)}};
+    setup_ = {{"inputs", places(plan.inputs)},
+              {"outputs", places(plan.outputs)},
+              {"frozen", frozen(model)},
+              {"foreign", foreign(model, plan)}};
     start();
   }
 
@@ -186,7 +205,33 @@ std::unique_ptr<Calculator> make_libreoffice(const std::filesystem::path& workbo
   return std::make_unique<LibreOffice>(workbook, model, plan, options);
 }
 
+namespace {
+
+// Old and open formats as far as they can be told: a record of the old one right behind the first, a mark in
+// the list of parts of the other.
+bool is_encrypted(std::string_view bytes) {
+  constexpr std::string_view kBeginnings[] = {std::string_view("\x09\x08\x10\x00", 4),
+                                              std::string_view("\x09\x08\x08\x00", 4)};
+  constexpr std::size_t kHead = 4;
+  for (const std::string_view beginning : kBeginnings)
+    for (std::size_t at = bytes.find(beginning); at != bytes.npos; at = bytes.find(beginning, at + 1)) {
+      const std::size_t next = at + kHead + static_cast<unsigned char>(beginning[2]);
+      if (bytes.substr(std::min(next, bytes.size()), 2) == std::string_view("\x2F\x00", 2)) return true;
+    }
+  try {
+    return xlsx::PackageReader(bytes).read("META-INF/manifest.xml").find("encryption-data") !=
+           std::string::npos;
+  } catch (const xlsx::BadPackage&) {
+    return false;
+  }
+}
+
+}  // namespace
+
 std::string converted_workbook(const std::filesystem::path& workbook, const LibreOfficeOptions& options) {
+  if (is_encrypted(runfile::read_text(workbook, "a workbook")))
+    throw xlsx::BadWorkbook(workbook.string() +
+                            ": the workbook is encrypted; save it without a password first");
   const PrivateFolder folder;
   const std::filesystem::path copy = folder.path() + "/model" + workbook.extension().string();
   copy_workbook(workbook, copy);

@@ -1,8 +1,8 @@
 """Recalculates a workbook in LibreOffice for a sweep, which starts this program and asks it by pipe.
 
 Argument: a folder of its own with the copy of the workbook; the profile and all else go there. Each line of standard input
-is JSON. The first names the workbook, the inputs, the outputs
-and what is held of clock and random numbers; every other one is a list of recalculations, each a list
+is JSON. The first names the workbook, the inputs, the outputs,
+formulas with functions that LibreOffice has to know, and what is held of clock and random numbers; every other one is a list of recalculations, each a list
 of [input, value]. Answers are lines, too: the engine's version or an error, then a list of results for each recalculation:
 a number, a text, null for nothing, or {"error": number}.
 
@@ -141,6 +141,29 @@ def cell_of(document, place):
     return document.Sheets.getByName(sheet).getCellRangeByName(cell)
 
 
+def check_functions(document, places):
+    """Refuses what would be an error at every step: functions that are macros, and those known to nobody."""
+    mapper = document.createInstance("com.sun.star.sheet.FormulaOpCodeMapper")
+    special = mapper.getAvailableMappings(ENGLISH, SPECIAL)
+    unknown = {special[kind].Token.OpCode for kind in (BAD, MACRO)}
+    for place in places:
+        for token in cell_of(document, place).getTokens():
+            if token.OpCode in unknown:
+                fail(f"{place[0]}!{place[1]}: {str(token.Data).upper()}: LibreOffice knows no such function or name")
+
+
+def iterated(document):
+    """What makes the next calculation of a circular reference begin anew, whatever was calculated before."""
+    if not document.IsIterationEnabled:
+        return lambda: None
+
+    def begin_anew():
+        for enabled in (False, True):
+            document.IsIterationEnabled = enabled
+            document.calculateAll()
+    return begin_anew
+
+
 def result(cell):
     value = cell.getDataArray()[0][0]  # one call where a number is
     if isinstance(value, float):
@@ -163,7 +186,7 @@ def kept(cell):
     return lambda: cell.setFormula(formula)
 
 
-def recalculate(inputs, put_back, outputs, changed, recalculation):
+def recalculate(inputs, put_back, outputs, changed, begin_anew, recalculation):
     wanted = dict(recalculation)
     for position in list(changed):
         if position not in wanted:
@@ -173,6 +196,7 @@ def recalculate(inputs, put_back, outputs, changed, recalculation):
         if changed.get(position) != value:
             inputs[position].setValue(value)
             changed[position] = value
+    begin_anew()
     return [result(cell) for cell in outputs]
 
 
@@ -182,17 +206,21 @@ def main():
     context = started()
     document = opened(context, first["workbook"], first["frozen"])
     inputs, outputs = ([cell_of(document, place) for place in first[kind]] for kind in ("inputs", "outputs"))
-    put_back, changed = [kept(cell) for cell in inputs], {}
+    check_functions(document, first["foreign"])
+    put_back, changed, begin_anew = [kept(cell) for cell in inputs], {}, iterated(document)
     answer({"engine": f"LibreOffice {version(context)}"})
     while True:
         for recalculation in requests.get():
-            answer(recalculate(inputs, put_back, outputs, changed, recalculation))
+            answer(recalculate(inputs, put_back, outputs, changed, begin_anew, recalculation))
 
 
 try:
     import uno  # before com.sun.star, which it makes importable
     from com.sun.star.beans import PropertyValue
     from com.sun.star.connection import NoConnectException
+    from com.sun.star.sheet.FormulaLanguage import ENGLISH
+    from com.sun.star.sheet.FormulaMapGroup import SPECIAL
+    from com.sun.star.sheet.FormulaMapGroupSpecialOffset import BAD, MACRO
     from com.sun.star.table.CellContentType import TEXT, VALUE
 
     main()

@@ -13,6 +13,9 @@
 #include "small_model.h"
 #include "support/external_checks.h"
 #include "sweep/compiled.h"
+#include "text/calendar.h"
+#include "xlsx/archive.h"
+#include "xlsx/package_reader.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -72,7 +75,7 @@ TEST(Job, FallsBackToLibreOfficeAndLeavesNothingBehind) {
   const test::TemporaryFolder folder;
   const test::TemporaryFolder temporary;
   test::TinyWorkbook book = small_book();
-  book.set("B5", "=B1*B2-B3+0*BESSELI(B1,1)").calculation("calcMode=\"manual\"");
+  book.set("B5", "=B1*B2-B3+0*BESSELI(B1,1)").calculation("calcMode=\"manual\"").protect();
   std::ofstream(folder / "tiny.xlsx", std::ios::binary) << book.bytes();
   Job job;
   job.workbook = folder / "tiny.xlsx";
@@ -104,6 +107,136 @@ TEST(Job, SaysThatARecalculationTookTooLong) {
   const auto results = office->evaluate(std::vector<Recalculation>{{{0, 2.0}}});
   ASSERT_EQ(results.size(), 1U);
   EXPECT_EQ(shown(results[0][0]), "no result within 0 s");
+}
+
+std::string results_of(const runfile::Run& run) {
+  std::string text;
+  for (const double value : run.output_values) text += shown({value, {}}) + " ";
+  return text;
+}
+
+// Workbooks that are more than formulas, each with one input at 9, 12 and 9: what they give, or why they are
+// refused.
+TEST(Job, SweepsAwkwardWorkbooks) {
+  if (const std::string why = without_libreoffice(); !why.empty()) GTEST_SKIP() << why;
+  using Change = std::function<void(test::TinyWorkbook&)>;
+  const std::string table =
+      R"(<c r="E2"><f t="dataTable" ref="E2:E3" dt2D="0" dtr="0" r1="B1"/><v>7</v></c>)";
+  const struct {
+    const char* what;
+    Change change;
+    bool libreoffice;
+    const char *because, *results;  // or what the message has
+  } cases[] = {
+      {"clock and 1904",
+       [](auto& b) {
+         b.properties("date1904=\"1\"").set("B5", "=B1+TODAY()-DATE(2026,11,1)+24*(NOW()-TODAY())");
+       },
+       false, "", "34 37 34 "},
+      {"random numbers", [](auto& b) { b.set("B5", "=B1+RAND()-RAND()").set("A9", "=RAND()"); }, false, "",
+       ""},
+      {"drawn anew", [](auto& b) { b.set("B5", "=B1+RANDBETWEEN(2,2)"); }, false, "", "11 14 11 "},
+      {"and nowhere held", [](auto& b) { b.set("B5", "=B1+RANDBETWEEN(2,2)"); }, true,
+       "Sheet1!B5: RANDBETWEEN draws another number", nullptr},
+      {"iterated",
+       [](auto& b) { b.set("B5", "=(B5+B1)/2").calculation("iterate=\"1\" iterateDelta=\"0.5\""); }, false,
+       "Sheet1!B5: a circular reference", "8.9296875 11.90625 8.9296875 "},
+      {"circular", [](auto& b) { b.set("B5", "=C5+B1").set("C5", "=B5"); }, false,
+       "a circular reference, and the workbook does not calculate iteratively", nullptr},
+      {"data table",
+       [&](auto& b) {
+         b.set("D2", "1").set("D3", "2").set("E1", "=B1*B2").raw("E2", table).set("B5", "=E2+E3+B1");
+       },
+       false, "Sheet1!E2: a data table", "21 24 21 "},
+      {"macro", [](auto& b) { b.set("B5", "=IFERROR(MyOwn(B1),1)"); }, false,
+       "Sheet1!B5: MYOWN: LibreOffice knows no such function or name", nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    const test::TemporaryFolder folder;
+    test::TinyWorkbook book = small_book();
+    c.change(book);
+    std::ofstream(folder / "tiny.xlsx", std::ios::binary) << book.bytes();
+    Job job;
+    job.workbook = folder / "tiny.xlsx";
+    job.what_if = what_if_of(runfile::parse_json(R"({"inputs": [{"cell": "Sheet1!B1", "values": [9, 12, 9]}],
+                                                     "outputs": [{"cell": "Sheet1!B5"}]})",
+                                                 "w.json"),
+                             "w.json");
+    job.run = folder / "tiny.run.json";
+    job.libreoffice = c.libreoffice;
+    job.now = std::chrono::sys_days(std::chrono::year(2026) / 11 / 20) + std::chrono::hours(6);
+    try {
+      const runfile::Calculation calculation = run_job(job).calculation;
+      ASSERT_NE(c.results, nullptr);
+      EXPECT_THAT(calculation.because, testing::HasSubstr(c.because));
+      EXPECT_EQ(calculation.verified_differ, 0) << calculation.verified_first;
+      const std::string results = results_of(runfile::read_run(job.run));
+      if (*c.results != '\0') {
+        EXPECT_EQ(results, c.results);
+      }
+    } catch (const host::Error& error) {
+      EXPECT_EQ(c.results, nullptr);
+      EXPECT_THAT(error.description(), testing::HasSubstr(c.because));
+    }
+  }
+}
+
+TEST(Job, TakesWorkbooksOfOtherFormats) {
+  if (const std::string why = without_libreoffice(); !why.empty()) GTEST_SKIP() << why;
+  for (const std::string format : {"ods", "xls"}) {
+    SCOPED_TRACE(format);
+    const test::TemporaryFolder folder;
+    const std::string command = "soffice --headless -env:UserInstallation=file://" +
+                                (folder / "profile").string() + " --convert-to " + format + " --outdir " +
+                                folder.path().string() + " " + kSolarPlant + ".xlsx";
+    ASSERT_EQ(test::run_command(command).status, 0);
+    Job job;
+    job.workbook = folder / ("solar-plant." + format);
+    job.what_if = read_what_if(kSolarPlant + ".whatif.json");
+    job.run = folder / "plant.run.json";
+    job.verify = Verify::kNone;
+    EXPECT_EQ(run_job(job).calculation.because, "");
+    EXPECT_TRUE(bytes_of(folder / "plant.run.csv") == bytes_of(kSolarPlant + ".run.csv"));
+  }
+}
+
+TEST(Job, RefusesEncryptedWorkbooksOfOtherFormats) {
+  std::vector<xlsx::CompressedPiece> pieces{xlsx::compress("<m><encryption-data/></m>", 1, true)};
+  const std::string open = xlsx::archive({xlsx::join("META-INF/manifest.xml", pieces)});
+  const std::string old = std::string("\x09\x08\x10\0", 4) + std::string(16, '\0') + std::string("\x2F\0", 2);
+  for (const auto& [name, bytes] : {std::pair("a.ods", open), {"a.xls", old}}) {
+    const test::TemporaryFolder folder;
+    std::ofstream(folder / name, std::ios::binary) << bytes;
+    try {
+      converted_workbook(folder / name);
+      ADD_FAILURE();
+    } catch (const xlsx::BadWorkbook& error) {
+      EXPECT_THAT(error.what(), testing::HasSubstr(std::string(name) + ": the workbook is encrypted"));
+    }
+  }
+}
+
+// The clock is where it was when the part was begun, whatever day it is.
+TEST(Job, GoesOnWithItsClock) {
+  const test::TemporaryFolder folder;
+  test::TinyWorkbook book = small_book();
+  std::ofstream(folder / "tiny.xlsx", std::ios::binary) << book.set("B5", "=B1+TODAY()").bytes();
+  Job job;
+  job.workbook = folder / "tiny.xlsx";
+  job.what_if.inputs = {input_option("Sheet1!B1=1..3")};
+  job.what_if.outputs = {output_option("Sheet1!B5")};
+  job.run = folder / "tiny.run.json";
+  job.verify = Verify::kNone;
+  job.shard = Shard{1, 2};
+  job.now = text::moment_of_iso("2020-02-29T10:20:30");
+  run_job(job);
+  job.now.reset();
+  const Outcome again = run_job(job);
+  EXPECT_EQ(again.calculated, 0);
+  EXPECT_EQ(again.calculation.now, "2020-02-29T10:20:30");
+  job.now = text::moment_of_iso("2020-02-28");
+  EXPECT_THROW(run_job(job), host::Error);
 }
 
 // In the place of LibreOffice, something that ends at every input of 3, and once at 2.
