@@ -5,6 +5,7 @@
 #include "embedded/embedded_environment.h"
 #include "embedded/report_job.h"
 #include "embedded/selected_outputs.h"
+#include "model/engine_reader.h"
 #include "model/multi_way.h"
 #include "model/scan.h"
 #include "runfile/recorded_engine.h"
@@ -36,7 +37,7 @@ Effect effect_of(const model::DralInputOutput& input, std::int32_t output, doubl
   Effect effect;
   effect.input = name_of(input);
   effect.input_index = position;
-  effect.rank = static_cast<std::int32_t>(input.outputRank(output));
+  effect.rank = input.rank(output);
   effect.facts = model::step_facts(input, output, base);
   effect.low = shown(input.outputMinValue(output));
   effect.high = shown(input.outputMaxValue(output));
@@ -119,12 +120,8 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
   scan.newScan(input_records, engine::kInput, automatic);
   scan.newScan(output_records, engine::kOutput, automatic);
 
-  model::OneBased<std::int32_t> varied(2 * input_records.size());
-  std::int32_t varied_inputs = 0;
-  std::int32_t recalculations = 0;
-  std::int32_t multi_way = 0;
-  session.engine->DRL4_GetVaryMultis(session.hVars, {varied.begin(), varied.end()}, varied_inputs,
-                                     recalculations, multi_way);
+  const std::int32_t recalculations =
+      model::EngineReader(session).recalculations(input_records.size()).standard;
 
   const auto indexes = selected_outputs(*run, outputs);
   model::OneBased<std::int32_t> positions;  // of the records, which stand in the engine's order

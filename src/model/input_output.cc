@@ -1,6 +1,8 @@
 #include "model/input_output.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <tuple>
 
@@ -15,6 +17,13 @@ constexpr std::int32_t kShortNameLimit = 75;
 std::shared_ptr<const NumberRules> rules_or_default(const std::shared_ptr<const NumberRules>& rules) {
   static const auto kDefault = std::make_shared<const NumberRules>();
   return rules ? rules : kDefault;
+}
+
+// Clients may store what is no rank: it comes after all others.
+std::int32_t whole_rank(double rank) {
+  constexpr std::int32_t kLast = std::numeric_limits<std::int32_t>::max();
+  const double whole = std::nearbyint(rank);
+  return whole >= 1 && whole < kLast ? static_cast<std::int32_t>(whole) : kLast;
 }
 
 }  // namespace
@@ -36,6 +45,14 @@ std::int32_t ValueTable::allocate(std::int32_t l, std::int32_t j, std::int32_t k
 
 DralInputOutput::DralInputOutput(const std::shared_ptr<const NumberRules>& rules)
     : rules_(rules_or_default(rules)) {}
+
+std::int32_t DralInputOutput::rank(std::int32_t output) const {
+  return whole_rank(outputRank(output));
+}
+
+std::int32_t DralInputOutput::rank_of_step(std::int32_t output, std::int32_t step) const {
+  return whole_rank(outputRankPerStep(output, step));
+}
 
 void DralInputOutput::set_SimpleName(const std::string& name) {
   simple_name_ = text::trimmed(name);

@@ -128,6 +128,10 @@ class DralInputOutput {
   }
 #include "model/input_output_fields.def"
 
+  // The ranks as whole numbers: the tables that clients see hold them as doubles.
+  std::int32_t rank(std::int32_t output) const;
+  std::int32_t rank_of_step(std::int32_t output, std::int32_t step) const;
+
  private:
   double stored(TableRule rule, double value) const {
     return rule == TableRule::kReplaceNaN ? rules_->without_nan(value) : value;

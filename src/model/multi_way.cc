@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "model/engine_calls.h"
+#include "model/engine_reader.h"
 #include "model/naming.h"
 #include "model/ranking.h"
 #include "model/reach.h"
@@ -28,12 +28,11 @@ std::size_t element(std::int32_t position) {
 class Reader {
  public:
   Reader(session::Session& session, const Records& inputs, std::int32_t run)
-      : session_(session), inputs_(inputs), run_(run) {
+      : session_(session), engine_(session), inputs_(inputs), run_(run) {
     for (std::int32_t i = 1; i <= inputs.size(); ++i) position_.try_emplace(inputs(i).ioIndex + 1, i);
-    OneBased<std::int32_t> list(2 * inputs.size());
-    std::int32_t varied = 0;
-    session.engine->DRL4_GetVaryMultis(session.hVars, {list.data(), static_cast<std::size_t>(list.size())},
-                                       varied, standard_, multi_way_);
+    const RecalculationCounts counts = engine_.recalculations(inputs.size());
+    standard_ = counts.standard;
+    multi_way_ = counts.multi_way;
   }
 
   std::int32_t recalculations() const { return multi_way_; }
@@ -41,24 +40,20 @@ class Reader {
   // Neighbouring recalculations of the same members are one group.
   bool read_groups(std::int32_t most_members, OneBased<MultiGroup>& groups) {
     const std::int32_t rows = std::max(kMembersPerCall / most_members, 1);
-    std::vector<std::int32_t> members, steps;
+    GroupRows read;
     std::vector<std::int32_t> current;  // members of the group that is being read
     for (std::int32_t first = 0; first < multi_way_; first += rows) {
       const std::int32_t count = std::min(rows, multi_way_ - first);
-      const auto cells = static_cast<std::size_t>(count) * static_cast<std::size_t>(most_members);
-      members.assign(cells, 0);
-      steps.assign(cells, 0);
-      const std::int32_t rc = session_.engine->DRL4_GetUsedVaryMultis(session_.hVars, first, count, members,
-                                                                      most_members, most_members, steps);
+      const std::int32_t rc = engine_.group_rows(first, count, most_members, read);
       if (rc != 0) {
         session_.log.line("MultiWay.ReadMultiWay DRL4_GetUsedVaryMultis rc: " + session::log_text(rc) +
                           "   Start: " + session::log_text(first));
         return false;
       }
       for (std::int32_t r = 0; r < count; ++r) {
-        const auto row = std::span<const std::int32_t>(members).subspan(
-            static_cast<std::size_t>(r) * static_cast<std::size_t>(most_members),
-            static_cast<std::size_t>(most_members));
+        const auto row = std::span<const std::int32_t>(read.members)
+                             .subspan(static_cast<std::size_t>(r) * static_cast<std::size_t>(most_members),
+                                      static_cast<std::size_t>(most_members));
         if (groups.empty() || !std::equal(row.begin(), row.end(), current.begin(), current.end())) {
           current.assign(row.begin(), row.end());
           groups.push_back(new_group(row, first + r + 1));
@@ -108,7 +103,7 @@ class Reader {
   std::vector<double> fetch(std::int32_t kind, const DralInputOutput& item, std::int32_t first,
                             std::int32_t count) {
     std::vector<double> data(static_cast<std::size_t>(count));
-    fetch_values(session_, kind, item, run_, standard_ + first - 1, data);
+    engine_.values(kind, item, run_, standard_ + first - 1, data);
     for (double& value : data) value = item.rules().without_nan(value);
     return data;
   }
@@ -127,6 +122,7 @@ class Reader {
   }
 
   session::Session& session_;
+  EngineReader engine_;
   const Records& inputs_;
   std::int32_t run_;
   std::map<std::int32_t, std::int32_t> position_;  // of the record, by place in the engine's ordered list

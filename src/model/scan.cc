@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "model/engine_calls.h"
+#include "model/engine_reader.h"
 #include "model/naming.h"
 #include "model/ranking.h"
 #include "text/edit.h"
@@ -27,66 +27,13 @@ bool is_blank(const std::string& name) {
   return name.empty() || name == " ";
 }
 
-// What the engine tells about one item of its ordered lists.
-struct ItemInfo {
-  std::string name, alternative_name, formula;
-  std::int32_t function_start = 0, function_stop = 0;
-  std::int16_t use_default_name = 0;
-  std::int32_t book_index = 0, sheet_index = 0, cell_index = 0, formula_index = 0;
-  std::int16_t in_cell_index = 0, is_locked = 0;
-  // Inputs.
-  std::int16_t is_multi = 0, range_type = 0, dist_for_range = 0;
-  double min_change = 0, max_change = 0;
-  // Outputs.
-  std::int16_t date_flag = 0;
-  std::string output_range_name;
-  std::int32_t output_range_index = 0, output_index = 0;
-};
-
-// How a refusal names an item that is known by its place in the list alone: counted from 1.
-std::string listed_item(std::int32_t kind, std::int32_t index) {
-  return (kind == engine::kInput ? "input " : "output ") + std::to_string(index + 1);
-}
-
-ItemInfo item_info(session::Session& s, std::int32_t kind, std::int32_t index) {
-  ItemInfo i;
-  if (kind == engine::kInput) {
-    require_success(s.engine->DRL7_GetOrderedInputInfoVB(
-                        s.hVars, s.session_flag, index, i.name, i.alternative_name, i.formula,
-                        i.function_start, i.function_stop, i.use_default_name, i.book_index, i.sheet_index,
-                        i.cell_index, i.formula_index, i.in_cell_index, i.is_locked, i.is_multi, i.range_type,
-                        i.min_change, i.max_change, i.dist_for_range),
-                    "DRL7_GetOrderedInputInfoVB", listed_item(kind, index));
-  } else {
-    require_success(s.engine->DRL7_GetOrderedOutputInfoVB(
-                        s.hVars, s.session_flag, index, i.name, i.alternative_name, i.formula,
-                        i.function_start, i.function_stop, i.use_default_name, i.book_index, i.sheet_index,
-                        i.cell_index, i.formula_index, i.in_cell_index, i.is_locked, i.date_flag,
-                        i.output_range_name, i.output_range_index, i.output_index),
-                    "DRL7_GetOrderedOutputInfoVB", listed_item(kind, index));
-  }
-  return i;
-}
-
-void set_location(session::Session& s, std::int32_t kind, const ItemInfo& info, DralInputOutput& record) {
-  std::int32_t sheets_in_book = 0;
-  std::int32_t items_in_cell = 0;
-  std::string cell;
-  std::string range;
-  const std::string item = listed_item(kind, record.ioIndex);
-  require_success(s.engine->DRL7_GetCellWithInputOrOutputVB(
-                      s.hVars, s.session_flag, kind, info.book_index, info.sheet_index, info.cell_index,
-                      info.formula_index, info.in_cell_index, cell, range, items_in_cell),
-                  "DRL7_GetCellWithInputOrOutputVB", item);
-  require_success(s.engine->DRL7_GetWorkbookWithInputOrOutputVB(
-                      s.hVars, s.session_flag, kind, info.book_index, sheets_in_book, record.bookName),
-                  "DRL7_GetWorkbookWithInputOrOutputVB", item);
-  require_success(s.engine->DRL7_GetSheetWithInputOrOutputVB(s.hVars, s.session_flag, kind, info.book_index,
-                                                             info.sheet_index, record.sheetName),
-                  "DRL7_GetSheetWithInputOrOutputVB", item);
-  if (record.sheetName.empty()) record.sheetName = kDefaultSheetName;
-  record.cellAddress = text::without(cell, '$');
-  record.rangeAddress = text::without(range, '$');
+void set_location(const EngineReader& engine, std::int32_t kind, const ItemInfo& info,
+                  DralInputOutput& record) {
+  ItemLocation location = engine.location(kind, record.ioIndex, info);
+  record.bookName = std::move(location.book);
+  record.sheetName = location.sheet.empty() ? kDefaultSheetName : std::move(location.sheet);
+  record.cellAddress = text::without(location.cell, '$');
+  record.rangeAddress = text::without(location.range, '$');
   record.bookIndex = info.book_index;
   record.sheetIndex = info.sheet_index;
   record.CellIndex = info.cell_index;
@@ -134,30 +81,24 @@ OrdvaneScan::OrdvaneScan(session::Session& session)
 
 std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int32_t& autoCount) {
   session::Session& s = session_;
-  std::int32_t inputs = 0;
-  std::int32_t outputs = 0;
-  s.engine->DRL4_GetNumInputsAndOutputs(s.hVars, 0, inputs, outputs);
-  s.engine->DRL4_GetNumInputsWithSavedSamples(s.hVars, inputs);
+  const EngineReader engine(s);
+  const ItemCounts counts = engine.counts();
   autoCount = 0;
 
   std::vector<std::int16_t> steps;
-  if (kind == engine::kInput && inputs > 0) {
-    steps.resize(static_cast<std::size_t>(inputs));
-    require_success(s.engine->DRL4_GetVaryCountList(s.hVars, steps, inputs), "DRL4_GetVaryCountList",
-                    "the steps of " + std::to_string(inputs) + " inputs");
-  }
+  if (kind == engine::kInput) steps = engine.steps(counts.listed_inputs);
   std::optional<ModelRecalculation> at_the_end;
   if (kind == engine::kOutput) at_the_end.emplace(s);
-  const std::int32_t count = kind == engine::kInput ? inputs : outputs;
+  const std::int32_t count = kind == engine::kInput ? counts.listed_inputs : counts.outputs;
   for (std::int32_t k = 1; k <= count; ++k) {
-    const ItemInfo info = item_info(s, kind, k - 1);
+    const ItemInfo info = engine.item(kind, k - 1);
     if (kind == engine::kOutput)
       s.log.line("OrdvaneScan.newScan t_DateFlag: " + std::to_string(info.date_flag));
 
     DralInputOutput record(rules_);
     record.ioIndex = k - 1;
     record.isLocked = info.is_locked != 0;
-    set_location(s, kind, info, record);
+    set_location(engine, kind, info, record);
     set_names(s, info, record);
     set_function(info, record);
     const auto cell = cell_of(s, record);
@@ -294,7 +235,7 @@ void Retrieval::read_inputs() {
     const auto steps = static_cast<std::size_t>(std::max(input.numSteps, 0));
     if (steps > data_.size() - first) host::raise_subscript_out_of_range("recalculations of an input");
     const std::span<double> values = std::span(data_).subspan(first, steps);
-    fetch_values(session_, engine::kInput, input, run_, static_cast<std::int32_t>(first), values);
+    EngineReader(session_).values(engine::kInput, input, run_, static_cast<std::int32_t>(first), values);
     input.set_BaseValue(
         evaluate_function_value(session_, *cell_of(session_, input), input.originalDistribution));
     for (std::int32_t j = 1; j <= input.numSteps; ++j)
@@ -305,7 +246,7 @@ void Retrieval::read_inputs() {
 
 void Retrieval::read_output(const DralInputOutput& output, std::int32_t on) {
   session_.check_cancel();
-  fetch_values(session_, engine::kOutput, output, run_, 0, data_);
+  EngineReader(session_).values(engine::kOutput, output, run_, 0, data_);
   if (session_.log.is_on()) log_data(output.ioIndex);
   for (double& value : data_) value = rules_.without_nan(value);
   rank_recalculations(output.BaseValue());

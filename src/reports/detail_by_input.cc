@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "layout/look.h"
+#include "model/engine_reader.h"
 #include "reports/body_writer.h"
 #include "reports/gap_notes.h"
 #include "reports/item_texts.h"
@@ -111,13 +112,7 @@ void DetailByInput::make() {
 }
 
 std::int32_t DetailByInput::standard_recalculations() {
-  model::OneBased<std::int32_t> list(2 * inputs_.size());
-  std::int32_t varied = 0;
-  std::int32_t standard = 0;
-  std::int32_t multi_way = 0;
-  session_.engine->DRL4_GetVaryMultis(session_.hVars, {list.data(), static_cast<std::size_t>(list.size())},
-                                      varied, standard, multi_way);
-  return standard;
+  return model::EngineReader(session_).recalculations(inputs_.size()).standard;
 }
 
 bool DetailByInput::leaves_out_steps() const {

@@ -1,7 +1,6 @@
 #include "reports/output_detail.h"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "reports/gap_notes.h"
@@ -75,9 +74,8 @@ void fill_body(const Context& context, std::int32_t on, host::CellBlock& body, c
     const std::string format = ValueFormat(input);
     const ItemCells values(input, kInputGaps, gaps);
     for (std::int32_t s = 1; s <= input.numSteps; ++s) {
-      const double rank = input.outputRankPerStep(on, s);
-      if (rank <= body.rows()) {
-        const auto r = static_cast<std::int32_t>(std::nearbyint(rank));
+      const std::int32_t r = input.rank_of_step(on, s);
+      if (r <= body.rows()) {
         if (c.m == model::OrdvaneRangeBookMode) body.set_text(r, c.book, book);
         if (c.m > model::OrdvaneRangeCellMode) body.set_text(r, c.sheet(), sheet);
         body.set_number(r, c.rank, r);

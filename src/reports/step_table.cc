@@ -43,7 +43,7 @@ StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t l
       output_index_(output) {
   for (std::int32_t i = 1; i <= inputs_.size(); ++i) {
     const model::DralInputOutput& in = inputs_(i);
-    if (in.outputRank(output) > limit || in.numSteps <= 0) continue;
+    if (in.rank(output) > limit || in.numSteps <= 0) continue;
     const std::int32_t rows = std::min(in.numSteps, kMostRows - rows_);
     truncated_ = truncated_ || rows < in.numSteps;
     if (rows == 0) continue;

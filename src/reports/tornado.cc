@@ -3,7 +3,6 @@
 #include "reports/tornado.h"
 
 #include <algorithm>
-#include <cmath>
 #include <optional>
 #include <string>
 #include <vector>
@@ -66,9 +65,9 @@ class TornadoReport final : public BarReport {
 
   void fill_rows() override {
     for (const model::DralInputOutput& input : context_.inputs) {
-      const double rank = input.outputRank(output_index_);
+      const std::int32_t rank = input.rank(output_index_);
       const model::StepFacts facts = step_facts(input, output_index_, output_.BaseValue());
-      const std::int32_t row = rank <= bars_ ? static_cast<std::int32_t>(std::nearbyint(rank)) : 0;
+      const std::int32_t row = rank <= bars_ ? rank : 0;
       if (row > 0) {
         fill_row(row, input, facts);
         session_.log.line("GenerateTornadoReport cellAddress: " + input.cellAddress);

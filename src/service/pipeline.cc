@@ -4,6 +4,7 @@
 #include <cmath>
 #include <unordered_map>
 
+#include "model/engine_reader.h"
 #include "model/naming.h"
 #include "reports/progress.h"
 #include "reports/summary_report.h"
@@ -78,13 +79,15 @@ void OrdvaneReports::Pipeline::take_settings() {
 }
 
 void OrdvaneReports::Pipeline::read_counts() {
-  engine::Engine& engine = *session_.engine;
-  const std::int32_t hVars = session_.hVars;
-  engine.DRL4_GetSimStats(hVars, number_sims_, num_iterations_);
-  const std::int32_t rc = engine.DRL4_GetNumInputsAndOutputs(hVars, 0, num_inputs_, num_outputs_);
-  log("after DRL4_GetNumInputsAndOutputs rc: " + log_text(rc) + "   NumInputs: " + log_text(num_inputs_) +
-      "   NumOutputs: " + log_text(num_outputs_));
-  engine.DRL4_GetNumInputsWithSavedSamples(hVars, num_inputs_);
+  const model::EngineReader engine(session_);
+  const model::SimulationCounts simulations = engine.simulations();
+  number_sims_ = simulations.simulations;
+  num_iterations_ = simulations.recalculations;
+  const model::ItemCounts items = engine.counts();
+  log("after DRL4_GetNumInputsAndOutputs rc: " + log_text(items.status) +
+      "   NumInputs: " + log_text(items.inputs) + "   NumOutputs: " + log_text(items.outputs));
+  num_inputs_ = items.listed_inputs;
+  num_outputs_ = items.outputs;
   log("NumberSims: " + log_text(number_sims_));
   log("NumIterations: " + log_text(num_iterations_));
   log("NumInputs: " + log_text(num_inputs_));
@@ -123,12 +126,11 @@ void OrdvaneReports::Pipeline::build_records() {
   model::fill_number_formats(session_, outputs_, outputs_.size());
   model::fill_number_formats(session_, inputs_, inputs_.size());
 
-  model::OneBased<std::int32_t> varied(2 * inputs_.size());
-  std::int32_t varied_inputs = 0;
-  session_.engine->DRL4_GetVaryMultis(session_.hVars,
-                                      {varied.data(), static_cast<std::size_t>(varied.size())}, varied_inputs,
-                                      num_iterations_, summary_.RecalculationsMultiWay);
-  summary_.RecalculationsStandard = num_iterations_;
+  const model::RecalculationCounts recalculations =
+      model::EngineReader(session_).recalculations(inputs_.size(), {.standard = num_iterations_});
+  num_iterations_ = recalculations.standard;
+  summary_.RecalculationsStandard = recalculations.standard;
+  summary_.RecalculationsMultiWay = recalculations.multi_way;
 }
 
 void OrdvaneReports::Pipeline::find_selected_records() {
@@ -211,7 +213,7 @@ bool OrdvaneReports::Pipeline::rank_inputs_of(std::int32_t position, model::Rank
   ranking.SortedArray.resize(total);
   for (std::int32_t i = 1; i <= total; ++i) {
     const model::DralInputOutput& input = inputs_(i);
-    const auto rank = static_cast<std::int32_t>(std::nearbyint(input.outputRank(position)));
+    const auto rank = input.rank(position);
     ranking.SortedArray(rank) =
         by_change ? input.outputMaxPercentChange(position) - input.outputMinPercentChange(position)
                   : input.outputMaxValue(position) - input.outputMinValue(position);
