@@ -72,8 +72,12 @@ Operand Evaluation::call(CellId cell, const Function& function, std::span<const 
 }
 
 double Evaluation::random() {
-  std::uint64_t x = frozen_.seed + 0x9E3779B97F4A7C15U * (static_cast<std::uint64_t>(cell_) + 1) +
-                    0xD1B54A32D192ED03U * ++randoms_;
+  return random_of(frozen_, cell_, ++randoms_);
+}
+
+double random_of(const Frozen& frozen, CellId cell, std::uint64_t n) {
+  std::uint64_t x =
+      frozen.seed + 0x9E3779B97F4A7C15U * (static_cast<std::uint64_t>(cell) + 1) + 0xD1B54A32D192ED03U * n;
   x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9U;
   x = (x ^ (x >> 27)) * 0x94D049BB133111EBU;
   return static_cast<double>((x ^ (x >> 31)) >> 11) * 0x1p-53;

@@ -68,17 +68,8 @@ bool take_number(std::string_view& text, Number& number) {
 
 // "2026-04-01" as a day of the calendar that begins in 1900.
 std::optional<double> day_of(std::string_view text) {
-  text::Date date;
-  const auto dash = [&] {
-    if (!text.starts_with('-')) return false;
-    text.remove_prefix(1);
-    return !text.starts_with('-');
-  };
-  if (!take_number(text, date.year) || !dash() || !take_number(text, date.month) || !dash() ||
-      !take_number(text, date.day))
-    return std::nullopt;
-  if (!text.empty() || date.year < 1900 || date.year > 9999 || !is_date(date)) return std::nullopt;
-  const std::int64_t day = text::Calendar().day(date);
+  const std::optional<text::Date> date = text::date_of_iso(text);
+  const std::int64_t day = date ? text::Calendar().day(*date) : 0;
   if (day < text::kFirstOfMarch1900) return std::nullopt;
   return static_cast<double>(day);
 }
