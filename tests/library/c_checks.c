@@ -190,3 +190,33 @@ const char* check_callbacks(void) {
   ordvane_run_free(run);
   return NULL;
 }
+
+const char* check_model(const char* workbook) {
+  static const char definition[] =
+      "{\"inputs\": [{\"cell\": \"Finance!B5\", \"values\": [60, 74]}], \"outputs\": [{\"cell\": \"Results!B5\"}]}";
+  ordvane_model* model = NULL;
+  ordvane_run* run = NULL;
+  ordvane_ranking* ranking = NULL;
+  ordvane_bytes* text = NULL;
+  ordvane_error* error = NULL;
+  ordvane_effect effect;
+  double number = 0;
+  CHECK(ordvane_model_open("/no such file", &model, NULL) == ORDVANE_BAD_RUN && model == NULL);
+  CHECK(ordvane_model_open(workbook, &model, NULL) == ORDVANE_OK);
+  CHECK(ordvane_model_set(model, "Nowhere!A1", 1, &error) == ORDVANE_INVALID_ARGUMENT && error != NULL);
+  ordvane_error_free(error);
+  CHECK(ordvane_model_value(model, "Results!A5", &number, &text, NULL) == ORDVANE_OK && isnan(number));
+  CHECK(strcmp(ordvane_bytes_data(text), "Net present value") == 0);
+  ordvane_bytes_free(text);
+  CHECK(ordvane_model_set(model, "Finance!B5", 60, NULL) == ORDVANE_OK);
+  CHECK(ordvane_model_value(model, "Results!B5", &number, NULL, NULL) == ORDVANE_OK);
+  CHECK(ordvane_sweep_workbook(workbook, definition, NULL, NULL, NULL, &run, NULL) == ORDVANE_OK);
+  CHECK(ordvane_rank(run, 0, 1, &ranking, NULL) == ORDVANE_OK);
+  CHECK(ordvane_ranking_effect(ranking, 0, &effect, sizeof effect) == 1 && effect.low == number);
+  ordvane_model_reset(model);
+  CHECK(ordvane_model_value(model, "Results!B5", &number, NULL, NULL) == ORDVANE_OK && effect.high == number);
+  ordvane_ranking_free(ranking);
+  ordvane_run_free(run);
+  ordvane_model_free(model);
+  return NULL;
+}

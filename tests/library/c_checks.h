@@ -10,6 +10,8 @@ const char* check_run_of_arrays(void);
 const char* check_errors(void);
 const char* check_null(void);
 const char* check_callbacks(void);
+/* Of the example's workbook. */
+const char* check_model(const char* workbook);
 
 #ifdef __cplusplus
 }

@@ -12,6 +12,7 @@ namespace {
 TEST(CInterface, HoldsItsConventions) {
   for (const auto check : {check_run_of_arrays, check_errors, check_null, check_callbacks})
     EXPECT_STREQ(check(), nullptr);
+  EXPECT_STREQ(check_model(ORDVANE_SOURCE_DIR "/examples/solar-plant/solar-plant.xlsx"), nullptr);
 }
 
 // With the library of this build. A Python that is not built with sanitizers has to load their parts first.
