@@ -87,8 +87,8 @@ class Trial {
   }
 
   std::unique_ptr<Calculator> calculator(const Plan& plan) const {
-    if (!job_.libreoffice && !obstacle(model_, plan)) return make_compiled(model_, plan);
-    return make_libreoffice(job_.workbook, plan, job_.office);
+    if (!job_.libreoffice && obstacles(model_, plan).empty()) return make_compiled(model_, plan);
+    return make_libreoffice(job_.workbook, model_, plan, job_.office);
   }
 
   void try_together(std::size_t first, std::size_t last) {

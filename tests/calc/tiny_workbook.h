@@ -36,12 +36,14 @@ class TinyWorkbook {
   // Attributes of the whole, date1904="1" say, and of its calculation.
   TinyWorkbook& properties(std::string attributes) { return properties_ = std::move(attributes), *this; }
   TinyWorkbook& calculation(std::string attributes) { return calculation_ = std::move(attributes), *this; }
-  // On the first sheet, a drop-down list: "1,2,5" in quotes, or where the values stand.
+  // On every sheet, a drop-down list: "1,2,5" in quotes, or where the values stand.
   TinyWorkbook& drop_down(const std::string& cells, const std::string& formula) {
     drop_downs_ += "<dataValidation type=\"list\" sqref=\"" + cells + "\"><formula1>" + escaped(formula) +
                    "</formula1></dataValidation>";
     return *this;
   }
+  // All cells and the order of the sheets.
+  TinyWorkbook& protect() { return protection_ = "<sheetProtection sheet=\"1\"/>", *this; }
   // On the first sheet: the columns' names and, under them, the cells that are there.
   TinyWorkbook& table(const std::string& name, const std::string& area,
                       const std::vector<std::string>& columns, int totals = 0) {
@@ -77,7 +79,7 @@ class TinyWorkbook {
       const std::string number = std::to_string(i + 1), name = i == 1 ? "Other sheet" : "Sheet" + number;
       list += "<sheet name=\"" + name + "\" sheetId=\"" + number + "\" r:id=\"s" + number + "\"/>";
       book_links += link("s" + number, "worksheet", "sheet" + number + ".xml");
-      add("xl/sheet" + number + ".xml", sheet_xml(sheets_[i], i == 0 ? drop_downs_ : ""));
+      add("xl/sheet" + number + ".xml", sheet_xml(sheets_[i]));
     }
     if (!table_.empty()) {
       add("xl/_rels/sheet1.xml.rels", links + link("t", "table", "table1.xml") + "</Relationships>");
@@ -85,9 +87,10 @@ class TinyWorkbook {
     }
     add("xl/_rels/workbook.xml.rels", book_links + "</Relationships>");
     add("xl/workbook.xml", "<workbook xmlns=\"" + std::string(kMain) + "\" xmlns:r=\"" + office +
-                               "\"><workbookPr " + properties_ + "/><sheets>" + list +
-                               "</sheets><definedNames>" + names_ + "</definedNames><calcPr " + calculation_ +
-                               "/></workbook>");
+                               "\"><workbookPr " + properties_ + "/>" +
+                               (protection_.empty() ? "" : "<workbookProtection lockStructure=\"1\"/>") +
+                               "<sheets>" + list + "</sheets><definedNames>" + names_ +
+                               "</definedNames><calcPr " + calculation_ + "/></workbook>");
     return xlsx::archive(parts);
   }
   calc::Model model() const { return {bytes(), "tiny.xlsx"}; }
@@ -120,7 +123,7 @@ class TinyWorkbook {
     return cell + " t=\"str\"><v>" + escaped(content.substr(content.starts_with('\'') ? 1 : 0)) + "</v></c>";
   }
 
-  static std::string sheet_xml(const SheetCells& cells, const std::string& drop_downs) {
+  std::string sheet_xml(const SheetCells& cells) const {
     std::string xml = "<worksheet xmlns=\"" + std::string(kMain) + "\"><sheetData>";
     std::int32_t row = -1;
     for (const auto& [place, content] : cells) {
@@ -129,12 +132,12 @@ class TinyWorkbook {
       row = place.first;
       xml += cell_xml(calc::cell_name(place.first, place.second), content);
     }
-    return xml + (row < 0 ? "" : "</row>") + "</sheetData><dataValidations>" + drop_downs +
-           "</dataValidations></worksheet>";
+    return xml + (row < 0 ? "" : "</row>") + "</sheetData>" + protection_ + "<dataValidations>" +
+           drop_downs_ + "</dataValidations></worksheet>";
   }
 
   std::vector<SheetCells> sheets_{1};
-  std::string names_, properties_, calculation_, table_, drop_downs_;
+  std::string names_, properties_, calculation_, table_, protection_, drop_downs_;
 };
 
 // A value as tests write it: 3, 0.1, "text", TRUE, #N/A, (blank), (empty).

@@ -121,11 +121,10 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
   std::ofstream(folder_ / "bad.run.json") << "{ \"format\": \"ordvane-run\",\n  oops }";
   fs::create_directory(folder_ / "folder.xlsx");
   std::ofstream(folder_ / "there.xlsx") << "before";
-  struct Case {
+  const struct {
     std::vector<std::string> arguments;
     const char* message;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {{}, "name a command: sweep, merge, report, show, check"},
       {{"repot"}, "\"repot\" is no command; there are sweep, merge, report, show, check"},
       {{"report"}, "RUN is required"},
@@ -171,7 +170,7 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"show", "m.run.json", "--simulation", "2"}, "the run has simulations 1 to 1"},
       {{"show", "m.run.json", "--json", "--csv"}, "goes without"},
   };
-  for (const Case& each : kCases) {
+  for (const auto& each : kCases) {
     const Result result = run(each.arguments);
     SCOPED_TRACE(testing::PrintToString(each.arguments));
     EXPECT_EQ(result.code, 2);
@@ -263,11 +262,10 @@ TEST_F(Command, ReportWritesTheSameBytesForTheSameSourceDate) {
 
 TEST_F(Command, ReportTakesItsSwitches) {
   std::ofstream(folder_ / "a.xlsx") << "before";
-  struct Case {
+  const struct {
     std::vector<std::string> switches;
     const char* summary;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {{"--tornado"}, "a.xlsx: 4 sheets, 3 charts\n"},
       {{"--spider", "--output", "Plan!C14"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--output-detail", "--detail-by-input"}, "a.xlsx: 5 sheets, 0 charts\n"},
@@ -280,7 +278,7 @@ TEST_F(Command, ReportTakesItsSwitches) {
        "a.xlsx: 11 sheets, 11 charts\n"},
       {{"--quiet"}, ""},
   };
-  for (const Case& each : kCases) {
+  for (const auto& each : kCases) {
     std::vector<std::string> arguments{"report", "m.run.json", "-o", "a.xlsx", "--overwrite"};
     arguments.insert(arguments.end(), each.switches.begin(), each.switches.end());
     const Result result = run(arguments);

@@ -2,11 +2,11 @@
 """Recalculates the reports of a run the slow and obvious way and compares every number of a report workbook.
 
 Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X]
-       [--low-color RRGGBB] [--all-inputs] [--only KIND]...
+       [--low-color RRGGBB] [--all-inputs] [--only KIND]... [--shown FOLDER]
 
 Reads the run file itself; nothing here comes from the program. Kinds: tornado, spider, sensitivity, output-detail,
-detail-by-input, multi-tornado, multi-detail, summary, missing, charts; without --only all of them must be there. Prints
-the differences and exits 1 when there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
+detail-by-input, multi-tornado, multi-detail, summary, missing, charts; without --only all of them must be there. FOLDER
+holds 1.json, 2.json, ..., what `ordvane show --json` says of each simulation: numbers of the same kind. Prints the differences and exits 1 when there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
 """
 
 import argparse
@@ -113,6 +113,10 @@ def change(value, base):
 
 def shown(value):
     return value if usable(value) else NOTHING
+
+
+def told(value):
+    return value if usable(value) else None
 
 
 def shown_difference(value, base):
@@ -577,12 +581,37 @@ class Comparison:
         if number != (isinstance(value, (int, float)) and not isinstance(value, bool)) or value != expected:
             self.differ(where, f"{value!r}, expected {expected!r}")
 
-    def names_output(self, sheet, item):
-        """The block above the table names the output."""
+    def shown(self, where, output, result, joint, run):
+        """What the terminal says of an output."""
+        self.cell(f"{where} base", output["base"], told(result.base))
+        for effect in output["inputs"]:
+            i = result.ranks.index(effect["rank"])
+            expected, facts, steps = result.effects[i], result.facts[i], result.values[i]
+            if facts.idle:
+                expected = expected._replace(low_input=MISSING, high_input=MISSING)
+            fields = ("low", "lowChange", "inputAtLow", "high", "highChange", "inputAtHigh")
+            self.cell(f"{where} {effect['cell']}", [effect[field] for field in fields], list(map(told, expected)))
+            failed = sum(not usable(row[1 + result.position]) for row in steps)
+            left_out = leaves_out_base(steps, result.position, run.inputs[i]["base"], result.base) and not facts.idle
+            self.cell(f"{where} {effect['cell']}", [effect[field] for field in ("failed", "moves", "leavesOutBase", "cell")],
+                      [failed, facts.moves, left_out, run.inputs[i]["cell"]])
+        for group in output.get("groups", []):
+            g = joint.ranks.index(group["rank"])
+            expected = [*joint.effects[g][:2], *joint.effects[g][3:5], joint.joint[g].interaction]
+            fields = ("low", "lowChange", "high", "highChange", "interaction")
+            self.cell(f"{where} group {g + 1}", [group[field] for field in fields], list(map(told, expected)))
+        if [len(output["inputs"]), len(output.get("groups", []))] != [len(result.ranks), len(joint.ranks)]:
+            self.differ(where, "inputs or groups are missing")
+
+    def names_output(self, sheet, item, base_label):
+        """The block above the table names the output and its base value."""
         named = any(item["cell"] in str(cell.value) and item.get("name", "").strip() in str(cell.value)
                     for row in sheet.iter_rows(max_row=8) for cell in row)
         if not named:
             self.differ(sheet.title, f'does not name {item["name"]} ({item["cell"]})')
+        for row in sheet.iter_rows(min_row=2, max_row=6, max_col=2):
+            if row[0].value == base_label:
+                self.cell(f"{sheet.title}!{row[1].coordinate}", row[1].value, shown(item["base"]))
 
     def says(self, sheet, text):
         """One cell holds the text."""
@@ -724,7 +753,7 @@ def compare(run, workbook, texts, options):
         for sheet, result in zip(sheets(title, len(wanted), kind), wanted):
             if kind in ("spider", "sensitivity"):
                 comparison.lines(sheet, run, result, options.percent or kind == "spider", kind == "spider")
-            comparison.names_output(sheet, result.item)
+            comparison.names_output(sheet, result.item, texts["label.base_value"])
             comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
             if kind == "tornado":
                 for line in tornado_remarks(texts, run, result, options):
@@ -735,7 +764,7 @@ def compare(run, workbook, texts, options):
     if "multi-tornado" in options.only and run.groups:
         every = [result for of_run in joint for result in of_run]
         for sheet, result in zip(sheets("multi_tornado.title", len(every), "multi-tornado"), every):
-            comparison.names_output(sheet, result.item)
+            comparison.names_output(sheet, result.item, texts["label.base_value"])
             if result.limit > 0:
                 comparison.table(sheet, *multi_tornado_table(texts, run, result), skipped=run.range_mode)
             else:
@@ -759,6 +788,10 @@ def compare(run, workbook, texts, options):
             comparison.table(sheet, header, rows)
     if "charts" in options.only:
         comparison.charts()
+    for s in range(run.simulations if options.shown else 0):
+        outputs = json.loads((options.shown / f"{s + 1}.json").read_text(encoding="utf-8"))["outputs"]
+        for o, (output, result) in enumerate(zip(outputs, results[s], strict=True)):
+            comparison.shown(f"show, simulation {s + 1}, output {o + 1}", output, result, joint[s][o], run)
     return comparison
 
 
@@ -772,6 +805,7 @@ def main():
     parser.add_argument("--low-color")
     parser.add_argument("--all-inputs", action="store_true")
     parser.add_argument("--only", action="append", choices=KINDS)
+    parser.add_argument("--shown", type=pathlib.Path)
     parser.add_argument("--show", type=int, default=40, help="differences printed")
     options = parser.parse_args()
     options.only = options.only or KINDS

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "host/implementations.h"
+#include "host/implementation.h"
 
 namespace ordvane::host {
 namespace {
 
-class Conformance : public testing::TestWithParam<Implementation> {
+class Conformance : public testing::Test {
  protected:
-  std::shared_ptr<Application> app = GetParam().make();
+  std::shared_ptr<Application> app = make_implementation();
   std::shared_ptr<Workbook> book = app->add_workbook();
   std::shared_ptr<Worksheet> sheet = app->active_sheet();
 
@@ -32,7 +32,7 @@ std::int32_t fault(Step&& step) {
   }
 }
 
-TEST_P(Conformance, ANewWorkbookIsActiveAndHasOneEmptySheet) {
+TEST_F(Conformance, ANewWorkbookIsActiveAndHasOneEmptySheet) {
   EXPECT_EQ(app->active_workbook()->name(), book->name());
   ASSERT_EQ(book->worksheets().size(), 1U);
   EXPECT_EQ(app->active_sheet()->name(), book->worksheets()[0]->name());
@@ -45,7 +45,7 @@ TEST_P(Conformance, ANewWorkbookIsActiveAndHasOneEmptySheet) {
   EXPECT_EQ(app->active_workbook()->name(), book->name());
 }
 
-TEST_P(Conformance, ApplicationStateIsKept) {
+TEST_F(Conformance, ApplicationStateIsKept) {
   app->set_calculation(Calculation::kManual);
   app->set_screen_updating(false);
   app->set_display_alerts(false);
@@ -61,7 +61,7 @@ TEST_P(Conformance, ApplicationStateIsKept) {
   EXPECT_EQ(app->cursor(), Cursor::kWait);
 }
 
-TEST_P(Conformance, WorkbooksAndSheetsAreFoundByNameInAnyCase) {
+TEST_F(Conformance, WorkbooksAndSheetsAreFoundByNameInAnyCase) {
   sheet->set_name("Überblick");
   EXPECT_EQ(book->worksheet("überBLICK")->name(), "Überblick");
   EXPECT_EQ(fault([&] { book->worksheet("Other"); }), errc::kSubscriptOutOfRange);
@@ -69,41 +69,23 @@ TEST_P(Conformance, WorkbooksAndSheetsAreFoundByNameInAnyCase) {
   EXPECT_EQ(app->workbook(book->name())->worksheets().size(), 1U);
 }
 
-TEST_P(Conformance, SheetNamesFollowTheRules) {
-  struct Case {
-    const char* name;
-    bool accepted;
-  };
-  const Case cases[] = {
-      {"Sensitivity 1", true},
-      {"1234567890123456789012345678901", true},
-      {"ÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄ", true},  // 31 characters, 62 bytes
-      {"12345678901234567890123456789012", false},
-      {"", false},
-      {"a/b", false},
-      {"a\\b", false},
-      {"a?", false},
-      {"*", false},
-      {"[a", false},
-      {"a]", false},
-      {"a:b", false},
-      {"'a", false},
-      {"a'", false},
-      {"it's", true},
-      {"tAkEn", false},
-      {"history", false},
-  };
+TEST_F(Conformance, SheetNamesFollowTheRules) {
   book->add_worksheet()->set_name("Taken");
-  for (const Case& c : cases) {
-    sheet->set_name("before");
-    EXPECT_EQ(fault([&] { sheet->set_name(c.name); }) == 0, c.accepted) << c.name;
-    EXPECT_EQ(sheet->name(), c.accepted ? c.name : "before");
+  for (const char* name : {"Sensitivity 1", "1234567890123456789012345678901", "it's",
+                           "ÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄ"}) {  // 31 characters, 62 bytes
+    sheet->set_name(name);
+    EXPECT_EQ(sheet->name(), name);
   }
   sheet->set_name("Same");
+  for (const char* name : {"12345678901234567890123456789012", "", "a/b", "a\\b", "a?", "*", "[a", "a]",
+                           "a:b", "'a", "a'", "tAkEn", "history"}) {
+    EXPECT_THROW(sheet->set_name(name), Error) << name;
+    EXPECT_EQ(sheet->name(), "Same");
+  }
   EXPECT_NO_THROW(sheet->set_name("SAME")) << "a sheet may keep its own name in another case";
 }
 
-TEST_P(Conformance, SheetsAreMovedWithTheirContents) {
+TEST_F(Conformance, SheetsAreMovedWithTheirContents) {
   const std::string first = sheet->name();
   at("A1")->set_value("first");
   for (const char* name : {"B", "C", "D"}) {
@@ -124,7 +106,7 @@ TEST_P(Conformance, SheetsAreMovedWithTheirContents) {
   EXPECT_EQ(book->worksheet("D")->range("A1")->value().text, "D");
 }
 
-TEST_P(Conformance, SheetsComeAfterTheLastAndTheLastOneStays) {
+TEST_F(Conformance, SheetsComeAfterTheLastAndTheLastOneStays) {
   const auto added = book->add_worksheet();
   EXPECT_EQ(book->worksheets().back()->name(), added->name());
   const auto cell = added->range("A1");
@@ -137,51 +119,30 @@ TEST_P(Conformance, SheetsComeAfterTheLastAndTheLastOneStays) {
   EXPECT_NO_THROW(sheet->name());
 }
 
-TEST_P(Conformance, AddressesAreRead) {
-  struct Case {
-    const char* address;
-    const char* absolute;  // "" where it is none
-  };
-  const Case cases[] = {
-      {"B4", "$B$4"},
-      {"$b$4", "$B$4"},
-      {"a1:c6", "$A$1:$C$6"},
-      {"C6:A1", "$A$1:$C$6"},
-      {"XFD1048576", "$XFD$1048576"},
-      {"XFE1", ""},
-      {"A1048577", ""},
-      {"A0", ""},
-      {"A01", ""},
-      {"", ""},
-      {"4B", ""},
-      {"A1:", ""},
-      {"A1:B2:C3", ""},
-      {"A-1", ""},
-      {"Ä1", ""},
-      {"AAAAAAAAAA1", ""},
-      {"A99999999999", ""},
-      {"$$A1", ""},
-      {"$A$1:$A$1", "$A$1"},
-  };
-  for (const Case& c : cases) {
-    std::string absolute;
-    ignoring_errors([&] { absolute = at(c.address)->address(true, false); });
-    EXPECT_EQ(absolute, c.absolute) << c.address;
-  }
+TEST_F(Conformance, AddressesAreRead) {
+  for (const auto& [address, absolute] : {std::pair("B4", "$B$4"),
+                                          {"$b$4", "$B$4"},
+                                          {"a1:c6", "$A$1:$C$6"},
+                                          {"C6:A1", "$A$1:$C$6"},
+                                          {"XFD1048576", "$XFD$1048576"},
+                                          {"$A$1:$A$1", "$A$1"}})
+    EXPECT_EQ(at(address)->address(true, false), absolute);
+  for (const char* wrong : {"XFE1", "A1048577", "A0", "A01", "", "4B", "A1:", "A1:B2:C3", "A-1", "Ä1",
+                            "AAAAAAAAAA1", "A99999999999", "$$A1"})
+    EXPECT_THROW(at(wrong), Error) << wrong;
 }
 
-TEST_P(Conformance, RangesReachAnywhereOnTheSheet) {
+TEST_F(Conformance, RangesReachAnywhereOnTheSheet) {
   const auto range = at("C3:D5");
   EXPECT_EQ(range->row(), 3);
   EXPECT_EQ(range->column(), 3);
   EXPECT_EQ(range->row_count(), 3);
   EXPECT_EQ(range->column_count(), 2);
-  struct Case {
+  const struct {
     const char* what;
     std::function<std::shared_ptr<Range>()> make;
     const char* address;  // "" where it lies outside the sheet
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"first cell", [&] { return range->cell(1, 1); }, "C3"},
       {"cell outside the range", [&] { return range->cell(10, 5); }, "G12"},
       {"cell before the range", [&] { return range->cell(0, -1); }, "A2"},
@@ -198,7 +159,7 @@ TEST_P(Conformance, RangesReachAnywhereOnTheSheet) {
       {"by numbers", [&] { return sheet->range(2, 3, 1, 2); }, "C2:D2"},
       {"by wrong numbers", [&] { return sheet->range(0, 1, 1, 1); }, ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     std::string address;
     const std::int32_t code = fault([&] { address = c.make()->address(false, false); });
     EXPECT_EQ(address, c.address) << c.what;
@@ -206,7 +167,7 @@ TEST_P(Conformance, RangesReachAnywhereOnTheSheet) {
   }
 }
 
-TEST_P(Conformance, ExternalAddressesLeadBack) {
+TEST_F(Conformance, ExternalAddressesLeadBack) {
   for (const char* name :
        {"Plain", "With blank", "It's", "A1", "R1C1", "2024", "a'b'c", "Größe", "TRUE", "x-y"}) {
     sheet->set_name(name);
@@ -224,28 +185,19 @@ TEST_P(Conformance, ExternalAddressesLeadBack) {
     EXPECT_THROW(app->range(wrong), Error) << wrong;
 }
 
-TEST_P(Conformance, ValuesAreKeptAsTheyAre) {
-  const CellValue cases[] = {{},
-                             0.1 + 0.2,
-                             -1e300,
-                             "text",
-                             "",
-                             "=1+1",
-                             "123",
-                             CellError::kNA,
-                             CellValue::boolean(true),
-                             CellValue::boolean(false),
-                             "Größe \xF0\x9F\x98\x80"};
-  for (const CellValue& kept : cases) {
+TEST_F(Conformance, ValuesAreKeptAsTheyAre) {
+  const CellValue last = "Größe 😀", yes = CellValue::boolean(true), no = CellValue::boolean(false);
+  for (const CellValue& kept : std::vector<CellValue>{
+           {}, 0.1 + 0.2, -1e300, "text", "", "=1+1", "123", CellError::kNA, yes, no, last}) {
     at("B2")->set_value(kept);
     EXPECT_EQ(value("B2"), kept) << kept.text << kept.number;
   }
   EXPECT_THROW(at("B2")->set_value(std::string(32768, 'x')), Error);
-  EXPECT_EQ(value("B2").text, cases[10].text) << "a refused value changes nothing";
+  EXPECT_EQ(value("B2"), last) << "a refused value changes nothing";
   EXPECT_NO_THROW(at("B2")->set_value(std::string(32767, 'x')));
 }
 
-TEST_P(Conformance, BlocksAreWrittenAndReadWhole) {
+TEST_F(Conformance, BlocksAreWrittenAndReadWhole) {
   CellBlock block(3, 2);
   block.set(1, 1, 1.5);
   block.set(1, 2, "one");
@@ -265,7 +217,7 @@ TEST_P(Conformance, BlocksAreWrittenAndReadWhole) {
   EXPECT_EQ(value("B5").text, "old");
 }
 
-TEST_P(Conformance, EmptyingCellsKeepsTheirFormats) {
+TEST_F(Conformance, EmptyingCellsKeepsTheirFormats) {
   at("A1:B2")->set_value(5.0);
   at("A1:B2")->set_number_format("0.00%");
   at("A1:B2")->put(CellBlock(2, 2));
@@ -276,7 +228,7 @@ TEST_P(Conformance, EmptyingCellsKeepsTheirFormats) {
   EXPECT_TRUE(at("C2")->locked());
 }
 
-TEST_P(Conformance, RowsTakeFormatsOfTheirOwn) {
+TEST_F(Conformance, RowsTakeFormatsOfTheirOwn) {
   // More areas of one format than an address names.
   std::vector<std::string> formats(120);
   for (std::size_t row = 0; row < formats.size(); ++row)
@@ -291,7 +243,7 @@ TEST_P(Conformance, RowsTakeFormatsOfTheirOwn) {
   EXPECT_THROW(at("B1:C119")->set_row_formats_local(formats), Error);
 }
 
-TEST_P(Conformance, EnteredTextsBecomeValuesOrFormulas) {
+TEST_F(Conformance, EnteredTextsBecomeValuesOrFormulas) {
   struct Case {
     const char* entered;
     CellValue value;
@@ -320,7 +272,7 @@ TEST_P(Conformance, EnteredTextsBecomeValuesOrFormulas) {
   EXPECT_EQ(at("B1")->formula(), "3") << "a value replaces the formula";
 }
 
-TEST_P(Conformance, RelativeReferencesMoveWithTheCell) {
+TEST_F(Conformance, RelativeReferencesMoveWithTheCell) {
   at("A1:A3")->set_formula("=B1+$B1+B$1+$B$1");
   EXPECT_EQ(at("A3")->formula(), "=B3+$B3+B$1+$B$1");
   at("C2:D2")->set_formula("=SUM(A1:A$9)&\"A1\"&MAX1(A1)");
@@ -329,7 +281,7 @@ TEST_P(Conformance, RelativeReferencesMoveWithTheCell) {
   EXPECT_EQ(at("F2")->formula(), "=Sheet2!A2+'It''s A1'!A2+#REF!");
 }
 
-TEST_P(Conformance, FormulasFollowTheirCells) {
+TEST_F(Conformance, FormulasFollowTheirCells) {
   at("A1:A3")->set_value(2.0);
   at("B1")->set_formula("=SUM(A1:A3)");
   at("B2")->set_formula("=B1*10");
@@ -341,7 +293,7 @@ TEST_P(Conformance, FormulasFollowTheirCells) {
   EXPECT_EQ(app->max(*at("A1:B2")), 90.0);
 }
 
-TEST_P(Conformance, EvaluationNeverThrows) {
+TEST_F(Conformance, EvaluationNeverThrows) {
   at("A1")->set_value(4.0);
   EXPECT_EQ(app->evaluate("A1^2-1"), CellValue(15.0));
   EXPECT_EQ(app->evaluate("\"Pro\"&\"fit\""), CellValue("Profit"));
@@ -351,7 +303,7 @@ TEST_P(Conformance, EvaluationNeverThrows) {
     EXPECT_TRUE(app->evaluate(wrong).is_error()) << wrong;
 }
 
-TEST_P(Conformance, ExtremesOfARange) {
+TEST_F(Conformance, ExtremesOfARange) {
   at("A1")->set_value(-3.0);
   at("A2")->set_value("500");
   at("A3")->set_value(8.0);
@@ -365,7 +317,7 @@ TEST_P(Conformance, ExtremesOfARange) {
   EXPECT_THROW(app->max(*at("A1:A6")), Error);
 }
 
-TEST_P(Conformance, MergedCellsKeepTheFirst) {
+TEST_F(Conformance, MergedCellsKeepTheFirst) {
   at("B2:D3")->set_value("x");
   at("B2")->set_value("first");
   at("B2:D3")->set_merge(true);
@@ -380,7 +332,7 @@ TEST_P(Conformance, MergedCellsKeepTheFirst) {
   EXPECT_NO_THROW(at("E5:F6")->set_merge(true)) << "the merge is undone";
 }
 
-TEST_P(Conformance, PlacesAddUp) {
+TEST_F(Conformance, PlacesAddUp) {
   EXPECT_DOUBLE_EQ(at("A1")->left(), 0);
   EXPECT_DOUBLE_EQ(at("A1")->top(), 0);
   const double width = at("A1")->width();
@@ -402,7 +354,7 @@ TEST_P(Conformance, PlacesAddUp) {
   EXPECT_THROW(at("A1")->set_indent(16), Error);
 }
 
-TEST_P(Conformance, ColumnsFitTheCellsOfTheRangeOnly) {
+TEST_F(Conformance, ColumnsFitTheCellsOfTheRangeOnly) {
   at("A1")->set_value("A title that is much longer than the column below it");
   at("A2")->set_value("An ordinary header");
   at("B2")->set_value("merged, so it has no say in this");
@@ -416,7 +368,7 @@ TEST_P(Conformance, ColumnsFitTheCellsOfTheRangeOnly) {
   EXPECT_GT(at("A1")->column_width(), 35);
 }
 
-TEST_P(Conformance, OnlyTheActiveSheetIsSelectedOn) {
+TEST_F(Conformance, OnlyTheActiveSheetIsSelectedOn) {
   at("B2:C3")->select();
   EXPECT_EQ(app->active_cell()->address(false, false), "B2");
   at("C3")->activate();
@@ -429,11 +381,11 @@ TEST_P(Conformance, OnlyTheActiveSheetIsSelectedOn) {
   EXPECT_EQ(app->active_cell()->address(false, false), "C3");
 }
 
-TEST_P(Conformance, UnknownMacrosAreRefused) {
+TEST_F(Conformance, UnknownMacrosAreRefused) {
   EXPECT_EQ(fault([&] { app->run("NoSuchMacro", *at("A1"), 1); }), errc::kHostRefused);
 }
 
-TEST_P(Conformance, AxesExistOnceASeriesIsOnThem) {
+TEST_F(Conformance, AxesExistOnceASeriesIsOnThem) {
   const auto chart = make_chart();
   EXPECT_THROW(chart->axis(AxisType::kValue, AxisGroup::kPrimary), Error);
   const auto series = chart->new_series();
@@ -448,7 +400,7 @@ TEST_P(Conformance, AxesExistOnceASeriesIsOnThem) {
   EXPECT_THROW(axis->set_major_gridline_border({}), Error);
 }
 
-TEST_P(Conformance, ChartsRefuseWhatTheyDoNotHave) {
+TEST_F(Conformance, ChartsRefuseWhatTheyDoNotHave) {
   const auto chart = make_chart();
   EXPECT_EQ(chart->series_count(), 0);
   EXPECT_THROW(chart->series(1), Error);
@@ -469,14 +421,13 @@ TEST_P(Conformance, ChartsRefuseWhatTheyDoNotHave) {
   EXPECT_THROW(chart->format_title(1, 2, {}), Error);
 }
 
-TEST_P(Conformance, PagesAreSetUpFromRowsAndColumnsOfTheSheet) {
+TEST_F(Conformance, PagesAreSetUpFromRowsAndColumnsOfTheSheet) {
   const std::int32_t beyond_rows = sheet->row_limit() + 1, beyond_columns = sheet->column_limit() + 1;
-  struct Case {
+  const struct {
     const char* what;
     PageSetup setup;
     bool taken;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"titles, breaks and a fit",
        {.fit_to_pages_wide = 2,
         .print_title_rows = {3, 5},
@@ -495,11 +446,11 @@ TEST_P(Conformance, PagesAreSetUpFromRowsAndColumnsOfTheSheet) {
       {"a page beside the sheet", {.column_breaks = {beyond_columns}}, false},
       {"a scale of nothing", {.scale = 9}, false},
   };
-  for (const Case& c : cases)
+  for (const auto& c : cases)
     EXPECT_EQ(fault([&] { sheet->set_page_setup(c.setup); }) == 0, c.taken) << c.what;
 }
 
-TEST_P(Conformance, ChartFramesStandWhereTheyArePut) {
+TEST_F(Conformance, ChartFramesStandWhereTheyArePut) {
   const auto chart = make_chart();
   const auto frame = chart->container();
   EXPECT_DOUBLE_EQ(frame->left(), 10);
@@ -515,11 +466,6 @@ TEST_P(Conformance, ChartFramesStandWhereTheyArePut) {
   EXPECT_THROW(series->set_name("gone"), Error);
   EXPECT_THROW(frame->width(), Error);
 }
-
-INSTANTIATE_TEST_SUITE_P(Implementations, Conformance, testing::ValuesIn(implementations()),
-                         [](const testing::TestParamInfo<Implementation>& implementation) {
-                           return std::string(implementation.param.name);
-                         });
 
 }  // namespace
 }  // namespace ordvane::host

@@ -1,11 +1,7 @@
 // What the conformance tests run over here: the embedded spreadsheet.
-#include "host/implementations.h"
+#include "host/implementation.h"
 #include "office/office.h"
 
-namespace ordvane::host {
-
-std::vector<Implementation> implementations() {
-  return {{"embedded", office::make_application}};
+std::shared_ptr<ordvane::host::Application> ordvane::host::make_implementation() {
+  return office::make_application();
 }
-
-}  // namespace ordvane::host

@@ -33,17 +33,15 @@ class IdStrings : public host::StringTable {
   void set_active_language(std::int32_t /*language_id*/) override {}
 };
 
-// Remembers the progress that was shown, and may have its Escape key pressed.
+// Remembers the progress that was shown.
 class WatchedEnvironment : public environment::StandardEnvironment {
  public:
   using StandardEnvironment::StandardEnvironment;
   void show_progress(const std::string& text1, const std::string& text2, const std::string& text3) override {
     progress.push_back(text1 + "/" + text2 + "/" + text3);
   }
-  bool escape_pressed() override { return ++checks == escape_at; }
 
   std::vector<std::string> progress;
-  int checks = 0, escape_at = 0;  // the check at which Escape is pressed
 };
 
 struct TablesBench {

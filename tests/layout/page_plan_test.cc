@@ -203,15 +203,13 @@ TEST(PagePlan, KeepsBlocksOfColumnsWhole) {
   }
 }
 
-struct BreakCase {
+// A page upright takes 656 points.
+const struct {
   const char* what;
   std::vector<PrintedBlock> blocks;  // row, top, bottom, what is kept, header
   std::vector<std::int32_t> breaks;
   std::vector<bool> goes_on;
-};
-
-// A page upright takes 656 points.
-const BreakCase kBreakCases[] = {
+} kBreakCases[] = {
     {"a table may go on", {{1, 20, 700, 80, 45}}, {}, {true}},
     {"one that begins at the foot does not",
      {{1, 20, 600, 80, 45}, {40, 620, 900, 680, 45}},
@@ -230,7 +228,7 @@ const BreakCase kBreakCases[] = {
 };
 
 TEST(PagePlan, BreaksBeforeWhatWouldBeParted) {
-  for (const BreakCase& c : kBreakCases) {
+  for (const auto& c : kBreakCases) {
     SCOPED_TRACE(c.what);
     const PagePlan plan = plan_pages({.width = 400, .repeated_columns = 0, .blocks = c.blocks});
     EXPECT_EQ(plan.row_breaks, c.breaks);

@@ -60,16 +60,14 @@ struct BarsBench : test::TablesBench {
   std::shared_ptr<BarChart> chart;
 };
 
-struct BarCase {
+const struct {
   const char* what;
   host::CellValue low, high;
   double crossing;
   std::vector<double> figures;  // lead, bar -, bar +
   // Split at the crossing: lead, - above, + below, - below, + above, tails to the axis' ends.
   std::vector<double> parts;
-};
-
-const BarCase kBarCases[] = {
+} kBarCases[] = {
     {"right of zero", 30.0, 50.0, 40, {30, 0, 20}, {30, 0, 10, 0, 10}},
     {"left of zero", -50.0, -30.0, -40, {-30, -20, 0}, {-30, -10, 0, -10, 0}},
     {"across zero", -5.0, 3.0, 0, {0, -5, 3}, {0, 0, 0, -5, 3}},
@@ -84,7 +82,7 @@ const BarCase kBarCases[] = {
 };
 
 TEST(BarChart, DrawsFromFormulasOverTheTable) {
-  for (const BarCase& c : kBarCases) {
+  for (const auto& c : kBarCases) {
     SCOPED_TRACE(c.what);
     BarsBench bench({{c.low, c.high}, {1.0, 2.0}}, c.crossing);
     EXPECT_EQ(bench.figures(1), c.figures);
@@ -129,7 +127,8 @@ TEST(BarChart, DrawsSomeRowsAndShowsPoints) {
   EXPECT_EQ(series[2]->points.at(1).fill.value().color, 0x778899U);
 }
 
-struct LabelCase {
+// On an axis from 0 to 100, or from -100 to 0 or 100, of 300 points.
+const struct {
   const char* what;
   double low, high, base;
   BarLabels labels;
@@ -137,10 +136,7 @@ struct LabelCase {
   bool split = false;
   bool is_point = false;
   double height = 20;
-};
-
-// On an axis from 0 to 100, or from -100 to 0 or 100, of 300 points.
-const LabelCase kLabelCases[] = {
+} kLabelCases[] = {
     {"right of zero", 30, 50, 40, {"1.0", "2.0"}, {"Reach 1.0 end", "Tail+ 2.0 base"}},
     {"left of zero", -50, -30, -40, {"1.0", "2.0"}, {"Tail- 1.0 base", "Reach 2.0 end"}},
     {"across zero", -50, 30, 0, {"1.0", "2.0"}, {"Tail- 1.0 base", "Tail+ 2.0 base"}},
@@ -179,7 +175,7 @@ const LabelCase kLabelCases[] = {
 
 TEST(PlaceLabels, PutsTextsWhereThereIsRoom) {
   const char* parts[] = {"Lead", "Reach", "-", "+", "Beyond-", "Beyond+", "Tail-", "Tail+"};
-  for (const LabelCase& c : kLabelCases) {
+  for (const auto& c : kLabelCases) {
     SCOPED_TRACE(c.what);
     const LabelledBar bar = {.ends = BarEnds{c.low, c.high}, .is_point = c.is_point, .labels = c.labels};
     const BarPlot plot = {.minimum = c.low < 0 ? -100.0 : 0,
@@ -314,13 +310,11 @@ struct PointsBench : test::TablesBench {
   std::shared_ptr<PointChart> chart;
 };
 
-struct PointsCase {
+const struct {
   const char* what;
   PointsBench::Line line;
   double x_minimum, x_maximum, y_minimum, y_maximum;
-};
-
-const PointsCase kPointsCases[] = {
+} kPointsCases[] = {
     {"lines end at the bounds", {{-0.2, -0.4}, {0.0, 0.0}, {0.2, 0.4}}, -0.2, 0.2, -0.4, 0.4},
     {"rounding leaves no axis of its own", {{-0.2, 1.1e-16}, {0.0, 0.0}, {0.2, 1.0}}, -0.2, 0.2, 0, 1},
     {"not along the edge", {{0.0, 0.0}, {0.5, 0.0}, {1.0, 1.0}}, 0, 1, -0.2, 1},
@@ -330,7 +324,7 @@ const PointsCase kPointsCases[] = {
 };
 
 TEST(PointChart, SetsItsAxesAroundThePoints) {
-  for (const PointsCase& c : kPointsCases) {
+  for (const auto& c : kPointsCases) {
     SCOPED_TRACE(c.what);
     PointsBench bench(false, {c.line}, "Input");
     const office::AxisModel& x = bench.drawn().axes[0][0];

@@ -58,13 +58,11 @@ TEST(ReportWorkbook, ManySheetsGetAListOfThemWithLinks) {
   }
 }
 
-struct NameCase {
+const struct {
   const char* what;
   bool overwrite;
   std::vector<std::string> there, wanted, result;
-};
-
-const NameCase kNameCases[] = {
+} kNameCases[] = {
     {"after what is there", false, {"Model"}, {"Summary"}, {"Model", "Summary"}},
     {"taken names, case ignored",
      false,
@@ -91,7 +89,7 @@ const NameCase kNameCases[] = {
 };
 
 TEST(ReportWorkbook, FindsFreeSheetNames) {
-  for (const NameCase& c : kNameCases) {
+  for (const auto& c : kNameCases) {
     SCOPED_TRACE(c.what);
     test::TablesBench bench;
     const auto target = bench.open("plant.xlsx", c.there);
@@ -319,7 +317,7 @@ TEST(ReportSheet, LinesAreWholeWhateverWidthsTheColumnsGet) {
   }
 }
 
-struct PageCase {
+const struct {
   const char* what;
   std::int32_t rows, columns;
   bool chart;
@@ -327,9 +325,7 @@ struct PageCase {
   std::int32_t pages_wide;
   host::Span title_rows, title_columns;
   std::int32_t frozen_rows, frozen_columns;
-};
-
-const PageCase kPageCases[] = {
+} kPageCases[] = {
     {"short", 5, 2, false, false, 1, {}, {}, 0, 0},
     {"long", 41, 2, false, false, 1, {3, 4}, {}, 4, 0},
     {"long, with a chart", 41, 2, true, false, 1, {24, 25}, {}, 0, 0},
@@ -340,7 +336,7 @@ const PageCase kPageCases[] = {
 };
 
 TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
-  for (const PageCase& c : kPageCases) {
+  for (const auto& c : kPageCases) {
     SCOPED_TRACE(c.what);
     test::TablesBench bench;
     bench.session.watermark = {"Draft\nA & B", "Draft", "A & B"};

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "ordvane.h"
+#include "ordvane/model.h"
 #include "ordvane/ranking.h"
 #include "ordvane/report.h"
 #include "support/external_checks.h"
@@ -25,6 +26,7 @@ using testing::HasSubstr;
 using testing::Optional;
 
 const fs::path kExample = fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.run.json";
+const fs::path kPlant = fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.xlsx";
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // Two inputs of three steps and two outputs, of which the second is no number at some of them; both inputs
@@ -205,12 +207,11 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
       pack_reports(run, options);
     };
   };
-  struct Case {
+  const struct {
     std::function<void()> step;
     ErrorCode code;
     std::string what;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {[&] { ordvane::Run::read(folder / "no.json"); }, ErrorCode::kBadRun, "cannot be read: No such file"},
       {made([](Small& s) { s.description.inputs[0].name = "Pr\xE4"; }), ErrorCode::kBadRun,
        "run:inputs[0].name: is \"Pr\\xE4\", which is not UTF-8 text"},
@@ -224,26 +225,18 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
        "run:results[3]: is -1e+300; a number between -1e300 and 1e300 is expected"},
       {made([](Small& s) { s.texts[1].at = 12; }), ErrorCode::kBadRun,
        "run:texts[1].at: is 12; a position among the 12 results, counted from 0, is expected"},
-      {made([](Small& s) { s.group_values.push_back(1); }), ErrorCode::kBadRun,
-       "run:groupValues: has 5 numbers; 4 are expected"},
-      {made([](Small& s) { s.description.groups.clear(); }), ErrorCode::kBadRun,
-       "run:groupValues: has 4 numbers; 0 are expected"},
       {made([](Small& s) {
          s.group_texts = {{8, "x"}};
        }),
        ErrorCode::kBadRun, "run:groupTexts[0].at: is 8"},
       {made([](Small& s) { s.description.groups[0].members[1] = 2; }), ErrorCode::kBadRun,
        "run:groups[0].members[1]: is 3; a position of an input, 1 to 2, is expected"},
-      {[] { ordvane::Run::from_arrays("{\"inputs\": 7}", {}); }, ErrorCode::kBadRun,
-       "run:inputs: is 7; a list of inputs is expected"},
       {[&] { run.find_output("Profits"); }, ErrorCode::kInvalidArgument,
        "\"Profits\" is no output of the run; its outputs are Profit (Outputs!A1), Taxes!D9"},
       {[&] {
          rank_outputs(run, {0, 2});
        },
        ErrorCode::kInvalidArgument, "outputs[1]: is 2; a position of an output, 0 to 1, is expected"},
-      {[&] { rank_outputs(run, {}, 2); }, ErrorCode::kInvalidArgument,
-       "simulation: is 2; a whole number from 1 to 1 is expected"},
       {reported([](ReportOptions& o) { o.outputs = {9}; }), ErrorCode::kInvalidArgument, "outputs[0]: is 9"},
       {reported([](ReportOptions& o) { o.max_inputs = 33; }), ErrorCode::kInvalidArgument,
        "max_inputs: is 33; a whole number from 1 to 32 is expected"},
@@ -258,8 +251,15 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
       {[&] { write_reports(run, there); }, ErrorCode::kFileExists, "there.xlsx: is there already"},
       {[&] { write_reports(run, folder / "no" / "a.xlsx"); }, ErrorCode::kFile, "cannot write: No such file"},
       {[&] { add_reports(run, text); }, ErrorCode::kBadWorkbook, "text.xlsx: it is no workbook"},
+      {[&] { Model model(text); }, ErrorCode::kBadWorkbook, "text.xlsx: it is no sound workbook"},
+      {[&] { Model(kPlant).set("Finance!B5", kNaN); }, ErrorCode::kInvalidArgument,
+       "Finance!B5: is set to nan"},
+      {[&] { Model(kPlant).value("B5"); }, ErrorCode::kInvalidArgument, "cell: is B5 without a sheet"},
+      {[&] { sweep_workbook(kPlant, R"({"inputs": 1})"); }, ErrorCode::kBadRun, "definition:inputs: is 1"},
+      {[&] { sweep_workbook(kPlant, "{}", {.run = there}); }, ErrorCode::kFileExists,
+       "there.xlsx: is there already"},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     const Failure failure = failure_of(c.step);
     EXPECT_EQ(failure.code, c.code) << c.what << '\n' << failure.what;
     EXPECT_THAT(failure.what, HasSubstr(c.what));
@@ -336,12 +336,11 @@ TEST(Options, ChangeTheReports) {
     return in_tornado([=](auto& o, auto* c) { o.*member = Color{1, 2, 3}, in_c(c, 0x010203); });
   };
   using R = ReportOptions;
-  struct Case {
+  const struct {
     const char* what;
     Set set;
     const char* progress = "";  // what is then told, and else is not
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"tornado", flag(&R::tornado, ordvane_options_set_tornado), "Drawing the tornado graph"},
       {"spider", flag(&R::spider, ordvane_options_set_spider), "Drawing the spider graph"},
       {"sensitivity", flag(&R::sensitivity, ordvane_options_set_sensitivity),
@@ -373,7 +372,7 @@ TEST(Options, ChangeTheReports) {
   ReportOptions plain;
   plain.tornado = plain.spider = plain.sensitivity = false;
   std::map<std::string, std::string> seen = {{pack_reports(run, plain), "none"}};
-  for (const Case& each : kCases) {
+  for (const auto& each : kCases) {
     ReportOptions options = plain;
     std::string told;
     options.progress = [&](const std::string& text) { told += text + '\n'; };
@@ -430,6 +429,47 @@ TEST(Callbacks, EndTheJobAtAnyQuestion) {
   ReportOptions options;
   options.progress = [](const std::string&) { throw Stop(); };
   EXPECT_THROW(pack_reports(run, options), Stop);
+}
+
+// Each value that is asked for is that of a sweep, whatever was set and asked for before.
+TEST(Model, ShowsWhatASweepOfItRecords) {
+  const std::vector<double> prices = {44, 74, 104};
+  int told = 0;
+  SweepOptions options;
+  options.progress = [&](std::int64_t, std::int64_t of) { told += of == 6 ? 1 : 100; };
+  const ordvane::Run run =
+      sweep_workbook(kPlant, R"({"inputs": [{"cell": "Finance!B5", "low": 44, "high": 104},
+                                                        {"cell": "Finance!B10", "low": 600, "high": 700}],
+                                             "outputs": [{"cell": "Results!B5"}, {"cell": "Results!B8"}],
+                                             "steps": 3})",
+                     options);
+  EXPECT_GT(told, 0);
+  EXPECT_LT(told, 100);
+  EXPECT_EQ(run.recalculations(), 6U);
+  EXPECT_THAT(run.describe(), HasSubstr("Ordvane calculation"));
+  const Effect price = rank(run, 0).effects.at(0);
+  Model model(kPlant);
+  const CellValue base = model.value("Results!B5");
+  EXPECT_EQ(base.number, run.outputs()[0].base);
+  model.set("Finance!B10", 999);
+  model.set("Finance!B5", 44);
+  model.value("Results!B8");
+  model.reset();
+  model.set("Finance!B5", 44);
+  EXPECT_EQ(model.value("Results!B5").number, price.low);
+  model.set("Finance!B5", 104);
+  EXPECT_EQ(model.value("Results!B5").number, price.high);
+  const std::vector<CellValue> several = model.values({"Results!B9", "Results!B5", "Results!A5"});
+  EXPECT_EQ(several[1].number, price.high);
+  EXPECT_EQ(several[2].text, "Net present value");
+  model.reset();
+  EXPECT_EQ(model.value("Results!B5").number, base.number);
+  struct Stop {};
+  options.progress = [](std::int64_t, std::int64_t) { throw Stop(); };
+  EXPECT_THROW(sweep_workbook(kPlant, R"({"inputs": [{"cell": "Finance!B5", "percent": [-1, 1]}],
+                                          "outputs": [{"cell": "Results!B5"}]})",
+                              options),
+               Stop);
 }
 
 TEST(Threads, MayShareARun) {

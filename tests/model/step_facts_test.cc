@@ -11,15 +11,14 @@ namespace {
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 TEST(StepFactsTest, TellsWhatTheEndsOfABarDoNot) {
-  struct Case {
+  const struct {
     const char* what;
     double base;
     std::vector<double> values, results;
     double output_base;
     std::int32_t failed;
     bool moves, leaves_out_base, without_effect;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"around the base", 10, {9, 10, 11}, {1, 2, 3}, 2, 0, true, false, false},
       {"around the base, not at it", 10, {9, 11}, {1, 3}, 2, 0, true, false, false},
       {"around the base, which turns", 10, {9, 11}, {1, 3}, 4, 0, true, true, false},
@@ -34,7 +33,7 @@ TEST(StepFactsTest, TellsWhatTheEndsOfABarDoNot) {
       {"one step, and nothing to compare it with", 10, {11}, {3}, kNaN, 0, false, true, false},
       {"no base of the output", 10, {11, 12}, {1, 2}, kNaN, 0, true, true, false},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     SCOPED_TRACE(c.what);
     DralInputOutput input;
     input.numSteps = static_cast<std::int32_t>(c.values.size());

@@ -73,19 +73,18 @@ TEST(CellStore, HoldsWhatAPlainMapHolds) {
 }
 
 TEST(CellStore, GrowsWithoutBoundingBoxes) {
-  struct Case {
+  const struct {
     const char* what;
     std::vector<Area> written;
     std::size_t most_bands, most_cells;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"far corners", {{1, 1, 1, 1}, {1048576, 16384, 1, 1}, {1, 16384, 1, 1}}, 3, 3},
       {"blocks one below the other", {{5, 2, 1000, 9}, {1005, 2, 1000, 9}, {2005, 2, 1, 9}}, 1, 2001 * 9},
       {"helper column beside a body", {{1, 1, 60000, 9}, {1, 300, 60000, 1}}, 2, 600000},
       {"wide row over a narrow body", {{1, 1, 1, 10000}, {2, 1, 5000, 2}}, 2, 20000},
       {"header cell by cell", {{1, 1, 1, 1}, {1, 2, 1, 1}, {1, 3, 1, 1}, {2, 1, 1, 1}, {2, 3, 1, 1}}, 1, 6},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     std::vector<RowBand> bands;
     CellStore store(bands);
     for (const Area& area : c.written) store.ensure(area);

@@ -29,11 +29,10 @@ TEST_F(Formulas, ComputeAsTheSpreadsheetDoes) {
   at("A4")->set_value(CellValue::boolean(true));
   at("A5")->set_value("12");
   at("B1:B3")->set_value(10.0);
-  struct Case {
+  const struct {
     const char* formula;
     CellValue value;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"1+2*3", 7.0},
       {"(1+2)*3", 9.0},
       {"-2^2", 4.0},
@@ -88,7 +87,7 @@ TEST_F(Formulas, ComputeAsTheSpreadsheetDoes) {
       {"A1 A2", CellError::kName},
       {"Other!A1", CellError::kName},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(app->evaluate(c.formula), c.value) << c.formula;
     at("H9")->set_formula(std::string("=") + c.formula);
     EXPECT_EQ(value("H9"), c.value) << c.formula;

@@ -5,10 +5,8 @@
 namespace ordvane::reports {
 namespace {
 
-using test::in_percent;
 using test::kNothing;
 using test::kNumError;
-using test::without_idle;
 
 struct TestGroup {
   std::vector<std::int32_t> members;
@@ -83,15 +81,6 @@ const Situation kSituations[] = {
       "\"Vertical\" scatter secondary (0, 1) over (100, 100)", "labelled \"Base value 100.00\"",
       "second category axis from 60 to 140"},
      {" - ", "note at", "Notes:", "Worksheet"}},
-    {{"percent of nothing", kThree, 0, in_percent},
-     {"title \"There is no multi-way tornado graph for this output.",
-      "The base value of the output is 0, so there", "C+1 60 {#,##0.00}  D+1 \" - \"", "note at D+1",
-      "\"Notes: The base value of the output is 0"},
-     {"Vertical", "There is no tornado"}},
-    {{"values about a base of zero know no threshold", kThree, 0,
-      [](MultiBench& b) { b.settings.threshold = 1e9; }},
-     {"by swing: 3", "from 0 to 150", "crossed at 0"},
-     {"There is no"}},
     {{"nor do values about a base that is no number", kThree, kNothing,
       [](MultiBench& b) { b.settings.threshold = 1e9; }},
      {"by swing: 3", "crossed at 60"},
@@ -111,21 +100,10 @@ const Situation kSituations[] = {
       }},
      {"by swing: 1"},
      {"A+2"}},
-    {{"no group at all", {}}, {"No group of inputs moved"}, {"chart ", "Rank"}},
     {{"a group without results leaves its bar out", {{{1, 2}, {90, 110}}, {{1, 3}, {kNumError, kNothing}}}},
      {"\"Price (B3) × Rate (B5)\"  C+2 \" - \"  D+2 \" - \"  E+2 \" - \"  F+2 \" - \"", "from 90 to 110",
       "note at C+2", "\"Notes: Some values are not numbers"},
      {"note at D+2"}},
-    {{"results that are no numbers are counted, in the group's row and below the chart",
-      {{{1, 2}, {90, 110, 100}}, {{1, 3}, {kNumError, 105, kNothing}}},
-      100,
-      [](MultiBench& b) {
-        b.effects(2).failed = 2;
-        b.effects(2).leaves_out_base = false;
-      }},
-     {"\"Results that are no numbers: Price (B3) × Rate (B5): 2 of 3\"",
-      "note at B+2 \"Please note:\nResults that are no numbers: 2 of 3\""},
-     {"No effect", "note at B+1"}},
     {{"groups that never stood at their base values",
       {{{1, 2}, {90, 95}}, {{1, 3}, {105, 105}}},
       100,
@@ -138,16 +116,6 @@ const Situation kSituations[] = {
       // The other one moves the output, though all to one place: its bar is seen.
       "series \"Bar +\" #0000FF K+1:K+2 (5, 0.1"},
      {"note at B+2"}},
-    {{"what moves nothing is left out of the chart, not of the table",
-      {{{1, 2}, {100, 100}}, {{2, 3}, {90, 115}}},
-      100,
-      without_idle},
-     {"\"No effect on this output: Price (B3) × Volume (B4)\"", "by swing: 2", "A+2 2  B+2 \"Price (B3)",
-      "K+1 (25)"}},
-    {{"nothing moves", {{{1, 2}, {100, 100}}, {{2, 3}, {100, 100 + 1e-13}}}, 100, without_idle},
-     {"There is no multi-way tornado graph for this output.\nNone of the groups of inputs moves this output.",
-      "by swing: 2"},
-     {"No effect on"}},
     {{"several sheets add a column with each sheet once",
       {{{1, 2, 3}, {90, 110}}},
       100,
@@ -165,12 +133,6 @@ const Situation kSituations[] = {
         b.range_mode = model::OrdvaneRangeBookMode;
       }},
      {"A+1 \"plant.xlsx, bank.xlsx\"  B+1 \"Model, Sales\"  C+1 1  D+1", "E+1 90", "H+1 0.1"}},
-    {{"long names are cut beside the bars only",
-      {{{1, 2}, {90, 110}}},
-      100,
-      [](MultiBench& b) { b.inputs(1).ioName = b.inputs(2).ioName = std::string(40, 'n'); }},
-     {"\"" + std::string(40, 'n') + " (B3) × " + std::string(40, 'n') + " (B4)\"", "n… (B3) × nn",
-      "n… (B4)\""}},
 };
 
 TEST(MultiTornadoReport, InEverySituation) {
@@ -188,13 +150,6 @@ TEST(MultiTornadoReport, RowsGrowWithTheirNames) {
   ASSERT_TRUE(sheet.row_heights.contains(first));
   EXPECT_GE(sheet.row_heights.at(first), 2 * 13);
   EXPECT_FALSE(sheet.row_heights.contains(first + 1));
-}
-
-TEST(MultiTornadoReport, StopsAfterTheRowAtWhichTheUserAsks) {
-  MultiBench bench;
-  bench.environment->escape_at = 2;
-  test::expect_cancelled([&] { make_report(bench, kSituations[0]); });
-  EXPECT_EQ(bench.environment->checks, 2);
 }
 
 }  // namespace

@@ -293,10 +293,5 @@ TEST_F(MultiWayDetail, CallsAnOutputWithoutANameByItsAddress) {
   test::expect_parts(report(model), {"\"<222: B1>\"", "\"<215: B1>\"", "<228: B1>"});
 }
 
-TEST_F(MultiWayDetail, StopsOnEscape) {
-  bench_.environment->escape_at = 1;
-  test::expect_cancelled([&] { report(Model({sum})); });
-}
-
 }  // namespace
 }  // namespace ordvane::reports

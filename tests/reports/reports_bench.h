@@ -229,14 +229,4 @@ inline std::vector<std::string> cells_that_look(const office::BookModel& book,
   return found;
 }
 
-template <class Step>
-void expect_cancelled(Step&& step) {
-  try {
-    step();
-    ADD_FAILURE() << "the report went on";
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.code(), host::errc::kUserCancelled);
-  }
-}
-
 }  // namespace ordvane::test

@@ -11,7 +11,6 @@ using test::GraphBench;
 using test::in_percent;
 using test::kNothing;
 using test::kNumError;
-using test::output_format;
 using test::TestInput;
 using test::without_idle;
 
@@ -80,9 +79,6 @@ const Situation kSpiderSituations[] = {
     {{"steps that leave out the base value", {{"Late", "B9", 3, {{4, 110}, {5, 120}}}}},
      {"note at A+1 \"Please note:\nThe steps of this input leave out its base value",
       "Steps that leave out the base value: Late (B9)."}},
-    {{"an output without a name", {kRate}, 100, [](GraphBench& b) { b.output().ioName = ""; }},
-     {"\"Output in cell C14 at every step of the inputs\"",
-      "title \"How the output in cell C14 follows each input\""}},
     {{"changes are parts of the size of the base, whatever its sign",
       {{"Loss", "B4", -10, {{-12, -90}, {-8, -110}}}},
       -100},
@@ -95,29 +91,15 @@ const Situation kSpiderSituations[] = {
     {{"nothing to draw", {kZero}, 0},
      {"There is no spider graph for this output.",
       "The base value of the output is 0, so there is no change"}},
-    {{"nothing to draw though the output has a base", {kZero}},
-     {"There is no spider graph", "A base value is 0 or not a number"}},
     {{"an output base of zero is noted once", {kRate, kNegative}, 0},
      {"note at I+1", "There is no spider graph"},
      {"note at I+4"}},
     {{"lines end where results end",
       {{"Term", "B5", 10, {{8, kNothing}, {9, 95}, {11, 105}, {12, kNumError}}}}},
      {"(-0.05, 0.05) over F+2:F+3 (-0.1, 0.1)", "G+1 \" - \"", "note at G+1"}},
-    {{"long names are cut in the legend only",
-      {{"A name that is well over twenty-five", "B6", 5, {{4, 90}, {6, 110}}}}},
-     {"series \"A name that is well over (B6)\"", "\"A name that is well over twenty-five (B6)\""}},
-    {{"differences of dates are days",
-      {{"Start", "B7", 46023, {{46000, 90}, {46054, 110}}, "dd\"/\"mm\"/\"yyyy"}}},
-     {"D+1 46000 {dd\"/\"mm\"/\"yyyy}  E+1 -23  F+1"}},
     {{"no input", {kRate}, 100, [](GraphBench& b) { b.ranking.input_limit = 0; }},
      {"No input moved this output enough"},
      {"chart ", "Step"}},
-    {{"an input without steps is left out",
-      {kRate, kNegative},
-      100,
-      [](GraphBench& b) { b.inputs(2).numSteps = 0; }},
-     {"Rate (B2)"},
-     {"Loss (B4)"}},
 };
 
 const Situation kSensitivitySituations[] = {
@@ -126,9 +108,6 @@ const Situation kSensitivitySituations[] = {
       "category axis from 4 to 6 \"Rate\" {0.0}", "value axis from 90 to 115 \"Cost\" {#,##0.00}",
       "(90, 100, 115) over", "Each chart shows one input", "\"Charts: below the table, from row 18 on\""},
      {"note at", "No chart"}},
-    {{"in percent", {kRate}, 100, in_percent},
-     {"(-0.1, 0, 0.15) over", "\"Rate, % change from base value\" {0%}",
-      "\"Cost, % change from base value\" {0%}"}},
     {{"a result that is an error leaves a gap and a word at its chart",
       {{"Rate", "B2", 5, {{4, 90}, {5, kNumError}, {6, 115}}}, kNegative}},
      {"title \"Sensitivity to Rate\nCost\nResults that are no numbers: 1 of 3\"",
@@ -137,9 +116,6 @@ const Situation kSensitivitySituations[] = {
     {{"missing results at an end shorten the line", {{"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, kNothing}}}}},
      {"G+1:G+2 (90, 100) over D+1:D+2 (4, 5)"},
      {"hidden cells"}},
-    {{"values need no base", {kZero, {"Text", "B9", kNothing, {{1, 90}, {2, 110}}}}},
-     {"series \"Zero (B3)\"", "series \"Text (B9)\""},
-     {"No chart", "There are no"}},
     {{"changes need one", {kRate, kZero, {"Text", "B9", kNothing, {{1, 90}, {2, 110}}}}, 100, in_percent},
      {"No chart, because the base value is 0: Zero (B3)",
       "No chart, because the base value is not a number: Text (B9)"},
@@ -148,16 +124,6 @@ const Situation kSensitivitySituations[] = {
      {"There are no sensitivity graphs for this output.\nNone of the inputs has an effect on it.",
       "No effect on this output: Idle (B9)", "\"Idle (B9)\"  B+1"},
      {"series \"Idle"}},
-    {{"dates",
-      {{"Start", "B7", 46023, {{45658, 46000}, {46023, 46023}, {46388, 46054}}, "dd/mm/yyyy"}},
-      46023,
-      output_format("General", "mm/dd/yyyy")},
-     {"\"Start\" {dd/mm/yyyy}", "\"Cost\" {mm/dd/yyyy}"}},
-    {{"an input without a name", {{"", "B2", 5, {{4, 90}, {6, 115}}}}},
-     {"title \"Sensitivity to the input in cell B2\nCost\""}},
-    {{"values with an output base of zero", {kRate}, 0},
-     {"(90, 100, 115) over", "note at I"},
-     {"There are no"}},
 };
 
 TEST(SpiderReport, InEverySituation) {
@@ -195,24 +161,6 @@ TEST(SensitivityChart, RefusesWhatItWouldDrawAsZeroAndSaysWhere) {
       EXPECT_EQ(bench.book()->sheets.front()->charts.front()->series.size(), c.series);
     }
   }
-}
-
-TEST(SensitivityReport, PutsTheTableFirstAndChartsSideBySideBelow) {
-  GraphBench bench;
-  make_report(bench, {{"", {kRate, kNegative, kZero}}, {}}, GenerateSensitivityReport);
-  const office::SheetModel& sheet = *bench.book()->sheets.front();
-  ASSERT_EQ(sheet.charts.size(), 3U);
-  const auto& first = *sheet.charts[0];
-  const auto& second = *sheet.charts[1];
-  const auto& third = *sheet.charts[2];
-  const auto worksheet = bench.workbook->workbook()->worksheets().front();
-  const auto last_row = worksheet->range(sheet.bands.back().first_row, 1, 1, 1);
-  EXPECT_GE(first.top, last_row->top()) << "below the table and the lines";
-  EXPECT_EQ(first.top, second.top);
-  EXPECT_GE(second.left, first.left + first.width);
-  EXPECT_GE(third.top, first.top + first.height);
-  EXPECT_EQ(third.left, first.left);
-  EXPECT_GE(first.width, 376);
 }
 
 // An input's name stands once, over all its steps, and goes on below where it is long.

@@ -174,14 +174,5 @@ TEST(MakeOutputsMissingReport, TellsOutputsWithoutResultsFromThoseThatNothingMov
   EXPECT_EQ(text.find("note at A7"), std::string::npos) << text;
 }
 
-TEST(MakeOutputsMissingReport, OfNoOutputsHasAHeaderAlone) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  EXPECT_EQ(MakeOutputsMissingReport(context(bench, reports, {}, records({{"Price", "C5"}}), {}), 0, {}), 0);
-  const auto& sheet = bench.first_sheet(reports);
-  const std::string text = test::sheet_text(*bench.kept, sheet);
-  EXPECT_TRUE(text.ends_with("B6 \"<101>\"\n")) << text;
-}
-
 }  // namespace
 }  // namespace ordvane::reports

@@ -7,8 +7,7 @@
 #include <limits>
 
 #include "reports/body_writer.h"
-#include "reports/graph_sheet.h"
-#include "reports/item_texts.h"
+#include "reports/chart_helpers.h"
 #include "reports/progress.h"
 #include "reports/reports_bench.h"
 
@@ -21,15 +20,13 @@ constexpr double kMissing = host::kMissingNumber;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 using test::kNumError;
 
-struct ValueCase {
+const struct {
   const char* what;
   double value, divisor;
   OrdvaneDivisorType kind;
   std::int32_t flag;  // 0: `shown` is shown
   double shown = 0;
-};
-
-const ValueCase kValueCases[] = {
+} kValueCases[] = {
     {"a value by itself", 7.5, 1.0, OrdvaneDivisorInputOrOutput, 0, 7.5},
     {"a quotient", 7.5, -2.5, OrdvaneDivisorInput, 0, -3},
     {"zero is a value", 0, 4, OrdvaneDivisorInput, 0, 0},
@@ -54,7 +51,7 @@ const ValueCase kValueCases[] = {
 TEST(FormatTableValue, ShowsTheNumberOrSaysWhyNot) {
   const NumberRules rules(runfile::make_recorded_engine(std::make_shared<runfile::Run>()),
                           std::make_shared<environment::StandardEnvironment>(environment::Settings{}));
-  for (const ValueCase& c : kValueCases) {
+  for (const auto& c : kValueCases) {
     SCOPED_TRACE(c.what);
     constexpr std::int32_t kEarlier = 1024;  // flags add up
     std::int32_t flags = kEarlier;
@@ -67,11 +64,6 @@ TEST(FormatTableValue, ShowsTheNumberOrSaysWhyNot) {
   }
 }
 
-TEST(NameWithAddress, LeavesTheNameOutWhereThereIsNone) {
-  EXPECT_EQ(NameWithAddress("Sales", "B4"), "Sales (B4)");
-  EXPECT_EQ(NameWithAddress("", "B4"), "(B4)");
-}
-
 TEST(ShowProgress, IsThrottledOnlyWithAStep) {
   test::TablesBench bench;
   for (std::int32_t i = 1; i <= 7; ++i) ShowProgress(bench.session, std::to_string(i), "of", "7", i, 3, 7);
@@ -79,13 +71,6 @@ TEST(ShowProgress, IsThrottledOnlyWithAStep) {
   EXPECT_EQ(bench.environment->progress,
             (std::vector<std::string>{"3/of/7", "6/of/7", "7/of/7", "at once//"}));
   EXPECT_EQ(bench.app->status_bar(), "at once");
-}
-
-TEST(CheckUserCancel, RaisesTheCancelErrorOnEscape) {
-  test::TablesBench bench;
-  EXPECT_NO_THROW(CheckUserCancel(bench.session));
-  bench.environment->escape_at = bench.environment->checks + 1;
-  test::expect_cancelled([&] { CheckUserCancel(bench.session); });
 }
 
 TEST(BodyWriter, WritesBlockAfterBlock) {
@@ -101,22 +86,38 @@ TEST(BodyWriter, WritesBlockAfterBlock) {
   for (std::int32_t row = 1; row <= kRows; ++row) EXPECT_EQ(written.value(row, 1), host::CellValue(row));
 }
 
-TEST(TableWidthForChart, IsTheTablesWithinBounds) {
-  struct Case {
-    double column_width;  // of each of two columns, characters
-    double low, high;
-  };
-  for (const Case& c : {Case{22, 376, 376}, Case{39, 400, 440}, Case{60, 476, 476}}) {
-    test::TablesBench bench;
-    auto reports = bench.reports();
-    const auto sheet = reports.AddSheet("Widths");
-    const auto table = sheet->AddTable(1, 2, 1, 0, "", "");
-    table->SetColumns({2, layout::Column{.caption = "x", .width = c.column_width, .text = true}});
-    EXPECT_GE(TableWidthForChart(*table), c.low);
-    EXPECT_LE(TableWidthForChart(*table), c.high);
-    reports.workbook()->add_worksheet();
-    sheet->SheetWorksheet()->remove();
-    EXPECT_EQ(TableWidthForChart(*table), 400) << "what cannot be measured";
+TEST(FirstErrorCellIndex, CountsRowByRow) {
+  test::GraphBench bench;
+  const auto sheet = bench.workbook->AddSheet("Figures")->SheetWorksheet();
+  const auto range = sheet->range("B2:C4");
+  sheet->range("B2:C4")->set_value(1.0);
+  EXPECT_EQ(FirstErrorCellIndex(*range), 0);
+  sheet->range("C4")->set_value(host::CellError::kNA);
+  sheet->range("B3")->set_value(host::CellError::kDiv0);
+  EXPECT_EQ(FirstErrorCellIndex(*range), 3);
+  EXPECT_EQ(FirstErrorCellIndex(*range, 5, 6), 3) << "bounds do not limit the walk";
+}
+
+TEST(MessageChart, IsAPanelThatShowsItsTitleOnly) {
+  test::GraphBench bench;
+  const auto sheet = bench.workbook->AddSheet("Panel");
+  std::shared_ptr<layout::PointChart> made;
+  EXPECT_EQ(CreateMessageChart(*sheet, "Nothing to see", &made), 0);
+  ASSERT_TRUE(made);
+  const auto book = bench.book();
+  const office::ChartModel& chart = *book->sheets.front()->charts.front();
+  ASSERT_FALSE(chart.title.empty());
+  EXPECT_EQ(chart.title.front().text, "Nothing to see");
+  ASSERT_EQ(chart.series.size(), 1U);
+  EXPECT_EQ(chart.series.front()->marker.value().style, host::kXlNone);
+  EXPECT_FALSE(chart.has_legend);
+  EXPECT_EQ(chart.title_top, 130);
+  EXPECT_EQ(chart.plot.fill.value().color, 0x99FFFF);
+  EXPECT_EQ(chart.plot.border.value().color, 0x808080);
+  for (const office::AxisModel& axis : chart.axes[0]) {
+    EXPECT_EQ(axis.tick_labels, host::TickLabelPosition::kNone);
+    EXPECT_EQ(axis.line.value().line_style, host::kXlNone);
+    EXPECT_EQ(axis.major_tick_mark, host::kXlNone);
   }
 }
 

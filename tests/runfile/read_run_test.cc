@@ -20,145 +20,118 @@ using testing::HasSubstr;
 
 using host::CellError;
 
-// One change to the good run file, and what the reader says to it.
+// One change to a good run file, and what the reader says to it behind "a.run.".
 struct BadCase {
-  const char* what;
-  const char* from;
-  const char* to;
-  const char* complaint;
+  const char *from, *to, *complaint;
 };
 
+template <class Cases, class Change>
+void expect_complaints(const Cases& cases, const Change& complaint_of_change) {
+  for (const BadCase& bad : cases)
+    EXPECT_EQ(complaint_of_change(bad), std::string("a.run.") + bad.complaint) << bad.to;
+}
+
+const std::string kLongFormat = "\"base\": 10, \"numberFormat\": \"" + std::string(256, '0') + "\"";
+
 const BadCase kBadJson[] = {
-    {"a comma too many", "\"steps\": 1 }", "\"steps\": 1, }",
-     "a.run.json:3: column 105: syntax error while parsing object key - unexpected '}'; expected string "
-     "literal"},
-    {"a number beyond the processor's", "\"base\": 10", "\"base\": 1e999",
-     "a.run.json:2: column 93: number overflow parsing '1e999'"},
-    {"a field twice", "\"base\": 10", "\"base\": 10, \"base\": 11",
-     "a.run.json:inputs[0].base: this field stands twice"},
-    {"bytes of another encoding", "Price", "Pr\xE4ne",
-     "a.run.json:2: is not UTF-8 text (byte \\xE4); UTF-8 is expected"},
-    {"another format", "ordvane-run", "something",
-     "a.run.json:format: is \"something\"; \"ordvane-run\" is expected"},
-    {"a later version", "\"version\": 1", "\"version\": 2, \"new\": 3",
-     "a.run.json:version: is 2; 1 is expected"},
-    {"no version", "\"version\": 1, ", "",
-     "a.run.json: the field \"version\" is missing; is this a run file?"},
-    {"a misspelt field", "\"steps\": 1 ", "\"stepps\": 1 ",
-     "a.run.json:inputs[1].stepps: unknown field; is \"steps\" meant?"},
-    {"a field like no other", "\"cell\": \"B2\",",
-     "\"cell\": \"B2\", \"labels\": [ { \"zzzzzzzz\\u0007\": 1 } ],",
-     "a.run.json:outputs[1].labels[0].zzzzzzzz\\u0007: unknown field; known ones are cell, text"},
-    {"a missing field", ", \"steps\": 1 ", "", "a.run.json:inputs[1]: the field \"steps\" is missing"},
-    {"a list for a text", "\"Price\"", "[1]", "a.run.json:inputs[0].name: is a list; a text is expected"},
-    {"a number in the place of the marks", "\"base\": 10", "\"base\": -1e300",
-     "a.run.json:inputs[0].base: is -1e+300; a number between -1e300 and 1e300 is expected"},
-    {"a number for a switch", "\"base\": 10", "\"base\": 10, \"date\": 1",
-     "a.run.json:inputs[0].date: is 1; true or false is expected"},
-    {"no step", "\"steps\": 1 ", "\"steps\": 0 ",
-     "a.run.json:inputs[1].steps: is 0; a whole number from 1 to 32767 is expected"},
-    {"a step too many", "\"steps\": 1 ", "\"steps\": 32768 ",
-     "a.run.json:inputs[1].steps: is 32768; a whole number from 1 to 32767 is expected"},
-    {"no simulation", "\"simulations\": 1", "\"simulations\": 0",
-     "a.run.json:simulations: is 0; a whole number from 1 to 2147483647 is expected"},
-    {"a cell off the sheet", "\"C5\"", "\"XFE1\"",
-     "a.run.json:inputs[0].cell: is \"XFE1\"; a cell from A1 to XFD1048576 is expected"},
-    {"a cell of row 0", "\"C5\"", "\"C0\"",
-     "a.run.json:inputs[0].cell: is \"C0\"; a cell from A1 to XFD1048576 is expected"},
-    {"the same cell in another spelling", "\"C6\"", "\"$c$5\"",
-     "a.run.json:inputs[1].cell: is C5 on \"S 1\" of \"m.xlsx\", like that of inputs[0]"},
-    {"a range elsewhere", "\"base\": 10", "\"base\": 10, \"range\": \"D4:E6\"",
-     "a.run.json:inputs[0].range: is D4:E6, which does not hold the item's cell C5"},
-    {"a label in the item's cell", "\"base\": 10",
-     "\"base\": 10, \"labels\": [{\"cell\": \"$C5\", \"text\": \"\"}]",
-     "a.run.json:inputs[0].labels[0].cell: is C5, the item's own cell"},
-    {"a sheet name of 32 units in 16 characters", "\"S 2\"", "\"📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋\"",
-     "a.run.json:outputs[1].sheet: is \"📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋\", 32 characters long; at most 31 are possible"},
-    {"a sheet name that no sheet has", "\"S 2\"", "\"S[2\"",
-     "a.run.json:outputs[1].sheet: is \"S[2\"; a name without [ is expected"},
-    {"a sheet name in apostrophes", "\"S 2\"", "\"'S'\"",
-     "a.run.json:outputs[1].sheet: is \"'S'\"; a name without ' at its ends is expected"},
-    {"a character that no workbook holds", "Price", "Pr\\u0000ice",
-     "a.run.json:inputs[0].name: is \"Pr\\u0000ice\", which holds a character that no workbook can hold"},
-    {"a function of another formula", "\"=C5-3\"", "\"=C5-3\", \"function\": \"C7\"",
-     "a.run.json:outputs[0].function: is \"C7\", which is no part of the formula \"=C5-3\""},
-    {"automatic against the formula", "\"base\": 10",
-     "\"base\": 10, \"formula\": \"10\", \"automatic\": true",
-     "a.run.json:inputs[0].automatic: is true, but the input's function is not DralAuto"},
-    {"a range upside down", "\"base\": 10", "\"base\": 10, \"low\": 3, \"high\": 2",
-     "a.run.json:inputs[0].low: is 3, above the field \"high\", which is 2"},
-    {"half an output range", "\"base\": 7", "\"base\": 7, \"rangeIndex\": 2",
-     "a.run.json:outputs[0]: the fields \"rangeName\" and \"rangeIndex\" are expected together"},
-    {"a CSV file elsewhere", "\"a.run.csv\"", "\"x/../../a.run.csv\"",
-     "a.run.json:recalculations: is \"x/../../a.run.csv\"; the name of a CSV file beside the run file, such "
-     "as "
+    {"\"base\": 10", "\"base\": 1e999", "json:2: column 93: number overflow parsing '1e999'"},
+    {"\"base\": 10", "\"base\": 10, \"base\": 11", "json:inputs[0].base: this field stands twice"},
+    {"Price", "Pr\xE4ne", "json:2: is not UTF-8 text (byte \\xE4); UTF-8 is expected"},
+    {"ordvane-run", "something", "json:format: is \"something\"; \"ordvane-run\" is expected"},
+    {"\"version\": 1", "\"version\": 2, \"new\": 3", "json:version: is 2; 1 is expected"},
+    {"\"version\": 1, ", "", "json: the field \"version\" is missing; is this a run file?"},
+    {"\"cell\": \"B2\",", "\"cell\": \"B2\", \"labels\": [ { \"zzzzzzzz\\u0007\": 1 } ],",
+     "json:outputs[1].labels[0].zzzzzzzz\\u0007: unknown field; known ones are cell, text"},
+    {", \"steps\": 1 ", "", "json:inputs[1]: the field \"steps\" is missing"},
+    {"\"Price\"", "[1]", "json:inputs[0].name: is a list; a text is expected"},
+    {"\"base\": 10", "\"base\": -1e300",
+     "json:inputs[0].base: is -1e+300; a number between -1e300 and 1e300 is expected"},
+    {"\"base\": 10", kLongFormat.c_str(),
+     "json:inputs[0].numberFormat: is \"0000000000000000000000000000000000000000...\", 256 characters long; "
+     "at "
+     "most 255 are possible"},
+    {"\"base\": 10", "\"base\": 10, \"date\": 1", "json:inputs[0].date: is 1; true or false is expected"},
+    {"\"steps\": 1 ", "\"steps\": 32768 ",
+     "json:inputs[1].steps: is 32768; a whole number from 1 to 32767 is expected"},
+    {"\"simulations\": 1", "\"simulations\": 0",
+     "json:simulations: is 0; a whole number from 1 to 2147483647 is expected"},
+    {"\"C5\"", "\"XFE1\"", "json:inputs[0].cell: is \"XFE1\"; a cell from A1 to XFD1048576 is expected"},
+    {"\"C6\"", "\"$c$5\"", "json:inputs[1].cell: is C5 on \"S 1\" of \"m.xlsx\", like that of inputs[0]"},
+    {"\"base\": 10", "\"base\": 10, \"range\": \"D4:E6\"",
+     "json:inputs[0].range: is D4:E6, which does not hold the item's cell C5"},
+    {"\"base\": 10", "\"base\": 10, \"labels\": [{\"cell\": \"$C5\", \"text\": \"\"}]",
+     "json:inputs[0].labels[0].cell: is C5, the item's own cell"},
+    {"\"S 2\"", "\"📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋\"",
+     "json:outputs[1].sheet: is \"📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋📋\", 32 characters long; at most 31 are possible"},
+    {"\"S 2\"", "\"S[2\"", "json:outputs[1].sheet: is \"S[2\"; a name without [ is expected"},
+    {"\"S 2\"", "\"'S'\"", "json:outputs[1].sheet: is \"'S'\"; a name without ' at its ends is expected"},
+    {"Price", "Pr\\u0000ice",
+     "json:inputs[0].name: is \"Pr\\u0000ice\", which holds a character that no workbook can hold"},
+    {"\"=C5-3\"", "\"=C5-3\", \"function\": \"C7\"",
+     "json:outputs[0].function: is \"C7\", which is no part of the formula \"=C5-3\""},
+    {"\"base\": 10", "\"base\": 10, \"formula\": \"10\", \"automatic\": true",
+     "json:inputs[0].automatic: is true, but the input's function is not DralAuto"},
+    {"\"base\": 10", "\"base\": 10, \"low\": 3, \"high\": 2",
+     "json:inputs[0].low: is 3, above the field \"high\", which is 2"},
+    {"\"base\": 7", "\"base\": 7, \"rangeIndex\": 2",
+     "json:outputs[0]: the fields \"rangeName\" and \"rangeIndex\" are expected together"},
+    {"\"a.run.csv\"", "\"x/../../a.run.csv\"",
+     "json:recalculations: is \"x/../../a.run.csv\"; the name of a CSV file beside the run file, such as "
      "model.run.csv, is expected"},
-    {"a CSV file that is not there", "\"a.run.csv\"", "\"b.run.csv\"",
-     "b.run.csv: cannot be read: No such file or directory"},
-    {"a row too few", "\"a.run.csv\"", "[[1,1,1,8,5,5],[1,1,2,12,9,5]]",
-     "a.run.json:recalculations: has 2 rows; 3 rows are expected (1 simulation of 3 recalculations)"},
-    {"rows out of order", "\"a.run.csv\"", "[[1,1,1,8,5,5],[1,2,1,0.25,7,null],[1,1,2,12,9,5]]",
-     "a.run.json:recalculations[1][1]: the input is 2; 1 is expected (rows go by simulation, input and "
-     "step)"},
-    {"a text for an input's value", "\"a.run.csv\"", "[[1,1,1,\"8\",5,5],[1,1,2,12,9,5],[1,2,1,0.25,7,null]]",
-     "a.run.json:recalculations[0][3]: is \"8\"; a number or null is expected"},
-    {"more rows than memory", "\"simulations\": 1", "\"simulations\": 2000000000",
-     "a.run.csv: the file is too short: 6000000000 rows are expected (2000000000 simulations of 3 "
-     "recalculations)"},
+    {"\"a.run.csv\"", "[[1,1,1,8,5,5],[1,1,2,12,9,5]]",
+     "json:recalculations: has 2 rows; 3 rows are expected (1 simulation of 3 recalculations)"},
+    {"\"a.run.csv\"", "[[1,1,1,8,5,5],[1,2,1,0.25,7,null],[1,1,2,12,9,5]]",
+     "json:recalculations[1][1]: the input is 2; 1 is expected (rows go by simulation, input and step)"},
+    {"\"a.run.csv\"", "[[1,1,1,\"8\",5,5],[1,1,2,12,9,5],[1,2,1,0.25,7,null]]",
+     "json:recalculations[0][3]: is \"8\"; a number or null is expected"},
+    {"\"simulations\": 1", "\"simulations\": 2000000000",
+     "csv: the file is too short: 6000000000 rows are expected (2000000000 simulations of 3 recalculations)"},
 };
 
 TEST(ReadRun, PlacesMistakesOfTheRunFile) {
   const RunFolder folder;
   ASSERT_EQ(folder.complaint(kJson, kCsv), "");
-  for (const BadCase& bad : kBadJson)
-    EXPECT_EQ(folder.complaint(with(kJson, bad.from, bad.to), kCsv), bad.complaint) << bad.what;
+  expect_complaints(
+      kBadJson, [&](const BadCase& bad) { return folder.complaint(with(kJson, bad.from, bad.to), kCsv); });
   const std::string upper = with(kJson, "\"S 1\", \"cell\": \"C5\"", "\"\u00C4rzte\", \"cell\": \"C5\"");
   EXPECT_EQ(
       folder.complaint(with(upper, "\"S 1\", \"cell\": \"C6\"", "\"\u00E4rzte\", \"cell\": \"C5\""), kCsv),
       "a.run.json:inputs[1].cell: is C5 on \"\u00E4rzte\" of \"m.xlsx\", like that of inputs[0]");
   EXPECT_EQ(folder.complaint("\xEF\xBB\xBF \n", kCsv), "a.run.json: is empty; a run file is expected");
+  EXPECT_EQ(folder.complaint(with(kJson, "\"a.run.csv\"", "\"b.run.csv\""), kCsv),
+            "b.run.csv: cannot be read: No such file or directory");
   EXPECT_EQ(folder.complaint("[]", kCsv), "a.run.json: is a list; an object { ... } is expected");
 }
 
 const BadCase kBadCsv[] = {
-    {"another column name", "step,", "steps,",
-     "a.run.csv:1: column step: is named \"steps\"; step is expected"},
-    {"a column too few", ",output2", "",
-     "a.run.csv:1: 5 fields; 6 are expected (simulation, input, step, value and 2 outputs)"},
-    {"UTF-16", "simulation", "\xFF\xFEs", "a.run.csv:1: is UTF-16 text; UTF-8 is expected"},
-    {"an empty line", "1,1,2", "\n1,1,2",
-     "a.run.csv:3: an empty line; 6 fields are expected (simulation, input, step, value and 2 outputs)"},
-    {"a step left out", "1,1,2", "1,1,3",
-     "a.run.csv:3: column step: is \"3\"; 2 is expected (rows go by simulation, input and step)"},
-    {"a text for a value", "0.25", "nan",
-     "a.run.csv:4: column value: is \"nan\"; a number or an empty field is expected"},
-    {"a number too large", "#NUM!", "1e999",
-     "a.run.csv:2: column output2: is \"1e999\"; a number between -1e300 and 1e300 is expected"},
-    {"a number in the place of the errors", "#NUM!", "-2.036e305",
-     "a.run.csv:2: column output2: is \"-2.036e305\"; a number between -1e300 and 1e300 is expected"},
-    {"a result of another encoding", "#NUM!",
+    {"step,", "steps,", "csv:1: column step: is named \"steps\"; step is expected"},
+    {",output2", "", "csv:1: 5 fields; 6 are expected (simulation, input, step, value and 2 outputs)"},
+    {"simulation", "\xFF\xFEs", "csv:1: is UTF-16 text; UTF-8 is expected"},
+    {"1,1,2", "\n1,1,2",
+     "csv:3: an empty line; 6 fields are expected (simulation, input, step, value and 2 outputs)"},
+    {"0.25", "nan", "csv:4: column value: is \"nan\"; a number or an empty field is expected"},
+    {"#NUM!", "1e999", "csv:2: column output2: is \"1e999\"; a number between -1e300 and 1e300 is expected"},
+    {"#NUM!", "-2.036e305",
+     "csv:2: column output2: is \"-2.036e305\"; a number between -1e300 and 1e300 is expected"},
+    {"#NUM!",
      "\xDC"
      "ber",
-     "a.run.csv:2: column output2: is \"\\xDCber\", which is not UTF-8 text"},
-    {"text behind a quote", "\"Over, 25\"", "\"Over\"25",
-     "a.run.csv:3: column output2: has text behind the closing quote of \"Over\""},
-    {"a quote that is never closed", "\"Over, 25\"", "\"Over, 25",
-     "a.run.csv:3: column output2: starts a quoted text that is never closed"},
-    {"a quote closed on another line", "1,1,1,8,5,#NUM!", "1,1,1,8,\"5,#NUM!",
-     "a.run.csv:2: column output1: has text behind the closing quote of \"5,#NUM!\\n1,1,2,12,9,\""},
-    {"stray quotes", "1,1,1,8,5,#NUM!\n1,1,2,12,9,\"Over, 25\"", "1,1,1,8,5\",#NUM!\n1,1,2,12,9,6\"",
-     "a.run.csv:2: 5 fields; 6 are expected (simulation, input, step, value and 2 outputs); a quoted text "
-     "goes on to line 3"},
-    {"a row too many", "1,2,1,0.25,7,\n", "1,2,1,0.25,7,\n\n1,2,2,0.3,7,\n",
-     "a.run.csv:6: a row too many; 3 rows are expected (1 simulation of 3 recalculations)"},
-    {"a row too few", "1,2,1,0.25,7,\n", "",
-     "a.run.csv:3: the file ends after 2 rows; 3 rows are expected (1 simulation of 3 recalculations)"},
+     "csv:2: column output2: is \"\\xDCber\", which is not UTF-8 text"},
+    {"\"Over, 25\"", "\"Over\"25", "csv:3: column output2: has text behind the closing quote of \"Over\""},
+    {"\"Over, 25\"", "\"Over, 25", "csv:3: column output2: starts a quoted text that is never closed"},
+    {"1,1,1,8,5,#NUM!", "1,1,1,8,\"5,#NUM!",
+     "csv:2: column output1: has text behind the closing quote of \"5,#NUM!\\n1,1,2,12,9,\""},
+    {"1,1,1,8,5,#NUM!\n1,1,2,12,9,\"Over, 25\"", "1,1,1,8,5\",#NUM!\n1,1,2,12,9,6\"",
+     "csv:2: 5 fields; 6 are expected (simulation, input, step, value and 2 outputs); a quoted text goes on "
+     "to line 3"},
+    {"1,2,1,0.25,7,\n", "1,2,1,0.25,7,\n\n1,2,2,0.3,7,\n",
+     "csv:6: a row too many; 3 rows are expected (1 simulation of 3 recalculations)"},
 };
 
 TEST(ReadRun, PlacesMistakesOfTheCsvFile) {
   const RunFolder folder;
-  for (const BadCase& bad : kBadCsv)
-    EXPECT_EQ(folder.complaint(kJson, with(kCsv, bad.from, bad.to)), bad.complaint) << bad.what;
+  expect_complaints(
+      kBadCsv, [&](const BadCase& bad) { return folder.complaint(kJson, with(kCsv, bad.from, bad.to)); });
   EXPECT_EQ(folder.complaint(kJson, ""), "a.run.csv: is empty; a line of column names is expected");
 }
 
@@ -353,48 +326,43 @@ TEST(ReadRun, PlacesMistakesOfGroups) {
   const std::string second = R"({ "members": [1, 2, 3], "steps": 1 })";
   const std::string both = R"([ { "members": [3, 1], "steps": [2, 3] }, )" + second + " ]";
   const BadCase kJsonCases[] = {
-      {"a position beyond the inputs", "[3, 1]", "[3, 5]",
-       "a.run.json:groups[0].members[1]: is 5; a position of an input, 1 to 4, is expected"},
-      {"a member twice", "[3, 1]", "[3, 3]",
-       "a.run.json:groups[0].members[1]: is 3, which is a member already"},
-      {"a member whose values are not kept", "[3, 1]", "[3, 4]",
-       "a.run.json:groups[0].members[1]: is 4, an input without saved samples"},
-      {"a group of one", "[3, 1]", "[3]",
-       "a.run.json:groups[0].members: has 1 element; 2 to 32 are expected"},
-      {"steps for fewer members", "[2, 3] }", "[2, 3, 4] }",
-       "a.run.json:groups[0].steps: has 3 elements for 2 members; one each, or one number for all, is "
-       "expected"},
-      {"combinations beyond 32 bits", "\"steps\": 1 } ]", "\"steps\": 2000 } ]",
-       "a.run.json:groups[1]: has more combinations of steps than can be counted: at most 2147483647 are "
-       "possible"},
-      {"groups without values", ",\n \"groupRecalculations\": \"a.run.csv\"", "",
-       "a.run.json: the field \"groupRecalculations\" is missing; the groups need it"},
-      {"no groups", both.c_str(), "[]", "a.run.json:groups: is empty; a list of groups is expected"},
-      {"a size that the run does not have", both.c_str(), "{ \"size\": 4, \"steps\": 1 }",
-       "a.run.json:groups.size: is 4; the run has 3 inputs with saved samples"},
-      {"the same members again", "[1, 2, 3]", "[3, 1]",
-       "a.run.json:groups[1].members: are those of the group before; one group with all steps is expected"},
-      {"a misspelt field", second.c_str(), R"({ "member": [1, 2, 3], "steps": 1 })",
-       "a.run.json:groups[1].member: unknown field; is \"members\" meant?"},
+      {"[3, 1]", "[3, 5]", "json:groups[0].members[1]: is 5; a position of an input, 1 to 4, is expected"},
+      {"[3, 1]", "[3, 3]", "json:groups[0].members[1]: is 3, which is a member already"},
+      {"[3, 1]", "[3, 4]", "json:groups[0].members[1]: is 4, an input without saved samples"},
+      {"[3, 1]", "[3]", "json:groups[0].members: has 1 element; 2 to 32 are expected"},
+      {"[2, 3] }", "[2, 3, 4] }",
+       "json:groups[0].steps: has 3 elements for 2 members; one each, or one number for all, is expected"},
+      {"\"steps\": 1 } ]", "\"steps\": 2000 } ]",
+       "json:groups[1]: has more combinations of steps than can be counted: at most 2147483647 are possible"},
+      {",\n \"groupRecalculations\": \"a.run.csv\"", "",
+       "json: the field \"groupRecalculations\" is missing; the groups need it"},
+      {both.c_str(), "[]", "json:groups: is empty; a list of groups is expected"},
+      {both.c_str(), "{ \"size\": 4, \"steps\": 1 }",
+       "json:groups.size: is 4; the run has 3 inputs with saved samples"},
+      {"[1, 2, 3]", "[3, 1]",
+       "json:groups[1].members: are those of the group before; one group with all steps is expected"},
+      {second.c_str(), R"({ "member": [1, 2, 3], "steps": 1 })",
+       "json:groups[1].member: unknown field; is \"members\" meant?"},
   };
-  for (const BadCase& bad : kJsonCases)
-    EXPECT_EQ(folder.complaint(with(kGroupJson, bad.from, bad.to), kGroupCsv), bad.complaint) << bad.what;
+  expect_complaints(kJsonCases, [&](const BadCase& bad) {
+    return folder.complaint(with(kGroupJson, bad.from, bad.to), kGroupCsv);
+  });
   const BadCase kCsvCases[] = {
-      {"a combination out of order", "1,1,4,", "1,1,5,",
-       "a.run.csv:5: column combination: is \"5\"; 4 is expected (rows go by simulation, group and "
-       "combination)"},
-      {"a member that changes at one step", "31,11,", "31,11.5,",
-       "a.run.csv:6: column value2: is 11.5; 11, as in the rows before at this step, is expected"},
-      {"a value for no member", "30,12,,", "30,12,1,",
-       "a.run.csv:4: column value3: is \"1\"; an empty field is expected (the group has fewer members)"},
-      {"a row too few", "1,2,1,5,6,7,18\n", "",
-       "a.run.csv:7: the file ends after 6 rows; 7 rows are expected (1 simulation of 7 recalculations)"},
-      {"a field too few", "6,7,18", "6,7",
-       "a.run.csv:8: 6 fields; 7 are expected (simulation, group, combination, value1, value2, value3 and 1 "
+      {"1,1,4,", "1,1,5,",
+       "csv:5: column combination: is \"5\"; 4 is expected (rows go by simulation, group and combination)"},
+      {"31,11,", "31,11.5,",
+       "csv:6: column value2: is 11.5; 11, as in the rows before at this step, is expected"},
+      {"30,12,,", "30,12,1,",
+       "csv:4: column value3: is \"1\"; an empty field is expected (the group has fewer members)"},
+      {"1,2,1,5,6,7,18\n", "",
+       "csv:7: the file ends after 6 rows; 7 rows are expected (1 simulation of 7 recalculations)"},
+      {"6,7,18", "6,7",
+       "csv:8: 6 fields; 7 are expected (simulation, group, combination, value1, value2, value3 and 1 "
        "output)"},
   };
-  for (const BadCase& bad : kCsvCases)
-    EXPECT_EQ(folder.complaint(kGroupJson, with(kGroupCsv, bad.from, bad.to)), bad.complaint) << bad.what;
+  expect_complaints(kCsvCases, [&](const BadCase& bad) {
+    return folder.complaint(kGroupJson, with(kGroupCsv, bad.from, bad.to));
+  });
 
   // Groups beyond 32 bits: 16 of 40 inputs.
   std::string inputs;

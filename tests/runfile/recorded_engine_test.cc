@@ -251,15 +251,6 @@ TEST(RecordedEngine, TellsWhatIsNoNumber) {
   }
 }
 
-TEST(RecordedEngine, KeepsTheSamplingTypeThatIsSet) {
-  const auto run = make_run();
-  const auto engine = make_recorded_engine(run);
-  EXPECT_EQ(engine->DRL4_GetSamplingType(kHandle), 3);
-  EXPECT_EQ(engine->DRL4_SetSamplingType(kHandle, 0), 0);
-  EXPECT_EQ(engine->DRL4_GetSamplingType(kHandle), 0);
-  EXPECT_EQ(run->sampling_type, 3) << "the run itself stays as recorded";
-}
-
 TEST(RecordedEngine, ReleasesEachContextOnceByItsOwnWords) {
   const auto engine = make_recorded_engine(make_run());
   engine::EngineContext first, second;

@@ -46,7 +46,6 @@ struct Recorder {
                                                    const Reports::TornadoStyle& style) {
       tornado(a, output, ranking);
       styles.push_back(style);
-      range_mode = a.range_mode;
     };
     r.output_detail = [this](const Reports::Context&, std::int32_t output) {
       calls.push_back("detail " + std::to_string(output));
@@ -68,8 +67,15 @@ struct Recorder {
   }
 
   std::vector<Reports::TornadoStyle> styles;
-  model::OrdvaneRangeMode range_mode = model::OrdvaneRangeCellMode;
   std::int32_t by_input_result = 0;
+};
+
+// A run, and its reports recorded in place of being made.
+struct Recorded : Bench {
+  explicit Recorded(const RunShape& shape = {}) : Bench(shape) { reports.Initialize(application, 1); }
+
+  Recorder recorder;
+  OrdvaneReports reports{services, recorder.reports()};
 };
 
 TEST(Settings, StartAsTheirHostsExpect) {
@@ -133,30 +139,28 @@ TEST(Session, HasNoTextsBeforeInitialize) {
 }
 
 TEST(Pipeline, SingleSimulationRanksAndReportsInOrder) {
-  Bench bench;
-  Recorder recorder;
-  OrdvaneReports reports(bench.services, recorder.reports());
-  reports.Initialize(bench.application, 1);
-  reports.set_TornadoGraphs(true);
-  reports.set_SpiderGraphs(true);
-  reports.set_SensitivityGraphs(true);
-  reports.set_OutputDetailReport(true);
-  reports.set_SummaryReport(true);  // also asks for the detail by input
-  reports.set_MultiWayReport(true);
-  reports.MaxInputsPerGraph = 2;
-  EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
-  EXPECT_FALSE(reports.report_error());
-  EXPECT_THAT(recorder.calls, ElementsAre("tornado 1 run 1/1", "spider 1 run 1/1", "sensitivity 1 run 1/1",
-                                          "tornado 2 run 1/1", "spider 2 run 1/1", "sensitivity 2 run 1/1",
-                                          "detail 1", "detail 2", "by input", "multi-way"));
+  Recorded bench;
+  bench.reports.set_TornadoGraphs(true);
+  bench.reports.set_SpiderGraphs(true);
+  bench.reports.set_SensitivityGraphs(true);
+  bench.reports.set_OutputDetailReport(true);
+  bench.reports.set_SummaryReport(true);  // also asks for the detail by input
+  bench.reports.set_MultiWayReport(true);
+  bench.reports.MaxInputsPerGraph = 2;
+  EXPECT_EQ(bench.reports.GenerateReports(bench.all_outputs()), 0);
+  EXPECT_FALSE(bench.reports.report_error());
+  EXPECT_THAT(bench.recorder.calls,
+              ElementsAre("tornado 1 run 1/1", "spider 1 run 1/1", "sensitivity 1 run 1/1",
+                          "tornado 2 run 1/1", "spider 2 run 1/1", "sensitivity 2 run 1/1", "detail 1",
+                          "detail 2", "by input", "multi-way"));
   // Output 1 by change, output 2 (base 0) by value; equal swings in the order of the model.
-  EXPECT_THAT(recorder.swings[0],
+  EXPECT_THAT(bench.recorder.swings[0],
               ElementsAre(testing::DoubleEq(0.1), testing::DoubleEq(0.06), testing::DoubleEq(0.02)));
-  EXPECT_THAT(recorder.swings[3], ElementsAre(4, 4, 0));
-  EXPECT_THAT(recorder.limits, testing::Each(2));
-  EXPECT_EQ(recorder.styles[0].base_value, 100);
-  EXPECT_EQ(recorder.styles[0].base_label, "Base value");
-  EXPECT_THAT(bench.sheet_names(reports), ElementsAre("Summary"));
+  EXPECT_THAT(bench.recorder.swings[3], ElementsAre(4, 4, 0));
+  EXPECT_THAT(bench.recorder.limits, testing::Each(2));
+  EXPECT_EQ(bench.recorder.styles[0].base_value, 100);
+  EXPECT_EQ(bench.recorder.styles[0].base_label, "Base value");
+  EXPECT_THAT(bench.sheet_names(bench.reports), ElementsAre("Summary"));
   EXPECT_THAT(bench.environment->lines, Contains("OrdvaneReports.GenerateReports Exit"));
   EXPECT_THAT(bench.environment->lines,
               Contains("OrdvaneReports.GenerateReports InputCount: 2   OutputRank: 1   OutputMaxValue: 105   "
@@ -184,17 +188,14 @@ TEST(Pipeline, ThresholdCutsByRankAndLeavesOutputsUnreported) {
     RunShape shape;
     shape.effects[0] = {1, 4,
                         -3};  // swings 0.02, 0.08, 0.06, exactly representable as differences of results
-    Bench bench(shape);
-    Recorder recorder;
-    OrdvaneReports reports(bench.services, recorder.reports());
-    reports.Initialize(bench.application, 1);
-    reports.set_TornadoGraphs(true);
-    reports.OnlyInputsOverThreshold = true;
-    reports.InputsChangeThreshold = c.threshold;
-    reports.MaxInputsPerGraph = c.most_inputs;
-    reports.GenerateReports(bench.all_outputs());
-    EXPECT_EQ(recorder.limits, c.limits) << c.what;
-    EXPECT_EQ(bench.sheet_names(reports), c.sheets) << c.what;
+    Recorded bench(shape);
+    bench.reports.set_TornadoGraphs(true);
+    bench.reports.OnlyInputsOverThreshold = true;
+    bench.reports.InputsChangeThreshold = c.threshold;
+    bench.reports.MaxInputsPerGraph = c.most_inputs;
+    bench.reports.GenerateReports(bench.all_outputs());
+    EXPECT_EQ(bench.recorder.limits, c.limits) << c.what;
+    EXPECT_EQ(bench.sheet_names(bench.reports), c.sheets) << c.what;
   }
 }
 
@@ -217,7 +218,7 @@ TEST(Pipeline, SeveralSimulationsFollowTheSettings) {
     std::vector<std::string> sheets;
     std::vector<double> without_graph;  // of each run's summary
   } cases[] = {
-      {"all inputs", 0, 32, {3, 3, 3, 3}, {"Summary", "Summary (2)"}, {0, 0}},
+      {"all inputs, without a base line", 0, 32, {3, 3, 3, 3}, {"Summary", "Summary (2)"}, {0, 0}},
       {"one input a graph", 0, 1, {1, 1, 1, 1}, {"Summary", "Summary (2)"}, {0, 0}},
       {"the second run moves twice as much",
        0.11,
@@ -237,70 +238,33 @@ TEST(Pipeline, SeveralSimulationsFollowTheSettings) {
     RunShape shape;
     shape.simulations = 2;
     shape.groups = true;
-    Bench bench(shape);
-    Recorder recorder;
-    OrdvaneReports reports(bench.services, recorder.reports());
-    reports.Initialize(bench.application, 1);
-    reports.set_TornadoGraphs(true);
-    reports.set_MultiWayReport(true);
-    reports.set_BarColor(0x102030);
-    reports.set_BaselineColor(0x405060);
-    reports.OnlyInputsOverThreshold = true;
-    reports.InputsChangeThreshold = c.threshold;
-    reports.MaxInputsPerGraph = c.most_inputs;
-    EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
-    EXPECT_EQ(recorder.limits, c.limits);
-    EXPECT_EQ(bench.sheet_names(reports), c.sheets);
+    Recorded bench(shape);
+    bench.reports.set_TornadoGraphs(true);
+    bench.reports.set_MultiWayReport(true);
+    const bool with_base_line = &c != cases;
+    bench.reports.set_IncludeBaseline(with_base_line);
+    bench.reports.set_BarColor(0x102030);
+    bench.reports.set_BaselineColor(0x405060);
+    bench.reports.OnlyInputsOverThreshold = true;
+    bench.reports.InputsChangeThreshold = c.threshold;
+    bench.reports.MaxInputsPerGraph = c.most_inputs;
+    EXPECT_EQ(bench.reports.GenerateReports(bench.all_outputs()), 0);
+    EXPECT_EQ(bench.recorder.limits, c.limits);
+    EXPECT_EQ(bench.sheet_names(bench.reports), c.sheets);
     for (std::size_t run = 0; run < 2; ++run) {
-      const auto summary = reports.report_workbook()->worksheet(run == 0 ? "Summary" : "Summary (2)");
+      const auto summary = bench.reports.report_workbook()->worksheet(run == 0 ? "Summary" : "Summary (2)");
       EXPECT_EQ(beside(*summary, "Outputs without a graph"), host::CellValue(c.without_graph[run]));
     }
-    ASSERT_EQ(recorder.styles.size(), c.limits.size() + 4);  // and the tornados of the groups
-    for (const auto& style : recorder.styles) {
-      EXPECT_THAT(style.base_value, testing::AnyOf(100, 0));
+    ASSERT_EQ(bench.recorder.styles.size(), c.limits.size() + 4);  // and the tornados of the groups
+    for (const auto& style : bench.recorder.styles) {
+      if (with_base_line)
+        EXPECT_THAT(style.base_value, testing::AnyOf(100, 0));
+      else
+        EXPECT_EQ(style.base_value, host::kNoBaseValue);
       EXPECT_EQ(style.base_label, "Base value");
       EXPECT_EQ(style.bar_color, 0x102030);
       EXPECT_EQ(style.baseline_color, 0x405060);
     }
-  }
-}
-
-TEST(Pipeline, SeveralSimulationsHaveSwingsAndTextsOfTheirOwn) {
-  RunShape shape;
-  shape.simulations = 2;
-  shape.output_bases = {100};
-  shape.effects = {{1, 5, -3}};
-  Bench bench(shape);
-  Recorder recorder;
-  OrdvaneReports reports(bench.services, recorder.reports());
-  reports.Initialize(bench.application, 1);
-  reports.set_TornadoGraphs(true);
-  reports.set_DetailByInput(true);
-  reports.MaxInputsPerGraph = 32;
-  recorder.by_input_result = 1;  // ends a single run only
-  EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
-  EXPECT_THAT(recorder.calls, ElementsAre("tornado 1 run 1/2", "by input", "tornado 1 run 2/2", "by input"));
-  using testing::DoubleEq;
-  EXPECT_THAT(recorder.swings, ElementsAre(ElementsAre(DoubleEq(0.1), DoubleEq(0.06), DoubleEq(0.02)),
-                                           ElementsAre(DoubleEq(0.2), DoubleEq(0.12), DoubleEq(0.04))));
-  EXPECT_THAT(bench.environment->progress, Contains("Drawing the tornado graph of a run").Times(2));
-}
-
-TEST(Pipeline, NoBaseLineWhenItIsNotWanted) {
-  for (const std::int32_t simulations : {1, 2}) {
-    RunShape shape;
-    shape.simulations = simulations;
-    shape.groups = true;
-    Bench bench(shape);
-    Recorder recorder;
-    OrdvaneReports reports(bench.services, recorder.reports());
-    reports.Initialize(bench.application, 1);
-    reports.set_TornadoGraphs(true);
-    reports.set_MultiWayReport(true);
-    reports.set_IncludeBaseline(false);
-    reports.GenerateReports(bench.all_outputs());
-    EXPECT_EQ(recorder.styles.size(), static_cast<std::size_t>(4 * simulations));
-    for (const auto& style : recorder.styles) EXPECT_EQ(style.base_value, host::kNoBaseValue);
   }
 }
 
@@ -316,50 +280,47 @@ TEST(Pipeline, UnknownOutputsAreNamedAndTheOthersReported) {
       {{-1, 0, 2}, {"detail 1"}, "-1, 2"},
   };
   for (const auto& c : cases) {
-    Bench bench;
-    Recorder recorder;
-    OrdvaneReports reports(bench.services, recorder.reports());
-    reports.Initialize(bench.application, 1);
-    reports.set_TornadoGraphs(true);
-    reports.set_OutputDetailReport(true);
-    reports.OnlyInputsOverThreshold = true;  // output 1 has no graph
-    reports.InputsChangeThreshold = 10;
-    EXPECT_EQ(reports.GenerateReports(c.selected), 0);
-    EXPECT_EQ(recorder.calls, c.calls);
-    const auto missing = reports.report_workbook()->worksheet("Outputs not shown")->range("A1:A20")->values();
+    Recorded bench;
+    bench.reports.set_TornadoGraphs(true);
+    bench.reports.set_OutputDetailReport(true);
+    bench.reports.OnlyInputsOverThreshold = true;  // output 1 has no graph
+    bench.reports.InputsChangeThreshold = 10;
+    EXPECT_EQ(bench.reports.GenerateReports(c.selected), 0);
+    EXPECT_EQ(bench.recorder.calls, c.calls);
+    const auto missing =
+        bench.reports.report_workbook()->worksheet("Outputs not shown")->range("A1:A20")->values();
     int listed = 0;
     for (std::int32_t row = 1; row <= 20; ++row)
       listed += missing.value(row, 1) == host::CellValue("Output 1 (C2)") ? 1 : 0;
     EXPECT_EQ(listed, 1);
-    const auto summary = reports.report_workbook()->worksheet("Summary");
+    const auto summary = bench.reports.report_workbook()->worksheet("Summary");
     EXPECT_EQ(beside(*summary, "Outputs selected"),
               host::CellValue(static_cast<double>(c.calls.size() / 2 + 1)));
     EXPECT_EQ(beside(*summary, "Outputs without a graph"), host::CellValue(1.0));
     EXPECT_THAT(bench.environment->lines, Contains("OrdvaneReports.GenerateReports Exit"));
-    ASSERT_EQ(reports.report_error().has_value(), c.named != nullptr);
+    ASSERT_EQ(bench.reports.report_error().has_value(), c.named != nullptr);
     if (!c.named) continue;
     const std::string text =
         bench.services->session.text(text_id::kMessageUnknownOutputs, std::string(c.named));
-    EXPECT_EQ(reports.report_error()->description(), text);
-    EXPECT_EQ(reports.report_error()->code(), host::errc::kSubscriptOutOfRange);
+    EXPECT_EQ(bench.reports.report_error()->description(), text);
+    EXPECT_EQ(bench.reports.report_error()->code(), host::errc::kSubscriptOutOfRange);
     EXPECT_THAT(bench.environment->lines, Contains(HasSubstr(text)));
     EXPECT_THAT(bench.environment->messages, ElementsAre("Ordvane: " + text));
   }
 }
 
 TEST(Pipeline, CallsShareAWorkbookWhenAllResultsGoIntoOne) {
-  struct Case {
+  const struct {
     const char* what;
     bool single, overwrite, initialized_again;
     std::vector<std::string> first, second;  // sheets of each call's workbook, after both calls
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"each its own", false, false, false, {"Summary"}, {"Summary"}},
       {"one for all", true, false, false, {"Summary", "Summary (2)"}, {"Summary", "Summary (2)"}},
       {"the later result stays", true, true, false, {"Summary"}, {"Summary"}},
       {"a new one after Terminate", true, false, true, {"Summary"}, {"Summary"}},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     SCOPED_TRACE(c.what);
     Bench bench;
     OrdvaneReports reports(bench.services);
@@ -399,19 +360,16 @@ TEST(Pipeline, SwitchesWorkOneByOneAndTogether) {
       RunShape shape;
       shape.simulations = simulations;
       shape.groups = true;
-      Bench bench(shape);
-      Recorder recorder;
-      OrdvaneReports reports(bench.services, recorder.reports());
-      reports.Initialize(bench.application, 1);
-      reports.MaxInputsPerGraph = 3;
-      reports.set_TornadoGraphs(wanted(0));
-      reports.set_SpiderGraphs(wanted(1));
-      reports.set_SensitivityGraphs(wanted(2));
-      reports.set_OutputDetailReport(wanted(3));
-      reports.set_SummaryReport(wanted(4));
-      reports.set_DetailByInput(wanted(5));
-      reports.set_MultiWayReport(wanted(6));
-      EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
+      Recorded bench(shape);
+      bench.reports.MaxInputsPerGraph = 3;
+      bench.reports.set_TornadoGraphs(wanted(0));
+      bench.reports.set_SpiderGraphs(wanted(1));
+      bench.reports.set_SensitivityGraphs(wanted(2));
+      bench.reports.set_OutputDetailReport(wanted(3));
+      bench.reports.set_SummaryReport(wanted(4));
+      bench.reports.set_DetailByInput(wanted(5));
+      bench.reports.set_MultiWayReport(wanted(6));
+      EXPECT_EQ(bench.reports.GenerateReports(bench.all_outputs()), 0);
 
       std::vector<std::string> expected;
       for (std::int32_t run = 1; run <= simulations; ++run) {
@@ -426,33 +384,10 @@ TEST(Pipeline, SwitchesWorkOneByOneAndTogether) {
         if (wanted(6))
           expected.insert(expected.end(), {"multi-way tornado 1", "multi-way tornado 2", "multi-way"});
       }
-      EXPECT_EQ(recorder.calls, expected) << "switches " << mask << ", simulations " << simulations;
-      EXPECT_EQ(bench.sheet_names(reports).size(), static_cast<std::size_t>(simulations)) << "summaries";
+      EXPECT_EQ(bench.recorder.calls, expected) << "switches " << mask << ", simulations " << simulations;
+      EXPECT_EQ(bench.sheet_names(bench.reports).size(), static_cast<std::size_t>(simulations))
+          << "summaries";
     }
-  }
-}
-
-TEST(Pipeline, RangeModeFollowsTheInputsPlaces) {
-  const struct {
-    std::vector<std::string> sheets, books;
-    model::OrdvaneRangeMode expected;
-  } cases[] = {
-      {{"A", "A", "A"}, {"M.xlsx", "M.xlsx", "M.xlsx"}, model::OrdvaneRangeCellMode},
-      {{"A", "A", "B"}, {"M.xlsx", "M.xlsx", "M.xlsx"}, model::OrdvaneRangeSheetMode},
-      {{"A", "B", "A"}, {"M.xlsx", "M.xlsx", "N.xlsx"}, model::OrdvaneRangeBookMode},
-  };
-  for (const auto& c : cases) {
-    RunShape shape;
-    shape.input_sheets = c.sheets;
-    shape.input_books = c.books;
-    Bench bench(shape);
-    Recorder recorder;
-    OrdvaneReports reports(bench.services, recorder.reports());
-    reports.Initialize(bench.application, 1);
-    reports.set_TornadoGraphs(true);
-    reports.MaxInputsPerGraph = 5;
-    reports.GenerateReports(bench.all_outputs());
-    EXPECT_EQ(recorder.range_mode, c.expected);
   }
 }
 
@@ -558,17 +493,21 @@ TEST(Pipeline, NothingIsRecalculatedBetweenTheFirstReportAndTheLast) {
   }
 }
 
-TEST(Pipeline, DetailByInputCanStopIt) {
-  Bench bench;
-  Recorder recorder;
-  recorder.by_input_result = 1;
-  OrdvaneReports reports(bench.services, recorder.reports());
-  reports.Initialize(bench.application, 1);
-  reports.set_DetailByInput(true);
-  reports.set_MultiWayReport(true);
-  EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), kStoppedByDetailByInput);
-  EXPECT_THAT(recorder.calls, ElementsAre("by input"));
-  EXPECT_THAT(bench.environment->lines, Not(Contains("OrdvaneReports.GenerateReports Exit")));
+// Of several simulations it ends none.
+TEST(Pipeline, DetailByInputCanStopASingleSimulation) {
+  for (const std::int32_t simulations : {1, 2}) {
+    RunShape shape;
+    shape.simulations = simulations;
+    Recorded bench(shape);
+    bench.recorder.by_input_result = 1;
+    bench.reports.set_DetailByInput(true);
+    bench.reports.set_MultiWayReport(true);
+    const bool stopped = simulations == 1;
+    EXPECT_EQ(bench.reports.GenerateReports(bench.all_outputs()), stopped ? kStoppedByDetailByInput : 0);
+    EXPECT_EQ(bench.recorder.calls.size(), stopped ? 1U : 4U);
+    const std::string exit = "OrdvaneReports.GenerateReports Exit";
+    EXPECT_EQ(std::count(bench.environment->lines.begin(), bench.environment->lines.end(), exit), !stopped);
+  }
 }
 
 TEST(Pipeline, AGraphThatFailsDoesNotTakeTheOthersWithIt) {

@@ -34,11 +34,10 @@ TEST(Names, AreTheSameWhereASpreadsheetTakesThemForOne) {
   EXPECT_TRUE(same_name("\xE4RZTE", "\xE4rzte")) << "no UTF-8";
 }
 
-struct Width {
+constexpr struct {
   const char* text;
   int columns;
-};
-constexpr Width kWidths[] = {
+} kWidths[] = {
     {"", 0},
     {"Price (B4)", 10},
     {"Gr\u00F6\u00DFe", 5},
@@ -70,11 +69,11 @@ constexpr Width kWidths[] = {
 };
 
 TEST(Columns, AreThoseOfATerminal) {
-  for (const Width& each : kWidths) EXPECT_EQ(display_width(each.text), each.columns) << each.text;
+  for (const auto& each : kWidths) EXPECT_EQ(display_width(each.text), each.columns) << each.text;
 }
 
 TEST(Columns, ABeginningFitsAndKeepsLettersWhole) {
-  for (const Width& each : kWidths)
+  for (const auto& each : kWidths)
     for (int columns = 0; columns <= each.columns; ++columns) {
       const std::string_view cut = beginning(each.text, columns);
       SCOPED_TRACE(std::string(each.text) + " to " + std::to_string(columns));

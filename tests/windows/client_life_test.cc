@@ -62,11 +62,9 @@ class Apartment : public service::Bench {
     const ComPtr<IDispatch> excel = make_excel_stand_in(stand_in);
     const ComPtr<_DralInputOutput> first = make_record();
     const ComPtr<_DralInputOutput> second = make_record();
-    return Script({{L"reports", reports},
-                   {L"Excel", excel.get()},
-                   {L"input", first.get()},
-                   {L"output", second.get()}})
-        .run(text);
+    ScriptObjects objects = {{L"Excel", excel.get()}, {L"input", first.get()}, {L"output", second.get()}};
+    if (reports) objects[L"reports"] = reports;
+    return Script(objects).run(text);
   }
 
   std::shared_ptr<StandIn> stand_in;
@@ -136,6 +134,42 @@ TEST(ClientLife, ReportRoutinesRestoreTheSpreadsheet) {
                                             .c_str());
     found.expect_restored(automation::utf8(call, static_cast<UINT>(std::wcslen(call))));
   }
+}
+
+// Every kind of member of a record.
+TEST(ClientLife, ScriptsUseRecords) {
+  if (!Script::available()) GTEST_SKIP() << "this system has no VBScript";
+  Apartment apartment;
+  EXPECT_EQ(apartment.run_script(nullptr,
+                                 LR"(
+    Dim report, j, k
+    report = TypeName(input)
+    input.isFormula = True
+    input.cellAddress = "C7" : output.cellAddress = "D9"
+    input.sheetName = "Inputs"
+    input.SimpleName = "  Profit  "
+    input.BaseValue = 2
+    report = report & "|" & input.isFormula & "|" & input.SimpleName & "|" & input.BaseValue
+    report = report & "|" & input.NameOrQualifiedCellAddressName(0) & "|" & input.NameOrQualifiedCellAddressName(1)
+    report = report & "|" & input.tableOfValuesInit(0) & input.tableOfValuesInit(2)
+    input.TableOfValuesPut 1, 2.5
+    input.TableOfValues(2) = 3
+    report = report & "|" & input.TableOfValues(1) + input.TableOfValues(2)
+    j = 1 : k = 2
+    input.outputMinMaxChangeInit 1, 1, 2
+    input.outputMinMaxChangePut 1, j, k, 9
+    report = report & "|" & input.outputMinMaxChange(1, 1, 2)
+    Set input.outputRangeNameRef = output
+    report = report & "|" & input.outputRangeNameRef.cellAddress
+    Set input.outputRangeNameRef = Nothing
+    report = report & "|" & (input.outputRangeNameRef Is Nothing)
+    On Error Resume Next
+    input.outputRankPut 1, 1
+    report = report & "|" & Err.Number : Err.Clear
+    input.nosuch = 1
+    report = report & "|" & Err.Number
+  )"),
+            L"_DralInputOutput|True|Profit|2|C7|C7 (Inputs)|10|5.5|9|D9|True|9|438");
 }
 
 TEST(ClientLife, WhatTheEngineRefusesReachesTheClient) {

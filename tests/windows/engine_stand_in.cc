@@ -90,18 +90,41 @@ std::int16_t low(int slot) {
 }  // namespace
 
 #define EXPORTED extern "C" long __stdcall
-#define ENGINE_OR_REFUSE             \
-  Engine* const engine = recorded(); \
-  if (!engine) return kRefused
+// A call that hands back numbers only: its parameters, and the interface's arguments made of them.
+#define FORWARDED(call, parameters, ...)                             \
+  EXPORTED call parameters {                                         \
+    Engine* const engine = recorded();                               \
+    return engine == nullptr ? kRefused : engine->call(__VA_ARGS__); \
+  }
 
-EXPORTED DrllibInitLibraryVB(const char* text1, const char* text2, long* a, long* b, long* c, long* d) {
-  ENGINE_OR_REFUSE;
-  return engine->DrllibInitLibraryVB(text1, text2, ref(a), ref(b), ref(c), ref(d));
-}
+FORWARDED(DrllibInitLibraryVB, (const char* text1, const char* text2, long* a, long* b, long* c, long* d),
+          text1, text2, ref(a), ref(b), ref(c), ref(d))
+FORWARDED(DRL4_GetSimStats, (long hVars, long* simulations, long* iterations), hVars, ref(simulations),
+          ref(iterations))
+FORWARDED(DRL4_GetNumInputsAndOutputs, (long hVars, long mode, long* inputs, long* outputs), hVars, mode,
+          ref(inputs), ref(outputs))
+FORWARDED(DRL4_GetNumInputsWithSavedSamples, (long hVars, long* inputs), hVars, ref(inputs))
+FORWARDED(DRL4_GetVaryMultis, (long hVars, long* varied, long* a, long* b, long* c), hVars,
+          array(list(varied), 2 * inputs_listed(*engine)), ref(a), ref(b), ref(c))
+FORWARDED(DRL4_GetUsedVaryMultis,
+          (long hVars, long first, long count, long* members, long members_per_group, long steps_per_group,
+           long* steps),
+          hVars, first, count, array(list(members), static_cast<long long>(count) * members_per_group),
+          members_per_group, steps_per_group,
+          array(list(steps), static_cast<long long>(count) * steps_per_group))
+FORWARDED(DRL4_GetVaryCountList, (long hVars, short* steps, long count), hVars, array(steps, count), count)
+FORWARDED(DRL4_GetDoubleInputOrOutputData,
+          (long hVars, long kind, long index, long run, long first, long last, double* data, long whole),
+          hVars, kind, index, run, first, last, array(data, static_cast<long long>(last) - first + 1), whole)
+FORWARDED(DRL4_DoubleIsNaN, (double value), value)
+FORWARDED(DRL4_DoubleIsError, (double value), value)
+FORWARDED(DRL4_GetSamplingType, (long hVars), hVars)
+FORWARDED(DRL4_SetSamplingType, (long hVars, long type), hVars, type)
 
 // h comes back with what the client sent and a mark.
 EXPORTED DrllibFreeLibraryVB(long a, long* b, long c, long* d, long* e, long* f, long* g, char** h) {
-  ENGINE_OR_REFUSE;
+  Engine* const engine = recorded();
+  if (!engine) return kRefused;
   std::string text = from_ansi(*h);
   const long status = engine->DrllibFreeLibraryVB(a, ref(b), c, ref(d), ref(e), ref(f), ref(g), text);
   hand_back(1, text + "+", h);
@@ -110,142 +133,52 @@ EXPORTED DrllibFreeLibraryVB(long a, long* b, long c, long* d, long* e, long* f,
 
 // Leaves `hVars` as the system's last error.
 EXPORTED DRL4_Init(long hVars) {
-  ENGINE_OR_REFUSE;
+  Engine* const engine = recorded();
+  if (!engine) return kRefused;
   const long status = engine->DRL4_Init(hVars);
   SetLastError(static_cast<DWORD>(hVars));
   return status;
 }
 
-EXPORTED DRL4_GetSimStats(long hVars, long* simulations, long* iterations) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_GetSimStats(hVars, ref(simulations), ref(iterations));
-}
+// A call that also hands texts back, to these pointers of the client: `texts` of the interface's arguments.
+#define WITH_TEXTS(call, parameters, clients, ...)                                                    \
+  EXPORTED call parameters {                                                                          \
+    Engine* const engine = recorded();                                                                \
+    char** const to[] = clients;                                                                      \
+    std::string texts[std::size(to)];                                                                 \
+    const long status = engine == nullptr ? kRefused : engine->call(__VA_ARGS__);                     \
+    for (std::size_t i = 0; status == 0 && i < std::size(to); ++i) hand_back(hVars, texts[i], to[i]); \
+    return status;                                                                                    \
+  }
+#define CLIENTS(...) \
+  { __VA_ARGS__ }
 
-EXPORTED DRL4_GetNumInputsAndOutputs(long hVars, long mode, long* inputs, long* outputs) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_GetNumInputsAndOutputs(hVars, mode, ref(inputs), ref(outputs));
-}
-
-EXPORTED DRL4_GetNumInputsWithSavedSamples(long hVars, long* inputs) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_GetNumInputsWithSavedSamples(hVars, ref(inputs));
-}
-
-EXPORTED DRL4_GetVaryMultis(long hVars, long* varied, long* a, long* b, long* c) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_GetVaryMultis(hVars, array(list(varied), 2 * inputs_listed(*engine)), ref(a), ref(b),
-                                    ref(c));
-}
-
-EXPORTED DRL4_GetUsedVaryMultis(long hVars, long first, long count, long* members, long members_per_group,
-                                long steps_per_group, long* steps) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_GetUsedVaryMultis(
-      hVars, first, count, array(list(members), static_cast<long long>(count) * members_per_group),
-      members_per_group, steps_per_group,
-      array(list(steps), static_cast<long long>(count) * steps_per_group));
-}
-
-EXPORTED DRL4_GetVaryCountList(long hVars, short* steps, long count) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_GetVaryCountList(hVars, array(steps, count), count);
-}
-
-EXPORTED DRL4_GetDoubleInputOrOutputData(long hVars, long kind, long index, long run, long first, long last,
-                                         double* data, long whole) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_GetDoubleInputOrOutputData(
-      hVars, kind, index, run, first, last, array(data, static_cast<long long>(last) - first + 1), whole);
-}
-
-EXPORTED DRL4_DoubleIsNaN(double value) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_DoubleIsNaN(value);
-}
-
-EXPORTED DRL4_DoubleIsError(double value) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_DoubleIsError(value);
-}
-
-EXPORTED DRL4_GetSamplingType(long hVars) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_GetSamplingType(hVars);
-}
-
-EXPORTED DRL4_SetSamplingType(long hVars, long type) {
-  ENGINE_OR_REFUSE;
-  return engine->DRL4_SetSamplingType(hVars, type);
-}
-
-EXPORTED DRL7_GetOrderedInputInfoVB(long hVars, int session_flag, long index, char** name, char** alternative,
-                                    char** formula, long* function_start, long* function_stop,
-                                    short* use_default, long* book, long* sheet, long* cell,
-                                    long* formula_index, short* in_cell, short* locked, short* multi,
-                                    short* range_type, double* min_change, double* max_change,
-                                    short* distribution) {
-  ENGINE_OR_REFUSE;
-  std::string texts[3];
-  const long status = engine->DRL7_GetOrderedInputInfoVB(
-      hVars, low(session_flag), index, texts[0], texts[1], texts[2], ref(function_start), ref(function_stop),
-      *use_default, ref(book), ref(sheet), ref(cell), ref(formula_index), *in_cell, *locked, *multi,
-      *range_type, *min_change, *max_change, *distribution);
-  if (status != 0) return status;
-  hand_back(hVars, texts[0], name);
-  hand_back(hVars, texts[1], alternative);
-  hand_back(hVars, texts[2], formula);
-  return status;
-}
-
-EXPORTED DRL7_GetOrderedOutputInfoVB(long hVars, int session_flag, long index, char** name,
-                                     char** alternative, char** formula, long* function_start,
-                                     long* function_stop, short* use_default, long* book, long* sheet,
-                                     long* cell, long* formula_index, short* in_cell, short* locked,
-                                     short* date, char** range_name, long* range_index, long* own_index) {
-  ENGINE_OR_REFUSE;
-  std::string texts[4];
-  const long status = engine->DRL7_GetOrderedOutputInfoVB(
-      hVars, low(session_flag), index, texts[0], texts[1], texts[2], ref(function_start), ref(function_stop),
-      *use_default, ref(book), ref(sheet), ref(cell), ref(formula_index), *in_cell, *locked, *date, texts[3],
-      ref(range_index), ref(own_index));
-  if (status != 0) return status;
-  hand_back(hVars, texts[0], name);
-  hand_back(hVars, texts[1], alternative);
-  hand_back(hVars, texts[2], formula);
-  hand_back(hVars, texts[3], range_name);
-  return status;
-}
-
-EXPORTED DRL7_GetWorkbookWithInputOrOutputVB(long hVars, int session_flag, long kind, long book, long* sheets,
-                                             char** workbook) {
-  ENGINE_OR_REFUSE;
-  std::string text;
-  const long status =
-      engine->DRL7_GetWorkbookWithInputOrOutputVB(hVars, low(session_flag), kind, book, ref(sheets), text);
-  if (status == 0) hand_back(hVars, text, workbook);
-  return status;
-}
-
-EXPORTED DRL7_GetSheetWithInputOrOutputVB(long hVars, int session_flag, long kind, long book, long sheet,
-                                          char** name) {
-  ENGINE_OR_REFUSE;
-  std::string text;
-  const long status =
-      engine->DRL7_GetSheetWithInputOrOutputVB(hVars, low(session_flag), kind, book, sheet, text);
-  if (status == 0) hand_back(hVars, text, name);
-  return status;
-}
-
-EXPORTED DRL7_GetCellWithInputOrOutputVB(long hVars, int session_flag, long kind, long book, long sheet,
-                                         long cell, long formula, int in_cell, char** address, char** range,
-                                         long* items) {
-  ENGINE_OR_REFUSE;
-  std::string texts[2];
-  const long status =
-      engine->DRL7_GetCellWithInputOrOutputVB(hVars, low(session_flag), kind, book, sheet, cell, formula,
-                                              low(in_cell), texts[0], texts[1], ref(items));
-  if (status != 0) return status;
-  hand_back(hVars, texts[0], address);
-  hand_back(hVars, texts[1], range);
-  return status;
-}
+WITH_TEXTS(DRL7_GetOrderedInputInfoVB,
+           (long hVars, int session_flag, long index, char** name, char** alternative, char** formula,
+            long* function_start, long* function_stop, short* use_default, long* book, long* sheet,
+            long* cell, long* formula_index, short* in_cell, short* locked, short* multi, short* range_type,
+            double* min_change, double* max_change, short* distribution),
+           CLIENTS(name, alternative, formula), hVars, low(session_flag), index, texts[0], texts[1], texts[2],
+           ref(function_start), ref(function_stop), *use_default, ref(book), ref(sheet), ref(cell),
+           ref(formula_index), *in_cell, *locked, *multi, *range_type, *min_change, *max_change,
+           *distribution)
+WITH_TEXTS(DRL7_GetOrderedOutputInfoVB,
+           (long hVars, int session_flag, long index, char** name, char** alternative, char** formula,
+            long* function_start, long* function_stop, short* use_default, long* book, long* sheet,
+            long* cell, long* formula_index, short* in_cell, short* locked, short* date, char** range_name,
+            long* range_index, long* own_index),
+           CLIENTS(name, alternative, formula, range_name), hVars, low(session_flag), index, texts[0],
+           texts[1], texts[2], ref(function_start), ref(function_stop), *use_default, ref(book), ref(sheet),
+           ref(cell), ref(formula_index), *in_cell, *locked, *date, texts[3], ref(range_index),
+           ref(own_index))
+WITH_TEXTS(DRL7_GetWorkbookWithInputOrOutputVB,
+           (long hVars, int session_flag, long kind, long book, long* sheets, char** workbook),
+           CLIENTS(workbook), hVars, low(session_flag), kind, book, ref(sheets), texts[0])
+WITH_TEXTS(DRL7_GetSheetWithInputOrOutputVB,
+           (long hVars, int session_flag, long kind, long book, long sheet, char** name), CLIENTS(name),
+           hVars, low(session_flag), kind, book, sheet, texts[0])
+WITH_TEXTS(DRL7_GetCellWithInputOrOutputVB,
+           (long hVars, int session_flag, long kind, long book, long sheet, long cell, long formula,
+            int in_cell, char** address, char** range, long* items),
+           CLIENTS(address, range), hVars, low(session_flag), kind, book, sheet, cell, formula, low(in_cell),
+           texts[0], texts[1], ref(items))

@@ -27,9 +27,7 @@ struct StandIn {
   long invokes = 0;
   long name_lookups = 0;
   long live_objects = 0;
-  std::map<std::string, long> calls;  // Invoke by "Interface.Member"
-  long recalculating = 0;             // Invoke while every change is recalculated at once
-  long fail_at = 0;                   // the call that fails, counted from 1; 0: none
+  long fail_at = 0;  // the call that fails, counted from 1; 0: none
   bool fail_lastingly = false;
   std::string failed = {};  // the call that failed first
 

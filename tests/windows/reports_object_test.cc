@@ -1,7 +1,4 @@
-// OrdvaneReports as clients hold it: settings, watermark, sessions of apartments, and failures
-// without a session.
-
-#include <thread>
+// OrdvaneReports as clients hold it: settings, and failures without a session.
 
 #include "windows/late_binding.h"
 #include "windows/server_under_test.h"
@@ -39,31 +36,6 @@ TEST_F(ReportsObject, NewObjectsHaveTheirDefaultsAndKeepWhatIsWritten) {
   EXPECT_EQ(text_of(invoke(*reports_.get(), 0x68030011, DISPATCH_PROPERTYGET, {}).result), L"OrdvaneReports");
 }
 
-TEST_F(ReportsObject, WatermarkIsSplitAtItsFirstLineBreak) {
-  struct Case {
-    const wchar_t *given, *text, *primary, *secondary;
-  };
-  for (const Case& c :
-       {Case{L"  Title  ", L"Title", L"Title", L""}, Case{L"A\r\nB\r\nC", L"A\r\nB\r\nC", L"A", L"B\nC"},
-        Case{L"   ", L"", L"", L""}, Case{L"A\rB", L"A\rB", L"A\rB", L""},
-        Case{L"Entw\x00FCrfe", L"Entw\x00FCrfe", L"Entw\x00FCrfe", L""}}) {
-    BSTR given = SysAllocString(c.given);
-    BSTR read = nullptr;
-    ASSERT_EQ(reports_->put_WatermarkText(&given), S_OK);
-    EXPECT_STREQ(given, c.given) << "the caller's text stays";
-    SysFreeString(given);
-    reports_->get_WatermarkText(&read);
-    EXPECT_STREQ(read, c.text);
-    SysFreeString(read);
-    reports_->get_WatermarkTextPrimary(&read);
-    EXPECT_STREQ(read, c.primary);
-    SysFreeString(read);
-    reports_->get_WatermarkTextSecondary(&read);
-    EXPECT_STREQ(read, c.secondary);
-    SysFreeString(read);
-  }
-}
-
 TEST_F(ReportsObject, CallsWithoutASessionSayWhatIsMissing) {
   IDispatch* nothing = nullptr;
   IDispatch* no_workbook = reports_.get();
@@ -75,11 +47,10 @@ TEST_F(ReportsObject, CallsWithoutASessionSayWhatIsMissing) {
   _OrdvaneSummary* summary = nullptr;
   auto mode = OrdvaneOutputAsValue;
   _OrdvaneReports& r = *reports_.get();
-  struct Case {
+  const struct {
     const char* what;
     HRESULT got, want;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"Initialize without an application", r.Initialize(&nothing, &one), kObjectNotSet},
       {"Initialize without a variable", r.Initialize(nullptr, &one), E_POINTER},
       {"GenerateReports before Initialize", r.GenerateReports(&empty, &result), kObjectNotSet},
@@ -98,7 +69,7 @@ TEST_F(ReportsObject, CallsWithoutASessionSayWhatIsMissing) {
       {"Terminate", r.Terminate(), S_OK},
       {"Terminate again", r.Terminate(), S_OK},
   };
-  for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
+  for (const auto& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
   EXPECT_EQ(result, 99) << "a failed call gives no result";
   SafeArrayDestroy(records);
 }
@@ -116,16 +87,6 @@ TEST_F(ReportsObject, FailuresAreDescribedOnceAndForgottenByTheNextCall) {
   reports_->Initialize(&nothing, &handle);
   EXPECT_EQ(reports_->Terminate(), S_OK);
   EXPECT_EQ(GetErrorInfo(0, error.receive()), S_FALSE);
-}
-
-TEST_F(ReportsObject, EveryApartmentHasItsOwnObjects) {
-  const ComPtr<_OrdvaneReports> second = server_.make<_OrdvaneReports>(__uuidof(OrdvaneReports));
-  std::thread([this] {
-    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    EXPECT_EQ(server_.make<_OrdvaneReports>(__uuidof(OrdvaneReports))->Terminate(), S_OK);
-    CoUninitialize();
-  }).join();
-  EXPECT_EQ(server_.can_unload(), S_FALSE);
 }
 
 }  // namespace

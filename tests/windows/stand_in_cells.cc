@@ -32,6 +32,10 @@ struct PageTarget {
   bool zoomed = true;
   std::int32_t wide = 1, tall = 1;
 };
+struct BreaksTarget {
+  std::shared_ptr<host::Worksheet> sheet;
+  bool of_rows;
+};
 
 }  // namespace
 
@@ -46,8 +50,7 @@ STAND_IN_OF(WindowsTarget, host::Workbook, book, L"Windows")
 STAND_IN_INTERFACE(WindowTarget, L"Window")
 STAND_IN_OF(WorksheetTarget, host::Worksheet, sheet, L"Worksheet")
 STAND_IN_INTERFACE(PageTarget, L"PageSetup")
-STAND_IN_OF(RowBreaksTarget, host::Worksheet, sheet, L"HPageBreaks")
-STAND_IN_OF(ColumnBreaksTarget, host::Worksheet, sheet, L"VPageBreaks")
+STAND_IN_INTERFACE(BreaksTarget, L"PageBreaks")
 STAND_IN_OF(BordersTarget, host::Range, range, L"Borders")
 
 namespace {
@@ -317,11 +320,12 @@ host::Span titles(const std::string& text, bool rows) {
 }
 
 // Excel keeps them in order, however they come.
-void add_break(host::Worksheet& sheet, const Call& c, std::vector<std::int32_t> host::PageSetup::*breaks,
-               std::int32_t first) {
-  change_page(sheet, c, [&](host::PageSetup& page) {
-    (page.*breaks).push_back(first);
-    std::sort((page.*breaks).begin(), (page.*breaks).end());
+void add_break(const BreaksTarget& t, const Call& c) {
+  change_page(*t.sheet, c, [&](host::PageSetup& page) {
+    host::Range& before = range_of(c.value(0));
+    auto& breaks = t.of_rows ? page.row_breaks : page.column_breaks;
+    breaks.push_back(t.of_rows ? before.row() : before.column());
+    std::sort(breaks.begin(), breaks.end());
   });
 }
 
@@ -380,11 +384,10 @@ host::Range& range_of(const VARIANT& value) {
 STAND_IN_TABLE(ApplicationTarget) {
   return {
     GET(Name, app(c).name()), GET(Version, app(c).version()),
-        GET_PUT(Calculation, app(c).calculation(),
-                app(c).set_calculation(static_cast<host::Calculation>(v.whole()))),
+        GET_PUT(Calculation, app(c).calculation(), app(c).set_calculation(as<host::Calculation>(v))),
         GET_PUT(ScreenUpdating, app(c).screen_updating(), app(c).set_screen_updating(v.truth())),
         GET_PUT(DisplayAlerts, app(c).display_alerts(), app(c).set_display_alerts(v.truth())),
-        GET_PUT(Cursor, app(c).cursor(), app(c).set_cursor(static_cast<host::Cursor>(v.whole()))),
+        GET_PUT(Cursor, app(c).cursor(), app(c).set_cursor(as<host::Cursor>(v))),
         GET_PUT(StatusBar, app(c).status_bar().empty() ? Variant(false) : Variant(app(c).status_bar()),
                 app(c).set_status_bar(v.value().vt == VT_BOOL ? "" : v.text())),
         GET_PUT(PrintCommunication, c.stand_in->print_communication,
@@ -473,8 +476,9 @@ STAND_IN_TABLE(WorksheetTarget) {
         GET(Columns, make_range(c, whole(*t.sheet), Flavor::kColumns)),
         GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_areas(c, *t.sheet, c.text(0))),
         METHOD(ChartObjects, PARAMETERS(L"?Index"), return make_chart_objects(c, t.sheet)),
-        GET(PageSetup, object(c, PageTarget{t.sheet})), GET(HPageBreaks, object(c, RowBreaksTarget{t.sheet})),
-        GET(VPageBreaks, object(c, ColumnBreaksTarget{t.sheet})),
+        GET(PageSetup, object(c, PageTarget{t.sheet})),
+        GET(HPageBreaks, object(c, BreaksTarget{t.sheet, true})),
+        GET(VPageBreaks, object(c, BreaksTarget{t.sheet, false})),
         METHOD(ResetAllPageBreaks, PARAMETERS(), reset_breaks(t, c); return {}),
         METHOD(Activate, PARAMETERS(), t.sheet->activate(); return {}),
         METHOD(Move, PARAMETERS(L"?Before", L"?After"), move_sheet(t, c); return {}),
@@ -484,38 +488,24 @@ STAND_IN_TABLE(WorksheetTarget) {
 
 STAND_IN_TABLE(PageTarget) {
   constexpr std::int32_t kXlLandscape = 2;
-#define PAGE_TEXT(name, field) \
-  PUT(name, set_page(t, c, [&](host::PageSetup& page) { page.field = v.text(); }))
+#define PAGE(name, field, value) PUT(name, set_page(t, c, [&](host::PageSetup& page) { page.field = value; }))
+#define PAGE_TEXT(name, field) PAGE(name, field, v.text())
   return {
-    PUT(Orientation,
-        set_page(t, c, [&](host::PageSetup& page) { page.landscape = v.whole() == kXlLandscape; })),
-        PUT(Zoom, put_zoom(t, c, v)), PUT(PrintArea, put_print_area(t, c, v.text())),
+    PAGE(Orientation, landscape, v.whole() == kXlLandscape), PUT(Zoom, put_zoom(t, c, v)),
+        PUT(PrintArea, put_print_area(t, c, v.text())),
         PUT(FitToPagesWide, t.wide = pages(v); set_page(t, c, [](host::PageSetup&) {})),
         PUT(FitToPagesTall, t.tall = pages(v); set_page(t, c, [](host::PageSetup&) {})),
-        PUT(PrintTitleRows,
-            set_page(t, c, [&](host::PageSetup& page) { page.print_title_rows = titles(v.text(), true); })),
-        PUT(PrintTitleColumns,
-            set_page(t, c,
-                     [&](host::PageSetup& page) { page.print_title_columns = titles(v.text(), false); })),
+        PAGE(PrintTitleRows, print_title_rows, titles(v.text(), true)),
+        PAGE(PrintTitleColumns, print_title_columns, titles(v.text(), false)),
         PAGE_TEXT(LeftHeader, left_header), PAGE_TEXT(CenterHeader, center_header),
         PAGE_TEXT(RightHeader, right_header), PAGE_TEXT(LeftFooter, left_footer),
         PAGE_TEXT(CenterFooter, center_footer), PAGE_TEXT(RightFooter, right_footer),
   };
 }
 
-STAND_IN_TABLE(RowBreaksTarget) {
+STAND_IN_TABLE(BreaksTarget) {
   return {
-    METHOD(Add, PARAMETERS(L"Before"),
-           add_break(*t.sheet, c, &host::PageSetup::row_breaks, range_of(c.value(0)).row());
-           return nothing())
-  };
-}
-
-STAND_IN_TABLE(ColumnBreaksTarget) {
-  return {
-    METHOD(Add, PARAMETERS(L"Before"),
-           add_break(*t.sheet, c, &host::PageSetup::column_breaks, range_of(c.value(0)).column());
-           return nothing())
+    METHOD(Add, PARAMETERS(L"Before"), add_break(t, c); return nothing())
   };
 }
 
@@ -553,13 +543,11 @@ STAND_IN_TABLE(RangeTarget) {
                 t.range->set_number_format_local(v.text());
                 for (const auto& area
                      : t.more) area->set_number_format_local(v.text())),
-        GET(Font, make_font(c, [r = t.range](const host::FontFormat& font) { r->set_font(font); })),
-        GET(Interior,
-            make_interior(c, {[r = t.range](const host::InteriorFormat& i) { r->set_interior(i); }})),
+        FONT(t.range, set_font), INTERIOR(t.range, set_interior),
         GET(Borders, object(c, BordersTarget{t.range})),
-        PUT(HorizontalAlignment, t.horizontal = static_cast<host::HAlign>(v.whole());
+        PUT(HorizontalAlignment, t.horizontal = as<host::HAlign>(v);
             t.range->set_alignment(t.horizontal, t.vertical)),
-        PUT(VerticalAlignment, t.vertical = static_cast<host::VAlign>(v.whole());
+        PUT(VerticalAlignment, t.vertical = as<host::VAlign>(v);
             t.range->set_alignment(t.horizontal, t.vertical)),
         PUT(IndentLevel, t.range->set_indent(v.whole())), PUT(WrapText, t.range->set_wrap_text(v.truth())),
         GET(Locked, common(*t.range, [](host::Range& r) { return r.locked(); })),
@@ -581,7 +569,7 @@ STAND_IN_TABLE(RangeTarget) {
 STAND_IN_TABLE(BordersTarget) {
   return {DEFAULT_OF(Item, PARAMETERS(L"Index"), [&] {
     const auto edge = static_cast<host::Edge>(c.whole(0));
-    return make_border(c, [r = t.range, edge](const host::BorderFormat& f) { r->set_border(edge, f); });
+    return object(c, BorderTarget{[r = t.range, edge](const auto& f) { r->set_border(edge, f); }});
   }())};
 }
 
@@ -609,16 +597,6 @@ STAND_IN_TABLE(BorderTarget) {
       PUT(ColorIndex, t.apply({.color_index = v.whole()})),
       PUT(Color, t.apply({.color = v.whole()})),
   };
-}
-
-Variant make_font(const Call& call, std::function<void(const host::FontFormat&)> apply) {
-  return object(call, FontTarget{std::move(apply)});
-}
-Variant make_interior(const Call& call, InteriorTarget target) {
-  return object(call, std::move(target));
-}
-Variant make_border(const Call& call, std::function<void(const host::BorderFormat&)> apply) {
-  return object(call, BorderTarget{std::move(apply)});
 }
 
 ComPtr<IDispatch> make_excel_stand_in(const std::shared_ptr<StandIn>& stand_in) {

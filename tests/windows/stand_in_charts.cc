@@ -41,15 +41,7 @@ struct TextBox {
     host::ignoring_errors([&] { chart->add_text_box(left, top, width, height, text, font); });
   }
 };
-struct ShapeTarget {
-  std::shared_ptr<TextBox> box;
-};
-struct TextFrameTarget {
-  std::shared_ptr<TextBox> box;
-};
-struct FillTarget {
-  std::function<void(bool)> visible;
-};
+struct FillTarget {};
 
 struct SeriesTarget {
   std::shared_ptr<host::Series> series;
@@ -77,8 +69,8 @@ STAND_IN_OF(ShapesTarget, host::Chart, chart, L"Shapes")
 STAND_IN_INTERFACE(LineTarget, L"LineFormat")
 STAND_IN_INTERFACE(FormatTarget, L"ChartFormat")
 STAND_IN_INTERFACE(CharactersTarget, L"Characters")
-STAND_IN_INTERFACE(ShapeTarget, L"Shape")
-STAND_IN_INTERFACE(TextFrameTarget, L"TextFrame")
+STAND_IN_OF(ShapeTarget, TextBox, box, L"Shape")
+STAND_IN_OF(TextFrameTarget, TextBox, box, L"TextFrame")
 STAND_IN_INTERFACE(FillTarget, L"FillFormat")
 STAND_IN_OF(AxisTarget, host::Axis, axis, L"Axis")
 STAND_IN_OF(AxisTitleTarget, host::Axis, axis, L"AxisTitle")
@@ -89,10 +81,6 @@ STAND_IN_OF(PointTarget, host::Point, point, L"Point")
 STAND_IN_INTERFACE(DataLabelTarget, L"DataLabel")
 
 namespace {
-
-Variant line_format(const Call& c, std::function<void(double)> weight) {
-  return object(c, FormatTarget{std::move(weight)});
-}
 
 void set_inside(PlotAreaTarget& t, std::optional<double>& side, double points) {
   side = points;
@@ -234,7 +222,7 @@ STAND_IN_TABLE(ShapeRangeTarget) {
 
 STAND_IN_TABLE(ChartTarget) {
   return {
-    PUT(ChartType, t.chart->set_kind(static_cast<host::ChartKind>(v.whole()))),
+    PUT(ChartType, t.chart->set_kind(as<host::ChartKind>(v))),
         GET(ChartArea, object(c, ChartAreaTarget{t.chart})),
         GET(PlotArea, object(c, PlotAreaTarget{t.chart})), PUT(HasTitle, set_has_title(t, v.truth())),
         GET(ChartTitle, t.chart->format_title(1, 0, {}), object(c, ChartTitleTarget{t.chart})),
@@ -247,18 +235,17 @@ STAND_IN_TABLE(ChartTarget) {
                return object(c, SeriesCollectionTarget{t.chart})),
         METHOD(ChartGroups, PARAMETERS(L"?Index"), return chart_group(t, c)),
         PUT(PlotVisibleOnly, t.chart->set_plot_visible_only(v.truth())),
-        PUT(DisplayBlanksAs, t.chart->set_display_blanks_as(static_cast<host::BlankCells>(v.whole()))),
+        PUT(DisplayBlanksAs, t.chart->set_display_blanks_as(as<host::BlankCells>(v))),
         GET(Shapes, object(c, ShapesTarget{t.chart})),
         GET(Parent, object(c, ChartObjectTarget{t.chart->container()})),
-  };  // namespace ordvane::test
+  };
 }
 
 STAND_IN_TABLE(ChartAreaTarget) {
   return {
-      GET(Format, line_format(c, [chart = t.chart](double w) { chart->set_chart_area_line_weight(w); })),
-      GET(Interior, make_interior(c, {[chart = t.chart](const host::InteriorFormat& i) {
-                                    chart->set_chart_area_interior(i);
-                                  }})),
+      GET(Format,
+          object(c, FormatTarget{[chart = t.chart](double w) { chart->set_chart_area_line_weight(w); }})),
+      INTERIOR(t.chart, set_chart_area_interior),
   };
 }
 
@@ -275,12 +262,10 @@ STAND_IN_TABLE(LineTarget) {
 
 STAND_IN_TABLE(PlotAreaTarget) {
   return {
-      GET(Border,
-          make_border(c, [chart = t.chart](const host::BorderFormat& b) { chart->set_plot_area_border(b); })),
-      GET(Interior, make_interior(c, {[chart = t.chart](const host::InteriorFormat& i) {
-                                        chart->set_plot_area_interior(i);
-                                      },
-                                      [chart = t.chart] { return chart->plot_area_interior_color(); }})),
+      BORDER(t.chart, set_plot_area_border),
+      GET(Interior,
+          object(c, InteriorTarget{[chart = t.chart](const auto& i) { chart->set_plot_area_interior(i); },
+                                   [chart = t.chart] { return chart->plot_area_interior_color(); }})),
       PUT(Top, t.chart->set_plot_area_top(v.number())),
       PUT(InsideLeft, set_inside(t, t.left, v.number())),
       PUT(InsideTop, set_inside(t, t.top, v.number())),
@@ -305,15 +290,14 @@ STAND_IN_TABLE(ChartTitleTarget) {
 STAND_IN_TABLE(CharactersTarget) {
   return {
     PUT(Text, if (!t.text) refuse("The text is set as a whole here"); t.text(v.text())),
-        GET(Font,
-            t.font ? make_font(c, t.font) : throw host::Error(host::errc::kHostRefused, "No font here")),
+        GET(Font, t.font ? object(c, FontTarget{t.font})
+                         : throw host::Error(host::errc::kHostRefused, "No font here")),
   };
 }
 
 STAND_IN_TABLE(LegendTarget) {
   return {
-    PUT(Position, t.chart->set_legend_position(static_cast<host::LegendPosition>(v.whole()))),
-        GET(Font, make_font(c, [chart = t.chart](const host::FontFormat& f) { chart->set_legend_font(f); })),
+    PUT(Position, t.chart->set_legend_position(as<host::LegendPosition>(v))), FONT(t.chart, set_legend_font),
         METHOD(Delete, PARAMETERS(), t.chart->delete_legend(); return true),
   };
 }
@@ -338,13 +322,13 @@ STAND_IN_TABLE(ShapesTarget) {
 STAND_IN_TABLE(ShapeTarget) {
   return {
       GET(TextFrame, object(c, TextFrameTarget{t.box})),
-      GET(Fill, object(c, FillTarget{hide_only})),
+      GET(Fill, object(c, FillTarget{})),
       GET(Line, object(c, LineTarget{nullptr, hide_only})),
   };
 }
 
 STAND_IN_TABLE(FillTarget) {
-  return {PUT(Visible, t.visible(v.truth()))};
+  return {PUT(Visible, hide_only(v.truth()))};
 }
 
 STAND_IN_TABLE(TextFrameTarget) {
@@ -359,11 +343,9 @@ STAND_IN_TABLE(TextFrameTarget) {
 
 STAND_IN_TABLE(AxisTarget) {
   return {
-    GET(Border, make_border(c, [axis = t.axis](const host::BorderFormat& b) { axis->set_border(b); })),
-        PUT(MajorTickMark, t.axis->set_major_tick_mark(v.whole())),
+    BORDER(t.axis, set_border), PUT(MajorTickMark, t.axis->set_major_tick_mark(v.whole())),
         PUT(MinorTickMark, t.axis->set_minor_tick_mark(v.whole())),
-        PUT(TickLabelPosition,
-            t.axis->set_tick_label_position(static_cast<host::TickLabelPosition>(v.whole()))),
+        PUT(TickLabelPosition, t.axis->set_tick_label_position(as<host::TickLabelPosition>(v))),
         GET(TickLabels, object(c, TickLabelsTarget{t.axis})),
         PUT(HasMajorGridlines, t.axis->set_has_major_gridlines(v.truth())),
         GET(MajorGridlines, t.axis->set_major_gridline_border({}), object(c, GridlinesTarget{t.axis})),
@@ -383,36 +365,31 @@ STAND_IN_TABLE(AxisTarget) {
 STAND_IN_TABLE(AxisTitleTarget) {
   return {
       PUT(Text, t.axis->set_title(v.text())),
-      GET(Font, make_font(c, [axis = t.axis](const host::FontFormat& f) { axis->set_title_font(f); })),
+      FONT(t.axis, set_title_font),
   };
 }
 
 STAND_IN_TABLE(TickLabelsTarget) {
   return {
       PUT(NumberFormat, t.axis->set_tick_label_format(v.text())),
-      GET(Font, make_font(c, [axis = t.axis](const host::FontFormat& f) { axis->set_tick_label_font(f); })),
+      FONT(t.axis, set_tick_label_font),
   };
 }
 
 STAND_IN_TABLE(GridlinesTarget) {
-  return {GET(Border, make_border(c, [axis = t.axis](const host::BorderFormat& b) {
-                axis->set_major_gridline_border(b);
-              }))};
+  return {BORDER(t.axis, set_major_gridline_border)};
 }
 
 STAND_IN_TABLE(SeriesTarget) {
   return {
       PUT(Name, t.series->set_name(series_name(v.text()))),
-      PUT(ChartType, t.series->set_kind(static_cast<host::ChartKind>(v.whole()))),
-      PUT(AxisGroup, t.series->set_axis_group(static_cast<AxisGroup>(v.whole()))),
+      PUT(ChartType, t.series->set_kind(as<host::ChartKind>(v))),
+      PUT(AxisGroup, t.series->set_axis_group(as<AxisGroup>(v))),
       PUT(Values, put_data(v, [&](auto&& data) { t.series->set_values(data); })),
       PUT(XValues, put_data(v, [&](auto&& data) { t.series->set_x_values(data); })),
-      GET(Border,
-          make_border(c, [series = t.series](const host::BorderFormat& b) { series->set_border(b); })),
-      GET(Format, line_format(c, [series = t.series](double w) { series->set_line_width(w); })),
-      GET(Interior, make_interior(c, {[series = t.series](const host::InteriorFormat& i) {
-                                    series->set_interior(i);
-                                  }})),
+      BORDER(t.series, set_border),
+      GET(Format, object(c, FormatTarget{[series = t.series](double w) { series->set_line_width(w); }})),
+      INTERIOR(t.series, set_interior),
       PUT(MarkerStyle, set_marker(t, t.marker, v.whole())),
       PUT(MarkerSize, set_marker(t, t.size, v.whole())),
       PUT(MarkerForegroundColor, set_marker(t, t.foreground, v.whole())),
@@ -423,9 +400,8 @@ STAND_IN_TABLE(SeriesTarget) {
 
 STAND_IN_TABLE(PointTarget) {
   return {
-      GET(Interior,
-          make_interior(c, {[point = t.point](const host::InteriorFormat& i) { point->set_interior(i); }})),
-      PUT(MarkerStyle, t.point->set_marker_style(static_cast<host::MarkerStyle>(v.whole()))),
+      INTERIOR(t.point, set_interior),
+      PUT(MarkerStyle, t.point->set_marker_style(as<host::MarkerStyle>(v))),
       PUT(MarkerForegroundColor, t.point->set_marker_foreground_color(v.whole())),
       PUT(MarkerBackgroundColor, t.point->set_marker_background_color(v.whole())),
       PUT(MarkerSize, t.point->set_marker_size(v.whole())),
@@ -446,17 +422,14 @@ STAND_IN_TABLE(DataLabelTarget) {
             Characters, PARAMETERS(L"?Start", L"?Length"),
             object(c, CharactersTarget{[label = t.label](const std::string& text) { label->set_text(text); },
                                        nullptr})),
-        GET(Font, make_font(c, [label = t.label](const host::FontFormat& f) { label->set_font(f); })),
-        PUT(Position, t.label->set_position(static_cast<host::LabelPosition>(v.whole()))),
-        PUT(HorizontalAlignment, t.horizontal = static_cast<host::HAlign>(v.whole());
+        FONT(t.label, set_font), PUT(Position, t.label->set_position(as<host::LabelPosition>(v))),
+        PUT(HorizontalAlignment, t.horizontal = as<host::HAlign>(v);
             t.label->set_alignment(t.horizontal, t.vertical)),
-        PUT(VerticalAlignment, t.vertical = static_cast<host::VAlign>(v.whole());
+        PUT(VerticalAlignment, t.vertical = as<host::VAlign>(v);
             t.label->set_alignment(t.horizontal, t.vertical)),
         PUT(Orientation, if (v.whole() != kXlHorizontal) refuse("Labels are horizontal here");
             t.label->set_horizontal_orientation()),
-        GET(Interior,
-            make_interior(c, {[label = t.label](const host::InteriorFormat& i) { label->set_interior(i); }})),
-        GET(Border, make_border(c, [label = t.label](const host::BorderFormat& b) { label->set_border(b); })),
+        INTERIOR(t.label, set_interior), BORDER(t.label, set_border),
   };
 }
 

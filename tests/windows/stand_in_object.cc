@@ -159,9 +159,6 @@ HRESULT StandInObject::Invoke(DISPID id, REFIID, LCID language, WORD flags, DISP
   const std::string where =
       narrow(interface_name()) + "." + (member == kNone ? "?" : narrow(shape(member).name));
   ++stand_in_->invokes;
-  ++stand_in_->calls[where];
-  const auto& spreadsheet = stand_in_->application;  // null until a model is open
-  if (spreadsheet && spreadsheet->calculation() == host::Calculation::kAutomatic) ++stand_in_->recalculating;
   const ComPtr<IDispatch> alive(this);
   try {
     if (fails_now(where)) refuse("Call refused by the test: " + where);

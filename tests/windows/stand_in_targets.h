@@ -32,11 +32,19 @@ STAND_IN_INTERFACE(InteriorTarget, L"Interior")
 STAND_IN_INTERFACE(BorderTarget, L"Border")
 STAND_IN_INTERFACE(RangeTarget, L"Range")
 
-Variant make_font(const Call& call, std::function<void(const host::FontFormat&)> apply);
-Variant make_interior(const Call& call, InteriorTarget target);
-Variant make_border(const Call& call, std::function<void(const host::BorderFormat&)> apply);
 Variant make_worksheet(const Call& call, const std::shared_ptr<host::Worksheet>& sheet);
 Variant make_chart_objects(const Call& call, const std::shared_ptr<host::Worksheet>& sheet);
+// Rows for the formats of what `holder` is: every property of one goes to its `member`.
+#define FORMAT_OF(Name, holder, member) \
+  GET(Name, object(c, Name##Target{[o = holder](const auto& format) { o->member(format); }}))
+#define FONT(holder, member) FORMAT_OF(Font, holder, member)
+#define INTERIOR(holder, member) FORMAT_OF(Interior, holder, member)
+#define BORDER(holder, member) FORMAT_OF(Border, holder, member)
+
+template <class Enumeration>
+Enumeration as(const Variant& value) {
+  return static_cast<Enumeration>(value.whole());
+}
 // The range given as an argument or value. Throws what Excel answers for anything else.
 host::Range& range_of(const VARIANT& value);
 

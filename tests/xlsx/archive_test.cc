@@ -35,11 +35,10 @@ std::string rows(std::size_t size) {
 }
 
 TEST(Archive, JoinsPieces) {
-  struct Case {
+  const struct {
     const char* what;
     std::vector<std::string> pieces;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"one", {rows(1000)}},
       {"empty ones", {"", "", ""}},
       {"short ones", {"a", "bc", "", "d"}},
@@ -47,7 +46,7 @@ TEST(Archive, JoinsPieces) {
       {"incompressible ones", {noise(200000), noise(1), noise(70000)}},
       {"one byte again and again", {std::string(500000, 'x'), std::string(258, 'y'), rows(50000)}},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     std::string whole;
     for (const std::string& piece : c.pieces) whole += piece;
     for (const int level : {1, 2, 4, 6, 9, 12}) {

@@ -79,13 +79,12 @@ TEST(Chart, PointsBesidePrimaryBarsGoToSecondaryAxes) {
 }
 
 TEST(Chart, DrawsLinesAndMarkersByKind) {
-  struct Case {
+  const struct {
     const char* what;
     ChartKind kind;
     bool line, marker;
     const char* expected;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"markers alone", ChartKind::kXYScatter, false, false,
        "</c:tx><c:spPr><a:ln><a:noFill/></a:ln></c:spPr><c:xVal>"},
       {"markers with a line of its own", ChartKind::kXYScatter, true, false,
@@ -97,7 +96,7 @@ TEST(Chart, DrawsLinesAndMarkersByKind) {
        "<c:marker><c:symbol val=\"circle\"/><c:size val=\"2\"/><c:spPr><a:solidFill><a:srgbClr "
        "val=\"FF0000\"/>"},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     office::BookModel book;
     ChartModel chart;
     auto series = add_series(chart, "s", c.kind, {"", {}, {1, 2}}, {"", {}, {3, {}}});
@@ -135,12 +134,11 @@ TEST(Chart, SaysWhatEmptyCellsAre) {
 }
 
 TEST(Chart, SplitsTitlesAtLineBreaks) {
-  struct Case {
+  const struct {
     const char* what;
     std::vector<std::string> runs;
     int paragraphs, texts;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"one line", {"a"}, 1, 1},
       {"a break inside a run", {"a\r\nb"}, 2, 2},
       {"a break between runs", {"a", "\nb"}, 2, 2},
@@ -152,7 +150,7 @@ TEST(Chart, SplitsTitlesAtLineBreaks) {
     for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++found;
     return found;
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     office::BookModel book;
     ChartModel chart;
     for (const std::string& run : c.runs) chart.title.push_back({run, {}});

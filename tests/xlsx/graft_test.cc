@@ -268,15 +268,14 @@ TEST_F(Graft, ReplacesASheetWithWhatItAloneOwns) {
         "<Relationship Id=\"rId9\" Type=\"" + relation + "/drawing\" Target=\"" + drawing +
             "\"/></Relationships>"},
        {"xl/worksheets/sheet2.xml", "<dimension ", "<sheetPr codeName=\"Sheet&amp;9\"/><dimension "}});
-  struct Case {
+  const struct {
     const char* what;
     const std::string& before;
     std::size_t sheet;
     std::size_t more_parts;  // than before
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"all its own", package_, 0, 0}, {"a drawing of two", shared, 0, 2}, {"a name", shared, 1, 0}};
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     SCOPED_TRACE(c.what);
     const std::string after = with_sheets(c.before, {c.sheet});
     const auto old_parts = parts_of(c.before), new_parts = parts_of(after);
@@ -319,12 +318,11 @@ TEST_F(Graft, HasTheWorkbookComputedOnlyWhereOthersLookAtAReplacedSheet) {
   const char* const kFormula = "0.1+0.2";
   const char* const kWorkbook = "xl/workbook.xml";
   const char* const kNames = "</definedNames>";
-  struct Case {
+  const struct {
     const char *part, *from, *to;
     std::size_t replaced;
     bool computed;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {kSheet, kFormula, "1", 1, false},
       {kSheet, kFormula, "1+Spider!A1", 1, true},
       {kSheet, kFormula, "1+Spider!A1", 0, false},
@@ -338,7 +336,7 @@ TEST_F(Graft, HasTheWorkbookComputedOnlyWhereOthersLookAtAReplacedSheet) {
       {kWorkbook, kNames,
        "<definedName name=\"top\" localSheetId=\"1\">Spider!$A$1</definedName></definedNames>", 1, false},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     const std::string before = changed(package_, {{c.part, c.from, c.to}});
     const std::string workbook = parts_of(with_sheets(before, {c.replaced})).at(kWorkbook);
     EXPECT_EQ(workbook.find("fullCalcOnLoad") != workbook.npos, c.computed) << c.to << ' ' << c.replaced;
@@ -359,17 +357,16 @@ TEST_F(Graft, ChangesTheOrderOfCalculationWithItsFormulas) {
   for (const auto& [cell, formula] : book.sheets[3]->formulas)
     of_new += "<c r=\"" + office::cell_name(cell.row, cell.column) + "\" i=\"4\"/>";
   ASSERT_NE(of_new, "");
-  struct Case {
+  const struct {
     std::size_t sheet;
     std::string before, after;  // empty: the part goes
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {3, "<c r=\"A1\" i=\"1\"/><c r=\"A2\"/><c r=\"C1\" i=\"4\"/><c r=\"C3\" l=\"1\"/><c r=\"A9\" i=\"1\"/>",
        "<c r=\"A1\" i=\"1\"/><c r=\"A2\"/><c r=\"A9\" i=\"1\"/>" + of_new},
       {1, "<c r=\"A1\" i=\"1\"/>", "<c r=\"A1\" i=\"1\"/>"},
       {1, "<c r=\"A1\" i=\"2\"/><c r=\"A2\"/>", ""},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     const auto after =
         parts_of(with_sheets(changed(package_, {{"xl/calcChain.xml", "", list + c.before + "</calcChain>"},
                                                 {"[Content_Types].xml", "</Types>", type},

@@ -120,18 +120,17 @@ TEST_F(Packages, AreTheSameEveryTimeAndOnAnyNumberOfThreads) {
 
 TEST_F(Packages, AreDatedAsTheyAreTold) {
   using std::chrono::sys_days;
-  struct Case {
+  const struct {
     std::chrono::sys_seconds created;
     const char *document, *parts;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {sys_days(std::chrono::January / 31 / 2026) + std::chrono::seconds(86399), "(2026, 1, 31, 23, 59, 59)",
        "(2026, 1, 31, 23, 59, 58)"},
       {{}, "(1970, 1, 1, 0, 0, 0)", "(1980, 1, 1, 0, 0, 0)"},
       {sys_days(std::chrono::March / 1 / 2900), "(2900, 3, 1, 0, 0, 0)", "(2107, 12, 31, 23, 59, 58)"},
   };
   const test::TemporaryFolder folder;
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     SaveOptions options;
     options.created = c.created;
     save(full_book(), folder / "a.xlsx", options);

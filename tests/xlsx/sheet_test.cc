@@ -197,12 +197,11 @@ TEST(Workbook, NamesPrintTitlesAndTheCalculation) {
 }
 
 TEST(Package, RefusesWhatTheFormatCannotHold) {
-  struct Case {
+  const struct {
     const char* what;
     std::function<void(office::BookModel&)> spoil;
     const char* message;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"no sheets", [](auto& book) { book.sheets.clear(); }, "without sheets"},
       {"a malformed name", [](auto& book) { book.sheets[0]->name = "a/b"; }, "a/b"},
       {"an empty name", [](auto& book) { book.sheets[0]->name = ""; }, "''"},
@@ -224,7 +223,7 @@ TEST(Package, RefusesWhatTheFormatCannotHold) {
        },
        "column 16385"},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     office::BookModel book;
     add_sheet(book, "First", {{"x"}});
     ASSERT_NO_THROW(package(book)) << c.what;

@@ -11,11 +11,10 @@ namespace ordvane::xlsx {
 namespace {
 
 TEST(Xml, EscapesText) {
-  struct Case {
+  const struct {
     const char* what;
     std::string text, plain, xstring;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"ordinary text stays", "Zinssatz für 3 €", "Zinssatz für 3 €", "Zinssatz für 3 €"},
       {"markup", "a<b>&\"c'", "a&lt;b&gt;&amp;&quot;c'", "a&lt;b&gt;&amp;&quot;c'"},
       {"control characters", std::string("a\0b\x1F\r", 5), "a b  ", "a_x0000_b_x001F__x000D_"},
@@ -31,7 +30,7 @@ TEST(Xml, EscapesText) {
       {"no character", "\xEF\xBF\xBE", " ", "_xFFFE_"},
       {"beyond the first plane", "\xF0\x9F\x93\x88", "\xF0\x9F\x93\x88", "\xF0\x9F\x93\x88"},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     std::string plain, xstring;
     append_escaped(plain, c.text, Escape::kPlain);
     append_escaped(xstring, c.text, Escape::kXstring);
@@ -75,13 +74,12 @@ TEST(Grid, FindsTheCellUnderAPoint) {
   sheet.columns[2] = {20.0, false};  // 145 pixels: 108.75 points
   sheet.columns[3] = {{}, true};
   sheet.row_heights[1] = 30;
-  struct Case {
+  const struct {
     const char* what;
     double x, y;
     int column, row;
     double in_column, in_row;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"the corner", 0, 0, 0, 0, 0, 0},
       {"inside the first cell", 47, 29, 0, 0, 47, 29},
       {"at the edge", 48, 30, 1, 1, 0, 0},
@@ -90,7 +88,7 @@ TEST(Grid, FindsTheCellUnderAPoint) {
       {"left of the sheet", -5, -5, 0, 0, 0, 0},
       {"outside", 1e9, 1e9, 16383, 1048575, 48, 15},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     const GridPlace column = column_at(sheet, c.x), row = row_at(sheet, c.y);
     EXPECT_EQ(column.cell, c.column) << c.what;
     EXPECT_EQ(row.cell, c.row) << c.what;
