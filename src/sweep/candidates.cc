@@ -295,7 +295,7 @@ void Judge::judge(calc::CellId cell, Candidates& into) const {
   if (value.is_blank() || value.is_error() || !is_constant(cell) || judge_choices(cell, into)) return;
   if (value.kind() == calc::Kind::kBoolean) into.left_out.push_back({cell, "a switch"});
   if (value.kind() != calc::Kind::kNumber) return;
-  const std::string label = text::lower_ascii(label_of(model_, cell));
+  const std::string label = text::lower_ascii(label_of(model_, cell) + " " + unit_of(model_, cell));
   if (std::string why = why_not(cell, label); !why.empty()) {
     into.left_out.push_back({cell, std::move(why)});
     return;

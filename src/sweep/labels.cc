@@ -107,6 +107,17 @@ std::string label_of(const calc::Model& model, calc::CellId id) {
   return joined(cleaned(left.text), left.behind_numbers ? above(model, cell) : "");
 }
 
+std::string unit_of(const calc::Model& model, calc::CellId id) {
+  const calc::Cell& cell = cell_of(model, id);
+  for (const std::int32_t column : {cell.column + 1, cell.column - 1}) {
+    if (column < 0) continue;
+    const calc::CellId beside = model.workbook().find(cell.sheet, cell.row, column);
+    if (beside == calc::kNoCell || !model.base(beside).is_text()) continue;
+    if (std::string text = cleaned(model.base(beside).text()); is_unit(text)) return text;
+  }
+  return {};
+}
+
 std::string long_label_of(const calc::Model& model, calc::CellId id) {
   const calc::Cell& cell = cell_of(model, id);
   return joined(cleaned(left_of(model, cell).text), above(model, cell));

@@ -18,5 +18,7 @@ std::optional<runfile::LabelCell> nearest_text(const calc::Model& model, const c
 std::string label_of(const calc::Model& model, calc::CellId cell);
 // The text to the left and the text above, which tells apart what `label_of` gives one name.
 std::string long_label_of(const calc::Model& model, calc::CellId cell);
+// What the text directly to the right or to the left counts in, "years"; empty where none does.
+std::string unit_of(const calc::Model& model, calc::CellId cell);
 
 }  // namespace ordvane::sweep

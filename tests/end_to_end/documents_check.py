@@ -32,6 +32,8 @@ def prepare(folder, command):
     """Gives a command the files that it names."""
     for name in re.findall(r"[\w-]+\.run\.json", command):
         shutil.copy(EXAMPLE / "solar-plant.run.json", folder / name)
+        for table in EXAMPLE.glob("*.csv"):
+            shutil.copy(table, folder)
     if swept := re.search(r"sweep (\S+)\.xlsx(?: (\S+\.whatif\.json))?", command):
         for old in [*folder.glob(swept[1] + ".run.*"), *folder.glob(swept[1] + ".whatif.json")]:
             old.unlink()

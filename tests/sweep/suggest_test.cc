@@ -43,7 +43,7 @@ std::map<std::string, std::string> judged(const calc::Model& model, const char* 
 
 TEST(Suggestion, JudgesConstantsAsTheyAreUsed) {
   struct Case {
-    const char *label, *content, *use, *expected;
+    const char *label, *content, *use, *expected, *unit = "";
   };
   const Case kCases[] = {
       {"Price", "50", "#*2", "45 55 "},
@@ -55,6 +55,8 @@ TEST(Suggestion, JudgesConstantsAsTheyAreUsed) {
       {"Months per year", "12", "#*2", "the size of a unit"},
       {"Loan period (years)", "12", "#*2", "10 11 12 13 14 "},
       {"Cost per month", "12", "#*2", "10.8 13.2 "},
+      {"Loan", "12", "#*2", "10 11 12 13 14 ", "years"},
+      {"Fee", "12", "#*2", "10.8 13.2 ", "USD/month"},
       {"Last period", "12", "IF(#=Z1,1,2)", "10 11 12 13 14 "},
       {"Scenario", "2", "IF(#=1,8,9)", "a case that formulas tell apart"},
       {"Scenario", "2", "CHOOSE(#,7,8,9)", "a case that formulas tell apart"},
@@ -67,8 +69,12 @@ TEST(Suggestion, JudgesConstantsAsTheyAreUsed) {
   for (const Case& each : kCases) {
     std::string formula = each.use;
     formula.replace(formula.find('#'), 1, "B1");
-    const calc::Model model =
-        test::TinyWorkbook().set("A1", each.label).set("B1", each.content).set("B9", "=" + formula).model();
+    const calc::Model model = test::TinyWorkbook()
+                                  .set("A1", each.label)
+                                  .set("C1", each.unit)
+                                  .set("B1", each.content)
+                                  .set("B9", "=" + formula)
+                                  .model();
     EXPECT_EQ(judged(model, "B9")["B1"], each.expected)
         << each.label << " " << each.content << " " << each.use;
   }
