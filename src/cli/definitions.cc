@@ -300,8 +300,7 @@ HelpParts help_of_all() {
           {"Environment",
            {{"LC_ALL, LC_MESSAGES, LANG", "the language of reports where --language says none"},
             {"COLUMNS", "the width of tables, where it is not the terminal's"},
-            {"SOURCE_DATE_EPOCH",
-             "the time that workbooks and models have, in seconds since 1970"}}}};
+            {"SOURCE_DATE_EPOCH", "the time that workbooks and models have, in seconds since 1970"}}}};
 }
 
 }  // namespace ordvane::cli
