@@ -47,7 +47,7 @@ std::shared_ptr<Engine> library_of_run(const path& run) {
   return library(stand_in());
 }
 
-// Everything that an engine says of a run, and what it writes when it is asked for what there is not.
+// What an engine says of a run's values and items, and what it writes when it is asked for what there is not.
 std::string transcript(Engine& engine, std::int32_t hVars) {
   std::ostringstream out;
   const auto line = [&out](const char* call, std::int32_t status, const auto&... values) {
@@ -60,31 +60,13 @@ std::string transcript(Engine& engine, std::int32_t hVars) {
     out << "\n";
   };
 
-  std::int32_t runs = -1, count = -1, inputs = -1, outputs = -1, saved = -1;
+  std::int32_t runs = -1, count = -1, inputs = -1, outputs = -1;
   line("stats", engine.DRL4_GetSimStats(hVars, runs, count), runs, count);
-  for (std::int32_t mode : {1, 0})
-    line("numbers", engine.DRL4_GetNumInputsAndOutputs(hVars, mode, inputs, outputs), inputs, outputs);
-  line("saved", engine.DRL4_GetNumInputsWithSavedSamples(hVars, saved), saved);
-
-  const auto size = static_cast<std::size_t>(saved);
-  std::vector<std::int32_t> varied(2 * size, -1);
-  std::int32_t a = -1, b = -1, c = -1;
-  line("varied", engine.DRL4_GetVaryMultis(hVars, varied, a, b, c), a, b, c);
-  numbers(varied);
-  std::vector<std::int16_t> steps(size + 1, -1);
-  line("steps", engine.DRL4_GetVaryCountList(hVars, steps, saved));
-  numbers(steps);
-  for (std::int32_t first : {0, 1, c}) {
-    std::vector<std::int32_t> members(4 * 5, -1), at(4 * 6, -1);
-    line("groups", engine.DRL4_GetUsedVaryMultis(hVars, first, 4, members, 5, 6, at));
-    numbers(members);
-    numbers(at);
-  }
-
+  line("numbers", engine.DRL4_GetNumInputsAndOutputs(hVars, 0, inputs, outputs), inputs, outputs);
   line("type", engine.DRL4_GetSamplingType(hVars), engine.DRL4_SetSamplingType(hVars, 7),
        engine.DRL4_GetSamplingType(hVars));
   for (std::int32_t kind : {0, 1, 2})
-    for (std::int32_t index = -1; index <= std::max(saved, outputs); ++index)
+    for (std::int32_t index = -1; index <= std::max(inputs, outputs); ++index)
       for (std::int32_t run = 0; run <= runs; ++run) {
         std::vector<double> data(static_cast<std::size_t>(count), 0.25);
         line("data", engine.DRL4_GetDoubleInputOrOutputData(hVars, kind, index, run, 0, count - 1, data, 1));
@@ -94,7 +76,7 @@ std::string transcript(Engine& engine, std::int32_t hVars) {
         out << "\n";
       }
 
-  for (std::int32_t index = -1; index <= std::max(saved, outputs); ++index) {
+  for (std::int32_t index = -1; index <= std::max(inputs, outputs); ++index) {
     std::string t[4] = {"kept", "kept", "kept", "kept"};
     std::int32_t n[8] = {};
     std::int16_t s[6] = {};
