@@ -416,6 +416,7 @@ TEST(Callbacks, EndTheJobAtAnyQuestion) {
       EXPECT_EQ(stopped, throwing) << "question " << nth;
       EXPECT_EQ(failure.code, throwing ? ErrorCode{} : ErrorCode::kCancelled) << "question " << nth;
       ASSERT_EQ(file_text(file), "old") << "question " << nth;
+      EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1) << "question " << nth;
     }
   ReportOptions options;
   options.progress = [](const std::string&) { throw Stop(); };
