@@ -246,21 +246,6 @@ TEST(BarChart, ScalesTheValueAxisToTheBars) {
   EXPECT_LT(chart.plot.inside->left + chart.plot.inside->width, chart.width);
 }
 
-TEST(ReportChart, TitleAndSubtitleShareTheTitle) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto chart = reports.AddSheet("Title")->AddPointChart(428, 300);
-  chart->SetTitle("Größe 😀");
-  chart->SetSubtitle("second\r\nthird");
-  const auto& model = *bench.first_sheet(reports).charts.front();
-  ASSERT_EQ(model.title.size(), 3U) << "title, line break, subtitle";
-  EXPECT_EQ(model.title[0].text, "Größe 😀");
-  EXPECT_EQ(model.title[0].font.bold, true);
-  EXPECT_EQ(model.title[2].text, "second\nthird");
-  EXPECT_EQ(model.title[2].font.bold, false);
-  EXPECT_EQ(model.alternative_text, "Größe 😀\nsecond\nthird");
-}
-
 TEST(ReportChart, TellsThirtyTwoSeriesApart) {
   test::TablesBench bench;
   auto reports = bench.reports();
@@ -388,15 +373,6 @@ TEST(ReportChart, WatermarkLiesInThePlotAndClicksOnlyWithTheAddIn) {
   lies_in_plot(bars.drawn());
   for (const auto& box : bars.drawn().text_boxes)
     EXPECT_LT(box.left + box.width, bars.drawn().plot.inside->left + bars.drawn().plot.inside->width / 2);
-}
-
-TEST(ReportSheet, ChartHeightGrowsWithTheBars) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto sheet = reports.AddSheet("Heights");
-  EXPECT_EQ(sheet->ChartHeightForBars(1), 180);
-  EXPECT_EQ(sheet->ChartHeightForBars(10), 330);
-  EXPECT_EQ(sheet->ChartHeightForBars(32), 484) << "many bars stand closer";
 }
 
 }  // namespace
