@@ -200,13 +200,10 @@ const struct {
   std::vector<bool> goes_on;
 } kBreakCases[] = {
     {"a table may go on", {{1, 20, 700, 80, 45}}, {}, {true}},
-    {"one that begins at the foot does not",
-     {{1, 20, 600, 80, 45}, {40, 620, 900, 680, 45}},
-     {40},
-     {false, false}},
+    {"one at the foot does not", {{1, 20, 600, 80, 45}, {40, 620, 900, 680, 45}}, {40}, {false, false}},
     {"it does where its first rows fit", {{1, 20, 600, 80, 45}, {40, 610, 900, 650, 45}}, {}, {false, true}},
     {"the first block stays with the title", {{4, 60, 900, 700, 0}}, {}, {true}},
-    {"repeated headers take room",
+    {"headers take room",
      {{1, 0, 100, 60, 100}, {10, 120, 700, 700, 0}, {50, 710, 730, 720, 0}},
      {10, 50},
      {false, true, false}},
