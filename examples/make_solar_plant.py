@@ -4,7 +4,7 @@
 Usage: make_solar_plant.py [WORKBOOK.xlsx]
 
 Inputs stand on the sheets Site and Finance, the live formulas on Cash flow, the outputs on Results. Two calls make
-the same bytes. sweep.py records what-if runs of the workbook.
+the same bytes. `ordvane sweep` records what-if runs of the workbook.
 """
 
 import datetime

@@ -5,6 +5,7 @@
 
 #include "calc/evaluation.h"
 #include "calc/operators.h"
+#include "text/calendar.h"
 
 namespace ordvane::calc {
 
@@ -131,7 +132,7 @@ Array& Call::make_array(std::int32_t rows, std::int32_t columns) {
 }
 
 double Call::now() const {
-  return evaluation_.frozen().now;
+  return evaluation_.frozen().now + static_cast<double>(text::Calendar(counts_from_1904()).day(text::Date()));
 }
 
 double Call::random() {

@@ -72,8 +72,12 @@ Operand Evaluation::call(CellId cell, const Function& function, std::span<const 
 }
 
 double Evaluation::random() {
-  std::uint64_t x = frozen_.seed + 0x9E3779B97F4A7C15U * (static_cast<std::uint64_t>(cell_) + 1) +
-                    0xD1B54A32D192ED03U * ++randoms_;
+  return random_of(frozen_, cell_, ++randoms_);
+}
+
+double random_of(const Frozen& frozen, CellId cell, std::uint64_t n) {
+  std::uint64_t x =
+      frozen.seed + 0x9E3779B97F4A7C15U * (static_cast<std::uint64_t>(cell) + 1) + 0xD1B54A32D192ED03U * n;
   x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9U;
   x = (x ^ (x >> 27)) * 0x94D049BB133111EBU;
   return static_cast<double>((x ^ (x >> 31)) >> 11) * 0x1p-53;
@@ -382,16 +386,26 @@ Operand Evaluation::form_ifs(const Node& node, bool in_array) {
 }
 
 Operand Evaluation::form_switch(const Node& node, bool in_array) {
-  const Value wanted = first(operand_of(node.children[0], in_array));
+  // A blank is the empty text here, not 0. A value that is an error fits nothing, and is the result when
+  // nothing fits.
+  static const std::string kNothing;
+  const auto compared = [&](std::size_t child) {
+    const Value value = first(operand_of(node.children[child], in_array));
+    return value.is_blank() ? Value(&kNothing) : value;
+  };
+  const Value wanted = compared(0);
   if (wanted.is_error()) return wanted;
+  ErrorCode unfit = ErrorCode::kNotAvailable;
   std::size_t i = 1;
   for (; i + 1 < node.children.size(); i += 2) {
-    const Value one = first(operand_of(node.children[i], in_array));
-    if (one.is_error()) return one;
-    if (one.is_text() == wanted.is_text() && compare_values(wanted, one) == 0)
+    const Value one = compared(i);
+    if (one.is_error()) {
+      unfit = one.error();
+    } else if (one.is_text() == wanted.is_text() && compare_values(wanted, one) == 0) {
       return branch(node, i + 1, in_array);
+    }
   }
-  return i < node.children.size() ? branch(node, i, in_array) : Operand(ErrorCode::kNotAvailable);
+  return i < node.children.size() ? branch(node, i, in_array) : Operand(unfit);
 }
 
 }  // namespace ordvane::calc

@@ -29,9 +29,11 @@ class CellValues {
 
 // What would be another value with every calculation, held for a whole run.
 struct Frozen {
-  double now = 0;  // days since the workbook's day 0
+  double now = 0;  // days since 30 December 1899, whatever day the workbook counts from
   std::uint64_t seed = 0;
 };
+// What the n-th call of RAND and its kin in a cell gives, counted from 1.
+double random_of(const Frozen& frozen, CellId cell, std::uint64_t n);
 
 class Evaluation {
  public:

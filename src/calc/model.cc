@@ -6,7 +6,7 @@ namespace ordvane::calc {
 namespace {
 
 const std::string kNothing;
-const std::string kCircular = "a circular reference";
+const std::string kCircular = kCircularReference;
 
 std::size_t index_of(CellId cell) {
   return static_cast<std::size_t>(cell);

@@ -26,6 +26,9 @@ struct Obstacle {
   std::string what;
 };
 
+// As the obstacle of a cell that is calculated from itself.
+inline constexpr const char* kCircularReference = "a circular reference";
+
 class Model {
  public:
   // Both throw what Workbook throws.

@@ -8,6 +8,7 @@
 #include "calc/address.h"
 #include "calc/workbook.h"
 #include "calc/xml_stream.h"
+#include "text/cell_names.h"
 #include "text/edit.h"
 #include "text/utf8.h"
 #include "unicode/names.h"
@@ -160,7 +161,8 @@ class WorkbookReader {
   std::vector<Value> texts_;
   std::vector<std::int32_t> format_of_style_;
   std::vector<bool> names_done_;
-  std::vector<CellId> formula_cells_;  // the first cell of each formula
+  std::vector<CellId> formula_cells_;      // the first cell of each formula
+  std::vector<std::int32_t> data_tables_;  // among the formulas
 };
 
 // The cells of one sheet.
@@ -181,6 +183,7 @@ class SheetReader : public XmlVisitor {
   Value stored_value();
   void add_formula(CellId id);
   void add_area(CellId id, std::int32_t formula);
+  std::string data_table(const Reference& area) const;
 
   WorkbookReader& reader_;
   Workbook& book_;
@@ -190,6 +193,7 @@ class SheetReader : public XmlVisitor {
   bool in_cell_ = false, has_formula_ = false, has_value_ = false, inline_text_ = false;
   int phonetic_ = 0;
   std::string type_, value_, formula_, formula_type_, area_, shared_;
+  std::array<std::string, 2> varied_;  // the cells that a data table sets
   std::int32_t style_ = 0;
   std::map<std::string, std::int32_t> shared_formulas_;
 };
@@ -239,6 +243,7 @@ void SheetReader::start_formula(const Attributes& attributes) {
   formula_type_ = attributes["t"];
   area_ = attributes["ref"];
   shared_ = attributes["si"];
+  varied_ = {std::string(attributes["r1"]), std::string(attributes["r2"])};
 }
 
 void SheetReader::end(std::string_view name) {
@@ -314,7 +319,27 @@ void SheetReader::add_area(CellId id, std::int32_t formula) {
   CellFormula& filled = book_.formulas[static_cast<std::size_t>(formula)];
   filled.is_array = !is_table;
   filled.area = area;
-  if (is_table) filled.tree.unsupported = "a data table";
+  if (!is_table) return;
+  reader_.data_tables_.push_back(formula);
+  filled.text = data_table(area);
+}
+
+// A formula of all that a data table is calculated from: the cells that it sets, and those above it and left
+// of it, which hold its formulas and what it sets.
+std::string SheetReader::data_table(const Reference& area) const {
+  std::string formula = "TABLE(";
+  const auto add = [&](std::int32_t row, std::int32_t column, std::int32_t last_row,
+                       std::int32_t last_column) {
+    if (row >= 0 && column >= 0)
+      formula += (formula.ends_with('(') ? "" : ",") + text::cell_name(row + 1, column + 1, true) + ":" +
+                 text::cell_name(last_row + 1, last_column + 1, true);
+  };
+  for (const std::string& cell : varied_)
+    if (const auto place = block_of(cell))
+      add(place->row, place->column, place->last_row, place->last_column);
+  add(area.row - 1, std::max(0, area.column - 1), area.row - 1, area.last_column);
+  add(area.row, area.column - 1, area.last_row, area.column - 1);
+  return formula + ")";
 }
 
 void WorkbookReader::find_main_part() {
@@ -472,6 +497,7 @@ void WorkbookReader::parse_names() {
       name.tree = parse_formula(name.text, cell, book_, book_.arena);
     } catch (const BadFormula& error) {
       name.tree.unsupported = "the name " + name.name + ", which cannot be read: " + error.what();
+      name.tree.finds_cells = true;
     }
   }
   names_done_.resize(book_.names.size());
@@ -509,7 +535,13 @@ void WorkbookReader::parse_cells() {
     } catch (const BadFormula& error) {
       formula.tree.unsupported = std::string("a formula that cannot be read (") + error.what() +
                                  " at character " + std::to_string(error.position() + 1) + ")";
+      formula.tree.finds_cells = true;  // nobody knows what it is calculated from
     }
+  }
+  for (const std::int32_t position : data_tables_) {
+    CellFormula& table = book_.formulas[static_cast<std::size_t>(position)];
+    table.tree.unsupported = "a data table";
+    table.text.clear();
   }
 }
 

@@ -56,7 +56,7 @@ void Recalculation::classify(CellId wanted) {
         open_cell(frames, next);
         continue;
       }
-      if (state == State::kOpen) obstacles_.push_back({next, "a circular reference"});
+      if (state == State::kOpen) obstacles_.push_back({next, kCircularReference});
       frame.is_inside = frame.is_inside || state == State::kInside;
       continue;
     }
@@ -195,7 +195,7 @@ Value Recalculation::value(CellId cell) {
   if (position < 0) return model_.base(cell);
   const Slot& slot = slots_[static_cast<std::size_t>(position)];
   if (slot.is_open || !(is_known(cell) || depth_ == 0)) {
-    obstacles_.push_back({cell, "a circular reference"});
+    obstacles_.push_back({cell, kCircularReference});
     return ErrorCode::kCircular;
   }
   return slot.lanes->at(lane_);

@@ -5,6 +5,7 @@
 // exit code. Throws host::Error for what goes wrong later.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -63,6 +64,7 @@ struct SweepCommand {
   bool libreoffice = false;
   double time_limit = 60;  // seconds, of one recalculation by LibreOffice
   std::int32_t threads = 0;
+  std::optional<std::chrono::sys_seconds> now;  // where the model's clock stands
   bool overwrite = false, quiet = false;
   std::optional<std::string> report;  // a workbook; empty: named after the run
 };

@@ -29,6 +29,7 @@ const ValueKind kRunFile{"RUN.run.json", ValueKind::Offer::kFiles, {".json"}};
 const ValueKind kInputRange{.name = "CELL=RANGE", .repeated = true};
 const ValueKind kVerify{"ends|all|none"};
 const ValueKind kShard{"K/N"};
+const ValueKind kMoment{"DATE"};
 
 HelpPart exit_status() {
   return {"Exit status",
@@ -215,6 +216,11 @@ void add_sweep_engine(CommandLine& line, SweepCommand& c) {
           "--time-limit", kNumber, "Seconds that LibreOffice has for a recalculation (default: 60)",
           [&c](const std::string& text) { c.time_limit = whole_number_of("--time-limit", text, 1, 86400); })
       ->group(group);
+  line.option("--now", kMoment,
+              "Where NOW and TODAY stand: 2026-11-22, or 2026-11-22T14:30:00 (default: as unfinished work "
+              "has it, else the beginning of today, UTC)",
+              [&c](const std::string& text) { c.now = moment_of("--now", text); })
+      ->group(group);
   line.option("--threads", kNumber, "Processors to use (default: all)",
               [&c](const std::string& text) { c.threads = whole_number_of("--threads", text, 1, 1024); })
       ->group(group);
@@ -279,7 +285,8 @@ HelpParts help_of_all() {
           {"Environment",
            {{"LC_ALL, LC_MESSAGES, LANG", "the language of reports where --language says none"},
             {"COLUMNS", "the width of tables, where it is not the terminal's"},
-            {"SOURCE_DATE_EPOCH", "the time that workbooks are dated with, in seconds since 1970"}}}};
+            {"SOURCE_DATE_EPOCH",
+             "the time that workbooks are dated with and models stand at, in seconds since 1970"}}}};
 }
 
 }  // namespace ordvane::cli

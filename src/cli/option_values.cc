@@ -8,6 +8,7 @@
 #include "cli/problems.h"
 #include "cli/terminal.h"
 #include "environment/standard_environment.h"
+#include "text/calendar.h"
 #include "text/numbers.h"
 
 namespace ordvane::cli {
@@ -74,6 +75,12 @@ std::string language_list() {
   std::string list;
   for (const std::string& code : environment::languages()) list += (list.empty() ? "" : ", ") + code;
   return list;
+}
+
+std::chrono::sys_seconds moment_of(const std::string& option, const std::string& text) {
+  const auto moment = text::moment_of_iso(text);
+  if (!moment) refuse(option, text, "is no moment; give one such as 2026-11-22 or 2026-11-22T14:30:00");
+  return *moment;
 }
 
 sweep::Verify verify_of(const std::string& option, const std::string& text) {

@@ -2,6 +2,7 @@
 // is expected.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -20,6 +21,8 @@ std::int32_t whole_number_of(const std::string& option, const std::string& text,
 std::string language_of(const std::string& option, const std::string& text);
 // Codes of every language of the reports: "de, en, es".
 std::string language_list();
+// "2026-11-22", or with a time "2026-11-22T14:30:00".
+std::chrono::sys_seconds moment_of(const std::string& option, const std::string& text);
 // ends, all or none.
 sweep::Verify verify_of(const std::string& option, const std::string& text);
 // "\n" as typed in a shell is a line break.

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "cli/commands.h"
+#include "cli/report_clock.h"
 #include "cli/signals.h"
 #include "cli/terminal.h"
 #include "sweep/job.h"
@@ -82,6 +83,11 @@ sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   job.libreoffice = command.libreoffice;
   job.overwrite = command.overwrite;
   job.threads = command.threads;
+  job.now = command.now;
+  if (!job.now)
+    problems.gather([&] {
+      if (const auto clock = report_clock()) job.now = clock();
+    });
   job.office.step_limit = std::chrono::milliseconds(std::llround(command.time_limit * 1000));
   job.office.cancelled = [] { return caught_signal() != 0; };
   return job;
@@ -138,6 +144,8 @@ std::string summary(const sweep::Outcome& outcome) {
   if (!c.verified_by.empty())
     text += agreement(("Verified bit by bit with " + c.verified_by).c_str(), c.verified, c.verified_differ,
                       c.verified_first);
+  else if (!c.verified_first.empty())
+    text += "Not verified: " + c.verified_first + "\n";
   std::string lines;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = text.find('\n', at);

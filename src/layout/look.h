@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "host/excel.h"
 
@@ -34,6 +35,15 @@ inline constexpr double kHeaderRowHeight = 18;
 inline constexpr double kHeaderLineHeight = 13.5;
 inline constexpr double kBodyRowHeight = 15;
 inline constexpr double kLineHeight = 1.25;  // of texts in charts, in sizes
+
+// No sheet has a higher row (points) or a wider column (characters): what needs more is cut there.
+inline constexpr double kHighestRow = 409;
+inline constexpr double kWidestColumn = 255;
+
+// Of a row with so many lines of text, from its height with one.
+inline double row_height(double with_one, std::int32_t lines) {
+  return std::min(with_one + (lines - 1) * kHeaderLineHeight, kHighestRow);
+}
 
 // A text colour that reads well on this one.
 inline host::Color text_on(host::Color background) {

@@ -37,7 +37,7 @@ constexpr double kFrameWidth = 0.75;
 // accord. Returns whether the row is higher than it was.
 bool grow_row(host::Range& cells, const std::string& text, double size, double height) {
   const std::int32_t lines = wrapped_lines(text, cells.width() - kLabelMargin, size);
-  height += (lines - 1) * look::kHeaderLineHeight;
+  height = look::row_height(height, lines);
   if (lines <= 1 || cells.row_height() >= height) return false;
   cells.set_row_height(height);
   return true;
@@ -286,7 +286,7 @@ void ReportSheet::fit_title_block() {
     if (value->column_width() < width) value->set_column_width(width);
   }
   const auto labels = worksheet_->range(1, 1, 1, 1);
-  const double needed = column_characters(label_width + kLabelMargin);
+  const double needed = std::min(column_characters(label_width + kLabelMargin), look::kWidestColumn);
   if (labels->column_width() < needed) labels->set_column_width(needed);
   worksheet_->range(1, 1, 1, last_column())
       ->set_border(host::Edge::kBottom, look::rule(host::LineWeight::kMedium, look::kAccent));

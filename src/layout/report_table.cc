@@ -20,7 +20,6 @@ constexpr double kWrappedCaptionWidth = 14;  // characters; longer captions of f
 constexpr double kCaptionMargin = 8;         // points beside a caption
 constexpr double kBreathing = 1.5;           // characters beside fitted contents
 constexpr double kWidestNames = 42;          // characters
-constexpr double kHighestRow = 409;          // points; spreadsheets have no higher ones
 constexpr const char* kTextFormat = "@";
 
 // Characters that a fitted column needs for its caption.
@@ -276,7 +275,7 @@ void ReportTable::Settle() {
   }
   settle_groups();
   if (header_rows_ > 0) {
-    const double needed = look::kHeaderRowHeight + (lines - 1) * look::kHeaderLineHeight;
+    const double needed = look::row_height(look::kHeaderRowHeight, lines);
     const auto last_header = cells(body_row() - 1, 1);
     if (last_header->row_height() < needed) last_header->set_row_height(needed);
   }
@@ -342,8 +341,7 @@ void ReportTable::settle_rows() {
     for (const std::int32_t row : wrapped_rows_) wrap(row);
   }
   for (const auto& [row, count] : lines)
-    cells(body_row() + row - 1, 1)
-        ->set_row_height(std::min(look::kBodyRowHeight + (count - 1) * look::kHeaderLineHeight, kHighestRow));
+    cells(body_row() + row - 1, 1)->set_row_height(look::row_height(look::kBodyRowHeight, count));
 }
 
 // The columns of a group share what its caption needs beyond their width.
@@ -355,12 +353,12 @@ void ReportTable::settle_groups() {
     for (std::int32_t column = group.column; more > 0 && column < group.column + group.columns; ++column) {
       const auto cell = Header(group.row, column);
       double& settled = sheet_.settled_widths_[cell->column()];
-      settled = cell->column_width() + column_characters(more / group.columns);
+      settled = std::min(cell->column_width() + column_characters(more / group.columns), look::kWidestColumn);
       cell->set_column_width(settled);
     }
     if (group.rows > 1) continue;
     const std::int32_t lines = wrapped_lines(group.caption, block->width(), look::kBodySize, true);
-    const double height = look::kHeaderRowHeight + (lines - 1) * look::kHeaderLineHeight;
+    const double height = look::row_height(look::kHeaderRowHeight, lines);
     if (lines > 1 && block->row_height() < height) block->set_row_height(height);
   }
 }
@@ -384,7 +382,7 @@ double ReportTable::settle_column(std::int32_t column) {
   if (const auto names = name_widths_.find(column); names != name_widths_.end())
     width = std::max(width, std::min(column_characters(names->second + kCaptionMargin), kWidestNames));
   double& settled = sheet_.settled_widths_[column];
-  settled = std::max(settled, width);
+  settled = std::min(std::max(settled, width), look::kWidestColumn);
   if (settled != present) body->set_column_width(settled);
   return settled;
 }

@@ -22,6 +22,8 @@ constexpr const char* kAutomaticPrefix = "DralAuto";
 constexpr std::int32_t kAutomaticPrefixLength = 8;
 constexpr const char* kDefaultSheetName = "Sheet1";
 constexpr const char* kDateFormat = "mm/dd/yyyy";
+// A cell holds 32,767 characters, and a title may have two names beside words of its own.
+constexpr std::size_t kLongestName = 8000;
 
 bool is_blank(const std::string& name) {
   return name.empty() || name == " ";
@@ -46,7 +48,7 @@ std::shared_ptr<host::Range> cell_of(session::Session& s, const DralInputOutput&
 }
 
 void set_names(session::Session& s, const ItemInfo& info, DralInputOutput& record) {
-  record.ioName = info.name.empty() ? info.alternative_name : info.name;
+  record.ioName = text::cut_to(info.name.empty() ? info.alternative_name : info.name, kLongestName);
   record.set_SimpleName(record.ioName);
   record.useDefaultName = info.use_default_name != 0;
   if (record.useDefaultName) {

@@ -182,7 +182,6 @@ std::optional<std::string> sheet_name_fault(std::string_view name) {
     return "A sheet name must not contain any of \\ / ? * [ ] :";
   if (name.front() == '\'' || name.back() == '\'')
     return "A sheet name must not begin or end with an apostrophe";
-  if (unicode::same_name(name, "History")) return "The sheet name History is reserved";
   return std::nullopt;
 }
 

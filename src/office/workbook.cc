@@ -1,4 +1,5 @@
 #include "office/handles.h"
+#include "unicode/names.h"
 
 namespace ordvane::office {
 namespace {
@@ -71,6 +72,8 @@ std::string WorksheetHandle::name() {
 void WorksheetHandle::set_name(const std::string& name) {
   Book& book = book_of(*sheet_);
   if (const auto fault = sheet_name_fault(name)) refuse(*fault);
+  // Models may have one, from other programs; a spreadsheet gives the name to no sheet.
+  if (unicode::same_name(name, "History")) refuse("The sheet name History is reserved");
   const auto other = book.find_sheet(name);
   if (other && other != sheet_) refuse("The workbook already has a sheet named " + name);
   const std::string former = std::exchange(sheet_->model->name, name);

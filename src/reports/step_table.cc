@@ -203,7 +203,7 @@ void StepTable::fit_names() {
     const double missing = (lines - block.rows) * kLine;
     if (missing <= 0) continue;
     const auto last = table_->Body(block.first_row + block.rows - 1, 1);
-    last->set_row_height(layout::look::kBodyRowHeight + missing);
+    last->set_row_height(std::min(layout::look::kBodyRowHeight + missing, layout::look::kHighestRow));
   }
 }
 

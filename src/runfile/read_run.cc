@@ -19,6 +19,7 @@
 #include "runfile/other_file.h"
 #include "runfile/recalculations.h"
 #include "runfile/run.h"
+#include "runfile/values.h"
 #include "text/edit.h"
 #include "text/numbers.h"
 #include "text/utf16.h"
@@ -33,6 +34,7 @@ constexpr std::int32_t kLargestGroup = 32;
 constexpr std::int32_t kMostGroups = 10'000'000;
 constexpr std::int32_t kLongestSheetName = 31;
 constexpr std::int32_t kLongestBookName = 255;
+constexpr std::int32_t kLongestCellContent = 32767;
 constexpr const char* kWhat = "a run file";
 constexpr const char* kAutomaticFunction = "DralAuto";
 
@@ -45,8 +47,22 @@ struct Field {
 
 // --- names and addresses ------------------------------------------------------------------------
 
+std::string text_of_length(const JsonValue& value, std::int32_t limit) {
+  std::string text = value.text();
+  const std::int32_t length = text::utf16_length(text);
+  if (length > limit)
+    value.fail("is " + value.shown() + ", " + std::to_string(length) + " characters long; at most " +
+               std::to_string(limit) + " are possible");
+  return text;
+}
+
+// What a cell can hold.
+std::string cell_content(const JsonValue& value) {
+  return text_of_length(value, kLongestCellContent);
+}
+
 std::string name_without(const JsonValue& value, std::string_view forbidden, std::int32_t limit) {
-  std::string name = value.text();
+  std::string name = text_of_length(value, limit);
   if (name.empty()) value.fail("is empty; a name is expected");
   const auto bad = std::find_if(name.begin(), name.end(), [forbidden](char character) {
     return forbidden.find(character) != std::string_view::npos || static_cast<unsigned char>(character) < ' ';
@@ -54,10 +70,6 @@ std::string name_without(const JsonValue& value, std::string_view forbidden, std
   if (bad != name.end())
     value.fail("is " + value.shown() + "; a name without " + text::one_line(std::string(1, *bad)) +
                " is expected");
-  const std::int32_t length = text::utf16_length(name);
-  if (length > limit)
-    value.fail("is " + value.shown() + ", " + std::to_string(length) + " characters long; at most " +
-               std::to_string(limit) + " are possible");
   return name;
 }
 
@@ -131,7 +143,7 @@ std::vector<std::int32_t> step_counts(const JsonValue& value) {
 
 constexpr auto kLabelFields = std::to_array<Field<LabelCell>>({
     {"cell", true, [](const JsonValue& v, LabelCell& label) { label.cell = cell_text(v); }},
-    {"text", true, [](const JsonValue& v, LabelCell& label) { label.text = v.text(); }},
+    {"text", true, [](const JsonValue& v, LabelCell& label) { label.text = cell_content(v); }},
 });
 
 constexpr auto kItemFields = std::to_array<Field<Item>>({
@@ -141,13 +153,14 @@ constexpr auto kItemFields = std::to_array<Field<Item>>({
     {"cell", true, [](const JsonValue& v, Item& item) { item.cell = cell_text(v); }},
     {"range", false, [](const JsonValue& v, Item& item) { item.range = range_text(v); }},
     {"base", true, [](const JsonValue& v, Item& item) { item.base = number_or_null(v); }},
-    {"formula", false, [](const JsonValue& v, Item& item) { item.formula = v.text(); }},
+    {"formula", false, [](const JsonValue& v, Item& item) { item.formula = cell_content(v); }},
     {"function", false, [](const JsonValue& v, Item& item) { item.function = v.text(); }},
-    {"numberFormat", false, [](const JsonValue& v, Item& item) { item.number_format = v.text(); }},
+    {"numberFormat", false,
+     [](const JsonValue& v, Item& item) { item.number_format = text_of_length(v, kLongestNumberFormat); }},
     {"date", false, [](const JsonValue& v, Item& item) { item.date = v.boolean(); }},
     {"locked", false, [](const JsonValue& v, Item& item) { item.locked = v.boolean(); }},
     {"labels", false, [](const JsonValue& v, Item& item) { read_list(v, "labels", item.labels); }},
-    {"defaultName", false, [](const JsonValue& v, Item& item) { item.default_name = v.text(); }},
+    {"defaultName", false, [](const JsonValue& v, Item& item) { item.default_name = cell_content(v); }},
 });
 
 constexpr auto kInputFields = std::to_array<Field<Input>>({

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cmath>
+#include <cstdint>
 
 #include "host/cells.h"
 
@@ -15,6 +16,8 @@ inline constexpr double kErrorUnit = -1e302;
 // Numbers of a run stay inside this limit: beyond it lie the marks of the reports (a missing number, an
 // automatic axis bound) and the encoded errors.
 inline constexpr double kNumberLimit = 1e300;
+// Of the codes of a number format, in UTF-16 units.
+inline constexpr std::int32_t kLongestNumberFormat = 255;
 inline constexpr const char* kNumberRange = "between -1e300 and 1e300";
 
 inline double encode_error(host::CellError error) {

@@ -15,10 +15,6 @@ std::vector<calc::CellId> cells_of(const auto& planned) {
   return cells;
 }
 
-std::string text_of(const calc::Model& model, const calc::Obstacle& obstacle) {
-  return model.workbook().address(obstacle.cell) + ": " + obstacle.what;
-}
-
 class Compiled : public Calculator {
  public:
   Compiled(const calc::Model& model, const Plan& plan)
@@ -72,10 +68,12 @@ class Compiled : public Calculator {
 
 }  // namespace
 
-std::optional<std::string> obstacle(const calc::Model& model, const Plan& plan) {
-  const calc::Recalculation recalculation(model, cells_of(plan.inputs), cells_of(plan.outputs));
-  if (recalculation.obstacles().empty()) return std::nullopt;
-  return text_of(model, recalculation.obstacles().front());
+std::vector<calc::Obstacle> obstacles(const calc::Model& model, const Plan& plan) {
+  return calc::Recalculation(model, cells_of(plan.inputs), cells_of(plan.outputs)).obstacles();
+}
+
+std::string text_of(const calc::Model& model, const calc::Obstacle& obstacle) {
+  return model.workbook().address(obstacle.cell) + ": " + obstacle.what;
 }
 
 std::unique_ptr<Calculator> make_compiled(const calc::Model& model, const Plan& plan) {

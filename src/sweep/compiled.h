@@ -2,8 +2,8 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
+#include <vector>
 
 #include "calc/model.h"
 #include "sweep/calculator.h"
@@ -11,9 +11,11 @@
 
 namespace ordvane::sweep {
 
-// What in the formulas between inputs and outputs is not calculated here: "Costs!C7: CUBEVALUE"; nothing when
-// all is. What is not between them does not matter, the workbook's own values stand for it.
-std::optional<std::string> obstacle(const calc::Model& model, const Plan& plan);
+// What in the formulas between inputs and outputs is not calculated here. What is not between them does not
+// matter, the workbook's own values stand for it.
+std::vector<calc::Obstacle> obstacles(const calc::Model& model, const Plan& plan);
+// "Costs!C7: CUBEVALUE"
+std::string text_of(const calc::Model& model, const calc::Obstacle& obstacle);
 
 // The model must outlive it; several may use one. Throws host::Error where an obstacle shows during a
 // calculation.

@@ -13,6 +13,7 @@
 #include "runfile/json_file.h"
 #include "runfile/write_run.h"
 #include "sweep/compiled.h"
+#include "sweep/frozen_cells.h"
 #include "sweep/sweep.h"
 #include "text/calendar.h"
 #include "text/edit.h"
@@ -25,18 +26,14 @@ constexpr std::int64_t kOfficeChunk = 16;  // recalculations; a hundred a second
 constexpr std::int64_t kWorthAnOffice = 300;
 constexpr std::int64_t kCompiledChunk = 2048;  // thousands a second at least
 
-bool is_package(const std::filesystem::path& workbook) {
-  const std::string extension = text::lower_ascii(workbook.extension().string());
-  return extension == ".xlsx" || extension == ".xlsm" || extension == ".xltx" || extension == ".xltm";
-}
-
-// The clock of the model stands at the beginning of today, so that parts of one day agree.
-text::Date today() {
-  return text::date_of(std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now()));
-}
-
-calc::Frozen frozen() {
-  return {static_cast<double>(text::Calendar().day(today())), 1};
+// Work that goes on keeps its clock. It begins at the beginning of a day, so that parts of one day agree.
+std::chrono::sys_seconds clock_of(const Job& job) {
+  if (job.now) return *job.now;
+  if (!job.overwrite) {
+    const std::string there = clock_of_part(part_file(job.run, job.shard.value_or(Shard{})));
+    if (const auto moment = text::moment_of_iso(there)) return *moment;
+  }
+  return std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
 }
 
 // The work on one workbook.
@@ -45,7 +42,8 @@ class Sweep {
   explicit Sweep(const Job& job)
       : job_(job),
         bytes_(read_workbook(job)),
-        model_(package_bytes(), job.workbook.string(), frozen()),
+        clock_(clock_of(job)),
+        model_(package_bytes(), job.workbook.string(), frozen_at(clock_)),
         plan_(make_plan(complete(job), model_, job.workbook.filename().string())),
         shape_(shape_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())))) {
     choose_engine();
@@ -61,6 +59,8 @@ class Sweep {
 
   const WhatIf& complete(const Job& job) const;
   void choose_engine();
+  void refuse_for_office(const std::vector<calc::Obstacle>& obstacles,
+                         const std::vector<calc::CellId>& cells) const;
   void phase(const std::string& what) const {
     if (job_.phase) job_.phase(what);
   }
@@ -70,7 +70,8 @@ class Sweep {
       const std::lock_guard lock(mutex_);
       if (spare_) return std::move(spare_);
     }
-    return in_office_ ? make_libreoffice(job_.workbook, plan_, job_.office) : make_compiled(model_, plan_);
+    return in_office_ ? make_libreoffice(job_.workbook, model_, plan_, job_.office)
+                      : make_compiled(model_, plan_);
   }
 
   std::vector<calc::CellId> output_cells() const {
@@ -78,17 +79,17 @@ class Sweep {
     for (const PlannedOutput& output : plan_.outputs) cells.push_back(output.cell);
     return cells;
   }
-  bool reads_clock() const;
   void compare_stored();
   void compare_stored_cell(calc::CellId cell, const Result& base);
   void verify();
   void compare_rows(Calculator& referee, Calculator& checked, std::vector<Recalculation> rows);
-  std::string text_of(const Recalculation& recalculation) const;
+  std::string conditions(const Recalculation& recalculation) const;
   std::string difference(std::size_t output, const Recalculation& row, const Result& found,
                          const Result& expected) const;
 
   const Job& job_;
   std::string bytes_;
+  std::chrono::sys_seconds clock_;
   calc::Model model_;
   Plan plan_;
   Shape shape_;
@@ -118,26 +119,32 @@ const WhatIf& Sweep::complete(const Job& job) const {
   return job.what_if;
 }
 
-bool Sweep::reads_clock() const {
-  const calc::Workbook& book = model_.workbook();
-  const std::vector<calc::CellId> cells = model_.all_precedents(output_cells());
-  return std::any_of(cells.begin(), cells.end(), [&](calc::CellId cell) {
-    const std::int32_t formula = book.cells[static_cast<std::size_t>(cell)].formula;
-    return formula >= 0 && book.formulas[static_cast<std::size_t>(formula)].tree.is_volatile;
-  });
+// Circles that the workbook does not iterate have no value anywhere, and random numbers that LibreOffice
+// draws anew have another one in each recalculation.
+void Sweep::refuse_for_office(const std::vector<calc::Obstacle>& obstacles,
+                              const std::vector<calc::CellId>& cells) const {
+  const auto refuse = [](const std::string& what) { throw host::Error(host::errc::kHostRefused, what); };
+  for (const calc::Obstacle& obstacle : obstacles)
+    if (obstacle.what == calc::kCircularReference && !model_.workbook().iterates)
+      refuse(text_of(model_, obstacle) + ", and the workbook does not calculate iteratively");
+  if (const auto cell = never_frozen(model_, cells))
+    refuse(*cell + " draws another number at each recalculation by LibreOffice, which " +
+           (obstacles.empty() ? "was asked for" : "is needed for " + text_of(model_, obstacles.front())));
 }
 
 void Sweep::choose_engine() {
-  const std::optional<std::string> reason = obstacle(model_, plan_);
-  in_office_ = job_.libreoffice || reason;
-  if (reason) calculation_.because = *reason;
+  const std::vector<calc::Obstacle> found = obstacles(model_, plan_);
+  in_office_ = job_.libreoffice || !found.empty();
+  if (!found.empty()) calculation_.because = text_of(model_, found.front());
+  const std::vector<calc::CellId> cells = model_.all_precedents(output_cells());
+  if (in_office_) refuse_for_office(found, cells);
   phase(in_office_ ? "LibreOffice opens the workbook" : "the base case is calculated");
   std::unique_ptr<Calculator> calculator = make();
   calculation_.engine = calculator->engine();
   const std::vector<Recalculation> nothing(1);
   base_ = calculator->evaluate(nothing).front();
   spare_ = std::move(calculator);
-  if (!in_office_ && reads_clock()) calculation_.now = iso_date(today());
+  if (any_volatile(model_, cells)) calculation_.now = text::iso_moment(clock_);
 }
 
 // --- how far the results can be trusted -------------------------------------------------------------------
@@ -173,7 +180,7 @@ void Sweep::compare_stored() {
   if (stored_zeros_ == calculation_.stored_compared) calculation_.forget_stored();
 }
 
-std::string Sweep::text_of(const Recalculation& recalculation) const {
+std::string Sweep::conditions(const Recalculation& recalculation) const {
   if (recalculation.empty()) return " at the base";
   std::string text;
   for (const Change& change : recalculation) {
@@ -187,7 +194,7 @@ std::string Sweep::text_of(const Recalculation& recalculation) const {
 std::string Sweep::difference(std::size_t output, const Recalculation& row, const Result& found,
                               const Result& expected) const {
   const runfile::Output& item = plan_.outputs[output].item;
-  return item.sheet + "!" + item.cell + text_of(row) + ": " + shown(found) + " here, " + shown(expected) +
+  return item.sheet + "!" + item.cell + conditions(row) + ": " + shown(found) + " here, " + shown(expected) +
          " in " + calculation_.verified_by;
 }
 
@@ -215,10 +222,14 @@ void Sweep::verify() {
     calculation_.verified_first = "not asked for";
     return;
   }
+  if (const auto cell = never_frozen(model_, model_.all_precedents(output_cells()))) {
+    calculation_.verified_first = *cell + " draws another number at each recalculation by LibreOffice";
+    return;
+  }
   phase("LibreOffice verifies");
   std::unique_ptr<Calculator> referee;
   try {
-    referee = make_libreoffice(job_.workbook, plan_, job_.office);
+    referee = make_libreoffice(job_.workbook, model_, plan_, job_.office);
   } catch (const host::Error& error) {
     if (error.code() == host::errc::kUserCancelled || job_.verify == Verify::kAll) throw;
     calculation_.verified_first = error.description();
@@ -251,7 +262,8 @@ Outcome Sweep::run() {
   header.total = plan_.total();
   header.workbook = hash_of(std::string_view(bytes_));
   header.what_if = hash_of(plan_);
-  header.engine = calculation_.engine + (calculation_.now.empty() ? "" : ", clock at " + calculation_.now);
+  header.engine = calculation_.engine;
+  header.now = calculation_.now;
   header.run = runfile::description_of(run_of(plan_, base_), plan_.all_groups);
   const std::filesystem::path file = part_file(job_.run, shard);
   Outcome outcome;

@@ -1,6 +1,7 @@
 // From a workbook and a what-if definition to a recorded run.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -24,9 +25,11 @@ struct Job {
   std::filesystem::path run;   // NAME.run.json
   std::optional<Shard> shard;  // none: all of it, made into the run at once
   Verify verify = Verify::kEnds;
-  bool libreoffice = false;   // calculates all, whatever else could
-  bool overwrite = false;     // of a run that is there, or a part that was begun otherwise
-  int threads = 0;            // 0: one a processor
+  bool libreoffice = false;  // calculates all, whatever else could
+  bool overwrite = false;    // of a run that is there, or a part that was begun otherwise
+  int threads = 0;           // 0: one a processor
+  // Where the model's clock stands; none: as in the part that is there, or at the beginning of today (UTC).
+  std::optional<std::chrono::sys_seconds> now;
   LibreOfficeOptions office;  // `cancelled` is asked by all that takes long
   std::function<void(std::int64_t done, std::int64_t of)> progress;
   std::function<void(const std::string& what)> phase;  // what is being done, for people

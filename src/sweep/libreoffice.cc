@@ -4,10 +4,15 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "calc/address.h"
 #include "calc/value.h"
 #include "host/error.h"
+#include "runfile/json_file.h"
 #include "sweep/child_process.h"
-#include "xlsx/whole_file.h"
+#include "sweep/frozen_cells.h"
+#include "text/calendar.h"
+#include "text/edit.h"
+#include "xlsx/package_reader.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -15,6 +20,8 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr std::size_t kBatch = 64;  // recalculations that are asked for in one line
+constexpr int kMostCrashes = 6;     // one after the other: of three recalculations that were tried twice
+constexpr const char* kEndedUnexpectedly = "LibreOffice ended unexpectedly";
 
 [[noreturn]] void fail(const std::string& problem) {
   throw host::Error(host::errc::kHostRefused, problem);
@@ -40,6 +47,33 @@ Json places(const Items& items) {
   return list;
 }
 
+Json place_of(const calc::Workbook& book, calc::CellId id) {
+  const calc::Cell& cell = book.cells[static_cast<std::size_t>(id)];
+  return {book.sheets[static_cast<std::size_t>(cell.sheet)].name, calc::cell_name(cell.row, cell.column)};
+}
+
+Json frozen(const calc::Model& model) {
+  const calc::Workbook& book = model.workbook();
+  const text::Calendar calendar(book.counts_from_1904);
+  Json cells = Json::array();
+  for (const FrozenCell& frozen : frozen_cells(model)) {
+    Json place = place_of(book, frozen.cell);
+    place.push_back(frozen.randoms);
+    cells.push_back(std::move(place));
+  }
+  return {{"now", model.frozen().now + static_cast<double>(calendar.day(text::Date()))}, {"cells", cells}};
+}
+
+// Formulas that the outputs are calculated from, and that are not calculated here.
+Json foreign(const calc::Model& model, const Plan& plan) {
+  std::vector<calc::CellId> outputs;
+  for (const PlannedOutput& output : plan.outputs) outputs.push_back(output.cell);
+  Json cells = Json::array();
+  for (const calc::CellId cell : model.all_precedents(outputs))
+    if (!model.obstacle(cell).empty()) cells.push_back(place_of(model.workbook(), cell));
+  return cells;
+}
+
 Result result_of(const Json& answer) {
   if (answer.is_number()) return {answer.get<double>(), {}};
   if (answer.is_string()) return {std::numeric_limits<double>::quiet_NaN(), answer.get<std::string>()};
@@ -50,9 +84,13 @@ Result result_of(const Json& answer) {
 
 class LibreOffice : public Calculator {
  public:
-  LibreOffice(const std::filesystem::path& workbook, const Plan& plan, LibreOfficeOptions options)
+  LibreOffice(const std::filesystem::path& workbook, const calc::Model& model, const Plan& plan,
+              LibreOfficeOptions options)
       : workbook_(workbook), options_(std::move(options)), outputs_(plan.outputs.size()) {
-    setup_ = {{"inputs", places(plan.inputs)}, {"outputs", places(plan.outputs)}};
+    setup_ = {{"inputs", places(plan.inputs)},
+              {"outputs", places(plan.outputs)},
+              {"frozen", frozen(model)},
+              {"foreign", foreign(model, plan)}};
     start();
   }
 
@@ -60,15 +98,25 @@ class LibreOffice : public Calculator {
   std::vector<std::vector<Result>> evaluate(std::span<const Recalculation> recalculations) override;
 
  private:
+  struct Answer {
+    ChildProcess::Answer how;
+    Json content;  // of a line
+
+    bool is_problem() const { return content.is_object() && content.contains("error"); }
+  };
+
   void start();
-  Json read_answer(std::chrono::milliseconds limit, bool& in_time);
+  Answer read_answer(std::chrono::milliseconds limit);
+  void ask(std::span<const Recalculation> batch);
   void evaluate_batch(std::span<const Recalculation> batch, std::vector<std::vector<Result>>& results);
+  void count_crash();
 
   std::filesystem::path workbook_;
   LibreOfficeOptions options_;
   std::size_t outputs_;
   Json setup_;
   std::string engine_;
+  int crashes_ = 0;                      // one after the other
   std::optional<PrivateFolder> folder_;  // before the process, which ends first
   std::optional<ChildProcess> process_;
 };
@@ -84,30 +132,22 @@ void LibreOffice::start() {
   Json first = setup_;
   first["workbook"] = copy;
   process_->tell(first.dump());
-  bool in_time = false;
-  const Json answer = read_answer(options_.start_limit, in_time);
-  if (!in_time)
+  const Answer answer = read_answer(options_.start_limit);
+  if (answer.how == ChildProcess::Answer::kTimeLimit)
     fail("LibreOffice did not open " + workbook_.string() + " within " + seconds(options_.start_limit) +
          " s");
-  engine_ = answer.at("engine").get<std::string>();
+  if (answer.how == ChildProcess::Answer::kEnded) fail(workbook_.string() + ": " + kEndedUnexpectedly);
+  if (answer.is_problem()) fail(workbook_.string() + ": " + answer.content["error"].get<std::string>());
+  engine_ = answer.content.at("engine").get<std::string>();
 }
 
-Json LibreOffice::read_answer(std::chrono::milliseconds limit, bool& in_time) {
+LibreOffice::Answer LibreOffice::read_answer(std::chrono::milliseconds limit) {
   std::string line;
-  const auto answer = process_->wait(line, limit, options_.cancelled);
-  in_time = answer != ChildProcess::Answer::kTimeLimit;
-  if (!in_time) return {};
-  if (answer == ChildProcess::Answer::kEnded)
-    fail(workbook_.string() + ": LibreOffice, or the Python that drives it, ended unexpectedly");
-  Json tree = Json::parse(line);
-  if (tree.is_object() && tree.contains("error"))
-    fail(workbook_.string() + ": " + tree["error"].get<std::string>());
-  return tree;
+  const auto how = process_->wait(line, limit, options_.cancelled);
+  return {how, how == ChildProcess::Answer::kLine ? Json::parse(line) : Json()};
 }
 
-// A recalculation that takes too long ends the process; those behind it are asked for again.
-void LibreOffice::evaluate_batch(std::span<const Recalculation> batch,
-                                 std::vector<std::vector<Result>>& results) {
+void LibreOffice::ask(std::span<const Recalculation> batch) {
   Json request = Json::array();
   for (const Recalculation& recalculation : batch) {
     Json changes = Json::array();
@@ -115,18 +155,40 @@ void LibreOffice::evaluate_batch(std::span<const Recalculation> batch,
     request.push_back(std::move(changes));
   }
   process_->tell(request.dump());
-  for (std::size_t done = 0; done < batch.size(); ++done) {
-    bool in_time = false;
-    const Json answer = read_answer(options_.step_limit, in_time);
-    std::vector<Result>& row = results.emplace_back();
-    if (in_time) {
-      for (const Json& result : answer) row.push_back(result_of(result));
+}
+
+void LibreOffice::count_crash() {
+  if (++crashes_ == kMostCrashes)
+    fail(workbook_.string() + ": " + kEndedUnexpectedly + " " + std::to_string(crashes_) + " times in a row");
+}
+
+// A recalculation that takes too long, or at which LibreOffice crashes twice, has a text that says so. Those
+// behind it are asked for again.
+void LibreOffice::evaluate_batch(std::span<const Recalculation> batch,
+                                 std::vector<std::vector<Result>>& results) {
+  ask(batch);
+  bool is_again = false;
+  for (std::size_t done = 0; done < batch.size();) {
+    const Answer answer = read_answer(options_.step_limit);
+    if (answer.how == ChildProcess::Answer::kLine && !answer.is_problem()) {
+      std::vector<Result>& row = results.emplace_back();
+      for (const Json& result : answer.content) row.push_back(result_of(result));
+      crashes_ = 0;
+      is_again = false;
+      ++done;
       continue;
     }
-    row.assign(outputs_, {std::numeric_limits<double>::quiet_NaN(),
-                          "no result within " + seconds(options_.step_limit) + " s"});
+    const bool is_late = answer.how == ChildProcess::Answer::kTimeLimit;
+    if (!is_late) count_crash();
+    if (is_late || is_again) {
+      const std::string text =
+          is_late ? "no result within " + seconds(options_.step_limit) + " s" : kEndedUnexpectedly;
+      results.emplace_back(outputs_, Result{std::numeric_limits<double>::quiet_NaN(), text});
+      ++done;
+    }
+    is_again = !is_late && !is_again;
     start();
-    return evaluate_batch(batch.subspan(done + 1), results);
+    ask(batch.subspan(done));
   }
 }
 
@@ -139,12 +201,43 @@ std::vector<std::vector<Result>> LibreOffice::evaluate(std::span<const Recalcula
 
 }  // namespace
 
-std::unique_ptr<Calculator> make_libreoffice(const std::filesystem::path& workbook, const Plan& plan,
-                                             const LibreOfficeOptions& options) {
-  return std::make_unique<LibreOffice>(workbook, plan, options);
+std::unique_ptr<Calculator> make_libreoffice(const std::filesystem::path& workbook, const calc::Model& model,
+                                             const Plan& plan, const LibreOfficeOptions& options) {
+  return std::make_unique<LibreOffice>(workbook, model, plan, options);
+}
+
+namespace {
+
+// Old and open formats as far as they can be told: a record of the old one right behind the first, a mark in
+// the list of parts of the other.
+bool is_encrypted(std::string_view bytes) {
+  constexpr std::string_view kBeginnings[] = {std::string_view("\x09\x08\x10\x00", 4),
+                                              std::string_view("\x09\x08\x08\x00", 4)};
+  constexpr std::size_t kHead = 4;
+  for (const std::string_view beginning : kBeginnings)
+    for (std::size_t at = bytes.find(beginning); at != bytes.npos; at = bytes.find(beginning, at + 1)) {
+      const std::size_t next = at + kHead + static_cast<unsigned char>(beginning[2]);
+      if (bytes.substr(std::min(next, bytes.size()), 2) == std::string_view("\x2F\x00", 2)) return true;
+    }
+  try {
+    return xlsx::PackageReader(bytes).read("META-INF/manifest.xml").find("encryption-data") !=
+           std::string::npos;
+  } catch (const xlsx::BadPackage&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+bool is_package(const std::filesystem::path& workbook) {
+  const std::string extension = text::lower_ascii(workbook.extension().string());
+  return extension == ".xlsx" || extension == ".xlsm" || extension == ".xltx" || extension == ".xltm";
 }
 
 std::string converted_workbook(const std::filesystem::path& workbook, const LibreOfficeOptions& options) {
+  if (is_encrypted(runfile::read_text(workbook, "a workbook")))
+    throw xlsx::BadWorkbook(workbook.string() +
+                            ": the workbook is encrypted; save it without a password first");
   const PrivateFolder folder;
   const std::filesystem::path copy = folder.path() + "/model" + workbook.extension().string();
   copy_workbook(workbook, copy);

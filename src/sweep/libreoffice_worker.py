@@ -1,7 +1,8 @@
 """Recalculates a workbook in LibreOffice for a sweep, which starts this program and asks it by pipe.
 
 Argument: a folder of its own with the copy of the workbook; the profile and all else go there. Each line of standard input
-is JSON. The first names the workbook, the inputs and the outputs; every other one is a list of recalculations, each a list
+is JSON. The first names the workbook, the inputs, the outputs,
+formulas with functions that LibreOffice has to know, and what is held of clock and random numbers; every other one is a list of recalculations, each a list
 of [input, value]. Answers are lines, too: the engine's version or an error, then a list of results for each recalculation:
 a number, a text, null for nothing, or {"error": number}.
 
@@ -9,9 +10,11 @@ When standard input ends, so does everything that was started here, however busy
 """
 
 import json
+import math
 import os
 import pathlib
 import queue
+import re
 import shutil
 import signal
 import subprocess
@@ -21,6 +24,7 @@ import time
 
 FOLDER = pathlib.Path(sys.argv[1])
 FAILED = 2
+CHANGING = re.compile(r"""("(?:[^"]|"")*"|'(?:[^']|'')*')|(?<![\w.])(NOW|TODAY|RAND)\(\)""")
 os.environ["TMPDIR"] = str(FOLDER)  # what LibreOffice leaves there goes with the folder
 requests = queue.SimpleQueue()
 
@@ -95,13 +99,36 @@ def version(context):
     return product.getByName("ooSetupVersionAboutBox")
 
 
-def opened(context, workbook):
+def frozen_formula(formula, now, randoms):
+    """A formula with numbers in the place of what would be another one with every calculation."""
+    randoms = iter(randoms)
+    numbers = {"NOW": lambda: now, "TODAY": lambda: math.floor(now), "RAND": lambda: next(randoms)}
+    return CHANGING.sub(lambda found: found[1] or repr(float(numbers[found[2]]())), formula)
+
+
+def freeze(document, frozen):
+    now = frozen["now"]
+    for holder in (document, *document.Sheets):
+        for name in holder.NamedRanges:
+            name.Content = frozen_formula(name.Content, now, ())
+    for sheet, address, randoms in frozen["cells"]:
+        cell = cell_of(document, (sheet, address))
+        if cell.ArrayFormula:
+            cursor = document.Sheets.getByName(sheet).createCursorByRange(cell)
+            cursor.collapseToCurrentArray()
+            cursor.setArrayFormula(frozen_formula(cell.ArrayFormula.strip("{}"), now, randoms))
+        else:
+            cell.setFormula(frozen_formula(cell.Formula, now, randoms))
+
+
+def opened(context, workbook, frozen):
     desktop = context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop", context)
     quietly = {"Hidden": True, "MacroExecutionMode": 0, "UpdateDocMode": 0}
     document = desktop.loadComponentFromURL(
         pathlib.Path(workbook).as_uri(), "_blank", 0, tuple(PropertyValue(Name=n, Value=v) for n, v in quietly.items()))
     if document is None or not hasattr(document, "Sheets"):
         fail("LibreOffice cannot open the workbook")
+    freeze(document, frozen)
     document.enableAutomaticCalculation(True)  # workbooks that are calculated by hand would stay as they are
     document.calculateAll()
     return document
@@ -112,6 +139,29 @@ def cell_of(document, place):
     if not document.Sheets.hasByName(sheet):
         fail(f"LibreOffice finds no sheet {sheet!r} in the workbook")
     return document.Sheets.getByName(sheet).getCellRangeByName(cell)
+
+
+def check_functions(document, places):
+    """Refuses what would be an error at every step: functions that are macros, and those known to nobody."""
+    mapper = document.createInstance("com.sun.star.sheet.FormulaOpCodeMapper")
+    special = mapper.getAvailableMappings(ENGLISH, SPECIAL)
+    unknown = {special[kind].Token.OpCode for kind in (BAD, MACRO)}
+    for place in places:
+        for token in cell_of(document, place).getTokens():
+            if token.OpCode in unknown:
+                fail(f"{place[0]}!{place[1]}: {str(token.Data).upper()}: LibreOffice knows no such function or name")
+
+
+def iterated(document):
+    """What makes the next calculation of a circular reference begin anew, whatever was calculated before."""
+    if not document.IsIterationEnabled:
+        return lambda: None
+
+    def begin_anew():
+        for enabled in (False, True):
+            document.IsIterationEnabled = enabled
+            document.calculateAll()
+    return begin_anew
 
 
 def result(cell):
@@ -136,7 +186,7 @@ def kept(cell):
     return lambda: cell.setFormula(formula)
 
 
-def recalculate(inputs, put_back, outputs, changed, recalculation):
+def recalculate(inputs, put_back, outputs, changed, begin_anew, recalculation):
     wanted = dict(recalculation)
     for position in list(changed):
         if position not in wanted:
@@ -146,6 +196,7 @@ def recalculate(inputs, put_back, outputs, changed, recalculation):
         if changed.get(position) != value:
             inputs[position].setValue(value)
             changed[position] = value
+    begin_anew()
     return [result(cell) for cell in outputs]
 
 
@@ -153,19 +204,23 @@ def main():
     threading.Thread(target=read_requests, daemon=True).start()
     first = requests.get()
     context = started()
-    document = opened(context, first["workbook"])
+    document = opened(context, first["workbook"], first["frozen"])
     inputs, outputs = ([cell_of(document, place) for place in first[kind]] for kind in ("inputs", "outputs"))
-    put_back, changed = [kept(cell) for cell in inputs], {}
+    check_functions(document, first["foreign"])
+    put_back, changed, begin_anew = [kept(cell) for cell in inputs], {}, iterated(document)
     answer({"engine": f"LibreOffice {version(context)}"})
     while True:
         for recalculation in requests.get():
-            answer(recalculate(inputs, put_back, outputs, changed, recalculation))
+            answer(recalculate(inputs, put_back, outputs, changed, begin_anew, recalculation))
 
 
 try:
     import uno  # before com.sun.star, which it makes importable
     from com.sun.star.beans import PropertyValue
     from com.sun.star.connection import NoConnectException
+    from com.sun.star.sheet.FormulaLanguage import ENGLISH
+    from com.sun.star.sheet.FormulaMapGroup import SPECIAL
+    from com.sun.star.sheet.FormulaMapGroupSpecialOffset import BAD, MACRO
     from com.sun.star.table.CellContentType import TEXT, VALUE
 
     main()

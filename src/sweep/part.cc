@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <fstream>
 #include <numeric>
 #include <optional>
 #include <system_error>
@@ -29,15 +30,11 @@ constexpr int kVersion = 1;
 constexpr const char* kWhat = "a part of a sweep";
 
 std::string header_text(const PartHeader& header) {
-  const OrderedJson json{{"format", kFormat},
-                         {"version", kVersion},
-                         {"part", header.shard.part},
-                         {"parts", header.shard.parts},
-                         {"total", header.total},
-                         {"workbook", header.workbook},
-                         {"whatIf", header.what_if},
-                         {"engine", header.engine},
-                         {"calculation", header.calculation},
+  const OrderedJson json{{"format", kFormat},         {"version", kVersion},
+                         {"part", header.shard.part}, {"parts", header.shard.parts},
+                         {"total", header.total},     {"workbook", header.workbook},
+                         {"whatIf", header.what_if},  {"engine", header.engine},
+                         {"now", header.now},         {"calculation", header.calculation},
                          {"run", header.run}};
   return json.dump() + "\n";
 }
@@ -53,6 +50,7 @@ std::optional<PartHeader> read_header(std::string_view line) {
     header.workbook = json.at("workbook").get<std::string>();
     header.what_if = json.at("whatIf").get<std::string>();
     header.engine = json.at("engine").get<std::string>();
+    header.now = json.at("now").get<std::string>();
     header.calculation = std::move(json.at("calculation"));
     header.run = std::move(json.at("run"));
     if (header.shard.part < 1 || header.shard.part > header.shard.parts) return std::nullopt;
@@ -67,6 +65,7 @@ std::string difference(const PartHeader& a, const PartHeader& b) {
   if (a.workbook != b.workbook) return "another workbook, or another state of it";
   if (a.what_if != b.what_if || a.total != b.total || a.run != b.run) return "another what-if definition";
   if (a.engine != b.engine) return "another engine (" + a.engine + ", not " + b.engine + ")";
+  if (a.now != b.now) return "another clock of the model (" + a.now + ", not " + b.now + ")";
   return {};
 }
 
@@ -142,6 +141,14 @@ std::filesystem::path part_file(const std::filesystem::path& run, const Shard& s
   for (const std::string ending : {".json", ".run"})
     if (name.ends_with(ending)) name.resize(name.size() - ending.size());
   return name + ".part-" + std::to_string(shard.part) + "-of-" + std::to_string(shard.parts) + ".csv";
+}
+
+std::string clock_of_part(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::string line;
+  std::getline(stream, line);
+  const std::optional<PartHeader> header = read_header(line);
+  return header ? header->now : std::string();
 }
 
 std::int64_t Shape::singles() const {

@@ -29,6 +29,7 @@ struct PartHeader {
   Shard shard;
   std::int64_t total = 0;  // recalculations of all parts
   std::string workbook, what_if, engine;
+  std::string now;  // where the model's clock stands; empty: it reads none
   runfile::OrderedJson run, calculation;
 };
 
@@ -37,6 +38,9 @@ std::string hash_of(std::string_view bytes);
 
 // "budget.part-2-of-3.csv" for "budget.run.json", beside it.
 std::filesystem::path part_file(const std::filesystem::path& run, const Shard& shard);
+
+// Where the clock stands in a part that is there; empty where none is, or its model reads none.
+std::string clock_of_part(const std::filesystem::path& file);
 
 // How many recalculations each input and each group has.
 struct Shape {

@@ -11,6 +11,7 @@
 #include "runfile/cell_address.h"
 #include "runfile/values.h"
 #include "text/edit.h"
+#include "text/utf16.h"
 #include "unicode/names.h"
 
 namespace ordvane::sweep {
@@ -43,6 +44,8 @@ std::string sheet_list(const calc::Workbook& book) {
   throw BadRun(wanted.file, where, problem);
 }
 
+}  // namespace
+
 calc::CellId find_cell(const Wanted& wanted, calc::Model& model) {
   const calc::Workbook& book = model.workbook();
   if (!wanted.defined_name.empty()) {
@@ -65,6 +68,8 @@ calc::CellId find_cell(const Wanted& wanted, calc::Model& model) {
   const runfile::Cell place = *runfile::parse_cell(wanted.cell);
   return model.cell(sheet, place.row - 1, place.column - 1);
 }
+
+namespace {
 
 // --- what a run file says of a cell -----------------------------------------------------------------------
 
@@ -114,6 +119,7 @@ void describe(const Wanted& wanted, calc::Model& model, calc::CellId id, const s
   const calc::Value base = model.base(id);
   if (base.is_number() && std::fabs(base.number()) < runfile::kNumberLimit) item.base = base.number();
   item.number_format = book.formats[static_cast<std::size_t>(cell.format)];
+  if (text::utf16_length(item.number_format) > runfile::kLongestNumberFormat) item.number_format = "General";
   item.date = office::NumberFormat(item.number_format).shows_dates();
   for (const auto& [rows, columns] : {std::pair(0, -1), std::pair(-1, 0)})
     if (auto label = nearest_text(model, cell, rows, columns)) item.labels.push_back(*std::move(label));

@@ -1,6 +1,8 @@
 #include "text/calendar.h"
 
 #include <algorithm>
+#include <charconv>
+#include <system_error>
 
 namespace ordvane::text {
 namespace {
@@ -70,12 +72,61 @@ Date date_of(std::chrono::sys_days day) {
           static_cast<int>(static_cast<unsigned>(date.day()))};
 }
 
+namespace {
+
+std::string padded(std::int64_t number, std::size_t width) {
+  const std::string digits = std::to_string(number);
+  return std::string(width - std::min(width, digits.size()), '0') + digits;
+}
+
+// Digits up to `end`, which is taken too; 0: the end of the text.
+template <class Number>
+bool take_number(std::string_view& text, Number& number, char end) {
+  if (text.empty() || text.front() == '-') return false;
+  const char* const last = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), last, number);
+  if (error != std::errc() || (end == '\0') != (stop == last) || (stop != last && *stop != end)) return false;
+  text.remove_prefix(static_cast<std::size_t>(stop - text.data()) + (stop == last ? 0 : 1));
+  return true;
+}
+
+}  // namespace
+
 std::string iso_date(const Date& date) {
-  const auto padded = [](std::int64_t number, std::size_t width) {
-    const std::string digits = std::to_string(number);
-    return std::string(width - std::min(width, digits.size()), '0') + digits;
-  };
   return padded(date.year, 4) + "-" + padded(date.month, 2) + "-" + padded(date.day, 2);
+}
+
+std::optional<Date> date_of_iso(std::string_view text) {
+  Date date;
+  if (!take_number(text, date.year, '-') || !take_number(text, date.month, '-') ||
+      !take_number(text, date.day, '\0'))
+    return std::nullopt;
+  if (date.year < 1900 || date.year > 9999 || !is_date(date)) return std::nullopt;
+  return date;
+}
+
+std::string iso_moment(std::chrono::sys_seconds moment) {
+  const auto day = std::chrono::floor<std::chrono::days>(moment);
+  const std::chrono::hh_mm_ss time(moment - day);
+  const std::string date = iso_date(date_of(day));
+  if (moment == day) return date;
+  return date + "T" + padded(time.hours().count(), 2) + ":" + padded(time.minutes().count(), 2) + ":" +
+         padded(time.seconds().count(), 2);
+}
+
+std::optional<std::chrono::sys_seconds> moment_of_iso(std::string_view text) {
+  const std::size_t separator = text.find('T');
+  const std::optional<Date> date = date_of_iso(text.substr(0, separator));
+  int hour = 0, minute = 0, second = 0;
+  if (separator != std::string_view::npos) {
+    text.remove_prefix(separator + 1);
+    if (!take_number(text, hour, ':') || !take_number(text, minute, ':') || !take_number(text, second, '\0'))
+      return std::nullopt;
+  }
+  constexpr std::int64_t kBefore1970 = 25569;
+  if (!date || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+  return std::chrono::sys_days(std::chrono::days(Calendar().day(*date) - kBefore1970)) +
+         std::chrono::hours(hour) + std::chrono::minutes(minute) + std::chrono::seconds(second);
 }
 
 }  // namespace ordvane::text

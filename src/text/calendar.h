@@ -7,7 +7,9 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace ordvane::text {
 
@@ -45,5 +47,10 @@ Date spreadsheet_date(std::int64_t serial);
 Date date_of(std::chrono::sys_days day);
 // "2026-01-31"
 std::string iso_date(const Date& date);
+// The date that a text is as a whole, from 1900 on.
+std::optional<Date> date_of_iso(std::string_view text);
+// "2026-01-31"; with the time where that is not midnight: "2026-01-31T14:30:00".
+std::string iso_moment(std::chrono::sys_seconds moment);
+std::optional<std::chrono::sys_seconds> moment_of_iso(std::string_view text);
 
 }  // namespace ordvane::text

@@ -36,6 +36,8 @@ class TinyWorkbook {
   // Attributes of the whole, date1904="1" say, and of its calculation.
   TinyWorkbook& properties(std::string attributes) { return properties_ = std::move(attributes), *this; }
   TinyWorkbook& calculation(std::string attributes) { return calculation_ = std::move(attributes), *this; }
+  // All cells and the order of the sheets.
+  TinyWorkbook& protect() { return protection_ = "<sheetProtection sheet=\"1\"/>", *this; }
   // On the first sheet: the columns' names and, under them, the cells that are there.
   TinyWorkbook& table(const std::string& name, const std::string& area,
                       const std::vector<std::string>& columns, int totals = 0) {
@@ -79,9 +81,10 @@ class TinyWorkbook {
     }
     add("xl/_rels/workbook.xml.rels", book_links + "</Relationships>");
     add("xl/workbook.xml", "<workbook xmlns=\"" + std::string(kMain) + "\" xmlns:r=\"" + office +
-                               "\"><workbookPr " + properties_ + "/><sheets>" + list +
-                               "</sheets><definedNames>" + names_ + "</definedNames><calcPr " + calculation_ +
-                               "/></workbook>");
+                               "\"><workbookPr " + properties_ + "/>" +
+                               (protection_.empty() ? "" : "<workbookProtection lockStructure=\"1\"/>") +
+                               "<sheets>" + list + "</sheets><definedNames>" + names_ +
+                               "</definedNames><calcPr " + calculation_ + "/></workbook>");
     return xlsx::archive(parts);
   }
   calc::Model model() const { return {bytes(), "tiny.xlsx"}; }
@@ -114,7 +117,7 @@ class TinyWorkbook {
     return cell + " t=\"str\"><v>" + escaped(content.substr(content.starts_with('\'') ? 1 : 0)) + "</v></c>";
   }
 
-  static std::string sheet_xml(const SheetCells& cells) {
+  std::string sheet_xml(const SheetCells& cells) const {
     std::string xml = "<worksheet xmlns=\"" + std::string(kMain) + "\"><sheetData>";
     std::int32_t row = -1;
     for (const auto& [place, content] : cells) {
@@ -123,11 +126,11 @@ class TinyWorkbook {
       row = place.first;
       xml += cell_xml(calc::cell_name(place.first, place.second), content);
     }
-    return xml + (row < 0 ? "" : "</row>") + "</sheetData></worksheet>";
+    return xml + (row < 0 ? "" : "</row>") + "</sheetData>" + protection_ + "</worksheet>";
   }
 
   std::vector<SheetCells> sheets_{1};
-  std::string names_, properties_, calculation_, table_;
+  std::string names_, properties_, calculation_, table_, protection_;
 };
 
 // A value as tests write it: 3, 0.1, "text", TRUE, #N/A, (blank), (empty).

@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -131,6 +132,48 @@ TEST(RankOutputs, TakesOutputsInTheOrderAskedForAndOnlyThoseThereAre) {
     EXPECT_EQ(error_code([&] { rank_outputs(run, {position}); }), host::errc::kSubscriptOutOfRange);
   for (const std::int32_t simulation : {0, 2})
     EXPECT_EQ(error_code([&] { rank_outputs(run, {}, simulation); }), host::errc::kSubscriptOutOfRange);
+}
+
+// What no sheet can show in full is cut there; the report is made.
+TEST(WriteReports, GoesToTheLimitsOfASheet) {
+  const std::string long_name = "very " + std::string(40'000, 'W');
+  const std::string many_words = [] {
+    std::string words = "word";
+    while (words.size() < 40'000) words += "\nword";
+    return words;
+  }();
+  struct Case {
+    const char* what;
+    std::function<void(runfile::Run& run)> change;
+  };
+  const Case kCases[] = {
+      {"a long output name", [&](runfile::Run& run) { run.outputs[0].name = long_name; }},
+      {"long input names", [&](runfile::Run& run) { run.inputs[0].name = run.inputs[2].name = long_name; }},
+      {"names of many lines",
+       [&](runfile::Run& run) { run.inputs[0].name = run.outputs[0].name = many_words; }},
+      {"numbers of 300 digits",
+       [](runfile::Run& run) {
+         for (double& value : run.output_values) value *= 1e297;
+         run.inputs[0].number_format = run.outputs[0].number_format = "#,##0.00";
+         run.outputs[0].base = 9e299;
+       }},
+      {"a format of 255 digits",
+       [](runfile::Run& run) {
+         run.inputs[0].number_format = run.outputs[0].number_format = "0." + std::string(253, '0');
+       }},
+      {"a sheet that has a reserved name",
+       [](runfile::Run& run) { run.inputs[0].sheet = run.outputs[0].sheet = "History"; }},
+  };
+  const test::TemporaryFolder folder;
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.what);
+    runfile::Run run = small_run();
+    c.change(run);
+    ReportOptions options;
+    options.overwrite = options.output_detail = options.detail_by_input = true;
+    write_reports(shared(std::move(run)), folder / "reports.xlsx", options);
+    EXPECT_EXTERNAL(test::validate_xlsx(folder / "reports.xlsx"));
+  }
 }
 
 }  // namespace

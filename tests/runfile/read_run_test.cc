@@ -31,6 +31,8 @@ void expect_complaints(const Cases& cases, const Change& complaint_of_change) {
     EXPECT_EQ(complaint_of_change(bad), std::string("a.run.") + bad.complaint) << bad.to;
 }
 
+const std::string kLongFormat = "\"base\": 10, \"numberFormat\": \"" + std::string(256, '0') + "\"";
+
 const BadCase kBadJson[] = {
     {"\"base\": 10", "\"base\": 1e999", "json:2: column 93: number overflow parsing '1e999'"},
     {"\"base\": 10", "\"base\": 10, \"base\": 11", "json:inputs[0].base: this field stands twice"},
@@ -44,6 +46,10 @@ const BadCase kBadJson[] = {
     {"\"Price\"", "[1]", "json:inputs[0].name: is a list; a text is expected"},
     {"\"base\": 10", "\"base\": -1e300",
      "json:inputs[0].base: is -1e+300; a number between -1e300 and 1e300 is expected"},
+    {"\"base\": 10", kLongFormat.c_str(),
+     "json:inputs[0].numberFormat: is \"0000000000000000000000000000000000000000...\", 256 characters long; "
+     "at "
+     "most 255 are possible"},
     {"\"base\": 10", "\"base\": 10, \"date\": 1", "json:inputs[0].date: is 1; true or false is expected"},
     {"\"steps\": 1 ", "\"steps\": 32768 ",
      "json:inputs[1].steps: is 32768; a whole number from 1 to 32767 is expected"},

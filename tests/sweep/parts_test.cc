@@ -66,7 +66,7 @@ class FakeCalculator : public Calculator {
 class Parts : public testing::Test {
  protected:
   PartHeader header(const Shard& shard) const {
-    PartHeader header{shard, plan_.total(), "w", hash_of(plan_), "fake 1", {}, {}};
+    PartHeader header{shard, plan_.total(), "w", hash_of(plan_), "fake 1", "2026-11-22", {}, {}};
     header.run = runfile::description_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())));
     return header;
   }
@@ -214,7 +214,8 @@ TEST_F(Parts, DoNotMixWithOthers) {
     const char* complaint;
   } const cases[] = {{"workbook", &PartHeader::workbook, "another workbook"},
                      {"definition", &PartHeader::what_if, "another what-if definition"},
-                     {"engine", &PartHeader::engine, "another engine (fake 1, not other)"}};
+                     {"engine", &PartHeader::engine, "another engine (fake 1, not other)"},
+                     {"clock", &PartHeader::now, "another clock of the model (2026-11-22, not other)"}};
   for (const auto& c : cases) {
     PartHeader other = header({2, 3});
     other.*c.field = "other";
@@ -260,16 +261,20 @@ TEST(CompiledCalculator, GivesWhatAnyOtherOrderGives) {
 
 TEST(CompiledCalculator, NamesWhatItCannotCalculate) {
   test::TinyWorkbook book = small_book();
-  book.set("B5", "=B1*CUBEVALUE(\"a\",B2)").set("D1", "=CUBEVALUE(\"a\",7)").set("B6", "=B1+D1");
+  book.set("B5", "=B1*CUBEVALUE(\"a\",B2)")
+      .set("D1", "=CUBEVALUE(\"a\",7)")
+      .set("B6", "=B1+D1")
+      .set("B7", "=SUM(B1");
   calc::Model model = book.model();
   const auto what_if = [](const std::string& output) {
     return R"({"inputs": [{"cell": "Sheet1!B1", "low": 1, "high": 2}], "outputs": [{"cell": "Sheet1!)" +
            output + R"("}]})";
   };
-  const std::optional<std::string> found = obstacle(model, planned(what_if("B5"), model));
-  ASSERT_TRUE(found);
-  EXPECT_THAT(*found, HasSubstr("Sheet1!B5: CUBEVALUE"));
-  EXPECT_EQ(obstacle(model, planned(what_if("B6"), model)), std::nullopt) << "D1 does not change";
+  const std::vector<calc::Obstacle> found = obstacles(model, planned(what_if("B5"), model));
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_THAT(text_of(model, found.front()), HasSubstr("Sheet1!B5: CUBEVALUE"));
+  EXPECT_TRUE(obstacles(model, planned(what_if("B6"), model)).empty()) << "D1 does not change";
+  EXPECT_EQ(obstacles(model, planned(what_if("B7"), model)).size(), 1U) << "what cannot be read may change";
 }
 
 }  // namespace
