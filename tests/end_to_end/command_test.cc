@@ -128,13 +128,11 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{}, "name a command: sweep, merge, report, show, check"},
       {{"repot"}, "\"repot\" is no command; there are sweep, merge, report, show, check"},
       {{"report"}, "RUN is required"},
-      {{"report", "m.run.json", "-o"}, "-o"},
       {{"report", "bad.run.json"}, "bad.run.json:2"},
       {{"report", "m.run.json", "-o", "a.xls"}, "\"a.xls\" does not end in .xlsx"},
       {{"report", "m.run.json", "-o", "folder.xlsx"}, "is a folder"},
       {{"report", "m.run.json", "-o", "none/a.xlsx"}, "there is no folder \"none\""},
       {{"report", "m.run.json", "--into", "none.xlsx"}, "none.xlsx: there is no such file"},
-      {{"report", "m.run.json", "--max-inputs", "33"}, "--max-inputs"},
       {{"report", "m.run.json", "--max-input", "5"},
        "--max-input: there is no such option; is --max-inputs meant?"},
       {{"report", "m.run.json", "--threshold", "5"},
@@ -145,15 +143,12 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"help", "repot"}, "\"repot\" is no command"},
       {{"help", "report", "show"}, "help: name one command"},
       {{"report", "m.run.json", "--threshold", "5 %"}, "--threshold: \"5 %\" is no share"},
-      {{"report", "m.run.json", "--base-color", "12345G"}, "--base-color: \"12345G\" is no colour"},
       {{"report", "m.run.json", "--language", "xx"},
        "\"xx\" is no language of the reports; there are de, en, es, fr, it, ja, pt, zh\n"},
       {{"report", "m.run.json", "--language", "zh-TW"},
        "\"zh-TW\" is no language of the reports; there are de, en, es, fr, it, ja, pt, zh (zh is written in "
        "simplified characters)"},
       {{"report", "m.run.json", "--language", ""}, "--language: CODE is missing"},
-      {{"show", "m.run.json", "--output", "profit"},
-       "names more than one output:\n  Profit (Plan!C14)\n  Profit (Total!D2)\n"},
       {{"show", "m.run.json", "--output", "[other.xlsx]Plan!C14"}, "is no output"},
       {{"show", "m.run.json", "--simulation", "2"}, "the run has simulations 1 to 1"},
       {{"show", "m.run.json", "--json", "--csv"}, "goes without"},
@@ -295,8 +290,6 @@ TEST_F(Command, ReportSpeaksTheUsersLanguage) {
   EXPECT_EQ(workbook("de_CH.UTF-8", {}), german);
   EXPECT_EQ(workbook("de_CH.UTF-8", {"--language", "en"}), english);
   EXPECT_EQ(workbook("nl_NL.UTF-8", {}), english);
-  for (const char* spelling : {"DE", "de-AT", "de_DE.UTF-8"})
-    EXPECT_EQ(workbook("C.UTF-8", {"--language", spelling}), german) << spelling;
   EXPECT_EQ(workbook("C.UTF-8", {"--watermark", "A\\nB"}), workbook("C.UTF-8", {"--watermark", "A\nB"}));
 }
 
