@@ -3,6 +3,7 @@
  * the Excel workbooks that show it.
  *
  * Left out of this interface:
+ * - how a workbook is swept (SweepOptions in ordvane/model.h);
  * - streams; workbooks go to files and to memory;
  * - most of what a run's items hold, which the program that reads them knows already: there are their names
  * only.
@@ -45,15 +46,16 @@ ORDVANE_API const char* ordvane_version(void);
 enum {
   ORDVANE_OK = 0,               /**< it did not */
   ORDVANE_INVALID_ARGUMENT = 1, /**< an argument that no run could be reported with */
-  ORDVANE_BAD_RUN =
-      2, /**< a run file or arrays that cannot be used; the text names file and line, or field */
-  ORDVANE_BAD_WORKBOOK = 3,      /**< a workbook that reports cannot be added to */
+  ORDVANE_BAD_RUN = 2, /**< a run file, arrays or a definition that cannot be used; the text names file and
+                          line, or field */
+  ORDVANE_BAD_WORKBOOK = 3,      /**< a workbook that cannot be read, or that reports cannot be added to */
   ORDVANE_FILE_EXISTS = 4,       /**< a file is there already and was not to be replaced */
   ORDVANE_FILE = 5,              /**< the system would not read or write a file */
   ORDVANE_CANCELLED = 6,         /**< the caller's function said so */
   ORDVANE_NOTHING_TO_REPORT = 7, /**< no input or no output was left to report on */
   ORDVANE_OUT_OF_MEMORY = 8,     /**< then there may be no error object */
-  ORDVANE_FAILED = 9             /**< anything else */
+  ORDVANE_FAILED = 9,            /**< anything else */
+  ORDVANE_NOT_CALCULATED = 10 /**< a formula that the library does not calculate; the text names its cell */
 };
 
 /** "invalid_argument", "bad_run" and so on; "unknown" for what is no code. */
@@ -298,6 +300,32 @@ ORDVANE_API int32_t ordvane_pack_reports(const ordvane_run* run, const ordvane_o
 
 /** Code of a language that reports can be in; null after the last one. */
 ORDVANE_API const char* ordvane_language(size_t place);
+
+/* ---- Workbook models ---- */
+
+/** A workbook that is asked again and again. Used by one thread at a time. */
+typedef struct ordvane_model ordvane_model;
+/** Opens a workbook, which is never changed. */
+ORDVANE_API int32_t ordvane_model_open(const char* workbook, ordvane_model** model, ordvane_error** error);
+/** Frees it. */
+ORDVANE_API void ordvane_model_free(ordvane_model* model);
+/** What a cell, "Prices!C3" or a name of the workbook, holds from now on. */
+ORDVANE_API int32_t ordvane_model_set(ordvane_model* model, const char* cell, double value,
+                                      ordvane_error** error);
+/** All cells hold what they hold in the workbook. */
+ORDVANE_API void ordvane_model_reset(ordvane_model* model);
+/** What a cell shows now. `number`: NaN where it shows none. `text`, which may be null: the text or, as
+ * "#N/A", the error that it shows; empty for numbers, and for nothing. */
+ORDVANE_API int32_t ordvane_model_value(ordvane_model* model, const char* cell, double* number,
+                                        ordvane_bytes** text, ordvane_error** error);
+
+/** Makes the run of a workbook. `definition`: JSON, a what-if definition (docs/what-if.md). `run_file`, which
+ * may be null: where the run is written, too, and where interrupted work goes on; a run that is there is not
+ * replaced. `cancelled`, which may be null, is asked now and then whether to stop; on any thread, but never
+ * on two at once. */
+ORDVANE_API int32_t ordvane_sweep_workbook(const char* workbook, const char* definition, const char* run_file,
+                                           int32_t (*cancelled)(void* user), void* user, ordvane_run** run,
+                                           ordvane_error** error);
 
 #ifdef __cplusplus
 }

@@ -13,14 +13,16 @@ namespace ordvane {
 /// Why a call failed, for programs. The numbers stay what they are.
 enum class ErrorCode : int {
   kInvalidArgument = 1,  ///< an argument that does not fit the run; what() names it
-  kBadRun = 2,       ///< a run file or arrays that cannot be used; what() names file and line, or the field
-  kBadWorkbook = 3,  ///< a workbook that reports cannot be added to
-  kFileExists = 4,   ///< a file is there already and was not to be replaced
-  kFile = 5,         ///< the system would not read or write a file
-  kCancelled = 6,    ///< the caller's `cancelled` said yes
+  kBadRun = 2,  ///< a run file, arrays or a definition that cannot be used; what() names file and line, or
+                ///< the field
+  kBadWorkbook = 3,      ///< a workbook that cannot be read, or that reports cannot be added to
+  kFileExists = 4,       ///< a file is there already and was not to be replaced
+  kFile = 5,             ///< the system would not read or write a file
+  kCancelled = 6,        ///< the caller's `cancelled` said yes
   kNothingToReport = 7,  ///< no input or no output was left to report on
   kOutOfMemory = 8,      ///< there is not enough memory
   kFailed = 9,           ///< anything else; what() is what is known of it
+  kNotCalculated = 10,   ///< a formula that the library does not calculate; what() names cell and function
 };
 
 /// "invalid_argument", "bad_run" and so on; "unknown" for what is no code.

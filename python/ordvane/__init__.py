@@ -18,6 +18,7 @@ of threads may use it at once.
 from ._library import Error, languages, version
 from ._model import Group, Input, Output
 from ._run import Effect, GroupEffect, GroupMember, Ranking, ReportOptions, Run, Written
+from ._workbook import Model
 
 __version__ = version()
 __all__ = [
@@ -27,6 +28,7 @@ __all__ = [
     "GroupEffect",
     "GroupMember",
     "Input",
+    "Model",
     "Output",
     "Ranking",
     "ReportOptions",

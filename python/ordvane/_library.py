@@ -15,7 +15,7 @@ Cancelled = ctypes.CFUNCTYPE(c_int32, c_void_p)
 
 class Error(Exception):
     """What went wrong. `code` says it for programs: "invalid_argument", "bad_run", "bad_workbook", "file_exists",
-    "file", "cancelled", "nothing_to_report", "out_of_memory" or "failed". Nothing was written."""
+    "file", "cancelled", "nothing_to_report", "out_of_memory", "not_calculated" or "failed". Nothing was written."""
 
     def __init__(self, code: str, message: str) -> None:
         super().__init__(message)
@@ -138,6 +138,12 @@ _FUNCTIONS = {
     "options_set_created": (c_int32, [c_void_p, c_int64]),
     "write_reports": (c_int32, [c_void_p, c_char_p, c_void_p, POINTER(Written), _ERROR]),
     "add_reports": (c_int32, [c_void_p, c_char_p, c_void_p, POINTER(Written), _ERROR]),
+    "model_open": (c_int32, [c_char_p, _OBJECT, _ERROR]),
+    "model_free": (None, [c_void_p]),
+    "model_set": (c_int32, [c_void_p, c_char_p, c_double, _ERROR]),
+    "model_reset": (None, [c_void_p]),
+    "model_value": (c_int32, [c_void_p, c_char_p, POINTER(c_double), _OBJECT, _ERROR]),
+    "sweep_workbook": (c_int32, [c_char_p, c_char_p, c_char_p, Cancelled, c_void_p, _OBJECT, _ERROR]),
     "pack_reports": (c_int32, [c_void_p, c_void_p, _OBJECT, _ERROR]),
 }
 FLAGS = (

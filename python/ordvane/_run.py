@@ -5,6 +5,7 @@ from __future__ import annotations
 import ctypes
 import dataclasses
 import datetime
+import json
 import os
 import weakref
 from array import array
@@ -277,6 +278,25 @@ class Run:
             group_text_count=len(group_texts),
         )
         return cls(made("run_from_arrays", given.words, ctypes.byref(arrays)))
+
+    @classmethod
+    def sweep(
+        cls,
+        workbook: Path,
+        definition: Union[str, Dict[str, Any]],
+        run_file: Optional[Path] = None,
+        cancelled: Optional[Callable[[], bool]] = None,
+    ) -> "Run":
+        """Makes the run of a workbook. `definition` is a what-if definition, a dictionary or JSON. With `run_file` the
+        run is written there, too, and interrupted work goes on there. Ctrl-C ends a sweep."""
+        words = definition if isinstance(definition, str) else json.dumps(definition)
+        callbacks = _Callbacks(ReportOptions(cancelled=cancelled))
+        place = None if run_file is None else os.fsencode(run_file)
+        try:
+            return cls(made("sweep_workbook", os.fsencode(workbook), words.encode(), place, callbacks.cancelled, None))
+        except _library.Error:
+            callbacks.raise_again()
+            raise
 
     @property
     def simulations(self) -> int:

@@ -7,6 +7,7 @@
 
 #include "library/errors.h"
 #include "ordvane.h"
+#include "ordvane/model.h"
 #include "ordvane/ranking.h"
 #include "ordvane/report.h"
 #include "ordvane/run.h"
@@ -24,6 +25,9 @@ struct ordvane_run {
 struct ordvane_ranking {
   ordvane::Ranking ranking;
 };
+struct ordvane_model {
+  ordvane::Model model;
+};
 struct ordvane_options {
   ordvane::ReportOptions options;
 };
@@ -35,6 +39,7 @@ using ordvane::ErrorCode;
 
 // The codes of both interfaces are the same numbers.
 static_assert(ORDVANE_FAILED == static_cast<int>(ErrorCode::kFailed) &&
+              ORDVANE_NOT_CALCULATED == static_cast<int>(ErrorCode::kNotCalculated) &&
               ORDVANE_CANCELLED == static_cast<int>(ErrorCode::kCancelled) &&
               ORDVANE_INVALID_ARGUMENT == static_cast<int>(ErrorCode::kInvalidArgument));
 using ordvane::InteractionState;
@@ -484,4 +489,56 @@ const char* ordvane_language(std::size_t place) {
     }
   }();
   return place < languages.size() ? languages[place].c_str() : nullptr;
+}
+
+// ---- Workbook models ----
+
+std::int32_t ordvane_model_open(const char* workbook, ordvane_model** model, ordvane_error** error) {
+  return guarded(error, [&] {
+    require(workbook, "workbook");
+    require(model, "model");
+    *model = new ordvane_model{ordvane::Model(workbook)};
+  });
+}
+
+void ordvane_model_free(ordvane_model* model) {
+  delete model;
+}
+
+std::int32_t ordvane_model_set(ordvane_model* model, const char* cell, double value, ordvane_error** error) {
+  return guarded(error, [&] {
+    require(model, "model");
+    require(cell, "cell");
+    model->model.set(cell, value);
+  });
+}
+
+void ordvane_model_reset(ordvane_model* model) {
+  if (model != nullptr) model->model.reset();
+}
+
+std::int32_t ordvane_model_value(ordvane_model* model, const char* cell, double* number, ordvane_bytes** text,
+                                 ordvane_error** error) {
+  return guarded(error, [&] {
+    require(model, "model");
+    require(cell, "cell");
+    require(number, "number");
+    ordvane::CellValue value = model->model.value(cell);
+    if (text != nullptr) *text = new ordvane_bytes{std::move(value.text)};
+    *number = number_or_nan(value.number);
+  });
+}
+
+std::int32_t ordvane_sweep_workbook(const char* workbook, const char* definition, const char* run_file,
+                                    std::int32_t (*cancelled)(void* user), void* user, ordvane_run** run,
+                                    ordvane_error** error) {
+  return guarded(error, [&] {
+    require(workbook, "workbook");
+    require(definition, "definition");
+    require(run, "run");
+    ordvane::SweepOptions options;
+    if (run_file != nullptr) options.run = run_file;
+    if (cancelled != nullptr) options.cancelled = [cancelled, user] { return cancelled(user) != 0; };
+    *run = new ordvane_run{ordvane::sweep_workbook(workbook, definition, options)};
+  });
 }

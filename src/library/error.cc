@@ -6,6 +6,7 @@
 #include "library/errors.h"
 #include "ordvane/version.h"
 #include "runfile/run.h"
+#include "sweep/asked_model.h"
 #include "xlsx/file_system.h"
 #include "xlsx/package_reader.h"
 
@@ -35,6 +36,8 @@ const char* code_name(ErrorCode code) noexcept {
       return "out_of_memory";
     case ErrorCode::kFailed:
       return "failed";
+    case ErrorCode::kNotCalculated:
+      return "not_calculated";
   }
   return "unknown";
 }
@@ -68,6 +71,8 @@ void rethrow_as_error() {
     throw;
   } catch (const runfile::BadRun& error) {
     throw Error(ErrorCode::kBadRun, error.what());
+  } catch (const sweep::NotCalculated& error) {
+    throw Error(ErrorCode::kNotCalculated, error.what());
   } catch (const xlsx::BadWorkbook& error) {
     throw Error(ErrorCode::kBadWorkbook, error.what());
   } catch (const xlsx::FileError& error) {

@@ -2,11 +2,11 @@
 #include "ordvane/report.h"
 
 #include <cmath>
-#include <exception>
 #include <ostream>
 
 #include "embedded/report_job.h"
 #include "environment/standard_environment.h"
+#include "library/callbacks.h"
 #include "library/errors.h"
 #include "library/run_data.h"
 #include "text/edit.h"
@@ -81,49 +81,16 @@ embedded::ReportOptions converted(const ReportOptions& options, const runfile::R
   return to;
 }
 
-// The caller's functions. What one of them throws is kept, and the job is asked to stop.
-class Callbacks {
- public:
-  explicit Callbacks(const ReportOptions& options) : options_(options) {}
-  Callbacks(const Callbacks&) = delete;
-  Callbacks& operator=(const Callbacks&) = delete;
-
-  void attach_to(embedded::ReportOptions& job) {
-    if (options_.progress)
-      job.progress = [this](const std::string& text) { keeping_errors([&] { options_.progress(text); }); };
-    if (options_.progress || options_.cancelled) job.cancelled = [this] { return cancelled(); };
-  }
-  void rethrow() const {
-    if (failure_) std::rethrow_exception(failure_);
-  }
-
- private:
-  bool cancelled() {
-    bool answer = false;
-    if (!failure_ && options_.cancelled) keeping_errors([&] { answer = options_.cancelled(); });
-    return answer || failure_;
-  }
-  template <class Call>
-  void keeping_errors(const Call& call) {
-    try {
-      call();
-    } catch (...) {
-      failure_ = std::current_exception();
-    }
-  }
-
-  const ReportOptions& options_;
-  std::exception_ptr failure_;
-};
-
 template <class Job>
 auto report(const Run& run, const ReportOptions& options, const Job& job) {
   const auto& data = RunAccess::run(run);
-  Callbacks callbacks(options);
+  library::Callbacks callbacks(options.cancelled);
   try {
     check(options, *data);
     embedded::ReportOptions inner = converted(options, *data);
-    callbacks.attach_to(inner);
+    if (options.progress)
+      inner.progress = [&](const std::string& text) { callbacks.make([&] { options.progress(text); }); };
+    if (options.progress || options.cancelled) inner.cancelled = [&] { return callbacks.cancelled(); };
     return job(data, inner);
   } catch (...) {
     callbacks.rethrow();

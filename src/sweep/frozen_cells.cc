@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "text/calendar.h"
 #include "text/edit.h"
 
 namespace ordvane::sweep {
@@ -43,6 +44,14 @@ bool reads_clock(std::string_view formula) {
 }
 
 }  // namespace
+
+calc::Frozen frozen_at(std::chrono::sys_seconds moment) {
+  constexpr double kSecondsADay = 86400;
+  const auto day = std::chrono::floor<std::chrono::days>(moment);
+  return {static_cast<double>(text::Calendar().day(text::date_of(day))) +
+              static_cast<double>((moment - day).count()) / kSecondsADay,
+          1};
+}
 
 std::vector<FrozenCell> frozen_cells(const calc::Model& model) {
   std::vector<FrozenCell> found;

@@ -2,6 +2,7 @@
 // random numbers.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <span>
 #include <string>
@@ -10,6 +11,8 @@
 #include "calc/model.h"
 
 namespace ordvane::sweep {
+
+calc::Frozen frozen_at(std::chrono::sys_seconds moment);
 
 // A cell whose formula calls NOW, TODAY or RAND.
 struct FrozenCell {

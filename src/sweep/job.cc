@@ -26,11 +26,6 @@ constexpr std::int64_t kOfficeChunk = 16;  // recalculations; a hundred a second
 constexpr std::int64_t kWorthAnOffice = 300;
 constexpr std::int64_t kCompiledChunk = 2048;  // thousands a second at least
 
-bool is_package(const std::filesystem::path& workbook) {
-  const std::string extension = text::lower_ascii(workbook.extension().string());
-  return extension == ".xlsx" || extension == ".xlsm" || extension == ".xltx" || extension == ".xltm";
-}
-
 // Work that goes on keeps its clock. It begins at the beginning of a day, so that parts of one day agree.
 std::chrono::sys_seconds clock_of(const Job& job) {
   if (job.now) return *job.now;
@@ -39,14 +34,6 @@ std::chrono::sys_seconds clock_of(const Job& job) {
     if (const auto moment = text::moment_of_iso(there)) return *moment;
   }
   return std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
-}
-
-calc::Frozen frozen_at(std::chrono::sys_seconds moment) {
-  constexpr double kSecondsADay = 86400;
-  const auto day = std::chrono::floor<std::chrono::days>(moment);
-  return {static_cast<double>(text::Calendar().day(text::date_of(day))) +
-              static_cast<double>((moment - day).count()) / kSecondsADay,
-          1};
 }
 
 // The work on one workbook.

@@ -11,6 +11,7 @@
 #include "sweep/child_process.h"
 #include "sweep/frozen_cells.h"
 #include "text/calendar.h"
+#include "text/edit.h"
 #include "xlsx/package_reader.h"
 
 namespace ordvane::sweep {
@@ -227,6 +228,11 @@ bool is_encrypted(std::string_view bytes) {
 }
 
 }  // namespace
+
+bool is_package(const std::filesystem::path& workbook) {
+  const std::string extension = text::lower_ascii(workbook.extension().string());
+  return extension == ".xlsx" || extension == ".xlsm" || extension == ".xltx" || extension == ".xltm";
+}
 
 std::string converted_workbook(const std::filesystem::path& workbook, const LibreOfficeOptions& options) {
   if (is_encrypted(runfile::read_text(workbook, "a workbook")))

@@ -33,6 +33,8 @@ struct LibreOfficeOptions {
 std::unique_ptr<Calculator> make_libreoffice(const std::filesystem::path& workbook, const calc::Model& model,
                                              const Plan& plan, const LibreOfficeOptions& options = {});
 
+// Whether a workbook is of the format that is read here, by its name.
+bool is_package(const std::filesystem::path& workbook);
 // A copy of a workbook of another format as an .xlsx file, made by LibreOffice; bytes of the file. Throws
 // host::Error.
 std::string converted_workbook(const std::filesystem::path& workbook, const LibreOfficeOptions& options = {});

@@ -44,6 +44,8 @@ std::string sheet_list(const calc::Workbook& book) {
   throw BadRun(wanted.file, where, problem);
 }
 
+}  // namespace
+
 calc::CellId find_cell(const Wanted& wanted, calc::Model& model) {
   const calc::Workbook& book = model.workbook();
   if (!wanted.defined_name.empty()) {
@@ -66,6 +68,8 @@ calc::CellId find_cell(const Wanted& wanted, calc::Model& model) {
   const runfile::Cell place = *runfile::parse_cell(wanted.cell);
   return model.cell(sheet, place.row - 1, place.column - 1);
 }
+
+namespace {
 
 // --- what a run file says of a cell -----------------------------------------------------------------------
 

@@ -73,6 +73,9 @@ class PlanRows {
 // recalculations than a run can hold.
 Plan make_plan(const WhatIf& what_if, calc::Model& model, const std::string& book);
 
+// The cell that is meant. Not while recalculations of the model exist. Throws runfile::BadRun.
+calc::CellId find_cell(const Wanted& wanted, calc::Model& model);
+
 // Evenly spaced, both ends included; a single step is at `low`.
 std::vector<double> spaced(double low, double high, std::int32_t steps);
 // Which values of a list of `count` a group takes that wants fewer: evenly spread, both ends included.

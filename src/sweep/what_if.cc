@@ -314,15 +314,6 @@ constexpr const char* kOutputOption = "--output";
   throw BadRun(kInputOption, "", "is " + text::quoted_text(text) + "; " + kInputForms + " is expected");
 }
 
-Wanted place_option(const char* option, const std::string& text) {
-  Wanted item{option, "", "", "", "", "", std::nullopt};
-  if (!take_address(text, item)) item.defined_name = text;
-  if (text.empty() || (item.cell.empty() && text.find('!') != std::string::npos))
-    throw BadRun(option, "",
-                 "is " + text::quoted_text(text) + "; a cell such as Prices!C5, or a name, is expected");
-  return item;
-}
-
 // A number or a date, the whole text.
 std::optional<Bound> bound_text(std::string_view text) {
   if (const std::optional<double> day = day_of(text)) return Bound{*day, true};
@@ -390,10 +381,19 @@ WhatIf read_what_if(const std::filesystem::path& file) {
   return what_if_of(runfile::parse_json(runfile::checked_text(text, name, kWhat), name), name);
 }
 
+Wanted wanted_place(const std::string& where, const std::string& text) {
+  Wanted item{where, "", "", "", "", "", std::nullopt};
+  if (!take_address(text, item)) item.defined_name = text;
+  if (text.empty() || (item.cell.empty() && text.find('!') != std::string::npos))
+    throw BadRun(where, "",
+                 "is " + text::quoted_text(text) + "; a cell such as Prices!C5, or a name, is expected");
+  return item;
+}
+
 WantedInput input_option(const std::string& text) {
   const std::size_t equals = text.rfind('=');
   if (equals == std::string::npos) refuse_input(text);
-  WantedInput input{place_option(kInputOption, text.substr(0, equals)), {}, {}, {}, {}, {}};
+  WantedInput input{wanted_place(kInputOption, text.substr(0, equals)), {}, {}, {}, {}, {}};
   const std::string_view range = std::string_view(text).substr(equals + 1);
   WantedInput ranged = input;
   if (take_range(range, ranged) || take_both_ways(range, ranged = input) || take_list(range, ranged = input))
@@ -402,7 +402,7 @@ WantedInput input_option(const std::string& text) {
 }
 
 Wanted output_option(const std::string& text) {
-  return place_option(kOutputOption, text);
+  return wanted_place(kOutputOption, text);
 }
 
 bool is_what_if_file(const std::filesystem::path& file) {

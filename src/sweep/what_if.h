@@ -65,6 +65,9 @@ WantedInput input_option(const std::string& text);
 // "'My sheet'!B5" or a name.
 Wanted output_option(const std::string& text);
 
+// The same, given by `where`, which messages begin with.
+Wanted wanted_place(const std::string& where, const std::string& text);
+
 // Whether a file is meant as a definition, right or wrong, and not as a recorded run.
 bool is_what_if_file(const std::filesystem::path& file);
 

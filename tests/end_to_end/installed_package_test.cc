@@ -83,6 +83,7 @@ TEST_F(InstalledPackage, BuildsTheExamplesInEveryLanguage) {
     EXPECT_EQ(run_here(program + arguments), told) << program;
     EXPECT_TRUE(file_text("reports.xlsx") == workbook) << program;
   }
+  EXPECT_THAT(run_here("built/ask solar-plant.xlsx"), HasSubstr("74 per MWh: 7"));
   EXPECT_THAT(run_here("prefix/bin/ordvane --version"),
               HasSubstr(run_here("pkg-config --modversion ordvane")));
 }
@@ -126,7 +127,7 @@ TEST_F(InstalledPackage, RunsWhatTheDocumentationShows) {
   EXPECT_TRUE(file_text("profit.xlsx") == file_text("again.xlsx"));
   run_here("export CC='cc" + std::string(kCompile) + "' && " +
            [](std::string command) { return command.replace(0, 2, "$CC"); }(snippets_of(page, "sh").code));
-  EXPECT_EQ(run_here("./report"), "1. Volume: 60\n2. Price: 16\n");
+  EXPECT_EQ(run_here("./report"), "1. Volume: 60\n2. Price: 16\nAt 80: 326043\n");
   const std::string told_by_python = run_here(kPython + std::string("report.py"));
   EXPECT_THAT(told_by_python, HasSubstr("1. Volume: 60\n2. Price: 16\nWritten(sheets="));
   EXPECT_THAT(told_by_python, HasSubstr("file_exists - "));
@@ -142,7 +143,8 @@ TEST_F(InstalledPackage, OffersItsInterfaceOnly) {
     const bool is_ours = symbol.starts_with("ordvane_") || symbol.starts_with("ORDVANE_") ||
                          symbol.find("7ordvane") != std::string::npos;
     EXPECT_TRUE(is_ours) << symbol;
-    for (const char* inside : {"8embedded", "7runfile", "4host", "4xlsx", "6office", "5model"})
+    for (const char* inside :
+         {"8embedded", "7runfile", "4host", "4xlsx", "6office", "5model", "5sweep", "4calc"})
       EXPECT_EQ(symbol.find(inside), std::string::npos) << symbol;
   }
   EXPECT_EQ(run_here("grep -rhoE '#include .*' prefix/include | grep -E '[\"]' | grep -vE "

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "ordvane.h"
+#include "ordvane/model.h"
 #include "ordvane/ranking.h"
 #include "ordvane/report.h"
 #include "support/external_checks.h"
@@ -25,6 +26,7 @@ using testing::HasSubstr;
 using testing::Optional;
 
 const fs::path kExample = fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.run.json";
+const fs::path kPlant = fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.xlsx";
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // Two inputs of three steps and two outputs, of which the second is no number at some of them; both inputs
@@ -249,6 +251,13 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
       {[&] { write_reports(run, there); }, ErrorCode::kFileExists, "there.xlsx: is there already"},
       {[&] { write_reports(run, folder / "no" / "a.xlsx"); }, ErrorCode::kFile, "cannot write: No such file"},
       {[&] { add_reports(run, text); }, ErrorCode::kBadWorkbook, "text.xlsx: it is no workbook"},
+      {[&] { Model model(text); }, ErrorCode::kBadWorkbook, "text.xlsx: it is no sound workbook"},
+      {[&] { Model(kPlant).set("Finance!B5", kNaN); }, ErrorCode::kInvalidArgument,
+       "Finance!B5: is set to nan"},
+      {[&] { Model(kPlant).value("B5"); }, ErrorCode::kInvalidArgument, "cell: is B5 without a sheet"},
+      {[&] { sweep_workbook(kPlant, R"({"inputs": 1})"); }, ErrorCode::kBadRun, "definition:inputs: is 1"},
+      {[&] { sweep_workbook(kPlant, "{}", {.run = there}); }, ErrorCode::kFileExists,
+       "there.xlsx: is there already"},
   };
   for (const auto& c : kCases) {
     const Failure failure = failure_of(c.step);
@@ -420,6 +429,47 @@ TEST(Callbacks, EndTheJobAtAnyQuestion) {
   ReportOptions options;
   options.progress = [](const std::string&) { throw Stop(); };
   EXPECT_THROW(pack_reports(run, options), Stop);
+}
+
+// Each value that is asked for is that of a sweep, whatever was set and asked for before.
+TEST(Model, ShowsWhatASweepOfItRecords) {
+  const std::vector<double> prices = {44, 74, 104};
+  int told = 0;
+  SweepOptions options;
+  options.progress = [&](std::int64_t, std::int64_t of) { told += of == 6 ? 1 : 100; };
+  const ordvane::Run run =
+      sweep_workbook(kPlant, R"({"inputs": [{"cell": "Finance!B5", "low": 44, "high": 104},
+                                                        {"cell": "Finance!B10", "low": 600, "high": 700}],
+                                             "outputs": [{"cell": "Results!B5"}, {"cell": "Results!B8"}],
+                                             "steps": 3})",
+                     options);
+  EXPECT_GT(told, 0);
+  EXPECT_LT(told, 100);
+  EXPECT_EQ(run.recalculations(), 6U);
+  EXPECT_THAT(run.describe(), HasSubstr("Ordvane calculation"));
+  const Effect price = rank(run, 0).effects.at(0);
+  Model model(kPlant);
+  const CellValue base = model.value("Results!B5");
+  EXPECT_EQ(base.number, run.outputs()[0].base);
+  model.set("Finance!B10", 999);
+  model.set("Finance!B5", 44);
+  model.value("Results!B8");
+  model.reset();
+  model.set("Finance!B5", 44);
+  EXPECT_EQ(model.value("Results!B5").number, price.low);
+  model.set("Finance!B5", 104);
+  EXPECT_EQ(model.value("Results!B5").number, price.high);
+  const std::vector<CellValue> several = model.values({"Results!B9", "Results!B5", "Results!A5"});
+  EXPECT_EQ(several[1].number, price.high);
+  EXPECT_EQ(several[2].text, "Net present value");
+  model.reset();
+  EXPECT_EQ(model.value("Results!B5").number, base.number);
+  struct Stop {};
+  options.progress = [](std::int64_t, std::int64_t) { throw Stop(); };
+  EXPECT_THROW(sweep_workbook(kPlant, R"({"inputs": [{"cell": "Finance!B5", "percent": [-1, 1]}],
+                                          "outputs": [{"cell": "Results!B5"}]})",
+                              options),
+               Stop);
 }
 
 TEST(Threads, MayShareARun) {

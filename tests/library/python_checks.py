@@ -78,6 +78,25 @@ class Plain(unittest.TestCase):
         self.assertEqual(ordvane.__version__, ordvane.version())
         self.assertIn("de", ordvane.languages())
 
+    def test_models(self):
+        plant = os.path.join(os.path.dirname(EXAMPLE), "solar-plant.xlsx")
+        model = ordvane.Model(plant)
+        base = model["Results!B5"]
+        self.assertEqual((model["Results!A5"], model["Results!Z99"]), ("Net present value", None))
+        model["Finance!B5"] = 60
+        definition = {
+            "inputs": [{"cell": "Finance!B5", "values": [60, 74]}],
+            "outputs": [{"cell": "Results!B5"}, {"cell": "Results!B6"}],
+        }
+        effect = ordvane.Run.sweep(plant, definition).rank(0)[0]
+        self.assertEqual((effect.low, effect.high), (model["Results!B5"], base))
+        model.reset()
+        self.assertEqual(model["Results!B5"], base)
+        self.assert_fails("invalid_argument", "Nowhere", model.__setitem__, "Nowhere!A1", 1)
+        self.assert_fails("cancelled", "", ordvane.Run.sweep, plant, definition, cancelled=lambda: True)
+        with self.assertRaises(ZeroDivisionError):
+            ordvane.Run.sweep(plant, definition, cancelled=lambda: 1 / 0)
+
     def test_fields_reach_the_library(self):
         self.assertIn("Taxes!D9", small_run().describe())
         # The library refuses fields that it does not know.
