@@ -226,6 +226,57 @@ std::optional<double> date_or_time(std::string_view text, bool counts_from_1904)
   return time && reader.done() ? std::optional(day + *time) : std::nullopt;
 }
 
+// Digits of a number, the first of them times ten to the exponent.
+struct Decimal {
+  std::string digits;
+  int exponent = 0;
+
+  // To so many digits, a half upwards; zeros at the end are left out.
+  void round(int count) {
+    const auto kept = static_cast<std::size_t>(std::max(count, 0));
+    if (digits.size() > kept) {
+      const bool up = digits[kept] >= '5';
+      digits.resize(kept);
+      if (up) increment();
+    }
+    while (digits.size() > 1 && digits.back() == '0') digits.pop_back();
+  }
+
+  std::string plain() const {
+    const auto before = static_cast<std::size_t>(std::max(exponent + 1, 0));
+    std::string text = digits;
+    if (exponent < 0) return "0." + std::string(static_cast<std::size_t>(-exponent - 1), '0') + text;
+    if (text.size() < before) return text + std::string(before - text.size(), '0');
+    return text.size() == before ? text : text.insert(before, 1, '.');
+  }
+
+ private:
+  void increment() {
+    while (!digits.empty() && digits.back() == '9') digits.pop_back();
+    if (digits.empty()) {
+      digits = "1";
+      ++exponent;
+    } else {
+      ++digits.back();
+    }
+  }
+};
+
+// The fewest digits that read back as the number.
+Decimal shortest_decimal(double positive) {
+  std::array<char, 40> text{};
+  const auto written =
+      std::to_chars(text.data(), text.data() + text.size(), positive, std::chars_format::scientific);
+  const std::string_view whole(text.data(), static_cast<std::size_t>(written.ptr - text.data()));
+  const std::size_t e = whole.find('e');
+  Decimal result;
+  for (const char c : whole.substr(0, e))
+    if (is_digit(c)) result.digits += c;
+  const std::string_view power = whole.substr(e + (whole[e + 1] == '+' ? 2 : 1));
+  std::from_chars(power.data(), power.data() + power.size(), result.exponent);
+  return result;
+}
+
 // Places of the characters in the order of texts; letters and what is beyond ASCII follow.
 int place_of(char32_t code) {
   constexpr std::string_view kSigns = "\t\n\v\f\r _-,;:!?.'\"()[]{}@*/\\&#%`^+<=>|~$";
@@ -257,24 +308,15 @@ std::string text_of_number(double number) {
     std::snprintf(text.data(), text.size(), "%.0f", number);
     return text.data();
   }
-  const int exponent = static_cast<int>(std::floor(std::log10(size)));
-  if (exponent < 15 && exponent > -15) {
-    std::snprintf(text.data(), text.size(), "%.*f", 14 - exponent, number);
-    std::string result = text.data();
-    if (result.find('.') != result.npos) result.erase(result.find_last_not_of('0') + 1);
-    if (result.ends_with('.')) result.pop_back();
-    return result;
-  }
-  std::snprintf(text.data(), text.size(), "%.14e", number);
-  const std::string whole = text.data();
-  const std::size_t e = whole.find('e');
-  std::string digits = whole.substr(0, e);
-  digits.erase(digits.find_last_not_of('0') + 1);
-  if (digits.ends_with('.')) digits.pop_back();
-  int power = 0;
-  std::from_chars(whole.data() + e + (whole[e + 1] == '+' ? 2 : 1), whole.data() + whole.size(), power);
-  std::snprintf(text.data(), text.size(), "E%c%03d", power < 0 ? '-' : '+', std::abs(power));
-  return digits + text.data();
+  const std::string sign = number < 0 ? "-" : "";
+  Decimal shown = shortest_decimal(size);
+  const bool plain = shown.exponent < 15 && shown.exponent > -15;
+  shown.round(plain ? std::min(15, 21 + shown.exponent) : 15);
+  if (plain) return sign + shown.plain();
+  std::snprintf(text.data(), text.size(), "E%c%03d", shown.exponent < 0 ? '-' : '+',
+                std::abs(shown.exponent));
+  if (shown.digits.size() > 1) shown.digits.insert(1, 1, '.');
+  return sign + shown.digits + text.data();
 }
 
 int compare_texts(std::string_view a, std::string_view b) {

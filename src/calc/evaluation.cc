@@ -386,16 +386,26 @@ Operand Evaluation::form_ifs(const Node& node, bool in_array) {
 }
 
 Operand Evaluation::form_switch(const Node& node, bool in_array) {
-  const Value wanted = first(operand_of(node.children[0], in_array));
+  // A blank is the empty text here, not 0. A value that is an error fits nothing, and is the result when
+  // nothing fits.
+  static const std::string kNothing;
+  const auto compared = [&](std::size_t child) {
+    const Value value = first(operand_of(node.children[child], in_array));
+    return value.is_blank() ? Value(&kNothing) : value;
+  };
+  const Value wanted = compared(0);
   if (wanted.is_error()) return wanted;
+  ErrorCode unfit = ErrorCode::kNotAvailable;
   std::size_t i = 1;
   for (; i + 1 < node.children.size(); i += 2) {
-    const Value one = first(operand_of(node.children[i], in_array));
-    if (one.is_error()) return one;
-    if (one.is_text() == wanted.is_text() && compare_values(wanted, one) == 0)
+    const Value one = compared(i);
+    if (one.is_error()) {
+      unfit = one.error();
+    } else if (one.is_text() == wanted.is_text() && compare_values(wanted, one) == 0) {
       return branch(node, i + 1, in_array);
+    }
   }
-  return i < node.children.size() ? branch(node, i, in_array) : Operand(ErrorCode::kNotAvailable);
+  return i < node.children.size() ? branch(node, i, in_array) : Operand(unfit);
 }
 
 }  // namespace ordvane::calc

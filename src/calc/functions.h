@@ -21,6 +21,10 @@ enum class Form : std::uint8_t { kPlain, kIf, kIfError, kIfNa, kIfs, kChoose, kS
 
 inline constexpr std::uint8_t kAnyNumber = 255;
 
+// Functions that take a step for each of what an argument counts refuse more than these: no model means it,
+// and a number such as 1E300 would keep them busy for ever.
+inline constexpr double kMostSteps = 1e7;
+
 // Flags.
 inline constexpr std::uint8_t kVolatile = 1;  // other values with every calculation; here frozen for a run
 inline constexpr std::uint8_t kFindsCells =

@@ -59,7 +59,7 @@ Operand call_fv(Call& call) {
   loan.periods = call.number(1);
   loan.payment = call.number(2);
   loan.present = call.number(3, 0);
-  loan.at_start = call.number(4, 0) > 0;
+  loan.at_start = call.number(4, 0) != 0;
   return future_value(loan);
 }
 
@@ -69,7 +69,7 @@ Operand call_pv(Call& call) {
   loan.periods = call.number(1);
   loan.payment = call.number(2);
   loan.future = call.number(3, 0);
-  loan.at_start = call.number(4, 0) > 0;
+  loan.at_start = call.number(4, 0) != 0;
   return present_value(loan);
 }
 
@@ -78,7 +78,7 @@ Loan loan_to_pay(Call& call, int first) {
   loan.periods = call.number(first);
   loan.present = call.number(first + 1);
   loan.future = call.number(first + 2, 0);
-  loan.at_start = call.number(first + 3, 0) > 0;
+  loan.at_start = call.number(first + 3, 0) != 0;
   return loan;
 }
 
@@ -113,7 +113,7 @@ Operand call_parts(Call& call) {
   const double end = whole_part(call.number(4));
   const double type = call.number(5);
   if (start < 1 || end < start || loan.rate <= 0 || end > loan.periods || loan.present <= 0 ||
-      (type != 0 && type != 1))
+      (type != 0 && type != 1) || end > kMostSteps)
     return ErrorCode::kArgument;
   if (call.failed()) return 0.0;
   loan.at_start = type == 1;

@@ -22,9 +22,9 @@ Calendar calendar_of(Call& call) {
   return Calendar(call.counts_from_1904());
 }
 
-// The day of a date, its time cut off. Fails for what is no date.
+// The day of a date, its time cut off towards day 0. Fails for what is no date.
 std::int64_t day_of(Call& call, int argument) {
-  const double day = floor_of(call.number(argument));
+  const double day = whole_part(call.number(argument));
   if (day < kFirstDay || day > kLastDay) {
     call.fail(ErrorCode::kArgument);
     return 0;
@@ -262,7 +262,9 @@ Week weekend_of(Call& call, int argument) {
     week[5] = week[6] = true;
     return week;
   }
-  if (const Value given = call.value(argument); given.is_text() && given.text().size() == 7) {
+  if (const Value given = call.value(argument); given.is_text()) {
+    if (given.text().size() != 7) call.fail(ErrorCode::kValue);
+    if (call.failed()) return week;
     for (std::size_t i = 0; i < 7; ++i) {
       if (given.text()[i] != '0' && given.text()[i] != '1') call.fail(ErrorCode::kValue);
       week[i] = given.text()[i] == '1';
@@ -320,13 +322,22 @@ Operand working_days(Call& call, const Week& weekend, int holidays_argument) {
   return static_cast<double>(start <= end ? count : -count);
 }
 
+// Where days before day 0 do not count.
+void refuse_early(Call& call, int argument) {
+  if (call.number(argument) < 0) call.fail(ErrorCode::kArgument);
+}
+
 Operand call_networkdays(Call& call) {
+  refuse_early(call, 0);
+  refuse_early(call, 1);
   Week weekend{};
   weekend[5] = weekend[6] = true;
   return working_days(call, weekend, 2);
 }
 
 Operand call_networkdays_intl(Call& call) {
+  refuse_early(call, 0);
+  refuse_early(call, 1);
   const Week weekend = weekend_of(call, 2);
   return working_days(call, weekend, 3);
 }
@@ -334,7 +345,9 @@ Operand call_networkdays_intl(Call& call) {
 Operand working_day(Call& call, const Week& weekend, int holidays_argument) {
   const Calendar calendar = calendar_of(call);
   std::int64_t day = day_of(call, 0);
-  std::int64_t left = static_cast<std::int64_t>(whole_part(std::clamp(call.number(1), -4e6, 4e6)));
+  const double count = whole_part(call.number(1));
+  if (std::fabs(count) > kLastDay) return ErrorCode::kArgument;
+  auto left = static_cast<std::int64_t>(count);
   const std::vector<std::int64_t> holidays = holidays_of(call, holidays_argument);
   if (all_free(weekend)) return ErrorCode::kValue;
   if (call.failed()) return 0.0;
@@ -353,8 +366,10 @@ Operand call_workday(Call& call) {
 }
 
 Operand call_workday_intl(Call& call) {
+  refuse_early(call, 0);
   const Week weekend = weekend_of(call, 2);
-  return working_day(call, weekend, 3);
+  const Operand day = working_day(call, weekend, 3);
+  return day.value.is_number() && day.value.number() < 0 ? Operand(ErrorCode::kArgument) : day;
 }
 
 constexpr Function kFunctions[] = {

@@ -4,6 +4,7 @@
 
 #include "calc/functions.h"
 #include "calc/rounding.h"
+#include "calc/rules.h"
 
 namespace ordvane::calc {
 namespace {
@@ -77,27 +78,50 @@ Operand call_db(Call& call) {
 
 // ---- Any span of periods ----
 
-// What is written off in the periods from `start` on to `end`, parts of periods in proportion: declining
-// until equal parts of the rest are more.
-double written_off(const Asset& asset, double start, double end, double factor, bool may_switch) {
-  double sum = 0, rest = asset.cost - asset.salvage, linear = 0;
+// What is written off in the first whole periods: declining until equal parts of
+// the rest of a life are more. `life_left`: of the rest.
+double written_off(const Asset& asset, double end, double life_left, double factor) {
+  Sum sum;
+  double rest = asset.cost - asset.salvage, linear = 0;
   bool is_linear = false;
-  for (double period = 1; period <= std::ceil(end); ++period) {
+  for (double period = 1; period <= end; ++period) {
     double part = linear;
     if (!is_linear) {
       part = declining(asset, period, factor);
-      if (may_switch) linear = rest / (asset.life - period + 1);
-      if (may_switch && linear > part) {
+      linear = rest / (life_left - period + 1);
+      if (linear > part) {
         part = linear;
         is_linear = true;
       } else {
         rest -= part;
       }
     }
-    const double share = std::min(end, period) - std::max(start, period - 1);
-    if (share > 0) sum += share == 1 ? part : part * share;
+    sum.add(part);
   }
+  return sum.result();
+}
+
+// Of whole periods: what is written off before `start` makes a new asset of what is left.
+double switched_between(Asset asset, double start, double end, double factor) {
+  if (start > 0) asset.cost -= written_off(asset, start, asset.life, factor);
+  return written_off(asset, end - start, asset.life - start, factor);
+}
+
+// The parts of periods that are not meant are taken off.
+double written_off_between(const Asset& asset, double start, double end, double factor) {
+  const double first = std::floor(start), last = std::ceil(end);
+  double sum = switched_between(asset, first, last, factor);
+  if (start > first) sum -= (start - first) * switched_between(asset, first, first + 1, factor);
+  if (end < last) sum -= (last - end) * switched_between(asset, last - 1, last, factor);
   return sum;
+}
+
+// That goes on declining: period by period.
+double declined_between(const Asset& asset, double start, double end, double factor) {
+  Sum sum;
+  for (double period = std::floor(start) + 1; period <= std::ceil(end); ++period)
+    sum.add(declining(asset, period, factor) * (std::min(end, period) - std::max(start, period - 1)));
+  return sum.result();
 }
 
 Operand call_vdb(Call& call) {
@@ -113,7 +137,8 @@ Operand call_vdb(Call& call) {
       factor <= 0 || asset.life > 1e5)
     return ErrorCode::kArgument;
   if (call.failed()) return 0.0;
-  return written_off(asset, start, end, factor, may_switch);
+  return may_switch ? written_off_between(asset, start, end, factor)
+                    : declined_between(asset, start, end, factor);
 }
 
 constexpr Function kFunctions[] = {

@@ -124,7 +124,7 @@ Operand call_gamma_inv(Call& call) {
   if (shape <= 0 || scale <= 0 || p < 0 || p >= 1) return kOutside;
   if (p == 0 || call.failed()) return 0.0;
   double high = shape + 1;
-  while (lower_gamma(shape, high) < p) high *= 2;
+  while (high < 1e300 && lower_gamma(shape, high) < p) high *= 2;
   return scale * inverse_of([&](double x) { return lower_gamma(shape, x); }, p, 0, high);
 }
 
@@ -154,7 +154,7 @@ Operand call_binom_dist(Call& call) {
   const double n = floor_of(call.number(1));
   const double p = call.number(2);
   const bool cumulative = call.logical(3);
-  if (n < 0 || k < 0 || k > n || p < 0 || p > 1) return kOutside;
+  if (n < 0 || n > kMostSteps || k < 0 || k > n || p < 0 || p > 1) return kOutside;
   if (p == 0) return cumulative || k == 0 ? 1.0 : 0.0;
   if (p == 1) return k == n ? 1.0 : 0.0;
   if (!cumulative) return binomial_density(k, n, p);
@@ -177,7 +177,7 @@ Operand call_poisson(Call& call) {
   const double k = floor_of(call.number(0));
   const double mean = call.number(1);
   const bool cumulative = call.logical(2, true);
-  if (k < 0 || mean < 0) return kOutside;
+  if (k < 0 || k > kMostSteps || mean < 0) return kOutside;
   if (mean == 0) return cumulative || k == 0 ? 1.0 : 0.0;
   if (cumulative) return upper_gamma(k + 1, mean);
   if (mean > 712) return std::exp(k * std::log(mean) - mean - std::lgamma(k + 1));
@@ -191,7 +191,7 @@ Operand call_negbinom(Call& call) {
   const double successes = floor_of(call.number(1));
   const double p = call.number(2);
   const bool cumulative = call.logical(3, false);
-  if (failures < 0 || successes < 1 || p < 0 || p > 1) return kOutside;
+  if (failures < 0 || failures > kMostSteps || successes < 1 || p < 0 || p > 1) return kOutside;
   if (cumulative) return 1 - incomplete_beta(1 - p, failures + 1, successes);
   const double q = 1 - p;
   double factor = std::pow(p, successes);
@@ -210,7 +210,8 @@ Operand call_hypgeom(Call& call) {
   const double population = floor_of(call.number(3));
   const bool cumulative = call.logical(4, false);
   const double least = std::fmax(0, sample - population + successes);
-  if (x < least || x > sample || x > successes || sample > population || successes > population || x < 0)
+  if (x < least || x > sample || x > successes || sample > population || successes > population || x < 0 ||
+      x > kMostSteps)
     return kOutside;
   double sum = 0;
   for (double k = cumulative ? least : x; k <= x; ++k)
@@ -392,6 +393,7 @@ Operand call_beta_inv(Call& call) {
   const BetaRange range = beta_range(call, 3);
   if (p < 0 || p > 1 || a <= 0 || b <= 0 || range.width <= 0) return kOutside;
   if (call.failed()) return 0.0;
+  if (p == 1) return range.low + range.width;
   return range.low + range.width * inverse_of([&](double x) { return incomplete_beta(x, a, b); }, p, 0, 1);
 }
 
@@ -405,7 +407,7 @@ Operand call_ztest(Call& call) {
   const double deviation =
       call.missing(2) ? std::sqrt(squares_about_mean(numbers) / (count - 1)) : call.number(2);
   if (deviation <= 0) return kOutside;
-  return 1 - standard_normal((mean_of(numbers) - x) * std::sqrt(count) / deviation);
+  return std::erfc((mean_of(numbers) - x) * std::sqrt(count) / deviation * 0.7071067811865475) / 2;
 }
 
 Operand call_ftest(Call& call) {

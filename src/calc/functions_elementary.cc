@@ -92,12 +92,14 @@ Operand call_atan2(Call& call) {
 
 double area_sine(double x) {
   const double size = std::fabs(x);
+  if (size > 1e150) return std::copysign(std::log(size) + std::numbers::ln2, x);  // its square is too large
   const double root = std::sqrt(size * size + 1);
   return std::copysign(size < 0.125 ? std::log1p(size + size * size / (1 + root)) : std::log(size + root), x);
 }
 double area_cosine(double x) {
   const double over = x - 1;
   if (over < 0) return kNone;
+  if (x > 1e150) return std::log(x) + std::numbers::ln2;
   return x < 1.1 ? std::log1p(over + std::sqrt(2 * over + over * over)) : std::log(x + std::sqrt(x * x - 1));
 }
 double area_tangent(double x) {
@@ -143,6 +145,7 @@ Operand call_factdouble(Call& call) {
 // their last digits for it.
 double combinations(double n, double k) {
   double result = 1;
+  if (k > kMostSteps) return kNone;
   for (; k > 0 && std::isfinite(result); --n, --k) result *= n / k;
   return result;
 }
@@ -190,8 +193,9 @@ double common_divisor(double a, double b) {
 template <double (*combine)(double, double)>
 Operand call_whole_numbers(Call& call, double start) {
   double result = start;
-  call.each_number(0, [&](double number) {
-    const double whole = floor_of(number);
+  call.each_from(0, [&](const Value& value, From from) {
+    if (value.is_text() && from != From::kFormula) return;
+    const double whole = floor_of(call.number_of(value));
     if (whole < 0) call.fail(ErrorCode::kArgument);
     if (!call.failed()) result = combine(result, whole);
   });

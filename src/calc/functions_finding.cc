@@ -24,19 +24,14 @@ std::optional<int> order_of(const Value& a, const Value& b) {
 
 constexpr std::int32_t kNotFound = -1;
 
-Value key_of(Call& call, int argument) {
-  const Value key = call.value(argument);
-  if (key.is_error()) call.fail(key.error());
-  return key.is_blank() ? Value(0.0) : key;
-}
-
 bool fits_key(const Value& value, const Value& key, const Pattern* pattern) {
   return pattern != nullptr ? value.is_text() && pattern->matches(value.text()) : order_of(value, key) == 0;
 }
 
 // A block is searched along its longer side, the result taken from its other end or from a line of its own.
 Operand call_lookup(Call& call) {
-  const Value key = key_of(call, 0);
+  const Value key = call.value(0);
+  if (key.is_error()) return key;
   const Matrix searched = call.matrix(1);
   const Line line{searched, searched.columns() > searched.rows()};
   const std::int32_t found = find_sorted(line, key);
@@ -165,15 +160,16 @@ Operand call_sheets(Call& call) {
   return block.last_sheet - block.sheet + 1.0;
 }
 
-// A cell's address as a text. Without the last argument its sheet is not named.
+// A cell's address as a text; 5 to 8 say the same as 1 to 4. Without the last argument its sheet is not
+// named.
 Operand call_address(Call& call) {
   const std::int64_t row = call.whole(0), column = call.whole(1);
   const std::int64_t fixed = call.missing(2) ? 1 : call.whole(2);
   const bool letters = call.missing(3) || call.logical(3);
   const std::string sheet = call.missing(4) ? "" : quoted_sheet(call.text(4)) + "!";
-  if (row < 1 || row > kRows || column < 1 || column > kColumns || fixed < 1 || fixed > 4)
+  if (row < 1 || row > kRows || column < 1 || column > kColumns || fixed < 1 || fixed > 8)
     return ErrorCode::kArgument;
-  const bool row_fixed = fixed <= 2, column_fixed = fixed == 1 || fixed == 3;
+  const bool row_fixed = fixed % 4 == 1 || fixed % 4 == 2, column_fixed = fixed % 2 == 1;
   if (letters) {
     const std::string name = text::column_name(static_cast<std::int32_t>(column));
     return call.make_text(sheet + (column_fixed ? "$" : "") + name + (row_fixed ? "$" : "") +

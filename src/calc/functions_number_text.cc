@@ -39,7 +39,12 @@ Operand call_text(Call& call) {
   }
   const office::NumberFormat read(format);
   const double number = read.shows_dates() ? day_for_formats(call, value.number()) : value.number();
-  return call.make_text(read.text(host::CellValue(number)));
+  std::string text = read.text(host::CellValue(number));
+  // What is rounded to nothing has no sign.
+  if (number < 0 && text.starts_with('-') && text.find_first_of("123456789") == text.npos &&
+      !read.shows_dates())
+    text.erase(0, 1);
+  return call.make_text(std::move(text));
 }
 
 std::string with_decimals(double number, int decimals, bool groups) {
@@ -268,7 +273,7 @@ Operand call_bits(Call& call) {
 template <int direction>
 Operand call_shift(Call& call) {
   const std::uint64_t bits = bits_of(call, 0);
-  const double places = whole_part(call.number(1)) * direction;
+  const double places = floor_of(call.number(1)) * direction;
   if (places > 53) return ErrorCode::kArgument;
   if (places < -53) return 0.0;
   const double result = std::floor(std::ldexp(static_cast<double>(bits), static_cast<int>(places)));

@@ -58,7 +58,8 @@ Operand call_steyx(Call& call) {
   const Pairs pairs = pairs_of(call, 1, 0, 3);
   const PairSums sums = sums_of(pairs);
   if (sums.xx == 0) return ErrorCode::kDivision;
-  return std::sqrt((sums.yy - sums.xy * sums.xy / sums.xx) / static_cast<double>(pairs.x.size() - 2));
+  const double rest = subtract(sums.yy, sums.xy * sums.xy / sums.xx);
+  return std::sqrt(rest / static_cast<double>(pairs.x.size() - 2));
 }
 
 constexpr Function kFunctions[] = {

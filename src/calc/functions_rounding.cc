@@ -12,7 +12,9 @@ namespace {
 // More decimals than a number can have are as good as none to remove.
 int decimals_of(Call& call, int argument) {
   if (call.missing(argument)) return 0;
-  return static_cast<int>(std::clamp(whole_part(call.number(argument)), -400.0, 400.0));
+  const double decimals = whole_part(call.number(argument));
+  if (decimals < -32768 || decimals > 32767) call.fail(ErrorCode::kArgument);
+  return static_cast<int>(std::clamp(decimals, -400.0, 400.0));
 }
 
 template <double (*round)(double, int)>

@@ -206,7 +206,8 @@ Operand call_percentile_exc(Call& call) {
 
 Operand call_quartile_exc(Call& call) {
   const Numbers numbers = sorted_numbers_of(call, 0);
-  return inner_percentile(numbers, floor_of(call.number(1)) / 4);
+  const double quarter = floor_of(call.number(1));
+  return quarter == 2 && numbers.size() > 1 ? middle_of(numbers) : inner_percentile(numbers, quarter / 4);
 }
 
 template <bool averaged>

@@ -27,7 +27,7 @@ Operand given(Call& call, std::string text) {
 std::int32_t count_of(Call& call, int argument, std::int32_t absent, std::int32_t least) {
   if (argument >= call.count()) return absent;
   const double count = floor_of(call.number(argument));
-  if (count < least) call.fail(ErrorCode::kArgument);
+  if (count < least || count > 2147483647) call.fail(ErrorCode::kArgument);
   return static_cast<std::int32_t>(std::clamp(count, 0.0, kLongest + 1.0));
 }
 
@@ -137,10 +137,9 @@ Operand call_substitute(Call& call) {
 }
 
 Operand call_replace(Call& call) {
-  const std::string text = call.text(0);
+  const std::string inserted = call.text(3), text = call.text(0);
   const std::int32_t start = count_of(call, 1, 1, 1);
   const std::int32_t length = count_of(call, 2, 0, 0);
-  const std::string inserted = call.text(3);
   if (call.failed()) return 0.0;
   const std::string_view before = text::left(text, start - 1);
   return given(call, std::string(before) + inserted + std::string(text::mid(text, start + length, kLongest)));

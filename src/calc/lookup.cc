@@ -104,7 +104,7 @@ std::int32_t find_equal(const Line& line, const Value& wanted) {
 }
 
 std::int32_t find_sorted(const Line& line, const Value& wanted, bool descending) {
-  std::int32_t found = -1, first = 0, last = line.used() - 1;
+  std::int32_t found = -1, first = 0, last = wanted.is_blank() ? -1 : line.used() - 1;
   while (first <= last) {
     const std::int32_t middle = first + (last - first) / 2;
     const std::int32_t at = comparable_from(line, wanted, middle, last);

@@ -55,7 +55,7 @@ class LineIndex {
 // Position of the first value that equals, -1 for none. A blank finds 0.
 std::int32_t find_equal(const Line& line, const Value& wanted);
 // In a line that is in order: position of the last value that does not come behind the wanted one; -1 when
-// all do. Values of another kind are passed over.
+// all do, and for a blank. Values of another kind are passed over.
 std::int32_t find_sorted(const Line& line, const Value& wanted, bool descending = false);
 
 }  // namespace ordvane::calc

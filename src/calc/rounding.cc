@@ -1,5 +1,6 @@
 #include "calc/rounding.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -24,13 +25,24 @@ int magnitude(double positive) {
   return static_cast<int>(std::floor(std::log10(positive)));
 }
 
-// The 12 digits with which rounding in one direction starts: so many units of the last of them, the unit
-// itself being rounded to binary. That unit's error shows in results of many decimals.
-double to_twelve_digits(double number) {
+// What is no whole number is cut from its first 12 digits, as a whole number of units of the last of them. To
+// more decimals than these have, the units are made a number again, whose binary error then shows; from 12
+// decimals on, those behind the point and further zeros, the number itself is cut.
+double cut(double number, int decimals, double (*whole)(double)) {
   const double positive = std::fabs(number);
-  if (positive == std::floor(positive)) return positive;
-  const double unit = power_of_ten(magnitude(positive) - 11);
-  return std::floor(positive / unit + 0.5) * unit;
+  if (decimals > 20 || (decimals > 0 && positive == std::floor(positive))) return number;
+  double scaled = shifted(positive, decimals);
+  if (positive != std::floor(positive)) {
+    const int last = 11 - magnitude(positive);
+    const double unit = power_of_ten(-last), units = std::floor(positive / unit + 0.5);
+    if (decimals <= last) {
+      const double shift = power_of_ten(last - decimals);
+      scaled = std::isfinite(shift) ? units / shift : std::numeric_limits<double>::quiet_NaN();
+    } else if (decimals < std::max(12, last + 1)) {
+      scaled = shifted(units * unit, decimals);
+    }
+  }
+  return std::copysign(shifted_back(whole(scaled), decimals), number);
 }
 
 }  // namespace
@@ -72,6 +84,7 @@ double whole_part(double number) {
 
 double rounded(double number, int decimals) {
   if (decimals == 0 || number == 0) return std::round(number);
+  if (decimals < -308) return 0;
   const double positive = std::fabs(number);
   if (decimals > 20 || (decimals > 0 && positive >= kNoHalves)) return number;
   const double whole = shifted(positive, decimals);
@@ -81,15 +94,11 @@ double rounded(double number, int decimals) {
 }
 
 double rounded_up(double number, int decimals) {
-  if (decimals > 20 || (decimals > 0 && std::fabs(number) >= kNoHalves)) return number;
-  const double whole = shifted(to_twelve_digits(number), decimals);
-  return std::copysign(shifted_back(std::ceil(whole), decimals), number);
+  return cut(number, decimals, std::ceil);
 }
 
 double rounded_down(double number, int decimals) {
-  if (decimals > 20 || (decimals > 0 && std::fabs(number) >= kNoHalves)) return number;
-  const double whole = shifted(to_twelve_digits(number), decimals);
-  return std::copysign(shifted_back(std::floor(whole), decimals), number);
+  return cut(number, decimals, std::floor);
 }
 
 }  // namespace ordvane::calc
