@@ -275,18 +275,18 @@ void define_commands(Arguments& arguments) {
 }
 
 HelpParts help_of_all() {
-  return {{"Examples",
-           {{"ordvane sweep budget.xlsx budget.whatif.json", "the run of a workbook, in budget.run.json"},
-            {"ordvane report budget.run.json", "reports of every output, in budget-reports.xlsx"},
-            {"ordvane show budget.run.json", "the ranking, here in the terminal"},
-            {"ordvane check budget.run.json", "is the run file sound, and what is in it?"}}},
-          {"", {{"`ordvane help COMMAND` tells more about a command."}}},
-          exit_status(),
-          {"Environment",
-           {{"LC_ALL, LC_MESSAGES, LANG", "the language of reports where --language says none"},
-            {"COLUMNS", "the width of tables, where it is not the terminal's"},
-            {"SOURCE_DATE_EPOCH",
-             "the time that workbooks are dated with and models stand at, in seconds since 1970"}}}};
+  return {
+      {"Examples",
+       {{"ordvane sweep budget.xlsx budget.whatif.json", "the run of a workbook, in budget.run.json"},
+        {"ordvane report budget.run.json", "reports of every output, in budget-reports.xlsx"},
+        {"ordvane show budget.run.json", "the ranking, here in the terminal"},
+        {"ordvane check budget.run.json", "is the run file sound, and what is in it?"}}},
+      {"", {{"`ordvane help COMMAND` tells more about a command."}}},
+      exit_status(),
+      {"Environment",
+       {{"LC_ALL, LC_MESSAGES, LANG", "the language of reports where --language says none"},
+        {"COLUMNS", "the width of tables, where it is not the terminal's"},
+        {"SOURCE_DATE_EPOCH", "the time of workbooks and of the models in them, in seconds since 1970"}}}};
 }
 
 }  // namespace ordvane::cli
