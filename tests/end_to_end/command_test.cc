@@ -128,6 +128,9 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{}, "name a command: sweep, merge, report, show, check"},
       {{"repot"}, "\"repot\" is no command; there are sweep, merge, report, show, check"},
       {{"report"}, "RUN is required"},
+      {{"sweep", "m.run.json"}, "m.run.json: is a JSON file; the workbook with the model is expected first"},
+      {{"sweep", "there.xlsx", "m.run.json"}, "m.run.json: is a recorded run, not a what-if definition"},
+      {{"sweep", "there.xlsx", "--suggest", "--report"}, "--suggest: writes a definition and no run"},
       {{"report", "bad.run.json"}, "bad.run.json:2"},
       {{"report", "m.run.json", "-o", "a.xls"}, "\"a.xls\" does not end in .xlsx"},
       {{"report", "m.run.json", "-o", "folder.xlsx"}, "is a folder"},
@@ -463,6 +466,37 @@ TEST_F(Command, HelpShowsExamplesAndTheVersionIsTheProjects) {
   ASSERT_THAT(version, StartsWith("ordvane "));
   EXPECT_THAT(file_text(ORDVANE_SOURCE_DIR "/CMakeLists.txt"),
               HasSubstr("project(ordvane VERSION " + version.substr(8, version.size() - 9) + " "));
+}
+
+// From a workbook alone to its reports, and to a definition.
+TEST_F(Command, SweepFindsWhatItIsNotTold) {
+  fs::copy_file(fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.xlsx",
+                folder_ / "plant.xlsx");
+  Result result = run({"sweep", "plant.xlsx", "--report"});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_THAT(result.err, AllOf(StartsWith("ordvane: --output: is missing; "),
+                                HasSubstr("  Net present value             170,542  --output ProjectNPV\n")));
+  EXPECT_EQ(result.out, "");
+
+  result = run({"sweep", "plant.xlsx", "--suggest"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_THAT(result.out, AllOf(HasSubstr("Not varied, a date: Site!B12 (Commissioning date)\n"),
+                                HasSubstr("`ordvane sweep plant.xlsx plant.whatif.json --report`")));
+  const std::string suggested = file_text(folder_ / "plant.whatif.json");
+  EXPECT_EQ(run({"sweep", "plant.xlsx", "--suggest", "--output", "LCOE"}).code, 2);
+  EXPECT_EQ(file_text(folder_ / "plant.whatif.json"), suggested);
+
+  result = run({"sweep", "plant.xlsx", "--output", "ProjectNPV", "--verify", "none", "--report"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_THAT(result.out, AllOf(HasSubstr("plant-reports.xlsx: 4 sheets"), HasSubstr("\n   3 Investment ")));
+  EXPECT_TRUE(there("plant.run.json") && there("plant.run.csv") && there("plant-reports.xlsx"));
+  result = run({"sweep", "plant.xlsx", "plant.whatif.json", "--verify", "none", "--into", "plant.xlsx"});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.err, "ordvane: -o: \"plant.run.json\" is there already; --overwrite replaces it\n");
+  result = run(
+      {"sweep", "plant.xlsx", "--output", "LCOE", "--verify", "none", "--into", "plant.xlsx", "--overwrite"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("plant.xlsx: added 4 sheets"));
 }
 
 // Ctrl-C while the run file is read, which a pipe makes last until the signal has come.
