@@ -1,6 +1,6 @@
 # The front door. Every target installs the Debian packages that it needs and that are missing.
 #
-#   make demo      report on the example run, print the ranking and where the workbook is
+#   make demo      sweep the example's workbook, print the ranking and where the reports are
 #   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine
 #   make check     after an edit, in two minutes: formatting, the release build, its tests that need no other program
 #   make windows   the COM server for Excel, x86 and x64, in a zip to hand over
@@ -17,15 +17,15 @@ SHELL := /bin/bash
 .PHONY: demo test check mutants packages check-packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
-example = examples/solar-plant/solar-plant.run.json
+example = examples/solar-plant/solar-plant.xlsx
 
 demo:
 	@tools/install-packages build
 	@cmake --preset release -DORDVANE_TESTS=OFF -DORDVANE_BENCH=OFF -B build/demo >/dev/null
 	@cmake --build build/demo --target ordvane
 	@mkdir -p out
-	build/demo/ordvane report $(example) -o out/solar-plant-reports.xlsx --overwrite
-	build/demo/ordvane show $(example)
+	build/demo/ordvane sweep $(example) --output ProjectNPV --overwrite \
+	  -o out/solar-plant.run.json --report out/solar-plant-reports.xlsx
 
 test:
 	@tools/install-packages test

@@ -211,15 +211,4 @@ std::vector<CellId> Model::all_precedents(std::span<const CellId> cells) const {
   return ordered;
 }
 
-std::vector<CellId> Model::final_cells() const {
-  std::vector<bool> is_read(book_.cells.size());
-  const std::vector<CellId> formulas = formula_cells();
-  for (const CellId cell : formulas)
-    each_precedent(cell, [&](CellId precedent) { is_read[index_of(precedent)] = true; });
-  std::vector<CellId> finals;
-  for (const CellId cell : formulas)
-    if (!is_read[index_of(cell)]) finals.push_back(cell);
-  return finals;
-}
-
 }  // namespace ordvane::calc

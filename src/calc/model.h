@@ -57,8 +57,6 @@ class Model {
   bool finds_cells(CellId cell) const;
   // All cells that these are calculated from, themselves too; each once, before what is calculated from it.
   std::vector<CellId> all_precedents(std::span<const CellId> cells) const;
-  // Formula cells that no other formula reads: what the model is for.
-  std::vector<CellId> final_cells() const;
 
  private:
   class Base;

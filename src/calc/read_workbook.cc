@@ -150,6 +150,7 @@ class WorkbookReader {
   void parse_names();
   void spread_faults(std::size_t position, std::size_t depth);
   void parse_cells();
+  void parse_drop_downs();
   [[noreturn]] void refuse(const std::string& why) const { throw BadWorkbook(file_ + ": " + why); }
 
   Workbook& book_;
@@ -179,6 +180,8 @@ class SheetReader : public XmlVisitor {
  private:
   void start_cell(const Attributes& attributes);
   void start_formula(const Attributes& attributes);
+  void start_choice(std::string_view name, const Attributes& attributes);
+  void finish_choice();
   void finish_cell();
   Value stored_value();
   void add_formula(CellId id);
@@ -191,8 +194,9 @@ class SheetReader : public XmlVisitor {
   std::int32_t row_ = -1, column_ = -1;
   std::string* target_ = nullptr;
   bool in_cell_ = false, has_formula_ = false, has_value_ = false, inline_text_ = false;
+  bool in_choice_ = false;
   int phonetic_ = 0;
-  std::string type_, value_, formula_, formula_type_, area_, shared_;
+  std::string type_, value_, formula_, formula_type_, area_, shared_, choice_, choice_cells_;
   std::array<std::string, 2> varied_;  // the cells that a data table sets
   std::int32_t style_ = 0;
   std::map<std::string, std::int32_t> shared_formulas_;
@@ -206,7 +210,7 @@ void SheetReader::start(std::string_view name, const Attributes& attributes) {
   } else if (name == "c") {
     start_cell(attributes);
   } else if (!in_cell_) {
-    return;
+    start_choice(name, attributes);
   } else if (name == "v") {
     has_value_ = true;
     target_ = &value_;
@@ -246,8 +250,37 @@ void SheetReader::start_formula(const Attributes& attributes) {
   varied_ = {std::string(attributes["r1"]), std::string(attributes["r2"])};
 }
 
+// Newer files have the cells, and the formula in an element of its own, within the element of the list.
+void SheetReader::start_choice(std::string_view name, const Attributes& attributes) {
+  if (name == "dataValidation") {
+    in_choice_ = attributes["type"] == "list";
+    choice_.clear();
+    choice_cells_ = attributes["sqref"];
+  } else if (in_choice_ && name == "formula1") {
+    target_ = &choice_;
+  } else if (in_choice_ && name == "sqref") {
+    target_ = &choice_cells_;
+  }
+}
+
+void SheetReader::finish_choice() {
+  in_choice_ = false;
+  DropDown list;
+  list.text = text::trimmed(choice_, " \t\r\n");
+  for (std::string_view rest = choice_cells_; !rest.empty();) {
+    const std::size_t end = std::min(rest.find(' '), rest.size());
+    if (auto cells = block_of(rest.substr(0, end))) {
+      cells->sheet = cells->last_sheet = sheet_;
+      list.cells.push_back(*cells);
+    }
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  if (!list.cells.empty()) book_.drop_downs.push_back(std::move(list));
+}
+
 void SheetReader::end(std::string_view name) {
   target_ = nullptr;
+  if (name == "dataValidation" && in_choice_) finish_choice();
   if (name == "rPh") --phonetic_;
   if (name != "c") return;
   in_cell_ = false;
@@ -370,6 +403,7 @@ void WorkbookReader::read() {
   }
   parse_names();
   parse_cells();
+  parse_drop_downs();
 }
 
 void WorkbookReader::read_book() {
@@ -542,6 +576,19 @@ void WorkbookReader::parse_cells() {
     CellFormula& table = book_.formulas[static_cast<std::size_t>(position)];
     table.tree.unsupported = "a data table";
     table.text.clear();
+  }
+}
+
+void WorkbookReader::parse_drop_downs() {
+  for (DropDown& list : book_.drop_downs) {
+    Reference place = list.cells.front();
+    place.last_row = place.row;
+    place.last_column = place.column;
+    try {
+      list.tree = parse_formula(list.text, place, book_, book_.arena);
+    } catch (const BadFormula& error) {
+      list.tree.unsupported = error.what();
+    }
   }
 }
 

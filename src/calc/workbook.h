@@ -45,6 +45,13 @@ struct DefinedName {
   Formula tree;
 };
 
+// What the file offers for a choice in some cells.
+struct DropDown {
+  std::vector<Reference> cells;
+  std::string text;  // a formula: a text with commas, "1,2,5", or where the values stand
+  Formula tree;      // in the place of the first cell
+};
+
 enum class CalculationMode : std::uint8_t { kAutomatic, kAutomaticButTables, kManual };
 
 // Throws xlsx::BadWorkbook for a file that is no workbook or cannot be read, telling encrypted ones and those
@@ -63,6 +70,7 @@ class Workbook : public FormulaNames {
   std::vector<Cell> cells;
   std::vector<CellFormula> formulas;
   std::vector<DefinedName> names;
+  std::vector<DropDown> drop_downs;
   std::vector<std::string> formats;  // number formats; the first is General
   bool counts_from_1904 = false;
   bool iterates = false;

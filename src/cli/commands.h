@@ -40,6 +40,9 @@ struct ReportCommand {
   bool quiet = false;
 };
 int report(const ReportCommand& command, Problems& problems);
+// What can be said of the workbook that the reports go into before there is a run. `option`: that names a new
+// one.
+void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems);
 
 enum class ShowForm { kTable, kJson, kCsv };
 struct ShowCommand {
@@ -56,7 +59,7 @@ int check(const std::filesystem::path& file, Problems& problems);
 struct SweepCommand {
   std::filesystem::path workbook;
   std::filesystem::path what_if;  // empty: all is said by options
-  std::filesystem::path run;      // empty: named after the workbook, in the current folder
+  std::filesystem::path file;     // the run, or the definition; empty: named after the workbook, here
   std::vector<std::string> inputs, outputs;
   std::optional<std::int32_t> steps;
   sweep::Verify verify = sweep::Verify::kEnds;
@@ -67,6 +70,8 @@ struct SweepCommand {
   std::optional<std::chrono::sys_seconds> now;  // where the model's clock stands
   bool overwrite = false, quiet = false;
   std::optional<std::string> report;  // a workbook; empty: named after the run
+  std::filesystem::path into;         // one that is there, for the reports; empty: none
+  bool suggest = false;               // write a definition in the place of a run
 };
 int sweep(const SweepCommand& command, Problems& problems);
 

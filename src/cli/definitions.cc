@@ -188,16 +188,24 @@ void define_check(Arguments& arguments) {
 
 void add_sweep_options(CommandLine& line, SweepCommand& c) {
   line.repeated_option("--output", kOutput, "A cell to look at, or its name; may be given again", c.outputs);
-  line.repeated_option("--input", kInputRange,
-                       "A cell to vary, or its name: C3=10..20, C3=+-10% or C3=1,2,5; may be given again",
-                       c.inputs);
+  line.repeated_option(
+      "--input", kInputRange,
+      "A cell to vary, or its name: C3=10..20, C3=+-10% or C3=1,2,5; may be given again (default: "
+      "found)",
+      c.inputs);
   line.option("--steps", kNumber, "Values that an input takes whose range does not say it (default: 5)",
               [&c](const std::string& text) { c.steps = whole_number_of("--steps", text, 1, 32767); });
-  line.option("-o", kRunFile, "The run file to write (default: NAME.run.json in this folder)", path(c.run));
+  line.option("-o", kRunFile,
+              "The file to write (default: NAME.run.json, or NAME.whatif.json, in this folder)",
+              path(c.file));
   line.parser().add_flag("--overwrite", c.overwrite,
-                         "Replace a run that is there; begin unfinished work anew");
+                         "Replace files that are there; begin unfinished work anew");
   line.optional_value("--report", kNewWorkbook,
                       "Also write the reports, and show the ranking (default: NAME-reports.xlsx)", c.report);
+  line.option("--into", kWorkbook, "The same, as sheets of a workbook that is there, the model for example",
+              path(c.into));
+  line.parser().add_flag("--suggest", c.suggest,
+                         "Write the inputs and outputs that are found as a definition to edit, and no run");
   line.parser().add_flag("--quiet", c.quiet, "Print errors only");
 }
 
@@ -233,22 +241,29 @@ void add_sweep_engine(CommandLine& line, SweepCommand& c) {
 void define_sweep(Arguments& arguments) {
   const auto c = std::make_shared<SweepCommand>();
   CommandLine line(arguments, "sweep", "Step the inputs of a workbook and record what its outputs show",
-                   {kModel, "Workbook with the model; it is not changed", "name a workbook",
+                   {kModel, "Workbook with the model; not changed, unless --into names it", "name a workbook",
                     "a sweep takes one workbook and one what-if definition"},
                    c->workbook);
   line.operand(kWhatIf, "What-if definition: inputs with their ranges, and outputs", c->what_if);
   line.runs([c, &problems = arguments.problems()] { return sweep(*c, problems); });
   add_sweep_options(line, *c);
   add_sweep_engine(line, *c);
-  line.set_help({{"Examples",
-                  {{"ordvane sweep budget.xlsx budget.whatif.json --report"},
-                   {"ordvane sweep budget.xlsx --output Results!B5 --input Prices!C3=10..20 --input "
-                    "Tax=+-10% --steps 9"},
-                   {"ordvane sweep budget.xlsx budget.whatif.json --shard 2/8"}}},
-                 {"",
-                  {{"What is interrupted goes on where it ended when the same command is given again."},
-                   {"docs/what-if.md describes definitions."}}},
-                 exit_status()});
+  line.set_help(
+      {{"Examples",
+        {{"ordvane sweep budget.xlsx --output Results!B5 --report"},
+         {"ordvane sweep budget.xlsx --suggest"},
+         {"ordvane sweep budget.xlsx budget.whatif.json --report"},
+         {"ordvane sweep budget.xlsx --output Results!B5 --input Prices!C3=10..20 --input "
+          "Tax=+-10% --steps 9"},
+         {"ordvane sweep budget.xlsx budget.whatif.json --shard 2/8"}}},
+       {"",
+        {{"Without inputs, those numbers are varied by 10% that move the first output most; without "
+          "outputs,"},
+         {"the last results of the model are proposed."}}},
+       {"",
+        {{"What is interrupted goes on where it ended when the same command is given again."},
+         {"docs/what-if.md describes definitions."}}},
+       exit_status()});
 }
 
 void define_merge(Arguments& arguments) {
@@ -276,7 +291,7 @@ void define_commands(Arguments& arguments) {
 
 HelpParts help_of_all() {
   return {{"Examples",
-           {{"ordvane sweep budget.xlsx budget.whatif.json", "the run of a workbook, in budget.run.json"},
+           {{"ordvane sweep budget.xlsx --output Profit", "the run of a workbook, in budget.run.json"},
             {"ordvane report budget.run.json", "reports of every output, in budget-reports.xlsx"},
             {"ordvane show budget.run.json", "the ranking, here in the terminal"},
             {"ordvane check budget.run.json", "is the run file sound, and what is in it?"}}},
@@ -285,8 +300,7 @@ HelpParts help_of_all() {
           {"Environment",
            {{"LC_ALL, LC_MESSAGES, LANG", "the language of reports where --language says none"},
             {"COLUMNS", "the width of tables, where it is not the terminal's"},
-            {"SOURCE_DATE_EPOCH",
-             "the time that workbooks are dated with and models stand at, in seconds since 1970"}}}};
+            {"SOURCE_DATE_EPOCH", "the time that workbooks and models have, in seconds since 1970"}}}};
 }
 
 }  // namespace ordvane::cli

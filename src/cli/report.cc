@@ -26,16 +26,17 @@ std::filesystem::path default_workbook(const std::filesystem::path& run) {
   return name + kDefaultEnding;
 }
 
-void check_new_workbook(const std::filesystem::path& workbook, bool overwrite) {
+void check_new_workbook(const std::filesystem::path& workbook, const std::string& option, bool overwrite) {
   const std::string text = workbook.string();
   if (workbook.extension() != kWorkbookExtension)
-    throw BadArguments("-o: \"" + text + "\" does not end in .xlsx, the only format there is");
+    throw BadArguments(option + ": \"" + text + "\" does not end in .xlsx, the only format there is");
   if (std::filesystem::is_directory(workbook))
-    throw BadArguments("-o: \"" + text + "\" is a folder; name a file in it");
+    throw BadArguments(option + ": \"" + text + "\" is a folder; name a file in it");
   if (workbook.has_parent_path() && !std::filesystem::is_directory(workbook.parent_path()))
-    throw BadArguments("-o: there is no folder \"" + workbook.parent_path().string() + "\"");
+    throw BadArguments(option + ": there is no folder \"" + workbook.parent_path().string() + "\"");
   if (std::filesystem::exists(workbook) && !overwrite)
-    throw BadArguments("-o: \"" + text + "\" is there already; --overwrite replaces it, --into adds to it");
+    throw BadArguments(option + ": \"" + text +
+                       "\" is there already; --overwrite replaces it, --into adds to it");
 }
 
 void check_log_folder(const std::filesystem::path& log_folder) {
@@ -68,6 +69,11 @@ std::string counted(std::size_t count, const std::string& thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
+std::filesystem::path target_of(const ReportCommand& command) {
+  if (!command.into.empty()) return command.into;
+  return command.workbook.empty() ? default_workbook(command.run) : command.workbook;
+}
+
 struct Job {
   std::shared_ptr<const runfile::Run> run;
   std::filesystem::path workbook;
@@ -77,14 +83,10 @@ struct Job {
 
 // Finds out before the work is done all that would be wrong with it.
 Job prepared(const ReportCommand& command, Problems& problems) {
-  const bool is_new = command.into.empty();
   Job job;
   job.run = read_run(command.run, problems);
-  job.workbook = !is_new                    ? command.into
-                 : command.workbook.empty() ? default_workbook(command.run)
-                                            : command.workbook;
-  if (is_new) problems.gather([&] { check_new_workbook(job.workbook, command.options.overwrite); });
-  if (!is_new && !command.workbook.empty()) problems.add("--into: goes without -o");
+  job.workbook = target_of(command);
+  check_report_target(command, "-o", problems);
   problems.gather([&] { check_log_folder(command.log_folder); });
   problems.gather([&] { job.clock = report_clock(); });
   if (job.run) {
@@ -94,7 +96,7 @@ Job prepared(const ReportCommand& command, Problems& problems) {
                    " varied no inputs together; the run needs \"groups\"");
   }
   // A workbook that is there is looked at when the reports are added to it; here only if that will not be.
-  if (problems.any() && !is_new)
+  if (problems.any() && !command.into.empty())
     problems.gather([&] { const xlsx::ExistingWorkbook workbook_there(command.into); });
   problems.refuse_any();
   return job;
@@ -118,6 +120,13 @@ std::string summary(const embedded::WrittenReports& written, const ReportCommand
 }
 
 }  // namespace
+
+void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems) {
+  if (command.into.empty())
+    problems.gather([&] { check_new_workbook(target_of(command), option, command.options.overwrite); });
+  else if (!command.workbook.empty())
+    problems.add("--into: goes without " + option);
+}
 
 int report(const ReportCommand& command, Problems& problems) {
   catch_signals();

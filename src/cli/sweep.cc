@@ -7,20 +7,25 @@
 #include <iostream>
 
 #include "cli/commands.h"
+#include "cli/found_inputs.h"
 #include "cli/report_clock.h"
 #include "cli/signals.h"
 #include "cli/terminal.h"
-#include "sweep/job.h"
+#include "sweep/suggest.h"
 #include "text/edit.h"
+#include "xlsx/existing_workbook.h"
+#include "xlsx/whole_file.h"
 
 namespace ordvane::cli {
 namespace {
 
 constexpr const char* kRunEnding = ".run.json";
+constexpr const char* kWhatIfEnding = ".whatif.json";
 
 // "model.xlsx" becomes "model.run.json" in the current folder.
-std::filesystem::path default_run(const std::filesystem::path& workbook) {
-  return workbook.stem().string() + kRunEnding;
+std::filesystem::path file_of(const SweepCommand& command) {
+  if (!command.file.empty()) return command.file;
+  return command.workbook.stem().string() + (command.suggest ? kWhatIfEnding : kRunEnding);
 }
 
 std::optional<std::int32_t> whole_number(std::string_view text) {
@@ -48,13 +53,13 @@ sweep::Shard shard_of(const std::string& text) {
   return {*part, *parts};
 }
 
-void check_run_name(const std::filesystem::path& run, bool overwrite) {
-  const std::string text = run.string();
+void check_name(const std::filesystem::path& file, const char* ending, bool overwrite) {
+  const std::string text = file.string();
   if (!text.ends_with(".json"))
-    throw BadArguments("-o: \"" + printable(text) + "\" does not end in .run.json");
-  if (run.has_parent_path() && !std::filesystem::is_directory(run.parent_path()))
-    throw BadArguments("-o: there is no folder \"" + printable(run.parent_path().string()) + "\"");
-  if (std::filesystem::exists(run) && !overwrite)
+    throw BadArguments("-o: \"" + printable(text) + "\" does not end in " + ending);
+  if (file.has_parent_path() && !std::filesystem::is_directory(file.parent_path()))
+    throw BadArguments("-o: there is no folder \"" + printable(file.parent_path().string()) + "\"");
+  if (std::filesystem::exists(file) && !overwrite)
     throw BadArguments("-o: \"" + printable(text) + "\" is there already; --overwrite replaces it");
 }
 
@@ -69,16 +74,53 @@ sweep::WhatIf what_if_of(const SweepCommand& command, Problems& problems) {
   return what_if;
 }
 
+void check_workbook(const std::filesystem::path& workbook) {
+  if (workbook.extension() != ".json") return;
+  throw BadArguments(printable(workbook.string()) + ": is " +
+                     (sweep::is_what_if_file(workbook) ? "a what-if definition" : "a JSON file") +
+                     "; the workbook with the model is expected first");
+}
+
+ReportCommand report_of(const SweepCommand& command, const std::filesystem::path& run) {
+  ReportCommand report;
+  report.run = run;
+  report.workbook = command.report.value_or("");
+  report.into = command.into;
+  report.options.overwrite = command.overwrite;
+  report.quiet = command.quiet;
+  return report;
+}
+
+bool makes_reports(const SweepCommand& command) {
+  return command.report || !command.into.empty();
+}
+
+void check_together(const SweepCommand& command, Problems& problems) {
+  if (command.shard && makes_reports(command))
+    problems.add(std::string(command.report ? "--report" : "--into") +
+                 ": goes without --shard; `ordvane merge` makes the run");
+  if (!command.into.empty()) problems.gather([&] { const xlsx::ExistingWorkbook there(command.into); });
+  if (!command.suggest) return;
+  if (!command.what_if.empty() || !command.inputs.empty())
+    problems.add(std::string("--suggest: finds the inputs, and goes without ") +
+                 (command.inputs.empty() ? "a definition" : "--input"));
+  if (command.shard || makes_reports(command))
+    problems.add("--suggest: writes a definition and no run; goes without --report, --into and --shard");
+}
+
 sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   sweep::Job job;
   job.workbook = command.workbook;
-  job.run = command.run.empty() ? default_run(command.workbook) : command.run;
+  job.run = file_of(command);
+  problems.gather([&] { check_workbook(command.workbook); });
   job.what_if = what_if_of(command, problems);
   if (command.shard) problems.gather([&] { job.shard = shard_of(*command.shard); });
-  if (command.shard && command.report)
-    problems.add("--report: goes without --shard; `ordvane merge` makes the run");
-  if (!command.workbook.empty() && !job.shard)
-    problems.gather([&] { check_run_name(job.run, command.overwrite); });
+  check_together(command, problems);
+  if (!command.workbook.empty() && !job.shard) {
+    problems.gather(
+        [&] { check_name(job.run, command.suggest ? kWhatIfEnding : kRunEnding, command.overwrite); });
+    if (makes_reports(command)) check_report_target(report_of(command, job.run), "--report", problems);
+  }
   job.verify = command.verify;
   job.libreoffice = command.libreoffice;
   job.overwrite = command.overwrite;
@@ -156,45 +198,88 @@ std::string summary(const sweep::Outcome& outcome) {
 }
 
 int reports(const SweepCommand& command, const std::filesystem::path& run, Problems& problems) {
-  ReportCommand report_command;
-  report_command.run = run;
-  report_command.workbook = *command.report;
-  report_command.options.overwrite = command.overwrite;
-  report_command.quiet = command.quiet;
-  const int code = report(report_command, problems);
+  const int code = report(report_of(command, run), problems);
   if (code != kDone || command.quiet) return code;
   ShowCommand show_command;
   show_command.run = run;
   return show(show_command, problems);
 }
 
+// The job with a line of progress.
+class Watched {
+ public:
+  Watched(const SweepCommand& command, Problems& problems)
+      : command_(command), job_(job_of(command, problems)), progress_(!command.quiet) {
+    problems.refuse_any();
+    job_.phase = [this](const std::string& what) { progress_.show(what); };
+    job_.progress = [this](std::int64_t done, std::int64_t of) { progress_.show(rate_.text(done, of)); };
+  }
+
+  // Finds what the definition lacks. False: that is all that was asked for.
+  bool complete() {
+    if (!command_.suggest && job_.what_if.outputs.empty())
+      throw BadArguments(proposed_outputs_text(sweep::propose_outputs(job_), command_));
+    if (!job_.what_if.inputs.empty()) return true;
+    const sweep::Suggestion suggestion = sweep::suggest(job_);
+    progress_.clear();
+    rate_ = {};
+    if (!command_.quiet) std::cout << found_text(suggestion);
+    job_.what_if = suggestion.what_if;
+    if (command_.suggest) write_suggestion();
+    return !command_.suggest;
+  }
+  sweep::Outcome run() {
+    const sweep::Outcome outcome = sweep::run_job(job_);
+    progress_.clear();
+    if (!command_.quiet) std::cout << summary(outcome);
+    return outcome;
+  }
+
+  int cancelled() {
+    progress_.clear();
+    const std::filesystem::path part = sweep::part_file(job_.run, job_.shard.value_or(sweep::Shard{}));
+    std::error_code error;
+    if (std::filesystem::exists(part, error))
+      std::fprintf(
+          stderr, "ordvane: cancelled; what is done is kept in %s, and the same command goes on from there\n",
+          printable(part.string()).c_str());
+    else
+      std::fprintf(stderr, "ordvane: cancelled, nothing was written\n");
+    return kSignalled + caught_signal();
+  }
+
+ private:
+  void write_suggestion() const {
+    xlsx::WholeFileOptions options;
+    options.replace = command_.overwrite;
+    xlsx::write_whole(job_.run, sweep::what_if_text(job_.what_if), options);
+    if (command_.quiet) return;
+    std::cout << printable(job_.run.string()) << ": edit it, and sweep it with `ordvane sweep "
+              << printable(shell_word(job_.workbook.string()) + " " + shell_word(job_.run.string()))
+              << " --report`\n";
+  }
+
+  const SweepCommand& command_;
+  sweep::Job job_;
+  ProgressLine progress_;
+  Rate rate_;
+};
+
 }  // namespace
 
 int sweep(const SweepCommand& command, Problems& problems) {
   catch_signals();
-  sweep::Job job = job_of(command, problems);
-  problems.refuse_any();
-  ProgressLine progress(!command.quiet);
-  Rate rate;
-  job.phase = [&](const std::string& what) { progress.show(what); };
-  job.progress = [&](std::int64_t done, std::int64_t of) { progress.show(rate.text(done, of)); };
-  sweep::Outcome outcome;
+  Watched job(command, problems);
   try {
-    outcome = sweep::run_job(job);
+    if (!job.complete()) return kDone;
+    const std::filesystem::path run = job.run().file;
+    return makes_reports(command) ? reports(command, run, problems) : kDone;
   } catch (const runfile::BadRun& bad) {
     throw BadArguments(bad.what());
   } catch (const host::Error& error) {
     if (error.code() != host::errc::kUserCancelled) throw;
-    progress.clear();
-    const std::filesystem::path part = sweep::part_file(job.run, job.shard.value_or(sweep::Shard{}));
-    std::fprintf(stderr,
-                 "ordvane: cancelled; what is done is kept in %s, and the same command goes on from there\n",
-                 printable(part.string()).c_str());
-    return kSignalled + caught_signal();
+    return job.cancelled();
   }
-  progress.clear();
-  if (!command.quiet) std::cout << summary(outcome);
-  return command.report ? reports(command, outcome.file, problems) : kDone;
 }
 
 int merge(const MergeCommand& command, Problems& problems) {
@@ -204,7 +289,7 @@ int merge(const MergeCommand& command, Problems& problems) {
   if (const std::size_t at = name.rfind(".part-"); at != std::string::npos) name.resize(at);
   const std::filesystem::path run =
       command.run.empty() ? std::filesystem::path(name + kRunEnding) : command.run;
-  if (!command.first.empty()) problems.gather([&] { check_run_name(run, command.overwrite); });
+  if (!command.first.empty()) problems.gather([&] { check_name(run, kRunEnding, command.overwrite); });
   problems.refuse_any();
   try {
     sweep::merge_parts(parts, run, command.overwrite);

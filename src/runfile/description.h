@@ -10,6 +10,7 @@
 namespace ordvane::runfile {
 
 inline constexpr const char* kFormat = "ordvane-run";
+inline constexpr const char* kWhatIfFormat = "ordvane-what-if";  // of definitions that are given for runs
 inline constexpr std::int64_t kVersion = 1;
 
 // Simulations, inputs, outputs and groups, verified as those of a run file are. Throws BadRun, which names

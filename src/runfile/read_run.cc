@@ -525,6 +525,9 @@ void read_recalculations(const JsonValue& value, Run& run) {
 
 void check_format(const JsonValue& root) {
   root.expect_object();
+  const bool varies = root.has("inputs") && !root.has("simulations") && !root.has("recalculations");
+  if (root.has("format") ? root.member("format").data() == kWhatIfFormat : varies)
+    root.fail("is a what-if definition, not a recorded run; `ordvane sweep` with its workbook records one");
   for (const char* field : {"format", "version"})
     if (!root.has(field))
       root.fail("the field \"" + std::string(field) + "\" is missing; is this a run file?");

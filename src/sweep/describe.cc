@@ -17,14 +17,18 @@ std::string number_text(double number) {
   return shown({number, {}});
 }
 
+std::string counted(std::int64_t count, const std::string& thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 std::string values_text(const WantedInput& input, std::int32_t steps) {
-  const std::string count = std::to_string(input.steps.value_or(steps)) + " steps";
+  const std::string count = counted(input.steps.value_or(steps), "step");
   if (!input.values.empty())
-    return std::to_string(input.values.size()) + " values, " + number_text(input.values.front()) + " to " +
-           number_text(input.values.back());
+    return counted(static_cast<std::int64_t>(input.values.size()), "value") + ", " +
+           number_text(input.values.front()) + " to " + number_text(input.values.back());
   if (input.percent)
     return count + ", " + number_text(input.percent->first) + "% to " + number_text(input.percent->second) +
-           "% of the base";
+           "% of " + (input.base ? number_text(*input.base) : "the base");
   const std::string days = input.low->is_date ? " (days)" : "";
   return count + ", " + number_text(input.low->value) + " to " + number_text(input.high->value) + days;
 }
@@ -42,9 +46,10 @@ std::string describe(const WhatIf& what_if) {
   for (const WantedInput& input : what_if.inputs)
     recalculations += input.values.empty() ? input.steps.value_or(what_if.steps)
                                            : static_cast<std::int64_t>(input.values.size());
-  std::string text = "What-if definition\n  " + std::to_string(what_if.inputs.size()) + " inputs, " +
-                     std::to_string(what_if.outputs.size()) + " outputs, " + std::to_string(recalculations) +
-                     " recalculations of inputs varied one at a time\n";
+  std::string text = "What-if definition\n  " +
+                     counted(static_cast<std::int64_t>(what_if.inputs.size()), "input") + ", " +
+                     counted(static_cast<std::int64_t>(what_if.outputs.size()), "output") + ", " +
+                     counted(recalculations, "recalculation") + " of inputs varied one at a time\n";
   if (what_if.all_groups)
     text += "  every group of " + std::to_string(what_if.all_groups->first) + " inputs, " +
             std::to_string(what_if.all_groups->second) + " steps each\n";

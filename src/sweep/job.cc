@@ -36,6 +36,14 @@ std::chrono::sys_seconds clock_of(const Job& job) {
   return std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
 }
 
+std::string read_workbook(const Job& job) {
+  return runfile::read_text(job.workbook, "a workbook");
+}
+
+std::string package_of(const Job& job, const std::string& bytes) {
+  return is_package(job.workbook) ? bytes : converted_workbook(job.workbook, job.office);
+}
+
 // The work on one workbook.
 class Sweep {
  public:
@@ -43,8 +51,8 @@ class Sweep {
       : job_(job),
         bytes_(read_workbook(job)),
         clock_(clock_of(job)),
-        model_(package_bytes(), job.workbook.string(), frozen_at(clock_)),
-        plan_(make_plan(complete(job), model_, job.workbook.filename().string())),
+        model_(package_of(job, bytes_), job.workbook.string(), frozen_at(clock_)),
+        plan_(make_plan(job.what_if, model_, job.workbook.filename().string())),
         shape_(shape_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())))) {
     choose_engine();
   }
@@ -52,12 +60,6 @@ class Sweep {
   Outcome run();
 
  private:
-  static std::string read_workbook(const Job& job) { return runfile::read_text(job.workbook, "a workbook"); }
-  std::string package_bytes() const {
-    return is_package(job_.workbook) ? bytes_ : converted_workbook(job_.workbook, job_.office);
-  }
-
-  const WhatIf& complete(const Job& job) const;
   void choose_engine();
   void refuse_for_office(const std::vector<calc::Obstacle>& obstacles,
                          const std::vector<calc::CellId>& cells) const;
@@ -100,24 +102,6 @@ class Sweep {
   runfile::Calculation calculation_;
   std::int64_t stored_zeros_ = 0;  // among the stored values compared
 };
-
-// What is missing can only be said by someone who knows the model: its last cells are a beginning.
-const WhatIf& Sweep::complete(const Job& job) const {
-  constexpr std::size_t kMostNamed = 12;
-  if (job.what_if.outputs.empty()) {
-    std::string proposals;
-    const std::vector<calc::CellId> finals = model_.final_cells();
-    for (std::size_t i = 0; i < std::min(kMostNamed, finals.size()); ++i)
-      proposals += (i == 0 ? "" : ", ") + model_.workbook().address(finals[i]);
-    throw runfile::BadRun("--output", "",
-                          "is required; no other formula reads " +
-                              (proposals.empty() ? "any cell" : proposals) +
-                              (finals.size() > kMostNamed ? " ..." : ""));
-  }
-  if (job.what_if.inputs.empty())
-    throw runfile::BadRun("--input", "", "is required, or a what-if definition");
-  return job.what_if;
-}
 
 // Circles that the workbook does not iterate have no value anywhere, and random numbers that LibreOffice
 // draws anew have another one in each recalculation.
@@ -312,6 +296,10 @@ std::optional<std::int32_t> number_of(const char* variable) {
 }
 
 }  // namespace
+
+calc::Model open_model(const Job& job) {
+  return {package_of(job, read_workbook(job)), job.workbook.string(), frozen_at(clock_of(job))};
+}
 
 Outcome run_job(const Job& job) {
   return Sweep(job).run();

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "calc/model.h"
 #include "runfile/run.h"
 #include "sweep/libreoffice.h"
 #include "sweep/part.h"
@@ -41,6 +42,9 @@ struct Outcome {
   double seconds = 0;                               // that the calculation took
   runfile::Calculation calculation;
 };
+
+// The job's workbook, its clock where that of the run stands. Throws as run_job() does.
+calc::Model open_model(const Job& job);
 
 // Throws runfile::BadRun and xlsx::BadWorkbook for what is wrong with the definition or the workbook,
 // host::Error for the rest: errc::kUserCancelled where rows that are done are kept for the next time.

@@ -10,6 +10,7 @@
 #include "office/number_format.h"
 #include "runfile/cell_address.h"
 #include "runfile/values.h"
+#include "sweep/labels.h"
 #include "text/edit.h"
 #include "text/utf16.h"
 #include "unicode/names.h"
@@ -85,26 +86,6 @@ std::string formula_of(const calc::Workbook& book, const calc::Cell& cell) {
   const auto first = std::find_if(cells.begin(), cells.end(),
                                   [&](const calc::Cell& other) { return other.formula == holder.formula; });
   return office::moved_formula(text, holder.row - first->row, holder.column - first->column);
-}
-
-bool is_word(const std::string& text) {
-  return text.find_first_not_of(" \t\r\n\u00A0") != std::string::npos;
-}
-
-// The nearest text in a direction, before another kind of value is between: names stand beside numbers.
-std::optional<runfile::LabelCell> nearest_text(const calc::Model& model, const calc::Cell& cell, int row_step,
-                                               int column_step) {
-  const calc::Workbook& book = model.workbook();
-  std::int32_t row = cell.row + row_step;
-  std::int32_t column = cell.column + column_step;
-  for (; row >= 0 && column >= 0; row += row_step, column += column_step) {
-    const calc::CellId id = book.find(cell.sheet, row, column);
-    if (id == calc::kNoCell) continue;
-    const calc::Value value = model.base(id);
-    if (value.is_text() && is_word(value.text()))
-      return runfile::LabelCell{calc::cell_name(row, column), value.text()};
-  }
-  return std::nullopt;
 }
 
 void describe(const Wanted& wanted, calc::Model& model, calc::CellId id, const std::string& book_name,
@@ -284,6 +265,7 @@ std::vector<std::size_t> spread(std::size_t count, std::int32_t steps) {
 
 Plan make_plan(const WhatIf& what_if, calc::Model& model, const std::string& book) {
   Plan plan;
+  if (what_if.outputs.empty()) throw BadRun("--output", "", "is missing; which cells are looked at?");
   plan_inputs(what_if, model, book, plan);
   plan_outputs(what_if, model, book, plan);
   plan_groups(what_if, model.workbook(), plan);

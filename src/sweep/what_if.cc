@@ -367,10 +367,20 @@ bool take_list(std::string_view text, WantedInput& input) {
   }
 }
 
+bool is_recorded_run(const Json& tree) {
+  if (!tree.is_object()) return false;
+  const auto format = tree.find("format");
+  if (format != tree.end()) return *format == runfile::kFormat;
+  return tree.contains("recalculations") || tree.contains("simulations");
+}
+
 }  // namespace
 
 WhatIf what_if_of(const Json& tree, const std::string& file) {
   WhatIf what_if;
+  if (is_recorded_run(tree))
+    throw BadRun(file, "",
+                 "is a recorded run, not " + std::string(kWhat) + "; `ordvane report` makes its reports");
   read_fields(JsonValue(tree, "", file), what_if, kFields);
   return what_if;
 }
@@ -378,6 +388,8 @@ WhatIf what_if_of(const Json& tree, const std::string& file) {
 WhatIf read_what_if(const std::filesystem::path& file) {
   const std::string name = file.string();
   const std::string text = runfile::read_text(file, kWhat);
+  if (text.starts_with("PK"))
+    throw BadRun(name, "", "is a workbook or another archive; " + std::string(kWhat) + " is expected");
   return what_if_of(runfile::parse_json(runfile::checked_text(text, name, kWhat), name), name);
 }
 
@@ -412,7 +424,7 @@ bool is_what_if_file(const std::filesystem::path& file) {
     if (!tree.is_object()) return false;
     const auto format = tree.find("format");
     if (format != tree.end()) return *format == kWhatIfFormat;
-    return tree.contains("inputs") && !tree.contains("recalculations") && !tree.contains("simulations");
+    return tree.contains("inputs") && !is_recorded_run(tree);
   } catch (const BadRun&) {
     return false;
   }

@@ -11,11 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "runfile/description.h"
 #include "runfile/json_tree.h"
 
 namespace ordvane::sweep {
 
-inline constexpr const char* kWhatIfFormat = "ordvane-what-if";
+using runfile::kWhatIfFormat;
 inline constexpr std::int32_t kDefaultSteps = 5;
 
 // One end of a range. Dates are days of the calendar that begins in 1900.

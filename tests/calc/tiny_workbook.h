@@ -36,6 +36,12 @@ class TinyWorkbook {
   // Attributes of the whole, date1904="1" say, and of its calculation.
   TinyWorkbook& properties(std::string attributes) { return properties_ = std::move(attributes), *this; }
   TinyWorkbook& calculation(std::string attributes) { return calculation_ = std::move(attributes), *this; }
+  // On every sheet, a drop-down list: "1,2,5" in quotes, or where the values stand.
+  TinyWorkbook& drop_down(const std::string& cells, const std::string& formula) {
+    drop_downs_ += "<dataValidation type=\"list\" sqref=\"" + cells + "\"><formula1>" + escaped(formula) +
+                   "</formula1></dataValidation>";
+    return *this;
+  }
   // All cells and the order of the sheets.
   TinyWorkbook& protect() { return protection_ = "<sheetProtection sheet=\"1\"/>", *this; }
   // On the first sheet: the columns' names and, under them, the cells that are there.
@@ -126,11 +132,12 @@ class TinyWorkbook {
       row = place.first;
       xml += cell_xml(calc::cell_name(place.first, place.second), content);
     }
-    return xml + (row < 0 ? "" : "</row>") + "</sheetData>" + protection_ + "</worksheet>";
+    return xml + (row < 0 ? "" : "</row>") + "</sheetData>" + protection_ + "<dataValidations>" +
+           drop_downs_ + "</dataValidations></worksheet>";
   }
 
   std::vector<SheetCells> sheets_{1};
-  std::string names_, properties_, calculation_, table_, protection_;
+  std::string names_, properties_, calculation_, table_, protection_, drop_downs_;
 };
 
 // A value as tests write it: 3, 0.1, "text", TRUE, #N/A, (blank), (empty).

@@ -32,11 +32,14 @@ def prepare(folder, command):
     """Gives a command the files that it names."""
     for name in re.findall(r"[\w-]+\.run\.json", command):
         shutil.copy(EXAMPLE / "solar-plant.run.json", folder / name)
-    if swept := re.search(r"sweep (\S+)\.xlsx (\S+\.whatif\.json)", command):
-        for file, name in (("solar-plant.xlsx", swept[1] + ".xlsx"), ("solar-plant.whatif.json", swept[2])):
-            shutil.copy(EXAMPLE / file, folder / name)
-        for old in folder.glob(swept[1] + ".run.*"):
+        for table in EXAMPLE.glob("*.csv"):
+            shutil.copy(table, folder)
+    if swept := re.search(r"sweep (\S+)\.xlsx(?: (\S+\.whatif\.json))?", command):
+        for old in [*folder.glob(swept[1] + ".run.*"), *folder.glob(swept[1] + ".whatif.json")]:
             old.unlink()
+        shutil.copy(EXAMPLE / "solar-plant.xlsx", folder / (swept[1] + ".xlsx"))
+        if swept[2]:
+            shutil.copy(EXAMPLE / "solar-plant.whatif.json", folder / swept[2])
     into = re.search(r"--into (\S+)", command)
     if into and not (folder / into[1]).exists():
         shutil.copy(EXAMPLE / "solar-plant.xlsx", folder / into[1])

@@ -452,6 +452,8 @@ TEST(ReadRun, SaysWhatAnotherFileIs) {
                         HasSubstr(c.hint)));
     }
   }
+  for (const char* definition : {R"({"format": "ordvane-what-if"})", R"({"inputs": [], "outputs": []})"})
+    EXPECT_THAT(folder.complaint(definition, kCsv), HasSubstr("is a what-if definition, not a recorded run"));
   folder.write("a.run.csv", kCsv);
   folder.write("json.csv", kJson);
   EXPECT_EQ(read_run(folder.path() / "json.csv").inputs.size(), 2U) << "the content decides";
