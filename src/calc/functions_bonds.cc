@@ -256,7 +256,7 @@ Operand call_accrintm(Call& call) {
   const Term term = term_from_issue(call, 1, 4);
   const double rate = call.number(2), par = call.number(3);
   if (rate <= 0 || par <= 0) return ErrorCode::kArgument;
-  return par * rate * term.years();
+  return par * rate * term.simple_years();
 }
 
 // Equal parts of the cost from the day of purchase on; the first period is a part of one, and so is the last.

@@ -81,7 +81,7 @@ FUNCTIONS = {
     # lines and units
     "LINEST": "nn(b)(b)", "LOGEST": "nn(b)(b)", "TREND": "nn(n)", "GROWTH": "nn(n)", "CONVERT": "sUU",
     # securities
-    "ACCRINT": "SDCquQ(B)", "ACCRINTM": "SDqu(B)", "AMORLINC": "uSCuip(B)", "COUPDAYBS": "SDQ(B)", "COUPDAYS": "SDQ(B)",
+    "ACCRINT": "SDCquQ(B)", "ACCRINTM": "SDqu(B)", "AMORLINC": "uCCuip(B)", "COUPDAYBS": "SDQ(B)", "COUPDAYS": "SDQ(B)",
     "COUPDAYSNC": "SDQ(B)", "COUPNCD": "SDQ(B)", "COUPNUM": "SDQ(B)", "COUPPCD": "SDQ(B)", "DISC": "SDuu(B)",
     "DOLLARDE": "si", "DOLLARFR": "si", "DURATION": "SDqqQ", "INTRATE": "SDuu(B)", "MDURATION": "SDqqQ",
     "PRICE": "SDqquQ(B)", "PRICEDISC": "SDqu(B)", "PRICEMAT": "CDSqq(B)", "RECEIVED": "SDuq(B)", "YIELD": "SDquuQ(B)",
@@ -148,6 +148,8 @@ MEANT = [
     ("SWITCH", lambda formula, ours, theirs: has(formula, "1/0", "NA()") and "V!" in formula),
     (" ".join(DISTRIBUTIONS), lambda formula, ours, theirs: has(formula, "E300", "E-300", "V!")),
     ("CONVERT", not_there),
+    ("DURATION MDURATION", lambda formula, ours, theirs: isinstance(ours, float) and isinstance(theirs, float)),
+    ("YIELD", lambda formula, ours, theirs: only_theirs_fails(formula, ours, theirs) or has(formula, "(-1", "(0,")),
     ("ACCRINT INTRATE PRICEDISC RECEIVED", lambda formula, ours, theirs: formula.endswith(",4)")),
     # Two errors, of which one is to be the result.
     ("SUM AVERAGE MIN MAX PRODUCT COUNT STDEVA VARA VARPA MAXA MINA AVERAGEA",
