@@ -27,7 +27,6 @@ using runfile::OrderedJson;
 
 constexpr const char* kFormat = "ordvane-part";
 constexpr int kVersion = 1;
-constexpr const char* kWhat = "a part of a sweep";
 
 std::string header_text(const PartHeader& header) {
   const OrderedJson json{{"format", kFormat},         {"version", kVersion},
@@ -69,11 +68,27 @@ std::string difference(const PartHeader& a, const PartHeader& b) {
   return {};
 }
 
-// Where the rows of a part are in its bytes.
+struct Line {
+  std::string text;
+  bool is_whole = false;  // a line break follows
+};
+
+Line first_line(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  Line line;
+  line.is_whole = std::getline(stream, line.text) && !stream.eof();
+  return line;
+}
+
+constexpr std::size_t kPiece = std::size_t{1} << 20;  // of a file that is read
+
+// Goes through the rows of a part, of which it never holds more than a piece.
 class RowScanner {
  public:
-  RowScanner(std::string_view bytes, std::size_t at, const Shape& shape, std::int64_t position)
-      : bytes_(bytes), at_(at), shape_(shape), counts_(&shape.steps) {
+  // `at`: where the rows begin; `position`: of the first among all recalculations.
+  RowScanner(const std::filesystem::path& file, std::int64_t at, const Shape& shape, std::int64_t position)
+      : file_(file, std::ios::binary), at_(at), shape_(shape), counts_(&shape.steps) {
+    file_.seekg(at);
     while (position > 0 && of_ < counts_->size() && position >= (*counts_)[of_]) skip(position);
     enter(position);
   }
@@ -84,19 +99,23 @@ class RowScanner {
     runfile::append_field(expected, static_cast<std::int64_t>(of_ + 1));
     runfile::append_field(expected, position_ + 1);
     expected += ',';
-    if (!bytes_.substr(at_).starts_with(expected)) return false;
+    while (buffer_.size() - begin_ < expected.size())
+      if (!fill()) return false;
+    if (buffer_.compare(begin_, expected.size(), expected) != 0) return false;
     bool quoted = false;
-    for (std::size_t at = at_; at < bytes_.size(); ++at) {
-      if (bytes_[at] == '"') quoted = !quoted;
-      if (bytes_[at] != '\n' || quoted) continue;
-      at_ = at + 1;
+    for (std::size_t length = 0;; ++length) {
+      if (begin_ + length == buffer_.size() && !fill()) return false;
+      const char byte = buffer_[begin_ + length];
+      if (byte == '"') quoted = !quoted;
+      if (byte != '\n' || quoted) continue;
+      begin_ += length + 1;
+      at_ += static_cast<std::int64_t>(length) + 1;
       enter(position_ + 1);
       return true;
     }
-    return false;
   }
   // Behind the rows so far.
-  std::size_t at() const { return at_; }
+  std::int64_t at() const { return at_; }
 
  private:
   void skip(std::int64_t& position) {
@@ -110,9 +129,21 @@ class RowScanner {
     while (of_ < counts_->size() && position >= (*counts_)[of_]) skip(position);
     position_ = position;
   }
+  // Reads on; false at the end of the file.
+  bool fill() {
+    buffer_.erase(0, begin_);
+    begin_ = 0;
+    const std::size_t size = buffer_.size();
+    buffer_.resize(size + kPiece);
+    file_.read(buffer_.data() + size, kPiece);
+    buffer_.resize(size + static_cast<std::size_t>(file_.gcount()));
+    return file_.gcount() > 0;
+  }
 
-  std::string_view bytes_;
-  std::size_t at_;
+  std::ifstream file_;
+  std::string buffer_;     // from the piece that the next row begins in
+  std::size_t begin_ = 0;  // of the next row
+  std::int64_t at_;
   const Shape& shape_;
   const std::vector<std::int64_t>* counts_;
   std::size_t of_ = 0;
@@ -144,10 +175,7 @@ std::filesystem::path part_file(const std::filesystem::path& run, const Shard& s
 }
 
 std::string clock_of_part(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::string line;
-  std::getline(stream, line);
-  const std::optional<PartHeader> header = read_header(line);
+  const std::optional<PartHeader> header = read_header(first_line(file).text);
   return header ? header->now : std::string();
 }
 
@@ -175,8 +203,8 @@ PartWriter::PartWriter(const std::filesystem::path& file, PartHeader header, con
   try {
     if (anew && ::ftruncate(file_, 0) != 0)
       fail("cannot be written: " + std::generic_category().message(errno));
-    const std::size_t end = rows_there(header, shape);
-    if (::ftruncate(file_, static_cast<off_t>(end)) != 0 || ::lseek(file_, 0, SEEK_END) < 0)
+    const std::int64_t end = rows_there(header, shape);
+    if (::ftruncate(file_, end) != 0 || ::lseek(file_, 0, SEEK_END) < 0)
       fail("cannot be written: " + std::generic_category().message(errno));
     if (end > 0) return;
     header.calculation = calculation();
@@ -215,23 +243,23 @@ void PartWriter::open() {
 }
 
 // Where the rows that can be kept end; 0 when there is not even a first line.
-std::size_t PartWriter::rows_there(const PartHeader& header, const Shape& shape) {
-  const std::string bytes = runfile::read_text(path_, kWhat);
-  const std::size_t line = bytes.find('\n');
-  if (line == std::string::npos) {
+std::int64_t PartWriter::rows_there(const PartHeader& header, const Shape& shape) {
+  const auto [bytes, is_whole] = first_line(path_);
+  if (!is_whole) {
     const std::string beginning = header_text(header).substr(0, bytes.size());
     const std::size_t compared = std::min(beginning.size(), beginning.find(",\"part"));
     if (bytes.compare(0, compared, beginning, 0, compared) != 0)
       fail("is there, and is not a part of a sweep");
     return 0;
   }
-  const std::optional<PartHeader> there = read_header(std::string_view(bytes).substr(0, line));
+  const std::optional<PartHeader> there = read_header(bytes);
   if (!there) fail("is there, and is not a part of a sweep");
   std::string other = difference(*there, header);
   if (there->shard.part != header.shard.part || there->shard.parts != header.shard.parts)
     other = "other parts";
   if (!other.empty()) fail("was begun with " + other + "; remove it, or begin anew with --overwrite");
-  RowScanner rows(bytes, line + 1, shape, header.shard.first(header.total));
+  RowScanner rows(path_, static_cast<std::int64_t>(bytes.size()) + 1, shape,
+                  header.shard.first(header.total));
   const std::int64_t most = header.shard.last(header.total) - header.shard.first(header.total);
   while (done_ < most && rows.next()) ++done_;
   return rows.at();
@@ -253,20 +281,18 @@ namespace {
 
 struct Part {
   std::filesystem::path file;
-  std::string bytes;
-  std::size_t rows = 0;  // where they begin
   PartHeader header;
+  // Where the rows begin, those of groups among them, and where they end.
+  std::int64_t rows = 0, groups = 0, end = 0;
 };
 
 Part read_part(const std::filesystem::path& file) {
-  Part part{file, runfile::read_text(file, kWhat), 0, {}};
-  const std::size_t line = part.bytes.find('\n');
+  if (!std::ifstream(file)) refuse(file, "cannot be read: " + std::generic_category().message(errno));
+  const Line line = first_line(file);
   std::optional<PartHeader> header;
-  if (line != std::string::npos) header = read_header(std::string_view(part.bytes).substr(0, line));
+  if (line.is_whole) header = read_header(line.text);
   if (!header) refuse(file, "is not a part of a sweep; a file such as model.part-1-of-3.csv is expected");
-  part.rows = line + 1;
-  part.header = *std::move(header);
-  return part;
+  return {file, *std::move(header), static_cast<std::int64_t>(line.text.size()) + 1, 0, 0};
 }
 
 // Sorted by their place, every one there once, all of one sweep.
@@ -296,28 +322,35 @@ void check_together(std::vector<Part>& parts) {
   if (next <= first.shard.parts) refuse(parts.back().file, shown_part(next) + " is missing");
 }
 
-// The rows of inputs varied alone, and those of groups.
-struct Rows {
-  std::string singles, groups;
-};
-
-void add_rows(const Part& part, const Shape& shape, Rows& rows) {
+// Finds the rows, all of them.
+void find_rows(Part& part, const Shape& shape) {
   const PartHeader& header = part.header;
   const std::int64_t first = header.shard.first(header.total);
   const std::int64_t last = header.shard.last(header.total);
-  RowScanner scanner(part.bytes, part.rows, shape, first);
-  std::size_t border = part.rows;
+  RowScanner scanner(part.file, part.rows, shape, first);
+  part.groups = part.rows;
   for (std::int64_t row = first; row < last; ++row) {
     if (!scanner.next())
       refuse(part.file, "has " + std::to_string(row - first) + " of " + std::to_string(last - first) +
                             " rows; let its sweep finish first");
-    if (row < shape.singles()) border = scanner.at();
+    if (row < shape.singles()) part.groups = scanner.at();
   }
-  if (scanner.at() != part.bytes.size())
+  part.end = scanner.at();
+  if (part.end != static_cast<std::int64_t>(std::filesystem::file_size(part.file)))
     refuse(part.file, "has more than its " + std::to_string(last - first) + " rows");
-  const std::string_view bytes = part.bytes;
-  rows.singles += bytes.substr(part.rows, border - part.rows);
-  rows.groups += bytes.substr(border);
+}
+
+void copy_bytes(const Part& part, std::int64_t begin, std::int64_t end, const xlsx::WritePiece& write) {
+  std::ifstream file(part.file, std::ios::binary);
+  file.seekg(begin);
+  std::string piece;
+  while (begin < end) {
+    piece.resize(static_cast<std::size_t>(std::min<std::int64_t>(end - begin, kPiece)));
+    if (!file.read(piece.data(), static_cast<std::streamsize>(piece.size())))
+      refuse(part.file, "cannot be read to its end");
+    write(piece);
+    begin += static_cast<std::int64_t>(piece.size());
+  }
 }
 
 std::string beside(const std::filesystem::path& run, const std::string& ending) {
@@ -341,17 +374,26 @@ void merge_parts(const std::vector<std::filesystem::path>& files, const std::fil
   const std::size_t outputs = description.outputs.size();
   std::size_t members = 0;
   for (const runfile::Group& group : description.groups) members = std::max(members, group.members.size());
-  Rows rows{runfile::rows_header(outputs), runfile::group_rows_header(members, outputs)};
-  for (Part& part : parts) {
-    add_rows(part, shape, rows);
-    part.bytes = {};
-  }
+  for (Part& part : parts) find_rows(part, shape);
   const std::string csv = beside(run, ".csv");
   const std::string groups_csv = description.groups.empty() ? "" : beside(run, ".groups.csv");
   const xlsx::WholeFileOptions options{replace, nullptr, nullptr};
   // The run file last: where it is, its rows are.
-  xlsx::write_whole(run.parent_path() / csv, rows.singles, options);
-  if (!groups_csv.empty()) xlsx::write_whole(run.parent_path() / groups_csv, rows.groups, options);
+  xlsx::write_whole_pieces(
+      run.parent_path() / csv,
+      [&](const xlsx::WritePiece& write) {
+        write(runfile::rows_header(outputs));
+        for (const Part& part : parts) copy_bytes(part, part.rows, part.groups, write);
+      },
+      options);
+  if (!groups_csv.empty())
+    xlsx::write_whole_pieces(
+        run.parent_path() / groups_csv,
+        [&](const xlsx::WritePiece& write) {
+          write(runfile::group_rows_header(members, outputs));
+          for (const Part& part : parts) copy_bytes(part, part.groups, part.end, write);
+        },
+        options);
   runfile::OrderedJson whole = header.run;
   if (!header.calculation.is_null()) whole["calculation"] = header.calculation;
   xlsx::write_whole(run, runfile::run_text(std::move(whole), csv, groups_csv), options);

@@ -71,7 +71,7 @@ class PartWriter {
 
  private:
   void open();
-  std::size_t rows_there(const PartHeader& header, const Shape& shape);
+  std::int64_t rows_there(const PartHeader& header, const Shape& shape);
   [[noreturn]] void fail(const std::string& problem) const;
 
   std::filesystem::path path_;

@@ -104,11 +104,17 @@ fs::path place_of(const fs::path& path) {
 }
 
 void write_whole(const fs::path& path, std::string_view bytes, const WholeFileOptions& options) {
+  write_whole_pieces(
+      path, [&](const WritePiece& write) { write(bytes); }, options);
+}
+
+void write_whole_pieces(const fs::path& path, const std::function<void(const WritePiece& write)>& content,
+                        const WholeFileOptions& options) {
   const fs::path target = place_of(path);
   refuse_special(target, path);
   FileSystem& files = options.files != nullptr ? *options.files : real_files();
   NewFile file(files, target, path);
-  file.write(bytes);
+  content([&](std::string_view bytes) { file.write(bytes); });
   file.take_place(options);
   flush_directory(files, target);
 }

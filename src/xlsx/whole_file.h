@@ -22,5 +22,11 @@ std::filesystem::path place_of(const std::filesystem::path& path);
 // file name and system message; what was at `path` is still there then and nothing else is left.
 void write_whole(const std::filesystem::path& path, std::string_view bytes,
                  const WholeFileOptions& options = {});
+// The same with bytes that come piece by piece: `content` is called once, with what writes a piece. What it
+// throws comes out of the call.
+using WritePiece = std::function<void(std::string_view)>;
+void write_whole_pieces(const std::filesystem::path& path,
+                        const std::function<void(const WritePiece& write)>& content,
+                        const WholeFileOptions& options = {});
 
 }  // namespace ordvane::xlsx
