@@ -4,12 +4,14 @@
 // Usage: fuzz_calc SECONDS SEED WORKBOOK.xlsx.... Changes bytes of the parts of these workbooks and of
 // formulas of its own, reads and calculates them. Whatever is read must be calculated or refused, and the
 // program end with status 0. Prints what it has tried; the seed makes it try the same again.
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -27,65 +29,17 @@ std::size_t below(std::size_t end) {
   return end == 0 ? 0 : static_cast<std::size_t>(random_bits() % end);
 }
 
-constexpr const char* kPieces[] = {"(",
-                                   ")",
-                                   ",",
-                                   ";",
-                                   ":",
-                                   "{",
-                                   "}",
-                                   "[",
-                                   "]",
-                                   "'",
-                                   "\"",
-                                   "!",
-                                   "#",
-                                   "@",
-                                   "%",
-                                   "&",
-                                   "^",
-                                   "-",
-                                   "+",
-                                   "*",
-                                   "/",
-                                   "<>",
-                                   "=",
-                                   " ",
-                                   "A1",
-                                   "$B$2",
-                                   "A:A",
-                                   "1:1",
-                                   "XFD1048576",
-                                   "Sheet1!A1",
-                                   "'a b'!A1:B2",
-                                   "T[#All]",
-                                   "T[[#This Row],[x]]",
-                                   "[1]x!A1",
-                                   "#REF!",
-                                   "1E308",
-                                   "0",
-                                   "-1",
-                                   "1e-320",
-                                   "\"x\"",
-                                   "TRUE",
-                                   "SUM(",
-                                   "IF(",
-                                   "INDEX(",
-                                   "OFFSET(A1,",
-                                   "INDIRECT(\"A1\")",
-                                   "VLOOKUP(",
-                                   "{1,2;3,4}",
-                                   "IFERROR(",
-                                   "SUMPRODUCT(",
-                                   "TEXT(",
-                                   "DATE(",
-                                   "IRR(",
-                                   "MATCH(",
-                                   "REPT(\"x\",",
-                                   "MMULT(",
-                                   "FILTER(",
-                                   "SORT(",
-                                   "SEQUENCE("};
+// Parts of formulas, with "~" for a blank.
+const std::vector<std::string> kPieces = [] {
+  std::istringstream words(R"x(
+( ) , ; : { } [ ] ' " ! # @ % & ^ - + * / <> = ~ A1 $B$2 A:A 1:1 XFD1048576 Sheet1!A1
+'a~b'!A1:B2 T[#All] T[[#This~Row],[x]] [1]x!A1 #REF! 1E308 0 -1 1e-320 "x" TRUE SUM( IF( INDEX(
+OFFSET(A1, INDIRECT("A1") VLOOKUP( {1,2;3,4} IFERROR( SUMPRODUCT( TEXT( DATE( IRR( MATCH(
+REPT("x", MMULT( FILTER( SORT( SEQUENCE()x");
+  std::vector<std::string> pieces{std::istream_iterator<std::string>(words), {}};
+  for (std::string& piece : pieces) std::ranges::replace(piece, '~', ' ');
+  return pieces;
+}();
 
 std::string any_formula() {
   std::string formula;
