@@ -15,7 +15,8 @@ const std::vector<const Function*>& sorted_functions() {
           rounding_functions,     elementary_functions,  criteria_functions,     matrix_functions,
           sample_functions,       pair_functions,        distribution_functions, annuity_functions,
           depreciation_functions, calendar_functions,    number_text_functions,  finding_functions,
-          array_functions,        kind_functions})
+          array_functions,        kind_functions,        bond_functions,         line_functions,
+          unit_functions})
       for (const Function& function : field()) list.push_back(&function);
     std::sort(list.begin(), list.end(),
               [](const Function* a, const Function* b) { return a->name < b->name; });

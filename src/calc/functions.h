@@ -79,6 +79,9 @@ std::span<const Function> number_text_functions();
 std::span<const Function> finding_functions();
 std::span<const Function> array_functions();
 std::span<const Function> kind_functions();
+std::span<const Function> bond_functions();
+std::span<const Function> line_functions();
+std::span<const Function> unit_functions();
 
 // Makes a lane body of a function of one or two numbers, for LaneBody: `lanes_of<std::sqrt>`. It steps aside
 // when an argument has texts or errors, or a result is no finite number.

@@ -170,6 +170,20 @@ Operand call_sequence(Call& call) {
   return &result;
 }
 
+Operand call_randarray(Call& call) {
+  const std::int64_t rows = call.missing(0) ? 1 : call.whole(0);
+  const std::int64_t columns = call.missing(1) ? 1 : call.whole(1);
+  const double least = call.missing(2) ? 0 : call.number(2), most = call.missing(3) ? 1 : call.number(3);
+  const bool whole = call.logical(4, false);
+  if (rows < 1 || columns < 1 || rows > kMostCells || rows * columns > kMostCells || least > most)
+    return ErrorCode::kValue;
+  Array& result = call.make_array(static_cast<std::int32_t>(rows), static_cast<std::int32_t>(columns));
+  for (Value& value : result.values)
+    value = whole ? std::floor(least + call.random() * (most - least + 1))
+                  : least + call.random() * (most - least);
+  return &result;
+}
+
 // ---- Parts of blocks ----
 
 // The first or, when negative, the last of a number of positions.
@@ -266,6 +280,7 @@ constexpr Function kFunctions[] = {
     {"DROP", 2, 3, "ass", call_taken<true>, nullptr, kGivesArrays},
     {"FILTER", 2, 3, "a", call_filter, nullptr, kGivesArrays},
     {"HSTACK", 1, kAnyNumber, "a", call_stacked<false>, nullptr, kGivesArrays},
+    {"RANDARRAY", 0, 5, "s", call_randarray, nullptr, kVolatile | kGivesArrays},
     {"SEQUENCE", 1, 4, "s", call_sequence, nullptr, kGivesArrays},
     {"SORT", 1, 4, "asss", call_sort, nullptr, kGivesArrays},
     {"SORTBY", 2, kAnyNumber, "a|as", call_sortby, nullptr, kGivesArrays},

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "calc/day_counts.h"
 #include "calc/functions.h"
 #include "calc/rounding.h"
 #include "text/calendar.h"
@@ -14,7 +15,6 @@ namespace {
 using text::Calendar;
 using text::Date;
 using text::days_in_month;
-using text::is_leap;
 
 constexpr double kFirstDay = -692000, kLastDay = 11274306;  // years 5 to 32767
 
@@ -106,56 +106,11 @@ Operand call_days(Call& call) {
   return end - call.number(1);
 }
 
-bool ends_february(const Date& date) {
-  return date.month == 2 && date.day == days_in_month(date.year, 2);
-}
-
-double days_of_360(const Date& start, const Date& end) {
-  return static_cast<double>((end.year - start.year) * 360 + (end.month - start.month) * 30 + end.day -
-                             start.day);
-}
-
-// European: every 31st is a 30th.
-double european_days(Date start, Date end) {
-  start.day = std::min(start.day, 30);
-  end.day = std::min(end.day, 30);
-  return days_of_360(start, end);
-}
-
-// American: a 31st at the end counts only after a 30th or 31st at the start; the end of February counts as a
-// 30th if that is asked for.
-double american_days(Date start, Date end, bool february) {
-  if (february && ends_february(start)) {
-    if (ends_february(end)) end.day = 30;
-    start.day = 30;
-  }
-  if (end.day == 31 && start.day >= 30) end.day = 30;
-  start.day = std::min(start.day, 30);
-  return days_of_360(start, end);
-}
-
 Operand call_days360(Call& call) {
   const Calendar calendar = calendar_of(call);
   const Date start = calendar.date(day_of(call, 0));
   const Date end = calendar.date(day_of(call, 1));
-  return call.logical(2, false) ? european_days(start, end) : american_days(start, end, true);
-}
-
-// Of the years that two dates lie in: their mean length, or 365 or 366 when they are no more than a year
-// apart.
-double year_length(const Calendar& calendar, const Date& start, const Date& end) {
-  const bool within_a_year =
-      start.year == end.year ||
-      (start.year + 1 == end.year &&
-       (end.month < start.month || (end.month == start.month && end.day <= start.day)));
-  if (!within_a_year) {
-    const std::int64_t days = calendar.day(end.year + 1, 1, 1) - calendar.day(start.year, 1, 1);
-    return static_cast<double>(days) / static_cast<double>(end.year - start.year + 1);
-  }
-  if (start.year == end.year) return is_leap(start.year) ? 366 : 365;
-  const bool first = is_leap(start.year) && start.month <= 2;
-  const bool second = is_leap(end.year) && (end.month > 2 || (end.month == 2 && end.day == 29));
-  return first || second ? 366 : 365;
+  return call.logical(2, false) ? european_days(start, end) : american_days(start, end);
 }
 
 Operand call_yearfrac(Call& call) {
@@ -163,22 +118,8 @@ Operand call_yearfrac(Call& call) {
   std::int64_t first = day_of(call, 0), last = day_of(call, 1);
   if (first > last) std::swap(first, last);
   const std::int64_t basis = call.whole(2, 0);
-  const Date start = calendar.date(first), end = calendar.date(last);
-  const auto days = static_cast<double>(last - first);
-  switch (basis) {
-    case 0:
-      return american_days(start, end, true) / 360;
-    case 1:
-      return days / year_length(calendar, start, end);
-    case 2:
-      return days / 360;
-    case 3:
-      return days / 365;
-    case 4:
-      return european_days(start, end) / 360;
-    default:
-      return ErrorCode::kArgument;
-  }
+  if (basis < 0 || basis > 4) return ErrorCode::kArgument;
+  return year_fraction(calendar, first, last, static_cast<Basis>(basis));
 }
 
 Operand call_datedif(Call& call) {

@@ -11,6 +11,7 @@
 #include "calc/rounding.h"
 #include "calc/rules.h"
 #include "text/cell_names.h"
+#include "text/edit.h"
 
 namespace ordvane::calc {
 namespace {
@@ -181,6 +182,25 @@ Operand call_address(Call& call) {
   return call.make_text(sheet + part('R', row, row_fixed) + part('C', column, column_fixed));
 }
 
+// What can be told of a cell without its looks.
+Operand call_cell(Call& call) {
+  const std::string wanted = text::lower_ascii(call.text(0));
+  if (!call.operand(1).is_reference()) return ErrorCode::kValue;
+  const Reference& cell = call.operand(1).reference;
+  if (wanted == "row") return cell.row + 1.0;
+  if (wanted == "col") return cell.column + 1.0;
+  const Value value = call.value(1);
+  if (wanted == "contents") return value.is_blank() ? Value(0.0) : value;
+  if (wanted == "type") return call.make_text(value.is_blank() ? "b" : value.is_text() ? "l" : "v");
+  if (wanted != "address") return ErrorCode::kValue;
+  const std::string sheet =
+      cell.sheet == call.cell().sheet
+          ? ""
+          : quoted_sheet(call.evaluation().book().sheets[static_cast<std::size_t>(cell.sheet)].name) + "!";
+  return call.make_text(sheet + "$" + text::column_name(cell.column + 1) + "$" +
+                        std::to_string(cell.row + 1));
+}
+
 Operand call_hyperlink(Call& call) {
   return call.value(call.missing(1) ? 0 : 1);
 }
@@ -188,6 +208,7 @@ Operand call_hyperlink(Call& call) {
 constexpr Function kFunctions[] = {
     {"ADDRESS", 2, 5, "s", call_address},
     {"AREAS", 1, 1, "c", call_areas},
+    {"CELL", 2, 2, "sr", call_cell},
     {"COLUMN", 0, 1, "c", call_column, nullptr, kGivesArrays},
     {"COLUMNS", 1, 1, "c", call_columns},
     {"HYPERLINK", 1, 2, "s", call_hyperlink},

@@ -116,7 +116,8 @@ sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   job.what_if = what_if_of(command, problems);
   if (command.shard) problems.gather([&] { job.shard = shard_of(*command.shard); });
   check_together(command, problems);
-  if (!command.workbook.empty() && !job.shard) {
+  const bool only_asks = job.what_if.outputs.empty() && !command.suggest;
+  if (!command.workbook.empty() && !job.shard && !only_asks) {
     problems.gather(
         [&] { check_name(job.run, command.suggest ? kWhatIfEnding : kRunEnding, command.overwrite); });
     if (makes_reports(command)) check_report_target(report_of(command, job.run), "--report", problems);

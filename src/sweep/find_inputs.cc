@@ -18,9 +18,9 @@
 namespace ordvane::sweep {
 namespace {
 
-// Candidates that one calculator tries: neighbours, whose cones are alike. More make the cone of each batch
-// larger than it needs to be, fewer have the cones found more often.
-constexpr std::size_t kTogether = 256;
+// Candidates that one calculator tries at most: neighbours, whose cones are alike. More make the cone of each
+// batch larger than it needs to be, fewer have the cones found more often.
+constexpr std::size_t kMostTogether = 512;
 constexpr double kRounding = 1e-12;  // relative; what sums leave behind is no effect
 
 std::vector<calc::CellId> output_cells(const Plan& plan) {
@@ -39,9 +39,10 @@ class Trial {
   }
 
   std::vector<std::vector<double>> run() {
-    const std::size_t chunks = (candidates_.size() + kTogether - 1) / kTogether;
     const auto threads = static_cast<std::size_t>(
         job_.threads > 0 ? job_.threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency())));
+    together_ = std::clamp<std::size_t>((candidates_.size() + threads - 1) / threads, 1, kMostTogether);
+    const std::size_t chunks = (candidates_.size() + together_ - 1) / together_;
     std::vector<std::thread> others;
     for (std::size_t i = 1; i < std::min(threads, chunks); ++i) others.emplace_back([this] { work(); });
     work();
@@ -54,7 +55,7 @@ class Trial {
   void work() {
     try {
       for (std::size_t first = 0; take(first);)
-        try_together(first, std::min(first + kTogether, candidates_.size()));
+        try_together(first, std::min(first + together_, candidates_.size()));
     } catch (...) {
       const std::lock_guard lock(mutex_);
       if (!failure_) failure_ = std::current_exception();
@@ -65,7 +66,7 @@ class Trial {
   bool take(std::size_t& first) {
     const std::lock_guard lock(mutex_);
     first = next_;
-    next_ += kTogether;
+    next_ += together_;
     return first < candidates_.size();
   }
 
@@ -87,7 +88,11 @@ class Trial {
   }
 
   std::unique_ptr<Calculator> calculator(const Plan& plan) const {
-    if (!job_.libreoffice && obstacles(model_, plan).empty()) return make_compiled(model_, plan);
+    try {
+      if (!job_.libreoffice) return make_compiled(model_, plan);
+    } catch (const host::Error& error) {
+      if (error.code() != host::errc::kHostRefused) throw;  // what is refused goes to LibreOffice
+    }
     return make_libreoffice(job_.workbook, model_, plan, job_.office);
   }
 
@@ -143,6 +148,7 @@ class Trial {
   const Job& job_;
   const std::vector<Candidate>& candidates_;
   std::vector<std::vector<double>> swings_;
+  std::size_t together_ = 1;
   std::int64_t total_ = 0, done_ = 0;
   std::size_t next_ = 0;
   std::mutex mutex_;

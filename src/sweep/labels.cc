@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t kLongestLabel = 80;
 constexpr std::size_t kLongestUnit = 12;
+constexpr std::int32_t kWidestGap = 2;  // columns from one cell of a table to the next
 constexpr std::string_view kBlanks = " \t\r\n";
 
 bool is_word(const std::string& text) {
@@ -53,9 +54,12 @@ struct Left {
 
 Left left_of(const calc::Model& model, const calc::Cell& cell) {
   Left left;
+  std::int32_t last = cell.column;
   for (std::int32_t column = cell.column - 1; column >= 0; --column) {
     const calc::CellId id = model.workbook().find(cell.sheet, cell.row, column);
-    if (id == calc::kNoCell) continue;
+    if (id == calc::kNoCell || model.base(id).is_blank()) continue;
+    if (left.behind_numbers && last - column > kWidestGap) return {};  // another table
+    last = column;
     const calc::Value value = model.base(id);
     if (value.is_text() && is_word(value.text())) {
       const bool first = left.text.empty();
@@ -103,7 +107,8 @@ std::optional<runfile::LabelCell> nearest_text(const calc::Model& model, const c
 std::string label_of(const calc::Model& model, calc::CellId id) {
   const calc::Cell& cell = cell_of(model, id);
   const Left left = left_of(model, cell);
-  if (left.text.empty()) return above(model, cell);
+  if (left.text.empty() || is_unit(left.text))
+    if (std::string text = above(model, cell); !text.empty()) return text;
   return joined(cleaned(left.text), left.behind_numbers ? above(model, cell) : "");
 }
 

@@ -14,7 +14,8 @@ std::optional<runfile::LabelCell> nearest_text(const calc::Model& model, const c
                                                int column_step);
 
 // On one line: the text to the left, passing over a unit that stands between; behind other numbers of its row
-// with the text above it, as in a table; the text above alone where there is none to the left; or nothing.
+// with the text above it, as in a table; the text above alone where there is none to the left, or a unit
+// alone; or nothing.
 std::string label_of(const calc::Model& model, calc::CellId cell);
 // The text to the left and the text above, which tells apart what `label_of` gives one name.
 std::string long_label_of(const calc::Model& model, calc::CellId cell);

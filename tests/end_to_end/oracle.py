@@ -2,11 +2,11 @@
 """Recalculates the reports of a run the slow and obvious way and compares every number of a report workbook.
 
 Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X]
-       [--low-color RRGGBB] [--all-inputs] [--only KIND]... [--shown FOLDER]
+       [--low-color RRGGBB] [--all-inputs] [--shown FOLDER]
 
-Reads the run file itself; nothing here comes from the program. Kinds: tornado, spider, sensitivity, output-detail,
-detail-by-input, multi-tornado, multi-detail, summary, missing, charts; without --only all of them must be there. FOLDER
-holds 1.json, 2.json, ..., what `ordvane show --json` says of each simulation: numbers of the same kind. Prints the differences and exits 1 when there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
+Reads the run file itself; nothing here comes from the program. The workbook must hold every report. FOLDER holds 1.json,
+2.json, ..., what `ordvane show --json` says of each simulation: numbers of the same kind. Prints the differences and exits 1
+when there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
 """
 
 import argparse
@@ -34,8 +34,7 @@ NOTHING = " - "
 MISSING = -1e300
 # Errors sort below the missing number and everything else; those with the higher number come first.
 ERRORS = {"#NULL!": 2000, "#DIV/0!": 2007, "#VALUE!": 2015, "#REF!": 2023, "#NAME?": 2029, "#NUM!": 2036, "#N/A": 2042}
-KINDS = ["tornado", "spider", "sensitivity", "output-detail", "detail-by-input", "multi-tornado", "multi-detail", "summary",
-         "missing", "charts"]
+
 
 
 # ---- The run ----
@@ -512,16 +511,6 @@ def sheet_and_range(formula):
     return title.removeprefix("'").removesuffix("'").replace("''", "'"), address
 
 
-def without_effect(steps, output, base):
-    """Whether every step gave a result, and all are the same and equal to the base value, as far as there is one."""
-    results = [row[1 + output] for row in steps]
-    if not results or not all(map(usable, results)) or (len(results) == 1 and not usable(base)):
-        return False
-    low, high = min(results), max(results)
-    apart = difference(high, low) != 0
-    return not apart and (not usable(base) or difference(base, low) == 0 or difference(base, high) == 0)
-
-
 def line_of(steps, input_base, output, output_base, percent):
     """What a graph draws of an input: a point for each step, None for one that lacks a number; none at either end."""
     points = [(row[0], row[1 + output]) for row in steps]
@@ -693,11 +682,11 @@ class Comparison:
             if copy != value:
                 self.differ(part, f"{formula} cell {index + 1}: kept {copy!r}, the cell has {value!r}")
 
-    def lines(self, sheet, run, result, percent, together):
+    def lines(self, sheet, run, result, options, percent, together):
         """The lines of points on a sheet, in one chart or in one each, are those of the inputs that can be drawn."""
         expected = [line_of(steps, item["base"], result.position, result.base, percent)
-                    for item, rank, steps in zip(run.inputs, result.ranks, result.values)
-                    if rank <= result.limit and steps and not without_effect(steps, result.position, result.base)]
+                    for item, rank, steps, facts in zip(run.inputs, result.ranks, result.values, result.facts)
+                    if rank <= result.limit and (options.all_inputs or not facts.idle)]
         expected = [line for line in expected if line]
         charts = [(chart, [series for series in chart.iter(C + "ser")
                            if series.find(f".//{C}yVal//{C}f") is not None
@@ -747,12 +736,10 @@ def compare(run, workbook, texts, options):
         return found
 
     for kind, (title, make, skips) in PER_OUTPUT.items():
-        if kind not in options.only:
-            continue
         wanted = [result for of_run in results for result in of_run if result.limit > 0 or kind == "output-detail"]
         for sheet, result in zip(sheets(title, len(wanted), kind), wanted):
             if kind in ("spider", "sensitivity"):
-                comparison.lines(sheet, run, result, options.percent or kind == "spider", kind == "spider")
+                comparison.lines(sheet, run, result, options, options.percent or kind == "spider", kind == "spider")
             comparison.names_output(sheet, result.item, texts["label.base_value"])
             comparison.table(sheet, *make(texts, run, result), skipped=run.range_mode if skips else 0)
             if kind == "tornado":
@@ -761,7 +748,7 @@ def compare(run, workbook, texts, options):
                 comparison.bars(sheet, result, options, options.low_color, run.inputs)
     joint = [[JointResult(run, s, o, results[s][o], options) for o in range(len(run.outputs))]
              for s in range(run.simulations)]
-    if "multi-tornado" in options.only and run.groups:
+    if run.groups:
         every = [result for of_run in joint for result in of_run]
         for sheet, result in zip(sheets("multi_tornado.title", len(every), "multi-tornado"), every):
             comparison.names_output(sheet, result.item, texts["label.base_value"])
@@ -770,24 +757,19 @@ def compare(run, workbook, texts, options):
             else:
                 comparison.says(sheet, texts["multi_tornado.no_bars"])
             comparison.bars(sheet, result, options)
-    if "multi-detail" in options.only and run.groups:
         for sheet, of_run in zip(sheets("multi_way.title", run.simulations, "multi-detail"), joint):
             header, extremes, body = multi_detail_tables(texts, run, of_run)
             comparison.table(sheet, header, extremes)
             comparison.table(sheet, header, body, further_down=len(extremes) + 3)  # a blank row and two captions
-    if "detail-by-input" in options.only:
-        for sheet, of_run in zip(sheets("detail_by_input.title", run.simulations, "detail-by-input"), results):
-            comparison.table(sheet, *detail_by_input_table(texts, run, of_run))
-    if "summary" in options.only:
-        for sheet, of_run in zip(sheets("summary.title", run.simulations, "summary"), results):
-            comparison.table(sheet, *summary_table(texts, run, of_run, options))
-    if "missing" in options.only:
-        tables = [missing_table(texts, run, of_run) for of_run in results]
-        tables = [(header, rows) for header, rows in tables if rows]
-        for sheet, (header, rows) in zip(sheets("not_shown.title", len(tables), "missing"), tables):
-            comparison.table(sheet, header, rows)
-    if "charts" in options.only:
-        comparison.charts()
+    for sheet, of_run in zip(sheets("detail_by_input.title", run.simulations, "detail-by-input"), results):
+        comparison.table(sheet, *detail_by_input_table(texts, run, of_run))
+    for sheet, of_run in zip(sheets("summary.title", run.simulations, "summary"), results):
+        comparison.table(sheet, *summary_table(texts, run, of_run, options))
+    tables = [missing_table(texts, run, of_run) for of_run in results]
+    tables = [(header, rows) for header, rows in tables if rows]
+    for sheet, (header, rows) in zip(sheets("not_shown.title", len(tables), "missing"), tables):
+        comparison.table(sheet, header, rows)
+    comparison.charts()
     for s in range(run.simulations if options.shown else 0):
         outputs = json.loads((options.shown / f"{s + 1}.json").read_text(encoding="utf-8"))["outputs"]
         for o, (output, result) in enumerate(zip(outputs, results[s], strict=True)):
@@ -804,11 +786,9 @@ def main():
     parser.add_argument("--threshold", type=lambda text: float(text.rstrip("%")) / (100 if text.endswith("%") else 1))
     parser.add_argument("--low-color")
     parser.add_argument("--all-inputs", action="store_true")
-    parser.add_argument("--only", action="append", choices=KINDS)
     parser.add_argument("--shown", type=pathlib.Path)
     parser.add_argument("--show", type=int, default=40, help="differences printed")
     options = parser.parse_args()
-    options.only = options.only or KINDS
     strings = pathlib.Path(__file__).resolve().parents[2] / "resources" / "strings" / "en.txt"
     comparison = compare(Run(options.run), options.workbook, Texts(strings), options)
     for difference in comparison.differences[:options.show]:

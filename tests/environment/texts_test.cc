@@ -123,19 +123,6 @@ TEST(StringTable, FillsPlacesWithArgumentsOfEveryKind) {
   EXPECT_EQ(text(text_id::kLabelOutput), "");
 }
 
-TEST(StringTable, AnUnknownIdIsASubscriptErrorThatNamesIt) {
-  const auto table = make_string_table(language("en"));
-  try {
-    table->GetString(4321);
-    FAIL() << "no error";
-  } catch (const host::Error& error) {
-    EXPECT_EQ(error.code(), host::errc::kSubscriptOutOfRange);
-    EXPECT_THAT(error.description(), HasSubstr("4321"));
-  }
-  EXPECT_THROW(table->set_active_language(99), host::Error);
-  EXPECT_NO_THROW(table->set_active_language(1033));
-}
-
 TEST(StringFile, MistakesAreRefusedWithTheirLine) {
   constexpr struct {
     const char* what;

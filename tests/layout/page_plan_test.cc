@@ -14,9 +14,15 @@ constexpr double kRow = 15;
 constexpr std::int32_t kTitleRows = 5;
 
 struct Item {
-  enum Kind { kChart, kTable } kind;
+  bool is_chart;
   double size;  // points of a chart, rows of a table
 };
+Item chart(double points) {
+  return {true, points};
+}
+Item table(double rows) {
+  return {false, rows};
+}
 
 struct PlanCase {
   const char* what;
@@ -29,47 +35,30 @@ struct PlanCase {
   bool legible = false;  // texts of 9 points come out at 7
 };
 
-const std::vector<Item> kManyCharts(24, {Item::kChart, 300});
+const std::vector<Item> kManyCharts(24, chart(300));
 std::vector<Item> with_table(std::vector<Item> items, double rows) {
-  items.push_back({Item::kTable, rows});
+  items.push_back(table(rows));
   return items;
 }
 
 const PlanCase kPlanCases[] = {
-    {"a short table", 400, {{Item::kTable, 12}}, false, 1, 0},
-    {"a long table", 400, {{Item::kTable, 500}}, false, 1, 0},
-    {"a chart with its table", 570, {{Item::kChart, 550}, {Item::kTable, 20}}, false, 1, 1},
-    {"a table that would begin at the foot of a page",
-     500,
-     {{Item::kChart, 500}, {Item::kTable, 20}},
-     false,
-     1,
-     1},
+    {"a short table", 400, {table(12)}, false, 1, 0},
+    {"a long table", 400, {table(500)}, false, 1, 0},
+    {"a chart with its table", 570, {chart(550), table(20)}, false, 1, 1},
+    {"a table at the foot of a page", 500, {chart(500), table(20)}, false, 1, 1},
     {"many charts on a narrow sheet", 420, with_table(kManyCharts, 130), false, 1, 12},
-    {"many charts, nearly three to a page", 690, with_table(kManyCharts, 130), false, 0, 8},
+    {"nearly three charts to a page", 690, with_table(kManyCharts, 130), false, 0, 8},
     {"many charts on a wide sheet", 880, with_table(kManyCharts, 130), false, 1, 7},
-    {"many charts on a sheet that lies down", 950, with_table(kManyCharts, 130), true, 0, 12},
-    {"a chart as high as a page, below the title",
-     520,
-     {{Item::kChart, 640}, {Item::kTable, 25}},
-     false,
-     0,
-     1},
-    {"the highest tornado", 420, {{Item::kChart, 484}, {Item::kTable, 32}}, false, 1, 1, false, true},
-    {"the highest tornado, with a wide table",
-     750,
-     {{Item::kChart, 484}, {Item::kTable, 32}},
-     true,
-     0,
-     1,
-     false,
-     true},
-    {"a wide tornado of few bars", 800, {{Item::kChart, 220}, {Item::kTable, 5}}, true, 1, 0, false, true},
-    {"a chart too high for a page lying down", 1000, {{Item::kChart, 900}, {Item::kTable, 5}}, false, 1, 0},
-    {"a chart higher than any page", 420, {{Item::kChart, 2000}, {Item::kChart, 300}}, false, 1, 1, true},
-    {"a chart below a table of many pages", 570, {{Item::kTable, 200}, {Item::kChart, 300}}, false, 1, 1},
-    {"a long table below another one", 600, {{Item::kTable, 200}, {Item::kTable, 200}}, false, 1, 1},
-    {"wide, on several pages", 3000, {{Item::kTable, 12}, {Item::kTable, 200}}, true, 3, 0},
+    {"many charts on one that lies down", 950, with_table(kManyCharts, 130), true, 0, 12},
+    {"a chart as high as a page", 520, {chart(640), table(25)}, false, 0, 1},
+    {"the highest tornado", 420, {chart(484), table(32)}, false, 1, 1, false, true},
+    {"the highest one, with a wide table", 750, {chart(484), table(32)}, true, 0, 1, false, true},
+    {"a wide tornado of few bars", 800, {chart(220), table(5)}, true, 1, 0, false, true},
+    {"a chart too high for a low page", 1000, {chart(900), table(5)}, false, 1, 0},
+    {"a chart higher than any page", 420, {chart(2000), chart(300)}, false, 1, 1, true},
+    {"a chart below a long table", 570, {table(200), chart(300)}, false, 1, 1},
+    {"a long table below another", 600, {table(200), table(200)}, false, 1, 1},
+    {"wide, on several pages", 3000, {table(12), table(200)}, true, 3, 0},
 };
 
 std::vector<PrintedBlock> blocks_of(const std::vector<Item>& items) {
@@ -77,7 +66,7 @@ std::vector<PrintedBlock> blocks_of(const std::vector<Item>& items) {
   std::vector<PrintedBlock> blocks;
   std::int32_t row = kTitleRows + 1;
   for (const Item& item : items) {
-    PrintedBlock block{.row = row, .top = (row - 1) * kRow, .is_chart = item.kind == Item::kChart};
+    PrintedBlock block{.row = row, .top = (row - 1) * kRow, .is_chart = item.is_chart};
     const double rows = block.is_chart ? std::ceil(item.size / kRow) : item.size + kHeaderRows;
     block.bottom = block.top + (block.is_chart ? item.size : rows * kRow);
     block.kept_bottom = block.is_chart ? block.bottom : block.top + std::min(rows, kHeaderRows + 3.0) * kRow;
@@ -211,13 +200,10 @@ const struct {
   std::vector<bool> goes_on;
 } kBreakCases[] = {
     {"a table may go on", {{1, 20, 700, 80, 45}}, {}, {true}},
-    {"one that begins at the foot does not",
-     {{1, 20, 600, 80, 45}, {40, 620, 900, 680, 45}},
-     {40},
-     {false, false}},
+    {"one at the foot does not", {{1, 20, 600, 80, 45}, {40, 620, 900, 680, 45}}, {40}, {false, false}},
     {"it does where its first rows fit", {{1, 20, 600, 80, 45}, {40, 610, 900, 650, 45}}, {}, {false, true}},
     {"the first block stays with the title", {{4, 60, 900, 700, 0}}, {}, {true}},
-    {"repeated headers take room",
+    {"headers take room",
      {{1, 0, 100, 60, 100}, {10, 120, 700, 700, 0}, {50, 710, 730, 720, 0}},
      {10, 50},
      {false, true, false}},

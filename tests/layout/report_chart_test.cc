@@ -144,31 +144,12 @@ const struct {
     {"on the axis of the base", 52, 80, 50, {"1.000", "2.0"}, {"+ 1.000 base", "Tail+ 2.0 base"}},
     {"the axis may stand at the end of a text", 40, 60, 40, {"1.0", ""}, {"Reach 1.0 end"}},
     {"at the edges", 2.5, 99, 50, {"1.0000", "2.0000"}, {"+ 1.0000 base"}},
-    {"at the edges, in parts",
-     2.5,
-     99,
-     50,
-     {"1.0000", "2.0000"},
-     {"+ 1.0000 base", "Beyond+ 2.0000 end"},
-     true},
-    {"at the edges left of zero",
-     -99,
-     -1,
-     -50,
-     {"1.0000", "2.0000"},
-     {"Beyond- 1.0000 end", "- 2.0000 base"},
-     true},
+    {"edges, in parts", 2.5, 99, 50, {"1.0000", "2.0000"}, {"+ 1.0000 base", "Beyond+ 2.0000 end"}, true},
+    {"edges left of zero", -99, -1, -50, {"1.0000", "2.0000"}, {"Beyond- 1.0000 end", "- 2.0000 base"}, true},
     {"beyond the plot as far as the margin goes", 30, 97, 40, {"", "1.0"}, {"Tail+ 1.0 base"}},
     {"no length", 50, 50, 50, {"1.0", "2.0"}, {}},
     {"a point has one text", 50, 50, 50, {"1.0", "2.0"}, {"Tail+ 2.0 base"}, false, true},
-    {"at its left where the right has no room",
-     100,
-     100,
-     50,
-     {"1.0", "2.0000"},
-     {"Reach 1.0 end"},
-     false,
-     true},
+    {"or at its left", 100, 100, 50, {"1.0", "2.0000"}, {"Reach 1.0 end"}, false, true},
     {"too thin", 30, 50, 40, {"1.0", "2.0"}, {}, false, false, 9},
     {"no texts", 30, 50, 40, {}, {}},
 };
@@ -244,21 +225,6 @@ TEST(BarChart, ScalesTheValueAxisToTheBars) {
   ASSERT_TRUE(chart.plot.inside);
   EXPECT_LT(chart.plot.inside->left, 0.4 * chart.width + 1);
   EXPECT_LT(chart.plot.inside->left + chart.plot.inside->width, chart.width);
-}
-
-TEST(ReportChart, TitleAndSubtitleShareTheTitle) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto chart = reports.AddSheet("Title")->AddPointChart(428, 300);
-  chart->SetTitle("Größe 😀");
-  chart->SetSubtitle("second\r\nthird");
-  const auto& model = *bench.first_sheet(reports).charts.front();
-  ASSERT_EQ(model.title.size(), 3U) << "title, line break, subtitle";
-  EXPECT_EQ(model.title[0].text, "Größe 😀");
-  EXPECT_EQ(model.title[0].font.bold, true);
-  EXPECT_EQ(model.title[2].text, "second\nthird");
-  EXPECT_EQ(model.title[2].font.bold, false);
-  EXPECT_EQ(model.alternative_text, "Größe 😀\nsecond\nthird");
 }
 
 TEST(ReportChart, TellsThirtyTwoSeriesApart) {
@@ -388,15 +354,6 @@ TEST(ReportChart, WatermarkLiesInThePlotAndClicksOnlyWithTheAddIn) {
   lies_in_plot(bars.drawn());
   for (const auto& box : bars.drawn().text_boxes)
     EXPECT_LT(box.left + box.width, bars.drawn().plot.inside->left + bars.drawn().plot.inside->width / 2);
-}
-
-TEST(ReportSheet, ChartHeightGrowsWithTheBars) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto sheet = reports.AddSheet("Heights");
-  EXPECT_EQ(sheet->ChartHeightForBars(1), 180);
-  EXPECT_EQ(sheet->ChartHeightForBars(10), 330);
-  EXPECT_EQ(sheet->ChartHeightForBars(32), 484) << "many bars stand closer";
 }
 
 }  // namespace

@@ -55,6 +55,7 @@ const char* check_sizes(void) {
   ordvane_ranking* ranking = NULL;
   ordvane_error* error = NULL;
   ordvane_effect effect;
+  ordvane_group_effect group;
   ordvane_group_member member;
   given.size = offsetof(ordvane_arrays, group_values);
   CHECK(ordvane_run_from_arrays(kDescription, &given, &none, &error) == ORDVANE_BAD_RUN && none == NULL);
@@ -69,6 +70,8 @@ const char* check_sizes(void) {
   effect.rank = 77;
   CHECK(ordvane_ranking_effect(ranking, 1, &effect, sizeof effect.input) == 1);
   CHECK(effect.input == 0 && effect.rank == 77);
+  CHECK(ordvane_ranking_group(ranking, 0, &group, sizeof group) == 1 && isnan(group.interaction));
+  CHECK(strcmp(ordvane_interaction_state_name(group.interaction_state), "errors") == 0);
   CHECK(ordvane_ranking_group_member(ranking, 0, 1, &member, sizeof member) == 1 && member.input == 1);
   CHECK(ordvane_ranking_group_member(ranking, 0, 2, &member, sizeof member) == 0);
   CHECK(ordvane_ranking_group_member(ranking, 1, 0, &member, sizeof member) == 0);

@@ -62,14 +62,12 @@ merged G7:I7
 merged J7:L7
 )-";
 
-class GapNotesTest : public testing::TestWithParam<Case> {
- protected:
-  GapNotesTest() {
-    const Case& c = GetParam();
+struct GapBench {
+  explicit GapBench(const Case& c) {
     auto run = std::make_shared<runfile::Run>();
     for (std::int32_t i = 1; i <= 2; ++i) {
-      inputs_.push_back(item("", "A", i, c.input_bases));
-      auto& input = inputs_(i);
+      inputs.push_back(item("", "A", i, c.input_bases));
+      auto& input = inputs(i);
       test::set_steps(input, 2, 2);
       input.outputRankPerStepInit(2, 2);
       runfile::Input recorded;
@@ -85,10 +83,10 @@ class GapNotesTest : public testing::TestWithParam<Case> {
         }
       }
     }
-    outputs_.push_back(item("Profit", "B", 1, c.output_bases));
-    outputs_.push_back(item(" ", "B", 2, c.output_bases));
-    bench_.session.engine = runfile::make_recorded_engine(run);
-    bench_.session.session_flag = 1;
+    outputs.push_back(item("Profit", "B", 1, c.output_bases));
+    outputs.push_back(item(" ", "B", 2, c.output_bases));
+    bench.session.engine = runfile::make_recorded_engine(run);
+    bench.session.session_flag = 1;
   }
 
   static model::DralInputOutput item(const std::string& name, const std::string& column, std::int32_t number,
@@ -97,26 +95,32 @@ class GapNotesTest : public testing::TestWithParam<Case> {
                       "M.xlsx");
   }
 
-  Context context(layout::ReportWorkbook& workbook) {
-    return {.session = bench_.session,
+  Context context(layout::ReportWorkbook& workbook, std::int32_t recalculations) {
+    return {.session = bench.session,
             .workbook = workbook,
-            .selected = selected_,
-            .inputs = inputs_,
-            .outputs = outputs_,
-            .recalculations = 4};
+            .selected = selected,
+            .inputs = inputs,
+            .outputs = outputs,
+            .recalculations = recalculations};
   }
-  std::string text(layout::ReportWorkbook& reports) {
-    const auto& sheet = bench_.first_sheet(reports);
-    return test::sheet_text(*bench_.kept, sheet);
+  std::string detail(std::int32_t output, std::int32_t recalculations = 4) {
+    auto reports = bench.reports();
+    MakeOutputDetailReport(context(reports, recalculations), output);
+    return test::sheet_text(bench.model(reports), bench.first_sheet(reports));
+  }
+  std::string by_input() {
+    auto reports = bench.reports();
+    MakeDetailByInputReport(context(reports, 4));
+    return test::sheet_text(bench.model(reports), bench.first_sheet(reports));
   }
   static std::string notes(const std::string& sheet) {
     const std::size_t at = sheet.find("note at");
     return at == std::string::npos ? "" : sheet.substr(at);
   }
 
-  test::TablesBench bench_;
-  model::OneBased<std::int32_t> selected_ = {1, 2};
-  model::Records inputs_, outputs_;
+  test::TablesBench bench;
+  model::OneBased<std::int32_t> selected = {1, 2};
+  model::Records inputs, outputs;
 };
 
 // Body cells: output detail from row 9 on, values in D and F; detail by input from row 8 on, values in D, G,
@@ -141,8 +145,7 @@ const Case kCases[] = {
     {"an input's value that is no number", {1, 2}, {3, 4}, {"E12 <600>"}, {"D10 <600>"}, {1, kNone, 3, 4}},
 };
 
-TEST_P(GapNotesTest, StandAtTheFirstCellThatTheyAreAbout) {
-  SCOPED_TRACE(GetParam().what);
+TEST(GapNotes, StandAtTheFirstCellThatTheyAreAbout) {
   const auto in_order = [](const std::vector<std::string>& parts) {
     std::string text;
     for (const std::string& part : parts) {
@@ -151,53 +154,35 @@ TEST_P(GapNotesTest, StandAtTheFirstCellThatTheyAreAbout) {
     }
     return text;
   };
-  auto details = bench_.reports();
-  MakeOutputDetailReport(context(details), 1);
-  EXPECT_EQ(notes(text(details)), in_order(GetParam().detail));
-  auto by_input = bench_.reports();
-  MakeDetailByInputReport(context(by_input));
-  EXPECT_EQ(notes(text(by_input)), in_order(GetParam().by_input));
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.what);
+    GapBench bench(c);
+    EXPECT_EQ(GapBench::notes(bench.detail(1)), in_order(c.detail));
+    EXPECT_EQ(GapBench::notes(bench.by_input()), in_order(c.by_input));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, GapNotesTest, testing::ValuesIn(kCases));
-
-class DetailTables : public GapNotesTest {};
-
-TEST_P(DetailTables, ShowEveryStepOnce) {
-  auto details = bench_.reports();
-  MakeOutputDetailReport(context(details), 1);
-  EXPECT_EQ(text(details), kDetail);
-  auto by_input = bench_.reports();
-  MakeDetailByInputReport(context(by_input));
-  EXPECT_EQ(text(by_input), kByInput);
+TEST(DetailTables, ShowEveryStepOnce) {
+  GapBench bench(kCases[0]);
+  EXPECT_EQ(bench.detail(1), kDetail);
+  EXPECT_EQ(bench.by_input(), kByInput);
   const auto ruled = [](const office::CellStyle& style) { return style.right.line_style != host::kXlNone; };
-  for (const std::string& cell : test::cells_that_look(*bench_.kept, ruled))
+  for (const std::string& cell : test::cells_that_look(*bench.bench.kept, ruled))
     EXPECT_THAT(cell, testing::MatchesRegex("[CFI][0-9]+"));
-  EXPECT_EQ(test::cells_that_look(*bench_.kept, ruled).size(), 15U) << "captions and four rows";
+  EXPECT_EQ(test::cells_that_look(*bench.bench.kept, ruled).size(), 15U) << "captions and four rows";
   const auto quiet = [](const office::CellStyle& style) { return style.font_color == layout::look::kMuted; };
-  EXPECT_THAT(test::cells_that_look(*bench_.kept, quiet),
+  EXPECT_THAT(test::cells_that_look(*bench.bench.kept, quiet),
               testing::ElementsAre("A2", "A5", "A10", "B10", "A12", "B12"));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfNumbers, DetailTables, testing::Values(kCases[0]));
-
 // Of an output without a name, some of whose results are no numbers.
-class DetailTexts : public GapNotesTest {};
-
-TEST_P(DetailTexts, ReadAsSentences) {
-  auto reports = bench_.reports();
-  MakeOutputDetailReport(context(reports), 2);
-  EXPECT_THAT(text(reports), testing::AllOf(HasSubstr("B3 \"(B2)\""), HasSubstr("\"<405: B2>\""),
-                                            HasSubstr("\"<430>\""), Not(HasSubstr("<400>"))));
-  auto cut = bench_.reports();
-  Context shorter = context(cut);
-  shorter.recalculations = 3;
-  MakeOutputDetailReport(shorter, 2);
-  EXPECT_THAT(text(cut), testing::AllOf(HasSubstr("note at E9 \"<116>:\n<403>\""), HasSubstr("A12 3  B12"),
-                                        Not(HasSubstr("A13"))));
+TEST(DetailTexts, ReadAsSentences) {
+  GapBench bench(kCases[5]);
+  EXPECT_THAT(bench.detail(2), testing::AllOf(HasSubstr("B3 \"(B2)\""), HasSubstr("\"<405: B2>\""),
+                                              HasSubstr("\"<430>\""), Not(HasSubstr("<400>"))));
+  EXPECT_THAT(bench.detail(2, 3), testing::AllOf(HasSubstr("note at E9 \"<116>:\n<403>\""),
+                                                 HasSubstr("A12 3  B12"), Not(HasSubstr("A13"))));
 }
-
-INSTANTIATE_TEST_SUITE_P(WithFailedSteps, DetailTexts, testing::Values(kCases[5]));
 
 }  // namespace
 }  // namespace ordvane::reports

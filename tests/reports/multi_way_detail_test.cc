@@ -190,20 +190,16 @@ TEST_F(MultiWayDetail, IsCutToTheSheet) {
     std::int32_t rows, columns;
     std::vector<std::string> there, gone;
   } cases[] = {
-      {"the narrowest groups are left out",
-       23,
-       0,
-       {"A23 8", "note at A14 \"<116>:\n<225: 8, 12, 1>"},
-       {"A24 ", "<226"}},
+      {"the narrowest", 23, 0, {"A23 8", "note at A14 \"<116>:\n<225: 8, 12, 1>"}, {"A24 ", "<226"}},
       {"a group may be cut", 25, 0, {"A25 2", "<274: 10, 12, 2>"}, {"A26 "}},
       {"the first one too", 15, 0, {"<274: 0, 12, 1>"}, {"A16 "}},
       {"everything fits", 27, 18, {"A27 4", "R9 "}, {"<225", "<226", "<227", "<274"}},
-      {"outputs go before inputs",
+      {"outputs first",
        99,
        17,
        {"M9 ", "I7 \"Out 1\"", "note at I8 \"<116>:\n<226: 1, 2, Out 2 (B2)>"},
        {"N9 ", "<227"}},
-      {"then inputs",
+      {"inputs",
        99,
        12,
        {"F9 ", "note at E8 \"<116>:\n<227: 2, 3>", "G7 \"Out 1\""},

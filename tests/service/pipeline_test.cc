@@ -78,17 +78,6 @@ struct Recorded : Bench {
   OrdvaneReports reports{services, recorder.reports()};
 };
 
-TEST(Settings, StartAsTheirHostsExpect) {
-  Bench bench;
-  OrdvaneReports reports(bench.services);
-  EXPECT_EQ(reports.BarColor(), 10040115);
-  EXPECT_EQ(reports.BaselineColor(), 10040115);
-  EXPECT_TRUE(reports.IncludeBaseline());
-  EXPECT_FALSE(reports.TornadoGraphs() || reports.ReportsInNewWorkbook() || reports.SingleWorkbookAllResults);
-  EXPECT_EQ(reports.MaxInputsPerGraph, 0);
-  EXPECT_EQ(reports.name(), "OrdvaneReports");
-}
-
 TEST(Settings, TheWatermarkIsSplitAtItsFirstLineBreak) {
   Bench bench;
   OrdvaneReports reports(bench.services);

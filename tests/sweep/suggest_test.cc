@@ -120,6 +120,7 @@ TEST(Suggestion, NamesCellsByTheTextsBesideThem) {
       .set("D5", "2")
       .set("F5", "[kW]")
       .set("G5", "3");
+  book.set("A6", "Note").set("F6", "2").set("G6", "3").set("G3", "Capital");
   const calc::Model model = book.model();
   const auto label = [&](int row, int column) {
     return label_of(model, model.workbook().find(0, row, column));
@@ -128,7 +129,8 @@ TEST(Suggestion, NamesCellsByTheTextsBesideThem) {
   EXPECT_EQ(label(1, 2), "Base load");
   EXPECT_EQ(label(4, 2), "PV");
   EXPECT_EQ(label(4, 3), "PV, High") << "behind a number of the table";
-  EXPECT_EQ(label(4, 6), "[kW]");
+  EXPECT_EQ(label(4, 6), "Capital");
+  EXPECT_EQ(label(5, 6), "Capital") << "A6 is of another table";
 }
 
 TEST(Suggestion, ProposesWhatNoNumberIsCalculatedFrom) {

@@ -27,8 +27,7 @@ struct StandIn {
   long invokes = 0;
   long name_lookups = 0;
   long live_objects = 0;
-  long fail_at = 0;  // the call that fails, counted from 1; 0: none
-  bool fail_lastingly = false;
+  long fail_at = 0;         // the call that fails, counted from 1; 0: none
   std::string failed = {};  // the call that failed first
 
   long all_calls() const { return invokes + name_lookups; }

@@ -117,10 +117,8 @@ HRESULT StandInObject::GetTypeInfoCount(UINT* count) {
 
 // True for the call that is to fail.
 bool StandInObject::fails_now(const std::string& where) {
-  const long number = stand_in_->all_calls();
-  const bool fails = stand_in_->fail_at > 0 && (number == stand_in_->fail_at ||
-                                                (number > stand_in_->fail_at && stand_in_->fail_lastingly));
-  if (fails && stand_in_->failed.empty()) stand_in_->failed = where;
+  const bool fails = stand_in_->all_calls() == stand_in_->fail_at;
+  if (fails) stand_in_->failed = where;
   return fails;
 }
 

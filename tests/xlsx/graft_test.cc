@@ -422,56 +422,54 @@ class FailingFiles : public FileSystem {
   int left_;
 };
 
-TEST_F(Graft, AFailureOfAnyCallLeavesTheWorkbookAndNothingElse) {
-  write(file_, package_);
-  const std::string wanted = with_sheets(package_, {1, 3});
-  int failures = 0;
-  for (int nth = 1;; ++nth) {
-    FailingFiles files(nth);
-    write(file_, package_);
-    bool done = false;
-    try {
-      OpenOptions opening;
-      opening.files = &files;
-      ExistingWorkbook existing(file_, opening);
-      SaveOptions saving;
-      saving.files = &files;
-      graft(existing, full_book(), {1, 3}, saving);
-      done = true;
-    } catch (const host::Error& error) {
-      EXPECT_THAT(error.description(), HasSubstr("Input/output error"));
-      ++failures;
-    }
-    EXPECT_EQ(content(file_) == package_, !done) << "call " << nth;
-    if (done) {
-      EXPECT_EQ(content(file_), wanted) << "call " << nth;
-    }
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1) << "call " << nth;
-    if (!files.has_failed()) break;
-  }
-  EXPECT_GE(failures, 8) << "open, reads, create, writes, mode, flush, close, rename";
-}
-
-TEST_F(Graft, ANewWorkbookTakesNoFilesPlace) {
-  for (const bool replace : {false, true}) {
-    for (int nth = 1;; ++nth) {
+TEST_F(Graft, AFailureOfAnyCallLeavesTheFileAndNothingElse) {
+  const std::string grafted = with_sheets(package_, {1, 3});
+  const auto graft_into = [&](FileSystem& files) {
+    OpenOptions opening;
+    opening.files = &files;
+    ExistingWorkbook existing(file_, opening);
+    SaveOptions saving;
+    saving.files = &files;
+    graft(existing, full_book(), {1, 3}, saving);
+  };
+  const auto save_over = [&](FileSystem& files, bool replace) {
+    SaveOptions saving;
+    saving.files = &files;
+    saving.replace = replace;
+    save(full_book(), file_, saving);
+  };
+  const struct {
+    const char* what;
+    std::function<void(FileSystem&)> step;
+    std::string wanted;
+    int least;  // failures: open, reads, create, writes, mode, flush, close, rename
+  } kCases[] = {
+      {"into a workbook", graft_into, grafted, 8},
+      {"in its place", [&](FileSystem& files) { save_over(files, true); }, package(full_book()), 5},
+      {"a new one, where there is one", [&](FileSystem& files) { save_over(files, false); }, package_, 5},
+  };
+  for (const auto& c : kCases)
+    for (int nth = 1, failures = 0;; ++nth) {
+      SCOPED_TRACE(std::string(c.what) + ", call " + std::to_string(nth));
       FailingFiles files(nth);
-      write(file_, "old");
-      SaveOptions saving;
-      saving.files = &files;
-      saving.replace = replace;
+      write(file_, package_);
       bool done = false;
       try {
-        save(full_book(), file_, saving);
+        c.step(files);
         done = true;
-      } catch (const host::Error&) {
+      } catch (const host::Error& error) {
+        if (files.has_failed()) {
+          EXPECT_THAT(error.description(), HasSubstr("Input/output error"));
+        }
+        ++failures;
       }
-      EXPECT_TRUE(replace || !done);
-      EXPECT_EQ(content(file_) == "old", !done) << "call " << nth;
-      EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1) << "call " << nth;
-      if (!files.has_failed()) break;
+      EXPECT_TRUE(content(file_) == (done ? c.wanted : package_));
+      EXPECT_FALSE(done && c.wanted == package_) << "a file gave way to a new one";
+      EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1);
+      if (files.has_failed()) continue;
+      EXPECT_GE(failures, c.least);
+      break;
     }
-  }
 }
 
 TEST(XmlEdits, LeaveTheRestAsItStands) {

@@ -30,27 +30,6 @@ void base_line(office::ChartModel& chart, double base) {
   line->points[2] = {{}, office::MarkerProps{host::kXlNone, 5, {}, {}}, {}};
 }
 
-void message_sheet(office::BookModel& book) {
-  auto sheet = add_sheet(book, "It's a message & more", {});
-  auto chart = add_chart(*sheet, 10, 20, 428, 300);
-  auto series = add_series(*chart, "Temporary", ChartKind::kXYScatterLines, {"", {}, {1}}, {"", {}, {1}});
-  series->line = no_line();
-  series->marker = office::MarkerProps{host::kXlNone, 5, {}, {}};
-  chart->title = {{"No graph can be drawn\r\n", {}},
-                  {"The base value is zero.", {{}, 9, false, true, kGrey}}};
-  chart->title_top = 130;
-  chart->plot.top = 50;
-  chart->plot.border = office::LineProps{1, 0.75, kGrey};
-  chart->plot.fill = office::FillProps{false, 0x99FFFF};
-  chart->has_legend = false;
-  for (const AxisType type : {AxisType::kCategory, AxisType::kValue}) {
-    office::AxisModel& a = axis(*chart, AxisGroup::kPrimary, type);
-    a.line = no_line();
-    a.major_tick_mark = host::kXlNone;
-    a.tick_labels = host::TickLabelPosition::kNone;
-  }
-}
-
 void spider_sheet(office::BookModel& book) {
   auto sheet = add_sheet(book, "Spider",
                          {{"x", "a", "b"}, {-0.1, 90, 110}, {0, 100, host::CellError::kNA}, {0.1, 110, 95}});
@@ -194,7 +173,7 @@ office::BookModel full_book() {
   book.properties = {"Reports", "What-if", "Ordvane", "Company & Co", "tornado, spider", "All of them"};
   add_tornado(book);
   spider_sheet(book);
-  message_sheet(book);
+  add_sheet(book, "It's a message & more", {});
   style_sheet(book);
   book.active_sheet = 1;
   return book;

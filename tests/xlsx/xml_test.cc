@@ -64,11 +64,6 @@ TEST(Xml, ClosesWhatItOpens) {
   EXPECT_EQ(out, "<a n=\"1&#10;&quot;2&quot;\"><b val=\"1\"/><c>1.5</c><d><e/></d></a>");
 }
 
-TEST(Xml, SwapsColourBytes) {
-  EXPECT_EQ(hex_color(0xB56D2F), "2F6DB5");
-  EXPECT_EQ(hex_color(0x0000FF), "FF0000");
-}
-
 TEST(Grid, FindsTheCellUnderAPoint) {
   office::SheetModel sheet;
   sheet.columns[2] = {20.0, false};  // 145 pixels: 108.75 points

@@ -1,12 +1,64 @@
-#include "model/step_facts.h"
-
+// Counting, decimal places, and what is said of an input's steps.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <vector>
 
+#include "host/error.h"
+#include "model/combinations.h"
+#include "model/decimal.h"
+#include "model/step_facts.h"
+
 namespace ordvane::model {
 namespace {
+
+TEST(Combinations, AreCountedIn32Bits) {
+  struct Case {
+    std::int16_t n, k;
+    std::int32_t count;  // -1: overflow
+  };
+  for (const Case& c :
+       {Case{4, 2, 6}, Case{3, 3, 1}, Case{2, 3, 0}, Case{0, 1, 0}, Case{5, 0, 0}, Case{-4, -2, 0},
+        Case{32, 5, 201376}, Case{2000, 3, -1}, Case{32767, 1, 32767}, Case{20, 13, -1}, Case{100, 100, 1}}) {
+    SCOPED_TRACE(std::to_string(c.n) + " over " + std::to_string(c.k));
+    try {
+      EXPECT_EQ(Combinations(c.n, c.k), c.count);
+    } catch (const host::Error& error) {
+      EXPECT_EQ(error.code(), host::errc::kOverflow);
+      EXPECT_EQ(c.count, -1);
+    }
+  }
+}
+
+TEST(DecimalExponent, ChangesAtThePowersOfTenOnly) {
+  for (int exponent = -307; exponent <= 308; ++exponent) {
+    const double power = power_of_ten(exponent);
+    EXPECT_EQ(decimal_exponent(power), exponent);
+    EXPECT_EQ(decimal_exponent(-std::nextafter(power, 0)), exponent - 1);
+    if (exponent >= 0 && exponent <= 22) {
+      EXPECT_EQ(std::fmod(power, std::ldexp(1.0, exponent)), 0) << "10^" << exponent << " is exact";
+    }
+  }
+  EXPECT_EQ(decimal_exponent(0), 0);
+  EXPECT_EQ(power_of_ten(-400), 0);
+  EXPECT_EQ(power_of_ten(400), std::numeric_limits<double>::infinity());
+}
+
+// 0.6 / 0.2 is a hair below 3, and 0.56 / 0.02 a hair above 28.
+TEST(RoundStep, BoundsOfAMultipleAreThatMultiple) {
+  for (const double digit : {1.0, 2.0, 5.0}) {
+    for (int exponent = -6; exponent <= 2; ++exponent) {
+      const RoundStep step{digit, exponent};
+      for (int count = -99; count <= 99; ++count) {
+        EXPECT_EQ(step.not_above(step.times(count)), step.times(count));
+        EXPECT_EQ(step.not_below(step.times(count)), step.times(count));
+        EXPECT_EQ(step.not_above(step.times(count + 0.5)), step.times(count));
+        EXPECT_EQ(step.not_below(step.times(count + 0.5)), step.times(count + 1));
+      }
+    }
+  }
+}
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
