@@ -2,17 +2,25 @@
 
 #include <algorithm>
 
-#include "runfile/json_file.h"
 #include "sweep/compiled.h"
-#include "sweep/frozen_cells.h"
-#include "sweep/libreoffice.h"
+#include "sweep/job.h"
 #include "sweep/plan.h"
 
 namespace ordvane::sweep {
 
+namespace {
+
+Job job_of(const std::filesystem::path& workbook, std::chrono::sys_seconds now) {
+  Job job;
+  job.workbook = workbook;
+  job.now = now;
+  return job;
+}
+
+}  // namespace
+
 AskedModel::AskedModel(const std::filesystem::path& workbook, std::chrono::sys_seconds now)
-    : model_(is_package(workbook) ? runfile::read_text(workbook, "a workbook") : converted_workbook(workbook),
-             workbook.string(), frozen_at(now)) {}
+    : model_(open_model(job_of(workbook, now))) {}
 
 // A cell that the workbook does not have is added to it, which no recalculation outlives.
 calc::CellId AskedModel::cell_of(const std::string& text) {
@@ -46,9 +54,11 @@ void AskedModel::reset() {
 
 std::vector<Result> AskedModel::values(std::span<const std::string> cells) {
   std::vector<std::size_t> positions;
+  positions.reserve(cells.size());
   for (const std::string& cell : cells) positions.push_back(position_of(cell_of(cell), asked_));
   recalculate();
   std::vector<Result> values;
+  values.reserve(positions.size());
   for (const std::size_t position : positions) values.push_back(results_[position]);
   return values;
 }
@@ -65,6 +75,7 @@ void AskedModel::recalculate() {
   if (!results_.empty()) return;
   refuse_obstacles();
   std::vector<calc::CellChange> changes;
+  changes.reserve(changes_.size());
   for (const auto& [cell, value] : changes_) changes.push_back({cell, calc::Value(value)});
   const std::span<const calc::CellChange> lane(changes);
   for (const calc::Value& value : recalculation_->evaluate({&lane, 1})) results_.push_back(result_of(value));

@@ -60,7 +60,7 @@ std::vector<FrozenCell> frozen_cells(const calc::Model& model) {
     if (formula == nullptr) continue;  // filled by an array formula, whose own cell is there, too
     const std::size_t randoms = calls(formula->text, "RAND");
     if (randoms == 0 && !reads_clock(formula->text)) continue;
-    FrozenCell& frozen = found.emplace_back(cell);
+    FrozenCell& frozen = found.emplace_back(FrozenCell{cell, {}});
     for (std::size_t i = 1; i <= randoms; ++i)
       frozen.randoms.push_back(calc::random_of(model.frozen(), cell, i));
   }

@@ -364,6 +364,7 @@ std::string beside(const std::filesystem::path& run, const std::string& ending) 
 void merge_parts(const std::vector<std::filesystem::path>& files, const std::filesystem::path& run,
                  bool replace) {
   std::vector<Part> parts;
+  parts.reserve(files.size());
   for (const std::filesystem::path& file : files) parts.push_back(read_part(file));
   check_together(parts);
   const PartHeader& header = parts.front().header;

@@ -108,7 +108,7 @@ std::optional<Date> date_of_iso(std::string_view text) {
 std::string iso_moment(std::chrono::sys_seconds moment) {
   const auto day = std::chrono::floor<std::chrono::days>(moment);
   const std::chrono::hh_mm_ss time(moment - day);
-  const std::string date = iso_date(date_of(day));
+  std::string date = iso_date(date_of(day));
   if (moment == day) return date;
   return date + "T" + padded(time.hours().count(), 2) + ":" + padded(time.minutes().count(), 2) + ":" +
          padded(time.seconds().count(), 2);
