@@ -424,7 +424,7 @@ def main():
     names = options.functions.split(",") if options.functions else sorted(FUNCTIONS)
     report, end, seed = Report(options.all), time.monotonic() + options.minutes * 60, options.seed
     evaluator = Evaluator(options.program)
-    with LibreOffice() as office, tempfile.TemporaryDirectory() as folder:
+    with LibreOffice(time_limit=60) as office, tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "formulas.xlsx")
         while time.monotonic() < end:
             random_ = random.Random(seed)
