@@ -229,8 +229,9 @@ class Watched {
     if (command_.suggest) write_suggestion();
     return !command_.suggest;
   }
+
   sweep::Outcome run() {
-    const sweep::Outcome outcome = sweep::run_job(job_);
+    sweep::Outcome outcome = sweep::run_job(job_);
     progress_.clear();
     if (!command_.quiet) std::cout << summary(outcome);
     return outcome;

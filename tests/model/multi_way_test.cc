@@ -263,6 +263,12 @@ TEST(MultiWay, GroupsLargerThanTheHostAllowsAreNotRead) {
   model.groups = {{0, 1, 2}};
   EXPECT_EQ(Analysis(model, 2).run.groups.size(), 0);
   EXPECT_EQ(Analysis(model, 3).run.recalculations, 8);
+  // Groups of the same inputs in another order are two, and of equal results the first is the low end.
+  model.groups = {{0, 1}, {1, 0}};
+  model.outputs = {[](const Values& x) { return x[0] - x[1]; }, [](const Values& x) { return x[0]; }};
+  const Analysis orders(model);
+  EXPECT_EQ(orders.run.groups.size(), 2);
+  EXPECT_EQ(std::pair(orders.effects(2)(1).lowest_at, orders.effects(2)(1).highest_at), std::pair(1, 3));
   model.groups.clear();
   EXPECT_EQ(Analysis(model).run.groups.size(), 0);
 }

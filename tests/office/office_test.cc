@@ -45,9 +45,25 @@ TEST_F(Office, FormatsChangeOnlyWhatTheyName) {
   at("B1")->set_interior({.color_index = 36, .pattern = 1});
   EXPECT_EQ(style("B1").fill, 0x99FFFF);
   EXPECT_TRUE(style("B1").bold);
+  at("B1")->set_interior({.pattern = 1});
+  EXPECT_EQ(style("B1").fill, 0x99FFFF) << "a colour that is there stays";
+  at("B1")->set_number_format("");
+  EXPECT_EQ(at("B1")->number_format(), "General");
   at("B1")->set_interior({.pattern = host::kXlNone});
   EXPECT_EQ(style("B1").fill, std::nullopt);
   EXPECT_EQ(style("B2"), style("A2"));
+}
+
+TEST_F(Office, HoldsNoInfinitiesAndSelectsWhatIsActivated) {
+  host::CellBlock block(1, 1);
+  block.set_number(1, 1, INFINITY);
+  at("B2")->put(block);
+  EXPECT_EQ(at("B2")->value(), CellValue(host::CellError::kNum));
+  at("A1:B2")->select();
+  at("B2")->activate();
+  EXPECT_EQ(data().selection, (Area{1, 1, 2, 2})) << "the cell lies in it";
+  at("D4")->activate();
+  EXPECT_EQ(data().selection, (Area{4, 4, 1, 1}));
 }
 
 TEST_F(Office, BordersStandOnTheEdgesTheyNameAndInside) {
@@ -239,6 +255,7 @@ TEST_F(Office, ChartsKeepWhatTheyAreTold) {
   const double ends[] = {0, 1};
   line->set_values(ends);
   line->set_border({.line_style = -4118, .weight = 1, .color = 0xFF0000});
+  line->set_marker(host::MarkerStyle::kTriangle, 9, 0, 0);
   line->point(1)->set_marker_style(host::MarkerStyle::kTriangle);
   line->point(1)->apply_data_labels(false);
   line->point(1)->data_label()->set_text("Base");
@@ -251,10 +268,13 @@ TEST_F(Office, ChartsKeepWhatTheyAreTold) {
   EXPECT_EQ(model.series[1]->line->width, 0.25);
   EXPECT_EQ(model.series[1]->line->line_style, -4118);
   EXPECT_EQ(model.series[1]->points.at(1).marker->style, 3);
+  EXPECT_EQ(model.series[1]->points.at(1).marker->size, 9) << "as that of its series";
   EXPECT_EQ(model.series[1]->points.at(1).label->text, "Base");
 
   const auto axis = chart->axis(host::AxisType::kValue, host::AxisGroup::kSecondary);
+  axis->set_crosses_maximum();
   axis->set_crosses_at(5);
+  EXPECT_FALSE(model.axes[1][1].crosses_maximum);
   axis->set_crosses_maximum();
   EXPECT_TRUE(model.axes[1][1].crosses_maximum);
   EXPECT_FALSE(model.axes[1][1].crosses_at.has_value());

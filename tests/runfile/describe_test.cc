@@ -13,12 +13,12 @@ TEST(Describe, SaysWhatIsInARunInAlignedColumns) {
   const std::string json = with(with(with(with(kJson, "\"Price\"", "\"📋 Prei\\ns\""),
                                           "\"m.xlsx\", \"sheet\": \"S 2\"", "\"n.xlsx\", \"sheet\": \"S 2\""),
                                      "\"steps\": 1 ", "\"steps\": 1, \"savedSamples\": false"),
-                                "\"base\": 7,", "\"base\": 46023, \"date\": true,");
+                                "\"base\": 7,", "\"base\": 2958465, \"date\": true,");
   const std::string csv =
       "simulation,input,step,value,output1,output2\n"
-      "1,1,1,8,46023,#NUM!\n"
-      "1,1,2,12.5,46023,\"Over, 25\"\n"
-      "1,2,1,0.25,46023,\n";
+      "1,1,1,8,2958465,#NUM!\n"
+      "1,1,2,12.5,2958465,\"Over, 25\"\n"
+      "1,2,1,0.25,2958465,\n";
   const std::string expected = R"(Run file
   File            FOLDER/a.run.json
   Workbooks       m.xlsx, n.xlsx
@@ -35,7 +35,7 @@ Inputs
 
 Outputs
   #  Name    Cell                  Base     Results  Not numbers
-  1  Profit  [m.xlsx]S 1!C9  2026-01-01  2026-01-01            0  never moves
+  1  Profit  [m.xlsx]S 1!C9  9999-12-31  9999-12-31            0  never moves
   2          [n.xlsx]S 2!B2           -           -            3  no result is a number
 )";
   EXPECT_EQ(describe(folder.read(json, csv)), with(expected, "FOLDER", folder.path().string()));

@@ -48,6 +48,7 @@ std::shared_ptr<Run> make_run() {
     run->inputs.push_back(input);
   }
   run->inputs[1].saved_samples = false;
+  run->inputs[0].labels = {{"B5", "A label that its own name precedes"}};
   run->inputs[2].labels = {{"C1", "Growth"}, {"D2", "per year"}};
   run->inputs[3].base = std::nullopt;
   run->inputs[3].default_name = "Spare";

@@ -54,6 +54,8 @@ TEST(Calendar, CountsTheDayThatNeverWasInSpreadsheetsOnly) {
     EXPECT_EQ(iso_date(spreadsheet_date(c.serial)), c.shown);
     EXPECT_EQ(iso_date(Calendar().date(c.serial)), c.counted);
   }
+  EXPECT_TRUE(is_date({2000, 2, 29}));
+  EXPECT_FALSE(is_date({1900, 2, 29}));
   // Every day of the calendar is one more than the day before it, in both counts.
   for (const bool from_1904 : {false, true}) {
     const Calendar calendar(from_1904);
