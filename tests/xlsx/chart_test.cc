@@ -47,13 +47,15 @@ TEST(Chart, CombinesBarsWithPointsOnSecondaryAxes) {
 
 TEST(Chart, AxesCrossWhereTheOtherOneSays) {
   office::BookModel book;
-  const std::string xml = chart_part(book, *add_tornado(book), "");
+  const auto chart = add_tornado(book);
+  chart->axes[0][1].major_unit = 25;
+  const std::string xml = chart_part(book, *chart, "");
   EXPECT_THAT(element(xml, "c:catAx"),
               AllOf(HasSubstr("<c:orientation val=\"maxMin\"/>"), HasSubstr("<c:tickLblPos val=\"low\"/>"),
                     HasSubstr("<c:crossAx val=\"111111112\"/><c:crossesAt val=\"100\"/>")));
   EXPECT_THAT(
       element(xml, "c:valAx"),
-      AllOf(HasSubstr("<c:max val=\"150\"/><c:min val=\"50\"/>"),
+      AllOf(HasSubstr("<c:max val=\"150\"/><c:min val=\"50\"/>"), HasSubstr("<c:majorUnit val=\"25\"/>"),
             HasSubstr(
                 "<c:crossAx val=\"111111111\"/><c:crosses val=\"max\"/><c:crossBetween val=\"between\"/>")));
 }
@@ -65,7 +67,8 @@ TEST(Chart, HidesSecondaryAxesRatherThanDeletingThem) {
   const std::string xml = chart_part(book, *chart, "");
   const std::string axis = xml.substr(xml.rfind("<c:valAx>"));
   EXPECT_THAT(axis, AllOf(HasSubstr("<c:delete val=\"0\"/>"), HasSubstr("<c:tickLblPos val=\"none\"/>"),
-                          HasSubstr("<c:max val=\"1\"/><c:min val=\"0\"/>"), HasSubstr("<a:noFill/>")));
+                          HasSubstr("<c:max val=\"1\"/><c:min val=\"0\"/>"), HasSubstr("<a:noFill/>"),
+                          HasSubstr("<c:crosses val=\"max\"/>")));
   chart->axes[0][1].present = false;
   EXPECT_THAT(element(chart_part(book, *chart, ""), "c:valAx"), HasSubstr("<c:delete val=\"1\"/>"));
 }

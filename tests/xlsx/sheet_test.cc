@@ -77,6 +77,7 @@ TEST(SheetRows, BringBandsHeightsAndFormulasTogether) {
   sheet->bands.push_back(last_column);
   sheet->formulas[{3, 3}] = "=1";
   sheet->formulas[{9, 702}] = "=2";
+  sheet->formulas[{9, 1353}] = "=3";
   sheet->row_heights[1] = 20.25;
   sheet->row_heights[3] = 30;
   const std::string all =
@@ -84,7 +85,7 @@ TEST(SheetRows, BringBandsHeightsAndFormulasTogether) {
       "<row r=\"2\"><c r=\"A2\"><v>1</v></c><c r=\"B2\"><v>2</v></c><c r=\"D2\"><v>9</v></c></row>"
       "<row r=\"3\" ht=\"30\" customHeight=\"1\"><c r=\"A3\"><v>3</v></c><c r=\"C3\"><f>1</f></c></row>"
       "<row r=\"6\"><c r=\"XFD6\"><v>7</v></c></row>"
-      "<row r=\"9\"><c r=\"ZZ9\"><f>2</f></c></row>";
+      "<row r=\"9\"><c r=\"ZZ9\"><f>2</f></c><c r=\"AZA9\"><f>3</f></c></row>";
   EXPECT_EQ(rows(book, *sheet), all);
   EXPECT_EQ(rows(book, *sheet, CellNames::kAll, 1, 2) + rows(book, *sheet, CellNames::kAll, 3, 6) +
                 rows(book, *sheet, CellNames::kAll, 7, 9),
