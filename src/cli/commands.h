@@ -40,6 +40,8 @@ struct ReportCommand {
   bool quiet = false;
 };
 int report(const ReportCommand& command, Problems& problems);
+// "budget-reports.xlsx", in the current folder, for "budget.run.json" and "budget.json" anywhere.
+std::filesystem::path default_workbook(const std::filesystem::path& run);
 // What can be said of the workbook that the reports go into before there is a run. `option`: that names a new
 // one.
 void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems);

@@ -18,14 +18,6 @@ namespace {
 constexpr const char* kWorkbookExtension = ".xlsx";
 constexpr const char* kDefaultEnding = "-reports.xlsx";
 
-// "budget.run.json" and "budget.json" become "budget-reports.xlsx" in the current folder.
-std::filesystem::path default_workbook(const std::filesystem::path& run) {
-  std::string name = run.filename().string();
-  for (const std::string ending : {".json", ".run"})
-    if (name.size() > ending.size() && name.ends_with(ending)) name.resize(name.size() - ending.size());
-  return name + kDefaultEnding;
-}
-
 void check_new_workbook(const std::filesystem::path& workbook, const std::string& option, bool overwrite) {
   const std::string text = workbook.string();
   if (workbook.extension() != kWorkbookExtension)
@@ -120,6 +112,13 @@ std::string summary(const embedded::WrittenReports& written, const ReportCommand
 }
 
 }  // namespace
+
+std::filesystem::path default_workbook(const std::filesystem::path& run) {
+  std::string name = run.filename().string();
+  for (const std::string ending : {".json", ".run"})
+    if (name.size() > ending.size() && name.ends_with(ending)) name.resize(name.size() - ending.size());
+  return name + kDefaultEnding;
+}
 
 void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems) {
   if (command.into.empty())

@@ -86,6 +86,9 @@ ReportCommand report_of(const SweepCommand& command, const std::filesystem::path
   report.run = run;
   report.workbook = command.report.value_or("");
   report.into = command.into;
+  // The run and its reports come together.
+  if (report.workbook.empty() && report.into.empty())
+    report.workbook = run.parent_path() / default_workbook(run);
   report.options.overwrite = command.overwrite;
   report.quiet = command.quiet;
   return report;
