@@ -86,7 +86,7 @@ double rounded(double number, int decimals) {
   if (decimals == 0 || number == 0) return std::round(number);
   if (decimals < -308) return 0;
   const double positive = std::fabs(number);
-  if (decimals > 20 || (decimals > 0 && positive >= kNoHalves)) return number;
+  if (decimals > 20 || (decimals > 0 && positive == std::floor(positive))) return number;
   const double whole = shifted(positive, decimals);
   if (!std::isfinite(whole)) return number;
   const double digits = whole < kNoHalves ? floor_of(whole + 0.5) : whole;
