@@ -65,6 +65,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
   if (error == 0) return;
   ::close(in_);
   ::close(out_);
+  if (error == ENOENT) throw host::Error(host::errc::kFileNotFound, command.front() + " is not installed");
   fail("cannot start " + command.front(), error);
 }
 

@@ -13,7 +13,7 @@ namespace ordvane::sweep {
 
 class ChildProcess {
  public:
-  // Throws host::Error when it cannot be started.
+  // Throws host::Error when it cannot be started: errc::kFileNotFound where there is no such program.
   explicit ChildProcess(const std::vector<std::string>& command);
   // Ends it with everything that it started in its group.
   ~ChildProcess();

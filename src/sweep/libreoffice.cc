@@ -128,6 +128,8 @@ void LibreOffice::start() {
   std::ofstream(program) << kWorkerProgram;
   const std::string copy = folder_->path() + "/model" + workbook_.extension().string();
   copy_workbook(workbook_, copy);
+  if (!std::filesystem::exists(options_.python))
+    fail("LibreOffice is not installed, or not its Python bridge (python3-uno)");
   process_.emplace(std::vector<std::string>{options_.python, "-I", program, folder_->path()});
   Json first = setup_;
   first["workbook"] = copy;
@@ -242,12 +244,19 @@ std::string converted_workbook(const std::filesystem::path& workbook, const Libr
   const std::filesystem::path copy = folder.path() + "/model" + workbook.extension().string();
   copy_workbook(workbook, copy);
   const std::string out = folder.path() + "/converted";
-  ChildProcess process({"soffice", "-env:UserInstallation=file://" + folder.path() + "/profile", "--headless",
-                        "--norestore", "--convert-to", "xlsx", "--outdir", out, copy.string()});
+  std::optional<ChildProcess> process;
+  try {
+    process.emplace(std::vector<std::string>{
+        "soffice", "-env:UserInstallation=file://" + folder.path() + "/profile", "--headless", "--norestore",
+        "--convert-to", "xlsx", "--outdir", out, copy.string()});
+  } catch (const host::Error& error) {
+    if (error.code() != host::errc::kFileNotFound) throw;
+    fail(workbook.string() + ": takes LibreOffice to be read, which is not installed");
+  }
   std::string line;
   auto answer = ChildProcess::Answer::kLine;
   while (answer == ChildProcess::Answer::kLine)
-    answer = process.wait(line, options.start_limit, options.cancelled);
+    answer = process->wait(line, options.start_limit, options.cancelled);
   std::ifstream converted(out + "/model.xlsx", std::ios::binary);
   if (answer == ChildProcess::Answer::kTimeLimit || !converted)
     fail(workbook.string() + ": LibreOffice cannot open it as a workbook");

@@ -79,8 +79,8 @@ def started():
             ["soffice", f"-env:UserInstallation={(FOLDER / 'profile').as_uri()}", "--headless", "--norestore", "--nologo",
              "--nodefault", f"--accept=pipe,name={pipe};urp;"],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=environment)
-    except OSError as error:
-        fail(f"LibreOffice is not installed: {error}")
+    except FileNotFoundError:
+        fail("LibreOffice is not installed")
     local = uno.getComponentContext()
     resolver = local.ServiceManager.createInstanceWithContext("com.sun.star.bridge.UnoUrlResolver", local)
     while True:  # the caller's time limit ends it
@@ -224,5 +224,7 @@ try:
     from com.sun.star.table.CellContentType import TEXT, VALUE
 
     main()
+except ModuleNotFoundError:
+    fail("LibreOffice's Python bridge (python3-uno) is not installed")
 except Exception as error:  # to whoever asked, in the place of an answer
     fail(f"{type(error).__name__}: {error}".splitlines()[0])
