@@ -52,10 +52,12 @@ CommandResult oracle(const fs::path& run, const fs::path& workbook, const std::s
   return python(kHere / "oracle.py", {run, workbook}, options);
 }
 
+#ifndef ORDVANE_SANITIZED  // for what is asked there alone
 std::string file_text(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
+#endif
 
 // The example, the runs made for this test, and the recorded runs of real models that are at hand.
 std::vector<fs::path> run_files() {
