@@ -17,12 +17,6 @@ void append_digits(std::string& out, const Number& number, auto... format) {
   out.append(digits.data(), written.ptr);
 }
 
-OrderedJson number_json(double number) {
-  constexpr double kExact = 9007199254740992.0;  // whole numbers up to here are themselves
-  if (number == std::floor(number) && std::fabs(number) < kExact) return static_cast<std::int64_t>(number);
-  return number;
-}
-
 OrderedJson item_json(const Item& item) {
   OrderedJson json;
   if (!item.name.empty()) json["name"] = item.name;
@@ -77,6 +71,12 @@ bool reads_as_number(std::string_view text) {
 }
 
 }  // namespace
+
+OrderedJson number_json(double number) {
+  constexpr double kExact = 9007199254740992.0;  // whole numbers up to here are themselves
+  if (number == std::floor(number) && std::fabs(number) < kExact) return static_cast<std::int64_t>(number);
+  return number;
+}
 
 OrderedJson calculation_json(const Calculation& calculation) {
   OrderedJson json{{"engine", calculation.engine}};

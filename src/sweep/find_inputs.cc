@@ -23,12 +23,6 @@ namespace {
 constexpr std::size_t kMostTogether = 512;
 constexpr double kRounding = 1e-12;  // relative; what sums leave behind is no effect
 
-std::vector<calc::CellId> output_cells(const Plan& plan) {
-  std::vector<calc::CellId> cells;
-  for (const PlannedOutput& output : plan.outputs) cells.push_back(output.cell);
-  return cells;
-}
-
 // How far each candidate moves each output.
 class Trial {
  public:
@@ -39,8 +33,7 @@ class Trial {
   }
 
   std::vector<std::vector<double>> run() {
-    const auto threads = static_cast<std::size_t>(
-        job_.threads > 0 ? job_.threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency())));
+    const auto threads = static_cast<std::size_t>(threads_of(job_));
     together_ = std::clamp<std::size_t>((candidates_.size() + threads - 1) / threads, 1, kMostTogether);
     const std::size_t chunks = (candidates_.size() + together_ - 1) / together_;
     std::vector<std::thread> others;

@@ -76,11 +76,6 @@ class Sweep {
                       : make_compiled(model_, plan_);
   }
 
-  std::vector<calc::CellId> output_cells() const {
-    std::vector<calc::CellId> cells;
-    for (const PlannedOutput& output : plan_.outputs) cells.push_back(output.cell);
-    return cells;
-  }
   void compare_stored();
   void compare_stored_cell(calc::CellId cell, const Result& base);
   void verify();
@@ -120,7 +115,7 @@ void Sweep::choose_engine() {
   const std::vector<calc::Obstacle> found = obstacles(model_, plan_);
   in_office_ = job_.libreoffice || !found.empty();
   if (!found.empty()) calculation_.because = text_of(model_, found.front());
-  const std::vector<calc::CellId> cells = model_.all_precedents(output_cells());
+  const std::vector<calc::CellId> cells = model_.all_precedents(output_cells(plan_));
   if (in_office_) refuse_for_office(found, cells);
   phase(in_office_ ? "LibreOffice opens the workbook" : "the base case is calculated");
   std::unique_ptr<Calculator> calculator = make();
@@ -157,7 +152,7 @@ void Sweep::compare_stored() {
       compare_stored_cell(plan_.outputs[i].cell, base_[i]);
     return;
   }
-  for (const calc::CellId cell : model_.all_precedents(output_cells()))
+  for (const calc::CellId cell : model_.all_precedents(output_cells(plan_)))
     if (model_.has_formula(cell) && model_.obstacle(cell).empty())
       compare_stored_cell(cell, result_of(model_.base(cell)));
   // Programs that write workbooks without calculating them store a 0 everywhere: nothing to compare with.
@@ -206,7 +201,7 @@ void Sweep::verify() {
     calculation_.verified_first = "not asked for";
     return;
   }
-  if (const auto cell = never_frozen(model_, model_.all_precedents(output_cells()))) {
+  if (const auto cell = never_frozen(model_, model_.all_precedents(output_cells(plan_)))) {
     calculation_.verified_first = *cell + " draws another number at each recalculation by LibreOffice";
     return;
   }
@@ -259,8 +254,7 @@ Outcome Sweep::run() {
     });
     const std::int64_t there = part.done();
     SweepOptions options;
-    options.threads =
-        job_.threads > 0 ? job_.threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    options.threads = threads_of(job_);
     // Starting LibreOffice again takes as long as some hundred recalculations.
     if (in_office_)
       options.threads =
@@ -296,6 +290,10 @@ std::optional<std::int32_t> number_of(const char* variable) {
 }
 
 }  // namespace
+
+int threads_of(const Job& job) {
+  return job.threads > 0 ? job.threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
 
 calc::Model open_model(const Job& job) {
   return {package_of(job, read_workbook(job)), job.workbook.string(), frozen_at(clock_of(job))};

@@ -45,6 +45,8 @@ struct Outcome {
 
 // The job's workbook, its clock where that of the run stands. Throws as run_job() does.
 calc::Model open_model(const Job& job);
+// At least 1.
+int threads_of(const Job& job);
 
 // Throws runfile::BadRun and xlsx::BadWorkbook for what is wrong with the definition or the workbook,
 // host::Error for the rest: errc::kUserCancelled where rows that are done are kept for the next time.

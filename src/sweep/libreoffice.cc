@@ -66,10 +66,8 @@ Json frozen(const calc::Model& model) {
 
 // Formulas that the outputs are calculated from, and that are not calculated here.
 Json foreign(const calc::Model& model, const Plan& plan) {
-  std::vector<calc::CellId> outputs;
-  for (const PlannedOutput& output : plan.outputs) outputs.push_back(output.cell);
   Json cells = Json::array();
-  for (const calc::CellId cell : model.all_precedents(outputs))
+  for (const calc::CellId cell : model.all_precedents(output_cells(plan)))
     if (!model.obstacle(cell).empty()) cells.push_back(place_of(model.workbook(), cell));
   return cells;
 }

@@ -246,6 +246,13 @@ void plan_groups(const WhatIf& what_if, const calc::Workbook& book, Plan& plan) 
 
 }  // namespace
 
+std::vector<calc::CellId> output_cells(const Plan& plan) {
+  std::vector<calc::CellId> cells;
+  cells.reserve(plan.outputs.size());
+  for (const PlannedOutput& output : plan.outputs) cells.push_back(output.cell);
+  return cells;
+}
+
 std::vector<double> spaced(double low, double high, std::int32_t steps) {
   std::vector<double> values;
   const std::int32_t last = steps - 1;

@@ -51,6 +51,9 @@ struct PlannedRow {
   Recalculation changes;
 };
 
+// In their order.
+std::vector<calc::CellId> output_cells(const Plan& plan);
+
 // Walks through the recalculations of a plan.
 class PlanRows {
  public:

@@ -13,15 +13,12 @@
 #include "sweep/find_outputs.h"
 #include "sweep/labels.h"
 #include "text/edit.h"
-#include "text/numbers.h"
 
 namespace ordvane::sweep {
 namespace {
 
 using runfile::BadRun;
 using runfile::OrderedJson;
-
-constexpr double kExactWhole = 9007199254740992.0;  // 2^53
 
 // --- cells ------------------------------------------------------------------------------------------------
 
@@ -131,7 +128,7 @@ Plan outputs_of(calc::Model& model, const Job& job, Suggestion& suggestion) {
   if (outputs.outputs.empty())
     cells = proposed_cells(model, job);
   else
-    for (const PlannedOutput& output : make_plan(outputs, model, book).outputs) cells.push_back(output.cell);
+    cells = output_cells(make_plan(outputs, model, book));
   set_outputs(model, cells, suggestion);
   outputs.outputs = suggestion.what_if.outputs;
   return make_plan(outputs, model, book);
@@ -192,8 +189,7 @@ void suggest_inputs(const calc::Model& model, const Plan& plan, const Job& job, 
 // --- the file ---------------------------------------------------------------------------------------------
 
 std::string number_text(double number) {
-  const bool whole = std::floor(number) == number && std::fabs(number) < kExactWhole;
-  return whole ? text::fixed_number(number, 0) : text::shortest_number(number);
+  return runfile::number_json(number).dump();
 }
 
 std::string list_text(const std::vector<double>& numbers) {

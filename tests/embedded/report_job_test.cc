@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "environment/string_table.h"
 #include "runfile/values.h"
+#include "session/text_id.h"
 #include "support/external_checks.h"
 #include "support/snapshot.h"
 
@@ -68,6 +70,12 @@ std::int32_t error_code(const std::function<void()>& step) {
     return error.code();
   }
   return 0;
+}
+
+std::vector<std::string> sheet_names(const office::BookModel& book) {
+  std::vector<std::string> names;
+  for (const auto& sheet : book.sheets) names.push_back(sheet->name);
+  return names;
 }
 
 TEST(OpenModel, HoldsItemsAndLabelsWithTheirFormats) {
@@ -132,6 +140,54 @@ TEST(RankOutputs, TakesOutputsInTheOrderAskedForAndOnlyThoseThereAre) {
     EXPECT_EQ(error_code([&] { rank_outputs(run, {position}); }), host::errc::kSubscriptOutOfRange);
   for (const std::int32_t simulation : {0, 2})
     EXPECT_EQ(error_code([&] { rank_outputs(run, {}, simulation); }), host::errc::kSubscriptOutOfRange);
+}
+
+TEST(WriteReports, SpeaksEveryLanguage) {
+  const test::TemporaryFolder folder;
+  for (const auto& [code, language] : environment::all_languages()) {
+    SCOPED_TRACE(code);
+    ReportOptions options;
+    options.language = code;
+    options.overwrite = true;
+    options.outputs = {1};
+    options.output_detail = options.detail_by_input = true;
+    const auto texts = environment::make_string_table(language);
+    std::vector<std::string> names;
+    for (const std::int16_t id :
+         {text_id::kTornadoSheetName.number, text_id::kSpiderSheetName.number,
+          text_id::kSensitivitySheetName.number, text_id::kOutputDetailSheetName.number,
+          text_id::kDetailByInputSheetName.number, text_id::kSummarySheetName.number})
+      names.push_back(texts->GetString(id, std::string("B6")));
+    EXPECT_EQ(sheet_names(*make_reports(shared(small_run()), options)), names);
+    write_reports(shared(small_run()), folder / "reports.xlsx", options);
+    EXPECT_EXTERNAL(test::validate_xlsx(folder / "reports.xlsx"));
+  }
+}
+
+// A failure after the report workbook is open ends as an error, not as a workbook that lacks something.
+TEST(WriteReports, AFailureAtAnyStepLeavesNothing) {
+  const test::TemporaryFolder folder;
+  const auto run = shared(small_run());
+  for (int nth = 1;; ++nth) {
+    int calls = 0;
+    std::string last;
+    ReportOptions options;
+    options.spider = options.sensitivity = false;
+    options.progress = [&](const std::string& text) {
+      if (++calls == nth) throw host::Error(host::errc::kOutOfMemory, "no room");
+      last = text;
+    };
+    const std::int32_t code = error_code([&] { write_reports(run, folder / "a.xlsx", options); });
+    if (calls < nth) {
+      EXPECT_EQ(code, 0);
+      EXPECT_GT(nth, 3);
+      EXPECT_EQ(last, "Saving the workbook");
+      break;
+    }
+    EXPECT_EQ(code, host::errc::kOutOfMemory) << "call " << nth;
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 0) << "call " << nth;
+  }
+  EXPECT_EQ(error_code([&] { write_reports(run, folder / "missing/a.xlsx", {}); }), host::errc::kHostRefused);
 }
 
 // What no sheet can show in full is cut there; the report is made.

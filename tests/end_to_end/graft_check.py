@@ -3,10 +3,13 @@
 
 Every part of BEFORE must be in AFTER with the same compressed bytes, but for the few that list what is in a workbook.
 In those nothing but whole elements may have come, and counts may have grown. Old sheets keep their places, ids and
-names; no id is there twice; with openpyxl, old sheets read the same. Prints the faults; exit status 1 if there is any.
+names; no id is there twice; with openpyxl, old sheets read the same. With --recalculated, LibreOffice calculates both
+workbooks and must find the same values on the old sheets. Prints the faults; exit status 1 if there is any.
 """
-import difflib, re, struct, sys, zipfile
+import difflib, re, struct, subprocess, sys, tempfile, zipfile
+import pathlib
 import xml.etree.ElementTree as ET
+from itertools import zip_longest
 
 import openpyxl
 
@@ -54,6 +57,29 @@ def sheets(package):
     return found, names
 
 
+ALWAYS = """<?xml version="1.0" encoding="UTF-8"?>
+<oor:items xmlns:oor="http://openoffice.org/2001/registry">
+<item oor:path="/org.openoffice.Office.Calc/Formula/Load">
+<prop oor:name="OOXMLRecalcMode" oor:op="fuse"><value>0</value></prop></item>
+</oor:items>
+"""
+
+
+def recalculated(paths):
+    """The workbooks with their values as LibreOffice calculates them."""
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        settings = folder / "profile" / "user" / "registrymodifications.xcu"
+        settings.parent.mkdir(parents=True)
+        settings.write_text(ALWAYS)
+        subprocess.run(["soffice", "--headless", "--norestore", "-env:UserInstallation=file://%s/profile" % folder,
+                        "--convert-to", "xlsx:Calc MS Excel 2007 XML", "--outdir", folder, *paths],
+                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=240)
+        # Read only: without the charts, which openpyxl does not read as LibreOffice writes them.
+        for path in paths:
+            yield openpyxl.load_workbook(folder / pathlib.Path(path).name, data_only=True, read_only=True)
+
+
 def look(cell, known):
     style = tuple(cell._style or ())
     if style not in known:
@@ -62,7 +88,13 @@ def look(cell, known):
     return known[style]
 
 
-def check(before_path, after_path):
+def same_value(a, b):
+    if isinstance(a, float) and isinstance(b, (int, float)):
+        return abs(a - b) <= 1e-9 * max(1, abs(a))
+    return a == b
+
+
+def check(before_path, after_path, recalculate):
     before, after = zipfile.ZipFile(before_path), zipfile.ZipFile(after_path)
     if after.testzip():
         yield "damaged: " + after.testzip()
@@ -100,10 +132,18 @@ def check(before_path, after_path):
                     yield "%s!%s: %r became %r" % (sheet.title, cell.coordinate, cell.value, other.value)
                 elif look(cell, looks[0]) != look(other, looks[1]):
                     yield "%s!%s: looks different" % (sheet.title, cell.coordinate)
+    if recalculate:
+        left, right = recalculated((before_path, after_path))
+        for sheet in left.worksheets:
+            rows = zip_longest(sheet.iter_rows(values_only=True), right[sheet.title].iter_rows(values_only=True))
+            for number, (row, twin) in enumerate(rows, 1):
+                if row is None or twin is None or len(row) != len(twin) or not all(map(same_value, row, twin)):
+                    yield "%s, row %d: calculated as %s, then %s" % (sheet.title, number, row, twin)
 
 
 def main():
-    faults = list(check(*sys.argv[1:]))
+    paths = [a for a in sys.argv[1:] if not a.startswith("--")]
+    faults = list(check(paths[0], paths[1], "--recalculated" in sys.argv))
     print("\n".join(faults[:20]))
     return 1 if faults else 0
 
