@@ -191,7 +191,8 @@ Operand call_negbinom(Call& call) {
   const double successes = floor_of(call.number(1));
   const double p = call.number(2);
   const bool cumulative = call.logical(3, false);
-  if (failures < 0 || failures > kMostSteps || successes < 1 || p < 0 || p > 1) return kOutside;
+  if (failures < 0 || failures > kMostSteps || successes < 1 || failures + successes < 2 || p < 0 || p > 1)
+    return kOutside;
   if (cumulative) return 1 - incomplete_beta(1 - p, failures + 1, successes);
   const double q = 1 - p;
   double factor = std::pow(p, successes);
