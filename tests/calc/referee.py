@@ -229,6 +229,7 @@ MEANT = [
     ("HYPGEOMDIST", only_ours_fails_where(outside_hypergeometric)),
     ("POISSON", only_theirs_fails_where(lambda asked: asked.number(1) == 0)),
     (" ".join(DISTRIBUTIONS), of_huge_or_tiny),
+    (" ".join(DISTRIBUTIONS), only_ours_fails_where(lambda asked: max(asked.numbers()) > 1e7)),
     ("TEXT", texts_of_numbers),
     ("ROUND ROUNDUP ROUNDDOWN TRUNC", lambda asked, ours, theirs: 0 < abs(asked.number(0)) < 1e-297 or asked.number(1) > 20),
     ("ROUNDUP ROUNDDOWN", last_unit),
@@ -236,6 +237,7 @@ MEANT = [
     ("RATE", lambda asked, ours, theirs: asked.number(1) == 0 and max(ours, theirs) < -0.999),
     ("SERIESSUM", only_ours_fails_where(lambda asked: asked.number(0) == 0)),
     ("SWITCH", lambda asked, ours, theirs: asked.errors() and isinstance(theirs, Error)),
+    ("SWITCH", lambda asked, ours, theirs: asked.is_text(1) and (asked.number(0) == asked.number(1) or isinstance(theirs, Error))),
     ("MATCH", lambda asked, ours, theirs: asked.number(2) < 0),  # in a line that ascends
     ("CONVERT INFO", not_there),
     ("YIELD", lambda asked, ours, theirs: isinstance(ours, float) and yields_apart(asked, ours, theirs)),
@@ -531,7 +533,7 @@ def compare(office, evaluator, sheets, formulas, path, report):
             for half in (formulas[:len(formulas) // 2], formulas[len(formulas) // 2:]):
                 compare(office, evaluator, sheets, half, path, report)
         elif ours is None:
-            report.add(*formulas[0], "took too long", "was not asked")
+            report.add(formulas[0][0], asked_text(formulas[0][1], sheets(formulas).get("V")), "took too long", "was not asked")
         return
     for row, ((name, formula), (value,)) in enumerate(zip(formulas, theirs)):
         if formula is not None:
