@@ -180,6 +180,7 @@ constexpr auto kOutputFields = std::to_array<Field<Output>>({
      [](const JsonValue& v, Output& output) {
        output.range_index = static_cast<std::int32_t>(v.integer(1, kMostLong));
      }},
+    {"target", false, [](const JsonValue& v, Output& output) { output.target = v.number(); }},
 });
 
 // A group as the file writes it. One number of steps stands for all members.

@@ -51,6 +51,7 @@ struct Input : Item {
 struct Output : Item {
   std::string range_name;        // output range it belongs to
   std::int32_t range_index = 0;  // one-based place in it; 0 for none
+  std::optional<double> target;  // the value that decides; none: 0, or what a report is asked for
 };
 
 // Inputs that were varied together: every combination of the members' steps was recalculated once, the last
