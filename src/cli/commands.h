@@ -15,6 +15,7 @@
 
 #include "cli/problems.h"
 #include "embedded/report_job.h"
+#include "exchange/rows.h"
 #include "ordvane/version.h"
 #include "sweep/job.h"
 
@@ -46,14 +47,27 @@ std::filesystem::path default_workbook(const std::filesystem::path& run);
 // one.
 void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems);
 
-enum class ShowForm { kTable, kJson, kCsv };
 struct ShowCommand {
   std::filesystem::path run;
   std::vector<std::string> outputs;
   std::int32_t simulation = 1;
-  ShowForm form = ShowForm::kTable;
+  std::optional<exchange::Form> form;  // for programs; none: a table for people
+  exchange::Texts texts = exchange::Texts::kProtected;
 };
 int show(const ShowCommand& command, Problems& problems);
+
+enum class Exported { kSteps, kTable, kRanking };
+struct ExportCommand {
+  std::filesystem::path run;
+  std::filesystem::path file;  // empty: standard output
+  Exported what = Exported::kRanking;
+  std::optional<exchange::Form> form;  // none: by the file's name, else CSV
+  exchange::Texts texts = exchange::Texts::kProtected;
+  std::vector<std::string> outputs;
+  std::optional<std::int32_t> simulation;
+  bool overwrite = false;
+};
+int export_run(const ExportCommand& command, Problems& problems);
 
 // Of a run, or of a what-if definition.
 int check(const std::filesystem::path& file, Problems& problems);
@@ -86,6 +100,10 @@ struct MergeCommand {
 int merge(const MergeCommand& command, Problems& problems);
 
 // Reads the run; null when it has none, which is one of the problems then.
-std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, Problems& problems);
+std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, Problems& problems,
+                                             bool keeps_texts = false);
+// The outputs of the run that `wanted` names, and whether it has the simulation.
+std::vector<std::int32_t> chosen_outputs(const runfile::Run& run, const std::vector<std::string>& wanted,
+                                         std::int32_t simulation, Problems& problems);
 
 }  // namespace ordvane::cli

@@ -30,6 +30,9 @@ const ValueKind kInputRange{.name = "CELL=RANGE", .repeated = true};
 const ValueKind kVerify{"ends|all|none"};
 const ValueKind kShard{"K/N"};
 const ValueKind kMoment{"DATE"};
+const ValueKind kExported{"ranking|steps|table"};
+const ValueKind kForm{"csv|json|ndjson"};
+const ValueKind kTextFile{"FILE", ValueKind::Offer::kFiles, {".csv", ".json", ".ndjson"}};
 
 HelpPart exit_status() {
   return {"Exit status",
@@ -53,9 +56,20 @@ auto path(std::filesystem::path& into) {
   return [&into](const std::string& text) { into = text; };
 }
 
+template <class Value>
+auto one_of(const char* option, Value& value, std::vector<std::pair<const char*, Value>> names) {
+  return [=, &value](const std::string& text) { value = choice_of(option, text, names); };
+}
+
 void add_outputs(CommandLine& line, std::vector<std::string>& outputs) {
   line.repeated_option("--output", kOutput,
                        "Only this output, by name or cell; may be given again (default: all)", outputs);
+}
+
+void add_raw_text(CommandLine& line, exchange::Texts& texts) {
+  line.parser().add_flag_callback(
+      "--raw-text", [&texts] { texts = exchange::Texts::kRaw; },
+      "CSV texts as they are; by default an apostrophe keeps those that begin like formulas from being one");
 }
 
 void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
@@ -147,14 +161,15 @@ void define_show(Arguments& arguments) {
                 c.simulation =
                     whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
               });
-  const auto form = [&c = *c, &problems](ShowForm wanted) {
-    if (c.form != ShowForm::kTable && c.form != wanted) problems.add("--json: goes without --csv");
+  const auto form = [&c = *c, &problems](exchange::Form wanted) {
+    if (c.form && c.form != wanted) problems.add("--json: goes without --csv");
     c.form = wanted;
   };
   line.parser().add_flag_callback(
-      "--json", [form] { form(ShowForm::kJson); }, "JSON for programs, in full precision");
+      "--json", [form] { form(exchange::Form::kJson); }, "JSON for programs, in full precision");
   line.parser().add_flag_callback(
-      "--csv", [form] { form(ShowForm::kCsv); }, "CSV for programs, in full precision");
+      "--csv", [form] { form(exchange::Form::kCsv); }, "CSV for programs, in full precision");
+  add_raw_text(line, c->texts);
   line.set_help(
       {{"Examples",
         {{"ordvane show budget.run.json --output Profit"},
@@ -174,6 +189,40 @@ void define_show(Arguments& arguments) {
           "they"},
          {"offset each other."}}},
        {"", {{"docs/command.md tells every field of the JSON and the CSV."}}}});
+}
+
+void define_export(Arguments& arguments) {
+  const auto c = std::make_shared<ExportCommand>();
+  CommandLine line(arguments, "export", "Write a run for other programs: CSV, JSON or NDJSON", c->run);
+  line.runs([c, &problems = arguments.problems()] { return export_run(*c, problems); });
+  line.option(
+      "--what", kExported,
+      "ranking: which input moves which output; steps: every result, one a row; table: every "
+      "recalculation, inputs and outputs as columns (default: ranking)",
+      one_of<Exported>(
+          "--what", c->what,
+          {{"ranking", Exported::kRanking}, {"steps", Exported::kSteps}, {"table", Exported::kTable}}));
+  line.option("--as", kForm, "The form of the text (default: by the ending of -o, else csv)",
+              one_of<std::optional<exchange::Form>>("--as", c->form,
+                                                    {{"csv", exchange::Form::kCsv},
+                                                     {"json", exchange::Form::kJson},
+                                                     {"ndjson", exchange::Form::kNdjson}}));
+  line.option("-o", kTextFile, "File to write (default: standard output)", path(c->file));
+  line.parser().add_flag("--overwrite", c->overwrite, "Replace a file that is there");
+  add_outputs(line, c->outputs);
+  line.option("--simulation", kNumber, "Which simulation of the run (default: 1; of the steps, all)",
+              [&c = *c](const std::string& text) {
+                c.simulation =
+                    whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
+              });
+  add_raw_text(line, c->texts);
+  line.set_help(
+      {{"Examples",
+        {{"ordvane export budget.run.json --what steps -o steps.csv"},
+         {"ordvane export budget.run.json --as ndjson | jq 'select(.rank == 1).input'"},
+         {"ordvane export budget.run.json --what table -o table.csv"}}},
+       {"", {{"docs/exchange.md tells every column; `ordvane import` reads what --what table writes."}}},
+       exit_status()});
 }
 
 void define_check(Arguments& arguments) {
@@ -215,7 +264,9 @@ void add_sweep_engine(CommandLine& line, SweepCommand& c) {
           "--verify", kVerify,
           "What LibreOffice calculates, too, where it is installed (default: ends, the base and both ends "
           "of each input)",
-          [&c](const std::string& text) { c.verify = verify_of("--verify", text); })
+          one_of<sweep::Verify>(
+              "--verify", c.verify,
+              {{"ends", sweep::Verify::kEnds}, {"all", sweep::Verify::kAll}, {"none", sweep::Verify::kNone}}))
       ->group(group);
   line.parser()
       .add_flag("--libreoffice", c.libreoffice, "LibreOffice calculates all, whatever this program could")
@@ -286,6 +337,7 @@ void define_commands(Arguments& arguments) {
   define_merge(arguments);
   define_report(arguments);
   define_show(arguments);
+  define_export(arguments);
   define_check(arguments);
 }
 

@@ -165,12 +165,13 @@ class FieldReader {
     fail("is " + value_text(value) + "; " + as_at_this_step(wanted) + " is expected");
   }
 
-  double result() {
+  template <class Places>
+  void put_result(Places& places, std::size_t output) {
     std::string text;
-    if (const auto number = number_or_nothing(text)) return *number;
+    if (const auto number = number_or_nothing(text)) return places.set_result(output, *number);
     if (text::first_invalid_byte(text) != std::string_view::npos)
       fail("is " + text::quoted_text(text) + ", which is not UTF-8 text");
-    return encode_text_result(text::trimmed(text, kBlanks));
+    put_text_result(places, output, text::trimmed(text, kBlanks));
   }
 
   void expect_name(const std::string& expected) {
@@ -333,7 +334,7 @@ void read_row(FieldReader& fields, const RowColumns& columns, std::size_t output
     const double value = fields.value();
     if (const auto wanted = places.set_value(column, value)) fields.fail_value(value, *wanted);
   }
-  for (std::size_t output = 0; output < outputs; ++output) places.set_result(output, fields.result());
+  for (std::size_t output = 0; output < outputs; ++output) fields.put_result(places, output);
   fields.finish();
 }
 

@@ -55,7 +55,7 @@ def run_commands(text, folder):
         if shutil.which("jq") is None:
             command = command.split("|")[0]
         prepare(folder, command)
-        started = re.sub(r"\bordvane (?=sweep|merge|report|show|check|help)", ORDVANE.replace("\\", r"\\") + " ", command)
+        started = re.sub(r"\bordvane (?=sweep|merge|import|report|show|export|diff|check|help)", ORDVANE.replace("\\", r"\\") + " ", command)
         ran = subprocess.run(["bash", "-c", "set -o pipefail; " + started], cwd=folder, capture_output=True, text=True)
         yield command, ran.returncode, ran.stderr.strip()
 
