@@ -56,6 +56,15 @@ struct ShowCommand {
 };
 int show(const ShowCommand& command, Problems& problems);
 
+struct ImportCommand {
+  std::filesystem::path table;
+  std::filesystem::path run;    // empty: named after the table, here
+  std::string inputs, outputs;  // lists of columns
+  std::optional<std::int32_t> base_line;
+  bool overwrite = false;
+};
+int import_run(const ImportCommand& command, Problems& problems);
+
 enum class Exported { kSteps, kTable, kRanking };
 struct ExportCommand {
   std::filesystem::path run;

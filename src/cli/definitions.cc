@@ -30,6 +30,9 @@ const ValueKind kInputRange{.name = "CELL=RANGE", .repeated = true};
 const ValueKind kVerify{"ends|all|none"};
 const ValueKind kShard{"K/N"};
 const ValueKind kMoment{"DATE"};
+const ValueKind kTable{"TABLE", ValueKind::Offer::kFiles, {".csv", ".tsv", ".txt"}};
+const ValueKind kColumns{"NAMES"};
+const ValueKind kRow{"ROW"};
 const ValueKind kExported{"ranking|steps|table"};
 const ValueKind kForm{"csv|json|ndjson"};
 const ValueKind kTextFile{"FILE", ValueKind::Offer::kFiles, {".csv", ".json", ".ndjson"}};
@@ -69,7 +72,7 @@ void add_outputs(CommandLine& line, std::vector<std::string>& outputs) {
 void add_raw_text(CommandLine& line, exchange::Texts& texts) {
   line.parser().add_flag_callback(
       "--raw-text", [&texts] { texts = exchange::Texts::kRaw; },
-      "CSV texts as they are; by default an apostrophe keeps those that begin like formulas from being one");
+      "CSV without apostrophes before texts that begin like formulas");
 }
 
 void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
@@ -189,6 +192,39 @@ void define_show(Arguments& arguments) {
           "they"},
          {"offset each other."}}},
        {"", {{"docs/command.md tells every field of the JSON and the CSV."}}}});
+}
+
+void define_import(Arguments& arguments) {
+  const auto c = std::make_shared<ImportCommand>();
+  CommandLine line(arguments, "import",
+                   "Make a run of a table: a row a recalculation, inputs and outputs as columns",
+                   {kTable, "CSV with column names in its first row; also with ; or tabs between the fields",
+                    "name a table", "an import takes one table"},
+                   c->table);
+  line.runs([c, &problems = arguments.problems()] { return import_run(*c, problems); });
+  const auto list = [](std::string& names) { return [&names](const std::string& text) { names = text; }; };
+  line.option("--outputs", kColumns,
+              "Columns that are outputs: A,B or A,\"B, net\" (default: all but the inputs)",
+              list(c->outputs));
+  line.option("--inputs", kColumns, "Columns that are inputs (default: all but the outputs)",
+              list(c->inputs));
+  line.option(
+      "--base", kRow,
+      "Row of the base case, that of the column names being row 1 (default: the row in which each input "
+      "has the value that it has most often)",
+      [&c = *c](const std::string& text) {
+        c.base_line = whole_number_of("--base", text, 2, std::numeric_limits<std::int32_t>::max());
+      });
+  line.option("-o", kRunFile, "The run file to write (default: NAME.run.json, in this folder)", path(c->run));
+  line.parser().add_flag("--overwrite", c->overwrite, "Replace a run that is there");
+  line.set_help(
+      {{"Examples",
+        {{"ordvane import study.csv --outputs NPV,IRR"},
+         {"ordvane import study.csv --inputs Price,Volume --outputs Profit --base 2 -o study.run.json"}}},
+       {"",
+        {{"The rows vary one input at a time, or several over a full grid of their values. In any other"},
+         {"design the row is named that breaks it. docs/exchange.md tells more."}}},
+       exit_status()});
 }
 
 void define_export(Arguments& arguments) {
@@ -335,6 +371,7 @@ void define_merge(Arguments& arguments) {
 void define_commands(Arguments& arguments) {
   define_sweep(arguments);
   define_merge(arguments);
+  define_import(arguments);
   define_report(arguments);
   define_show(arguments);
   define_export(arguments);
