@@ -78,6 +78,14 @@ struct ExportCommand {
 };
 int export_run(const ExportCommand& command, Problems& problems);
 
+struct DiffCommand {
+  std::filesystem::path before, now;
+  std::int32_t simulation = 1;
+  bool json = false;
+  std::optional<double> fail_over;  // a share: more than it, and the exit code is kFailed
+};
+int diff(const DiffCommand& command, Problems& problems);
+
 // Of a run, or of a what-if definition.
 int check(const std::filesystem::path& file, Problems& problems);
 

@@ -38,11 +38,12 @@ const ValueKind kForm{"csv|json|ndjson"};
 const ValueKind kTextFile{"FILE", ValueKind::Offer::kFiles, {".csv", ".json", ".ndjson"}};
 
 HelpPart exit_status() {
-  return {"Exit status",
-          {{"0", "done"},
-           {"1", "the reports could not be made or written"},
-           {"2", "wrong arguments, or a run file or workbook that cannot be used"},
-           {"130", "cancelled with Ctrl-C; what was there before is still there"}}};
+  return {
+      "Exit status",
+      {{"0", "done"},
+       {"1", "the reports could not be made or written; of `diff --fail-over`, that something moved more"},
+       {"2", "wrong arguments, or a run file or workbook that cannot be used"},
+       {"130", "cancelled with Ctrl-C; what was there before is still there"}}};
 }
 
 // Of the user's messages, as the system's settings say.
@@ -261,6 +262,37 @@ void define_export(Arguments& arguments) {
        exit_status()});
 }
 
+void define_diff(Arguments& arguments) {
+  const auto c = std::make_shared<DiffCommand>();
+  const ValueKind run{"OLD", ValueKind::Offer::kFiles, {".json"}};
+  CommandLine line(arguments, "diff", "Show what changed between two runs of a model",
+                   {run, "Run file: as it was", "name two run files", "a diff takes two run files"},
+                   c->before);
+  line.operand({"NEW", ValueKind::Offer::kFiles, {".json"}}, "Run file: as it is now", c->now);
+  line.runs([c, &problems = arguments.problems()] { return diff(*c, problems); });
+  line.parser().add_flag("--json", c->json, "JSON for programs, in full precision");
+  line.option(
+      "--fail-over", kShare,
+      "Exit with 1 when a base value, swing or rank moved by more, or an item is new or gone: 5% or 0.05",
+      [&c = *c](const std::string& text) { c.fail_over = share_of("--fail-over", text); });
+  line.option("--simulation", kNumber, "Which simulation of both runs (default: 1)",
+              [&c = *c](const std::string& text) {
+                c.simulation =
+                    whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
+              });
+  line.set_help({{"Examples",
+                  {{"ordvane diff budget-october.run.json budget.run.json"},
+                   {"ordvane diff main.run.json budget.run.json --fail-over 5%"},
+                   {"ordvane diff old.run.json new.run.json --json | jq '.outputs[].baseChange'"}}},
+                 {"",
+                  {{"Inputs and outputs are matched by name and cell, else by name, else by cell; those of "
+                    "another name are"},
+                   {"told. The bars reach from the swing that was to the swing that is. Ranks move by "
+                    "places, as a share of"},
+                   {"the number of inputs. docs/exchange.md tells more."}}},
+                 exit_status()});
+}
+
 void define_check(Arguments& arguments) {
   const auto run = std::make_shared<std::filesystem::path>();
   CommandLine line(arguments, "check", "Say what is wrong with a run or what-if file, or what is in it",
@@ -375,6 +407,7 @@ void define_commands(Arguments& arguments) {
   define_report(arguments);
   define_show(arguments);
   define_export(arguments);
+  define_diff(arguments);
   define_check(arguments);
 }
 

@@ -92,9 +92,9 @@ Json ranking_document(const runfile::Run& run, const std::vector<OutputRanking>&
 
 // Columns of groups are there when the run has any.
 std::vector<std::string> row_columns(bool groups) {
-  std::vector<std::string> columns{"output",     "outputSheet", "outputCell", "base", "rank",
-                                   "input",      "inputSheet",  "inputCell",  "low",  "high",
-                                   "swing",      "lowChange",   "highChange", "inputAtLow", "inputAtHigh"};
+  std::vector<std::string> columns{"output", "outputSheet", "outputCell", "base",       "rank",
+                                   "input",  "inputSheet",  "inputCell",  "low",        "high",
+                                   "swing",  "lowChange",   "highChange", "inputAtLow", "inputAtHigh"};
   const auto add = [&](std::initializer_list<const char*> more) {
     columns.insert(columns.end(), more.begin(), more.end());
   };

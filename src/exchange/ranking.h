@@ -10,8 +10,8 @@
 
 namespace ordvane::exchange {
 
-// JSON has outputs with their inputs and groups below them; CSV and NDJSON have a row an input, or a group, of
-// one output.
+// JSON has outputs with their inputs and groups below them; CSV and NDJSON have a row an input, or a group,
+// of one output.
 void write_ranking(const runfile::Run& run, const std::vector<embedded::OutputRanking>& rankings,
                    std::int32_t simulation, TextForm form, const Write& write);
 

@@ -69,7 +69,8 @@ RowWriter::RowWriter(TextForm form, std::vector<std::string> columns, const Json
   for (std::string& column : columns_) column = dumped(Json(column)) + ":";
   if (form_.form == Form::kNdjson) return;
   text_ = "{\n";
-  for (const auto& [name, value] : head.items()) text_ += "  " + dumped(Json(name)) + ": " + dumped(value) + ",\n";
+  for (const auto& [name, value] : head.items())
+    text_ += "  " + dumped(Json(name)) + ": " + dumped(value) + ",\n";
   text_ += "  \"rows\": [";
 }
 

@@ -35,8 +35,8 @@ Json document_head(const char* format, int version, const std::string& run);
 std::string document_text(const Json& document);
 
 // Rows of cells under named columns. CSV: a line of names, then a line a row; an array is one field with ";"
-// between its elements, null is empty, numbers are the shortest that read back as themselves. NDJSON: an object a
-// line. JSON: the head's fields, then the objects as its field "rows".
+// between its elements, null is empty, numbers are the shortest that read back as themselves. NDJSON: an
+// object a line. JSON: the head's fields, then the objects as its field "rows".
 class RowWriter {
  public:
   // `head`: not used by CSV and NDJSON.

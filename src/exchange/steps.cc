@@ -46,7 +46,8 @@ struct Recalculation {
   Json result(const runfile::Run& run, std::size_t output) const {
     return group ? result_of(run.group_output_values, run.group_texts,
                              run.group_output_index(simulation, output, position))
-                 : result_of(run.output_values, run.texts, run.output_value_index(simulation, output, position));
+                 : result_of(run.output_values, run.texts,
+                             run.output_value_index(simulation, output, position));
   }
 };
 

@@ -125,8 +125,8 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
     std::vector<std::string> arguments;
     const char* message;
   } kCases[] = {
-      {{}, "name a command: sweep, merge, import, report, show, export, check"},
-      {{"repot"}, "\"repot\" is no command; there are sweep, merge, import, report, show, export, check"},
+      {{}, "name a command: sweep, merge, import, report, show, export, diff, check"},
+      {{"repot"}, "\"repot\" is no command; there are sweep, merge, import, report, show, export, diff, check"},
       {{"report"}, "RUN is required"},
       {{"sweep", "m.run.json"}, "m.run.json: is a JSON file; the workbook with the model is expected first"},
       {{"sweep", "there.xlsx", "m.run.json"}, "m.run.json: is a recorded run, not a what-if definition"},
