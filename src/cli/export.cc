@@ -45,9 +45,11 @@ int export_run(const ExportCommand& command, Problems& problems) {
     write_text(command, run, outputs, [](std::string_view text) { std::cout << text; });
     return kDone;
   }
-  xlsx::write_whole_pieces(command.file,
-                           [&](const xlsx::WritePiece& write) { write_text(command, run, outputs, write); },
-                           {command.overwrite, nullptr, nullptr});
+  xlsx::WholeFileOptions options;
+  options.replace = command.overwrite;
+  xlsx::write_whole_pieces(
+      command.file, [&](const xlsx::WritePiece& write) { write_text(command, run, outputs, write); },
+      options);
   return kDone;
 }
 

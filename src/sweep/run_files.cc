@@ -18,7 +18,8 @@ void write_run_files(const std::filesystem::path& run, runfile::OrderedJson desc
                      bool replace) {
   const std::string csv = beside(run, ".csv");
   const std::string groups_csv = rows.groups ? beside(run, ".groups.csv") : "";
-  const xlsx::WholeFileOptions options{replace, nullptr, nullptr};
+  xlsx::WholeFileOptions options;
+  options.replace = replace;
   xlsx::write_whole_pieces(run.parent_path() / csv, rows.singles, options);
   if (rows.groups) xlsx::write_whole_pieces(run.parent_path() / groups_csv, rows.groups, options);
   xlsx::write_whole(run, runfile::run_text(std::move(description), csv, groups_csv), options);
