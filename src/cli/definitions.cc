@@ -94,6 +94,12 @@ void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
   flag("--all", c.all, "All of them; --multi-way where the run varied inputs together");
 }
 
+CLI::Option* add_language(CommandLine& line, embedded::ReportOptions& options) {
+  options.language = system_language();
+  return line.option("--language", kLanguage, "Language: " + language_list() + " (default: the system's)",
+                     [&](const std::string& text) { options.language = language_of("--language", text); });
+}
+
 void add_look(CommandLine& line, ReportCommand& c) {
   CLI::App& command = line.parser();
   const std::string look = "What the reports show";
@@ -134,10 +140,7 @@ void add_look(CommandLine& line, ReportCommand& c) {
   line.free_text("--watermark", kText, "Text across charts and pages; \\n begins its second line",
                  [&](const std::string& text) { c.options.watermark = with_line_breaks(text); })
       ->group(look);
-  c.options.language = system_language();
-  line.option("--language", kLanguage, "Language: " + language_list() + " (default: the system's)",
-              [&](const std::string& text) { c.options.language = language_of("--language", text); })
-      ->group(look);
+  add_language(line, c.options)->group(look);
 }
 
 void define_report(Arguments& arguments) {
@@ -284,6 +287,10 @@ void define_diff(Arguments& arguments) {
   line.operand({"NEW", ValueKind::Offer::kFiles, {".json"}}, "Run file: as it is now", c->now);
   line.runs([c, &problems = arguments.problems()] { return diff(*c, problems); });
   line.parser().add_flag("--json", c->json, "JSON for programs, in full precision");
+  line.option("-o", kNewWorkbook, "Also write a workbook: base values, and per output a chart of both swings",
+              path(c->workbook));
+  line.parser().add_flag("--overwrite", c->options.overwrite, "Replace a workbook that is there");
+  add_language(line, c->options);
   line.option(
       "--fail-over", kShare,
       "Exit with 1 when a base value, swing or rank moved by more, or an item is new or gone: 5% or 0.05",
@@ -295,6 +302,7 @@ void define_diff(Arguments& arguments) {
               });
   line.set_help({{"Examples",
                   {{"ordvane diff budget-october.run.json budget.run.json"},
+                   {"ordvane diff budget-october.run.json budget.run.json -o changes.xlsx"},
                    {"ordvane diff main.run.json budget.run.json --fail-over 5%"},
                    {"ordvane diff old.run.json new.run.json --json | jq '.outputs[].baseChange'"}}},
                  {"",

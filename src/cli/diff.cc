@@ -7,9 +7,12 @@
 #include "cli/bars.h"
 #include "cli/commands.h"
 #include "cli/figures.h"
+#include "cli/option_values.h"
 #include "cli/output_choice.h"
+#include "cli/report_clock.h"
 #include "cli/terminal.h"
 #include "exchange/comparison.h"
+#include "exchange/comparison_report.h"
 
 namespace ordvane::cli {
 namespace {
@@ -19,6 +22,7 @@ using exchange::ComparedOutput;
 using exchange::Comparison;
 using exchange::Fate;
 using exchange::FigurePair;
+using exchange::is_as_before;
 using exchange::ItemPair;
 
 constexpr std::size_t kMostRows = 40;  // of an output; programs get them all
@@ -84,11 +88,6 @@ void print_items(const Comparison& comparison) {
       head("Outputs");
       print_line(text);
     }
-}
-
-bool is_as_before(const ComparedInput& input) {
-  return input.rank == input.rank_before && !input.swing.differs() && !input.low.differs() &&
-         !input.high.differs();
 }
 
 class DiffTable {
@@ -164,12 +163,6 @@ void print_output(const Comparison& comparison, const ComparedOutput& output,
                (as_before == 1 ? " input is as before" : " inputs are as before"));
 }
 
-bool is_as_before(const ComparedOutput& output) {
-  return !output.base.differs() &&
-         std::all_of(output.inputs.begin(), output.inputs.end(),
-                     [](const ComparedInput& input) { return is_as_before(input); });
-}
-
 void print_comparison(const Comparison& comparison) {
   std::cout << printable(comparison.before->file.string()) << kTo << printable(comparison.now->file.string())
             << '\n';
@@ -210,8 +203,13 @@ int diff(const DiffCommand& command, Problems& problems) {
     if (run && command.simulation > run->simulations)
       problems.add("--simulation: " + printable(run->file.string()) + " has simulations 1 to " +
                    std::to_string(run->simulations));
+  if (!command.workbook.empty())
+    problems.gather([&] { check_new_file(command.workbook, ".xlsx", command.options.overwrite); });
+  embedded::ReportOptions options = command.options;
+  problems.gather([&] { options.clock = report_clock(); });
   problems.refuse_any();
   const Comparison comparison = exchange::compare(before, now, command.simulation);
+  if (!command.workbook.empty()) exchange::write_comparison(comparison, command.workbook, options);
   if (command.json)
     std::cout << exchange::document_text(exchange::comparison_document(comparison));
   else

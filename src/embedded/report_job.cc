@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "embedded/embedded_environment.h"
+#include "embedded/report_saving.h"
 #include "embedded/report_target.h"
 #include "embedded/selected_outputs.h"
 #include "environment/string_table.h"
@@ -11,7 +12,6 @@
 #include "service/ordvane_reports.h"
 #include "unicode/names.h"
 #include "xlsx/graft.h"
-#include "xlsx/save.h"
 
 namespace ordvane::embedded {
 namespace {
@@ -79,15 +79,6 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
 void show_saving(EmbeddedEnvironment& environment, const ReportOptions& options) {
   const auto texts = environment::make_string_table(environment::language(options.language));
   environment.show_progress(texts->GetString(text_id::kProgressSaving.number), "", "");
-}
-
-xlsx::SaveOptions saving_options(const ReportOptions& options, EmbeddedEnvironment& environment) {
-  xlsx::SaveOptions saving;
-  saving.created = options.clock ? options.clock()
-                                 : std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  saving.east_asian_font = environment::language(options.language).font;
-  saving.cancelled = [&environment] { return environment.cancelled(); };
-  return saving;
 }
 
 void count(const office::SheetModel& sheet, WrittenReports& written) {

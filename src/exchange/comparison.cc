@@ -268,6 +268,17 @@ Comparison compare(std::shared_ptr<const runfile::Run> before, std::shared_ptr<c
   return comparison;
 }
 
+bool is_as_before(const ComparedInput& input) {
+  return input.rank == input.rank_before && !input.swing.differs() && !input.low.differs() &&
+         !input.high.differs();
+}
+
+bool is_as_before(const ComparedOutput& output) {
+  return !output.base.differs() &&
+         std::all_of(output.inputs.begin(), output.inputs.end(),
+                     [](const ComparedInput& input) { return is_as_before(input); });
+}
+
 std::vector<std::string> moved_more_than(const Comparison& comparison, double share) {
   std::vector<std::string> moved;
   const auto add_fate = [&](const char* kind, const ItemPair& pair) {

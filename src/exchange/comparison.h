@@ -68,6 +68,10 @@ struct Comparison {
 Comparison compare(std::shared_ptr<const runfile::Run> before, std::shared_ptr<const runfile::Run> now,
                    std::int32_t simulation);
 
+// Rank, swing and ends are those that were; of an output, also its base value.
+bool is_as_before(const ComparedInput& input);
+bool is_as_before(const ComparedOutput& output);
+
 // What moved more than a share: base values and swings by their own size, ranks by the number of inputs that
 // were ranked. Items that were added or are gone did. A line each.
 std::vector<std::string> moved_more_than(const Comparison& comparison, double share);
