@@ -118,6 +118,15 @@ std::shared_ptr<const office::BookModel> make_to_save(
 
 }  // namespace
 
+xlsx::SaveOptions saving_options(const ReportOptions& options, EmbeddedEnvironment& environment) {
+  xlsx::SaveOptions saving;
+  saving.created = options.clock ? options.clock()
+                                 : std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  saving.east_asian_font = environment::language(options.language).font;
+  saving.cancelled = [&environment] { return environment.cancelled(); };
+  return saving;
+}
+
 void check_apart(const runfile::Run& run, const std::filesystem::path& file) {
   if (const std::string role = runfile::role_in_run(run, file); !role.empty())
     throw host::Error(host::errc::kHostRefused,
