@@ -113,7 +113,7 @@ class DiffTable {
     table_.add({rank(input.rank), rank(input.rank_before),
                 printable(comparison_.inputs[input.input].item.name), printable(swing(input.swing.before)),
                 printable(swing(input.swing.now)), share_text(input.swing)});
-    const auto [least, most] = std::minmax(input.swing.before.value_or(0), input.swing.now.value_or(0));
+    const auto [least, most] = std::minmax({input.swing.before.value_or(0), input.swing.now.value_or(0)});
     ends_.push_back({least, most});
   }
 

@@ -19,7 +19,7 @@ constexpr std::int32_t kPairGap = 60;  // percent of a bar
 constexpr host::Color kFirstColor = 0xC8B8A8;
 // Room in the chart, points.
 constexpr double kAbovePlot = 34;
-constexpr double kBelowPlot = 58;  // figures of the axis, and the legend
+constexpr double kBelowPlot = 46;  // figures of the axis, and the legend
 constexpr double kRightOfPlot = 26;
 constexpr double kBesideNames = 14;
 constexpr double kMostRoomForNames = 0.4;  // of the chart's width
