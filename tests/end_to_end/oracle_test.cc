@@ -108,11 +108,11 @@ TEST(Exchange, SaysWhatTheRunsSay) {
   for (const fs::path& run : run_files()) {
     if (run.parent_path() == kHere / "runs") continue;
     any_model = any_model || run != kExample;
-    const CommandResult compared =
-        python(kHere / "exchange_check.py", {ORDVANE_COMMAND, kSource, run});
+    const CommandResult compared = python(kHere / "exchange_check.py", {ORDVANE_COMMAND, kSource, run});
     EXPECT_EQ(compared.status, 0) << run << "\n" << compared.output;
   }
-  if (!any_model) GTEST_SKIP() << "only the example was compared: there are no recorded runs in " << kRecorded;
+  if (!any_model)
+    GTEST_SKIP() << "only the example was compared: there are no recorded runs in " << kRecorded;
 }
 
 #ifndef ORDVANE_SANITIZED  // about nothing but the answers of other programs
