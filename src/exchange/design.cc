@@ -224,6 +224,11 @@ class DesignFinder {
         if (with_base[i]) all.insert(base(unit.inputs[i]));
         grid.levels.emplace_back(all.begin(), all.end());
       }
+      // One value of each is no grid, but a row that moves them together.
+      const bool is_grid =
+          says_what_varied() || std::all_of(grid.levels.begin(), grid.levels.end(),
+                                            [](const Values& values) { return values.size() > 1; });
+      if (missing && !is_grid) continue;
       missing = fill(grid);
       if (!missing) break;
     }

@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "layout/bar_chart.h"
-#include "layout/pair_chart.h"
 #include "layout/links.h"
 #include "layout/look.h"
+#include "layout/pair_chart.h"
 #include "layout/point_chart.h"
 #include "layout/report_table.h"
 #include "layout/text_estimate.h"

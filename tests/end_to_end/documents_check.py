@@ -41,7 +41,7 @@ def prepare(folder, command):
         if swept[2]:
             shutil.copy(EXAMPLE / "solar-plant.whatif.json", folder / swept[2])
     if imported := re.search(r"import (\S+)\.csv", command):
-        (folder / (imported[1] + ".csv")).write_text("Price,Volume,Profit,NPV,IRR\n10,4,40,3,1\n8,4,32,2,1\n10,8,80,9,2\n")
+        (folder / (imported[1] + ".csv")).write_text("Price,Volume,NPV,IRR\n10,4,3,1\n8,4,2,1\n10,8,9,2\n")
         (folder / (imported[1] + ".run.json")).unlink(missing_ok=True)
         (folder / (imported[1] + ".run.csv")).unlink(missing_ok=True)
         (folder / (imported[1] + ".run.groups.csv")).unlink(missing_ok=True)
