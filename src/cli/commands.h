@@ -16,6 +16,7 @@
 #include "cli/problems.h"
 #include "embedded/report_job.h"
 #include "ordvane/version.h"
+#include "page/graph_files.h"
 #include "sweep/job.h"
 
 namespace ordvane::cli {
@@ -29,8 +30,10 @@ inline constexpr int kSignalled = 128;  // plus the signal: 130 for Ctrl-C
 
 struct ReportCommand {
   std::filesystem::path run;
-  std::filesystem::path workbook;  // a new one; empty: named after the run, in the current folder
-  std::filesystem::path into;      // one that is there; empty: none, the reports go into a new one
+  // A new one, or a page (.html); empty: a workbook named after the run, in the current folder.
+  std::filesystem::path workbook;
+  std::filesystem::path into;  // one that is there; empty: none, the reports go into a new one
+  page::GraphFolders graphs;   // that graphs go into as files; alone, no workbook is made
   std::vector<std::string> outputs;
   bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false,
        multi_way = false;
