@@ -399,7 +399,7 @@
     if (!plot) return;
     const marks = marksIn(plot);
     const scale = scaleOf(plot.dataset.x);
-    if (!scale.has(state.target)) return;
+    if (!scale.has(state.target) || !view.rows.some((row) => row.break_even.length)) return;
     const [top, bottom] = plot.dataset.y.split(" ").map(Number);
     const x = scale.at(state.target);
     marks.append(
@@ -415,10 +415,10 @@
     for (const plot of section().querySelectorAll("figure.sensitivity .plot")) {
       const marks = marksIn(plot);
       const [x, y] = [scaleOf(plot.dataset.x), scaleOf(plot.dataset.y)];
-      if (!y.has(state.target)) continue;
+      const input = Number(plot.dataset.input);
+      if (!y.has(state.target) || !found.get(input).length) continue;
       const height = y.at(state.target);
       marks.append(svgElement("path", { class: "target", d: `M${x.from} ${height}L${x.to} ${height}` }));
-      const input = Number(plot.dataset.input);
       for (const value of found.get(input)) {
         marks.append(svgElement("circle", { class: "mark", cx: x.at(value), cy: height, r: 4 }));
         const end = x.at(value) > (x.from + x.to) / 2;
@@ -436,6 +436,8 @@
   const aim = (target) => {
     const view = viewOf(state.view);
     state.target = target;
+    const heading = section().querySelector("[data-table=inputs] [data-key=break_even]");
+    (heading.querySelector("button") || heading).textContent = fill(texts.output_at, numberText(view.rules, target));
     for (const row of view.rows)
       row.break_even = view.idle.has(row.input) ? [] : crossings(curveOf(view, row.input), target);
     aimTornado(view);

@@ -29,6 +29,8 @@ inline constexpr int kBadInput = 2;
 inline constexpr int kSignalled = 128;  // plus the signal: 130 for Ctrl-C
 
 struct ReportCommand {
+  ReportCommand() { options.low_color = reports::kLowColor; }
+
   std::filesystem::path run;
   // A new one, or a page (.html); empty: a workbook named after the run, in the current folder.
   std::filesystem::path workbook;

@@ -1,4 +1,6 @@
 // ordvane report: a recorded run in; a report workbook, a page or files of graphs out.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
@@ -15,6 +17,8 @@
 #include "page/graph_files.h"
 #include "page/page.h"
 #include "xlsx/existing_workbook.h"
+#include "xlsx/file_guard.h"
+#include "xlsx/whole_file.h"
 
 namespace ordvane::cli {
 namespace {
@@ -48,6 +52,9 @@ void check_new_workbook(const std::filesystem::path& workbook, const std::string
   if (std::filesystem::exists(workbook) && !overwrite)
     throw BadArguments(option + ": \"" + text + "\" is there already; --overwrite replaces it" +
                        (is_page(workbook) ? "" : ", --into adds to it"));
+  if (std::filesystem::exists(workbook))
+    if (const std::string why = xlsx::why_not_replaced(xlsx::place_of(workbook)); !why.empty())
+      throw BadArguments(option + ": " + text + ": " + why);
 }
 
 // What only workbooks have is not asked for where none is made.
@@ -74,8 +81,24 @@ void check_graphs(const ReportCommand& command, Problems& problems) {
 }
 
 void check_log_folder(const std::filesystem::path& log_folder) {
-  if (!log_folder.empty() && !std::filesystem::is_directory(log_folder))
+  if (log_folder.empty()) return;
+  if (!std::filesystem::is_directory(log_folder))
     throw BadArguments("--log: there is no folder \"" + log_folder.string() + "\"");
+  if (::access(log_folder.c_str(), W_OK | X_OK) != 0)
+    throw BadArguments("--log: files cannot be written in \"" + log_folder.string() + "\"");
+}
+
+// What a user may not know of the file that is replaced: that its name leads elsewhere, that it has others.
+std::string other_names_of(const std::filesystem::path& workbook) {
+  std::error_code error;
+  std::string text;
+  if (std::filesystem::is_symlink(workbook, error))
+    text = " (a link to " + printable(xlsx::place_of(workbook).string()) + ")";
+  const auto names = std::filesystem::hard_link_count(workbook, error);
+  if (!error && names > 1)
+    text += " (" + std::to_string(names - 1) + (names == 2 ? " other name" : " other names") +
+            " of the file that it replaced still " + (names == 2 ? "shows" : "show") + " what was in it)";
+  return text;
 }
 
 // The folder without a separator at its end.
@@ -126,6 +149,7 @@ Job prepared(const ReportCommand& command, Problems& problems) {
   problems.gather([&] { check_log_folder(command.log_folder); });
   problems.gather([&] { job.clock = report_clock(); });
   if (job.run) {
+    if (command.into.empty()) problems.gather([&] { embedded::check_apart(*job.run, job.workbook); });
     problems.gather([&] { job.outputs = find_outputs(*job.run, command.outputs); });
     if (command.multi_way && job.run->groups.empty())
       problems.add("--multi-way: " + command.run.string() +
@@ -156,30 +180,30 @@ std::string summary(const embedded::WrittenReports& written, const ReportCommand
 }
 
 // Says on standard output what there is now.
-void say(const ReportCommand& command, const std::filesystem::path& place, const std::string& what) {
-  if (!command.quiet) std::cout << printable(place.string()) << ": " << what;
+void say(const ReportCommand& command, const std::string& what) {
+  if (!command.quiet) std::cout << what;
 }
 
 void write_workbook(const ReportCommand& command, const Job& job, const embedded::ReportOptions& options,
                     ProgressLine& progress) {
+  const std::string other_names = other_names_of(job.workbook);
   const auto write = command.into.empty() ? embedded::write_reports : embedded::add_reports;
   const embedded::WrittenReports written = write(job.run, job.workbook, options);
   progress.clear();
-  say(command, job.workbook, summary(written, command));
+  say(command, printable(job.workbook.string()) + other_names + ": " + summary(written, command));
 }
 
 void write_page(const ReportCommand& command, const Job& job, const embedded::ReportOptions& options) {
+  const std::string other_names = other_names_of(job.workbook);
   const std::size_t outputs = page::write_page(job.run, job.workbook, options);
-  say(command, job.workbook, counted(outputs, "output") + "\n");
+  say(command, printable(job.workbook.string()) + other_names + ": " + counted(outputs, "output") + "\n");
 }
 
 void write_graphs(const ReportCommand& command, const Job& job, const embedded::ReportOptions& options) {
   const page::GraphFolders& folders = command.graphs;
   const std::size_t files = page::write_graphs(job.run, options, folders);
   for (const auto& folder : {folders.svg, folders.png, folders.pdf})
-    if (!folder.empty()) {
-      say(command, folder, counted(files, "graph") + "\n");
-    }
+    if (!folder.empty()) say(command, printable(folder.string()) + ": " + counted(files, "graph") + "\n");
 }
 
 }  // namespace

@@ -18,7 +18,6 @@ using nlohmann::ordered_json;
 
 constexpr const char* kWhole = "#,##0";
 constexpr const char* kScientific = "0.00000E+00";
-constexpr const char* kPercent = "#,##0.0%";
 constexpr int kDigits = 4;  // of the range between the least and the greatest value
 constexpr int kMostDecimals = 9;
 constexpr double kLongest = 1e15;  // longer numbers are written with an exponent
@@ -142,8 +141,8 @@ ordered_json rules_of(const std::string& code, const environment::Language& lang
 
 std::string change_text(double fraction, const environment::Language& language) {
   if (std::isnan(fraction)) return kNoNumber;
-  const std::string text = formatted(fraction, kPercent, language);
-  return fraction > 0 && text != formatted(0, kPercent, language) ? "+" + text : text;
+  const std::string text = formatted(fraction, kShareFormat, language);
+  return fraction > 0 && text != formatted(0, kShareFormat, language) ? "+" + text : text;
 }
 
 Figures::Figures(const runfile::Item& item, std::span<const double> values,

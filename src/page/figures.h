@@ -38,6 +38,8 @@ class Figures {
 nlohmann::ordered_json rules_of(const std::string& code, const environment::Language& language);
 // In the figures of a language, by a number format in English codes.
 std::string formatted(double value, const std::string& code, const environment::Language& language);
+inline constexpr const char* kShareFormat = "#,##0.0%";
+inline constexpr const char* kElasticityFormat = "#,##0.00";
 // "+12.3%"
 std::string change_text(double fraction, const environment::Language& language);
 

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <string_view>
 
@@ -12,6 +13,8 @@ namespace ordvane::page {
 namespace {
 
 using nlohmann::ordered_json;
+
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 // Numbers as 64 bits each, the lowest byte first, in base 64: exact, and quickly read.
 std::string packed(const std::vector<double>& numbers) {
@@ -85,7 +88,7 @@ int step_at(const std::vector<Point>& points, double result, double input) {
 }
 
 ordered_json view_of(const Views& views, const View& view, Rules& rules, const std::string& section) {
-  std::vector<double> results, swings;
+  std::vector<double> results, swings, shares, elasticities;
   for (std::int64_t step = 0; step < views.run().recalculations; ++step)
     results.push_back(views.output_value(view, step));
   ordered_json order = ordered_json::array(), ends = order, remarks = ordered_json::object(),
@@ -95,9 +98,12 @@ ordered_json view_of(const Views& views, const View& view, Rules& rules, const s
     order.push_back(effect.input_index);
     ends.push_back(step_at(points, effect.low, number_or_nan(effect.input_at_low)));
     ends.push_back(step_at(points, effect.high, number_or_nan(effect.input_at_high)));
+    const model::InputAnswers& answers = view.answers(effect);
     swings.push_back(number_or_nan(effect.swing));
+    shares.push_back(answers.share.value_or(kNone));
+    elasticities.push_back(answers.elasticity.value_or(kNone));
     if (effect.facts.without_effect()) without_effect.push_back(effect.input_index);
-    if (std::string text = remarks_of(views, effect); !text.empty())
+    if (std::string text = remarks_of(views, view, effect); !text.empty())
       remarks[std::to_string(effect.input_index)] = std::move(text);
   }
   return {{"name", view.name},
@@ -108,9 +114,9 @@ ordered_json view_of(const Views& views, const View& view, Rules& rules, const s
           {"order", order},
           {"ends", ends},
           {"swings", packed(swings)},
-          {"shares", ""},
-          {"elasticities", ""},
-          {"target", 0},
+          {"shares", packed(shares)},
+          {"elasticities", packed(elasticities)},
+          {"target", view.ranking.answers.target},
           {"results", packed(results)},
           {"idle", without_effect},
           {"remarks", remarks},
@@ -129,7 +135,7 @@ ordered_json texts_of(const Views& views) {
           {"down", texts.text(text_id::kPageSortedDown, kFirst)},
           {"filtered", texts.text(text_id::kPageFiltered, kFirst, kSecond)},
           {"reached", texts.text(text_id::kPageReached, kFirst, kSecond, kThird)},
-          {"base", texts.text(text_id::kLabelBaseValue)},
+          {"output_at", texts.text(text_id::kAnswersOutputAt, kFirst)},
           {"place", texts.text(text_id::kHeadingCell)},
           {"none", kNoNumber}};
 }
@@ -148,7 +154,8 @@ std::string page_data(const Views& views, const std::vector<std::string>& sectio
   for (std::size_t i = 0; i < views.all().size(); ++i)
     data["views"].push_back(view_of(views, views.all()[i], rules, sections[i]));
   data["rules"] = rules.all();
-  data["percent"] = rules_of("#,##0.0%", language);
+  data["percent"] = rules_of(kShareFormat, language);
+  data["plain"] = rules_of(kElasticityFormat, language);
   data["whole"] = rules_of("#,##0", language);
   std::string text = data.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
   // Nothing in it ends the script element that it stands in.

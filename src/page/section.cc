@@ -100,6 +100,10 @@ class Section {
                 {"at_high", text(text_id::kPageAtHighest)},
                 {"high", text(text_id::kRangeHighest)},
                 {"swing", text(text_id::kRangeSwing)},
+                {"share", text(text_id::kAnswersShare)},
+                {"elasticity", text(text_id::kAnswersElasticity)},
+                {"break_even",
+                 texts_.text(text_id::kAnswersOutputAt, view_.figures.text(view_.ranking.answers.target))},
                 {"remarks", text(text_id::kPageRemarks), false}});
     if (rows_ == Rows::kAll)
       for (const embedded::Effect& effect : view_.ranking.effects) input_row(effect);
@@ -119,8 +123,24 @@ class Section {
     figure_cell(input.figures.text(number_or_nan(effect.input_at_high)));
     figure_cell(view_.figures.text(number_or_nan(effect.high)));
     figure_cell(view_.figures.difference(number_or_nan(effect.swing)));
-    html_.leaf("td", remarks_of(views_, effect));
+    const model::InputAnswers& answers = view_.answers(effect);
+    figure_cell(share_text(answers.share));
+    figure_cell(answers.elasticity ? formatted(*answers.elasticity, kElasticityFormat, views_.language())
+                                   : kNoNumber);
+    figure_cell(break_even_text(input, answers));
+    html_.leaf("td", remarks_of(views_, view_, effect), {{"class", "t"}});
     html_.end();
+  }
+
+  std::string share_text(const std::optional<double>& share) const {
+    return share ? formatted(*share, kShareFormat, views_.language()) : kNoNumber;
+  }
+
+  static std::string break_even_text(const InputFacts& input, const model::InputAnswers& answers) {
+    std::string text;
+    for (const model::Crossing& crossing : answers.break_even)
+      text += (text.empty() ? "" : "; ") + input.figures.text(crossing.input);
+    return text.empty() ? kNoNumber : text;
   }
 
   // What is to be known of inputs that leave the base value out, or move nothing.
@@ -209,11 +229,19 @@ class Section {
 
 }  // namespace
 
-std::string remarks_of(const Views& views, const embedded::Effect& effect) {
+std::string remarks_of(const Views& views, const View& view, const embedded::Effect& effect) {
+  const session::Session& texts = views.texts();
+  const model::Shape& shape = view.answers(effect).shape;
   std::string remarks;
+  const auto add = [&](const std::string& text) { remarks += (remarks.empty() ? "" : "; ") + text; };
+  for (const auto& extreme : {shape.peak, shape.valley})
+    if (extreme)
+      add(texts.text(text_id::kAnswersTurnsAt) + " " + views.input_of(effect).figures.text(extreme->input));
+  if (shape.bends() && !shape.turns())
+    add(texts.text(text_id::kAnswersBend) + " " + formatted(*shape.bend, "0%", views.language()));
   if (effect.facts.failed > 0)
-    remarks = views.texts().text(text_id::kNoteFailedResults, std::to_string(effect.facts.failed),
-                                 std::to_string(effect.facts.steps));
+    add(texts.text(text_id::kNoteFailedResults, std::to_string(effect.facts.failed),
+                   std::to_string(effect.facts.steps)));
   return remarks;
 }
 

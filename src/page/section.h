@@ -17,6 +17,6 @@ enum class Rows : std::uint8_t { kAll, kNone };
 std::string section(const Views& views, const View& view, std::size_t number, Rows rows);
 
 // The words beside an input: results that failed, and whatever else is to be known of it; "" for none.
-std::string remarks_of(const Views& views, const embedded::Effect& effect);
+std::string remarks_of(const Views& views, const View& view, const embedded::Effect& effect);
 
 }  // namespace ordvane::page

@@ -203,6 +203,7 @@ class Panel {
     draw_curves(svg, "curve s1", values, x_, y_);
     for (const Curve& curve : values.curves)
       for (const Spot& spot : curve) svg.dot("point", {x_.scale.at(spot.x), y_.scale.at(spot.y)}, 3);
+    draw_target(svg);
     svg.close();
     return true;
   }
@@ -242,6 +243,23 @@ class Panel {
       const double x = x_.scale.at(input_.base);
       svg.line("atbase", {x, top}, {x, bottom});
     }
+  }
+
+  // The target of the output, and where the input brings it there.
+  void draw_target(Svg& svg) const {
+    const double target = view_.ranking.answers.target;
+    const auto& crossings = view_.answers(effect_).break_even;
+    if (crossings.empty()) return;
+    const double y = y_.scale.at(target), middle = (x_.scale.from + x_.scale.to) / 2;
+    svg.open("aims").line("target", {x_.scale.from, y}, {x_.scale.to, y});
+    for (const model::Crossing& crossing : crossings) {
+      constexpr double kRadius = 4, kBeside = 7;
+      const double x = x_.scale.at(crossing.input);
+      svg.dot("mark", {x, y}, kRadius);
+      svg.text("aim", {x > middle ? x - kBeside : x + kBeside, y - 6}, input_.figures.text(crossing.input),
+               x > middle ? Anchor::kEnd : Anchor::kStart);
+    }
+    svg.close();
   }
 
   const Views& views_;

@@ -67,8 +67,9 @@ void Svg::start(const char* tag, std::string_view kind) {
   xml_.start(tag).attr("class", kind);
 }
 
-void Svg::line(std::string_view kind, Spot from, Spot to) {
+Svg& Svg::line(std::string_view kind, Spot from, Spot to) {
   path(kind, {from, to});
+  return *this;
 }
 
 void Svg::box(std::string_view kind, double left, double top, double right, double bottom) {

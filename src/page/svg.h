@@ -48,7 +48,7 @@ class Svg {
   Svg& data(const char* name, std::string_view value);
   void close() { xml_.end(); }
 
-  void line(std::string_view kind, Spot from, Spot to);
+  Svg& line(std::string_view kind, Spot from, Spot to);
   void box(std::string_view kind, double left, double top, double right, double bottom);
   void dot(std::string_view kind, Spot center, double radius);
   void path(std::string_view kind, const std::vector<Spot>& spots);

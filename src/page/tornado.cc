@@ -22,6 +22,7 @@ constexpr double kTitle = 30;
 constexpr double kBesideBar = 6;
 constexpr double kWidestName = 290;
 constexpr double kEdge = 2;
+constexpr double kBesideBase = 90;  // a text needs so much to stand beside that of the base value
 
 class Tornado {
  public:
@@ -52,6 +53,7 @@ class Tornado {
       top += kRow;
     }
     draw_base(svg, bottom);
+    draw_target(svg, bottom);
     svg.close();
     return svg.finish();
   }
@@ -131,6 +133,7 @@ class Tornado {
   }
 
   void draw_key(Svg& svg) const {
+    if (!views_.options().low_color) return;
     double x = axis_.scale.from;
     const double y = top_ - kAboveBars - kKey;
     for (const auto& [kind, text] :
@@ -192,6 +195,19 @@ class Tornado {
     svg.text("end", {x, top_ - 9}, base_text(view_.figures.text(view_.base)), Anchor::kMiddle);
   }
 
+  // Where the bars would have to reach.
+  void draw_target(Svg& svg, double bottom) const {
+    const double target = view_.ranking.answers.target;
+    const Scale& scale = axis_.scale;
+    if (!view_.has_crossings() || !(target >= scale.first && target <= scale.last)) return;
+    const double x = scale.at(target);
+    // The texts of base value and target do not lie on each other.
+    const bool is_near = std::fabs(x - scale.at(view_.base)) < kBesideBase;
+    svg.open("aims").line("target", {x, top_}, {x, bottom});
+    svg.text("aim", {x, is_near ? bottom + 33 : top_ - 9}, view_.figures.text(target), Anchor::kMiddle);
+    svg.close();
+  }
+
   const Views& views_;
   const View& view_;
   const GraphLook& look_;
@@ -205,8 +221,7 @@ class Tornado {
 }  // namespace
 
 Palette palette_of(const embedded::ReportOptions& options) {
-  constexpr host::Color kLow = 0x009FE6;
-  return palette(options.bar_color, options.low_color.value_or(kLow));
+  return palette(options.bar_color, options.low_color.value_or(options.bar_color));
 }
 
 Axis axis_around(const Views& views, double low, double high, const std::string& format, double from,

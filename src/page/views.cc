@@ -28,6 +28,11 @@ bool View::has_changes() const {
   return base != 0 && !std::isnan(base) && !figures.shows_dates();
 }
 
+bool View::has_crossings() const {
+  return std::any_of(ranking.answers.inputs.begin(), ranking.answers.inputs.end(),
+                     [](const model::InputAnswers& answers) { return !answers.break_even.empty(); });
+}
+
 double View::change(double value) const {
   if (std::isnan(value) || !has_changes()) return kNone;
   return number_or_nan(model::NumberRules().fractional_change(value, base));

@@ -42,6 +42,12 @@ struct View {
   // Changes can be given in parts of the base value.
   bool has_changes() const;
   double change(double value) const;  // in those parts; NaN for none
+  // What the steps answer of an input beyond the ends of its bar.
+  const model::InputAnswers& answers(const embedded::Effect& effect) const {
+    return ranking.answers.inputs[static_cast<std::size_t>(&effect - ranking.effects.data())];
+  }
+  // Any input brings the output to its target.
+  bool has_crossings() const;
 };
 
 class Views {

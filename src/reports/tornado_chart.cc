@@ -4,48 +4,17 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
-#include <cmath>
-#include <memory>
-#include <string_view>
-#include <utility>
+#include <tuple>
 
 #include "host/error.h"
-#include "layout/format_codes.h"
 #include "layout/look.h"
-#include "model/decimal.h"
 #include "reports/chart_helpers.h"
 #include "reports/item_texts.h"
+#include "reports/number_texts.h"
 #include "reports/table_values.h"
-#include "text/numbers.h"
 
 namespace ordvane::reports {
 namespace {
-
-// Significant digits of numbers without a format: as cells show them, and as short as labels are.
-constexpr int kDigitsOfCell = 10;
-constexpr int kDigitsOfLabel = 6;
-
-// Whether a number format, in its English form, shows group separators.
-bool shows_groups(const std::string& format) {
-  constexpr std::string_view kDigits = "0#?";
-  const auto is_digit = [&](std::size_t at) {
-    return at < format.size() && kDigits.find(format[at]) != std::string_view::npos;
-  };
-  for (std::size_t at = format.find(','); at != std::string::npos; at = format.find(',', at + 1))
-    if (at > 0 && is_digit(at - 1) && is_digit(at + 1)) return true;
-  return false;
-}
-
-// To so many significant digits, and always two decimals.
-double rounded(double value, int digits) {
-  constexpr int kDecimals = 2;
-  if (value == 0) return 0;
-  const int whole_digits = model::decimal_exponent(value) + 1;
-  const double unit = model::power_of_ten(std::max(digits - whole_digits, kDecimals));
-  const double nearest = std::nearbyint(value * unit) / unit;
-  return std::isfinite(nearest) ? nearest : value;
-}
 
 bool same_bits(double a, double b) {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
@@ -90,6 +59,10 @@ bool TornadoChart::has_bars() const {
   return std::any_of(bars_.begin(), bars_.end(), [](const layout::Bar& bar) { return bar.ends.has_value(); });
 }
 
+bool TornadoChart::has_labels() const {
+  return one_input_each_ || context_.settings.labels != BarLabels::kInputs;
+}
+
 // The two sides of the base value can have a colour, and a text on them, each.
 layout::Bars TornadoChart::bars_to_draw() const {
   const std::string name = output_.NameOrQualifiedCellAddressName(context_.range_mode);
@@ -100,7 +73,7 @@ layout::Bars TornadoChart::bars_to_draw() const {
           .number_format = axis_format(),
           .base = origin(),
           .split = one_input_each_ ? origin() : std::nullopt,
-          .labels = one_input_each_};
+          .labels = has_labels()};
 }
 
 void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
@@ -118,7 +91,7 @@ void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
   host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
   host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
   if (told_apart_) host::ignoring_errors([&] { color_low_ends(chart); });
-  if (one_input_each_) host::ignoring_errors([&] { label_ends(chart); });
+  if (has_labels()) host::ignoring_errors([&] { label_ends(chart); });
   host::ignoring_errors([&] { add_base_line(chart); });
 }
 
@@ -168,43 +141,60 @@ void TornadoChart::color_low_ends(layout::BarChart& chart) {
   }
 }
 
-// As the spreadsheet shows a number in this format; "" for General and for a format that it cannot read.
-std::string TornadoChart::formatted(double value, const std::string& format) const {
-  if (format.empty() || format == "General") return {};
-  std::string quoted;
-  for (const char c : layout::without_padding(format)) quoted.append(c == '"' ? 2 : 1, c);
-  host::CellValue text;
-  host::ignoring_errors([&] {
-    text = session_.application().evaluate("TEXT(" + text::shortest_number(value) + ",\"" + quoted + "\")");
-  });
-  if (text.kind != host::CellKind::kText) return {};
-  text.text.erase(text.text.find_last_not_of(' ') + 1);
-  return text.text.substr(std::min(text.text.find_first_not_of(' '), text.text.size()));
-}
-
 // The output's value as its cell shows it. The date format of one whose cell has none is no local one: it
 // stays unused.
-std::string TornadoChart::base_value_text(double value) const {
-  host::NumberService& numbers = session_.environment->numbers();
-  const std::string format = ValueFormat(output_);
-  std::string text;
-  if (format != output_.NumberFormatLocal) text = numbers.date_text(value);
-  if (text.empty()) text = formatted(value, format);
-  return text.empty() ? numbers.number_text(rounded(value, kDigitsOfCell), shows_groups(format)) : text;
+std::string TornadoChart::output_text(double value, const std::string& format, int digits) const {
+  if (ValueFormat(output_) != output_.NumberFormatLocal)
+    if (const std::string date = session_.environment->numbers().date_text(value); !date.empty()) return date;
+  return NumberText(session_, value, format, digits);
 }
 
-std::string TornadoChart::end_text(double value, const std::string& format) const {
-  std::string text = formatted(value, format);
-  if (!text.empty()) return text;
-  return session_.environment->numbers().number_text(rounded(value, kDigitsOfLabel), shows_groups(format));
+std::string TornadoChart::base_value_text(double value) const {
+  return output_text(value, ValueFormat(output_), kDigitsOfCell);
+}
+
+std::pair<std::string, std::string> TornadoChart::input_texts(const InputEnds& input) const {
+  std::string format = input.number_format;
+  if (input.at_low && input.at_high)
+    format = FormatTellingApart(format, *input.at_low, *input.at_high,
+                                input.base ? std::vector{*input.base} : std::vector<double>{});
+  const auto text = [&](const std::optional<double>& value) {
+    return value ? NumberText(session_, *value, format, kDigitsOfLabel) : "";
+  };
+  return {text(input.at_low), text(input.at_high)};
+}
+
+std::pair<std::string, std::string> TornadoChart::output_texts(const layout::Bar& bar) const {
+  if (!bar.ends) return {};
+  const auto [left, right] = *bar.ends;
+  const bool percent = context_.in_percent();
+  const std::string format = FormatTellingApart(percent ? PercentFormat() : ValueFormat(output_), left, right,
+                                                origin() ? std::vector{*origin()} : std::vector<double>{});
+  const auto text = [&](double value) {
+    return percent ? NumberText(session_, value, format, kDigitsOfLabel)
+                   : output_text(value, format, kDigitsOfLabel);
+  };
+  return {text(left), text(right)};
+}
+
+// What an input was set to comes first, what the output came to next.
+layout::BarLabels TornadoChart::end_texts(const layout::Bar& bar, const InputEnds& input) const {
+  constexpr const char* kLeadsTo = " \xE2\x86\x92 ";
+  const BarLabels wanted = one_input_each_ ? context_.settings.labels : BarLabels::kOutputs;
+  layout::BarLabels labels;
+  if (wanted != BarLabels::kOutputs) std::tie(labels.left, labels.right) = input_texts(input);
+  if (wanted != BarLabels::kInputs) {
+    const auto [left, right] = output_texts(bar);
+    labels.left += (labels.left.empty() || left.empty() ? "" : kLeadsTo) + left;
+    labels.right += (labels.right.empty() || right.empty() ? "" : kLeadsTo) + right;
+  }
+  return labels;
 }
 
 void TornadoChart::label_ends(layout::BarChart& chart) {
   std::vector<layout::BarLabels> labels;
-  for (const InputEnds& input : inputs_) {
-    labels.emplace_back();
-    if (input.at_low) labels.back().left = end_text(*input.at_low, input.number_format);
-    if (input.at_high) labels.back().right = end_text(*input.at_high, input.number_format);
+  for (std::size_t at = 0; const InputEnds& input : inputs_) {
+    labels.push_back(end_texts(bars_[at++], input));
     labels.back().left_on_bar = layout::look::text_on(end_color(input.at_low, input));
     labels.back().right_on_bar = layout::look::text_on(end_color(input.at_high, input));
   }

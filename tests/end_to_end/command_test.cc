@@ -174,11 +174,13 @@ TEST_F(Command, TellsEveryProblemAtOnce) {
     EXPECT_EQ(result.code, 2);
     return result.err;
   };
-  EXPECT_EQ(messages({"report", "m.run.json", "--bar-color", "blue", "--output", "Loss", "--output", "C14",
-                      "--max-inputs", "0", "--log", "none", "--multi-way", "-o", "there.xlsx", "--output",
-                      "Gain", "--tornados"}),
+  EXPECT_EQ(messages({"report",       "m.run.json", "--bar-color", "blue",     "--labels",
+                      "all",          "--output",   "Loss",        "--output", "C14",
+                      "--max-inputs", "0",          "--log",       "none",     "--multi-way",
+                      "-o",           "there.xlsx", "--output",    "Gain",     "--tornados"}),
             "ordvane: --max-inputs: \"0\" is no whole number from 1 to 32\n"
             "ordvane: --bar-color: \"blue\" is no colour; give six hexadecimal digits, as in 1F4E79\n"
+            "ordvane: --labels: \"all\"; inputs, outputs or both is expected\n"
             "ordvane: --tornados: there is no such option; is --tornado meant?\n"
             "ordvane: -o: \"there.xlsx\" is there already; --overwrite replaces it, --into adds to it\n"
             "ordvane: --log: there is no folder \"none\"\n"
