@@ -6,13 +6,16 @@ foreach(pair kPageScript=page.js kPageStyle=page.css kGraphStyle=graph.css)
   list(GET pair 0 name)
   list(GET pair 1 file)
   file(READ ${FOLDER}/${file} text)
+  # Every page holds them: without what sets lines off, and without the comment in front.
+  string(REGEX REPLACE "^(//[^\n]*\n)+" "" text "${text}")
+  string(REGEX REPLACE "\n +" "\n" text "${text}")
+  string(SHA256 digits_of_${file} "${text}")
   string(APPEND body "const char* const ${name} = R\"ordvane(${text})ordvane\";\n\n")
 endforeach()
 
 # 64 digits are ten groups of six, which are four letters each, and four digits, which are three letters and a filler.
 set(letters ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/)
-file(SHA256 ${FOLDER}/page.js digits)
-string(APPEND digits 00)
+set(digits ${digits_of_page.js}00)
 set(hash "")
 foreach(at RANGE 0 60 6)
   string(SUBSTRING ${digits} ${at} 6 group)

@@ -140,18 +140,24 @@
   };
 
   // Where the straight lines between neighbouring steps reach a target; of steps that all are at it, the first
-  // and the last.
+  // and the last. A result is at it that differs by no more than calculating leaves behind.
   const crossings = (curve, target) => {
+    const largest = curve.reduce((size, point) => Math.max(size, Math.abs(point.y)), Math.abs(target));
+    const sides = curve.map((point) => (Math.abs(point.y - target) <= 1e-12 * largest ? 0 : Math.sign(point.y - target)));
+    const joined = (i) => i > 0 && i < curve.length && !curve[i].gap;
     const found = [];
     curve.forEach((point, i) => {
-      const before = curve[i - 1];
-      const after = curve[i + 1];
-      if (before && !point.gap && (before.y - target) * (point.y - target) < 0)
-        found.push(before.x + ((target - before.y) / (point.y - before.y)) * (point.x - before.x));
-      const inside = before && after && !point.gap && !after.gap && before.y === target && after.y === target;
-      if (point.y === target && !inside) found.push(point.x);
+      const before = joined(i) ? sides[i - 1] : undefined;
+      if (sides[i] === 0) {
+        const inside = before === 0 && joined(i + 1) && sides[i + 1] === 0;
+        if (!inside && found.at(-1) !== point.x) found.push(point.x);
+      } else if (before === -sides[i]) {
+        const from = curve[i - 1];
+        const part = (target / 2 - from.y / 2) / (point.y / 2 - from.y / 2);
+        found.push(from.x + part * (point.x - from.x));
+      }
     });
-    return [...new Set(found)];
+    return found;
   };
 
   // ---- State ----
@@ -221,14 +227,13 @@
       this.addTools();
       this.heads.forEach((head, i) => this.makeSortable(head, this.keys[i]));
     }
-    // Rows of elements that are there.
+    // Rows of elements that are there: the groups.
     readRows() {
-      return [...this.body.rows].map((made) => {
-        const row = { made, name: made.querySelector("th").textContent };
-        if (made.dataset.input) row.input = Number(made.dataset.input);
-        this.keys.forEach((key, i) => {
-          if (key !== "name") row[key] = made.cells[i].dataset.value ? Number(made.cells[i].dataset.value) : NaN;
-        });
+      const values = unpacked(this.view.groups);
+      const figures = this.keys.slice(2);
+      return [...this.body.rows].map((made, place) => {
+        const row = { made, rank: place + 1, name: made.querySelector("th").textContent };
+        figures.forEach((key, i) => (row[key] = values[place * figures.length + i]));
         return row;
       });
     }
@@ -348,16 +353,39 @@
         if (key === "name") {
           const head = made.appendChild(element("th", row.name));
           head.scope = "row";
-          head.append(element("span", inputs.places[row.input], "place"));
+          head.append(element("small", inputs.places[row.input]));
         } else {
-          const cell = element("td", cellTexts[key](this.view, row), this.heads[i].className);
-          made.append(cell);
+          made.append(element("td", cellTexts[key](this.view, row), this.heads[i].matches(".t") ? "t" : ""));
         }
       }
       return made;
     }
   }
 
+  // The steps of the inputs that graphs have.
+  class StepTable extends Table {
+    readRows() {
+      const { view } = this;
+      return view.drawn.flatMap((input) =>
+        Array.from({ length: inputs.steps[input] }, (_, step) => {
+          const place = firstSteps[input] + step;
+          const [value, output] = [view.values[place], view.results[place]];
+          const change = (output - view.base) / Math.abs(view.base);
+          const row = { input, name: inputs.names[input], step: step + 1, value, output, change };
+          const texts = [row.step, inputText(input, value), numberText(view.rules, output)];
+          if (view.changes) texts.push(changeText(change));
+          row.made = element("tr");
+          row.made.dataset.input = input;
+          const head = row.made.appendChild(element("th", row.name));
+          head.scope = "row";
+          row.made.append(...texts.map((text) => element("td", text)));
+          return row;
+        }),
+      );
+    }
+  }
+
+  const kinds = { inputs: InputTable, steps: StepTable };
   const tablesOf = new Map();
   const tables = () => tablesOf.get(state.view) || [];
   const makeTables = () => {
@@ -366,7 +394,7 @@
     const frames = [...section().querySelectorAll(".table")];
     tablesOf.set(
       state.view,
-      frames.map((frame) => new (frame.dataset.table === "inputs" ? InputTable : Table)(frame, view)),
+      frames.map((frame) => new (kinds[frame.dataset.table] || Table)(frame, view)),
     );
   };
 
@@ -403,11 +431,9 @@
     const [top, bottom] = plot.dataset.y.split(" ").map(Number);
     const x = scale.at(state.target);
     marks.append(
-      svgElement("path", { class: "target", d: `M${x} ${top}L${x} ${bottom}` }),
-      svgElement("text", { class: "aim", x, y: top - 9, "text-anchor": "middle" }, numberText(view.rules, state.target)),
+      svgElement("path", { class: "target", d: `M${x} ${top - 18}L${x} ${bottom}` }),
+      svgElement("text", { class: "aim", x, y: top - 24, "text-anchor": "middle" }, numberText(view.rules, state.target)),
     );
-    // The texts of base value and target do not lie on each other.
-    if (Math.abs(x - scale.at(view.base)) < 90) marks.lastChild.setAttribute("y", bottom + 33);
   };
 
   const aimPanels = (view) => {
@@ -518,21 +544,25 @@
     slider.disabled = !(high > low);
   };
 
+  // Values and changes take each other's places in the texts of graphs.
+  const startsInChanges = document.body.classList.contains("changes");
+  const swapTexts = (place) => {
+    for (const each of place.querySelectorAll("[data-other]")) {
+      const parts = each.matches("text") ? [each] : [...each.children];
+      const others = each.dataset.other.split("|");
+      each.dataset.other = parts.map((part) => part.textContent).join("|");
+      parts.forEach((part, i) => (part.textContent = others[i]));
+    }
+  };
+
   const show = (number) => {
     state.view = number;
     const view = viewOf(number);
-    if (!section()) find("results").insertAdjacentHTML("beforeend", view.section);
+    if (!section()) {
+      find("results").insertAdjacentHTML("beforeend", view.section);
+      if (document.body.classList.contains("changes") !== startsInChanges) swapTexts(section());
+    }
     for (const each of document.querySelectorAll("section.view")) each.hidden = each !== section();
-    // Shown for a moment by the browser over all of the graph, it would cover what is told of its parts.
-    section()
-      .querySelectorAll("svg.graph>title")
-      .forEach((title) => {
-        const graph = title.parentNode;
-        graph.removeAttribute("aria-labelledby");
-        graph.setAttribute("aria-label", title.textContent);
-        graph.setAttribute("aria-describedby", graph.querySelector("desc").id);
-        title.remove();
-      });
     makeTables();
     setRange(view);
     aim(view.target);
@@ -550,6 +580,7 @@
   document.querySelectorAll("input[name=show]").forEach((choice) =>
     choice.addEventListener("change", () => {
       document.body.className = choice.value;
+      swapTexts(document);
       tables().forEach((table) => table.arrange());
     }),
   );

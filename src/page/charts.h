@@ -1,11 +1,10 @@
 // The graphs of one output, drawn from the run's rankings and steps. Axes are those of the report sheets.
 //
-// Pages switch graphs between values and changes: what differs is in groups "v" and "p", of which one is
-// seen. Scripts find scales in the attribute data-x or data-y (Scale::text()) and inputs in data-input, their
-// places in Run::inputs.
+// Scripts switch graphs of pages between values and changes: of the groups "v" and "p" one is seen, and what
+// stands in data-other takes the place of a text, or of the texts of a group, between "|". Scripts find
+// scales in data-x and data-y (Scale::text()), and inputs in data-input, their places in Run::inputs.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -14,16 +13,12 @@
 
 namespace ordvane::page {
 
-// Values as they are, changes in parts of the base value, or both, for pages.
-enum class Shown : std::uint8_t { kValues, kChanges, kBoth };
-
 struct GraphLook {
-  Shown shown = Shown::kBoth;
-  bool titled = false;  // the title stands in the graph
-  std::string id;       // begins the names of its elements, which no other graph of a page has
+  bool in_page = false;  // scripts find what they switch; else the title stands in the graph
+  std::string id;        // of the graph in a page
 };
 
-// An axis with its ticks. `level`: the texts stand below one another.
+// An axis with its ticks.
 struct Axis {
   Scale scale;
   struct Tick {

@@ -102,8 +102,12 @@ std::optional<Manner> manner_of_code(const std::string& code, double sign) {
 }
 
 ordered_json json_of(const Manner& manner) {
-  return {manner.before, manner.after,          manner.decimals,
-          manner.scale,  manner.groups ? 1 : 0, manner.exponent ? 1 : 0};
+  return {with_minus(manner.before, kWhole),
+          with_minus(manner.after, kWhole),
+          manner.decimals,
+          manner.scale,
+          manner.groups ? 1 : 0,
+          manner.exponent ? 1 : 0};
 }
 
 // A format of dates as texts of dates take it: d, m and y in runs.

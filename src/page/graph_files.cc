@@ -83,8 +83,7 @@ std::string converted(const std::string& svg, const char* format) {
 
 std::vector<Graph> graphs_of(const Views& views) {
   const embedded::ReportOptions& options = views.options();
-  const GraphLook look{
-      .shown = options.percent ? Shown::kChanges : Shown::kValues, .titled = true, .id = "graph"};
+  const GraphLook look{.in_page = false, .id = ""};
   using Draw = std::string (*)(const Views&, const View&, const GraphLook&);
   std::vector<Graph> graphs;
   std::vector<std::string> taken;

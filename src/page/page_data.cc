@@ -1,5 +1,6 @@
 #include "page/page_data.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -92,7 +93,7 @@ ordered_json view_of(const Views& views, const View& view, Rules& rules, const s
   for (std::int64_t step = 0; step < views.run().recalculations; ++step)
     results.push_back(views.output_value(view, step));
   ordered_json order = ordered_json::array(), ends = order, remarks = ordered_json::object(),
-               without_effect = order;
+               without_effect = order, on_graphs = order;
   for (const embedded::Effect& effect : view.ranking.effects) {
     const auto points = views.points(view, effect);
     order.push_back(effect.input_index);
@@ -106,16 +107,24 @@ ordered_json view_of(const Views& views, const View& view, Rules& rules, const s
     if (std::string text = remarks_of(views, view, effect); !text.empty())
       remarks[std::to_string(effect.input_index)] = std::move(text);
   }
+  std::vector<double> groups;
+  for (std::size_t g = 0; g < std::min(view.ranking.groups.size(), kMostGroups); ++g)
+    for (const double value : {view.ranking.groups[g].low, view.ranking.groups[g].high,
+                               view.ranking.groups[g].swing, view.ranking.groups[g].interaction})
+      groups.push_back(number_or_nan(value));
+  for (const embedded::Effect* effect : view.on_graphs) on_graphs.push_back(effect->input_index);
   return {{"name", view.name},
           {"base", number_or_null(view.base)},
           {"rules", rules.place(view.figures)},
           {"changes", view.has_changes()},
           {"simulation", view.simulation - 1},
           {"order", order},
+          {"drawn", on_graphs},
           {"ends", ends},
           {"swings", packed(swings)},
           {"shares", packed(shares)},
           {"elasticities", packed(elasticities)},
+          {"groups", packed(groups)},
           {"target", view.ranking.answers.target},
           {"results", packed(results)},
           {"idle", without_effect},

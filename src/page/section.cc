@@ -4,14 +4,11 @@
 
 #include "page/charts.h"
 #include "page/html.h"
-#include "text/numbers.h"
 
 namespace ordvane::page {
 namespace {
 
 using Attributes = Html::Attributes;
-
-constexpr std::size_t kMostGroups = 100;
 
 // A column of a table. Scripts know it by `key`; columns of figures are sorted by size.
 struct Column {
@@ -23,7 +20,12 @@ struct Column {
 class Section {
  public:
   Section(const Views& views, const View& view, std::size_t number, Rows rows)
-      : views_(views), view_(view), texts_(views.texts()), number_(std::to_string(number)), rows_(rows) {}
+      : views_(views),
+        view_(view),
+        texts_(views.texts()),
+        number_(std::to_string(number)),
+        rows_(rows),
+        is_first_(number == 0) {}
 
   std::string write() {
     html_.open("section", {{"class", "view"}, {"id", id("view")}, {"aria-labelledby", id("heading")}});
@@ -45,7 +47,7 @@ class Section {
 
  private:
   std::string id(const std::string& name) const { return name + "-" + number_; }
-  GraphLook look(const std::string& name) const { return {.shown = Shown::kBoth, .id = id(name)}; }
+  GraphLook look(const std::string& name) const { return {.in_page = true, .id = id(name)}; }
 
   void graph(const char* kind, const std::string& title, const std::string& svg) {
     if (svg.empty()) return;
@@ -79,16 +81,7 @@ class Section {
     return view_.name + " – " + texts_.text(text, std::to_string(count));
   }
 
-  // `value`: what scripts sort by.
-  void value_cell(const std::string& text, double value) {
-    html_.leaf("td", text,
-               {{"class", "n"}, {"data-value", std::isnan(value) ? "" : text::shortest_number(value)}});
-  }
-  void figure_cell(const std::string& text) { html_.leaf("td", text, {{"class", "n"}}); }
-
-  void output_cell(double value, std::string (Figures::*text)(double) const) {
-    value_cell((view_.figures.*text)(value), value);
-  }
+  void figure_cell(const std::string& text) { html_.leaf("td", text); }
 
   void inputs_table() {
     const auto text = [&](auto text_id) { return texts_.text(text_id); };
@@ -117,7 +110,7 @@ class Section {
     html_.open("tr", {{"data-input", std::to_string(effect.input_index)}});
     figure_cell(std::to_string(effect.rank));
     html_.open("th", {{"scope", "row"}}).text(input.name);
-    html_.leaf("span", input.place, {{"class", "place"}}).end();
+    html_.leaf("small", input.place).end();
     figure_cell(input.figures.text(number_or_nan(effect.input_at_low)));
     figure_cell(view_.figures.text(number_or_nan(effect.low)));
     figure_cell(input.figures.text(number_or_nan(effect.input_at_high)));
@@ -175,26 +168,27 @@ class Section {
     std::string names;
     for (const auto& member : group.members) names += (names.empty() ? "" : " × ") + member.input;
     html_.open("tr");
-    value_cell(std::to_string(group.rank), group.rank);
+    figure_cell(std::to_string(group.rank));
     html_.leaf("th", names, {{"scope", "row"}});
-    output_cell(number_or_nan(group.low), &Figures::text);
-    output_cell(number_or_nan(group.high), &Figures::text);
-    output_cell(number_or_nan(group.swing), &Figures::difference);
-    output_cell(number_or_nan(group.interaction), &Figures::difference);
+    figure_cell(view_.figures.text(number_or_nan(group.low)));
+    figure_cell(view_.figures.text(number_or_nan(group.high)));
+    figure_cell(view_.figures.difference(number_or_nan(group.swing)));
+    figure_cell(view_.figures.difference(number_or_nan(group.interaction)));
     html_.end();
   }
 
-  // The steps of the inputs that graphs have.
+  // The steps of the inputs that graphs have; behind the first output a script fills the table.
   void steps_table() {
     const std::string caption = texts_.text(text_id::kSensitivityCaption, view_.name);
     html_.open("details", {{"class", "steps"}}).leaf("summary", texts_.text(text_id::kPageEveryStep));
     std::vector<Column> columns = {{"name", texts_.text(text_id::kHeadingInput), false},
                                    {"step", texts_.text(text_id::kHeadingStep)},
-                                   {"input", texts_.text(text_id::kHeadingValue)},
+                                   {"value", texts_.text(text_id::kHeadingValue)},
                                    {"output", texts_.text(text_id::kHeadingOutput)}};
     if (view_.has_changes()) columns.push_back({"change", texts_.text(text_id::kHeadingChangePercent)});
     open_table("steps", caption, columns);
-    for (const embedded::Effect* effect : view_.on_graphs) step_rows(*effect);
+    if (is_first_)
+      for (const embedded::Effect* effect : view_.on_graphs) step_rows(*effect);
     close_table();
     html_.end();
   }
@@ -205,16 +199,10 @@ class Section {
     for (const Point& point : views_.points(view_, effect)) {
       html_.open("tr", {{"data-input", std::to_string(effect.input_index)}});
       html_.leaf("th", input.name, {{"scope", "row"}});
-      ++number;
-      value_cell(std::to_string(number), number);
-      value_cell(input.figures.text(point.input), point.input);
-      output_cell(point.output, &Figures::text);
-      if (!view_.has_changes()) {
-        html_.end();
-        continue;
-      }
-      const double change = view_.change(point.output);
-      value_cell(change_text(change, views_.language()), change);
+      figure_cell(std::to_string(++number));
+      figure_cell(input.figures.text(point.input));
+      figure_cell(view_.figures.text(point.output));
+      if (view_.has_changes()) figure_cell(change_text(view_.change(point.output), views_.language()));
       html_.end();
     }
   }
@@ -224,6 +212,7 @@ class Section {
   const session::Session& texts_;
   std::string number_;
   Rows rows_;
+  bool is_first_;
   Html html_;
 };
 

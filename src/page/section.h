@@ -10,6 +10,8 @@
 
 namespace ordvane::page {
 
+inline constexpr std::size_t kMostGroups = 100;  // that the table of groups has
+
 // How many inputs the table of inputs has in the page itself: all, or none, for a script to fill.
 enum class Rows : std::uint8_t { kAll, kNone };
 

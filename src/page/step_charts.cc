@@ -81,7 +81,7 @@ class Spider {
     const session::Session& texts = views_.texts();
     const std::string title = texts.text(text_id::kSpiderChartTitle, view_.name);
     Svg svg({kWidth, bottom_ + 42, look_.id, title, texts.text(text_id::kSpiderDrawn)});
-    if (look_.titled) svg.text("title", {kEdge, 20}, title);
+    if (!look_.in_page) svg.text("title", {kEdge, 20}, title);
     draw_axes(svg);
     // The strongest lie on top.
     for (auto line = lines_.rbegin(); line != lines_.rend(); ++line) draw_line(svg, *line);
@@ -122,7 +122,7 @@ class Spider {
       names = std::max(names, text_width(views_.input_of(*line.effect).name, kNameSize));
     }
     names_ = std::min(names, 240.0);
-    top_ = look_.titled ? 44 : 14;
+    top_ = look_.in_page ? 14 : 44;
     bottom_ = top_ + std::max(kHeight, kNameLine * static_cast<double>(lines_.size()));
     y_ = axis_around(views_, y.low, y.high, "0%", bottom_, top_);
     double ticks = 0;
@@ -153,12 +153,11 @@ class Spider {
   }
 
   void draw_line(Svg& svg, const Line& line) const {
-    constexpr double kDot = 2.5;
     svg.open("row").data("data-input", std::to_string(line.effect->input_index));
     draw_curves(svg, line.kind, line.pieces, x_, y_);
     if (line.pieces.x.low == line.pieces.x.high) {
       const Spot only = line.pieces.curves.front().front();
-      svg.dot("point", {x_.scale.at(only.x), y_.scale.at(only.y)}, kDot);
+      svg.dots("points", {{x_.scale.at(only.x), y_.scale.at(only.y)}});
     }
     const double left = x_.scale.to + 18;
     svg.line(line.kind, {left, line.name_at}, {left + kSwatch, line.name_at});
@@ -187,9 +186,7 @@ class Panel {
   std::string title() const { return views_.texts().text(text_id::kSensitivityChartTitle, input_.name); }
 
   bool draw(Svg& svg, Spot corner) {
-    const bool changes = look_.shown == Shown::kChanges && view_.has_changes();
-    const auto points = views_.points(view_, effect_);
-    const Pieces values = pieces_of(points, [](const Point& point) {
+    const Pieces values = pieces_of(views_.points(view_, effect_), [](const Point& point) {
       return Spot{point.input, point.output};
     });
     if (values.curves.empty()) return false;
@@ -199,10 +196,12 @@ class Panel {
     lay_out(values);
     svg.open("plot").data("data-input", std::to_string(effect_.input_index));
     svg.data("data-x", x_.scale.text()).data("data-y", y_.scale.text());
-    draw_ticks(svg, changes);
+    draw_ticks(svg);
     draw_curves(svg, "curve s1", values, x_, y_);
+    std::vector<Spot> points;
     for (const Curve& curve : values.curves)
-      for (const Spot& spot : curve) svg.dot("point", {x_.scale.at(spot.x), y_.scale.at(spot.y)}, 3);
+      for (const Spot& spot : curve) points.push_back({x_.scale.at(spot.x), y_.scale.at(spot.y)});
+    svg.dots("points", points);
     draw_target(svg);
     svg.close();
     return true;
@@ -216,33 +215,53 @@ class Panel {
     y_ = axis_around(views_, values.y.low, values.y.high, view_.figures.code(), bottom, top);
     double ticks = 0;
     for (const Axis::Tick& tick : y_.ticks) ticks = std::max(ticks, text_width(tick.text, kSmallSize));
-    x_ = axis_around(views_, values.x.low, values.x.high, input_.figures.code(), corner_.x + ticks + 8,
-                     corner_.x + kPanelWidth - 22);
+    x_ = axis_around(views_, values.x.low, values.x.high, input_.figures.code(),
+                     std::ceil(corner_.x + ticks + 8), corner_.x + kPanelWidth - 22);
   }
 
-  void draw_ticks(Svg& svg, bool changes) const {
+  void draw_ticks(Svg& svg) const {
     const double bottom = y_.scale.from, top = y_.scale.to, left = x_.scale.from, right = x_.scale.to;
-    const double most = (bottom - top) / 26;  // as many as are no crowd
-    const auto every = static_cast<std::size_t>(std::ceil(static_cast<double>(y_.ticks.size()) / most));
-    for (std::size_t i = 0; i < y_.ticks.size(); i += std::max<std::size_t>(every, 1)) {
-      const double y = y_.scale.at(y_.ticks[i].value);
-      svg.line("grid", {left, y}, {right, y});
-      if (look_.shown != Shown::kChanges || !changes)
-        svg.text("tick v", {left - 5, y + 4}, y_.ticks[i].text, Anchor::kEnd);
-      if (view_.has_changes() && (changes || look_.shown == Shown::kBoth))
-        svg.text("tick p", {left - 5, y + 4}, change_text(view_.change(y_.ticks[i].value), views_.language()),
-                 Anchor::kEnd);
-    }
+    const std::vector<Axis::Tick> levels = levels_shown();
+    std::vector<std::pair<Spot, Spot>> grid, base;
+    for (const Axis::Tick& tick : levels)
+      grid.push_back({{left, y_.scale.at(tick.value)}, {right, y_.scale.at(tick.value)}});
+    svg.lines("grid", grid);
+    draw_levels(svg, levels);
+    svg.open("tick").data("text-anchor", "middle");
     for (const Axis::Tick& tick : x_.ticks)
-      svg.text("tick", {x_.scale.at(tick.value), bottom + 18}, tick.text, Anchor::kMiddle);
-    if (!std::isnan(view_.base)) {
-      const double y = y_.scale.at(view_.base);
-      svg.line("atbase", {left, y}, {right, y});
+      svg.text("", {std::round(x_.scale.at(tick.value)), bottom + 18}, tick.text);
+    svg.close();
+    if (!std::isnan(view_.base))
+      base.push_back({{left, y_.scale.at(view_.base)}, {right, y_.scale.at(view_.base)}});
+    if (!std::isnan(input_.base))
+      base.push_back({{x_.scale.at(input_.base), top}, {x_.scale.at(input_.base), bottom}});
+    svg.lines("atbase", base);
+  }
+
+  // As many ticks of the upright axis as are no crowd.
+  std::vector<Axis::Tick> levels_shown() const {
+    constexpr double kBetween = 34;
+    const double most = std::max(std::floor((y_.scale.from - y_.scale.to) / kBetween), 1.0);
+    const auto every = static_cast<std::size_t>(std::ceil(static_cast<double>(y_.ticks.size()) / most));
+    std::vector<Axis::Tick> shown;
+    for (std::size_t i = 0; i < y_.ticks.size(); i += every) shown.push_back(y_.ticks[i]);
+    return shown;
+  }
+
+  void draw_levels(Svg& svg, const std::vector<Axis::Tick>& levels) const {
+    const bool in_changes = views_.options().percent && view_.has_changes();
+    std::vector<std::string> texts;
+    std::string other;
+    for (const Axis::Tick& tick : levels) {
+      const std::string change = change_text(view_.change(tick.value), views_.language());
+      texts.push_back(in_changes ? change : tick.text);
+      other += (other.empty() ? "" : "|") + (in_changes ? tick.text : change);
     }
-    if (!std::isnan(input_.base)) {
-      const double x = x_.scale.at(input_.base);
-      svg.line("atbase", {x, top}, {x, bottom});
-    }
+    svg.open("tick").data("text-anchor", "end");
+    if (look_.in_page && view_.has_changes()) svg.data("data-other", other);
+    for (std::size_t i = 0; i < levels.size(); ++i)
+      svg.text("", {x_.scale.from - 5, std::round(y_.scale.at(levels[i].value)) + 4}, texts[i]);
+    svg.close();
   }
 
   // The target of the output, and where the input brings it there.
@@ -280,7 +299,7 @@ std::string spider(const Views& views, const View& view, const GraphLook& look) 
 std::string sensitivity_panel(const Views& views, const View& view, const embedded::Effect& effect,
                               const GraphLook& look) {
   Panel panel(views, view, effect, look);
-  Svg svg({kPanelWidth, kPanelHeight, look.id, panel.title(), view.name});
+  Svg svg({kPanelWidth, kPanelHeight, look.id, panel.title(), ""});
   return panel.draw(svg, {0, 0}) ? svg.finish() : "";
 }
 

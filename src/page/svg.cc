@@ -24,6 +24,12 @@ std::string spot_text(Spot spot) {
   return length_text(spot.x) + " " + length_text(spot.y);
 }
 
+std::string way_between(Spot from, Spot to) {
+  const std::string begin = "M" + spot_text(from);
+  if (from.y == to.y) return begin + "H" + length_text(to.x);
+  return begin + (from.x == to.x ? "V" + length_text(to.y) : "L" + spot_text(to));
+}
+
 }  // namespace
 
 std::string Scale::text() const {
@@ -41,12 +47,16 @@ std::string fitted_text(const std::string& text, double width, double size) {
 
 Svg::Svg(const SvgHead& head) {
   const std::string width = length_text(head.width), height = length_text(head.height);
-  const std::string title = head.id + "-title", text = head.id + "-text";
-  xml_.start("svg").attr("xmlns", kNamespace).attr("class", "graph");
-  xml_.attr("viewBox", "0 0 " + width + " " + height).attr("width", width).attr("height", height);
-  xml_.attr("role", "img").attr("aria-labelledby", title + " " + text);
-  xml_.start("title").attr("id", title).text(head.title).end();
-  xml_.start("desc").attr("id", text).text(head.text).end();
+  xml_.start("svg").attr("class", "graph").attr("viewBox", "0 0 " + width + " " + height).attr("role", "img");
+  const std::string text = head.id + "-text";
+  if (head.id.empty()) {
+    xml_.leaf("title", head.title).leaf("desc", head.text);
+    return;
+  }
+  // Browsers show a title over all of the graph, and would hide what is told of its parts.
+  xml_.attr("aria-label", head.title);
+  if (!head.text.empty())
+    xml_.attr("aria-describedby", text).start("desc").attr("id", text).text(head.text).end();
 }
 
 Svg& Svg::open(std::string_view kind) {
@@ -64,11 +74,12 @@ void Svg::at(const char* name, double length) {
 }
 
 void Svg::start(const char* tag, std::string_view kind) {
-  xml_.start(tag).attr("class", kind);
+  xml_.start(tag);
+  if (!kind.empty()) xml_.attr("class", kind);
 }
 
 Svg& Svg::line(std::string_view kind, Spot from, Spot to) {
-  path(kind, {from, to});
+  lines(kind, {{from, to}});
   return *this;
 }
 
@@ -96,11 +107,30 @@ void Svg::path(std::string_view kind, const std::vector<Spot>& spots) {
   xml_.attr("d", way).end();
 }
 
-void Svg::text(std::string_view kind, Spot spot, std::string_view text, Anchor anchor) {
+void Svg::lines(std::string_view kind, const std::vector<std::pair<Spot, Spot>>& all) {
+  if (all.empty()) return;
+  std::string way;
+  for (const auto& [from, to] : all) way += way_between(from, to);
+  start("path", kind);
+  xml_.attr("d", way).end();
+}
+
+// Lines without a length, whose round ends are seen.
+void Svg::dots(std::string_view kind, const std::vector<Spot>& centers) {
+  std::string way;
+  for (const Spot& center : centers)
+    way += "M" + spot_text({std::round(center.x), std::round(center.y)}) + "h0";
+  start("path", kind);
+  xml_.attr("d", way).end();
+}
+
+void Svg::text(std::string_view kind, Spot spot, std::string_view text, Anchor anchor,
+               std::string_view other) {
   start("text", kind);
   at("x", spot.x);
   at("y", spot.y);
   if (anchor != Anchor::kStart) xml_.attr("text-anchor", anchor == Anchor::kEnd ? "end" : "middle");
+  if (!other.empty()) xml_.attr("data-other", other);
   xml_.text(text).end();
 }
 
@@ -151,8 +181,13 @@ std::string svg_file(const std::string& svg, const Palette& palette) {
     for (std::size_t at = 0; (at = style.find(property, at)) != std::string::npos;)
       style.replace(at, property.size(), "#" + xlsx::hex_color(color.light));
   }
-  const std::size_t inside = svg.find('>') + 1;
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + svg.substr(0, inside) + "<style>" + style +
+  constexpr std::string_view kBegin = "<svg ", kBox = "viewBox=\"0 0 ";
+  const std::size_t inside = svg.find('>') + 1, box = svg.find(kBox) + kBox.size();
+  const std::size_t between = svg.find(' ', box), end = svg.find('"', box);
+  const std::string size = "width=\"" + svg.substr(box, between - box) + "\" height=\"" +
+                           svg.substr(between + 1, end - between - 1) + "\" ";
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"" + std::string(kNamespace) + "\" " +
+         size + svg.substr(kBegin.size(), inside - kBegin.size()) + "<style>" + style +
          "</style><rect class=\"paper\" width=\"100%\" height=\"100%\"/>" + svg.substr(inside) + "\n";
 }
 

@@ -35,7 +35,7 @@ std::string fitted_text(const std::string& text, double width, double size);
 
 struct SvgHead {
   double width, height;
-  std::string id;           // of the graph, unlike any other of its page
+  std::string id;           // of the graph in a page, unlike any other there; empty in a file of its own
   std::string title, text;  // for who cannot see it
 };
 
@@ -49,12 +49,17 @@ class Svg {
   void close() { xml_.end(); }
 
   Svg& line(std::string_view kind, Spot from, Spot to);
+  // Lines of one kind, each from one spot to the next of a pair.
+  void lines(std::string_view kind, const std::vector<std::pair<Spot, Spot>>& all);
   void box(std::string_view kind, double left, double top, double right, double bottom);
   void dot(std::string_view kind, Spot center, double radius);
   void path(std::string_view kind, const std::vector<Spot>& spots);
+  void dots(std::string_view kind, const std::vector<Spot>& centers);
   enum class Anchor : std::uint8_t { kStart, kMiddle, kEnd };
-  // The text stands on `spot`.
-  void text(std::string_view kind, Spot spot, std::string_view text, Anchor anchor = Anchor::kStart);
+  // The text stands on `spot`. `other`: what scripts put in its place, see charts.h. Without a kind it looks
+  // as its group says.
+  void text(std::string_view kind, Spot spot, std::string_view text, Anchor anchor = Anchor::kStart,
+            std::string_view other = {});
 
   // Ends the graph.
   std::string finish();

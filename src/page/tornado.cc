@@ -15,23 +15,18 @@ using Anchor = Svg::Anchor;
 
 constexpr double kWidth = 900;
 constexpr double kRow = 31, kBar = 19;
-constexpr double kAboveBars = 24;  // the text of the base line
+constexpr double kAboveBars = 38;  // the texts of target and base line
 constexpr double kBelowBars = 42;  // ticks and the axis title
 constexpr double kKey = 24;        // the key of colours
 constexpr double kTitle = 30;
 constexpr double kBesideBar = 6;
 constexpr double kWidestName = 290;
 constexpr double kEdge = 2;
-constexpr double kBesideBase = 90;  // a text needs so much to stand beside that of the base value
 
 class Tornado {
  public:
   Tornado(const Views& views, const View& view, const GraphLook& look)
-      : views_(views),
-        view_(view),
-        look_(look),
-        with_changes_(look.shown != Shown::kValues && view.has_changes()),
-        with_values_(look.shown != Shown::kChanges || !view.has_changes()) {}
+      : views_(views), view_(view), look_(look), in_changes_(views.options().percent && view.has_changes()) {}
 
   std::string draw() {
     lay_out();
@@ -40,12 +35,13 @@ class Tornado {
     const double bottom = top_ + kRow * static_cast<double>(view_.on_graphs.size());
     Svg svg({kWidth, bottom + kBelowBars, look_.id, texts.text(text_id::kTornadoChartTitle, view_.name),
              subtitle()});
-    if (look_.titled) svg.text("title", {kEdge, 20}, texts.text(text_id::kTornadoChartTitle, view_.name));
+    if (!look_.in_page) svg.text("title", {kEdge, 20}, texts.text(text_id::kTornadoChartTitle, view_.name));
     draw_key(svg);
     svg.open("plot").data("data-x", axis_.scale.text());
     svg.data("data-y", std::to_string(std::lround(top_)) + " " + std::to_string(std::lround(bottom)));
-    if (with_values_) draw_ticks(svg, "v", axis_, view_.name, bottom);
-    if (with_changes_)
+    const bool both = look_.in_page && view_.has_changes();
+    if (!in_changes_ || both) draw_ticks(svg, "v", axis_, view_.name, bottom);
+    if (in_changes_ || both)
       draw_ticks(svg, "p", change_axis(), texts.text(text_id::kTornadoChangeAxis, view_.name), bottom);
     double top = top_;
     for (const embedded::Effect* effect : view_.on_graphs) {
@@ -81,7 +77,7 @@ class Tornado {
     names_ = std::min(names_, kWidestName);
     const double from = names_ + 2 * kBesideBar + widest_end + kBesideBar;
     axis_ = axis_around(views_, low, high, view_.figures.code(), from, kWidth - widest_end - 2 * kBesideBar);
-    top_ = kAboveBars + kKey + (look_.titled ? kTitle : 0);
+    top_ = kAboveBars + kKey + (look_.in_page ? 0 : kTitle);
   }
 
   std::string change(double value) const {
@@ -121,12 +117,18 @@ class Tornado {
   }
 
   void draw_ticks(Svg& svg, const char* kind, const Axis& axis, const std::string& title, double bottom) {
-    svg.open(kind);
+    // A view without changes has one kind of ticks, which is always seen.
+    svg.open(look_.in_page && view_.has_changes() ? kind : "");
+    std::vector<std::pair<Spot, Spot>> lines;
     for (const Axis::Tick& tick : axis.ticks) {
       const double x = axis.scale.at(tick.value);
-      svg.line("grid", {x, top_}, {x, bottom});
-      svg.text("tick", {x, bottom + 15}, tick.text, Anchor::kMiddle);
+      lines.push_back({{x, top_}, {x, bottom}});
     }
+    svg.lines("grid", lines);
+    svg.open("tick").data("text-anchor", "middle");
+    for (const Axis::Tick& tick : axis.ticks)
+      svg.text("", {axis.scale.at(tick.value), bottom + 15}, tick.text);
+    svg.close();
     svg.text("small", {(axis.scale.from + axis.scale.to) / 2, bottom + 33},
              fitted_text(title, axis.scale.to - axis.scale.from, kSmallSize), Anchor::kMiddle);
     svg.close();
@@ -155,10 +157,8 @@ class Tornado {
     svg.open("row").data("data-input", std::to_string(effect.input_index));
     const std::string range = range_text(effect);
     const double right = names_ + kBesideBar;
-    svg.text("name", {right, top + (range.empty() ? 20 : 14)}, fitted_text(input.name, names_, kNameSize),
-             Anchor::kEnd);
-    if (!range.empty())
-      svg.text("small", {right, top + 27}, fitted_text(range, names_, kSmallSize), Anchor::kEnd);
+    svg.text("who", {right, top + (range.empty() ? 20 : 14)}, fitted_text(input.name, names_, kNameSize));
+    if (!range.empty()) svg.text("range", {right, top + 27}, fitted_text(range, names_, kSmallSize));
     const double low = number_or_nan(effect.low), high = number_or_nan(effect.high);
     if (std::isnan(low) || std::isnan(high))
       svg.text("end", {axis_.scale.from, top + 20}, kNoNumber);
@@ -184,8 +184,9 @@ class Tornado {
   }
 
   void draw_end(Svg& svg, double value, Spot spot, Anchor anchor) const {
-    if (with_values_) svg.text("end v", spot, view_.figures.text(value), anchor);
-    if (with_changes_) svg.text("end p", spot, change(value), anchor);
+    const std::string text = view_.figures.text(value), part = change(value);
+    const std::string& other = in_changes_ ? text : part;
+    svg.text("end", spot, in_changes_ ? part : text, anchor, look_.in_page && !part.empty() ? other : "");
   }
 
   void draw_base(Svg& svg, double bottom) const {
@@ -201,17 +202,15 @@ class Tornado {
     const Scale& scale = axis_.scale;
     if (!view_.has_crossings() || !(target >= scale.first && target <= scale.last)) return;
     const double x = scale.at(target);
-    // The texts of base value and target do not lie on each other.
-    const bool is_near = std::fabs(x - scale.at(view_.base)) < kBesideBase;
-    svg.open("aims").line("target", {x, top_}, {x, bottom});
-    svg.text("aim", {x, is_near ? bottom + 33 : top_ - 9}, view_.figures.text(target), Anchor::kMiddle);
+    svg.open("aims").line("target", {x, top_ - 18}, {x, bottom});
+    svg.text("aim", {x, top_ - 24}, view_.figures.text(target), Anchor::kMiddle);
     svg.close();
   }
 
   const Views& views_;
   const View& view_;
   const GraphLook& look_;
-  bool with_changes_, with_values_;
+  bool in_changes_;
   bool has_ends_ = false;
   double names_ = 0;  // width of the names
   double top_ = 0;    // of the first row

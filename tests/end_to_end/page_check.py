@@ -161,7 +161,9 @@ def figures_without_and_with_scripts(browser, folder):
                 s.dispatchEvent(new Event('change')); }})()""")
         drawn = browser.run(TABLES)
         for output, (before, after) in enumerate(zip(written, drawn)):
-            yield from same(f"{language}: tables of output {output}", after, before)
+            for table, rows in enumerate(before):
+                if rows or output == 0:  # behind the first output, the script fills the table of steps
+                    yield from same(f"{language}: table {table} of output {output}", after[table], rows)
         yield from (f"{language}: {complaint}" for complaint in browser.complaints())
 
 
