@@ -141,7 +141,6 @@ void Recalculation::compile_new() {
 void Recalculation::change(std::span<const std::span<const CellChange>> lanes) {
   for (const Slot* slot : changing_slots_) slot->lanes->fill(model_.base(slot->cell));
   moving_ = 0;
-  all_move_ = false;
   for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
     for (const CellChange& change : lanes[lane]) {
       const Slot* slot = slots_by_cell_[index_of(change.cell)];
@@ -155,44 +154,27 @@ void Recalculation::change(std::span<const std::span<const CellChange>> lanes) {
 void Recalculation::calculate(Slot& slot) {
   slot.is_open = true;
   const int lane = lane_;
-  const CellId finder = finder_;
-  finder_ = model_.finds_cells(slot.cell) ? slot.cell : kNoCell;
   ++depth_;
   program_.run(slot.begin, slot.end, arena_);
   --depth_;
   slot.is_open = false;
   lane_ = lane;
-  finder_ = finder;
   if (!is_changing_[index_of(slot.cell)]) return;
   for (std::size_t i = 0; i < changes_.size(); ++i)
     for (const CellChange& change : changes_[i])
       if (change.cell == slot.cell) slot.lanes->set(static_cast<int>(i), change.value);
 }
 
-// Values that neither the batch nor the one that they are of moves are those of the base.
+// Values that neither the batch nor the one that they are of moves are those of the base: a formula that
+// finds cells then finds those that it found in the model, which are among its precedents.
 void Recalculation::bring_up_to_date(Slot& slot) {
-  const bool is_moved = all_move_ || (moved_by_[index_of(slot.cell)] & moving_) != 0;
+  const bool is_moved = (moved_by_[index_of(slot.cell)] & moving_) != 0;
   slot.calculated = batch_;
   if (!is_moved && !slot.is_moved) return;
   calculate(slot);
   // Texts live no longer than their batch.
   const auto& kinds = slot.lanes->kind;
-  slot.is_moved = is_moved || all_move_ || std::find(kinds.begin(), kinds.end(), Kind::kText) != kinds.end();
-}
-
-// A formula is moved by what moves the cells that it finds. As soon as it finds others than ever before, all
-// that is calculated after it is calculated anew, until those that depend on it know, too.
-void Recalculation::note_found(CellId cell) {
-  std::uint64_t& known = moved_by_[index_of(finder_)];
-  const std::uint64_t both = known | moved_by_[index_of(cell)];
-  all_move_ = all_move_ || both != known;
-  known = both;
-}
-
-void Recalculation::spread_found() {
-  for (const CellId cell : order_)
-    model_.each_precedent(
-        cell, [&](CellId precedent) { moved_by_[index_of(cell)] |= moved_by_[index_of(precedent)]; });
+  slot.is_moved = is_moved || std::find(kinds.begin(), kinds.end(), Kind::kText) != kinds.end();
 }
 
 // What a formula found while it was calculated, and what that needs first.
@@ -229,10 +211,8 @@ Value Recalculation::value(CellId cell) {
   const State state = states_[index_of(cell)];
   const Slot* known = slots_by_cell_[index_of(cell)];
   if (known == nullptr && state == State::kOutside) return model_.base(cell);
-  if (known != nullptr && state == State::kInside && is_current(*known) && !known->is_open) {
-    if (finder_ != kNoCell) note_found(cell);
+  if (known != nullptr && state == State::kInside && is_current(*known) && !known->is_open)
     return known->lanes->at(lane_);
-  }
   if (grows_ && !is_known(cell) && depth_ < kDeepest) ensure(cell);
   if (slots_by_cell_[index_of(cell)] == nullptr) return model_.base(cell);
   const Slot& slot = *slots_by_cell_[index_of(cell)];
@@ -240,7 +220,6 @@ Value Recalculation::value(CellId cell) {
     obstacles_.push_back({cell, kCircularReference});
     return ErrorCode::kCircular;
   }
-  if (finder_ != kNoCell) note_found(cell);
   return slot.lanes->at(lane_);
 }
 
@@ -272,7 +251,6 @@ std::span<const Value> Recalculation::evaluate(std::span<const std::span<const C
     Slot& slot = slot_of(order_[i]);
     if (slot.calculated != batch_) bring_up_to_date(slot);
   }
-  if (all_move_) spread_found();
   results_.clear();
   for (lane_ = 0; lane_ < static_cast<int>(lanes.size()); ++lane_)
     for (const CellId output : outputs_) results_.push_back(value(output));

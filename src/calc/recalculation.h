@@ -77,8 +77,6 @@ class Recalculation : private LaneSource, private LaneValues {
   void ensure(CellId cell);
   void calculate(Slot& slot);
   void bring_up_to_date(Slot& slot);
-  void note_found(CellId cell);
-  void spread_found();
   void change(std::span<const std::span<const CellChange>> lanes);
 
   const Model& model_;
@@ -89,8 +87,6 @@ class Recalculation : private LaneSource, private LaneValues {
   // share.
   std::vector<std::uint64_t> moved_by_;
   std::uint64_t moving_ = 0;   // those that the batch changes
-  bool all_move_ = false;      // what is calculated from now on in the batch
-  CellId finder_ = kNoCell;    // the formula that finds cells and is being calculated
   std::vector<CellId> fresh_;  // of the cone, in the order of calculation, not compiled yet
   std::vector<CellId> order_;
   std::deque<Slot> slots_;
