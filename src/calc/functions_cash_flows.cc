@@ -26,10 +26,11 @@ Operand call_npv(Call& call) {
 // One step of Newton's method from a rate.
 double better_rate(const std::vector<double>& payments, double rate) {
   Sum value, slope;
-  double period = 0;
+  double period = 0, growth = 1;
   for (const double payment : payments) {
-    value.add(payment / std::pow(1 + rate, period));
-    slope.add(-period * payment / std::pow(1 + rate, period + 1));
+    value.add(payment / growth);
+    growth = std::pow(1 + rate, period + 1);
+    slope.add(-period * payment / growth);
     ++period;
   }
   return rate - value.result() / slope.result();

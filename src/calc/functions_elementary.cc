@@ -191,13 +191,13 @@ double common_divisor(double a, double b) {
   return a;
 }
 
-template <double (*combine)(double, double)>
-Operand call_whole_numbers(Call& call, double start) {
-  double result = start;
+// Those of all arguments that are not negative, without their fractions: `take(whole)`.
+template <class Take>
+void each_whole(Call& call, const Take& take_whole) {
   const auto take = [&](double number) {
     const double whole = floor_of(number);
     if (whole < 0) call.fail(ErrorCode::kArgument);
-    if (!call.failed()) result = combine(result, whole);
+    if (!call.failed()) take_whole(whole);
   };
   for (int argument = 0; argument < call.count(); ++argument) {
     const Operand& operand = call.operand(argument);
@@ -210,6 +210,12 @@ Operand call_whole_numbers(Call& call, double start) {
       if (!value.is_text() || from == From::kFormula) take(call.number_of(value));
     });
   }
+}
+
+template <double (*combine)(double, double)>
+Operand call_whole_numbers(Call& call, double start) {
+  double result = start;
+  each_whole(call, [&](double whole) { result = combine(result, whole); });
   return result;
 }
 
@@ -227,11 +233,7 @@ Operand call_lcm(Call& call) {
 
 Operand call_multinomial(Call& call) {
   double sum = 0, result = 1;
-  call.each_from(0, [&](const Value& value, From from) {
-    if (value.is_text() && from != From::kFormula) return;
-    const double count = floor_of(call.number_of(value));
-    if (count < 0) call.fail(ErrorCode::kArgument);
-    if (call.failed()) return;
+  each_whole(call, [&](double count) {
     sum += count;
     result *= combinations(sum, count);
   });

@@ -29,7 +29,7 @@ Recalculation::Recalculation(const Model& model, std::span<const CellId> changin
       is_changing_(model.workbook().cells.size()),
       states_(model.workbook().cells.size()),
       moved_by_(model.workbook().cells.size()),
-      slots_by_cell_(model.workbook().cells.size(), -1),
+      slots_by_cell_(model.workbook().cells.size()),
       constants_(model.workbook().cells.size()),
       program_(model, *this, *this) {
   for (const CellId cell : changing) {
@@ -78,7 +78,6 @@ void Recalculation::open_cell(std::vector<Frame>& frames, CellId cell) {
   frame.cell = cell;
   states_[index_of(cell)] = State::kOpen;
   frame.is_inside = model_.finds_cells(cell);
-  if (frame.is_inside) frame.moved_by = ~std::uint64_t{0};
   if (model_.has_formula(cell)) {
     model_.each_precedent(cell, [&](CellId precedent) {
       State& state = states_[index_of(precedent)];
@@ -110,15 +109,14 @@ void Recalculation::close_cell(const Frame& frame) {
 }
 
 Recalculation::Slot& Recalculation::slot_of(CellId cell) {
-  std::int32_t& position = slots_by_cell_[index_of(cell)];
-  if (position < 0) {
-    position = static_cast<std::int32_t>(slots_.size());
-    Slot& slot = slots_.emplace_back();
-    slot.cell = cell;
-    slot.lanes = &lanes_.emplace_back();
-    slot.lanes->fill(model_.base(cell));
+  Slot*& slot = slots_by_cell_[index_of(cell)];
+  if (slot == nullptr) {
+    slot = &slots_.emplace_back();
+    slot->cell = cell;
+    slot->lanes = &lanes_.emplace_back();
+    slot->lanes->fill(model_.base(cell));
   }
-  return slots_[static_cast<std::size_t>(position)];
+  return *slot;
 }
 
 const Lanes* Recalculation::lanes_of(CellId cell) {
@@ -145,9 +143,9 @@ void Recalculation::change(std::span<const std::span<const CellChange>> lanes) {
   moving_ = 0;
   for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
     for (const CellChange& change : lanes[lane]) {
-      const std::int32_t position = slots_by_cell_[index_of(change.cell)];
-      if (position < 0) continue;
-      slots_[static_cast<std::size_t>(position)].lanes->set(static_cast<int>(lane), change.value);
+      const Slot* slot = slots_by_cell_[index_of(change.cell)];
+      if (slot == nullptr) continue;
+      slot->lanes->set(static_cast<int>(lane), change.value);
       moving_ |= moved_by_[index_of(change.cell)];
     }
   }
@@ -167,7 +165,8 @@ void Recalculation::calculate(Slot& slot) {
       if (change.cell == slot.cell) slot.lanes->set(static_cast<int>(i), change.value);
 }
 
-// Values that neither the batch nor the one that they are of moves are those of the base.
+// Values that neither the batch nor the one that they are of moves are those of the base: a formula that
+// finds cells then finds those that it found in the model, which are among its precedents.
 void Recalculation::bring_up_to_date(Slot& slot) {
   const bool is_moved = (moved_by_[index_of(slot.cell)] & moving_) != 0;
   slot.calculated = batch_;
@@ -186,10 +185,9 @@ void Recalculation::ensure(CellId wanted) {
   while (!open.empty()) {
     const auto [cell, is_ready] = open.back();
     open.pop_back();
-    const std::int32_t position = slots_by_cell_[index_of(cell)];
-    if (position < 0) continue;
-    Slot& slot = slots_[static_cast<std::size_t>(position)];
-    if (slot.calculated == batch_ || slot.begin == slot.end) continue;
+    if (slots_by_cell_[index_of(cell)] == nullptr) continue;
+    Slot& slot = *slots_by_cell_[index_of(cell)];
+    if (is_current(slot)) continue;
     if (is_ready) {
       bring_up_to_date(slot);
       continue;
@@ -204,17 +202,20 @@ void Recalculation::ensure(CellId wanted) {
 bool Recalculation::is_known(CellId cell) const {
   const State state = states_[index_of(cell)];
   if (state != State::kInside) return state == State::kOutside;
-  const std::int32_t position = slots_by_cell_[index_of(cell)];
-  if (position < 0) return false;
-  const Slot& slot = slots_[static_cast<std::size_t>(position)];
-  return slot.begin == slot.end || slot.calculated == batch_;
+  const Slot* slot = slots_by_cell_[index_of(cell)];
+  return slot != nullptr && is_current(*slot);
 }
 
 Value Recalculation::value(CellId cell) {
+  // The way of nearly all: formulas read whole blocks.
+  const State state = states_[index_of(cell)];
+  const Slot* known = slots_by_cell_[index_of(cell)];
+  if (known == nullptr && state == State::kOutside) return model_.base(cell);
+  if (known != nullptr && state == State::kInside && is_current(*known) && !known->is_open)
+    return known->lanes->at(lane_);
   if (grows_ && !is_known(cell) && depth_ < kDeepest) ensure(cell);
-  const std::int32_t position = slots_by_cell_[index_of(cell)];
-  if (position < 0) return model_.base(cell);
-  const Slot& slot = slots_[static_cast<std::size_t>(position)];
+  if (slots_by_cell_[index_of(cell)] == nullptr) return model_.base(cell);
+  const Slot& slot = *slots_by_cell_[index_of(cell)];
   if (slot.is_open || !(is_known(cell) || depth_ == 0)) {
     obstacles_.push_back({cell, kCircularReference});
     return ErrorCode::kCircular;

@@ -73,6 +73,7 @@ class Recalculation : private LaneSource, private LaneValues {
   void compile_new();
   Slot& slot_of(CellId cell);
   bool is_known(CellId cell) const;
+  bool is_current(const Slot& slot) const { return slot.calculated == batch_ || slot.begin == slot.end; }
   void ensure(CellId cell);
   void calculate(Slot& slot);
   void bring_up_to_date(Slot& slot);
@@ -85,11 +86,11 @@ class Recalculation : private LaneSource, private LaneValues {
   // Of each cell, by which of the changing cells it is moved: a bit for each of the first 64, which others
   // share.
   std::vector<std::uint64_t> moved_by_;
-  std::uint64_t moving_ = 0;  // those that the batch changes
+  std::uint64_t moving_ = 0;   // those that the batch changes
   std::vector<CellId> fresh_;  // of the cone, in the order of calculation, not compiled yet
   std::vector<CellId> order_;
-  std::vector<std::int32_t> slots_by_cell_;
   std::deque<Slot> slots_;
+  std::vector<Slot*> slots_by_cell_;  // null: none
   std::vector<Slot*> changing_slots_;
   std::deque<Lanes> lanes_;
   std::vector<const Lanes*> constants_;  // by cell
