@@ -70,7 +70,7 @@ struct ImportCommand {
 };
 int import_run(const ImportCommand& command, Problems& problems);
 
-enum class Exported { kSteps, kTable, kRanking };
+enum class Exported { kSteps, kTable, kRanking, kAnswers };
 struct ExportCommand {
   std::filesystem::path run;
   std::filesystem::path file;  // empty: standard output

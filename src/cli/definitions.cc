@@ -36,7 +36,7 @@ const ValueKind kMoment{"DATE"};
 const ValueKind kTable{"TABLE", ValueKind::Offer::kFiles, {".csv", ".tsv", ".txt"}};
 const ValueKind kColumns{"NAMES"};
 const ValueKind kRow{"ROW"};
-const ValueKind kExported{"ranking|steps|table"};
+const ValueKind kExported{"ranking|answers|steps|table"};
 const ValueKind kForm{"csv|json|ndjson"};
 const ValueKind kTextFile{"FILE", ValueKind::Offer::kFiles, {".csv", ".json", ".ndjson"}};
 
@@ -266,11 +266,14 @@ void define_export(Arguments& arguments) {
   line.runs([c, &problems = arguments.problems()] { return export_run(*c, problems); });
   line.option(
       "--what", kExported,
-      "ranking: which input moves which output; steps: every result, one a row; table: every "
+      "ranking: which input moves which output; answers: break-even, shape, share, elasticity; steps: every "
+      "result, one a row; table: every "
       "recalculation, inputs and outputs as columns (default: ranking)",
-      one_of<Exported>(
-          "--what", c->what,
-          {{"ranking", Exported::kRanking}, {"steps", Exported::kSteps}, {"table", Exported::kTable}}));
+      one_of<Exported>("--what", c->what,
+                       {{"ranking", Exported::kRanking},
+                        {"answers", Exported::kAnswers},
+                        {"steps", Exported::kSteps},
+                        {"table", Exported::kTable}}));
   line.option("--as", kForm, "The form of the text (default: by the ending of -o, else csv)",
               one_of<std::optional<exchange::Form>>("--as", c->form,
                                                     {{"csv", exchange::Form::kCsv},

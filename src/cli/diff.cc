@@ -130,6 +130,22 @@ class DiffTable {
   std::vector<Ends> ends_;
 };
 
+// Where the inputs bring the output to its target, when that is elsewhere than it was.
+void print_break_evens(const Comparison& comparison, const ComparedOutput& output) {
+  for (const ComparedInput& input : output.inputs) {
+    if (!input.rank || !input.rank_before || input.break_even == input.break_even_before) continue;
+    const ItemPair& item = comparison.inputs[input.input].item;
+    const auto listed = [&](const runfile::Item& of, const std::vector<double>& values) {
+      std::string text;
+      for (const double value : values)
+        text += (text.empty() ? "" : ", ") + embedded::CellText(of).text(value);
+      return text.empty() ? std::string("none") : text;
+    };
+    print_line("break-even of " + item.name + " " + listed(*item.before, input.break_even_before) + kTo +
+               listed(*item.now, input.break_even));
+  }
+}
+
 void print_output(const Comparison& comparison, const ComparedOutput& output,
                   const embedded::OutputRanking& ranking) {
   const auto& item = static_cast<const runfile::Output&>(output.item.item());
@@ -157,6 +173,7 @@ void print_output(const Comparison& comparison, const ComparedOutput& output,
     }
   }
   if (shown > 0) table.print();
+  print_break_evens(comparison, output);
   if (more > 0) print_line("and " + std::to_string(more) + " more; --json has them all");
   if (as_before > 0)
     print_line(std::to_string(as_before) +

@@ -27,6 +27,8 @@ void write_text(const ExportCommand& command, const std::shared_ptr<const runfil
       return exchange::write_steps(*run, outputs, command.simulation, form, write);
     case Exported::kTable:
       return exchange::write_table(*run, outputs, simulation, form, write);
+    case Exported::kAnswers:
+      return exchange::write_answers(*run, embedded::rank_outputs(run, outputs, simulation), form, write);
     case Exported::kRanking:
       return exchange::write_ranking(*run, embedded::rank_outputs(run, outputs, simulation), simulation, form,
                                      write);

@@ -139,6 +139,31 @@ Side outputs_of(const runfile::Run& run, const std::vector<OutputRanking>& ranki
   return side;
 }
 
+// `effect`: one of the ranking's; null: none.
+std::vector<double> break_even_of(const OutputRanking& ranking, const Effect* effect) {
+  std::vector<double> values;
+  if (!effect) return values;
+  const auto position = static_cast<std::size_t>(effect - ranking.effects.data());
+  for (const model::Crossing& crossing : ranking.answers.inputs[position].break_even)
+    values.push_back(crossing.input);
+  return values;
+}
+
+// Where their numbers differ, one was added or is gone.
+bool break_even_moved(const ComparedInput& input, double share) {
+  if (input.break_even.size() != input.break_even_before.size()) return true;
+  for (std::size_t i = 0; i < input.break_even.size(); ++i)
+    if (FigurePair{input.break_even_before[i], input.break_even[i]}.moved_more_than(share)) return true;
+  return false;
+}
+
+std::string listed(const std::vector<double>& values) {
+  std::string text;
+  for (const double value : values)
+    text += (text.empty() ? "" : ", ") + text::general_number(value, kShownDigits);
+  return text.empty() ? "none" : text;
+}
+
 std::vector<ComparedInput> compared_inputs(const std::vector<Pairing::Pair>& inputs,
                                            const OutputRanking& before, const OutputRanking& now) {
   const auto effects_before = effects_of(before);
@@ -164,7 +189,9 @@ std::vector<ComparedInput> compared_inputs(const std::vector<Pairing::Pair>& inp
     input.low = pair(&Effect::low);
     input.high = pair(&Effect::high);
     input.swing = pair(&Effect::swing);
-    compared.push_back(input);
+    input.break_even_before = break_even_of(before, old);
+    input.break_even = break_even_of(now, present);
+    compared.push_back(std::move(input));
   }
   std::stable_sort(compared.begin(), compared.end(), [](const ComparedInput& a, const ComparedInput& b) {
     if (a.rank.has_value() != b.rank.has_value()) return a.rank.has_value();
@@ -270,7 +297,7 @@ Comparison compare(std::shared_ptr<const runfile::Run> before, std::shared_ptr<c
 
 bool is_as_before(const ComparedInput& input) {
   return input.rank == input.rank_before && !input.swing.differs() && !input.low.differs() &&
-         !input.high.differs();
+         !input.high.differs() && !break_even_moved(input, 0);
 }
 
 bool is_as_before(const ComparedOutput& output) {
@@ -304,6 +331,9 @@ std::vector<std::string> moved_more_than(const Comparison& comparison, double sh
       const std::string& of = comparison.inputs[input.input].item.name;
       if (input.swing.moved_more_than(share))
         moved.push_back(name + "swing of " + of + " " + shown(input.swing));
+      if (break_even_moved(input, share))
+        moved.push_back(name + "break-even of " + of + " " + listed(input.break_even_before) + " to " +
+                        listed(input.break_even));
       const std::int32_t places = std::abs(*input.rank - *input.rank_before);
       if (places > share * static_cast<double>(ranked))
         moved.push_back(name + "rank of " + of + " " + std::to_string(*input.rank_before) + " to " +
@@ -334,6 +364,8 @@ Json comparison_document(const Comparison& comparison) {
       add_figures(row, "low", input.low);
       add_figures(row, "high", input.high);
       add_figures(row, "swing", input.swing);
+      row["breakEvenBefore"] = input.break_even_before;
+      row["breakEven"] = input.break_even;
       json["inputs"].push_back(std::move(row));
     }
     document["outputs"].push_back(std::move(json));

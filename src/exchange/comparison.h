@@ -42,6 +42,8 @@ struct ComparedInput {
   std::size_t input = 0;  // position in Comparison::inputs
   std::optional<std::int32_t> rank_before, rank;
   FigurePair low, high, swing;  // of the output
+  // Values of the input at which the output reaches its target; ascending.
+  std::vector<double> break_even_before, break_even;
 };
 
 struct ComparedOutput {
@@ -68,7 +70,7 @@ struct Comparison {
 Comparison compare(std::shared_ptr<const runfile::Run> before, std::shared_ptr<const runfile::Run> now,
                    std::int32_t simulation);
 
-// Rank, swing and ends are those that were; of an output, also its base value.
+// Rank, swing, ends and break-evens are those that were; of an output, also its base value.
 bool is_as_before(const ComparedInput& input);
 bool is_as_before(const ComparedOutput& output);
 

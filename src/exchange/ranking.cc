@@ -1,5 +1,6 @@
 #include "exchange/ranking.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -157,7 +158,44 @@ RankingRow group_row(const runfile::Run& run, const OutputRanking& ranking, cons
   return row.add(group.facts).add(state_name(group.interaction_state));
 }
 
+Json figure(const std::optional<double>& value) {
+  return value ? Json(*value) : Json();
+}
+
+Json input_at(const std::optional<model::StepPoint>& point) {
+  return point ? Json(point->input) : Json();
+}
+
+RankingRow answers_row(const runfile::Run& run, const OutputRanking& ranking, std::size_t position) {
+  const Effect& effect = ranking.effects[position];
+  const runfile::Input& input = input_of(run, effect);
+  const model::InputAnswers& answers = ranking.answers.inputs[position];
+  Json places = Json::array();
+  for (const model::Crossing& crossing : answers.break_even) places.push_back(crossing.input);
+  RankingRow row(output_of(run, ranking), ranking.base);
+  row.add(ranking.answers.target).add(effect.rank).add(input.name).add(input.sheet).add(input.cell);
+  row.add(figure(answers.share)).add(figure(answers.cumulative_share));
+  row.add(figure(answers.downside)).add(figure(answers.upside));
+  row.add(figure(answers.elasticity)).add(figure(answers.arc_elasticity)).add(std::move(places));
+  return row.add(input_at(answers.shape.peak))
+      .add(input_at(answers.shape.valley))
+      .add(figure(answers.shape.bend));
+}
+
 }  // namespace
+
+void write_answers(const runfile::Run& run, const std::vector<OutputRanking>& rankings, TextForm form,
+                   const Write& write) {
+  RowWriter rows(form,
+                 {"output", "outputSheet", "outputCell", "base", "target", "rank", "input", "inputSheet",
+                  "inputCell", "share", "cumulativeShare", "downside", "upside", "elasticity",
+                  "arcElasticity", "breakEven", "peakAt", "valleyAt", "bend"},
+                 document_head("ordvane-answers", kVersion, run.file.string()), write);
+  for (const OutputRanking& ranking : rankings)
+    for (std::size_t position = 0; position < ranking.effects.size(); ++position)
+      rows.add(answers_row(run, ranking, position).cells());
+  rows.finish();
+}
 
 void write_ranking(const runfile::Run& run, const std::vector<OutputRanking>& rankings,
                    std::int32_t simulation, TextForm form, const Write& write) {

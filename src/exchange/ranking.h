@@ -15,6 +15,10 @@ namespace ordvane::exchange {
 void write_ranking(const runfile::Run& run, const std::vector<embedded::OutputRanking>& rankings,
                    std::int32_t simulation, TextForm form, const Write& write);
 
+// A row for each input of each output with what its steps answer: break-even, shape, share, elasticity.
+void write_answers(const runfile::Run& run, const std::vector<embedded::OutputRanking>& rankings,
+                   TextForm form, const Write& write);
+
 inline const runfile::Output& output_of(const runfile::Run& run, const embedded::OutputRanking& ranking) {
   return run.outputs[static_cast<std::size_t>(ranking.output_index)];
 }

@@ -85,6 +85,32 @@ def check_steps(run):
     return document
 
 
+def crossings(points):
+    """Where straight lines between neighbouring points meet 0; points without a result part the line."""
+    found = []
+    for (x, y), (next_x, next_y) in zip(points, points[1:]):
+        if y is not None and y == 0:
+            found.append(x)
+        elif None not in (y, next_y) and y * next_y < 0:
+            found.append(x + (next_x - x) * (-y / (next_y - y)))
+    return found + [x for x, y in points[-1:] if y == 0]
+
+
+def check_answers(run):
+    for row in csv.DictReader(io.StringIO(ordvane("export", RUN, "--what", "answers", "--raw-text"))):
+        i, = (i for i, item in enumerate(run.inputs) if (item["sheet"], item["cell"]) == (row["inputSheet"], row["inputCell"]))
+        o, = (o for o, item in enumerate(run.outputs) if (item["sheet"], item["cell"]) == (row["outputSheet"], row["outputCell"]))
+        swings = [(run.swing(at, o)[2] or 0) ** 2 for at in range(len(run.inputs))]
+        if sum(swings):
+            equal("share", abs(float(row["share"]) - swings[i] / sum(swings)) < 1e-12, True)
+        points = sorted((number(line[3]), number(line[4 + o])) for line in run.rows if int(line[1]) == i + 1)
+        if any(result != points[0][1] for _, result in points) and all(result is not None for _, result in points):
+            found = [float(value) for value in row["breakEven"].split(";") if value]
+            expected = crossings(points)
+            equal("break-evens of " + row["input"] + ", " + row["output"],
+                  len(found) == len(expected) and all(abs(a - b) <= 1e-9 * max(1, abs(b)) for a, b in zip(found, expected)), True)
+
+
 def check_import(run, folder):
     """What is exported as a table ranks as before; without the column that says what was varied, so does a design in
     which every input stood at its base."""
@@ -195,9 +221,10 @@ def main():
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch)
         documents = [check_steps(run), check_diff(run, folder)]
+        check_answers(run)
         check_import(run, folder)
         check_reader(run, folder)
-        documents += [json.loads(ordvane("export", RUN, "--what", what, "--as", "json")) for what in ("ranking", "table")]
+        documents += [json.loads(ordvane("export", RUN, "--what", what, "--as", "json")) for what in ("ranking", "answers", "table")]
         for document in documents:
             check_schema(document)
     print("\n".join(FAULTS))
