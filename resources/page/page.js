@@ -426,6 +426,7 @@
     const plot = section().querySelector("figure.tornado .plot");
     if (!plot) return;
     const marks = marksIn(plot);
+    plot.insertBefore(marks, plot.querySelector(".row"));  // behind the texts at the ends of bars
     const scale = scaleOf(plot.dataset.x);
     if (!scale.has(state.target) || !view.rows.some((row) => row.break_even.length)) return;
     const [top, bottom] = plot.dataset.y.split(" ").map(Number);

@@ -43,13 +43,13 @@ class Tornado {
     if (!in_changes_ || both) draw_ticks(svg, "v", axis_, view_.name, bottom);
     if (in_changes_ || both)
       draw_ticks(svg, "p", change_axis(), texts.text(text_id::kTornadoChangeAxis, view_.name), bottom);
+    draw_target(svg, bottom);  // behind the texts at the ends of bars
     double top = top_;
     for (const embedded::Effect* effect : view_.on_graphs) {
       draw_row(svg, *effect, top);
       top += kRow;
     }
     draw_base(svg, bottom);
-    draw_target(svg, bottom);
     svg.close();
     return svg.finish();
   }

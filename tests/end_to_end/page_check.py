@@ -211,6 +211,14 @@ def pointer_and_keyboard(browser, folder):
     if ranked[0] not in line or repr(shown[0]["inputs"][0]["low"]) not in line:
         yield f"the file of the table has {line}"
 
+    # The output halfway between two steps of the strongest input is reached halfway between their values.
+    place = browser.run("Number(document.querySelector('[data-table=inputs] tbody tr').dataset.input)")
+    rows = [line.split(",") for line in RUN.with_suffix(".csv").read_text().splitlines()[1:]]
+    (x1, y1), (x2, y2) = sorted((float(row[3]), float(row[4])) for row in rows if row[1] == str(place + 1))[2:4]
+    browser.run(f"""(() => {{ const f = document.getElementById('target'); f.value = '{(y1 + y2) / 2:,.6f}';
+        f.dispatchEvent(new Event('change')); }})()""")
+    yield from same("value at the target", browser.run(COLUMN % "break_even")[0], f"{(x1 + x2) / 2:,.2f}")
+
     bar = browser.run("""(() => { const r = document.querySelector('figure.tornado .row .bar').getBoundingClientRect();
         scrollTo(0, r.y - 200); const s = document.querySelector('figure.tornado .row .bar').getBoundingClientRect();
         return [s.x + s.width / 2, s.y + s.height / 2]; })()""")
