@@ -52,6 +52,9 @@ struct ShowCommand {
   std::vector<std::string> outputs;
   std::int32_t simulation = 1;
   ShowForm form = ShowForm::kTable;
+  std::optional<double> target;  // of all outputs; none: each output's own
+  model::SortBy sort = model::SortBy::kSwing;
+  bool steps = false;
 };
 int show(const ShowCommand& command, Problems& problems);
 

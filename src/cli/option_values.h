@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/excel.h"
+#include "model/answers.h"
 #include "sweep/job.h"
 
 namespace ordvane::cli {
@@ -17,6 +18,10 @@ host::Color color_of(const std::string& option, const std::string& text);
 double share_of(const std::string& option, const std::string& text);
 std::int32_t whole_number_of(const std::string& option, const std::string& text, std::int32_t lowest,
                              std::int32_t highest);
+// Any number: -2.5, 1e6.
+double number_of(const std::string& option, const std::string& text);
+// swing, downside, upside or elasticity.
+model::SortBy order_of(const std::string& option, const std::string& text);
 // The code of the language; "DE", "pt-BR" and "de_DE.UTF-8" name one too.
 std::string language_of(const std::string& option, const std::string& text);
 // Codes of every language of the reports: "de, en, es".

@@ -1,7 +1,9 @@
 // Rankings as `ordvane show` prints them: what belongs to their parts, and the table for people.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "embedded/report_job.h"
 #include "runfile/run.h"
@@ -29,7 +31,20 @@ std::string joined(const embedded::GroupRanking& group, const char* between, con
   return text;
 }
 
+// A step as the run has it, in the order of the run; the missing-number marker for what is no number.
+struct Step {
+  double input, output;
+};
+std::vector<Step> steps_of(const runfile::Run& run, const embedded::OutputRanking& ranking,
+                           const embedded::Effect& effect, std::int32_t simulation);
+
+// How the ranking of an output is printed.
+struct TableStyle {
+  std::int32_t simulation = 1;
+  model::SortBy sort = model::SortBy::kSwing;
+  bool steps = false;
+};
 // The ranking of an output with bars, as wide as the terminal.
-void print_table(const runfile::Run& run, const embedded::OutputRanking& ranking);
+void print_table(const runfile::Run& run, const embedded::OutputRanking& ranking, const TableStyle& style);
 
 }  // namespace ordvane::cli

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <utility>
 
 #include "cli/commands.h"
@@ -63,6 +64,36 @@ ordered_json json_effect(const runfile::Run& run, const Effect& effect) {
   return json;
 }
 
+ordered_json json_figure(const std::optional<double>& figure) {
+  return figure ? ordered_json(*figure) : ordered_json();
+}
+
+ordered_json json_point(const std::optional<model::StepPoint>& point) {
+  return point ? ordered_json{{"input", point->input}, {"output", point->output}} : ordered_json();
+}
+
+void add_answers(ordered_json& json, const model::InputAnswers& answers) {
+  json["share"] = json_figure(answers.share);
+  json["cumulativeShare"] = json_figure(answers.cumulative_share);
+  json["downside"] = json_figure(answers.downside);
+  json["upside"] = json_figure(answers.upside);
+  json["elasticity"] = json_figure(answers.elasticity);
+  json["arcElasticity"] = json_figure(answers.arc_elasticity);
+  json["breakEven"] = ordered_json::array();
+  for (const model::Crossing& crossing : answers.break_even)
+    json["breakEven"].push_back({{"input", crossing.input}, {"calculated", crossing.calculated}});
+  json["peak"] = json_point(answers.shape.peak);
+  json["valley"] = json_point(answers.shape.valley);
+  json["bend"] = json_figure(answers.shape.bend);
+}
+
+ordered_json json_steps(const std::vector<Step>& steps) {
+  ordered_json json = ordered_json::array();
+  for (const Step& step : steps)
+    json.push_back({{"input", json_number(step.input)}, {"output", json_number(step.output)}});
+  return json;
+}
+
 ordered_json json_group(const runfile::Run& run, const GroupRanking& group) {
   ordered_json json{{"rank", group.rank}, {"inputs", ordered_json::array()}};
   for (const GroupRanking::Member& member : group.members) {
@@ -85,17 +116,24 @@ ordered_json json_group(const runfile::Run& run, const GroupRanking& group) {
 }
 
 void print_json(const runfile::Run& run, const std::vector<OutputRanking>& rankings,
-                std::int32_t simulation) {
+                const TableStyle& style) {
   ordered_json outputs = ordered_json::array();
   for (const OutputRanking& ranking : rankings) {
     ordered_json json = json_item(output_of(run, ranking));
     json["base"] = json_number(ranking.base);
+    json["target"] = ranking.answers.target;
+    json["sentence"] = ranking.sentence;
     json["inputs"] = ordered_json::array();
-    for (const Effect& effect : ranking.effects) json["inputs"].push_back(json_effect(run, effect));
+    for (const std::size_t position : model::sorted_by(style.sort, ranking.answers.inputs)) {
+      const Effect& effect = ranking.effects[position];
+      ordered_json& input = json["inputs"].emplace_back(json_effect(run, effect));
+      add_answers(input, ranking.answers.inputs[position]);
+      if (style.steps) input["results"] = json_steps(steps_of(run, ranking, effect, style.simulation));
+    }
     for (const GroupRanking& group : ranking.groups) json["groups"].push_back(json_group(run, group));
     outputs.push_back(std::move(json));
   }
-  const ordered_json json{{"run", run.file.string()}, {"simulation", simulation}, {"outputs", outputs}};
+  const ordered_json json{{"run", run.file.string()}, {"simulation", style.simulation}, {"outputs", outputs}};
   std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
 }
 
@@ -124,6 +162,25 @@ class CsvLine {
     return *this;
   }
   CsvLine& add(double value) { return add(csv_number(value)); }
+  CsvLine& add(const std::optional<double>& value) { return add(value.value_or(host::kMissingNumber)); }
+  CsvLine& add(const model::InputAnswers& answers) {
+    std::string places;
+    for (const model::Crossing& crossing : answers.break_even)
+      places += (places.empty() ? "" : kListSeparator) + csv_number(crossing.input);
+    const auto place = [](const std::optional<model::StepPoint>& point) {
+      return point ? std::optional(point->input) : std::nullopt;
+    };
+    return add(answers.share)
+        .add(answers.cumulative_share)
+        .add(answers.downside)
+        .add(answers.upside)
+        .add(answers.elasticity)
+        .add(answers.arc_elasticity)
+        .add(places)
+        .add(place(answers.shape.peak))
+        .add(place(answers.shape.valley))
+        .add(answers.shape.bend);
+  }
   CsvLine& add(const model::StepFacts& facts) {
     const auto flag = [](bool is_so) { return std::string(is_so ? "true" : "false"); };
     return add(std::to_string(facts.steps))
@@ -138,15 +195,19 @@ class CsvLine {
   bool first_ = true;
 };
 
-void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankings) {
+constexpr const char* kAnswerFields =
+    "share,cumulativeShare,downside,upside,elasticity,arcElasticity,breakEven,peakAt,valleyAt,bend";
+
+void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankings, model::SortBy sort) {
   const bool groups = !run.groups.empty();
   std::cout << "output,outputSheet,outputCell,base,rank,input,inputSheet,inputCell,low,high,swing,lowChange,"
                "highChange,inputAtLow,inputAtHigh"
             << (groups ? ",inputs,ownSwings,interaction" : "") << ",steps,failed,moves,leavesOutBase"
-            << (groups ? ",interactionState\n" : "\n");
+            << (groups ? ",interactionState" : "") << ',' << kAnswerFields << '\n';
   for (const OutputRanking& ranking : rankings) {
     const runfile::Output& output = output_of(run, ranking);
-    for (const Effect& effect : ranking.effects) {
+    for (const std::size_t position : model::sorted_by(sort, ranking.answers.inputs)) {
+      const Effect& effect = ranking.effects[position];
       const runfile::Input& input = input_of(run, effect);
       CsvLine line(output, ranking.base);
       line.add(std::to_string(effect.rank)).add(input.name).add(input.sheet).add(input.cell);
@@ -156,7 +217,7 @@ void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankin
       if (groups) line.add("1").add(effect.swing).add(host::kMissingNumber);
       line.add(effect.facts);
       if (groups) line.add("");
-      line.print();
+      line.add(ranking.answers.inputs[position]).print();
     }
     for (const GroupRanking& group : ranking.groups) {
       using Member = GroupRanking::Member;
@@ -175,6 +236,7 @@ void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankin
           .add(group.interaction)
           .add(group.facts)
           .add(state_name(group.interaction_state))
+          .add(model::InputAnswers{})
           .print();
     }
   }
@@ -185,24 +247,27 @@ void print_csv(const runfile::Run& run, const std::vector<OutputRanking>& rankin
 int show(const ShowCommand& command, Problems& problems) {
   const auto run = read_run(command.run, problems);
   std::vector<std::int32_t> outputs;
+  if (command.steps && command.form == ShowForm::kCsv)
+    problems.add("--steps: goes without --csv; the run's own CSV has every step");
   if (run) {
     problems.gather([&] { outputs = find_outputs(*run, command.outputs); });
     if (command.simulation > run->simulations)
       problems.add("--simulation: the run has simulations 1 to " + std::to_string(run->simulations));
   }
   problems.refuse_any();
-  const auto rankings = embedded::rank_outputs(run, outputs, command.simulation);
+  const auto rankings = embedded::rank_outputs(run, outputs, command.simulation, command.target);
+  const TableStyle style{.simulation = command.simulation, .sort = command.sort, .steps = command.steps};
   switch (command.form) {
     case ShowForm::kJson:
-      print_json(*run, rankings, command.simulation);
+      print_json(*run, rankings, style);
       break;
     case ShowForm::kCsv:
-      print_csv(*run, rankings);
+      print_csv(*run, rankings, style.sort);
       break;
     case ShowForm::kTable:
       for (std::size_t i = 0; i < rankings.size(); ++i) {
         if (i > 0) std::cout << '\n';
-        print_table(*run, rankings[i]);
+        print_table(*run, rankings[i], style);
       }
   }
   return kDone;

@@ -41,7 +41,7 @@ double crossing_between(const StepPoint& from, const StepPoint& to, double targe
   return std::clamp(std::lerp(from.input, to.input, part), from.input, to.input);
 }
 
-// The points beside the base value, of those that nothing failed between.
+// The points beside the base value that no failed step keeps apart from it, and the one at it.
 struct Neighbours {
   const StepPoint* below = nullptr;
   const StepPoint* above = nullptr;
@@ -52,17 +52,12 @@ Neighbours neighbours_of(const NumberRules& rules, std::span<const StepPoint> cu
   Neighbours found;
   for (const StepPoint& point : curve) {
     const double distance = rules.difference(point.input, base);
-    if (point.after_failure && distance >= 0 && !found.at) found.below = nullptr;
-    if (distance < 0) {
-      found.below = &point;
-    } else if (distance == 0) {
-      found.at = &point;
-    } else {
-      // With no step at the base, what failed between the neighbours may have stood on either side of it.
-      if (!point.after_failure) found.above = &point;
-      break;
-    }
+    const StepPoint*& place = distance < 0 ? found.below : distance == 0 ? found.at : found.above;
+    place = &point;
+    if (distance > 0) break;
   }
+  if (found.below && found.below->before_failure) found.below = nullptr;
+  if (found.above && found.above->after_failure) found.above = nullptr;
   return found;
 }
 
@@ -84,7 +79,7 @@ StepCurve step_curve(const DralInputOutput& input, std::int32_t output) {
     const double value = input.InputValuesUsed(step);
     if (!rules.is_usable(value)) continue;
     const double result = input.OutputValuesCalculated(output, step);
-    steps.push_back({{value, result, false}, !rules.is_usable(result)});
+    steps.push_back({{value, result}, !rules.is_usable(result)});
   }
   const auto by_input = [](const Step& a, const Step& b) { return a.point.input < b.point.input; };
   if (!std::is_sorted(steps.begin(), steps.end(), by_input))
@@ -96,6 +91,8 @@ StepCurve step_curve(const DralInputOutput& input, std::int32_t output) {
     if (!step.failed) {
       step.point.after_failure = failed;
       curve.push_back(step.point);
+    } else if (!curve.empty()) {
+      curve.back().before_failure = true;
     }
     failed = step.failed;
   }

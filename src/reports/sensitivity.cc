@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "reports/answers.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
 #include "reports/item_texts.h"
@@ -25,7 +26,8 @@ constexpr StepTableTexts kTableTexts = {.caption = text_id::kSensitivityCaption,
                                         .subcaption = text_id::kSensitivitySubcaption,
                                         .input_base_zero = text_id::kSensitivityInputBaseZero,
                                         .output_base_zero = text_id::kSensitivityOutputBaseZero,
-                                        .invalid = text_id::kSensitivityNotShown};
+                                        .invalid = text_id::kSensitivityNotShown,
+                                        .answers = true};
 constexpr StepGraphTexts kGraphTexts = {.drawn = text_id::kSensitivityDrawn,
                                         .base_zero = text_id::kSensitivityBaseZero,
                                         .base_invalid = text_id::kSensitivityBaseNoNumber,
@@ -46,10 +48,11 @@ std::int32_t first_undrawable_cell(host::Range& range) {
 
 class SensitivityReport {
  public:
-  SensitivityReport(const Context& context, StepTable& steps)
+  SensitivityReport(const Context& context, StepTable& steps, std::int32_t limit)
       : context_(context),
         session_(context.session),
         steps_(steps),
+        limit_(limit),
         quantity_(context.in_percent() ? Quantity::kChange : Quantity::kValue) {
     for (const StepTable::Block& block : steps_.blocks())
       if (steps_.obstacle(block, quantity_) == Obstacle::kNone) drawn_.push_back(block);
@@ -79,6 +82,9 @@ class SensitivityReport {
   }
 
   void write_lines(layout::ReportSheet& sheet) {
+    sheet.AddLine(
+        AnswerSentence(session_, context_.inputs, context_.outputs, context_.range_mode, steps_.answers()));
+    WriteShapeLines(context_, sheet, steps_.answers(), limit_);
     WriteStepGraphLines(session_, sheet, steps_, quantity_, kGraphTexts);
   }
 
@@ -113,6 +119,7 @@ class SensitivityReport {
     graph.second_title = session_.text(text_id::kSensitivityChartSubtitle, output);
     const std::string failed = StepNote(session_, {.steps = block.facts.steps, .failed = block.facts.failed});
     if (!failed.empty()) graph.second_title += "\n" + failed;
+    mark_break_even(graph, block);
     graph.x_axis_title = session_.text(axis, input);
     graph.y_axis_title = session_.text(axis, output);
     graph.percent_flag = context_.output_mode;
@@ -123,9 +130,26 @@ class SensitivityReport {
     return graph;
   }
 
+  // Where the output reaches its target, as the chart's axes have it.
+  void mark_break_even(OrdvaneGInput& graph, const StepTable::Block& block) const {
+    const model::InputAnswers& answers = steps_.answers(block);
+    const model::NumberRules& rules = steps_.output().rules();
+    for (const model::Crossing& crossing : answers.break_even) {
+      layout::PointChart::Point place = {crossing.input, steps_.answers().target};
+      if (quantity_ == Quantity::kChange)
+        place = {rules.fractional_change(place.x, steps_.input(block).BaseValue()),
+                 rules.fractional_change(place.y, steps_.output().BaseValue())};
+      graph.marks.push_back(place);
+    }
+    graph.description = TargetSentence(session_, context_.inputs, context_.outputs, context_.range_mode,
+                                       steps_.answers(), {&answers, 1});
+    if (!graph.description.empty()) graph.second_title += "\n" + graph.description;
+  }
+
   const Context& context_;
   session::Session& session_;
   StepTable& steps_;
+  std::int32_t limit_;
   Quantity quantity_;
   std::vector<StepTable::Block> drawn_;
 };
@@ -142,6 +166,7 @@ std::int32_t OrdvaneGInput::inputG(layout::ReportSheet& PER) {
   const std::int32_t status = GetGraphRangeExtent(session_, *range, extent_);
   if (status != 0) return status;
   add_series(*range);
+  if (!marks.empty()) host::ignoring_errors([&] { chart_->AddMarks(marks, description); });
   chart_->SetTitle(chart_title);
   chart_->SetSubtitle(second_title);
   const bool percent = percent_flag != 0;
@@ -155,8 +180,9 @@ void GenerateSensitivityReport(const Context& context, std::int32_t on, const mo
   if (ranking.input_limit <= 0) {
     sheet->NextCell()->set_value(context.session.text(text_id::kSensitivityNoInputs));
   } else {
-    StepTable steps(context, on, ranking.input_limit);
-    SensitivityReport(context, steps).write(*sheet);
+    const model::OutputAnswers answers = AnswersOf(context, on);
+    StepTable steps(context, on, ranking.input_limit, answers);
+    SensitivityReport(context, steps, ranking.input_limit).write(*sheet);
   }
   sheet->FinishSheet();
 }

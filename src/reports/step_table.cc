@@ -35,12 +35,14 @@ constexpr std::int32_t kSeriesNameLimit = 25;
 
 }  // namespace
 
-StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t limit)
+StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t limit,
+                     const model::OutputAnswers& answers)
     : context_(context),
       session_(context.session),
       inputs_(context.inputs),
       output_(context.outputs(output)),
-      output_index_(output) {
+      output_index_(output),
+      answers_(answers) {
   for (std::int32_t i = 1; i <= inputs_.size(); ++i) {
     const model::DralInputOutput& in = inputs_(i);
     if (in.rank(output) > limit || in.numSteps <= 0) continue;
@@ -50,13 +52,17 @@ StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t l
     blocks_.push_back({.input = i,
                        .first_row = rows_ + 1,
                        .rows = rows,
-                       .facts = model::step_facts(in, output, output_.BaseValue())});
+                       .facts = answers_.inputs[static_cast<std::size_t>(in.rank(output) - 1)].facts});
     rows_ += rows;
   }
 }
 
 std::int32_t StepTable::column(std::int32_t after_places) const {
   return context_.range_mode + after_places;
+}
+
+const model::InputAnswers& StepTable::answers(const Block& block) const {
+  return answers_.inputs[static_cast<std::size_t>(input(block).rank(output_index_) - 1)];
 }
 
 double StepTable::input_value(const Block& block, std::int32_t step) const {
@@ -106,11 +112,14 @@ std::string StepTable::caption(const StepTableTexts& texts) const {
 }
 
 void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
+  if (texts.answers)
+    answer_columns_.emplace(context_, answers_, kAnswersOfSteps, column(kColumns) + 1, rows_);
   table_ = AddTable(sheet, rows_, kHeaderRows, {caption(texts), session_.text(texts.subcaption)}, columns());
   for (const Block& block : blocks_) {
     write_block(block, texts);
     CheckUserCancel(session_);
   }
+  if (answer_columns_) answer_columns_->format(*table_);
   fit_names();
   notes_.write(session_, *table_);
 }
@@ -123,15 +132,23 @@ std::vector<layout::Column> StepTable::columns() const {
   layout::append(columns, ruled(shared.of_inputs(1, {shared.value(), shared.change(), shared.fraction()})));
   layout::append(columns, shared.of_outputs(1, {shared.value(ValueFormat(output_)),
                                                 shared.change(ChangeFormat(output_)), shared.fraction()}));
+  if (!answer_columns_) return columns;
+  columns = ruled(std::move(columns));
+  layout::append(columns, answer_columns_->columns(kHeaderRows));
   return columns;
+}
+
+std::int32_t StepTable::last_column() const {
+  return answer_columns_ ? answer_columns_->last() : column(kColumns);
 }
 
 void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   const model::DralInputOutput& in = input(block);
-  host::CellBlock cells(block.rows, column(kColumns));
+  host::CellBlock cells(block.rows, last_column());
   PutPlace(cells, 1, 1, context_.range_mode, in);
   cells.set_text(1, column(kName), ItemLabel(in));
   cells.set_text(1, column(kCell), in.cellAddress);
+  if (answer_columns_) answer_columns_->fill(cells, 1, block.first_row, answers(block));
   FirstNotes base_notes;  // of this input
   const ItemColumns of_input = {
       in, column(kInputValue), in.BaseValue() == 0 ? texts.input_base_zero : text_id::kStepsInputBaseNoNumber,

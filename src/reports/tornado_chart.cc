@@ -4,48 +4,20 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 #include "host/error.h"
-#include "layout/format_codes.h"
 #include "layout/look.h"
-#include "model/decimal.h"
+#include "reports/answers.h"
 #include "reports/chart_helpers.h"
 #include "reports/item_texts.h"
 #include "reports/table_values.h"
-#include "text/numbers.h"
+#include "reports/value_text.h"
 
 namespace ordvane::reports {
 namespace {
-
-// Significant digits of numbers without a format: as cells show them, and as short as labels are.
-constexpr int kDigitsOfCell = 10;
-constexpr int kDigitsOfLabel = 6;
-
-// Whether a number format, in its English form, shows group separators.
-bool shows_groups(const std::string& format) {
-  constexpr std::string_view kDigits = "0#?";
-  const auto is_digit = [&](std::size_t at) {
-    return at < format.size() && kDigits.find(format[at]) != std::string_view::npos;
-  };
-  for (std::size_t at = format.find(','); at != std::string::npos; at = format.find(',', at + 1))
-    if (at > 0 && is_digit(at - 1) && is_digit(at + 1)) return true;
-  return false;
-}
-
-// To so many significant digits, and always two decimals.
-double rounded(double value, int digits) {
-  constexpr int kDecimals = 2;
-  if (value == 0) return 0;
-  const int whole_digits = model::decimal_exponent(value) + 1;
-  const double unit = model::power_of_ten(std::max(digits - whole_digits, kDecimals));
-  const double nearest = std::nearbyint(value * unit) / unit;
-  return std::isfinite(nearest) ? nearest : value;
-}
 
 bool same_bits(double a, double b) {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
@@ -75,6 +47,7 @@ void TornadoChart::choose_bars(const host::CellBlock& rows, const layout::BarCol
     const host::CellValue low = rows.value(row, columns.low), high = rows.value(row, columns.high);
     bars_.push_back({.row = row, .name = rows.value(row, columns.name).text});
     inputs_.push_back(input_of ? input_of(row) : InputEnds{});
+    if (inputs_.back().turns) bars_.back().mark = kTurningMark;
     if (!low.is_number() || !high.is_number()) continue;
     bars_.back().ends = {std::min(low.number, high.number), std::max(low.number, high.number)};
     // No lack of effect, though it has no length.
@@ -140,7 +113,7 @@ std::optional<double> TornadoChart::origin() const {
 }
 
 std::string TornadoChart::base_text(double value) const {
-  return style_.base_label + " " + base_value_text(value);
+  return style_.base_label + " " + ValueText(session_, output_, value, kDigitsOfCell);
 }
 
 // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
@@ -149,7 +122,8 @@ std::string TornadoChart::subtitle() const {
   const auto value = base();
   std::string text = session_.text(texts_.chart_subtitle);
   if (!value) return text;
-  return text + " (" + session_.text(text_id::kLabelBaseValue) + " " + base_value_text(*value) + ")";
+  return text + " (" + session_.text(text_id::kLabelBaseValue) + " " +
+         ValueText(session_, output_, *value, kDigitsOfCell) + ")";
 }
 
 // What the input did at one end of its bar; low values have a colour of their own when they are told apart.
@@ -168,43 +142,14 @@ void TornadoChart::color_low_ends(layout::BarChart& chart) {
   }
 }
 
-// As the spreadsheet shows a number in this format; "" for General and for a format that it cannot read.
-std::string TornadoChart::formatted(double value, const std::string& format) const {
-  if (format.empty() || format == "General") return {};
-  std::string quoted;
-  for (const char c : layout::without_padding(format)) quoted.append(c == '"' ? 2 : 1, c);
-  host::CellValue text;
-  host::ignoring_errors([&] {
-    text = session_.application().evaluate("TEXT(" + text::shortest_number(value) + ",\"" + quoted + "\")");
-  });
-  if (text.kind != host::CellKind::kText) return {};
-  text.text.erase(text.text.find_last_not_of(' ') + 1);
-  return text.text.substr(std::min(text.text.find_first_not_of(' '), text.text.size()));
-}
-
-// The output's value as its cell shows it. The date format of one whose cell has none is no local one: it
-// stays unused.
-std::string TornadoChart::base_value_text(double value) const {
-  host::NumberService& numbers = session_.environment->numbers();
-  const std::string format = ValueFormat(output_);
-  std::string text;
-  if (format != output_.NumberFormatLocal) text = numbers.date_text(value);
-  if (text.empty()) text = formatted(value, format);
-  return text.empty() ? numbers.number_text(rounded(value, kDigitsOfCell), shows_groups(format)) : text;
-}
-
-std::string TornadoChart::end_text(double value, const std::string& format) const {
-  std::string text = formatted(value, format);
-  if (!text.empty()) return text;
-  return session_.environment->numbers().number_text(rounded(value, kDigitsOfLabel), shows_groups(format));
-}
-
 void TornadoChart::label_ends(layout::BarChart& chart) {
   std::vector<layout::BarLabels> labels;
   for (const InputEnds& input : inputs_) {
     labels.emplace_back();
-    if (input.at_low) labels.back().left = end_text(*input.at_low, input.number_format);
-    if (input.at_high) labels.back().right = end_text(*input.at_high, input.number_format);
+    if (input.at_low)
+      labels.back().left = NumberText(session_, *input.at_low, input.number_format, kDigitsOfLabel);
+    if (input.at_high)
+      labels.back().right = NumberText(session_, *input.at_high, input.number_format, kDigitsOfLabel);
     labels.back().left_on_bar = layout::look::text_on(end_color(input.at_low, input));
     labels.back().right_on_bar = layout::look::text_on(end_color(input.at_high, input));
   }

@@ -39,6 +39,7 @@ struct TornadoStyle {
 struct InputEnds {
   std::optional<double> base, at_low, at_high;  // none: no number
   std::string number_format;                    // local form
+  bool turns = false;                           // the output turns back between them
 };
 
 class TornadoChart {
@@ -67,9 +68,6 @@ class TornadoChart {
   std::optional<double> origin() const;
   std::string base_text(double value) const;
   std::string subtitle() const;
-  std::string formatted(double value, const std::string& format) const;
-  std::string base_value_text(double value) const;
-  std::string end_text(double value, const std::string& format) const;
   host::Color end_color(const std::optional<double>& value, const InputEnds& input) const;
   void color_low_ends(layout::BarChart& chart);
   void label_ends(layout::BarChart& chart);
