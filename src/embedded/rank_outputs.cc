@@ -149,8 +149,8 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
                           .output = output.has_name() ? output.ioName : "",
                           .base = shown(output.rules(), output.BaseValue()),
                           .effects = {},
-                          .answers = model::answers_of(input_records, output_records, index + 1,
-                                                       target.value_or(target_of(*run, index))),
+                          .answers = reports::AnswersOf(input_records, output_records, index + 1,
+                                                        target.value_or(target_of(*run, index))),
                           .sentence = {},
                           .groups = {}};
     for (const model::DralInputOutput& input : input_records)

@@ -127,15 +127,17 @@ Shape shape_of(const NumberRules& rules, std::span<const StepPoint> curve) {
   const StepPoint& lowest = *std::min_element(curve.begin(), curve.end(), by_output);
   const StepPoint& highest = *std::max_element(curve.begin(), curve.end(), by_output);
   if (rules.difference(highest.output, lowest.output) == 0) return shape;
-  if (rules.difference(highest.output, std::max(first.output, last.output)) > 0) shape.peak = highest;
-  if (rules.difference(lowest.output, std::min(first.output, last.output)) < 0) shape.valley = lowest;
+  // In halves, as the distances are.
+  const double rounding = NumberRules::kRounding * largest_result(curve) / 2;
+  if (change(highest.output, std::max(first.output, last.output)) > rounding) shape.peak = highest;
+  if (change(lowest.output, std::min(first.output, last.output)) < -rounding) shape.valley = lowest;
   const double width = change(last.input, first.input);
   if (width == 0) return shape;
   double largest = 0;
   for (const StepPoint& point : curve) {
     const double on_line = std::lerp(first.output, last.output, change(point.input, first.input) / width);
-    if (rules.difference(point.output, on_line) != 0)
-      largest = std::max(largest, std::fabs(change(point.output, on_line)));
+    const double distance = std::fabs(change(point.output, on_line));
+    if (distance > rounding) largest = std::max(largest, distance);
   }
   shape.bend = largest / change(highest.output, lowest.output);
   return shape;

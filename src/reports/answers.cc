@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "layout/format_codes.h"
 #include "reports/item_texts.h"
 #include "reports/table_values.h"
 #include "reports/value_text.h"
@@ -33,9 +34,19 @@ std::string described(session::Session& session, const model::DralInputOutput& i
 
 }  // namespace
 
+OutputAnswers AnswersOf(const model::Records& inputs, const model::Records& outputs, std::int32_t output,
+                        double target) {
+  OutputAnswers answers = model::answers_of(inputs, outputs, output, target);
+  const bool is_date = layout::shows_date(outputs(output).numberFormat);
+  for (InputAnswers& each : answers.inputs)
+    if (is_date || layout::shows_date(inputs(each.input).numberFormat))
+      each.elasticity = each.arc_elasticity = std::nullopt;
+  return answers;
+}
+
 OutputAnswers AnswersOf(const Context& context, std::int32_t output) {
-  return model::answers_of(context.inputs, context.outputs, output,
-                           context.settings.target_of(context.outputs(output).ioIndex));
+  return AnswersOf(context.inputs, context.outputs, output,
+                   context.settings.target_of(context.outputs(output).ioIndex));
 }
 
 std::string BreakEvenText(session::Session& session, const model::DralInputOutput& input,
@@ -79,7 +90,7 @@ std::string AnswerSentence(session::Session& session, const model::Records& inpu
                                             session.list_of({moving.begin() + 1, moving.end()}));
   std::string target = TargetSentence(session, inputs, outputs, mode, answers, answers.inputs);
   // A date is at no target unless one is asked for.
-  if (target.empty() && !output.IsDate)
+  if (target.empty() && !output.IsDate && !layout::shows_date(output.numberFormat))
     target = session.text(text_id::kAnswersNotReached, name, label_text(session, output, answers.target));
   return target.empty() ? sentence : sentence + " " + target;
 }

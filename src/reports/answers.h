@@ -15,6 +15,9 @@
 
 namespace ordvane::reports {
 
+// Of an output; without elasticities of items whose cells show dates.
+model::OutputAnswers AnswersOf(const model::Records& inputs, const model::Records& outputs,
+                               std::int32_t output, double target);
 // Of an output of the context, with the target that the settings give it.
 model::OutputAnswers AnswersOf(const Context& context, std::int32_t output);
 

@@ -232,12 +232,14 @@ def turns_and_bend(points):
     swing = difference(max(results), min(results))
     if len(points) < 2 or swing == 0:
         return [], None
+    rounding = 1e-12 * max(map(abs, results))
     turns = [next(point[0] for point in points if point[1] == extreme) for extreme, ends in
-             ((max(results), max(y, to_y)), (min(results), min(y, to_y))) if difference(extreme, ends) != 0]
+             ((max(results), max(y, to_y)), (min(results), min(y, to_y))) if abs(extreme - ends) > rounding]
     if x == to_x:
         return turns, None
     lines = [y + (to_y - y) * ((point[0] - x) / (to_x - x)) for point in points]
-    return turns, max(abs(difference(*pair)) for pair in zip(results, lines)) / swing
+    distances = [abs(result - line) for result, line in zip(results, lines)]
+    return turns, max((distance for distance in distances if distance > rounding), default=0) / swing
 
 
 def answers_of(run, values, output, effects, ranks, facts):
