@@ -101,7 +101,7 @@ class SensitivityReport {
     for (const StepTable::Block& block : drawn_) {
       OrdvaneGInput graph = graph_of(block);
       graph.width = width;
-      steps_.fill_range(*graph.ranges.Add(1), block, quantity_);
+      steps_.fill_range(*graph.ranges.Add(1), block, quantity_, &graph.marks);
       graph.inputG(sheet);
       CheckUserCancel(session_);
     }
@@ -119,7 +119,9 @@ class SensitivityReport {
     graph.second_title = session_.text(text_id::kSensitivityChartSubtitle, output);
     const std::string failed = StepNote(session_, {.steps = block.facts.steps, .failed = block.facts.failed});
     if (!failed.empty()) graph.second_title += "\n" + failed;
-    mark_break_even(graph, block);
+    graph.description = TargetSentence(session_, context_.inputs, context_.outputs, context_.range_mode,
+                                       steps_.answers(), {&steps_.answers(block), 1});
+    if (!graph.description.empty()) graph.second_title += "\n" + graph.description;
     graph.x_axis_title = session_.text(axis, input);
     graph.y_axis_title = session_.text(axis, output);
     graph.percent_flag = context_.output_mode;
@@ -128,22 +130,6 @@ class SensitivityReport {
       graph.y_format = AxisFormat(steps_.output());
     }
     return graph;
-  }
-
-  // Where the output reaches its target, as the chart's axes have it.
-  void mark_break_even(OrdvaneGInput& graph, const StepTable::Block& block) const {
-    const model::InputAnswers& answers = steps_.answers(block);
-    const model::NumberRules& rules = steps_.output().rules();
-    for (const model::Crossing& crossing : answers.break_even) {
-      layout::PointChart::Point place = {crossing.input, steps_.answers().target};
-      if (quantity_ == Quantity::kChange)
-        place = {rules.fractional_change(place.x, steps_.input(block).BaseValue()),
-                 rules.fractional_change(place.y, steps_.output().BaseValue())};
-      graph.marks.push_back(place);
-    }
-    graph.description = TargetSentence(session_, context_.inputs, context_.outputs, context_.range_mode,
-                                       steps_.answers(), {&answers, 1});
-    if (!graph.description.empty()) graph.second_title += "\n" + graph.description;
   }
 
   const Context& context_;
@@ -166,7 +152,8 @@ std::int32_t OrdvaneGInput::inputG(layout::ReportSheet& PER) {
   const std::int32_t status = GetGraphRangeExtent(session_, *range, extent_);
   if (status != 0) return status;
   add_series(*range);
-  if (!marks.empty()) host::ignoring_errors([&] { chart_->AddMarks(marks, description); });
+  if (marks.numValues() > 0)
+    host::ignoring_errors([&] { chart_->AddMarks(*marks.xValues(), *marks.yValues(), description); });
   chart_->SetTitle(chart_title);
   chart_->SetSubtitle(second_title);
   const bool percent = percent_flag != 0;

@@ -75,8 +75,11 @@ double StepTable::output_value(const Block& block, std::int32_t step) const {
 
 std::optional<StepTable::Point> StepTable::point(const Block& block, std::int32_t step,
                                                  Quantity quantity) const {
+  return drawn(block, {input_value(block, step), output_value(block, step)}, quantity);
+}
+
+std::optional<StepTable::Point> StepTable::drawn(const Block& block, Point point, Quantity quantity) const {
   const model::NumberRules& rules = output_.rules();
-  Point point = {input_value(block, step), output_value(block, step)};
   if (quantity == Quantity::kChange)
     point = {rules.fractional_change(point.x, input(block).BaseValue()),
              rules.fractional_change(point.y, output_.BaseValue())};
@@ -224,27 +227,43 @@ void StepTable::fit_names() {
   }
 }
 
-void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity) {
+// Figures that the table does not show stand out of sight: points of the line, and marks.
+void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity,
+                           model::OrdvaneGraphRange* marks) {
   const Steps steps = drawable_steps(block, quantity);
   const bool values = quantity == Quantity::kValue;
   const std::int32_t row = block.first_row + steps.first - 1;
   range.set_numValues(steps.count);
   range.set_rName(SeriesName(input(block)));
-  if (!steps.has_gaps) {
+  host::CellBlock figures(block.rows, 4);
+  const auto put = [&](std::int32_t at, std::int32_t column, const std::optional<Point>& point) {
+    if (!point) return false;
+    figures.set_number(at, column, point->x);
+    figures.set_number(at, column + 1, point->y);
+    return true;
+  };
+  std::int32_t marked = 0;
+  if (marks != nullptr)
+    for (const model::Crossing& crossing : answers(block).break_even)
+      if (marked < block.rows &&
+          put(marked + 1, 3, drawn(block, {crossing.input, answers_.target}, quantity)))
+        ++marked;
+  for (std::int32_t step = 1; steps.has_gaps && step <= block.rows; ++step)
+    put(step, 1, point(block, step, quantity));
+  std::shared_ptr<host::Range> cells;
+  if (steps.has_gaps || marked > 0) cells = table_->PutOutOfSight(block.first_row, figures);
+  if (marked > 0) {
+    marks->set_numValues(marked);
+    marks->set_xValues(cells->offset(0, 2)->resize(marked, 1));
+    marks->set_yValues(cells->offset(0, 3)->resize(marked, 1));
+  }
+  if (steps.has_gaps) {
+    range.set_xValues(cells->offset(steps.first - 1, 0)->resize(steps.count, 1));
+    range.set_yValues(cells->offset(steps.first - 1, 1)->resize(steps.count, 1));
+  } else {
     range.set_xValues(table_->Body(row, column(values ? kInputValue : kInputFraction), steps.count));
     range.set_yValues(table_->Body(row, column(values ? kOutputValue : kOutputFraction), steps.count));
-    return;
   }
-  host::CellBlock points(steps.count, 2);
-  for (std::int32_t i = 1; i <= steps.count; ++i) {
-    const auto drawn = point(block, steps.first + i - 1, quantity);
-    if (!drawn) continue;
-    points.set_number(i, 1, drawn->x);
-    points.set_number(i, 2, drawn->y);
-  }
-  const auto cells = table_->PutOutOfSight(row, points);
-  range.set_xValues(cells->resize(steps.count, 1));
-  range.set_yValues(cells->offset(0, 1)->resize(steps.count, 1));
 }
 
 std::string SeriesName(const model::DralInputOutput& input) {

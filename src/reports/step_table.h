@@ -75,7 +75,9 @@ class StepTable {
 
   // One series of the written table, of a block without an obstacle: its input cells against its output
   // cells, from the first to the last step that can be drawn. Cells of steps between that cannot are blank.
-  void fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity);
+  // `marks`: where the output is at its target, if that is wanted.
+  void fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity,
+                  model::OrdvaneGraphRange* marks = nullptr);
   layout::ReportTable& table() { return *table_; }
 
  private:
@@ -98,6 +100,8 @@ class StepTable {
   std::int32_t column(std::int32_t after_places) const;
   double input_value(const Block& block, std::int32_t step) const;
   double output_value(const Block& block, std::int32_t step) const;
+  // As a chart's axes have it; none for one that lacks a number.
+  std::optional<Point> drawn(const Block& block, Point point, Quantity quantity) const;
   // None for a step that lacks a number.
   std::optional<Point> point(const Block& block, std::int32_t step, Quantity quantity) const;
   Steps drawable_steps(const Block& block, Quantity quantity) const;

@@ -832,19 +832,36 @@ class Comparison:
                            and sheet_and_range(series.find(f".//{C}yVal//{C}f").text)[0] == sheet.title])
                   for _, chart in sorted(self.chart_parts.items(), key=lambda part: int(re.sub(r"\D", "", part[0])))]
         charts = [(chart, series) for chart, series in charts if series and chart.find(f".//{C}barChart") is None]
-        found = []
+        found, marks = [], []
         for chart, every in charts:
             for series in every:
+                unjoined = series.find(f"{C}spPr/{A}ln/{A}noFill") is not None
                 axes = []
                 for axis in ("xVal", "yVal"):
                     cache = series.find(f"{C}{axis}//{C}numCache")
                     values = {int(p.get("idx")): float(p.findtext(C + "v")) for p in cache.iter(C + "pt")}
                     axes.append([values.get(i) for i in range(int(cache.find(C + "ptCount").get("val")))])
-                found.append([None if None in point else point for point in zip(*axes)])
-            self.axes_around(sheet, chart, [point for line in found[-len(every):] for point in line if point])
+                (marks if unjoined else found).append([None if None in point else point for point in zip(*axes)])
+            self.axes_around(sheet, chart, [point for line in (found if together else found[-1:]) for point in line if point])
         self.compared += 1
+        if not together:
+            self.marks(sheet, result, marks, [
+                (item["base"], answers.roots) for item, rank, steps, facts, answers in
+                zip(run.inputs, result.ranks, result.values, result.facts, result.answers)
+                if rank <= result.limit and (options.all_inputs or not facts.idle)
+                and line_of(steps, item["base"], result.position, result.base, percent)],
+                run.target if run.target is not None else result.item.get("target", 0), percent)
         if found != expected or len(charts) != (bool(expected) if together else len(expected)):
             self.differ(sheet.title, f"draws {found} in {len(charts)} charts, expected {expected}")
+
+    def marks(self, sheet, result, found, roots, target, percent):
+        """Charts mark where the output is at its target."""
+        expected = [[(change(x, base), change(target, result.base)) if percent else (x, target) for x, _ in each]
+                    for base, each in roots if each]
+        expected = [[(Near(x), Near(y)) for x, y in line] for line in expected]
+        self.compared += 1
+        if found != expected:
+            self.differ(sheet.title, f"marks {found}, expected {expected}")
 
     def axes_around(self, sheet, chart, points):
         """Both axes have bounds that hold every point, and a whole number of units; zero is a tick where they span it."""
