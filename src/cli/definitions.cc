@@ -63,13 +63,14 @@ void add_outputs(CommandLine& line, std::vector<std::string>& outputs) {
 // What both reports and the terminal answer.
 void add_answers(CommandLine& line, std::optional<double>& target, model::SortBy& sort,
                  const std::string& group) {
-  line.option("--target", kTarget,
-              "Value of the outputs whose break-even inputs are told (default: each output's own, or 0)",
-              [&target](const std::string& text) { target = number_of("--target", text); })
-      ->group(group);
-  line.option("--sort", kOrder, "Order of the inputs: by swing (default), downside, upside or elasticity",
-              [&sort](const std::string& text) { sort = order_of("--sort", text); })
-      ->group(group);
+  CLI::Option* const options[] = {
+      line.option("--target", kTarget,
+                  "Value of the outputs whose break-even inputs are told (default: each output's own, or 0)",
+                  [&target](const std::string& text) { target = number_of("--target", text); }),
+      line.option("--sort", kOrder, "Order of the inputs: by swing (default), downside, upside or elasticity",
+                  [&sort](const std::string& text) { sort = order_of("--sort", text); })};
+  if (group.empty()) return;
+  for (CLI::Option* option : options) option->group(group);
 }
 
 void add_choice_of_reports(CommandLine& line, ReportCommand& c) {

@@ -1,4 +1,5 @@
 // Spider and sensitivity reports: one table of steps, drawn as lines together or as one chart each.
+#include "reports/answers.h"
 #include "reports/reports_bench.h"
 #include "reports/sensitivity.h"
 #include "reports/spider.h"
@@ -187,7 +188,8 @@ TEST(StepTable, IsCutToTheSmallestSheetAndSaysSo) {
   bench.inputs(2).inputValuesUsedInit(65524);
   bench.inputs(2).outputValuesCalculatedInit(1, 65524);
   const Context context = bench.context();
-  StepTable table(context, 1, 2);
+  const model::OutputAnswers answers = AnswersOf(context, 1);
+  StepTable table(context, 1, 2, answers);
   EXPECT_EQ(table.blocks().back().rows, 65522);
   const session::TextId<0> no_text = text_id::kStepsInputBaseNoNumber;
   table.write(*bench.workbook->AddSheet("Steps"),
