@@ -241,8 +241,8 @@ OutputAnswers answers_of(const Records& inputs, const Records& outputs, std::int
     answers.inputs.push_back(answers_of_input(inputs(i), output, result, target));
     answers.inputs.back().input = i;
   }
-  std::sort(answers.inputs.begin(), answers.inputs.end(),
-            [](const InputAnswers& a, const InputAnswers& b) { return a.rank < b.rank; });
+  std::stable_sort(answers.inputs.begin(), answers.inputs.end(),
+                   [](const InputAnswers& a, const InputAnswers& b) { return a.rank < b.rank; });
   fill_shares(answers.inputs);
   return answers;
 }

@@ -25,6 +25,7 @@ std::string described(session::Session& session, const model::DralInputOutput& i
                       const model::DralInputOutput& output, model::OrdvaneRangeMode mode,
                       const InputAnswers& answers) {
   const auto range = [&](const model::DralInputOutput& item, double model::StepPoint::*value) {
+    if (answers.curve.size() == 1) return label_text(session, item, answers.curve.front().*value);
     return session.text(text_id::kAnswersRange, label_text(session, item, answers.curve.front().*value),
                         label_text(session, item, answers.curve.back().*value));
   };
@@ -81,7 +82,7 @@ std::string AnswerSentence(session::Session& session, const model::Records& inpu
   const std::string name = output.NameOrQualifiedCellAddressName(mode);
   std::vector<std::string> moving;
   for (const InputAnswers& each : answers.inputs)
-    if (each.swing != 0 && each.curve.size() > 1 && moving.size() < kMostNamed)
+    if (each.facts.moves && !each.curve.empty() && moving.size() < kMostNamed)
       moving.push_back(described(session, inputs(each.input), output, mode, each));
   if (moving.empty()) return session.text(text_id::kAnswersNothing, name);
   std::string sentence = moving.size() == 1

@@ -49,10 +49,8 @@ StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t l
     const std::int32_t rows = std::min(in.numSteps, kMostRows - rows_);
     truncated_ = truncated_ || rows < in.numSteps;
     if (rows == 0) continue;
-    blocks_.push_back({.input = i,
-                       .first_row = rows_ + 1,
-                       .rows = rows,
-                       .facts = answers_.inputs[static_cast<std::size_t>(in.rank(output) - 1)].facts});
+    blocks_.push_back({.input = i, .first_row = rows_ + 1, .rows = rows, .facts = {}});
+    blocks_.back().facts = answers(blocks_.back()).facts;
     rows_ += rows;
   }
 }
@@ -62,7 +60,8 @@ std::int32_t StepTable::column(std::int32_t after_places) const {
 }
 
 const model::InputAnswers& StepTable::answers(const Block& block) const {
-  return answers_.inputs[static_cast<std::size_t>(input(block).rank(output_index_) - 1)];
+  return *std::find_if(answers_.inputs.begin(), answers_.inputs.end(),
+                       [&](const model::InputAnswers& each) { return each.input == block.input; });
 }
 
 double StepTable::input_value(const Block& block, std::int32_t step) const {

@@ -58,6 +58,7 @@ class TornadoReport final : public BarReport {
         answer_columns_(context, answers_, kAnswersOfInputs, column(kInputBase) + 1, std::max(bars, 0)),
         sentence_(
             AnswerSentence(context.session, context.inputs, context.outputs, context.range_mode, answers_)),
+        facts_of_(context.inputs.size(), nullptr),
         row_of_(context.inputs.size(), 0),
         input_formats_(std::max(bars, 0)) {
     set_rows(bars, {.name = column(kName),
@@ -73,13 +74,25 @@ class TornadoReport final : public BarReport {
     return static_cast<std::int32_t>(context_.range_mode) + after_places;
   }
 
-  // The inputs of the first ranks, in the order that is asked for; the others have no rows.
+  // The inputs of the first ranks, in the order that is asked for; the others have no rows. Of equal ranks
+  // the later input stays.
   void fill_rows() override {
-    const std::span shown(answers_.inputs.data(), static_cast<std::size_t>(bars_));
-    for (const std::size_t position : sorted_by(context_.settings.sort, shown)) {
-      in_rows_.push_back(&answers_.inputs[position]);
-      row_of_(answers_.inputs[position].input) = in_rows_.size();
+    model::OneBased<std::int32_t> input_at(bars_, 0);
+    for (std::int32_t i = 1; i <= context_.inputs.size(); ++i)
+      if (const std::int32_t rank = context_.inputs(i).rank(output_index_); rank <= bars_) input_at(rank) = i;
+    in_rows_.assign(bars_, nullptr);
+    std::int32_t row = 0;
+    for (const std::size_t position : sorted_by(context_.settings.sort, answers_.inputs)) {
+      const model::InputAnswers& answers = answers_.inputs[position];
+      facts_of_(answers.input) = &answers.facts;
+      if (answers.rank > bars_ || input_at(answers.rank) != answers.input) continue;
+      row_of_(answers.input) = ++row;
+      in_rows_(row) = &answers;
     }
+    write_rows();
+  }
+
+  void write_rows() {
     for (std::int32_t i = 1; i <= context_.inputs.size(); ++i) {
       const model::DralInputOutput& input = context_.inputs(i);
       const std::int32_t row = row_of_(i);
@@ -88,8 +101,7 @@ class TornadoReport final : public BarReport {
         session_.log.line("GenerateTornadoReport cellAddress: " + input.cellAddress);
         CheckUserCancel(session_);
       }
-      add_facts(row, ItemLabel(input),
-                answers_.inputs[static_cast<std::size_t>(input.rank(output_index_) - 1)].facts);
+      add_facts(row, ItemLabel(input), *facts_of_(i));
     }
   }
 
@@ -122,7 +134,7 @@ class TornadoReport final : public BarReport {
         return cell.is_number() ? std::optional(cell.number) : std::nullopt;
       };
       return {value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row),
-              in_rows_(row)->shape.turns()};
+              in_rows_(row) != nullptr && in_rows_(row)->shape.turns()};
     };
   }
 
@@ -177,6 +189,7 @@ class TornadoReport final : public BarReport {
   AnswerColumns answer_columns_;
   std::string sentence_;
   model::OneBased<const model::InputAnswers*> in_rows_;  // by row
+  model::OneBased<const model::StepFacts*> facts_of_;    // by input record
   model::OneBased<std::int32_t> row_of_;                 // of the input records; 0: none
   model::OneBased<std::string> input_formats_;           // by row
 };
