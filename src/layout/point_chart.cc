@@ -94,7 +94,7 @@ void PointChart::AddMarks(host::Range& x_values, host::Range& y_values, const st
   series->set_values(y_values);
   series->set_x_values(x_values);
   series->set_border({.line_style = host::kXlNone});
-  series->set_marker(host::MarkerStyle::kDiamond, kSize, kMark, kWhite);
+  series->set_marker(host::MarkerStyle::kDiamond, kSize, kMark, kMark);
   if (sheet_.is_out_of_sight(y_values)) Chart()->set_plot_visible_only(false);
   for (std::int32_t row = 1; row <= x_values.row_count(); ++row)
     keep_points(x_values.cell(row, 1)->values(), y_values.cell(row, 1)->values());

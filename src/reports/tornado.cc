@@ -86,7 +86,8 @@ class TornadoReport final : public BarReport {
       const model::InputAnswers& answers = answers_.inputs[position];
       facts_of_(answers.input) = &answers.facts;
       if (answers.rank > bars_ || input_at(answers.rank) != answers.input) continue;
-      row_of_(answers.input) = ++row;
+      row = context_.settings.sort == model::SortBy::kSwing ? answers.rank : row + 1;
+      row_of_(answers.input) = row;
       in_rows_(row) = &answers;
     }
     write_rows();
