@@ -97,7 +97,7 @@ std::string spark_line(const model::InputAnswers& answers) {
 std::string break_even_text(const model::InputAnswers& answers, const embedded::CellText& cell) {
   std::string text;
   for (const model::Crossing& crossing : answers.break_even)
-    text += (text.empty() ? "" : "; ") +
+    text += (text.empty() ? "" : " / ") +
             (cell.is_general() ? text::general_number(crossing.input, kDigits) : cell.text(crossing.input));
   return text;
 }

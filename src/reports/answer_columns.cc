@@ -60,9 +60,7 @@ host::CellValue cell_of(session::Session& session, const model::DralInputOutput&
                         const std::vector<double>& values) {
   if (values.empty()) return host::kNotShown;
   if (values.size() == 1) return values.front();
-  std::vector<std::string> texts;
-  for (const double value : values) texts.push_back(ValueText(session, input, value, kDigitsOfLabel));
-  return session.list_of(texts);
+  return ValuesText(session, input, values);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "reports/answers.h"
 
-#include <algorithm>
-#include <vector>
+#include <optional>
 
 #include "layout/format_codes.h"
 #include "reports/item_texts.h"
@@ -50,12 +49,11 @@ OutputAnswers AnswersOf(const Context& context, std::int32_t output) {
                    context.settings.target_of(context.outputs(output).ioIndex));
 }
 
-std::string BreakEvenText(session::Session& session, const model::DralInputOutput& input,
-                          const InputAnswers& answers) {
-  std::vector<std::string> values;
-  for (const model::Crossing& crossing : answers.break_even)
-    values.push_back(label_text(session, input, crossing.input));
-  return session.list_of(values);
+std::string ValuesText(session::Session& session, const model::DralInputOutput& item,
+                       const std::vector<double>& values) {
+  std::string text;
+  for (const double value : values) text += (text.empty() ? "" : " / ") + label_text(session, item, value);
+  return text;
 }
 
 std::string TargetSentence(session::Session& session, const model::Records& inputs,
@@ -65,8 +63,10 @@ std::string TargetSentence(session::Session& session, const model::Records& inpu
   for (const InputAnswers& each : of) {
     if (each.break_even.empty()) continue;
     const model::DralInputOutput& input = inputs(each.input);
+    std::vector<double> values;
+    for (const model::Crossing& crossing : each.break_even) values.push_back(crossing.input);
     places.push_back(session.text(text_id::kAnswersEquals, input.NameOrQualifiedCellAddressName(mode),
-                                  BreakEvenText(session, input, each)));
+                                  ValuesText(session, input, values)));
     if (places.size() == kMostNamed) break;
   }
   if (places.empty()) return {};

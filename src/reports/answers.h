@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "layout/report_sheet.h"
 #include "model/answers.h"
@@ -31,9 +32,9 @@ std::string AnswerSentence(session::Session& session, const model::Records& inpu
 std::string TargetSentence(session::Session& session, const model::Records& inputs,
                            const model::Records& outputs, model::OrdvaneRangeMode mode,
                            const model::OutputAnswers& answers, std::span<const model::InputAnswers> of);
-// The input's values at which the output is at its target, as a list; "" for none.
-std::string BreakEvenText(session::Session& session, const model::DralInputOutput& input,
-                          const model::InputAnswers& answers);
+// Values of an item side by side, apart from those of another in a list: "8.4 / 9.6".
+std::string ValuesText(session::Session& session, const model::DralInputOutput& item,
+                       const std::vector<double>& values);
 
 // Behind the name of an input whose output turns back inside the range.
 inline constexpr const char* kTurningMark = " *";

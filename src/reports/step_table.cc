@@ -50,7 +50,7 @@ StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t l
     truncated_ = truncated_ || rows < in.numSteps;
     if (rows == 0) continue;
     blocks_.push_back({.input = i, .first_row = rows_ + 1, .rows = rows, .facts = {}});
-    blocks_.back().facts = answers(blocks_.back()).facts;
+    blocks_.back().facts = this->answers(blocks_.back()).facts;
     rows_ += rows;
   }
 }

@@ -38,7 +38,7 @@ std::string make_report(GraphBench& bench, const Situation& c) {
 
 const char* const kFirstRow =
     "1  B+1 \"Price (B3)\"  C+1 \"B3\"  D+1 60 {#,##0.00}  E+1 -0.4 {0.00%}  F+1 8 {0}  G+1 140 {#,##0.00}"
-    "  H+1 0.4 {0.00%}  I+1 12 {0}  J+1 10 {0}  K+1 \" - \"  L+1 0.7";
+    "  H+1 0.4 {0.00%}  I+1 12 {0}  J+1 10 {0}  K+1 \" - \"  L+1 0.91";
 const char* const kMarker =
     "series \"Vertical\" scatter secondary (0, 1) over (100, 100)\n    point 2 marked\n"
     "    point 2 labelled \"Base value 100.00\"\n";
@@ -50,6 +50,16 @@ const Situation kSituations[] = {
       "second value axis from 0 to 1", "\"Lead\" unseen V+1:V+2 (60, 60)", "\"Reach\" unseen W+1:W+2 (0, 30)",
       "\"Bar +\" #0000FF Y+1:Y+2 (40, 10)", "\"Beyond +\" #0000FF AA+1:AA+2 (40, 15)"},
      {"Please note:\nSome values", "Rows in"}},
+    {{"a target, and the order of what falls most",
+      {kTwoInputs[1], {"Dip", "B4", 10, {{8, 100}, {9, 50}, {10, 100}, {12, 110}}}},
+      100,
+      [](GraphBench& b) {
+        b.settings.sort = model::SortBy::kDownside;
+        b.settings.target = 80;
+      }},
+     {"Cost is 80 at Price = 9, Dip = 8.4 / 9.6.", "Rows in the order of: Downside", "2  B+1 \"Dip (B4)\"",
+      "K+1 \"8.4 / 9.6\"", "K+2 9 {0}", "\"* Highest or lowest result inside the range, at: Dip (B4) = 9.0\"",
+      "\"Dip (B4) *\""}},
     {{"percent: the marker stands at no change and names the base", kTwoInputs, 100, in_percent},
      {"from -0.4 to 0.4", "crossed at 0", "over (0, 0)", "labelled \"Base value 100.00\"", "{0.00%}"},
      {"Please note:\nThe base"}},
