@@ -263,6 +263,10 @@ ORDVANE_API int32_t ordvane_options_set_bar_color(ordvane_options* options, uint
 ORDVANE_API int32_t ordvane_options_set_base_color(ordvane_options* options, uint32_t color);
 /** Colour of the parts of its bars that inputs below their base make, 0xRRGGBB. */
 ORDVANE_API int32_t ordvane_options_set_low_color(ordvane_options* options, uint32_t color);
+/** What stands at the ends of bars: what inputs were set to, what the output came to, or both. */
+enum { ORDVANE_LABELS_INPUTS = 0, ORDVANE_LABELS_OUTPUTS = 1, ORDVANE_LABELS_BOTH = 2 };
+/** One of them: at first ORDVANE_LABELS_INPUTS. */
+ORDVANE_API int32_t ordvane_options_set_labels(ordvane_options* options, int32_t labels);
 /** A text across charts and pages, of up to two lines. */
 ORDVANE_API int32_t ordvane_options_set_watermark(ordvane_options* options, const char* text);
 /** The language of the reports, one of ordvane_language: at first "en". */

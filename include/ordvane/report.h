@@ -27,6 +27,13 @@ struct Color {
   std::uint8_t blue = 0;   ///< 0 to 255
 };
 
+/// What stands at the ends of a tornado's bars.
+enum class BarLabels : std::uint8_t {
+  kInputs,   ///< what the input was set to there
+  kOutputs,  ///< what the output came to
+  kBoth      ///< the one and the other
+};
+
 /// Which reports are made, and what they show. There is always a summary.
 struct ReportOptions {
   std::vector<std::size_t> outputs;  ///< positions in Run::outputs of those to report on; none: all of them
@@ -38,15 +45,16 @@ struct ReportOptions {
   bool detail_by_input = false;  ///< one sheet: every step of every input, outputs side by side
   bool multi_way = false;        ///< inputs varied together; the run must have groups
 
-  bool percent = false;             ///< graphs show changes in percent of the base value
-  std::int32_t max_inputs = 20;     ///< most inputs on a graph, 1 to 32
-  bool all_inputs = false;          ///< graphs have also the inputs that do not move their output
-  std::optional<double> threshold;  ///< only inputs with a swing of this share of the base value: 0.05
-  std::optional<Color> bar_color;   ///< of a tornado
-  std::optional<Color> base_color;  ///< of its line at the base value
-  std::optional<Color> low_color;   ///< of the parts of its bars that inputs below their base make
-  std::string watermark;            ///< across charts and pages; up to two lines
-  std::string language = "en";      ///< one of languages()
+  bool percent = false;                   ///< graphs show changes in percent of the base value
+  std::int32_t max_inputs = 20;           ///< most inputs on a graph, 1 to 32
+  bool all_inputs = false;                ///< graphs have also the inputs that do not move their output
+  std::optional<double> threshold;        ///< only inputs with a swing of this share of the base value: 0.05
+  std::optional<Color> bar_color;         ///< of a tornado
+  std::optional<Color> base_color;        ///< of its line at the base value
+  std::optional<Color> low_color;         ///< of the parts of its bars that inputs below their base make
+  BarLabels labels = BarLabels::kInputs;  ///< at the ends of its bars
+  std::string watermark;                  ///< across charts and pages; up to two lines
+  std::string language = "en";            ///< one of languages()
 
   /// The date in the workbook's properties; none: a fixed one, so that the same run gives the same bytes.
   std::optional<std::chrono::sys_seconds> created;

@@ -158,7 +158,8 @@ FLAGS = (
     "overwrite",
 )
 COLORS = ("bar_color", "base_color", "low_color")
-for _name in (*FLAGS, "max_inputs"):
+LABELS = ("inputs", "outputs", "both")
+for _name in (*FLAGS, "max_inputs", "labels"):
     _FUNCTIONS["options_set_" + _name] = (c_int32, [c_void_p, c_int32])
 for _name in COLORS:
     _FUNCTIONS["options_set_" + _name] = (c_int32, [c_void_p, c_uint32])

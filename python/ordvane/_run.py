@@ -131,6 +131,7 @@ class ReportOptions:
     bar_color: Optional[Color] = None
     base_color: Optional[Color] = None
     low_color: Optional[Color] = None  # of the parts of bars that inputs below their base make
+    labels: str = "inputs"  # at the ends of bars: "inputs", "outputs" or "both"
     watermark: str = ""
     language: str = "en"
     created: Optional[datetime.datetime] = None  # none: a fixed date, so that the same run gives the same bytes
@@ -197,6 +198,9 @@ class _Options:
         for color in _library.COLORS:
             if getattr(options, color) is not None:
                 self._set("set_" + color, _rgb(getattr(options, color)))
+        if options.labels not in _library.LABELS:
+            raise ValueError(f"{options.labels!r} is no kind of label; one of {', '.join(_library.LABELS)} is expected")
+        self._set("set_labels", _library.LABELS.index(options.labels))
         self._set("set_max_inputs", options.max_inputs)
         if options.threshold is not None:
             self._set("set_threshold", options.threshold)

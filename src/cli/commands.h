@@ -28,6 +28,8 @@ inline constexpr int kBadInput = 2;
 inline constexpr int kSignalled = 128;  // plus the signal: 130 for Ctrl-C
 
 struct ReportCommand {
+  ReportCommand() { options.low_color = reports::kLowColor; }
+
   std::filesystem::path run;
   std::filesystem::path workbook;  // a new one; empty: named after the run, in the current folder
   std::filesystem::path into;      // one that is there; empty: none, the reports go into a new one

@@ -22,6 +22,8 @@ const ValueKind kShare{"X"};
 const ValueKind kTarget{"VALUE"};
 const ValueKind kOrder{"swing|downside|upside|elasticity"};
 const ValueKind kColor{"RRGGBB"};
+const ValueKind kColorOrNone{"RRGGBB|none"};
+const ValueKind kLabels{"inputs|outputs|both"};
 const ValueKind kText{"TEXT"};
 
 const ValueKind kModel{"MODEL", ValueKind::Offer::kFiles, {".xlsx", ".xlsm", ".xls", ".ods"}};
@@ -114,8 +116,16 @@ void add_look(CommandLine& line, ReportCommand& c) {
   };
   color("--bar-color", c.options.bar_color, "Bars of a tornado");
   color("--base-color", c.options.base_color, "Base value line of a tornado");
-  color("--low-color", c.options.low_color,
-        "Parts of tornado bars that inputs below their base make (try E69F00)");
+  line.option("--low-color", kColorOrNone,
+              "Tornado bars where inputs are below their base value (default: E69F00)",
+              [&](const std::string& text) {
+                c.options.low_color =
+                    text == "none" ? std::nullopt : std::optional(color_of("--low-color", text));
+              })
+      ->group(look);
+  line.option("--labels", kLabels, "What stands at the ends of tornado bars (default: inputs)",
+              [&](const std::string& text) { c.options.labels = labels_of("--labels", text); })
+      ->group(look);
   line.free_text("--watermark", kText, "Text across charts and pages; \\n begins its second line",
                  [&](const std::string& text) { c.options.watermark = with_line_breaks(text); })
       ->group(look);
@@ -148,7 +158,7 @@ void define_report(Arguments& arguments) {
          {"ordvane report budget.run.json --tornado --percent --max-inputs 10 --threshold 5%"},
          {"ordvane report budget.run.json --multi-way --output Profit"},
          {"ordvane report budget.run.json --tornado --target 50000 --sort downside"},
-         {"ordvane report budget.run.json --tornado --bar-color 333399 --low-color E69F00"},
+         {"ordvane report budget.run.json --tornado --bar-color 333399 --labels both"},
          {"ordvane report budget.run.json --bar-color 1F4E79 --watermark 'Draft\\nnot for release'"}}},
        exit_status()});
 }

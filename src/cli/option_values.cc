@@ -110,6 +110,13 @@ sweep::Verify verify_of(const std::string& option, const std::string& text) {
   throw BadArguments(option + ": \"" + printable(text) + "\"; ends, all or none is expected");
 }
 
+reports::BarLabels labels_of(const std::string& option, const std::string& text) {
+  if (text == "inputs") return reports::BarLabels::kInputs;
+  if (text == "outputs") return reports::BarLabels::kOutputs;
+  if (text == "both") return reports::BarLabels::kBoth;
+  throw BadArguments(option + ": \"" + printable(text) + "\"; inputs, outputs or both is expected");
+}
+
 std::string with_line_breaks(std::string text) {
   for (std::size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n", at))
     text.replace(at, 2, "\n");

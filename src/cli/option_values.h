@@ -8,6 +8,7 @@
 
 #include "host/excel.h"
 #include "model/answers.h"
+#include "reports/settings.h"
 #include "sweep/job.h"
 
 namespace ordvane::cli {
@@ -30,6 +31,8 @@ std::string language_list();
 std::chrono::sys_seconds moment_of(const std::string& option, const std::string& text);
 // ends, all or none.
 sweep::Verify verify_of(const std::string& option, const std::string& text);
+// inputs, outputs or both.
+reports::BarLabels labels_of(const std::string& option, const std::string& text);
 // "\n" as typed in a shell is a line break.
 std::string with_line_breaks(std::string text);
 

@@ -222,9 +222,9 @@ class Watched {
   // Finds what the definition lacks. False: that is all that was asked for.
   bool complete() {
     if (!command_.suggest && job_.what_if.outputs.empty())
-      throw BadArguments(proposed_outputs_text(sweep::propose_outputs(job_), command_));
+      throw BadArguments(proposed_outputs_text(sweep::propose_outputs(job_, book().model), command_));
     if (!job_.what_if.inputs.empty()) return true;
-    const sweep::Suggestion suggestion = sweep::suggest(job_);
+    const sweep::Suggestion suggestion = sweep::suggest(job_, book().model);
     progress_.clear();
     rate_ = {};
     if (!command_.quiet) std::cout << found_text(suggestion);
@@ -234,7 +234,7 @@ class Watched {
   }
 
   sweep::Outcome run() {
-    sweep::Outcome outcome = sweep::run_job(job_);
+    sweep::Outcome outcome = sweep::run_job(job_, book());
     progress_.clear();
     if (!command_.quiet) std::cout << summary(outcome);
     return outcome;
@@ -254,6 +254,10 @@ class Watched {
   }
 
  private:
+  sweep::OpenedWorkbook& book() {
+    if (!book_) book_.emplace(job_);
+    return *book_;
+  }
   void write_suggestion() const {
     xlsx::WholeFileOptions options;
     options.replace = command_.overwrite;
@@ -266,6 +270,7 @@ class Watched {
 
   const SweepCommand& command_;
   sweep::Job job_;
+  std::optional<sweep::OpenedWorkbook> book_;
   ProgressLine progress_;
   Rate rate_;
 };

@@ -50,8 +50,12 @@ struct WrittenReports {
   std::vector<std::string> left_over;  // sheets of earlier reports that are still there
 };
 
-// Into a new workbook. Throws host::Error: errc::kUserCancelled when cancelled, else what the reports ended
-// with. Nothing is written then, and what was at `workbook` is still there.
+// Throws host::Error when `file` is one that the run is read from, or its model: nothing made of a run may
+// take the place of those.
+void check_apart(const runfile::Run& run, const std::filesystem::path& file);
+
+// Into a new workbook, none of the run's own files. Throws host::Error: errc::kUserCancelled when cancelled,
+// else what the reports ended with. Nothing is written then, and what was at `workbook` is still there.
 WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
                              const std::filesystem::path& workbook, const ReportOptions& options);
 

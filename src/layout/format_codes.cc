@@ -184,6 +184,13 @@ std::string with_decimals_of(int exponent, const std::string& format) {
   return result;
 }
 
+std::optional<int> last_digit(const std::string& format) {
+  const std::vector<std::string> sections = sections_of(format);
+  const Digits digits = digits_of(sections.front());
+  if (digits.first == std::string::npos || !digits.fixed || shows_date(format)) return std::nullopt;
+  return -digits.decimals - digits.scaling;
+}
+
 std::string without_padding(const std::string& format) {
   std::string result;
   for_each_piece(format, [&](std::string_view piece, std::size_t) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace ordvane::layout {
@@ -21,6 +22,10 @@ std::string date_sample(const std::string& format);
 // power of `exponent`: at least so many, of percentages and General exactly so many. Scientific notation and
 // fractions stay as they are. "" counts as General.
 std::string with_decimals_of(int exponent, const std::string& format);
+
+// The power of ten of the last digit that the format shows of a positive number: -2 for 0.00 and for 0%. None
+// where that depends on the number, and for dates.
+std::optional<int> last_digit(const std::string& format);
 
 // The format without what only lines cells up under each other: blanks as wide as a character, and characters
 // that fill the cell.

@@ -420,6 +420,10 @@ std::int32_t ordvane_options_set_low_color(ordvane_options* options, std::uint32
   return set_option(options, [&](auto& o) { o.low_color = color_of(color); });
 }
 
+std::int32_t ordvane_options_set_labels(ordvane_options* options, std::int32_t labels) {
+  return set_option(options, [&](auto& o) { o.labels = static_cast<ordvane::BarLabels>(labels); });
+}
+
 std::int32_t ordvane_options_set_watermark(ordvane_options* options, const char* text) {
   return set_option(options, [&](auto& o) {
     require(text, "text");

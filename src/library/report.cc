@@ -46,6 +46,19 @@ std::int32_t blue_green_red(const Color& color) {
   return color.blue << 16 | color.green << 8 | color.red;
 }
 
+reports::BarLabels labels_of(BarLabels labels) {
+  switch (labels) {
+    case BarLabels::kInputs:
+      return reports::BarLabels::kInputs;
+    case BarLabels::kOutputs:
+      return reports::BarLabels::kOutputs;
+    case BarLabels::kBoth:
+      return reports::BarLabels::kBoth;
+  }
+  refuse("labels: is " + std::to_string(static_cast<int>(labels)) +
+         "; kInputs, kOutputs or kBoth is expected");
+}
+
 // A workbook whose maker gives no date is dated alike every time.
 constexpr std::chrono::sys_seconds kUndated = std::chrono::sys_days(std::chrono::January / 1 / 2000);
 
@@ -72,6 +85,7 @@ embedded::ReportOptions converted(const ReportOptions& options, const runfile::R
   if (options.bar_color) to.bar_color = blue_green_red(*options.bar_color);
   if (options.base_color) to.base_color = blue_green_red(*options.base_color);
   if (options.low_color) to.low_color = blue_green_red(*options.low_color);
+  to.labels = labels_of(options.labels);
   to.watermark = options.watermark;
   to.language = options.language;
   const std::chrono::sys_seconds made = options.created.value_or(kUndated);

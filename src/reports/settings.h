@@ -15,6 +15,14 @@ namespace ordvane::reports {
 
 inline constexpr host::Color kDefaultBarColor = 0x993333;  // a dark blue; 0xBBGGRR
 
+// Of what the lower end of a two-coloured bar has, where a host asks for two colours and names none: an
+// orange that people who tell few colours apart still tell from the blue of bars.
+inline constexpr host::Color kLowColor = 0x009FE6;
+
+// What stands at the ends of a tornado's bars: what the input was set to there, what the output came to, or
+// the one and the other.
+enum class BarLabels : std::uint8_t { kInputs, kOutputs, kBoth };
+
 struct Settings {
   // Reports that are made; a summary always is.
   bool tornado = true;
@@ -34,6 +42,7 @@ struct Settings {
   host::Color base_color = kDefaultBarColor;  // of the base line
   // Of the part of a tornado bar that input values below their base make; none: bars have one colour.
   std::optional<host::Color> low_color = {};
+  BarLabels labels = BarLabels::kInputs;  // groups of inputs have those of outputs alone
 
   model::SortBy sort = model::SortBy::kSwing;  // order of the inputs of a tornado
   // The value of outputs that break-evens are told for; none: each output's own.

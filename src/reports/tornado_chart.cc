@@ -4,17 +4,15 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cmath>
-#include <memory>
-#include <utility>
+#include <tuple>
 
 #include "host/error.h"
 #include "layout/look.h"
 #include "reports/answers.h"
 #include "reports/chart_helpers.h"
 #include "reports/item_texts.h"
+#include "reports/number_texts.h"
 #include "reports/table_values.h"
-#include "reports/value_text.h"
 
 namespace ordvane::reports {
 namespace {
@@ -63,6 +61,10 @@ bool TornadoChart::has_bars() const {
   return std::any_of(bars_.begin(), bars_.end(), [](const layout::Bar& bar) { return bar.ends.has_value(); });
 }
 
+bool TornadoChart::has_labels() const {
+  return one_input_each_ || context_.settings.labels != BarLabels::kInputs;
+}
+
 // The two sides of the base value can have a colour, and a text on them, each.
 layout::Bars TornadoChart::bars_to_draw() const {
   const std::string name = output_.NameOrQualifiedCellAddressName(context_.range_mode);
@@ -73,7 +75,7 @@ layout::Bars TornadoChart::bars_to_draw() const {
           .number_format = axis_format(),
           .base = origin(),
           .split = one_input_each_ ? origin() : std::nullopt,
-          .labels = one_input_each_};
+          .labels = has_labels()};
 }
 
 void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
@@ -91,7 +93,7 @@ void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
   host::ignoring_errors([&] { session_.application().set_screen_updating(true); });
   host::ignoring_errors([&] { session_.application().set_screen_updating(false); });
   if (told_apart_) host::ignoring_errors([&] { color_low_ends(chart); });
-  if (one_input_each_) host::ignoring_errors([&] { label_ends(chart); });
+  if (has_labels()) host::ignoring_errors([&] { label_ends(chart); });
   host::ignoring_errors([&] { add_base_line(chart); });
 }
 
@@ -113,7 +115,7 @@ std::optional<double> TornadoChart::origin() const {
 }
 
 std::string TornadoChart::base_text(double value) const {
-  return style_.base_label + " " + ValueText(session_, output_, value, kDigitsOfCell);
+  return style_.base_label + " " + base_value_text(value);
 }
 
 // Names the base value also where the marker is not drawn: with several runs, and in programs that draw no
@@ -122,8 +124,7 @@ std::string TornadoChart::subtitle() const {
   const auto value = base();
   std::string text = session_.text(texts_.chart_subtitle);
   if (!value) return text;
-  return text + " (" + session_.text(text_id::kLabelBaseValue) + " " +
-         ValueText(session_, output_, *value, kDigitsOfCell) + ")";
+  return text + " (" + session_.text(text_id::kLabelBaseValue) + " " + base_value_text(*value) + ")";
 }
 
 // What the input did at one end of its bar; low values have a colour of their own when they are told apart.
@@ -142,14 +143,60 @@ void TornadoChart::color_low_ends(layout::BarChart& chart) {
   }
 }
 
+// The output's value as its cell shows it. The date format of one whose cell has none is no local one: it
+// stays unused.
+std::string TornadoChart::output_text(double value, const std::string& format, int digits) const {
+  if (ValueFormat(output_) != output_.NumberFormatLocal)
+    if (const std::string date = session_.environment->numbers().date_text(value); !date.empty()) return date;
+  return NumberText(session_, value, format, digits);
+}
+
+std::string TornadoChart::base_value_text(double value) const {
+  return output_text(value, ValueFormat(output_), kDigitsOfCell);
+}
+
+std::pair<std::string, std::string> TornadoChart::input_texts(const InputEnds& input) const {
+  std::string format = input.number_format;
+  if (input.at_low && input.at_high)
+    format = FormatTellingApart(format, *input.at_low, *input.at_high,
+                                input.base ? std::vector{*input.base} : std::vector<double>{});
+  const auto text = [&](const std::optional<double>& value) {
+    return value ? NumberText(session_, *value, format, kDigitsOfLabel) : "";
+  };
+  return {text(input.at_low), text(input.at_high)};
+}
+
+std::pair<std::string, std::string> TornadoChart::output_texts(const layout::Bar& bar) const {
+  if (!bar.ends) return {};
+  const auto [left, right] = *bar.ends;
+  const bool percent = context_.in_percent();
+  const std::string format = FormatTellingApart(percent ? PercentFormat() : ValueFormat(output_), left, right,
+                                                origin() ? std::vector{*origin()} : std::vector<double>{});
+  const auto text = [&](double value) {
+    return percent ? NumberText(session_, value, format, kDigitsOfLabel)
+                   : output_text(value, format, kDigitsOfLabel);
+  };
+  return {text(left), text(right)};
+}
+
+// What an input was set to comes first, what the output came to next.
+layout::BarLabels TornadoChart::end_texts(const layout::Bar& bar, const InputEnds& input) const {
+  constexpr const char* kLeadsTo = " \xE2\x86\x92 ";
+  const BarLabels wanted = one_input_each_ ? context_.settings.labels : BarLabels::kOutputs;
+  layout::BarLabels labels;
+  if (wanted != BarLabels::kOutputs) std::tie(labels.left, labels.right) = input_texts(input);
+  if (wanted != BarLabels::kInputs) {
+    const auto [left, right] = output_texts(bar);
+    labels.left += (labels.left.empty() || left.empty() ? "" : kLeadsTo) + left;
+    labels.right += (labels.right.empty() || right.empty() ? "" : kLeadsTo) + right;
+  }
+  return labels;
+}
+
 void TornadoChart::label_ends(layout::BarChart& chart) {
   std::vector<layout::BarLabels> labels;
-  for (const InputEnds& input : inputs_) {
-    labels.emplace_back();
-    if (input.at_low)
-      labels.back().left = NumberText(session_, *input.at_low, input.number_format, kDigitsOfLabel);
-    if (input.at_high)
-      labels.back().right = NumberText(session_, *input.at_high, input.number_format, kDigitsOfLabel);
+  for (std::size_t at = 0; const InputEnds& input : inputs_) {
+    labels.push_back(end_texts(bars_[at++], input));
     labels.back().left_on_bar = layout::look::text_on(end_color(input.at_low, input));
     labels.back().right_on_bar = layout::look::text_on(end_color(input.at_high, input));
   }

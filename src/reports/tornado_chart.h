@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/excel.h"
@@ -62,12 +63,19 @@ class TornadoChart {
 
  private:
   bool usable(double value) const { return output_.rules().is_usable(value); }
+  bool has_labels() const;
   layout::Bars bars_to_draw() const;
   std::string axis_format() const;
   std::optional<double> base() const;
   std::optional<double> origin() const;
   std::string base_text(double value) const;
   std::string subtitle() const;
+  std::string output_text(double value, const std::string& format, int digits) const;
+  std::string base_value_text(double value) const;
+  // Left and right.
+  std::pair<std::string, std::string> input_texts(const InputEnds& input) const;
+  std::pair<std::string, std::string> output_texts(const layout::Bar& bar) const;
+  layout::BarLabels end_texts(const layout::Bar& bar, const InputEnds& input) const;
   host::Color end_color(const std::optional<double>& value, const InputEnds& input) const;
   void color_low_ends(layout::BarChart& chart);
   void label_ends(layout::BarChart& chart);

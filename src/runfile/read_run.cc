@@ -413,14 +413,14 @@ void check_places(const JsonValue& list, std::span<const Item* const> items) {
 }
 
 // Beside the run file or in a folder under it: a run cannot point at other files of the machine.
-std::filesystem::path csv_path(const JsonValue& value, const Run& run) {
+std::filesystem::path csv_path(const JsonValue& value, Run& run) {
   const std::string name = value.text();
   const std::filesystem::path path(name);
   const bool plain = !name.empty() && path.is_relative() && path.has_filename() &&
                      name.find_first_of("\\:") == std::string::npos &&
                      std::find(path.begin(), path.end(), "..") == path.end();
   if (!plain) value.fail_expecting("the name of a CSV file beside the run file, such as model.run.csv,");
-  return run.file.parent_path() / path;
+  return run.tables.emplace_back(run.file.parent_path() / path);
 }
 
 // Multiplies the steps; more combinations than can be counted are refused.

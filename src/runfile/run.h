@@ -94,6 +94,7 @@ struct Calculation {
 // (runfile/values.h).
 struct Run {
   std::filesystem::path file;
+  std::vector<std::filesystem::path> tables;  // CSV files that its recalculations are read from
   std::int32_t simulations = 1;
   std::int32_t sampling_type = 0;
   std::vector<Input> inputs;

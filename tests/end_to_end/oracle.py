@@ -2,7 +2,7 @@
 """Recalculates the reports of a run the slow and obvious way and compares every number of a report workbook.
 
 Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X]
-       [--low-color RRGGBB] [--all-inputs] [--target X] [--shown FOLDER]
+       [--low-color RRGGBB|none] [--all-inputs] [--target X] [--shown FOLDER]
 
 Reads the run file itself; nothing here comes from the program. The workbook must hold every report. FOLDER holds 1.json,
 2.json, ..., what `ordvane show --json` says of each simulation: numbers of the same kind. Prints the differences and exits 1
@@ -940,7 +940,7 @@ def main():
     parser.add_argument("--percent", action="store_true")
     parser.add_argument("--max-inputs", type=int, default=20)
     parser.add_argument("--threshold", type=lambda text: float(text.rstrip("%")) / (100 if text.endswith("%") else 1))
-    parser.add_argument("--low-color")
+    parser.add_argument("--low-color", type=lambda text: None if text == "none" else text, default="E69F00")
     parser.add_argument("--target", type=float)
     parser.add_argument("--all-inputs", action="store_true")
     parser.add_argument("--shown", type=pathlib.Path)

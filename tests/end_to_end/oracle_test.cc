@@ -93,7 +93,7 @@ class Reports : public testing::TestWithParam<fs::path> {
 
 TEST_P(Reports, ShowWhatTheRunSays) {
   show(GetParam(), folder_.path());
-  for (const char* options : {"", "--percent --low-color E69F00", "--max-inputs 4 --low-color E69F00",
+  for (const char* options : {"", "--percent --low-color none", "--max-inputs 4 --low-color 1A2B3C",
                               "--threshold 0.1", "--threshold 500%", "--percent --all-inputs"}) {
     SCOPED_TRACE(options);
     const CommandResult compared =

@@ -306,6 +306,9 @@ TEST(Options, ChangeTheReports) {
       {"bar colour", color(&R::bar_color, ordvane_options_set_bar_color)},
       {"base colour", color(&R::base_color, ordvane_options_set_base_color)},
       {"low colour", color(&R::low_color, ordvane_options_set_low_color)},
+      {"labels", in_tornado([](auto& o, auto* c) {
+         o.labels = BarLabels::kBoth, ordvane_options_set_labels(c, ORDVANE_LABELS_BOTH);
+       })},
       {"outputs", [](auto& o, auto* c) { o.outputs = {2}, ordvane_options_add_output(c, 2); }},
       {"most inputs",
        in_tornado([](auto& o, auto* c) { o.max_inputs = 3, ordvane_options_set_max_inputs(c, 3); })},
