@@ -72,7 +72,8 @@ std::string BarTable::line(const std::vector<std::string>& row, const std::strin
 }
 
 std::string BarTable::text(const std::function<std::string(std::size_t row)>& bar) const {
-  std::string text = line(rows_.front(), std::string(static_cast<std::size_t>(bar_), ' '));
+  std::string text =
+      inked(line(rows_.front(), std::string(static_cast<std::size_t>(bar_), ' ')), Ink::kHeading);
   for (std::size_t i = 1; i < rows_.size(); ++i)
     text += line(rows_[i], has_words(rows_[i]) ? "" : bar(i - 1));
   return text;

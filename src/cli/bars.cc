@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "cli/figures.h"
+#include "cli/terminal.h"
 
 namespace ordvane::cli {
 namespace {
@@ -40,9 +41,9 @@ Bars::Bars(double base, const std::vector<Ends>& all, int columns, bool unicode)
 }
 
 std::string Bars::draw(const Ends& ends) const {
-  std::string text = draw(left_, ends.low, ends.high, true);
+  std::string text = inked(draw(left_, ends.low, ends.high, true), Ink::kLow);
   if (has_base_) text += unicode_ ? kUnicodeBase : kAsciiBase;
-  return text + draw(right_, ends.low, ends.high, false);
+  return text + inked(draw(right_, ends.low, ends.high, false), Ink::kHigh);
 }
 
 std::string Bars::draw(const Side& side, double low, double high, bool base_at_end) const {

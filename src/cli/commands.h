@@ -58,6 +58,9 @@ struct ShowCommand {
   std::int32_t simulation = 1;
   std::optional<exchange::Form> form;  // for programs; none: a table for people
   exchange::Texts texts = exchange::Texts::kProtected;
+  std::optional<double> target;  // of all outputs; none: each output's own
+  model::SortBy sort = model::SortBy::kSwing;
+  bool steps = false;
 };
 int show(const ShowCommand& command, Problems& problems);
 

@@ -20,6 +20,8 @@ const ValueKind kLanguage{"CODE", ValueKind::Offer::kLanguages};
 const ValueKind kOutput{.name = "NAME|CELL", .repeated = true};
 const ValueKind kNumber{"N"};
 const ValueKind kShare{"X"};
+const ValueKind kTarget{"VALUE"};
+const ValueKind kOrder{"swing|downside|upside|elasticity"};
 const ValueKind kColor{"RRGGBB"};
 const ValueKind kColorOrNone{"RRGGBB|none"};
 const ValueKind kLabels{"inputs|outputs|both"};
@@ -79,6 +81,19 @@ void add_raw_text(CommandLine& line, exchange::Texts& texts) {
       "CSV without apostrophes before texts that begin like formulas");
 }
 
+// What both reports and the terminal answer.
+void add_answers(CommandLine& line, std::optional<double>& target, model::SortBy& sort,
+                 const std::string& group) {
+  CLI::Option* const options[] = {
+      line.option("--target", kTarget,
+                  "Value of the outputs whose break-even inputs are told (default: each output's own, or 0)",
+                  [&target](const std::string& text) { target = number_of("--target", text); }),
+      line.option("--sort", kOrder, "Order of the inputs: by swing (default), downside, upside or elasticity",
+                  [&sort](const std::string& text) { sort = order_of("--sort", text); })};
+  if (group.empty()) return;
+  for (CLI::Option* option : options) option->group(group);
+}
+
 void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
   const auto flag = [&](const char* name, bool& value, const char* what) {
     line.parser()
@@ -119,6 +134,7 @@ void add_look(CommandLine& line, ReportCommand& c) {
               "Least swing of inputs, as a share of the base value: 5% or 0.05 (1 is 100%)",
               [&](const std::string& text) { c.options.set_threshold(share_of("--threshold", text)); })
       ->group(look);
+  add_answers(line, c.options.target, c.options.sort, look);
   const auto color = [&](const char* name, auto& value, const char* what) {
     line.option(name, kColor, what, [name, &value](const std::string& text) { value = color_of(name, text); })
         ->group(look);
@@ -181,6 +197,7 @@ void define_report(Arguments& arguments) {
          {"ordvane report budget.run.json --svg figures --tornado --output Profit"},
          {"ordvane report budget.run.json --tornado --percent --max-inputs 10 --threshold 5%"},
          {"ordvane report budget.run.json --multi-way --output Profit"},
+         {"ordvane report budget.run.json --tornado --target 50000 --sort downside"},
          {"ordvane report budget.run.json --tornado --bar-color 333399 --labels both"},
          {"ordvane report budget.run.json --bar-color 1F4E79 --watermark 'Draft\\nnot for release'"}}},
        exit_status()});
@@ -197,6 +214,8 @@ void define_show(Arguments& arguments) {
                 c.simulation =
                     whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
               });
+  add_answers(line, c->target, c->sort, "");
+  line.parser().add_flag("--steps", c->steps, "Every step of every input, too");
   const auto form = [&c = *c, &problems](exchange::Form wanted) {
     if (c.form && c.form != wanted) problems.add("--json: goes without --csv");
     c.form = wanted;
@@ -209,12 +228,14 @@ void define_show(Arguments& arguments) {
   line.set_help(
       {{"Examples",
         {{"ordvane show budget.run.json --output Profit"},
+         {"ordvane show budget.run.json --target 50000 --sort downside --steps"},
          {"ordvane show budget.run.json --csv > ranking.csv"},
          {"ordvane show budget.run.json --json | jq '.outputs[].inputs[0].name'"},
          {"ordvane show budget.run.json --json | jq '.outputs[].inputs[] | select(.failed > 0).name'"}}},
        {"",
-        {{"Values are written as their cells show them. Given width, the input values behind both ends "
-          "follow."},
+        {{"Values are written as their cells show them. Given width, the input values behind both ends, "
+          "shares,"},
+         {"shapes and break-evens follow. NO_COLOR keeps colours away."},
          {"Marks tell inputs with results that are no numbers (1 of 3) and inputs that never stood at their "
           "base"},
          {"value (*)."}}},

@@ -30,8 +30,8 @@ void write_text(const ExportCommand& command, const std::shared_ptr<const runfil
     case Exported::kAnswers:
       return exchange::write_answers(*run, embedded::rank_outputs(run, outputs, simulation), form, write);
     case Exported::kRanking:
-      return exchange::write_ranking(*run, embedded::rank_outputs(run, outputs, simulation), simulation, form,
-                                     write);
+      return exchange::write_ranking(*run, embedded::rank_outputs(run, outputs, simulation), {simulation},
+                                     form, write);
   }
 }
 

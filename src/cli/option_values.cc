@@ -4,10 +4,12 @@
 #include <cmath>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "cli/problems.h"
 #include "cli/terminal.h"
 #include "environment/standard_environment.h"
+#include "runfile/values.h"
 #include "text/calendar.h"
 #include "text/numbers.h"
 
@@ -52,6 +54,24 @@ double share_of(const std::string& option, const std::string& text) {
     throw BadArguments(option + ": is " + text + "% meant, or " +
                        text::general_number(*value * 100, kDigits) + "%? Write it with the percent sign");
   return *value;
+}
+
+double number_of(const std::string& option, const std::string& text) {
+  const auto value = number_of<double>(text);
+  if (!value || !(std::fabs(*value) < runfile::kNumberLimit))
+    refuse(option, text, "is no number; give one such as 0, -2.5 or 1e6");
+  return *value;
+}
+
+model::SortBy order_of(const std::string& option, const std::string& text) {
+  constexpr std::pair<std::string_view, model::SortBy> kOrders[] = {
+      {"swing", model::SortBy::kSwing},
+      {"downside", model::SortBy::kDownside},
+      {"upside", model::SortBy::kUpside},
+      {"elasticity", model::SortBy::kElasticity}};
+  for (const auto& [name, order] : kOrders)
+    if (text == name) return order;
+  refuse(option, text, "is none of swing, downside, upside and elasticity");
 }
 
 std::int32_t whole_number_of(const std::string& option, const std::string& text, std::int32_t lowest,

@@ -10,6 +10,9 @@
 #include <vector>
 
 #include "host/excel.h"
+#include "model/answers.h"
+#include "reports/settings.h"
+#include "sweep/job.h"
 
 namespace ordvane::cli {
 
@@ -22,6 +25,10 @@ host::Color color_of(const std::string& option, const std::string& text);
 double share_of(const std::string& option, const std::string& text);
 std::int32_t whole_number_of(const std::string& option, const std::string& text, std::int32_t lowest,
                              std::int32_t highest);
+// Any number: -2.5, 1e6.
+double number_of(const std::string& option, const std::string& text);
+// swing, downside, upside or elasticity.
+model::SortBy order_of(const std::string& option, const std::string& text);
 // The code of the language; "DE", "pt-BR" and "de_DE.UTF-8" name one too.
 std::string language_of(const std::string& option, const std::string& text);
 // Codes of every language of the reports: "de, en, es".

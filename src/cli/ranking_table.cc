@@ -2,7 +2,12 @@
 #include "cli/ranking_table.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
+#include <iterator>
+#include <optional>
+#include <sstream>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -12,6 +17,7 @@
 #include "cli/output_choice.h"
 #include "cli/terminal.h"
 #include "exchange/ranking.h"
+#include "text/numbers.h"
 
 namespace ordvane::cli {
 namespace {
@@ -21,10 +27,12 @@ using embedded::GroupRanking;
 using embedded::OutputRanking;
 using exchange::input_of;
 using exchange::output_of;
+using exchange::steps_of;
 
 constexpr const char* kBetweenMembers = " \u00D7 ";  // as the reports write it
 constexpr const char* kAsciiBetweenMembers = " x ";
-constexpr std::size_t kMostGroups = 20;  // of an output; programs get them all
+constexpr int kDigits = 6, kShortDigits = 3;  // of figures that no cell shows
+constexpr std::size_t kMostGroups = 20;       // of an output; programs get them all
 
 // A text of every member of a group.
 template <class Text>
@@ -78,7 +86,45 @@ std::string failure_text(const model::StepFacts& facts) {
                           : "none of its " + std::to_string(facts.steps) + " results is a number";
 }
 
-void print_inputs(const runfile::Run& run, const OutputRanking& ranking, const Figures& figures) {
+// The results over the input's values, as a line of small bars.
+std::string spark_line(const model::InputAnswers& answers) {
+  constexpr std::size_t kMostBars = 9;
+  constexpr const char* kBars[] = {"\u2581", "\u2582", "\u2583", "\u2584",
+                                   "\u2585", "\u2586", "\u2587", "\u2588"};
+  constexpr double kHighest = std::size(kBars) - 1;
+  const model::StepCurve& curve = answers.curve;
+  if (!terminal_is_utf8() || answers.swing == 0 || curve.size() < 2) return {};
+  const auto [low, high] = std::minmax_element(
+      curve.begin(), curve.end(),
+      [](const model::StepPoint& a, const model::StepPoint& b) { return a.output < b.output; });
+  const std::size_t shown = std::min(curve.size(), kMostBars);
+  std::string text;
+  for (std::size_t i = 0; i < shown; ++i) {
+    const double result = curve[i * (curve.size() - 1) / (shown - 1)].output;
+    const double height = (result / 2 - low->output / 2) / (high->output / 2 - low->output / 2);
+    text += kBars[std::lround(height * kHighest)];
+  }
+  return text;
+}
+
+std::string break_even_text(const model::InputAnswers& answers, const embedded::CellText& cell) {
+  std::string text;
+  for (const model::Crossing& crossing : answers.break_even)
+    text += (text.empty() ? "" : " / ") +
+            (cell.is_general() ? text::general_number(crossing.input, kDigits) : cell.text(crossing.input));
+  return text;
+}
+
+std::string figure_text(const std::optional<double>& figure) {
+  return figure ? text::general_number(*figure, kShortDigits) : "";
+}
+
+std::string percent_text(const std::optional<double>& share) {
+  return share ? text::fixed_number(*share * 100, 1) + "%" : "";
+}
+
+void print_inputs(const runfile::Run& run, const OutputRanking& ranking, const Figures& figures,
+                  model::SortBy sort) {
   RankingTable table({{.heading = "", .gap = 2},
                       {.heading = "Input", .name = true},
                       {.heading = "", .left = true},
@@ -88,13 +134,19 @@ void print_inputs(const runfile::Run& run, const OutputRanking& ranking, const F
                       {.heading = "High %", .optional = 1},
                       {.heading = "Input at low", .gap = 2, .optional = 2},
                       {.heading = "at high", .gap = 2, .optional = 2},
+                      {.heading = "Share", .gap = 2, .optional = 3},
+                      {.heading = "Shape", .gap = 2, .left = true, .optional = 3},
+                      {.heading = "Elasticity", .gap = 2, .optional = 4},
+                      {.heading = "Break-even", .gap = 2, .optional = 4},
                       {.heading = "No number", .gap = 2}},
                      4, ranking.base);
   // A share of a date means nothing.
   const auto change = [&](double fraction) {
     return figures.shows_dates() || !is_there(fraction) ? std::string() : change_text(fraction);
   };
-  for (const Effect& effect : ranking.effects) {
+  for (const std::size_t position : model::sorted_by(sort, ranking.answers.inputs)) {
+    const Effect& effect = ranking.effects[position];
+    const model::InputAnswers& answers = ranking.answers.inputs[position];
     std::vector<std::string> row{std::to_string(effect.rank), printable(effect.input),
                                  table.base_mark(effect.facts)};
     if (!is_there(effect.low) || effect.facts.without_effect()) {
@@ -107,11 +159,50 @@ void print_inputs(const runfile::Run& run, const OutputRanking& ranking, const F
     for (const std::string& text :
          {figures.text(effect.low), figures.text(effect.high), change(effect.low_change),
           change(effect.high_change), at(effect.input_at_low), at(effect.input_at_high),
-          table.failed_mark(effect.facts)})
+          percent_text(answers.share), spark_line(answers), figure_text(answers.elasticity),
+          break_even_text(answers, cell), table.failed_mark(effect.facts)})
       row.push_back(printable(text));
     table.add(std::move(row), {effect.low, effect.high});
   }
   table.print();
+}
+
+// Every step of every input.
+void print_steps(const runfile::Run& run, const OutputRanking& ranking, const Figures& figures,
+                 const exchange::RankingStyle& style) {
+  for (const std::size_t position : model::sorted_by(style.sort, ranking.answers.inputs)) {
+    const Effect& effect = ranking.effects[position];
+    const runfile::Input& input = input_of(run, effect);
+    const embedded::CellText cell(input);
+    std::cout << "\n  " << inked(printable(described(effect.input, input)), Ink::kHeading) << '\n';
+    std::vector<std::pair<std::string, std::string>> lines;
+    int widest = 0, widest_result = 0;
+    for (const exchange::Step& step : steps_of(run, ranking, effect, style.simulation)) {
+      lines.emplace_back(printable(is_there(step.input) ? cell.text(step.input) : "-"),
+                         printable(is_there(step.output) ? figures.text(step.output) : "no number"));
+      widest = std::max(widest, unicode::display_width(lines.back().first));
+      widest_result = std::max(widest_result, unicode::display_width(lines.back().second));
+    }
+    for (const auto& [value, result] : lines)
+      std::cout << "    " << fitted(value, widest, unicode::Side::kRight) << "  "
+                << fitted(result, widest_result, unicode::Side::kRight) << '\n';
+  }
+}
+
+// In lines as long as the terminal is wide.
+void print_wrapped(const std::string& text) {
+  constexpr std::string_view kMargin = "  ";
+  std::string line(kMargin);
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    const bool fits = unicode::display_width(line) + 1 + unicode::display_width(word) <= terminal_width();
+    if (line != kMargin && !fits) {
+      std::cout << line << '\n';
+      line = kMargin;
+    }
+    line += (line == kMargin ? "" : " ") + word;
+  }
+  std::cout << line << "\n";
 }
 
 // The interaction of a group, or a dash with the reason why there is none.
@@ -169,15 +260,18 @@ void print_groups(const OutputRanking& ranking, const Figures& figures) {
 
 }  // namespace
 
-void print_table(const runfile::Run& run, const OutputRanking& ranking) {
+void print_table(const runfile::Run& run, const OutputRanking& ranking, const exchange::RankingStyle& style) {
   const runfile::Output& output = output_of(run, ranking);
   const Figures figures(output, ranking);
-  std::cout << printable(described(ranking.output, output)) << "\n  "
+  std::cout << inked(printable(described(ranking.output, output)), Ink::kHeading) << "\n  "
             << (is_there(ranking.base) ? "base value " + printable(figures.text(ranking.base))
                                        : "its base value is no number")
-            << "\n\n";
-  print_inputs(run, ranking, figures);
+            << '\n';
+  print_wrapped(printable(ranking.sentence));
+  std::cout << '\n';
+  print_inputs(run, ranking, figures, style.sort);
   if (!ranking.groups.empty()) print_groups(ranking, figures);
+  if (style.steps) print_steps(run, ranking, figures, style);
 }
 
 }  // namespace ordvane::cli

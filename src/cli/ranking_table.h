@@ -2,11 +2,13 @@
 #pragma once
 
 #include "embedded/report_job.h"
+#include "exchange/ranking.h"
 #include "runfile/run.h"
 
 namespace ordvane::cli {
 
 // The ranking of an output with bars, as wide as the terminal.
-void print_table(const runfile::Run& run, const embedded::OutputRanking& ranking);
+void print_table(const runfile::Run& run, const embedded::OutputRanking& ranking,
+                 const exchange::RankingStyle& style);
 
 }  // namespace ordvane::cli

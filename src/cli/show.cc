@@ -13,16 +13,19 @@ int show(const ShowCommand& command, Problems& problems) {
   const auto run = read_run(command.run, problems);
   std::vector<std::int32_t> outputs;
   if (run) outputs = chosen_outputs(*run, command.outputs, command.simulation, problems);
+  if (command.steps && command.form == exchange::Form::kCsv)
+    problems.add("--steps: goes without --csv; `ordvane export --what steps` writes them");
   problems.refuse_any();
-  const auto rankings = embedded::rank_outputs(run, outputs, command.simulation);
+  const auto rankings = embedded::rank_outputs(run, outputs, command.simulation, command.target);
+  const exchange::RankingStyle style{command.simulation, command.sort, command.steps};
   if (command.form) {
-    exchange::write_ranking(*run, rankings, command.simulation, {*command.form, command.texts},
+    exchange::write_ranking(*run, rankings, style, {*command.form, command.texts},
                             [](std::string_view text) { std::cout << text; });
     return kDone;
   }
   for (std::size_t i = 0; i < rankings.size(); ++i) {
     if (i > 0) std::cout << '\n';
-    print_table(*run, rankings[i]);
+    print_table(*run, rankings[i], style);
   }
   return kDone;
 }

@@ -41,6 +41,26 @@ bool terminal_is_utf8() {
   return kUtf8;
 }
 
+bool terminal_has_colors() {
+  const auto is_set = [](const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr && *value != '\0';
+  };
+  static const bool kColors = [&] {
+    if (is_set("NO_COLOR")) return false;
+    if (is_set("CLICOLOR_FORCE")) return true;
+    const char* terminal = std::getenv("TERM");
+    return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+  }();
+  return kColors;
+}
+
+std::string inked(const std::string& text, Ink ink) {
+  if (text.empty() || !terminal_has_colors()) return text;
+  constexpr const char* kCodes[] = {"33", "36", "1", "2"};
+  return std::string("\033[") + kCodes[static_cast<std::size_t>(ink)] + "m" + text + "\033[0m";
+}
+
 std::string printable(std::string_view text) {
   std::string result;
   text::for_each_character(text, [&result](const text::CodePoint& character, std::string_view bytes) {

@@ -13,6 +13,13 @@ int terminal_width();
 // The locale's characters are UTF-8, so that bars and names can be drawn with more than ASCII.
 bool terminal_is_utf8();
 
+// Standard output is a terminal with colours, and NO_COLOR is not set; CLICOLOR_FORCE does without a
+// terminal.
+bool terminal_has_colors();
+enum class Ink { kLow, kHigh, kHeading, kQuiet };
+// The text in a colour, where there are colours.
+std::string inked(const std::string& text, Ink ink);
+
 // A text for the terminal: control characters, and what the locale cannot show, become "?". A terminal that
 // is not for UTF-8 gets ASCII alone.
 std::string printable(std::string_view text);

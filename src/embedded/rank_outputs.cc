@@ -5,9 +5,12 @@
 #include "embedded/embedded_environment.h"
 #include "embedded/report_job.h"
 #include "embedded/selected_outputs.h"
+#include "environment/string_table.h"
 #include "model/engine_reader.h"
 #include "model/multi_way.h"
+#include "model/naming.h"
 #include "model/scan.h"
+#include "reports/answers.h"
 #include "runfile/recorded_engine.h"
 
 namespace ordvane::embedded {
@@ -116,6 +119,7 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
   session.environment = std::make_shared<EmbeddedEnvironment>(options);
   session.engine = runfile::make_recorded_engine(run);
   session.g_XLApp = open_model(*run);
+  session.string_table = environment::make_string_table(environment::language(options.language));
   session.session_flag = 1;
 
   model::OrdvaneScan scan(session);
@@ -125,6 +129,8 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
   scan.newScan(input_records, engine::kInput, automatic);
   scan.newScan(output_records, engine::kOutput, automatic);
 
+  model::fill_number_formats(session, output_records, output_records.size());
+  model::fill_number_formats(session, input_records, input_records.size());
   const std::int32_t recalculations =
       model::EngineReader(session).recalculations(input_records.size()).standard;
 
@@ -143,13 +149,16 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
                           .output = output.has_name() ? output.ioName : "",
                           .base = shown(output.rules(), output.BaseValue()),
                           .effects = {},
-                          .answers = model::answers_of(input_records, output_records, index + 1,
-                                                       target.value_or(target_of(*run, index))),
+                          .answers = reports::AnswersOf(input_records, output_records, index + 1,
+                                                        target.value_or(target_of(*run, index))),
+                          .sentence = {},
                           .groups = {}};
     for (const model::DralInputOutput& input : input_records)
       ranking.effects.push_back(effect_of(input, index + 1, output.BaseValue(),
                                           ordered.at(static_cast<std::size_t>(input.ioIndex))));
     sort_by_rank(ranking.effects);
+    ranking.sentence = reports::AnswerSentence(session, input_records, output_records,
+                                               model::range_mode_of(input_records), ranking.answers);
     const auto selected = static_cast<std::int32_t>(rankings.size()) + 1;
     const model::GroupEffects effects =
         model::RankGroups(multi_way_run, input_records, output_records, selected, index + 1);

@@ -119,6 +119,7 @@ struct OutputRanking {
   double base;
   std::vector<Effect> effects;       // by rank
   model::OutputAnswers answers;      // of the inputs in the same order
+  std::string sentence;              // the same in words, as the reports have them
   std::vector<GroupRanking> groups;  // by rank; empty when the run varied no inputs together
 };
 // The ranking of the selected outputs (all when empty) in the one-based simulation. `target`: of all outputs;

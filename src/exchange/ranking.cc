@@ -1,8 +1,11 @@
 #include "exchange/ranking.h"
 
+#include <cmath>
 #include <optional>
 #include <string>
 #include <utility>
+
+#include "runfile/values.h"
 
 namespace ordvane::exchange {
 namespace {
@@ -53,6 +56,36 @@ Json json_effect(const runfile::Run& run, const Effect& effect) {
   return json;
 }
 
+Json figure(const std::optional<double>& value) {
+  return value ? Json(*value) : Json();
+}
+
+Json json_point(const std::optional<model::StepPoint>& point) {
+  return point ? Json{{"input", point->input}, {"output", point->output}} : Json();
+}
+
+void add_answers(Json& json, const model::InputAnswers& answers) {
+  json["share"] = figure(answers.share);
+  json["cumulativeShare"] = figure(answers.cumulative_share);
+  json["downside"] = figure(answers.downside);
+  json["upside"] = figure(answers.upside);
+  json["elasticity"] = figure(answers.elasticity);
+  json["arcElasticity"] = figure(answers.arc_elasticity);
+  json["breakEven"] = Json::array();
+  for (const model::Crossing& crossing : answers.break_even)
+    json["breakEven"].push_back({{"input", crossing.input}, {"calculated", crossing.calculated}});
+  json["peak"] = json_point(answers.shape.peak);
+  json["valley"] = json_point(answers.shape.valley);
+  json["bend"] = figure(answers.shape.bend);
+}
+
+Json json_steps(const std::vector<Step>& steps) {
+  Json json = Json::array();
+  for (const Step& step : steps)
+    json.push_back({{"input", number_or_null(step.input)}, {"output", number_or_null(step.output)}});
+  return json;
+}
+
 Json json_group(const runfile::Run& run, const GroupRanking& group) {
   Json json{{"rank", group.rank}, {"inputs", Json::array()}};
   for (const GroupRanking::Member& member : group.members) {
@@ -75,21 +108,32 @@ Json json_group(const runfile::Run& run, const GroupRanking& group) {
 }
 
 Json ranking_document(const runfile::Run& run, const std::vector<OutputRanking>& rankings,
-                      std::int32_t simulation) {
+                      const RankingStyle& style) {
   Json outputs = Json::array();
   for (const OutputRanking& ranking : rankings) {
     Json json = json_item(output_of(run, ranking));
     json["base"] = number_or_null(ranking.base);
+    json["target"] = ranking.answers.target;
+    json["sentence"] = ranking.sentence;
     json["inputs"] = Json::array();
-    for (const Effect& effect : ranking.effects) json["inputs"].push_back(json_effect(run, effect));
+    for (const std::size_t position : model::sorted_by(style.sort, ranking.answers.inputs)) {
+      const Effect& effect = ranking.effects[position];
+      Json& input = json["inputs"].emplace_back(json_effect(run, effect));
+      add_answers(input, ranking.answers.inputs[position]);
+      if (style.steps) input["results"] = json_steps(steps_of(run, ranking, effect, style.simulation));
+    }
     for (const GroupRanking& group : ranking.groups) json["groups"].push_back(json_group(run, group));
     outputs.push_back(std::move(json));
   }
   Json document = document_head(kFormat, kVersion, run.file.string());
-  document["simulation"] = simulation;
+  document["simulation"] = style.simulation;
   document["outputs"] = std::move(outputs);
   return document;
 }
+
+const std::vector<std::string> kAnswerColumns{
+    "share",         "cumulativeShare", "downside", "upside",   "elasticity",
+    "arcElasticity", "breakEven",       "peakAt",   "valleyAt", "bend"};
 
 // Columns of groups are there when the run has any.
 std::vector<std::string> row_columns(bool groups) {
@@ -102,6 +146,7 @@ std::vector<std::string> row_columns(bool groups) {
   if (groups) add({"inputs", "ownSwings", "interaction"});
   add({"steps", "failed", "moves", "leavesOutBase"});
   if (groups) add({"interactionState"});
+  columns.insert(columns.end(), kAnswerColumns.begin(), kAnswerColumns.end());
   return columns;
 }
 
@@ -121,13 +166,27 @@ class RankingRow {
   RankingRow& add(const model::StepFacts& facts) {
     return add(facts.steps).add(facts.failed).add(facts.moves).add(facts.leaves_out_base);
   }
+  // In the order of their columns.
+  RankingRow& add(const model::InputAnswers& answers) {
+    const auto input_at = [](const std::optional<model::StepPoint>& point) {
+      return point ? Json(point->input) : Json();
+    };
+    Json places = Json::array();
+    for (const model::Crossing& crossing : answers.break_even) places.push_back(crossing.input);
+    for (const auto& value : {answers.share, answers.cumulative_share, answers.downside, answers.upside,
+                              answers.elasticity, answers.arc_elasticity})
+      add(figure(value));
+    add(std::move(places)).add(input_at(answers.shape.peak)).add(input_at(answers.shape.valley));
+    return add(figure(answers.shape.bend));
+  }
   const std::vector<Json>& cells() const { return cells_; }
 
  private:
   std::vector<Json> cells_;
 };
 
-RankingRow effect_row(const runfile::Run& run, const OutputRanking& ranking, const Effect& effect) {
+RankingRow effect_row(const runfile::Run& run, const OutputRanking& ranking, std::size_t position) {
+  const Effect& effect = ranking.effects[position];
   const runfile::Input& input = input_of(run, effect);
   RankingRow row(output_of(run, ranking), ranking.base);
   row.add(effect.rank).add(input.name).add(input.sheet).add(input.cell);
@@ -137,7 +196,7 @@ RankingRow effect_row(const runfile::Run& run, const OutputRanking& ranking, con
   if (groups) row.add(1).add(number_or_null(effect.swing)).add(Json());
   row.add(effect.facts);
   if (groups) row.add(Json());
-  return row;
+  return row.add(ranking.answers.inputs[position]);
 }
 
 RankingRow group_row(const runfile::Run& run, const OutputRanking& ranking, const GroupRanking& group) {
@@ -155,42 +214,26 @@ RankingRow group_row(const runfile::Run& run, const OutputRanking& ranking, cons
   row.add(list([](const Member& member) { return number_or_null(member.at_low); }));
   row.add(list([](const Member& member) { return number_or_null(member.at_high); }));
   row.add(group.members.size()).add_numbers({group.own_swings, group.interaction});
-  return row.add(group.facts).add(state_name(group.interaction_state));
-}
-
-Json figure(const std::optional<double>& value) {
-  return value ? Json(*value) : Json();
-}
-
-Json input_at(const std::optional<model::StepPoint>& point) {
-  return point ? Json(point->input) : Json();
+  return row.add(group.facts).add(state_name(group.interaction_state)).add(model::InputAnswers());
 }
 
 RankingRow answers_row(const runfile::Run& run, const OutputRanking& ranking, std::size_t position) {
   const Effect& effect = ranking.effects[position];
   const runfile::Input& input = input_of(run, effect);
-  const model::InputAnswers& answers = ranking.answers.inputs[position];
-  Json places = Json::array();
-  for (const model::Crossing& crossing : answers.break_even) places.push_back(crossing.input);
   RankingRow row(output_of(run, ranking), ranking.base);
   row.add(ranking.answers.target).add(effect.rank).add(input.name).add(input.sheet).add(input.cell);
-  row.add(figure(answers.share)).add(figure(answers.cumulative_share));
-  row.add(figure(answers.downside)).add(figure(answers.upside));
-  row.add(figure(answers.elasticity)).add(figure(answers.arc_elasticity)).add(std::move(places));
-  return row.add(input_at(answers.shape.peak))
-      .add(input_at(answers.shape.valley))
-      .add(figure(answers.shape.bend));
+  return row.add(ranking.answers.inputs[position]);
 }
 
 }  // namespace
 
 void write_answers(const runfile::Run& run, const std::vector<OutputRanking>& rankings, TextForm form,
                    const Write& write) {
-  RowWriter rows(form,
-                 {"output", "outputSheet", "outputCell", "base", "target", "rank", "input", "inputSheet",
-                  "inputCell", "share", "cumulativeShare", "downside", "upside", "elasticity",
-                  "arcElasticity", "breakEven", "peakAt", "valleyAt", "bend"},
-                 document_head("ordvane-answers", kVersion, run.file.string()), write);
+  std::vector<std::string> columns{"output", "outputSheet", "outputCell", "base",     "target",
+                                   "rank",   "input",       "inputSheet", "inputCell"};
+  columns.insert(columns.end(), kAnswerColumns.begin(), kAnswerColumns.end());
+  RowWriter rows(form, std::move(columns), document_head("ordvane-answers", kVersion, run.file.string()),
+                 write);
   for (const OutputRanking& ranking : rankings)
     for (std::size_t position = 0; position < ranking.effects.size(); ++position)
       rows.add(answers_row(run, ranking, position).cells());
@@ -198,14 +241,31 @@ void write_answers(const runfile::Run& run, const std::vector<OutputRanking>& ra
 }
 
 void write_ranking(const runfile::Run& run, const std::vector<OutputRanking>& rankings,
-                   std::int32_t simulation, TextForm form, const Write& write) {
-  if (form.form == Form::kJson) return write(document_text(ranking_document(run, rankings, simulation)));
+                   const RankingStyle& style, TextForm form, const Write& write) {
+  if (form.form == Form::kJson) return write(document_text(ranking_document(run, rankings, style)));
   RowWriter rows(form, row_columns(!run.groups.empty()), Json(), write);
   for (const OutputRanking& ranking : rankings) {
-    for (const Effect& effect : ranking.effects) rows.add(effect_row(run, ranking, effect).cells());
+    for (const std::size_t position : model::sorted_by(style.sort, ranking.answers.inputs))
+      rows.add(effect_row(run, ranking, position).cells());
     for (const GroupRanking& group : ranking.groups) rows.add(group_row(run, ranking, group).cells());
   }
   rows.finish();
+}
+
+std::vector<Step> steps_of(const runfile::Run& run, const OutputRanking& ranking, const Effect& effect,
+                           std::int32_t simulation) {
+  const auto number = [](double value) {
+    return std::fabs(value) < runfile::kNumberLimit ? value : host::kMissingNumber;
+  };
+  std::int64_t first = 0;
+  for (std::int32_t i = 0; i < effect.input_index; ++i)
+    first += run.inputs[static_cast<std::size_t>(i)].steps;
+  std::vector<Step> steps;
+  for (std::int64_t step = first; step < first + input_of(run, effect).steps; ++step)
+    steps.push_back({number(run.input_values[run.input_value_index(simulation - 1, step)]),
+                     number(run.output_values[run.output_value_index(
+                         simulation - 1, static_cast<std::size_t>(ranking.output_index), step)])});
+  return steps;
 }
 
 }  // namespace ordvane::exchange

@@ -10,10 +10,24 @@
 
 namespace ordvane::exchange {
 
+// How rankings are shown.
+struct RankingStyle {
+  std::int32_t simulation = 1;  // one-based; of which the rankings are
+  model::SortBy sort = model::SortBy::kSwing;
+  bool steps = false;  // every step of every input, too
+};
+
 // JSON has outputs with their inputs and groups below them; CSV and NDJSON have a row an input, or a group,
-// of one output.
+// of one output, and no steps.
 void write_ranking(const runfile::Run& run, const std::vector<embedded::OutputRanking>& rankings,
-                   std::int32_t simulation, TextForm form, const Write& write);
+                   const RankingStyle& style, TextForm form, const Write& write);
+
+// A step as the run has it, in the order of the run; the missing-number marker for what is no number.
+struct Step {
+  double input, output;
+};
+std::vector<Step> steps_of(const runfile::Run& run, const embedded::OutputRanking& ranking,
+                           const embedded::Effect& effect, std::int32_t simulation);
 
 // A row for each input of each output with what its steps answer: break-even, shape, share, elasticity.
 void write_answers(const runfile::Run& run, const std::vector<embedded::OutputRanking>& rankings,

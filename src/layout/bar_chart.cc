@@ -79,7 +79,8 @@ std::shared_ptr<host::Range> BarChart::fitted_names(ReportTable& table) {
   host::CellBlock fitted(count, 1);
   bool as_they_stand = true;
   for (std::int32_t number = 1; const Bar& bar : bars_.bars) {
-    const std::string text = fitted_name(bar.name, room_for_names(), look::kSmallSize);
+    const double room = room_for_names() - estimated_width(bar.mark, look::kSmallSize);
+    const std::string text = fitted_name(bar.name, room, look::kSmallSize) + bar.mark;
     longest_name_ = std::max(longest_name_, estimated_width(text, look::kSmallSize));
     as_they_stand = as_they_stand && bar.row == number && text == bar.name;
     fitted.set_text(number++, 1, text);

@@ -18,6 +18,7 @@ class ReportTable;
 struct Bar {
   std::int32_t row;                  // of the table's body
   std::string name;                  // as the table has it
+  std::string mark = {};             // behind the name, beside the bar alone
   std::optional<BarEnds> ends = {};  // as the table has them; none: the row lacks one, and the bar is empty
   bool is_point = false;             // seen although it has no length
 };

@@ -85,6 +85,21 @@ void PointChart::AddSeries(host::Range& x_values, host::Range& y_values, const s
   keep_points(x_values.values(), y_values.values());
 }
 
+// None is joined to another, so that each is a piece of its own.
+void PointChart::AddMarks(host::Range& x_values, host::Range& y_values, const std::string& name) {
+  constexpr host::Color kMark = 0x005ED5;
+  constexpr std::int32_t kSize = 9;
+  const auto series = Chart()->new_series();
+  series->set_name(name);
+  series->set_values(y_values);
+  series->set_x_values(x_values);
+  series->set_border({.line_style = host::kXlNone});
+  series->set_marker(host::MarkerStyle::kDiamond, kSize, kMark, kMark);
+  if (sheet_.is_out_of_sight(y_values)) Chart()->set_plot_visible_only(false);
+  for (std::int32_t row = 1; row <= x_values.row_count(); ++row)
+    keep_points(x_values.cell(row, 1)->values(), y_values.cell(row, 1)->values());
+}
+
 void PointChart::keep_points(const host::CellBlock& x, const host::CellBlock& y) {
   bool goes_on = false;
   for (std::int32_t row = 1; row <= std::min(x.rows(), y.rows()); ++row) {

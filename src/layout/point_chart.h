@@ -20,6 +20,8 @@ class PointChart : public ReportChart {
   void ShowLegend();
   // A line of points; FinishChart puts the axes around them. A cell that is empty is a gap in it.
   void AddSeries(host::Range& x_values, host::Range& y_values, const std::string& name);
+  // Places marked apart from the lines; after the lines.
+  void AddMarks(host::Range& x_values, host::Range& y_values, const std::string& name);
   // `format` of the figures at the axis: English codes.
   void SetXAxis(const std::string& title, const std::string& format);
   void SetYAxis(const std::string& title, const std::string& format);

@@ -36,11 +36,16 @@ void ReportChart::SetSubtitle(const std::string& text) {
   apply_title();
 }
 
+void ReportChart::SetDescription(const std::string& text) {
+  description_ = text;
+  apply_title();
+}
+
 // The first line is the title, whatever follows is said more quietly.
 void ReportChart::apply_title() {
   const std::string text = subtitle_.empty() ? title_ : title_ + "\n" + subtitle_;
   chart_->set_title(text);
-  container_->set_alternative_text(text);
+  container_->set_alternative_text(description_.empty() ? text : text + "\n" + description_);
   if (text.empty()) return;
   const std::int32_t length = text::utf16_length(text);
   const std::int32_t first = text::utf16_length(text.substr(0, text.find('\n')));

@@ -24,6 +24,8 @@ class ReportChart {
   const std::shared_ptr<host::ChartObject>& Container() const { return container_; }
   void SetTitle(const std::string& text);
   void SetSubtitle(const std::string& text);
+  // What the chart shows, for those who do not see it; after its titles.
+  void SetDescription(const std::string& text);
   // Lays the chart out once all its parts are there.
   virtual void FinishChart() = 0;
   // After FinishChart: in a corner of the plot, where it covers least.
@@ -61,7 +63,7 @@ class ReportChart {
   std::shared_ptr<host::ChartObject> container_;
   std::shared_ptr<host::Chart> chart_;
   std::int32_t room_row_ = 0, room_rows_ = 0;  // the rows that the sheet keeps for the chart
-  std::string title_, subtitle_;
+  std::string title_, subtitle_, description_;
 };
 
 }  // namespace ordvane::layout

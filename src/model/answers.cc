@@ -41,7 +41,7 @@ double crossing_between(const StepPoint& from, const StepPoint& to, double targe
   return std::clamp(std::lerp(from.input, to.input, part), from.input, to.input);
 }
 
-// The points beside the base value, of those that nothing failed between.
+// The points beside the base value that no failed step keeps apart from it, and the one at it.
 struct Neighbours {
   const StepPoint* below = nullptr;
   const StepPoint* above = nullptr;
@@ -52,17 +52,12 @@ Neighbours neighbours_of(const NumberRules& rules, std::span<const StepPoint> cu
   Neighbours found;
   for (const StepPoint& point : curve) {
     const double distance = rules.difference(point.input, base);
-    if (point.after_failure && distance >= 0 && !found.at) found.below = nullptr;
-    if (distance < 0) {
-      found.below = &point;
-    } else if (distance == 0) {
-      found.at = &point;
-    } else {
-      // With no step at the base, what failed between the neighbours may have stood on either side of it.
-      if (!point.after_failure) found.above = &point;
-      break;
-    }
+    const StepPoint*& place = distance < 0 ? found.below : distance == 0 ? found.at : found.above;
+    place = &point;
+    if (distance > 0) break;
   }
+  if (found.below && found.below->before_failure) found.below = nullptr;
+  if (found.above && found.above->after_failure) found.above = nullptr;
   return found;
 }
 
@@ -84,7 +79,7 @@ StepCurve step_curve(const DralInputOutput& input, std::int32_t output) {
     const double value = input.InputValuesUsed(step);
     if (!rules.is_usable(value)) continue;
     const double result = input.OutputValuesCalculated(output, step);
-    steps.push_back({{value, result, false}, !rules.is_usable(result)});
+    steps.push_back({{value, result}, !rules.is_usable(result)});
   }
   const auto by_input = [](const Step& a, const Step& b) { return a.point.input < b.point.input; };
   if (!std::is_sorted(steps.begin(), steps.end(), by_input))
@@ -96,6 +91,8 @@ StepCurve step_curve(const DralInputOutput& input, std::int32_t output) {
     if (!step.failed) {
       step.point.after_failure = failed;
       curve.push_back(step.point);
+    } else if (!curve.empty()) {
+      curve.back().before_failure = true;
     }
     failed = step.failed;
   }
@@ -130,15 +127,17 @@ Shape shape_of(const NumberRules& rules, std::span<const StepPoint> curve) {
   const StepPoint& lowest = *std::min_element(curve.begin(), curve.end(), by_output);
   const StepPoint& highest = *std::max_element(curve.begin(), curve.end(), by_output);
   if (rules.difference(highest.output, lowest.output) == 0) return shape;
-  if (rules.difference(highest.output, std::max(first.output, last.output)) > 0) shape.peak = highest;
-  if (rules.difference(lowest.output, std::min(first.output, last.output)) < 0) shape.valley = lowest;
+  // In halves, as the distances are.
+  const double rounding = NumberRules::kRounding * largest_result(curve) / 2;
+  if (change(highest.output, std::max(first.output, last.output)) > rounding) shape.peak = highest;
+  if (change(lowest.output, std::min(first.output, last.output)) < -rounding) shape.valley = lowest;
   const double width = change(last.input, first.input);
   if (width == 0) return shape;
   double largest = 0;
   for (const StepPoint& point : curve) {
     const double on_line = std::lerp(first.output, last.output, change(point.input, first.input) / width);
-    if (rules.difference(point.output, on_line) != 0)
-      largest = std::max(largest, std::fabs(change(point.output, on_line)));
+    const double distance = std::fabs(change(point.output, on_line));
+    if (distance > rounding) largest = std::max(largest, distance);
   }
   shape.bend = largest / change(highest.output, lowest.output);
   return shape;
@@ -242,8 +241,8 @@ OutputAnswers answers_of(const Records& inputs, const Records& outputs, std::int
     answers.inputs.push_back(answers_of_input(inputs(i), output, result, target));
     answers.inputs.back().input = i;
   }
-  std::sort(answers.inputs.begin(), answers.inputs.end(),
-            [](const InputAnswers& a, const InputAnswers& b) { return a.rank < b.rank; });
+  std::stable_sort(answers.inputs.begin(), answers.inputs.end(),
+                   [](const InputAnswers& a, const InputAnswers& b) { return a.rank < b.rank; });
   fill_shares(answers.inputs);
   return answers;
 }

@@ -22,7 +22,8 @@ namespace ordvane::model {
 // A step with numbers: what the input was set to, and what the output came to.
 struct StepPoint {
   double input = 0, output = 0;
-  bool after_failure = false;  // between the point before it and this one a step has no result
+  // A step between the point before it, or the one after it, and this one has no result.
+  bool after_failure = false, before_failure = false;
 };
 // Those of one input, by the input's value; points at equal values in the order of the steps.
 using StepCurve = std::vector<StepPoint>;

@@ -45,16 +45,19 @@ void BarReport::write(layout::ReportSheet& sheet) {
   if (const auto reason = reason_for_no_chart()) {
     CreateMessageChart(sheet, session_.text(texts_.no_chart) + "\r\n" + session_.text(*reason));
     sheet.SetSheetOption(1);
+    write_lines(sheet);
     remarks_.write(sheet);
     write_table(sheet);
   } else {
     const auto chart =
         sheet.AddBarChart(kChartWidth, sheet.ChartHeightForBars(static_cast<std::int16_t>(chart_.bars())));
     sheet.SetSheetOption(1);
+    write_lines(sheet);
     remarks_.write(sheet);
     const auto table = write_table(sheet);
     // Names of groups are long.
     if (varied_ == Varied::kGroups) FitWidth(*chart, TableWidthForChart(*table));
+    chart->SetDescription(description());
     chart_.draw(*chart, *table);
     SetWatermark(session_, *chart);
   }

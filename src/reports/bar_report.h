@@ -68,6 +68,10 @@ class BarReport {
   virtual std::vector<layout::Column> columns() const = 0;
   // Of a row, for bars of one input each.
   virtual std::function<InputEnds(std::int32_t)> inputs_at_ends() const { return nullptr; }
+  // Of the chart, for those who do not see it.
+  virtual std::string description() const { return {}; }
+  // Lines below the chart, before those about steps.
+  virtual void write_lines(layout::ReportSheet& /*sheet*/) const {}
   // What the written table still lacks; `notes`: the texts of those on it.
   virtual void finish(layout::ReportSheet& sheet, layout::ReportTable& table,
                       const std::vector<std::string>& notes) = 0;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "reports/answers.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
 #include "reports/item_texts.h"
@@ -25,7 +26,8 @@ constexpr StepTableTexts kTableTexts = {.caption = text_id::kSensitivityCaption,
                                         .subcaption = text_id::kSensitivitySubcaption,
                                         .input_base_zero = text_id::kSensitivityInputBaseZero,
                                         .output_base_zero = text_id::kSensitivityOutputBaseZero,
-                                        .invalid = text_id::kSensitivityNotShown};
+                                        .invalid = text_id::kSensitivityNotShown,
+                                        .answers = true};
 constexpr StepGraphTexts kGraphTexts = {.drawn = text_id::kSensitivityDrawn,
                                         .base_zero = text_id::kSensitivityBaseZero,
                                         .base_invalid = text_id::kSensitivityBaseNoNumber,
@@ -46,10 +48,11 @@ std::int32_t first_undrawable_cell(host::Range& range) {
 
 class SensitivityReport {
  public:
-  SensitivityReport(const Context& context, StepTable& steps)
+  SensitivityReport(const Context& context, StepTable& steps, std::int32_t limit)
       : context_(context),
         session_(context.session),
         steps_(steps),
+        limit_(limit),
         quantity_(context.in_percent() ? Quantity::kChange : Quantity::kValue) {
     for (const StepTable::Block& block : steps_.blocks())
       if (steps_.obstacle(block, quantity_) == Obstacle::kNone) drawn_.push_back(block);
@@ -79,6 +82,9 @@ class SensitivityReport {
   }
 
   void write_lines(layout::ReportSheet& sheet) {
+    sheet.AddLine(
+        AnswerSentence(session_, context_.inputs, context_.outputs, context_.range_mode, steps_.answers()));
+    WriteShapeLines(context_, sheet, steps_.answers(), limit_);
     WriteStepGraphLines(session_, sheet, steps_, quantity_, kGraphTexts);
   }
 
@@ -95,7 +101,7 @@ class SensitivityReport {
     for (const StepTable::Block& block : drawn_) {
       OrdvaneGInput graph = graph_of(block);
       graph.width = width;
-      steps_.fill_range(*graph.ranges.Add(1), block, quantity_);
+      steps_.fill_range(*graph.ranges.Add(1), block, quantity_, &graph.marks);
       graph.inputG(sheet);
       CheckUserCancel(session_);
     }
@@ -113,6 +119,9 @@ class SensitivityReport {
     graph.second_title = session_.text(text_id::kSensitivityChartSubtitle, output);
     const std::string failed = StepNote(session_, {.steps = block.facts.steps, .failed = block.facts.failed});
     if (!failed.empty()) graph.second_title += "\n" + failed;
+    graph.description = TargetSentence(session_, context_.inputs, context_.outputs, context_.range_mode,
+                                       steps_.answers(), {&steps_.answers(block), 1});
+    if (!graph.description.empty()) graph.second_title += "\n" + graph.description;
     graph.x_axis_title = session_.text(axis, input);
     graph.y_axis_title = session_.text(axis, output);
     graph.percent_flag = context_.output_mode;
@@ -126,6 +135,7 @@ class SensitivityReport {
   const Context& context_;
   session::Session& session_;
   StepTable& steps_;
+  std::int32_t limit_;
   Quantity quantity_;
   std::vector<StepTable::Block> drawn_;
 };
@@ -142,6 +152,8 @@ std::int32_t OrdvaneGInput::inputG(layout::ReportSheet& PER) {
   const std::int32_t status = GetGraphRangeExtent(session_, *range, extent_);
   if (status != 0) return status;
   add_series(*range);
+  if (marks.numValues() > 0)
+    host::ignoring_errors([&] { chart_->AddMarks(*marks.xValues(), *marks.yValues(), description); });
   chart_->SetTitle(chart_title);
   chart_->SetSubtitle(second_title);
   const bool percent = percent_flag != 0;
@@ -155,8 +167,9 @@ void GenerateSensitivityReport(const Context& context, std::int32_t on, const mo
   if (ranking.input_limit <= 0) {
     sheet->NextCell()->set_value(context.session.text(text_id::kSensitivityNoInputs));
   } else {
-    StepTable steps(context, on, ranking.input_limit);
-    SensitivityReport(context, steps).write(*sheet);
+    const model::OutputAnswers answers = AnswersOf(context, on);
+    StepTable steps(context, on, ranking.input_limit, answers);
+    SensitivityReport(context, steps, ranking.input_limit).write(*sheet);
   }
   sheet->FinishSheet();
 }

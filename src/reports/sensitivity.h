@@ -19,6 +19,8 @@ class OrdvaneGInput : public StepChart {
   explicit OrdvaneGInput(session::Session& session) : StepChart(session) {}
 
   std::string second_title;
+  model::OrdvaneGraphRange marks;  // places on the line: none without values
+  std::string description;         // what they are
   std::int32_t percent_flag = 0;   // not 0: both axes are in percent
   std::string x_format, y_format;  // of axes that are not: English codes; empty: General
   double width = kChartWidth;      // points

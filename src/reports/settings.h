@@ -6,8 +6,10 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "host/excel.h"
+#include "model/answers.h"
 
 namespace ordvane::reports {
 
@@ -41,6 +43,16 @@ struct Settings {
   // Of the part of a tornado bar that input values below their base make; none: bars have one colour.
   std::optional<host::Color> low_color = {};
   BarLabels labels = BarLabels::kInputs;  // groups of inputs have those of outputs alone
+
+  model::SortBy sort = model::SortBy::kSwing;  // order of the inputs of a tornado
+  // The value of outputs that break-evens are told for; none: each output's own.
+  std::optional<double> target = {};
+  std::vector<double> output_targets = {};  // own ones, by the engine's index of the output; others have 0
+
+  double target_of(std::int32_t output_index) const {
+    const auto at = static_cast<std::size_t>(output_index);
+    return target.value_or(at < output_targets.size() ? output_targets[at] : 0);
+  }
 
   void set_threshold(double share) {
     has_threshold = true;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "reports/answers.h"
 #include "reports/chart_helpers.h"
 #include "reports/graph_sheet.h"
 #include "reports/sheet_opening.h"
@@ -37,7 +38,7 @@ double height_for(std::int32_t lines) {
 class SpiderReport {
  public:
   SpiderReport(const Context& context, StepTable& steps)
-      : session_(context.session), steps_(steps), spider_(session_) {
+      : context_(context), session_(context.session), steps_(steps), spider_(session_) {
     const model::DralInputOutput& output = steps.output();
     spider_.chart_title =
         session_.text(output.has_name() ? text_id::kSpiderChartTitle : text_id::kSpiderChartTitleOfCell,
@@ -54,15 +55,21 @@ class SpiderReport {
                           NoGraphMessage(session_, text_id::kMessageNoSpider, steps_, Quantity::kChange));
     else
       spider_.reserve(sheet, static_cast<std::int32_t>(drawn_.size()));
+    const std::string sentence =
+        AnswerSentence(session_, context_.inputs, context_.outputs, context_.range_mode, steps_.answers());
+    sheet.AddLine(sentence);
     WriteStepGraphLines(session_, sheet, steps_, Quantity::kChange, kGraphTexts);
     steps_.write(sheet, kTableTexts);
     FitWidth(*spider_.chart(), TableWidthForChart(steps_.table()));
     for (const StepTable::Block& block : drawn_)
       steps_.fill_range(*spider_.ranges.Add(block.input), block, Quantity::kChange);
-    if (!drawn_.empty()) spider_.spider(sheet);
+    if (drawn_.empty()) return;
+    spider_.spider(sheet);
+    spider_.chart()->SetDescription(sentence);
   }
 
  private:
+  const Context& context_;
   session::Session& session_;
   StepTable& steps_;
   std::vector<StepTable::Block> drawn_;
@@ -98,7 +105,8 @@ void GenerateSpiderReport(const Context& context, std::int32_t on, const model::
   if (ranking.input_limit <= 0) {
     sheet->NextCell()->set_value(context.session.text(text_id::kSpiderNoInputs));
   } else {
-    StepTable steps(context, on, ranking.input_limit);
+    const model::OutputAnswers answers = AnswersOf(context, on);
+    StepTable steps(context, on, ranking.input_limit, answers);
     SpiderReport(context, steps).write(*sheet);
   }
   sheet->FinishSheet();

@@ -35,28 +35,33 @@ constexpr std::int32_t kSeriesNameLimit = 25;
 
 }  // namespace
 
-StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t limit)
+StepTable::StepTable(const Context& context, std::int32_t output, std::int32_t limit,
+                     const model::OutputAnswers& answers)
     : context_(context),
       session_(context.session),
       inputs_(context.inputs),
       output_(context.outputs(output)),
-      output_index_(output) {
+      output_index_(output),
+      answers_(answers) {
   for (std::int32_t i = 1; i <= inputs_.size(); ++i) {
     const model::DralInputOutput& in = inputs_(i);
     if (in.rank(output) > limit || in.numSteps <= 0) continue;
     const std::int32_t rows = std::min(in.numSteps, kMostRows - rows_);
     truncated_ = truncated_ || rows < in.numSteps;
     if (rows == 0) continue;
-    blocks_.push_back({.input = i,
-                       .first_row = rows_ + 1,
-                       .rows = rows,
-                       .facts = model::step_facts(in, output, output_.BaseValue())});
+    blocks_.push_back({.input = i, .first_row = rows_ + 1, .rows = rows, .facts = {}});
+    blocks_.back().facts = this->answers(blocks_.back()).facts;
     rows_ += rows;
   }
 }
 
 std::int32_t StepTable::column(std::int32_t after_places) const {
   return context_.range_mode + after_places;
+}
+
+const model::InputAnswers& StepTable::answers(const Block& block) const {
+  return *std::find_if(answers_.inputs.begin(), answers_.inputs.end(),
+                       [&](const model::InputAnswers& each) { return each.input == block.input; });
 }
 
 double StepTable::input_value(const Block& block, std::int32_t step) const {
@@ -69,8 +74,11 @@ double StepTable::output_value(const Block& block, std::int32_t step) const {
 
 std::optional<StepTable::Point> StepTable::point(const Block& block, std::int32_t step,
                                                  Quantity quantity) const {
+  return drawn(block, {input_value(block, step), output_value(block, step)}, quantity);
+}
+
+std::optional<StepTable::Point> StepTable::drawn(const Block& block, Point point, Quantity quantity) const {
   const model::NumberRules& rules = output_.rules();
-  Point point = {input_value(block, step), output_value(block, step)};
   if (quantity == Quantity::kChange)
     point = {rules.fractional_change(point.x, input(block).BaseValue()),
              rules.fractional_change(point.y, output_.BaseValue())};
@@ -106,11 +114,14 @@ std::string StepTable::caption(const StepTableTexts& texts) const {
 }
 
 void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
+  if (texts.answers)
+    answer_columns_.emplace(context_, answers_, kAnswersOfSteps, column(kColumns) + 1, rows_);
   table_ = AddTable(sheet, rows_, kHeaderRows, {caption(texts), session_.text(texts.subcaption)}, columns());
   for (const Block& block : blocks_) {
     write_block(block, texts);
     CheckUserCancel(session_);
   }
+  if (answer_columns_) answer_columns_->format(*table_);
   fit_names();
   notes_.write(session_, *table_);
 }
@@ -123,15 +134,23 @@ std::vector<layout::Column> StepTable::columns() const {
   layout::append(columns, ruled(shared.of_inputs(1, {shared.value(), shared.change(), shared.fraction()})));
   layout::append(columns, shared.of_outputs(1, {shared.value(ValueFormat(output_)),
                                                 shared.change(ChangeFormat(output_)), shared.fraction()}));
+  if (!answer_columns_) return columns;
+  columns = ruled(std::move(columns));
+  layout::append(columns, answer_columns_->columns(kHeaderRows));
   return columns;
+}
+
+std::int32_t StepTable::last_column() const {
+  return answer_columns_ ? answer_columns_->last() : column(kColumns);
 }
 
 void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   const model::DralInputOutput& in = input(block);
-  host::CellBlock cells(block.rows, column(kColumns));
+  host::CellBlock cells(block.rows, last_column());
   PutPlace(cells, 1, 1, context_.range_mode, in);
   cells.set_text(1, column(kName), ItemLabel(in));
   cells.set_text(1, column(kCell), in.cellAddress);
+  if (answer_columns_) answer_columns_->fill(cells, 1, block.first_row, answers(block));
   FirstNotes base_notes;  // of this input
   const ItemColumns of_input = {
       in, column(kInputValue), in.BaseValue() == 0 ? texts.input_base_zero : text_id::kStepsInputBaseNoNumber,
@@ -207,27 +226,43 @@ void StepTable::fit_names() {
   }
 }
 
-void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity) {
+// Figures that the table does not show stand out of sight: points of the line, and marks.
+void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity,
+                           model::OrdvaneGraphRange* marks) {
   const Steps steps = drawable_steps(block, quantity);
   const bool values = quantity == Quantity::kValue;
   const std::int32_t row = block.first_row + steps.first - 1;
   range.set_numValues(steps.count);
   range.set_rName(SeriesName(input(block)));
-  if (!steps.has_gaps) {
+  host::CellBlock figures(block.rows, 4);
+  const auto put = [&](std::int32_t at, std::int32_t column, const std::optional<Point>& point) {
+    if (!point) return false;
+    figures.set_number(at, column, point->x);
+    figures.set_number(at, column + 1, point->y);
+    return true;
+  };
+  std::int32_t marked = 0;
+  if (marks != nullptr)
+    for (const model::Crossing& crossing : answers(block).break_even)
+      if (marked < block.rows &&
+          put(marked + 1, 3, drawn(block, {crossing.input, answers_.target}, quantity)))
+        ++marked;
+  for (std::int32_t step = 1; steps.has_gaps && step <= block.rows; ++step)
+    put(step, 1, point(block, step, quantity));
+  std::shared_ptr<host::Range> cells;
+  if (steps.has_gaps || marked > 0) cells = table_->PutOutOfSight(block.first_row, figures);
+  if (marked > 0) {
+    marks->set_numValues(marked);
+    marks->set_xValues(cells->offset(0, 2)->resize(marked, 1));
+    marks->set_yValues(cells->offset(0, 3)->resize(marked, 1));
+  }
+  if (steps.has_gaps) {
+    range.set_xValues(cells->offset(steps.first - 1, 0)->resize(steps.count, 1));
+    range.set_yValues(cells->offset(steps.first - 1, 1)->resize(steps.count, 1));
+  } else {
     range.set_xValues(table_->Body(row, column(values ? kInputValue : kInputFraction), steps.count));
     range.set_yValues(table_->Body(row, column(values ? kOutputValue : kOutputFraction), steps.count));
-    return;
   }
-  host::CellBlock points(steps.count, 2);
-  for (std::int32_t i = 1; i <= steps.count; ++i) {
-    const auto drawn = point(block, steps.first + i - 1, quantity);
-    if (!drawn) continue;
-    points.set_number(i, 1, drawn->x);
-    points.set_number(i, 2, drawn->y);
-  }
-  const auto cells = table_->PutOutOfSight(row, points);
-  range.set_xValues(cells->resize(steps.count, 1));
-  range.set_yValues(cells->offset(0, 1)->resize(steps.count, 1));
 }
 
 std::string SeriesName(const model::DralInputOutput& input) {

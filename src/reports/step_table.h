@@ -14,9 +14,10 @@
 
 #include "layout/report_sheet.h"
 #include "layout/report_table.h"
+#include "model/answers.h"
 #include "model/graph_ranges.h"
 #include "model/input_output.h"
-#include "model/step_facts.h"
+#include "reports/answer_columns.h"
 #include "reports/context.h"
 #include "reports/first_notes.h"
 #include "session/session.h"
@@ -30,6 +31,7 @@ struct StepTableTexts {
   session::TextId<0> input_base_zero;  // notes
   session::TextId<0> output_base_zero;
   session::TextId<0> invalid;
+  bool answers = false;  // columns of them, in the first row of every input
 };
 
 // Changes are fractions of the size of the base value.
@@ -57,11 +59,15 @@ class StepTable {
   };
 
   // Lays out the inputs whose rank for the output is at most `limit` and that have steps, in their own order.
-  StepTable(const Context& context, std::int32_t output, std::int32_t limit);
+  // `answers`: of this output.
+  StepTable(const Context& context, std::int32_t output, std::int32_t limit,
+            const model::OutputAnswers& answers);
 
   const std::vector<Block>& blocks() const { return blocks_; }
   const model::DralInputOutput& input(const Block& block) const { return inputs_(block.input); }
   const model::DralInputOutput& output() const { return output_; }
+  const model::OutputAnswers& answers() const { return answers_; }
+  const model::InputAnswers& answers(const Block& block) const;
   Obstacle obstacle(const Block& block, Quantity quantity) const;
 
   // Places the table on the sheet and fills it. Asks between inputs whether to stop.
@@ -69,7 +75,9 @@ class StepTable {
 
   // One series of the written table, of a block without an obstacle: its input cells against its output
   // cells, from the first to the last step that can be drawn. Cells of steps between that cannot are blank.
-  void fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity);
+  // `marks`: where the output is at its target, if that is wanted.
+  void fill_range(model::OrdvaneGraphRange& range, const Block& block, Quantity quantity,
+                  model::OrdvaneGraphRange* marks = nullptr);
   layout::ReportTable& table() { return *table_; }
 
  private:
@@ -92,11 +100,14 @@ class StepTable {
   std::int32_t column(std::int32_t after_places) const;
   double input_value(const Block& block, std::int32_t step) const;
   double output_value(const Block& block, std::int32_t step) const;
+  // As a chart's axes have it; none for one that lacks a number.
+  std::optional<Point> drawn(const Block& block, Point point, Quantity quantity) const;
   // None for a step that lacks a number.
   std::optional<Point> point(const Block& block, std::int32_t step, Quantity quantity) const;
   Steps drawable_steps(const Block& block, Quantity quantity) const;
   std::string caption(const StepTableTexts& texts) const;
   std::vector<layout::Column> columns() const;
+  std::int32_t last_column() const;
   void write_block(const Block& block, const StepTableTexts& texts);
   void fill_item(host::CellBlock& cells, const Block& block, std::int32_t step, const ItemColumns& columns,
                  double value, session::TextId<0> invalid);
@@ -108,7 +119,9 @@ class StepTable {
   const model::Records& inputs_;
   const model::DralInputOutput& output_;
   std::int32_t output_index_;
+  const model::OutputAnswers& answers_;
   std::vector<Block> blocks_;
+  std::optional<AnswerColumns> answer_columns_;
   std::int32_t rows_ = 0;
   bool truncated_ = false;
   std::shared_ptr<layout::ReportTable> table_;

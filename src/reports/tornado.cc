@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "model/step_facts.h"
+#include "model/answers.h"
+#include "reports/answer_columns.h"
+#include "reports/answers.h"
 #include "reports/bar_report.h"
 #include "reports/item_texts.h"
 #include "reports/progress.h"
@@ -40,22 +43,30 @@ enum Column : std::int32_t {
   kHigh,
   kHighChange,
   kHighInput,
-  kInputBase,
-  kColumns = kInputBase
+  kInputBase
 };
+
+constexpr std::int32_t kHeaderRows = 3;
+constexpr const char* kTurningLine = "* ";
 
 class TornadoReport final : public BarReport {
  public:
   TornadoReport(const Context& context, std::int32_t output, std::int32_t bars, const TornadoStyle& style)
       : BarReport(context, context.outputs(output), "Tornado", kTexts, style, Varied::kInputs),
         output_index_(output),
+        answers_(AnswersOf(context, output)),
+        answer_columns_(context, answers_, kAnswersOfInputs, column(kInputBase) + 1, std::max(bars, 0)),
+        sentence_(
+            AnswerSentence(context.session, context.inputs, context.outputs, context.range_mode, answers_)),
+        facts_of_(context.inputs.size(), nullptr),
+        row_of_(context.inputs.size(), 0),
         input_formats_(std::max(bars, 0)) {
     set_rows(bars, {.name = column(kName),
                     .low = column(kLow),
                     .low_change = column(kLowChange),
                     .high = column(kHigh),
                     .high_change = column(kHighChange),
-                    .count = column(kColumns)});
+                    .count = answer_columns_.last()});
   }
 
  private:
@@ -63,30 +74,49 @@ class TornadoReport final : public BarReport {
     return static_cast<std::int32_t>(context_.range_mode) + after_places;
   }
 
+  // The inputs of the first ranks, in the order that is asked for; the others have no rows. Of equal ranks
+  // the later input stays.
   void fill_rows() override {
-    for (const model::DralInputOutput& input : context_.inputs) {
-      const std::int32_t rank = input.rank(output_index_);
-      const model::StepFacts facts = step_facts(input, output_index_, output_.BaseValue());
-      const std::int32_t row = rank <= bars_ ? rank : 0;
+    model::OneBased<std::int32_t> input_at(bars_, 0);
+    for (std::int32_t i = 1; i <= context_.inputs.size(); ++i)
+      if (const std::int32_t rank = context_.inputs(i).rank(output_index_); rank <= bars_) input_at(rank) = i;
+    in_rows_.assign(bars_, nullptr);
+    std::int32_t row = 0;
+    for (const std::size_t position : sorted_by(context_.settings.sort, answers_.inputs)) {
+      const model::InputAnswers& answers = answers_.inputs[position];
+      facts_of_(answers.input) = &answers.facts;
+      if (answers.rank > bars_ || input_at(answers.rank) != answers.input) continue;
+      row = context_.settings.sort == model::SortBy::kSwing ? answers.rank : row + 1;
+      row_of_(answers.input) = row;
+      in_rows_(row) = &answers;
+    }
+    write_rows();
+  }
+
+  void write_rows() {
+    for (std::int32_t i = 1; i <= context_.inputs.size(); ++i) {
+      const model::DralInputOutput& input = context_.inputs(i);
+      const std::int32_t row = row_of_(i);
       if (row > 0) {
-        fill_row(row, input, facts);
+        fill_row(row, input);
         session_.log.line("GenerateTornadoReport cellAddress: " + input.cellAddress);
         CheckUserCancel(session_);
       }
-      add_facts(row, ItemLabel(input), facts);
+      add_facts(row, ItemLabel(input), *facts_of_(i));
     }
   }
 
-  void fill_row(std::int32_t row, const model::DralInputOutput& input, const model::StepFacts& facts) {
+  void fill_row(std::int32_t row, const model::DralInputOutput& input) {
+    const model::InputAnswers& answers = *in_rows_(row);
     PutPlace(rows_, row, 1, context_.range_mode, input);
-    rows_.set_number(row, column(kRank), row);
+    rows_.set_number(row, column(kRank), answers.rank);
     rows_.set_text(row, column(kName), ItemLabel(input));
     rows_.set_text(row, column(kCell), input.cellAddress);
     put_ends(row, {.low = input.outputMinValue(output_index_),
                    .low_change = input.outputMinPercentChange(output_index_),
                    .high = input.outputMaxValue(output_index_),
                    .high_change = input.outputMaxPercentChange(output_index_)});
-    if (facts.without_effect()) {
+    if (answers.facts.without_effect()) {
       // No step is behind either end.
       for (const Column value : {kLowInput, kHighInput}) rows_.set_text(row, column(value), host::kNotShown);
     } else {
@@ -94,6 +124,7 @@ class TornadoReport final : public BarReport {
       put_value(row, column(kHighInput), input.maxInputValue(output_index_));
     }
     put_value(row, column(kInputBase), input.BaseValue());
+    answer_columns_.fill(rows_, row, row, answers);
     input_formats_(row) = ValueFormat(input);
   }
 
@@ -103,8 +134,19 @@ class TornadoReport final : public BarReport {
         const host::CellValue cell = rows_.value(row, column(place));
         return cell.is_number() ? std::optional(cell.number) : std::nullopt;
       };
-      return {value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row)};
+      return {value(kInputBase), value(kLowInput), value(kHighInput), input_formats_(row),
+              in_rows_(row) != nullptr && in_rows_(row)->shape.turns()};
     };
+  }
+
+  std::string description() const override { return sentence_; }
+
+  void write_lines(layout::ReportSheet& sheet) const override {
+    sheet.AddLine(sentence_);
+    if (context_.settings.sort != model::SortBy::kSwing)
+      sheet.AddLine(
+          session_.text(text_id::kAnswersSortedBy, session_.text(SortHeading(context_.settings.sort))));
+    WriteShapeLines(context_, sheet, answers_, bars_, kTurningLine);
   }
 
   TableCaptions captions() const override {
@@ -123,9 +165,10 @@ class TornadoReport final : public BarReport {
       layout::append(end, ruled(shared.of_inputs(2, {shared.value()})));
       layout::append(columns, layout::grouped(session_.text(group), 1, end));
     }
-    layout::append(columns,
-                   layout::grouped(session_.text(text_id::kTornadoBaseOfInput), 1,
-                                   {layout::figure_column(session_.text(text_id::kLabelBaseValue))}, 2));
+    layout::append(
+        columns, layout::grouped(session_.text(text_id::kTornadoBaseOfInput), 1,
+                                 ruled({layout::figure_column(session_.text(text_id::kLabelBaseValue))}), 2));
+    layout::append(columns, answer_columns_.columns(kHeaderRows));
     return columns;
   }
 
@@ -139,10 +182,17 @@ class TornadoReport final : public BarReport {
       for (const Column value : {kLowInput, kHighInput, kInputBase})
         table.FormatBody(first, end - first, column(value), input_formats_(first));
     }
+    answer_columns_.format(table);
   }
 
   std::int32_t output_index_;
-  model::OneBased<std::string> input_formats_;  // by row
+  model::OutputAnswers answers_;
+  AnswerColumns answer_columns_;
+  std::string sentence_;
+  model::OneBased<const model::InputAnswers*> in_rows_;  // by row
+  model::OneBased<const model::StepFacts*> facts_of_;    // by input record
+  model::OneBased<std::int32_t> row_of_;                 // of the input records; 0: none
+  model::OneBased<std::string> input_formats_;           // by row
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "host/error.h"
 #include "layout/look.h"
+#include "reports/answers.h"
 #include "reports/chart_helpers.h"
 #include "reports/item_texts.h"
 #include "reports/number_texts.h"
@@ -44,6 +45,7 @@ void TornadoChart::choose_bars(const host::CellBlock& rows, const layout::BarCol
     const host::CellValue low = rows.value(row, columns.low), high = rows.value(row, columns.high);
     bars_.push_back({.row = row, .name = rows.value(row, columns.name).text});
     inputs_.push_back(input_of ? input_of(row) : InputEnds{});
+    if (inputs_.back().turns) bars_.back().mark = kTurningMark;
     if (!low.is_number() || !high.is_number()) continue;
     bars_.back().ends = {std::min(low.number, high.number), std::max(low.number, high.number)};
     // No lack of effect, though it has no length.

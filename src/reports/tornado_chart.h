@@ -40,6 +40,7 @@ struct TornadoStyle {
 struct InputEnds {
   std::optional<double> base, at_low, at_high;  // none: no number
   std::string number_format;                    // local form
+  bool turns = false;                           // the output turns back between them
 };
 
 class TornadoChart {

@@ -264,7 +264,8 @@ class Description {
   static std::string remark(const Output& output, const Extent& results) {
     if (results.numbers == 0) return "no result is a number";
     if (!results.moves(output.base)) return "never moves";
-    return output.base ? "" : "its base is not a number";
+    if (!output.base) return "its base is not a number";
+    return output.target ? "target " + text::shortest_number(*output.target) : "";
   }
 
   const Run& run_;

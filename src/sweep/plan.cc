@@ -219,12 +219,13 @@ void plan_inputs(const WhatIf& what_if, calc::Model& model, const std::string& b
 }
 
 void plan_outputs(const WhatIf& what_if, calc::Model& model, const std::string& book, Plan& plan) {
-  for (const Wanted& wanted : what_if.outputs) {
+  for (const WantedOutput& wanted : what_if.outputs) {
     PlannedOutput& output = plan.outputs.emplace_back();
+    output.item.target = wanted.target;
     output.cell = find_cell(wanted, model);
     describe(wanted, model, output.cell, book, output.item);
   }
-  check_places(what_if.outputs, plan.outputs);
+  check_places(std::vector<Wanted>(what_if.outputs.begin(), what_if.outputs.end()), plan.outputs);
 }
 
 void plan_groups(const WhatIf& what_if, const calc::Workbook& book, Plan& plan) {

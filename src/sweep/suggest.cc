@@ -111,11 +111,11 @@ std::vector<Suggestion::Item> items_of(const Writer& writer, const std::vector<c
 void set_outputs(const calc::Model& model, const std::vector<calc::CellId>& cells, Suggestion& suggestion) {
   const Writer writer(model);
   suggestion.outputs = items_of(writer, cells);
-  std::vector<Wanted>& wanted = suggestion.what_if.outputs;
+  std::vector<WantedOutput>& wanted = suggestion.what_if.outputs;
   wanted.resize(cells.size());
   for (std::size_t i = 0; i < cells.size(); ++i) {
     if (!wanted[i].name.empty()) suggestion.outputs[i].name = wanted[i].name;
-    wanted[i] = writer.wanted(cells[i], suggestion.outputs[i].name);
+    static_cast<Wanted&>(wanted[i]) = writer.wanted(cells[i], suggestion.outputs[i].name);
   }
 }
 
@@ -235,7 +235,8 @@ std::vector<Suggestion::Item> propose_outputs(const Job& job, const calc::Model&
 std::string what_if_text(const WhatIf& what_if) {
   std::string inputs, outputs;
   for (const WantedInput& input : what_if.inputs) add_item(inputs, input, range_text(input));
-  for (const Wanted& output : what_if.outputs) add_item(outputs, output, "");
+  for (const WantedOutput& output : what_if.outputs)
+    add_item(outputs, output, output.target ? R"(, "target": )" + number_text(*output.target) : "");
   return "{\n \"format\": " + OrderedJson(kWhatIfFormat).dump() +
          ",\n \"version\": 1,\n \"steps\": " + std::to_string(what_if.steps) + ",\n \"inputs\": [\n" +
          inputs + "\n ],\n \"outputs\": [\n" + outputs + "\n ]\n}\n";

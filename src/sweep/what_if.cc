@@ -124,6 +124,10 @@ constexpr Field<T> kItemFields[] = {
     {"base", false, [](const JsonValue& v, T& item) { item.base = base_of(v); }},
 };
 
+constexpr Field<WantedOutput> kOutputFields[] = {
+    {"target", false, [](const JsonValue& v, WantedOutput& item) { item.target = v.number(); }},
+};
+
 constexpr Field<WantedInput> kInputFields[] = {
     {"low", false, [](const JsonValue& v, WantedInput& item) { item.low = bound_of(v); }},
     {"high", false, [](const JsonValue& v, WantedInput& item) { item.high = bound_of(v); }},
@@ -283,8 +287,8 @@ void read_outputs(const JsonValue& value, WhatIf& what_if) {
   value.expect_list("outputs");
   for (std::size_t i = 0; i < value.data().size(); ++i) {
     const JsonValue element = value.element(i);
-    Wanted& output = what_if.outputs.emplace_back();
-    read_fields(element, output, kItemFields<Wanted>);
+    WantedOutput& output = what_if.outputs.emplace_back();
+    read_fields(element, output, kItemFields<WantedOutput>, kOutputFields);
     complete_item(element, output);
   }
 }
@@ -413,8 +417,8 @@ WantedInput input_option(const std::string& text) {
   refuse_input(text);
 }
 
-Wanted output_option(const std::string& text) {
-  return wanted_place(kOutputOption, text);
+WantedOutput output_option(const std::string& text) {
+  return {wanted_place(kOutputOption, text), std::nullopt};
 }
 
 bool is_what_if_file(const std::filesystem::path& file) {

@@ -34,6 +34,10 @@ struct Wanted {
   std::optional<double> base;  // the value that the definition was made for
 };
 
+struct WantedOutput : Wanted {
+  std::optional<double> target;  // the value at which the decision turns
+};
+
 // Either a range, or a range in percent of the base, or a list of values.
 struct WantedInput : Wanted {
   std::optional<Bound> low, high;
@@ -51,7 +55,7 @@ struct WantedGroup {
 
 struct WhatIf {
   std::vector<WantedInput> inputs;
-  std::vector<Wanted> outputs;
+  std::vector<WantedOutput> outputs;
   std::vector<WantedGroup> groups;
   // Every group of a size among the inputs, and the steps of each member.
   std::optional<std::pair<std::int32_t, std::int32_t>> all_groups;
@@ -64,7 +68,7 @@ WhatIf what_if_of(const runfile::Json& tree, const std::string& file);
 // "Prices!C3=10..20", "Tax=±10%" (or +-10%), "Tax=-5%..20%", "C3=1,2,5".
 WantedInput input_option(const std::string& text);
 // "'My sheet'!B5" or a name.
-Wanted output_option(const std::string& text);
+WantedOutput output_option(const std::string& text);
 
 // The same, given by `where`, which messages begin with.
 Wanted wanted_place(const std::string& where, const std::string& text);

@@ -158,6 +158,8 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"show", "m.run.json", "--output", "[other.xlsx]Plan!C14"}, "is no output"},
       {{"show", "m.run.json", "--simulation", "2"}, "the run has simulations 1 to 1"},
       {{"show", "m.run.json", "--json", "--csv"}, "goes without"},
+      {{"show", "m.run.json", "--target", "much"}, "is no number"},
+      {{"report", "m.run.json", "--sort", "size"}, "is none of swing, downside"},
   };
   for (const auto& each : kCases) {
     const Result result = run(each.arguments);
@@ -315,6 +317,8 @@ TEST_F(Command, ShowDrawsBarsAroundTheBase) {
   EXPECT_EQ(run({"show", "m.run.json", "--output", "D2"}, "C").out,
             "Profit (Total!D2)\n"
             "  base value 40\n"
+            "  Profit depends most on Volume, monthly (2 to 8: 20 to 80), then on\n"
+            "  Price (8 to 12: 32 to 48). No value tried brings Profit to 0.\n"
             "\n"
             "    Input            Low                          High   Low %  High %\n"
             "  1 Volume, monthly   20 ########|############### 80    -50.0% +100.0%\n"
@@ -329,12 +333,13 @@ TEST_F(Command, ShowAnswersProgramsInFull) {
   EXPECT_EQ(run({"show", "m.run.json", "--csv", "--output", "My plan!C14"}).out,
             "output,outputSheet,outputCell,base,rank,input,inputSheet,inputCell,low,high,swing,lowChange,"
             "highChange,"
-            "inputAtLow,inputAtHigh,steps,failed,moves,leavesOutBase\n"
+            "inputAtLow,inputAtHigh,steps,failed,moves,leavesOutBase,"
+            "share,cumulativeShare,downside,upside,elasticity,arcElasticity,breakEven,peakAt,valleyAt,bend\n"
             "Margin \u00e4,My "
             "plan,C14,0.25,1,Price,Plan,B1,0.2,0.25,0.04999999999999999,-0.19999999999999996,0,8,10,3,1,true,"
-            "false\n"
+            "false,1,1,-0.04999999999999999,0,0.9999999999999998,0.9999999999999998,,,,0\n"
             "Margin \u00e4,My plan,C14,0.25,2,\"Volume, "
-            "monthly\",Plan,B2,0.25,0.25,0,0,0,,,2,0,false,false\n");
+            "monthly\",Plan,B2,0.25,0.25,0,0,0,,,2,0,false,false,0,1,0,0,0,0,,,,\n");
   const auto json = nlohmann::json::parse(run({"show", "m.run.json", "--json"}).out);
   EXPECT_EQ(json["outputs"].size(), 3U);
   EXPECT_FALSE(json["outputs"][0].contains("groups"));
@@ -343,6 +348,11 @@ TEST_F(Command, ShowAnswersProgramsInFull) {
   EXPECT_EQ(margin[0]["failed"], 1);
   EXPECT_EQ(margin[1]["moves"], false);
   EXPECT_EQ(margin[1]["inputAtLow"], nullptr);
+  const auto answers = nlohmann::json::parse(
+      run({"show", "m.run.json", "--json", "--output", "D2", "--target", "44", "--steps"}).out)["outputs"][0];
+  EXPECT_EQ(answers["target"], 44);
+  EXPECT_EQ(answers["inputs"][1]["breakEven"][0]["input"], 11);
+  EXPECT_EQ(answers["inputs"][1]["results"].size(), 3U);
 }
 
 TEST_F(Command, ImportTakesStepsAndGridsAndNamesTheRowThatIsNeither) {
@@ -411,6 +421,8 @@ TEST_F(Command, ShowWritesAsTheCellsDoAndMarksWhatStepsLeaveOpen) {
   EXPECT_EQ(run({"show", "odd.run.json", "--output", "C1"}).out,
             R"(Value (Plan!C1)
   base value 170,542 €
+  Value depends most on Start (2025-12-09 to 2027-01-01: 150,000 € to 181,000 €), then on Rate (3.0%
+  to 5.0%: 160,000 € to 170,542 €), מחיר (6: 165,000 €). No value tried brings Value to 0 €.
 
     Input           Low                                          High        Low % High %  No number
   1 Start     150,000 € ██████████████████████████│█████████████ 181,000 €  -12.0%  +6.1%
@@ -432,11 +444,11 @@ TEST_F(Command, ShowWritesAsTheCellsDoAndMarksWhatStepsLeaveOpen) {
   // Room decides what else is told: changes before the inputs' values.
   EXPECT_THAT(lines(60, "C1"),
               AllOf(Not(HasSubstr("Low %")), HasSubstr("1 of 3\n"), HasSubstr("  base value 170,542 ?\n")));
-  EXPECT_THAT(lines(130, "C1"), AllOf(HasSubstr("  Input at low     at high  No number\n"),
-                                      HasSubstr("  2025-12-09  2027-01-01\n"),
-                                      HasSubstr("         3.0%        5.0%     1 of 3\n")));
+  EXPECT_THAT(lines(130, "C1"),
+              AllOf(HasSubstr("  Input at low     at high  Share  Elasticity  No number\n"),
+                    HasSubstr("  2025-12-09  2027-01-01  "), HasSubstr("         3.0%        5.0%  ")));
   EXPECT_THAT(lines(130, "C2"), AllOf(StartsWith("Paid back (Plan!C2)\n  base value 01.01.2026\n"),
-                                      HasSubstr("  1 Start     09.12.2025 "), Not(HasSubstr("%"))));
+                                      HasSubstr("  1 Start     09.12.2025 "), Not(HasSubstr("Low %"))));
   EXPECT_THAT(lines(130, "C3"), StartsWith("Share (Plan!C3)\n  its base value is no number\n"));
 }
 
@@ -444,6 +456,8 @@ TEST_F(Command, ShowTellsWhatGroupsDo) {
   EXPECT_EQ(run({"show", "grouped.run.json", "--output", "D2"}, "C").out,
             "Profit (Total!D2)\n"
             "  base value 40\n"
+            "  Profit depends most on Volume, monthly (2 to 8: 20 to 80), then on\n"
+            "  Price (8 to 12: 32 to 48). No value tried brings Profit to 0.\n"
             "\n"
             "    Input            Low                          High   Low %  High %\n"
             "  1 Volume, monthly   20 ########|############### 80    -50.0% +100.0%\n"
@@ -453,12 +467,11 @@ TEST_F(Command, ShowTellsWhatGroupsDo) {
             "  1 Price x Volume, monthly ###|########     80          76            4\n");
   EXPECT_THAT(
       run({"show", "grouped.run.json", "--csv", "--output", "My plan!C14"}).out,
-      AllOf(
-          HasSubstr(
-              "inputAtHigh,inputs,ownSwings,interaction,steps,failed,moves,leavesOutBase,interactionState\n"),
-          HasSubstr(",2,\"Volume, monthly\",Plan,B2,0.25,0.25,0,0,0,,,1,0,,2,0,false,false,\n"),
-          HasSubstr(",1,\"Price;Volume, monthly\",Plan;Plan,B1;B2,0.2,0.2,0,"
-                    "-0.19999999999999996,-0.19999999999999996,8;2,8;2,2,0.04999999999999999,")));
+      AllOf(HasSubstr("inputAtHigh,inputs,ownSwings,interaction,steps,failed,moves,leavesOutBase,"
+                      "interactionState,share,"),
+            HasSubstr(",2,\"Volume, monthly\",Plan,B2,0.25,0.25,0,0,0,,,1,0,,2,0,false,false,,0,1,0,"),
+            HasSubstr(",1,\"Price;Volume, monthly\",Plan;Plan,B1;B2,0.2,0.2,0,"
+                      "-0.19999999999999996,-0.19999999999999996,8;2,8;2,2,0.04999999999999999,")));
   const auto json = nlohmann::json::parse(run({"show", "grouped.run.json", "--json"}).out);
   const auto& group = json["outputs"][0]["groups"][0];
   EXPECT_EQ(group["interactionState"], "measured");

@@ -2,11 +2,12 @@
 """Recalculates the reports of a run the slow and obvious way and compares every number of a report workbook.
 
 Usage: oracle.py RUN.run.json WORKBOOK.xlsx [--percent] [--max-inputs N] [--threshold X]
-       [--low-color RRGGBB|none] [--all-inputs] [--shown FOLDER]
+       [--low-color RRGGBB|none] [--all-inputs] [--target X] [--shown FOLDER]
 
 Reads the run file itself; nothing here comes from the program. The workbook must hold every report. FOLDER holds 1.json,
 2.json, ..., what `ordvane show --json` says of each simulation: numbers of the same kind. Prints the differences and exits 1
-when there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports.
+when there are any. Numbers must be equal to the last bit: the operations and their order are part of the reports. Answers are
+compared to a part in 1e9: here they are worked out in another way.
 """
 
 import argparse
@@ -75,6 +76,7 @@ class Run:
         self.read_groups(run, path, kept)
         books = {item["book"] for item in self.inputs}
         sheets = {item["sheet"] for item in self.inputs}
+        self.target = None  # of all outputs
         self.range_mode = 2 if len(books) > 1 else 1 if len(sheets) > 1 else 0
 
     def read_groups(self, run, path, kept):
@@ -163,6 +165,122 @@ def leaves_out_base(steps, output, base, output_base):
     return outside(tried, base) or usable(output_base) and outside(results, output_base)
 
 
+# ---- What the steps answer ----
+
+class Near(float):
+    """A figure that is worked out in another way than the program's."""
+
+    def __eq__(self, other):
+        return isinstance(other, (int, float)) and math.isclose(self, other, rel_tol=1e-9, abs_tol=1e-300)
+
+    def __ne__(self, other):
+        return not self == other
+
+    __hash__ = None
+
+
+def near(value):
+    return None if value is None or not math.isfinite(value) else Near(value)
+
+
+Answers = collections.namedtuple("Answers", "share cumulative down up elasticity arc roots turns bend failed")
+
+
+def roots_of(points, target):
+    """Where the points, None for a failed one, reach the target: those on it, and between neighbours on both sides."""
+    size = max([abs(target)] + [abs(point[1]) for point in points if point])
+    side = [point and (0 if abs(point[1] - target) <= 1e-12 * size else math.copysign(1, point[1] - target)) for point in points]
+    side = [None] + side + [None]
+    roots = []
+    for here, point in enumerate(points, start=1):
+        if side[here] == 0 and not side[here - 1] == side[here + 1] == 0:
+            roots.append((point[0], True))
+        if side[here] and side[here + 1] == -side[here]:
+            (x, y), (to_x, to_y) = point, points[here]
+            roots.append((x + (to_x - x) * ((target - y) / (to_y - y)), False))
+    return roots
+
+
+def elasticity_of(points, base, output_base):
+    """From the steps beside the base, or from the base and the step beside it. A step that failed has no result."""
+    if 0 in (base, output_base) or not usable(base) or not usable(output_base):
+        return None
+    sides = [0 if difference(x, base) == 0 else math.copysign(1, x - base) for x, _ in points]
+    if any(side == 0 and point[1] is None for point, side in zip(points, sides)):
+        return None
+    below = [point for point, side in zip(points, sides) if side < 0][-1:]
+    above = [point for point, side in zip(points, sides) if side > 0][:1]
+    middle = ([point for point, side in zip(points, sides) if side == 0] or [(base, output_base)])[-1]
+    ends = [point for point in below + above if point[1] is not None]
+    if not ends:
+        return None
+    (x, y), (to_x, to_y) = sorted((ends + [middle])[:2], key=lambda point: point[0])
+    return difference(to_y, y) / abs(output_base) / ((to_x - x) / abs(base))
+
+
+def arc_of(points):
+    (x, y), (to_x, to_y) = points[0], points[-1]
+    if 0 in (x + to_x, y + to_y, to_x - x):
+        return None
+    return (to_y - y) / abs((y + to_y) / 2) / ((to_x - x) / abs((x + to_x) / 2))
+
+
+def turns_and_bend(points):
+    """Input values of the highest and the lowest result inside, and the distance from the line between the ends."""
+    (x, y), (to_x, to_y) = points[0], points[-1]
+    results = [point[1] for point in points]
+    swing = difference(max(results), min(results))
+    if len(points) < 2 or swing == 0:
+        return [], None
+    rounding = 1e-12 * max(map(abs, results))
+    turns = [next(point[0] for point in points if point[1] == extreme) for extreme, ends in
+             ((max(results), max(y, to_y)), (min(results), min(y, to_y))) if abs(extreme - ends) > rounding]
+    if x == to_x:
+        return turns, None
+    lines = [y + (to_y - y) * ((point[0] - x) / (to_x - x)) for point in points]
+    distances = [abs(result - line) for result, line in zip(results, lines)]
+    return turns, max((distance for distance in distances if distance > rounding), default=0) / swing
+
+
+def answers_of(run, values, output, effects, ranks, facts):
+    item, of_inputs = run.outputs[output], []
+    widest = max((difference(effect.high, effect.low) for effect in effects), default=0)
+    parts = [(difference(effect.high, effect.low) / widest) ** 2 if widest else 0 for effect in effects]
+    for i, (steps, effect) in enumerate(zip(values, effects)):
+        known = sorted((row for row in steps if usable(row[0])), key=lambda row: row[0])
+        every = [(row[0], row[1 + output]) if usable(row[1 + output]) else None for row in known]
+        points = [point for point in every if point]
+        with_failed = [(row[0], row[1 + output] if usable(row[1 + output]) else None) for row in known]
+        failed = sum(1 for row in steps if not usable(row[1 + output]))
+        if failed == len(steps):
+            of_inputs.append(Answers(*[None] * 6, [], [], None, failed))
+            continue
+        share = math.fsum(parts) and parts[i] / math.fsum(parts)
+        so_far = math.fsum(part for part, rank in zip(parts, ranks) if rank <= ranks[i]) / (math.fsum(parts) or 1)
+        shares = (share, so_far) if widest and points else (None, None)
+        has_base = usable(item["base"])
+        dates = item.get("date", False) or run.inputs[i].get("date", False)
+        turns, bend = turns_and_bend(points) if points else ([], None)
+        of_inputs.append(Answers(
+            *shares, min(difference(effect.low, item["base"]), 0) if has_base else None,
+            max(difference(effect.high, item["base"]), 0) if has_base else None,
+            None if dates else elasticity_of(with_failed, run.inputs[i]["base"], item["base"]),
+            arc_of(points) if len(points) > 1 and not dates else None,
+            [] if facts[i].idle else roots_of(every, run.target if run.target is not None else item.get("target", 0)), turns, bend, failed))
+    return of_inputs
+
+
+def one_of(values):
+    """The cell of a list of input values: the only one; of several the text is not looked at."""
+    return NOTHING if not values else Near(values[0]) if len(values) == 1 else None
+
+
+def answer_cells(answers, fields):
+    return [answers.failed if field == "failed" else one_of([x for x, _ in answers.roots]) if field == "roots"
+            else one_of(answers.turns) if field == "turns"
+            else NOTHING if getattr(answers, field) is None else near(getattr(answers, field)) for field in fields]
+
+
 def ranks_of(swings):
     """1 for the largest; equal ones in their order."""
     order = sorted(range(len(swings)), key=lambda i: -swings[i])
@@ -198,6 +316,7 @@ class OutputResult:
         self.effects = [effect_of(steps, output, self.base) for steps in values]
         self.facts = [facts_of([row[1 + output] for row in steps], self.base) for steps in values]
         self.ranks = ranks_of([effect.high - effect.low for effect in self.effects])
+        self.answers = answers_of(run, values, output, self.effects, self.ranks, self.facts)
         self.limit = min(options.max_inputs, len(run.inputs))  # inputs on a graph; 0 for an output without graphs
         if options.threshold is not None and not self.item.get("date", False):
             self.limit = min(self.limit, self.over_threshold(options.threshold))
@@ -332,14 +451,17 @@ def places(run, item):
 
 
 def tornado_table(texts, run, result):
-    header = [*texts.headings("rank name cell value change_percent value value change_percent value"), texts["label.base_value"]]
+    header = [*texts.headings("rank name cell value change_percent value value change_percent value"), texts["label.base_value"],
+              *texts.headings("input"), *[texts["answers." + name] for name in (
+                  "share cumulative downside upside elasticity_base elasticity_arc turns_at bend failed").split()]]
     rows = [None] * result.limit
-    for item, rank, effect, facts in zip(run.inputs, result.ranks, result.effects, result.facts):
+    for item, rank, effect, facts, answers in zip(run.inputs, result.ranks, result.effects, result.facts, result.answers):
         if rank <= result.limit:
             if facts.idle:  # no step is behind its ends
                 effect = effect._replace(low_input=MISSING, high_input=MISSING)
             rows[rank - 1] = places(run, item) + [rank, label(item), item["cell"], *map(shown, effect),
-                                                  shown(item["base"])]
+                                                  shown(item["base"])] + answer_cells(
+                answers, "roots share cumulative down up elasticity arc turns bend failed".split())
     return header, rows
 
 
@@ -385,6 +507,15 @@ def step_table(texts, run, result):
                 step, shown(row[0]), shown_difference(row[0], base), shown_change(row[0], base), shown(value),
                 shown_difference(value, result.base), shown_change(value, result.base)])
     return header, rows
+
+
+def sensitivity_table(texts, run, result):
+    """The step table with answers in the first row of every input."""
+    header, rows = step_table(texts, run, result)
+    header += texts.headings("input") + [texts["answers." + name] for name in "share elasticity_base turns_at bend".split()]
+    shown_inputs = (answers for answers, rank in zip(result.answers, result.ranks) if rank <= result.limit)
+    return header, [row + (answer_cells(next(shown_inputs), "roots share elasticity turns bend".split())
+                           if row[len(row) - 7] == 1 else [""] * 5) for row in rows]
 
 
 def output_detail_table(texts, run, result):
@@ -584,6 +715,14 @@ class Comparison:
             left_out = leaves_out_base(steps, result.position, run.inputs[i]["base"], result.base) and not facts.idle
             self.cell(f"{where} {effect['cell']}", [effect[field] for field in ("failed", "moves", "leavesOutBase", "cell")],
                       [failed, facts.moves, left_out, run.inputs[i]["cell"]])
+            answers = result.answers[i]
+            fields = "share cumulativeShare downside upside elasticity arcElasticity bend".split()
+            self.cell(f"{where} {effect['cell']} answers", [effect[field] for field in fields],
+                      list(map(near, [*answers[:6], answers.bend])))
+            self.cell(f"{where} {effect['cell']} break-even", [[root["input"], root["calculated"]] for root in effect["breakEven"]],
+                      [[Near(x), calculated] for x, calculated in answers.roots])
+            self.cell(f"{where} {effect['cell']} turns", [effect[field]["input"] for field in ("peak", "valley") if effect[field]],
+                      answers.turns)
         for group in output.get("groups", []):
             g = joint.ranks.index(group["rank"])
             expected = [*joint.effects[g][:2], *joint.effects[g][3:5], joint.joint[g].interaction]
@@ -693,19 +832,36 @@ class Comparison:
                            and sheet_and_range(series.find(f".//{C}yVal//{C}f").text)[0] == sheet.title])
                   for _, chart in sorted(self.chart_parts.items(), key=lambda part: int(re.sub(r"\D", "", part[0])))]
         charts = [(chart, series) for chart, series in charts if series and chart.find(f".//{C}barChart") is None]
-        found = []
+        found, marks = [], []
         for chart, every in charts:
             for series in every:
+                unjoined = series.find(f"{C}spPr/{A}ln/{A}noFill") is not None
                 axes = []
                 for axis in ("xVal", "yVal"):
                     cache = series.find(f"{C}{axis}//{C}numCache")
                     values = {int(p.get("idx")): float(p.findtext(C + "v")) for p in cache.iter(C + "pt")}
                     axes.append([values.get(i) for i in range(int(cache.find(C + "ptCount").get("val")))])
-                found.append([None if None in point else point for point in zip(*axes)])
-            self.axes_around(sheet, chart, [point for line in found[-len(every):] for point in line if point])
+                (marks if unjoined else found).append([None if None in point else point for point in zip(*axes)])
+            self.axes_around(sheet, chart, [point for line in (found if together else found[-1:]) for point in line if point])
         self.compared += 1
+        if not together:
+            self.marks(sheet, result, marks, [
+                (item["base"], answers.roots) for item, rank, steps, facts, answers in
+                zip(run.inputs, result.ranks, result.values, result.facts, result.answers)
+                if rank <= result.limit and (options.all_inputs or not facts.idle)
+                and line_of(steps, item["base"], result.position, result.base, percent)],
+                run.target if run.target is not None else result.item.get("target", 0), percent)
         if found != expected or len(charts) != (bool(expected) if together else len(expected)):
             self.differ(sheet.title, f"draws {found} in {len(charts)} charts, expected {expected}")
+
+    def marks(self, sheet, result, found, roots, target, percent):
+        """Charts mark where the output is at its target."""
+        expected = [[(change(x, base), change(target, result.base)) if percent else (x, target) for x, _ in each]
+                    for base, each in roots if each]
+        expected = [[(Near(x), Near(y)) for x, y in line] for line in expected]
+        self.compared += 1
+        if found != expected:
+            self.differ(sheet.title, f"marks {found}, expected {expected}")
 
     def axes_around(self, sheet, chart, points):
         """Both axes have bounds that hold every point, and a whole number of units; zero is a tick where they span it."""
@@ -721,7 +877,7 @@ class Comparison:
 
 # Kind -> (text of the sheet's title, what makes the table, leading columns without a caption looked for)
 PER_OUTPUT = {"tornado": ("tornado.title", tornado_table, True), "spider": ("spider.title", step_table, True),
-              "sensitivity": ("sensitivity.title", step_table, True),
+              "sensitivity": ("sensitivity.title", sensitivity_table, True),
               "output-detail": ("output_detail.title", output_detail_table, False)}
 
 
@@ -785,12 +941,15 @@ def main():
     parser.add_argument("--max-inputs", type=int, default=20)
     parser.add_argument("--threshold", type=lambda text: float(text.rstrip("%")) / (100 if text.endswith("%") else 1))
     parser.add_argument("--low-color", type=lambda text: None if text == "none" else text, default="E69F00")
+    parser.add_argument("--target", type=float)
     parser.add_argument("--all-inputs", action="store_true")
     parser.add_argument("--shown", type=pathlib.Path)
     parser.add_argument("--show", type=int, default=40, help="differences printed")
     options = parser.parse_args()
+    run = Run(options.run)
+    run.target = options.target
     strings = pathlib.Path(__file__).resolve().parents[2] / "resources" / "strings" / "en.txt"
-    comparison = compare(Run(options.run), options.workbook, Texts(strings), options)
+    comparison = compare(run, options.workbook, Texts(strings), options)
     for difference in comparison.differences[:options.show]:
         print(difference)
     print(f"{options.run.name}: {comparison.compared} cells compared, {len(comparison.differences)} differences")

@@ -1,4 +1,5 @@
 // Spider and sensitivity reports: one table of steps, drawn as lines together or as one chart each.
+#include "reports/answers.h"
 #include "reports/reports_bench.h"
 #include "reports/sensitivity.h"
 #include "reports/spider.h"
@@ -107,11 +108,11 @@ const Situation kSensitivitySituations[] = {
      {"\"Sensitivity graph\"", "title \"Sensitivity to Rate\nCost\"", "title \"Sensitivity to Loss",
       "category axis from 4 to 6 \"Rate\" {0.0}", "value axis from 90 to 115 \"Cost\" {#,##0.00}",
       "(90, 100, 115) over", "Each chart shows one input", "\"Charts: below the table, from row 18 on\""},
-     {"note at", "No chart"}},
+     {"Please note:\nSome values", "No chart"}},
     {{"a result that is an error leaves a gap and a word at its chart",
       {{"Rate", "B2", 5, {{4, 90}, {5, kNumError}, {6, 115}}}, kNegative}},
      {"title \"Sensitivity to Rate\nCost\nResults that are no numbers: 1 of 3\"",
-      "L+1:L+3 (90, , 115) over K+1:K+3 (4, , 6)", "draws hidden cells", "series \"Loss (B4)\" G+4:G+5"},
+      "Q+1:Q+3 (90, , 115) over P+1:P+3 (4, , 6)", "draws hidden cells", "series \"Loss (B4)\" G+4:G+5"},
      {"There are no"}},
     {{"missing results at an end shorten the line", {{"Rate", "B2", 5, {{4, 90}, {5, 100}, {6, kNothing}}}}},
      {"G+1:G+2 (90, 100) over D+1:D+2 (4, 5)"},
@@ -187,7 +188,8 @@ TEST(StepTable, IsCutToTheSmallestSheetAndSaysSo) {
   bench.inputs(2).inputValuesUsedInit(65524);
   bench.inputs(2).outputValuesCalculatedInit(1, 65524);
   const Context context = bench.context();
-  StepTable table(context, 1, 2);
+  const model::OutputAnswers answers = AnswersOf(context, 1);
+  StepTable table(context, 1, 2, answers);
   EXPECT_EQ(table.blocks().back().rows, 65522);
   const session::TextId<0> no_text = text_id::kStepsInputBaseNoNumber;
   table.write(*bench.workbook->AddSheet("Steps"),

@@ -38,21 +38,31 @@ std::string make_report(GraphBench& bench, const Situation& c) {
 
 const char* const kFirstRow =
     "1  B+1 \"Price (B3)\"  C+1 \"B3\"  D+1 60 {#,##0.00}  E+1 -0.4 {0.00%}  F+1 8 {0}  G+1 140 {#,##0.00}"
-    "  H+1 0.4 {0.00%}  I+1 12 {0}  J+1 10 {0}\n";
+    "  H+1 0.4 {0.00%}  I+1 12 {0}  J+1 10 {0}  K+1 \" - \"  L+1 0.91";
 const char* const kMarker =
     "series \"Vertical\" scatter secondary (0, 1) over (100, 100)\n    point 2 marked\n"
     "    point 2 labelled \"Base value 100.00\"\n";
 
 const Situation kSituations[] = {
     {{"values", kTwoInputs},
-     {"== Tornado C14\n", "B4 100 {#,##0.00}\n", kFirstRow, "2  B+2 \"Rate (B2)\"", "J+2 5 {0.0}\n",
+     {"== Tornado C14\n", "B4 100 {#,##0.00}\n", kFirstRow, "2  B+2 \"Rate (B2)\"", "J+2 5 {0.0}",
       "from 60 to 140", "crossed at 100", "{#,##0.00}", kMarker, "second category axis from 60 to 140",
-      "second value axis from 0 to 1", "\"Lead\" unseen L+1:L+2 (60, 60)", "\"Reach\" unseen M+1:M+2 (0, 30)",
-      "\"Bar +\" #0000FF O+1:O+2 (40, 10)", "\"Beyond +\" #0000FF Q+1:Q+2 (40, 15)"},
-     {" - ", "note at"}},
+      "second value axis from 0 to 1", "\"Lead\" unseen V+1:V+2 (60, 60)", "\"Reach\" unseen W+1:W+2 (0, 30)",
+      "\"Bar +\" #0000FF Y+1:Y+2 (40, 10)", "\"Beyond +\" #0000FF AA+1:AA+2 (40, 15)"},
+     {"Please note:\nSome values", "Rows in"}},
+    {{"a target, and the order of what falls most",
+      {kTwoInputs[1], {"Dip", "B4", 10, {{8, 100}, {9, 50}, {10, 100}, {12, 110}}}},
+      100,
+      [](GraphBench& b) {
+        b.settings.sort = model::SortBy::kDownside;
+        b.settings.target = 80;
+      }},
+     {"Cost is 80 at Price = 9, Dip = 8.4 / 9.6.", "Rows in the order of: Downside", "2  B+1 \"Dip (B4)\"",
+      "K+1 \"8.4 / 9.6\"", "K+2 9 {0}", "\"* Highest or lowest result inside the range, at: Dip (B4) = 9.0\"",
+      "\"Dip (B4) *\""}},
     {{"percent: the marker stands at no change and names the base", kTwoInputs, 100, in_percent},
      {"from -0.4 to 0.4", "crossed at 0", "over (0, 0)", "labelled \"Base value 100.00\"", "{0.00%}"},
-     {"note at"}},
+     {"Please note:\nThe base"}},
     {{"percent of nothing", kTwoInputs, 0, in_percent},
      {"There is no tornado graph for this output.",
       "The base value of the output is 0, so there is no change", "E+1 \" - \"", "D+1 60",
@@ -61,7 +71,7 @@ const Situation kSituations[] = {
     {{"percent of what is no number", kTwoInputs, kNothing, in_percent},
      {"There is no tornado graph", "A base value is 0 or not a number",
       "note at E+1 \"Please note:\nThe base value of the output is not a number"},
-     {"Vertical", "output is 0"}},
+     {"Vertical", "value of the output is 0"}},
     {{"what failed is no lack of a base",
       {{"Dead", "B3", 5, {{4, kNumError}, {6, kNothing}}}, {"Rate", "B2", 5, {{4, -1}, {5, 1}}}},
       0},
@@ -80,7 +90,7 @@ const Situation kSituations[] = {
     {{"of equal ranks the later input stays", kTwoInputs, 100,
       [](GraphBench& b) { b.inputs(2).outputRankPut(1, 2); }},
      {"2  B+2 \"Price (B3)\""},
-     {"Rate (B2)"}},
+     {"\"Rate (B2)\""}},
     {{"several sheets add a column", {{"Rate", "B2", 5, {{4, 90}, {6, 110}}, "0.0", "Finance"}}},
      {"\"Worksheet\"", "A+1 \"Finance\"  B+1 1  C+1 \"Rate (B2)\"", "K+1 5"},
      {"bank.xlsx"}},
@@ -122,7 +132,7 @@ const Situation kSituations[] = {
      {"\"No effect on this output: Idle (B3)\"", "\"Bar +\" #0000FF", "(0.05", "labelled \"6.0\"",
       // Nothing was set to anything where nothing moved.
       "\"Idle (B3)\"  C+2 \"B3\"  D+2 100 {#,##0.00}  E+2 0 {0.00%}  F+2 \" - \"  G+2 100 {#,##0.00}  H+2 0 "
-      "{0.00%}  I+2 \" - \"  J+2 5 {0.0}\n"},
+      "{0.00%}  I+2 \" - \"  J+2 5 {0.0}"},
      {"note at F+2", "labelled \"7.0\""}},
     {{"rows without a bar may lie between others",
       {{"Idle", "B2", 5, {{4, 100}, {5, 100}}},
