@@ -35,7 +35,7 @@ struct ReportCommand {
   std::filesystem::path into;      // one that is there; empty: none, the reports go into a new one
   std::vector<std::string> outputs;
   bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false,
-       multi_way = false;
+       multi_way = false, matrix = false;
   bool all = false;
   embedded::ReportOptions options;  // but for the outputs and the reports chosen, which wait for the run
   std::filesystem::path log_folder;

@@ -283,6 +283,10 @@ void ReportTable::Settle() {
   settled_ = true;
 }
 
+void ReportTable::FilterRows() {
+  cells(body_row() - 1, 1, rows_on_sheet() + 1, sheet_columns())->set_auto_filter();
+}
+
 void ReportTable::SetIdentityColumns(std::int32_t all, std::int32_t least) {
   identity_columns_ = all;
   least_identity_columns_ = least;

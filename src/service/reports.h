@@ -18,6 +18,7 @@ struct Reports {
   using Context = reports::Context;
   using TornadoStyle = reports::TornadoStyle;
 
+  std::function<void(const Context&)> matrix;
   std::function<void(const Context&, std::int32_t output, const model::RankingRecord&, const TornadoStyle&)>
       tornado;
   std::function<void(const Context&, std::int32_t output, const model::RankingRecord&)> spider;
@@ -27,6 +28,10 @@ struct Reports {
   std::function<void(const Context&, std::int32_t output, const model::MultiWayRun&,
                      const model::GroupEffects&, const TornadoStyle&)>
       multi_tornado;
+  // `selected`: position in the context's selection.
+  std::function<void(const Context&, std::int32_t selected, const model::MultiWayRun&,
+                     const model::GroupEffects&)>
+      grids;
   std::function<void(const Context&, const model::MultiWayRun&, const model::OneBased<model::GroupEffects>&)>
       multi_way_detail;
 };
