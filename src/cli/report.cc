@@ -1,4 +1,6 @@
 // ordvane report: a recorded run in, a report workbook out.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
@@ -11,6 +13,8 @@
 #include "cli/terminal.h"
 #include "embedded/report_job.h"
 #include "xlsx/existing_workbook.h"
+#include "xlsx/file_guard.h"
+#include "xlsx/whole_file.h"
 
 namespace ordvane::cli {
 namespace {
@@ -29,11 +33,30 @@ void check_new_workbook(const std::filesystem::path& workbook, const std::string
   if (std::filesystem::exists(workbook) && !overwrite)
     throw BadArguments(option + ": \"" + text +
                        "\" is there already; --overwrite replaces it, --into adds to it");
+  if (std::filesystem::exists(workbook))
+    if (const std::string why = xlsx::why_not_replaced(xlsx::place_of(workbook)); !why.empty())
+      throw BadArguments(option + ": " + text + ": " + why);
 }
 
 void check_log_folder(const std::filesystem::path& log_folder) {
-  if (!log_folder.empty() && !std::filesystem::is_directory(log_folder))
+  if (log_folder.empty()) return;
+  if (!std::filesystem::is_directory(log_folder))
     throw BadArguments("--log: there is no folder \"" + log_folder.string() + "\"");
+  if (::access(log_folder.c_str(), W_OK | X_OK) != 0)
+    throw BadArguments("--log: files cannot be written in \"" + log_folder.string() + "\"");
+}
+
+// What a user may not know of the file that is replaced: that its name leads elsewhere, that it has others.
+std::string other_names_of(const std::filesystem::path& workbook) {
+  std::error_code error;
+  std::string text;
+  if (std::filesystem::is_symlink(workbook, error))
+    text = " (a link to " + printable(xlsx::place_of(workbook).string()) + ")";
+  const auto names = std::filesystem::hard_link_count(workbook, error);
+  if (!error && names > 1)
+    text += " (" + std::to_string(names - 1) + (names == 2 ? " other name" : " other names") +
+            " of the file that it replaced still " + (names == 2 ? "shows" : "show") + " what was in it)";
+  return text;
 }
 
 // The folder without a separator at its end.
@@ -83,6 +106,7 @@ Job prepared(const ReportCommand& command, Problems& problems) {
   problems.gather([&] { check_log_folder(command.log_folder); });
   problems.gather([&] { job.clock = report_clock(); });
   if (job.run) {
+    if (command.into.empty()) problems.gather([&] { embedded::check_apart(*job.run, job.workbook); });
     problems.gather([&] { job.outputs = find_outputs(*job.run, command.outputs); });
     if (command.multi_way && job.run->groups.empty())
       problems.add("--multi-way: " + command.run.string() +
@@ -138,10 +162,12 @@ int report(const ReportCommand& command, Problems& problems) {
     options.clock = job.clock;
     options.progress = [&](const std::string& text) { progress.show(text); };
     options.cancelled = [] { return caught_signal() != 0; };
+    const std::string other_names = other_names_of(job.workbook);
     const auto write = command.into.empty() ? embedded::write_reports : embedded::add_reports;
     const embedded::WrittenReports written = write(job.run, job.workbook, options);
     progress.clear();
-    if (!command.quiet) std::cout << printable(job.workbook.string()) << ": " << summary(written, command);
+    if (!command.quiet)
+      std::cout << printable(job.workbook.string()) << other_names << ": " << summary(written, command);
     return kDone;
   } catch (const host::Error& error) {
     if (error.code() != host::errc::kUserCancelled) throw;

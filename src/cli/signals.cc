@@ -21,7 +21,14 @@ void catch_signals() {
   action.sa_handler = ask_to_stop;
   sigemptyset(&action.sa_mask);
   action.sa_flags = SA_RESTART;
-  for (const int signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);  // as nohup has set it
+  }
+  // A reader that is gone, or a file that grows too large, is seen where it is written to.
+  action.sa_handler = SIG_IGN;
+  for (const int signal : {SIGPIPE, SIGXFSZ}) sigaction(signal, &action, nullptr);
 }
 
 int caught_signal() {

@@ -26,6 +26,10 @@ double shown(const model::NumberRules& rules, double value) {
   return rules.is_usable(value) ? value : rules.missing_number();
 }
 
+double target_of(const runfile::Run& run, std::int32_t output) {
+  return run.outputs[static_cast<std::size_t>(output)].target.value_or(0);
+}
+
 std::string name_of(const model::DralInputOutput& input) {
   return input.has_name() ? input.ioName : input.cellAddress;
 }
@@ -102,7 +106,8 @@ void sort_by_rank(std::vector<Ranked>& items) {
 }  // namespace
 
 std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run>& run,
-                                        const std::vector<std::int32_t>& outputs, std::int32_t simulation) {
+                                        const std::vector<std::int32_t>& outputs, std::int32_t simulation,
+                                        std::optional<double> target) {
   if (simulation < 1 || simulation > run->simulations)
     host::raise_subscript_out_of_range("simulation " + std::to_string(simulation) + " of " +
                                        std::to_string(run->simulations));
@@ -138,6 +143,8 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
                           .output = output.has_name() ? output.ioName : "",
                           .base = shown(output.rules(), output.BaseValue()),
                           .effects = {},
+                          .answers = model::answers_of(input_records, output_records, index + 1,
+                                                       target.value_or(target_of(*run, index))),
                           .groups = {}};
     for (const model::DralInputOutput& input : input_records)
       ranking.effects.push_back(effect_of(input, index + 1, output.BaseValue(),

@@ -7,6 +7,7 @@
 #include "embedded/selected_outputs.h"
 #include "environment/string_table.h"
 #include "runfile/recorded_engine.h"
+#include "runfile/sources.h"
 #include "service/ordvane_reports.h"
 #include "unicode/names.h"
 #include "xlsx/graft.h"
@@ -126,6 +127,12 @@ std::shared_ptr<const office::BookModel> make_to_save(
 
 }  // namespace
 
+void check_apart(const runfile::Run& run, const std::filesystem::path& file) {
+  if (const std::string role = runfile::role_in_run(run, file); !role.empty())
+    throw host::Error(host::errc::kHostRefused,
+                      file.string() + ": cannot write: it is " + role + "; name another file");
+}
+
 std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,
                                                       const ReportOptions& options) {
   return make(run, options, std::make_shared<EmbeddedEnvironment>(options));
@@ -133,6 +140,7 @@ std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<cons
 
 WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
                              const std::filesystem::path& workbook, const ReportOptions& options) {
+  check_apart(*run, workbook);
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
   const auto book = make_to_save(run, options, environment);
   xlsx::SaveOptions saving = saving_options(options, *environment);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "host/error.h"
+#include "model/answers.h"
 #include "model/multi_way.h"
 #include "model/step_facts.h"
 #include "office/office.h"
@@ -49,8 +50,12 @@ struct WrittenReports {
   std::vector<std::string> left_over;  // sheets of earlier reports that are still there
 };
 
-// Into a new workbook. Throws host::Error: errc::kUserCancelled when cancelled, else what the reports ended
-// with. Nothing is written then, and what was at `workbook` is still there.
+// Throws host::Error when `file` is one that the run is read from, or its model: nothing made of a run may
+// take the place of those.
+void check_apart(const runfile::Run& run, const std::filesystem::path& file);
+
+// Into a new workbook, none of the run's own files. Throws host::Error: errc::kUserCancelled when cancelled,
+// else what the reports ended with. Nothing is written then, and what was at `workbook` is still there.
 WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
                              const std::filesystem::path& workbook, const ReportOptions& options);
 
@@ -113,11 +118,13 @@ struct OutputRanking {
   std::string output;         // name, or the label that goes for it; "" for none
   double base;
   std::vector<Effect> effects;       // by rank
+  model::OutputAnswers answers;      // of the inputs in the same order
   std::vector<GroupRanking> groups;  // by rank; empty when the run varied no inputs together
 };
-// The ranking of the selected outputs (all when empty) in the one-based simulation.
+// The ranking of the selected outputs (all when empty) in the one-based simulation. `target`: of all outputs;
+// none: each output's own.
 std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run>& run,
-                                        const std::vector<std::int32_t>& outputs,
-                                        std::int32_t simulation = 1);
+                                        const std::vector<std::int32_t>& outputs, std::int32_t simulation = 1,
+                                        std::optional<double> target = {});
 
 }  // namespace ordvane::embedded

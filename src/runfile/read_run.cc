@@ -180,6 +180,7 @@ constexpr auto kOutputFields = std::to_array<Field<Output>>({
      [](const JsonValue& v, Output& output) {
        output.range_index = static_cast<std::int32_t>(v.integer(1, kMostLong));
      }},
+    {"target", false, [](const JsonValue& v, Output& output) { output.target = v.number(); }},
 });
 
 // A group as the file writes it. One number of steps stands for all members.
@@ -412,14 +413,14 @@ void check_places(const JsonValue& list, std::span<const Item* const> items) {
 }
 
 // Beside the run file or in a folder under it: a run cannot point at other files of the machine.
-std::filesystem::path csv_path(const JsonValue& value, const Run& run) {
+std::filesystem::path csv_path(const JsonValue& value, Run& run) {
   const std::string name = value.text();
   const std::filesystem::path path(name);
   const bool plain = !name.empty() && path.is_relative() && path.has_filename() &&
                      name.find_first_of("\\:") == std::string::npos &&
                      std::find(path.begin(), path.end(), "..") == path.end();
   if (!plain) value.fail_expecting("the name of a CSV file beside the run file, such as model.run.csv,");
-  return run.file.parent_path() / path;
+  return run.tables.emplace_back(run.file.parent_path() / path);
 }
 
 // Multiplies the steps; more combinations than can be counted are refused.

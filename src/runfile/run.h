@@ -51,6 +51,7 @@ struct Input : Item {
 struct Output : Item {
   std::string range_name;        // output range it belongs to
   std::int32_t range_index = 0;  // one-based place in it; 0 for none
+  std::optional<double> target;  // the value that decides; none: 0, or what a report is asked for
 };
 
 // Inputs that were varied together: every combination of the members' steps was recalculated once, the last
@@ -93,6 +94,7 @@ struct Calculation {
 // (runfile/values.h).
 struct Run {
   std::filesystem::path file;
+  std::vector<std::filesystem::path> tables;  // CSV files that its recalculations are read from
   std::int32_t simulations = 1;
   std::int32_t sampling_type = 0;
   std::vector<Input> inputs;

@@ -113,6 +113,7 @@ OrderedJson description_of(const Run& run, bool all_groups) {
       item["rangeName"] = output.range_name;
       item["rangeIndex"] = output.range_index;
     }
+    if (output.target) item["target"] = number_json(*output.target);
     json["outputs"].push_back(std::move(item));
   }
   if (!run.groups.empty()) json["groups"] = groups_json(run, all_groups);

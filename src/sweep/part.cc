@@ -378,7 +378,8 @@ void merge_parts(const std::vector<std::filesystem::path>& files, const std::fil
   for (Part& part : parts) find_rows(part, shape);
   const std::string csv = beside(run, ".csv");
   const std::string groups_csv = description.groups.empty() ? "" : beside(run, ".groups.csv");
-  const xlsx::WholeFileOptions options{replace, nullptr, nullptr};
+  xlsx::WholeFileOptions options;
+  options.replace = replace;
   // The run file last: where it is, its rows are.
   xlsx::write_whole_pieces(
       run.parent_path() / csv,

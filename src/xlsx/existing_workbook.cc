@@ -1,9 +1,7 @@
 #include "xlsx/existing_workbook.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,6 +11,7 @@
 
 #include "host/error.h"
 #include "unicode/names.h"
+#include "xlsx/file_guard.h"
 #include "xlsx/parts.h"
 #include "xlsx/whole_file.h"
 
@@ -67,7 +66,7 @@ class ExistingWorkbook::File {
   File(FileSystem& files, const ExistingWorkbook& owner)
       : files_(files), owner_(owner), place_(place_of(owner.path())) {
     check_kind();
-    check_lock_files();
+    refuse_for(why_open_elsewhere(place_));
     handle_ = files_.open(place_.string(), O_RDONLY);
     if (handle_ < 0) cannot_read(owner_.path(), errno);
     try {
@@ -107,7 +106,7 @@ class ExistingWorkbook::File {
                       now.st_mtim.tv_sec == before_.st_mtim.tv_sec &&
                       now.st_mtim.tv_nsec == before_.st_mtim.tv_nsec;
     if (!same) owner_.refuse("another program changed it while the reports were made; nothing was written");
-    check_lock_files();
+    refuse_for(why_open_elsewhere(place_));
   }
 
  private:
@@ -119,33 +118,15 @@ class ExistingWorkbook::File {
     }
     if (S_ISDIR(status.st_mode)) owner_.refuse("it is a folder; name a workbook in it");
     if (!S_ISREG(status.st_mode)) owner_.refuse("it is no file" + std::string(kWanted));
-    // Administrators may write everywhere; a file nobody may write is read-only to them too.
-    if ((status.st_mode & 0222U) == 0 || ::access(place_.c_str(), W_OK) != 0)
-      owner_.refuse("it is read-only; allow writing it, or name another workbook");
+    refuse_for(why_read_only(place_));
   }
 
-  // Excel and LibreOffice keep these beside a workbook that they have open.
-  void check_lock_files() const {
-    const std::string name = place_.filename().string();
-    const std::pair<std::string, const char*> kLocks[] = {{"~$" + name, "Excel"},
-                                                          {".~lock." + name + "#", "LibreOffice"}};
-    for (const auto& [lock, program] : kLocks) {
-      std::error_code error;
-      if (fs::exists(place_.parent_path() / lock, error))
-        owner_.refuse("it is open in " + std::string(program) + " (" + lock +
-                      " is beside it); close it there first");
-    }
+  void refuse_for(const std::string& why) const {
+    if (!why.empty()) owner_.refuse(why);
   }
 
   void lock() {
-    const auto refuse_locked = [&] {
-      owner_.refuse("another program has locked it; try again when it is done");
-    };
-    if (::flock(handle_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) refuse_locked();
-    struct flock held {};
-    held.l_type = F_WRLCK;
-    held.l_whence = SEEK_SET;
-    if (::fcntl(handle_, F_GETLK, &held) == 0 && held.l_type != F_UNLCK) refuse_locked();
+    refuse_for(why_locked(handle_));
     if (::fstat(handle_, &before_) != 0) cannot_read(owner_.path(), errno);
     check_unchanged();  // the lock may have been waited for on a file that another took the place of
   }

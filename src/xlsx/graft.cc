@@ -440,6 +440,7 @@ void graft(ExistingWorkbook& existing, const office::BookModel& book, const std:
   const std::string bytes = grafted(existing, book, sheets, options);
   WholeFileOptions whole;
   whole.files = options.files;
+  whole.guarded = true;
   whole.before = [&] {
     if (options.cancelled && options.cancelled()) throw host::Error(host::errc::kUserCancelled, "cancelled");
     existing.check_unchanged();

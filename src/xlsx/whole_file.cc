@@ -1,13 +1,21 @@
 #include "xlsx/whole_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
+
+#include "xlsx/file_guard.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -16,6 +24,63 @@ namespace fs = std::filesystem;
 
 [[noreturn]] void refuse_to_write(const fs::path& path, int error) {
   throw FileError(path, "cannot write", error);
+}
+
+// Names of files that are being written: ".NAME." and as many characters, no two files the same.
+constexpr std::size_t kRandom = 6;
+constexpr std::size_t kLongestName = 255;
+
+std::string unfinished_prefix(const fs::path& target) {
+  constexpr std::size_t kAround = 2 + kRandom;  // the two dots
+  return "." + target.filename().string().substr(0, kLongestName - kAround) + ".";
+}
+
+// Not locked, so that nobody writes it any more, and not so young that it may be about to be locked.
+bool is_abandoned(const fs::directory_entry& file) {
+  std::error_code error;
+  if (!file.is_regular_file(error) || file.is_symlink(error)) return false;
+  const auto written = file.last_write_time(error);
+  if (error || fs::file_time_type::clock::now() - written < std::chrono::minutes(1)) return false;
+  const int handle = ::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  if (handle < 0) return false;
+  const bool free = why_locked(handle).empty();
+  ::close(handle);
+  return free;
+}
+
+// What processes that were killed have left. Nothing depends on it, so that failures are of no interest.
+void remove_abandoned(const fs::path& target) {
+  const std::string prefix = unfinished_prefix(target);
+  const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  const auto is_letter = [](unsigned char letter) { return std::isalnum(letter) != 0; };
+  std::error_code error;
+  for (fs::directory_iterator place(folder, error), end; !error && place != end; place.increment(error)) {
+    const std::string name = place->path().filename().string();
+    if (name.size() == prefix.size() + kRandom && name.starts_with(prefix) &&
+        std::all_of(name.end() - kRandom, name.end(), is_letter) && is_abandoned(*place)) {
+      std::error_code kept;
+      fs::remove(place->path(), kept);
+    }
+  }
+}
+
+// Access lists among them. Those of the system's own name spaces are its business and need rights to set.
+void copy_extended_attributes(const fs::path& from, int to, const fs::path& path) {
+  const ssize_t size = ::listxattr(from.c_str(), nullptr, 0);
+  if (size <= 0) return;
+  std::vector<char> names(static_cast<std::size_t>(size));
+  const ssize_t listed = ::listxattr(from.c_str(), names.data(), names.size());
+  for (const char* name = names.data(); listed > 0 && name < names.data() + listed;
+       name += std::string_view(name).size() + 1) {
+    const bool is_ours =
+        std::string_view(name).starts_with("user.") || std::string_view(name) == "system.posix_acl_access";
+    const ssize_t length = is_ours ? ::getxattr(from.c_str(), name, nullptr, 0) : -1;
+    if (length < 0) continue;
+    std::vector<char> value(static_cast<std::size_t>(length));
+    const ssize_t read = ::getxattr(from.c_str(), name, value.data(), value.size());
+    if (read < 0 || ::fsetxattr(to, name, value.data(), static_cast<std::size_t>(read), 0) != 0)
+      refuse_to_write(path, errno);
+  }
 }
 
 // A file beside the target that is gone again unless it takes the target's place.
@@ -28,6 +93,7 @@ class NewFile {
     // Until it has the owner and the mode of the file that it replaces, nobody else may read it.
     handle_ = files_.create(name_, replaces_ ? 0600 : 0666);
     if (handle_ < 0) refuse_to_write(path_, errno);
+    static_cast<void>(::flock(handle_, LOCK_EX | LOCK_NB));  // alive, to other processes
   }
   ~NewFile() {
     if (handle_ >= 0) files_.close(handle_);
@@ -59,7 +125,7 @@ class NewFile {
 
  private:
   static std::string beside(const fs::path& target) {
-    return (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
+    return (target.parent_path() / (unfinished_prefix(target) + std::string(kRandom, 'X'))).string();
   }
 
   // The owner where that is allowed; a user who is not the owner becomes it.
@@ -67,6 +133,7 @@ class NewFile {
     if (::fchown(handle_, old_.st_uid, old_.st_gid) != 0)
       static_cast<void>(::fchown(handle_, static_cast<uid_t>(-1), old_.st_gid) == 0);
     if (files_.change_mode(handle_, old_.st_mode & 07777U) != 0) refuse_to_write(path_, errno);
+    copy_extended_attributes(target_, handle_, path_);
   }
 
   FileSystem& files_;
@@ -88,11 +155,15 @@ void flush_directory(FileSystem& files, const fs::path& target) {
 }
 
 // Renaming over a directory cannot work, and over a device it would do harm.
-void refuse_special(const fs::path& target, const fs::path& path) {
+void check_target(const fs::path& target, const fs::path& path, const WholeFileOptions& options) {
   std::error_code error;
   const fs::file_status status = fs::status(target, error);
   if (fs::is_directory(status)) refuse_to_write(path, EISDIR);
-  if (fs::exists(status) && !fs::is_regular_file(status)) refuse_to_write(path, EINVAL);
+  if (!fs::exists(status)) return;
+  if (!fs::is_regular_file(status)) refuse_to_write(path, EINVAL);
+  if (options.guarded || !options.replace) return;
+  if (const std::string why = why_not_replaced(target); !why.empty())
+    throw host::Error(host::errc::kHostRefused, path.string() + ": cannot write: " + why);
 }
 
 }  // namespace
@@ -111,7 +182,8 @@ void write_whole(const fs::path& path, std::string_view bytes, const WholeFileOp
 void write_whole_pieces(const fs::path& path, const std::function<void(const WritePiece& write)>& content,
                         const WholeFileOptions& options) {
   const fs::path target = place_of(path);
-  refuse_special(target, path);
+  check_target(target, path, options);
+  remove_abandoned(target);
   FileSystem& files = options.files != nullptr ? *options.files : real_files();
   NewFile file(files, target, path);
   content([&](std::string_view bytes) { file.write(bytes); });

@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <string>
@@ -76,6 +77,22 @@ std::vector<std::string> sheet_names(const office::BookModel& book) {
   std::vector<std::string> names;
   for (const auto& sheet : book.sheets) names.push_back(sheet->name);
   return names;
+}
+
+TEST(WriteReports, NeverReplacesWhatTheRunWasReadFrom) {
+  const test::TemporaryFolder folder;
+  runfile::Run run = small_run();
+  run.file = folder / "small.run.json";
+  run.tables = {folder / "small.run.csv"};
+  for (const char* name : {"small.run.json", "small.run.csv", "small.xlsx"}) {
+    std::ofstream(folder / name) << "mine";
+    std::filesystem::create_hard_link(folder / name, folder / "other.xlsx");
+    EXPECT_EQ(error_code([&] { write_reports(shared(run), folder / "other.xlsx", {}); }),
+              host::errc::kHostRefused)
+        << name;
+    std::filesystem::remove(folder / "other.xlsx");
+    EXPECT_EQ(std::filesystem::file_size(folder / name), 4U) << name;
+  }
 }
 
 TEST(OpenModel, HoldsItemsAndLabelsWithTheirFormats) {

@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
+#include <chrono>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -150,11 +152,49 @@ TEST(Save, ReplacesAFileAndKeepsItsMode) {
   std::ofstream(file) << "old";
   std::filesystem::permissions(file, std::filesystem::perms{0640});
   std::filesystem::create_symlink(file, link);
+  // File systems without extended attributes have none to lose.
+  const bool has_attribute = ::setxattr(file.c_str(), "user.note", "kept", 4, 0) == 0;
   save(full_book(), link);
+  char note[4] = {};
+  EXPECT_EQ(::getxattr(file.c_str(), "user.note", note, sizeof note), has_attribute ? 4 : -1);
   EXPECT_EQ(content(file), package(full_book()));
   EXPECT_TRUE(std::filesystem::is_symlink(link)) << "a link to a workbook stays one";
   EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms{0640});
   EXPECT_THAT(names_in(folder), ElementsAre("a.xlsx", "link.xlsx"));
+}
+
+TEST(Save, LeavesAFileAloneThatIsNotToBeWritten) {
+  const test::TemporaryFolder folder;
+  const auto file = folder / "a.xlsx";
+  std::ofstream(file) << "old";
+  const auto refusal = [&] { return message_of([&] { save(full_book(), file); }); };
+  std::filesystem::permissions(file, std::filesystem::perms{0444});
+  EXPECT_THAT(refusal(), HasSubstr("a.xlsx: cannot write: it is read-only"));
+  std::filesystem::permissions(file, std::filesystem::perms{0644});
+  for (const char* lock : {"~$a.xlsx", ".~lock.a.xlsx#"}) {
+    std::ofstream(folder / lock) << "";
+    EXPECT_THAT(refusal(), HasSubstr(lock));
+    std::filesystem::remove(folder / lock);
+  }
+  EXPECT_EQ(content(file), "old");
+  EXPECT_EQ(refusal(), "no error");
+}
+
+TEST(Save, RemovesWhatKilledProcessesLeft) {
+  const test::TemporaryFolder folder;
+  const std::string longest = std::string(250, 'n') + ".xlsx";
+  const std::string cut = "." + longest.substr(0, 247) + ".";
+  for (const std::string& name : {std::string(".a.xlsx.Ab12yZ"), std::string(".a.xlsx.notes1x"),
+                                  std::string(".b.xlsx.Ab12yZ"), cut + "Ab12yZ"}) {
+    std::ofstream(folder / name) << "half";
+    std::filesystem::last_write_time(folder / name,
+                                     std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  }
+  std::ofstream(folder / ".a.xlsx.being1") << "half";
+  save(full_book(), folder / "a.xlsx");
+  save(full_book(), folder / longest);
+  EXPECT_THAT(names_in(folder),
+              ElementsAre(".a.xlsx.being1", ".a.xlsx.notes1x", ".b.xlsx.Ab12yZ", "a.xlsx", longest));
 }
 
 TEST(Save, GivesANewFileTheModeThatTheMaskLeaves) {
