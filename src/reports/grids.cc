@@ -61,7 +61,7 @@ class Grids {
  private:
   struct Group {
     std::vector<const model::DralInputOutput*> members;
-    std::int32_t rank;
+    std::int32_t rank = 0;
     model::Grid grid;
     std::optional<std::vector<std::size_t>> base;  // places of the members' base values
   };
@@ -89,7 +89,8 @@ class Grids {
   }
 
   void add_group(const model::MultiGroup& group, std::int32_t rank) {
-    Group added{.rank = rank};
+    Group added;
+    added.rank = rank;
     std::vector<double> bases;
     for (const std::int32_t member : group.members) {
       added.members.push_back(&context_.inputs(member));

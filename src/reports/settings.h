@@ -29,7 +29,7 @@ struct Settings {
   bool output_detail = false;
   bool detail_by_input = false;
   bool multi_way = false;
-  std::optional<bool> matrix = true;  // inputs against outputs; none: where there are tornado graphs
+  std::optional<bool> matrix = {};  // inputs against outputs; none: where there are tornado graphs
 
   bool wants_matrix() const { return matrix.value_or(tornado); }
 
@@ -54,7 +54,6 @@ struct Settings {
   static Settings unset() {
     Settings settings;
     settings.tornado = settings.spider = settings.sensitivity = false;
-    settings.matrix.reset();
     settings.max_inputs = 0;
     settings.all_inputs = true;
     return settings;

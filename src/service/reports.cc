@@ -12,11 +12,11 @@
 namespace ordvane::service {
 
 Reports built_in_reports() {
-  return {.matrix = reports::MakeMatrixReport,
-          .tornado = reports::GenerateTornadoReport,
+  return {.tornado = reports::GenerateTornadoReport,
           .spider = reports::GenerateSpiderReport,
           .sensitivity = reports::GenerateSensitivityReport,
           .output_detail = reports::MakeOutputDetailReport,
+          .matrix = reports::MakeMatrixReport,
           .detail_by_input = reports::MakeDetailByInputReport,
           .multi_tornado = reports::GenerateMultiTornadoReport,
           .grids = reports::MakeGridsReport,

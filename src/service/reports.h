@@ -18,12 +18,12 @@ struct Reports {
   using Context = reports::Context;
   using TornadoStyle = reports::TornadoStyle;
 
-  std::function<void(const Context&)> matrix;
   std::function<void(const Context&, std::int32_t output, const model::RankingRecord&, const TornadoStyle&)>
       tornado;
   std::function<void(const Context&, std::int32_t output, const model::RankingRecord&)> spider;
   std::function<void(const Context&, std::int32_t output, const model::RankingRecord&)> sensitivity;
   std::function<void(const Context&, std::int32_t output)> output_detail;
+  std::function<void(const Context&)> matrix;
   std::function<std::int32_t(const Context&)> detail_by_input;
   std::function<void(const Context&, std::int32_t output, const model::MultiWayRun&,
                      const model::GroupEffects&, const TornadoStyle&)>
