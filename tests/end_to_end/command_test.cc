@@ -224,7 +224,7 @@ TEST_F(Command, ReportWritesTheWorkbookAndSaysWhere) {
   const Result result =
       run({"report", "--max-inputs", "3", "m.run.json"});  // the run may stand behind options
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.out, "m-reports.xlsx: 11 sheets, 11 charts\n");
+  EXPECT_EQ(result.out, "m-reports.xlsx: 12 sheets, 11 charts\n");
   EXPECT_EQ(result.err, "") << "progress is for terminals";
   EXPECT_THAT(file_text(folder_ / "m-reports.xlsx"), StartsWith("PK"));
 }
@@ -258,12 +258,12 @@ TEST_F(Command, ReportTakesItsSwitches) {
       {{"--spider", "--output", "Plan!C14"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--output-detail", "--detail-by-input"}, "a.xlsx: 5 sheets, 0 charts\n"},
       {{"--all", "--percent", "--max-inputs", "1", "--bar-color", "#1F4E79", "--base-color", "ff0000"},
-       "a.xlsx: 15 sheets, 9 charts\n"},
+       "a.xlsx: 16 sheets, 9 charts\n"},
       {{"--tornado", "--threshold", "150.1%", "--output", "d2"}, "a.xlsx: 2 sheets, 0 charts\n"},
       {{"--tornado", "--threshold", "150%", "--output", "d2"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--tornado", "--threshold", "1", "--output", "Plan!C14"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--watermark", "Draft\\nof today", "--language", "en", "--log", "."},
-       "a.xlsx: 11 sheets, 11 charts\n"},
+       "a.xlsx: 12 sheets, 11 charts\n"},
       {{"--quiet"}, ""},
   };
   for (const auto& each : kCases) {

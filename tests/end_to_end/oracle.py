@@ -415,10 +415,9 @@ def step_table(texts, run, result):
         base = item["base"]
         for step, row in enumerate(steps, start=1):
             value = row[1 + result.position]
-            first = places(run, item) + [label(item), item["cell"]]
-            rows.append((first if step == 1 else [None] * len(first)) + [
-                step, shown(row[0]), shown_difference(row[0], base), shown_change(row[0], base), shown(value),
-                shown_difference(value, result.base), shown_change(value, result.base)])
+            rows.append(places(run, item) + [
+                label(item), item["cell"], step, shown(row[0]), shown_difference(row[0], base), shown_change(row[0], base),
+                shown(value), shown_difference(value, result.base), shown_change(value, result.base)])
     return header, rows
 
 

@@ -262,7 +262,10 @@ TEST(MultiWay, VarianceDividesAsAlgebraSays) {
   const auto sum = [](const Values& x) { return 1e6 + 0.1 * x[0] + 0.7 * x[1]; };
   const auto product = [](const Values& x) { return x[0] * x[1]; };
   const auto failing = [](const Values& x) { return x[0] == 3 ? kNaN : x[1]; };
-  Model model{.bases = {2, 2, 5}, .steps = {{3, 1, 2, 3}, {1, 2, 3}, {5, 6}}, .groups = {{0, 1}, {0, 1, 2}}};
+  Model model;
+  model.bases = {2, 2, 5};
+  model.steps = {{3, 1, 2, 3}, {1, 2, 3}, {5, 6}};
+  model.groups = {{0, 1}, {0, 1, 2}};
   model.outputs = {sum, product, [](const Values& x) { return (x[0] - 2) * (x[1] - 2); }, failing,
                    [](const Values&) { return 7; }};
   const Analysis analysis(model);

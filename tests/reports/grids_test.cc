@@ -13,7 +13,9 @@ using testing::ElementsAre;
 
 // Price 8, 10, 12 down, volume 1, 2 across, and rate where there are three.
 model::MultiWayRun run_of(std::int32_t members, const std::vector<double>& results) {
-  model::MultiGroup group{.first = 1, .combinations = static_cast<std::int32_t>(results.size())};
+  model::MultiGroup group;
+  group.first = 1;
+  group.combinations = static_cast<std::int32_t>(results.size());
   for (std::int32_t m = 1; m <= members; ++m) {
     const std::int32_t values = m == 1 ? 3 : 2;
     std::int32_t apart = 1;

@@ -32,10 +32,10 @@ const char* const kFirstRow =
 
 const Situation kSpiderSituations[] = {
     {{"every step with its changes", {kRate}},
-     {"== Spider C14\n", kFirstRow, "C+2 2  D+2 5 {0.0}  E+2 0 {0.0}  F+2 0 {0.00%}", "merged A+1:A+3",
+     {"== Spider C14\n", kFirstRow, "B+2 \"B2\"  C+2 2  D+2 5 {0.0}  E+2 0 {0.0}  F+2 0 {0.00%}", ":I+3\n",
       "I+1:I+3 (-0.1, 0, 0.15) over F+1:F+3 (-0.2, 0, 0.2)",
       "from -0.1 to 0.15 \"Output, % change from base value\" {0%}", "Each line of the chart is one input"},
-     {"note at", " - ", "No line", "hidden cells"}},
+     {"note at", " - ", "No line", "hidden cells", "merged A+"}},
     {{"a base of zero has no line, and says why in its own row",
       {kRate, kZero, {"Nil", "B8", 0, {{-1, kNothing}, {1, 120}}}}},
      {"\"Zero (B3)\"  B+4 \"B3\"  C+4 1  D+4 -1 {0.0}  E+4 -1 {0.0}  F+4 \" - \"",
