@@ -210,8 +210,8 @@ class Grids {
         {caption_of(panel), panel.group.base ? "" : session_.text(text_id::kGridsBaseLeftOut)}, columns);
     write_values(panel, *table);
     color(panel, *table);
-    part_results(panel, *table);
     mark_base(panel, *table);
+    part_results(panel, *table);  // over the frame where they meet
   }
 
   void write_values(const Panel& panel, layout::ReportTable& table) {

@@ -7,8 +7,8 @@
 
 namespace ordvane::xlsx {
 
-// Nobody may write it, or this process may not. Administrators may write everywhere; a file nobody may write is
-// read-only to them too.
+// Nobody may write it, or this process may not. Administrators may write everywhere; a file nobody may write
+// is read-only to them too.
 std::string why_read_only(const std::filesystem::path& place);
 // Excel and LibreOffice keep files of their own beside a workbook that they have open.
 std::string why_open_elsewhere(const std::filesystem::path& place);

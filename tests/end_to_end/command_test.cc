@@ -277,9 +277,9 @@ TEST_F(Command, ReportTakesItsSwitches) {
   }
   EXPECT_TRUE(there("OrdvaneReports8.Log"));
   EXPECT_EQ(run({"report", "grouped.run.json", "--multi-way", "-o", "b.xlsx"}).out,
-            "b.xlsx: 5 sheets, 3 charts\n");
+            "b.xlsx: 9 sheets, 3 charts\n");
   EXPECT_EQ(run({"report", "grouped.run.json", "--all", "-o", "c.xlsx"}).out,
-            "c.xlsx: 19 sheets, 14 charts\n");
+            "c.xlsx: 23 sheets, 14 charts\n");
 }
 
 TEST_F(Command, ReportSpeaksTheUsersLanguage) {

@@ -44,24 +44,24 @@ TEST(GridsReport, MarksTheBaseCaseAndPartsWhatIsBelowTheTarget) {
   bench.output().set_BaseValue(40);
   const auto book = grids(bench, 2, {-20, -10, kNothing, 40, 0, 90});
   test::expect_parts(test::snapshot(*book),
-                     {"filter A8:E9\n", "colours of B14:C16 -20 #F2CB7F 40 #FFFFFF 90 #82A8E6\n",
-                      "A15 10  B15 \" - \"  C15 40 {#,##0.00}", "B13 1  C13 2", "base value (40.00)",
-                      "results below 0.00 from", "note at C9"});
+                     {"filter A8:E9\n", "colours of B16:C18 -20 #F2CB7F 40 #FFFFFF 90 #82A8E6\n",
+                      "A17 10 {0.0}  B17 \" - \"  C17 40 {#,##0.00}", "B15 1 {0.0}  C15 2",
+                      "base value (40.00)", "results below 0.00 from", "note at C9"});
   const auto edge = [](office::EdgeLine office::CellStyle::*line) {
     return [line](const office::CellStyle& style) { return (style.*line).weight == 4; };
   };
-  EXPECT_THAT(cells_that_look(*book, edge(&office::CellStyle::bottom)), ElementsAre("C14"));
+  EXPECT_THAT(cells_that_look(*book, edge(&office::CellStyle::bottom)), ElementsAre("C16"));
   EXPECT_THAT(cells_that_look(*book, edge(&office::CellStyle::right)), ElementsAre());
   EXPECT_THAT(cells_that_look(*book, [](const auto& style) { return style.top.weight == -4138; }),
-              ElementsAre("C15"));
+              ElementsAre("C17"));
 }
 
 TEST(GridsReport, GivesEveryValueOfAThirdInputAGrid) {
   GraphBench bench;
   const auto book = grids(bench, 3, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
   test::expect_parts(test::snapshot(*book),
-                     {"\"Price (B3) × Volume (B4), with Rate (B5) at 1.0\"", "B14 1 {#,##0.00}  C14 3",
-                      "with Rate (B5) at 2.0\"", "C9 ", "colours of B14:C16 1 #FFFFFF"},
+                     {"\"Price (B3) × Volume (B4), with Rate (B5) at 1.0\"", "B16 1 {#,##0.00}  C16 3",
+                      "with Rate (B5) at 2.0\"", "C9 ", "colours of B16:C18 1 #FFFFFF"},
                      {"at 3.0", "not among"});
 }
 
@@ -74,9 +74,9 @@ TEST(MatrixReport, ComparesSwingsWithTheWidest) {
                     {"Idle", "B5", 10, {{8, 100}, {9, 100}}}});
   MakeMatrixReport(bench.context());
   test::expect_parts(bench.text(), {"A+1 \"Price (B3)\"  B+1 \"B3\"  C+1 1 {0%}  D+1 1\n",
-                                    "A+2 \"Rate (B2)\"  B+2 \"B2\"  C+2 0.25 {0%}  D+2 2\n", "C+4 \" - \"",
-                                    "C+3 0 {0%}", "colours of C+1:C+4 0 #FFFFFF 1 #", "filter A7:D+4",
-                                    "note at C+4 \"Please note:\nResults that are no numbers: 1 of 1"});
+                                    "A+2 \"Rate (B2)\"  B+2 \"B2\"  C+2 0.25 {0%}  D+2 2\n", "C+3 \" - \"",
+                                    "C+4 0 {0%}", "colours of C+1:C+4 0 #FFFFFF 1 #", "filter A7:D+4",
+                                    "note at C+3 \"Please note:\nResults that are no numbers: 1 of 1"});
 }
 
 }  // namespace

@@ -164,19 +164,15 @@ TEST(SensitivityChart, RefusesWhatItWouldDrawAsZeroAndSaysWhere) {
 }
 
 // An input's name stands once, over all its steps, and goes on below where it is long.
-TEST(StepTable, WrapsNamesOverTheRowsOfTheirSteps) {
+TEST(StepTable, WrapsANameInTheFirstRowOfItsSteps) {
   GraphBench bench;
   make_report(bench, {{"", {{std::string(200, 'n'), "B2", 5, {{4, 90}, {6, 110}}}, kNegative}}, {}},
               GenerateSpiderReport);
   const auto book = bench.book();
   const office::SheetModel& sheet = *book->sheets.front();
   const std::int32_t first = sheet.charts.front()->series.front()->values.area.row;
-  EXPECT_GE(sheet.row_heights.at(first + 1), 3 * 13);
-  EXPECT_FALSE(sheet.row_heights.contains(first + 3));
-  const auto wrapped = test::cells_that_look(*book, [](const office::CellStyle& style) {
-    return style.wrap && style.vertical == host::VAlign::kTop;
-  });
-  EXPECT_THAT(wrapped, testing::IsSupersetOf({office::cell_name(first, 1), office::cell_name(first + 2, 1)}));
+  EXPECT_GE(sheet.row_heights.at(first), 3 * 13);
+  EXPECT_FALSE(sheet.row_heights.contains(first + 1));
 }
 
 TEST(StepTable, IsCutToTheSmallestSheetAndSaysSo) {

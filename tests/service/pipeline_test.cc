@@ -514,7 +514,7 @@ TEST(Pipeline, AGraphThatFailsDoesNotTakeTheOthersWithIt) {
   reports.set_SpiderGraphs(true);
   reports.MaxInputsPerGraph = 5;
   EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
-  EXPECT_THAT(recorder.calls, ElementsAre("spider 1 run 1/1", "spider 2 run 1/1"));
+  EXPECT_THAT(recorder.calls, ElementsAre("matrix", "spider 1 run 1/1", "spider 2 run 1/1"));
   ASSERT_TRUE(reports.report_error());
   EXPECT_EQ(reports.report_error()->description(), "no room");
   EXPECT_THAT(bench.environment->lines, Contains(HasSubstr("TornadoGraphs Error: no room")));
