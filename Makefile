@@ -39,7 +39,8 @@ release:
 	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null
 	@cmake --build --preset release
 
-sanitize:
+# Links the test cases of the release build.
+sanitize: release
 	@cmake --preset sanitize >/dev/null
 	@cmake --build --preset sanitize
 

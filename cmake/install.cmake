@@ -11,7 +11,7 @@ install(DIRECTORY ${generated}/man/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONEN
 install(DIRECTORY ${generated}/completions/bash/ DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT command)
 install(DIRECTORY ${generated}/completions/zsh/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT command)
 install(DIRECTORY ${generated}/completions/fish/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT command)
-install(FILES docs/run-file.schema.json docs/what-if.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/ordvane COMPONENT command)
+install(FILES docs/run-file.schema.json docs/what-if.schema.json docs/exchange.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/ordvane COMPONENT command)
 
 # The shared library and its headers have no other libraries in them; who links to the static one needs what it was built with.
 install(TARGETS ordvane_shared EXPORT ordvane-targets LIBRARY COMPONENT library NAMELINK_COMPONENT development)

@@ -304,7 +304,7 @@ std::string text_of_number(double number) {
   if (number == 0) return "0";
   std::array<char, 512> text{};
   const double size = std::fabs(number);
-  if (size < 1e16 && std::trunc(number) == number) {
+  if (size < 0x1p53 && std::trunc(number) == number) {
     std::snprintf(text.data(), text.size(), "%.0f", number);
     return text.data();
   }

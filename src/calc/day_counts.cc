@@ -1,6 +1,9 @@
 #include "calc/day_counts.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "calc/rounding.h"
 
 namespace ordvane::calc {
 namespace {
@@ -12,11 +15,6 @@ using text::is_leap;
 
 bool ends_february(const Date& date) {
   return date.month == 2 && date.day == days_in_month(date.year, 2);
-}
-
-double days_of_360(const Date& start, const Date& end) {
-  return static_cast<double>((end.year - start.year) * 360 + (end.month - start.month) * 30 + end.day -
-                             start.day);
 }
 
 // Of the years that two dates lie in: their mean length, or 365 or 366 when they are no more than a year
@@ -36,34 +34,54 @@ double year_length(const Calendar& calendar, const Date& start, const Date& end)
   return first || second ? 366 : 365;
 }
 
+// As bonds count them: a 31st at the end counts only after a day before the 30th, the end of February among
+// them, which is a 30th at the start, and at the end of what begins with it.
+double bond_days(Date start, Date end) {
+  if (end.day == 31 && start.day >= 30) end.day = 30;
+  if (ends_february(start)) {
+    if (ends_february(end)) end.day = 30;
+    start.day = 30;
+  }
+  start.day = std::min(start.day, 30);
+  return plain_days(start, end);
+}
+
 }  // namespace
+
+std::int64_t day_of(Call& call, int argument) {
+  const double day = whole_part(call.number(argument));
+  if (day < kFirstDay || day > kLastDay) call.fail(ErrorCode::kArgument);
+  return call.failed() ? 0 : static_cast<std::int64_t>(day);
+}
+
+double plain_days(const Date& start, const Date& end) {
+  return static_cast<double>((end.year - start.year) * 360 + (end.month - start.month) * 30 + end.day -
+                             start.day);
+}
 
 // European: every 31st is a 30th.
 double european_days(Date start, Date end) {
   start.day = std::min(start.day, 30);
   end.day = std::min(end.day, 30);
-  return days_of_360(start, end);
+  return plain_days(start, end);
 }
 
-// American: a 31st at the end counts only after a 30th or 31st at the start; the end of February counts as a
-// 30th.
+// American: a 31st at the end counts only after a 30th or 31st at the start, which the end of February is,
+// too.
 double american_days(Date start, Date end) {
-  if (ends_february(start)) {
-    if (ends_february(end)) end.day = 30;
-    start.day = 30;
-  }
-  if (end.day == 31 && start.day >= 30) end.day = 30;
-  start.day = std::min(start.day, 30);
-  return days_of_360(start, end);
+  start.day = ends_february(start) ? 30 : std::min(start.day, 30);
+  if (end.day == 31 && start.day == 30) end.day = 30;
+  return plain_days(start, end);
 }
 
 double days_between(const Calendar& calendar, std::int64_t start, std::int64_t end, Basis basis) {
-  if (basis == Basis::kAmerican360) return american_days(calendar.date(start), calendar.date(end));
+  if (basis == Basis::kAmerican360) return bond_days(calendar.date(start), calendar.date(end));
   if (basis == Basis::kEuropean360) return european_days(calendar.date(start), calendar.date(end));
   return static_cast<double>(end - start);
 }
 
 double year_fraction(const Calendar& calendar, std::int64_t start, std::int64_t end, Basis basis) {
+  if (start > end) std::swap(start, end);
   const double days = days_between(calendar, start, end, basis);
   if (basis == Basis::kActual) return days / year_length(calendar, calendar.date(start), calendar.date(end));
   return days / (basis == Basis::kActual365 ? 365 : 360);

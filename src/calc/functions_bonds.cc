@@ -4,6 +4,7 @@
 // is the end of one.
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "calc/day_counts.h"
 #include "calc/functions.h"
@@ -14,12 +15,6 @@ namespace {
 
 using text::Calendar;
 using text::Date;
-
-std::int64_t day_of(Call& call, int argument) {
-  const double day = whole_part(call.number(argument));
-  if (day < 0 || day > static_cast<double>(text::kLastSerial)) call.fail(ErrorCode::kArgument);
-  return call.failed() ? 0 : static_cast<std::int64_t>(day);
-}
 
 Basis basis_of(Call& call, int argument) {
   const double basis = whole_part(call.number(argument, 0));
@@ -34,11 +29,17 @@ struct Term {
   Basis basis = Basis::kAmerican360;
 
   double years() const { return year_fraction(calendar, settlement, maturity, basis); }
-  // As simple interest counts them: actual days by the length of the first year alone.
+  // As simple interest counts them: actual days by the length of the first year alone; months of 30 days
+  // without rules for their ends, but for the American February that a year goes on after, which has its own.
   double simple_years() const {
-    if (basis != Basis::kActual) return years();
-    return static_cast<double>(maturity - settlement) /
-           (text::is_leap(calendar.date(settlement).year) ? 366 : 365);
+    const Date start = calendar.date(settlement), end = calendar.date(maturity);
+    if (basis == Basis::kActual)
+      return static_cast<double>(maturity - settlement) / (text::is_leap(start.year) ? 366 : 365);
+    if (basis != Basis::kAmerican360 && basis != Basis::kEuropean360) return years();
+    double days = plain_days(start, end);
+    if (basis == Basis::kAmerican360 && start.month == 2 && end.month > 2 && start.year == end.year)
+      days -= 30 - text::days_in_month(start.year, 2);
+    return days / 360;
   }
 };
 
@@ -118,15 +119,17 @@ Operand call_coupdaysnc(Call& call) {
 // ---- Prices and yields ----
 
 struct Bond {
-  double count, until_next, since_last;  // coupons; parts of the time between two
-  double coupon, redemption, a_year;     // per 100
+  double count, until_next;           // coupons; a part of the time between two
+  double days_before, days;           // of that time, those that are over; all
+  double coupon, redemption, a_year;  // per 100
 };
 
 Bond bond_of(const Coupons& coupons, double rate, double redemption) {
   const double days = coupons.days();
   return {static_cast<double>(coupons.count()),
           coupons.days_after() / days,
-          coupons.days_before() / days,
+          coupons.days_before(),
+          days,
           100 * rate / coupons.a_year,
           redemption,
           static_cast<double>(coupons.a_year)};
@@ -135,7 +138,7 @@ Bond bond_of(const Coupons& coupons, double rate, double redemption) {
 double price_at(const Bond& bond, double yield) {
   const double growth = 1 + yield / bond.a_year;
   double price = bond.redemption / std::pow(growth, bond.count - 1 + bond.until_next);
-  price -= bond.coupon * bond.since_last;
+  price -= bond.coupon * bond.days_before / bond.days;
   for (double k = 0; k < bond.count; ++k) price += bond.coupon / std::pow(growth, k + bond.until_next);
   return price;
 }
@@ -147,7 +150,22 @@ Operand call_price(Call& call) {
   return price_at(bond_of(coupons, rate, redemption), yield);
 }
 
-// By the method of secants; prices fall as yields rise.
+// Prices fall as yields rise.
+Operand halved_yield_of(const Bond& bond, double price) {
+  double low = 0, high = 0;
+  if (price_at(bond, 0) < price)
+    low = -bond.a_year;
+  else
+    for (high = 1; price_at(bond, high) > price; high *= 2)
+      if (high > 1e6) return ErrorCode::kNoConvergence;
+  for (;;) {
+    const double middle = low + (high - low) / 2;
+    if (middle == low || middle == high) return high;
+    (price_at(bond, middle) > price ? low : high) = middle;
+  }
+}
+
+// By the method of secants, which goes astray where terms are long.
 Operand yield_of(const Bond& bond, double price) {
   double low = 0, high = 0.1, low_price = price_at(bond, low), high_price = price_at(bond, high);
   for (int step = 0; step < 100; ++step) {
@@ -157,10 +175,11 @@ Operand yield_of(const Bond& bond, double price) {
     low_price = high_price;
     high = next;
     high_price = price_at(bond, high);
-    if (!std::isfinite(high_price)) return ErrorCode::kNoConvergence;
-    if (std::fabs(high - low) < 1e-15 * std::max(1.0, std::fabs(high))) return high;
+    if (!std::isfinite(high_price)) break;
+    if (std::fabs(high - low) < 1e-15 * std::max(1.0, std::fabs(high)))
+      return std::fabs(high_price - price) < 1e-9 * price ? Operand(high) : halved_yield_of(bond, price);
   }
-  return std::fabs(high_price - price) < 1e-9 * price ? Operand(high) : Operand(ErrorCode::kNoConvergence);
+  return halved_yield_of(bond, price);
 }
 
 Operand call_yield(Call& call) {
@@ -171,24 +190,25 @@ Operand call_yield(Call& call) {
   return yield_of(bond_of(coupons, rate, redemption), price);
 }
 
-// The mean time of what is paid, weighted by its present value.
-double duration_of(const Bond& bond, double yield) {
-  const double growth = 1 + yield / bond.a_year;
+// The mean time of what is paid, weighted by its present value. Times end with the term, counted in years.
+double duration_of(const Coupons& coupons, double rate, double yield) {
+  const int count = coupons.count();
+  const double growth = yield / coupons.a_year + 1, coupon = rate * 100 / coupons.a_year;
+  const double shift = coupons.term.years() * coupons.a_year - count;
   double weighted = 0, value = 0;
-  for (double k = 0; k < bond.count; ++k) {
-    const double time = k + bond.until_next;
-    const double paid = (bond.coupon + (k + 1 == bond.count ? 100 : 0)) / std::pow(growth, time);
-    weighted += time * paid;
-    value += paid;
+  for (int k = 1; k <= count; ++k) {
+    const double time = k + shift, paid = k == count ? coupon + 100 : coupon;
+    weighted += time * paid / std::pow(growth, time);
+    value += paid / std::pow(growth, time);
   }
-  return weighted / value / bond.a_year;
+  return weighted / value / coupons.a_year;
 }
 
 Operand call_duration(Call& call) {
   const Coupons coupons = coupons_of(call, 4);
   const double rate = call.number(2), yield = call.number(3);
   if (rate < 0 || yield < 0) return ErrorCode::kArgument;
-  return duration_of(bond_of(coupons, rate, 100), yield);
+  return duration_of(coupons, rate, yield);
 }
 
 Operand call_mduration(Call& call) {
@@ -226,10 +246,11 @@ Operand call_at_maturity(Call& call) {
   const Term term = term_of(call, 5);
   const std::int64_t issue = day_of(call, 2);
   const double rate = call.number(3), given = call.number(4);
-  if (rate < 0 || given < 0 || issue > term.settlement) return ErrorCode::kArgument;
+  if (rate < 0 || given < 0) return ErrorCode::kArgument;
   const double whole = year_fraction(term.calendar, issue, term.maturity, term.basis);
   const double before = year_fraction(term.calendar, issue, term.settlement, term.basis);
-  if (!of_price) return (1 + whole * rate) / (1 + term.years() * given) * 100 - before * rate * 100;
+  if (!of_price) return ((1 + whole * rate) / (1 + term.years() * given) - before * rate) * 100;
+  if (given == 0 || issue > term.settlement) return ErrorCode::kArgument;
   return ((1 + whole * rate) / (given / 100 + before * rate) - 1) / term.years();
 }
 
@@ -246,6 +267,7 @@ Term term_from_issue(Call& call, int end, int basis) {
 Operand call_accrint(Call& call) {
   const double frequency = whole_part(call.number(5));
   if (frequency != 1 && frequency != 2 && frequency != 4) return ErrorCode::kArgument;
+  day_of(call, 1);  // of the first interest; nothing is made of it
   const Term term = term_from_issue(call, 2, 6);
   const double rate = call.number(3), par = call.number(4);
   if (rate <= 0 || par <= 0) return ErrorCode::kArgument;
@@ -259,22 +281,55 @@ Operand call_accrintm(Call& call) {
   return par * rate * term.simple_years();
 }
 
-// Equal parts of the cost from the day of purchase on; the first period is a part of one, and so is the last.
+// What is written off from the day of purchase on; the first period is a part of one.
+struct AmortizedAsset {
+  explicit AmortizedAsset(Call& call) : cost(call.number(0)) {
+    const Calendar calendar(call.counts_from_1904());
+    const std::int64_t bought = day_of(call, 1), first_end = day_of(call, 2);
+    salvage = call.number(3);
+    period = floor_of(call.number(4));
+    rate = call.number(5);
+    first_years = year_fraction(calendar, bought, first_end, basis_of(call, 6));
+    if (bought > first_end || rate <= 0 || salvage < 0 || salvage > cost || period < 0)
+      call.fail(ErrorCode::kArgument);
+  }
+  double cost, salvage = 0, period = 0, rate = 0, first_years = 0;
+};
+
+// Equal parts of the cost; the last is a part of one, too.
 Operand call_amorlinc(Call& call) {
-  const double cost = call.number(0);
-  const Calendar calendar(call.counts_from_1904());
-  const std::int64_t bought = day_of(call, 1), first_end = day_of(call, 2);
-  const double salvage = call.number(3), period = floor_of(call.number(4)), rate = call.number(5);
-  const Basis basis = basis_of(call, 6);
-  if (bought > first_end || rate <= 0 || salvage < 0 || salvage > cost || period < 0)
-    return ErrorCode::kArgument;
+  const AmortizedAsset asset(call);
   if (call.failed()) return 0.0;
-  const double part = cost * rate;
-  const double first = part * year_fraction(calendar, bought, first_end, basis);
-  if (period == 0) return first;
-  const double whole = std::trunc((cost - salvage - first) / part);
-  if (period <= whole) return part;
-  return period == whole + 1 ? cost - salvage - part * whole - first : 0.0;
+  const double part = asset.cost * asset.rate, first = asset.first_years * asset.rate * asset.cost;
+  if (asset.period == 0) return first;
+  const double left = asset.cost - asset.salvage;
+  const double whole = std::trunc((left - first) / part);
+  if (asset.period <= whole) return part;
+  return asset.period == whole + 1 ? std::max(left - part * whole - first, 0.0) : 0.0;
+}
+
+// How much faster than by equal parts a life of so many years is written off.
+double degressive_factor(double life) {
+  if (life < 3) return 1;
+  if (life < 5) return 1.5;
+  return life <= 6 ? 2 : 2.5;
+}
+
+// A share of the rest, in whole numbers; half of it in the period that would leave less than the salvage
+// value, and nothing after that.
+Operand call_amordegrc(Call& call) {
+  const AmortizedAsset asset(call);
+  if (call.failed()) return 0.0;
+  const double rate = asset.rate * degressive_factor(1 / asset.rate);
+  double part = std::round(asset.first_years * rate * asset.cost);
+  double rest = asset.cost - part;
+  for (double period = 1; period <= std::min(asset.period, kMostSteps); ++period) {
+    part = std::round(rate * rest);
+    if (rest - part < asset.salvage) return period == asset.period ? std::round(rest / 2) : 0.0;
+    if (part == 0) break;
+    rest -= part;
+  }
+  return part;
 }
 
 // ---- Treasury bills ----
@@ -306,16 +361,17 @@ template <bool to_decimal>
 Operand call_dollar_fraction(Call& call) {
   const double number = call.number(0);
   const double parts = whole_part(call.number(1));
-  if (parts < 0) return ErrorCode::kArgument;
+  if (parts < 0 || parts > std::numeric_limits<std::int32_t>::max()) return ErrorCode::kArgument;
   if (parts == 0) return ErrorCode::kDivision;
   const double whole = std::trunc(number), rest = number - whole;
   const double decimals = std::pow(10, std::ceil(std::log10(parts)));
-  return whole + (to_decimal ? rest / parts * decimals : rest * parts / decimals);
+  return whole + (to_decimal ? rest / parts * decimals : rest / decimals * parts);
 }
 
 constexpr Function kFunctions[] = {
     {"ACCRINT", 6, 8, "s", call_accrint},
     {"ACCRINTM", 4, 5, "s", call_accrintm},
+    {"AMORDEGRC", 6, 7, "s", call_amordegrc},
     {"AMORLINC", 6, 7, "s", call_amorlinc},
     {"COUPDAYBS", 3, 4, "s", call_coupdaybs},
     {"COUPDAYS", 3, 4, "s", call_coupdays},

@@ -16,20 +16,14 @@ using text::Calendar;
 using text::Date;
 using text::days_in_month;
 
-constexpr double kFirstDay = -692000, kLastDay = 11274306;  // years 5 to 32767
-
 Calendar calendar_of(Call& call) {
   return Calendar(call.counts_from_1904());
 }
 
-// The day of a date, its time cut off towards day 0. Fails for what is no date.
-std::int64_t day_of(Call& call, int argument) {
-  const double day = whole_part(call.number(argument));
-  if (day < kFirstDay || day > kLastDay) {
-    call.fail(ErrorCode::kArgument);
-    return 0;
-  }
-  return static_cast<std::int64_t>(day);
+// A day as a result.
+Operand date_result(std::int64_t day) {
+  const auto number = static_cast<double>(day);
+  return number < kFirstDay || number > kLastDay ? Operand(ErrorCode::kArgument) : Operand(number);
 }
 
 Operand call_date(Call& call) {
@@ -72,9 +66,8 @@ Operand call_second(Call& call) {
 }
 
 Operand call_time(Call& call) {
-  const double hours = whole_part(call.number(0));
-  const double minutes = whole_part(call.number(1));
-  const double seconds = std::fmod(hours * 3600 + minutes * 60 + whole_part(call.number(2)), 86400);
+  const double hours = call.number(0), minutes = call.number(1);
+  const double seconds = std::fmod(hours * 3600 + minutes * 60 + call.number(2), 86400);
   return seconds < 0 ? Operand(ErrorCode::kArgument) : Operand(seconds / 86400);
 }
 
@@ -87,7 +80,7 @@ Operand call_edate(Call& call) {
   if (std::fabs(months) > 400000) return ErrorCode::kArgument;
   const std::int64_t first = calendar.day(date.year, date.month + static_cast<std::int64_t>(months), 1);
   const Date target = calendar.date(first);
-  return static_cast<double>(first + std::min(date.day, days_in_month(target.year, target.month)) - 1);
+  return date_result(first + std::min(date.day, days_in_month(target.year, target.month)) - 1);
 }
 
 Operand call_eomonth(Call& call) {
@@ -95,8 +88,7 @@ Operand call_eomonth(Call& call) {
   const Date date = calendar.date(day_of(call, 0));
   const double months = whole_part(call.number(1));
   if (std::fabs(months) > 400000) return ErrorCode::kArgument;
-  return static_cast<double>(calendar.day(date.year, date.month + static_cast<std::int64_t>(months) + 1, 1) -
-                             1);
+  return date_result(calendar.day(date.year, date.month + static_cast<std::int64_t>(months) + 1, 1) - 1);
 }
 
 // ---- Differences ----

@@ -72,8 +72,9 @@ Operand call_db(Call& call) {
     written_off = rest * rate;
     rest -= written_off;
   }
+  if (period >= 1 && period < 2) return cost * rate * months / 12;
   if (period > life) return rest * rate * (12 - months) / 12;
-  return written_off;
+  return period < 1 ? 0.0 : written_off;
 }
 
 // ---- Any span of periods ----

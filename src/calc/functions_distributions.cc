@@ -168,8 +168,15 @@ Operand call_binom_inv(Call& call) {
   if (n < 0 || n > 1e6 || p < 0 || p > 1 || alpha < 0 || alpha > 1) return kOutside;
   if (p == 0 || alpha == 0) return 0.0;
   if (p == 1 || alpha == 1) return n;
-  double k = 0, sum = binomial_density(0, n, p);
-  while (sum < alpha && k < n) sum += binomial_density(++k, n, p);
+  // Of many trials the product for each number of successes would take too long.
+  constexpr double kFew = 1000;
+  const auto density = [&](double k) {
+    if (n <= kFew) return binomial_density(k, n, p);
+    return std::exp(std::lgamma(n + 1) - std::lgamma(k + 1) - std::lgamma(n - k + 1) + k * std::log(p) +
+                    (n - k) * std::log1p(-p));
+  };
+  double k = 0, sum = density(0);
+  while (sum < alpha && k < n) sum += density(++k);
   return k;
 }
 
@@ -191,7 +198,8 @@ Operand call_negbinom(Call& call) {
   const double successes = floor_of(call.number(1));
   const double p = call.number(2);
   const bool cumulative = call.logical(3, false);
-  if (failures < 0 || failures > kMostSteps || successes < 1 || p < 0 || p > 1) return kOutside;
+  if (failures < 0 || failures > kMostSteps || successes < 1 || failures + successes < 2 || p < 0 || p > 1)
+    return kOutside;
   if (cumulative) return 1 - incomplete_beta(1 - p, failures + 1, successes);
   const double q = 1 - p;
   double factor = std::pow(p, successes);

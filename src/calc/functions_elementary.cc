@@ -92,14 +92,14 @@ Operand call_atan2(Call& call) {
 
 double area_sine(double x) {
   const double size = std::fabs(x);
-  if (size > 1e150) return std::copysign(std::log(size) + std::numbers::ln2, x);  // its square is too large
+  if (size > 1e150) return std::copysign(std::log(size + size), x);  // its square is too large
   const double root = std::sqrt(size * size + 1);
   return std::copysign(size < 0.125 ? std::log1p(size + size * size / (1 + root)) : std::log(size + root), x);
 }
 double area_cosine(double x) {
   const double over = x - 1;
   if (over < 0) return kNone;
-  if (x > 1e150) return std::log(x) + std::numbers::ln2;
+  if (x > 1e150) return std::log(x + x);
   return x < 1.1 ? std::log1p(over + std::sqrt(2 * over + over * over)) : std::log(x + std::sqrt(x * x - 1));
 }
 double area_tangent(double x) {
@@ -145,6 +145,7 @@ Operand call_factdouble(Call& call) {
 // their last digits for it.
 double combinations(double n, double k) {
   double result = 1;
+  if (k == n) return 1;
   if (k > kMostSteps) return kNone;
   for (; k > 0 && std::isfinite(result); --n, --k) result *= n / k;
   return result;
@@ -193,12 +194,22 @@ double common_divisor(double a, double b) {
 template <double (*combine)(double, double)>
 Operand call_whole_numbers(Call& call, double start) {
   double result = start;
-  call.each_from(0, [&](const Value& value, From from) {
-    if (value.is_text() && from != From::kFormula) return;
-    const double whole = floor_of(call.number_of(value));
+  const auto take = [&](double number) {
+    const double whole = floor_of(number);
     if (whole < 0) call.fail(ErrorCode::kArgument);
     if (!call.failed()) result = combine(result, whole);
-  });
+  };
+  for (int argument = 0; argument < call.count(); ++argument) {
+    const Operand& operand = call.operand(argument);
+    // A single cell is a number, whatever is in it.
+    if (operand.is_reference() && operand.reference.is_cell() && operand.more.empty()) {
+      take(call.number(argument));
+      continue;
+    }
+    call.each(argument, [&](const Value& value, From from) {
+      if (!value.is_text() || from == From::kFormula) take(call.number_of(value));
+    });
+  }
   return result;
 }
 
@@ -216,8 +227,9 @@ Operand call_lcm(Call& call) {
 
 Operand call_multinomial(Call& call) {
   double sum = 0, result = 1;
-  call.each_number(0, [&](double number) {
-    const double count = floor_of(number);
+  call.each_from(0, [&](const Value& value, From from) {
+    if (value.is_text() && from != From::kFormula) return;
+    const double count = floor_of(call.number_of(value));
     if (count < 0) call.fail(ErrorCode::kArgument);
     if (call.failed()) return;
     sum += count;

@@ -177,7 +177,8 @@ Operand call_base(Call& call) {
 Operand call_decimal(Call& call) {
   const std::string text = call.text(0);
   const double base = floor_of(call.number(1));
-  if (base < 2 || base > 36 || text.empty() || text.size() > 255) return ErrorCode::kArgument;
+  if (base < 2 || base > 36 || text.size() > 255) return ErrorCode::kArgument;
+  if (text.empty()) return 0.0;
   const double number = of_base(text, static_cast<int>(base));
   return number < 0 ? Operand(ErrorCode::kArgument) : Operand(number);
 }

@@ -78,8 +78,9 @@ Operand call_geomean(Call& call) {
   const Numbers numbers = numbers_from(call, 0);
   Sum logarithms;
   for (const double number : numbers) {
-    if (number <= 0) call.fail(ErrorCode::kArgument);
-    if (!call.failed()) logarithms.add(std::log(number));
+    if (number < 0) return ErrorCode::kArgument;
+    if (number == 0) return 0.0;  // whatever comes behind it
+    logarithms.add(std::log(number));
   }
   if (numbers.empty()) return ErrorCode::kArgument;
   return std::exp(logarithms.result() / static_cast<double>(numbers.size()));
@@ -238,7 +239,8 @@ Operand call_percentrank(Call& call) {
   if (*above != number) place += (number - *above) / (*above - *(above - 1));
   const auto count = static_cast<double>(numbers.size());
   const double share = ends ? (count > 1 ? place / (count - 1) : 1) : (place + 1) / (count + 1);
-  return rounded(share, static_cast<int>(std::min(digits, 300.0)));
+  if (share == 0) return 0.0;
+  return rounded(share, static_cast<int>(std::min(digits - 1 - std::floor(std::log10(share)), 300.0)));
 }
 
 Operand call_trimmean(Call& call) {

@@ -121,8 +121,8 @@ Operand call_search(Call& call) {
 }
 
 Operand call_substitute(Call& call) {
-  const std::string text = call.text(0), old_part = call.text(1), new_part = call.text(2);
   const std::int32_t which = count_of(call, 3, 0, 1);
+  const std::string text = call.text(0), old_part = call.text(1), new_part = call.text(2);
   if (old_part.empty()) return call.make_text(text);
   std::string result;
   std::size_t from = 0;

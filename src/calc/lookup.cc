@@ -88,6 +88,7 @@ std::int32_t LineIndex::find(const Value& wanted) const {
 }
 
 std::int32_t find_equal(const Line& line, const Value& wanted) {
+  if (wanted.is_blank()) return -1;
   const std::int32_t end = line.used();
   const bool is_plain = !wanted.is_text() || !Pattern(wanted.text()).has_wildcards();
   if (is_plain && line.evaluation != nullptr && line.operand->is_reference() && end >= kLeastIndexed)

@@ -52,7 +52,7 @@ class LineIndex {
   std::unordered_map<std::string, std::int32_t> texts_;   // folded
 };
 
-// Position of the first value that equals, -1 for none. A blank finds 0.
+// Position of the first value that equals, -1 for none, and for a blank.
 std::int32_t find_equal(const Line& line, const Value& wanted);
 // In a line that is in order: position of the last value that does not come behind the wanted one; -1 when
 // all do, and for a blank. Values of another kind are passed over.

@@ -19,6 +19,7 @@ struct Recalculation::Frame {
   std::vector<CellId> precedents;  // those that were unseen when the cell was opened
   std::size_t next = 0;
   bool is_inside = false;
+  std::uint64_t moved_by = 0;
 };
 
 Recalculation::Recalculation(const Model& model, std::span<const CellId> changing,
@@ -27,12 +28,14 @@ Recalculation::Recalculation(const Model& model, std::span<const CellId> changin
       outputs_(outputs.begin(), outputs.end()),
       is_changing_(model.workbook().cells.size()),
       states_(model.workbook().cells.size()),
+      moved_by_(model.workbook().cells.size()),
       slots_by_cell_(model.workbook().cells.size(), -1),
       constants_(model.workbook().cells.size()),
       program_(model, *this, *this) {
   for (const CellId cell : changing) {
     if (is_changing_[index_of(cell)]) continue;
     is_changing_[index_of(cell)] = true;
+    moved_by_[index_of(cell)] = std::uint64_t{1} << (changing_slots_.size() % 64);
     changing_slots_.push_back(&slot_of(cell));
   }
   for (const CellId cell : outputs_) classify(cell);
@@ -58,12 +61,15 @@ void Recalculation::classify(CellId wanted) {
       }
       if (state == State::kOpen) obstacles_.push_back({next, kCircularReference});
       frame.is_inside = frame.is_inside || state == State::kInside;
+      frame.moved_by |= moved_by_[index_of(next)];
       continue;
     }
     const Frame done = std::move(frame);
     frames.pop_back();
     close_cell(done);
-    if (!frames.empty() && states_[index_of(done.cell)] == State::kInside) frames.back().is_inside = true;
+    if (frames.empty()) continue;
+    if (states_[index_of(done.cell)] == State::kInside) frames.back().is_inside = true;
+    frames.back().moved_by |= moved_by_[index_of(done.cell)];
   }
 }
 
@@ -72,9 +78,11 @@ void Recalculation::open_cell(std::vector<Frame>& frames, CellId cell) {
   frame.cell = cell;
   states_[index_of(cell)] = State::kOpen;
   frame.is_inside = model_.finds_cells(cell);
+  if (frame.is_inside) frame.moved_by = ~std::uint64_t{0};
   if (model_.has_formula(cell)) {
     model_.each_precedent(cell, [&](CellId precedent) {
       State& state = states_[index_of(precedent)];
+      frame.moved_by |= moved_by_[index_of(precedent)];
       if (state == State::kInside) frame.is_inside = true;
       if (state == State::kUnseen && !model_.has_formula(precedent)) {
         state = is_changing_[index_of(precedent)] ? State::kInside : State::kOutside;
@@ -91,6 +99,7 @@ void Recalculation::close_cell(const Frame& frame) {
   const bool is_calculated = frame.is_inside && model_.has_formula(frame.cell);
   const bool is_inside = is_calculated || is_changing_[index_of(frame.cell)];
   states_[index_of(frame.cell)] = is_inside ? State::kInside : State::kOutside;
+  if (is_inside) moved_by_[index_of(frame.cell)] |= frame.moved_by;
   if (!is_calculated) return;
   if (const std::string& what = model_.obstacle(frame.cell); !what.empty()) {
     obstacles_.push_back({frame.cell, what});
@@ -133,17 +142,18 @@ void Recalculation::compile_new() {
 // The lanes that change the cell have their own value, the others the model's.
 void Recalculation::change(std::span<const std::span<const CellChange>> lanes) {
   for (const Slot* slot : changing_slots_) slot->lanes->fill(model_.base(slot->cell));
+  moving_ = 0;
   for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
     for (const CellChange& change : lanes[lane]) {
       const std::int32_t position = slots_by_cell_[index_of(change.cell)];
-      if (position >= 0)
-        slots_[static_cast<std::size_t>(position)].lanes->set(static_cast<int>(lane), change.value);
+      if (position < 0) continue;
+      slots_[static_cast<std::size_t>(position)].lanes->set(static_cast<int>(lane), change.value);
+      moving_ |= moved_by_[index_of(change.cell)];
     }
   }
 }
 
 void Recalculation::calculate(Slot& slot) {
-  slot.calculated = batch_;
   slot.is_open = true;
   const int lane = lane_;
   ++depth_;
@@ -155,6 +165,17 @@ void Recalculation::calculate(Slot& slot) {
   for (std::size_t i = 0; i < changes_.size(); ++i)
     for (const CellChange& change : changes_[i])
       if (change.cell == slot.cell) slot.lanes->set(static_cast<int>(i), change.value);
+}
+
+// Values that neither the batch nor the one that they are of moves are those of the base.
+void Recalculation::bring_up_to_date(Slot& slot) {
+  const bool is_moved = (moved_by_[index_of(slot.cell)] & moving_) != 0;
+  slot.calculated = batch_;
+  if (!is_moved && !slot.is_moved) return;
+  calculate(slot);
+  // Texts live no longer than their batch.
+  const auto& kinds = slot.lanes->kind;
+  slot.is_moved = is_moved || std::find(kinds.begin(), kinds.end(), Kind::kText) != kinds.end();
 }
 
 // What a formula found while it was calculated, and what that needs first.
@@ -170,7 +191,7 @@ void Recalculation::ensure(CellId wanted) {
     Slot& slot = slots_[static_cast<std::size_t>(position)];
     if (slot.calculated == batch_ || slot.begin == slot.end) continue;
     if (is_ready) {
-      calculate(slot);
+      bring_up_to_date(slot);
       continue;
     }
     open.emplace_back(cell, true);
@@ -227,7 +248,7 @@ std::span<const Value> Recalculation::evaluate(std::span<const std::span<const C
   change(lanes);
   for (std::size_t i = 0; i < order_.size(); ++i) {
     Slot& slot = slot_of(order_[i]);
-    if (slot.calculated != batch_) calculate(slot);
+    if (slot.calculated != batch_) bring_up_to_date(slot);
   }
   results_.clear();
   for (lane_ = 0; lane_ < static_cast<int>(lanes.size()); ++lane_)

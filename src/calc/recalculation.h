@@ -3,7 +3,7 @@
 // Of all formulas only those are calculated that lie between the cells that change and the outputs: the cone.
 // It is found once; a recalculation can be asked again with other values as often as wanted. Which cells
 // OFFSET and its kin refer to shows only while they are calculated: the cone then grows, by what they find
-// and what that is calculated from.
+// and what that is calculated from. What no change of a batch moves keeps its values from the one before.
 //
 // One recalculation is used by one thread; several may use one model.
 #pragma once
@@ -55,7 +55,8 @@ class Recalculation : private LaneSource, private LaneValues {
     CellId cell = kNoCell;
     Lanes* lanes = nullptr;
     std::size_t begin = 0, end = 0;  // of its program; empty for one that only changes
-    std::uint64_t calculated = 0;    // the batch that it was calculated in
+    std::uint64_t calculated = 0;    // the batch that it was calculated in, or needed no calculation
+    bool is_moved = true;            // by the changes of the batch that its values are of
     bool is_open = false;            // being calculated
   };
   struct Frame;
@@ -74,12 +75,17 @@ class Recalculation : private LaneSource, private LaneValues {
   bool is_known(CellId cell) const;
   void ensure(CellId cell);
   void calculate(Slot& slot);
+  void bring_up_to_date(Slot& slot);
   void change(std::span<const std::span<const CellChange>> lanes);
 
   const Model& model_;
   std::vector<CellId> outputs_;
   std::vector<bool> is_changing_;
   std::vector<State> states_;
+  // Of each cell, by which of the changing cells it is moved: a bit for each of the first 64, which others
+  // share.
+  std::vector<std::uint64_t> moved_by_;
+  std::uint64_t moving_ = 0;  // those that the batch changes
   std::vector<CellId> fresh_;  // of the cone, in the order of calculation, not compiled yet
   std::vector<CellId> order_;
   std::vector<std::int32_t> slots_by_cell_;

@@ -26,19 +26,20 @@ int magnitude(double positive) {
 }
 
 // What is no whole number is cut from its first 12 digits, as a whole number of units of the last of them. To
-// more decimals than these have, the units are made a number again, whose binary error then shows; from 12
-// decimals on, those behind the point and further zeros, the number itself is cut.
+// more decimals than these have, the units are made a number again, whose binary error then shows; to 12
+// decimals and more, the number itself is cut.
 double cut(double number, int decimals, double (*whole)(double)) {
   const double positive = std::fabs(number);
   if (decimals > 20 || (decimals > 0 && positive == std::floor(positive))) return number;
+  if (decimals < -308) return 0;
   double scaled = shifted(positive, decimals);
-  if (positive != std::floor(positive)) {
+  if (positive != std::floor(positive) && decimals < 12) {
     const int last = 11 - magnitude(positive);
     const double unit = power_of_ten(-last), units = std::floor(positive / unit + 0.5);
     if (decimals <= last) {
       const double shift = power_of_ten(last - decimals);
       scaled = std::isfinite(shift) ? units / shift : std::numeric_limits<double>::quiet_NaN();
-    } else if (decimals < std::max(12, last + 1)) {
+    } else {
       scaled = shifted(units * unit, decimals);
     }
   }

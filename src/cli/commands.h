@@ -15,6 +15,7 @@
 
 #include "cli/problems.h"
 #include "embedded/report_job.h"
+#include "exchange/rows.h"
 #include "ordvane/version.h"
 #include "sweep/job.h"
 
@@ -48,14 +49,46 @@ std::filesystem::path default_workbook(const std::filesystem::path& run);
 // one.
 void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems);
 
-enum class ShowForm { kTable, kJson, kCsv };
 struct ShowCommand {
   std::filesystem::path run;
   std::vector<std::string> outputs;
   std::int32_t simulation = 1;
-  ShowForm form = ShowForm::kTable;
+  std::optional<exchange::Form> form;  // for programs; none: a table for people
+  exchange::Texts texts = exchange::Texts::kProtected;
 };
 int show(const ShowCommand& command, Problems& problems);
+
+struct ImportCommand {
+  std::filesystem::path table;
+  std::filesystem::path run;    // empty: named after the table, here
+  std::string inputs, outputs;  // lists of columns
+  std::optional<std::int32_t> base_line;
+  bool overwrite = false;
+};
+int import_run(const ImportCommand& command, Problems& problems);
+
+enum class Exported { kSteps, kTable, kRanking };
+struct ExportCommand {
+  std::filesystem::path run;
+  std::filesystem::path file;  // empty: standard output
+  Exported what = Exported::kRanking;
+  std::optional<exchange::Form> form;  // none: by the file's name, else CSV
+  exchange::Texts texts = exchange::Texts::kProtected;
+  std::vector<std::string> outputs;
+  std::optional<std::int32_t> simulation;
+  bool overwrite = false;
+};
+int export_run(const ExportCommand& command, Problems& problems);
+
+struct DiffCommand {
+  std::filesystem::path before, now;
+  std::int32_t simulation = 1;
+  bool json = false;
+  std::filesystem::path workbook;   // empty: none
+  embedded::ReportOptions options;  // of the workbook: language and what is there
+  std::optional<double> fail_over;  // a share: more than it, and the exit code is kFailed
+};
+int diff(const DiffCommand& command, Problems& problems);
 
 // Of a run, or of a what-if definition.
 int check(const std::filesystem::path& file, Problems& problems);
@@ -88,6 +121,10 @@ struct MergeCommand {
 int merge(const MergeCommand& command, Problems& problems);
 
 // Reads the run; null when it has none, which is one of the problems then.
-std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, Problems& problems);
+std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, Problems& problems,
+                                             bool keeps_texts = false);
+// The outputs of the run that `wanted` names, and whether it has the simulation.
+std::vector<std::int32_t> chosen_outputs(const runfile::Run& run, const std::vector<std::string>& wanted,
+                                         std::int32_t simulation, Problems& problems);
 
 }  // namespace ordvane::cli

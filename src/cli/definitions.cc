@@ -32,13 +32,20 @@ const ValueKind kInputRange{.name = "CELL=RANGE", .repeated = true};
 const ValueKind kVerify{"ends|all|none"};
 const ValueKind kShard{"K/N"};
 const ValueKind kMoment{"DATE"};
+const ValueKind kTable{"TABLE", ValueKind::Offer::kFiles, {".csv", ".tsv", ".txt"}};
+const ValueKind kColumns{"NAMES"};
+const ValueKind kRow{"ROW"};
+const ValueKind kExported{"ranking|steps|table"};
+const ValueKind kForm{"csv|json|ndjson"};
+const ValueKind kTextFile{"FILE", ValueKind::Offer::kFiles, {".csv", ".json", ".ndjson"}};
 
 HelpPart exit_status() {
-  return {"Exit status",
-          {{"0", "done"},
-           {"1", "the reports could not be made or written"},
-           {"2", "wrong arguments, or a run file or workbook that cannot be used"},
-           {"130", "cancelled with Ctrl-C; what was there before is still there"}}};
+  return {
+      "Exit status",
+      {{"0", "done"},
+       {"1", "the reports could not be made or written; of `diff --fail-over`, that something moved more"},
+       {"2", "wrong arguments, or a run file or workbook that cannot be used"},
+       {"130", "cancelled with Ctrl-C; what was there before is still there"}}};
 }
 
 // Of the user's messages, as the system's settings say.
@@ -55,9 +62,20 @@ auto path(std::filesystem::path& into) {
   return [&into](const std::string& text) { into = text; };
 }
 
+template <class Value>
+auto one_of(const char* option, Value& value, std::vector<std::pair<const char*, Value>> names) {
+  return [=, &value](const std::string& text) { value = choice_of(option, text, names); };
+}
+
 void add_outputs(CommandLine& line, std::vector<std::string>& outputs) {
   line.repeated_option("--output", kOutput,
                        "Only this output, by name or cell; may be given again (default: all)", outputs);
+}
+
+void add_raw_text(CommandLine& line, exchange::Texts& texts) {
+  line.parser().add_flag_callback(
+      "--raw-text", [&texts] { texts = exchange::Texts::kRaw; },
+      "CSV without apostrophes before texts that begin like formulas");
 }
 
 void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
@@ -75,6 +93,12 @@ void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
   flag("--multi-way", c.multi_way,
        "Inputs varied together: per output a tornado and grids, and a table of every result");
   flag("--all", c.all, "All of them; --multi-way where the run varied inputs together");
+}
+
+CLI::Option* add_language(CommandLine& line, embedded::ReportOptions& options) {
+  options.language = system_language();
+  return line.option("--language", kLanguage, "Language: " + language_list() + " (default: the system's)",
+                     [&](const std::string& text) { options.language = language_of("--language", text); });
 }
 
 void add_look(CommandLine& line, ReportCommand& c) {
@@ -109,15 +133,15 @@ void add_look(CommandLine& line, ReportCommand& c) {
               })
       ->group(look);
   line.option("--labels", kLabels, "What stands at the ends of tornado bars (default: inputs)",
-              [&](const std::string& text) { c.options.labels = labels_of("--labels", text); })
+              one_of<reports::BarLabels>("--labels", c.options.labels,
+                                         {{"inputs", reports::BarLabels::kInputs},
+                                          {"outputs", reports::BarLabels::kOutputs},
+                                          {"both", reports::BarLabels::kBoth}}))
       ->group(look);
   line.free_text("--watermark", kText, "Text across charts and pages; \\n begins its second line",
                  [&](const std::string& text) { c.options.watermark = with_line_breaks(text); })
       ->group(look);
-  c.options.language = system_language();
-  line.option("--language", kLanguage, "Language: " + language_list() + " (default: the system's)",
-              [&](const std::string& text) { c.options.language = language_of("--language", text); })
-      ->group(look);
+  add_language(line, c.options)->group(look);
 }
 
 void define_report(Arguments& arguments) {
@@ -158,14 +182,15 @@ void define_show(Arguments& arguments) {
                 c.simulation =
                     whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
               });
-  const auto form = [&c = *c, &problems](ShowForm wanted) {
-    if (c.form != ShowForm::kTable && c.form != wanted) problems.add("--json: goes without --csv");
+  const auto form = [&c = *c, &problems](exchange::Form wanted) {
+    if (c.form && c.form != wanted) problems.add("--json: goes without --csv");
     c.form = wanted;
   };
   line.parser().add_flag_callback(
-      "--json", [form] { form(ShowForm::kJson); }, "JSON for programs, in full precision");
+      "--json", [form] { form(exchange::Form::kJson); }, "JSON for programs, in full precision");
   line.parser().add_flag_callback(
-      "--csv", [form] { form(ShowForm::kCsv); }, "CSV for programs, in full precision");
+      "--csv", [form] { form(exchange::Form::kCsv); }, "CSV for programs, in full precision");
+  add_raw_text(line, c->texts);
   line.set_help(
       {{"Examples",
         {{"ordvane show budget.run.json --output Profit"},
@@ -185,6 +210,109 @@ void define_show(Arguments& arguments) {
           "they"},
          {"offset each other."}}},
        {"", {{"docs/command.md tells every field of the JSON and the CSV."}}}});
+}
+
+void define_import(Arguments& arguments) {
+  const auto c = std::make_shared<ImportCommand>();
+  CommandLine line(arguments, "import",
+                   "Make a run of a table: a row a recalculation, inputs and outputs as columns",
+                   {kTable, "CSV with column names in its first row; also with ; or tabs between the fields",
+                    "name a table", "an import takes one table"},
+                   c->table);
+  line.runs([c, &problems = arguments.problems()] { return import_run(*c, problems); });
+  const auto list = [](std::string& names) { return [&names](const std::string& text) { names = text; }; };
+  line.option("--outputs", kColumns,
+              "Columns that are outputs: A,B or A,\"B, net\" (default: all but the inputs)",
+              list(c->outputs));
+  line.option("--inputs", kColumns, "Columns that are inputs (default: all but the outputs)",
+              list(c->inputs));
+  line.option(
+      "--base", kRow,
+      "Row of the base case, that of the column names being row 1 (default: the row in which each input "
+      "has the value that it has most often)",
+      [&c = *c](const std::string& text) {
+        c.base_line = whole_number_of("--base", text, 2, std::numeric_limits<std::int32_t>::max());
+      });
+  line.option("-o", kRunFile, "The run file to write (default: NAME.run.json, in this folder)", path(c->run));
+  line.parser().add_flag("--overwrite", c->overwrite, "Replace a run that is there");
+  line.set_help(
+      {{"Examples",
+        {{"ordvane import study.csv --outputs NPV,IRR"},
+         {"ordvane import study.csv --inputs Price,Volume --outputs Profit --base 2 -o study.run.json"}}},
+       {"",
+        {{"The rows vary one input at a time, or several over a full grid of their values. In any other"},
+         {"design the row is named that breaks it. docs/exchange.md tells more."}}},
+       exit_status()});
+}
+
+void define_export(Arguments& arguments) {
+  const auto c = std::make_shared<ExportCommand>();
+  CommandLine line(arguments, "export", "Write a run for other programs: CSV, JSON or NDJSON", c->run);
+  line.runs([c, &problems = arguments.problems()] { return export_run(*c, problems); });
+  line.option(
+      "--what", kExported,
+      "ranking: which input moves which output; steps: every result, one a row; table: every "
+      "recalculation, inputs and outputs as columns (default: ranking)",
+      one_of<Exported>(
+          "--what", c->what,
+          {{"ranking", Exported::kRanking}, {"steps", Exported::kSteps}, {"table", Exported::kTable}}));
+  line.option("--as", kForm, "The form of the text (default: by the ending of -o, else csv)",
+              one_of<std::optional<exchange::Form>>("--as", c->form,
+                                                    {{"csv", exchange::Form::kCsv},
+                                                     {"json", exchange::Form::kJson},
+                                                     {"ndjson", exchange::Form::kNdjson}}));
+  line.option("-o", kTextFile, "File to write (default: standard output)", path(c->file));
+  line.parser().add_flag("--overwrite", c->overwrite, "Replace a file that is there");
+  add_outputs(line, c->outputs);
+  line.option("--simulation", kNumber, "Which simulation of the run (default: 1; of the steps, all)",
+              [&c = *c](const std::string& text) {
+                c.simulation =
+                    whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
+              });
+  add_raw_text(line, c->texts);
+  line.set_help(
+      {{"Examples",
+        {{"ordvane export budget.run.json --what steps -o steps.csv"},
+         {"ordvane export budget.run.json --as ndjson | jq 'select(.rank == 1).input'"},
+         {"ordvane export budget.run.json --what table -o table.csv"}}},
+       {"", {{"docs/exchange.md tells every column; `ordvane import` reads what --what table writes."}}},
+       exit_status()});
+}
+
+void define_diff(Arguments& arguments) {
+  const auto c = std::make_shared<DiffCommand>();
+  const ValueKind run{"OLD", ValueKind::Offer::kFiles, {".json"}};
+  CommandLine line(arguments, "diff", "Show what changed between two runs of a model",
+                   {run, "Run file: as it was", "name two run files", "a diff takes two run files"},
+                   c->before);
+  line.operand({"NEW", ValueKind::Offer::kFiles, {".json"}}, "Run file: as it is now", c->now);
+  line.runs([c, &problems = arguments.problems()] { return diff(*c, problems); });
+  line.parser().add_flag("--json", c->json, "JSON for programs, in full precision");
+  line.option("-o", kNewWorkbook, "Also write a workbook: base values, and per output a chart of both swings",
+              path(c->workbook));
+  line.parser().add_flag("--overwrite", c->options.overwrite, "Replace a workbook that is there");
+  add_language(line, c->options);
+  line.option(
+      "--fail-over", kShare,
+      "Exit with 1 when a base value, swing or rank moved by more, or an item is new or gone: 5% or 0.05",
+      [&c = *c](const std::string& text) { c.fail_over = share_of("--fail-over", text); });
+  line.option("--simulation", kNumber, "Which simulation of both runs (default: 1)",
+              [&c = *c](const std::string& text) {
+                c.simulation =
+                    whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
+              });
+  line.set_help({{"Examples",
+                  {{"ordvane diff budget-october.run.json budget.run.json"},
+                   {"ordvane diff budget-october.run.json budget.run.json -o changes.xlsx"},
+                   {"ordvane diff main.run.json budget.run.json --fail-over 5%"},
+                   {"ordvane diff old.run.json new.run.json --json | jq '.outputs[].baseChange'"}}},
+                 {"",
+                  {{"Inputs and outputs are matched by name and cell, else by name, else by cell; those of "
+                    "another name are"},
+                   {"told. The bars reach from the swing that was to the swing that is. Ranks move by "
+                    "places, as a share of"},
+                   {"the number of inputs. docs/exchange.md tells more."}}},
+                 exit_status()});
 }
 
 void define_check(Arguments& arguments) {
@@ -226,7 +354,9 @@ void add_sweep_engine(CommandLine& line, SweepCommand& c) {
           "--verify", kVerify,
           "What LibreOffice calculates, too, where it is installed (default: ends, the base and both ends "
           "of each input)",
-          [&c](const std::string& text) { c.verify = verify_of("--verify", text); })
+          one_of<sweep::Verify>(
+              "--verify", c.verify,
+              {{"ends", sweep::Verify::kEnds}, {"all", sweep::Verify::kAll}, {"none", sweep::Verify::kNone}}))
       ->group(group);
   line.parser()
       .add_flag("--libreoffice", c.libreoffice, "LibreOffice calculates all, whatever this program could")
@@ -295,8 +425,11 @@ void define_merge(Arguments& arguments) {
 void define_commands(Arguments& arguments) {
   define_sweep(arguments);
   define_merge(arguments);
+  define_import(arguments);
   define_report(arguments);
   define_show(arguments);
+  define_export(arguments);
+  define_diff(arguments);
   define_check(arguments);
 }
 

@@ -83,18 +83,21 @@ std::chrono::sys_seconds moment_of(const std::string& option, const std::string&
   return *moment;
 }
 
-sweep::Verify verify_of(const std::string& option, const std::string& text) {
-  if (text == "ends") return sweep::Verify::kEnds;
-  if (text == "all") return sweep::Verify::kAll;
-  if (text == "none") return sweep::Verify::kNone;
-  throw BadArguments(option + ": \"" + printable(text) + "\"; ends, all or none is expected");
+void refuse_choice(const std::string& option, const std::string& text, const std::string& list) {
+  throw BadArguments(option + ": \"" + printable(text) + "\"; " + list + " is expected");
 }
 
-reports::BarLabels labels_of(const std::string& option, const std::string& text) {
-  if (text == "inputs") return reports::BarLabels::kInputs;
-  if (text == "outputs") return reports::BarLabels::kOutputs;
-  if (text == "both") return reports::BarLabels::kBoth;
-  throw BadArguments(option + ": \"" + printable(text) + "\"; inputs, outputs or both is expected");
+void check_new_file(const std::filesystem::path& file, const std::string& ending, bool overwrite) {
+  const std::string text = file.string();
+  const std::size_t last = ending.rfind('.');
+  if (last != std::string::npos && !text.ends_with(ending.substr(last)))
+    throw BadArguments("-o: \"" + printable(text) + "\" does not end in " + ending);
+  if (std::filesystem::is_directory(file))
+    throw BadArguments("-o: \"" + printable(text) + "\" is a folder; name a file in it");
+  if (file.has_parent_path() && !std::filesystem::is_directory(file.parent_path()))
+    throw BadArguments("-o: there is no folder \"" + printable(file.parent_path().string()) + "\"");
+  if (std::filesystem::exists(file) && !overwrite)
+    throw BadArguments("-o: \"" + printable(text) + "\" is there already; --overwrite replaces it");
 }
 
 std::string with_line_breaks(std::string text) {

@@ -4,13 +4,17 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "host/excel.h"
-#include "reports/settings.h"
-#include "sweep/job.h"
 
 namespace ordvane::cli {
+
+// "`option`: "`text`"; `list` is expected"
+[[noreturn]] void refuse_choice(const std::string& option, const std::string& text, const std::string& list);
 
 // RRGGBB, with or without "#", into the spreadsheet's blue-green-red.
 host::Color color_of(const std::string& option, const std::string& text);
@@ -24,10 +28,21 @@ std::string language_of(const std::string& option, const std::string& text);
 std::string language_list();
 // "2026-11-22", or with a time "2026-11-22T14:30:00".
 std::chrono::sys_seconds moment_of(const std::string& option, const std::string& text);
-// ends, all or none.
-sweep::Verify verify_of(const std::string& option, const std::string& text);
-// inputs, outputs or both.
-reports::BarLabels labels_of(const std::string& option, const std::string& text);
+// What one of some names stands for.
+template <class Value>
+Value choice_of(const std::string& option, const std::string& text,
+                const std::vector<std::pair<const char*, Value>>& names) {
+  std::string list;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (text == names[i].first) return names[i].second;
+    list += (i == 0 ? "" : i + 1 < names.size() ? ", " : " or ") + std::string(names[i].first);
+  }
+  refuse_choice(option, text, list);
+}
+inline constexpr const char* kRunEnding = ".run.json";
+// What can be said of the file that -o names before it is written. `ending`: what its name ends in; "" for
+// whatever it does. Of those that end in .json, only this part has to be there.
+void check_new_file(const std::filesystem::path& file, const std::string& ending, bool overwrite);
 // "\n" as typed in a shell is a line break.
 std::string with_line_breaks(std::string text);
 

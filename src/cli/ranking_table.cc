@@ -1,4 +1,6 @@
 // The table of `ordvane show`: bars, the values at their ends, and words for what no bar can say.
+#include "cli/ranking_table.h"
+
 #include <algorithm>
 #include <iostream>
 #include <utility>
@@ -8,8 +10,8 @@
 #include "cli/bars.h"
 #include "cli/figures.h"
 #include "cli/output_choice.h"
-#include "cli/ranking.h"
 #include "cli/terminal.h"
+#include "exchange/ranking.h"
 
 namespace ordvane::cli {
 namespace {
@@ -17,10 +19,21 @@ namespace {
 using embedded::Effect;
 using embedded::GroupRanking;
 using embedded::OutputRanking;
+using exchange::input_of;
+using exchange::output_of;
 
 constexpr const char* kBetweenMembers = " \u00D7 ";  // as the reports write it
 constexpr const char* kAsciiBetweenMembers = " x ";
 constexpr std::size_t kMostGroups = 20;  // of an output; programs get them all
+
+// A text of every member of a group.
+template <class Text>
+std::string joined(const GroupRanking& group, const char* between, const Text& text_of) {
+  std::string text;
+  for (const GroupRanking::Member& member : group.members)
+    text += (&member == &group.members.front() ? "" : between) + text_of(member);
+  return text;
+}
 
 // A table of bars, and below it what the marks in it mean.
 class RankingTable {

@@ -8,6 +8,7 @@
 
 #include "cli/commands.h"
 #include "cli/found_inputs.h"
+#include "cli/option_values.h"
 #include "cli/report_clock.h"
 #include "cli/signals.h"
 #include "cli/terminal.h"
@@ -19,7 +20,6 @@
 namespace ordvane::cli {
 namespace {
 
-constexpr const char* kRunEnding = ".run.json";
 constexpr const char* kWhatIfEnding = ".whatif.json";
 
 // "model.xlsx" becomes "model.run.json" in the current folder.
@@ -51,16 +51,6 @@ sweep::Shard shard_of(const std::string& text) {
     throw BadArguments("--shard: \"" + printable(text) +
                        "\"; a part of a number of parts, such as 2/8, is expected");
   return {*part, *parts};
-}
-
-void check_name(const std::filesystem::path& file, const char* ending, bool overwrite) {
-  const std::string text = file.string();
-  if (!text.ends_with(".json"))
-    throw BadArguments("-o: \"" + printable(text) + "\" does not end in " + ending);
-  if (file.has_parent_path() && !std::filesystem::is_directory(file.parent_path()))
-    throw BadArguments("-o: there is no folder \"" + printable(file.parent_path().string()) + "\"");
-  if (std::filesystem::exists(file) && !overwrite)
-    throw BadArguments("-o: \"" + printable(text) + "\" is there already; --overwrite replaces it");
 }
 
 sweep::WhatIf what_if_of(const SweepCommand& command, Problems& problems) {
@@ -122,7 +112,7 @@ sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   const bool only_asks = job.what_if.outputs.empty() && !command.suggest;
   if (!command.workbook.empty() && !job.shard && !only_asks) {
     problems.gather(
-        [&] { check_name(job.run, command.suggest ? kWhatIfEnding : kRunEnding, command.overwrite); });
+        [&] { check_new_file(job.run, command.suggest ? kWhatIfEnding : kRunEnding, command.overwrite); });
     if (makes_reports(command)) check_report_target(report_of(command, job.run), "--report", problems);
   }
   job.verify = command.verify;
@@ -222,9 +212,9 @@ class Watched {
   // Finds what the definition lacks. False: that is all that was asked for.
   bool complete() {
     if (!command_.suggest && job_.what_if.outputs.empty())
-      throw BadArguments(proposed_outputs_text(sweep::propose_outputs(job_), command_));
+      throw BadArguments(proposed_outputs_text(sweep::propose_outputs(job_, book().model), command_));
     if (!job_.what_if.inputs.empty()) return true;
-    const sweep::Suggestion suggestion = sweep::suggest(job_);
+    const sweep::Suggestion suggestion = sweep::suggest(job_, book().model);
     progress_.clear();
     rate_ = {};
     if (!command_.quiet) std::cout << found_text(suggestion);
@@ -234,7 +224,7 @@ class Watched {
   }
 
   sweep::Outcome run() {
-    sweep::Outcome outcome = sweep::run_job(job_);
+    sweep::Outcome outcome = sweep::run_job(job_, book());
     progress_.clear();
     if (!command_.quiet) std::cout << summary(outcome);
     return outcome;
@@ -254,6 +244,10 @@ class Watched {
   }
 
  private:
+  sweep::OpenedWorkbook& book() {
+    if (!book_) book_.emplace(job_);
+    return *book_;
+  }
   void write_suggestion() const {
     xlsx::WholeFileOptions options;
     options.replace = command_.overwrite;
@@ -266,6 +260,7 @@ class Watched {
 
   const SweepCommand& command_;
   sweep::Job job_;
+  std::optional<sweep::OpenedWorkbook> book_;
   ProgressLine progress_;
   Rate rate_;
 };
@@ -294,7 +289,7 @@ int merge(const MergeCommand& command, Problems& problems) {
   if (const std::size_t at = name.rfind(".part-"); at != std::string::npos) name.resize(at);
   const std::filesystem::path run =
       command.run.empty() ? std::filesystem::path(name + kRunEnding) : command.run;
-  if (!command.first.empty()) problems.gather([&] { check_name(run, kRunEnding, command.overwrite); });
+  if (!command.first.empty()) problems.gather([&] { check_new_file(run, kRunEnding, command.overwrite); });
   problems.refuse_any();
   try {
     sweep::merge_parts(parts, run, command.overwrite);

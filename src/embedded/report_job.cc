@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "embedded/embedded_environment.h"
+#include "embedded/report_saving.h"
 #include "embedded/report_target.h"
 #include "embedded/selected_outputs.h"
 #include "environment/string_table.h"
@@ -11,7 +12,6 @@
 #include "service/ordvane_reports.h"
 #include "unicode/names.h"
 #include "xlsx/graft.h"
-#include "xlsx/save.h"
 
 namespace ordvane::embedded {
 namespace {
@@ -81,15 +81,6 @@ void show_saving(EmbeddedEnvironment& environment, const ReportOptions& options)
   environment.show_progress(texts->GetString(text_id::kProgressSaving.number), "", "");
 }
 
-xlsx::SaveOptions saving_options(const ReportOptions& options, EmbeddedEnvironment& environment) {
-  xlsx::SaveOptions saving;
-  saving.created = options.clock ? options.clock()
-                                 : std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  saving.east_asian_font = environment::language(options.language).font;
-  saving.cancelled = [&environment] { return environment.cancelled(); };
-  return saving;
-}
-
 void count(const office::SheetModel& sheet, WrittenReports& written) {
   ++written.sheets;
   written.charts += sheet.charts.size();
@@ -126,6 +117,15 @@ std::shared_ptr<const office::BookModel> make_to_save(
 }
 
 }  // namespace
+
+xlsx::SaveOptions saving_options(const ReportOptions& options, EmbeddedEnvironment& environment) {
+  xlsx::SaveOptions saving;
+  saving.created = options.clock ? options.clock()
+                                 : std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  saving.east_asian_font = environment::language(options.language).font;
+  saving.cancelled = [&environment] { return environment.cancelled(); };
+  return saving;
+}
 
 void check_apart(const runfile::Run& run, const std::filesystem::path& file) {
   if (const std::string role = runfile::role_in_run(run, file); !role.empty())

@@ -47,6 +47,7 @@ enum class LineStyle : std::int32_t { kContinuous = 1, kDash = -4115, kDot = -41
 enum class LineWeight : std::int32_t { kHairline = 1, kThin = 2, kMedium = -4138, kThick = 4 };
 
 enum class ChartKind : std::int32_t {
+  kBarClustered = 57,
   kBarStacked = 58,
   kXYScatter = -4169,
   kXYScatterLines = 74,

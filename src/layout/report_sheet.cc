@@ -8,6 +8,7 @@
 #include "layout/bar_chart.h"
 #include "layout/links.h"
 #include "layout/look.h"
+#include "layout/pair_chart.h"
 #include "layout/point_chart.h"
 #include "layout/report_table.h"
 #include "layout/text_estimate.h"
@@ -162,6 +163,10 @@ std::shared_ptr<PointChart> ReportSheet::AddPointChart(double width, double heig
 
 std::shared_ptr<BarChart> ReportSheet::AddBarChart(double width, double height) {
   return add_chart<BarChart>(width, height);
+}
+
+std::shared_ptr<PairChart> ReportSheet::AddPairChart(double width, double height) {
+  return add_chart<PairChart>(width, height);
 }
 
 void ReportSheet::RemoveChart(const std::shared_ptr<ReportChart>& chart) {

@@ -17,6 +17,7 @@
 namespace ordvane::layout {
 
 class BarChart;
+class PairChart;
 class PointChart;
 class ReportChart;
 class ReportTable;
@@ -47,6 +48,7 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   // Sizes in points.
   std::shared_ptr<PointChart> AddPointChart(double width, double height);
   std::shared_ptr<BarChart> AddBarChart(double width, double height);
+  std::shared_ptr<PairChart> AddPairChart(double width, double height);
   // Charts that are added from here on stand side by side, so many a row.
   void PlaceChartsSideBySide(std::int32_t charts);
   // Takes a chart away again and gives its room back.

@@ -1,16 +1,13 @@
-// The CSV file of a run, read in one pass through a fixed buffer: its text is never held whole, and every
-// value goes straight to its place in the run.
-#include <cerrno>
+// The CSV file of a run, read in one pass: its text is never held whole, and every value goes straight to its
+// place in the run.
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 #include <limits>
-#include <memory>
 #include <optional>
 #include <system_error>
 
 #include "runfile/recalculations.h"
+#include "runfile/row_source.h"
 #include "runfile/values.h"
 #include "text/edit.h"
 #include "text/utf8.h"
@@ -18,107 +15,10 @@
 namespace ordvane::runfile {
 namespace {
 
-constexpr std::size_t kBufferSize = std::size_t{1} << 20;
-constexpr std::size_t kLongestRow = std::size_t{1} << 26;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 // Runs up to this size are given their memory at once; a larger one first has to have a file of its size.
 constexpr std::int64_t kUnquestionedValues = std::int64_t{1} << 23;
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t";  // around a field
-
-// The rows of a file: lines, save that a quoted text may hold line breaks.
-class RowSource {
- public:
-  explicit RowSource(const std::filesystem::path& path)
-      : name_(path.string()), file_(nullptr, &std::fclose), buffer_(kBufferSize) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) {
-      if (!error && std::filesystem::exists(path)) fail("is not a file");
-      fail("cannot be read: " +
-           (error ? error : std::make_error_code(std::errc::no_such_file_or_directory)).message());
-    }
-    file_.reset(std::fopen(name_.c_str(), "rb"));
-    if (!file_) fail("cannot be read: " + std::generic_category().message(errno));
-    std::setvbuf(file_.get(), nullptr, _IONBF, 0);
-  }
-
-  const std::string& name() const { return name_; }
-  std::int64_t line() const { return line_; }  // the row's first line; 0 before the first row
-  std::int64_t last_line() const { return line_ + breaks_; }
-
-  // Without its line break. The row stays valid until the next call.
-  bool next(std::string_view& row) {
-    line_ += breaks_;
-    breaks_ = 0;
-    std::size_t from = 0;
-    std::size_t end = find_break(from);
-    if (end == begin_ && end == end_) return false;
-    ++line_;
-    for (bool inside = false; flip_at_quotes(inside, from, end); end = find_break(from)) {
-      if (end == end_) break;
-      ++breaks_;
-      from = end + 1 - begin_;
-    }
-    row = {buffer_.data() + begin_, end - begin_};
-    begin_ = end == end_ ? end : end + 1;
-    if (row.ends_with('\r')) row.remove_suffix(1);
-    return true;
-  }
-
-  [[noreturn]] void fail(const std::string& problem) const {
-    throw BadRun(name_, line_ > 0 ? std::to_string(line_) : "", problem);
-  }
-
- private:
-  // Position of the next line break at or after begin_ + from; end_ when the file has none.
-  std::size_t find_break(std::size_t from) {
-    for (;;) {
-      const char* start = buffer_.data() + begin_ + from;
-      const std::size_t size = end_ - begin_ - from;
-      if (const void* found = std::memchr(start, '\n', size))
-        return static_cast<std::size_t>(static_cast<const char*>(found) - buffer_.data());
-      from += size;
-      if (!refill()) return end_;
-    }
-  }
-
-  // Appends what the file has next. False at its end.
-  bool refill() {
-    if (begin_ > 0) {
-      std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
-      end_ -= begin_;
-      begin_ = 0;
-    }
-    if (end_ == buffer_.size()) {
-      if (end_ >= kLongestRow)
-        fail("this row is longer than any row of a run; is a quoted text never closed?");
-      buffer_.resize(2 * buffer_.size());
-    }
-    const std::size_t size = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_.get());
-    if (size == 0 && std::ferror(file_.get()))
-      fail("cannot be read: " + std::generic_category().message(errno));
-    end_ += size;
-    return size > 0;
-  }
-
-  // Follows the quotes from begin_ + from up to `end`; the result is whether a quoted text is open there.
-  bool flip_at_quotes(bool& inside, std::size_t from, std::size_t end) const {
-    const char* at = buffer_.data() + begin_ + from;
-    const char* const stop = buffer_.data() + end;
-    while ((at = static_cast<const char*>(std::memchr(at, '"', static_cast<std::size_t>(stop - at))))) {
-      inside = !inside;
-      ++at;
-    }
-    return inside;
-  }
-
-  std::string name_;
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
-  std::vector<char> buffer_;
-  std::size_t begin_ = 0, end_ = 0;  // the part of the buffer that is not handed out yet
-  std::int64_t line_ = 0;
-  std::int64_t breaks_ = 0;  // inside the row
-};
 
 // Fields of one row after another.
 class FieldReader {
@@ -165,12 +65,13 @@ class FieldReader {
     fail("is " + value_text(value) + "; " + as_at_this_step(wanted) + " is expected");
   }
 
-  double result() {
+  template <class Places>
+  void put_result(Places& places, std::size_t output) {
     std::string text;
-    if (const auto number = number_or_nothing(text)) return *number;
+    if (const auto number = number_or_nothing(text)) return places.set_result(output, *number);
     if (text::first_invalid_byte(text) != std::string_view::npos)
       fail("is " + text::quoted_text(text) + ", which is not UTF-8 text");
-    return encode_text_result(text::trimmed(text, kBlanks));
+    put_text_result(places, output, text::trimmed(text, kBlanks));
   }
 
   void expect_name(const std::string& expected) {
@@ -215,42 +116,24 @@ class FieldReader {
     return true;
   }
 
-  // Numbers as other programs may write them: quoted, with blanks around or a plus sign. Numbers too small to
-  // be told from zero are zero; too large ones are refused.
   std::optional<double> unusual_number(const std::string& text) const {
-    std::string_view digits = text::trimmed(text, kBlanks);
-    if (digits.starts_with('+') && !digits.starts_with("+-")) digits.remove_prefix(1);
     double number = 0;
-    const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error == std::errc::invalid_argument || stop != digits.data() + digits.size()) return std::nullopt;
-    if (error == std::errc::result_out_of_range) {
-      if (digits.find("e-") != std::string_view::npos || digits.find("E-") != std::string_view::npos)
-        return 0;
-      number = kNumberLimit;
-    } else if (!std::isfinite(number)) {
-      return std::nullopt;  // the words "inf" and "nan" are texts
+    switch (number_of_field(text, number)) {
+      case NumberKind::kNone:
+        return std::nullopt;
+      case NumberKind::kTooLarge:
+        fail("is " + text::quoted_text(text) + "; a number " + kNumberRange + " is expected");
+      case NumberKind::kNumber:
+        break;
     }
-    if (!(std::fabs(number) < kNumberLimit))
-      fail("is " + text::quoted_text(text) + "; a number " + kNumberRange + " is expected");
     return number;
   }
 
-  // The field's text, without the quotes around it.
   std::string take() {
-    if (at_ == end_ || *at_ != '"') {
-      const char* const start = at_;
-      while (!at_field_end(at_)) ++at_;
-      return {start, at_};
-    }
     std::string text;
-    for (++at_; at_ != end_; ++at_) {
-      if (*at_ == '"' && (++at_ == end_ || *at_ != '"')) {
-        if (!at_field_end(at_)) fail("has text behind the closing quote of " + text::quoted_text(text));
-        return text;
-      }
-      text += *at_;
-    }
-    fail("starts a quoted text that is never closed");
+    const FieldFault fault = take_field(at_, end_, ',', text);
+    if (fault != FieldFault::kNone) fail(fault_text(fault, text));
+    return text;
   }
 
   std::string column_name() const {
@@ -294,9 +177,6 @@ class FieldReader {
 void check_header(RowSource& source, FieldReader& fields, const RowColumns& columns, std::size_t outputs) {
   std::string_view row;
   if (!source.next(row)) source.fail("is empty; a line of column names is expected");
-  if (row.starts_with(kByteOrderMark)) row.remove_prefix(kByteOrderMark.size());
-  if (row.starts_with("\xFF\xFE") || row.starts_with("\xFE\xFF"))
-    source.fail("is UTF-16 text; UTF-8 is expected");
   fields.start(row);
   for (const std::string& name : columns.names) fields.expect_name(name);
   for (std::size_t output = 1; output <= outputs; ++output)
@@ -333,7 +213,7 @@ void read_row(FieldReader& fields, const RowColumns& columns, std::size_t output
     const double value = fields.value();
     if (const auto wanted = places.set_value(column, value)) fields.fail_value(value, *wanted);
   }
-  for (std::size_t output = 0; output < outputs; ++output) places.set_result(output, fields.result());
+  for (std::size_t output = 0; output < outputs; ++output) fields.put_result(places, output);
   fields.finish();
 }
 

@@ -572,7 +572,7 @@ Run read_description(const Json& tree, const std::string& name) {
   return run;
 }
 
-Run read_run(const std::filesystem::path& file) {
+Run read_run(const std::filesystem::path& file, bool keeps_texts) {
   const std::string name = file.string();
   const std::string text = read_text(file, kWhat);
   if (const std::string fault = other_file_fault(file, text); !fault.empty()) throw BadRun(name, "", fault);
@@ -581,6 +581,7 @@ Run read_run(const std::filesystem::path& file) {
   check_format(root);
   Run run;
   run.file = file;
+  run.keeps_texts = keeps_texts;
   read_object(root, run);
   return run;
 }

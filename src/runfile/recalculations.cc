@@ -17,12 +17,13 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr std::int64_t kMostValues = std::int64_t{1} << 40;
 constexpr std::int64_t kMostRecalculations = std::numeric_limits<std::int32_t>::max();
 
-double inline_result(const JsonValue& row, std::size_t column) {
+template <class Places>
+void put_inline_result(const JsonValue& row, std::size_t column, Places& places, std::size_t output) {
   const Json& field = row.data()[column];
-  if (field.is_null()) return kNaN;
-  if (field.is_string()) return encode_text_result(row.element(column).text());
+  if (field.is_null()) return places.set_result(output, kNaN);
+  if (field.is_string()) return put_text_result(places, output, row.element(column).text());
   if (!field.is_number()) row.element(column).fail_expecting("a number, a text or null");
-  return row.element(column).number();
+  places.set_result(output, row.element(column).number());
 }
 
 double inline_value(const JsonValue& row, std::size_t column) {
@@ -64,7 +65,7 @@ void read_inline_row(const JsonValue& row, const RowColumns& columns, std::size_
       row.element(column).fail_expecting(as_at_this_step(*wanted));
   }
   for (std::size_t output = 0; output < outputs; ++output)
-    places.set_result(output, inline_result(row, columns.leading() + output));
+    put_inline_result(row, columns.leading() + output, places, output);
 }
 
 template <class Places>

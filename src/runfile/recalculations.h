@@ -6,10 +6,12 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "runfile/json_tree.h"
 #include "runfile/run.h"
+#include "runfile/values.h"
 
 namespace ordvane::runfile {
 
@@ -43,12 +45,17 @@ class StepPlaces {
     run_.input_values[run_.input_value_index(simulation_, recalculation_)] = value;
     return std::nullopt;
   }
-  void set_result(std::size_t output, double value) {
-    run_.output_values[run_.output_value_index(simulation_, output, recalculation_)] = value;
+  void set_result(std::size_t output, double value) { run_.output_values[place_of(output)] = value; }
+  void set_text(std::size_t output, std::string_view text) {
+    if (run_.keeps_texts) run_.texts.emplace(place_of(output), text);
   }
   void next();
 
  private:
+  std::size_t place_of(std::size_t output) const {
+    return run_.output_value_index(simulation_, output, recalculation_);
+  }
+
   Run& run_;
   std::int32_t simulation_ = 0;
   std::size_t input_ = 0;
@@ -70,14 +77,17 @@ class GroupPlaces {
   }
   std::size_t values() const { return group().members.size(); }
   std::optional<double> set_value(std::size_t member, double value);
-  void set_result(std::size_t output, double value) {
-    run_.group_output_values[run_.group_output_index(simulation_, output, group().first + combination_)] =
-        value;
+  void set_result(std::size_t output, double value) { run_.group_output_values[place_of(output)] = value; }
+  void set_text(std::size_t output, std::string_view text) {
+    if (run_.keeps_texts) run_.group_texts.emplace(place_of(output), text);
   }
   void next();
 
  private:
   const Group& group() const { return run_.groups[group_]; }
+  std::size_t place_of(std::size_t output) const {
+    return run_.group_output_index(simulation_, output, group().first + combination_);
+  }
   void enter_group();
 
   Run& run_;
@@ -100,6 +110,14 @@ std::string as_at_this_step(double value);
 std::string value_text(double value);
 // What a text result stands for: a spreadsheet error, or any other text.
 double encode_text_result(std::string_view text);
+
+// Stores a result that is a text or an error.
+template <class Places>
+void put_text_result(Places& places, std::size_t output, std::string_view text) {
+  const double value = encode_text_result(text);
+  places.set_result(output, value);
+  if (value == encode_text()) places.set_text(output, text);
+}
 
 void read_inline_rows(const JsonValue& rows, Run& run);
 void read_inline_group_rows(const JsonValue& rows, Run& run);

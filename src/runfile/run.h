@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -90,6 +91,9 @@ struct Calculation {
   }
 };
 
+// Results that are texts and no numbers, by their places among the results.
+using TextsOfResults = std::map<std::size_t, std::string>;
+
 // Values are kept as the engine hands them out: numbers; NaN for an empty field; encoded errors
 // (runfile/values.h).
 struct Run {
@@ -116,6 +120,11 @@ struct Run {
 
   std::optional<Calculation> calculation;
 
+  // What the texts among the results say, for those who ask the reader for it: places in output_values and
+  // group_output_values.
+  bool keeps_texts = false;
+  TextsOfResults texts, group_texts;
+
   std::size_t input_value_index(std::int32_t simulation, std::int64_t recalculation) const {
     return static_cast<std::size_t>(simulation * recalculations + recalculation);
   }
@@ -139,6 +148,6 @@ struct Run {
 };
 
 // Reads and verifies a run file and its CSV. Throws BadRun.
-Run read_run(const std::filesystem::path& file);
+Run read_run(const std::filesystem::path& file, bool keeps_texts = false);
 
 }  // namespace ordvane::runfile

@@ -27,6 +27,9 @@ inline double encode_error(host::CellError error) {
 inline double encode_text() {
   return encode_error(host::CellError::kValue);
 }
+inline host::CellError decode_error(double value) {
+  return static_cast<host::CellError>(std::lround(value / kErrorUnit));
+}
 inline bool is_encoded_error(double value) {
   return std::isfinite(value) && value <= kErrorUnit * 1999;
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "sweep/compiled.h"
-#include "sweep/job.h"
 #include "sweep/plan.h"
 
 namespace ordvane::sweep {
@@ -20,13 +19,13 @@ Job job_of(const std::filesystem::path& workbook, std::chrono::sys_seconds now) 
 }  // namespace
 
 AskedModel::AskedModel(const std::filesystem::path& workbook, std::chrono::sys_seconds now)
-    : model_(open_model(job_of(workbook, now))) {}
+    : book_(job_of(workbook, now)) {}
 
 // A cell that the workbook does not have is added to it, which no recalculation outlives.
 calc::CellId AskedModel::cell_of(const std::string& text) {
   if (const auto known = cells_.find(text); known != cells_.end()) return known->second;
   recalculation_.reset();
-  return cells_[text] = find_cell(wanted_place("cell", text), model_);
+  return cells_[text] = find_cell(wanted_place("cell", text), book_.model);
 }
 
 std::size_t AskedModel::position_of(calc::CellId cell, std::vector<calc::CellId>& cells) {
@@ -66,10 +65,10 @@ std::vector<Result> AskedModel::values(std::span<const std::string> cells) {
 void AskedModel::recalculate() {
   const auto refuse_obstacles = [&] {
     if (!recalculation_->obstacles().empty())
-      throw NotCalculated(text_of(model_, recalculation_->obstacles().front()) + " is not calculated");
+      throw NotCalculated(text_of(book_.model, recalculation_->obstacles().front()) + " is not calculated");
   };
   if (!recalculation_) {
-    recalculation_ = std::make_unique<calc::Recalculation>(model_, changing_, asked_);
+    recalculation_ = std::make_unique<calc::Recalculation>(book_.model, changing_, asked_);
     results_.clear();
   }
   if (!results_.empty()) return;

@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "calc/model.h"
 #include "calc/recalculation.h"
 #include "sweep/calculator.h"
+#include "sweep/job.h"
 
 namespace ordvane::sweep {
 
@@ -44,7 +44,7 @@ class AskedModel {
   std::size_t position_of(calc::CellId cell, std::vector<calc::CellId>& cells);
   void recalculate();
 
-  calc::Model model_;
+  OpenedWorkbook book_;
   std::map<std::string, calc::CellId, std::less<>> cells_;  // by what was given
   std::vector<calc::CellId> changing_, asked_;              // since the model was opened
   std::map<calc::CellId, double> changes_;

@@ -37,7 +37,7 @@ struct Pipe {
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& command) {
+ChildProcess::ChildProcess(const std::vector<std::string>& command, const std::string& folder) {
   const Pipe in;
   const Pipe out;
   posix_spawn_file_actions_t actions;
@@ -55,7 +55,13 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
   std::vector<char*> words;
   for (const std::string& word : command) words.push_back(const_cast<char*>(word.c_str()));
   words.push_back(nullptr);
-  const int error = ::posix_spawnp(&process_, words[0], &actions, &attributes, words.data(), environ);
+  std::string temporary = "TMPDIR=" + folder;
+  std::vector<char*> variables{temporary.data()};
+  for (char** variable = environ; *variable != nullptr; ++variable)
+    if (!std::string_view(*variable).starts_with("TMPDIR=")) variables.push_back(*variable);
+  variables.push_back(nullptr);
+  const int error =
+      ::posix_spawnp(&process_, words[0], &actions, &attributes, words.data(), variables.data());
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   ::close(in.read);

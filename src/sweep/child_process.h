@@ -13,8 +13,9 @@ namespace ordvane::sweep {
 
 class ChildProcess {
  public:
-  // Throws host::Error when it cannot be started: errc::kFileNotFound where there is no such program.
-  explicit ChildProcess(const std::vector<std::string>& command);
+  // `folder`: the program's for temporary files. Throws host::Error when it cannot be started:
+  // errc::kFileNotFound where there is no such program.
+  ChildProcess(const std::vector<std::string>& command, const std::string& folder);
   // Ends it with everything that it started in its group.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;

@@ -7,7 +7,7 @@ namespace ordvane::sweep {
 namespace {
 
 // Grows with every change that may change a result.
-constexpr const char* kEngine = "Ordvane calculation 1";
+constexpr const char* kEngine = "Ordvane calculation 2";
 
 std::vector<calc::CellId> cells_of(const auto& planned) {
   std::vector<calc::CellId> cells;

@@ -36,23 +36,14 @@ std::chrono::sys_seconds clock_of(const Job& job) {
   return std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
 }
 
-std::string read_workbook(const Job& job) {
-  return runfile::read_text(job.workbook, "a workbook");
-}
-
-std::string package_of(const Job& job, const std::string& bytes) {
-  return is_package(job.workbook) ? bytes : converted_workbook(job.workbook, job.office);
-}
-
 // The work on one workbook.
 class Sweep {
  public:
-  explicit Sweep(const Job& job)
+  Sweep(const Job& job, OpenedWorkbook& book)
       : job_(job),
-        bytes_(read_workbook(job)),
-        clock_(clock_of(job)),
-        model_(package_of(job, bytes_), job.workbook.string(), frozen_at(clock_)),
-        plan_(make_plan(job.what_if, model_, job.workbook.filename().string())),
+        book_(book),
+        model_(book.model),
+        plan_(make_plan(job.what_if, book.model, job.workbook.filename().string())),
         shape_(shape_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())))) {
     choose_engine();
   }
@@ -85,9 +76,8 @@ class Sweep {
                          const Result& expected) const;
 
   const Job& job_;
-  std::string bytes_;
-  std::chrono::sys_seconds clock_;
-  calc::Model model_;
+  const OpenedWorkbook& book_;
+  const calc::Model& model_;
   Plan plan_;
   Shape shape_;
   bool in_office_ = false;
@@ -123,7 +113,7 @@ void Sweep::choose_engine() {
   const std::vector<Recalculation> nothing(1);
   base_ = calculator->evaluate(nothing).front();
   spare_ = std::move(calculator);
-  if (any_volatile(model_, cells)) calculation_.now = text::iso_moment(clock_);
+  if (any_volatile(model_, cells)) calculation_.now = text::iso_moment(book_.clock);
 }
 
 // --- how far the results can be trusted -------------------------------------------------------------------
@@ -239,7 +229,7 @@ Outcome Sweep::run() {
   PartHeader header;
   header.shard = shard;
   header.total = plan_.total();
-  header.workbook = hash_of(std::string_view(bytes_));
+  header.workbook = book_.hash;
   header.what_if = hash_of(plan_);
   header.engine = calculation_.engine;
   header.now = calculation_.now;
@@ -289,38 +279,62 @@ std::optional<std::int32_t> number_of(const char* variable) {
   return number;
 }
 
+// Tasks of an array that begins with 0 or 1 and leaves none out. Of others, which are parts submitted again,
+// nothing tells the parts that there were; of a single task neither.
+std::optional<Shard> shard_of_slurm(std::optional<std::int32_t> parts) {
+  const auto task = number_of("SLURM_ARRAY_TASK_ID");
+  if (!task) return std::nullopt;
+  const std::int32_t count = number_of("SLURM_ARRAY_TASK_COUNT").value_or(0);
+  const std::int32_t first = number_of("SLURM_ARRAY_TASK_MIN").value_or(-1);
+  const std::int32_t last = number_of("SLURM_ARRAY_TASK_MAX").value_or(-1);
+  const bool is_whole = (first == 0 || first == 1) && last - first + 1 == count && count > 1 &&
+                        parts.value_or(count) == count && *task >= first && *task <= last;
+  if (!is_whole)
+    throw runfile::BadRun("--shard", "",
+                          "the tasks " + std::to_string(first) + " to " + std::to_string(last) +
+                              " of this Slurm job (" + std::to_string(count) +
+                              ") do not tell its parts; an array from 0 or 1 on without gaps is expected, "
+                              "such as 1-" +
+                              std::to_string(parts.value_or(8)) +
+                              ", or the part itself, as in --shard \"$SLURM_ARRAY_TASK_ID/8\"");
+  return Shard{*task - first + 1, count};
+}
+
 }  // namespace
 
 int threads_of(const Job& job) {
   return job.threads > 0 ? job.threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
-calc::Model open_model(const Job& job) {
-  return {package_of(job, read_workbook(job)), job.workbook.string(), frozen_at(clock_of(job))};
-}
+OpenedWorkbook::OpenedWorkbook(const Job& job)
+    : OpenedWorkbook(job, runfile::read_text(job.workbook, "a workbook")) {}
+
+OpenedWorkbook::OpenedWorkbook(const Job& job, const std::string& bytes)
+    : hash(hash_of(std::string_view(bytes))),
+      clock(clock_of(job)),
+      model(is_package(job.workbook) ? bytes : converted_workbook(job.workbook, job.office),
+            job.workbook.string(), frozen_at(clock)) {}
 
 Outcome run_job(const Job& job) {
-  return Sweep(job).run();
+  OpenedWorkbook book(job);
+  return run_job(job, book);
+}
+
+Outcome run_job(const Job& job, OpenedWorkbook& book) {
+  return Sweep(job, book).run();
 }
 
 std::optional<Shard> shard_of_environment(std::optional<std::int32_t> parts) {
-  struct Source {
-    const char *place, *count, *first, *step;  // variables; null: none
-  };
-  constexpr Source kSources[] = {
-      {"SLURM_ARRAY_TASK_ID", "SLURM_ARRAY_TASK_COUNT", "SLURM_ARRAY_TASK_MIN", "SLURM_ARRAY_TASK_STEP"},
-      {"OMPI_COMM_WORLD_RANK", "OMPI_COMM_WORLD_SIZE", nullptr, nullptr},
-      {"JOB_COMPLETION_INDEX", nullptr, nullptr, nullptr}};
-  for (const Source& source : kSources) {
-    const auto place = number_of(source.place);
-    if (!place) continue;
-    std::int32_t count = parts.value_or(0);
-    if (!parts && source.count != nullptr) count = number_of(source.count).value_or(0);
-    const std::int32_t first = source.first != nullptr ? number_of(source.first).value_or(0) : 0;
-    const std::int32_t step = source.step != nullptr ? number_of(source.step).value_or(1) : 1;
-    if (step < 1) continue;
-    const Shard shard{(*place - first) / step + 1, count};
-    if (shard.part >= 1 && shard.part <= shard.parts) return shard;
+  if (const auto shard = shard_of_slurm(parts)) return shard;
+  constexpr std::pair<const char*, const char*> kSources[] = {
+      // variables; null: none
+      {"OMPI_COMM_WORLD_RANK", "OMPI_COMM_WORLD_SIZE"},
+      {"JOB_COMPLETION_INDEX", nullptr}};
+  for (const auto& [place, count] : kSources) {
+    const auto rank = number_of(place);
+    if (!rank) continue;
+    const std::int32_t of = !parts && count != nullptr ? number_of(count).value_or(0) : parts.value_or(0);
+    if (*rank >= 0 && *rank < of) return Shard{*rank + 1, of};
   }
   return std::nullopt;
 }

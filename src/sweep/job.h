@@ -43,18 +43,29 @@ struct Outcome {
   runfile::Calculation calculation;
 };
 
-// The job's workbook, its clock where that of the run stands. Throws as run_job() does.
-calc::Model open_model(const Job& job);
+// The job's workbook, read once for all that is done with it. Throws as run_job() does.
+struct OpenedWorkbook {
+  explicit OpenedWorkbook(const Job& job);
+
+  std::string hash;                // of the file
+  std::chrono::sys_seconds clock;  // where that of the run stands
+  calc::Model model;
+
+ private:
+  OpenedWorkbook(const Job& job, const std::string& bytes);
+};
 // At least 1.
 int threads_of(const Job& job);
 
 // Throws runfile::BadRun and xlsx::BadWorkbook for what is wrong with the definition or the workbook,
 // host::Error for the rest: errc::kUserCancelled where rows that are done are kept for the next time.
 Outcome run_job(const Job& job);
+Outcome run_job(const Job& job, OpenedWorkbook& book);
 
 // The part that an array job of Slurm, OpenMPI or an indexed job of Kubernetes gives this process, by its
 // environment. `parts`: how many, where that is known otherwise; Kubernetes does not say it. Nothing outside
-// of such jobs.
+// of such jobs. Throws runfile::BadRun for an array of Slurm that is not there as a whole, whose tasks do not
+// tell which parts they are.
 std::optional<Shard> shard_of_environment(std::optional<std::int32_t> parts);
 
 }  // namespace ordvane::sweep

@@ -128,7 +128,8 @@ void LibreOffice::start() {
   copy_workbook(workbook_, copy);
   if (!std::filesystem::exists(options_.python))
     fail("LibreOffice is not installed, or not its Python bridge (python3-uno)");
-  process_.emplace(std::vector<std::string>{options_.python, "-I", program, folder_->path()});
+  process_.emplace(std::vector<std::string>{options_.python, "-I", program, folder_->path()},
+                   folder_->path());
   Json first = setup_;
   first["workbook"] = copy;
   process_->tell(first.dump());
@@ -244,9 +245,11 @@ std::string converted_workbook(const std::filesystem::path& workbook, const Libr
   const std::string out = folder.path() + "/converted";
   std::optional<ChildProcess> process;
   try {
-    process.emplace(std::vector<std::string>{
-        "soffice", "-env:UserInstallation=file://" + folder.path() + "/profile", "--headless", "--norestore",
-        "--convert-to", "xlsx", "--outdir", out, copy.string()});
+    process.emplace(
+        std::vector<std::string>{"soffice", "-env:UserInstallation=file://" + folder.path() + "/profile",
+                                 "--headless", "--norestore", "--convert-to", "xlsx", "--outdir", out,
+                                 copy.string()},
+        folder.path());
   } catch (const host::Error& error) {
     if (error.code() != host::errc::kFileNotFound) throw;
     fail(workbook.string() + ": takes LibreOffice to be read, which is not installed");

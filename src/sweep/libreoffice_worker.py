@@ -25,7 +25,6 @@ import time
 FOLDER = pathlib.Path(sys.argv[1])
 FAILED = 2
 CHANGING = re.compile(r"""("(?:[^"]|"")*"|'(?:[^']|'')*')|(?<![\w.])(NOW|TODAY|RAND)\(\)""")
-os.environ["TMPDIR"] = str(FOLDER)  # what LibreOffice leaves there goes with the folder
 requests = queue.SimpleQueue()
 
 

@@ -17,7 +17,7 @@
 #include "host/error.h"
 #include "runfile/description.h"
 #include "runfile/json_file.h"
-#include "xlsx/whole_file.h"
+#include "sweep/run_files.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -353,12 +353,6 @@ void copy_bytes(const Part& part, std::int64_t begin, std::int64_t end, const xl
   }
 }
 
-std::string beside(const std::filesystem::path& run, const std::string& ending) {
-  std::string name = run.filename().string();
-  if (name.ends_with(".json")) name.resize(name.size() - 5);
-  return name + ending;
-}
-
 }  // namespace
 
 void merge_parts(const std::vector<std::filesystem::path>& files, const std::filesystem::path& run,
@@ -376,29 +370,19 @@ void merge_parts(const std::vector<std::filesystem::path>& files, const std::fil
   std::size_t members = 0;
   for (const runfile::Group& group : description.groups) members = std::max(members, group.members.size());
   for (Part& part : parts) find_rows(part, shape);
-  const std::string csv = beside(run, ".csv");
-  const std::string groups_csv = description.groups.empty() ? "" : beside(run, ".groups.csv");
-  xlsx::WholeFileOptions options;
-  options.replace = replace;
-  // The run file last: where it is, its rows are.
-  xlsx::write_whole_pieces(
-      run.parent_path() / csv,
-      [&](const xlsx::WritePiece& write) {
-        write(runfile::rows_header(outputs));
-        for (const Part& part : parts) copy_bytes(part, part.rows, part.groups, write);
-      },
-      options);
-  if (!groups_csv.empty())
-    xlsx::write_whole_pieces(
-        run.parent_path() / groups_csv,
-        [&](const xlsx::WritePiece& write) {
-          write(runfile::group_rows_header(members, outputs));
-          for (const Part& part : parts) copy_bytes(part, part.groups, part.end, write);
-        },
-        options);
   runfile::OrderedJson whole = header.run;
   if (!header.calculation.is_null()) whole["calculation"] = header.calculation;
-  xlsx::write_whole(run, runfile::run_text(std::move(whole), csv, groups_csv), options);
+  RunRows rows;
+  rows.singles = [&](const xlsx::WritePiece& write) {
+    write(runfile::rows_header(outputs));
+    for (const Part& part : parts) copy_bytes(part, part.rows, part.groups, write);
+  };
+  if (members > 0)
+    rows.groups = [&](const xlsx::WritePiece& write) {
+      write(runfile::group_rows_header(members, outputs));
+      for (const Part& part : parts) copy_bytes(part, part.groups, part.end, write);
+    };
+  write_run_files(run, std::move(whole), rows, replace);
 }
 
 }  // namespace ordvane::sweep

@@ -219,9 +219,8 @@ void add_item(std::string& text, const Wanted& item, const std::string& values) 
 
 }  // namespace
 
-Suggestion suggest(const Job& job) {
+Suggestion suggest(const Job& job, calc::Model& model) {
   if (job.phase) job.phase("inputs are looked for");
-  calc::Model model = open_model(job);
   Suggestion suggestion;
   suggestion.what_if = job.what_if;
   const Plan plan = outputs_of(model, job, suggestion);
@@ -229,8 +228,7 @@ Suggestion suggest(const Job& job) {
   return suggestion;
 }
 
-std::vector<Suggestion::Item> propose_outputs(const Job& job) {
-  const calc::Model model = open_model(job);
+std::vector<Suggestion::Item> propose_outputs(const Job& job, const calc::Model& model) {
   return items_of(Writer(model), proposed_cells(model, job));
 }
 

@@ -30,10 +30,10 @@ struct Suggestion {
 
 // Finds the outputs when the job names none, and the inputs when it names none. Throws what run_job() throws,
 // runfile::BadRun too where nothing is found.
-Suggestion suggest(const Job& job);
+Suggestion suggest(const Job& job, calc::Model& model);
 
 // The outputs alone, when the job names none: what the user may choose from.
-std::vector<Suggestion::Item> propose_outputs(const Job& job);
+std::vector<Suggestion::Item> propose_outputs(const Job& job, const calc::Model& model);
 
 // The file of a definition that suggest() made.
 std::string what_if_text(const WhatIf& what_if);

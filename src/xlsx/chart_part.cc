@@ -58,7 +58,11 @@ void axis_ids(Xml& xml, AxisGroup group) {
 }
 
 void bar_plot(Xml& xml, const office::BookModel& book, const ChartModel& chart, const PlotGroup& plot) {
-  xml.start("c:barChart").val("c:barDir", "bar").val("c:grouping", "stacked").val("c:varyColors", false);
+  const bool beside = chart.series[plot.series.front()]->kind == host::ChartKind::kBarClustered;
+  xml.start("c:barChart")
+      .val("c:barDir", "bar")
+      .val("c:grouping", beside ? "clustered" : "stacked")
+      .val("c:varyColors", false);
   for (const std::size_t i : plot.series) bar_series(xml, book, *chart.series[i], i);
   xml.val("c:gapWidth", std::clamp(chart.gap_width, 0, 500))
       .val("c:overlap", std::clamp(chart.overlap, -100, 100));

@@ -7,7 +7,7 @@
 namespace ordvane::xlsx {
 
 inline bool is_bar(host::ChartKind kind) {
-  return kind == host::ChartKind::kBarStacked;
+  return kind == host::ChartKind::kBarStacked || kind == host::ChartKind::kBarClustered;
 }
 
 // `position`: of the series in its chart, from 0.

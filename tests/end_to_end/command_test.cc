@@ -125,8 +125,9 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
     std::vector<std::string> arguments;
     const char* message;
   } kCases[] = {
-      {{}, "name a command: sweep, merge, report, show, check"},
-      {{"repot"}, "\"repot\" is no command; there are sweep, merge, report, show, check"},
+      {{}, "name a command: sweep, merge, import, report, show, export, diff, check"},
+      {{"repot"},
+       "\"repot\" is no command; there are sweep, merge, import, report, show, export, diff, check"},
       {{"report"}, "RUN is required"},
       {{"sweep", "m.run.json"}, "m.run.json: is a JSON file; the workbook with the model is expected first"},
       {{"sweep", "there.xlsx", "m.run.json"}, "m.run.json: is a recorded run, not a what-if definition"},
@@ -340,6 +341,43 @@ TEST_F(Command, ShowAnswersProgramsInFull) {
   EXPECT_EQ(margin[0]["failed"], 1);
   EXPECT_EQ(margin[1]["moves"], false);
   EXPECT_EQ(margin[1]["inputAtLow"], nullptr);
+}
+
+TEST_F(Command, ImportTakesStepsAndGridsAndNamesTheRowThatIsNeither) {
+  const struct {
+    const char *table, *base, *says;
+    int code;
+  } kCases[] = {
+      {"\xEF\xBB\xBF\"=A\";B;Y\r\n1,5;4;6\r\n2,5;4;10\r\n1,5;8;\"#N/A\"\r\n", "2",
+       "2 inputs with 4 steps, 1 output;", 0},
+      {"A\tB\tC\tY\n1\t1\t7\t1\n1\t2\t7\t2\n3\t1\t7\t3\n3\t2\t7\t4\n", "5",
+       "1 group of inputs varied together; the base case is row 5\nNever varied, and left out: C\n", 0},
+      {"A,B,Y\n1,1,1\n2,2,2\n3,1,3\n", "2",
+       "t.csv:3: varies \"A\" and \"B\" together, and is no part of a full grid of them: no row has A = 1, B "
+       "= 2;",
+       2},
+      {"A,B,Y\n1,1,1\n1,2,2\n1,2,3\n", "2", "t.csv:4: has the inputs of row 3 and other results", 2},
+      {"A,B,Y\n1,1,1\n1,\"2,5\",2\n", "2", "t.csv:3: column \"B\": is \"2,5\"; a number without separators",
+       2},
+      {"A;B;Y\n1,5;1;1\n2.5;1;2\n", "2",
+       "t.csv:3: column \"A\": is \"2.5\"; rows before have a decimal comma", 2},
+      {"A,B,Y\n1,low,1\n", "2", "t.csv:2: column \"B\": is \"low\"; the number that the input was set to", 2},
+      {"A,B,Y\n1,1\n", "2", "t.csv:2: 2 fields; 3 are expected", 2},
+      {"varied,A,B,Y\n,1,1,1\nA,2,3,2\n", "2",
+       "t.csv:3: column \"B\": is 3 and not at its base value 1 (row 2)", 2},
+      {"A,B,Y\n1,1,1\n2,1,2\n", "7", "t.csv: has no row 7 for --base; its rows are 2 to 3", 2}};
+  for (const auto& each : kCases) {
+    SCOPED_TRACE(each.table);
+    std::ofstream(folder_ / "t.csv", std::ios::binary) << each.table;
+    const Result result = run({"import", "t.csv", "--outputs", "Y", "--base", each.base, "--overwrite"});
+    EXPECT_EQ(result.code, each.code);
+    EXPECT_THAT(result.out + result.err, HasSubstr(each.says));
+    if (&each == kCases) {
+      EXPECT_THAT(run({"show", "t.run.json", "--csv"}).out, HasSubstr(",1,'=A,Inputs,A1,6,10,4,"));
+      EXPECT_THAT(run({"export", "t.run.json", "--raw-text", "--what", "table"}).out,
+                  "varied,=A,B,Y\n,1.5,4,6\n=A,1.5,4,6\n=A,2.5,4,10\nB,1.5,4,6\nB,1.5,8,#N/A\n");
+    }
+  }
 }
 
 // One input for each thing that can be said of its steps.

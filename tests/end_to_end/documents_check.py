@@ -40,6 +40,11 @@ def prepare(folder, command):
         shutil.copy(EXAMPLE / "solar-plant.xlsx", folder / (swept[1] + ".xlsx"))
         if swept[2]:
             shutil.copy(EXAMPLE / "solar-plant.whatif.json", folder / swept[2])
+    if imported := re.search(r"import (\S+)\.csv", command):
+        (folder / (imported[1] + ".csv")).write_text("Price,Volume,NPV,IRR\n10,4,3,1\n8,4,2,1\n10,8,9,2\n")
+        (folder / (imported[1] + ".run.json")).unlink(missing_ok=True)
+        (folder / (imported[1] + ".run.csv")).unlink(missing_ok=True)
+        (folder / (imported[1] + ".run.groups.csv")).unlink(missing_ok=True)
     into = re.search(r"--into (\S+)", command)
     if into and not (folder / into[1]).exists():
         shutil.copy(EXAMPLE / "solar-plant.xlsx", folder / into[1])
@@ -55,7 +60,7 @@ def run_commands(text, folder):
         if shutil.which("jq") is None:
             command = command.split("|")[0]
         prepare(folder, command)
-        started = re.sub(r"\bordvane (?=sweep|merge|report|show|check|help)", ORDVANE.replace("\\", r"\\") + " ", command)
+        started = re.sub(r"\bordvane (?=sweep|merge|import|report|show|export|diff|check|help)", ORDVANE.replace("\\", r"\\") + " ", command)
         ran = subprocess.run(["bash", "-c", "set -o pipefail; " + started], cwd=folder, capture_output=True, text=True)
         yield command, ran.returncode, ran.stderr.strip()
 

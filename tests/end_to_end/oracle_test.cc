@@ -102,6 +102,19 @@ TEST_P(Reports, ShowWhatTheRunSays) {
   }
 }
 
+// Of the example and of the models: the runs made for these tests have inputs without names.
+TEST(Exchange, SaysWhatTheRunsSay) {
+  bool any_model = false;
+  for (const fs::path& run : run_files()) {
+    if (run.parent_path() == kHere / "runs") continue;
+    any_model = any_model || run != kExample;
+    const CommandResult compared = python(kHere / "exchange_check.py", {ORDVANE_COMMAND, kSource, run});
+    EXPECT_EQ(compared.status, 0) << run << "\n" << compared.output;
+  }
+  if (!any_model)
+    GTEST_SKIP() << "only the example was compared: there are no recorded runs in " << kRecorded;
+}
+
 #ifndef ORDVANE_SANITIZED  // about nothing but the answers of other programs
 TEST_P(Reports, AreValid) {
   EXPECT_EXTERNAL(validate_xlsx(workbook()));

@@ -7,6 +7,7 @@
 
 #include "service/small_run.h"
 #include "support/forwarding_host.h"
+#include "support/this_build.h"
 
 namespace ordvane::service {
 namespace {
@@ -74,11 +75,7 @@ bool run_with_fault(Failing failing, FailNth& fault) {
 }
 
 // Under the sanitizers, which make it slow, every fifth call has its turn.
-#ifdef ORDVANE_SANITIZED
-constexpr int kStep = 5;
-#else
-constexpr int kStep = 1;
-#endif
+const int kStep = test::kSanitized ? 5 : 1;
 
 class FaultSweep : public testing::TestWithParam<std::tuple<Failing, bool>> {};
 

@@ -22,13 +22,11 @@
 #include <system_error>
 #include <vector>
 
+#include "support/this_build.h"
+
 namespace ordvane::test {
 
-#ifdef ORDVANE_SANITIZED
-inline constexpr bool kOthersAreAsked = false;
-#else
-inline constexpr bool kOthersAreAsked = true;
-#endif
+inline const bool kOthersAreAsked = !kSanitized;
 
 struct Verdict {
   enum class Kind { kPassed, kFailed, kSkipped } kind = Kind::kPassed;

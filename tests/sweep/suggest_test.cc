@@ -170,7 +170,8 @@ TEST(Suggestion, IsADefinitionThatSweepsAsItStands) {
   const test::TemporaryFolder folder;
   Job job = solar_job(folder);
   job.what_if.outputs.push_back(output_option("Results!B5"));
-  const Suggestion found = suggest(job);
+  OpenedWorkbook book(job);
+  const Suggestion found = suggest(job, book.model);
   EXPECT_THAT(found.inputs.front().name, testing::AnyOf("Feed-in price", "Specific yield"))
       << "they are multiplied";
   EXPECT_EQ(found.outputs.front().defined_name, "ProjectNPV");
@@ -181,9 +182,8 @@ TEST(Suggestion, IsADefinitionThatSweepsAsItStands) {
       AllOf(
           HasSubstr(R"({"name": "FeedInPrice", "label": "Feed-in price", "base": 74, "percent": [-10, 10]})"),
           HasSubstr(R"("label": "Availability", "base": 0.985, "low": 0.8865, "high": 1})")));
-  calc::Model model = open_model(job);
-  EXPECT_EQ(hash_of(make_plan(read_what_if(file), model, "w")),
-            hash_of(make_plan(found.what_if, model, "w")));
+  EXPECT_EQ(hash_of(make_plan(read_what_if(file), book.model, "w")),
+            hash_of(make_plan(found.what_if, book.model, "w")));
   job.what_if = read_what_if(file);
   const runfile::Run run = (run_job(job), runfile::read_run(job.run));
   ASSERT_EQ(run.inputs.size(), found.inputs.size());
@@ -204,7 +204,8 @@ TEST(Suggestion, SaysWhyItFindsNothing) {
   Job job = solar_job(folder);
   job.what_if.outputs.push_back(output_option("Finance!B5"));
   try {
-    suggest(job);
+    OpenedWorkbook book(job);
+    suggest(job, book.model);
     FAIL();
   } catch (const runfile::BadRun& bad) {
     EXPECT_STREQ(bad.what(), "--output: Finance!B5 has no formula, so that nothing can move it");

@@ -1,0 +1,56 @@
+// Tables of separated fields as files have them: rows, their fields, and the numbers in those.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ordvane::runfile {
+
+// The rows of a file, read in one pass through a buffer: lines, save that a quoted text may hold line breaks.
+// A byte order mark is left out; UTF-16 is refused.
+class RowSource {
+ public:
+  // Throws BadRun for a file that cannot be read, as all that follows does.
+  explicit RowSource(const std::filesystem::path& path);
+
+  const std::string& name() const { return name_; }
+  std::int64_t line() const { return line_; }  // the row's first line; 0 before the first row
+  std::int64_t last_line() const { return line_ + breaks_; }
+
+  // Without its line break. False at the end. The row stays valid until the next call.
+  bool next(std::string_view& row);
+
+  // "FILE:LINE: problem"
+  [[noreturn]] void fail(const std::string& problem) const;
+
+ private:
+  std::size_t find_break(std::size_t from);
+  bool refill();
+  bool flip_at_quotes(bool& inside, std::size_t from, std::size_t end) const;
+
+  std::string name_;
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
+  std::vector<char> buffer_;
+  std::size_t begin_ = 0, end_ = 0;  // the part of the buffer that is not handed out yet
+  std::int64_t line_ = 0;
+  std::int64_t breaks_ = 0;  // inside the row
+};
+
+enum class FieldFault { kNone, kTextBehindQuote, kNeverClosed };
+// The field that begins at `at`, without quotes around it; `at` moves to the separator behind it, or to the
+// end.
+FieldFault take_field(const char*& at, const char* end, char separator, std::string& text);
+// " has text behind the closing quote ...": what is wrong with it.
+std::string fault_text(FieldFault fault, const std::string& text);
+
+enum class NumberKind { kNone, kNumber, kTooLarge };
+// Numbers as programs write them: with blanks around or a plus sign. Numbers too small to be told from zero
+// are zero. The words "inf" and "nan" are texts.
+NumberKind number_of_field(std::string_view text, double& number);
+
+}  // namespace ordvane::runfile
