@@ -91,7 +91,7 @@ void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
   flag("--output-detail", c.output_detail, "Per output, every step of every input, by rank");
   flag("--detail-by-input", c.detail_by_input, "One sheet: every step of every input, outputs side by side");
   flag("--multi-way", c.multi_way,
-       "Inputs varied together: per output a tornado and grids, and a table of every result");
+       "Inputs varied together: a tornado and grids per output, and every result");
   flag("--all", c.all, "All of them; --multi-way where the run varied inputs together");
 }
 

@@ -528,7 +528,7 @@ TEST_F(Command, SweepFindsWhatItIsNotTold) {
 
   result = run({"sweep", "plant.xlsx", "--output", "ProjectNPV", "--verify", "none", "--report"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_THAT(result.out, AllOf(HasSubstr("plant-reports.xlsx: 4 sheets"), HasSubstr("\n   3 Investment ")));
+  EXPECT_THAT(result.out, AllOf(HasSubstr("plant-reports.xlsx: 5 sheets"), HasSubstr("\n   3 Investment ")));
   EXPECT_TRUE(there("plant.run.json") && there("plant.run.csv") && there("plant-reports.xlsx"));
   result = run({"sweep", "plant.xlsx", "plant.whatif.json", "--verify", "none", "--into", "plant.xlsx"});
   EXPECT_EQ(result.code, 2);
@@ -536,7 +536,7 @@ TEST_F(Command, SweepFindsWhatItIsNotTold) {
   result = run(
       {"sweep", "plant.xlsx", "--output", "LCOE", "--verify", "none", "--into", "plant.xlsx", "--overwrite"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_THAT(result.out, HasSubstr("plant.xlsx: added 4 sheets"));
+  EXPECT_THAT(result.out, HasSubstr("plant.xlsx: added 5 sheets"));
 }
 
 // Ctrl-C while the run file is read, which a pipe makes last until the signal has come.
