@@ -17,6 +17,7 @@
 #include "embedded/report_job.h"
 #include "exchange/rows.h"
 #include "ordvane/version.h"
+#include "page/graph_files.h"
 #include "sweep/job.h"
 
 namespace ordvane::cli {
@@ -32,8 +33,10 @@ struct ReportCommand {
   ReportCommand() { options.low_color = reports::kLowColor; }
 
   std::filesystem::path run;
-  std::filesystem::path workbook;  // a new one; empty: named after the run, in the current folder
-  std::filesystem::path into;      // one that is there; empty: none, the reports go into a new one
+  // A new one, or a page (.html); empty: a workbook named after the run, in the current folder.
+  std::filesystem::path workbook;
+  std::filesystem::path into;  // one that is there; empty: none, the reports go into a new one
+  page::GraphFolders graphs;   // that graphs go into as files; alone, no workbook is made
   std::vector<std::string> outputs;
   bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false,
        multi_way = false, matrix = false;

@@ -13,6 +13,7 @@ namespace ordvane::cli {
 namespace {
 
 const ValueKind kNewWorkbook{"FILE.xlsx", ValueKind::Offer::kFiles, {".xlsx"}};
+const ValueKind kNewReport{"FILE.xlsx|FILE.html", ValueKind::Offer::kFiles, {".xlsx", ".html"}};
 const ValueKind kWorkbook{"FILE", ValueKind::Offer::kFiles, {".xlsx", ".xlsm"}};
 const ValueKind kFolder{"FOLDER", ValueKind::Offer::kFolders};
 const ValueKind kLanguage{"CODE", ValueKind::Offer::kLanguages};
@@ -144,18 +145,31 @@ void add_look(CommandLine& line, ReportCommand& c) {
   add_language(line, c.options)->group(look);
 }
 
+void add_graph_folders(CommandLine& line, page::GraphFolders& folders) {
+  const auto folder = [&](const char* name, std::filesystem::path& value, const char* what) {
+    line.option(name, kFolder, what, path(value))
+        ->group("Graphs as files, one a graph; given alone, no workbook is made");
+  };
+  folder("--svg", folders.svg, "Into this folder, for papers and slides");
+  folder("--png", folders.png, "The same as PNG (needs Debian's librsvg2-bin)");
+  folder("--pdf", folders.pdf, "The same as PDF (needs Debian's librsvg2-bin)");
+}
+
 void define_report(Arguments& arguments) {
   const auto c = std::make_shared<ReportCommand>();
-  CommandLine line(arguments, "report", "Write the reports of a run into an Excel workbook", c->run);
+  CommandLine line(arguments, "report", "Write the reports of a run into an Excel workbook or a page",
+                   c->run);
   line.runs([c, &problems = arguments.problems()] { return report(*c, problems); });
-  line.option("-o", kNewWorkbook, "New workbook for the reports (default: NAME-reports.xlsx)",
+  line.option("-o", kNewReport,
+              "New workbook for the reports, or a page for browsers (default: NAME-reports.xlsx)",
               path(c->workbook));
   line.option("--into", kWorkbook, "Add the reports to this workbook instead; all else in it stays as it is",
               path(c->into));
   line.parser().add_flag("--overwrite", c->options.overwrite,
-                         "Replace a workbook that is there; with --into, sheets of earlier reports");
+                         "Replace files that are there; with --into, sheets of earlier reports");
   add_outputs(line, c->outputs);
   add_choice_of_reports(line, *c);
+  add_graph_folders(line, c->graphs);
   add_look(line, *c);
   line.option("--log", kFolder, "Keep a diagnostic log in this folder", path(c->log_folder));
   line.parser().add_flag("--quiet", c->quiet, "Print errors only");
@@ -164,6 +178,8 @@ void define_report(Arguments& arguments) {
         {{"ordvane report budget.run.json"},
          {"ordvane report budget.run.json -o board.xlsx --output Profit --output Costs!D12 --all"},
          {"ordvane report budget.run.json --into budget.xlsx --overwrite"},
+         {"ordvane report budget.run.json -o budget.html"},
+         {"ordvane report budget.run.json --svg figures --tornado --output Profit"},
          {"ordvane report budget.run.json --tornado --percent --max-inputs 10 --threshold 5%"},
          {"ordvane report budget.run.json --multi-way --output Profit"},
          {"ordvane report budget.run.json --tornado --bar-color 333399 --labels both"},

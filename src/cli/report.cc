@@ -1,10 +1,12 @@
-// ordvane report: a recorded run in, a report workbook out.
+// ordvane report: a recorded run in; a report workbook, a page or files of graphs out.
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <tuple>
+#include <utility>
 
 #include "cli/commands.h"
 #include "cli/output_choice.h"
@@ -12,6 +14,8 @@
 #include "cli/signals.h"
 #include "cli/terminal.h"
 #include "embedded/report_job.h"
+#include "page/graph_files.h"
+#include "page/page.h"
 #include "xlsx/existing_workbook.h"
 #include "xlsx/file_guard.h"
 #include "xlsx/whole_file.h"
@@ -20,22 +24,60 @@ namespace ordvane::cli {
 namespace {
 
 constexpr const char* kWorkbookExtension = ".xlsx";
+constexpr const char* kPageExtension = ".html";
 constexpr const char* kDefaultEnding = "-reports.xlsx";
+
+bool is_page(const std::filesystem::path& file) {
+  return file.extension() == kPageExtension;
+}
+
+// Folders of graphs alone ask for no workbook.
+bool makes_workbook_or_page(const ReportCommand& command) {
+  return !command.graphs.any() || !command.workbook.empty() || !command.into.empty();
+}
+
+bool makes_workbook(const ReportCommand& command) {
+  return makes_workbook_or_page(command) && !is_page(command.workbook);
+}
 
 void check_new_workbook(const std::filesystem::path& workbook, const std::string& option, bool overwrite) {
   const std::string text = workbook.string();
-  if (workbook.extension() != kWorkbookExtension)
-    throw BadArguments(option + ": \"" + text + "\" does not end in .xlsx, the only format there is");
+  if (workbook.extension() != kWorkbookExtension && !is_page(workbook))
+    throw BadArguments(option + ": \"" + text +
+                       "\" ends neither in .xlsx, for a workbook, nor in .html, for a page");
   if (std::filesystem::is_directory(workbook))
     throw BadArguments(option + ": \"" + text + "\" is a folder; name a file in it");
   if (workbook.has_parent_path() && !std::filesystem::is_directory(workbook.parent_path()))
     throw BadArguments(option + ": there is no folder \"" + workbook.parent_path().string() + "\"");
   if (std::filesystem::exists(workbook) && !overwrite)
-    throw BadArguments(option + ": \"" + text +
-                       "\" is there already; --overwrite replaces it, --into adds to it");
+    throw BadArguments(option + ": \"" + text + "\" is there already; --overwrite replaces it" +
+                       (is_page(workbook) ? "" : ", --into adds to it"));
   if (std::filesystem::exists(workbook))
     if (const std::string why = xlsx::why_not_replaced(xlsx::place_of(workbook)); !why.empty())
       throw BadArguments(option + ": " + text + ": " + why);
+}
+
+// What only workbooks have is not asked for where none is made.
+void check_without_workbook(const ReportCommand& command, Problems& problems) {
+  for (const auto& [given, option] :
+       {std::pair(command.output_detail, "--output-detail"),
+        std::pair(command.detail_by_input, "--detail-by-input"), std::pair(command.multi_way, "--multi-way"),
+        std::pair(!command.options.watermark.empty(), "--watermark"),
+        std::pair(!command.log_folder.empty(), "--log")})
+    if (given) problems.add(std::string(option) + ": is for workbooks; name one with -o FILE.xlsx");
+}
+
+void check_graphs(const ReportCommand& command, Problems& problems) {
+  const page::GraphFolders& folders = command.graphs;
+  const std::string missing = page::missing_for_pictures();
+  for (const auto& [folder, option, is_picture] :
+       {std::tuple(folders.svg, "--svg", false), std::tuple(folders.png, "--png", true),
+        std::tuple(folders.pdf, "--pdf", true)}) {
+    if (folder.empty()) continue;
+    if (std::filesystem::exists(folder) && !std::filesystem::is_directory(folder))
+      problems.add(std::string(option) + ": \"" + folder.string() + "\" is a file; name a folder");
+    if (is_picture && !missing.empty()) problems.add(std::string(option) + ": " + missing);
+  }
 }
 
 void check_log_folder(const std::filesystem::path& log_folder) {
@@ -102,7 +144,9 @@ Job prepared(const ReportCommand& command, Problems& problems) {
   Job job;
   job.run = read_run(command.run, problems);
   job.workbook = target_of(command);
-  check_report_target(command, "-o", problems);
+  if (makes_workbook_or_page(command)) check_report_target(command, "-o", problems);
+  if (!makes_workbook(command)) check_without_workbook(command, problems);
+  check_graphs(command, problems);
   problems.gather([&] { check_log_folder(command.log_folder); });
   problems.gather([&] { job.clock = report_clock(); });
   if (job.run) {
@@ -136,6 +180,33 @@ std::string summary(const embedded::WrittenReports& written, const ReportCommand
   return text + (command.options.overwrite ? "\n" : "; --overwrite replaces those of the same names\n");
 }
 
+// Says on standard output what there is now.
+void say(const ReportCommand& command, const std::string& what) {
+  if (!command.quiet) std::cout << what;
+}
+
+void write_workbook(const ReportCommand& command, const Job& job, const embedded::ReportOptions& options,
+                    ProgressLine& progress) {
+  const std::string other_names = other_names_of(job.workbook);
+  const auto write = command.into.empty() ? embedded::write_reports : embedded::add_reports;
+  const embedded::WrittenReports written = write(job.run, job.workbook, options);
+  progress.clear();
+  say(command, printable(job.workbook.string()) + other_names + ": " + summary(written, command));
+}
+
+void write_page(const ReportCommand& command, const Job& job, const embedded::ReportOptions& options) {
+  const std::string other_names = other_names_of(job.workbook);
+  const std::size_t outputs = page::write_page(job.run, job.workbook, options);
+  say(command, printable(job.workbook.string()) + other_names + ": " + counted(outputs, "output") + "\n");
+}
+
+void write_graphs(const ReportCommand& command, const Job& job, const embedded::ReportOptions& options) {
+  const page::GraphFolders& folders = command.graphs;
+  const std::size_t files = page::write_graphs(job.run, options, folders);
+  for (const auto& folder : {folders.svg, folders.png, folders.pdf})
+    if (!folder.empty()) say(command, printable(folder.string()) + ": " + counted(files, "graph") + "\n");
+}
+
 }  // namespace
 
 std::filesystem::path default_workbook(const std::filesystem::path& run) {
@@ -162,12 +233,9 @@ int report(const ReportCommand& command, Problems& problems) {
     options.clock = job.clock;
     options.progress = [&](const std::string& text) { progress.show(text); };
     options.cancelled = [] { return caught_signal() != 0; };
-    const std::string other_names = other_names_of(job.workbook);
-    const auto write = command.into.empty() ? embedded::write_reports : embedded::add_reports;
-    const embedded::WrittenReports written = write(job.run, job.workbook, options);
-    progress.clear();
-    if (!command.quiet)
-      std::cout << printable(job.workbook.string()) << other_names << ": " << summary(written, command);
+    if (makes_workbook(command)) write_workbook(command, job, options, progress);
+    if (is_page(command.workbook)) write_page(command, job, options);
+    if (command.graphs.any()) write_graphs(command, job, options);
     return kDone;
   } catch (const host::Error& error) {
     if (error.code() != host::errc::kUserCancelled) throw;

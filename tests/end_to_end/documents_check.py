@@ -48,6 +48,8 @@ def prepare(folder, command):
     into = re.search(r"--into (\S+)", command)
     if into and not (folder / into[1]).exists():
         shutil.copy(EXAMPLE / "solar-plant.xlsx", folder / into[1])
+    for graphs in re.findall(r"--(?:svg|png|pdf) (\S+)", command):
+        shutil.rmtree(folder / graphs, ignore_errors=True)
     if "--overwrite" not in command:
         written = re.search(r"-o (\S+)", command)
         for old in [folder / written[1]] if written else folder.glob("*-reports.xlsx"):

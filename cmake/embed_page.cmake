@@ -1,0 +1,30 @@
+# Turns script and styles of pages into one source file that holds their texts, and the script's hash as content security
+# policies have it.
+set(body "#include \"page/resources.h\"\n\nnamespace ordvane::page {\n\n")
+foreach(pair kPageScript=page.js kPageStyle=page.css kGraphStyle=graph.css)
+  string(REPLACE "=" ";" pair ${pair})
+  list(GET pair 0 name)
+  list(GET pair 1 file)
+  file(READ ${FOLDER}/${file} text)
+  # Every page holds them: without what sets lines off, and without the comment in front.
+  string(REGEX REPLACE "^(//[^\n]*\n)+" "" text "${text}")
+  string(REGEX REPLACE "\n +" "\n" text "${text}")
+  string(SHA256 digits_of_${file} "${text}")
+  string(APPEND body "const char* const ${name} = R\"ordvane(${text})ordvane\";\n\n")
+endforeach()
+
+# 64 digits are ten groups of six, which are four letters each, and four digits, which are three letters and a filler.
+set(letters ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/)
+set(digits ${digits_of_page.js}00)
+set(hash "")
+foreach(at RANGE 0 60 6)
+  string(SUBSTRING ${digits} ${at} 6 group)
+  foreach(shift 18 12 6 0)
+    math(EXPR place "(0x${group} >> ${shift}) & 63")
+    string(SUBSTRING ${letters} ${place} 1 letter)
+    string(APPEND hash ${letter})
+  endforeach()
+endforeach()
+string(REGEX REPLACE "A$" "=" hash ${hash})
+string(APPEND body "const char* const kPageScriptHash = \"${hash}\";\n\n}  // namespace ordvane::page\n")
+file(WRITE ${OUTPUT} "${body}")

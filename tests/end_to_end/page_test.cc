@@ -1,0 +1,58 @@
+// Pages in headless Chromium, and graphs as files.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "support/external_checks.h"
+
+namespace ordvane::test {
+namespace {
+
+const std::string kExample = ORDVANE_SOURCE_DIR "/examples/solar-plant/solar-plant.run.json";
+
+CommandResult report(const std::string& options) {
+  return run_command(std::string(ORDVANE_COMMAND) + " report " + shell_quoted(kExample) + " " + options);
+}
+
+class PageFor : public testing::TestWithParam<const char*> {};
+
+TEST_P(PageFor, IsWhatItsReadersNeed) {
+  if (!kOthersAreAsked) return;
+  constexpr int kNotThere = 77;
+  const CommandResult page =
+      run_command("/usr/bin/python3 " ORDVANE_SOURCE_DIR "/tests/end_to_end/page_check.py " +
+                  shell_quoted(ORDVANE_COMMAND) + " " + shell_quoted(kExample) + " " + GetParam());
+  if (page.status == kNotThere) GTEST_SKIP() << page.output;
+  EXPECT_EQ(page.status, 0) << page.output;
+}
+
+INSTANTIATE_TEST_SUITE_P(Pages, PageFor, testing::Values("behaviour", "accessibility"),
+                         [](const auto& test) { return test.param; });
+
+TEST(GraphFiles, AreOneAGraph) {
+  const TemporaryFolder folder;
+  const std::string into = shell_quoted((folder / "graphs").string());
+  const CommandResult first = report("--output B5 --output B8 --svg " + into);
+  EXPECT_EQ(first.status, 0) << first.output;
+  std::size_t files = 0;
+  for (const auto& file : std::filesystem::directory_iterator(folder / "graphs")) {
+    ++files;
+    EXPECT_EQ(run_command("xmllint --noout " + shell_quoted(file.path().string())).output, "");
+  }
+  EXPECT_EQ(files, 5U) << "a date has no spider";
+  const CommandResult again = report("--output B5 --svg " + into);
+  EXPECT_EQ(again.status, 1) << again.output;
+  EXPECT_EQ(report("--output B5 --tornado --overwrite --svg " + into).status, 0);
+  EXPECT_FALSE(std::filesystem::exists("solar-plant-reports.xlsx")) << "no workbook was asked for";
+  if (run_command("command -v rsvg-convert").status != 0) GTEST_SKIP() << "rsvg-convert is not installed";
+  EXPECT_EQ(report("--output B5 --tornado --png " + into + " --pdf " + into).status, 0);
+  std::string beginning(4, ' ');
+  std::ifstream(folder / "graphs/Net-present-value-tornado.pdf").read(beginning.data(), 4);
+  EXPECT_EQ(beginning, "%PDF");
+}
+
+}  // namespace
+}  // namespace ordvane::test
