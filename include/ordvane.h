@@ -230,13 +230,16 @@ ORDVANE_API int32_t ordvane_ranking_group_member(const ordvane_ranking* ranking,
 /** What reports are made and what they show. */
 typedef struct ordvane_options ordvane_options;
 
-/** Tornado, spider and sensitivity graphs of every output, and a summary. Null when there is no memory. */
+/** Which input moves what, tornado, spider and sensitivity graphs of every output, and a summary. Null when
+ * there is no memory. */
 ORDVANE_API ordvane_options* ordvane_options_new(void);
 /** Frees them. */
 ORDVANE_API void ordvane_options_free(ordvane_options* options);
 
 /** Reports on this output, and on others that are added so; without any, on all. */
 ORDVANE_API int32_t ordvane_options_add_output(ordvane_options* options, size_t output);
+/** One sheet with inputs against outputs: at first on. */
+ORDVANE_API int32_t ordvane_options_set_matrix(ordvane_options* options, int32_t on);
 /** One bar per input, the strongest on top: at first on. */
 ORDVANE_API int32_t ordvane_options_set_tornado(ordvane_options* options, int32_t on);
 /** One line per input: at first on. */

@@ -38,6 +38,7 @@ enum class BarLabels : std::uint8_t {
 struct ReportOptions {
   std::vector<std::size_t> outputs;  ///< positions in Run::outputs of those to report on; none: all of them
 
+  bool matrix = true;            ///< one sheet: which input moves what, inputs against outputs
   bool tornado = true;           ///< one bar per input, the strongest on top
   bool spider = true;            ///< one line per input: its change against the output's
   bool sensitivity = true;       ///< one chart per input

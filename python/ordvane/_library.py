@@ -147,6 +147,7 @@ _FUNCTIONS = {
     "pack_reports": (c_int32, [c_void_p, c_void_p, _OBJECT, _ERROR]),
 }
 FLAGS = (
+    "matrix",
     "tornado",
     "spider",
     "sensitivity",

@@ -118,6 +118,7 @@ class ReportOptions:
     """What reports are made and what they show."""
 
     outputs: Sequence[OutputName] = ()  # none: all
+    matrix: bool = True  # inputs against outputs
     tornado: bool = True
     spider: bool = True
     sensitivity: bool = True

@@ -19,7 +19,10 @@ inline constexpr std::wstring_view kApplication = L"Application", kWorkbooks = L
                                    kBorders = L"Borders", kBorder = L"Border", kComment = L"Comment",
                                    kPageSetup = L"PageSetup", kWindows = L"Windows", kWindow = L"Window",
                                    kRowBreaks = L"HPageBreaks", kColumnBreaks = L"VPageBreaks",
-                                   kWorksheetFunction = L"WorksheetFunction",
+                                   kFormatConditions = L"FormatConditions", kColorScale = L"ColorScale",
+                                   kColorScaleCriteria = L"ColorScaleCriteria",
+                                   kColorScaleCriterion = L"ColorScaleCriterion",
+                                   kFormatColor = L"FormatColor", kWorksheetFunction = L"WorksheetFunction",
                                    kDocumentProperties = L"DocumentProperties",
                                    kDocumentProperty = L"DocumentProperty";
 inline constexpr std::wstring_view kChartObjects = L"ChartObjects", kChartObject = L"ChartObject",

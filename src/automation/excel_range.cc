@@ -92,6 +92,12 @@ class ExcelRange final : public host::Range, public ExcelObject {
     it_.put(L"HorizontalAlignment", horizontal);
     it_.put(L"VerticalAlignment", vertical);
   }
+  void add_color_scale(const std::vector<host::ColorStop>& stops) override;
+  // Without arguments the call takes away a filter that is there.
+  void set_auto_filter() override {
+    it_.object(L"Worksheet", kinds::kWorksheet).put(L"AutoFilterMode", false);
+    it_.call(L"AutoFilter");
+  }
   void set_indent(std::int32_t level) override { it_.put(L"IndentLevel", level); }
   void set_wrap_text(bool wrap) override { it_.put(L"WrapText", wrap); }
   bool locked() override { return of_first_cell(L"Locked").truth(); }
@@ -218,6 +224,22 @@ void ExcelRange::put(const host::CellBlock& block) {
     for (std::int32_t column = 1; column <= block.columns(); ++column)
       if (is_large(row, column))
         item(row, column).put(L"Value2", cell_variant(block.value(row, column), mark(row, column)));
+}
+
+void ExcelRange::add_color_scale(const std::vector<host::ColorStop>& stops) {
+  constexpr std::int32_t kXlConditionValueNumber = 0;
+  if (!host::is_color_scale(stops))
+    throw host::Error(host::errc::kHostRefused, "A colour scale has two or three stops, their values rising");
+  const LateBound conditions = it_.object(L"FormatConditions", kinds::kFormatConditions);
+  const LateBound scale(conditions.call(L"AddColorScale", {static_cast<std::int32_t>(stops.size())}).object(),
+                        kinds::kColorScale, it_.names());
+  const LateBound criteria = scale.object(L"ColorScaleCriteria", kinds::kColorScaleCriteria);
+  for (std::int32_t position = 1; const host::ColorStop& stop : stops) {
+    const LateBound criterion = criteria.object(L"Item", kinds::kColorScaleCriterion, {position++});
+    criterion.put(L"Type", kXlConditionValueNumber);
+    criterion.put(L"Value", stop.value);
+    criterion.object(L"FormatColor", kinds::kFormatColor).put(L"Color", stop.color);
+  }
 }
 
 // Rows of one format are set together: Excel has no array of formats, but ranges of many areas.

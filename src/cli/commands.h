@@ -39,7 +39,7 @@ struct ReportCommand {
   page::GraphFolders graphs;   // that graphs go into as files; alone, no workbook is made
   std::vector<std::string> outputs;
   bool tornado = false, spider = false, sensitivity = false, output_detail = false, detail_by_input = false,
-       multi_way = false;
+       multi_way = false, matrix = false;
   bool all = false;
   embedded::ReportOptions options;  // but for the outputs and the reports chosen, which wait for the run
   std::filesystem::path log_folder;

@@ -98,15 +98,16 @@ void add_choice_of_reports(CommandLine& line, ReportCommand& c) {
   const auto flag = [&](const char* name, bool& value, const char* what) {
     line.parser()
         .add_flag(name, value, what)
-        ->group("Reports (default: tornado, spider and sensitivity; always a summary)");
+        ->group("Reports (default: matrix, tornado, spider and sensitivity; always a summary)");
   };
+  flag("--matrix", c.matrix, "One sheet: which input moves what, inputs against outputs");
   flag("--tornado", c.tornado, "One bar per input, the strongest on top");
   flag("--spider", c.spider, "One line per input: its change against the output's");
   flag("--sensitivity", c.sensitivity, "One chart per input");
   flag("--output-detail", c.output_detail, "Per output, every step of every input, by rank");
   flag("--detail-by-input", c.detail_by_input, "One sheet: every step of every input, outputs side by side");
   flag("--multi-way", c.multi_way,
-       "Inputs varied together: per output a tornado, and a table of every result");
+       "Inputs varied together: a tornado and grids per output, and every result");
   flag("--all", c.all, "All of them; --multi-way where the run varied inputs together");
 }
 

@@ -111,7 +111,8 @@ std::string folder_text(const std::filesystem::path& folder) {
 embedded::ReportOptions options_of(const ReportCommand& command, const runfile::Run& run) {
   embedded::ReportOptions options = command.options;
   const bool chosen = command.all || command.tornado || command.spider || command.sensitivity ||
-                      command.output_detail || command.detail_by_input || command.multi_way;
+                      command.output_detail || command.detail_by_input || command.multi_way || command.matrix;
+  options.matrix = !chosen || command.all || command.matrix;
   options.tornado = !chosen || command.all || command.tornado;
   options.spider = !chosen || command.all || command.spider;
   options.sensitivity = !chosen || command.all || command.sensitivity;

@@ -105,6 +105,19 @@ struct FontFormat {
   std::optional<Color> color = {};
 };
 
+// A number and the colour of cells that hold it.
+struct ColorStop {
+  double value;
+  Color color;
+  bool operator==(const ColorStop&) const = default;
+};
+// Two or three stops, their values rising.
+inline bool is_color_scale(const std::vector<ColorStop>& stops) {
+  for (std::size_t next = 1; next < stops.size(); ++next)
+    if (!(stops[next - 1].value < stops[next].value)) return false;
+  return stops.size() == 2 || stops.size() == 3;
+}
+
 class Application;
 class Workbook;
 class Worksheet;
@@ -161,6 +174,13 @@ class Range {
   virtual void set_font(const FontFormat& font) = 0;
   virtual void set_interior(const InteriorFormat& interior) = 0;
   virtual void set_border(Edge edge, const BorderFormat& border) = 0;
+  // Fills cells that hold numbers with the colour of a scale, as long as they hold them; other fills lie
+  // below. Numbers between two stops have a mixture of their colours,
+  // those beyond the last ones theirs. Throws for what is no color scale.
+  virtual void add_color_scale(const std::vector<ColorStop>& stops) = 0;
+  // The first row gets buttons that filter the rows below it. A sheet has one such range: a later one takes
+  // its place.
+  virtual void set_auto_filter() = 0;
   virtual void set_alignment(HAlign horizontal, VAlign vertical) = 0;
   virtual void set_indent(std::int32_t level) = 0;  // 0 to 15
   virtual void set_wrap_text(bool wrap) = 0;

@@ -283,6 +283,10 @@ void ReportTable::Settle() {
   settled_ = true;
 }
 
+void ReportTable::FilterRows() {
+  cells(body_row() - 1, 1, rows_on_sheet() + 1, sheet_columns())->set_auto_filter();
+}
+
 void ReportTable::SetIdentityColumns(std::int32_t all, std::int32_t least) {
   identity_columns_ = all;
   least_identity_columns_ = least;
@@ -369,11 +373,12 @@ double ReportTable::settle_column(std::int32_t column) {
   const auto body = cells(row_header ? header_row() : body_row(), column,
                           last_row() - (row_header ? header_row() : body_row()) + 1);
   const double present = body->column_width();
-  double width = present;
+  double width = present, fitted = present;
   if (const auto unfitted = widths_to_fit_.find(column); unfitted != widths_to_fit_.end()) {
     if (present == unfitted->second) {
       body->auto_fit_columns();
-      width = body->column_width() + kBreathing;
+      fitted = body->column_width();
+      width = fitted + kBreathing;
     }
     unfitted->second = -1;
   }
@@ -383,7 +388,7 @@ double ReportTable::settle_column(std::int32_t column) {
     width = std::max(width, std::min(column_characters(names->second + kCaptionMargin), kWidestNames));
   double& settled = sheet_.settled_widths_[column];
   settled = std::min(std::max(settled, width), look::kWidestColumn);
-  if (settled != present) body->set_column_width(settled);
+  if (settled != fitted) body->set_column_width(settled);
   return settled;
 }
 

@@ -59,6 +59,8 @@ class ReportTable {
   // pages, where the sheet is wide: `all` as long as they leave room for others, else the first `least`. One,
   // until it is told.
   void SetIdentityColumns(std::int32_t all, std::int32_t least);
+  // Puts buttons on the captions of all columns that filter and sort the rows. One table of a sheet has them.
+  void FilterRows();
   // Names wider than their column may get go on below, in rows that are as high as it takes; without this
   // they are seen as far as the column reaches. In these body rows; without any, in all.
   void WrapNames(std::vector<std::int32_t> rows = {});

@@ -366,6 +366,10 @@ std::int32_t ordvane_options_add_output(ordvane_options* options, std::size_t ou
   return set_option(options, [&](auto& o) { o.outputs.push_back(output); });
 }
 
+std::int32_t ordvane_options_set_matrix(ordvane_options* options, std::int32_t on) {
+  return set_option(options, [&](auto& o) { o.matrix = on != 0; });
+}
+
 std::int32_t ordvane_options_set_tornado(ordvane_options* options, std::int32_t on) {
   return set_option(options, [&](auto& o) { o.tornado = on != 0; });
 }

@@ -72,6 +72,7 @@ void check_date(std::chrono::sys_seconds moment) {
 embedded::ReportOptions converted(const ReportOptions& options, const runfile::Run& run) {
   embedded::ReportOptions to;
   to.outputs = library::positions_of(options.outputs, run);
+  to.matrix = options.matrix;
   to.tornado = options.tornado;
   to.spider = options.spider;
   to.sensitivity = options.sensitivity;

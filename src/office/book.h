@@ -241,11 +241,18 @@ struct ColumnProps {
   bool hidden = false;
 };
 
+struct ColorScale {
+  Area area;
+  std::vector<host::ColorStop> stops;
+};
+
 struct SheetModel {
   std::string name;
   std::vector<RowBand> bands;               // ordered by first row, then first column; not overlapping
   std::map<CellRef, std::string> formulas;  // English, with "="; the cell holds the value last computed
   std::vector<Area> merges;
+  std::vector<ColorScale> color_scales;
+  std::optional<Area> filter;  // its first row has the buttons
   std::map<std::int32_t, ColumnProps> columns;
   std::map<std::int32_t, double> row_heights;  // points, only rows that were set or fitted
   std::map<CellRef, std::string> comments;

@@ -86,6 +86,8 @@ class RangeHandle final : public host::Range {
   void set_font(const host::FontFormat& font) override;
   void set_interior(const host::InteriorFormat& interior) override;
   void set_border(host::Edge edge, const host::BorderFormat& border) override;
+  void add_color_scale(const std::vector<host::ColorStop>& stops) override;
+  void set_auto_filter() override;
   void set_alignment(host::HAlign horizontal, host::VAlign vertical) override;
   void set_indent(std::int32_t level) override;
   void set_wrap_text(bool wrap) override;

@@ -149,6 +149,15 @@ void RangeHandle::set_border(host::Edge edge, const host::BorderFormat& border) 
   sheet().set_border(area_, edge, border);
 }
 
+void RangeHandle::add_color_scale(const std::vector<host::ColorStop>& stops) {
+  if (!host::is_color_scale(stops)) refuse("A colour scale has two or three stops, their values rising");
+  sheet().model->color_scales.push_back({area_, stops});
+}
+
+void RangeHandle::set_auto_filter() {
+  sheet().model->filter = area_;
+}
+
 void RangeHandle::set_alignment(host::HAlign horizontal, host::VAlign vertical) {
   sheet().restyle(area_, [&](CellStyle& style) {
     style.horizontal = horizontal;

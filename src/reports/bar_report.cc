@@ -129,6 +129,7 @@ std::shared_ptr<layout::ReportTable> BarReport::write_table(layout::ReportSheet&
   for (std::int32_t row = 1; row <= bars_; ++row)
     if (const std::string note = StepNote(session_, facts_(row), varied_); !note.empty())
       table->AddTableNote(row, columns_.name, session_.text(text_id::kNoteTitle), note);
+  table->FilterRows();
   finish(sheet, *table, notes_.write(session_, *table));
   return table;
 }

@@ -100,6 +100,7 @@ void DetailByInput::make() {
   application.set_cursor(host::Cursor::kWait);
   fill_body();
   gaps_.write(session_, *table_, rows_);
+  table_->FilterRows();
   application.set_cursor(cursor);
 
   const auto body = table_->BodyRange();

@@ -408,6 +408,7 @@ void MultiWayDetail::fill_combinations() {
   }
   body.flush();
   filling.gaps.write(session_, *combinations_table_, rows_);
+  combinations_table_->FilterRows();
   note_left_out_rows(groups);
   note_groups(groups);
   format_groups(groups);

@@ -125,6 +125,7 @@ void MakeOutputDetailReport(const Context& context, std::int32_t on) {
     table->PutBody(1, body);
     table->FormatRows(c.input_value(), input_formats);
     gaps.write(session, *table, rows);
+    table->FilterRows();
   }
   application.set_cursor(cursor);
 

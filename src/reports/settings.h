@@ -31,6 +31,9 @@ struct Settings {
   bool output_detail = false;
   bool detail_by_input = false;
   bool multi_way = false;
+  std::optional<bool> matrix = {};  // inputs against outputs; none: where there are tornado graphs
+
+  bool wants_matrix() const { return matrix.value_or(tornado); }
 
   bool percent = false;           // graphs show changes in percent of the base value
   std::int32_t max_inputs = 20;   // most inputs, or groups of them, on a graph: 1 to 32

@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "layout/look.h"
-#include "layout/text_estimate.h"
 #include "reports/item_texts.h"
 #include "reports/progress.h"
 #include "reports/report_columns.h"
@@ -122,7 +121,10 @@ void StepTable::write(layout::ReportSheet& sheet, const StepTableTexts& texts) {
     CheckUserCancel(session_);
   }
   if (answer_columns_) answer_columns_->format(*table_);
-  fit_names();
+  std::vector<std::int32_t> first_rows;
+  for (const Block& block : blocks_) first_rows.push_back(block.first_row);
+  if (!first_rows.empty()) table_->WrapNames(first_rows);
+  table_->FilterRows();
   notes_.write(session_, *table_);
 }
 
@@ -147,9 +149,6 @@ std::int32_t StepTable::last_column() const {
 void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
   const model::DralInputOutput& in = input(block);
   host::CellBlock cells(block.rows, last_column());
-  PutPlace(cells, 1, 1, context_.range_mode, in);
-  cells.set_text(1, column(kName), ItemLabel(in));
-  cells.set_text(1, column(kCell), in.cellAddress);
   if (answer_columns_) answer_columns_->fill(cells, 1, block.first_row, answers(block));
   FirstNotes base_notes;  // of this input
   const ItemColumns of_input = {
@@ -159,13 +158,16 @@ void StepTable::write_block(const Block& block, const StepTableTexts& texts) {
       output_, column(kOutputValue),
       output_.BaseValue() == 0 ? texts.output_base_zero : text_id::kStepsOutputBaseNoNumber, notes_};
   for (std::int32_t step = 1; step <= block.rows; ++step) {
+    PutPlace(cells, step, 1, context_.range_mode, in);
+    cells.set_text(step, column(kName), ItemLabel(in));
+    cells.set_text(step, column(kCell), in.cellAddress);
     cells.set_number(step, column(kStep), step);
     fill_item(cells, block, step, of_input, input_value(block, step), texts.invalid);
     fill_item(cells, block, step, of_output, output_value(block, step), texts.invalid);
   }
   table_->PutBody(block.first_row, cells);
   FormatValuesAndChanges(*table_, block.first_row, block.rows, column(kInputValue), in);
-  merge_places(block);
+  set_apart(block);
   base_notes.write(session_, *table_);
   const std::string note = StepNote(session_, block.facts);
   if (!note.empty())
@@ -190,40 +192,13 @@ void StepTable::fill_item(host::CellBlock& cells, const Block& block, std::int32
   }
 }
 
-// An input's place and name stand once, over all its steps.
-void StepTable::merge_places(const Block& block) {
-  if (block.rows == 1) return;
-  for (std::int32_t place = 1; place <= column(kCell); ++place) {
-    const auto cells = table_->Body(block.first_row, place, block.rows, 1);
-    cells->set_alignment(place == column(kCell) ? host::HAlign::kCenter : host::HAlign::kLeft,
-                         host::VAlign::kTop);
-    cells->set_merge(true);
-    cells->set_wrap_text(true);  // a long name goes on in the rows below
-  }
+// An input's place and name stand in every row, so that rows can be filtered and sorted; behind the first one
+// quietly.
+void StepTable::set_apart(const Block& block) {
+  if (block.rows > 1)
+    table_->Body(block.first_row + 1, 1, block.rows - 1, column(kCell))
+        ->set_font({.color = layout::look::kMuted});
   table_->AddRowRule(block.first_row + block.rows - 1);
-}
-
-// A name with more lines than its input has steps.
-void StepTable::fit_names() {
-  constexpr double kMargin = 8;  // points beside a name
-  constexpr double kLine = 13.5;
-  table_->Settle();
-  for (const Block& block : blocks_) {
-    const model::DralInputOutput& in = input(block);
-    std::int32_t lines = 1;
-    const auto count_lines = [&](std::int32_t place, const std::string& text) {
-      const auto cell = table_->Body(block.first_row, place);
-      lines = std::max(lines, layout::wrapped_lines(text, cell->width() - kMargin, layout::look::kBodySize));
-      if (block.rows == 1) cell->set_wrap_text(true);
-    };
-    if (context_.range_mode == model::OrdvaneRangeBookMode) count_lines(1, in.bookName);
-    if (context_.range_mode != model::OrdvaneRangeCellMode) count_lines(context_.range_mode, in.sheetName);
-    count_lines(column(kName), ItemLabel(in));
-    const double missing = (lines - block.rows) * kLine;
-    if (missing <= 0) continue;
-    const auto last = table_->Body(block.first_row + block.rows - 1, 1);
-    last->set_row_height(std::min(layout::look::kBodyRowHeight + missing, layout::look::kHighestRow));
-  }
 }
 
 // Figures that the table does not show stand out of sight: points of the line, and marks.

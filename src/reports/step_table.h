@@ -111,8 +111,7 @@ class StepTable {
   void write_block(const Block& block, const StepTableTexts& texts);
   void fill_item(host::CellBlock& cells, const Block& block, std::int32_t step, const ItemColumns& columns,
                  double value, session::TextId<0> invalid);
-  void merge_places(const Block& block);
-  void fit_names();
+  void set_apart(const Block& block);
 
   const Context& context_;
   session::Session& session_;

@@ -54,6 +54,10 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
       });
     }
   }
+  for (Long k = 1; k <= selected.size() && groupCount > 0 && reports_.grids; ++k) {
+    progress(text_id::kProgressGrids);
+    graph_or_log("multiReport", [&] { reports_.grids(context, k, run, effects(k)); });
+  }
   if (reports_.multi_way_detail) {
     progress(text_id::kProgressMultiWay);
     reports_.multi_way_detail(context, run, effects);

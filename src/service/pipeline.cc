@@ -188,6 +188,7 @@ std::int32_t OrdvaneReports::Pipeline::report_run(const ProgressTexts& progress)
   scan_.getData(inputs_, outputs_, sel_out_, num_iterations_, run_number_);
   check_cancel();
   unreported_.clear();
+  matrix();
   for (std::int32_t k = 1; k <= sel_out_.size(); ++k) {
     show_progress(text_id::kProgressRankingInputs);
     model::RankingRecord ranking;
@@ -259,6 +260,17 @@ void OrdvaneReports::Pipeline::graphs_of(std::int32_t output, const model::Ranki
                [&] { reports.spider(context(), output, ranking); });
   graph_report("SensitivityGraphs", owner_.settings.sensitivity, progress.sensitivity,
                reports.sensitivity != nullptr, [&] { reports.sensitivity(context(), output, ranking); });
+}
+
+void OrdvaneReports::Pipeline::matrix() {
+  const bool wanted = owner_.settings.wants_matrix();
+  log("Matrix: " + log_text(wanted));
+  if (!wanted) return;
+  if (!owner_.reports_.matrix) return log("Matrix: not in this build");
+  show_progress(text_id::kProgressMatrix);
+  owner_.graph_or_log("Matrix", [&] { owner_.reports_.matrix(context()); });
+  check_cancel();
+  refresh_screen();
 }
 
 void OrdvaneReports::Pipeline::output_details(const ProgressTexts& progress) {

@@ -43,6 +43,7 @@ class OrdvaneReports::Pipeline {
   // What the graphs of the output at this position show. False: nothing is left to show.
   bool rank_inputs_of(std::int32_t position, model::RankingRecord& ranking);
   void graphs_of(std::int32_t output, const model::RankingRecord& ranking, const ProgressTexts& progress);
+  void matrix();
   void output_details(const ProgressTexts& progress);
   std::int32_t detail_by_input(const ProgressTexts& progress);
   void multi_way();

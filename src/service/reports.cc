@@ -1,6 +1,8 @@
 #include "service/reports.h"
 
 #include "reports/detail_by_input.h"
+#include "reports/grids.h"
+#include "reports/matrix.h"
 #include "reports/multi_way_detail.h"
 #include "reports/output_detail.h"
 #include "reports/sensitivity.h"
@@ -14,8 +16,10 @@ Reports built_in_reports() {
           .spider = reports::GenerateSpiderReport,
           .sensitivity = reports::GenerateSensitivityReport,
           .output_detail = reports::MakeOutputDetailReport,
+          .matrix = reports::MakeMatrixReport,
           .detail_by_input = reports::MakeDetailByInputReport,
           .multi_tornado = reports::GenerateMultiTornadoReport,
+          .grids = reports::MakeGridsReport,
           .multi_way_detail = reports::MakeMultiWayDetailReport};
 }
 

@@ -23,10 +23,15 @@ struct Reports {
   std::function<void(const Context&, std::int32_t output, const model::RankingRecord&)> spider;
   std::function<void(const Context&, std::int32_t output, const model::RankingRecord&)> sensitivity;
   std::function<void(const Context&, std::int32_t output)> output_detail;
+  std::function<void(const Context&)> matrix;
   std::function<std::int32_t(const Context&)> detail_by_input;
   std::function<void(const Context&, std::int32_t output, const model::MultiWayRun&,
                      const model::GroupEffects&, const TornadoStyle&)>
       multi_tornado;
+  // `selected`: position in the context's selection.
+  std::function<void(const Context&, std::int32_t selected, const model::MultiWayRun&,
+                     const model::GroupEffects&)>
+      grids;
   std::function<void(const Context&, const model::MultiWayRun&, const model::OneBased<model::GroupEffects>&)>
       multi_way_detail;
 };

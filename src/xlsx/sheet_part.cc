@@ -5,6 +5,7 @@
 #include "text/utf16.h"
 #include "xlsx/grid.h"
 #include "xlsx/parts.h"
+#include "xlsx/style_elements.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -143,15 +144,37 @@ std::int32_t last_row(const SheetModel& sheet, const Extent& extent) {
                                    : std::max(extent.last_row, sheet.row_heights.rbegin()->first);
 }
 
+void check_area(const SheetModel& sheet, const office::Area& area) {
+  check_place(sheet, area.row, area.column);
+  check_place(sheet, area.row + area.rows - 1, area.column + area.columns - 1);
+}
+
+void filter(Xml& xml, const SheetModel& sheet) {
+  if (!sheet.filter) return;
+  check_area(sheet, *sheet.filter);
+  xml.start("autoFilter").attr("ref", office::area_name(*sheet.filter)).end();
+}
+
 void merges(Xml& xml, const SheetModel& sheet) {
   if (sheet.merges.empty()) return;
   xml.start("mergeCells").attr("count", sheet.merges.size());
   for (const office::Area& area : sheet.merges) {
-    check_place(sheet, area.row, area.column);
-    check_place(sheet, area.row + area.rows - 1, area.column + area.columns - 1);
+    check_area(sheet, area);
     xml.start("mergeCell").attr("ref", office::area_name(area)).end();
   }
   xml.end();
+}
+
+void color_scales(Xml& xml, const SheetModel& sheet) {
+  for (std::size_t number = 1; const office::ColorScale& scale : sheet.color_scales) {
+    check_area(sheet, scale.area);
+    xml.start("conditionalFormatting").attr("sqref", office::area_name(scale.area));
+    xml.start("cfRule").attr("type", "colorScale").attr("priority", number++).start("colorScale");
+    for (const host::ColorStop& stop : scale.stops)
+      xml.start("cfvo").attr("type", "num").attr("val", stop.value).end();
+    for (const host::ColorStop& stop : scale.stops) color_element(xml, "color", stop.color);
+    xml.end().end().end();
+  }
 }
 
 void page_setup(Xml& xml, const host::PageSetup& page) {
@@ -228,7 +251,9 @@ void head(std::string& out, const SheetModel& sheet, const SheetFrame& frame, co
 void tail(std::string& out, const SheetModel& sheet, const SheetFrame& frame) {
   out += "</sheetData>";
   Xml xml(out);
+  filter(xml, sheet);
   merges(xml, sheet);
+  color_scales(xml, sheet);
   page_setup(xml, sheet.page);
   header_footer(xml, sheet.page);
   page_breaks(xml, sheet);

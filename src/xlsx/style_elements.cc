@@ -47,13 +47,9 @@ std::optional<std::size_t> known_format(const std::string& format) {
   return format.empty() ? std::optional<std::size_t>(0) : std::nullopt;
 }
 
-namespace {
-
-void opaque_color(Xml& xml, const char* tag, host::Color color) {
+void color_element(Xml& xml, const char* tag, host::Color color) {
   xml.start(tag).attr("rgb", "FF" + hex_color(color)).end();
 }
-
-}  // namespace
 
 std::string font_element(const CellStyle& style, bool minor) {
   std::string element;
@@ -63,7 +59,7 @@ std::string font_element(const CellStyle& style, bool minor) {
   if (style.italic) xml.empty("i");
   xml.val("sz", style.font_size);
   if (style.font_color) {
-    opaque_color(xml, "color", *style.font_color);
+    color_element(xml, "color", *style.font_color);
   } else {
     xml.start("color").attr("theme", 1).end();
   }
@@ -79,7 +75,7 @@ std::string fill_element(const CellStyle& style) {
   Xml xml(element);
   xml.start("fill").start("patternFill").attr("patternType", style.fill ? "solid" : "none");
   if (style.fill) {
-    opaque_color(xml, "fgColor", *style.fill);
+    color_element(xml, "fgColor", *style.fill);
     xml.start("bgColor").attr("indexed", 64).end();
   }
   xml.end().end();
@@ -120,7 +116,7 @@ void edge(Xml& xml, const char* tag, const office::EdgeLine& line) {
   if (const char* style = edge_style(line); *style != '\0') {
     xml.attr("style", style);
     if (line.color) {
-      opaque_color(xml, "color", *line.color);
+      color_element(xml, "color", *line.color);
     } else {
       xml.start("color").attr("auto", true).end();
     }

@@ -6,11 +6,15 @@
 #include <string>
 
 #include "office/book.h"
+#include "xlsx/xml.h"
 
 namespace ordvane::xlsx {
 
 // Formats that every spreadsheet knows by number and shows alike in every country. Nothing for others.
 std::optional<std::size_t> known_format(const std::string& format);
+
+// A colour that nothing shines through.
+void color_element(Xml& xml, const char* tag, host::Color color);
 
 // `minor`: the default font follows the theme, as it does where the theme is ours.
 std::string font_element(const office::CellStyle& style, bool minor);

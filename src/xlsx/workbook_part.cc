@@ -69,12 +69,18 @@ std::vector<std::string> sheet_names(const office::SheetModel& sheet, std::size_
   const auto start = [&](Xml& xml, const char* name) {
     xml.start("definedName").attr("name", name).attr("localSheetId", place);
   };
+  const std::string in_sheet = office::quoted_sheet_name(sheet.name) + "!";
+  if (sheet.filter) {
+    Xml xml(elements.emplace_back());
+    start(xml, "_xlnm._FilterDatabase");
+    xml.attr("hidden", true).text(in_sheet + office::area_name(*sheet.filter, true)).end();
+  }
   const host::PageSetup& page = sheet.page;
   if (page.print_rows > 0) {
     Xml xml(elements.emplace_back());
     start(xml, "_xlnm.Print_Area");
     const office::Area area{1, 1, page.print_rows, page.print_columns};
-    xml.text(office::quoted_sheet_name(sheet.name) + "!" + office::area_name(area, true)).end();
+    xml.text(in_sheet + office::area_name(area, true)).end();
   }
   if (const std::string titles = print_titles(sheet); !titles.empty()) {
     Xml xml(elements.emplace_back());

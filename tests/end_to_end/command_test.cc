@@ -229,7 +229,7 @@ TEST_F(Command, ReportWritesTheWorkbookAndSaysWhere) {
   const Result result =
       run({"report", "--max-inputs", "3", "m.run.json"});  // the run may stand behind options
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.out, "m-reports.xlsx: 11 sheets, 11 charts\n");
+  EXPECT_EQ(result.out, "m-reports.xlsx: 12 sheets, 11 charts\n");
   EXPECT_EQ(result.err, "") << "progress is for terminals";
   EXPECT_THAT(file_text(folder_ / "m-reports.xlsx"), StartsWith("PK"));
 }
@@ -263,12 +263,12 @@ TEST_F(Command, ReportTakesItsSwitches) {
       {{"--spider", "--output", "Plan!C14"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--output-detail", "--detail-by-input"}, "a.xlsx: 5 sheets, 0 charts\n"},
       {{"--all", "--percent", "--max-inputs", "1", "--bar-color", "#1F4E79", "--base-color", "ff0000"},
-       "a.xlsx: 15 sheets, 9 charts\n"},
+       "a.xlsx: 16 sheets, 9 charts\n"},
       {{"--tornado", "--threshold", "150.1%", "--output", "d2"}, "a.xlsx: 2 sheets, 0 charts\n"},
       {{"--tornado", "--threshold", "150%", "--output", "d2"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--tornado", "--threshold", "1", "--output", "Plan!C14"}, "a.xlsx: 2 sheets, 1 chart\n"},
       {{"--watermark", "Draft\\nof today", "--language", "en", "--log", "."},
-       "a.xlsx: 11 sheets, 11 charts\n"},
+       "a.xlsx: 12 sheets, 11 charts\n"},
       {{"--quiet"}, ""},
   };
   for (const auto& each : kCases) {
@@ -282,9 +282,9 @@ TEST_F(Command, ReportTakesItsSwitches) {
   }
   EXPECT_TRUE(there("OrdvaneReports8.Log"));
   EXPECT_EQ(run({"report", "grouped.run.json", "--multi-way", "-o", "b.xlsx"}).out,
-            "b.xlsx: 5 sheets, 3 charts\n");
+            "b.xlsx: 9 sheets, 3 charts\n");
   EXPECT_EQ(run({"report", "grouped.run.json", "--all", "-o", "c.xlsx"}).out,
-            "c.xlsx: 19 sheets, 14 charts\n");
+            "c.xlsx: 23 sheets, 14 charts\n");
 }
 
 TEST_F(Command, ReportSpeaksTheUsersLanguage) {
@@ -543,7 +543,7 @@ TEST_F(Command, SweepFindsWhatItIsNotTold) {
 
   result = run({"sweep", "plant.xlsx", "--output", "ProjectNPV", "--verify", "none", "--report"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_THAT(result.out, AllOf(HasSubstr("plant-reports.xlsx: 4 sheets"), HasSubstr("\n   3 Investment ")));
+  EXPECT_THAT(result.out, AllOf(HasSubstr("plant-reports.xlsx: 5 sheets"), HasSubstr("\n   3 Investment ")));
   EXPECT_TRUE(there("plant.run.json") && there("plant.run.csv") && there("plant-reports.xlsx"));
   result = run({"sweep", "plant.xlsx", "plant.whatif.json", "--verify", "none", "--into", "plant.xlsx"});
   EXPECT_EQ(result.code, 2);
@@ -551,7 +551,7 @@ TEST_F(Command, SweepFindsWhatItIsNotTold) {
   result = run(
       {"sweep", "plant.xlsx", "--output", "LCOE", "--verify", "none", "--into", "plant.xlsx", "--overwrite"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_THAT(result.out, HasSubstr("plant.xlsx: added 4 sheets"));
+  EXPECT_THAT(result.out, HasSubstr("plant.xlsx: added 5 sheets"));
 }
 
 // Ctrl-C while the run file is read, which a pipe makes last until the signal has come.

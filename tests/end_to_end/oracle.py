@@ -418,6 +418,41 @@ class JointResult:
                         for e in self.joint]
 
 
+def variance_shares(values, results):
+    """The parts of the variance that each member makes alone, and what only all together make, over a whole grid: None
+    where there is none. `results` by the places of the members' values."""
+    count, largest = len(results), max(map(abs, results.values()))
+    if not all(map(usable, results.values())):
+        return None
+    mean = sum_of(results.values()) / count
+
+    def beyond_rounding(variance):
+        return 0.0 if math.sqrt(variance) <= 1e-12 * largest else variance
+    parts, effects = [], []
+    for m, tried in enumerate(values):
+        of_values = [sum_of(r for places, r in results.items() if places[m] == i) / (count / len(tried)) - mean
+                     for i in range(len(tried))]
+        effects.append(of_values)
+        parts.append(beyond_rounding(sum_of(effect * effect for effect in of_values) / len(tried)))
+    left = []
+    for places, result in results.items():
+        rest = result - mean
+        for of_values, place in zip(effects, places):
+            rest -= of_values[place]
+        left.append(rest * rest)
+    parts.append(beyond_rounding(sum_of(left) / count))
+    variance = sum_of(parts)
+    return [part / variance for part in parts] if variance > 0 else None
+
+
+def sum_of(numbers):
+    """One after the other, as a loop adds them: sum() of Python rounds less."""
+    total = 0.0
+    for number in numbers:
+        total += number
+    return total
+
+
 # ---- The tables ----
 
 class Texts:
@@ -502,10 +537,9 @@ def step_table(texts, run, result):
         base = item["base"]
         for step, row in enumerate(steps, start=1):
             value = row[1 + result.position]
-            first = places(run, item) + [label(item), item["cell"]]
-            rows.append((first if step == 1 else [None] * len(first)) + [
-                step, shown(row[0]), shown_difference(row[0], base), shown_change(row[0], base), shown(value),
-                shown_difference(value, result.base), shown_change(value, result.base)])
+            rows.append(places(run, item) + [
+                label(item), item["cell"], step, shown(row[0]), shown_difference(row[0], base), shown_change(row[0], base),
+                shown(value), shown_difference(value, result.base), shown_change(value, result.base)])
     return header, rows
 
 
@@ -606,6 +640,53 @@ def multi_detail_tables(texts, run, results):
         for number, position in enumerate(in_reading_order(results[0].rows[g])):
             body.append([number + 1] + combination_cells(texts, run, results, g, position, number == 0))
     return header, extremes, body[:65525]
+
+
+def matrix_table(texts, run, results):
+    """Which input moves what: swings beside the widest of each output."""
+    results = results[:80]
+    header = texts.headings("name") + texts.places(run) + texts.headings("cell") + [
+        texts["matrix.share"], *texts.headings("rank")] * len(results)
+    rows = [None] * len(run.inputs)
+    swings = [[difference(e.high, e.low) if usable(e.high) else MISSING for e in r.effects] for r in results]
+    for i, item in enumerate(run.inputs):
+        row = [label(item), *places(run, item), item["cell"]]
+        for r, of_output in zip(results, swings):
+            row += [shown(of_output[i] / max(of_output) if max(of_output) > 0 and usable(of_output[i]) else of_output[i]), r.ranks[i]]
+        rows[results[0].ranks[i] - 1] = row
+    return header, rows
+
+
+class GroupGrid:
+    """The results of a group by the values of its members."""
+
+    def __init__(self, run, joint, g):
+        self.items, rows = [run.inputs[m] for m in run.groups[g]], joint.rows[g]
+        self.values = [sorted({row[0][m] for row in rows}) for m in range(len(self.items))]
+        self.is_shown = len(self.items) in (2, 3) and all(usable(v) for tried in self.values for v in tried)
+        self.results = dict.fromkeys(itertools.product(*(range(len(tried)) for tried in self.values)), MISSING)
+        for values, results in reversed(rows):
+            self.results[tuple(tried.index(v) for v, tried in zip(values, self.values))] = results[joint.position]
+
+    def base(self):
+        places = [[i for i, value in enumerate(tried) if usable(item["base"]) and difference(value, item["base"]) == 0]
+                  for item, tried in zip(self.items, self.values)]
+        return tuple(of[0] for of in places) if all(places) else None
+
+
+def grid_shares_table(texts, run, joint):
+    """The table above the grids of an output, and the grids below it."""
+    grids = [(rank, GroupGrid(run, joint, g)) for rank, g in enumerate(joint.order, start=1)]
+    grids = [(rank, grid) for rank, grid in grids if grid.is_shown]
+    widest = max([len(grid.items) for _, grid in grids], default=0)
+    header = [texts["multi_way.inputs"], *texts.headings("rank"),
+              *(filled(texts["grids.alone"], m + 1) for m in range(widest)), texts["grids.together"]]
+    rows = []
+    for rank, grid in grids:
+        shares = variance_shares(grid.values, grid.results) or [NOTHING] * (len(grid.items) + 1)
+        blank = [""] * (widest - len(grid.items))
+        rows.append([" \u00d7 ".join(map(label, grid.items)), rank, *shares[:-1], *blank, shares[-1]])
+    return header, rows, [grid for _, grid in grids]
 
 
 def summary_table(texts, run, results, options):
@@ -740,6 +821,35 @@ class Comparison:
         for row in sheet.iter_rows(min_row=2, max_row=6, max_col=2):
             if row[0].value == base_label:
                 self.cell(f"{sheet.title}!{row[1].coordinate}", row[1].value, shown(item["base"]))
+
+    def grids(self, sheet, grids, top, target=0):
+        """The grids follow one another below a row: values, results, the frame at the base case, the line between results
+        below the target and others."""
+        corners = [row[0].row for row in sheet.iter_rows(min_row=top, max_col=2)
+                   if row[0].value and isinstance(row[1].value, (int, float)) and not isinstance(row[0].value, (int, float))]
+        panels = [(grid, third) for grid in grids for third in (range(len(grid.values[2])) if len(grid.items) > 2 else [None])]
+        if len(corners) != len(panels):
+            return self.differ(sheet.title, f"{len(corners)} grids, expected {len(panels)}")
+        for corner, (grid, third) in zip(corners, panels):
+            down, across = grid.values[:2]
+            results = [[grid.results[(i, j) if third is None else (i, j, third)] for j in range(len(across))]
+                       for i in range(len(down))]
+            expected = [[label(grid.items[0]), *across]] + [[v, *map(shown, row)] for v, row in zip(down, results)]
+            for i, row in enumerate(expected):
+                for j, value in enumerate(row):
+                    self.cell(f"{sheet.title}!{corner + i},{j + 1}", sheet.cell(corner + i, 1 + j).value, value)
+            base = grid.base()
+            for i, j in itertools.product(range(len(down)), range(len(across))):
+                cell = sheet.cell(corner + 1 + i, 2 + j)
+                is_base = base is not None and base[:2] == (i, j) and base[2:] == (() if third is None else (third,))
+                parted = [0 <= k < len(down) and l < len(across) and usable(results[i][j]) and usable(results[k][l])
+                          and (results[i][j] < target) != (results[k][l] < target) for k, l in ((i, j + 1), (i + 1, j))]
+                found = [side.style == "thick" for side in (cell.border.right, cell.border.bottom)]
+                self.compared += 1
+                if (found, cell.font.b) != (parted, is_base):
+                    self.differ(f"{sheet.title}!{cell.coordinate}", f"line and base are {found}, {cell.font.b}, expected "
+                                                                    f"{parted}, {is_base}")
+        return None
 
     def says(self, sheet, text):
         """One cell holds the text."""
@@ -913,10 +1023,18 @@ def compare(run, workbook, texts, options):
             else:
                 comparison.says(sheet, texts["multi_tornado.no_bars"])
             comparison.bars(sheet, result, options)
+        with_grids = [result for result in every if grid_shares_table(texts, run, result)[2]]
+        for sheet, result in zip(sheets("grids.title", len(with_grids), "grids"), with_grids):
+            header, rows, grids = grid_shares_table(texts, run, result)
+            comparison.names_output(sheet, result.item, texts["label.base_value"])
+            comparison.table(sheet, header, rows)
+            comparison.grids(sheet, grids, (comparison.header_of(sheet, header) or (1, 1))[0] + len(rows) + 1)
         for sheet, of_run in zip(sheets("multi_way.title", run.simulations, "multi-detail"), joint):
             header, extremes, body = multi_detail_tables(texts, run, of_run)
             comparison.table(sheet, header, extremes)
             comparison.table(sheet, header, body, further_down=len(extremes) + 3)  # a blank row and two captions
+    for sheet, of_run in zip(sheets("matrix.title", run.simulations, "matrix"), results):
+        comparison.table(sheet, *matrix_table(texts, run, of_run))
     for sheet, of_run in zip(sheets("detail_by_input.title", run.simulations, "detail-by-input"), results):
         comparison.table(sheet, *detail_by_input_table(texts, run, of_run))
     for sheet, of_run in zip(sheets("summary.title", run.simulations, "summary"), results):

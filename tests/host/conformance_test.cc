@@ -243,6 +243,16 @@ TEST_F(Conformance, RowsTakeFormatsOfTheirOwn) {
   EXPECT_THROW(at("B1:C119")->set_row_formats_local(formats), Error);
 }
 
+TEST_F(Conformance, ColourScalesRise) {
+  at("B1:C4")->add_color_scale({{0, 0xFFFFFF}, {1, 0x009FE6}});
+  at("B1:C4")->add_color_scale({{-1, 0x009FE6}, {0.5, 0xFFFFFF}, {2, 0x993333}});
+  using Stops = std::vector<ColorStop>;
+  for (const Stops& stops : {Stops{{0, 1}}, Stops{{0, 1}, {0, 2}}, Stops{{0, 1}, {1, 2}, {2, 3}, {3, 4}}})
+    EXPECT_THROW(at("B1")->add_color_scale(stops), Error);
+  at("A1:C9")->set_auto_filter();
+  at("A2:C9")->set_auto_filter();
+}
+
 TEST_F(Conformance, EnteredTextsBecomeValuesOrFormulas) {
   struct Case {
     const char* entered;

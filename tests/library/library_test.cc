@@ -295,6 +295,7 @@ TEST(Options, ChangeTheReports) {
     Set set;
     const char* progress = "";  // what is then told, and else is not
   } kCases[] = {
+      {"matrix", flag(&R::matrix, ordvane_options_set_matrix), "Writing which input moves what"},
       {"tornado", flag(&R::tornado, ordvane_options_set_tornado), "Drawing the tornado graph"},
       {"spider", flag(&R::spider, ordvane_options_set_spider), "Drawing the spider graph"},
       {"sensitivity", flag(&R::sensitivity, ordvane_options_set_sensitivity),
@@ -327,15 +328,15 @@ TEST(Options, ChangeTheReports) {
        }}};
   const ordvane::Run run = ordvane::Run::read(kExample);
   ReportOptions plain;
-  plain.tornado = plain.spider = plain.sensitivity = false;
+  plain.matrix = plain.tornado = plain.spider = plain.sensitivity = false;
   std::map<std::string, std::string> seen = {{pack_reports(run, plain), "none"}};
   for (const auto& each : kCases) {
     ReportOptions options = plain;
     std::string told;
     options.progress = [&](const std::string& text) { told += text + '\n'; };
     const std::string by_c = packed_by_c([&](ordvane_options* c) {
-      for (auto* off :
-           {ordvane_options_set_tornado, ordvane_options_set_spider, ordvane_options_set_sensitivity})
+      for (auto* off : {ordvane_options_set_matrix, ordvane_options_set_tornado, ordvane_options_set_spider,
+                        ordvane_options_set_sensitivity})
         off(c, 0);
       each.set(options, c);
     });

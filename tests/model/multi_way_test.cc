@@ -1,6 +1,7 @@
 // Groups of inputs whose joint effect algebra gives.
 #include "model/multi_way.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -9,6 +10,7 @@
 
 #include "embedded/report_job.h"
 #include "environment/standard_environment.h"
+#include "model/grids.h"
 #include "model/scan.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/values.h"
@@ -253,6 +255,38 @@ TEST(MultiWay, GroupsAreRankedBySwingAndUnusableOnesLast) {
   const auto order = CombinationsInOrder(group);
   EXPECT_EQ(std::vector<std::int32_t>(order.begin(), order.end()),
             (std::vector<std::int32_t>{2, 3, 1, 5, 6, 4}));
+}
+
+// Over 1 to 3 twice: the variance of the product is 52/9, of which each factor's means make 24/9.
+TEST(MultiWay, VarianceDividesAsAlgebraSays) {
+  const auto sum = [](const Values& x) { return 1e6 + 0.1 * x[0] + 0.7 * x[1]; };
+  const auto product = [](const Values& x) { return x[0] * x[1]; };
+  const auto failing = [](const Values& x) { return x[0] == 3 ? kNaN : x[1]; };
+  Model model;
+  model.bases = {2, 2, 5};
+  model.steps = {{3, 1, 2, 3}, {1, 2, 3}, {5, 6}};
+  model.groups = {{0, 1}, {0, 1, 2}};
+  model.outputs = {sum, product, [](const Values& x) { return (x[0] - 2) * (x[1] - 2); }, failing,
+                   [](const Values&) { return 7; }};
+  const Analysis analysis(model);
+  const NumberRules rules;
+  const auto shares = [&](std::int32_t output, std::int32_t group) {
+    const auto grid = GridOf(analysis.run, analysis.run.groups(group), output, rules, 18);
+    const auto found = VarianceSharesOf(grid.value(), rules);
+    std::vector<double> all = found ? found->alone : Values{};
+    if (found) all.push_back(found->together);
+    return all;
+  };
+  EXPECT_THAT(shares(1, 1), testing::ElementsAre(testing::DoubleNear(0.02, 1e-9), testing::_, 0));
+  EXPECT_THAT(shares(2, 1), testing::Pointwise(testing::DoubleEq(), Values{6. / 13, 6. / 13, 1. / 13}));
+  EXPECT_THAT(shares(2, 2), testing::Pointwise(testing::DoubleEq(), Values{6. / 13, 6. / 13, 0, 1. / 13}));
+  EXPECT_EQ(shares(3, 1), (Values{0, 0, 1}));
+  EXPECT_EQ(shares(4, 1), Values{}) << "results that are no numbers";
+  EXPECT_EQ(shares(5, 1), Values{}) << "nothing moves";
+  EXPECT_FALSE(GridOf(analysis.run, analysis.run.groups(2), 1, rules, 17));
+  const auto grid = GridOf(analysis.run, analysis.run.groups(2), 2, rules, 18);
+  EXPECT_EQ(PlacesOf(*grid, {2, 3, 6}, rules), (std::vector<std::size_t>{1, 2, 1}));
+  EXPECT_FALSE(PlacesOf(*grid, {2, 2.5, 6}, rules));
 }
 
 TEST(MultiWay, GroupsLargerThanTheHostAllowsAreNotRead) {

@@ -43,6 +43,7 @@ A12 3  B12 "(A1)"  C12 "A1"  D12 2  E12 2  F12 3 {0.00%}  G12 2  H12 -0.33333333
 A13 4  B13 "(A1)"  C13 "A1"  D13 1  E13 1  F13 2 {0.00%}  G13 1  H13 -0.6666666667 {0.00%}
 merged E8:F8
 merged G8:H8
+filter A9:H13
 )-";
 constexpr const char* kByInput = R"-(== <105>
 A1 "<117>"
@@ -60,6 +61,7 @@ merged D6:F6
 merged G6:L6
 merged G7:I7
 merged J7:L7
+filter A8:L12
 )-";
 
 struct GapBench {

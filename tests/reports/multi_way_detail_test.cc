@@ -145,6 +145,7 @@ merged E7:F7
 merged G7:H7
 merged I7:M7
 merged N7:R7
+filter A15:R27
 note at B8 "<116>:
 <228: Out 1>"
 note at K8 "<116>:

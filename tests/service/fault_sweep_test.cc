@@ -69,7 +69,7 @@ bool run_with_fault(Failing failing, FailNth& fault) {
   EXPECT_NO_THROW(again.GenerateReports(bench.all_outputs()));
   EXPECT_FALSE(again.report_error());
   const auto names = bench.sheet_names(again);
-  EXPECT_EQ(names.size(), 10U);
+  EXPECT_EQ(names.size(), 11U);
   EXPECT_EQ(names.empty() ? "" : names.back(), "Summary");
   return true;
 }

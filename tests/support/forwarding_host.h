@@ -163,7 +163,7 @@ auto Wrapper<Interface>::announced(const char* member, Call&& call) {
   X(worksheet) X(row) X(column) X(row_count) X(column_count) X(address) X(cell) X(offset) X(resize) \
   X(value) X(set_value) X(values) X(put) X(formula) X(set_formula) X(evaluate) X(number_format) \
   X(number_format_local) X(set_number_format) X(set_number_format_local) X(set_row_formats_local) \
-  X(set_font) X(set_interior) X(set_border) X(set_alignment) X(set_indent) X(set_wrap_text) X(locked) \
+  X(set_font) X(set_interior) X(set_border) X(add_color_scale) X(set_auto_filter) X(set_alignment) X(set_indent) X(set_wrap_text) X(locked) \
   X(set_merge) X(auto_fit_columns) X(column_width) X(set_column_width) X(set_columns_hidden) X(row_height) \
   X(set_row_height) X(left) X(top) X(width) X(height) X(add_comment) X(select) X(activate)
 #define ORDVANE_CHARTOBJECT(X, ...) \

@@ -163,6 +163,12 @@ inline std::string chart_text(const office::BookModel& book, const office::Chart
 inline std::string sheet_text(const office::BookModel& book, const office::SheetModel& sheet) {
   std::string text = "== " + sheet.name + "\n" + cells_text(book, sheet);
   for (const auto& area : sheet.merges) text += "merged " + office::area_name(area) + "\n";
+  if (sheet.filter) text += "filter " + office::area_name(*sheet.filter) + "\n";
+  for (const auto& scale : sheet.color_scales) {
+    text += "colours of " + office::area_name(scale.area);
+    for (const auto& [value, color] : scale.stops) text += " " + number_text(value) + " " + color_text(color);
+    text += "\n";
+  }
   for (const auto& [cell, note] : sheet.comments)
     text += "note at " + office::cell_name(cell.row, cell.column) + " \"" + note + "\"\n";
   for (const auto& chart : sheet.charts) text += chart_text(book, *chart);

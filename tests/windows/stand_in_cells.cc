@@ -32,6 +32,33 @@ struct PageTarget {
   bool zoomed = true;
   std::int32_t wide = 1, tall = 1;
 };
+// The cells take the scale on once all of it is known.
+struct Scale {
+  struct Stop {
+    bool is_number = false;
+    std::optional<double> value;
+    std::optional<host::Color> color;
+  };
+  std::shared_ptr<host::Range> range;
+  std::vector<Stop> stops;
+
+  void changed() const {
+    std::vector<host::ColorStop> known;
+    for (const Stop& stop : stops)
+      if (stop.is_number && stop.value && stop.color) known.push_back({*stop.value, *stop.color});
+    if (known.size() == stops.size()) range->add_color_scale(known);
+  }
+};
+struct CriterionTarget {
+  std::shared_ptr<Scale> scale;
+  std::size_t position;
+
+  template <class Change>
+  void change(Change&& made) {
+    made(scale->stops[position]);
+    scale->changed();
+  }
+};
 struct BreaksTarget {
   std::shared_ptr<host::Worksheet> sheet;
   bool of_rows;
@@ -51,6 +78,14 @@ STAND_IN_INTERFACE(WindowTarget, L"Window")
 STAND_IN_OF(WorksheetTarget, host::Worksheet, sheet, L"Worksheet")
 STAND_IN_INTERFACE(PageTarget, L"PageSetup")
 STAND_IN_INTERFACE(BreaksTarget, L"PageBreaks")
+STAND_IN_OF(FormatConditionsTarget, host::Range, range, L"FormatConditions")
+STAND_IN_OF(ScaleTarget, Scale, scale, L"ColorScale")
+STAND_IN_OF(CriteriaTarget, Scale, scale, L"ColorScaleCriteria")
+STAND_IN_INTERFACE(CriterionTarget, L"ColorScaleCriterion")
+struct FormatColorTarget {
+  CriterionTarget criterion;
+};
+STAND_IN_INTERFACE(FormatColorTarget, L"FormatColor")
 STAND_IN_OF(BordersTarget, host::Range, range, L"Borders")
 
 namespace {
@@ -476,6 +511,8 @@ STAND_IN_TABLE(WorksheetTarget) {
         GET(Columns, make_range(c, whole(*t.sheet), Flavor::kColumns)),
         GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_areas(c, *t.sheet, c.text(0))),
         METHOD(ChartObjects, PARAMETERS(L"?Index"), return make_chart_objects(c, t.sheet)),
+        // One that is there is taken away.
+        PUT(AutoFilterMode, if (v.truth()) refuse("Only ranges put filters in")),
         GET(PageSetup, object(c, PageTarget{t.sheet})),
         GET(HPageBreaks, object(c, BreaksTarget{t.sheet, true})),
         GET(VPageBreaks, object(c, BreaksTarget{t.sheet, false})),
@@ -561,9 +598,48 @@ STAND_IN_TABLE(RangeTarget) {
         GET(Width, t.range->width()), GET(Height, t.range->height()),
         METHOD(ClearComments, PARAMETERS(), clear_notes(t, c); return {}),
         METHOD(AddComment, PARAMETERS(L"?Text"), add_note(t, c); return nothing()),
+        GET(FormatConditions, object(c, FormatConditionsTarget{t.range})),
+        METHOD(AutoFilter,
+               PARAMETERS(L"?Field", L"?Criteria1", L"?Operator", L"?Criteria2", L"?VisibleDropDown"),
+               t.range->set_auto_filter();
+               return true),
         METHOD(Select, PARAMETERS(), t.range->select(); return true),
         METHOD(Activate, PARAMETERS(), t.range->activate(); return true),
   };
+}
+
+STAND_IN_TABLE(FormatConditionsTarget) {
+  return {
+    METHOD(AddColorScale, PARAMETERS(L"ColorScaleType"),
+           const auto stops = static_cast<std::size_t>(c.whole(0));
+           if (stops < 2 || stops > 3) refuse("A colour scale has two or three colours"); return object(
+               c, ScaleTarget{std::make_shared<Scale>(Scale{t.range, std::vector<Scale::Stop>(stops)})}))
+  };
+}
+
+STAND_IN_TABLE(ScaleTarget) {
+  return {GET(ColorScaleCriteria, object(c, CriteriaTarget{t.scale}))};
+}
+
+STAND_IN_TABLE(CriteriaTarget) {
+  return {DEFAULT_OF(Item, PARAMETERS(L"Index"), [&] {
+    const auto position = static_cast<std::size_t>(c.whole(0));
+    if (position < 1 || position > t.scale->stops.size()) throw BadIndex();
+    return object(c, CriterionTarget{t.scale, position - 1});
+  }())};
+}
+
+STAND_IN_TABLE(CriterionTarget) {
+  constexpr std::int32_t kXlConditionValueNumber = 0;
+  return {
+      PUT(Type, t.change([&](auto& stop) { stop.is_number = v.whole() == kXlConditionValueNumber; })),
+      PUT(Value, t.change([&](auto& stop) { stop.value = v.number(); })),
+      GET(FormatColor, object(c, FormatColorTarget{t})),
+  };
+}
+
+STAND_IN_TABLE(FormatColorTarget) {
+  return {PUT(Color, t.criterion.change([&](auto& stop) { stop.color = v.whole(); }))};
 }
 
 STAND_IN_TABLE(BordersTarget) {

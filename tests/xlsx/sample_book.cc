@@ -87,6 +87,8 @@ void style_sheet(office::BookModel& book) {
   sheet->formulas[{5, 3}] = "=0.1+0.2";
   sheet->formulas[{20, 1}] = "=SUM(C2:C3)";
   sheet->merges = {{10, 2, 2, 3}};
+  sheet->filter = {12, 2, 3, 2};
+  sheet->color_scales = {{{2, 2, 3, 1}, {{-1.5, 0x009FE6}, {2, 0xFFFFFF}}}};
   sheet->columns[2] = {20.0, false};
   sheet->columns[3] = {20.0, false};
   sheet->columns[5] = {{}, true};

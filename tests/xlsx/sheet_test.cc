@@ -103,7 +103,10 @@ TEST(SheetPart, WritesWhatSurroundsTheRows) {
            "<selection pane=\"bottomRight\" activeCell=\"C6\" sqref=\"B5:C6\"/>",
            "<cols><col min=\"2\" max=\"3\" width=\"20.7109375\" customWidth=\"1\"/><col min=\"5\" max=\"5\" "
            "width=\"9.140625\" hidden=\"1\"/></cols>",
-           "<mergeCells count=\"1\"><mergeCell ref=\"B10:D11\"/></mergeCells><pageMargins",
+           "<autoFilter ref=\"B12:C14\"/><mergeCells count=\"1\"><mergeCell ref=\"B10:D11\"/></mergeCells>"
+           "<conditionalFormatting sqref=\"B2:B4\"><cfRule type=\"colorScale\" priority=\"1\"><colorScale>"
+           "<cfvo type=\"num\" val=\"-1.5\"/><cfvo type=\"num\" val=\"2\"/><color rgb=\"FFE69F00\"/>"
+           "<color rgb=\"FFFFFFFF\"/></colorScale></cfRule></conditionalFormatting><pageMargins",
            "<pageSetup orientation=\"landscape\" fitToWidth=\"1\" fitToHeight=\"0\"/>",
            "<oddHeader>&amp;C&amp;&quot;Calibri,Bold&quot;Report &amp; more</oddHeader>"
            "<oddFooter>&amp;LPage &amp;P of &amp;N&amp;RTrial</oddFooter></headerFooter>"
