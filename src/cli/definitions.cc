@@ -85,8 +85,7 @@ void add_raw_text(CommandLine& line, exchange::Texts& texts) {
 void add_answers(CommandLine& line, std::optional<double>& target, model::SortBy& sort,
                  const std::string& group) {
   CLI::Option* const options[] = {
-      line.option("--target", kTarget,
-                  "Value of the outputs whose break-even inputs are told (default: each output's own, or 0)",
+      line.option("--target", kTarget, "Output value to break even at (default: each output's own, or 0)",
                   [&target](const std::string& text) { target = number_of("--target", text); }),
       line.option("--sort", kOrder, "Order of the inputs: by swing (default), downside, upside or elasticity",
                   [&sort](const std::string& text) { sort = order_of("--sort", text); })};
@@ -176,9 +175,7 @@ void define_report(Arguments& arguments) {
   CommandLine line(arguments, "report", "Write the reports of a run into an Excel workbook or a page",
                    c->run);
   line.runs([c, &problems = arguments.problems()] { return report(*c, problems); });
-  line.option("-o", kNewReport,
-              "New workbook for the reports, or a page for browsers (default: NAME-reports.xlsx)",
-              path(c->workbook));
+  line.option("-o", kNewReport, "Workbook or page to write (default: NAME-reports.xlsx)", path(c->workbook));
   line.option("--into", kWorkbook, "Add the reports to this workbook instead; all else in it stays as it is",
               path(c->into));
   line.parser().add_flag("--overwrite", c->options.overwrite,

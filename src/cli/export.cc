@@ -22,16 +22,17 @@ void write_text(const ExportCommand& command, const std::shared_ptr<const runfil
                 const std::vector<std::int32_t>& outputs, const exchange::Write& write) {
   const exchange::TextForm form{form_of(command), command.texts};
   const std::int32_t simulation = command.simulation.value_or(1);
+  const embedded::RankingOptions ranking{.simulation = simulation};
   switch (command.what) {
     case Exported::kSteps:
       return exchange::write_steps(*run, outputs, command.simulation, form, write);
     case Exported::kTable:
       return exchange::write_table(*run, outputs, simulation, form, write);
     case Exported::kAnswers:
-      return exchange::write_answers(*run, embedded::rank_outputs(run, outputs, simulation), form, write);
+      return exchange::write_answers(*run, embedded::rank_outputs(run, outputs, ranking), form, write);
     case Exported::kRanking:
-      return exchange::write_ranking(*run, embedded::rank_outputs(run, outputs, simulation), {simulation},
-                                     form, write);
+      return exchange::write_ranking(*run, embedded::rank_outputs(run, outputs, ranking), {simulation}, form,
+                                     write);
   }
 }
 

@@ -16,7 +16,8 @@ int show(const ShowCommand& command, Problems& problems) {
   if (command.steps && command.form == exchange::Form::kCsv)
     problems.add("--steps: goes without --csv; `ordvane export --what steps` writes them");
   problems.refuse_any();
-  const auto rankings = embedded::rank_outputs(run, outputs, command.simulation, command.target);
+  const auto rankings =
+      embedded::rank_outputs(run, outputs, {.simulation = command.simulation, .target = command.target});
   const exchange::RankingStyle style{command.simulation, command.sort, command.steps};
   if (command.form) {
     exchange::write_ranking(*run, rankings, style, {*command.form, command.texts},

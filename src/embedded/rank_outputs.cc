@@ -109,12 +109,14 @@ void sort_by_rank(std::vector<Ranked>& items) {
 }  // namespace
 
 std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run>& run,
-                                        const std::vector<std::int32_t>& outputs, std::int32_t simulation,
-                                        std::optional<double> target) {
+                                        const std::vector<std::int32_t>& outputs,
+                                        const RankingOptions& ranking_options) {
+  const std::int32_t simulation = ranking_options.simulation;
   if (simulation < 1 || simulation > run->simulations)
     host::raise_subscript_out_of_range("simulation " + std::to_string(simulation) + " of " +
                                        std::to_string(run->simulations));
-  const ReportOptions options;
+  ReportOptions options;
+  options.language = ranking_options.language;
   session::Session session;
   session.environment = std::make_shared<EmbeddedEnvironment>(options);
   session.engine = runfile::make_recorded_engine(run);
@@ -145,14 +147,15 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
   std::vector<OutputRanking> rankings;
   for (const std::int32_t index : indexes) {
     const model::DralInputOutput& output = output_records(index + 1);
-    OutputRanking ranking{.output_index = index,
-                          .output = output.has_name() ? output.ioName : "",
-                          .base = shown(output.rules(), output.BaseValue()),
-                          .effects = {},
-                          .answers = reports::AnswersOf(input_records, output_records, index + 1,
-                                                        target.value_or(target_of(*run, index))),
-                          .sentence = {},
-                          .groups = {}};
+    OutputRanking ranking{
+        .output_index = index,
+        .output = output.has_name() ? output.ioName : "",
+        .base = shown(output.rules(), output.BaseValue()),
+        .effects = {},
+        .answers = reports::AnswersOf(input_records, output_records, index + 1,
+                                      ranking_options.target.value_or(target_of(*run, index))),
+        .sentence = {},
+        .groups = {}};
     for (const model::DralInputOutput& input : input_records)
       ranking.effects.push_back(effect_of(input, index + 1, output.BaseValue(),
                                           ordered.at(static_cast<std::size_t>(input.ioIndex))));

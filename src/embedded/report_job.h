@@ -122,10 +122,14 @@ struct OutputRanking {
   std::string sentence;              // the same in words, as the reports have them
   std::vector<GroupRanking> groups;  // by rank; empty when the run varied no inputs together
 };
-// The ranking of the selected outputs (all when empty) in the one-based simulation. `target`: of all outputs;
-// none: each output's own.
+struct RankingOptions {
+  std::int32_t simulation = 1;        // from 1
+  std::optional<double> target = {};  // of all outputs; none: each output's own
+  std::string language = "en";        // of the sentences
+};
+// The ranking of the selected outputs, all when empty.
 std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run>& run,
-                                        const std::vector<std::int32_t>& outputs, std::int32_t simulation = 1,
-                                        std::optional<double> target = {});
+                                        const std::vector<std::int32_t>& outputs,
+                                        const RankingOptions& options = {});
 
 }  // namespace ordvane::embedded

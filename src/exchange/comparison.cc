@@ -272,8 +272,8 @@ bool FigurePair::moved_more_than(double limit) const {
 Comparison compare(std::shared_ptr<const runfile::Run> before, std::shared_ptr<const runfile::Run> now,
                    std::int32_t simulation) {
   Comparison comparison{std::move(before), std::move(now), {}, {}, {}};
-  const auto old_rankings = embedded::rank_outputs(comparison.before, {}, simulation);
-  comparison.rankings = embedded::rank_outputs(comparison.now, {}, simulation);
+  const auto old_rankings = embedded::rank_outputs(comparison.before, {}, {.simulation = simulation});
+  comparison.rankings = embedded::rank_outputs(comparison.now, {}, {.simulation = simulation});
   const auto base_of = [](const runfile::Item* item) { return item ? item->base : std::nullopt; };
 
   const Side inputs_before = inputs_of(*comparison.before, old_rankings);

@@ -113,7 +113,7 @@ std::vector<Ranking> rank_outputs(const Run& run, const std::vector<std::size_t>
                                                    std::to_string(data->simulations) + " is expected");
     std::vector<Ranking> rankings;
     for (const embedded::OutputRanking& each :
-         embedded::rank_outputs(data, library::positions_of(outputs, *data), simulation))
+         embedded::rank_outputs(data, library::positions_of(outputs, *data), {.simulation = simulation}))
       rankings.push_back(ranking_of(each, *data));
     return rankings;
   });

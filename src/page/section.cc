@@ -33,6 +33,7 @@ class Section {
     html_.leaf("span", view_.place, {{"class", "place"}}).end();
     html_.open("p", {{"class", "base-value"}}).text(texts_.text(text_id::kLabelBaseValue) + " ");
     html_.leaf("strong", view_.figures.text(view_.base)).end();
+    html_.leaf("p", view_.ranking.sentence, {{"class", "sentence"}});
     graph("tornado", texts_.text(text_id::kTornadoChartTitle, view_.name),
           tornado(views_, view_, look("tornado")));
     inputs_table();

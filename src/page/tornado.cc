@@ -34,7 +34,7 @@ class Tornado {
     const session::Session& texts = views_.texts();
     const double bottom = top_ + kRow * static_cast<double>(view_.on_graphs.size());
     Svg svg({kWidth, bottom + kBelowBars, look_.id, texts.text(text_id::kTornadoChartTitle, view_.name),
-             subtitle()});
+             view_.ranking.sentence});
     if (!look_.in_page) svg.text("title", {kEdge, 20}, texts.text(text_id::kTornadoChartTitle, view_.name));
     draw_key(svg);
     svg.open("plot").data("data-x", axis_.scale.text());
@@ -84,12 +84,6 @@ class Tornado {
     return view_.has_changes() ? change_text(view_.change(value), views_.language()) : "";
   }
 
-  std::string subtitle() const {
-    const session::Session& texts = views_.texts();
-    const std::string text = texts.text(text_id::kTornadoChartSubtitle);
-    if (std::isnan(view_.base)) return text;
-    return text + " (" + base_text(view_.figures.text(view_.base)) + ")";
-  }
   std::string base_text(const std::string& value) const {
     return views_.texts().text(text_id::kLabelBaseValue) + " " + value;
   }

@@ -90,7 +90,7 @@ void Views::add_view(const embedded::OutputRanking& ranking, std::int32_t simula
 }
 
 // As the sheets of graphs choose them: the first by rank whose swing reaches the threshold, without those
-// that move nothing.
+// that move nothing; the tornado's order is that of all graphs.
 std::vector<const embedded::Effect*> Views::graph_inputs(const View& view) const {
   const bool has_threshold = options_.has_threshold && view.has_changes();
   std::vector<const embedded::Effect*> chosen;
@@ -99,6 +99,15 @@ std::vector<const embedded::Effect*> Views::graph_inputs(const View& view) const
     if (has_threshold && !(effect.swing >= options_.threshold * std::fabs(view.base))) break;
     if (options_.all_inputs || !effect.facts.without_effect()) chosen.push_back(&effect);
   }
+  std::vector<std::size_t> places(
+      view.ranking.effects.size());  // of each rank, in the order that is asked for
+  const auto sorted = model::sorted_by(options_.sort, view.ranking.answers.inputs);
+  for (std::size_t place = 0; place < sorted.size(); ++place) places[sorted[place]] = place;
+  const auto place_of = [&](const embedded::Effect* effect) {
+    return places[static_cast<std::size_t>(effect - view.ranking.effects.data())];
+  };
+  std::sort(chosen.begin(), chosen.end(),
+            [&](const auto* a, const auto* b) { return place_of(a) < place_of(b); });
   return chosen;
 }
 
@@ -124,7 +133,8 @@ std::unique_ptr<Views> views_of(const std::shared_ptr<const runfile::Run>& run,
                                 const embedded::ReportOptions& options) {
   std::vector<std::vector<embedded::OutputRanking>> rankings;
   for (std::int32_t simulation = 1; simulation <= run->simulations; ++simulation)
-    rankings.push_back(embedded::rank_outputs(run, options.outputs, simulation));
+    rankings.push_back(
+        embedded::rank_outputs(run, options.outputs, {simulation, options.target, options.language}));
   return std::make_unique<Views>(*run, options, rankings);
 }
 

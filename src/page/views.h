@@ -36,7 +36,7 @@ struct View {
   std::int32_t simulation;  // from 1
   double base;              // NaN for none
   embedded::OutputRanking ranking;
-  std::vector<const embedded::Effect*> on_graphs;  // by rank
+  std::vector<const embedded::Effect*> on_graphs;  // in the order of the options
   Figures figures;
 
   // Changes can be given in parts of the base value.

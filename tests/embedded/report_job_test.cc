@@ -156,7 +156,8 @@ TEST(RankOutputs, TakesOutputsInTheOrderAskedForAndOnlyThoseThereAre) {
   for (const std::int32_t position : {-1, 3})
     EXPECT_EQ(error_code([&] { rank_outputs(run, {position}); }), host::errc::kSubscriptOutOfRange);
   for (const std::int32_t simulation : {0, 2})
-    EXPECT_EQ(error_code([&] { rank_outputs(run, {}, simulation); }), host::errc::kSubscriptOutOfRange);
+    EXPECT_EQ(error_code([&] { rank_outputs(run, {}, {.simulation = simulation}); }),
+              host::errc::kSubscriptOutOfRange);
 }
 
 TEST(WriteReports, SpeaksEveryLanguage) {
@@ -171,9 +172,10 @@ TEST(WriteReports, SpeaksEveryLanguage) {
     const auto texts = environment::make_string_table(language);
     std::vector<std::string> names;
     for (const std::int16_t id :
-         {text_id::kTornadoSheetName.number, text_id::kSpiderSheetName.number,
-          text_id::kSensitivitySheetName.number, text_id::kOutputDetailSheetName.number,
-          text_id::kDetailByInputSheetName.number, text_id::kSummarySheetName.number})
+         {text_id::kContentsTitle.number, text_id::kMatrixSheetName.number, text_id::kTornadoSheetName.number,
+          text_id::kSpiderSheetName.number, text_id::kSensitivitySheetName.number,
+          text_id::kOutputDetailSheetName.number, text_id::kDetailByInputSheetName.number,
+          text_id::kSummarySheetName.number})
       names.push_back(texts->GetString(id, std::string("B6")));
     EXPECT_EQ(sheet_names(*make_reports(shared(small_run()), options)), names);
     write_reports(shared(small_run()), folder / "reports.xlsx", options);

@@ -123,8 +123,9 @@ def check_import(run, folder):
 
     def ranking(path):
         rows = [json.loads(line) for line in ordvane("export", path, "--as", "ndjson").splitlines()]
-        return [[value for name, value in row.items() if name not in ("output", "input") and not name.endswith(("Sheet", "Cell"))]
-                for row in rows]
+        # A table has no formats, so that nobody knows any more which figures are dates, that have no elasticity.
+        lost = ("output", "input", "elasticity", "arcElasticity")
+        return [[value for name, value in row.items() if name not in lost and not name.endswith(("Sheet", "Cell"))] for row in rows]
 
     equal("ranking of what was imported", ranking(folder / "study.run.json"), ranking(RUN))
     with study.open(encoding="utf-8", newline="") as file:

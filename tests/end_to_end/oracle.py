@@ -218,6 +218,12 @@ def elasticity_of(points, base, output_base):
     return difference(to_y, y) / abs(output_base) / ((to_x - x) / abs(base))
 
 
+def is_date(item):
+    """Said to be one, or shown as one: its format has letters of dates that are no text."""
+    code = re.sub(r'"[^"]*"|\\.|\[[^\]]*\]', "", item.get("numberFormat", "General"))
+    return item.get("date", False) or (code != "General" and re.search("[dmyhs]", code, re.IGNORECASE) is not None)
+
+
 def arc_of(points):
     (x, y), (to_x, to_y) = points[0], points[-1]
     if 0 in (x + to_x, y + to_y, to_x - x):
@@ -259,7 +265,7 @@ def answers_of(run, values, output, effects, ranks, facts):
         so_far = math.fsum(part for part, rank in zip(parts, ranks) if rank <= ranks[i]) / (math.fsum(parts) or 1)
         shares = (share, so_far) if widest and points else (None, None)
         has_base = usable(item["base"])
-        dates = item.get("date", False) or run.inputs[i].get("date", False)
+        dates = is_date(item) or is_date(run.inputs[i])
         turns, bend = turns_and_bend(points) if points else ([], None)
         of_inputs.append(Answers(
             *shares, min(difference(effect.low, item["base"]), 0) if has_base else None,
@@ -822,7 +828,7 @@ class Comparison:
             if row[0].value == base_label:
                 self.cell(f"{sheet.title}!{row[1].coordinate}", row[1].value, shown(item["base"]))
 
-    def grids(self, sheet, grids, top, target=0):
+    def grids(self, sheet, grids, top, target):
         """The grids follow one another below a row: values, results, the frame at the base case, the line between results
         below the target and others."""
         corners = [row[0].row for row in sheet.iter_rows(min_row=top, max_col=2)
@@ -1028,7 +1034,8 @@ def compare(run, workbook, texts, options):
             header, rows, grids = grid_shares_table(texts, run, result)
             comparison.names_output(sheet, result.item, texts["label.base_value"])
             comparison.table(sheet, header, rows)
-            comparison.grids(sheet, grids, (comparison.header_of(sheet, header) or (1, 1))[0] + len(rows) + 1)
+            comparison.grids(sheet, grids, (comparison.header_of(sheet, header) or (1, 1))[0] + len(rows) + 1,
+                             run.target if run.target is not None else result.item.get("target", 0))
         for sheet, of_run in zip(sheets("multi_way.title", run.simulations, "multi-detail"), joint):
             header, extremes, body = multi_detail_tables(texts, run, of_run)
             comparison.table(sheet, header, extremes)
