@@ -306,39 +306,48 @@ bool is_as_before(const ComparedOutput& output) {
                      [](const ComparedInput& input) { return is_as_before(input); });
 }
 
+namespace {
+
+void add_fate(std::vector<std::string>& moved, const char* kind, const ItemPair& pair) {
+  if (pair.fate == Fate::kAdded || pair.fate == Fate::kGone)
+    moved.push_back(std::string(kind) + embedded::described(pair.name, pair.item()) +
+                    (pair.fate == Fate::kAdded ? ": added" : ": gone"));
+}
+
+// Of one input of an output; `ranked`: how many inputs have a rank.
+void add_moved(std::vector<std::string>& moved, const std::string& output, const ComparedInput& input,
+               const std::string& name, double ranked, double share) {
+  const auto add = [&](const char* figure, const std::string& change) {
+    moved.push_back(output + figure + name + " " + change);
+  };
+  if (input.swing.moved_more_than(share)) add("swing of ", shown(input.swing));
+  if (break_even_moved(input, share))
+    add("break-even of ", listed(input.break_even_before) + " to " + listed(input.break_even));
+  if (std::abs(*input.rank - *input.rank_before) > share * ranked)
+    add("rank of ", std::to_string(*input.rank_before) + " to " + std::to_string(*input.rank));
+}
+
+}  // namespace
+
 std::vector<std::string> moved_more_than(const Comparison& comparison, double share) {
   std::vector<std::string> moved;
-  const auto add_fate = [&](const char* kind, const ItemPair& pair) {
-    if (pair.fate == Fate::kAdded || pair.fate == Fate::kGone)
-      moved.push_back(std::string(kind) + embedded::described(pair.name, pair.item()) +
-                      (pair.fate == Fate::kAdded ? ": added" : ": gone"));
-  };
   for (const InputPair& input : comparison.inputs) {
-    add_fate("input ", input.item);
+    add_fate(moved, "input ", input.item);
     if (input.item.before && input.item.now && input.base.moved_more_than(share))
       moved.push_back("input " + embedded::described(input.item.name, input.item.item()) + ": base value " +
                       shown(input.base));
   }
   for (const ComparedOutput& output : comparison.outputs) {
-    add_fate("output ", output.item);
+    add_fate(moved, "output ", output.item);
     if (!output.item.before || !output.item.now) continue;
     const std::string name = embedded::described(output.item.name, output.item.item()) + ": ";
     if (output.base.moved_more_than(share)) moved.push_back(name + "base value " + shown(output.base));
-    const auto ranked = std::count_if(output.inputs.begin(), output.inputs.end(),
-                                      [](const ComparedInput& input) { return input.rank.has_value(); });
-    for (const ComparedInput& input : output.inputs) {
-      if (!input.rank || !input.rank_before) continue;
-      const std::string& of = comparison.inputs[input.input].item.name;
-      if (input.swing.moved_more_than(share))
-        moved.push_back(name + "swing of " + of + " " + shown(input.swing));
-      if (break_even_moved(input, share))
-        moved.push_back(name + "break-even of " + of + " " + listed(input.break_even_before) + " to " +
-                        listed(input.break_even));
-      const std::int32_t places = std::abs(*input.rank - *input.rank_before);
-      if (places > share * static_cast<double>(ranked))
-        moved.push_back(name + "rank of " + of + " " + std::to_string(*input.rank_before) + " to " +
-                        std::to_string(*input.rank));
-    }
+    const auto ranked =
+        static_cast<double>(std::count_if(output.inputs.begin(), output.inputs.end(),
+                                          [](const ComparedInput& input) { return input.rank.has_value(); }));
+    for (const ComparedInput& input : output.inputs)
+      if (input.rank && input.rank_before)
+        add_moved(moved, name, input, comparison.inputs[input.input].item.name, ranked, share);
   }
   return moved;
 }
