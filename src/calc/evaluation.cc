@@ -386,22 +386,20 @@ Operand Evaluation::form_ifs(const Node& node, bool in_array) {
 }
 
 Operand Evaluation::form_switch(const Node& node, bool in_array) {
-  // A blank is the empty text here, not 0. A value that is an error fits nothing, and is the result when
-  // nothing fits.
+  // A blank cell to be found is the empty text, an argument that is left out 0; among the values a blank fits
+  // both. A value that is an error fits nothing, and is the result when nothing fits.
   static const std::string kNothing;
-  const auto compared = [&](std::size_t child) {
-    const Value value = first(operand_of(node.children[child], in_array));
-    return value.is_blank() ? Value(&kNothing) : value;
-  };
-  const Value wanted = compared(0);
+  const Operand asked = operand_of(node.children[0], in_array);
+  Value wanted = asked.is_missing() ? Value(0.0) : first(asked);
   if (wanted.is_error()) return wanted;
+  if (wanted.is_blank()) wanted = Value(&kNothing);
   ErrorCode unfit = ErrorCode::kNotAvailable;
   std::size_t i = 1;
   for (; i + 1 < node.children.size(); i += 2) {
-    const Value one = compared(i);
+    const Value one = first(operand_of(node.children[i], in_array));
     if (one.is_error()) {
       unfit = one.error();
-    } else if (one.is_text() == wanted.is_text() && compare_values(wanted, one) == 0) {
+    } else if ((one.is_blank() || one.is_text() == wanted.is_text()) && compare_values(wanted, one) == 0) {
       return branch(node, i + 1, in_array);
     }
   }

@@ -114,6 +114,7 @@ Operand call_gamma_dist(Call& call) {
   const bool cumulative = call.logical(3);
   if (shape <= 0 || scale <= 0 || x < 0) return kOutside;
   if (cumulative) return lower_gamma(shape, x / scale);
+  if (x == 0 && shape <= 1) return shape < 1 ? Operand(ErrorCode::kDivision) : Operand(1 / scale);
   return std::exp((shape - 1) * std::log(x / scale) - x / scale - std::lgamma(shape)) / scale;
 }
 

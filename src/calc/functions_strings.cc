@@ -111,7 +111,11 @@ Operand call_search(Call& call) {
   const std::string wanted = call.text(0), text = call.text(1);
   const std::int32_t start = count_of(call, 2, 1, 1);
   if (call.failed() || start > text::utf16_length(text) + 1) return ErrorCode::kValue;
-  const Pattern pattern(wanted + "*");
+  // A tilde at the end, which nothing follows that it could take the meaning of, is itself.
+  const auto tildes =
+      std::find_if(wanted.rbegin(), wanted.rend(), [](char letter) { return letter != '~'; }) -
+      wanted.rbegin();
+  const Pattern pattern(wanted + (tildes % 2 == 1 ? "~*" : "*"));
   for (std::size_t at = bytes_before(text, start); at <= text.size();) {
     if (pattern.matches(std::string_view(text).substr(at))) return position_of(call, text, at);
     if (at == text.size()) break;

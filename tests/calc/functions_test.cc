@@ -337,6 +337,13 @@ TEST(Functions, ValuesAreFound) {
       {"COLUMNS(A1:C3)", "3"},
       {"AREAS(A1:B2)", "1"},
       {"SWITCH(1,NA(),\"a\",1,\"b\")", "\"b\""},
+      {"SWITCH(FALSE,,1,\"t\")", "1"},
+      {"SWITCH(\"\",,1,\"t\")", "1"},
+      {"SWITCH(TRUE,,1,\"t\")", "\"t\""},
+      {"SWITCH(,0,1,\"t\")", "1"},
+      {"SWITCH(Z99,0,1,\"t\")", "\"t\""},
+      {"SEARCH(\"a~\",\"ba~\")", "2"},
+      {"GAMMADIST(0,1,8,FALSE)", "0.125"},
   };
   expect_values(cases);
 }
