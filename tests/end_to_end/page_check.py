@@ -220,7 +220,7 @@ def pointer_and_keyboard(browser, folder):
     yield from same("value at the target", browser.run(COLUMN % "break_even")[0], f"{(x1 + x2) / 2:,.2f}")
 
     bar = browser.run("""(() => { const r = document.querySelector('figure.tornado .row .bar').getBoundingClientRect();
-        scrollTo(0, r.y - 200); const s = document.querySelector('figure.tornado .row .bar').getBoundingClientRect();
+        scrollTo(0, scrollY + r.y - 200); const s = document.querySelector('figure.tornado .row .bar').getBoundingClientRect();
         return [s.x + s.width / 2, s.y + s.height / 2]; })()""")
     browser.point(*bar)
     tip = browser.run("[document.getElementById('tip').hidden, document.getElementById('tip').textContent]")
