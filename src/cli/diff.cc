@@ -7,6 +7,7 @@
 #include "cli/bars.h"
 #include "cli/commands.h"
 #include "cli/figures.h"
+#include "cli/new_file.h"
 #include "cli/option_values.h"
 #include "cli/output_choice.h"
 #include "cli/report_clock.h"
@@ -216,12 +217,15 @@ int diff(const DiffCommand& command, Problems& problems) {
     problems.add("NEW is required: name the run to compare with");
   const auto before = read_run(command.before, problems);
   const auto now = read_run(command.now, problems);
-  for (const auto& run : {before, now})
+  for (const auto& run : {before, now}) {
+    if (run && !command.workbook.empty())
+      problems.gather([&] { embedded::check_apart(*run, command.workbook); });
     if (run && command.simulation > run->simulations)
       problems.add("--simulation: " + printable(run->file.string()) + " has simulations 1 to " +
                    std::to_string(run->simulations));
+  }
   if (!command.workbook.empty())
-    problems.gather([&] { check_new_file(command.workbook, ".xlsx", command.options.overwrite); });
+    problems.gather([&] { check_new_file("-o", command.workbook, ".xlsx", command.options.overwrite); });
   embedded::ReportOptions options = command.options;
   problems.gather([&] { options.clock = report_clock(); });
   problems.refuse_any();

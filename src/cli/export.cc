@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "cli/commands.h"
+#include "cli/new_file.h"
 #include "cli/option_values.h"
 #include "exchange/ranking.h"
 #include "exchange/steps.h"
@@ -42,7 +43,9 @@ int export_run(const ExportCommand& command, Problems& problems) {
   const auto run = read_run(command.run, problems, true);
   std::vector<std::int32_t> outputs;
   if (run) outputs = chosen_outputs(*run, command.outputs, command.simulation.value_or(1), problems);
-  if (!command.file.empty()) problems.gather([&] { check_new_file(command.file, "", command.overwrite); });
+  if (run && !command.file.empty()) problems.gather([&] { embedded::check_apart(*run, command.file); });
+  if (!command.file.empty())
+    problems.gather([&] { check_new_file("-o", command.file, "", command.overwrite); });
   problems.refuse_any();
   if (command.file.empty()) {
     write_text(command, run, outputs, [](std::string_view text) { std::cout << text; });

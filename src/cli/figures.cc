@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <vector>
 
 #include "host/environment.h"
 #include "text/numbers.h"
@@ -11,9 +12,7 @@ namespace ordvane::cli {
 namespace {
 
 constexpr const char* kNone = "-";
-constexpr int kDigits = 4;         // of the range between the least and the greatest result
 constexpr int kGeneralDigits = 6;  // of percentages too long for decimals
-constexpr int kMostDecimals = 9;
 constexpr double kLongest = 1e15;  // longer numbers are written with an exponent
 
 std::string fixed_text(double value, int decimals) {
@@ -36,30 +35,12 @@ bool is_there(double value) {
 }
 
 Figures::Figures(const runfile::Output& output, const embedded::OutputRanking& ranking) : cell_(output) {
-  double low = HUGE_VAL;
-  double high = -HUGE_VAL;
-  bool whole = true;
-  const auto take = [&](double value) {
-    if (!is_there(value)) return;
-    whole = whole && value == std::floor(value);
-    low = std::min(low, value);
-    high = std::max(high, value);
-  };
-  take(ranking.base);
-  for (const embedded::Effect& effect : ranking.effects) {
-    take(effect.low);
-    take(effect.high);
-  }
-  for (const embedded::GroupRanking& group : ranking.groups) {
-    take(group.low);
-    take(group.high);
-  }
-  if (low > high) return;
-  const double greatest = std::max(std::fabs(low), std::fabs(high));
-  const double range = high > low ? high - low : greatest;
-  if (range == 0) return;
-  if (!whole) decimals_ = std::max(kDigits - 1 - static_cast<int>(std::floor(std::log10(range))), 0);
-  exponent_ = decimals_ > kMostDecimals || greatest >= kLongest;
+  std::vector<double> values{ranking.base};
+  for (const embedded::Effect& effect : ranking.effects)
+    values.insert(values.end(), {effect.low, effect.high});
+  for (const embedded::GroupRanking& group : ranking.groups)
+    values.insert(values.end(), {group.low, group.high});
+  style_ = embedded::plain_style(values);
 }
 
 std::string Figures::text(double value) const {
@@ -73,8 +54,8 @@ std::string Figures::difference(double value) const {
 }
 
 std::string Figures::plain(double value) const {
-  return exponent_ ? text::general_number(value, kGeneralDigits)
-                   : with_thousands(fixed_text(value, decimals_));
+  return style_.exponent ? text::general_number(value, kGeneralDigits)
+                         : with_thousands(fixed_text(value, style_.decimals));
 }
 
 std::string change_text(double fraction) {

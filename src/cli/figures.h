@@ -25,8 +25,7 @@ class Figures {
   std::string plain(double value) const;
 
   embedded::CellText cell_;
-  int decimals_ = 0;
-  bool exponent_ = false;  // too large or too small to write out
+  embedded::PlainStyle style_;
 };
 
 // "+12.3%"; "-" for a missing one.

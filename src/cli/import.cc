@@ -4,9 +4,11 @@
 #include <iostream>
 
 #include "cli/commands.h"
+#include "cli/new_file.h"
 #include "cli/option_values.h"
 #include "cli/terminal.h"
 #include "exchange/table_file.h"
+#include "sweep/run_files.h"
 
 namespace ordvane::cli {
 namespace {
@@ -42,6 +44,17 @@ std::string summary(const exchange::ImportedRun& imported) {
   return text + "\n";
 }
 
+// A run beside its table may have the same names.
+void check_apart(const std::filesystem::path& table, const std::filesystem::path& run) {
+  const sweep::RunFiles files = sweep::files_of_run(run);
+  for (const std::filesystem::path& file : {files.singles, files.groups, files.run}) {
+    std::error_code error;  // files that are not there are none
+    if (std::filesystem::equivalent(file, table, error))
+      throw BadArguments("-o: " + printable(file.string()) +
+                         " of the run is the table itself; name another run");
+  }
+}
+
 }  // namespace
 
 int import_run(const ImportCommand& command, Problems& problems) {
@@ -51,7 +64,10 @@ int import_run(const ImportCommand& command, Problems& problems) {
   problems.gather([&] { options.inputs = names_of("--inputs", command.inputs); });
   problems.gather([&] { options.outputs = names_of("--outputs", command.outputs); });
   options.base_line = command.base_line;
-  if (!command.table.empty()) problems.gather([&] { check_new_file(file, kRunEnding, command.overwrite); });
+  if (!command.table.empty()) {
+    problems.gather([&] { check_new_file("-o", file, kRunEnding, command.overwrite); });
+    problems.gather([&] { check_apart(command.table, file); });
+  }
   problems.refuse_any();
   exchange::ImportedRun imported;
   problems.gather([&] { imported = exchange::import_table(command.table, options); });

@@ -107,19 +107,6 @@ void refuse_choice(const std::string& option, const std::string& text, const std
   throw BadArguments(option + ": \"" + printable(text) + "\"; " + list + " is expected");
 }
 
-void check_new_file(const std::filesystem::path& file, const std::string& ending, bool overwrite) {
-  const std::string text = file.string();
-  const std::size_t last = ending.rfind('.');
-  if (last != std::string::npos && !text.ends_with(ending.substr(last)))
-    throw BadArguments("-o: \"" + printable(text) + "\" does not end in " + ending);
-  if (std::filesystem::is_directory(file))
-    throw BadArguments("-o: \"" + printable(text) + "\" is a folder; name a file in it");
-  if (file.has_parent_path() && !std::filesystem::is_directory(file.parent_path()))
-    throw BadArguments("-o: there is no folder \"" + printable(file.parent_path().string()) + "\"");
-  if (std::filesystem::exists(file) && !overwrite)
-    throw BadArguments("-o: \"" + printable(text) + "\" is there already; --overwrite replaces it");
-}
-
 std::string with_line_breaks(std::string text) {
   for (std::size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n", at))
     text.replace(at, 2, "\n");

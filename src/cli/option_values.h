@@ -46,10 +46,6 @@ Value choice_of(const std::string& option, const std::string& text,
   }
   refuse_choice(option, text, list);
 }
-inline constexpr const char* kRunEnding = ".run.json";
-// What can be said of the file that -o names before it is written. `ending`: what its name ends in; "" for
-// whatever it does. Of those that end in .json, only this part has to be there.
-void check_new_file(const std::filesystem::path& file, const std::string& ending, bool overwrite);
 // "\n" as typed in a shell is a line break.
 std::string with_line_breaks(std::string text);
 

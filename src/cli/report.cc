@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "cli/commands.h"
+#include "cli/new_file.h"
 #include "cli/output_choice.h"
 #include "cli/report_clock.h"
 #include "cli/signals.h"
@@ -17,8 +18,6 @@
 #include "page/graph_files.h"
 #include "page/page.h"
 #include "xlsx/existing_workbook.h"
-#include "xlsx/file_guard.h"
-#include "xlsx/whole_file.h"
 
 namespace ordvane::cli {
 namespace {
@@ -40,21 +39,11 @@ bool makes_workbook(const ReportCommand& command) {
   return makes_workbook_or_page(command) && !is_page(command.workbook);
 }
 
-void check_new_workbook(const std::filesystem::path& workbook, const std::string& option, bool overwrite) {
-  const std::string text = workbook.string();
-  if (workbook.extension() != kWorkbookExtension && !is_page(workbook))
-    throw BadArguments(option + ": \"" + text +
+void check_new_report(const std::filesystem::path& file, const std::string& option, bool overwrite) {
+  if (file.extension() != kWorkbookExtension && !is_page(file))
+    throw BadArguments(option + ": \"" + printable(file.string()) +
                        "\" ends neither in .xlsx, for a workbook, nor in .html, for a page");
-  if (std::filesystem::is_directory(workbook))
-    throw BadArguments(option + ": \"" + text + "\" is a folder; name a file in it");
-  if (workbook.has_parent_path() && !std::filesystem::is_directory(workbook.parent_path()))
-    throw BadArguments(option + ": there is no folder \"" + workbook.parent_path().string() + "\"");
-  if (std::filesystem::exists(workbook) && !overwrite)
-    throw BadArguments(option + ": \"" + text + "\" is there already; --overwrite replaces it" +
-                       (is_page(workbook) ? "" : ", --into adds to it"));
-  if (std::filesystem::exists(workbook))
-    if (const std::string why = xlsx::why_not_replaced(xlsx::place_of(workbook)); !why.empty())
-      throw BadArguments(option + ": " + text + ": " + why);
+  check_new_file(option, file, "", overwrite, is_page(file) ? "" : ", --into adds to it");
 }
 
 // What only workbooks have is not asked for where none is made.
@@ -86,19 +75,6 @@ void check_log_folder(const std::filesystem::path& log_folder) {
     throw BadArguments("--log: there is no folder \"" + log_folder.string() + "\"");
   if (::access(log_folder.c_str(), W_OK | X_OK) != 0)
     throw BadArguments("--log: files cannot be written in \"" + log_folder.string() + "\"");
-}
-
-// What a user may not know of the file that is replaced: that its name leads elsewhere, that it has others.
-std::string other_names_of(const std::filesystem::path& workbook) {
-  std::error_code error;
-  std::string text;
-  if (std::filesystem::is_symlink(workbook, error))
-    text = " (a link to " + printable(xlsx::place_of(workbook).string()) + ")";
-  const auto names = std::filesystem::hard_link_count(workbook, error);
-  if (!error && names > 1)
-    text += " (" + std::to_string(names - 1) + (names == 2 ? " other name" : " other names") +
-            " of the file that it replaced still " + (names == 2 ? "shows" : "show") + " what was in it)";
-  return text;
 }
 
 // The folder without a separator at its end.
@@ -150,7 +126,8 @@ Job prepared(const ReportCommand& command, Problems& problems) {
   problems.gather([&] { check_log_folder(command.log_folder); });
   problems.gather([&] { job.clock = report_clock(); });
   if (job.run) {
-    if (command.into.empty()) problems.gather([&] { embedded::check_apart(*job.run, job.workbook); });
+    if (makes_workbook_or_page(command) && command.into.empty())
+      problems.gather([&] { embedded::check_apart(*job.run, job.workbook); });
     problems.gather([&] { job.outputs = find_outputs(*job.run, command.outputs); });
     if (command.multi_way && job.run->groups.empty())
       problems.add("--multi-way: " + command.run.string() +
@@ -218,7 +195,7 @@ std::filesystem::path default_workbook(const std::filesystem::path& run) {
 
 void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems) {
   if (command.into.empty())
-    problems.gather([&] { check_new_workbook(target_of(command), option, command.options.overwrite); });
+    problems.gather([&] { check_new_report(target_of(command), option, command.options.overwrite); });
   else if (!command.workbook.empty())
     problems.add("--into: goes without " + option);
 }
@@ -239,8 +216,9 @@ int report(const ReportCommand& command, Problems& problems) {
     return kDone;
   } catch (const host::Error& error) {
     if (error.code() != host::errc::kUserCancelled) throw;
-    std::fprintf(stderr, "ordvane: cancelled, %s was not written\n",
-                 printable(job.workbook.string()).c_str());
+    const std::string what =
+        makes_workbook_or_page(command) ? printable(job.workbook.string()) : "the last graph";
+    std::fprintf(stderr, "ordvane: cancelled, %s was not written\n", what.c_str());
     return kSignalled + caught_signal();
   }
 }

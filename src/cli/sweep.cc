@@ -8,6 +8,7 @@
 
 #include "cli/commands.h"
 #include "cli/found_inputs.h"
+#include "cli/new_file.h"
 #include "cli/option_values.h"
 #include "cli/report_clock.h"
 #include "cli/signals.h"
@@ -111,8 +112,9 @@ sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   check_together(command, problems);
   const bool only_asks = job.what_if.outputs.empty() && !command.suggest;
   if (!command.workbook.empty() && !job.shard && !only_asks) {
-    problems.gather(
-        [&] { check_new_file(job.run, command.suggest ? kWhatIfEnding : kRunEnding, command.overwrite); });
+    problems.gather([&] {
+      check_new_file("-o", job.run, command.suggest ? kWhatIfEnding : kRunEnding, command.overwrite);
+    });
     if (makes_reports(command)) check_report_target(report_of(command, job.run), "--report", problems);
   }
   job.verify = command.verify;
@@ -289,7 +291,8 @@ int merge(const MergeCommand& command, Problems& problems) {
   if (const std::size_t at = name.rfind(".part-"); at != std::string::npos) name.resize(at);
   const std::filesystem::path run =
       command.run.empty() ? std::filesystem::path(name + kRunEnding) : command.run;
-  if (!command.first.empty()) problems.gather([&] { check_new_file(run, kRunEnding, command.overwrite); });
+  if (!command.first.empty())
+    problems.gather([&] { check_new_file("-o", run, kRunEnding, command.overwrite); });
   problems.refuse_any();
   try {
     sweep::merge_parts(parts, run, command.overwrite);

@@ -1,5 +1,10 @@
 #include "embedded/cell_text.h"
 
+#include <algorithm>
+#include <cmath>
+
+#include "host/environment.h"
+#include "model/decimal.h"
 #include "text/edit.h"
 
 namespace ordvane::embedded {
@@ -11,6 +16,28 @@ std::string format_of(const runfile::Item& item) {
 }
 
 }  // namespace
+
+PlainStyle plain_style(std::span<const double> values) {
+  constexpr int kDigits = 4;  // of the range between the least and the greatest value
+  constexpr int kMostDecimals = 9;
+  constexpr double kLongest = 1e15;
+  double low = HUGE_VAL;
+  double high = -HUGE_VAL;
+  bool whole = true;
+  for (const double value : values) {
+    if (std::isnan(value) || value == host::kMissingNumber) continue;
+    whole = whole && value == std::floor(value);
+    low = std::min(low, value);
+    high = std::max(high, value);
+  }
+  if (low > high) return {};
+  const double greatest = std::max(std::fabs(low), std::fabs(high));
+  const double range = high > low ? high - low : greatest;
+  PlainStyle style;
+  if (!whole && range > 0) style.decimals = std::max(kDigits - 1 - model::decimal_exponent(range), 0);
+  style.exponent = style.decimals > kMostDecimals || greatest >= kLongest;
+  return style;
+}
 
 CellText::CellText(const runfile::Item& item) : format_(format_of(item)) {}
 

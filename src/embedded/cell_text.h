@@ -1,12 +1,21 @@
 // Values as the cells of a run's items show them.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "office/number_format.h"
 #include "runfile/run.h"
 
 namespace ordvane::embedded {
+
+// How numbers of cells without a format are written.
+struct PlainStyle {
+  int decimals = 0;
+  bool exponent = false;  // too long, or too small, for decimals
+};
+// With as many decimals as tell these apart. NaN and the missing-number marker are passed over.
+PlainStyle plain_style(std::span<const double> values);
 
 class CellText {
  public:

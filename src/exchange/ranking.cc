@@ -42,14 +42,20 @@ void add_facts(Json& json, const model::StepFacts& facts) {
   json["leavesOutBase"] = facts.leaves_out_base;
 }
 
+// Of an input or a group.
+template <class Ranked>
+void add_ends(Json& json, const Ranked& ranked) {
+  json["low"] = number_or_null(ranked.low);
+  json["high"] = number_or_null(ranked.high);
+  json["swing"] = number_or_null(ranked.swing);
+  json["lowChange"] = number_or_null(ranked.low_change);
+  json["highChange"] = number_or_null(ranked.high_change);
+}
+
 Json json_effect(const runfile::Run& run, const Effect& effect) {
   Json json{{"rank", effect.rank}};
   json.update(json_item(input_of(run, effect)));
-  json["low"] = number_or_null(effect.low);
-  json["high"] = number_or_null(effect.high);
-  json["swing"] = number_or_null(effect.swing);
-  json["lowChange"] = number_or_null(effect.low_change);
-  json["highChange"] = number_or_null(effect.high_change);
+  add_ends(json, effect);
   json["inputAtLow"] = number_or_null(effect.input_at_low);
   json["inputAtHigh"] = number_or_null(effect.input_at_high);
   add_facts(json, effect.facts);
@@ -95,11 +101,7 @@ Json json_group(const runfile::Run& run, const GroupRanking& group) {
     item["ownSwing"] = number_or_null(member.own_swing);
     json["inputs"].push_back(std::move(item));
   }
-  json["low"] = number_or_null(group.low);
-  json["high"] = number_or_null(group.high);
-  json["swing"] = number_or_null(group.swing);
-  json["lowChange"] = number_or_null(group.low_change);
-  json["highChange"] = number_or_null(group.high_change);
+  add_ends(json, group);
   json["ownSwings"] = number_or_null(group.own_swings);
   json["interaction"] = number_or_null(group.interaction);
   add_facts(json, group.facts);

@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::size_t kPiece = std::size_t{1} << 16;
 constexpr const char* kListSeparator = ";";
-constexpr std::string_view kBeginsFormula = "=+-@\t\r";
 
 std::string dumped(const Json& value, int indent = -1) {
   return value.dump(indent, ' ', false, Json::error_handler_t::replace);
@@ -34,8 +33,7 @@ bool holds_texts(const Json& cell) {
 
 void append_csv_field(std::string& line, const Json& cell, Texts texts) {
   const std::string text = plain_text(cell);
-  const bool guarded = texts == Texts::kProtected && holds_texts(cell) && !text.empty() &&
-                       kBeginsFormula.find(text.front()) != std::string_view::npos;
+  const bool guarded = texts == Texts::kProtected && holds_texts(cell) && begins_like_formula(text);
   const bool quoted = text.find_first_of(",\"\r\n") != std::string::npos;
   if (quoted) line += '"';
   if (guarded) line += '\'';
@@ -47,6 +45,10 @@ void append_csv_field(std::string& line, const Json& cell, Texts texts) {
 }
 
 }  // namespace
+
+bool begins_like_formula(std::string_view text) {
+  return !text.empty() && std::string_view("=+-@\t\r").find(text.front()) != std::string_view::npos;
+}
 
 Json number_or_null(double value) {
   return std::isfinite(value) && value != host::kMissingNumber ? Json(value) : Json();

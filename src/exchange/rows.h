@@ -20,6 +20,9 @@ enum class Form { kCsv, kJson, kNdjson };
 // they stay as they are.
 enum class Texts { kProtected, kRaw };
 
+// As a spreadsheet that opens a CSV file sees it.
+bool begins_like_formula(std::string_view text);
+
 // How a text is asked for.
 struct TextForm {
   Form form = Form::kCsv;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "exchange/rows.h"
 #include "runfile/run.h"
 #include "runfile/values.h"
 #include "text/edit.h"
@@ -38,9 +39,7 @@ char separator_of(std::string_view row) {
 
 // The apostrophe that keeps a text from being a formula is none of its own.
 void drop_guard(std::string& text) {
-  if (text.size() > 1 && text[0] == '\'' &&
-      std::string_view("=+-@\t\r").find(text[1]) != std::string_view::npos)
-    text.erase(0, 1);
+  if (text.starts_with('\'') && begins_like_formula(std::string_view(text).substr(1))) text.erase(0, 1);
 }
 
 bool looks_like_number(std::string_view text) {

@@ -156,13 +156,7 @@ void BarChart::add_series(ReportTable& table, host::Range& names, double start) 
 
 // The first bar on top, the figures of the value axis at the bottom, the axis of the names at the base.
 void BarChart::place_axes() {
-  const auto categories = Chart()->axis(AxisType::kCategory, AxisGroup::kPrimary);
-  categories->set_reverse_plot_order(true);
-  categories->set_crosses_maximum();
-  categories->set_tick_label_position(host::TickLabelPosition::kLow);
-  categories->set_major_tick_mark(host::kXlNone);
-  categories->set_tick_label_font(look::font(look::kSmallSize, look::kText));
-  categories->set_border(look::rule(host::LineWeight::kThin, look::kText));
+  format_names_of_bars();
 
   const auto values = Chart()->axis(AxisType::kValue, AxisGroup::kPrimary);
   format_value_axis(*values, bars_.axis_title, look::kNoLine);

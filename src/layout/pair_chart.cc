@@ -65,13 +65,7 @@ void PairChart::Draw(ReportTable& table, const Pairs& pairs) {
   chart.set_legend_position(host::LegendPosition::kBottom);
   chart.set_legend_font(look::font(look::kSmallSize, look::kText));
 
-  const auto categories = chart.axis(AxisType::kCategory, AxisGroup::kPrimary);
-  categories->set_reverse_plot_order(true);
-  categories->set_crosses_maximum();
-  categories->set_tick_label_position(host::TickLabelPosition::kLow);
-  categories->set_major_tick_mark(host::kXlNone);
-  categories->set_tick_label_font(look::font(look::kSmallSize, look::kText));
-  categories->set_border(look::rule(host::LineWeight::kThin, look::kText));
+  format_names_of_bars();
   const auto values = chart.axis(AxisType::kValue, AxisGroup::kPrimary);
   format_value_axis(*values, "", look::kNoLine);
   apply(*values, axis_ticks(sheet_.session().environment->numbers(), pairs.least, pairs.greatest,

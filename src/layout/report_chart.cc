@@ -70,6 +70,16 @@ void ReportChart::format_value_axis(host::Axis& axis, const std::string& title,
   axis.set_major_tick_mark(host::kXlNone);
 }
 
+void ReportChart::format_names_of_bars() {
+  const auto names = chart_->axis(host::AxisType::kCategory, host::AxisGroup::kPrimary);
+  names->set_reverse_plot_order(true);
+  names->set_crosses_maximum();
+  names->set_tick_label_position(host::TickLabelPosition::kLow);
+  names->set_major_tick_mark(host::kXlNone);
+  names->set_tick_label_font(look::font(look::kSmallSize, look::kText));
+  names->set_border(look::rule(host::LineWeight::kThin, look::kText));
+}
+
 void ReportChart::apply(host::Axis& axis, const AxisTicks& ticks) {
   axis.set_minimum_scale(ticks.minimum);
   axis.set_maximum_scale(ticks.maximum);

@@ -51,6 +51,8 @@ class ReportChart {
   // Title and fonts of an axis with figures, and its gridlines. `ticks`: none for automatic ones.
   void format_value_axis(host::Axis& axis, const std::string& title, const host::BorderFormat& line);
   static void apply(host::Axis& axis, const AxisTicks& ticks);
+  // Of bars: the first name on top, the figures of the value axis at the bottom.
+  void format_names_of_bars();
 
   ReportSheet& sheet_;
 

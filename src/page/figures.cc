@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
+#include "embedded/cell_text.h"
 #include "layout/format_codes.h"
 #include "model/decimal.h"
 #include "office/number_format.h"
@@ -18,9 +19,6 @@ using nlohmann::ordered_json;
 
 constexpr const char* kWhole = "#,##0";
 constexpr const char* kScientific = "0.00000E+00";
-constexpr int kDigits = 4;  // of the range between the least and the greatest value
-constexpr int kMostDecimals = 9;
-constexpr double kLongest = 1e15;  // longer numbers are written with an exponent
 
 office::NumberSymbols symbols_of(const environment::Language& language) {
   return {std::string(1, language.decimal_separator), language.group_separator};
@@ -39,22 +37,9 @@ std::string with_minus(std::string text, const std::string& code) {
 }
 
 std::string plain_code(std::span<const double> values) {
-  double low = HUGE_VAL;
-  double high = -HUGE_VAL;
-  bool whole = true;
-  for (const double value : values) {
-    if (std::isnan(value)) continue;
-    whole = whole && value == std::floor(value);
-    low = std::min(low, value);
-    high = std::max(high, value);
-  }
-  if (low > high) return kWhole;
-  const double greatest = std::max(std::fabs(low), std::fabs(high));
-  if (greatest >= kLongest) return kScientific;
-  const double range = high > low ? high - low : greatest;
-  if (whole || range == 0) return kWhole;
-  const int decimals = std::max(kDigits - 1 - model::decimal_exponent(range), 0);
-  return decimals > kMostDecimals ? kScientific : layout::with_decimals_of(-decimals, kWhole);
+  const embedded::PlainStyle style = embedded::plain_style(values);
+  if (style.exponent) return kScientific;
+  return style.decimals > 0 ? layout::with_decimals_of(-style.decimals, kWhole) : kWhole;
 }
 
 // How the numbers of one sign are written.

@@ -136,6 +136,7 @@ class Page {
 
 std::size_t write_page(const std::shared_ptr<const runfile::Run>& run, const std::filesystem::path& file,
                        const embedded::ReportOptions& options) {
+  embedded::check_apart(*run, file);
   const auto views = views_of(run, options);
   if (options.cancelled && options.cancelled()) throw host::Error(host::errc::kUserCancelled, "Cancelled");
   xlsx::WholeFileOptions writing;

@@ -4,25 +4,23 @@
 #include <utility>
 
 namespace ordvane::sweep {
-namespace {
 
-std::string beside(const std::filesystem::path& run, const std::string& ending) {
+RunFiles files_of_run(const std::filesystem::path& run) {
   std::string name = run.filename().string();
   if (name.ends_with(".json")) name.resize(name.size() - 5);
-  return name + ending;
+  return {run.parent_path() / (name + ".csv"), run.parent_path() / (name + ".groups.csv"), run};
 }
-
-}  // namespace
 
 void write_run_files(const std::filesystem::path& run, runfile::OrderedJson description, const RunRows& rows,
                      bool replace) {
-  const std::string csv = beside(run, ".csv");
-  const std::string groups_csv = rows.groups ? beside(run, ".groups.csv") : "";
+  const RunFiles files = files_of_run(run);
   xlsx::WholeFileOptions options;
   options.replace = replace;
-  xlsx::write_whole_pieces(run.parent_path() / csv, rows.singles, options);
-  if (rows.groups) xlsx::write_whole_pieces(run.parent_path() / groups_csv, rows.groups, options);
-  xlsx::write_whole(run, runfile::run_text(std::move(description), csv, groups_csv), options);
+  xlsx::write_whole_pieces(files.singles, rows.singles, options);
+  if (rows.groups) xlsx::write_whole_pieces(files.groups, rows.groups, options);
+  const std::string groups = rows.groups ? files.groups.filename().string() : "";
+  xlsx::write_whole(run, runfile::run_text(std::move(description), files.singles.filename().string(), groups),
+                    options);
 }
 
 }  // namespace ordvane::sweep

@@ -16,8 +16,14 @@ struct RunRows {
   RowText groups;  // empty for a run without
 };
 
-// "budget.run.json", "budget.run.csv" and "budget.run.groups.csv", each whole or not at all; the run file
-// last: where it is, its rows are. `replace`: files that are there; false refuses them.
+// "budget.run.csv", "budget.run.groups.csv" and "budget.run.json", the last of which is `run`.
+struct RunFiles {
+  std::filesystem::path singles, groups, run;
+};
+RunFiles files_of_run(const std::filesystem::path& run);
+
+// Each whole or not at all; the run file last: where it is, its rows are. `replace`: files that are there;
+// false refuses them.
 void write_run_files(const std::filesystem::path& run, runfile::OrderedJson description, const RunRows& rows,
                      bool replace);
 

@@ -208,6 +208,31 @@ TEST_F(Command, TellsEveryProblemAtOnce) {
             "Try `ordvane show --help`.\n");
 }
 
+// Whatever --overwrite allows.
+TEST_F(Command, NeverWritesOverWhatItReads) {
+  std::ofstream(folder_ / "t.run.csv") << "Price,Gain\n1,10\n2,20\n0.5,5\n";
+  ASSERT_EQ(run({"import", "t.run.csv", "-o", "u.run.json", "--inputs", "Price", "--base", "2"}).code, 0);
+  std::ofstream(folder_ / "m.xlsx") << "the model";
+  fs::create_symlink("m.xlsx", folder_ / "linked.html");
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"export", "u.run.json", "-o", "u.run.csv"},
+        {"export", "u.run.json", "-o", "./u.run.json"},
+        {"import", "t.run.csv", "-o", "t.run.json"},
+        {"report", "m.run.json", "-o", "m.xlsx"},
+        {"report", "m.run.json", "-o", "linked.html"},
+        {"diff", "u.run.json", "m.run.json", "-o", "m.xlsx"}}) {
+    std::vector<std::string> overwriting = arguments;
+    overwriting.push_back("--overwrite");
+    const auto before = [&] { return file_text(folder_ / arguments.back()); };
+    const std::string text = before();
+    const Result result = run(overwriting);
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    EXPECT_EQ(result.code, 2) << result.out;
+    EXPECT_THAT(result.err, HasSubstr("name another"));
+    EXPECT_EQ(before(), text);
+  }
+}
+
 TEST_F(Command, FindsOutputsByNameAndCell) {
   constexpr const char *kPlan = "Profit (Plan!C14)", *kTotal = "Profit (Total!D2)",
                        *kMargin = "Margin \u00e4 (My plan!C14)";
