@@ -144,7 +144,7 @@ std::vector<double> break_even_of(const OutputRanking& ranking, const Effect* ef
   std::vector<double> values;
   if (!effect) return values;
   const auto position = static_cast<std::size_t>(effect - ranking.effects.data());
-  for (const model::Crossing& crossing : ranking.answers.inputs[position].break_even)
+  for (const model::Crossing& crossing : ranking.answers.inputs[position].break_even.reached)
     values.push_back(crossing.input);
   return values;
 }

@@ -5,6 +5,7 @@
 // scales in data-x and data-y (Scale::text()), and inputs in data-input, their places in Run::inputs.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@ namespace ordvane::page {
 struct GraphLook {
   bool in_page = false;  // scripts find what they switch; else the title stands in the graph
   std::string id;        // of the graph in a page
+  // What stands at the ends of a tornado's bars; none: results there, and below the names what the inputs
+  // were set to.
+  std::optional<reports::BarLabels> labels = {};
 };
 
 // An axis with its ticks.

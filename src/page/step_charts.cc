@@ -267,7 +267,7 @@ class Panel {
   // The target of the output, and where the input brings it there.
   void draw_target(Svg& svg) const {
     const double target = view_.ranking.answers.target;
-    const auto& crossings = view_.answers(effect_).break_even;
+    const auto& crossings = view_.answers(effect_).break_even.reached;
     if (crossings.empty()) return;
     const double y = y_.scale.at(target), middle = (x_.scale.from + x_.scale.to) / 2;
     svg.open("aims").line("target", {x_.scale.from, y}, {x_.scale.to, y});

@@ -62,12 +62,13 @@ class Tornado {
       if (std::isnan(value)) return;
       low = std::min(low, value);
       high = std::max(high, value);
-      for (const std::string& text : {view_.figures.text(value), change(value)})
-        widest_end = std::max(widest_end, text_width(text, kSmallSize));
     };
     for (const embedded::Effect* effect : view_.on_graphs) {
       take(number_or_nan(effect->low));
       take(number_or_nan(effect->high));
+      for (const End& end : ends_of(*effect))
+        for (const std::string& text : {end_text(end, false), end_text(end, true)})
+          widest_end = std::max(widest_end, text_width(text, kSmallSize));
       names_ = std::max({names_, text_width(views_.input_of(*effect).name, kNameSize),
                          text_width(range_text(*effect), kSmallSize)});
     }
@@ -88,8 +89,29 @@ class Tornado {
     return views_.texts().text(text_id::kLabelBaseValue) + " " + value;
   }
 
-  // "44 – 104": what the input was set to where the result is lowest and highest.
+  // An end of a bar: the result there, and what the input was set to.
+  struct End {
+    double result, value;
+    const Figures& figures;  // of the input
+  };
+  std::array<End, 2> ends_of(const embedded::Effect& effect) const {
+    const Figures& figures = views_.input_of(effect).figures;
+    return {End{number_or_nan(effect.low), number_or_nan(effect.input_at_low), figures},
+            End{number_or_nan(effect.high), number_or_nan(effect.input_at_high), figures}};
+  }
+  std::string end_text(const End& end, bool in_changes) const {
+    using enum reports::BarLabels;
+    if (std::isnan(end.result)) return {};
+    const std::string result = in_changes ? change(end.result) : view_.figures.text(end.result);
+    const reports::BarLabels labels = look_.labels.value_or(kOutputs);
+    if (labels == kOutputs || std::isnan(end.value)) return result;
+    const std::string value = end.figures.text(end.value);
+    return labels == kInputs ? value : value + " → " + result;
+  }
+
+  // "44 – 104": what the input was set to where the result is lowest and highest, where no end tells it.
   std::string range_text(const embedded::Effect& effect) const {
+    if (look_.labels) return {};
     const double low = number_or_nan(effect.input_at_low), high = number_or_nan(effect.input_at_high);
     if (std::isnan(low) || std::isnan(high)) return {};
     const Figures& figures = views_.input_of(effect).figures;
@@ -173,14 +195,16 @@ class Tornado {
       svg.box(kind_at(effect, effect.input_at_high), scale.at(low) - kThinnest, top,
               scale.at(low) + kThinnest, top + kBar);
     // The base value is written once, at its line.
-    if (low < split || low == high) draw_end(svg, low, {scale.at(low) - kBesideBar, top + 14}, Anchor::kEnd);
-    if (high > split) draw_end(svg, high, {scale.at(high) + kBesideBar, top + 14}, Anchor::kStart);
+    const auto [at_low, at_high] = ends_of(effect);
+    if (low < split || low == high)
+      draw_end(svg, at_low, {scale.at(low) - kBesideBar, top + 14}, Anchor::kEnd);
+    if (high > split) draw_end(svg, at_high, {scale.at(high) + kBesideBar, top + 14}, Anchor::kStart);
   }
 
-  void draw_end(Svg& svg, double value, Spot spot, Anchor anchor) const {
-    const std::string text = view_.figures.text(value), part = change(value);
-    const std::string& other = in_changes_ ? text : part;
-    svg.text("end", spot, in_changes_ ? part : text, anchor, look_.in_page && !part.empty() ? other : "");
+  void draw_end(Svg& svg, const End& end, Spot spot, Anchor anchor) const {
+    const bool switches = look_.in_page && view_.has_changes();
+    svg.text("end", spot, end_text(end, in_changes_), anchor,
+             switches ? end_text(end, !in_changes_) : std::string());
   }
 
   void draw_base(Svg& svg, double bottom) const {

@@ -80,7 +80,7 @@ class Grids {
   };
 
   // What the line goes between; the results themselves are told apart.
-  double target() const { return context_.settings.target_of(output_.ioIndex); }
+  double target() const { return context_.settings.target_of(output_.ioIndex).value; }
 
   void choose_groups(const model::GroupEffects& effects) {
     model::OneBased<std::int32_t> by_rank(effects.size());
