@@ -91,8 +91,8 @@ struct DiffCommand {
   std::filesystem::path before, now;
   std::int32_t simulation = 1;
   bool json = false;
-  std::filesystem::path workbook;   // empty: none
-  embedded::ReportOptions options;  // of the workbook: language and what is there
+  std::filesystem::path workbook;   // or page; empty: none
+  embedded::ReportOptions options;  // of it: language and what is there
   std::optional<double> fail_over;  // a share: more than it, and the exit code is kFailed
 };
 int diff(const DiffCommand& command, Problems& problems);

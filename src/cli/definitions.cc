@@ -333,9 +333,10 @@ void define_diff(Arguments& arguments) {
   line.operand({"NEW", ValueKind::Offer::kFiles, {".json"}}, "Run file: as it is now", c->now);
   line.runs([c, &problems = arguments.problems()] { return diff(*c, problems); });
   line.parser().add_flag("--json", c->json, "JSON for programs, in full precision");
-  line.option("-o", kNewWorkbook, "Also write a workbook: base values, and per output a chart of both swings",
+  line.option("-o", kNewReport,
+              "Also write a workbook, or a page: base values, and per output a chart of both swings",
               path(c->workbook));
-  line.parser().add_flag("--overwrite", c->options.overwrite, "Replace a workbook that is there");
+  line.parser().add_flag("--overwrite", c->options.overwrite, "Replace a file that is there");
   add_language(line, c->options);
   line.option(
       "--fail-over", kShare,

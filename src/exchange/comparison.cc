@@ -295,6 +295,11 @@ Comparison compare(std::shared_ptr<const runfile::Run> before, std::shared_ptr<c
   return comparison;
 }
 
+double target_of(const Comparison& comparison, const ComparedOutput& output) {
+  const auto at = static_cast<std::size_t>(&output - comparison.outputs.data());
+  return at < comparison.rankings.size() ? comparison.rankings[at].answers.target : 0;
+}
+
 bool is_as_before(const ComparedInput& input) {
   return input.rank == input.rank_before && !input.swing.differs() && !input.low.differs() &&
          !input.high.differs() && !break_even_moved(input, 0);

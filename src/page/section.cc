@@ -97,14 +97,14 @@ class Section {
                 {"at_high", text(text_id::kPageAtHighest)},
                 {"high", text(text_id::kRangeHighest)},
                 {"swing", text(text_id::kRangeSwing)},
-                {"downside", text(text_id::kAnswersDownside)},
-                {"upside", text(text_id::kAnswersUpside)},
-                {"share", text(text_id::kAnswersShare)},
-                {"cumulative", text(text_id::kAnswersCumulative)},
-                {"elasticity", elasticity_heading(text_id::kAnswersElasticityBase)},
-                {"arc_elasticity", elasticity_heading(text_id::kAnswersElasticityArc)},
                 {"break_even",
                  texts_.text(text_id::kAnswersOutputAt, view_.figures.text(view_.ranking.answers.target))},
+                {"share", text(text_id::kAnswersShare)},
+                {"cumulative", text(text_id::kAnswersCumulative)},
+                {"downside", text(text_id::kAnswersDownside)},
+                {"upside", text(text_id::kAnswersUpside)},
+                {"elasticity", elasticity_heading(text_id::kAnswersElasticityBase)},
+                {"arc_elasticity", elasticity_heading(text_id::kAnswersElasticityArc)},
                 {"remarks", text(text_id::kPageRemarks), false}});
     if (rows_ == Rows::kAll)
       for (const embedded::Effect& effect : view_.ranking.effects) input_row(effect);
@@ -125,13 +125,13 @@ class Section {
     figure_cell(view_.figures.text(number_or_nan(effect.high)));
     figure_cell(view_.figures.difference(number_or_nan(effect.swing)));
     const model::InputAnswers& answers = view_.answers(effect);
-    figure_cell(view_.figures.difference(answers.downside.value_or(kNone)));
-    figure_cell(view_.figures.difference(answers.upside.value_or(kNone)));
+    figure_cell(break_even_text(input, answers));
     figure_cell(figure_text(answers.share, kShareFormat));
     figure_cell(figure_text(answers.cumulative_share, kShareFormat));
+    figure_cell(view_.figures.difference(answers.downside.value_or(kNone)));
+    figure_cell(view_.figures.difference(answers.upside.value_or(kNone)));
     figure_cell(figure_text(answers.elasticity, kElasticityFormat));
     figure_cell(figure_text(answers.arc_elasticity, kElasticityFormat));
-    figure_cell(break_even_text(input, answers));
     html_.leaf("td", remarks_of(views_, view_, effect), {{"class", "t"}});
     html_.end();
   }

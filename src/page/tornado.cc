@@ -77,7 +77,8 @@ class Tornado {
     take(view_.base);
     names_ = std::min(names_, kWidestName);
     const double from = names_ + 2 * kBesideBar + widest_end + kBesideBar;
-    axis_ = axis_around(views_, low, high, view_.figures.code(), from, kWidth - widest_end - 2 * kBesideBar);
+    axis_ = axis_around(views_.numbers(), views_.language(), low, high, view_.figures.code(), from,
+                        kWidth - widest_end - 2 * kBesideBar);
     top_ = kAboveBars + kKey + (look_.in_page ? 0 : kTitle);
   }
 
@@ -122,8 +123,8 @@ class Tornado {
   Axis change_axis() const {
     const Scale& values = axis_.scale;
     const double size = std::fabs(view_.base);
-    Axis axis = axis_around(views_, (values.first - view_.base) / size, (values.last - view_.base) / size,
-                            "0%", values.from, values.to);
+    Axis axis = axis_around(views_.numbers(), views_.language(), (values.first - view_.base) / size,
+                            (values.last - view_.base) / size, "0%", values.from, values.to);
     axis.scale = {(values.first - view_.base) / size, (values.last - view_.base) / size, values.from,
                   values.to};
     std::erase_if(axis.ticks, [&](const Axis::Tick& tick) {
@@ -241,18 +242,18 @@ Palette palette_of(const embedded::ReportOptions& options) {
   return palette(options.bar_color, options.low_color.value_or(options.bar_color));
 }
 
-Axis axis_around(const Views& views, double low, double high, const std::string& format, double from,
-                 double to) {
+Axis axis_around(host::NumberService& numbers, const environment::Language& language, double low, double high,
+                 const std::string& format, double from, double to) {
   constexpr double kTypefaces = 1.15;  // of wider ones than the sheets have
   const bool upright = from > to;
   const layout::AxisTicks ticks =
-      layout::axis_ticks(views.numbers(), low, high, format, {std::fabs(to - from) / kTypefaces, upright});
+      layout::axis_ticks(numbers, low, high, format, {std::fabs(to - from) / kTypefaces, upright});
   Axis axis{.scale = {ticks.minimum, ticks.maximum, from, to}, .ticks = {}};
   const auto count = std::lround((ticks.maximum - ticks.minimum) / ticks.unit);
   for (std::int64_t i = 0; i <= count; ++i) {
     double value = ticks.minimum + static_cast<double>(i) * ticks.unit;
     if (std::fabs(value) < ticks.unit * model::NumberRules::kRounding) value = 0;
-    axis.ticks.push_back({value, formatted(value, ticks.format, views.language())});
+    axis.ticks.push_back({value, formatted(value, ticks.format, language)});
   }
   return axis;
 }

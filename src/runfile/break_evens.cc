@@ -60,8 +60,7 @@ model::StepCurve curve_of(const Run& run, std::size_t input, std::size_t output)
     const double value = run.input_values[run.input_value_index(0, step)];
     const double result = run.output_values[run.output_value_index(0, output, step)];
     if (std::isnan(value)) continue;
-    steps.push_back(
-        {value, is_encoded_error(result) ? std::numeric_limits<double>::quiet_NaN() : result});
+    steps.push_back({value, is_encoded_error(result) ? std::numeric_limits<double>::quiet_NaN() : result});
   }
   return model::step_curve(std::move(steps));
 }

@@ -146,7 +146,8 @@ BreakEvens find_break_evens(const Plan& plan, const Shard& shard,
   for (std::size_t output = 0; output < plan.outputs.size(); ++output) {
     if (!plan.outputs[output].item.target) continue;
     auto& all = break_evens[output].emplace();
-    for (const auto& of_input : found) all.insert(all.end(), of_input[output].begin(), of_input[output].end());
+    for (const auto& of_input : found)
+      all.insert(all.end(), of_input[output].begin(), of_input[output].end());
   }
   return break_evens;
 }

@@ -38,16 +38,16 @@ const RootSearch::Point& RootSearch::best() const {
   return std::fabs(off(far_)) < std::fabs(off(near_)) ? far_ : near_;
 }
 
-// Which part of the way from the latest point to the far end the level is expected at: on the parabola through
-// the three points, x by y, where that rises or falls all along; else on the line through two.
+// Which part of the way from the latest point to the far end is asked: where the level is on the parabola
+// through the three points, x by y, if that rises or falls all along, at first on the line through two; else
+// the half.
 double RootSearch::part() const {
   if (since_ > kPatience) return 0.5;
   const double near = off(near_), far = off(far_), before = off(before_);
-  const double line = near / (near - far);
-  if (before_.x == far_.x || before_.x == near_.x) return line;
+  if (before_.x == far_.x || before_.x == near_.x) return near / (near - far);
   const double place = (near_.x - far_.x) / (before_.x - far_.x);
   const double value = (near - far) / (before - far);
-  if (!(value * value < place && (1 - value) * (1 - value) < 1 - place)) return line;
+  if (!(value * value < place && (1 - value) * (1 - value) < 1 - place)) return 0.5;
   return near / (far - near) * (before / (far - before)) +
          (before_.x - near_.x) / (far_.x - near_.x) * (near / (before - near)) * (far / (before - far));
 }

@@ -3,9 +3,10 @@
 
 namespace ordvane::sweep {
 
-// Narrows a range, at whose ends the function lies on opposite sides of the level, to two neighbouring numbers,
-// or to a 2^64th of the range: a curve through what is known says where to ask next, and halves where that
-// does not get on. A jump over the level is narrowed like a root; the value at the end tells them apart.
+// Narrows a range, at whose ends the function lies on opposite sides of the level, to two neighbouring
+// numbers, or to a 2^64th of the range: a curve through what is known says where to ask next, and halves
+// where that does not get on. A jump over the level is narrowed like a root; the value at the end tells them
+// apart.
 class RootSearch {
  public:
   struct Point {
@@ -28,9 +29,9 @@ class RootSearch {
   Point near_, far_, before_;  // the latest, the other end of the range, and the one that left it last
   double finest_;              // what the range is narrowed to at least
   double next_ = 0;
-  double reach_ = 1;   // of a step past the latest point, in the finest
-  double width_ = 0;   // of the range when it last was halved
-  int since_ = 0;      // points asked since then
+  double reach_ = 1;  // of a step past the latest point, in the finest
+  double width_ = 0;  // of the range when it last was halved
+  int since_ = 0;     // points asked since then
   bool done_ = false;
 };
 
