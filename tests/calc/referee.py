@@ -197,7 +197,7 @@ def texts_of_numbers(asked, ours, theirs):
     if form not in FORMATS:
         return True
     if form == "General":
-        return math.isclose(as_number(ours), as_number(theirs), rel_tol=1e-9)
+        return math.isclose(as_number(ours), as_number(theirs), rel_tol=1e-9, abs_tol=6e-10)
     return ours == theirs + "." if form == "#.##" else any(letter in form for letter in "ymdh") and asked.number(0) < 61
 
 
@@ -261,6 +261,7 @@ MEANT = [
     ("CONVERT INFO", not_there),
     ("YIELD", lambda asked, ours, theirs: isinstance(ours, float) and yields_apart(asked, ours, theirs)),
     ("AMORDEGRC AMORLINC", lambda asked, ours, theirs: ours == 0 and (asked.number(4) >= 2**31 or asked.number(1) < 10000)),
+    ("AMORLINC", lambda asked, ours, theirs: theirs == 0 and 0 < asked.number(5) < 1e-9),
     ("ACCRINT ACCRINTM COUPDAYBS COUPDAYS COUPDAYSNC COUPNCD COUPNUM COUPPCD DATEDIF DAY DAYS360 DISC DURATION EDATE EOMONTH INTRATE "
      "ISOWEEKNUM MDURATION MONTH NETWORKDAYS NETWORKDAYS.INTL PRICE PRICEDISC PRICEMAT RECEIVED WEEKDAY WEEKNUM WORKDAY WORKDAY.INTL "
      "YEAR YEARFRAC YIELD YIELDDISC YIELDMAT", only_ours_fails_where(of_no_date)),
