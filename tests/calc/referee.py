@@ -558,6 +558,8 @@ def compare(office, evaluator, sheets, formulas, path, report):
                 compare(office, evaluator, sheets, half, path, report)
         elif ours is None:
             report.add(*formulas[0], "took too long", "was not asked", sheets(formulas).get("V"))
+        else:
+            print("LibreOffice does not end:", asked_text(formulas[0][1], sheets(formulas).get("V")), file=sys.stderr)
         return
     for row, ((name, formula), (value,)) in enumerate(zip(formulas, theirs)):
         if formula is not None:
