@@ -57,7 +57,8 @@ class ComparisonPage {
         swings(output);
     }
     if (!as_before.empty())
-      html_.leaf("p", texts_.text(text_id::kComparisonAsBefore, texts_.list_of(as_before)), {{"class", "note"}});
+      html_.leaf("p", texts_.text(text_id::kComparisonAsBefore, texts_.list_of(as_before)),
+                 {{"class", "note"}});
     bases(text(text_id::kComparisonInputs), comparison_.inputs);
     html_.end().end().end().raw("\n");
     return html_.take();
@@ -70,7 +71,8 @@ class ComparisonPage {
   }
 
   // A column of names begins with a "t".
-  void open_table(const std::string& caption, const std::vector<std::pair<const char*, std::string>>& columns) {
+  void open_table(const std::string& caption,
+                  const std::vector<std::pair<const char*, std::string>>& columns) {
     html_.open("div", {{"class", "table"}});
     html_.open("div", {{"class", "scroll"}, {"tabindex", "0"}, {"role", "region"}, {"aria-label", caption}});
     html_.open("table").leaf("caption", caption).open("thead").open("tr");
@@ -142,8 +144,8 @@ class ComparisonPage {
   }
 
   void table(const ComparedOutput& output, const Figures& figures) {
-    const std::string reached = texts_.text(text_id::kAnswersOutputAt,
-                                            figures.text(exchange::target_of(comparison_, output)));
+    const std::string reached =
+        texts_.text(text_id::kAnswersOutputAt, figures.text(exchange::target_of(comparison_, output)));
     const std::string before = text(text_id::kComparisonBefore), now = text(text_id::kComparisonNow);
     open_table(texts_.text(text_id::kComparisonSwings, output.item.name),
                {{"n", text(text_id::kHeadingRank)},

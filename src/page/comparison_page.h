@@ -8,9 +8,9 @@
 
 namespace ordvane::page {
 
-// What the sheets have: every base value, and for each output that changed swings, ranks and break-evens of its
-// inputs below a chart of both swings. Of the options language, colours and overwrite count. The file appears
-// whole or not at all. Throws host::Error.
+// What the sheets have: every base value, and for each output that changed swings, ranks and break-evens of
+// its inputs below a chart of both swings. Of the options language, colours and overwrite count. The file
+// appears whole or not at all. Throws host::Error.
 void write_comparison(const exchange::Comparison& comparison, const std::filesystem::path& file,
                       const embedded::ReportOptions& options);
 

@@ -13,8 +13,8 @@ using Anchor = Svg::Anchor;
 
 constexpr double kWidth = 900;
 constexpr double kPair = 40, kBar = 14;
-constexpr double kTop = 34;     // the key of colours
-constexpr double kBelow = 26;   // ticks
+constexpr double kTop = 34;    // the key of colours
+constexpr double kBelow = 26;  // ticks
 constexpr double kBeside = 6;
 constexpr double kWidestName = 290;
 

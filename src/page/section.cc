@@ -85,7 +85,7 @@ class Section {
     return view_.name + " – " + texts_.text(text, std::to_string(count));
   }
 
-  void figure_cell(const std::string& text) { html_.leaf("td", text); }
+  void figure_cell(const std::string& text) { html_.cell(text); }
 
   void inputs_table() {
     const auto text = [&](auto text_id) { return texts_.text(text_id); };
@@ -132,7 +132,11 @@ class Section {
     figure_cell(view_.figures.difference(answers.upside.value_or(kNone)));
     figure_cell(figure_text(answers.elasticity, kElasticityFormat));
     figure_cell(figure_text(answers.arc_elasticity, kElasticityFormat));
-    html_.leaf("td", remarks_of(views_, view_, effect), {{"class", "t"}});
+    const std::string remarks = remarks_of(views_, view_, effect);
+    if (remarks.empty())
+      figure_cell(remarks);
+    else
+      html_.leaf("td", remarks, {{"class", "t"}});
     html_.end();
   }
 

@@ -101,6 +101,24 @@ TEST(Answers, OfOneInput) {
   }
 }
 
+// Answers of the model stand in the place of lines; what is off the target by more than calculating leaves
+// behind is a jump, and so is a value without a result.
+TEST(Answers, TellsAnswersOfTheModelFromJumps) {
+  const Records inputs{input_of(2, {1, 2, 3, 4, 5, 6}, {-1, 1, -1, 1, 1, -1}, 1)};
+  const OutputTarget asked{.value = 0,
+                           .sought = {{{0, 1.25, 1e-7}, {0, 2.5, -0.4}, {0, 3.5, kNaN}, {0, 5.5, 0}}}};
+  const OutputAnswers answers = answers_of(inputs, Records{item(1)}, 1, asked);
+  std::vector<double> reached;
+  for (const Crossing& crossing : answers.inputs[0].break_even.reached) {
+    EXPECT_EQ(crossing.place, Crossing::Place::kModel);
+    reached.push_back(crossing.input);
+  }
+  EXPECT_EQ(reached, (std::vector<double>{1.25, 5.5}));
+  EXPECT_EQ(answers.inputs[0].break_even.passed, (std::vector<double>{2.5, 3.5}));
+  EXPECT_TRUE(wanted_target(0, asked).sought);
+  EXPECT_FALSE(wanted_target(0.5, asked).sought) << "another target than the model was asked for";
+}
+
 TEST(Answers, SharesAndOrders) {
   const auto input = [](const std::vector<double>& results, std::int32_t rank) {
     return input_of(2, {1, 3}, results, rank);
