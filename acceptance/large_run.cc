@@ -41,7 +41,7 @@ void write_large_run(const std::filesystem::path& file, const RunSize& size, con
   std::filesystem::path table = file;
   table.replace_extension(".csv");
   std::ofstream rows(table, std::ios::binary);
-  rows << runfile::rows_header(run.outputs.size()) << '\n';
+  rows << runfile::rows_header(run.outputs.size());
   for (std::int32_t i = 0; i < size.inputs; ++i)
     for (std::int32_t step = 1; step <= size.steps; ++step) {
       std::string row = "1," + std::to_string(i + 1) + "," + std::to_string(step);

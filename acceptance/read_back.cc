@@ -213,7 +213,8 @@ void compare_breaks(const LateBound& breaks, bool rows, const std::vector<std::i
   for (std::int32_t at = 1; at <= count; ++at) {
     const LateBound one = breaks.object(L"Item", L"PageBreak", {at});
     if (one.get(L"Type").whole() != kXlManualBreak) continue;
-    found += std::to_string(one.object(L"Location", L"Range").get(rows ? L"Row" : L"Column").whole()) + " ";
+    found +=
+        std::to_string(one.object(L"Location", L"Location").get(rows ? L"Row" : L"Column").whole()) + " ";
   }
   for (const std::int32_t position : expected) wanted += std::to_string(position) + " ";
   findings.expect(where, found, wanted);

@@ -150,11 +150,11 @@ class Overlay final : public IDispatch {
         if (result != nullptr) *result = answer.release();
         return S_OK;
       }
-    } catch (const host::Error& error) {
+    } catch (const std::exception& error) {
       if (exception != nullptr) {
         *exception = {};
         exception->scode = static_cast<SCODE>(0x800A03EC);
-        exception->bstrDescription = automation::make_bstr(error.description());
+        exception->bstrDescription = automation::make_bstr(error.what());
       }
       return DISP_E_EXCEPTION;
     }
@@ -242,12 +242,17 @@ host::CellValue value_at(const office::BookModel& book, const office::SheetModel
   return {};
 }
 
-Variant list(const office::BookModel& book, const office::SeriesData& data) {
+std::vector<host::CellValue> data_of(const office::BookModel& book, const office::SeriesData& data) {
   std::vector<host::CellValue> values = data.constants;
   for (const auto& sheet : book.sheets)
     for (std::int32_t row = 0; sheet->name == data.sheet && row < data.area.rows; ++row)
       for (std::int32_t column = 0; column < data.area.columns; ++column)
         values.push_back(value_at(book, *sheet, data.area.row + row, data.area.column + column));
+  return values;
+}
+
+Variant list(const office::BookModel& book, const office::SeriesData& data) {
+  std::vector<host::CellValue> values = data_of(book, data);
   if (faulty("series") && !values.empty()) values.back() = host::CellValue(-1.0);
   SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 1, static_cast<ULONG>(values.size()));
   for (LONG at = 1; at <= static_cast<LONG>(values.size()); ++at)
@@ -333,16 +338,17 @@ std::string stored(const std::string& data) {
   return zlib;
 }
 
-// The numbers of the longest series, as lengths of bars.
+// The numbers of the series that has most of them other than 0, as lengths of bars.
 std::vector<double> lengths(const office::BookModel& book, const office::ChartModel& chart) {
   std::vector<double> best;
+  std::size_t most = 0;
   for (const auto& model : chart.series) {
     std::vector<double> numbers;
-    for (const auto& sheet : book.sheets)
-      for (std::int32_t row = 0; sheet->name == model->values.sheet && row < model->values.area.rows; ++row)
-        numbers.push_back(
-            std::abs(value_at(book, *sheet, model->values.area.row + row, model->values.area.column).number));
-    if (numbers.size() > best.size()) best = numbers;
+    for (const host::CellValue& value : data_of(book, model->values))
+      numbers.push_back(value.kind == host::CellKind::kNumber ? std::abs(value.number) : 0);
+    const auto there =
+        numbers.size() - static_cast<std::size_t>(std::count(numbers.begin(), numbers.end(), 0.0));
+    if (there > most) most = there, best = numbers;
   }
   return best;
 }
@@ -455,7 +461,6 @@ ComPtr<IDispatch> range(IDispatch* below) {
     if (faulty("text")) o.shows("Value2", "?");
     if (faulty("format")) o.shows("NumberFormat", "0.0000000");
     if (faulty("width")) o.shows("ColumnWidth", 99.0);
-    o.shows("HasArray", false);
   });
 }
 
@@ -483,7 +488,8 @@ ComPtr<IDispatch> worksheet(const Office& office, IDispatch* below) {
       if (member == "PageSetup") return page_setup(object, model()->page);
       if (member == "HPageBreaks") return page_breaks(object, model()->page.row_breaks, "Row");
       if (member == "VPageBreaks") return page_breaks(object, model()->page.column_breaks, "Column");
-      return member == "Range" ? range(object) : nullptr;
+      // The library passes ranges on to other objects of the stand-in, which want their own.
+      return member == "Range" && office->screen_updating() ? range(object) : nullptr;
     });
   });
 }
