@@ -344,6 +344,11 @@ TEST(Functions, ValuesAreFound) {
       {"SWITCH(Z99,0,1,\"t\")", "\"t\""},
       {"SEARCH(\"a~\",\"ba~\")", "2"},
       {"GAMMADIST(0,1,8,FALSE)", "0.125"},
+      {"FACTDOUBLE(-0.5)", "1"},
+      {"FINV(1,100,9999999999)", "0"},
+      {"FINV(1,100,1E10)", "error"},
+      {"YIELD(41040,44146,0,1E-300,100,2,1)", "1.1634182658748718e+18"},
+      {"INDEX(FREQUENCY({3;1;2;5;2},{3;2;2}),2)", "3"},
   };
   expect_values(cases);
 }
