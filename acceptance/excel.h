@@ -24,6 +24,8 @@ class Excel {
   Excel& operator=(const Excel&) = delete;
 
   const LateBound& application() const { return application_; }
+  // 0 where it runs in this program's own process.
+  DWORD process() const { return process_ == GetCurrentProcessId() ? 0 : process_; }
   void tell(Results& results) const;
   // The model that runs are about; workbooks other than it are those of reports.
   LateBound open_model(const std::filesystem::path& file);
