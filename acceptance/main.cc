@@ -330,8 +330,9 @@ void with_excel(Kit& kit) {
     excel = std::make_unique<Excel>();
     excel->tell(kit.results);
     const path model = kit.options.out / kModel;
-    std::filesystem::copy_file(kit.options.kit / "runs" / kModel, model,
-                               std::filesystem::copy_options::overwrite_existing);
+    if (!CopyFileW((kit.options.kit / "runs" / kModel).c_str(), model.c_str(), FALSE))
+      throw Wrong{"the model is not copied to " + utf8_of(model) + ": error " +
+                  std::to_string(GetLastError())};
     kit.run = std::make_shared<runfile::Run>(runfile::read_run(kit.options.kit / "runs" / kRun));
     give_run(kit.options.kit / "runs" / kRun);
     excel->open_model(model);

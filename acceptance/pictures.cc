@@ -73,6 +73,7 @@ std::string export_pdf(const LateBound& workbook, const std::filesystem::path& f
 
 void check_pictures(Results& results, const LateBound& workbook, const std::filesystem::path& folder,
                     const std::filesystem::path& ours) {
+  std::filesystem::remove_all(folder);  // what an earlier run of the kit has drawn
   std::filesystem::create_directories(folder);
   results.check("charts are drawn", [&] { return export_charts(results, workbook, folder, ours); });
   results.check("workbook prints to PDF", [&] { return export_pdf(workbook, folder / "reports.pdf"); });

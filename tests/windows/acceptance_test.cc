@@ -47,7 +47,8 @@ class Acceptance : public testing::Test {
   // The kit's exit code; what it says goes to `said`.
   DWORD run(const wchar_t* faults, const std::wstring& options) {
     SetEnvironmentVariableW(L"ORDVANE_EXCEL_FAULTS", faults);
-    const path output = kit_ / "said.txt";
+    // A name of its own for each: what starts consoles may keep the last one open.
+    const path output = kit_ / ("said-" + std::to_string(++runs_) + ".txt");
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
     const HANDLE file =
         CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);
@@ -85,6 +86,7 @@ class Acceptance : public testing::Test {
 
   path programs_ = path(server_path()).parent_path();
   path kit_ = std::filesystem::temp_directory_path() / "ordvane-acceptance";
+  int runs_ = 0;
   std::string said;
 };
 
