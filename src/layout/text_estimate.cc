@@ -46,7 +46,9 @@ double character_width(char32_t character) {
 template <class Use>
 void for_each_piece(std::string_view text, std::string_view separators, Use&& use) {
   while (true) {
-    const std::size_t end = text.find_first_of(separators);
+    // Asked of several characters, the library looks at one after the other.
+    const std::size_t end =
+        separators.size() == 1 ? text.find(separators.front()) : text.find_first_of(separators);
     use(text.substr(0, end));
     if (end == std::string_view::npos) return;
     text.remove_prefix(end + 1);

@@ -234,7 +234,7 @@ MEANT = [
     ("FREQUENCY", lambda asked, ours, theirs: theirs == 0 and asked.has_twice(1)),
     ("ISEVEN ISODD", only_theirs_fails_where(lambda asked: asked.texts[0] == "" or asked.is_text(0))),
     ("LARGE SMALL", only_theirs_fails_where(lambda asked: asked.is_text(1))),
-    ("LINEST LOGEST TREND GROWTH", only_ours_fails_where(lambda asked: any(map(asked.is_text, range(2, len(asked.texts)))))),
+    ("LINEST LOGEST TREND GROWTH", only_ours_fails_where(lambda asked: asked.errors() or any(map(asked.is_text, range(2, len(asked.texts)))))),
     ("NUMBERVALUE", only_theirs_fails_where(lambda asked: len(asked.texts) == 1 and asked.has(".", ","))),
     ("BASE", only_ours_fails_where(lambda asked: asked.number(0) >= 2**53)),
     ("COMBINA", lambda asked, ours, theirs: asked.number(0) == int(asked.number(1)) == 0),
@@ -247,7 +247,7 @@ MEANT = [
     ("POISSON", only_theirs_fails_where(lambda asked: asked.number(1) == 0)),
     (" ".join(DISTRIBUTIONS), of_huge_or_tiny),
     (" ".join(DISTRIBUTIONS), only_ours_fails_where(lambda asked: max(asked.numbers()) > 1e7)),
-    ("CHIDIST CHIINV FDIST FINV TDIST TINV", of_much_freedom),
+    ("BETADIST BETAINV CHIDIST CHIINV FDIST FINV TDIST TINV", of_much_freedom),
     ("TEXT", texts_of_numbers),
     ("ROUND ROUNDUP ROUNDDOWN TRUNC", lambda asked, ours, theirs: 0 < abs(asked.number(0)) < 1e-297 or asked.number(1) > 20),
     ("ROUNDUP ROUNDDOWN", last_unit),
@@ -558,6 +558,8 @@ def compare(office, evaluator, sheets, formulas, path, report):
                 compare(office, evaluator, sheets, half, path, report)
         elif ours is None:
             report.add(*formulas[0], "took too long", "was not asked", sheets(formulas).get("V"))
+        else:
+            print("LibreOffice does not end:", asked_text(formulas[0][1], sheets(formulas).get("V")), file=sys.stderr)
         return
     for row, ((name, formula), (value,)) in enumerate(zip(formulas, theirs)):
         if formula is not None:
