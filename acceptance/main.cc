@@ -364,7 +364,9 @@ void other_width(Kit& kit) {
     if (!std::filesystem::exists(program)) throw CannotBeMade{"it is not in this kit"};
     std::filesystem::create_directories(folder);
     std::wstring command = L'"' + program.wstring() + L"\" --part --kit \"" + kit.options.kit.wstring() +
-                           L"\" --out \"" + folder.wstring() + L'"' + (kit.options.quick ? L" --quick" : L"");
+                           L"\" --out \"" + folder.wstring() + L'"' +
+                           (kit.options.quick ? L" --quick" : L"") +
+                           (kit.options.only.empty() ? L"" : L" --only " + kit.options.only);
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
