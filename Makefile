@@ -77,6 +77,7 @@ bench:
 	build/bench/bench/bench_core
 	/usr/bin/python3 bench/whole_process.py build/bench
 	/usr/bin/python3 bench/full_size.py build/bench
+	/usr/bin/python3 bench/growth.py build/bench
 	/usr/bin/python3 bench/sweeps.py build/bench
 
 reference:
