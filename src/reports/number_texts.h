@@ -12,7 +12,7 @@ namespace ordvane::reports {
 inline constexpr int kDigitsOfCell = 10;
 inline constexpr int kDigitsOfLabel = 6;
 
-// As the spreadsheet shows a number in this local format; in one that is General, or that it cannot read,
+// As the spreadsheet shows a number in this format, English codes; in one that is General, or that it cannot read,
 // with so many significant digits and no more than needed.
 std::string NumberText(const session::Session& session, double value, const std::string& format, int digits);
 
