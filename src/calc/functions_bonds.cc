@@ -368,7 +368,7 @@ Operand call_dollar_fraction(Call& call) {
   return whole + (to_decimal ? rest / parts * decimals : rest / decimals * parts);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kBondsFunctions[] = {
     {"ACCRINT", 6, 8, "s", call_accrint},
     {"ACCRINTM", 4, 5, "s", call_accrintm},
     {"AMORDEGRC", 6, 7, "s", call_amordegrc},
@@ -400,7 +400,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> bond_functions() {
-  return kFunctions;
+  return kBondsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -305,7 +305,7 @@ Operand call_workday_intl(Call& call) {
   return day.value.is_number() && day.value.number() < 0 ? Operand(ErrorCode::kArgument) : day;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kCalendarFunctions[] = {
     {"DATE", 3, 3, "s", call_date},
     {"DATEDIF", 3, 3, "s", call_datedif},
     {"DAY", 1, 1, "s", call_day},
@@ -332,7 +332,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> calendar_functions() {
-  return kFunctions;
+  return kCalendarFunctions;
 }
 
 }  // namespace ordvane::calc

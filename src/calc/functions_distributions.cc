@@ -458,7 +458,7 @@ Operand call_ttest(Call& call) {
   return t_two_tails(distance / std::sqrt(x + y), freedom) / (3 - tails);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kDistributionsFunctions[] = {
     {"BETA.DIST", 4, 6, "s", call_beta_dist},
     {"BETA.INV", 3, 5, "s", call_beta_inv},
     {"BETADIST", 3, 5, "s", call_betadist},
@@ -529,7 +529,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> distribution_functions() {
-  return kFunctions;
+  return kDistributionsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -293,7 +293,7 @@ Operand call_randbetween(Call& call) {
 constexpr auto kArgument = ErrorCode::kArgument;
 constexpr auto kValue = ErrorCode::kValue;
 
-constexpr Function kFunctions[] = {
+constexpr Function kElementaryFunctions[] = {
     {"ACOS", 1, 1, "s", call_of<std::acos>, lanes_of_number<std::acos>},
     {"ACOSH", 1, 1, "s", call_of<area_cosine, kArgument>, lanes_of_number<area_cosine>},
     {"ACOT", 1, 1, "s", call_of<arc_cotangent>, lanes_of_number<arc_cotangent>},
@@ -350,7 +350,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> elementary_functions() {
-  return kFunctions;
+  return kElementaryFunctions;
 }
 
 }  // namespace ordvane::calc
