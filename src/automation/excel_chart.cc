@@ -129,7 +129,7 @@ void ExcelChart::set_plot_area_inside(double left, double top, double width, dou
   };
   if (context_->major_version() > kExcel2007)
     return place([&](const Side& side) { area.put(side.inside, side.points); });
-  double around[4];
+  double around[4] = {};
   for (std::size_t at = 0; at < std::size(sides); ++at)
     around[at] = area.get(sides[at].outside).number() - area.get(sides[at].inside).number();
   place([&](const Side& side) { area.put(side.outside, side.points + around[&side - sides]); });
