@@ -208,8 +208,10 @@ const Limit kLimits[] = {
     {"no PrintCommunication, as in Excel 2007",
      [](Behaviours& b) { b.unknown = {"Application.PrintCommunication"}; }},
     {"add-ins that are not loaded",
-     [](Behaviours& b) { b.refused = {"Application.Run", "ChartObject.OnAction"}; },
+     [](Behaviours& b) { b.refused = {"Application.Run"}; },
      [](RunShape& s) { s.nameless = true; }},
+    {"properties that cannot be written", [](Behaviours& b) { b.refused = {"Workbook.BuiltinDocumentProperties"}; },
+     [](RunShape&) {}, Limit::Same::kSheets},
     {"a Normal font of 10 pixels", [](Behaviours& b) { b.digit_pixels = 10; }, [](RunShape&) {},
      Limit::Same::kWidthsNearly},
 };
@@ -220,6 +222,7 @@ TEST(ExcelManners, ReportsSurviveEveryLimit) {
       SCOPED_TRACE(std::string(limit.what) + ": " + report);
       RunShape shape;
       shape.groups = true;
+      shape.formats = {"#,##0.00", "0.0%"};
       limit.shape(shape);
       DispatchBench direct(shape), late(shape);
       limit.switch_on(late.stand_in->behaviours);
