@@ -110,8 +110,8 @@ class ExcelChart final : public host::Chart, private ExcelObject {
   LateBound first_group() { return it_.object(L"ChartGroups", kinds::kChartGroup, {1}); }
 };
 
-// Up to Excel 2007 the inside can only be read, so that what lies around it is placed. No version lets the area
-// leave its chart on the way: the place is said again once the size is right.
+// Up to Excel 2007 the inside can only be read, so that what lies around it is placed. No version lets the
+// area leave its chart on the way: the place is said again once the size is right.
 void ExcelChart::set_plot_area_inside(double left, double top, double width, double height) {
   const LateBound area = plot_area();
   struct Side {

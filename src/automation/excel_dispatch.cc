@@ -121,12 +121,13 @@ const layout::LocalCodes& ExcelContext::local_codes() {
   if (local_codes_) return *local_codes_;
   using Codes = layout::LocalCodes;
   static constexpr std::pair<std::int32_t, std::string Codes::*> kNumbers[] = {
-      {3, &Codes::decimal}, {4, &Codes::group}, {17, &Codes::date},   {18, &Codes::time},
-      {19, &Codes::year},   {20, &Codes::month}, {21, &Codes::day},    {22, &Codes::hour},
+      {3, &Codes::decimal}, {4, &Codes::group},   {17, &Codes::date},   {18, &Codes::time},
+      {19, &Codes::year},   {20, &Codes::month},  {21, &Codes::day},    {22, &Codes::hour},
       {23, &Codes::minute}, {24, &Codes::second}, {26, &Codes::general}};
   Codes codes;
   const bool told = host::ignoring_errors([&] {
-    for (const auto& [number, code] : kNumbers) codes.*code = application.get(L"International", {number}).text();
+    for (const auto& [number, code] : kNumbers)
+      codes.*code = application.get(L"International", {number}).text();
   });
   return local_codes_.emplace(told ? codes : Codes());
 }

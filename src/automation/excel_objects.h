@@ -50,7 +50,7 @@ struct KnownArea {
 struct ExcelContext {
   explicit ExcelContext(LateBound excel) : application(std::move(excel)) {}
   std::int32_t major_version();  // 12 for 2007; asked once
-  // What the user's language has for the codes of number formats; asked once, English where Excel does not say.
+  // What the user's language has for the codes of number formats; asked once, English if Excel does not say.
   const layout::LocalCodes& local_codes();
 
   LateBound application;

@@ -43,7 +43,8 @@ class CellKeeper {
   ~CellKeeper() {
     constexpr int kAttempts = 2;  // Excel may be busy with something else
     const auto put_back = [&](auto&& step) {
-      for (int attempt = 0; attempt < kAttempts && !host::ignoring_errors(step); ++attempt) {}
+      for (int attempt = 0; attempt < kAttempts && !host::ignoring_errors(step); ++attempt) {
+      }
     };
     put_back([&] { cell_.put(property_, formula_); });
     put_back([&] {

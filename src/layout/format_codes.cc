@@ -188,10 +188,10 @@ class LocalSection {
   }
 
   void add_date_part(char part, std::string_view piece, std::size_t at) {
-    const std::string& code = part == 'y'   ? codes_.year
-                              : part == 'd' ? codes_.day
-                              : part == 'h' ? codes_.hour
-                              : part == 's' ? codes_.second
+    const std::string& code = part == 'y'                ? codes_.year
+                              : part == 'd'              ? codes_.day
+                              : part == 'h'              ? codes_.hour
+                              : part == 's'              ? codes_.second
                               : means_minutes(piece, at) ? codes_.minute
                                                          : codes_.month;
     const bool elapsed = piece.size() > 1;

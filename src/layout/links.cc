@@ -19,7 +19,8 @@ std::string doubled(const std::string& text, char quote) {
 std::string LinkFormula(const std::string& sheet, std::int32_t row, const std::string& text) {
   constexpr std::int32_t kLongestText = 255;  // UTF-16 units of a text in a formula
   const std::string place = "#'" + doubled(sheet, '\'') + "'!A" + std::to_string(row);
-  return "=HYPERLINK(\"" + doubled(place, '"') + "\",\"" + doubled(text::shortened(text, kLongestText), '"') + "\")";
+  return "=HYPERLINK(\"" + doubled(place, '"') + "\",\"" + doubled(text::shortened(text, kLongestText), '"') +
+         "\")";
 }
 
 }  // namespace ordvane::layout

@@ -119,7 +119,7 @@ void fill_number_formats(session::Session& session, Records& records, std::int32
   for (std::int32_t i = 1; i <= count; ++i) {
     host::ignoring_errors([&] {
       DralInputOutput& record = records(i);
-      // Not by an external address: these are found while a sheet of cells is active, and have 255 characters.
+      // External addresses are found while a sheet of cells is active only, and have 255 characters at most.
       const auto cell = session.application()
                             .workbook(record.bookName)
                             ->worksheet(record.sheetName)
@@ -140,8 +140,7 @@ BaseValues::BaseValues(session::Session& session)
 BaseValues::~BaseValues() {
   if (is_sampled())
     host::ignoring_errors([&] { session_.engine->DRL4_SetSamplingType(session_.hVars, sampling_); });
-  if (is_sampled() || tried_)
-    host::ignoring_errors([&] { session_.application().calculate(); });
+  if (is_sampled() || tried_) host::ignoring_errors([&] { session_.application().calculate(); });
 }
 
 double BaseValues::of(host::Range& cell, const std::string& function_text) {

@@ -12,7 +12,7 @@ std::string NameWithAddress(const std::string& name, const std::string& address)
 
 // The item's name with its address; the address alone for an item without a name.
 std::string ItemLabel(const model::DralInputOutput& item);
-// Format of an item's values, English codes: the cell's own, or the date format of a date whose cell has none.
+// Format of an item's values, English codes: the cell's own, or the date format of a date without one.
 std::string ValueFormat(const model::DralInputOutput& item);
 // Format of differences of an item's values: days between dates are plain numbers.
 std::string ChangeFormat(const model::DralInputOutput& item);

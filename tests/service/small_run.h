@@ -49,12 +49,12 @@ struct RunShape {
   std::vector<double> output_bases = {100, 0};
   std::vector<std::vector<double>> effects = {{1, 5, -3}, {2, 2, 0}};
   std::int32_t simulations = 1;
-  std::int32_t steps = 3;  // of every input
+  std::int32_t steps = 3;                          // of every input
   std::vector<std::string> formats = {"General"};  // of the items' cells, in turn
   std::string more_name = {};                      // behind every name
   bool nameless = false;
   bool with_functions = false;  // inputs are a part of their cells' formulas
-  bool groups = false;     // inputs 1 and 2, and 2 and 3, together: their effects added up, and multiplied
+  bool groups = false;  // inputs 1 and 2, and 2 and 3, together: their effects added up, and multiplied
 };
 
 inline void add_groups(runfile::Run& run, const RunShape& shape) {

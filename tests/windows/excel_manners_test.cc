@@ -1,5 +1,5 @@
-// Excel's manners that no other spreadsheet has, each switched on in the stand-in: the reports come out as they
-// do without it, and the user's model is what it was.
+// Excel's manners that no other spreadsheet has, each switched on in the stand-in: the reports come out as
+// they do without it, and the user's model is what it was.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -86,8 +86,8 @@ std::string model_of(DispatchBench& bench) {
     for (std::int32_t row = 1; row <= kRows; ++row) {
       for (std::int32_t column = 1; column <= kColumns; ++column) {
         const auto cell = model_cell(bench, sheet, "A1")->cell(row, column);
-        text += cell->address(true, true) + " " + cell->formula() + " | " + value_text(cell->value()) + " | " +
-                cell->number_format() + "\n";
+        text += cell->address(true, true) + " " + cell->formula() + " | " + value_text(cell->value()) +
+                " | " + cell->number_format() + "\n";
       }
     }
   }
@@ -140,8 +140,8 @@ TEST(ExcelManners, FormulasAreTriedWhereThatLeavesNoTrace) {
       {"tried", [](Behaviours&, const std::string&) {}, "6*7", 42},
       {"evaluated in an array",
        [](Behaviours& b, const std::string& cell) { b.ties[cell] = CellTie::kPartOfArray; }, "6*7", 42},
-      {"evaluated where writing is refused", [](Behaviours& b, const std::string&) { b.refused = {"Range.Formula2"}; },
-       "6*7", 42},
+      {"evaluated where writing is refused",
+       [](Behaviours& b, const std::string&) { b.refused = {"Range.Formula2"}; }, "6*7", 42},
       {"read where it cannot be evaluated",
        [](Behaviours& b, const std::string&) { b.protected_sheets = {"Sheet1"}; }, "UNKNOWN(1)", 142},
   };
@@ -180,7 +180,8 @@ void expect_nearly_same_widths(DispatchBench& late, DispatchBench& direct, const
   const auto book = direct.application->model(*direct.application->workbook(name));
   for (std::size_t at = 0; at < book->sheets.size(); ++at)
     for (const auto& [column, props] : book->sheets[at]->columns)
-      EXPECT_NEAR(late_book->sheets[at]->columns.at(column).width.value_or(0), props.width.value_or(0), kNearly)
+      EXPECT_NEAR(late_book->sheets[at]->columns.at(column).width.value_or(0), props.width.value_or(0),
+                  kNearly)
           << book->sheets[at]->name << " " << column;
 }
 
@@ -197,9 +198,11 @@ const Limit kLimits[] = {
        b.refused = {"PlotArea.InsideLeft", "PlotArea.InsideTop", "PlotArea.InsideWidth",
                     "PlotArea.InsideHeight", "DataLabel.Text"};
      }},
-    {"Page Layout view", [](Behaviours& b) { b.page_layout_view = true; },
-     [](RunShape& s) { s.steps = 60; }},
-    {"panes that do not freeze at all", [](Behaviours& b) { b.refused = {"Window.FreezePanes", "Window.View"}; },
+    {"Page Layout view", [](Behaviours& b) { b.page_layout_view = true; }, [](RunShape& s) { s.steps = 60; }},
+    {"panes that do not freeze at all",
+     [](Behaviours& b) {
+       b.refused = {"Window.FreezePanes", "Window.View"};
+     },
      [](RunShape& s) { s.steps = 60; }, Limit::Same::kSheets},
     {"a chart sheet that is active", [](Behaviours& b) { b.chart_sheet_active = true; }},
     {"no printer", [](Behaviours& b) { b.refused = {"Worksheet.PageSetup"}; }, [](RunShape&) {},
@@ -207,11 +210,11 @@ const Limit kLimits[] = {
     {"no printer to talk to", [](Behaviours& b) { b.refused = {"Application.PrintCommunication"}; }},
     {"no PrintCommunication, as in Excel 2007",
      [](Behaviours& b) { b.unknown = {"Application.PrintCommunication"}; }},
-    {"add-ins that are not loaded",
-     [](Behaviours& b) { b.refused = {"Application.Run"}; },
+    {"add-ins that are not loaded", [](Behaviours& b) { b.refused = {"Application.Run"}; },
      [](RunShape& s) { s.nameless = true; }},
-    {"properties that cannot be written", [](Behaviours& b) { b.refused = {"Workbook.BuiltinDocumentProperties"}; },
-     [](RunShape&) {}, Limit::Same::kSheets},
+    {"properties that cannot be written",
+     [](Behaviours& b) { b.refused = {"Workbook.BuiltinDocumentProperties"}; }, [](RunShape&) {},
+     Limit::Same::kSheets},
     {"a Normal font of 10 pixels", [](Behaviours& b) { b.digit_pixels = 10; }, [](RunShape&) {},
      Limit::Same::kWidthsNearly},
 };

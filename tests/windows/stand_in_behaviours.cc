@@ -9,12 +9,13 @@
 
 namespace ordvane::test {
 
-const StandInLanguage kEnglishExcel = {"English", ".", ",", "/", ":", "y", "m", "d", "h", "m", "s", "General"};
+const StandInLanguage kEnglishExcel = {"English", ".", ",", "/", ":", "y",
+                                       "m",       "d", "h", "m", "s", "General"};
 const StandInLanguage kGermanExcel = {"German", ",", ".", ".", ":", "J", "M", "T", "h", "m", "s", "Standard"};
 const StandInLanguage kFrenchExcel = {"French", ",", "\xC2\xA0", "/", ":", "a",
                                       "m",      "j", "h",        "m", "s", "Standard"};
-const StandInLanguage kJapaneseExcel = {"Japanese", ".", ",", "/", ":", "y", "m",
-                                        "d",        "h", "m", "s", "G/\xE6\xA8\x99\xE6\xBA\x96"};
+const StandInLanguage kJapaneseExcel = {"Japanese", ".", ",", "/", ":", "y",
+                                        "m",        "d", "h", "m", "s", "G/\xE6\xA8\x99\xE6\xBA\x96"};
 
 namespace {
 
@@ -100,7 +101,8 @@ class Translation {
       if (exact ? sign != from[part] : lower(sign) != lower(from[part])) continue;
       dates_ = true;
       std::size_t meant = part;
-      if (!exact && part == 1 && (after_hours_ || lower(std::string(rest)).find(lower(from_.second)) < 4)) meant = 4;
+      if (!exact && part == 1 && (after_hours_ || lower(std::string(rest)).find(lower(from_.second)) < 4))
+        meant = 4;
       if (part == 3) after_hours_ = true;
       if (part == 0 || part == 2 || part == 5) after_hours_ = false;
       return put(to[meant], from[part]);

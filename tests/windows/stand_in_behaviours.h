@@ -41,17 +41,18 @@ enum class CellTie {
 struct Behaviours {
   const StandInLanguage* language = &kEnglishExcel;
   std::set<std::string> unknown = {};  // members that this version lacks: "Range.Formula2"
-  std::set<std::string> refused = {};  // members that answer with error 1004; of properties, when they are set
+  std::set<std::string> refused =
+      {};  // members that answer with error 1004; of properties, when they are set
   std::set<std::string> protected_sheets = {};
-  std::set<std::string> tables = {};           // cells that are part of one, by external address
-  std::map<std::string, CellTie> ties = {};    // of cells, by external address
-  bool formats_formulas = false;               // General cells take the format of what their formulas name
-  std::int32_t longest_caption = 32767;        // of titles, names of series, headers and text boxes
-  double digit_pixels = 7;                     // of the Normal font, in which columns are measured
-  std::string version = {};                    // empty: the newest
-  bool clamps_plot = false;                    // the plot area stays within its chart at every step
-  bool page_layout_view = false;               // where panes cannot be frozen
-  bool chart_sheet_active = false;             // until a sheet of cells is activated or added
+  std::set<std::string> tables = {};         // cells that are part of one, by external address
+  std::map<std::string, CellTie> ties = {};  // of cells, by external address
+  bool formats_formulas = false;             // General cells take the format of what their formulas name
+  std::int32_t longest_caption = 32767;      // of titles, names of series, headers and text boxes
+  double digit_pixels = 7;                   // of the Normal font, in which columns are measured
+  std::string version = {};                  // empty: the newest
+  bool clamps_plot = false;                  // the plot area stays within its chart at every step
+  bool page_layout_view = false;             // where panes cannot be frozen
+  bool chart_sheet_active = false;           // until a sheet of cells is activated or added
 
   // Counted.
   long recalculations = 0;

@@ -195,6 +195,21 @@ void write_formula(const Call& c, host::Range& cell, const std::string& formula,
     cell.set_number_format("$#,##0.00");
 }
 
+// A formula holds no text of more than 255 characters.
+void check_texts(const std::string& formula) {
+  constexpr std::int32_t kLongest = 255;
+  if (!formula.starts_with("=")) return;
+  for (std::size_t open = formula.find('"'); open != std::string::npos;) {
+    std::size_t close = formula.find('"', open + 1);
+    while (close != std::string::npos && formula.substr(close).starts_with("\"\""))
+      close = formula.find('"', close + 2);
+    if (close == std::string::npos) return;
+    if (text::utf16_length(formula.substr(open + 1, close - open - 1)) > kLongest)
+      refuse("A text in a formula has at most 255 characters");
+    open = formula.find('"', close + 1);
+  }
+}
+
 void put_formula(const RangeTarget& t, const Call& c, const std::string& formula, bool as_array) {
   check_texts(formula);
   if (t.range->row_count() * t.range->column_count() > 1) return t.range->set_formula(formula);
@@ -244,21 +259,6 @@ void put_width(const Call& c, host::Range& columns, double characters) {
 
 void require_cells(const Call& c) {
   if (manners(c).chart_sheet_active) refuse("A chart sheet has no cells");
-}
-
-// A formula holds no text of more than 255 characters.
-void check_texts(const std::string& formula) {
-  constexpr std::int32_t kLongest = 255;
-  if (!formula.starts_with("=")) return;
-  for (std::size_t open = formula.find('"'); open != std::string::npos;) {
-    std::size_t close = formula.find('"', open + 1);
-    while (close != std::string::npos && formula.substr(close).starts_with("\"\""))
-      close = formula.find('"', close + 2);
-    if (close == std::string::npos) return;
-    if (text::utf16_length(formula.substr(open + 1, close - open - 1)) > kLongest)
-      refuse("A text in a formula has at most 255 characters");
-    open = formula.find('"', close + 1);
-  }
 }
 
 // Enters a text as if typed, which is what Excel makes of one that it is given.
@@ -531,7 +531,7 @@ host::Range& range_of(const VARIANT& value) {
 
 STAND_IN_TABLE(ApplicationTarget) {
   return {
-    GET(Name, app(c).name()), 
+    GET(Name, app(c).name()),
         GET(Version, manners(c).version.empty() ? app(c).version() : manners(c).version),
         GET_PUT(Calculation, app(c).calculation(), app(c).set_calculation(as<host::Calculation>(v))),
         GET_PUT(ScreenUpdating, app(c).screen_updating(), app(c).set_screen_updating(v.truth())),
@@ -551,7 +551,8 @@ STAND_IN_TABLE(ApplicationTarget) {
               return cell ? make_range(c, std::move(cell)) : nothing();
             }()),
         GET(Workbooks, object(c, WorkbooksTarget{})),
-        GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), require_cells(c), make_range(c, app(c).range(c.text(0)))),
+        GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), require_cells(c),
+               make_range(c, app(c).range(c.text(0)))),
         GET_PUT(EnableEvents, manners(c).events, manners(c).events = v.truth()),
         GET_OF(International, PARAMETERS(L"?Index"), international(c)),
         METHOD(Evaluate, PARAMETERS(L"Name"), return evaluate(c, app(c).active_sheet())),

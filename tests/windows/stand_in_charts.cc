@@ -289,13 +289,18 @@ STAND_IN_TABLE(PlotAreaTarget) {
       GET(Interior,
           object(c, InteriorTarget{[chart = t.chart](const auto& i) { chart->set_plot_area_interior(i); },
                                    [chart = t.chart] { return chart->plot_area_interior_color(); }})),
-#define PLOT_SIDE(side)                                                                                   \
+#define PLOT_SIDE(side) \
   GET_PUT(Inside##side, t.box[PlotAreaTarget::k##side], set_inside(t, c, PlotAreaTarget::k##side, v.number()))
-#define PLOT_OUTSIDE(side)                                                     \
+#define PLOT_OUTSIDE(side)                                                        \
   GET_PUT(side, t.box[PlotAreaTarget::k##side] + around(PlotAreaTarget::k##side), \
           set_inside(t, c, PlotAreaTarget::k##side, v.number() - around(PlotAreaTarget::k##side)))
-      PLOT_SIDE(Left), PLOT_SIDE(Top), PLOT_SIDE(Width), PLOT_SIDE(Height), PLOT_OUTSIDE(Left),
-      PLOT_OUTSIDE(Width), PLOT_OUTSIDE(Height),
+      PLOT_SIDE(Left),
+      PLOT_SIDE(Top),
+      PLOT_SIDE(Width),
+      PLOT_SIDE(Height),
+      PLOT_OUTSIDE(Left),
+      PLOT_OUTSIDE(Width),
+      PLOT_OUTSIDE(Height),
       GET_PUT(Top, t.box[PlotAreaTarget::kTop] + around(PlotAreaTarget::kTop), set_top(t, c, v.number())),
   };
 }
@@ -398,10 +403,10 @@ STAND_IN_TABLE(AxisTitleTarget) {
 STAND_IN_TABLE(TickLabelsTarget) {
   return {
       // Charts read the codes of the user's language here too.
-      PUT(NumberFormat, t.axis->set_tick_label_format(
-                            format_from(*c.stand_in->behaviours.language, v.text()))),
-      PUT(NumberFormatLocal, t.axis->set_tick_label_format(
-                                 format_from(*c.stand_in->behaviours.language, v.text()))),
+      PUT(NumberFormat,
+          t.axis->set_tick_label_format(format_from(*c.stand_in->behaviours.language, v.text()))),
+      PUT(NumberFormatLocal,
+          t.axis->set_tick_label_format(format_from(*c.stand_in->behaviours.language, v.text()))),
       FONT(t.axis, set_tick_label_font),
   };
 }
