@@ -150,14 +150,19 @@ Operand call_price(Call& call) {
   return price_at(bond_of(coupons, rate, redemption), yield);
 }
 
+// No price of a double needs more.
+constexpr double kLargestYield = 1e300;
+
 // Prices fall as yields rise.
 Operand halved_yield_of(const Bond& bond, double price) {
   double low = 0, high = 0;
   if (price_at(bond, 0) < price)
     low = -bond.a_year;
   else
-    for (high = 1; price_at(bond, high) > price; high *= 2)
-      if (high > 1e6) return ErrorCode::kNoConvergence;
+    for (high = 1; price_at(bond, high) > price; high *= 2) {
+      if (high > kLargestYield) return ErrorCode::kNoConvergence;
+      low = high;
+    }
   for (;;) {
     const double middle = low + (high - low) / 2;
     if (middle == low || middle == high) return high;

@@ -134,7 +134,7 @@ Operand call_fact(Call& call) {
 }
 
 Operand call_factdouble(Call& call) {
-  const double n = floor_of(call.number(0));
+  const double n = whole_part(call.number(0));
   if (n < 0 || n > 300) return ErrorCode::kArgument;
   double result = 1;
   for (double factor = std::fmod(n, 2) == 0 ? 2 : 1; factor <= n; factor += 2) result *= factor;
