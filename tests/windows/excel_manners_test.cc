@@ -235,8 +235,9 @@ TEST(ExcelManners, ReportsSurviveEveryLimit) {
       EXPECT_EQ(error, "");
       EXPECT_EQ(late.environment->messages, direct.environment->messages);
       EXPECT_EQ(sheets_of(late, name), sheets_of(direct, name));
-      if (limit.same == Limit::Same::kAll)
+      if (limit.same == Limit::Same::kAll) {
         EXPECT_EQ(first_difference(everything_of(late, name), everything_of(direct, name)), "");
+      }
       if (limit.same == Limit::Same::kWidthsNearly) expect_nearly_same_widths(late, direct, name);
     }
   }
