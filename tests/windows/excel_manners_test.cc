@@ -30,6 +30,14 @@ RunShape formatted_shape() {
   return shape;
 }
 
+// Axes have none where another language names them.
+std::string without_colors(std::string text) {
+  constexpr std::string_view kColor = "[Red]";
+  for (std::size_t at = text.find(kColor); at != std::string::npos; at = text.find(kColor, at))
+    text.erase(at, kColor.size());
+  return text;
+}
+
 TEST(ExcelManners, EveryLanguageShowsTheSameNumbers) {
   for (const StandInLanguage* language : {&kEnglishExcel, &kGermanExcel, &kFrenchExcel, &kJapaneseExcel}) {
     for (const auto& [report, choose] : kReports) {
@@ -42,7 +50,9 @@ TEST(ExcelManners, EveryLanguageShowsTheSameNumbers) {
       const std::string name = direct.make(false, choose);
       ASSERT_EQ(late.make(true, choose, &error), name);
       EXPECT_EQ(error, "");
-      EXPECT_EQ(first_difference(everything_of(late, name), everything_of(direct, name)), "");
+      EXPECT_EQ(first_difference(without_colors(everything_of(late, name)),
+                                 without_colors(everything_of(direct, name))),
+                "");
     }
   }
 }
@@ -98,13 +108,16 @@ std::string model_of(DispatchBench& bench) {
 
 TEST(ExcelManners, TheModelIsWhatItWas) {
   constexpr long kMostRecalculations = 4;  // before and after each reading of it
-  for (const char* version : {"with dynamic arrays", "without"}) {
+  for (const bool dynamic_arrays : {true, false}) {
     for (const auto& [report, choose] : kReports) {
-      SCOPED_TRACE(std::string(version) + ": " + report);
+      SCOPED_TRACE(std::string(report) + (dynamic_arrays ? "" : " without dynamic arrays"));
       DispatchBench direct(model_shape()), late(model_shape());
       arrange(late);
       Behaviours& behaviours = late.stand_in->behaviours;
-      if (*version == 'w' && version[4] == 'o') behaviours.unknown = {"Range.Formula2", "Range.HasSpill"};
+      if (!dynamic_arrays) {
+        behaviours.unknown = {"Range.Formula2", "Range.HasSpill"};
+        std::erase_if(behaviours.ties, [](const auto& tie) { return tie.second == CellTie::kArrayFormula; });
+      }
       const std::string before = model_of(late);
       std::string error;
       const std::string name = direct.make(false, choose);
@@ -122,11 +135,10 @@ TEST(ExcelManners, TheModelIsWhatItWas) {
 // A formula that is all of its cell is read, and nothing is written for it.
 TEST(ExcelManners, NothingIsWrittenWhereAFunctionIsAllOfItsFormula) {
   DispatchBench bench;
-  bench.stand_in->behaviours.refused = {"Range.Formula", "Range.Formula2", "Range.EnableEvents"};
   std::string error;
-  const std::string name = bench.make(true, service::ask_for_everything, &error);
+  bench.make(true, service::ask_for_everything, &error);
   EXPECT_EQ(error, "");
-  EXPECT_EQ(bench.stand_in->behaviours.changes_heard, 0);
+  EXPECT_EQ(bench.stand_in->behaviours.model_writes, 0);
 }
 
 // What a cell comes to with another formula.

@@ -46,6 +46,7 @@ struct Behaviours {
   std::set<std::string> protected_sheets = {};
   std::set<std::string> tables = {};         // cells that are part of one, by external address
   std::map<std::string, CellTie> ties = {};  // of cells, by external address
+  std::string model = "Model.xlsx";          // the workbook with macros that hear of changes
   bool formats_formulas = false;             // General cells take the format of what their formulas name
   std::int32_t longest_caption = 32767;      // of titles, names of series, headers and text boxes
   double digit_pixels = 7;                   // of the Normal font, in which columns are measured
@@ -56,6 +57,7 @@ struct Behaviours {
 
   // Counted.
   long recalculations = 0;
+  long model_writes = 0;   // of formulas
   long changes_heard = 0;  // by macros of the model
   bool events = true;
 };

@@ -186,12 +186,15 @@ void write_formula(const Call& c, host::Range& cell, const std::string& formula,
   if (tie == CellTie::kPartOfArray) refuse("You cannot change part of an array");
   if (tie != CellTie::kNone && !(as_array && tie == CellTie::kArrayFormula))
     manners(c).ties.erase(cell.address(true, true));
-  if (manners(c).events) ++manners(c).changes_heard;
+  const bool in_model = cell.worksheet()->workbook()->name() == manners(c).model;
+  if (in_model) ++manners(c).model_writes;
+  if (in_model && manners(c).events) ++manners(c).changes_heard;
   // A column of a table takes over what one of its cells begins.
   if (manners(c).tables.contains(cell.address(true, true))) cell.cell(2, 1)->set_formula(formula);
   if (cell.number_format() == "@") return cell.set_value(formula);
   cell.set_formula(formula);
-  if (manners(c).formats_formulas && formula.starts_with("=") && cell.number_format() == "General")
+  if (in_model && manners(c).formats_formulas && formula.starts_with("=") &&
+      cell.number_format() == "General")
     cell.set_number_format("$#,##0.00");
 }
 
