@@ -74,7 +74,7 @@ void ReportSheet::AddTitleBlock(const std::string& title, const std::vector<Titl
       const bool is_text = line.value.kind == host::CellKind::kText;
       if (is_text || !line.number_format.empty())
         worksheet_->range(kFirstLine + row - 1, 1, 1, 2)
-            ->set_number_format_local(is_text ? "@" : line.number_format);
+            ->set_number_format(is_text ? "@" : line.number_format);
     }
     worksheet_->range(kFirstLine, 1, count, 2)->put(block);
     worksheet_->range(kFirstLine, 1, 1, 1)->set_row_height(look::kFirstLineHeight);

@@ -28,7 +28,7 @@ inline constexpr double kBetweenCharts = 12.0;  // points, side by side
 struct TitleLine {
   std::string label;
   host::CellValue value;
-  std::string number_format = {};  // local form; empty: General
+  std::string number_format = {};  // English codes; empty: General
 };
 
 class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
