@@ -566,9 +566,10 @@ TEST(Pipeline, WhatFailedIsToldInOneMessage) {
       EXPECT_THAT(bench.environment->messages.front(), HasSubstr(part));
       EXPECT_THAT(reports.failures(), HasSubstr(part));
     }
-    if (c.detail && c.detail->code() != host::errc::kUserCancelled)
+    if (c.detail && c.detail->code() != host::errc::kUserCancelled) {
       EXPECT_THAT(bench.environment->lines,
                   Contains(HasSubstr("Error: Writing the output detail (Output 1)")));
+    }
   }
 }
 
