@@ -29,18 +29,19 @@ IDispatch* running_excel() {
   return excel;
 }
 
-// What the failed call says about itself.
-int explain(HRESULT status) {
+// Says why the call failed, or which reports are missing after one that succeeded. False: all is well.
+bool explain(HRESULT status) {
   IErrorInfo* info = nullptr;
+  const bool is_described = GetErrorInfo(0, &info) == S_OK;
+  if (SUCCEEDED(status) && !is_described) return false;
   BSTR description = nullptr;
-  if (GetErrorInfo(0, &info) == S_OK) {
+  if (is_described) {
     info->GetDescription(&description);
     info->Release();
   }
-  std::fprintf(stderr, "error %08lX: %ls\n", static_cast<unsigned long>(status),
-               description ? description : L"");
+  std::fprintf(stderr, "%08lX: %ls\n", static_cast<unsigned long>(status), description ? description : L"");
   SysFreeString(description);
-  return 1;
+  return true;
 }
 
 int make_reports(_OrdvaneReports& reports, IDispatch* excel, LONG variable_set, SAFEARRAY* outputs) {
@@ -51,9 +52,9 @@ int make_reports(_OrdvaneReports& reports, IDispatch* excel, LONG variable_set, 
   HRESULT status = reports.Initialize(&excel, &variable_set);
   LONG result = 0;
   if (SUCCEEDED(status)) status = reports.GenerateReports(&outputs, &result);
-  if (FAILED(status)) return explain(status);
+  const bool is_incomplete = explain(status);
   reports.Terminate();
-  return static_cast<int>(result);
+  return is_incomplete ? 1 : static_cast<int>(result);
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 // Arrays of clients as the core's arrays.
 //
-// Element i is the client's element of index i: what lies below index 1 is not looked at, and an array that
-// starts above it has no element 1. An array that was never dimensioned is empty.
+// An array that starts at 0 is taken whole: element 1 is the client's element 0, unless that is Nothing. Of
+// others, element i is the client's element of index i: what lies below index 1 is not looked at, and an
+// array that starts above it has no element 1. An array that was never dimensioned is empty.
 #pragma once
 
 #include <oaidl.h>

@@ -27,6 +27,13 @@ HRESULT describe(REFIID interface_id, HRESULT code, const std::string& text,
 
 }  // namespace
 
+void set_error_text(REFIID interface_id, const std::string& text) noexcept {
+  if (text.empty())
+    SetErrorInfo(0, nullptr);
+  else
+    describe(interface_id, S_OK, text, kSource);
+}
+
 std::atomic<long> live_objects = 0;
 
 HRESULT hresult_of(const host::Error& error) noexcept {

@@ -35,6 +35,9 @@ HRESULT hresult_of(const host::Error& error) noexcept;
 // Turns the exception being handled into an HRESULT and the thread's IErrorInfo.
 HRESULT report_current_exception(REFIID interface_id) noexcept;
 
+// The thread's IErrorInfo after a call that succeeded; none for the empty text. Never fails.
+void set_error_text(REFIID interface_id, const std::string& text) noexcept;
+
 // Runs one call of a client. `step` writes results through pointers that have been checked.
 template <class Step>
 HRESULT answer(REFIID interface_id, Step&& step) noexcept {

@@ -4,6 +4,9 @@
 #include <new>
 #include <vector>
 
+#include "automation/late_bound.h"
+#include "host/error.h"
+
 namespace ordvane::automation {
 namespace {
 
@@ -94,6 +97,12 @@ bool same_text(BSTR a, BSTR b) {
   return length == SysStringByteLen(b) && (length == 0 || std::memcmp(a, b, length) == 0);
 }
 
+// Any number is a truth, and so are True and False, in English or as the client's language has them.
+bool convert_truth(VARIANT& from, LCID language, VARIANT& out) {
+  return SUCCEEDED(VariantChangeTypeEx(&out, &from, kEnglish, 0, VT_BOOL)) ||
+         SUCCEEDED(VariantChangeTypeEx(&out, &from, language, VARIANT_LOCALBOOL, VT_BOOL));
+}
+
 // `from` holds no reference.
 bool convert_value(VARIANT& from, VARTYPE to, LCID language, VARIANT& out) {
   if (from.vt == to) return SUCCEEDED(VariantCopy(&out, &from));
@@ -108,6 +117,7 @@ bool convert_value(VARIANT& from, VARTYPE to, LCID language, VARIANT& out) {
     default:
       if ((from.vt & VT_ARRAY) != 0) return false;
   }
+  if (to == VT_BOOL) return convert_truth(from, language, out);
   Scratch back;
   if (FAILED(VariantChangeTypeEx(&out, &from, language, 0, to)) ||
       FAILED(VariantChangeTypeEx(&back, &out, language, 0, from.vt)))
@@ -135,46 +145,104 @@ bool convert_element(VARIANT& from, const Kind& kind, LCID language, VARIANT& ou
                                   : convert_value(from, kind.type, language, out);
 }
 
-// Any array of one dimension that is not of the wanted type already.
-bool convert_array(SAFEARRAY* from, VARTYPE element, const Kind& kind, LCID language, VARIANT& out) {
-  LONG low = 0;
-  LONG high = -1;
-  if (from == nullptr || SafeArrayGetDim(from) != 1 || FAILED(SafeArrayGetLBound(from, 1, &low)) ||
-      FAILED(SafeArrayGetUBound(from, 1, &high)))
-    return false;
-  const auto read = [&](LONG index, VARIANT& value) {
-    Scratch taken;
-    if (element == VT_VARIANT) {
-      if (FAILED(SafeArrayGetElement(from, &index, &taken))) return false;
-      return SUCCEEDED(VariantCopyInd(&value, &taken));
+// What a client hands over for an array, as Variants in their order.
+class Elements {
+ public:
+  // Of one or two dimensions; of two, row by row. Of one that starts at 0, element 0 is left out when it is
+  // Empty or Nothing.
+  bool add_array(SAFEARRAY* from, VARTYPE element) {
+    if (from == nullptr || SafeArrayGetDim(from) == 0) return true;
+    Bounds rows, columns;
+    const UINT dimensions = SafeArrayGetDim(from);
+    if (dimensions > 2 || !rows.read(from, 1) || (dimensions == 2 && !columns.read(from, 2))) return false;
+    if (dimensions == 1 && rows.low != 0) lower_bound_ = rows.low;
+    for (LONG row = rows.low; row <= rows.high; ++row) {
+      for (LONG column = columns.low; column <= columns.high; ++column) {
+        LONG place[] = {row, column};
+        Variant value;
+        if (!read(from, element, place, *value.receive())) return false;
+        if (dimensions == 1 && row == 0 && is_nothing(value.value())) continue;
+        values_.push_back(std::move(value));
+      }
     }
-    if (FAILED(SafeArrayGetElement(from, &index, &value.llVal))) return false;
-    value.vt = element;
     return true;
+  }
+
+  // Of every area; Empty cells are left out. False for an object that is no range.
+  bool add_cells(IDispatch* range) {
+    return host::ignoring_errors([&] {
+      const LateBound cells(ComPtr<IDispatch>(range), L"Range", std::make_shared<MemberNames>());
+      const LateBound areas = cells.object(L"Areas", L"Areas");
+      const std::int32_t count = areas.get(L"Count").whole();
+      for (std::int32_t i = 1; i <= count; ++i) {
+        Variant values = areas.object(L"Item", L"Range", {i}).get(L"Value2");
+        if (!values.is_array())
+          values_.push_back(std::move(values));
+        else if (!add_array(values.value().parray, VT_VARIANT))
+          throw host::Error(host::errc::kTypeMismatch, "The cells could not be read");
+      }
+      std::erase_if(values_, [](const Variant& value) { return value.value().vt == VT_EMPTY; });
+    });
+  }
+
+  bool make(const Kind& kind, LCID language, VARIANT& out) const {
+    SAFEARRAY* const made =
+        SafeArrayCreateVector(kind.type, lower_bound_, static_cast<ULONG>(values_.size()));
+    if (made == nullptr) return false;
+    out.vt = static_cast<VARTYPE>(VT_ARRAY | kind.type);
+    out.parray = made;
+    LONG place = lower_bound_;
+    for (const Variant& value : values_) {
+      Scratch from;
+      Scratch element;
+      if (FAILED(VariantCopy(&from, const_cast<VARIANT*>(&value.value()))) ||
+          !convert_element(from, kind, language, element))
+        return false;
+      void* data = kind.type == VT_DISPATCH || kind.type == VT_BSTR ? element.byref
+                                                                    : static_cast<void*>(&element.llVal);
+      if (FAILED(SafeArrayPutElement(made, &place, data))) return false;
+      ++place;
+    }
+    return true;
+  }
+
+ private:
+  struct Bounds {
+    LONG low = 0, high = 0;
+    bool read(SAFEARRAY* from, UINT dimension) {
+      return SUCCEEDED(SafeArrayGetLBound(from, dimension, &low)) &&
+             SUCCEEDED(SafeArrayGetUBound(from, dimension, &high));
+    }
   };
 
-  LONG first = low;
-  LONG lower_bound = low;
-  if (element == VT_VARIANT && low == 0) {
-    lower_bound = 1;
-    Scratch value;
-    if (high >= 0 && read(0, value) && value.vt == VT_EMPTY) first = 1;
+  static bool is_nothing(const VARIANT& value) {
+    return value.vt == VT_EMPTY || (value.vt == VT_DISPATCH && value.pdispVal == nullptr);
   }
-  SAFEARRAY* made =
-      SafeArrayCreateVector(kind.type, lower_bound, static_cast<ULONG>(high < first ? 0 : high - first + 1));
-  if (made == nullptr) return false;
-  out.vt = static_cast<VARTYPE>(VT_ARRAY | kind.type);
-  out.parray = made;
-  for (LONG index = first; index <= high; ++index) {
-    Scratch value;
-    Scratch element_value;
-    LONG place = lower_bound + (index - first);
-    if (!read(index, value) || !convert_element(value, kind, language, element_value)) return false;
-    void* data = kind.type == VT_DISPATCH || kind.type == VT_BSTR ? element_value.byref
-                                                                  : static_cast<void*>(&element_value.llVal);
-    if (FAILED(SafeArrayPutElement(made, &place, data))) return false;
+
+  // `value` is Empty before.
+  static bool read(SAFEARRAY* from, VARTYPE element, LONG* place, VARIANT& value) {
+    if (element == VT_VARIANT) {
+      Scratch taken;
+      return SUCCEEDED(SafeArrayGetElement(from, place, &taken)) && SUCCEEDED(VariantCopyInd(&value, &taken));
+    }
+    if (FAILED(SafeArrayGetElement(from, place, &value.llVal))) return false;
+    value.vt = element;
+    return true;
   }
-  return true;
+
+  LONG lower_bound_ = 1;
+  std::vector<Variant> values_;
+};
+
+bool convert_array(VARIANT& from, const Kind& kind, LCID language, VARIANT& out) {
+  const auto element = static_cast<VARTYPE>(from.vt & ~VT_ARRAY);
+  const bool is_array = (from.vt & VT_ARRAY) != 0;
+  if (is_array && element == kind.type && kind.type != VT_DISPATCH && from.parray != nullptr &&
+      SafeArrayGetDim(from.parray) == 1)
+    return SUCCEEDED(VariantCopy(&out, &from));
+  Elements elements;
+  if (is_array) return elements.add_array(from.parray, element) && elements.make(kind, language, out);
+  return from.vt == VT_DISPATCH && elements.add_cells(from.pdispVal) && elements.make(kind, language, out);
 }
 
 // One argument on its way to the function table.
@@ -196,16 +264,9 @@ bool convert(VARIANT& source, const Kind& kind, LCID language, Passed& passed) {
 
   Scratch plain;
   if (FAILED(VariantCopyInd(&plain, given))) return false;
-  bool done = false;
-  if (!kind.array) {
-    done = convert_element(plain, kind, language, passed.value);
-  } else if ((plain.vt & VT_ARRAY) != 0) {
-    const auto element = static_cast<VARTYPE>(plain.vt & ~VT_ARRAY);
-    done = element == kind.type && kind.type != VT_DISPATCH
-               ? SUCCEEDED(VariantCopy(&passed.value, &plain))
-               : convert_array(plain.parray, element, kind, language, passed.value);
-  }
-  if (!done) return false;
+  if (!(kind.array ? convert_array(plain, kind, language, passed.value)
+                   : convert_element(plain, kind, language, passed.value)))
+    return false;
   if (!kind.by_reference) {
     passed.slot = passed.value;
     return true;
@@ -327,6 +388,7 @@ HRESULT match(const DISPPARAMS& given, std::vector<UINT>& places, UINT* wrong_ar
 
 bool is_missing(const VARIANT& argument) {
   const VARIANT& value = argument.vt == (VT_BYREF | VT_VARIANT) ? *argument.pvarVal : argument;
+  if (value.vt == (VT_BYREF | VT_ERROR)) return *value.pscode == DISP_E_PARAMNOTFOUND;
   return value.vt == VT_ERROR && value.scode == DISP_E_PARAMNOTFOUND;
 }
 

@@ -3,11 +3,13 @@
 //
 // Arguments come as scripts have them: integers of any width, arrays of Variants, by value or by reference.
 // An argument is taken when converting it back would give the same value (and an Empty one as 0 or "", True
-// as -1 where a number is wanted); everything else is DISP_E_TYPEMISMATCH with the argument's number. What a
-// method changes behind a reference is written back.
+// as -1 where a number is wanted); any number, and "True" or "False", where a Boolean is wanted. Everything
+// else is DISP_E_TYPEMISMATCH with the argument's number. What a method changes behind a reference is written
+// back.
 //
-// An array of lower bound 0 that holds Variants counts from 1 for the callee. Scripts that count from 1
-// themselves leave element 0 Empty; it is then left out.
+// For an array there may come one of any elements that are taken each, of one or two dimensions, or a range
+// of cells, of which Empty ones are left out. What starts at 0 counts from 1 for the callee. Clients that
+// count from 1 themselves leave element 0 Empty or Nothing; it is then left out.
 #pragma once
 
 #include <oaidl.h>

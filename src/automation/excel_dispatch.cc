@@ -27,6 +27,8 @@ class ExcelApplication final : public host::Application, private ExcelObject {
   void set_screen_updating(bool on) override { it_.put(L"ScreenUpdating", on); }
   bool display_alerts() override { return it_.get(L"DisplayAlerts").truth(); }
   void set_display_alerts(bool on) override { it_.put(L"DisplayAlerts", on); }
+  bool interactive() override { return it_.get(L"Interactive").truth(); }
+  void set_interactive(bool on) override { it_.put(L"Interactive", on); }
   host::Cursor cursor() override { return static_cast<host::Cursor>(it_.get(L"Cursor").whole()); }
   void set_cursor(host::Cursor cursor) override { it_.put(L"Cursor", cursor); }
   // False stands for Excel's own text.

@@ -2,7 +2,8 @@
 //
 // Speaks to Excel in English (locale 1033), whatever its own language; number formats in the local form are
 // Excel's own. Blocks of cells are written and read with one call each. Errors carry the code, description
-// and source that Excel gave. Bringing a sheet's window into line (split, gridlines) activates the sheet.
+// and source that Excel gave; a busy Excel is waited for.
+// Bringing a sheet's window into line (split, gridlines) activates the sheet.
 #pragma once
 
 #include <oaidl.h>

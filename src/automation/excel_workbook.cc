@@ -1,4 +1,5 @@
 // Excel's Workbook and Worksheet objects.
+#include <optional>
 #include <utility>
 
 #include "automation/excel_objects.h"
@@ -94,7 +95,9 @@ class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
   std::shared_ptr<host::ChartObject> add_chart(double left, double top, double width, double height) override;
   void set_page_setup(const host::PageSetup& setup) override;
   void freeze_panes(std::int32_t rows, std::int32_t columns) override;
-  void set_display_gridlines(bool shown) override { window().put(L"DisplayGridlines", shown); }
+  void set_display_gridlines(bool shown) override {
+    if (const auto window = own_window()) window->put(L"DisplayGridlines", shown);
+  }
   void activate() override { it_.call(L"Activate"); }
   void move_before(const std::string& sheet) override;
   void remove() override;
@@ -106,9 +109,9 @@ class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
   }
   void add_breaks(const wchar_t* member, std::wstring_view kind, const std::vector<std::int32_t>& firsts,
                   bool rows);
-  // The window that shows this sheet, which must be the active one for it.
-  LateBound window() {
-    activate();
+  // The window that shows this sheet, which must be the active one for it. None where it cannot be.
+  std::optional<LateBound> own_window() {
+    if (!host::ignoring_errors([&] { it_.call(L"Activate"); })) return std::nullopt;
     return it_.object(L"Parent", kinds::kWorkbook)
         .object(L"Windows", kinds::kWindows)
         .object(L"Item", kinds::kWindow, {1});
@@ -189,15 +192,16 @@ void ExcelWorksheet::add_breaks(const wchar_t* member, std::wstring_view kind,
 
 void ExcelWorksheet::freeze_panes(std::int32_t rows, std::int32_t columns) {
   constexpr std::int32_t kXlNormalView = 1;
-  const LateBound shown = window();
+  const auto shown = own_window();
+  if (!shown) return;
   // Panes do not freeze among the margins of pages.
-  if (shown.get(L"View").whole() != kXlNormalView) shown.put(L"View", kXlNormalView);
-  shown.put(L"FreezePanes", false);
-  shown.put(L"ScrollRow", 1);
-  shown.put(L"ScrollColumn", 1);
-  shown.put(L"SplitRow", rows);
-  shown.put(L"SplitColumn", columns);
-  if (rows > 0 || columns > 0) shown.put(L"FreezePanes", true);
+  if (shown->get(L"View").whole() != kXlNormalView) shown->put(L"View", kXlNormalView);
+  shown->put(L"FreezePanes", false);
+  shown->put(L"ScrollRow", 1);
+  shown->put(L"ScrollColumn", 1);
+  shown->put(L"SplitRow", rows);
+  shown->put(L"SplitColumn", columns);
+  if (rows > 0 || columns > 0) shown->put(L"FreezePanes", true);
 }
 
 void ExcelWorksheet::move_before(const std::string& sheet) {

@@ -43,6 +43,12 @@ std::string utf8(std::wstring_view text) {
   throw host::Error(code, description, source.empty() ? "Ordvane" : source);
 }
 
+void free_texts(EXCEPINFO& exception) {
+  for (BSTR text : {exception.bstrDescription, exception.bstrSource, exception.bstrHelpFile})
+    SysFreeString(text);
+  exception = {};
+}
+
 std::vector<VARIANT> reversed_copy(LateBound::Arguments arguments) {
   std::vector<VARIANT> result;
   result.reserve(arguments.size() + 1);
@@ -59,10 +65,14 @@ const std::vector<DISPID>& MemberNames::find(IDispatch& object, std::wstring_vie
   const auto known = known_.find(key);
   if (known != known_.end()) return known->second;
   std::vector<DISPID> ids(names.size());
-  const HRESULT status = object.GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(names.data()),
-                                              static_cast<UINT>(names.size()), kEnglish, ids.data());
+  HRESULT status = S_OK;
+  do {
+    status = object.GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(names.data()),
+                                  static_cast<UINT>(names.size()), kEnglish, ids.data());
+  } while (is_busy(status) && patience.wait());
   EXCEPINFO none = {};
   if (FAILED(status)) fail(kind, names.front(), status, none);
+  patience.succeeded();
   return known_.emplace(std::move(key), std::move(ids)).first->second;
 }
 
@@ -95,9 +105,17 @@ Variant LateBound::invoke(const wchar_t* member, DISPID id, WORD flags, std::vec
   Variant result;
   EXCEPINFO exception = {};
   const bool puts = (flags & DISPATCH_PROPERTYPUT) != 0;
-  const HRESULT status = object_->Invoke(id, IID_NULL, kEnglish, flags, &given,
-                                         puts ? nullptr : result.receive(), &exception, nullptr);
+  const auto is_refused = [&](HRESULT status) {
+    return is_busy(status) || (status == DISP_E_EXCEPTION && is_busy(exception.scode));
+  };
+  HRESULT status = S_OK;
+  do {
+    free_texts(exception);
+    status = object_->Invoke(id, IID_NULL, kEnglish, flags, &given, puts ? nullptr : result.receive(),
+                             &exception, nullptr);
+  } while (is_refused(status) && names_->patience.wait());
   if (FAILED(status)) fail(kind_, member, status, exception);
+  names_->patience.succeeded();
   return result;
 }
 

@@ -17,13 +17,16 @@
 #include <vector>
 
 #include "automation/com_values.h"
+#include "automation/patience.h"
 #include "automation/variant.h"
 
 namespace ordvane::automation {
 
-// Numbers of members and of their parameters, by kind of object.
+// Numbers of members and of their parameters, by kind of object; and how long one Excel is waited for.
 class MemberNames {
  public:
+  Patience patience;
+
   // `names`: the member, then parameters of it. Texts must live as long as this does.
   const std::vector<DISPID>& find(IDispatch& object, std::wstring_view kind,
                                   std::vector<const wchar_t*> names);

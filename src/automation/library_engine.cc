@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <array>
+#include <cwchar>
 #include <span>
 #include <string>
 #include <tuple>
@@ -11,6 +12,7 @@
 #include "automation/ansi.h"
 #include "automation/com_values.h"
 #include "automation/engine_arguments.h"
+#include "automation/floating_point.h"
 #include "host/error.h"
 
 namespace ordvane::automation {
@@ -58,6 +60,15 @@ std::string system_message(DWORD error) {
   return text.empty() ? "error " + std::to_string(error) : text;
 }
 
+// The copy of a library that this process has: the run is in that one, wherever its file lies.
+HMODULE loaded_already(const wchar_t* path) {
+  const wchar_t* const last = std::wcsrchr(path, L'\\');
+  HMODULE module = nullptr;
+  for (const wchar_t* name : {path, last ? last + 1 : path})
+    if (*name != L'\0' && GetModuleHandleExW(0, name, &module)) break;
+  return module;
+}
+
 class LibraryEngine final : public Engine {
  public:
   std::uint32_t last_error() const { return last_error_; }
@@ -65,7 +76,10 @@ class LibraryEngine final : public Engine {
   void load_library(const std::string& path) override {
     path_ = path;
     addresses_ = {};
-    module_ = LoadLibraryA(to_ansi(path).c_str());
+    const Bstr wide(path);
+    module_ = loaded_already(wide.get());
+    // What the library itself needs is looked for beside it.
+    if (module_ == nullptr) module_ = LoadLibraryExW(wide.get(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     load_error_ = module_ ? 0 : GetLastError();
   }
 
@@ -178,6 +192,7 @@ class LibraryEngine final : public Engine {
     using Function = std::int32_t(__stdcall*)(typename EngineArgument<P>::Passed...);
     const auto function = reinterpret_cast<Function>(address(entry));
     std::tuple<EngineArgument<P>...> arguments(values...);
+    const FloatingPointState own;
     return std::apply(
         [&](auto&... each) {
           const std::int32_t result = function(each.passed()...);

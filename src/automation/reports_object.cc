@@ -9,11 +9,14 @@
 #include "automation/arrays.h"
 #include "automation/excel_dispatch.h"
 #include "automation/late_bound.h"
+#include "automation/message_filter.h"
+#include "automation/windows_environment.h"
 #include "automation/wire.h"
 #include "model/naming.h"
 #include "model/summary.h"
 #include "reports/summary_report.h"
 #include "service/ordvane_reports.h"
+#include "service/run_guard.h"
 #include "service/spreadsheet_state.h"
 
 namespace ordvane::automation {
@@ -30,6 +33,17 @@ std::string workbook_name(IDispatch* workbook) {
   }
 }
 
+// The process of the spreadsheet's window; 0 where it shows none.
+DWORD process_of(IDispatch* application) {
+  DWORD process = 0;
+  host::ignoring_errors([&] {
+    const LateBound excel(ComPtr<IDispatch>(application), L"Application", std::make_shared<MemberNames>());
+    const std::int32_t window = excel.get(L"Hwnd").whole();
+    GetWindowThreadProcessId(reinterpret_cast<HWND>(static_cast<LONG_PTR>(window)), &process);
+  });
+  return process;
+}
+
 class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneReports> {
  public:
   ReportsObject() : services_(apartment_services()), reports_(services_) {}
@@ -39,7 +53,10 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
     return answer_client([&] { give(value, reports_.name); });       \
   }                                                                  \
   HRESULT STDMETHODCALLTYPE put_##name(Wire##type value) override {  \
-    return answer_client([&] { take(reports_.name, value); });       \
+    return answer_client([&] {                                       \
+      service::check_idle(*services_, #name);                        \
+      take(reports_.name, value);                                    \
+    });                                                              \
   }
 #include "service/report_settings.def"
 
@@ -49,6 +66,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
   }                                                                  \
   HRESULT STDMETHODCALLTYPE put_##name(Wire##type* value) override { \
     return answer_client([&] {                                       \
+      service::check_idle(*services_, #name);                        \
       service::OrdvaneReports::type taken{};                         \
       take(taken, at(value));                                        \
       reports_.set_##name(taken);                                    \
@@ -64,7 +82,10 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
     return give_watermark(value, reports_.WatermarkText());
   }
   HRESULT STDMETHODCALLTYPE put_WatermarkText(BSTR* value) override {
-    return answer_client([&] { reports_.set_WatermarkText(utf8(at(value))); });
+    return answer_client([&] {
+      service::check_idle(*services_, "WatermarkText");
+      reports_.set_WatermarkText(utf8(at(value)));
+    });
   }
   HRESULT STDMETHODCALLTYPE get_WatermarkTextPrimary(BSTR* value) override {
     return give_watermark(value, reports_.WatermarkTextPrimary());
@@ -74,13 +95,22 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
   }
 
   HRESULT STDMETHODCALLTYPE Initialize(IDispatch** p_XLObj, LONG* p_hVars) override {
-    return answer_client([&] { reports_.Initialize(wrap_excel(at(p_XLObj)), at(p_hVars)); });
+    return answer_client([&] {
+      service::check_idle(*services_, "Initialize");
+      excel_is_elsewhere_ = is_elsewhere(at(p_XLObj));
+      reports_.Initialize(wrap_excel(at(p_XLObj)), at(p_hVars));
+      set_spreadsheet_process(*session().environment, process_of(*p_XLObj));
+    });
   }
   HRESULT STDMETHODCALLTYPE Terminate() override {
     return answer_client([&] { reports_.Terminate(); });
   }
   HRESULT STDMETHODCALLTYPE GenerateReports(SAFEARRAY** isSelectedOutput, LONG* result) override {
-    return answer_client([&] { give(result, reports_.GenerateReports(longs(at(isSelectedOutput)))); });
+    return answer_client([&] {
+      const MessageFilter patient(excel_is_elsewhere_);
+      give(result, reports_.GenerateReports(longs(at(isSelectedOutput))));
+      set_error_text(__uuidof(_OrdvaneReports), reports_.failures());
+    });
   }
 
   // NOLINTBEGIN(readability-function-size): arguments of the automation interface
@@ -89,6 +119,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                         OrdvaneOutputMode* outputMode, LONG* runNumber, LONG* totalRuns,
                                         LONG* result) override {
     return answer_client([&] {
+      const Running running(*this, "multiReport");
       const Given from_client = given(rWB, isSelectedOutput, trInputs, trOutputs);
       give(result, reports_.multiReport(
                        multi_way_context(from_client, NumIterations, outputMode, runNumber, totalRuns)));
@@ -101,6 +132,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                                  LONG* NumIterations, OrdvaneOutputMode* outputMode,
                                                  LONG* runNumber, LONG* totalRuns, LONG* result) override {
     return answer_client([&] {
+      const Running running(*this, "getInputForIteration");
       const Given from_client = given(rWB, isSelectedOutput, trInputs, trOutputs);
       std::int32_t groups = at(groupCounter);
       std::int32_t recalculations = at(recalculationCounter);
@@ -117,6 +149,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                               _OrdvaneSummary** trSum, LONG* runNumber, LONG* totalRuns,
                                               LONG* result) override {
     return answer_client([&] {
+      const Running running(*this, "MakeSummaryReport");
       const Given from_client = given(rWB, isSelectedOutput, trResults, trOutputs);
       const service::SpreadsheetState found(session().g_XLApp);
       give(result,
@@ -129,6 +162,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
                                                      SAFEARRAY** t_UnreportedOutputs, LONG* runNumber,
                                                      LONG* totalRuns, LONG* result) override {
     return answer_client([&] {
+      const Running running(*this, "makeOutputsMissingReport");
       const Given from_client = given(rWB, isSelectedOutput, trResults, trOutputs);
       const service::SpreadsheetState found(session().g_XLApp);
       give(result,
@@ -139,6 +173,14 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
   // NOLINTEND(readability-function-size)
 
  private:
+  // One of the single report routines, with what GenerateReports does about itself.
+  struct Running {
+    Running(ReportsObject& object, const char* member)
+        : guard(*object.services_, member), patient(object.excel_is_elsewhere_) {}
+    service::RunGuard guard;
+    MessageFilter patient;
+  };
+
   template <class Step>
   HRESULT answer_client(Step&& step) noexcept {
     const ComPtr<IUnknown> alive(static_cast<_OrdvaneReports*>(this));  // the host may let go meanwhile
@@ -226,6 +268,7 @@ class ReportsObject final : public AutomationObject<::OrdvaneReports, _OrdvaneRe
 
   std::shared_ptr<service::Services> services_;
   service::OrdvaneReports reports_;
+  bool excel_is_elsewhere_ = false;
 };
 
 }  // namespace

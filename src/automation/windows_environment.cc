@@ -6,6 +6,8 @@
 
 #include "automation/ansi.h"
 #include "automation/com_values.h"
+#include "automation/escape_key.h"
+#include "automation/message_pump.h"
 #include "environment/standard_environment.h"
 
 namespace ordvane::automation {
@@ -58,6 +60,14 @@ bool somebody_is_there() {
          (flags.dwFlags & WSF_VISIBLE) != 0;
 }
 
+// A window of this process, of its console, or of the spreadsheet's process is the one in front.
+bool has_keyboard(DWORD spreadsheet) {
+  const HWND front = GetForegroundWindow();
+  DWORD process = 0;
+  if (front == nullptr || GetWindowThreadProcessId(front, &process) == 0) return false;
+  return process == GetCurrentProcessId() || process == spreadsheet || front == GetConsoleWindow();
+}
+
 environment::Settings settings_of(const WindowsFolders& folders) {
   environment::Settings settings;
   settings.language = user_language();
@@ -81,26 +91,29 @@ class WindowsEnvironment final : public environment::StandardEnvironment {
     MessageBoxW(GetActiveWindow(), wide_text.get(), wide_title.get(), MB_OK | MB_ICONINFORMATION);
   }
 
-  void pump_messages() override {
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-      if (message.message == WM_QUIT) {  // not ours: the host's own loop ends with it
-        PostQuitMessage(static_cast<int>(message.wParam));
-        return;
-      }
-      TranslateMessage(&message);
-      DispatchMessageW(&message);
-    }
+  void pump_messages() override { handle_messages(); }
+
+  bool escape_pressed() override {
+    return escape_.is_pressed(GetAsyncKeyState(kEscape), has_keyboard(spreadsheet_));
   }
 
-  bool escape_pressed() override { return GetAsyncKeyState(kEscape) != 0; }
+  void set_spreadsheet_process(DWORD process) { spreadsheet_ = process; }
 
   void append_line(const std::string& path, const std::string& line) override {
     StandardEnvironment::append_line(path, to_ansi(line));
   }
+
+ private:
+  EscapeKey escape_;
+  DWORD spreadsheet_ = 0;
 };
 
 }  // namespace
+
+void set_spreadsheet_process(host::Environment& environment, std::uint32_t process) {
+  if (auto* windows = dynamic_cast<WindowsEnvironment*>(&environment))
+    windows->set_spreadsheet_process(process);
+}
 
 std::shared_ptr<host::Environment> make_windows_environment(const WindowsFolders& folders) {
   return std::make_shared<WindowsEnvironment>(folders);

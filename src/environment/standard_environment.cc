@@ -154,17 +154,32 @@ bool StandardEnvironment::escape_pressed() {
 }
 
 void StandardEnvironment::remove_file(const std::string& path) {
+  close_file(path);
   std::error_code failure;
   if (std::filesystem::remove(utf8_path(path), failure)) return;
+  // Windows keeps a file that somebody has open.
+  std::error_code not_emptied;
+  if (failure) std::filesystem::resize_file(utf8_path(path), 0, not_emptied);
+  if (failure && !not_emptied) return;
   throw host::Error(host::errc::kFileNotFound, "Cannot remove '" + path + "': " +
                                                    (failure ? failure.message() : "there is no such file"));
 }
 
 void StandardEnvironment::append_line(const std::string& path, const std::string& line) {
-  std::ofstream file(utf8_path(path), std::ios::app | std::ios::binary);
-  file << line << "\r\n";
-  file.close();
-  if (!file) throw host::Error(host::errc::kFileNotFound, "Cannot write to '" + path + "'");
+  if (path != open_path_ || !open_file_.is_open()) {
+    close_file(open_path_);
+    open_file_.clear();
+    open_file_.open(utf8_path(path), std::ios::app | std::ios::binary);
+    open_path_ = path;
+  }
+  open_file_ << line << "\r\n" << std::flush;
+  if (open_file_) return;
+  close_file(path);
+  throw host::Error(host::errc::kFileNotFound, "Cannot write to '" + path + "'");
+}
+
+void StandardEnvironment::close_file(const std::string& path) {
+  if (path == open_path_ && open_file_.is_open()) open_file_.close();
 }
 
 std::string StandardEnvironment::date_and_time() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -76,6 +77,7 @@ class StandardEnvironment : public host::Environment {
   bool escape_pressed() override;                         // false
   void remove_file(const std::string& path) override;
   void append_line(const std::string& path, const std::string& line) override;
+  void close_file(const std::string& path) override;
   std::string date_and_time() override;
   std::int32_t excel_major_version() override;
   bool add_in_present() override;
@@ -83,6 +85,8 @@ class StandardEnvironment : public host::Environment {
  private:
   Settings settings_;
   StandardNumberService numbers_;
+  std::ofstream open_file_;  // the one that got the last line
+  std::string open_path_;
 };
 
 }  // namespace ordvane::environment

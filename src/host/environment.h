@@ -81,12 +81,14 @@ class Environment {
                              const std::string& text3) = 0;
   // Lets the host handle pending user-interface messages.
   virtual void pump_messages() = 0;
-  // The user asks to stop: Escape is down, or was pressed since the last call. Never throws.
+  // The user asks to stop: Escape was pressed since the last call. Never throws.
   virtual bool escape_pressed() = 0;
 
-  // The log's file: whole lines in the system's encoding, on disk when the call returns.
+  // The log's file: whole lines in the system's encoding, which outlive this process once the call returns.
+  // It may stay open between lines; removing a file that another session writes empties it.
   virtual void remove_file(const std::string& path) = 0;
   virtual void append_line(const std::string& path, const std::string& line) = 0;
+  virtual void close_file(const std::string& path) = 0;  // until the next line
   // Now, in the system's short date and long time formats, joined by one space.
   virtual std::string date_and_time() = 0;
 

@@ -288,6 +288,8 @@ class Application {
   virtual void set_screen_updating(bool on) = 0;
   virtual bool display_alerts() = 0;
   virtual void set_display_alerts(bool on) = 0;
+  virtual bool interactive() = 0;  // takes keys and clicks of the user
+  virtual void set_interactive(bool on) = 0;
   virtual Cursor cursor() = 0;
   virtual void set_cursor(Cursor cursor) = 0;
   // The text that was put there; empty while the application shows its own.

@@ -326,8 +326,11 @@ void ReportSheet::FinishSheet() {
   const bool title_grew = wrap_title_lines(), lines_grew = fit_lines();
   if (title_grew || lines_grew) return_charts();
   if (report_pages_) set_up_pages();
-  worksheet_->activate();
-  worksheet_->range(1, 1, 1, 1)->select();
+  // Where the host cannot show it, it is a report all the same.
+  host::ignoring_errors([&] {
+    worksheet_->activate();
+    worksheet_->range(1, 1, 1, 1)->select();
+  });
 }
 
 }  // namespace ordvane::layout

@@ -166,7 +166,7 @@ void ReportWorkbook::add_contents() {
     table->Body(row++, 1)->set_formula(LinkFormula(name, 1, name));
   }
   sheet->FinishSheet();
-  sheet->SheetWorksheet()->range("a1")->select();
+  host::ignoring_errors([&] { sheet->SheetWorksheet()->range("a1")->select(); });
   sheet->SheetWorksheet()->move_before(first);
   first_sheet_ = sheet->SheetWorksheet();
 }
@@ -176,8 +176,10 @@ void ReportWorkbook::ReportsComplete() {
   if (is_new_) name_document();  // others have their properties already
   if (reports_.size() > kMostSheetsWithoutContents) add_contents();
   if (!excel_ready_) return;
-  workbook_->activate();
-  first_sheet_->activate();
+  host::ignoring_errors([&] {
+    workbook_->activate();
+    first_sheet_->activate();
+  });
 }
 
 std::shared_ptr<ReportWorkbook> ReportWorkbookFactory::CreateReportWorkbook(

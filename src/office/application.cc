@@ -18,6 +18,8 @@ class Office final : public OfficeApplication {
   void set_screen_updating(bool on) override { screen_updating_ = on; }
   bool display_alerts() override { return display_alerts_; }
   void set_display_alerts(bool on) override { display_alerts_ = on; }
+  bool interactive() override { return interactive_; }
+  void set_interactive(bool on) override { interactive_ = on; }
   host::Cursor cursor() override { return cursor_; }
   void set_cursor(host::Cursor cursor) override { cursor_ = cursor; }
   std::string status_bar() override { return status_bar_; }
@@ -53,6 +55,7 @@ class Office final : public OfficeApplication {
   host::Cursor cursor_ = host::Cursor::kDefault;
   bool screen_updating_ = true;
   bool display_alerts_ = true;
+  bool interactive_ = true;
   std::string status_bar_;
 };
 

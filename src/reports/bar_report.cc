@@ -61,7 +61,7 @@ void BarReport::write(layout::ReportSheet& sheet) {
     chart_.draw(*chart, *table);
     SetWatermark(session_, *chart);
   }
-  sheet.SheetWorksheet()->range("a1")->select();
+  host::ignoring_errors([&] { sheet.SheetWorksheet()->range("a1")->select(); });
 }
 
 // ---- Rows ----

@@ -2,7 +2,6 @@
 // for every selected output, and has the tornado sheets and the table of all combinations written.
 #include "model/multi_way.h"
 
-#include "reports/progress.h"
 #include "service/ordvane_reports.h"
 #include "service/spreadsheet_state.h"
 
@@ -23,8 +22,8 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
                                                           Long outputBound, Long& groupCount,
                                                           Long& recalculationCount) {
   session::Session& s = services_->session;
-  const auto progress = [&](session::TextId<0> id) {
-    reports::ShowProgress(s, s.text(id));
+  const auto progress = [&](session::TextId<0> id, const model::DralInputOutput* output = nullptr) {
+    begin(id, output);
     s.check_cancel();
   };
   s.session_flag = 1;
@@ -47,15 +46,15 @@ OrdvaneReports::Long OrdvaneReports::getInputForIteration(const reports::Context
   }
   if (groupCount > 0 && reports_.multi_tornado) {
     for (Long k = 1; k <= selected.size(); ++k) {
-      progress(text_id::kProgressMultiTornado);
       const Long output = selected(k);
+      progress(text_id::kProgressMultiTornado, &context.outputs(output));
       graph_or_log("multiReport", [&] {
         reports_.multi_tornado(context, output, run, effects(k), tornado_style(context.outputs(output)));
       });
     }
   }
   for (Long k = 1; k <= selected.size() && groupCount > 0 && reports_.grids; ++k) {
-    progress(text_id::kProgressGrids);
+    progress(text_id::kProgressGrids, &context.outputs(selected(k)));
     graph_or_log("multiReport", [&] { reports_.grids(context, k, run, effects(k)); });
   }
   if (reports_.multi_way_detail) {

@@ -2,7 +2,9 @@
 
 #include <utility>
 
+#include "reports/progress.h"
 #include "service/pipeline.h"
+#include "service/run_guard.h"
 #include "text/edit.h"
 
 namespace ordvane::service {
@@ -23,15 +25,16 @@ std::string replace_all(std::string text, const std::string& from, const std::st
 OrdvaneReports::OrdvaneReports(std::shared_ptr<Services> services, Reports reports)
     : services_(std::move(services)), reports_(std::move(reports)) {
   session::Session& s = services_->session;
-  host::ignoring_errors([&] { s.log.open(s.environment); });
+  if (!services_->is_running) host::ignoring_errors([&] { s.log.open(s.environment); });
   s.log.line(name() + ".Class_Initialize");
 }
 
 OrdvaneReports::~OrdvaneReports() {
-  release(".Class_Terminate");
+  if (!services_->is_running) release(".Class_Terminate");
 }
 
 void OrdvaneReports::Terminate() {
+  check_idle(*services_, "Terminate");
   release(".Terminate");
 }
 
@@ -45,6 +48,7 @@ void OrdvaneReports::release(const std::string& operation) {
     s.log.line(name() + operation + " g_XLApp: " + application.name() + " " + application.version());
   });
   s.g_XLApp = nullptr;
+  services_->report_workbook = nullptr;
   if (services_->workbook_factory) services_->workbook_factory->ForgetResults();
   s.log.line(name() + operation + " g_XLApp is Nothing");
   host::ignoring_errors([&] { unload_dral_lib(); });
@@ -66,6 +70,7 @@ void OrdvaneReports::unload_dral_lib() {
 
 void OrdvaneReports::Initialize(std::shared_ptr<host::Application> p_XLObj, std::int32_t p_hVars) {
   session::Session& s = services_->session;
+  check_idle(*services_, "Initialize");
   if (!p_XLObj)
     throw host::Error(host::errc::kObjectNotSet, "Initialize was given no spreadsheet application");
   s.log.line(name() + ".Initialize Application: " + p_XLObj->name());
@@ -110,8 +115,21 @@ void OrdvaneReports::graph_or_log(const std::string& graph, const std::function<
   }
 }
 
-void OrdvaneReports::remember(const host::Error& error) {
+void OrdvaneReports::begin(session::TextId<0> progress, const model::DralInputOutput* output) {
+  session::Session& s = services_->session;
+  const std::string text = s.text(progress);
+  doing_ = text;
+  if (output)
+    doing_ += " (" + (output->SimpleName().empty() ? output->cellAddress : output->SimpleName()) + ")";
+  reports::ShowProgress(s, text);
+}
+
+std::string OrdvaneReports::remember(const host::Error& error) {
   if (!report_error_) report_error_ = error;
+  if (error.code() == host::errc::kUserCancelled) return error.description();
+  const std::string failure = doing_.empty() ? error.description() : doing_ + ": " + error.description();
+  failures_ += (failures_.empty() ? "" : "\n") + failure;
+  return failure;
 }
 
 reports::TornadoStyle OrdvaneReports::tornado_style(const model::DralInputOutput& output) const {
@@ -121,8 +139,11 @@ reports::TornadoStyle OrdvaneReports::tornado_style(const model::DralInputOutput
 }
 
 std::int32_t OrdvaneReports::GenerateReports(const model::OneBased<std::int32_t>& selected) {
+  const RunGuard running(*services_, "GenerateReports");
   report_error_.reset();
-  report_workbook_.reset();
+  doing_.clear();
+  failures_.clear();
+  services_->report_workbook.reset();
   Pipeline pipeline(*this, selected);
   return pipeline.run();
 }

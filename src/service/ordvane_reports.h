@@ -4,7 +4,9 @@
 // it), calls GenerateReports once or more, then Terminate. Settings keep their values for the life of the
 // object. The session is the host's to keep; several objects may share one, the last Initialize wins.
 //
-// One thread. Construction, Terminate and destruction never throw.
+// One thread. Construction and destruction never throw. While reports are being made, Initialize, Terminate
+// and GenerateReports of every object of the session are refused with error 5, and destroying another object
+// leaves the session alone.
 #pragma once
 
 #include <cstdint>
@@ -32,6 +34,8 @@ inline constexpr std::int32_t kStoppedByDetailByInput = 25;
 struct Services {
   session::Session session;  // environment and engine are set by the host before the first object is made
   std::unique_ptr<layout::ReportWorkbookFactory> workbook_factory;  // made on first use
+  std::shared_ptr<host::Workbook> report_workbook;                  // of the last GenerateReports
+  bool is_running = false;                                          // reports are being made
 };
 
 class OrdvaneReports {
@@ -93,18 +97,24 @@ class OrdvaneReports {
   // Element i of `selected` is the engine index (ioIndex, from 0) of the i-th selected output.
   // Each call makes a workbook; with SingleWorkbookAllResults, those between Initialize and Terminate write
   // into one. Returns 0, or kStoppedByDetailByInput. Throws what goes wrong before the report workbook is
-  // open; what goes wrong after that ends the reports, is logged, and is found in report_error(). Numbers of
-  // outputs that the model does not have are passed over, logged, shown to the user and found there, too;
-  // error kNothingToReport when there is no other. The spreadsheet's settings, its cursor and its status bar
-  // are afterwards what they were before, whatever happened.
+  // open; what goes wrong after that, other than a graph, ends the reports. It is logged, found in
+  // report_error() and failures(), and shown to the user in one message at the end. Numbers of outputs that
+  // the model does not have are passed over, and told likewise; error kNothingToReport when there is no
+  // other. The spreadsheet's settings, its cursor and its status bar are afterwards what they were before,
+  // whatever happened; shown is the report, where there is one.
   std::int32_t GenerateReports(const model::OneBased<std::int32_t>& selected);
   // What ended or cut the last GenerateReports once the report workbook was open; Escape: kUserCancelled.
   const std::optional<host::Error>& report_error() const {
     return report_error_;
   }
-  // Where the last GenerateReports wrote; null when it wrote nothing.
+  // Everything that the last GenerateReports could not do, one line each, with what it was doing; empty when
+  // it did all. The user's wish to stop is not among it.
+  const std::string& failures() const {
+    return failures_;
+  }
+  // Where the session's last GenerateReports wrote; null when it wrote nothing, and after Terminate.
   std::shared_ptr<host::Workbook> report_workbook() const {
-    return report_workbook_;
+    return services_->report_workbook;
   }
 
   // The multi-way analysis: a tornado of the groups of inputs varied together for each selected output, and
@@ -122,7 +132,10 @@ class OrdvaneReports {
   // Draws one graph. A failure other than the user's wish to stop is logged and kept for report_error(): one
   // graph that cannot be drawn does not take the others with it.
   void graph_or_log(const std::string& graph, const std::function<void()>& draw);
-  void remember(const host::Error& error);
+  // Shows the user what is being done now, and keeps it for failures(). `output`: what it is done for.
+  void begin(session::TextId<0> progress, const model::DralInputOutput* output = nullptr);
+  // Returns the line that failures() has for it.
+  std::string remember(const host::Error& error);
   reports::TornadoStyle tornado_style(const model::DralInputOutput& output) const;
   void release(const std::string& operation);
   void load_dral_lib();
@@ -132,7 +145,8 @@ class OrdvaneReports {
   Reports reports_;
   session::WatermarkTexts watermark_;
   std::optional<host::Error> report_error_;
-  std::shared_ptr<host::Workbook> report_workbook_;
+  std::string doing_;
+  std::string failures_;
 };
 
 }  // namespace ordvane::service

@@ -9,6 +9,7 @@
 #include "reports/progress.h"
 #include "reports/summary_report.h"
 #include "service/spreadsheet_state.h"
+#include "text/utf16.h"
 
 namespace ordvane::service {
 namespace {
@@ -17,6 +18,7 @@ using session::log_text;
 
 constexpr const char* kProduct = "Ordvane";
 constexpr const char* kActiveWorkbook = "Active Workbook";
+constexpr std::int32_t kLongestMessage = 1000;  // UTF-16 units; a message box shows no more
 constexpr const char* kGraphClickMacro = "Ordvane.xla!OrdvaneGraphClickEvent";
 
 constexpr std::int32_t kResultTooManyColumns = -17002;
@@ -56,11 +58,13 @@ std::int32_t OrdvaneReports::Pipeline::run() {
     rc = report_runs();
     if (rc == 0) log("Exit");
   });
-  finish(rc);
+  finish();
+  if (owner_.report_workbook()) found.keep_shown_sheet();
   found.restore();
   host::ignoring_errors([&] {
     if (const auto cell = session_.application().active_cell()) cell->activate();
   });
+  keeping_first_error([&] { tell_user(rc); });
   return rc;
 }
 
@@ -188,13 +192,13 @@ std::int32_t OrdvaneReports::Pipeline::report_runs() {
 }
 
 std::int32_t OrdvaneReports::Pipeline::report_run(const ProgressTexts& progress) {
-  show_progress(text_id::kProgressReading);
+  owner_.begin(text_id::kProgressReading);
   scan_.getData(inputs_, outputs_, sel_out_, num_iterations_, run_number_);
   check_cancel();
   unreported_.clear();
   matrix();
   for (std::int32_t k = 1; k <= sel_out_.size(); ++k) {
-    show_progress(text_id::kProgressRankingInputs);
+    owner_.begin(text_id::kProgressRankingInputs, &outputs_(sel_out_(k)));
     model::RankingRecord ranking;
     if (rank_inputs_of(sel_out_(k), ranking))
       graphs_of(sel_out_(k), ranking, progress);
@@ -244,11 +248,11 @@ bool OrdvaneReports::Pipeline::rank_inputs_of(std::int32_t position, model::Rank
 
 template <class Report>
 void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted, session::TextId<0> progress,
-                                            bool built_in, const Report& report) {
+                                            std::int32_t output, bool built_in, const Report& report) {
   log(name + ": " + log_text(wanted));
   if (wanted && !built_in) log(name + ": not in this build");
   if (wanted && built_in) {
-    show_progress(progress);
+    owner_.begin(progress, &outputs_(output));
     owner_.graph_or_log(name, report);
   }
   check_cancel();
@@ -258,11 +262,11 @@ void OrdvaneReports::Pipeline::graph_report(const std::string& name, bool wanted
 void OrdvaneReports::Pipeline::graphs_of(std::int32_t output, const model::RankingRecord& ranking,
                                          const ProgressTexts& progress) {
   const Reports& reports = owner_.reports_;
-  graph_report("TornadoGraphs", owner_.settings.tornado, progress.tornado, reports.tornado != nullptr,
+  graph_report("TornadoGraphs", owner_.settings.tornado, progress.tornado, output, reports.tornado != nullptr,
                [&] { reports.tornado(context(), output, ranking, owner_.tornado_style(outputs_(output))); });
-  graph_report("SpiderGraphs", owner_.settings.spider, progress.spider, reports.spider != nullptr,
+  graph_report("SpiderGraphs", owner_.settings.spider, progress.spider, output, reports.spider != nullptr,
                [&] { reports.spider(context(), output, ranking); });
-  graph_report("SensitivityGraphs", owner_.settings.sensitivity, progress.sensitivity,
+  graph_report("SensitivityGraphs", owner_.settings.sensitivity, progress.sensitivity, output,
                reports.sensitivity != nullptr, [&] { reports.sensitivity(context(), output, ranking); });
 }
 
@@ -271,7 +275,7 @@ void OrdvaneReports::Pipeline::matrix() {
   log("Matrix: " + log_text(wanted));
   if (!wanted) return;
   if (!owner_.reports_.matrix) return log("Matrix: not in this build");
-  show_progress(text_id::kProgressMatrix);
+  owner_.begin(text_id::kProgressMatrix);
   owner_.graph_or_log("Matrix", [&] { owner_.reports_.matrix(context()); });
   check_cancel();
   refresh_screen();
@@ -283,7 +287,7 @@ void OrdvaneReports::Pipeline::output_details(const ProgressTexts& progress) {
   if (!owner_.reports_.output_detail) return log("OutputDetailReport: not in this build");
   if (number_sims_ > 1) log("NumOutputsSelected: " + log_text(summary_.OutputsSelected));
   for (const std::int32_t output : sel_out_) {
-    show_progress(progress.output_detail);
+    owner_.begin(progress.output_detail, &outputs_(output));
     owner_.reports_.output_detail(context(), output);
     check_cancel();
     refresh_screen();
@@ -298,7 +302,7 @@ std::int32_t OrdvaneReports::Pipeline::detail_by_input(const ProgressTexts& prog
     log("DetailByInput: not in this build");
     return 0;
   }
-  show_progress(progress.detail_by_input);
+  owner_.begin(progress.detail_by_input);
   const std::int32_t result = owner_.reports_.detail_by_input(context());
   refresh_screen();
   return result;
@@ -320,25 +324,31 @@ void OrdvaneReports::Pipeline::outputs_missing() {
 }
 
 void OrdvaneReports::Pipeline::summary() {
+  owner_.doing_.clear();
   reports::MakeSummaryReport(context(), summary_);
 }
 
 // The exit steps. Each is taken whatever became of the ones before it.
-void OrdvaneReports::Pipeline::finish(std::int32_t rc) {
-  const auto tell = [&](const std::string& message) {
-    session_.environment->show_message(message, kProduct);
-  };
+void OrdvaneReports::Pipeline::finish() {
+  owner_.doing_.clear();
   keeping_first_error([&] { workbook_->ReportsComplete(); });
-  keeping_first_error([&] {
-    if (rc == kResultTooManyRows) tell(session_.text(text_id::kMessageTooManyRows));
-    if (rc == kResultTooManyColumns) tell(session_.text(text_id::kMessageTooManyColumns));
-    if (!unknown_outputs_.empty()) tell(unknown_outputs_);
-  });
   if (owner_.report_error_) log("Exit Error: " + owner_.report_error_->description());
   // What ended or cut the reports says more.
   if (!unknown_outputs_.empty())
     owner_.remember(host::Error(host::errc::kSubscriptOutOfRange, unknown_outputs_));
-  owner_.report_workbook_ = workbook_->workbook();
+  owner_.services_->report_workbook = workbook_->workbook();
+}
+
+// One message about everything that is not as it was asked for.
+void OrdvaneReports::Pipeline::tell_user(std::int32_t rc) {
+  std::string message;
+  const auto add = [&](const std::string& text) { message += (message.empty() ? "" : "\n") + text; };
+  if (rc == kResultTooManyRows) add(session_.text(text_id::kMessageTooManyRows));
+  if (rc == kResultTooManyColumns) add(session_.text(text_id::kMessageTooManyColumns));
+  if (!owner_.failures().empty() && owner_.failures() != unknown_outputs_)
+    add(session_.text(text_id::kMessageReportsFailed));
+  if (!owner_.failures().empty()) add(text::shortened(owner_.failures(), kLongestMessage));
+  if (!message.empty()) session_.environment->show_message(message, kProduct);
 }
 
 template <class Step>
@@ -348,12 +358,9 @@ void OrdvaneReports::Pipeline::keeping_first_error(const Step& step) {
   } catch (const host::Error& error) {
     // The user's wish to stop outweighs a report that failed before it.
     if (error.code() == host::errc::kUserCancelled) owner_.report_error_.reset();
-    owner_.remember(error);
+    const std::string failure = owner_.remember(error);
+    if (!failure.empty()) log("Error: " + failure);
   }
-}
-
-void OrdvaneReports::Pipeline::show_progress(session::TextId<0> id) {
-  reports::ShowProgress(session_, session_.text(id));
 }
 
 void OrdvaneReports::Pipeline::check_cancel() {

@@ -3,8 +3,8 @@
 // Reads the run's counts, scans the model into records, opens the report workbook, then for each simulation
 // fetches every stored value and calls the report routines in a fixed order with progress texts and cancel
 // checks between them. What goes wrong before the report workbook is open goes to the host; what goes wrong
-// later ends the reports and is logged. The spreadsheet's settings are restored either way; in between
-// nothing is recalculated that is not asked for.
+// later ends the reports, is logged and told to the user. The spreadsheet's settings are restored either way;
+// in between nothing is recalculated that is not asked for.
 #pragma once
 
 #include <cstdint>
@@ -49,16 +49,16 @@ class OrdvaneReports::Pipeline {
   void multi_way();
   void outputs_missing();
   void summary();
-  void finish(std::int32_t rc);
+  void finish();
+  void tell_user(std::int32_t rc);
 
   // Runs one graph report. Failures are logged and the next report follows, unless the user asks to stop.
   template <class Report>
-  void graph_report(const std::string& name, bool wanted, session::TextId<0> progress, bool built_in,
-                    const Report& report);
+  void graph_report(const std::string& name, bool wanted, session::TextId<0> progress, std::int32_t output,
+                    bool built_in, const Report& report);
   template <class Step>
   void keeping_first_error(const Step& step);
 
-  void show_progress(session::TextId<0> id);
   void check_cancel();
   void refresh_screen();
   reports::Context context();

@@ -12,14 +12,17 @@ SpreadsheetState::SpreadsheetState(std::shared_ptr<host::Application> applicatio
   calculation_ = application_->calculation();
   screen_updating_ = application_->screen_updating();
   display_alerts_ = application_->display_alerts();
+  interactive_ = application_->interactive();
   cursor_ = application_->cursor();
   status_bar_ = application_->status_bar();
+  sheet_ = application_->active_sheet();
 }
 
 void SpreadsheetState::quiet() {
   application_->set_calculation(host::Calculation::kManual);
   application_->set_screen_updating(false);
   application_->set_display_alerts(false);
+  application_->set_interactive(false);
 }
 
 void SpreadsheetState::restore() noexcept {
@@ -34,8 +37,10 @@ void SpreadsheetState::restore() noexcept {
       }
   };
   put_back([&] { application->set_calculation(calculation_); });
+  if (const auto sheet = std::exchange(sheet_, nullptr)) put_back([&] { sheet->activate(); });
   put_back([&] { application->set_screen_updating(screen_updating_); });
   put_back([&] { application->set_display_alerts(display_alerts_); });
+  put_back([&] { application->set_interactive(interactive_); });
   put_back([&] { application->set_cursor(cursor_); });
   put_back([&] { application->set_status_bar(status_bar_); });
 }

@@ -38,6 +38,7 @@ void DiagnosticLog::close() {
   line(std::string(56, '-'));
   host::ignoring_errors([&] { line(environment_->date_and_time()); });
   line("Ordvane Reports Terminated");
+  host::ignoring_errors([&] { environment_->close_file(path_); });
   path_.clear();
 }
 

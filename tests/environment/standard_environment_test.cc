@@ -88,6 +88,9 @@ TEST(Environment, KeepsTheLog) {
   environment.remove_file(path);
   EXPECT_FALSE(std::filesystem::exists(path));
   EXPECT_THROW(environment.remove_file(path), host::Error);
+  environment.append_line(path, "afresh");
+  environment.close_file(path);
+  EXPECT_EQ(std::filesystem::file_size(path), 8U) << "and after a removal it is begun again";
   EXPECT_THROW(environment.append_line((folder / "missing" / "a.log").string(), "x"), host::Error);
   std::filesystem::remove_all(folder);
 }

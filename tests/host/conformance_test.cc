@@ -49,6 +49,7 @@ TEST_F(Conformance, ApplicationStateIsKept) {
   app->set_calculation(Calculation::kManual);
   app->set_screen_updating(false);
   app->set_display_alerts(false);
+  app->set_interactive(false);
   app->set_cursor(Cursor::kWait);
   EXPECT_EQ(app->status_bar(), "");
   app->set_status_bar("Reading");
@@ -58,6 +59,7 @@ TEST_F(Conformance, ApplicationStateIsKept) {
   EXPECT_EQ(app->calculation(), Calculation::kManual);
   EXPECT_FALSE(app->screen_updating());
   EXPECT_FALSE(app->display_alerts());
+  EXPECT_FALSE(app->interactive());
   EXPECT_EQ(app->cursor(), Cursor::kWait);
 }
 

@@ -476,13 +476,14 @@ TEST(Pipeline, NothingIsRecalculatedBetweenTheFirstReportAndTheLast) {
     EXPECT_FALSE(reports.report_error());
     EXPECT_EQ(bench.application->calculation(), host::Calculation::kAutomatic);
     EXPECT_GT(calls, 4000);
-    EXPECT_THAT(automatic,
-                ElementsAre("Application.active_workbook", "Workbook.multi_user_editing",
-                            "Application.calculation", "Application.screen_updating",
-                            "Application.display_alerts", "Application.cursor", "Application.status_bar",
-                            "Application.set_calculation", "Application.set_screen_updating",
-                            "Application.set_display_alerts", "Application.set_cursor",
-                            "Application.set_status_bar", "Application.active_cell", "Range.activate"));
+    EXPECT_THAT(
+        automatic,
+        ElementsAre("Application.active_workbook", "Workbook.multi_user_editing", "Application.calculation",
+                    "Application.screen_updating", "Application.display_alerts", "Application.interactive",
+                    "Application.cursor", "Application.status_bar", "Application.active_sheet",
+                    "Application.set_calculation", "Application.set_screen_updating",
+                    "Application.set_display_alerts", "Application.set_interactive", "Application.set_cursor",
+                    "Application.set_status_bar", "Application.active_cell", "Range.activate"));
   }
 }
 
@@ -518,11 +519,63 @@ TEST(Pipeline, AGraphThatFailsDoesNotTakeTheOthersWithIt) {
   ASSERT_TRUE(reports.report_error());
   EXPECT_EQ(reports.report_error()->description(), "no room");
   EXPECT_THAT(bench.environment->lines, Contains(HasSubstr("TornadoGraphs Error: no room")));
+  const std::string both =
+      "Drawing the tornado graph (Output 1): no room\nDrawing the tornado graph (Output 2): no room";
+  EXPECT_EQ(reports.failures(), both);
+  EXPECT_THAT(
+      bench.environment->messages,
+      ElementsAre("Ordvane: " + bench.services->session.text(text_id::kMessageReportsFailed) + "\n" + both));
+}
+
+// Everything that went wrong is told once, at the end, whatever came after it.
+TEST(Pipeline, WhatFailedIsToldInOneMessage) {
+  const host::Error kNoRoom(host::errc::kHostRefused, "no room");
+  const host::Error kEscape(host::errc::kUserCancelled, "");
+  const struct {
+    const char* what;
+    std::optional<host::Error> spider, detail;
+    std::vector<std::string> told;  // parts of the message
+  } cases[] = {
+      {"all is well", {}, {}, {}},
+      {"a graph", kNoRoom, {}, {"spider graph (Output 1): no room", "spider graph (Output 2): no room"}},
+      {"the reports end", {}, kNoRoom, {"Writing the output detail (Output 1): no room"}},
+      {"a graph, then they end", kNoRoom, kNoRoom, {"spider graph (Output 2)", "output detail (Output 1)"}},
+      {"Escape", {}, kEscape, {}},
+      {"a graph, then Escape", kNoRoom, kEscape, {"spider graph (Output 2): no room"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Bench bench;
+    Recorder recorder;
+    Reports routines = recorder.reports();
+    routines.spider = [&](const auto&...) {
+      if (c.spider) throw host::Error(*c.spider);
+    };
+    routines.output_detail = [&](const auto&...) {
+      if (c.detail) throw host::Error(*c.detail);
+    };
+    OrdvaneReports reports(bench.services, routines);
+    reports.Initialize(bench.application, 1);
+    reports.set_SpiderGraphs(true);
+    reports.set_OutputDetailReport(true);
+    reports.MaxInputsPerGraph = 5;
+    EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
+    ASSERT_EQ(bench.environment->messages.size(), c.told.empty() ? 0U : 1U);
+    EXPECT_EQ(reports.failures().empty(), c.told.empty());
+    for (const std::string& part : c.told) {
+      EXPECT_THAT(bench.environment->messages.front(), HasSubstr(part));
+      EXPECT_THAT(reports.failures(), HasSubstr(part));
+    }
+    if (c.detail && c.detail->code() != host::errc::kUserCancelled) {
+      EXPECT_THAT(bench.environment->lines,
+                  Contains(HasSubstr("Error: Writing the output detail (Output 1)")));
+    }
+  }
 }
 
 TEST(Pipeline, EscapeAtAnyCheckEndsTheReportsAndRestoresTheSpreadsheet) {
   int checks = 0;
-  for (int at = 1;; ++at) {
+  for (int at = 1;; ++at) {  // the first look is the one before the run
     RunShape shape;
     shape.groups = true;
     Bench bench(shape);
@@ -533,8 +586,9 @@ TEST(Pipeline, EscapeAtAnyCheckEndsTheReportsAndRestoresTheSpreadsheet) {
     bench.environment->escape_at = at;
     EXPECT_EQ(reports.GenerateReports(bench.all_outputs()), 0);
     found.expect_restored("check " + std::to_string(at));
-    if (bench.environment->escape_checks < at) {
+    if (at == 1 || bench.environment->escape_checks < at) {
       EXPECT_FALSE(reports.report_error());
+      if (at == 1) continue;
       break;
     }
     ASSERT_TRUE(reports.report_error()) << at;

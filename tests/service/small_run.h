@@ -21,6 +21,7 @@ class MemoryEnvironment : public environment::StandardEnvironment {
   MemoryEnvironment() : StandardEnvironment(settings()) {}
   void remove_file(const std::string& path) override { removed.push_back(path); }
   void append_line(const std::string& /*path*/, const std::string& line) override { lines.push_back(line); }
+  void close_file(const std::string& /*path*/) override {}
   void show_message(const std::string& text, const std::string& title) override {
     messages.push_back(title + ": " + text);
   }
@@ -169,6 +170,7 @@ class Found {
     EXPECT_EQ(application_.calculation(), host::Calculation::kSemiautomatic) << when;
     EXPECT_TRUE(application_.screen_updating()) << when;
     EXPECT_TRUE(application_.display_alerts()) << when;
+    EXPECT_TRUE(application_.interactive()) << when;
     EXPECT_EQ(application_.cursor(), host::Cursor::kDefault) << when;
     EXPECT_EQ(application_.status_bar(), "Ready for the board") << when;
   }

@@ -147,7 +147,7 @@ auto Wrapper<Interface>::announced(const char* member, Call&& call) {
 // clang-format off
 #define ORDVANE_APPLICATION(X, ...) \
   X(name) X(version) X(calculation) X(set_calculation) X(screen_updating) X(set_screen_updating) \
-  X(display_alerts) X(set_display_alerts) X(cursor) X(set_cursor) X(status_bar) X(set_status_bar) \
+  X(display_alerts) X(set_display_alerts) X(interactive) X(set_interactive) X(cursor) X(set_cursor) X(status_bar) X(set_status_bar) \
   X(active_workbook) X(active_sheet) X(active_cell) X(workbook) X(add_workbook) X(range) X(evaluate) \
   X(formatted) X(calculate) X(run) X(min) X(max)
 #define ORDVANE_WORKBOOK(X, ...) \
@@ -199,7 +199,7 @@ auto Wrapper<Interface>::announced(const char* member, Call&& call) {
   X(missing_number) X(is_usable) X(axis_scale) X(number_text) X(date_text) X(list_separator)
 #define ORDVANE_ENVIRONMENT(X, ...) \
   X(engine_folder) X(log_folder) X(path_separator) X(language_id) X(language_string) X(string_table) \
-  X(shorten) X(show_message) X(show_progress) X(pump_messages) X(remove_file) X(append_line) \
+  X(shorten) X(show_message) X(show_progress) X(pump_messages) X(remove_file) X(append_line) X(close_file) \
   X(date_and_time) X(excel_major_version) X(add_in_present)
 #define ORDVANE_ENGINE(X, ...) \
   X(load_library) X(DrllibInitLibraryVB) X(DrllibFreeLibraryVB) X(DRL4_Init) X(DRL4_GetSimStats) \

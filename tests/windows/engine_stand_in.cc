@@ -131,12 +131,15 @@ EXPORTED DrllibFreeLibraryVB(long a, long* b, long c, long* d, long* e, long* f,
   return status;
 }
 
-// Leaves `hVars` as the system's last error.
+// Leaves `hVars` as the system's last error, and numbers of single precision that are cut, not rounded.
 EXPORTED DRL4_Init(long hVars) {
   Engine* const engine = recorded();
   if (!engine) return kRefused;
   const long status = engine->DRL4_Init(hVars);
   SetLastError(static_cast<DWORD>(hVars));
+  const std::uint16_t control_word = 0x0C7F;
+  const std::uint32_t sse_state = 0x7F80;
+  asm volatile("fldcw %0\n\tldmxcsr %1" : : "m"(control_word), "m"(sse_state));
   return status;
 }
 

@@ -9,6 +9,7 @@
 
 #include <oaidl.h>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -30,6 +31,9 @@ struct StandIn {
   long live_objects = 0;
   long fail_at = 0;         // the call that fails, counted from 1; 0: none
   std::string failed = {};  // the call that failed first
+  // Told of each call, "Range.Select" and the like, before it is made. An HRESULT other than S_OK is the
+  // answer.
+  std::function<HRESULT(const std::string& call)> before = {};
 
   long all_calls() const { return invokes + name_lookups; }
 

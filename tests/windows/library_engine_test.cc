@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "automation/ansi.h"
+#include "automation/floating_point.h"
 #include "host/error.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/run.h"
@@ -114,7 +115,7 @@ TEST(Ansi, ConvertsWhatTheCodePageHas) {
   }
 }
 
-// A folder of its own for each test, with a name that is not ASCII.
+// A folder of its own for each test, with a name that is not in any one code page.
 class Unreachable : public testing::Test {
  protected:
   void SetUp() override { std::filesystem::create_directories(folder_); }
@@ -122,7 +123,7 @@ class Unreachable : public testing::Test {
     std::error_code ignored;  // a library that is loaded stays
     std::filesystem::remove_all(folder_, ignored);
   }
-  path folder_ = std::filesystem::temp_directory_path() / L"Ordv\u00E4ne";
+  path folder_ = std::filesystem::temp_directory_path() / L"Ordv\u00E4ne \u0394 \u6570";
 };
 
 // The stand-in with the machine field of its header changed, so that it is of the other width.
@@ -145,7 +146,7 @@ TEST_F(Unreachable, IsAnErrorOfTheCall) {
     path file;
     std::int32_t code;
   };
-  for (const Case& each : {Case{"no such file", folder_ / "DRLLIB8_X86.dll", host::errc::kFileNotFound},
+  for (const Case& each : {Case{"no such file", folder_ / "missing.dll", host::errc::kFileNotFound},
                            {"not a library", folder_ / "text.dll", host::errc::kFileNotFound},
                            {"of the other width", folder_ / "width.dll", host::errc::kFileNotFound},
                            {"without the entry point", server_path(), host::errc::kEntryPointNotFound}}) {
@@ -163,11 +164,32 @@ TEST_F(Unreachable, IsAnErrorOfTheCall) {
   EXPECT_THROW(automation::make_library_engine()->DRL4_DoubleIsNaN(0), host::Error) << "no library at all";
 }
 
-TEST_F(Unreachable, NotByItsFolder) {
+TEST_F(Unreachable, NotByItsFolderNorByWhatItNeeds) {
   SetEnvironmentVariableW(L"ORDVANE_ENGINE_RUN", (kRuns / "odd-values.run.json").c_str());
-  std::filesystem::copy_file(stand_in(), folder_ / "DRLLIB8_X86.dll",
+  const auto copy = [&](const path& from, const char* name) {
+    std::filesystem::copy_file(from, folder_ / name, std::filesystem::copy_options::overwrite_existing);
+    return folder_ / name;
+  };
+  EXPECT_EQ(library(copy(stand_in(), "own.dll"))->DRL4_DoubleIsNaN(NAN), 1);
+  const path parts = stand_in().parent_path() / "engine_parts";
+  copy(parts / "engine_helper.dll", "engine_helper.dll");
+  EXPECT_EQ(library(copy(parts / "engine_with_helper.dll", "with_helper.dll"))->DRL4_Init(40), 42);
+}
+
+TEST_F(Unreachable, NotWhereTheHostHasIt) {
+  SetEnvironmentVariableW(L"ORDVANE_ENGINE_RUN", (kRuns / "odd-values.run.json").c_str());
+  std::filesystem::copy_file(stand_in(), folder_ / "hosts.dll",
                              std::filesystem::copy_options::overwrite_existing);
-  EXPECT_EQ(library(folder_ / "DRLLIB8_X86.dll")->DRL4_DoubleIsNaN(NAN), 1);
+  ASSERT_NE(LoadLibraryW((folder_ / "hosts.dll").c_str()), nullptr);
+  EXPECT_EQ(library("C:\\elsewhere\\hosts.dll")->DRL4_DoubleIsNaN(NAN), 1);
+}
+
+// The stand-in's initialisation leaves another precision and rounding, as libraries of other compilers do.
+TEST(LibraryEngine, KeepsWhatFloatingPointNumbersComeTo) {
+  const auto engine = library_of_run(kRuns / "odd-values.run.json");
+  const automation::FloatingPointState before;
+  engine->DRL4_Init(1);
+  EXPECT_TRUE(automation::FloatingPointState() == before);
 }
 
 }  // namespace

@@ -63,6 +63,9 @@ struct CriterionTarget {
   }
 };
 struct ChartSheetTarget {};
+struct AreasTarget {
+  std::vector<std::shared_ptr<host::Range>> areas;
+};
 struct BreaksTarget {
   std::shared_ptr<host::Worksheet> sheet;
   bool of_rows;
@@ -83,6 +86,7 @@ STAND_IN_OF(WorksheetTarget, host::Worksheet, sheet, L"Worksheet")
 STAND_IN_INTERFACE(ChartSheetTarget, L"ChartSheet")
 STAND_IN_INTERFACE(PageTarget, L"PageSetup")
 STAND_IN_INTERFACE(BreaksTarget, L"PageBreaks")
+STAND_IN_INTERFACE(AreasTarget, L"Areas")
 STAND_IN_OF(FormatConditionsTarget, host::Range, range, L"FormatConditions")
 STAND_IN_OF(ScaleTarget, Scale, scale, L"ColorScale")
 STAND_IN_OF(CriteriaTarget, Scale, scale, L"ColorScaleCriteria")
@@ -108,6 +112,11 @@ Variant null() {
 }
 Variant make_range(const Call& call, std::shared_ptr<host::Range> range, Flavor flavor = Flavor::kCells) {
   return object(call, RangeTarget{std::move(range), flavor});
+}
+Variant make_areas_of(const Call& call, const RangeTarget& range) {
+  AreasTarget target{{range.range}};
+  target.areas.insert(target.areas.end(), range.more.begin(), range.more.end());
+  return object(call, std::move(target));
 }
 // "A1,B2:C3" names several areas.
 Variant make_areas(const Call& call, host::Worksheet& sheet, const std::string& address) {
@@ -539,6 +548,7 @@ STAND_IN_TABLE(ApplicationTarget) {
         GET_PUT(Calculation, app(c).calculation(), app(c).set_calculation(as<host::Calculation>(v))),
         GET_PUT(ScreenUpdating, app(c).screen_updating(), app(c).set_screen_updating(v.truth())),
         GET_PUT(DisplayAlerts, app(c).display_alerts(), app(c).set_display_alerts(v.truth())),
+        GET_PUT(Interactive, app(c).interactive(), app(c).set_interactive(v.truth())),
         GET_PUT(Cursor, app(c).cursor(), app(c).set_cursor(as<host::Cursor>(v))),
         GET_PUT(StatusBar, app(c).status_bar().empty() ? Variant(false) : Variant(app(c).status_bar()),
                 app(c).set_status_bar(v.value().vt == VT_BOOL ? "" : v.text())),
@@ -681,7 +691,8 @@ STAND_IN_TABLE(RangeTarget) {
     GET(Row, t.range->row()), GET(Column, t.range->column()),
         GET(Rows, make_range(c, t.range, Flavor::kRows)),
         GET(Columns, make_range(c, t.range, Flavor::kColumns)), GET(Count, count(t)),
-        GET(Cells, make_range(c, t.range)), GET(Worksheet, make_worksheet(c, t.range->worksheet())),
+        GET(Areas, make_areas_of(c, t)), GET(Cells, make_range(c, t.range)),
+        GET(Worksheet, make_worksheet(c, t.range->worksheet())),
         GET(Parent, make_worksheet(c, t.range->worksheet())),
         GET_OF(
             Address,
@@ -740,6 +751,14 @@ STAND_IN_TABLE(RangeTarget) {
                return true),
         METHOD(Select, PARAMETERS(), t.range->select(); return true),
         METHOD(Activate, PARAMETERS(), t.range->activate(); return true),
+  };
+}
+
+STAND_IN_TABLE(AreasTarget) {
+  return {
+      GET(Count, static_cast<std::int32_t>(t.areas.size())),
+      DEFAULT_OF(Item, PARAMETERS(L"Index"),
+                 make_range(c, t.areas.at(static_cast<std::size_t>(c.whole(0) - 1)))),
   };
 }
 

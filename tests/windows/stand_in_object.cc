@@ -115,6 +115,10 @@ HRESULT StandInObject::GetTypeInfoCount(UINT* count) {
   return S_OK;
 }
 
+HRESULT StandInObject::answer_before(const std::string& where) {
+  return stand_in_->before ? stand_in_->before(where) : S_OK;
+}
+
 // True for the call that is to fail.
 bool StandInObject::fails_now(const std::string& where) {
   const bool fails = stand_in_->all_calls() == stand_in_->fail_at;
@@ -131,6 +135,8 @@ std::size_t StandInObject::find(const wchar_t* name) const {
 HRESULT StandInObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
   ++stand_in_->name_lookups;
   if (fails_now("name of " + narrow(interface_name()) + "." + narrow(names[0]))) return kServerFault;
+  const HRESULT refused = answer_before("name of " + narrow(interface_name()) + "." + narrow(names[0]));
+  if (refused != S_OK) return refused;
   std::fill(ids, ids + count, DISPID_UNKNOWN);
   const std::size_t member = find(names[0]);
   const auto& unknown = stand_in_->behaviours.unknown;
@@ -161,6 +167,8 @@ HRESULT StandInObject::Invoke(DISPID id, REFIID, LCID language, WORD flags, DISP
   ++stand_in_->invokes;
   const ComPtr<IDispatch> alive(this);
   try {
+    const HRESULT refused = answer_before(where);
+    if (refused != S_OK) return refused;
     if (fails_now(where)) refuse("Call refused by the test: " + where);
     if (member == kNone) return DISP_E_MEMBERNOTFOUND;
     const bool puts = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;

@@ -104,6 +104,7 @@ class StandInObject : public IDispatch {
   virtual void write(std::size_t member, const Call& call, const Variant& value) = 0;
 
  private:
+  HRESULT answer_before(const std::string& where);
   bool fails_now(const std::string& where);
   HRESULT run(std::size_t member, WORD flags, DISPPARAMS& arguments, VARIANT* result, UINT* wrong_argument);
   std::size_t find(const wchar_t* name) const;

@@ -46,6 +46,23 @@ TEST(WindowsEnvironment, WritesTheLogInTheSystemsEncoding) {
   EXPECT_NE(now.find(' '), std::string::npos) << now;
 }
 
+// Windows does not remove a file that somebody has open: its next session empties it.
+TEST(WindowsEnvironment, KeepsTheLogOpenAndSharesIt) {
+  const auto first = automation::make_windows_environment(), second = automation::make_windows_environment();
+  const std::string path = first->log_folder() + "\\ordvane-shared-test.log";
+  first->append_line(path, "of before");
+  EXPECT_FALSE(DeleteFileA(path.c_str())) << "it is open";
+  second->remove_file(path);
+  second->append_line(path, "one");
+  first->append_line(path, "two");
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "one\r\ntwo\r\n");
+  file.close();
+  first->close_file(path);
+  second->close_file(path);
+  EXPECT_TRUE(DeleteFileA(path.c_str()));
+}
+
 TEST(WindowsEnvironment, NeverWaitsForAUserWhoIsNotThere) {
   const auto environment = automation::make_windows_environment();
   SetEnvironmentVariableW(L"ORDVANE_QUIET", L"1");
