@@ -57,7 +57,7 @@ const Situation kSituations[] = {
         b.settings.sort = model::SortBy::kDownside;
         b.settings.target = 80;
       }},
-     {"Cost is 80 at Price = 9, Dip = 8.4 / 9.6.", "Rows in the order of: Downside", "2  B+1 \"Dip (B4)\"",
+     {"Cost is 80.00 at Price = 9, Dip = 8.4 / 9.6.", "Rows in the order of: Downside", "2  B+1 \"Dip (B4)\"",
       "K+1 \"8.4 / 9.6\"", "K+2 9 {0}", "\"* Highest or lowest result inside the range, at: Dip (B4) = 9.0\"",
       "\"Dip (B4) *\""}},
     {{"percent: the marker stands at no change and names the base", kTwoInputs, 100, in_percent},
