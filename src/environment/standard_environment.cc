@@ -11,6 +11,7 @@
 #include "environment/string_table.h"
 #include "model/decimal.h"
 #include "text/edit.h"
+#include "text/system_reasons.h"
 #include "text/utf16.h"
 
 namespace ordvane::environment {
@@ -156,8 +157,9 @@ bool StandardEnvironment::escape_pressed() {
 void StandardEnvironment::remove_file(const std::string& path) {
   std::error_code failure;
   if (std::filesystem::remove(utf8_path(path), failure)) return;
-  throw host::Error(host::errc::kFileNotFound, "Cannot remove '" + path + "': " +
-                                                   (failure ? failure.message() : "there is no such file"));
+  throw host::Error(
+      host::errc::kFileNotFound,
+      "Cannot remove '" + path + "': " + (failure ? text::system_reason(failure) : "there is no such file"));
 }
 
 void StandardEnvironment::append_line(const std::string& path, const std::string& line) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "host/tidying_up.h"
 #include "text/edit.h"
 #include "text/utf16.h"
 
@@ -134,8 +135,7 @@ class BaseSampling {
     if (changes()) session_.engine->DRL4_SetSamplingType(session_.hVars, 0);
   }
   ~BaseSampling() {
-    if (changes())
-      host::ignoring_errors([&] { session_.engine->DRL4_SetSamplingType(session_.hVars, saved_); });
+    if (changes()) host::tidying_up([&] { session_.engine->DRL4_SetSamplingType(session_.hVars, saved_); });
   }
   BaseSampling(const BaseSampling&) = delete;
   BaseSampling& operator=(const BaseSampling&) = delete;
@@ -152,7 +152,7 @@ class FormulaKeeper {
  public:
   explicit FormulaKeeper(host::Range& cell) : cell_(cell), formula_(cell.formula()) {}
   ~FormulaKeeper() {
-    host::ignoring_errors([&] { cell_.set_formula(formula_); });
+    host::tidying_up([&] { cell_.set_formula(formula_); });
   }
   FormulaKeeper(const FormulaKeeper&) = delete;
   FormulaKeeper& operator=(const FormulaKeeper&) = delete;
@@ -181,7 +181,7 @@ double evaluate_function_value(session::Session& session, host::Range& cell,
 }
 
 ModelRecalculation::~ModelRecalculation() {
-  host::ignoring_errors([&] { session_.application().calculate(); });
+  host::tidying_up([&] { session_.application().calculate(); });
 }
 
 }  // namespace ordvane::model

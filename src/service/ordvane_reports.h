@@ -124,7 +124,7 @@ class OrdvaneReports {
   void graph_or_log(const std::string& graph, const std::function<void()>& draw);
   void remember(const host::Error& error);
   reports::TornadoStyle tornado_style(const model::DralInputOutput& output) const;
-  void release(const std::string& operation);
+  void release(const char* operation) noexcept;
   void load_dral_lib();
   void unload_dral_lib();
 
