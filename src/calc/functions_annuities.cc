@@ -243,7 +243,7 @@ Operand call_fvschedule(Call& call) {
   return result;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kAnnuitiesFunctions[] = {
     {"CUMIPMT", 6, 6, "s", call_parts<Part::kInterest>},
     {"CUMPRINC", 6, 6, "s", call_parts<Part::kPrincipal>},
     {"EFFECT", 2, 2, "s", call_effect},
@@ -264,7 +264,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> annuity_functions() {
-  return kFunctions;
+  return kAnnuitiesFunctions;
 }
 
 }  // namespace ordvane::calc

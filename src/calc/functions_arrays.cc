@@ -274,7 +274,7 @@ Operand call_in_line(Call& call) {
   return &result;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kArraysFunctions[] = {
     {"CHOOSECOLS", 2, kAnyNumber, "a", call_chosen<false>, nullptr, kGivesArrays},
     {"CHOOSEROWS", 2, kAnyNumber, "a", call_chosen<true>, nullptr, kGivesArrays},
     {"DROP", 2, 3, "ass", call_taken<true>, nullptr, kGivesArrays},
@@ -294,7 +294,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> array_functions() {
-  return kFunctions;
+  return kArraysFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -150,14 +150,19 @@ Operand call_price(Call& call) {
   return price_at(bond_of(coupons, rate, redemption), yield);
 }
 
+// No price of a double needs more.
+constexpr double kLargestYield = 1e300;
+
 // Prices fall as yields rise.
 Operand halved_yield_of(const Bond& bond, double price) {
   double low = 0, high = 0;
   if (price_at(bond, 0) < price)
     low = -bond.a_year;
   else
-    for (high = 1; price_at(bond, high) > price; high *= 2)
-      if (high > 1e6) return ErrorCode::kNoConvergence;
+    for (high = 1; price_at(bond, high) > price; high *= 2) {
+      if (high > kLargestYield) return ErrorCode::kNoConvergence;
+      low = high;
+    }
   for (;;) {
     const double middle = low + (high - low) / 2;
     if (middle == low || middle == high) return high;
@@ -368,7 +373,7 @@ Operand call_dollar_fraction(Call& call) {
   return whole + (to_decimal ? rest / parts * decimals : rest / decimals * parts);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kBondsFunctions[] = {
     {"ACCRINT", 6, 8, "s", call_accrint},
     {"ACCRINTM", 4, 5, "s", call_accrintm},
     {"AMORDEGRC", 6, 7, "s", call_amordegrc},
@@ -400,7 +405,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> bond_functions() {
-  return kFunctions;
+  return kBondsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -49,17 +49,22 @@ Operand call_day(Call& call) {
 
 // ---- Times of day ----
 
-// Seconds since midnight.
+// Seconds since midnight, to as many decimals as make 15 digits with those of the day: 86399.9999999 on day 45000 is
+// the next midnight.
 double seconds_of(Call& call) {
-  const double number = call.number(0);
-  return (number - std::floor(number)) * 86400;
+  constexpr int kDecimalsOfOneDigit = 9;
+  const double number = call.number(0), day = std::floor(number);
+  int decimals = kDecimalsOfOneDigit;
+  for (double rest = std::fabs(number); rest >= 10 && decimals > 0; rest /= 10) --decimals;
+  const double unit = std::pow(10, decimals);
+  return std::round((number - day) * 86400 * unit) / unit;
 }
 
 Operand call_hour(Call& call) {
-  return std::fmod(std::floor(floor_of(seconds_of(call)) / 3600), 24);
+  return std::fmod(std::floor(seconds_of(call) / 3600), 24);
 }
 Operand call_minute(Call& call) {
-  return std::fmod(std::floor(floor_of(seconds_of(call)) / 60), 60);
+  return std::fmod(std::floor(seconds_of(call) / 60), 60);
 }
 Operand call_second(Call& call) {
   return std::fmod(std::round(seconds_of(call)), 60);
@@ -305,7 +310,7 @@ Operand call_workday_intl(Call& call) {
   return day.value.is_number() && day.value.number() < 0 ? Operand(ErrorCode::kArgument) : day;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kCalendarFunctions[] = {
     {"DATE", 3, 3, "s", call_date},
     {"DATEDIF", 3, 3, "s", call_datedif},
     {"DAY", 1, 1, "s", call_day},
@@ -332,7 +337,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> calendar_functions() {
-  return kFunctions;
+  return kCalendarFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -142,7 +142,7 @@ Operand call_xirr(Call& call) {
   return ErrorCode::kNumber;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kCashFlowsFunctions[] = {
     {"IRR", 1, 2, "rs", call_irr},          {"MIRR", 3, 3, "rss", call_mirr},
     {"NPV", 2, kAnyNumber, "sr", call_npv}, {"XIRR", 2, 3, "rrs", call_xirr},
     {"XNPV", 3, 3, "srr", call_xnpv},
@@ -151,7 +151,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> financial_functions() {
-  return kFunctions;
+  return kCashFlowsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -157,7 +157,7 @@ Operand call_countblank(Call& call) {
   return static_cast<double>(cells.size() - filled);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kCriteriaFunctions[] = {
     {"AVERAGEIF", 2, 3, "rsr", call_averageif},        {"AVERAGEIFS", 3, kAnyNumber, "r|rs", call_averageifs},
     {"COUNTBLANK", 1, 1, "r", call_countblank},        {"COUNTIF", 2, 2, "rs", call_countifs},
     {"COUNTIFS", 2, kAnyNumber, "|rs", call_countifs}, {"MAXIFS", 3, kAnyNumber, "r|rs", call_maxifs},
@@ -168,7 +168,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> criteria_functions() {
-  return kFunctions;
+  return kCriteriaFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -14,7 +14,7 @@ Operand call_today(Call& call) {
   return std::floor(call.now());
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kDatesFunctions[] = {
     {"NOW", 0, 0, "s", call_now, nullptr, kVolatile},
     {"TODAY", 0, 0, "s", call_today, nullptr, kVolatile},
 };
@@ -22,7 +22,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> date_functions() {
-  return kFunctions;
+  return kDatesFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -142,7 +142,7 @@ Operand call_vdb(Call& call) {
                     : declined_between(asset, start, end, factor);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kDepreciationFunctions[] = {
     {"DB", 4, 5, "s", call_db},   {"DDB", 4, 5, "s", call_ddb}, {"SLN", 3, 3, "s", call_sln},
     {"SYD", 4, 4, "s", call_syd}, {"VDB", 5, 7, "s", call_vdb},
 };
@@ -150,7 +150,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> depreciation_functions() {
-  return kFunctions;
+  return kDepreciationFunctions;
 }
 
 }  // namespace ordvane::calc

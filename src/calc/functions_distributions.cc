@@ -331,13 +331,15 @@ double f_right(double x, double first, double second) {
   return incomplete_beta(second / (second + first * x), second / 2, first / 2);
 }
 
+constexpr double kTooMuchFreedom = 1e10;
+
 template <bool right>
 Operand call_f_dist(Call& call) {
   const double x = call.number(0);
   const double first = floor_of(call.number(1));
   const double second = floor_of(call.number(2));
   const bool cumulative = right || call.logical(3);
-  if (x < 0 || first < 1 || second < 1) return kOutside;
+  if (x < 0 || first < 1 || second < 1 || std::max(first, second) >= kTooMuchFreedom) return kOutside;
   if (right) return f_right(x, first, second);
   if (cumulative) return 1 - f_right(x, first, second);
   const double a = first / 2, b = second / 2;
@@ -350,7 +352,8 @@ Operand call_f_inv(Call& call) {
   const double p = call.number(0);
   const double first = floor_of(call.number(1));
   const double second = floor_of(call.number(2));
-  if (first < 1 || second < 1 || p < 0 || p > 1 || (right ? p == 0 : p == 1)) return kOutside;
+  if (first < 1 || second < 1 || std::max(first, second) >= kTooMuchFreedom) return kOutside;
+  if (p < 0 || p > 1 || (right ? p == 0 : p == 1)) return kOutside;
   if (call.failed()) return 0.0;
   const double tail = right ? p : 1 - p;
   double high = 1;
@@ -458,7 +461,7 @@ Operand call_ttest(Call& call) {
   return t_two_tails(distance / std::sqrt(x + y), freedom) / (3 - tails);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kDistributionsFunctions[] = {
     {"BETA.DIST", 4, 6, "s", call_beta_dist},
     {"BETA.INV", 3, 5, "s", call_beta_inv},
     {"BETADIST", 3, 5, "s", call_betadist},
@@ -529,7 +532,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> distribution_functions() {
-  return kFunctions;
+  return kDistributionsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -134,7 +134,7 @@ Operand call_fact(Call& call) {
 }
 
 Operand call_factdouble(Call& call) {
-  const double n = floor_of(call.number(0));
+  const double n = whole_part(call.number(0));
   if (n < 0 || n > 300) return ErrorCode::kArgument;
   double result = 1;
   for (double factor = std::fmod(n, 2) == 0 ? 2 : 1; factor <= n; factor += 2) result *= factor;
@@ -293,7 +293,7 @@ Operand call_randbetween(Call& call) {
 constexpr auto kArgument = ErrorCode::kArgument;
 constexpr auto kValue = ErrorCode::kValue;
 
-constexpr Function kFunctions[] = {
+constexpr Function kElementaryFunctions[] = {
     {"ACOS", 1, 1, "s", call_of<std::acos>, lanes_of_number<std::acos>},
     {"ACOSH", 1, 1, "s", call_of<area_cosine, kArgument>, lanes_of_number<area_cosine>},
     {"ACOT", 1, 1, "s", call_of<arc_cotangent>, lanes_of_number<arc_cotangent>},
@@ -350,7 +350,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> elementary_functions() {
-  return kFunctions;
+  return kElementaryFunctions;
 }
 
 }  // namespace ordvane::calc

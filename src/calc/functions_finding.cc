@@ -205,7 +205,7 @@ Operand call_hyperlink(Call& call) {
   return call.value(call.missing(1) ? 0 : 1);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kFindingFunctions[] = {
     {"ADDRESS", 2, 5, "s", call_address},
     {"AREAS", 1, 1, "c", call_areas},
     {"CELL", 2, 2, "sr", call_cell},
@@ -223,7 +223,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> finding_functions() {
-  return kFunctions;
+  return kFindingFunctions;
 }
 
 }  // namespace ordvane::calc

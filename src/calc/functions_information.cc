@@ -25,7 +25,7 @@ Operand call_info(Call& call) {
   return ErrorCode::kArgument;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kInformationFunctions[] = {
     {"INFO", 1, 1, "s", call_info},
     {"ISERROR", 1, 1, "s", call_iserror},
     {"NA", 0, 0, "s", call_na},
@@ -34,7 +34,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> information_functions() {
-  return kFunctions;
+  return kInformationFunctions;
 }
 
 }  // namespace ordvane::calc

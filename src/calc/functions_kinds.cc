@@ -108,7 +108,7 @@ Operand call_xor(Call& call) {
   return any ? Operand(Value::boolean(result)) : Operand(ErrorCode::kValue);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kKindsFunctions[] = {
     {"ERROR.TYPE", 1, 1, "s", call_error_type},
     {"FALSE", 0, 0, "s", call_false},
     {"ISBLANK", 1, 1, "s", call_is<is_blank>},
@@ -131,7 +131,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> kind_functions() {
-  return kFunctions;
+  return kKindsFunctions;
 }
 
 }  // namespace ordvane::calc

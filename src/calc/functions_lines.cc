@@ -32,7 +32,7 @@ struct Points {
   bool in_row = false;  // points lie side by side, variables below each other
 };
 
-struct Line {
+struct FittedLine {
   Numbers slopes, slope_errors;
   double intercept = 0, intercept_error = 0;
   double error = 0;  // of y
@@ -141,7 +141,8 @@ Numbers slopes_of(const Orthogonal& parts, const Columns& x, const Numbers& y) {
   return combined(parts, std::move(shares));
 }
 
-void add_errors(Line& line, const Orthogonal& parts, const Numbers& means, double count, bool intercept) {
+void add_errors(FittedLine& line, const Orthogonal& parts, const Numbers& means, double count,
+                bool intercept) {
   const std::size_t variables = means.size();
   line.slope_errors.assign(variables, 0);
   double squares = intercept ? 1 / count : 0;
@@ -160,8 +161,8 @@ void add_errors(Line& line, const Orthogonal& parts, const Numbers& means, doubl
   line.intercept_error = line.error * std::sqrt(squares);
 }
 
-Line line_through(const Points& points, bool intercept) {
-  Line line;
+FittedLine line_through(const Points& points, bool intercept) {
+  FittedLine line;
   Columns x = points.x;
   Numbers y = points.y, means;
   const double mean = intercept ? mean_of(y) : 0;
@@ -196,7 +197,7 @@ Operand call_fit(Call& call) {
   const Points points = points_of(call, curve == Curve::kExponential);
   const bool intercept = call.missing(2) || call.logical(2), statistics = call.logical(3, false);
   if (call.failed() || points.x[0].size() != points.y.size()) return ErrorCode::kArgument;
-  const Line line = line_through(points, intercept);
+  const FittedLine line = line_through(points, intercept);
   const auto variables = static_cast<std::int32_t>(line.slopes.size());
   Array& result = call.make_array(statistics ? 5 : 1, variables + 1);
   if (call.failed()) return {};
@@ -235,7 +236,7 @@ Operand call_continued(Call& call) {
   const bool column = variables > 1 && !points.in_row, row = variables > 1 && points.in_row;
   Array& result = call.make_array(row ? 1 : block.rows(), column ? 1 : block.columns());
   if (call.failed()) return {};
-  const Line line = line_through(points, intercept);
+  const FittedLine line = line_through(points, intercept);
   for (std::size_t i = 0; i < result.values.size(); ++i) {
     double y = line.intercept;
     for (std::size_t k = 0; k < variables; ++k) y += line.slopes[k] * x[k][i];
@@ -244,7 +245,7 @@ Operand call_continued(Call& call) {
   return &result;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kLinesFunctions[] = {
     {"GROWTH", 1, 4, "aaas", call_continued<Curve::kExponential>, nullptr, kGivesArrays},
     {"LINEST", 1, 4, "aass", call_fit<Curve::kLine>, nullptr, kGivesArrays},
     {"LOGEST", 1, 4, "aass", call_fit<Curve::kExponential>, nullptr, kGivesArrays},
@@ -254,7 +255,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> line_functions() {
-  return kFunctions;
+  return kLinesFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -50,7 +50,7 @@ bool fold_lanes(const LaneCall& call) {
   return true;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kLogicalFunctions[] = {
     {"AND", 1, kAnyNumber, "r", call_and, fold_lanes<true>},
     {"CHOOSE", 2, kAnyNumber, "s", nullptr, nullptr, kGivesCells, Form::kChoose},
     {"IF", 1, 3, "s", nullptr, nullptr, kGivesCells, Form::kIf},
@@ -65,7 +65,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> logical_functions() {
-  return kFunctions;
+  return kLogicalFunctions;
 }
 
 }  // namespace ordvane::calc

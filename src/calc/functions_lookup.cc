@@ -180,7 +180,7 @@ Operand call_transpose(Call& call) {
   return &result;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kLookupFunctions[] = {
     {"HLOOKUP", 3, 4, "srss", call_hlookup},
     {"INDEX", 1, 4, "rsss", call_index, nullptr, kGivesCells},
     {"INDIRECT", 1, 2, "s", call_indirect, nullptr, kGivesCells | kFindsCells},
@@ -194,7 +194,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> lookup_functions() {
-  return kFunctions;
+  return kLookupFunctions;
 }
 
 }  // namespace ordvane::calc

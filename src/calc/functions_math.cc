@@ -51,7 +51,7 @@ bool sum_lanes(const LaneCall& call) {
   return finite;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kMathFunctions[] = {
     {"ABS", 1, 1, "s", call_abs, lanes_of_number<std::fabs>},
     {"PI", 0, 0, "s", call_pi},
     {"RAND", 0, 0, "s", call_rand, nullptr, kVolatile},
@@ -61,7 +61,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> math_functions() {
-  return kFunctions;
+  return kMathFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -348,7 +348,7 @@ Operand call_aggregate(Call& call) {
   return chosen_of_sorted(call, total.numbers, function);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kMatricesFunctions[] = {
     {"AGGREGATE", 3, kAnyNumber, "ssas", call_aggregate},
     {"MDETERM", 1, 1, "a", call_mdeterm},
     {"MINVERSE", 1, 1, "a", call_minverse, nullptr, kGivesArrays},
@@ -366,7 +366,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> matrix_functions() {
-  return kFunctions;
+  return kMatricesFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -281,7 +281,7 @@ Operand call_shift(Call& call) {
   return result >= kBits ? Operand(ErrorCode::kArgument) : Operand(result);
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kNumberTextFunctions[] = {
     {"ARABIC", 1, 1, "s", call_arabic},
     {"BASE", 2, 3, "s", call_base},
     {"BIN2DEC", 1, 1, "s", call_to_decimal<2>},
@@ -315,7 +315,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> number_text_functions() {
-  return kFunctions;
+  return kNumberTextFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -62,7 +62,7 @@ Operand call_steyx(Call& call) {
   return std::sqrt(rest / static_cast<double>(pairs.x.size() - 2));
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kPairsFunctions[] = {
     {"CORREL", 2, 2, "a", correlation},
     {"COVAR", 2, 2, "a", call_covar},
     {"COVARIANCE.P", 2, 2, "a", call_covar},
@@ -79,7 +79,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> pair_functions() {
-  return kFunctions;
+  return kPairsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -109,7 +109,7 @@ Operand call_floor_math(Call& call) {
   return number < 0 && towards ? -floor_of(-number / step) * step : floor_of(number / step) * step;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kRoundingFunctions[] = {
     {"CEILING", 2, 2, "s", call_ceiling},
     {"CEILING.MATH", 1, 3, "s", call_ceiling_math},
     {"CEILING.PRECISE", 1, 2, "s", call_ceiling_math},
@@ -132,7 +132,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> rounding_functions() {
-  return kFunctions;
+  return kRoundingFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -282,7 +282,7 @@ Operand call_frequency(Call& call) {
   return &result;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kSamplesFunctions[] = {
     {"AVEDEV", 1, kAnyNumber, "r", call_avedev},
     {"AVERAGEA", 1, kAnyNumber, "r", call_averagea},
     {"COUNTA", 1, kAnyNumber, "r", call_counta},
@@ -331,7 +331,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> sample_functions() {
-  return kFunctions;
+  return kSamplesFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -63,7 +63,7 @@ bool extreme_lanes(const LaneCall& call) {
   return has_any;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kStatisticsFunctions[] = {
     {"AVERAGE", 1, kAnyNumber, "r", call_average},
     {"COUNT", 1, kAnyNumber, "r", call_count},
     {"MAX", 1, kAnyNumber, "r", call_extreme<false>, extreme_lanes<false>},
@@ -73,7 +73,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> statistical_functions() {
-  return kFunctions;
+  return kStatisticsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -237,7 +237,7 @@ Operand call_unicode(Call& call) {
                       : Operand(static_cast<double>(text::code_point_at(text, 0).code));
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kStringsFunctions[] = {
     {"CHAR", 1, 1, "s", call_char},
     {"CLEAN", 1, 1, "s", call_clean},
     {"CODE", 1, 1, "s", call_code},
@@ -265,7 +265,7 @@ constexpr Function kFunctions[] = {
 }  // namespace
 
 std::span<const Function> text_functions() {
-  return kFunctions;
+  return kStringsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -202,14 +202,14 @@ Operand call_convert(Call& call) {
   return (number - from->freezing) * from->size / to->size + to->freezing;
 }
 
-constexpr Function kFunctions[] = {
+constexpr Function kUnitsFunctions[] = {
     {"CONVERT", 3, 3, "s", call_convert},
 };
 
 }  // namespace
 
 std::span<const Function> unit_functions() {
-  return kFunctions;
+  return kUnitsFunctions;
 }
 
 }  // namespace ordvane::calc

@@ -22,14 +22,14 @@ const char* dash(std::int32_t style) {
   return "solid";
 }
 
-struct Piece {
+struct LinePiece {
   std::string_view text;
   const office::FontProps* font;
 };
 
 // The runs, cut at their line breaks.
-std::vector<std::vector<Piece>> lines_of(const std::vector<office::TextRun>& runs) {
-  std::vector<std::vector<Piece>> lines(1);
+std::vector<std::vector<LinePiece>> lines_of(const std::vector<office::TextRun>& runs) {
+  std::vector<std::vector<LinePiece>> lines(1);
   for (const office::TextRun& run : runs) {
     std::string_view rest = run.text;
     for (std::size_t end = rest.find_first_of("\r\n"); end != rest.npos; end = rest.find_first_of("\r\n")) {
@@ -113,11 +113,11 @@ bool is_plain(const office::FontProps& font) {
 }
 
 void paragraphs(Xml& xml, const std::vector<office::TextRun>& runs, const office::FontProps& base) {
-  for (const std::vector<Piece>& pieces : lines_of(runs)) {
+  for (const std::vector<LinePiece>& pieces : lines_of(runs)) {
     xml.start("a:p").start("a:pPr");
     font_element(xml, "a:defRPr", base);
     xml.end();
-    for (const Piece& piece : pieces) {
+    for (const LinePiece& piece : pieces) {
       xml.start("a:r");
       font_element(xml, "a:rPr", over(*piece.font, base));
       xml.leaf("a:t", piece.text).end();

@@ -114,10 +114,10 @@ DISTRIBUTIONS = ("BETADIST BETAINV BINOMDIST CHIDIST CHIINV CRITBINOM EXPONDIST 
 
 
 class Asked:
-    """A call, its references to single cells replaced by what these hold."""
+    """A call, its references to single cells replaced by what these hold; and the sheet of values, by row and column."""
 
-    def __init__(self, formula):
-        self.formula = formula
+    def __init__(self, formula, values):
+        self.formula, self.values = formula, values or {}
         self.texts = re.findall(r',((?:"[^"]*"|\([^()]*\)|[^,"()])*)', "," + formula[formula.find("(") + 1:-1])
 
     def number(self, position):
@@ -129,6 +129,13 @@ class Asked:
 
     def numbers(self):
         return [self.number(position) for position in range(len(self.texts))]
+
+    def has_twice(self, position):
+        """Of an argument that is a block of one column: whether a number stands in it more than once."""
+        block = re.fullmatch(r"V!([A-Z])(\d+):\1(\d+)", self.texts[position])
+        column = [self.values.get((row, ord(block[1]) - 65)) for row in range(int(block[2]) - 1, int(block[3]))] if block else []
+        numbers = [value for value in column if isinstance(value, (int, float))]
+        return len(set(numbers)) < len(numbers)
 
     def has(self, *texts):
         return any(text in self.formula for text in texts)
@@ -176,6 +183,10 @@ def of_huge_or_tiny(asked, *_):
     return any(abs(number) > 1e299 or 0 < abs(number) < 1e-299 for number in asked.numbers())
 
 
+def of_much_freedom(asked, ours, theirs):
+    return max(asked.numbers()[1:]) > 1e7 and (isinstance(theirs, Error) or math.isclose(ours, theirs, rel_tol=1e-3))
+
+
 def of_no_date(asked):
     return any(not -692000 <= number <= 11274306 for number in asked.numbers()[:3] if number == number)
 
@@ -186,7 +197,7 @@ def texts_of_numbers(asked, ours, theirs):
     if form not in FORMATS:
         return True
     if form == "General":
-        return math.isclose(as_number(ours), as_number(theirs), rel_tol=1e-9)
+        return math.isclose(as_number(ours), as_number(theirs), rel_tol=1e-9, abs_tol=6e-10)
     return ours == theirs + "." if form == "#.##" else any(letter in form for letter in "ymdh") and asked.number(0) < 61
 
 
@@ -219,9 +230,11 @@ MEANT = [
     ("DOLLARDE DOLLARFR", of_huge_or_tiny),
     ("ERROR.TYPE", lambda asked, ours, theirs: asked.texts[0] == "#NULL!" and ours == 1),
     ("FIXED DOLLAR", only_theirs_fails_where(lambda asked: abs(asked.number(1)) > 15)),
+    ("FIXED DOLLAR", lambda asked, ours, theirs: "INF" in str(theirs) and abs(asked.number(0)) >= 1e290),
+    ("FREQUENCY", lambda asked, ours, theirs: theirs == 0 and asked.has_twice(1)),
     ("ISEVEN ISODD", only_theirs_fails_where(lambda asked: asked.texts[0] == "" or asked.is_text(0))),
     ("LARGE SMALL", only_theirs_fails_where(lambda asked: asked.is_text(1))),
-    ("LINEST LOGEST TREND GROWTH", only_ours_fails_where(lambda asked: any(map(asked.is_text, range(2, len(asked.texts)))))),
+    ("LINEST LOGEST TREND GROWTH", only_ours_fails_where(lambda asked: asked.errors() or any(map(asked.is_text, range(2, len(asked.texts)))))),
     ("NUMBERVALUE", only_theirs_fails_where(lambda asked: len(asked.texts) == 1 and asked.has(".", ","))),
     ("BASE", only_ours_fails_where(lambda asked: asked.number(0) >= 2**53)),
     ("COMBINA", lambda asked, ours, theirs: asked.number(0) == int(asked.number(1)) == 0),
@@ -234,11 +247,13 @@ MEANT = [
     ("POISSON", only_theirs_fails_where(lambda asked: asked.number(1) == 0)),
     (" ".join(DISTRIBUTIONS), of_huge_or_tiny),
     (" ".join(DISTRIBUTIONS), only_ours_fails_where(lambda asked: max(asked.numbers()) > 1e7)),
+    ("BETADIST BETAINV CHIDIST CHIINV FDIST FINV TDIST TINV", of_much_freedom),
     ("TEXT", texts_of_numbers),
     ("ROUND ROUNDUP ROUNDDOWN TRUNC", lambda asked, ours, theirs: 0 < abs(asked.number(0)) < 1e-297 or asked.number(1) > 20),
     ("ROUNDUP ROUNDDOWN", last_unit),
     ("RATE", only_ours_fails_where(lambda asked: abs(asked.number(1)) < 1e-200 or asked.number(0) < 1e-9)),
-    ("RATE", lambda asked, ours, theirs: asked.number(1) == 0 and max(ours, theirs) < -0.999),
+    ("RATE", lambda asked, ours, theirs: abs(asked.number(1)) < 1e-200 and isinstance(ours, float) and ours < -0.999),
+    ("RATE", lambda asked, ours, theirs: isinstance(ours, Error) and asked.number(2) == 0 and not isinstance(theirs, Error) and theirs > 1e9),
     ("SERIESSUM", only_ours_fails_where(lambda asked: asked.number(0) == 0)),
     ("SWITCH", lambda asked, ours, theirs: asked.errors() and isinstance(theirs, Error)),
     ("SWITCH", lambda asked, ours, theirs: asked.is_text(1) and (asked.number(0) == asked.number(1) or isinstance(theirs, Error))),
@@ -246,6 +261,7 @@ MEANT = [
     ("CONVERT INFO", not_there),
     ("YIELD", lambda asked, ours, theirs: isinstance(ours, float) and yields_apart(asked, ours, theirs)),
     ("AMORDEGRC AMORLINC", lambda asked, ours, theirs: ours == 0 and (asked.number(4) >= 2**31 or asked.number(1) < 10000)),
+    ("AMORLINC", lambda asked, ours, theirs: theirs == 0 and 0 < asked.number(5) < 1e-9),
     ("ACCRINT ACCRINTM COUPDAYBS COUPDAYS COUPDAYSNC COUPNCD COUPNUM COUPPCD DATEDIF DAY DAYS360 DISC DURATION EDATE EOMONTH INTRATE "
      "ISOWEEKNUM MDURATION MONTH NETWORKDAYS NETWORKDAYS.INTL PRICE PRICEDISC PRICEMAT RECEIVED WEEKDAY WEEKNUM WORKDAY WORKDAY.INTL "
      "YEAR YEARFRAC YIELD YIELDDISC YIELDMAT", only_ours_fails_where(of_no_date)),
@@ -496,13 +512,14 @@ class Report:
         self.show_all = show_all
         self.counts = collections.Counter()
 
-    def add(self, name, formula, ours, theirs):
+    def add(self, name, formula, ours, theirs, values):
         self.tried += 1
+        formula = asked_text(formula, values)
         if isinstance(ours, Unsupported):
             self.unsupported += 1
         if agree(name, ours, theirs):
             return
-        if any(name in names.split() and is_meant(Asked(formula), ours, theirs) for names, is_meant in MEANT):
+        if any(name in names.split() and is_meant(Asked(formula, values), ours, theirs) for names, is_meant in MEANT):
             self.meant_otherwise += 1
         else:
             number = getattr(theirs, "number", 0)
@@ -540,11 +557,13 @@ def compare(office, evaluator, sheets, formulas, path, report):
             for half in (formulas[:len(formulas) // 2], formulas[len(formulas) // 2:]):
                 compare(office, evaluator, sheets, half, path, report)
         elif ours is None:
-            report.add(formulas[0][0], asked_text(formulas[0][1], sheets(formulas).get("V")), "took too long", "was not asked")
+            report.add(*formulas[0], "took too long", "was not asked", sheets(formulas).get("V"))
+        else:
+            print("LibreOffice does not end:", asked_text(formulas[0][1], sheets(formulas).get("V")), file=sys.stderr)
         return
     for row, ((name, formula), (value,)) in enumerate(zip(formulas, theirs)):
         if formula is not None:
-            report.add(name, asked_text(formula, sheets(formulas).get("V")), ours.get((0, f"A{row + 1}"), Unsupported("no value")), value)
+            report.add(name, formula, ours.get((0, f"A{row + 1}"), Unsupported("no value")), value, sheets(formulas).get("V"))
 
 
 def main():

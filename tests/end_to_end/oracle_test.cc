@@ -136,7 +136,9 @@ TEST(AllReports, OpenInLibreOffice) {
     books.push_back(folder / (run.stem().stem().string() + ".xlsx"));
     ASSERT_EQ(report(run, books.back(), "--all").status, 0);
   }
-  EXPECT_EXTERNAL(libreoffice_opens(books));
+  EXPECT_EXTERNAL(libreoffice_opens(books, "csv"));
+  ASSERT_EQ(report(kExample, books.front(), "--all --overwrite").status, 0);
+  EXPECT_EXTERNAL(libreoffice_opens({books.front()}));
 }
 #endif
 

@@ -74,8 +74,10 @@ bool run_with_fault(Failing failing, FailNth& fault) {
   return true;
 }
 
-// Under the sanitizers, which make it slow, every fifth call has its turn.
-const int kStep = test::kSanitized ? 5 : 1;
+// Under the sanitizers, which make it slow, some calls have their turn.
+int step(bool lasting) {
+  return test::kSanitized ? 20 : lasting ? 3 : 1;
+}
 
 class FaultSweep : public testing::TestWithParam<std::tuple<Failing, bool>> {};
 
@@ -83,7 +85,7 @@ TEST_P(FaultSweep, EveryCallHasItsTurn) {
   const auto [failing, lasting] = GetParam();
   FailNth fault{.nth = 1, .lasting = lasting};
   while (run_with_fault(failing, fault) && !HasFailure())
-    fault = {.nth = fault.nth + kStep, .lasting = lasting};
+    fault = {.nth = fault.nth + step(lasting), .lasting = lasting};
   EXPECT_GT(fault.nth, 40);
 }
 

@@ -93,19 +93,21 @@ inline Verdict validate_xlsx(const std::filesystem::path& file) {
   return run.status == 0 ? Verdict{} : failed(run.output);
 }
 
-// Opens them in LibreOffice, started once, which must be able to print each.
-inline Verdict libreoffice_opens(const std::vector<std::filesystem::path>& files) {
+// Opens them in LibreOffice, started once, which must be able to print each, or to read each and write its
+// first sheet as csv.
+inline Verdict libreoffice_opens(const std::vector<std::filesystem::path>& files,
+                                 const std::string& format = "pdf") {
   if (!kOthersAreAsked) return {};
   if (run_command("command -v soffice").status != 0) return skipped("LibreOffice is not installed");
   const TemporaryFolder folder;
   std::string command = "soffice --headless --norestore -env:UserInstallation=file://" +
-                        (folder / "profile").string() + " --convert-to pdf --outdir " +
+                        (folder / "profile").string() + " --convert-to " + format + " --outdir " +
                         folder.path().string();
   for (const std::filesystem::path& file : files) command += " " + shell_quoted(file.string());
   const CommandResult run = run_command(command);
   for (const std::filesystem::path& file : files) {
-    const std::filesystem::path pdf = folder / (file.stem().string() + ".pdf");
-    if (run.status != 0 || !std::filesystem::exists(pdf) || std::filesystem::file_size(pdf) == 0)
+    const std::filesystem::path made = folder / (file.stem().string() + "." + format);
+    if (run.status != 0 || !std::filesystem::exists(made) || std::filesystem::file_size(made) == 0)
       return failed("LibreOffice: " + file.string() + ": " + run.output);
   }
   return {};
