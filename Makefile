@@ -11,7 +11,7 @@
 #   make reference the reference of the public headers, with Doxygen
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
-#   make fuzz MINUTES=n  damaged input for every reader, each for so long, as docs/reliability.md tells
+#   make fuzz MINUTES=n  damaged input for every reader, each for so long
 #   make mutants   the faults of tests/mutants put into the sources one by one: do the tests notice?
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c

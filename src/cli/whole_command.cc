@@ -51,8 +51,8 @@ int run_command(int argc, char** argv) {
 int run_whole_command(int argc, char** argv) noexcept {
   try {
     return run_command(argc, argv);
-  } catch (...) {  // saying what is wrong went wrong
-    return kFailed;
+  } catch (...) {  // saying what is wrong took more than there is
+    return failed(kFailed, "out of memory");
   }
 }
 

@@ -61,7 +61,7 @@ std::shared_ptr<const runfile::Run> run_of(std::string_view bytes) {
 }
 
 std::shared_ptr<const runfile::Run> tiny_run() {
-  static const auto kRun = run_of(R"({"format": "ordvane-run", "version": 1,
+  static const auto kRun = run_of(R"({"format": "ordvane-run", "version": 1, "simulations": 1,
     "inputs": [{"book": "b.xlsx", "sheet": "S", "cell": "A1", "formula": "1", "base": 1, "steps": 2}],
     "outputs": [{"book": "b.xlsx", "sheet": "S", "cell": "B1", "formula": "=A1", "base": 1}],
     "recalculations": [[1, 1, 1, 0, 0], [1, 1, 2, 2, 2]]})");
