@@ -3,7 +3,7 @@
 #   make demo      sweep the example's workbook, print the ranking and where the reports are
 #   make test      everything CI runs: formatting, tests, tests under sanitizers, the Windows library under Wine
 #   make check     after an edit, in two minutes: formatting, the release build, its tests that need no other program
-#   make windows   the COM server for Excel, x86 and x64, in a zip to hand over
+#   make windows   the COM server for Excel, x86 and x64, with its acceptance kit, in a zip to hand over
 #   make packages  Debian packages of the command, the library and the Python package
 #   make check-packages  installs them, uses them and removes them again: as root, on a machine to be thrown away
 #   make bench     speed and memory, as ratios against peers in the same run
@@ -47,8 +47,9 @@ sanitize: release
 
 windows:
 	@tools/install-packages windows
-	@cmake --preset windows-x86 >/dev/null && cmake --build --preset windows-x86 --target OrdvaneResults8
-	@cmake --preset windows-x64 >/dev/null && cmake --build --preset windows-x64 --target OrdvaneResults8
+	@cmake --preset release -DORDVANE_BENCH=OFF >/dev/null && cmake --build --preset release --target ordvane
+	@cmake --preset windows-x86 >/dev/null && cmake --build --preset windows-x86 --target OrdvaneResults8 engine_stand_in accept
+	@cmake --preset windows-x64 >/dev/null && cmake --build --preset windows-x64 --target OrdvaneResults8 engine_stand_in accept
 	@tools/pack-windows
 
 windows-build:
@@ -77,6 +78,7 @@ bench:
 	build/bench/bench/bench_core
 	/usr/bin/python3 bench/whole_process.py build/bench
 	/usr/bin/python3 bench/full_size.py build/bench
+	/usr/bin/python3 bench/growth.py build/bench
 	/usr/bin/python3 bench/sweeps.py build/bench
 
 reference:

@@ -4,7 +4,8 @@
 // places, rules of figures, numbers of steps and base values of all inputs, and for each simulation what their
 // steps set them to, one after another. Each of `views`, an output in a simulation, has its results in the same
 // order; `order` has the inputs by rank, `ends` for each of them the steps of its lowest and highest result (-1:
-// none). Packed numbers are 64-bit ones in base 64, NaN for what is no number.
+// none), `asked` the values at which they reach the output's own target, where the model was asked for them.
+// Packed numbers are 64-bit ones in base 64, NaN for what is no number.
 "use strict";
 (() => {
   const data = JSON.parse(document.getElementById("data").textContent);
@@ -94,8 +95,14 @@
     const swings = unpacked(source.swings);
     const shares = unpacked(source.shares);
     const elasticities = unpacked(source.elasticities);
+    const arcs = unpacked(source.arcs);
     const idle = new Set(source.idle);
     const at = (list, input, step) => (step < 0 ? NaN : list[firstSteps[input] + step]);
+    const base = source.base ?? NaN;
+    // From the base value; what calculating leaves behind is no change.
+    const change = (value) =>
+      Math.abs(value - base) <= 1e-12 * Math.max(Math.abs(value), Math.abs(base)) ? 0 : value - base;
+    let cumulative = 0;
     const rows = source.order.map((input, place) => {
       const [low, high] = [source.ends[2 * place], source.ends[2 * place + 1]];
       return {
@@ -107,13 +114,16 @@
         at_high: idle.has(input) ? NaN : at(values, input, high),
         high: at(results, input, high),
         swing: swings[place],
+        downside: Math.min(change(at(results, input, low)), 0),
+        upside: Math.max(change(at(results, input, high)), 0),
         share: shares[place],
+        cumulative: Number.isNaN(shares[place]) ? NaN : (cumulative += shares[place]),
         elasticity: elasticities[place],
+        arc_elasticity: arcs[place],
         remarks: source.remarks[input] || "",
         break_even: [],
       };
     });
-    const base = source.base ?? NaN;
     const rules = data.rules[source.rules];
     return (views[number] = { ...source, number, values, results, rows, base, rules, idle });
   };
@@ -140,8 +150,9 @@
   };
 
   // Where the straight lines between neighbouring steps reach a target; of steps that all are at it, the first
-  // and the last. A result is at it that differs by no more than calculating leaves behind.
-  const crossings = (curve, target) => {
+  // and the last. A result is at it that differs by no more than calculating leaves behind. `asked`: what the
+  // model answered in the place of lines.
+  const crossings = (curve, target, asked) => {
     const largest = curve.reduce((size, point) => Math.max(size, Math.abs(point.y)), Math.abs(target));
     const sides = curve.map((point) => (Math.abs(point.y - target) <= 1e-12 * largest ? 0 : Math.sign(point.y - target)));
     const joined = (i) => i > 0 && i < curve.length && !curve[i].gap;
@@ -153,6 +164,10 @@
         if (!inside && found.at(-1) !== point.x) found.push(point.x);
       } else if (before === -sides[i]) {
         const from = curve[i - 1];
+        if (asked) {
+          found.push(...asked.filter((value) => value >= from.x && value <= point.x).slice(0, 1));
+          return;
+        }
         const part = (target / 2 - from.y / 2) / (point.y / 2 - from.y / 2);
         found.push(from.x + part * (point.x - from.x));
       }
@@ -188,8 +203,12 @@
     at_high: (view, row) => inputText(row.input, row.at_high),
     high: (view, row) => outputText(view, row.high),
     swing: (view, row) => swingText(view, row.swing),
+    downside: (view, row) => swingText(view, row.downside),
+    upside: (view, row) => swingText(view, row.upside),
     share: (view, row) => numberText(data.percent, row.share),
+    cumulative: (view, row) => numberText(data.percent, row.cumulative),
     elasticity: (view, row) => numberText(data.plain, row.elasticity),
+    arc_elasticity: (view, row) => numberText(data.plain, row.arc_elasticity),
     break_even: (view, row) => breakEvenText(row),
     remarks: (view, row) => row.remarks,
   };
@@ -465,8 +484,9 @@
     state.target = target;
     const heading = section().querySelector("[data-table=inputs] [data-key=break_even]");
     (heading.querySelector("button") || heading).textContent = fill(texts.output_at, numberText(view.rules, target));
+    const asked = (input) => (view.asked && target === view.target ? view.asked[input] || [] : undefined);
     for (const row of view.rows)
-      row.break_even = view.idle.has(row.input) ? [] : crossings(curveOf(view, row.input), target);
+      row.break_even = view.idle.has(row.input) ? [] : crossings(curveOf(view, row.input), target, asked(row.input));
     aimTornado(view);
     aimPanels(view);
     tables()

@@ -1,4 +1,6 @@
 // Excel's ChartObject and Chart objects.
+#include <iterator>
+
 #include "automation/excel_objects.h"
 
 namespace ordvane::automation {
@@ -24,7 +26,7 @@ class ExcelChartObject final : public host::ChartObject, private ExcelObject {
   void set_on_action(const std::string& macro) override { it_.put(L"OnAction", macro); }
   void set_name(const std::string& name) override { it_.put(L"Name", name); }
   void set_alternative_text(const std::string& text) override {
-    it_.object(L"ShapeRange", kinds::kShapeRange).put(L"AlternativeText", text);
+    put_caption(it_.object(L"ShapeRange", kinds::kShapeRange), L"AlternativeText", text);
   }
   void remove() override { it_.call(L"Delete"); }
 };
@@ -46,7 +48,7 @@ class ExcelChart final : public host::Chart, private ExcelObject {
 
   void set_title(const std::string& text) override {
     it_.put(L"HasTitle", !text.empty());
-    if (!text.empty()) title().put(L"Text", text);
+    if (!text.empty()) put_caption(title(), L"Text", text);
   }
   void format_title(std::int32_t start, std::int32_t length, const host::FontFormat& font) override {
     apply_font(title().object(L"Characters", kinds::kCharacters, {start, length}), font);
@@ -61,13 +63,7 @@ class ExcelChart final : public host::Chart, private ExcelObject {
     return plot_area().object(L"Interior", kinds::kInterior).get(L"Color").whole();
   }
   void set_plot_area_top(double points) override { plot_area().put(L"Top", points); }
-  void set_plot_area_inside(double left, double top, double width, double height) override {
-    const LateBound area = plot_area();
-    area.put(L"InsideLeft", left);
-    area.put(L"InsideTop", top);
-    area.put(L"InsideWidth", width);
-    area.put(L"InsideHeight", height);
-  }
+  void set_plot_area_inside(double left, double top, double width, double height) override;
 
   void set_has_legend(bool shown) override { it_.put(L"HasLegend", shown); }
   void set_legend_position(host::LegendPosition position) override { legend().put(L"Position", position); }
@@ -98,7 +94,7 @@ class ExcelChart final : public host::Chart, private ExcelObject {
             .object(L"AddTextbox", kinds::kShape, {kMsoTextOrientationHorizontal, left, top, width, height});
     const LateBound characters =
         box.object(L"TextFrame", kinds::kTextFrame).object(L"Characters", kinds::kCharacters);
-    characters.put(L"Text", text);
+    put_caption(characters, L"Text", text);
     apply_font(characters, font);
     // Nothing but the text is to be seen, whatever the theme gives a text box.
     box.object(L"Fill", kinds::kFillFormat).put(L"Visible", false);
@@ -113,6 +109,31 @@ class ExcelChart final : public host::Chart, private ExcelObject {
   LateBound all_series() { return it_.object(L"SeriesCollection", kinds::kSeriesCollection); }
   LateBound first_group() { return it_.object(L"ChartGroups", kinds::kChartGroup, {1}); }
 };
+
+// Up to Excel 2007 the inside can only be read, so that what lies around it is placed. No version lets the
+// area leave its chart on the way: the place is said again once the size is right.
+void ExcelChart::set_plot_area_inside(double left, double top, double width, double height) {
+  const LateBound area = plot_area();
+  struct Side {
+    const wchar_t *inside, *outside;
+    double points;
+  };
+  const Side sides[] = {{L"InsideLeft", L"Left", left},
+                        {L"InsideTop", L"Top", top},
+                        {L"InsideWidth", L"Width", width},
+                        {L"InsideHeight", L"Height", height}};
+  const auto place = [&](auto&& put) {
+    for (const Side& side : sides) put(side);
+    put(sides[0]);
+    put(sides[1]);
+  };
+  if (context_->major_version() > kExcel2007)
+    return place([&](const Side& side) { area.put(side.inside, side.points); });
+  double around[4] = {};
+  for (std::size_t at = 0; at < std::size(sides); ++at)
+    around[at] = area.get(sides[at].outside).number() - area.get(sides[at].inside).number();
+  place([&](const Side& side) { area.put(side.outside, side.points + around[&side - sides]); });
+}
 
 // Excel gives the secondary group a value axis only, and its category axis when that is asked for.
 std::shared_ptr<host::Axis> ExcelChart::axis(host::AxisType type, host::AxisGroup group) {

@@ -2,9 +2,11 @@
 #include "automation/excel_dispatch.h"
 
 #include <charconv>
+#include <utility>
 
 #include "automation/cell_variants.h"
 #include "automation/excel_objects.h"
+#include "text/numbers.h"
 
 namespace ordvane::automation {
 namespace {
@@ -50,6 +52,7 @@ class ExcelApplication final : public host::Application, private ExcelObject {
   }
   std::shared_ptr<host::Workbook> workbook(const std::string& name) override;
   std::shared_ptr<host::Workbook> add_workbook() override {
+    context_->character_points.reset();
     return make_workbook(
         context_,
         it_.object(L"Workbooks", kinds::kWorkbooks).object(L"Add", kinds::kWorkbook, {kXlWBATWorksheet}));
@@ -57,7 +60,8 @@ class ExcelApplication final : public host::Application, private ExcelObject {
   std::shared_ptr<host::Range> range(const std::string& external_address) override {
     return make_range(context_, it_.object(L"Range", kinds::kRange, {external_address}));
   }
-  host::CellValue evaluate(const std::string& formula) override { return evaluated(context_, formula); }
+  host::CellValue evaluate(const std::string& formula) override { return evaluated(context_, it_, formula); }
+  std::string formatted(double number, const std::string& format) override;
   void calculate() override { it_.call(L"Calculate"); }
   std::string run(const std::string& macro, host::Range& cell, std::int16_t selector) override {
     return it_.call(L"Run", {macro, range_object(cell), selector}).text();
@@ -78,13 +82,22 @@ std::shared_ptr<host::Workbook> ExcelApplication::workbook(const std::string& na
                        item_named(it_.object(L"Workbooks", kinds::kWorkbooks), kinds::kWorkbook, name));
 }
 
+// TEXT reads the codes of the user's language.
+std::string ExcelApplication::formatted(double number, const std::string& format) {
+  std::string quoted;
+  for (const char c : layout::localized(format, context_->local_codes())) quoted.append(c == '"' ? 2 : 1, c);
+  const host::CellValue text = evaluate("TEXT(" + text::shortest_number(number) + ",\"" + quoted + "\")");
+  if (text.kind != host::CellKind::kText)
+    throw host::Error(host::errc::kTypeMismatch, "The spreadsheet cannot read the number format " + format);
+  return text.text;
+}
+
 }  // namespace
 
-host::CellValue evaluated(const Context& context, const std::string& formula) {
-  const LateBound& excel = context->application;
-  const Variant result = excel.call(L"Evaluate", {formula});
+host::CellValue evaluated(const Context& context, const LateBound& asked, const std::string& formula) {
+  const Variant result = asked.call(L"Evaluate", {formula});
   if (!result.is_object()) return first_value(result);
-  return make_range(context, {result.object(), kinds::kRange, excel.names()})->value();
+  return make_range(context, {result.object(), kinds::kRange, asked.names()})->value();
 }
 
 LateBound item_named(const LateBound& collection, std::wstring_view kind, const std::string& name) {
@@ -102,6 +115,21 @@ std::int32_t ExcelContext::major_version() {
     std::from_chars(version.data(), version.data() + version.size(), major_version_);
   }
   return major_version_;
+}
+
+const layout::LocalCodes& ExcelContext::local_codes() {
+  if (local_codes_) return *local_codes_;
+  using Codes = layout::LocalCodes;
+  static constexpr std::pair<std::int32_t, std::string Codes::*> kNumbers[] = {
+      {3, &Codes::decimal}, {4, &Codes::group},   {17, &Codes::date},   {18, &Codes::time},
+      {19, &Codes::year},   {20, &Codes::month},  {21, &Codes::day},    {22, &Codes::hour},
+      {23, &Codes::minute}, {24, &Codes::second}, {26, &Codes::general}};
+  Codes codes;
+  const bool told = host::ignoring_errors([&] {
+    for (const auto& [number, code] : kNumbers)
+      codes.*code = application.get(L"International", {number}).text();
+  });
+  return local_codes_.emplace(told ? codes : Codes());
 }
 
 std::shared_ptr<host::Application> wrap_excel(IDispatch* application) {

@@ -1,7 +1,18 @@
 // Fonts, fills and lines of Excel's objects.
 #include "automation/excel_objects.h"
+#include "text/utf16.h"
 
 namespace ordvane::automation {
+
+void put_caption(const LateBound& owner, const wchar_t* member, const std::string& text) {
+  constexpr std::int32_t kLongest = 255;
+  try {
+    owner.put(member, text);
+  } catch (const host::Error&) {
+    if (text::utf16_length(text) <= kLongest) throw;
+    owner.put(member, text::shortened(text, kLongest));
+  }
+}
 
 void apply_font(const LateBound& owner, const host::FontFormat& format) {
   const LateBound font = owner.object(L"Font", kinds::kFont);

@@ -4,10 +4,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "automation/late_bound.h"
 #include "host/excel.h"
+#include "layout/format_codes.h"
 
 namespace ordvane::automation {
 
@@ -38,6 +40,7 @@ inline constexpr std::wstring_view kAxis = L"Axis", kAxisTitle = L"AxisTitle", k
 }  // namespace kinds
 
 inline constexpr std::int32_t kXlSolid = 1;
+inline constexpr std::int32_t kExcel2007 = 12;
 
 // A place on a sheet, as far as it is known; 0 for what is not.
 struct KnownArea {
@@ -47,11 +50,16 @@ struct KnownArea {
 struct ExcelContext {
   explicit ExcelContext(LateBound excel) : application(std::move(excel)) {}
   std::int32_t major_version();  // 12 for 2007; asked once
+  // What the user's language has for the codes of number formats; asked once, English if Excel does not say.
+  const layout::LocalCodes& local_codes();
 
   LateBound application;
+  // Points of a character of column widths in the sheet that was added last; none while it was not asked.
+  std::optional<double> character_points = {};
 
  private:
   std::int32_t major_version_ = 0;
+  std::optional<layout::LocalCodes> local_codes_;
 };
 using Context = std::shared_ptr<ExcelContext>;
 
@@ -77,14 +85,22 @@ std::shared_ptr<host::Chart> make_chart(Context context, LateBound chart);
 std::shared_ptr<host::Axis> make_axis(Context context, LateBound axis);
 std::shared_ptr<host::Series> make_series(Context context, LateBound series);
 
-// What a formula without "=" comes to, on the active sheet; of a reference, its first cell's value.
-host::CellValue evaluated(const Context& context, const std::string& formula);
+// What a formula without "=" comes to, asked of the application or of a sheet; of a reference, its first
+// cell's value.
+host::CellValue evaluated(const Context& context, const LateBound& asked, const std::string& formula);
+// What one cell comes to with another formula (without "="), and everything of it as before. None where the
+// cell does not take that, or would not be what it was.
+std::optional<host::CellValue> tried(const Context& context, const LateBound& cell,
+                                     const std::string& formula);
 
 // Excel's object behind a range of this application. Throws error 13 for any other range.
 IDispatch* range_object(host::Range& range);
 
 // "B2:C4" of a place on any sheet. Throws error 1004 for what can be no place.
 std::string area_name(const KnownArea& place);
+
+// Sets a text that some versions take up to 255 characters only: where the whole is refused, its beginning.
+void put_caption(const LateBound& owner, const wchar_t* member, const std::string& text);
 
 // `owner` has the property that is set: Font, Interior, Border.
 void apply_font(const LateBound& owner, const host::FontFormat& format);

@@ -1,5 +1,6 @@
 // Excel's Range object.
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <string_view>
 #include <vector>
@@ -69,20 +70,17 @@ class ExcelRange final : public host::Range, public ExcelObject {
   void put(const host::CellBlock& block) override;
   std::string formula() override { return first_value(few_cells().get(L"Formula")).text; }
   void set_formula(const std::string& formula) override { it_.put(L"Formula", formula); }
-  CellValue evaluate(const std::string& formula) override { return evaluated(context_, formula); }
+  CellValue value_with(const std::string& formula) override;
+  CellValue evaluate(const std::string& formula) override {
+    return evaluated(context_, it_.object(L"Worksheet", kinds::kWorksheet), formula);
+  }
 
   std::string number_format() override { return of_first_cell(L"NumberFormat").text(); }
   std::string number_format_local() override { return of_first_cell(L"NumberFormatLocal").text(); }
   void set_number_format(const std::string& format) override {
     it_.put(L"NumberFormat", format.empty() ? kGeneralFormat : format);
   }
-  void set_number_format_local(const std::string& format) override {
-    if (format.empty())
-      set_number_format(format);
-    else
-      it_.put(L"NumberFormatLocal", format);
-  }
-  void set_row_formats_local(const std::vector<std::string>& formats) override;
+  void set_row_formats(const std::vector<std::string>& formats) override;
   void set_font(const host::FontFormat& font) override { apply_font(it_, font); }
   void set_interior(const host::InteriorFormat& interior) override { apply_interior(it_, interior); }
   void set_border(host::Edge edge, const host::BorderFormat& border) override {
@@ -104,8 +102,8 @@ class ExcelRange final : public host::Range, public ExcelObject {
 
   void set_merge(bool merged) override { it_.put(L"MergeCells", merged); }
   void auto_fit_columns() override { it_.object(L"Columns", kinds::kRange).call(L"AutoFit"); }
-  double column_width() override { return of_first_cell(L"ColumnWidth").number(); }
-  void set_column_width(double characters) override { it_.put(L"ColumnWidth", characters); }
+  double column_width() override;
+  void set_column_width(double characters) override;
   void set_columns_hidden(bool hidden) override {
     it_.object(L"EntireColumn", kinds::kRange).put(L"Hidden", hidden);
   }
@@ -133,6 +131,7 @@ class ExcelRange final : public host::Range, public ExcelObject {
     return value;
   }
   static std::int32_t moved(std::int32_t from, std::int32_t by) { return from == 0 ? 0 : from + by; }
+  double character_points();
   bool is_one_cell() const { return area_.rows == 1 && area_.columns == 1; }
   LateBound first_cell() { return is_one_cell() ? it_ : item(1, 1); }
   // The range itself while it may be one cell, for what can be read of several cells together.
@@ -181,6 +180,41 @@ class ExcelRange::TextCells {
   std::optional<bool> whole_;
   std::map<std::int32_t, std::optional<bool>> columns_;
 };
+
+// Excel counts widths in digits of the workbook's Normal font, beside which a column has some room.
+constexpr double kCharacterPoints = 5.25;  // of the font that reports count in
+constexpr double kRoom = 5.0 / 7;          // characters
+
+double ExcelRange::character_points() {
+  constexpr double kSame = 0.1;  // points
+  std::optional<double>& known = context_->character_points;
+  if (known) return *known;
+  const LateBound column = area_.columns == 1 ? it_ : item(1, 1);
+  const double characters = column.get(L"ColumnWidth").number();
+  const double points = column.get(L"Width").number() / (characters + kRoom);
+  return known.emplace(characters > 0 && std::fabs(points - kCharacterPoints) > kSame ? points
+                                                                                      : kCharacterPoints);
+}
+
+double ExcelRange::column_width() {
+  const double points = character_points(), shown = of_first_cell(L"ColumnWidth").number();
+  return points == kCharacterPoints ? shown : (shown + kRoom) * points / kCharacterPoints - kRoom;
+}
+
+void ExcelRange::set_column_width(double characters) {
+  constexpr double kWidest = 255;
+  const double points = character_points();
+  if (points != kCharacterPoints && characters <= kWidest)
+    characters = std::clamp((characters + kRoom) * kCharacterPoints / points - kRoom, 0.0, kWidest);
+  it_.put(L"ColumnWidth", characters);
+}
+
+CellValue ExcelRange::value_with(const std::string& formula) {
+  if (const auto result = tried(context_, first_cell(), formula)) return *result;
+  CellValue result;
+  host::ignoring_errors([&] { result = evaluate(formula); });
+  return result.is_number() ? result : value();
+}
 
 void ExcelRange::set_value(const CellValue& value) {
   check_text(value.text);
@@ -243,7 +277,7 @@ void ExcelRange::add_color_scale(const std::vector<host::ColorStop>& stops) {
 }
 
 // Rows of one format are set together: Excel has no array of formats, but ranges of many areas.
-void ExcelRange::set_row_formats_local(const std::vector<std::string>& formats) {
+void ExcelRange::set_row_formats(const std::vector<std::string>& formats) {
   constexpr std::size_t kLongestAddress = 255;
   const std::int32_t rows = row_count();
   if (formats.size() != static_cast<std::size_t>(rows))
@@ -265,7 +299,7 @@ void ExcelRange::set_row_formats_local(const std::vector<std::string>& formats) 
   for (const auto& [format, lists] : addresses)
     for (const std::string& address : lists)
       ExcelRange(context_, sheet.object(L"Range", kinds::kRange, {address}), {})
-          .set_number_format_local(std::string(format));
+          .set_number_format(std::string(format));
 }
 
 }  // namespace

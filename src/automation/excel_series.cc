@@ -2,6 +2,7 @@
 #include <new>
 
 #include "automation/excel_objects.h"
+#include "text/utf16.h"
 
 namespace ordvane::automation {
 namespace {
@@ -10,7 +11,6 @@ constexpr std::int32_t kXlAxisCrossesAutomatic = -4105;
 constexpr std::int32_t kXlMaximum = 2;
 constexpr std::int32_t kXlDataLabelsShowValue = 2;
 constexpr std::int32_t kXlHorizontal = -4128;
-constexpr std::int32_t kExcel2007 = 12;
 
 class ExcelAxis final : public host::Axis, private ExcelObject {
  public:
@@ -22,8 +22,12 @@ class ExcelAxis final : public host::Axis, private ExcelObject {
   void set_tick_label_position(host::TickLabelPosition position) override {
     it_.put(L"TickLabelPosition", position);
   }
+  // Charts take the codes of the user's language through NumberFormat too, and make something else of them.
   void set_tick_label_format(const std::string& number_format) override {
-    tick_labels().put(L"NumberFormat", number_format);
+    const LateBound labels = tick_labels();
+    const std::string local = layout::localized(number_format, context_->local_codes());
+    if (!host::ignoring_errors([&] { labels.put(L"NumberFormatLocal", local); }))
+      labels.put(L"NumberFormat", number_format);
   }
   void set_tick_label_font(const host::FontFormat& font) override { apply_font(tick_labels(), font); }
   void set_has_major_gridlines(bool shown) override { it_.put(L"HasMajorGridlines", shown); }
@@ -49,7 +53,7 @@ class ExcelAxis final : public host::Axis, private ExcelObject {
   void set_reverse_plot_order(bool reversed) override { it_.put(L"ReversePlotOrder", reversed); }
   void set_title(const std::string& text) override {
     it_.put(L"HasTitle", !text.empty());
-    if (!text.empty()) title().put(L"Text", text);
+    if (!text.empty()) put_caption(title(), L"Text", text);
   }
   void set_title_font(const host::FontFormat& font) override { apply_font(title(), font); }
 
@@ -73,9 +77,9 @@ class ExcelDataLabel final : public host::DataLabel, private ExcelObject {
   // Up to Excel 2007 a label takes its text by its characters only.
   void set_text(const std::string& text) override {
     if (context_->major_version() > kExcel2007)
-      it_.put(L"Text", text);
+      put_caption(it_, L"Text", text);
     else
-      it_.object(L"Characters", kinds::kCharacters).put(L"Text", text);
+      put_caption(it_.object(L"Characters", kinds::kCharacters), L"Text", text);
   }
   void set_font(const host::FontFormat& font) override { apply_font(it_, font); }
   void set_position(host::LabelPosition position) override { it_.put(L"Position", position); }
@@ -122,6 +126,8 @@ Variant list(std::span<const double> constants) {
   return result;
 }
 
+constexpr std::int32_t kLongestName = 255;  // of a series, and of texts in formulas
+
 // A name that looks like a formula is said by a formula.
 std::string constant_text(const std::string& text) {
   if (!text.starts_with('=')) return text;
@@ -134,7 +140,9 @@ class ExcelSeries final : public host::Series, private ExcelObject {
  public:
   using ExcelObject::ExcelObject;
 
-  void set_name(const std::string& name) override { it_.put(L"Name", constant_text(name)); }
+  void set_name(const std::string& name) override {
+    it_.put(L"Name", constant_text(text::shortened(name, kLongestName)));
+  }
   void set_kind(host::ChartKind kind) override { it_.put(L"ChartType", kind); }
   void set_axis_group(host::AxisGroup group) override { it_.put(L"AxisGroup", group); }
   void set_values(host::Range& cells) override { it_.put(L"Values", range_object(cells)); }

@@ -39,6 +39,7 @@ std::shared_ptr<host::Worksheet> ExcelWorkbook::worksheet(const std::string& nam
 
 // After chart sheets, too.
 std::shared_ptr<host::Worksheet> ExcelWorkbook::add_worksheet() {
+  context_->character_points.reset();
   const LateBound all = it_.object(L"Sheets", kinds::kSheets);
   const LateBound last = all.object(L"Item", kinds::kWorksheet, {all.get(L"Count").whole()});
   const Variant added =
@@ -187,7 +188,10 @@ void ExcelWorksheet::add_breaks(const wchar_t* member, std::wstring_view kind,
 }
 
 void ExcelWorksheet::freeze_panes(std::int32_t rows, std::int32_t columns) {
+  constexpr std::int32_t kXlNormalView = 1;
   const LateBound shown = window();
+  // Panes do not freeze among the margins of pages.
+  if (shown.get(L"View").whole() != kXlNormalView) shown.put(L"View", kXlNormalView);
   shown.put(L"FreezePanes", false);
   shown.put(L"ScrollRow", 1);
   shown.put(L"ScrollColumn", 1);

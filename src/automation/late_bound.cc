@@ -66,6 +66,18 @@ const std::vector<DISPID>& MemberNames::find(IDispatch& object, std::wstring_vie
   return known_.emplace(std::move(key), std::move(ids)).first->second;
 }
 
+bool MemberNames::has(IDispatch& object, std::wstring_view kind, const wchar_t* member) {
+  if (missing_.contains({kind, member})) return false;
+  try {
+    find(object, kind, {member});
+    return true;
+  } catch (const host::Error& error) {
+    if (error.code() != DISP_E_UNKNOWNNAME) throw;
+  }
+  missing_.emplace(kind, member);
+  return false;
+}
+
 LateBound::LateBound(ComPtr<IDispatch> object, std::wstring_view kind, std::shared_ptr<MemberNames> names)
     : object_(std::move(object)), kind_(kind), names_(std::move(names)) {
   if (!object_)

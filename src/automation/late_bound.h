@@ -11,7 +11,9 @@
 #include <initializer_list>
 #include <map>
 #include <memory>
+#include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "automation/com_values.h"
@@ -25,9 +27,12 @@ class MemberNames {
   // `names`: the member, then parameters of it. Texts must live as long as this does.
   const std::vector<DISPID>& find(IDispatch& object, std::wstring_view kind,
                                   std::vector<const wchar_t*> names);
+  // Whether objects of a kind have a member.
+  bool has(IDispatch& object, std::wstring_view kind, const wchar_t* member);
 
  private:
   std::map<std::vector<std::wstring_view>, std::vector<DISPID>> known_;
+  std::set<std::pair<std::wstring_view, std::wstring_view>> missing_;  // members, by kind
 };
 
 struct NamedArgument {
@@ -44,6 +49,7 @@ class LateBound {
   LateBound(ComPtr<IDispatch> object, std::wstring_view kind, std::shared_ptr<MemberNames> names);
 
   // Members are named by texts that live as long as the program.
+  bool has(const wchar_t* member) const { return names_->has(*object_.get(), kind_, member); }
   Variant get(const wchar_t* member, Arguments arguments = {}) const;
   // The same where an object must come back.
   LateBound object(const wchar_t* member, std::wstring_view kind, Arguments arguments = {}) const;

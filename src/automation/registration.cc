@@ -182,15 +182,19 @@ HRESULT register_server(HKEY root) {
   }
 }
 
-HRESULT unregister_server() {
+HRESULT unregister_server(HKEY root) {
   try {
-    const LSTATUS user = remove_all(HKEY_CURRENT_USER);
-    const LSTATUS machine =
-        registration_root() == HKEY_LOCAL_MACHINE ? remove_all(HKEY_LOCAL_MACHINE) : ERROR_SUCCESS;
-    return HRESULT_FROM_WIN32(machine != ERROR_SUCCESS ? machine : user);
+    return HRESULT_FROM_WIN32(remove_all(root));
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }
+}
+
+HRESULT unregister_server() {
+  const HRESULT user = unregister_server(HKEY_CURRENT_USER);
+  const HRESULT machine =
+      registration_root() == HKEY_LOCAL_MACHINE ? unregister_server(HKEY_LOCAL_MACHINE) : S_OK;
+  return FAILED(machine) ? machine : user;
 }
 
 }  // namespace ordvane::automation

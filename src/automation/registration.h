@@ -13,7 +13,9 @@ namespace ordvane::automation {
 HKEY registration_root();
 // All keys, or none.
 HRESULT register_server(HKEY root);
-// From both roots, as far as they can be written. Succeeds when nothing was there.
+// Succeed when nothing was there.
+HRESULT unregister_server(HKEY root);
+// From both roots, as far as they can be written.
 HRESULT unregister_server();
 
 }  // namespace ordvane::automation

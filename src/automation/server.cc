@@ -1,4 +1,4 @@
-// The four exports of the COM server, and its class factories.
+// The exports of the COM server, and its class factories.
 
 #include <windows.h>
 
@@ -76,4 +76,12 @@ extern "C" HRESULT STDAPICALLTYPE DllRegisterServer() {
 
 extern "C" HRESULT STDAPICALLTYPE DllUnregisterServer() {
   return unregister_server();
+}
+
+// "user" is what regsvr32 passes on from /i:user.
+extern "C" HRESULT STDAPICALLTYPE DllInstall(BOOL install, const wchar_t* for_whom) {
+  const bool named = for_whom != nullptr && *for_whom != L'\0';
+  if (named && CompareStringOrdinal(for_whom, -1, L"user", -1, TRUE) != CSTR_EQUAL) return E_INVALIDARG;
+  if (!named) return install ? DllRegisterServer() : DllUnregisterServer();
+  return install ? register_server(HKEY_CURRENT_USER) : unregister_server(HKEY_CURRENT_USER);
 }

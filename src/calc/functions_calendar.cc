@@ -49,8 +49,8 @@ Operand call_day(Call& call) {
 
 // ---- Times of day ----
 
-// Seconds since midnight, to as many decimals as make 15 digits with those of the day: 86399.9999999 on day 45000 is
-// the next midnight.
+// Seconds since midnight, to as many decimals as make 15 digits with those of the day: 86399.9999999 on day
+// 45000 is the next midnight.
 double seconds_of(Call& call) {
   constexpr int kDecimalsOfOneDigit = 9;
   const double number = call.number(0), day = std::floor(number);

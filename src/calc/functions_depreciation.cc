@@ -66,14 +66,17 @@ Operand call_db(Call& call) {
       cost <= 0 || life <= 0 || period <= 0)
     return ErrorCode::kArgument;
   const double rate = std::floor((1 - std::pow(salvage / cost, 1 / life)) * 1000 + 0.5) / 1000;
-  double written_off = cost * rate * months / 12;
-  double rest = cost - written_off;
+  const double first = cost * rate * months / 12;
+  double written_off = first;
+  Sum rest;
+  rest.add(cost);
+  rest.add(-first);
   for (double year = 2; year <= std::min(period, life); ++year) {
-    written_off = rest * rate;
-    rest -= written_off;
+    written_off = rest.result() * rate;
+    rest.add(-written_off);
   }
-  if (period >= 1 && period < 2) return cost * rate * months / 12;
-  if (period > life) return rest * rate * (12 - months) / 12;
+  if (period >= 1 && period < 2) return first;
+  if (period > life) return rest.result() * rate * (12 - months) / 12;
   return period < 1 ? 0.0 : written_off;
 }
 

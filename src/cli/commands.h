@@ -82,6 +82,7 @@ struct ExportCommand {
   exchange::Texts texts = exchange::Texts::kProtected;
   std::vector<std::string> outputs;
   std::optional<std::int32_t> simulation;
+  std::optional<double> target;  // of all outputs; none: each output's own
   bool overwrite = false;
 };
 int export_run(const ExportCommand& command, Problems& problems);
@@ -90,8 +91,8 @@ struct DiffCommand {
   std::filesystem::path before, now;
   std::int32_t simulation = 1;
   bool json = false;
-  std::filesystem::path workbook;   // empty: none
-  embedded::ReportOptions options;  // of the workbook: language and what is there
+  std::filesystem::path workbook;   // or page; empty: none
+  embedded::ReportOptions options;  // of it: language and what is there
   std::optional<double> fail_over;  // a share: more than it, and the exit code is kFailed
 };
 int diff(const DiffCommand& command, Problems& problems);
@@ -105,6 +106,7 @@ struct SweepCommand {
   std::filesystem::path file;     // the run, or the definition; empty: named after the workbook, here
   std::vector<std::string> inputs, outputs;
   std::optional<std::int32_t> steps;
+  std::optional<double> target;  // of all outputs; none: each output's own
   sweep::Verify verify = sweep::Verify::kEnds;
   std::optional<std::string> shard;
   bool libreoffice = false;

@@ -81,12 +81,16 @@ void add_raw_text(CommandLine& line, exchange::Texts& texts) {
       "CSV without apostrophes before texts that begin like formulas");
 }
 
+CLI::Option* add_target(CommandLine& line, std::optional<double>& target) {
+  return line.option("--target", kTarget, "Output value to break even at (default: each output's own, or 0)",
+                     [&target](const std::string& text) { target = number_of("--target", text); });
+}
+
 // What both reports and the terminal answer.
 void add_answers(CommandLine& line, std::optional<double>& target, model::SortBy& sort,
                  const std::string& group) {
   CLI::Option* const options[] = {
-      line.option("--target", kTarget, "Output value to break even at (default: each output's own, or 0)",
-                  [&target](const std::string& text) { target = number_of("--target", text); }),
+      add_target(line, target),
       line.option("--sort", kOrder, "Order of the inputs: by swing (default), downside, upside or elasticity",
                   [&sort](const std::string& text) { sort = order_of("--sort", text); })};
   if (group.empty()) return;
@@ -149,10 +153,13 @@ void add_look(CommandLine& line, ReportCommand& c) {
               })
       ->group(look);
   line.option("--labels", kLabels, "What stands at the ends of tornado bars (default: inputs)",
-              one_of<reports::BarLabels>("--labels", c.options.labels,
-                                         {{"inputs", reports::BarLabels::kInputs},
-                                          {"outputs", reports::BarLabels::kOutputs},
-                                          {"both", reports::BarLabels::kBoth}}))
+              [&c](const std::string& text) {
+                c.options.labels = choice_of<reports::BarLabels>("--labels", text,
+                                                                 {{"inputs", reports::BarLabels::kInputs},
+                                                                  {"outputs", reports::BarLabels::kOutputs},
+                                                                  {"both", reports::BarLabels::kBoth}});
+                c.graphs.labels = c.options.labels;
+              })
       ->group(look);
   line.free_text("--watermark", kText, "Text across charts and pages; \\n begins its second line",
                  [&](const std::string& text) { c.options.watermark = with_line_breaks(text); })
@@ -306,6 +313,7 @@ void define_export(Arguments& arguments) {
                 c.simulation =
                     whole_number_of("--simulation", text, 1, std::numeric_limits<std::int32_t>::max());
               });
+  add_target(line, c->target);
   add_raw_text(line, c->texts);
   line.set_help(
       {{"Examples",
@@ -325,9 +333,10 @@ void define_diff(Arguments& arguments) {
   line.operand({"NEW", ValueKind::Offer::kFiles, {".json"}}, "Run file: as it is now", c->now);
   line.runs([c, &problems = arguments.problems()] { return diff(*c, problems); });
   line.parser().add_flag("--json", c->json, "JSON for programs, in full precision");
-  line.option("-o", kNewWorkbook, "Also write a workbook: base values, and per output a chart of both swings",
+  line.option("-o", kNewReport,
+              "Also write a workbook, or a page: base values, and per output a chart of both swings",
               path(c->workbook));
-  line.parser().add_flag("--overwrite", c->options.overwrite, "Replace a workbook that is there");
+  line.parser().add_flag("--overwrite", c->options.overwrite, "Replace a file that is there");
   add_language(line, c->options);
   line.option(
       "--fail-over", kShare,
@@ -371,6 +380,9 @@ void add_sweep_options(CommandLine& line, SweepCommand& c) {
       c.inputs);
   line.option("--steps", kNumber, "Values that an input takes whose range does not say it (default: 5)",
               [&c](const std::string& text) { c.steps = whole_number_of("--steps", text, 1, 32767); });
+  line.option("--target", kTarget,
+              "Output value to break even at: the model is asked where each input brings the outputs there",
+              [&c](const std::string& text) { c.target = number_of("--target", text); });
   line.option("-o", kRunFile,
               "The file to write (default: NAME.run.json, or NAME.whatif.json, in this folder)",
               path(c.file));

@@ -14,6 +14,7 @@
 #include "cli/terminal.h"
 #include "exchange/comparison.h"
 #include "exchange/comparison_report.h"
+#include "page/comparison_page.h"
 
 namespace ordvane::cli {
 namespace {
@@ -225,12 +226,15 @@ int diff(const DiffCommand& command, Problems& problems) {
                    std::to_string(run->simulations));
   }
   if (!command.workbook.empty())
-    problems.gather([&] { check_new_file("-o", command.workbook, ".xlsx", command.options.overwrite); });
+    problems.gather([&] { check_new_report("-o", command.workbook, command.options.overwrite); });
   embedded::ReportOptions options = command.options;
   problems.gather([&] { options.clock = report_clock(); });
   problems.refuse_any();
   const Comparison comparison = exchange::compare(before, now, command.simulation);
-  if (!command.workbook.empty()) exchange::write_comparison(comparison, command.workbook, options);
+  if (is_page(command.workbook))
+    page::write_comparison(comparison, command.workbook, options);
+  else if (!command.workbook.empty())
+    exchange::write_comparison(comparison, command.workbook, options);
   if (command.json)
     std::cout << exchange::document_text(exchange::comparison_document(comparison));
   else

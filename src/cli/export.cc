@@ -23,7 +23,7 @@ void write_text(const ExportCommand& command, const std::shared_ptr<const runfil
                 const std::vector<std::int32_t>& outputs, const exchange::Write& write) {
   const exchange::TextForm form{form_of(command), command.texts};
   const std::int32_t simulation = command.simulation.value_or(1);
-  const embedded::RankingOptions ranking{.simulation = simulation};
+  const embedded::RankingOptions ranking{.simulation = simulation, .target = command.target};
   switch (command.what) {
     case Exported::kSteps:
       return exchange::write_steps(*run, outputs, command.simulation, form, write);

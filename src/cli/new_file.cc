@@ -26,6 +26,18 @@ void check_new_file(const std::string& option, const std::filesystem::path& file
     throw BadArguments(option + ": " + text + ": " + why);
 }
 
+bool is_page(const std::filesystem::path& file) {
+  return file.extension() == ".html";
+}
+
+void check_new_report(const std::string& option, const std::filesystem::path& file, bool overwrite,
+                      const std::string& otherwise) {
+  if (file.extension() != ".xlsx" && !is_page(file))
+    throw BadArguments(option + ": \"" + printable(file.string()) +
+                       "\" ends neither in .xlsx, for a workbook, nor in .html, for a page");
+  check_new_file(option, file, "", overwrite, is_page(file) ? "" : otherwise);
+}
+
 std::string other_names_of(const std::filesystem::path& file) {
   std::error_code error;
   std::string text;

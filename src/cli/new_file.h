@@ -15,6 +15,12 @@ inline constexpr const char* kRunEnding = ".run.json";
 void check_new_file(const std::string& option, const std::filesystem::path& file, const std::string& ending,
                     bool overwrite, const std::string& otherwise = "");
 
+// A page for browsers, by its name.
+bool is_page(const std::filesystem::path& file);
+// The same for a workbook or a page.
+void check_new_report(const std::string& option, const std::filesystem::path& file, bool overwrite,
+                      const std::string& otherwise = "");
+
 // What a user may not know of the file that is replaced: that its name leads elsewhere, that it has others.
 // Empty, or in parentheses behind a blank.
 std::string other_names_of(const std::filesystem::path& file);

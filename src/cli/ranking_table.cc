@@ -109,7 +109,7 @@ std::string spark_line(const model::InputAnswers& answers) {
 
 std::string break_even_text(const model::InputAnswers& answers, const embedded::CellText& cell) {
   std::string text;
-  for (const model::Crossing& crossing : answers.break_even)
+  for (const model::Crossing& crossing : answers.break_even.reached)
     text += (text.empty() ? "" : " / ") +
             (cell.is_general() ? text::general_number(crossing.input, kDigits) : cell.text(crossing.input));
   return text;

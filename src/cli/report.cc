@@ -23,13 +23,7 @@
 namespace ordvane::cli {
 namespace {
 
-constexpr const char* kWorkbookExtension = ".xlsx";
-constexpr const char* kPageExtension = ".html";
 constexpr const char* kDefaultEnding = "-reports.xlsx";
-
-bool is_page(const std::filesystem::path& file) {
-  return file.extension() == kPageExtension;
-}
 
 // Folders of graphs alone ask for no workbook.
 bool makes_workbook_or_page(const ReportCommand& command) {
@@ -38,13 +32,6 @@ bool makes_workbook_or_page(const ReportCommand& command) {
 
 bool makes_workbook(const ReportCommand& command) {
   return makes_workbook_or_page(command) && !is_page(command.workbook);
-}
-
-void check_new_report(const std::filesystem::path& file, const std::string& option, bool overwrite) {
-  if (file.extension() != kWorkbookExtension && !is_page(file))
-    throw BadArguments(option + ": \"" + printable(file.string()) +
-                       "\" ends neither in .xlsx, for a workbook, nor in .html, for a page");
-  check_new_file(option, file, "", overwrite, is_page(file) ? "" : ", --into adds to it");
 }
 
 // What only workbooks have is not asked for where none is made.
@@ -203,7 +190,9 @@ std::filesystem::path default_workbook(const std::filesystem::path& run) {
 
 void check_report_target(const ReportCommand& command, const std::string& option, Problems& problems) {
   if (command.into.empty())
-    problems.gather([&] { check_new_report(target_of(command), option, command.options.overwrite); });
+    problems.gather([&] {
+      check_new_report(option, target_of(command), command.options.overwrite, ", --into adds to it");
+    });
   else if (!command.workbook.empty())
     problems.add("--into: goes without " + option);
 }

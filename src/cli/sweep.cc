@@ -62,6 +62,8 @@ sweep::WhatIf what_if_of(const SweepCommand& command, Problems& problems) {
     problems.gather([&] { what_if.inputs.push_back(sweep::input_option(input)); });
   for (const std::string& output : command.outputs)
     problems.gather([&] { what_if.outputs.push_back(sweep::output_option(output)); });
+  if (command.target)
+    for (sweep::WantedOutput& output : what_if.outputs) output.target = command.target;
   return what_if;
 }
 

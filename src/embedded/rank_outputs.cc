@@ -16,21 +16,9 @@
 namespace ordvane::embedded {
 namespace {
 
-// Positions in Run::inputs of the engine's ordered inputs: those with saved samples.
-std::vector<std::int32_t> ordered_inputs(const runfile::Run& run) {
-  std::vector<std::int32_t> positions;
-  for (std::size_t i = 0; i < run.inputs.size(); ++i)
-    if (run.inputs[i].saved_samples) positions.push_back(static_cast<std::int32_t>(i));
-  return positions;
-}
-
 // Spreadsheet errors are no numbers either.
 double shown(const model::NumberRules& rules, double value) {
   return rules.is_usable(value) ? value : rules.missing_number();
-}
-
-double target_of(const runfile::Run& run, std::int32_t output) {
-  return run.outputs[static_cast<std::size_t>(output)].target.value_or(0);
 }
 
 std::string name_of(const model::DralInputOutput& input) {
@@ -141,7 +129,7 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
   for (const std::int32_t index : indexes) positions.push_back(index + 1);
   scan.getData(input_records, output_records, positions, recalculations, simulation);
 
-  const std::vector<std::int32_t> ordered = ordered_inputs(*run);
+  const std::vector<std::int32_t> ordered = engine_inputs(*run);
   const model::MultiWayRun multi_way_run =
       model::ReadMultiWay(session, input_records, output_records, positions, 0, simulation);
   std::vector<OutputRanking> rankings;
@@ -152,8 +140,9 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
         .output = output.has_name() ? output.ioName : "",
         .base = shown(output.rules(), output.BaseValue()),
         .effects = {},
-        .answers = reports::AnswersOf(input_records, output_records, index + 1,
-                                      ranking_options.target.value_or(target_of(*run, index))),
+        .answers = reports::AnswersOf(
+            input_records, output_records, index + 1,
+            model::wanted_target(ranking_options.target, own_target(*run, static_cast<std::size_t>(index)))),
         .sentence = {},
         .groups = {}};
     for (const model::DralInputOutput& input : input_records)

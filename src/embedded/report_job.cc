@@ -48,8 +48,8 @@ std::shared_ptr<const office::BookModel> make(const std::shared_ptr<const runfil
 
   service::OrdvaneReports reports(services);
   reports.settings = options;
-  for (const runfile::Output& output : run->outputs)
-    reports.settings.output_targets.push_back(output.target.value_or(0));
+  for (std::size_t output = 0; output < run->outputs.size(); ++output)
+    reports.settings.output_targets.push_back(own_target(*run, output));
   reports.DefaultMultiGroupSize = largest_group(*run);
   aim(reports, target, options.overwrite);
   reports.Initialize(application, kVariableSet);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "model/answers.h"
 #include "model/one_based.h"
 #include "runfile/run.h"
 
@@ -13,5 +14,11 @@ namespace ordvane::embedded {
 // are none. Throws error 9 for a position that the run does not have.
 model::OneBased<std::int32_t> selected_outputs(const runfile::Run& run,
                                                const std::vector<std::int32_t>& positions);
+
+// Positions in Run::inputs of the engine's inputs: those with saved samples.
+std::vector<std::int32_t> engine_inputs(const runfile::Run& run);
+
+// What an output is to reach by itself.
+model::OutputTarget own_target(const runfile::Run& run, std::size_t output);
 
 }  // namespace ordvane::embedded

@@ -144,7 +144,7 @@ std::vector<double> break_even_of(const OutputRanking& ranking, const Effect* ef
   std::vector<double> values;
   if (!effect) return values;
   const auto position = static_cast<std::size_t>(effect - ranking.effects.data());
-  for (const model::Crossing& crossing : ranking.answers.inputs[position].break_even)
+  for (const model::Crossing& crossing : ranking.answers.inputs[position].break_even.reached)
     values.push_back(crossing.input);
   return values;
 }
@@ -293,6 +293,11 @@ Comparison compare(std::shared_ptr<const runfile::Run> before, std::shared_ptr<c
     comparison.outputs.push_back(std::move(output));
   }
   return comparison;
+}
+
+double target_of(const Comparison& comparison, const ComparedOutput& output) {
+  const auto at = static_cast<std::size_t>(&output - comparison.outputs.data());
+  return at < comparison.rankings.size() ? comparison.rankings[at].answers.target : 0;
 }
 
 bool is_as_before(const ComparedInput& input) {

@@ -62,8 +62,11 @@ struct Comparison {
   std::shared_ptr<const runfile::Run> before, now;
   std::vector<InputPair> inputs;        // in the order of the run that is now, those that are gone behind
   std::vector<ComparedOutput> outputs;  // the same
-  std::vector<embedded::OutputRanking> rankings;  // of the run that is now
+  std::vector<embedded::OutputRanking> rankings;  // of the run that is now, in the order of its outputs
 };
+
+// What an output of the run that is now is to reach.
+double target_of(const Comparison& comparison, const ComparedOutput& output);
 
 // Items are the same that have the same name and cell; of the others, those of the same name; of the rest,
 // those in the same cell. `simulation`: of both runs, counted from 1.

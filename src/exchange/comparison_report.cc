@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "embedded/cell_text.h"
 #include "embedded/embedded_environment.h"
 #include "embedded/report_saving.h"
 #include "environment/string_table.h"
@@ -21,7 +22,6 @@ namespace {
 using layout::Column;
 
 constexpr std::int32_t kHeaderRows = 1;
-constexpr std::size_t kMostPairs = 20;  // of a chart
 constexpr double kHeightWithoutPairs = 120, kHeightOfPair = 24, kChartWidth = 476;
 
 enum BaseColumn : std::int32_t {
@@ -42,12 +42,10 @@ enum SwingColumn : std::int32_t {
   kSwing,
   kSwingChange,
   kSwingShare,
-  kSwingColumns = kSwingShare
+  kBreakEvenBefore,
+  kBreakEven,
+  kSwingColumns = kBreakEven
 };
-
-void put(host::CellBlock& block, std::int32_t row, std::int32_t column, const std::optional<double>& value) {
-  if (value) block.set_number(row, column, *value);
-}
 
 class ComparisonReport {
  public:
@@ -76,26 +74,31 @@ class ComparisonReport {
     return sheet;
   }
 
-  std::string status(const ItemPair& pair) const {
-    switch (pair.fate) {
-      case Fate::kSame:
-        return {};
-      case Fate::kRenamed:
-        return session_.text(text_id::kComparisonRenamed, pair.name_before);
-      case Fate::kRelocated:
-        return session_.text(text_id::kComparisonRelocated, pair.before->sheet + "!" + pair.before->cell);
-      case Fate::kAdded:
-        return text(text_id::kComparisonAdded);
-      case Fate::kGone:
-        return text(text_id::kComparisonGone);
-    }
-    return {};
-  }
-
   static Column percent(std::string caption) {
     Column column = layout::figure_column(std::move(caption));
     column.number_format = reports::PercentFormat();
     return column;
+  }
+
+  // Where inputs bring an output to its target: "Output at 0 (before)".
+  Column reached(const ComparedOutput& output, session::TextId<0> when) const {
+    const embedded::CellText cell(output.item.item());
+    return layout::figure_column(
+        session_.text(text_id::kAnswersOutputAt, cell.text(target_of(comparison_, output))) + " (" +
+        text(when) + ")");
+  }
+  // One as a number, several as a text.
+  void put(host::CellBlock& block, std::int32_t row, std::int32_t column, const ComparedInput& input,
+           const std::vector<double>& values) const {
+    if (values.size() == 1) return block.set_number(row, column, values.front());
+    const embedded::CellText cell(comparison_.inputs[input.input].item.item());
+    std::string all;
+    for (const double value : values) all += (all.empty() ? "" : " / ") + cell.text(value);
+    if (!all.empty()) block.set_text(row, column, all);
+  }
+  static void put(host::CellBlock& block, std::int32_t row, std::int32_t column,
+                  const std::optional<double>& value) {
+    if (value) block.set_number(row, column, *value);
   }
 
   // Items of one kind with their base values.
@@ -118,7 +121,7 @@ class ComparisonReport {
       const runfile::Item& item = of.item.item();
       block.set_text(++row, kItem, of.item.name);
       block.set_text(row, kCell, item.sheet + "!" + item.cell);
-      block.set_text(row, kStatus, status(of.item));
+      block.set_text(row, kStatus, status_text(session_, of.item));
       put(block, row, kBefore, of.base.before);
       put(block, row, kNow, of.base.now);
       put(block, row, kChange, of.base.change());
@@ -167,8 +170,8 @@ class ComparisonReport {
          layout::name_column(text(text_id::kHeadingInput)),
          layout::figure_column(text(text_id::kComparisonBefore)),
          layout::figure_column(text(text_id::kComparisonNow)),
-         layout::figure_column(text(text_id::kHeadingChange)),
-         percent(text(text_id::kHeadingChangePercent))});
+         layout::figure_column(text(text_id::kHeadingChange)), percent(text(text_id::kHeadingChangePercent)),
+         reached(output, text_id::kComparisonBefore), reached(output, text_id::kComparisonNow)});
     table->WrapNames();
     host::CellBlock block(rows, kSwingColumns);
     std::int32_t row = 0;
@@ -181,8 +184,14 @@ class ComparisonReport {
       put(block, row, kSwing, input.swing.now);
       put(block, row, kSwingChange, input.swing.change());
       put(block, row, kSwingShare, input.swing.share());
+      put(block, row, kBreakEvenBefore, input, input.break_even_before);
+      put(block, row, kBreakEven, input, input.break_even);
     }
     table->PutBody(1, block);
+    row = 0;
+    for (const ComparedInput& input : output.inputs)
+      table->Body(++row, kBreakEvenBefore, 1, 2)
+          ->set_number_format(comparison_.inputs[input.input].item.item().number_format);
     // Between dates lie days.
     const runfile::Item& item = output.item.item();
     if (!item.date) table->Body(1, kSwingBefore, rows, 3)->set_number_format(item.number_format);
@@ -212,6 +221,22 @@ class ComparisonReport {
 };
 
 }  // namespace
+
+std::string status_text(const session::Session& session, const ItemPair& pair) {
+  switch (pair.fate) {
+    case Fate::kSame:
+      return {};
+    case Fate::kRenamed:
+      return session.text(text_id::kComparisonRenamed, pair.name_before);
+    case Fate::kRelocated:
+      return session.text(text_id::kComparisonRelocated, pair.before->sheet + "!" + pair.before->cell);
+    case Fate::kAdded:
+      return session.text(text_id::kComparisonAdded);
+    case Fate::kGone:
+      return session.text(text_id::kComparisonGone);
+  }
+  return {};
+}
 
 void write_comparison(const Comparison& comparison, const std::filesystem::path& workbook,
                       const embedded::ReportOptions& options) {

@@ -78,8 +78,11 @@ void add_answers(Json& json, const model::InputAnswers& answers) {
   json["elasticity"] = figure(answers.elasticity);
   json["arcElasticity"] = figure(answers.arc_elasticity);
   json["breakEven"] = Json::array();
-  for (const model::Crossing& crossing : answers.break_even)
-    json["breakEven"].push_back({{"input", crossing.input}, {"calculated", crossing.calculated}});
+  for (const model::Crossing& crossing : answers.break_even.reached)
+    json["breakEven"].push_back({{"input", crossing.input},
+                                 {"calculated", crossing.place == model::Crossing::Place::kStep},
+                                 {"refined", crossing.place == model::Crossing::Place::kModel}});
+  json["passesAt"] = answers.break_even.passed;
   json["peak"] = json_point(answers.shape.peak);
   json["valley"] = json_point(answers.shape.valley);
   json["bend"] = figure(answers.shape.bend);
@@ -134,8 +137,8 @@ Json ranking_document(const runfile::Run& run, const std::vector<OutputRanking>&
 }
 
 const std::vector<std::string> kAnswerColumns{
-    "share",         "cumulativeShare", "downside", "upside",   "elasticity",
-    "arcElasticity", "breakEven",       "peakAt",   "valleyAt", "bend"};
+    "share",     "cumulativeShare", "downside", "upside", "elasticity", "arcElasticity",
+    "breakEven", "peakAt",          "valleyAt", "bend",   "passesAt"};
 
 // Columns of groups are there when the run has any.
 std::vector<std::string> row_columns(bool groups) {
@@ -174,12 +177,12 @@ class RankingRow {
       return point ? Json(point->input) : Json();
     };
     Json places = Json::array();
-    for (const model::Crossing& crossing : answers.break_even) places.push_back(crossing.input);
+    for (const model::Crossing& crossing : answers.break_even.reached) places.push_back(crossing.input);
     for (const auto& value : {answers.share, answers.cumulative_share, answers.downside, answers.upside,
                               answers.elasticity, answers.arc_elasticity})
       add(figure(value));
     add(std::move(places)).add(input_at(answers.shape.peak)).add(input_at(answers.shape.valley));
-    return add(figure(answers.shape.bend));
+    return add(figure(answers.shape.bend)).add(Json(answers.break_even.passed));
   }
   const std::vector<Json>& cells() const { return cells_; }
 

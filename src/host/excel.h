@@ -161,16 +161,20 @@ class Range {
   virtual std::string formula() = 0;
   // Every cell; relative references move with the cell. A text without "=" is entered as if typed.
   virtual void set_formula(const std::string& formula) = 0;
+  // What the first cell comes to with a formula (without "=") in the place of its own, calculated there. Its
+  // formula, its array and its format are afterwards what they were. Where the cell does not take that, what
+  // evaluate() makes of the formula if that is a number, or else what the cell shows.
+  virtual CellValue value_with(const std::string& formula) = 0;
   // What a formula without "=" comes to for the first cell, which stays as it is: the value that the host
   // recorded for this formula in this very cell, where it did; otherwise as Application::evaluate says.
   virtual CellValue evaluate(const std::string& formula) = 0;
 
+  // Number formats are in English codes; "" sets General.
   virtual std::string number_format() = 0;
-  virtual std::string number_format_local() = 0;
+  virtual std::string number_format_local() = 0;  // in the codes of the user's language
   virtual void set_number_format(const std::string& format) = 0;
-  virtual void set_number_format_local(const std::string& format) = 0;
   // One format for each row of the range; a list of another length is refused.
-  virtual void set_row_formats_local(const std::vector<std::string>& formats) = 0;
+  virtual void set_row_formats(const std::vector<std::string>& formats) = 0;
   virtual void set_font(const FontFormat& font) = 0;
   virtual void set_interior(const InteriorFormat& interior) = 0;
   virtual void set_border(Edge edge, const BorderFormat& border) = 0;
@@ -300,6 +304,9 @@ class Application {
   virtual std::shared_ptr<Range> range(const std::string& external_address) = 0;
   // A formula without "="; what cannot be computed is an error value, not an exception.
   virtual CellValue evaluate(const std::string& formula) = 0;
+  // A number as cells of a format show it: English codes, separators and names of the user's language. Throws
+  // for a format that cannot be read.
+  virtual std::string formatted(double number, const std::string& format) = 0;
   virtual void calculate() = 0;
   // Runs a macro of the add-in with a cell and a selector; the result as text.
   virtual std::string run(const std::string& macro, Range& cell, std::int16_t selector) = 0;
@@ -380,7 +387,7 @@ class Axis {
   virtual void set_major_tick_mark(std::int32_t tick_mark) = 0;  // kXlNone, 2 inside, 3 outside, 4 cross
   virtual void set_minor_tick_mark(std::int32_t tick_mark) = 0;
   virtual void set_tick_label_position(TickLabelPosition position) = 0;
-  virtual void set_tick_label_format(const std::string& number_format) = 0;
+  virtual void set_tick_label_format(const std::string& number_format) = 0;  // English codes
   virtual void set_tick_label_font(const FontFormat& font) = 0;
   virtual void set_has_major_gridlines(bool shown) = 0;
   virtual void set_major_gridline_border(const BorderFormat& border) = 0;  // throws when there are none

@@ -26,7 +26,7 @@ struct Column {
   host::HAlign alignment = host::HAlign::kRight;
   host::HAlign caption_alignment = host::HAlign::kCenter;
   double width = kFitColumn;       // characters, at least; kFitColumn: what the contents take
-  std::string number_format = {};  // local form; empty: General, of texts that of texts
+  std::string number_format = {};  // English codes; empty: General, of texts that of texts
   bool text = false;               // names and addresses: they stay what they are, whatever they read like
   bool indented = false;           // caption and cells keep clear of the rule at the left
   bool rule = false;               // at the right, through header and body

@@ -129,6 +129,95 @@ std::string section_with_decimals(std::string section, int needed) {
   return section;
 }
 
+// ---- Codes of other languages ----
+
+// "AM/PM" or "A/P" at the beginning of a text; these are the same in every language.
+std::string_view half_days(std::string_view text) {
+  for (const std::string_view known : {std::string_view("am/pm"), std::string_view("a/p")})
+    if (text.size() >= known.size() && std::equal(known.begin(), known.end(), text.begin(),
+                                                  [](char code, char c) { return code == lower(c); }))
+      return text.substr(0, known.size());
+  return {};
+}
+
+bool is_color(std::string_view piece) {
+  return piece.size() > 2 && piece.front() == '[' &&
+         std::all_of(piece.begin() + 1, piece.end() - 1,
+                     [](unsigned char c) { return std::isalnum(c) != 0 || c == ' '; });
+}
+
+// One section of a format in the codes of a language.
+class LocalSection {
+ public:
+  LocalSection(std::string_view section, const LocalCodes& codes) : section_(section), codes_(codes) {
+    for_each_piece(section, [&](std::string_view piece, std::size_t) {
+      has_date_ = has_date_ || date_part(piece) != 0;
+    });
+  }
+
+  std::string text() {
+    std::size_t done = 0;
+    for_each_piece(section_, [&](std::string_view piece, std::size_t at) {
+      if (at < done) return;
+      const std::string_view kept = half_days(section_.substr(at));
+      if (!kept.empty())
+        text_ += kept;
+      else
+        add(piece, at);
+      done = at + kept.size();
+    });
+    return text_;
+  }
+
+ private:
+  void add(std::string_view piece, std::size_t at) {
+    if (const char part = date_part(piece); part != 0)
+      add_date_part(part, piece, at);
+    else if (piece == kGeneral)
+      text_ += codes_.general;
+    else if (piece == ".")
+      text_ += !has_date_ || section_.substr(at).starts_with(".0") ? codes_.decimal : ".";
+    else if (piece == "," && !has_date_)
+      text_ += codes_.group;
+    else if (piece == "/" && has_date_)
+      text_ += codes_.date;
+    else if (piece == ":")
+      text_ += codes_.time;
+    else if (!is_color(piece))
+      text_ += piece;
+  }
+
+  void add_date_part(char part, std::string_view piece, std::size_t at) {
+    const std::string& code = part == 'y'                ? codes_.year
+                              : part == 'd'              ? codes_.day
+                              : part == 'h'              ? codes_.hour
+                              : part == 's'              ? codes_.second
+                              : means_minutes(piece, at) ? codes_.minute
+                                                         : codes_.month;
+    const bool elapsed = piece.size() > 1;
+    if (elapsed) text_ += '[';
+    for (std::size_t count = elapsed ? piece.size() - 2 : 1; count > 0; --count) text_ += code;
+    if (elapsed) text_ += ']';
+    if (part != 'm') before_ = part;
+  }
+
+  // An m after hours or before seconds.
+  bool means_minutes(std::string_view piece, std::size_t at) const {
+    char after = 0;
+    for_each_piece(section_.substr(at), [&](std::string_view next, std::size_t) {
+      const char part = date_part(next);
+      if (after == 0 && part != 0 && part != 'm') after = part;
+    });
+    return piece.size() > 1 || before_ == 'h' || after == 's';
+  }
+
+  std::string_view section_;
+  const LocalCodes& codes_;
+  std::string text_;
+  bool has_date_ = false;
+  char before_ = 0;  // the latest part of a date but m
+};
+
 }  // namespace
 
 bool shows_date(const std::string& format) {
@@ -189,6 +278,17 @@ std::optional<int> last_digit(const std::string& format) {
   const Digits digits = digits_of(sections.front());
   if (digits.first == std::string::npos || !digits.fixed || shows_date(format)) return std::nullopt;
   return -digits.decimals - digits.scaling;
+}
+
+std::string localized(const std::string& format, const LocalCodes& codes) {
+  if (codes == LocalCodes()) return format;
+  std::string result;
+  bool first = true;
+  for (const std::string& section : sections_of(format)) {
+    result += (first ? "" : ";") + LocalSection(section, codes).text();
+    first = false;
+  }
+  return result;
 }
 
 std::string without_padding(const std::string& format) {

@@ -31,4 +31,16 @@ std::optional<int> last_digit(const std::string& format);
 // that fill the cell.
 std::string without_padding(const std::string& format);
 
+// What a language's spreadsheet writes for the English codes.
+struct LocalCodes {
+  std::string decimal = ".", group = ",", date = "/", time = ":";
+  std::string year = "y", month = "m", day = "d", hour = "h", minute = "m", second = "s";
+  std::string general = "General";
+  bool operator==(const LocalCodes&) const = default;
+};
+
+// A format of English codes in those of a language. Colours stay away where the codes differ: their names are
+// the language's too.
+std::string localized(const std::string& format, const LocalCodes& codes);
+
 }  // namespace ordvane::layout

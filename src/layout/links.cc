@@ -1,5 +1,7 @@
 #include "layout/links.h"
 
+#include "text/utf16.h"
+
 namespace ordvane::layout {
 namespace {
 
@@ -15,8 +17,10 @@ std::string doubled(const std::string& text, char quote) {
 }  // namespace
 
 std::string LinkFormula(const std::string& sheet, std::int32_t row, const std::string& text) {
+  constexpr std::int32_t kLongestText = 255;  // UTF-16 units of a text in a formula
   const std::string place = "#'" + doubled(sheet, '\'') + "'!A" + std::to_string(row);
-  return "=HYPERLINK(\"" + doubled(place, '"') + "\",\"" + doubled(text, '"') + "\")";
+  return "=HYPERLINK(\"" + doubled(place, '"') + "\",\"" + doubled(text::shortened(text, kLongestText), '"') +
+         "\")";
 }
 
 }  // namespace ordvane::layout

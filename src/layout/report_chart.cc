@@ -142,7 +142,7 @@ void ReportChart::SetWatermark(const std::string& primary, const std::string& se
     top += line.height;
   }
   if (sheet_.session().environment->add_in_present() && !click_macro.empty())
-    container_->set_on_action(click_macro);
+    host::ignoring_errors([&] { container_->set_on_action(click_macro); });  // the add-in may not be open
 }
 
 }  // namespace ordvane::layout

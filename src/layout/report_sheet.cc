@@ -12,6 +12,7 @@
 #include "layout/point_chart.h"
 #include "layout/report_table.h"
 #include "layout/text_estimate.h"
+#include "text/utf16.h"
 
 namespace ordvane::layout {
 namespace {
@@ -73,7 +74,7 @@ void ReportSheet::AddTitleBlock(const std::string& title, const std::vector<Titl
       const bool is_text = line.value.kind == host::CellKind::kText;
       if (is_text || !line.number_format.empty())
         worksheet_->range(kFirstLine + row - 1, 1, 1, 2)
-            ->set_number_format_local(is_text ? "@" : line.number_format);
+            ->set_number_format(is_text ? "@" : line.number_format);
     }
     worksheet_->range(kFirstLine, 1, count, 2)->put(block);
     worksheet_->range(kFirstLine, 1, 1, 1)->set_row_height(look::kFirstLineHeight);
@@ -200,7 +201,9 @@ void ReportSheet::AddCellNote(host::Range& cell, const std::string& heading, con
   cell.add_comment(note);
 }
 
-std::shared_ptr<host::Range> ReportSheet::AddLine(const std::string& text) {
+std::shared_ptr<host::Range> ReportSheet::AddLine(const std::string& whole) {
+  constexpr std::int32_t kLongestText = 32767;  // of a cell
+  const std::string text = text::shortened(whole, kLongestText);
   settle_tables();
   if (NextCell()->value().kind != host::CellKind::kBlank) ++next_row_;
   auto cell = NextCell();

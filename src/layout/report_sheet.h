@@ -28,7 +28,7 @@ inline constexpr double kBetweenCharts = 12.0;  // points, side by side
 struct TitleLine {
   std::string label;
   host::CellValue value;
-  std::string number_format = {};  // local form; empty: General
+  std::string number_format = {};  // English codes; empty: General
 };
 
 class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
@@ -58,9 +58,10 @@ class ReportSheet : public std::enable_shared_from_this<ReportSheet> {
   // The cell below what the sheet holds so far.
   std::shared_ptr<host::Range> NextCell();
   void AddCellNote(host::Range& cell, const std::string& heading, const std::string& text);
-  // A quiet line below what the sheet holds so far. It wraps at the width of the finished sheet. Returns its
-  // first cell.
-  std::shared_ptr<host::Range> AddLine(const std::string& text);
+
+  // A quiet line below what the sheet holds so far, as much of it as a cell takes. It wraps at the width of
+  // the finished sheet. Returns its first cell.
+  std::shared_ptr<host::Range> AddLine(const std::string& whole);
   // Makes a cell lead to a row of the sheet.
   void PutLink(host::Range& cell, std::int32_t row, const std::string& text);
   void FinishSheet();

@@ -199,7 +199,7 @@ void ReportTable::set_column(std::int32_t number, const Column& column) {
   if (column.indented || column.alignment == HAlign::kRight) body->set_indent(1);
   // Names and addresses stay what they are, even one that reads like a number or a date.
   if (!column.number_format.empty())
-    body->set_number_format_local(column.number_format);
+    body->set_number_format(column.number_format);
   else if (column.text)
     body->set_number_format(kTextFormat);
 
@@ -253,12 +253,12 @@ void ReportTable::measure_names(const host::CellBlock& block) {
 void ReportTable::FormatBody(std::int32_t first_row, std::int32_t rows, std::int32_t column,
                              const std::string& format, std::int32_t columns) {
   settled_ = false;
-  Body(first_row, column, rows, columns)->set_number_format_local(format);
+  Body(first_row, column, rows, columns)->set_number_format(format);
 }
 
 void ReportTable::FormatRows(std::int32_t column, const std::vector<std::string>& formats) {
   settled_ = false;
-  Body(1, column, static_cast<std::int32_t>(formats.size()))->set_row_formats_local(formats);
+  Body(1, column, static_cast<std::int32_t>(formats.size()))->set_row_formats(formats);
 }
 
 void ReportTable::Settle() {

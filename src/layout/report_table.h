@@ -41,9 +41,9 @@ class ReportTable {
 
   // Writes whole body rows from `first_row` on; the block has the table's columns.
   void PutBody(std::int32_t first_row, const host::CellBlock& block);
-  // A number format for every body row of a column, in local form.
+  // A number format for every body row of a column, in English codes.
   void FormatRows(std::int32_t column, const std::vector<std::string>& formats);
-  // Number format of a run of body rows, in one column or some side by side, in local form.
+  // Number format of a run of body rows, in one column or some side by side, in English codes.
   void FormatBody(std::int32_t first_row, std::int32_t rows, std::int32_t column, const std::string& format,
                   std::int32_t columns = 1);
   // Cells of the body, from (row, column).

@@ -129,7 +129,7 @@ void ReportWorkbook::name_document() {
     properties.subject = reports_.front()->title();
   for (std::string* text : {&properties.title, &properties.subject})
     *text = text::shortened(*text, kLongestProperty);
-  workbook_->set_properties(properties);
+  host::ignoring_errors([&] { workbook_->set_properties(properties); });
 }
 
 // One row a report sheet: a link to it, what it is, and what it is about.

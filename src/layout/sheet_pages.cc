@@ -26,17 +26,6 @@ constexpr double kMostOfHeader = 0.48;         // of the page's width, for a tex
 constexpr double kMostOfWatermark = 0.38;      // of the page's width, between the title and the file's name
 constexpr std::int32_t kLongestPageText = 60;  // a whole header has 255 characters, formats and all
 
-// One line, as much of it as fits a width.
-std::string one_line(std::string text, double width, bool bold) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  std::string shown = text::shortened(text, kLongestPageText);
-  for (std::int32_t length = kLongestPageText;
-       length > 1 && estimated_width(shown, kPageTextSize, bold) > width;)
-    shown = text::shortened(text, --length);
-  return shown;
-}
-
 // A text within the codes of a page header or footer.
 std::string page_text(const std::string& text) {
   std::string result;
@@ -45,6 +34,20 @@ std::string page_text(const std::string& text) {
     if (c == '&') result += c;
   }
   return result;
+}
+
+// One line, as much of it as fits a width and a header.
+std::string one_line(std::string text, double width, bool bold) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+  std::string shown = text::shortened(text, kLongestPageText);
+  const auto is_long = [&] {
+    return estimated_width(shown, kPageTextSize, bold) > width ||
+           text::utf16_length(page_text(shown)) > kLongestPageText;
+  };
+  for (std::int32_t length = kLongestPageText; length > 1 && is_long();)
+    shown = text::shortened(text, --length);
+  return shown;
 }
 
 std::string page_font(const char* style, const std::string& text) {
@@ -184,7 +187,7 @@ void ReportSheet::set_up_pages() {
   setup.row_breaks = plan.row_breaks;
   setup.print_title_rows = repeated_rows(blocks, plan);
   set_page_texts(setup);
-  freeze_headers(sheet.width);
+  host::ignoring_errors([&] { freeze_headers(sheet.width); });
   // Without a printer a spreadsheet may refuse what concerns paper; the report is there all the same.
   host::ignoring_errors([&] { worksheet_->set_page_setup(setup); });
 }

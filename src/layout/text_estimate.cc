@@ -46,7 +46,9 @@ double character_width(char32_t character) {
 template <class Use>
 void for_each_piece(std::string_view text, std::string_view separators, Use&& use) {
   while (true) {
-    const std::size_t end = text.find_first_of(separators);
+    // Asked of several characters, the library looks at one after the other.
+    const std::size_t end =
+        separators.size() == 1 ? text.find(separators.front()) : text.find_first_of(separators);
     use(text.substr(0, end));
     if (end == std::string_view::npos) return;
     text.remove_prefix(end + 1);
@@ -96,12 +98,16 @@ std::pair<std::string_view, std::string_view> name_and_address(std::string_view 
 std::string cut_label(std::string_view label, double width, double size, std::int32_t least) {
   if (estimated_width(label, size) <= width) return std::string(label);
   const auto [name, address] = name_and_address(label);
-  std::int32_t length = text::utf16_length(name);
-  std::string cut;
-  do {
-    cut = std::string(text::trimmed(text::left(name, --length))) + "…" + std::string(address);
-  } while (length > least && estimated_width(cut, size) > width);
-  return cut;
+  const auto cut_to = [&, &given = name, &behind = address](std::int32_t length) {
+    return std::string(text::trimmed(text::left(given, length))) + "…" + std::string(behind);
+  };
+  // More of the name is never narrower.
+  std::int32_t wide = text::utf16_length(name), fits = std::min(least, wide - 1);
+  while (wide - fits > 1) {
+    const std::int32_t middle = fits + (wide - fits) / 2;
+    (estimated_width(cut_to(middle), size) > width ? wide : fits) = middle;
+  }
+  return cut_to(fits);
 }
 
 // A name may hold the sign between labels itself, but not behind an address.

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numeric>
+#include <utility>
 
 namespace ordvane::model {
 namespace {
@@ -34,11 +36,37 @@ class Sides {
   double target_, tolerance_;
 };
 
-// Where the line from one point to the other, on opposite sides of the target, reaches it. Halves: the
-// difference of two doubles may be none.
+// In halves: the difference of two doubles may be none.
+double change(double to, double from) {
+  return to / 2 - from / 2;
+}
+
+// Where the line from one point to the other, on opposite sides of the target, reaches it.
 double crossing_between(const StepPoint& from, const StepPoint& to, double target) {
-  const double part = (target / 2 - from.output / 2) / (to.output / 2 - from.output / 2);
+  const double part = change(target, from.output) / change(to.output, from.output);
   return std::clamp(std::lerp(from.input, to.input, part), from.input, to.input);
+}
+
+// A result that is off the target by this share of the change between two steps is taken for being at it:
+// what is left there of a value sought to the last digit comes from calculating it. A jump is larger.
+constexpr double kReached = 1e-6;
+
+// Between two points on opposite sides of the target.
+void add_between(Crossings& found, const StepPoint& from, const StepPoint& to, double target,
+                 const std::optional<std::span<const SoughtPoint>>& sought) {
+  if (!sought) {
+    found.reached.push_back({crossing_between(from, to, target), Crossing::Place::kLine});
+    return;
+  }
+  const auto point = std::find_if(sought->begin(), sought->end(), [&](const SoughtPoint& each) {
+    return from.input <= each.value && each.value <= to.input;
+  });
+  if (point == sought->end()) return;
+  const double off = std::fabs(change(point->result, target));
+  if (off <= kReached * std::fabs(change(to.output, from.output)))
+    found.reached.push_back({point->value, Crossing::Place::kModel});
+  else
+    found.passed.push_back(point->value);
 }
 
 // The points beside the base value that no failed step keeps apart from it, and the one at it.
@@ -61,58 +89,70 @@ Neighbours neighbours_of(const NumberRules& rules, std::span<const StepPoint> cu
   return found;
 }
 
-double change(double to, double from) {
-  return to / 2 - from / 2;
-}
-
 }  // namespace
 
 StepCurve step_curve(const DralInputOutput& input, std::int32_t output) {
   const NumberRules& rules = input.rules();
-  struct Step {
-    StepPoint point;
-    bool failed;
-  };
-  std::vector<Step> steps;
+  std::vector<StepPoint> steps;
   steps.reserve(static_cast<std::size_t>(std::max(input.numSteps, 0)));
   for (std::int32_t step = 1; step <= input.numSteps; ++step) {
     const double value = input.InputValuesUsed(step);
     if (!rules.is_usable(value)) continue;
     const double result = input.OutputValuesCalculated(output, step);
-    steps.push_back({{value, result}, !rules.is_usable(result)});
+    steps.push_back({value, rules.is_usable(result) ? result : std::numeric_limits<double>::quiet_NaN()});
   }
-  const auto by_input = [](const Step& a, const Step& b) { return a.point.input < b.point.input; };
+  return step_curve(std::move(steps));
+}
+
+StepCurve step_curve(std::vector<StepPoint> steps) {
+  const auto by_input = [](const StepPoint& a, const StepPoint& b) { return a.input < b.input; };
   if (!std::is_sorted(steps.begin(), steps.end(), by_input))
     std::stable_sort(steps.begin(), steps.end(), by_input);
   StepCurve curve;
   curve.reserve(steps.size());
   bool failed = false;
-  for (Step& step : steps) {
-    if (!step.failed) {
-      step.point.after_failure = failed;
-      curve.push_back(step.point);
+  for (StepPoint& step : steps) {
+    if (!std::isnan(step.output)) {
+      step.after_failure = failed;
+      curve.push_back(step);
     } else if (!curve.empty()) {
       curve.back().before_failure = true;
     }
-    failed = step.failed;
+    failed = std::isnan(step.output);
   }
   return curve;
 }
 
-std::vector<Crossing> crossings(std::span<const StepPoint> curve, double target) {
+OutputTarget wanted_target(const std::optional<double>& asked, OutputTarget own) {
+  if (!asked || *asked == own.value) return own;
+  return {.value = *asked};
+}
+
+std::vector<std::size_t> sides_changed(std::span<const StepPoint> curve, double target) {
   const Sides sides(curve, target);
-  std::vector<Crossing> found;
-  const auto joined = [&](std::size_t at) { return at < curve.size() && !curve[at].after_failure; };
-  for (std::size_t i = 0; i < curve.size(); ++i) {
-    const int side = sides.of(curve[i]);
-    const bool comes_from = i > 0 && joined(i);
-    if (side == 0) {
-      const bool inside_stretch =
-          comes_from && sides.of(curve[i - 1]) == 0 && joined(i + 1) && sides.of(curve[i + 1]) == 0;
-      const bool told = !found.empty() && found.back().input == curve[i].input;
-      if (!inside_stretch && !told) found.push_back({curve[i].input, true});
-    } else if (comes_from && side == -sides.of(curve[i - 1])) {
-      found.push_back({crossing_between(curve[i - 1], curve[i], target), false});
+  std::vector<std::size_t> found;
+  for (std::size_t i = 1; i < curve.size(); ++i)
+    if (const int side = sides.of(curve[i]);
+        side != 0 && side == -sides.of(curve[i - 1]) && !curve[i].after_failure)
+      found.push_back(i);
+  return found;
+}
+
+Crossings crossings(std::span<const StepPoint> curve, double target,
+                    std::optional<std::span<const SoughtPoint>> sought) {
+  const Sides sides(curve, target);
+  Crossings found;
+  const auto joined = [&](std::size_t at) { return at > 0 && at < curve.size() && !curve[at].after_failure; };
+  const auto at_target = [&](std::size_t at) { return joined(at) && sides.of(curve[at]) == 0; };
+  const std::vector<std::size_t> changed = sides_changed(curve, target);
+  for (std::size_t i = 0, next = 0; i < curve.size(); ++i) {
+    if (next < changed.size() && changed[next] == i) {
+      add_between(found, curve[i - 1], curve[i], target, sought);
+      ++next;
+    } else if (sides.of(curve[i]) == 0) {
+      const bool inside_stretch = joined(i) && sides.of(curve[i - 1]) == 0 && at_target(i + 1);
+      const bool told = !found.reached.empty() && found.reached.back().input == curve[i].input;
+      if (!inside_stretch && !told) found.reached.push_back({curve[i].input, Crossing::Place::kStep});
     }
   }
   return found;
@@ -171,8 +211,14 @@ std::optional<double> arc_elasticity(std::span<const StepPoint> curve) {
 
 namespace {
 
+// They stand by input.
+std::span<const SoughtPoint> of_input(std::span<const SoughtPoint> sought, std::int32_t input) {
+  const auto [first, last] = std::ranges::equal_range(sought, input, {}, &SoughtPoint::input);
+  return {first, last};
+}
+
 InputAnswers answers_of_input(const DralInputOutput& input, std::int32_t output,
-                              const DralInputOutput& result, double target) {
+                              const DralInputOutput& result, const OutputTarget& target) {
   const NumberRules& rules = input.rules();
   InputAnswers answers;
   answers.rank = input.rank(output);
@@ -186,7 +232,11 @@ InputAnswers answers_of_input(const DralInputOutput& input, std::int32_t output,
     answers.downside = std::min(*fall, 0.0);
   if (const auto rise = usable(rules, rules.difference(high, result.BaseValue())))
     answers.upside = std::max(*rise, 0.0);
-  if (!answers.facts.without_effect()) answers.break_even = crossings(answers.curve, target);
+  if (!answers.facts.without_effect()) {
+    std::optional<std::span<const SoughtPoint>> sought;
+    if (target.sought) sought = of_input(*target.sought, input.ioIndex);
+    answers.break_even = crossings(answers.curve, target.value, sought);
+  }
   answers.shape = shape_of(rules, answers.curve);
   if (input.IsDate || result.IsDate) return answers;
   answers.elasticity =
@@ -232,10 +282,14 @@ std::optional<double> key_of(SortBy order, const InputAnswers& answers) {
 
 }  // namespace
 
-OutputAnswers answers_of(const Records& inputs, const Records& outputs, std::int32_t output, double target) {
+OutputAnswers answers_of(const Records& inputs, const Records& outputs, std::int32_t output,
+                         const OutputTarget& target) {
   const DralInputOutput& result = outputs(output);
-  OutputAnswers answers{
-      .output = output, .target = target, .base = usable(result.rules(), result.BaseValue()), .inputs = {}};
+  OutputAnswers answers{.output = output,
+                        .target = target.value,
+                        .asked_model = target.sought.has_value(),
+                        .base = usable(result.rules(), result.BaseValue()),
+                        .inputs = {}};
   answers.inputs.reserve(static_cast<std::size_t>(inputs.size()));
   for (std::int32_t i = 1; i <= inputs.size(); ++i) {
     answers.inputs.push_back(answers_of_input(inputs(i), output, result, target));

@@ -28,16 +28,48 @@ struct StepPoint {
 // Those of one input, by the input's value; points at equal values in the order of the steps.
 using StepCurve = std::vector<StepPoint>;
 StepCurve step_curve(const DralInputOutput& input, std::int32_t output);
+// Of steps in any order. An output that is NaN is no result.
+StepCurve step_curve(std::vector<StepPoint> steps);
 
-// A value of the input at which the output is at its target: a step's own, or between two neighbours, on the
-// straight line between them.
-struct Crossing {
-  double input = 0;
-  bool calculated = false;  // a step stands there
+// Where the model was asked again, between two neighbouring steps on opposite sides of the target, as near to
+// the target as the search came.
+struct SoughtPoint {
+  std::int32_t input = 0;  // the engine's index of the input
+  double value = 0;
+  double result = 0;  // of the output there; NaN: the model has no number between the steps
 };
-// All of a curve, ascending, each once. Of neighbouring steps that all are at the target, the first and the
-// last are told.
-std::vector<Crossing> crossings(std::span<const StepPoint> curve, double target);
+// What an output is to reach.
+struct OutputTarget {
+  double value = 0;
+  // One for each two neighbouring steps on opposite sides, by input and value; none: the model was not asked.
+  std::optional<std::vector<SoughtPoint>> sought = {};
+};
+// `asked`, where it is there: what the model was asked for holds for an output's own target alone.
+OutputTarget wanted_target(const std::optional<double>& asked, OutputTarget own);
+// The positions of the points that lie on the other side of the target than the point before them, neither
+// being at it.
+std::vector<std::size_t> sides_changed(std::span<const StepPoint> curve, double target);
+
+// A value of the input at which the output is at its target.
+struct Crossing {
+  enum class Place : std::uint8_t {
+    kStep,   // a step's own
+    kLine,   // between two neighbours, on the straight line between them
+    kModel,  // between two neighbours, where the model was asked
+  };
+  double input = 0;
+  Place place = Place::kLine;
+};
+struct Crossings {
+  // All of a curve, ascending, each once. Of neighbouring steps that all are at the target, the first and the
+  // last are told.
+  std::vector<Crossing> reached;
+  // Where the model was asked and the output passes the target without being at it: a jump, or no number.
+  std::vector<double> passed;
+};
+// `sought`: those of the curve's input; none: the model was not asked.
+Crossings crossings(std::span<const StepPoint> curve, double target,
+                    std::optional<std::span<const SoughtPoint>> sought = {});
 
 struct Shape {
   // Of the results that lie strictly above, or strictly below, those at both ends of the curve: the extreme
@@ -78,18 +110,20 @@ struct InputAnswers {
   std::optional<double> downside, upside;
   // Neither of dates, whose zero means nothing.
   std::optional<double> elasticity, arc_elasticity;
-  std::vector<Crossing> break_even;  // none of an input without effect
+  Crossings break_even;  // none of an input without effect
   Shape shape;
 };
 // What all inputs say about one output.
 struct OutputAnswers {
   std::int32_t output = 0;  // position in the output records, from 1
   double target = 0;
+  bool asked_model = false;  // for the values that reach the target
   std::optional<double> base;
   std::vector<InputAnswers> inputs;  // by rank
 };
 // `output`: position in `outputs`, for which data retrieval has filled `inputs`.
-OutputAnswers answers_of(const Records& inputs, const Records& outputs, std::int32_t output, double target);
+OutputAnswers answers_of(const Records& inputs, const Records& outputs, std::int32_t output,
+                         const OutputTarget& target);
 
 // In which order inputs are told: by swing, by how far the output falls or rises (both largest first), or by
 // the size of the elasticity. Inputs without the figure come last; equal ones keep the order of their ranks.

@@ -24,11 +24,14 @@ std::shared_ptr<host::Range> label_cell(session::Session& session, host::Range& 
   return address.empty() ? nullptr : cell.worksheet()->range(address);
 }
 
+// A spreadsheet that another program has started loads no add-ins: without the macro there is no label.
 DefaultLabel label_of(session::Session& session, host::Range& cell) {
   DefaultLabel label;
-  label.text = session.application().run(kLabelMacro, cell, kLabelText);
-  label.first_cell = label_cell(session, cell, kFirstLabelCell);
-  label.second_cell = label_cell(session, cell, kSecondLabelCell);
+  host::ignoring_errors([&] {
+    label.text = session.application().run(kLabelMacro, cell, kLabelText);
+    label.first_cell = label_cell(session, cell, kFirstLabelCell);
+    label.second_cell = label_cell(session, cell, kSecondLabelCell);
+  });
   return label;
 }
 
@@ -117,71 +120,42 @@ void fill_number_formats(session::Session& session, Records& records, std::int32
   for (std::int32_t i = 1; i <= count; ++i) {
     host::ignoring_errors([&] {
       DralInputOutput& record = records(i);
-      const auto cell = session.application().range(
-          external_address(record.bookName, record.sheetName, record.cellAddress));
+      // External addresses are found while a sheet of cells is active only, and have 255 characters at most.
+      const auto cell = session.application()
+                            .workbook(record.bookName)
+                            ->worksheet(record.sheetName)
+                            ->range(record.cellAddress);
       record.numberFormat = cell->number_format();
       record.NumberFormatLocal = cell->number_format_local();
     });
   }
 }
 
-namespace {
+// Types 0 and 1 leave functions at their base values.
+BaseValues::BaseValues(session::Session& session)
+    : session_(session), sampling_(session.engine->DRL4_GetSamplingType(session.hVars)) {
+  if (is_sampled()) session_.engine->DRL4_SetSamplingType(session_.hVars, 0);
+  host::ignoring_errors([&] { session_.application().calculate(); });
+}
 
-// Sets the sampling type to one that leaves functions at their base values, for as long as it lives.
-class BaseSampling {
- public:
-  explicit BaseSampling(session::Session& session)
-      : session_(session), saved_(session.engine->DRL4_GetSamplingType(session.hVars)) {
-    if (changes()) session_.engine->DRL4_SetSamplingType(session_.hVars, 0);
-  }
-  ~BaseSampling() {
-    if (changes()) host::tidying_up([&] { session_.engine->DRL4_SetSamplingType(session_.hVars, saved_); });
-  }
-  BaseSampling(const BaseSampling&) = delete;
-  BaseSampling& operator=(const BaseSampling&) = delete;
+BaseValues::~BaseValues() {
+  if (is_sampled())
+    host::tidying_up([&] { session_.engine->DRL4_SetSamplingType(session_.hVars, sampling_); });
+  if (is_sampled() || tried_) host::tidying_up([&] { session_.application().calculate(); });
+}
 
- private:
-  bool changes() const { return saved_ != 0 && saved_ != 1; }
-
-  session::Session& session_;
-  std::int32_t saved_;
-};
-
-// Puts a cell's formula back when it goes.
-class FormulaKeeper {
- public:
-  explicit FormulaKeeper(host::Range& cell) : cell_(cell), formula_(cell.formula()) {}
-  ~FormulaKeeper() {
-    host::tidying_up([&] { cell_.set_formula(formula_); });
-  }
-  FormulaKeeper(const FormulaKeeper&) = delete;
-  FormulaKeeper& operator=(const FormulaKeeper&) = delete;
-
- private:
-  host::Range& cell_;
-  std::string formula_;
-};
-
-}  // namespace
-
-double evaluate_function_value(session::Session& session, host::Range& cell,
-                               const std::string& function_text) {
-  const BaseSampling sampling(session);
+double BaseValues::of(host::Range& cell, const std::string& function_text) {
   double result = host::kMissingNumber;
-  host::ignoring_errors([&] { result = session.environment->numbers().missing_number(); });
+  host::ignoring_errors([&] { result = session_.environment->numbers().missing_number(); });
   host::ignoring_errors([&] {
-    const FormulaKeeper keeper(cell);
-    cell.set_formula("=" + function_text);
-    session.application().calculate();
-    host::CellValue value = cell.value();
+    const std::string formula = cell.formula();
+    const bool is_whole = formula == function_text || formula == "=" + function_text;
+    tried_ = tried_ || !is_whole;
+    host::CellValue value = is_whole ? cell.value() : cell.value_with(function_text);
     if (!value.is_number()) value = cell.evaluate(function_text);
     if (value.is_number()) result = value.number;
   });
   return result;
-}
-
-ModelRecalculation::~ModelRecalculation() {
-  host::tidying_up([&] { session_.application().calculate(); });
 }
 
 }  // namespace ordvane::model

@@ -40,24 +40,27 @@ OrdvaneRangeMode range_mode_of(const Records& records);
 // cannot be reached keeps what it had.
 void fill_number_formats(session::Session& session, Records& records, std::int32_t count);
 
-// The value of the item's function text, computed in its cell; the missing-number marker when it is no
-// number. Recalculates by itself, so it does not matter which calculation mode is set. Puts the cell's
-// formula and the engine's sampling type back in every case.
-double evaluate_function_value(session::Session& session, host::Range& cell,
-                               const std::string& function_text);
-
-// Recalculates the model when it goes. Whoever evaluates function values keeps one meanwhile: where
-// calculation is manual, the cells that depend on an item would otherwise go on showing what came of its
-// function alone.
-class ModelRecalculation {
+// Base values of items, from the model as it is calculated at the beginning. While one lives, functions are
+// at their base values; afterwards the engine's sampling type is what it was, and the model is calculated
+// again where that makes a difference.
+class BaseValues {
  public:
-  explicit ModelRecalculation(session::Session& session) : session_(session) {}
-  ~ModelRecalculation();
-  ModelRecalculation(const ModelRecalculation&) = delete;
-  ModelRecalculation& operator=(const ModelRecalculation&) = delete;
+  // Throws what the engine throws.
+  explicit BaseValues(session::Session& session);
+  ~BaseValues();
+  BaseValues(const BaseValues&) = delete;
+  BaseValues& operator=(const BaseValues&) = delete;
+
+  // The value of an item's function text; the missing-number marker when it is no number. A function that is
+  // all of its cell's formula is read there; any other is tried in the cell, which stays as it is.
+  double of(host::Range& cell, const std::string& function_text);
 
  private:
+  bool is_sampled() const { return sampling_ != 0 && sampling_ != 1; }
+
   session::Session& session_;
+  std::int32_t sampling_;  // the engine's sampling type as it was found
+  bool tried_ = false;     // a function in its cell, so that cells that depend on it are out of date
 };
 
 }  // namespace ordvane::model

@@ -89,8 +89,8 @@ std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int3
 
   std::vector<std::int16_t> steps;
   if (kind == engine::kInput) steps = engine.steps(counts.listed_inputs);
-  std::optional<ModelRecalculation> at_the_end;
-  if (kind == engine::kOutput) at_the_end.emplace(s);
+  std::optional<BaseValues> base_values;
+  if (kind == engine::kOutput) base_values.emplace(s);
   const std::int32_t count = kind == engine::kInput ? counts.listed_inputs : counts.outputs;
   for (std::int32_t k = 1; k <= count; ++k) {
     const ItemInfo info = engine.item(kind, k - 1);
@@ -123,7 +123,7 @@ std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int3
       record.dralOutputIndex = info.output_index;
       record.outputRangeName = info.output_range_name;
       record.outputRangeIndex = info.output_range_index;
-      record.set_BaseValue(evaluate_function_value(s, *cell, record.originalDistribution));
+      record.set_BaseValue(base_values->of(*cell, record.originalDistribution));
     }
     s.log.line("OrdvaneScan.NewScan .ioName(" + std::to_string(k) + "): " + record.ioName);
     records.push_back(std::move(record));
@@ -230,7 +230,7 @@ class Retrieval {
 
 // Of an input only its own steps are asked for; it is at its base value everywhere else.
 void Retrieval::read_inputs() {
-  const ModelRecalculation at_the_end(session_);
+  BaseValues base_values(session_);
   std::size_t first = 0;
   for (DralInputOutput& input : inputs_) {
     session_.check_cancel();
@@ -238,8 +238,7 @@ void Retrieval::read_inputs() {
     if (steps > data_.size() - first) host::raise_subscript_out_of_range("recalculations of an input");
     const std::span<double> values = std::span(data_).subspan(first, steps);
     EngineReader(session_).values(engine::kInput, input, run_, static_cast<std::int32_t>(first), values);
-    input.set_BaseValue(
-        evaluate_function_value(session_, *cell_of(session_, input), input.originalDistribution));
+    input.set_BaseValue(base_values.of(*cell_of(session_, input), input.originalDistribution));
     for (std::int32_t j = 1; j <= input.numSteps; ++j)
       input.InputValuesUsedPut(j, values[static_cast<std::size_t>(j - 1)]);
     first += steps;

@@ -30,6 +30,9 @@ class Office final : public OfficeApplication {
   std::shared_ptr<host::Workbook> add_workbook() override;
   std::shared_ptr<host::Range> range(const std::string& external_address) override;
   host::CellValue evaluate(const std::string& formula) override;
+  std::string formatted(double number, const std::string& format) override {
+    return displayed_text(number, format, state_.symbols);
+  }
   // Values are computed when they are read, so there is never anything left to do.
   void calculate() override {}
   std::string run(const std::string& macro, host::Range& cell, std::int16_t selector) override;

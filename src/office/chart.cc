@@ -228,6 +228,7 @@ class SeriesHandle final : public host::Series {
     RangeHandle& range = embedded(cells);
     const Book& book = book_of(*range.sheet_handle());
     if (&book != &book_of(*series_.chart->sheet)) refuse("A chart shows cells of its own workbook");
+    range.sheet_handle()->is_charted = true;
     return {range.sheet_handle()->model->name, range.area(), {}};
   }
   static SeriesData data(std::span<const double> constants) {

@@ -76,13 +76,13 @@ class RangeHandle final : public host::Range {
   void put(const host::CellBlock& block) override;
   std::string formula() override;
   void set_formula(const std::string& formula) override;
+  host::CellValue value_with(const std::string& formula) override { return evaluate(formula); }
   host::CellValue evaluate(const std::string& formula) override;
 
   std::string number_format() override;
   std::string number_format_local() override;
   void set_number_format(const std::string& format) override;
-  void set_number_format_local(const std::string& format) override;
-  void set_row_formats_local(const std::vector<std::string>& formats) override;
+  void set_row_formats(const std::vector<std::string>& formats) override;
   void set_font(const host::FontFormat& font) override;
   void set_interior(const host::InteriorFormat& interior) override;
   void set_border(host::Edge edge, const host::BorderFormat& border) override;

@@ -111,18 +111,14 @@ void RangeHandle::set_number_format(const std::string& format) {
   sheet().restyle(area_, [&](CellStyle& style) { style.number_format = kept; });
 }
 
-void RangeHandle::set_number_format_local(const std::string& format) {
-  set_number_format(format);
-}
-
-void RangeHandle::set_row_formats_local(const std::vector<std::string>& formats) {
+void RangeHandle::set_row_formats(const std::vector<std::string>& formats) {
   if (formats.size() != static_cast<std::size_t>(area_.rows))
     refuse("A range of " + std::to_string(area_.rows) + " rows takes as many formats, not " +
            std::to_string(formats.size()));
   for (std::int32_t first = 0, next = 0; first < area_.rows; first = next) {
     const std::string& format = formats[static_cast<std::size_t>(first)];
     while (next < area_.rows && formats[static_cast<std::size_t>(next)] == format) ++next;
-    offset(first, 0)->resize(next - first, area_.columns)->set_number_format_local(format);
+    offset(first, 0)->resize(next - first, area_.columns)->set_number_format(format);
   }
 }
 

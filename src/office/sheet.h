@@ -28,6 +28,7 @@ class Sheet : private CellSource {
   // The workbook, null once the sheet was removed or the workbook closed.
   Book* book = nullptr;
   const std::shared_ptr<SheetModel> model;
+  bool is_charted = false;  // some chart was given cells of it
 
   host::CellValue value(std::int32_t row, std::int32_t column) override;
   void each_value(const Area& area, const std::function<void(const host::CellValue&)>& visit) override;

@@ -1,6 +1,7 @@
 #include "office/state.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "unicode/names.h"
 
@@ -12,9 +13,24 @@ void Book::close() {
 }
 
 std::shared_ptr<Sheet> Book::find_sheet(const std::string& name) const {
-  for (const auto& sheet : sheets)
-    if (unicode::same_name(sheet->model->name, name)) return sheet;
-  return nullptr;
+  const auto found = by_name_.find(unicode::folded(name));
+  return found == by_name_.end() ? nullptr : found->second;
+}
+
+void Book::rename_sheet(Sheet& sheet, const std::string& name) {
+  const std::string former = std::exchange(sheet.model->name, name);
+  auto entry = by_name_.extract(unicode::folded(former));
+  entry.key() = unicode::folded(name);
+  by_name_.insert(std::move(entry));
+  if (!sheet.is_charted) return;
+  for (const auto& other : model->sheets) {
+    for (const auto& chart : other->charts) {
+      for (const auto& series : chart->series) {
+        if (series->values.sheet == former) series->values.sheet = name;
+        if (series->x_values.sheet == former) series->x_values.sheet = name;
+      }
+    }
+  }
 }
 
 std::shared_ptr<Sheet> Book::add_sheet(const std::string& name) {
@@ -22,6 +38,7 @@ std::shared_ptr<Sheet> Book::add_sheet(const std::string& name) {
   if (find_sheet(name)) refuse("The workbook already has a sheet named " + name);
   auto sheet = std::make_shared<Sheet>(*this, std::make_shared<SheetModel>());
   sheet->model->name = name;
+  by_name_.emplace(unicode::folded(name), sheet);
   sheets.push_back(sheet);
   model->sheets.push_back(sheet->model);
   activate(*sheet);
@@ -49,6 +66,7 @@ void Book::remove_sheet(const Sheet& sheet) {
   if (sheets.size() == 1) refuse("A workbook keeps at least one sheet");
   if (sheet.model->is_kept) refuse("The sheet " + sheet.model->name + " is no report and is kept");
   const std::size_t place = position(sheet);
+  by_name_.erase(unicode::folded(sheet.model->name));
   sheets[place]->book = nullptr;
   sheets.erase(sheets.begin() + static_cast<std::ptrdiff_t>(place));
   model->sheets.erase(model->sheets.begin() + static_cast<std::ptrdiff_t>(place));

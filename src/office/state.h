@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "office/book.h"
@@ -25,11 +26,16 @@ struct Book : std::enable_shared_from_this<Book> {
   void close();
   // Null when there is none.
   std::shared_ptr<Sheet> find_sheet(const std::string& name) const;
+  // Charts that draw from the sheet follow. The name is free.
+  void rename_sheet(Sheet& sheet, const std::string& name);
   std::shared_ptr<Sheet> add_sheet(const std::string& name);
   void remove_sheet(const Sheet& sheet);
   void move_sheet(const Sheet& sheet, const Sheet& before);
   std::size_t position(const Sheet& sheet) const;
   void activate(const Sheet& sheet);
+
+ private:
+  std::unordered_map<std::string, std::shared_ptr<Sheet>> by_name_;  // folded
 };
 
 struct ApplicationState {

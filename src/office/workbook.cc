@@ -76,15 +76,7 @@ void WorksheetHandle::set_name(const std::string& name) {
   if (unicode::same_name(name, "History")) refuse("The sheet name History is reserved");
   const auto other = book.find_sheet(name);
   if (other && other != sheet_) refuse("The workbook already has a sheet named " + name);
-  const std::string former = std::exchange(sheet_->model->name, name);
-  for (const auto& sheet : book.model->sheets) {
-    for (const auto& chart : sheet->charts) {
-      for (const auto& series : chart->series) {
-        if (series->values.sheet == former) series->values.sheet = name;
-        if (series->x_values.sheet == former) series->x_values.sheet = name;
-      }
-    }
-  }
+  book.rename_sheet(*sheet_, name);
 }
 
 std::int32_t WorksheetHandle::row_limit() {

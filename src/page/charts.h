@@ -5,6 +5,7 @@
 // scales in data-x and data-y (Scale::text()), and inputs in data-input, their places in Run::inputs.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@ namespace ordvane::page {
 struct GraphLook {
   bool in_page = false;  // scripts find what they switch; else the title stands in the graph
   std::string id;        // of the graph in a page
+  // What stands at the ends of a tornado's bars; none: results there, and below the names what the inputs
+  // were set to.
+  std::optional<reports::BarLabels> labels = {};
 };
 
 // An axis with its ticks.
@@ -28,8 +32,8 @@ struct Axis {
   std::vector<Tick> ticks;
 };
 // `format`: of values, English codes.
-Axis axis_around(const Views& views, double low, double high, const std::string& format, double from,
-                 double to);
+Axis axis_around(host::NumberService& numbers, const environment::Language& language, double low, double high,
+                 const std::string& format, double from, double to);
 
 // The colours of the tornado, and all others.
 Palette palette_of(const embedded::ReportOptions& options);
@@ -40,6 +44,20 @@ std::string spider(const Views& views, const View& view, const GraphLook& look);
 // The steps of one input.
 std::string sensitivity_panel(const Views& views, const View& view, const embedded::Effect& effect,
                               const GraphLook& look);
+// Two bars for each of several names: what it was and what it is.
+struct PairedBars {
+  struct Pair {
+    std::string name;
+    double before, now;  // NaN for none
+  };
+  std::string title, text;            // for who cannot see it
+  std::string before_name, now_name;  // of the bars
+  std::vector<Pair> pairs;
+  const Figures& figures;  // of which these are differences
+};
+std::string paired_bars(const PairedBars& bars, host::NumberService& numbers,
+                        const environment::Language& language, const std::string& id);
+
 // All of them.
 std::string sensitivity(const Views& views, const View& view, const GraphLook& look);
 

@@ -25,6 +25,8 @@ class Figures {
   bool shows_dates() const { return shows_dates_; }
   // The format of values, for the ticks of an axis; English codes.
   const std::string& code() const { return code_; }
+  // Likewise of differences.
+  const std::string& difference_code() const { return difference_code_; }
   // The same rules for the script of a page: resources/page/page.js says what they mean.
   nlohmann::ordered_json rules() const;
 

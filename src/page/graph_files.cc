@@ -82,9 +82,9 @@ std::string converted(const std::string& svg, const char* format) {
   return content_of(out.get());
 }
 
-std::vector<Graph> graphs_of(const Views& views) {
+std::vector<Graph> graphs_of(const Views& views, const std::optional<reports::BarLabels>& labels) {
   const embedded::ReportOptions& options = views.options();
-  const GraphLook look{.in_page = false, .id = ""};
+  const GraphLook look{.in_page = false, .id = "", .labels = labels};
   using Draw = std::string (*)(const Views&, const View&, const GraphLook&);
   std::vector<Graph> graphs;
   std::vector<std::string> taken;
@@ -142,7 +142,7 @@ std::string missing_for_pictures() {
 std::size_t write_graphs(const std::shared_ptr<const runfile::Run>& run,
                          const embedded::ReportOptions& options, const GraphFolders& folders) {
   const auto views = views_of(run, options);
-  const std::vector<Graph> graphs = graphs_of(*views);
+  const std::vector<Graph> graphs = graphs_of(*views, folders.labels);
   xlsx::WholeFileOptions writing;
   writing.replace = options.overwrite;
   for (const auto& [folder, format] :

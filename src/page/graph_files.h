@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,8 @@ namespace ordvane::page {
 // Folders that files go into, one a graph; empty: none of this kind. They are made where they are missing.
 struct GraphFolders {
   std::filesystem::path svg, png, pdf;
+  // At the ends of a tornado's bars; none: as on pages.
+  std::optional<reports::BarLabels> labels = {};
   bool any() const { return !svg.empty() || !png.empty() || !pdf.empty(); }
 };
 

@@ -4,6 +4,7 @@
 
 #include "layout/look.h"
 #include "page/charts.h"
+#include "page/frame.h"
 #include "page/html.h"
 #include "page/page_data.h"
 #include "page/resources.h"
@@ -25,9 +26,10 @@ class Page {
   }
 
   std::string write() {
-    html_.raw("<!DOCTYPE html>\n");
-    html_.open("html", {{"lang", views_.options().language}});
-    head();
+    open_page(html_, {.language = views_.options().language,
+                      .title = title(),
+                      .palette = palette_of(views_.options()),
+                      .script_hash = kPageScriptHash});
     html_.open("body", {{"class", views_.options().percent ? "changes" : "values"}});
     html_.leaf("a", texts_.text(text_id::kPageSkip), {{"class", "skip"}, {"href", "#results"}});
     header();
@@ -44,19 +46,6 @@ class Page {
  private:
   std::string title() const {
     return texts_.text(text_id::kDocumentTitle, views_.run().file.filename().string());
-  }
-
-  // The browser runs our script and no other, and loads nothing.
-  void head() {
-    html_.open("head").single("meta", {{"charset", "utf-8"}});
-    html_.single("meta",
-                 {{"http-equiv", "Content-Security-Policy"},
-                  {"content", "default-src 'none'; style-src 'unsafe-inline'; script-src 'sha256-" +
-                                  std::string(kPageScriptHash) + "'; base-uri 'none'; form-action 'none'"}});
-    html_.single("meta", {{"name", "viewport"}, {"content", "width=device-width, initial-scale=1"}});
-    html_.leaf("title", title());
-    html_.open("style").raw(properties(palette_of(views_.options()))).raw(kGraphStyle).raw(kPageStyle).end();
-    html_.end();
   }
 
   void header() {

@@ -88,8 +88,19 @@ int step_at(const std::vector<Point>& points, double result, double input) {
   return -1;
 }
 
+// What the model answered where the output reaches its target, by input; null where it was not asked.
+ordered_json asked_of(const View& view) {
+  if (!view.ranking.answers.asked_model) return {};
+  ordered_json asked = ordered_json::object();
+  for (const embedded::Effect& effect : view.ranking.effects)
+    for (const model::Crossing& crossing : view.answers(effect).break_even.reached)
+      if (crossing.place == model::Crossing::Place::kModel)
+        asked[std::to_string(effect.input_index)].push_back(crossing.input);
+  return asked;
+}
+
 ordered_json view_of(const Views& views, const View& view, Rules& rules, const std::string& section) {
-  std::vector<double> results, swings, shares, elasticities;
+  std::vector<double> results, swings, shares, elasticities, arcs;
   for (std::int64_t step = 0; step < views.run().recalculations; ++step)
     results.push_back(views.output_value(view, step));
   ordered_json order = ordered_json::array(), ends = order, remarks = ordered_json::object(),
@@ -103,6 +114,7 @@ ordered_json view_of(const Views& views, const View& view, Rules& rules, const s
     swings.push_back(number_or_nan(effect.swing));
     shares.push_back(answers.share.value_or(kNone));
     elasticities.push_back(answers.elasticity.value_or(kNone));
+    arcs.push_back(answers.arc_elasticity.value_or(kNone));
     if (effect.facts.without_effect()) without_effect.push_back(effect.input_index);
     if (std::string text = remarks_of(views, view, effect); !text.empty())
       remarks[std::to_string(effect.input_index)] = std::move(text);
@@ -124,8 +136,10 @@ ordered_json view_of(const Views& views, const View& view, Rules& rules, const s
           {"swings", packed(swings)},
           {"shares", packed(shares)},
           {"elasticities", packed(elasticities)},
+          {"arcs", packed(arcs)},
           {"groups", packed(groups)},
           {"target", view.ranking.answers.target},
+          {"asked", asked_of(view)},
           {"results", packed(results)},
           {"idle", without_effect},
           {"remarks", remarks},

@@ -1,6 +1,7 @@
 #include "page/section.h"
 
 #include <cmath>
+#include <limits>
 
 #include "page/charts.h"
 #include "page/html.h"
@@ -9,6 +10,8 @@ namespace ordvane::page {
 namespace {
 
 using Attributes = Html::Attributes;
+
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 // A column of a table. Scripts know it by `key`; columns of figures are sorted by size.
 struct Column {
@@ -82,7 +85,7 @@ class Section {
     return view_.name + " – " + texts_.text(text, std::to_string(count));
   }
 
-  void figure_cell(const std::string& text) { html_.leaf("td", text); }
+  void figure_cell(const std::string& text) { html_.cell(text); }
 
   void inputs_table() {
     const auto text = [&](auto text_id) { return texts_.text(text_id); };
@@ -94,10 +97,14 @@ class Section {
                 {"at_high", text(text_id::kPageAtHighest)},
                 {"high", text(text_id::kRangeHighest)},
                 {"swing", text(text_id::kRangeSwing)},
-                {"share", text(text_id::kAnswersShare)},
-                {"elasticity", text(text_id::kAnswersElasticity)},
                 {"break_even",
                  texts_.text(text_id::kAnswersOutputAt, view_.figures.text(view_.ranking.answers.target))},
+                {"share", text(text_id::kAnswersShare)},
+                {"cumulative", text(text_id::kAnswersCumulative)},
+                {"downside", text(text_id::kAnswersDownside)},
+                {"upside", text(text_id::kAnswersUpside)},
+                {"elasticity", elasticity_heading(text_id::kAnswersElasticityBase)},
+                {"arc_elasticity", elasticity_heading(text_id::kAnswersElasticityArc)},
                 {"remarks", text(text_id::kPageRemarks), false}});
     if (rows_ == Rows::kAll)
       for (const embedded::Effect& effect : view_.ranking.effects) input_row(effect);
@@ -118,21 +125,32 @@ class Section {
     figure_cell(view_.figures.text(number_or_nan(effect.high)));
     figure_cell(view_.figures.difference(number_or_nan(effect.swing)));
     const model::InputAnswers& answers = view_.answers(effect);
-    figure_cell(share_text(answers.share));
-    figure_cell(answers.elasticity ? formatted(*answers.elasticity, kElasticityFormat, views_.language())
-                                   : kNoNumber);
     figure_cell(break_even_text(input, answers));
-    html_.leaf("td", remarks_of(views_, view_, effect), {{"class", "t"}});
+    figure_cell(figure_text(answers.share, kShareFormat));
+    figure_cell(figure_text(answers.cumulative_share, kShareFormat));
+    figure_cell(view_.figures.difference(answers.downside.value_or(kNone)));
+    figure_cell(view_.figures.difference(answers.upside.value_or(kNone)));
+    figure_cell(figure_text(answers.elasticity, kElasticityFormat));
+    figure_cell(figure_text(answers.arc_elasticity, kElasticityFormat));
+    const std::string remarks = remarks_of(views_, view_, effect);
+    if (remarks.empty())
+      figure_cell(remarks);
+    else
+      html_.leaf("td", remarks, {{"class", "t"}});
     html_.end();
   }
 
-  std::string share_text(const std::optional<double>& share) const {
-    return share ? formatted(*share, kShareFormat, views_.language()) : kNoNumber;
+  std::string figure_text(const std::optional<double>& figure, const char* format) const {
+    return figure ? formatted(*figure, format, views_.language()) : kNoNumber;
+  }
+
+  std::string elasticity_heading(session::TextId<0> of) const {
+    return texts_.text(text_id::kAnswersElasticity) + " (" + texts_.text(of) + ")";
   }
 
   static std::string break_even_text(const InputFacts& input, const model::InputAnswers& answers) {
     std::string text;
-    for (const model::Crossing& crossing : answers.break_even)
+    for (const model::Crossing& crossing : answers.break_even.reached)
       text += (text.empty() ? "" : "; ") + input.figures.text(crossing.input);
     return text.empty() ? kNoNumber : text;
   }

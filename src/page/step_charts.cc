@@ -124,10 +124,11 @@ class Spider {
     names_ = std::min(names, 240.0);
     top_ = look_.in_page ? 14 : 44;
     bottom_ = top_ + std::max(kHeight, kNameLine * static_cast<double>(lines_.size()));
-    y_ = axis_around(views_, y.low, y.high, "0%", bottom_, top_);
+    y_ = axis_around(views_.numbers(), views_.language(), y.low, y.high, "0%", bottom_, top_);
     double ticks = 0;
     for (const Axis::Tick& tick : y_.ticks) ticks = std::max(ticks, text_width(tick.text, kSmallSize));
-    x_ = axis_around(views_, x.low, x.high, "0%", ticks + 30, kWidth - names_ - kSwatch - 28);
+    x_ = axis_around(views_.numbers(), views_.language(), x.low, x.high, "0%", ticks + 30,
+                     kWidth - names_ - kSwatch - 28);
     for (std::size_t i = 0; i < lines_.size(); ++i)
       lines_[i].name_at = top_ + kNameLine * (static_cast<double>(i) + 0.5);
   }
@@ -212,10 +213,11 @@ class Panel {
     if (!std::isnan(view_.base)) values.y.add(view_.base);
     if (!std::isnan(input_.base)) values.x.add(input_.base);
     const double bottom = corner_.y + kPanelHeight - 22, top = corner_.y + 26;
-    y_ = axis_around(views_, values.y.low, values.y.high, view_.figures.code(), bottom, top);
+    y_ = axis_around(views_.numbers(), views_.language(), values.y.low, values.y.high, view_.figures.code(),
+                     bottom, top);
     double ticks = 0;
     for (const Axis::Tick& tick : y_.ticks) ticks = std::max(ticks, text_width(tick.text, kSmallSize));
-    x_ = axis_around(views_, values.x.low, values.x.high, input_.figures.code(),
+    x_ = axis_around(views_.numbers(), views_.language(), values.x.low, values.x.high, input_.figures.code(),
                      std::ceil(corner_.x + ticks + 8), corner_.x + kPanelWidth - 22);
   }
 
@@ -267,7 +269,7 @@ class Panel {
   // The target of the output, and where the input brings it there.
   void draw_target(Svg& svg) const {
     const double target = view_.ranking.answers.target;
-    const auto& crossings = view_.answers(effect_).break_even;
+    const auto& crossings = view_.answers(effect_).break_even.reached;
     if (crossings.empty()) return;
     const double y = y_.scale.at(target), middle = (x_.scale.from + x_.scale.to) / 2;
     svg.open("aims").line("target", {x_.scale.from, y}, {x_.scale.to, y});

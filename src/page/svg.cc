@@ -152,6 +152,7 @@ Palette palette(host::Color bar, host::Color low) {
           {"accent", look::kAccent, 0xFFA58F},
           {"bar", bar, bar == kUsualBar ? kBarOnDark : bar},
           {"low", low, low == kUsualLow ? kLowOnDark : low},
+          {"before", 0xA68E7A, 0x8A7E74},
           {"base", 0x262626, 0xF0ECEA},
           {"target", 0x5B18C2, 0x9E86FF},
           {"one", 0x993333, 0xFFA58F},

@@ -62,12 +62,13 @@ class Tornado {
       if (std::isnan(value)) return;
       low = std::min(low, value);
       high = std::max(high, value);
-      for (const std::string& text : {view_.figures.text(value), change(value)})
-        widest_end = std::max(widest_end, text_width(text, kSmallSize));
     };
     for (const embedded::Effect* effect : view_.on_graphs) {
       take(number_or_nan(effect->low));
       take(number_or_nan(effect->high));
+      for (const End& end : ends_of(*effect))
+        for (const std::string& text : {end_text(end, false), end_text(end, true)})
+          widest_end = std::max(widest_end, text_width(text, kSmallSize));
       names_ = std::max({names_, text_width(views_.input_of(*effect).name, kNameSize),
                          text_width(range_text(*effect), kSmallSize)});
     }
@@ -76,7 +77,8 @@ class Tornado {
     take(view_.base);
     names_ = std::min(names_, kWidestName);
     const double from = names_ + 2 * kBesideBar + widest_end + kBesideBar;
-    axis_ = axis_around(views_, low, high, view_.figures.code(), from, kWidth - widest_end - 2 * kBesideBar);
+    axis_ = axis_around(views_.numbers(), views_.language(), low, high, view_.figures.code(), from,
+                        kWidth - widest_end - 2 * kBesideBar);
     top_ = kAboveBars + kKey + (look_.in_page ? 0 : kTitle);
   }
 
@@ -88,8 +90,29 @@ class Tornado {
     return views_.texts().text(text_id::kLabelBaseValue) + " " + value;
   }
 
-  // "44 – 104": what the input was set to where the result is lowest and highest.
+  // An end of a bar: the result there, and what the input was set to.
+  struct End {
+    double result, value;
+    const Figures& figures;  // of the input
+  };
+  std::array<End, 2> ends_of(const embedded::Effect& effect) const {
+    const Figures& figures = views_.input_of(effect).figures;
+    return {End{number_or_nan(effect.low), number_or_nan(effect.input_at_low), figures},
+            End{number_or_nan(effect.high), number_or_nan(effect.input_at_high), figures}};
+  }
+  std::string end_text(const End& end, bool in_changes) const {
+    using enum reports::BarLabels;
+    if (std::isnan(end.result)) return {};
+    const std::string result = in_changes ? change(end.result) : view_.figures.text(end.result);
+    const reports::BarLabels labels = look_.labels.value_or(kOutputs);
+    if (labels == kOutputs || std::isnan(end.value)) return result;
+    const std::string value = end.figures.text(end.value);
+    return labels == kInputs ? value : value + " → " + result;
+  }
+
+  // "44 – 104": what the input was set to where the result is lowest and highest, where no end tells it.
   std::string range_text(const embedded::Effect& effect) const {
+    if (look_.labels) return {};
     const double low = number_or_nan(effect.input_at_low), high = number_or_nan(effect.input_at_high);
     if (std::isnan(low) || std::isnan(high)) return {};
     const Figures& figures = views_.input_of(effect).figures;
@@ -100,8 +123,8 @@ class Tornado {
   Axis change_axis() const {
     const Scale& values = axis_.scale;
     const double size = std::fabs(view_.base);
-    Axis axis = axis_around(views_, (values.first - view_.base) / size, (values.last - view_.base) / size,
-                            "0%", values.from, values.to);
+    Axis axis = axis_around(views_.numbers(), views_.language(), (values.first - view_.base) / size,
+                            (values.last - view_.base) / size, "0%", values.from, values.to);
     axis.scale = {(values.first - view_.base) / size, (values.last - view_.base) / size, values.from,
                   values.to};
     std::erase_if(axis.ticks, [&](const Axis::Tick& tick) {
@@ -173,14 +196,16 @@ class Tornado {
       svg.box(kind_at(effect, effect.input_at_high), scale.at(low) - kThinnest, top,
               scale.at(low) + kThinnest, top + kBar);
     // The base value is written once, at its line.
-    if (low < split || low == high) draw_end(svg, low, {scale.at(low) - kBesideBar, top + 14}, Anchor::kEnd);
-    if (high > split) draw_end(svg, high, {scale.at(high) + kBesideBar, top + 14}, Anchor::kStart);
+    const auto [at_low, at_high] = ends_of(effect);
+    if (low < split || low == high)
+      draw_end(svg, at_low, {scale.at(low) - kBesideBar, top + 14}, Anchor::kEnd);
+    if (high > split) draw_end(svg, at_high, {scale.at(high) + kBesideBar, top + 14}, Anchor::kStart);
   }
 
-  void draw_end(Svg& svg, double value, Spot spot, Anchor anchor) const {
-    const std::string text = view_.figures.text(value), part = change(value);
-    const std::string& other = in_changes_ ? text : part;
-    svg.text("end", spot, in_changes_ ? part : text, anchor, look_.in_page && !part.empty() ? other : "");
+  void draw_end(Svg& svg, const End& end, Spot spot, Anchor anchor) const {
+    const bool switches = look_.in_page && view_.has_changes();
+    svg.text("end", spot, end_text(end, in_changes_), anchor,
+             switches ? end_text(end, !in_changes_) : std::string());
   }
 
   void draw_base(Svg& svg, double bottom) const {
@@ -217,18 +242,18 @@ Palette palette_of(const embedded::ReportOptions& options) {
   return palette(options.bar_color, options.low_color.value_or(options.bar_color));
 }
 
-Axis axis_around(const Views& views, double low, double high, const std::string& format, double from,
-                 double to) {
+Axis axis_around(host::NumberService& numbers, const environment::Language& language, double low, double high,
+                 const std::string& format, double from, double to) {
   constexpr double kTypefaces = 1.15;  // of wider ones than the sheets have
   const bool upright = from > to;
   const layout::AxisTicks ticks =
-      layout::axis_ticks(views.numbers(), low, high, format, {std::fabs(to - from) / kTypefaces, upright});
+      layout::axis_ticks(numbers, low, high, format, {std::fabs(to - from) / kTypefaces, upright});
   Axis axis{.scale = {ticks.minimum, ticks.maximum, from, to}, .ticks = {}};
   const auto count = std::lround((ticks.maximum - ticks.minimum) / ticks.unit);
   for (std::int64_t i = 0; i <= count; ++i) {
     double value = ticks.minimum + static_cast<double>(i) * ticks.unit;
     if (std::fabs(value) < ticks.unit * model::NumberRules::kRounding) value = 0;
-    axis.ticks.push_back({value, formatted(value, ticks.format, views.language())});
+    axis.ticks.push_back({value, formatted(value, ticks.format, language)});
   }
   return axis;
 }

@@ -30,7 +30,7 @@ bool View::has_changes() const {
 
 bool View::has_crossings() const {
   return std::any_of(ranking.answers.inputs.begin(), ranking.answers.inputs.end(),
-                     [](const model::InputAnswers& answers) { return !answers.break_even.empty(); });
+                     [](const model::InputAnswers& answers) { return !answers.break_even.reached.empty(); });
 }
 
 double View::change(double value) const {

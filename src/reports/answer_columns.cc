@@ -134,7 +134,9 @@ std::string AnswerColumns::note_of(Answer answer) const {
   const session::Session& session = context_.session;
   switch (answer) {
     case Answer::kBreakEven:
-      return session.text(text_id::kAnswersNoteOutputAt, target_text());
+      return session.text(
+          answers_.asked_model ? text_id::kAnswersNoteSoughtAt : text_id::kAnswersNoteOutputAt,
+          target_text());
     case Answer::kElasticity:
       return session.text(text_id::kAnswersNoteElasticity);
     case Answer::kTurn:
@@ -149,7 +151,7 @@ host::CellValue AnswerColumns::value_of(Answer answer, const model::DralInputOut
   std::vector<double> places;
   switch (answer) {
     case Answer::kBreakEven:
-      for (const model::Crossing& crossing : answers.break_even) places.push_back(crossing.input);
+      for (const model::Crossing& crossing : answers.break_even.reached) places.push_back(crossing.input);
       return cell_of(context_.session, input, places);
     case Answer::kShare:
       return cell_of(answers.share);

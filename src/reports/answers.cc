@@ -1,5 +1,6 @@
 #include "reports/answers.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "layout/format_codes.h"
@@ -32,10 +33,26 @@ std::string described(session::Session& session, const model::DralInputOutput& i
                       range(input, &model::StepPoint::input), range(output, &model::StepPoint::output));
 }
 
+// The first inputs with values of a kind, each with them: "Price = 67.4".
+std::vector<std::string> first_places(session::Session& session, const model::Records& inputs,
+                                      model::OrdvaneRangeMode mode, std::span<const InputAnswers> of,
+                                      const auto& values_of) {
+  std::vector<std::string> places;
+  for (const InputAnswers& each : of) {
+    const std::vector<double> values = values_of(each);
+    if (values.empty()) continue;
+    const model::DralInputOutput& input = inputs(each.input);
+    places.push_back(session.text(text_id::kAnswersEquals, input.NameOrQualifiedCellAddressName(mode),
+                                  ValuesText(session, input, values)));
+    if (places.size() == kMostNamed) break;
+  }
+  return places;
+}
+
 }  // namespace
 
 OutputAnswers AnswersOf(const model::Records& inputs, const model::Records& outputs, std::int32_t output,
-                        double target) {
+                        const model::OutputTarget& target) {
   OutputAnswers answers = model::answers_of(inputs, outputs, output, target);
   const bool is_date = layout::shows_date(outputs(output).numberFormat);
   for (InputAnswers& each : answers.inputs)
@@ -59,20 +76,24 @@ std::string ValuesText(session::Session& session, const model::DralInputOutput& 
 std::string TargetSentence(session::Session& session, const model::Records& inputs,
                            const model::Records& outputs, model::OrdvaneRangeMode mode,
                            const OutputAnswers& answers, std::span<const InputAnswers> of) {
-  std::vector<std::string> places;
-  for (const InputAnswers& each : of) {
-    if (each.break_even.empty()) continue;
-    const model::DralInputOutput& input = inputs(each.input);
-    std::vector<double> values;
-    for (const model::Crossing& crossing : each.break_even) values.push_back(crossing.input);
-    places.push_back(session.text(text_id::kAnswersEquals, input.NameOrQualifiedCellAddressName(mode),
-                                  ValuesText(session, input, values)));
-    if (places.size() == kMostNamed) break;
-  }
-  if (places.empty()) return {};
   const model::DralInputOutput& output = outputs(answers.output);
-  return session.text(text_id::kAnswersReaches, output.NameOrQualifiedCellAddressName(mode),
-                      label_text(session, output, answers.target), session.list_of(places));
+  std::string sentence;
+  const auto add = [&](session::TextId<3> text, const std::vector<std::string>& places) {
+    if (places.empty()) return;
+    if (!sentence.empty()) sentence += " ";
+    sentence += session.text(text, output.NameOrQualifiedCellAddressName(mode),
+                             label_text(session, output, answers.target), session.list_of(places));
+  };
+  const auto places = [&](const auto& values_of) {
+    return first_places(session, inputs, mode, of, values_of);
+  };
+  add(text_id::kAnswersReaches, places([](const InputAnswers& each) {
+        std::vector<double> values;
+        for (const model::Crossing& crossing : each.break_even.reached) values.push_back(crossing.input);
+        return values;
+      }));
+  add(text_id::kAnswersPasses, places([](const InputAnswers& each) { return each.break_even.passed; }));
+  return sentence;
 }
 
 std::string AnswerSentence(session::Session& session, const model::Records& inputs,
@@ -89,10 +110,13 @@ std::string AnswerSentence(session::Session& session, const model::Records& inpu
                              ? session.text(text_id::kAnswersMost, name, moving.front())
                              : session.text(text_id::kAnswersMostThen, name, moving.front(),
                                             session.list_of({moving.begin() + 1, moving.end()}));
-  std::string target = TargetSentence(session, inputs, outputs, mode, answers, answers.inputs);
   // A date is at no target unless one is asked for.
-  if (target.empty() && !output.IsDate && !layout::shows_date(output.numberFormat))
-    target = session.text(text_id::kAnswersNotReached, name, label_text(session, output, answers.target));
+  const bool is_date = output.IsDate || layout::shows_date(output.numberFormat);
+  const auto reaches = [](const InputAnswers& each) { return !each.break_even.reached.empty(); };
+  if (!is_date && std::none_of(answers.inputs.begin(), answers.inputs.end(), reaches))
+    sentence +=
+        " " + session.text(text_id::kAnswersNotReached, name, label_text(session, output, answers.target));
+  const std::string target = TargetSentence(session, inputs, outputs, mode, answers, answers.inputs);
   return target.empty() ? sentence : sentence + " " + target;
 }
 

@@ -18,7 +18,7 @@ namespace ordvane::reports {
 
 // Of an output; without elasticities of items whose cells show dates.
 model::OutputAnswers AnswersOf(const model::Records& inputs, const model::Records& outputs,
-                               std::int32_t output, double target);
+                               std::int32_t output, const model::OutputTarget& target);
 // Of an output of the context, with the target that the settings give it.
 model::OutputAnswers AnswersOf(const Context& context, std::int32_t output);
 
@@ -28,7 +28,8 @@ model::OutputAnswers AnswersOf(const Context& context, std::int32_t output);
 std::string AnswerSentence(session::Session& session, const model::Records& inputs,
                            const model::Records& outputs, model::OrdvaneRangeMode mode,
                            const model::OutputAnswers& answers);
-// "Profit is 0 at Price = 67.4." of these inputs; "" where none of them reaches the target.
+// "Profit is 0 at Price = 67.4." of these inputs, and where it passes the target without being at it; ""
+// where none of them does either.
 std::string TargetSentence(session::Session& session, const model::Records& inputs,
                            const model::Records& outputs, model::OrdvaneRangeMode mode,
                            const model::OutputAnswers& answers, std::span<const model::InputAnswers> of);

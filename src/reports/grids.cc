@@ -80,7 +80,7 @@ class Grids {
   };
 
   // What the line goes between; the results themselves are told apart.
-  double target() const { return context_.settings.target_of(output_.ioIndex); }
+  double target() const { return context_.settings.target_of(output_.ioIndex).value; }
 
   void choose_groups(const model::GroupEffects& effects) {
     model::OneBased<std::int32_t> by_rank(effects.size());
@@ -229,7 +229,7 @@ class Grids {
       }
     }
     const auto captions = table.Header(2, 2, 1, columns);
-    captions->set_number_format_local(ValueFormat(*panel.group.members[1]));
+    captions->set_number_format(ValueFormat(*panel.group.members[1]));
     captions->put(header);
     table.PutBody(1, body);
     table.Body(1, 1, rows)->set_font({.bold = true, .color = layout::look::kAccent});

@@ -13,17 +13,12 @@ std::string ItemLabel(const model::DralInputOutput& item) {
 }
 
 std::string ValueFormat(const model::DralInputOutput& item) {
-  const bool plain = item.NumberFormatLocal.empty() || item.NumberFormatLocal == "General";
-  return plain && item.IsDate ? item.DateFormat : item.NumberFormatLocal;
-}
-
-std::string AxisFormat(const model::DralInputOutput& item) {
   const bool plain = item.numberFormat.empty() || item.numberFormat == "General";
   return plain && item.IsDate ? item.DateFormat : item.numberFormat;
 }
 
 std::string ChangeFormat(const model::DralInputOutput& item) {
-  return item.IsDate || layout::shows_date(item.numberFormat) ? "" : item.NumberFormatLocal;
+  return item.IsDate || layout::shows_date(item.numberFormat) ? "" : item.numberFormat;
 }
 
 }  // namespace ordvane::reports

@@ -7,7 +7,7 @@
 #include "host/error.h"
 #include "layout/format_codes.h"
 #include "model/decimal.h"
-#include "text/numbers.h"
+#include "text/edit.h"
 
 namespace ordvane::reports {
 namespace {
@@ -43,15 +43,10 @@ double rounded(double value, int decimals) {
 // "" for General and for a format that cannot be read.
 std::string formatted(const session::Session& session, double value, const std::string& format) {
   if (is_general(format)) return {};
-  std::string quoted;
-  for (const char c : layout::without_padding(format)) quoted.append(c == '"' ? 2 : 1, c);
-  host::CellValue text;
-  host::ignoring_errors([&] {
-    text = session.application().evaluate("TEXT(" + text::shortest_number(value) + ",\"" + quoted + "\")");
-  });
-  if (text.kind != host::CellKind::kText) return {};
-  text.text.erase(text.text.find_last_not_of(' ') + 1);
-  return text.text.substr(std::min(text.text.find_first_not_of(' '), text.text.size()));
+  std::string text;
+  host::ignoring_errors(
+      [&] { text = session.application().formatted(value, layout::without_padding(format)); });
+  return std::string(text::trimmed(text));
 }
 
 }  // namespace

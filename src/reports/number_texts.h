@@ -12,8 +12,8 @@ namespace ordvane::reports {
 inline constexpr int kDigitsOfCell = 10;
 inline constexpr int kDigitsOfLabel = 6;
 
-// As the spreadsheet shows a number in this local format; in one that is General, or that it cannot read,
-// with so many significant digits and no more than needed.
+// As the spreadsheet shows a number in this format, English codes; in one that is General, or that it cannot
+// read, with so many significant digits and no more than needed.
 std::string NumberText(const session::Session& session, double value, const std::string& format, int digits);
 
 // The format with as many more decimals as it takes to tell the ends of a range and what lies between or

@@ -15,7 +15,7 @@
 
 namespace ordvane::reports {
 
-// Captioned in the session's language. Formats are in local form.
+// Captioned in the session's language. Number formats are in English codes.
 class SharedColumns {
  public:
   explicit SharedColumns(const Context& context) : context_(context) {}

@@ -126,8 +126,8 @@ class SensitivityReport {
     graph.y_axis_title = session_.text(axis, output);
     graph.percent_flag = context_.output_mode;
     if (quantity_ == Quantity::kValue) {
-      graph.x_format = AxisFormat(in);
-      graph.y_format = AxisFormat(steps_.output());
+      graph.x_format = ValueFormat(in);
+      graph.y_format = ValueFormat(steps_.output());
     }
     return graph;
   }

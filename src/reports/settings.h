@@ -50,11 +50,13 @@ struct Settings {
   model::SortBy sort = model::SortBy::kSwing;  // order of the inputs of a tornado
   // The value of outputs that break-evens are told for; none: each output's own.
   std::optional<double> target = {};
-  std::vector<double> output_targets = {};  // own ones, by the engine's index of the output; others have 0
+  // Own ones, by the engine's index of the output; others have 0.
+  std::vector<model::OutputTarget> output_targets = {};
 
-  double target_of(std::int32_t output_index) const {
+  model::OutputTarget target_of(std::int32_t output_index) const {
     const auto at = static_cast<std::size_t>(output_index);
-    return target.value_or(at < output_targets.size() ? output_targets[at] : 0);
+    return model::wanted_target(target,
+                                at < output_targets.size() ? output_targets[at] : model::OutputTarget{});
   }
 
   void set_threshold(double share) {

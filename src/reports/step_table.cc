@@ -218,7 +218,7 @@ void StepTable::fill_range(model::OrdvaneGraphRange& range, const Block& block, 
   };
   std::int32_t marked = 0;
   if (marks != nullptr)
-    for (const model::Crossing& crossing : answers(block).break_even)
+    for (const model::Crossing& crossing : answers(block).break_even.reached)
       if (marked < block.rows &&
           put(marked + 1, 3, drawn(block, {crossing.input, answers_.target}, quantity)))
         ++marked;

@@ -98,7 +98,7 @@ void TornadoChart::draw(layout::BarChart& chart, layout::ReportTable& table) {
 }
 
 std::string TornadoChart::axis_format() const {
-  return context_.in_percent() ? PercentFormat() : AxisFormat(output_);
+  return context_.in_percent() ? PercentFormat() : ValueFormat(output_);
 }
 
 // The output's value before anything was varied.
@@ -143,10 +143,10 @@ void TornadoChart::color_low_ends(layout::BarChart& chart) {
   }
 }
 
-// The output's value as its cell shows it. The date format of one whose cell has none is no local one: it
-// stays unused.
+// The output's value as its cell shows it. The date format of one whose cell has none is the same for all
+// languages: it stays unused.
 std::string TornadoChart::output_text(double value, const std::string& format, int digits) const {
-  if (ValueFormat(output_) != output_.NumberFormatLocal)
+  if (ValueFormat(output_) != output_.numberFormat)
     if (const std::string date = session_.environment->numbers().date_text(value); !date.empty()) return date;
   return NumberText(session_, value, format, digits);
 }

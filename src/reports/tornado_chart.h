@@ -39,7 +39,7 @@ struct TornadoStyle {
 // What an input was set to where its bar ends, and how its cell shows that.
 struct InputEnds {
   std::optional<double> base, at_low, at_high;  // none: no number
-  std::string number_format;                    // local form
+  std::string number_format;                    // English codes
   bool turns = false;                           // the output turns back between them
 };
 

@@ -8,7 +8,7 @@
 
 namespace ordvane::runfile {
 
-enum class Section { kRun, kInput, kOutput, kLabel, kGroup, kAllGroups, kCalculation };
+enum class Section { kRun, kInput, kOutput, kLabel, kGroup, kAllGroups, kCalculation, kBreakEven };
 
 struct KnownField {
   std::string_view name;

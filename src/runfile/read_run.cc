@@ -11,6 +11,7 @@
 
 #include "host/error.h"
 #include "model/combinations.h"
+#include "runfile/break_evens.h"
 #include "runfile/cell_address.h"
 #include "runfile/description.h"
 #include "runfile/json_file.h"
@@ -174,6 +175,22 @@ constexpr auto kInputFields = std::to_array<Field<Input>>({
     {"high", false, [](const JsonValue& v, Input& input) { input.high = v.number(); }},
 });
 
+constexpr auto kBreakEvenFields = std::to_array<Field<BreakEven>>({
+    {"input", true,
+     [](const JsonValue& v, BreakEven& point) {
+       point.input = static_cast<std::size_t>(v.integer(1, kMostLong) - 1);
+     }},
+    {"value", true, [](const JsonValue& v, BreakEven& point) { point.value = v.number(); }},
+    {"result", true, [](const JsonValue& v, BreakEven& point) { point.result = number_or_null(v); }},
+});
+
+// None is a list, too.
+void read_break_evens(const JsonValue& value, Output& output) {
+  if (!value.data().is_array()) value.fail_expecting("a list");
+  auto& points = output.break_even.emplace(value.data().size());
+  for (std::size_t i = 0; i < points.size(); ++i) read_object(value.element(i), points[i]);
+}
+
 constexpr auto kOutputFields = std::to_array<Field<Output>>({
     {"rangeName", false, [](const JsonValue& v, Output& output) { output.range_name = v.text(); }},
     {"rangeIndex", false,
@@ -181,6 +198,7 @@ constexpr auto kOutputFields = std::to_array<Field<Output>>({
        output.range_index = static_cast<std::int32_t>(v.integer(1, kMostLong));
      }},
     {"target", false, [](const JsonValue& v, Output& output) { output.target = v.number(); }},
+    {"breakEven", false, read_break_evens},
 });
 
 // A group as the file writes it. One number of steps stands for all members.
@@ -268,12 +286,14 @@ struct Rules;
 
 void complete(const JsonValue&, LabelCell&) {}
 void complete(const JsonValue&, AllGroups&) {}
+void complete(const JsonValue&, BreakEven&) {}
 void complete(const JsonValue&, Calculation&) {}
 void complete(const JsonValue&, Description&) {}
 
 void complete(const JsonValue& value, Run& run) {
   if (!run.groups.empty() && !value.has("groupRecalculations"))
     value.fail("the field \"groupRecalculations\" is missing; the groups need it");
+  check_break_evens(value, run);
 }
 
 void complete(const JsonValue& value, GroupEntry& group) {
@@ -332,6 +352,8 @@ void complete(const JsonValue& value, Output& output) {
   complete_item(value, output);
   if (output.range_name.empty() != (output.range_index == 0))
     value.fail("the fields \"rangeName\" and \"rangeIndex\" are expected together");
+  if (output.break_even && !output.target)
+    value.member("breakEven").fail("is there without the field \"target\"");
 }
 
 template <>
@@ -345,6 +367,10 @@ struct Rules<Input> {
 template <>
 struct Rules<Output> {
   static constexpr auto tables = std::tie(kItemFields, kOutputFields);
+};
+template <>
+struct Rules<BreakEven> {
+  static constexpr auto tables = std::tie(kBreakEvenFields);
 };
 template <>
 struct Rules<GroupEntry> {
@@ -559,6 +585,8 @@ std::vector<KnownField> known_fields(Section section) {
       return fields_of<AllGroups>();
     case Section::kCalculation:
       return fields_of<Calculation>();
+    case Section::kBreakEven:
+      return fields_of<BreakEven>();
   }
   return {};
 }

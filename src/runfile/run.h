@@ -49,10 +49,20 @@ struct Input : Item {
   std::optional<double> low, high;
 };
 
+// Where the model was asked for the value at which an output reaches its target, between two neighbouring
+// steps of an input on opposite sides of it.
+struct BreakEven {
+  std::size_t input = 0;         // zero-based, in Run::inputs
+  double value = 0;              // of the input, as near as the search came
+  std::optional<double> result;  // of the output there; none: no number
+};
+
 struct Output : Item {
   std::string range_name;        // output range it belongs to
   std::int32_t range_index = 0;  // one-based place in it; 0 for none
   std::optional<double> target;  // the value that decides; none: 0, or what a report is asked for
+  // By input and value, one for each such two steps; none: the model was not asked. With a target only.
+  std::optional<std::vector<BreakEven>> break_even;
 };
 
 // Inputs that were varied together: every combination of the members' steps was recalculated once, the last

@@ -95,6 +95,15 @@ OrderedJson calculation_json(const Calculation& calculation) {
   return json;
 }
 
+OrderedJson break_evens_json(const std::vector<BreakEven>& points) {
+  OrderedJson json = OrderedJson::array();
+  for (const BreakEven& point : points)
+    json.push_back({{"input", point.input + 1},
+                    {"value", number_json(point.value)},
+                    {"result", point.result ? number_json(*point.result) : OrderedJson(nullptr)}});
+  return json;
+}
+
 OrderedJson description_of(const Run& run, bool all_groups) {
   OrderedJson json{{"format", kFormat}, {"version", kVersion}, {"simulations", run.simulations}};
   if (run.sampling_type != 0) json["samplingType"] = run.sampling_type;
@@ -114,6 +123,7 @@ OrderedJson description_of(const Run& run, bool all_groups) {
       item["rangeIndex"] = output.range_index;
     }
     if (output.target) item["target"] = number_json(*output.target);
+    if (output.break_even) item["breakEven"] = break_evens_json(*output.break_even);
     json["outputs"].push_back(std::move(item));
   }
   if (!run.groups.empty()) json["groups"] = groups_json(run, all_groups);

@@ -19,6 +19,8 @@ using OrderedJson = nlohmann::ordered_json;
 OrderedJson description_of(const Run& run, bool all_groups = false);
 // Its field "calculation".
 OrderedJson calculation_json(const Calculation& calculation);
+// The field "breakEven" of an output.
+OrderedJson break_evens_json(const std::vector<BreakEven>& points);
 // Whole numbers without a point, as far as doubles have them all.
 OrderedJson number_json(double number);
 // The text of the run file, when the rows stand in these files. `groups`: empty for a run without.

@@ -153,10 +153,14 @@ void OrdvaneReports::Pipeline::find_selected_records() {
 
 void OrdvaneReports::Pipeline::open_report_workbook() {
   host::Application& application = session_.application();
-  const auto sheet = application.active_sheet();
-  if (!sheet) throw host::Error(host::errc::kObjectNotSet, "No sheet is active");
-  session_.sheet_columns = sheet->column_limit();
-  session_.sheet_rows = sheet->row_limit();
+  const auto take_limits = [&](const std::shared_ptr<host::Worksheet>& sheet) {
+    if (!sheet) throw host::Error(host::errc::kObjectNotSet, "No sheet is active");
+    session_.sheet_columns = sheet->column_limit();
+    session_.sheet_rows = sheet->row_limit();
+  };
+  // A sheet that is a chart has no cells to count.
+  if (!host::ignoring_errors([&] { take_limits(application.active_sheet()); }))
+    take_limits(application.workbook(inputs_(1).bookName)->worksheet(inputs_(1).sheetName));
 
   std::shared_ptr<host::Workbook> target;
   if (!owner_.ReportsInNewWorkbook() && owner_.ReportsInExistingWorkbookName == kActiveWorkbook)

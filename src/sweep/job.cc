@@ -12,6 +12,7 @@
 #include "host/error.h"
 #include "runfile/json_file.h"
 #include "runfile/write_run.h"
+#include "sweep/break_evens.h"
 #include "sweep/compiled.h"
 #include "sweep/frozen_cells.h"
 #include "sweep/sweep.h"
@@ -70,6 +71,7 @@ class Sweep {
   void compare_stored();
   void compare_stored_cell(calc::CellId cell, const Result& base);
   void verify();
+  runfile::OrderedJson break_evens(const Shard& shard);
   void compare_rows(Calculator& referee, Calculator& checked, std::vector<Recalculation> rows);
   std::string conditions(const Recalculation& recalculation) const;
   std::string difference(std::size_t output, const Recalculation& row, const Result& found,
@@ -222,6 +224,21 @@ void Sweep::verify() {
   compare_rows(*referee, *checked, std::move(rows));
 }
 
+// By output; null for one that has no target.
+runfile::OrderedJson Sweep::break_evens(const Shard& shard) {
+  phase("the values at which outputs reach their targets are looked for");
+  std::vector<std::unique_ptr<Calculator>> calculators;
+  // Starting LibreOffice again takes longer than one of it alone.
+  const auto most =
+      in_office_ ? std::size_t{1} : std::min(static_cast<std::size_t>(threads_of(job_)), plan_.inputs.size());
+  while (calculators.size() < most) calculators.push_back(make());
+  runfile::OrderedJson json = runfile::OrderedJson::array();
+  for (const auto& points : find_break_evens(plan_, shard, calculators, job_.office.cancelled))
+    json.push_back(points ? runfile::break_evens_json(*points) : runfile::OrderedJson());
+  spare_ = std::move(calculators.front());
+  return json;
+}
+
 // --- the run ----------------------------------------------------------------------------------------------
 
 Outcome Sweep::run() {
@@ -237,10 +254,11 @@ Outcome Sweep::run() {
   const std::filesystem::path file = part_file(job_.run, shard);
   Outcome outcome;
   {
-    PartWriter part(file, header, shape_, job_.overwrite, [&] {
+    PartWriter part(file, header, shape_, job_.overwrite, [&](PartHeader& first_line) {
       compare_stored();
       verify();
-      return runfile::calculation_json(calculation_);
+      first_line.calculation = runfile::calculation_json(calculation_);
+      if (has_targets(plan_)) first_line.break_evens = break_evens(shard);
     });
     const std::int64_t there = part.done();
     SweepOptions options;

@@ -35,7 +35,7 @@ std::string header_text(const PartHeader& header) {
                          {"total", header.total},     {"workbook", header.workbook},
                          {"whatIf", header.what_if},  {"engine", header.engine},
                          {"now", header.now},         {"calculation", header.calculation},
-                         {"run", header.run}};
+                         {"run", header.run},         {"breakEvens", header.break_evens}};
   return json.dump() + "\n";
 }
 
@@ -53,6 +53,7 @@ std::optional<PartHeader> read_header(std::string_view line) {
     header.now = json.at("now").get<std::string>();
     header.calculation = std::move(json.at("calculation"));
     header.run = std::move(json.at("run"));
+    header.break_evens = std::move(json.at("breakEvens"));
     if (header.shard.part < 1 || header.shard.part > header.shard.parts) return std::nullopt;
     return header;
   } catch (const OrderedJson::exception&) {
@@ -198,7 +199,7 @@ Shape shape_of(const runfile::Run& run) {
 // --- writing ----------------------------------------------------------------------------------------------
 
 PartWriter::PartWriter(const std::filesystem::path& file, PartHeader header, const Shape& shape, bool anew,
-                       const MakeCalculation& calculation)
+                       const Complete& complete)
     : path_(file) {
   open();
   try {
@@ -207,7 +208,7 @@ PartWriter::PartWriter(const std::filesystem::path& file, PartHeader header, con
     if (::ftruncate(file_, end) != 0 || ::lseek(file_, 0, SEEK_END) < 0)
       fail("cannot be written: " + text::system_reason(errno));
     if (end > 0) return;
-    header.calculation = calculation();
+    complete(header);
     append(header_text(header), 0);
   } catch (...) {
     ::close(file_);
@@ -353,6 +354,15 @@ void copy_bytes(const Part& part, std::int64_t begin, std::int64_t end, const xl
   }
 }
 
+// Each part has looked for those of its own inputs, which stand in the order of the parts.
+void add_break_evens(const Part& part, std::size_t output, OrderedJson& item) {
+  const OrderedJson& found = part.header.break_evens;
+  if (!found.is_array() || output >= found.size() || !found[output].is_array()) return;
+  OrderedJson& all = item["breakEven"];
+  if (all.is_null()) all = OrderedJson::array();
+  all.insert(all.end(), found[output].begin(), found[output].end());
+}
+
 }  // namespace
 
 void merge_parts(const std::vector<std::filesystem::path>& files, const std::filesystem::path& run,
@@ -372,6 +382,8 @@ void merge_parts(const std::vector<std::filesystem::path>& files, const std::fil
   for (Part& part : parts) find_rows(part, shape);
   runfile::OrderedJson whole = header.run;
   if (!header.calculation.is_null()) whole["calculation"] = header.calculation;
+  for (std::size_t output = 0; output < outputs; ++output)
+    for (const Part& part : parts) add_break_evens(part, output, whole["outputs"][output]);
   RunRows rows;
   rows.singles = [&](const xlsx::WritePiece& write) {
     write(runfile::rows_header(outputs));

@@ -31,6 +31,8 @@ struct PartHeader {
   std::string workbook, what_if, engine;
   std::string now;  // where the model's clock stands; empty: it reads none
   runfile::OrderedJson run, calculation;
+  // By output, the field "breakEven" as far as this part has looked for it; null: it is not to be looked for.
+  runfile::OrderedJson break_evens;
 };
 
 // A hash of bytes, for telling files apart that differ by accident.
@@ -54,12 +56,12 @@ Shape shape_of(const runfile::Run& run);
 class PartWriter {
  public:
   // Goes on where the rows that are there end; a last one that is torn is cut off. `anew`: whatever is there
-  // goes. `calculation` is asked for the run's field of that name when the first line is written. Throws
-  // host::Error for a file that cannot be used: one that another process is writing, or that was begun with
-  // another workbook, definition or engine.
-  using MakeCalculation = std::function<runfile::OrderedJson()>;
+  // goes. `complete` adds what is not known before the first line is written, `calculation` and
+  // `break_evens`. Throws host::Error for a file that cannot be used: one that another process is writing, or
+  // that was begun with another workbook, definition or engine.
+  using Complete = std::function<void(PartHeader& header)>;
   PartWriter(const std::filesystem::path& file, PartHeader header, const Shape& shape, bool anew,
-             const MakeCalculation& calculation);
+             const Complete& complete);
   ~PartWriter();
   PartWriter(const PartWriter&) = delete;
   PartWriter& operator=(const PartWriter&) = delete;

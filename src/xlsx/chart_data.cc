@@ -16,12 +16,6 @@ using host::CellValue;
 using office::BookModel;
 using office::SeriesData;
 
-const office::SheetModel* find_sheet(const BookModel& book, const std::string& name) {
-  const auto found = std::find_if(book.sheets.begin(), book.sheets.end(),
-                                  [&](const auto& sheet) { return unicode::same_name(sheet->name, name); });
-  return found == book.sheets.end() ? nullptr : found->get();
-}
-
 struct Source {
   std::string formula;        // empty: constants
   std::string number_format;  // of the first number
@@ -56,14 +50,14 @@ void take(const BookModel& book, const office::RowBand& band, const office::Area
   }
 }
 
-Source source_of(const BookModel& book, const SeriesData& data) {
+Source source_of(const SheetsByName& sheets, const SeriesData& data) {
   if (data.sheet.empty()) return {"", "", data.constants};
-  const office::SheetModel* sheet = find_sheet(book, data.sheet);
+  const office::SheetModel* sheet = sheets.find(data.sheet);
   if (sheet == nullptr) return {"#REF!", "", {}};
   const auto cells = static_cast<std::size_t>(data.area.rows) * static_cast<std::size_t>(data.area.columns);
   Source source{office::quoted_sheet_name(sheet->name) + "!" + office::area_name(data.area, true), "",
                 std::vector<CellValue>(cells)};
-  for (const office::RowBand& band : sheet->bands) take(book, band, data.area, source);
+  for (const office::RowBand& band : sheet->bands) take(sheets.book(), band, data.area, source);
   return source;
 }
 
@@ -133,16 +127,16 @@ bool is_given(const SeriesData& data) {
 
 }  // namespace
 
-void number_source(Xml& xml, const char* tag, const BookModel& book, const SeriesData& data) {
+void number_source(Xml& xml, const char* tag, const SheetsByName& sheets, const SeriesData& data) {
   if (!is_given(data)) return;
   xml.start(tag);
-  number_elements(xml, source_of(book, data));
+  number_elements(xml, source_of(sheets, data));
   xml.end();
 }
 
-void category_source(Xml& xml, const char* tag, const BookModel& book, const SeriesData& data) {
+void category_source(Xml& xml, const char* tag, const SheetsByName& sheets, const SeriesData& data) {
   if (!is_given(data)) return;
-  const Source source = source_of(book, data);
+  const Source source = source_of(sheets, data);
   const bool has_text = std::any_of(source.values.begin(), source.values.end(),
                                     [](const CellValue& value) { return value.kind == CellKind::kText; });
   xml.start(tag);

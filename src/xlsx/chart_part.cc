@@ -57,22 +57,22 @@ void axis_ids(Xml& xml, AxisGroup group) {
   xml.val("c:axId", axis_id(group, AxisType::kCategory)).val("c:axId", axis_id(group, AxisType::kValue));
 }
 
-void bar_plot(Xml& xml, const office::BookModel& book, const ChartModel& chart, const PlotGroup& plot) {
+void bar_plot(Xml& xml, const SheetsByName& sheets, const ChartModel& chart, const PlotGroup& plot) {
   const bool beside = chart.series[plot.series.front()]->kind == host::ChartKind::kBarClustered;
   xml.start("c:barChart")
       .val("c:barDir", "bar")
       .val("c:grouping", beside ? "clustered" : "stacked")
       .val("c:varyColors", false);
-  for (const std::size_t i : plot.series) bar_series(xml, book, *chart.series[i], i);
+  for (const std::size_t i : plot.series) bar_series(xml, sheets, *chart.series[i], i);
   xml.val("c:gapWidth", std::clamp(chart.gap_width, 0, 500))
       .val("c:overlap", std::clamp(chart.overlap, -100, 100));
   axis_ids(xml, plot.axes);
   xml.end();
 }
 
-void scatter_plot(Xml& xml, const office::BookModel& book, const ChartModel& chart, const PlotGroup& plot) {
+void scatter_plot(Xml& xml, const SheetsByName& sheets, const ChartModel& chart, const PlotGroup& plot) {
   xml.start("c:scatterChart").val("c:scatterStyle", "lineMarker").val("c:varyColors", false);
-  for (const std::size_t i : plot.series) scatter_series(xml, book, *chart.series[i], i);
+  for (const std::size_t i : plot.series) scatter_series(xml, sheets, *chart.series[i], i);
   axis_ids(xml, plot.axes);
   xml.end();
 }
@@ -91,11 +91,11 @@ void plot_layout(Xml& xml, const ChartModel& chart) {
   }
 }
 
-void plot_area(Xml& xml, const office::BookModel& book, const ChartModel& chart) {
+void plot_area(Xml& xml, const SheetsByName& sheets, const ChartModel& chart) {
   const std::vector<PlotGroup> groups = plot_groups(chart);
   xml.start("c:plotArea");
   plot_layout(xml, chart);
-  for (const PlotGroup& plot : groups) (plot.bars ? bar_plot : scatter_plot)(xml, book, chart, plot);
+  for (const PlotGroup& plot : groups) (plot.bars ? bar_plot : scatter_plot)(xml, sheets, chart, plot);
   for (std::size_t i = 0; i < groups.size(); ++i)
     if (i == 0 || groups[i].axes != groups[i - 1].axes) axes(xml, chart, groups[i].axes, groups[i].bars);
   shape_properties(xml, chart.plot.fill ? &*chart.plot.fill : nullptr,
@@ -150,8 +150,7 @@ void chart_area(Xml& xml, const ChartModel& chart) {
 
 }  // namespace
 
-std::string chart_part(const office::BookModel& book, const ChartModel& chart,
-                       const std::string& user_shapes) {
+std::string chart_part(const SheetsByName& sheets, const ChartModel& chart, const std::string& user_shapes) {
   std::string part;
   Xml xml(part);
   xml.declaration().start("c:chartSpace");
@@ -159,7 +158,7 @@ std::string chart_part(const office::BookModel& book, const ChartModel& chart,
   xml.val("c:date1904", false).val("c:roundedCorners", false);
   xml.start("c:chart");
   chart_title(xml, chart);
-  plot_area(xml, book, chart);
+  plot_area(xml, sheets, chart);
   legend(xml, chart);
   xml.val("c:plotVisOnly", chart.plot_visible_only);
   xml.val("c:dispBlanksAs", blank_cells(chart.blank_cells)).end();

@@ -154,28 +154,27 @@ void labels(Xml& xml, const SeriesModel& series, bool bar) {
 
 }  // namespace
 
-void bar_series(Xml& xml, const office::BookModel& book, const SeriesModel& series, std::size_t position) {
+void bar_series(Xml& xml, const SheetsByName& sheets, const SeriesModel& series, std::size_t position) {
   xml.start("c:ser");
   head(xml, series, position);
   shape_properties(xml, series.fill ? &*series.fill : nullptr, series.line ? &*series.line : nullptr);
   xml.val("c:invertIfNegative", false);
   bar_points(xml, series);
   labels(xml, series, true);
-  category_source(xml, "c:cat", book, series.x_values);
-  number_source(xml, "c:val", book, series.values);
+  category_source(xml, "c:cat", sheets, series.x_values);
+  number_source(xml, "c:val", sheets, series.values);
   xml.end();
 }
 
-void scatter_series(Xml& xml, const office::BookModel& book, const SeriesModel& series,
-                    std::size_t position) {
+void scatter_series(Xml& xml, const SheetsByName& sheets, const SeriesModel& series, std::size_t position) {
   xml.start("c:ser");
   head(xml, series, position);
   shape_properties(xml, nullptr, line_of(series));
   series_marker(xml, series);
   points(xml, series);
   labels(xml, series, false);
-  number_source(xml, "c:xVal", book, series.x_values);
-  number_source(xml, "c:yVal", book, series.values);
+  number_source(xml, "c:xVal", sheets, series.x_values);
+  number_source(xml, "c:yVal", sheets, series.values);
   xml.val("c:smooth", false);
   xml.end();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "office/book.h"
+#include "xlsx/sheets_by_name.h"
 #include "xlsx/xml.h"
 
 namespace ordvane::xlsx {
@@ -11,9 +12,9 @@ inline bool is_bar(host::ChartKind kind) {
 }
 
 // `position`: of the series in its chart, from 0.
-void bar_series(Xml& xml, const office::BookModel& book, const office::SeriesModel& series,
+void bar_series(Xml& xml, const SheetsByName& sheets, const office::SeriesModel& series,
                 std::size_t position);
-void scatter_series(Xml& xml, const office::BookModel& book, const office::SeriesModel& series,
+void scatter_series(Xml& xml, const SheetsByName& sheets, const office::SeriesModel& series,
                     std::size_t position);
 
 }  // namespace ordvane::xlsx

@@ -183,7 +183,7 @@ class Grafting {
         place.frame.code_name = value_behind(old.substr(0, old.find("<sheetData")), "sheetPr", "codeName");
         place.frame.selected = sheet.place == shown;
       }
-      add_sheet_parts(book_, sheet.position, place, names_, new_parts_);
+      add_sheet_parts(by_name_, sheet.position, place, names_, new_parts_);
     }
     bool has_notes_type = package_.content_type("a.vml") == office_type("vmlDrawing");
     for (const Part& part : new_parts_) {
@@ -412,6 +412,7 @@ class Grafting {
   ExistingWorkbook& existing_;
   PackageReader& package_;
   const office::BookModel& book_;
+  const SheetsByName by_name_{book_};
   const SaveOptions& options_;
   const XmlText workbook_, relationships_, types_;
   const std::vector<PartLink> links_;  // of the workbook

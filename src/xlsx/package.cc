@@ -66,7 +66,7 @@ class PartList {
     SheetPlace place{"xl/" + sheet_file(position), {}, position + 1};
     place.frame.selected = position == std::min(book_.active_sheet, book_.sheets.size() - 1);
     place.frame.texts = &texts_;
-    add_sheet_parts(book_, position, place, names_, parts_);
+    add_sheet_parts(by_name_, position, place, names_, parts_);
   }
 
   // First in the package, as readers expect.
@@ -80,6 +80,7 @@ class PartList {
   }
 
   const office::BookModel& book_;
+  const SheetsByName by_name_{book_};
   const SharedTexts& texts_;
   std::vector<Part> parts_;
   PartNames names_;

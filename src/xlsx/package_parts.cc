@@ -25,8 +25,12 @@ std::string reference(const std::string& from, const std::string& to) {
 // The parts of one sheet.
 class SheetParts {
  public:
-  SheetParts(const office::BookModel& book, std::size_t position, PartNames& names, std::vector<Part>& parts)
-      : book_(book), sheet_(*book.sheets[position]), position_(position), names_(names), parts_(parts) {}
+  SheetParts(const SheetsByName& sheets, std::size_t position, PartNames& names, std::vector<Part>& parts)
+      : sheets_(sheets),
+        sheet_(*sheets.book().sheets[position]),
+        position_(position),
+        names_(names),
+        parts_(parts) {}
 
   void add(const SheetPlace& place) {
     SheetFrame frame = place.frame;
@@ -41,7 +45,7 @@ class SheetParts {
       frame.legacy_drawing = relationship_id(list.size());
       add_notes(place, list);
     }
-    parts_[sheet].pieces = sheet_pieces(book_, position_, frame);
+    parts_[sheet].pieces = sheet_pieces(sheets_.book(), position_, frame);
     if (!list.empty()) add_relationships(place.name, std::move(list));
   }
 
@@ -79,7 +83,7 @@ class SheetParts {
     std::string name = names_.next("xl/charts/chart", ".xml");
     const std::string user_shapes = chart.text_boxes.empty() ? "" : relationship_id(0);
     add(name, office_type("drawingml.chart"),
-        [this_book = &book_, &chart, user_shapes] { return chart_part(*this_book, chart, user_shapes); });
+        [all = &sheets_, &chart, user_shapes] { return chart_part(*all, chart, user_shapes); });
     if (chart.text_boxes.empty()) return name;
     const std::string drawing = names_.next("xl/drawings/drawing", ".xml");
     add_relationships(name, {{"chartUserShapes", reference(name, drawing)}});
@@ -87,7 +91,7 @@ class SheetParts {
     return name;
   }
 
-  const office::BookModel& book_;
+  const SheetsByName& sheets_;
   const office::SheetModel& sheet_;
   const std::size_t position_;
   PartNames& names_;
@@ -208,9 +212,9 @@ std::string PartNames::next(const std::string& stem, const std::string& ending) 
   return name;
 }
 
-void add_sheet_parts(const office::BookModel& book, std::size_t position, const SheetPlace& place,
+void add_sheet_parts(const SheetsByName& sheets, std::size_t position, const SheetPlace& place,
                      PartNames& names, std::vector<Part>& parts) {
-  SheetParts(book, position, names, parts).add(place);
+  SheetParts(sheets, position, names, parts).add(place);
 }
 
 std::vector<ArchiveEntry> compressed(const std::vector<Part>& parts, const SaveOptions& options) {

@@ -45,7 +45,7 @@ struct SheetPlace {
   std::size_t note_numbers = 1;  // keeps the ids of its notes' boxes apart from those of other sheets
 };
 // The part of the sheet at `position`, its relationships, drawing, charts and notes.
-void add_sheet_parts(const office::BookModel& book, std::size_t position, const SheetPlace& place,
+void add_sheet_parts(const SheetsByName& sheets, std::size_t position, const SheetPlace& place,
                      PartNames& names, std::vector<Part>& parts);
 
 // Throws errc::kUserCancelled when the options' question is answered with yes.

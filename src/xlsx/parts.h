@@ -14,6 +14,7 @@
 #include "office/book.h"
 #include "xlsx/grid.h"
 #include "xlsx/shared_texts.h"
+#include "xlsx/sheets_by_name.h"
 #include "xlsx/xml.h"
 
 namespace ordvane::xlsx {
@@ -85,7 +86,7 @@ std::string notes_drawing_part(const office::SheetModel& sheet, std::size_t numb
 // The frames of the charts; their relationship ids are rId1 to rIdN.
 std::string drawing_part(const office::SheetModel& sheet);
 // `user_shapes`: relationship id of the text boxes; empty: none.
-std::string chart_part(const office::BookModel& book, const office::ChartModel& chart,
+std::string chart_part(const SheetsByName& sheets, const office::ChartModel& chart,
                        const std::string& user_shapes);
 std::string user_shapes_part(const office::ChartModel& chart);
 

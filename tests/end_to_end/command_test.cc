@@ -363,12 +363,13 @@ TEST_F(Command, ShowAnswersProgramsInFull) {
             "output,outputSheet,outputCell,base,rank,input,inputSheet,inputCell,low,high,swing,lowChange,"
             "highChange,"
             "inputAtLow,inputAtHigh,steps,failed,moves,leavesOutBase,"
-            "share,cumulativeShare,downside,upside,elasticity,arcElasticity,breakEven,peakAt,valleyAt,bend\n"
+            "share,cumulativeShare,downside,upside,elasticity,arcElasticity,breakEven,peakAt,valleyAt,bend,"
+            "passesAt\n"
             "Margin \u00e4,My "
             "plan,C14,0.25,1,Price,Plan,B1,0.2,0.25,0.04999999999999999,-0.19999999999999996,0,8,10,3,1,true,"
-            "false,1,1,-0.04999999999999999,0,0.9999999999999998,0.9999999999999998,,,,0\n"
+            "false,1,1,-0.04999999999999999,0,0.9999999999999998,0.9999999999999998,,,,0,\n"
             "Margin \u00e4,My plan,C14,0.25,2,\"Volume, "
-            "monthly\",Plan,B2,0.25,0.25,0,0,0,,,2,0,false,false,0,1,0,0,0,0,,,,\n");
+            "monthly\",Plan,B2,0.25,0.25,0,0,0,,,2,0,false,false,0,1,0,0,0,0,,,,,\n");
   const auto json = nlohmann::json::parse(run({"show", "m.run.json", "--json"}).out);
   EXPECT_EQ(json["outputs"].size(), 3U);
   EXPECT_FALSE(json["outputs"][0].contains("groups"));

@@ -186,18 +186,24 @@ def near(value):
 Answers = collections.namedtuple("Answers", "share cumulative down up elasticity arc roots turns bend failed")
 
 
-def roots_of(points, target):
-    """Where the points, None for a failed one, reach the target: those on it, and between neighbours on both sides."""
+def roots_of(points, target, asked=None):
+    """Where the points, None for a failed one, reach the target: those on it, and between neighbours on both sides.
+    Each with whether a step stands there, and whether it is the answer of the model. `asked`: those, all of them."""
     size = max([abs(target)] + [abs(point[1]) for point in points if point])
     side = [point and (0 if abs(point[1] - target) <= 1e-12 * size else math.copysign(1, point[1] - target)) for point in points]
     side = [None] + side + [None]
     roots = []
     for here, point in enumerate(points, start=1):
         if side[here] == 0 and not side[here - 1] == side[here + 1] == 0:
-            roots.append((point[0], True))
+            roots.append((point[0], True, False))
         if side[here] and side[here + 1] == -side[here]:
             (x, y), (to_x, to_y) = point, points[here]
-            roots.append((x + (to_x - x) * ((target - y) / (to_y - y)), False))
+            if asked is None:
+                roots.append((x + (to_x - x) * ((target - y) / (to_y - y)), False, False))
+                continue
+            answer = next(answer for answer in asked if x <= answer["value"] <= to_x)
+            if answer["result"] is not None and abs(answer["result"] - target) <= 1e-6 * abs(to_y - y):
+                roots.append((answer["value"], False, True))
     return roots
 
 
@@ -248,6 +254,14 @@ def turns_and_bend(points):
     return turns, max((distance for distance in distances if distance > rounding), default=0) / swing
 
 
+def target_of(run, item, i):
+    """What the output is to reach, and what the model answered about the input, where it was asked for that target."""
+    own = item.get("target", 0)
+    if "breakEven" not in item or run.target not in (None, own):
+        return own if run.target is None else run.target, None
+    return own, [answer for answer in item["breakEven"] if answer["input"] == i + 1]
+
+
 def answers_of(run, values, output, effects, ranks, facts):
     item, of_inputs = run.outputs[output], []
     widest = max((difference(effect.high, effect.low) for effect in effects), default=0)
@@ -272,7 +286,7 @@ def answers_of(run, values, output, effects, ranks, facts):
             max(difference(effect.high, item["base"]), 0) if has_base else None,
             None if dates else elasticity_of(with_failed, run.inputs[i]["base"], item["base"]),
             arc_of(points) if len(points) > 1 and not dates else None,
-            [] if facts[i].idle else roots_of(every, run.target if run.target is not None else item.get("target", 0)), turns, bend, failed))
+            [] if facts[i].idle else roots_of(every, *target_of(run, item, i)), turns, bend, failed))
     return of_inputs
 
 
@@ -282,7 +296,7 @@ def one_of(values):
 
 
 def answer_cells(answers, fields):
-    return [answers.failed if field == "failed" else one_of([x for x, _ in answers.roots]) if field == "roots"
+    return [answers.failed if field == "failed" else one_of([root[0] for root in answers.roots]) if field == "roots"
             else one_of(answers.turns) if field == "turns"
             else NOTHING if getattr(answers, field) is None else near(getattr(answers, field)) for field in fields]
 
@@ -806,8 +820,8 @@ class Comparison:
             fields = "share cumulativeShare downside upside elasticity arcElasticity bend".split()
             self.cell(f"{where} {effect['cell']} answers", [effect[field] for field in fields],
                       list(map(near, [*answers[:6], answers.bend])))
-            self.cell(f"{where} {effect['cell']} break-even", [[root["input"], root["calculated"]] for root in effect["breakEven"]],
-                      [[Near(x), calculated] for x, calculated in answers.roots])
+            self.cell(f"{where} {effect['cell']} break-even", [[root["input"], root["calculated"], root["refined"]] for root in effect["breakEven"]],
+                      [[Near(x), *how] for x, *how in answers.roots])
             self.cell(f"{where} {effect['cell']} turns", [effect[field]["input"] for field in ("peak", "valley") if effect[field]],
                       answers.turns)
         for group in output.get("groups", []):
@@ -972,7 +986,7 @@ class Comparison:
 
     def marks(self, sheet, result, found, roots, target, percent):
         """Charts mark where the output is at its target."""
-        expected = [[(change(x, base), change(target, result.base)) if percent else (x, target) for x, _ in each]
+        expected = [[(change(x, base), change(target, result.base)) if percent else (x, target) for x, *_ in each]
                     for base, each in roots if each]
         expected = [[(Near(x), Near(y)) for x, y in line] for line in expected]
         self.compared += 1

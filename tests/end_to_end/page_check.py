@@ -8,6 +8,7 @@ exits with 1 when there is one, with 77 when what it needs is not on this machin
 """
 
 import base64
+import itertools
 import json
 import os
 import pathlib
@@ -229,6 +230,41 @@ def pointer_and_keyboard(browser, folder):
     yield from browser.complaints()
 
 
+def changed(folder):
+    """The run, with a base value and the swings of an input that are others."""
+    now = json.loads(RUN.read_text())
+    now["inputs"][0]["base"] *= 2
+    now["outputs"][0]["base"] *= 0.5
+    lines = RUN.with_suffix(".csv").read_text().splitlines()
+    cells = [line.split(",") for line in lines]
+    for row in cells[1:]:
+        if row[1] == "7":
+            row[4] = str(float(row[4]) * 1.5)
+    (folder / "now.run.csv").write_text("\n".join(map(",".join, cells)) + "\n")
+    now = {name: value for name, value in now.items() if not name.startswith("group")} | {"recalculations": "now.run.csv"}
+    (folder / "now.run.json").write_text(json.dumps(now))
+    return folder / "now.run.json"
+
+
+def compared(browser, folder):
+    """A page of two runs, in every language: its figures are those of `diff --json`, and it runs no script."""
+    diff = [ORDVANE, "diff", RUN, changed(folder)]
+    told = json.loads(subprocess.run([*diff, "--json"], check=True, capture_output=True).stdout)["outputs"][0]
+    for language in LANGUAGES:
+        page = folder / f"diff-{language}.html"
+        subprocess.run([*diff, "-o", page, "--language", language, "--overwrite"], check=True, capture_output=True)
+        browser.open(page)
+        bars = browser.run("[...document.querySelectorAll('.pairs .before, .pairs .bar')].map((b) => b.width.baseVal.value)")[2:]
+        swings = [input[field] for input in told["inputs"] for field in ("swingBefore", "swing")]
+        scale = max(bars) / max(swings)
+        if len(bars) != len(swings) or any(abs(bar - swing * scale) > 0.2 for bar, swing in zip(bars, swings)):
+            yield f"{language}: the bars are {bars}, of swings {swings}"
+        names = browser.run("[...document.querySelectorAll('section tbody th')].map((h) => h.firstChild.data)")
+        yield from same(f"{language}: inputs", names, [input["name"] for input in told["inputs"]])
+        yield from same(f"{language}: scripts", browser.run("document.scripts.length"), 0)
+        yield from (f"{language}: {complaint}" for complaint in browser.complaints())
+
+
 def judged(browser, folder):
     """Of every kind of page, light and dark."""
     npm = shutil.which("npm") or skip("npm, which fetches axe-core, is not installed")
@@ -237,14 +273,16 @@ def judged(browser, folder):
     axe = folder / "npm/node_modules/axe-core/axe.min.js"
     if not axe.exists():
         skip(f"{AXE} could not be fetched")
-    page = report(folder / "page.html", "--language", "en")
-    for scheme in ("light", "dark"):
+    subprocess.run([ORDVANE, "diff", RUN, changed(folder), "-o", folder / "diff.html", "--language", "en"],
+                   check=True, capture_output=True)
+    for page, scheme in itertools.product((report(folder / "page.html", "--language", "en"), folder / "diff.html"),
+                                          ("light", "dark")):
         browser.call("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
         browser.open(page)
         browser.run("document.querySelectorAll('details').forEach((d) => (d.open = true))")
         browser.run(axe.read_text())
         for fault in browser.run("axe.run().then((r) => r.violations.map((v) => v.id + ': ' + v.nodes.map((n) => n.html).slice(0, 3)))"):
-            yield f"{scheme}: {fault}"
+            yield f"{page.name}, {scheme}: {fault}"
 
 
 def main():
@@ -261,7 +299,7 @@ def main():
                     browser.picture(out / f"{language}-print.png", width=760, media="print")
                     browser.picture(out / f"{language}-phone.png", width=390)
                 return 0
-            checks = [judged] if WHAT == "accessibility" else [figures_without_and_with_scripts, pointer_and_keyboard]
+            checks = [judged] if WHAT == "accessibility" else [figures_without_and_with_scripts, pointer_and_keyboard, compared]
             faults = [fault for check in checks for fault in check(browser, folder)]
         finally:
             browser.close()

@@ -234,13 +234,13 @@ TEST_F(Conformance, RowsTakeFormatsOfTheirOwn) {
   for (std::size_t row = 0; row < formats.size(); ++row)
     formats[row] = row % 5 == 3 ? "" : row % 2 == 0 ? "0.00%" : "0.0";
   at("B1:C120")->set_number_format("@");
-  at("B1:C120")->set_row_formats_local(formats);
+  at("B1:C120")->set_row_formats(formats);
   for (std::int32_t row = 1; row <= 120; ++row) {
     const std::string& format = formats[static_cast<std::size_t>(row - 1)];
     EXPECT_EQ(at("C" + std::to_string(row))->number_format(), format.empty() ? "General" : format) << row;
   }
   EXPECT_EQ(at("D3")->number_format(), "General");
-  EXPECT_THROW(at("B1:C119")->set_row_formats_local(formats), Error);
+  EXPECT_THROW(at("B1:C119")->set_row_formats(formats), Error);
 }
 
 TEST_F(Conformance, ColourScalesRise) {

@@ -83,12 +83,12 @@ TEST(Answers, OfOneInput) {
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.what);
     const InputAnswers answers = answers_of(Records{input_of(c.base.input, c.values, c.results, 1)},
-                                            Records{item(c.base.output)}, 1, c.target)
+                                            Records{item(c.base.output)}, 1, {c.target})
                                      .inputs.at(0);
-    ASSERT_EQ(answers.break_even.size(), c.break_even.size());
+    ASSERT_EQ(answers.break_even.reached.size(), c.break_even.size());
     for (std::size_t i = 0; i < c.break_even.size(); ++i) {
-      EXPECT_DOUBLE_EQ(answers.break_even[i].input, c.break_even[i]);
-      EXPECT_EQ(answers.break_even[i].calculated, c.calculated[i]);
+      EXPECT_DOUBLE_EQ(answers.break_even.reached[i].input, c.break_even[i]);
+      EXPECT_EQ(answers.break_even.reached[i].place == Crossing::Place::kStep, c.calculated[i]);
     }
     const auto place = [](const std::optional<StepPoint>& point) {
       return point ? std::optional(point->input) : std::nullopt;
@@ -101,12 +101,30 @@ TEST(Answers, OfOneInput) {
   }
 }
 
+// Answers of the model stand in the place of lines; what is off the target by more than calculating leaves
+// behind is a jump, and so is a value without a result.
+TEST(Answers, TellsAnswersOfTheModelFromJumps) {
+  const Records inputs{input_of(2, {1, 2, 3, 4, 5, 6}, {-1, 1, -1, 1, 1, -1}, 1)};
+  const OutputTarget asked{.value = 0,
+                           .sought = {{{0, 1.25, 1e-7}, {0, 2.5, -0.4}, {0, 3.5, kNaN}, {0, 5.5, 0}}}};
+  const OutputAnswers answers = answers_of(inputs, Records{item(1)}, 1, asked);
+  std::vector<double> reached;
+  for (const Crossing& crossing : answers.inputs[0].break_even.reached) {
+    EXPECT_EQ(crossing.place, Crossing::Place::kModel);
+    reached.push_back(crossing.input);
+  }
+  EXPECT_EQ(reached, (std::vector<double>{1.25, 5.5}));
+  EXPECT_EQ(answers.inputs[0].break_even.passed, (std::vector<double>{2.5, 3.5}));
+  EXPECT_TRUE(wanted_target(0, asked).sought);
+  EXPECT_FALSE(wanted_target(0.5, asked).sought) << "another target than the model was asked for";
+}
+
 TEST(Answers, SharesAndOrders) {
   const auto input = [](const std::vector<double>& results, std::int32_t rank) {
     return input_of(2, {1, 3}, results, rank);
   };
   const Records inputs{input({10, 13}, 2), input({6, 10}, 1), input({kNaN, kNaN}, 4), input({10, 10}, 3)};
-  const OutputAnswers answers = answers_of(inputs, Records{item(10)}, 1, 0);
+  const OutputAnswers answers = answers_of(inputs, Records{item(10)}, 1, {});
   const double kShares[] = {16.0 / 25, 9.0 / 25, 0, kNo}, kSums[] = {16.0 / 25, 1, 1, kNo};
   const double kDown[] = {-4, 0, 0, kNo}, kUp[] = {0, 3, 0, kNo};
   for (std::size_t i = 0; i < 4; ++i) {

@@ -84,7 +84,7 @@ TEST_F(Naming, EvaluatingAFunctionPutsTheFormulaBack) {
                {"1/0", host::kMissingNumber}};
   for (const auto& c : cases) {
     cell("B4")->set_formula("=6*7");
-    EXPECT_EQ(evaluate_function_value(session_, *cell("B4"), c.function), c.expected) << c.function;
+    EXPECT_EQ(BaseValues(session_).of(*cell("B4"), c.function), c.expected) << c.function;
     EXPECT_EQ(cell("B4")->formula(), "=6*7") << c.function;
   }
 }

@@ -155,7 +155,7 @@ TEST_F(Scan, BaseValuesAreComputedUnderASamplingTypeThatLeavesThem) {
   for (const std::int32_t type : {0, 1, 2}) {
     engine_->DRL4_SetSamplingType(1, type);
     engine_->calls.clear();
-    evaluate_function_value(session_, *cell, "6");
+    BaseValues(session_).of(*cell, "6");
     EXPECT_EQ(std::count(engine_->calls.begin(), engine_->calls.end(), "Engine.DRL4_SetSamplingType"),
               type == 2 ? 2 : 0)
         << type;

@@ -27,13 +27,13 @@ struct Model {
     for (const char* name : {"a", "b", "c"}) {
       const std::string number = std::to_string(inputs.size());
       auto input = test::item(name, "A" + std::to_string(inputs.size() + 1), kBase, "S" + number, "M.xlsx");
-      input.NumberFormatLocal = inputs.empty() ? "0.0" : "0";
+      input.numberFormat = inputs.empty() ? "0.0" : "0";
       inputs.push_back(input);
     }
     for (const Output& function : functions) {
       const std::string number = std::to_string(outputs.size() + 1);
       auto output = test::item("Out " + number, "B" + number, function(Values(3, kBase)), "", "");
-      output.NumberFormatLocal = "0.00";
+      output.numberFormat = "0.00";
       outputs.push_back(output);
       selected.push_back(outputs.size());
     }

@@ -321,6 +321,34 @@ TEST(ReadRun, ReadsGroupsOfInputs) {
   EXPECT_EQ(members, (std::vector<std::vector<std::size_t>>{{0, 1}, {0, 2}, {1, 2}}));
 }
 
+TEST(ReadRun, ReadsBreakEvensAndPlacesTheirMistakes) {
+  const RunFolder folder;
+  const std::string json = with(
+      with(kGroupJson, R"("cell": "A1", "base": 1, "steps": 1)", R"("cell": "A1", "base": 1, "steps": 4)"),
+      "[1,1,1,5,10]", R"([1,1,1,7,30],[1,1,2,5,10],[1,1,3,9,null],[1,1,4,6,20])");
+  const auto with_field = [&](const std::string& field) {
+    return with(json, R"("base": 6)", R"("base": 6, )" + field);
+  };
+  const std::string good = R"("target": 15, "breakEven": [ { "input": 1, "value": 5.5, "result": null } ])";
+  const auto run = folder.read(with_field(good), kGroupCsv);
+  ASSERT_TRUE(run.outputs[0].break_even);
+  EXPECT_EQ(run.outputs[0].break_even->at(0).value, 5.5);
+  EXPECT_FALSE(run.outputs[0].break_even->at(0).result);
+  const BadCase cases[] = {
+      {R"("target": 15, )", "", "outputs[0].breakEven: is there without the field \"target\""},
+      {R"("input": 1)", R"("input": 2)",
+       "outputs[0].breakEven[0]: is 5.5 of input 2; a value from 5 to 6 of input 1 is expected"},
+      {"5.5", "6.5",
+       "outputs[0].breakEven[0]: is 6.5 of input 1; a value from 5 to 6 of input 1 is expected"},
+      {R"({ "input": 1, "value": 5.5, "result": null })", "",
+       "outputs[0].breakEven: has 0 elements; 1 are expected, one for each two neighbouring steps on both "
+       "sides of the target"},
+      {R"(, "result": null)", "", "outputs[0].breakEven[0]: the field \"result\" is missing"},
+  };
+  for (const BadCase& c : cases)
+    EXPECT_THAT(folder.complaint(with_field(with(good, c.from, c.to)), kGroupCsv), HasSubstr(c.complaint));
+}
+
 TEST(ReadRun, PlacesMistakesOfGroups) {
   const RunFolder folder;
   const std::string second = R"({ "members": [1, 2, 3], "steps": 1 })";
@@ -492,7 +520,8 @@ TEST(RunFileSchema, HasTheFieldsThatTheReaderKnows) {
                                                        {Section::kLabel, "label"},
                                                        {Section::kGroup, "group"},
                                                        {Section::kAllGroups, "allGroups"},
-                                                       {Section::kCalculation, "calculation"}};
+                                                       {Section::kCalculation, "calculation"},
+                                                       {Section::kBreakEven, "breakEven"}};
   for (const auto& [section, name] : kSections) {
     const auto& definition = definitions.at(name);
     std::set<std::string> known, required, in_schema;

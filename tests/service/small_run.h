@@ -49,8 +49,12 @@ struct RunShape {
   std::vector<double> output_bases = {100, 0};
   std::vector<std::vector<double>> effects = {{1, 5, -3}, {2, 2, 0}};
   std::int32_t simulations = 1;
-  std::int32_t steps = 3;  // of every input
-  bool groups = false;     // inputs 1 and 2, and 2 and 3, together: their effects added up, and multiplied
+  std::int32_t steps = 3;                          // of every input
+  std::vector<std::string> formats = {"General"};  // of the items' cells, in turn
+  std::string more_name = {};                      // behind every name
+  bool nameless = false;
+  bool with_functions = false;  // inputs are a part of their cells' formulas
+  bool groups = false;  // inputs 1 and 2, and 2 and 3, together: their effects added up, and multiplied
 };
 
 inline void add_groups(runfile::Run& run, const RunShape& shape) {
@@ -87,6 +91,10 @@ inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
     input.cell = input.range = "B" + std::to_string(i + 2);
     input.base = 10 * static_cast<double>(i + 1);
     input.formula = std::to_string(10 * (i + 1));
+    if (shape.with_functions) {
+      input.function = "DralInput(" + input.formula + ")";
+      input.formula = "=5+" + input.function;
+    }
     input.steps = shape.steps;
     run->inputs.push_back(input);
   }
@@ -100,6 +108,13 @@ inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
     output.formula = "=SUM(Inputs!B2:B9)+" + std::to_string(o);
     run->outputs.push_back(output);
   }
+  std::size_t items = 0;
+  const auto shape_item = [&](runfile::Item& item) {
+    item.name = shape.nameless ? "" : item.name + shape.more_name;
+    item.number_format = shape.formats[items++ % shape.formats.size()];
+  };
+  for (runfile::Input& input : run->inputs) shape_item(input);
+  for (runfile::Output& output : run->outputs) shape_item(output);
   run->recalculations = std::int64_t{shape.steps} * static_cast<std::int64_t>(run->inputs.size());
   for (std::int32_t s = 0; s < shape.simulations; ++s) {
     for (const runfile::Input& input : run->inputs)

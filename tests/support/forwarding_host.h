@@ -149,7 +149,7 @@ auto Wrapper<Interface>::announced(const char* member, Call&& call) {
   X(name) X(version) X(calculation) X(set_calculation) X(screen_updating) X(set_screen_updating) \
   X(display_alerts) X(set_display_alerts) X(cursor) X(set_cursor) X(status_bar) X(set_status_bar) \
   X(active_workbook) X(active_sheet) X(active_cell) X(workbook) X(add_workbook) X(range) X(evaluate) \
-  X(calculate) X(run) X(min) X(max)
+  X(formatted) X(calculate) X(run) X(min) X(max)
 #define ORDVANE_WORKBOOK(X, ...) \
   X(name) X(multi_user_editing) X(worksheets) X(worksheet) X(add_worksheet) X(set_properties) X(activate)
 #define ORDVANE_WORKSHEET(X, Y) \
@@ -161,8 +161,8 @@ auto Wrapper<Interface>::announced(const char* member, Call&& call) {
   X(remove)
 #define ORDVANE_RANGE(X, ...) \
   X(worksheet) X(row) X(column) X(row_count) X(column_count) X(address) X(cell) X(offset) X(resize) \
-  X(value) X(set_value) X(values) X(put) X(formula) X(set_formula) X(evaluate) X(number_format) \
-  X(number_format_local) X(set_number_format) X(set_number_format_local) X(set_row_formats_local) \
+  X(value) X(set_value) X(values) X(put) X(formula) X(set_formula) X(value_with) X(evaluate) X(number_format) \
+  X(number_format_local) X(set_number_format) X(set_row_formats) \
   X(set_font) X(set_interior) X(set_border) X(add_color_scale) X(set_auto_filter) X(set_alignment) X(set_indent) X(set_wrap_text) X(locked) \
   X(set_merge) X(auto_fit_columns) X(column_width) X(set_column_width) X(set_columns_hidden) X(row_height) \
   X(set_row_height) X(left) X(top) X(width) X(height) X(add_comment) X(select) X(activate)

@@ -6,6 +6,7 @@
 #include <signal.h>
 #include <stdlib.h>
 
+#include <cmath>
 #include <fstream>
 
 #include "host/error.h"
@@ -312,6 +313,55 @@ TEST(Job, GoesOnWhereLibreOfficeIsKilled) {
   EXPECT_EQ(killed, 1);
   EXPECT_EQ(files_in(temporary.path()), 0U);
   EXPECT_TRUE(bytes_of(folder / "solar-plant.run.csv") == bytes_of(kSolarPlant + ".run.csv"));
+}
+
+// Values that every calculation of the model agrees on: roots, jumps and poles.
+TEST(Job, FindsInTheModelWhereOutputsReachTheirTargets) {
+  const test::TemporaryFolder folder;
+  test::TinyWorkbook book;
+  book.set("A1", "x").set("B1", "1").set("A2", "y").set("B2", "1").set("B4", "=B1^2*B2");
+  book.set("B5", "=IF(B1<0.3,-1,2)").set("B6", "=1/(B1-2)").set("B7", "=EXP(B1)*B2").set("B8", "=B1-B2");
+  std::ofstream(folder / "tiny.xlsx", std::ios::binary) << book.bytes();
+  Job job;
+  job.workbook = folder / "tiny.xlsx";
+  job.what_if = what_if_of(runfile::parse_json(R"({"inputs": [
+      {"cell": "B1", "low": -3, "high": 3, "steps": 4}, {"cell": "B2", "values": [9, -2, 0.5, 4]}],
+      "outputs": [{"cell": "B4", "target": 2}, {"cell": "B5", "target": 0}, {"cell": "B6", "target": 0},
+                  {"cell": "B7", "target": 5}, {"cell": "B8"}]})",
+                                               "w.json"),
+                           "w.json");
+  job.run = folder / "whole.run.json";
+  job.verify = Verify::kNone;
+  run_job(job);
+  const runfile::Run run = runfile::read_run(job.run);
+  struct {
+    std::size_t output, input;
+    double value, result;
+  } const expected[] = {{0, 0, -std::sqrt(2), 2}, {0, 0, std::sqrt(2), 2}, {0, 1, 2, 2},
+                        {1, 0, 0.3, -1},          {3, 0, std::log(5), 5},  {3, 1, 5 / std::exp(1), 5}};
+  std::vector<std::size_t> found(run.outputs.size());
+  for (const auto& e : expected) {
+    const runfile::BreakEven& point = run.outputs[e.output].break_even->at(found[e.output]++);
+    EXPECT_EQ(point.input, e.input);
+    // Comparisons take numbers for equal that differ in their last digits.
+    EXPECT_NEAR(point.value, e.value, 4e-15 * std::fabs(e.value));
+    EXPECT_NEAR(point.result.value(), e.result, 4e-15);
+  }
+  ASSERT_EQ(run.outputs[2].break_even->size(), 1U) << "a pole";
+  EXPECT_NEAR(run.outputs[2].break_even->at(0).value, 2, 1e-15);
+  EXPECT_FALSE(std::fabs(run.outputs[2].break_even->at(0).result.value_or(HUGE_VAL)) < 1e14);
+  EXPECT_FALSE(run.outputs[4].break_even) << "has no target";
+
+  std::vector<std::filesystem::path> parts;
+  job.run = folder / "parts.run.json";
+  for (std::int32_t part = 1; part <= 3; ++part) {
+    job.shard = Shard{part, 3};
+    parts.push_back(run_job(job).file);
+  }
+  merge_parts(parts, job.run, false);
+  std::string whole = bytes_of(folder / "whole.run.json");
+  whole.replace(whole.find("whole.run.csv"), 5, "parts");
+  EXPECT_EQ(bytes_of(job.run), whole);
 }
 
 using Variables = std::vector<std::pair<const char*, const char*>>;

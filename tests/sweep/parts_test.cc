@@ -66,15 +66,15 @@ class FakeCalculator : public Calculator {
 class Parts : public testing::Test {
  protected:
   PartHeader header(const Shard& shard) const {
-    PartHeader header{shard, plan_.total(), "w", hash_of(plan_), "fake 1", "2026-11-22", {}, {}};
+    PartHeader header{shard, plan_.total(), "w", hash_of(plan_), "fake 1", "2026-11-22", {}, {}, {}};
     header.run = runfile::description_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())));
     return header;
   }
   std::filesystem::path file(const Shard& shard) const { return part_file(folder_ / "m.run.json", shard); }
 
   void calculate(const Shard& shard, std::chrono::microseconds pause = {}, int threads = 2) const {
-    PartWriter part(file(shard), header(shard), shape_, false, [] {
-      return runfile::OrderedJson{{"engine", "fake"}};
+    PartWriter part(file(shard), header(shard), shape_, false, [](PartHeader& first) {
+      first.calculation = runfile::OrderedJson{{"engine", "fake"}};
     });
     SweepOptions options;
     options.threads = threads;
@@ -101,7 +101,7 @@ class Parts : public testing::Test {
   }
   std::string refusal(const PartHeader& header) const {
     try {
-      const PartWriter part(file(header.shard), header, shape_, false, [] { return runfile::OrderedJson{}; });
+      const PartWriter part(file(header.shard), header, shape_, false, [](PartHeader&) {});
       return "";
     } catch (const host::Error& error) {
       return error.description();
@@ -236,7 +236,7 @@ TEST_F(Parts, DoNotMixWithOthers) {
   std::ofstream(name(3), std::ios::binary) << "simulation,input\n";
   EXPECT_THAT(refusal(header({3, 3})), HasSubstr("is not a part of a sweep"));
 
-  const PartWriter open(name(1), header({1, 3}), shape_, false, [] { return runfile::OrderedJson{}; });
+  const PartWriter open(name(1), header({1, 3}), shape_, false, [](PartHeader&) {});
   EXPECT_THAT(refusal(header({1, 3})), HasSubstr("another sweep is writing it"));
 }
 

@@ -16,6 +16,7 @@
 
 #include "automation/com_values.h"
 #include "host/excel.h"
+#include "windows/stand_in_behaviours.h"
 
 namespace ordvane::test {
 
@@ -32,6 +33,7 @@ struct StandIn {
 
   long all_calls() const { return invokes + name_lookups; }
 
+  Behaviours behaviours;
   // What Excel remembers and host/excel.h cannot be asked for.
   bool print_communication = true;
   std::map<std::string, host::DocumentProperties> properties;  // by workbook

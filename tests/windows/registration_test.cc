@@ -116,6 +116,18 @@ TEST(RegisteredServer, ClassesAreMadeByNameOrRefused) {
   EXPECT_EQ(export_of<HRESULT WINAPI()>(server.module(), "DllUnregisterServer")(), S_OK);
 }
 
+TEST(RegisteredServer, InstallsForOneUser) {
+  const Server server;
+  const auto install = export_of<HRESULT WINAPI(BOOL, const wchar_t*)>(server.module(), "DllInstall");
+  const std::set<std::wstring> user = classes_of(HKEY_CURRENT_USER), all = classes_of(HKEY_LOCAL_MACHINE);
+  EXPECT_EQ(install(TRUE, L"user"), S_OK);
+  EXPECT_NE(classes_of(HKEY_CURRENT_USER), user);
+  EXPECT_EQ(classes_of(HKEY_LOCAL_MACHINE), all);
+  EXPECT_EQ(install(FALSE, L"USER"), S_OK);
+  EXPECT_EQ(classes_of(HKEY_CURRENT_USER), user);
+  EXPECT_EQ(install(TRUE, L"machine"), E_INVALIDARG);
+}
+
 TEST(RegisteredServer, RefusesAggregationAndUnknownClasses) {
   const Server server;
   ComPtr<IClassFactory> factory;

@@ -8,10 +8,12 @@
 #include <map>
 #include <string>
 
+#include "automation/com_values.h"
 #include "windows/late_binding.h"
-#include "windows/server_under_test.h"
 
 namespace ordvane::test {
+
+using automation::ComPtr;
 
 // Objects that the script finds under their names.
 using ScriptObjects = std::map<std::wstring, IDispatch*>;

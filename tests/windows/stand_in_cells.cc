@@ -1,8 +1,10 @@
 // The stand-in's Application, workbooks, sheets and ranges.
 #include <algorithm>
+#include <cmath>
 
 #include "automation/cell_variants.h"
 #include "office/address.h"
+#include "text/utf16.h"
 #include "windows/stand_in_targets.h"
 
 namespace ordvane::test {
@@ -14,6 +16,7 @@ using host::CellValue;
 
 constexpr std::int32_t kXlWBATWorksheet = -4167;
 constexpr std::int32_t kXlA1 = 1;
+constexpr int kXlPageLayoutView = 3;
 
 struct ApplicationTarget {};
 struct WorkbooksTarget {};
@@ -59,6 +62,7 @@ struct CriterionTarget {
     scale->changed();
   }
 };
+struct ChartSheetTarget {};
 struct BreaksTarget {
   std::shared_ptr<host::Worksheet> sheet;
   bool of_rows;
@@ -76,6 +80,7 @@ STAND_IN_INTERFACE(PropertyTarget, L"DocumentProperty")
 STAND_IN_OF(WindowsTarget, host::Workbook, book, L"Windows")
 STAND_IN_INTERFACE(WindowTarget, L"Window")
 STAND_IN_OF(WorksheetTarget, host::Worksheet, sheet, L"Worksheet")
+STAND_IN_INTERFACE(ChartSheetTarget, L"ChartSheet")
 STAND_IN_INTERFACE(PageTarget, L"PageSetup")
 STAND_IN_INTERFACE(BreaksTarget, L"PageBreaks")
 STAND_IN_OF(FormatConditionsTarget, host::Range, range, L"FormatConditions")
@@ -157,6 +162,106 @@ Variant common(host::Range& range, Read&& read) {
 bool is_plain_text(const std::string& text) {
   return (text.front() >= 'a' && text.front() <= 'z') || (text.front() >= 'A' && text.front() <= 'Z') ||
          text.front() < 0;
+}
+
+// ---- Cells of the model ----
+
+Behaviours& manners(const Call& c) {
+  return c.stand_in->behaviours;
+}
+
+CellTie tie_of(const Call& c, host::Range& cell) {
+  const auto known = manners(c).ties.find(cell.address(true, true));
+  return known == manners(c).ties.end() ? CellTie::kNone : known->second;
+}
+
+bool is_protected(const Call& c, host::Range& cell) {
+  return manners(c).protected_sheets.contains(cell.worksheet()->name()) && cell.locked();
+}
+
+// Whatever is written the old way is no array afterwards, and nothing remains of what spilled.
+void write_formula(const Call& c, host::Range& cell, const std::string& formula, bool as_array) {
+  const CellTie tie = tie_of(c, cell);
+  if (is_protected(c, cell)) refuse("The cell is protected");
+  if (tie == CellTie::kPartOfArray) refuse("You cannot change part of an array");
+  if (tie != CellTie::kNone && !(as_array && tie == CellTie::kArrayFormula))
+    manners(c).ties.erase(cell.address(true, true));
+  const bool in_model = cell.worksheet()->workbook()->name() == manners(c).model;
+  if (in_model) ++manners(c).model_writes;
+  if (in_model && manners(c).events) ++manners(c).changes_heard;
+  // A column of a table takes over what one of its cells begins.
+  if (manners(c).tables.contains(cell.address(true, true))) cell.cell(2, 1)->set_formula(formula);
+  if (cell.number_format() == "@") return cell.set_value(formula);
+  cell.set_formula(formula);
+  if (in_model && manners(c).formats_formulas && formula.starts_with("=") &&
+      cell.number_format() == "General")
+    cell.set_number_format("$#,##0.00");
+}
+
+// A formula holds no text of more than 255 characters.
+void check_texts(const std::string& formula) {
+  constexpr std::int32_t kLongest = 255;
+  if (!formula.starts_with("=")) return;
+  for (std::size_t open = formula.find('"'); open != std::string::npos;) {
+    std::size_t close = formula.find('"', open + 1);
+    while (close != std::string::npos && formula.substr(close).starts_with("\"\""))
+      close = formula.find('"', close + 2);
+    if (close == std::string::npos) return;
+    if (text::utf16_length(formula.substr(open + 1, close - open - 1)) > kLongest)
+      refuse("A text in a formula has at most 255 characters");
+    open = formula.find('"', close + 1);
+  }
+}
+
+void put_formula(const RangeTarget& t, const Call& c, const std::string& formula, bool as_array) {
+  check_texts(formula);
+  if (t.range->row_count() * t.range->column_count() > 1) return t.range->set_formula(formula);
+  write_formula(c, *t.range, formula, as_array);
+}
+
+bool is_tied(const Call& c, host::Range& cell, std::initializer_list<CellTie> ties) {
+  return std::find(ties.begin(), ties.end(), tie_of(c, cell)) != ties.end();
+}
+
+void put_format(const RangeTarget& t, const Call& c, const std::string& format) {
+  if (is_protected(c, *t.range)) refuse("The cell is protected");
+  // What no language has for a code is none in English either.
+  if (!manners(c).language->is_english()) format_in(*manners(c).language, format);
+  t.range->set_number_format(format);
+  for (const auto& area : t.more) area->set_number_format(format);
+}
+
+// As Excel numbers what it tells about a language.
+Variant international(const Call& c) {
+  const StandInLanguage& l = *manners(c).language;
+  const std::map<std::int32_t, std::string> kTold = {
+      {3, l.decimal}, {4, l.group}, {17, l.date},   {18, l.time},   {19, l.year},   {20, l.month},
+      {21, l.day},    {22, l.hour}, {23, l.minute}, {24, l.second}, {26, l.general}};
+  const auto told = kTold.find(c.whole(0));
+  if (told == kTold.end()) refuse("The stand-in does not know that of a language");
+  return told->second;
+}
+
+// Columns have some pixels beside their characters, as documented for files.
+double room_beside(double digit) {
+  return 2 * std::ceil(digit / 4) + 1;
+}
+constexpr double kPixel = 0.75;  // points
+
+double characters_shown(const Call& c, host::Range& column) {
+  const double digit = manners(c).digit_pixels;
+  if (digit == 7) return column.column_width();
+  return (column.resize(1, 1)->width() / kPixel - room_beside(digit)) / digit;
+}
+
+void put_width(const Call& c, host::Range& columns, double characters) {
+  const double digit = manners(c).digit_pixels;
+  if (digit != 7) characters = (characters * digit + room_beside(digit) - room_beside(7)) / 7;
+  columns.set_column_width(characters);
+}
+
+void require_cells(const Call& c) {
+  if (manners(c).chart_sheet_active) refuse("A chart sheet has no cells");
 }
 
 // Enters a text as if typed, which is what Excel makes of one that it is given.
@@ -257,6 +362,7 @@ void clear_notes(RangeTarget& t, const Call& c) {
 
 Variant add_workbook(const Call& c) {
   const auto book = app(c).add_workbook();
+  manners(c).chart_sheet_active = false;
   if (!c.has(0) || c.whole(0) != kXlWBATWorksheet) book->add_worksheet();  // as many as the user has set
   return make_workbook(c, book);
 }
@@ -275,6 +381,7 @@ Variant add_sheet(SheetsTarget& t, const Call& c) {
   if (c.has(0) || after == nullptr || after->sheet->name() != t.book->worksheets().back()->name())
     refuse("Sheets are added after the last one here");
   const auto added = t.book->add_worksheet();
+  manners(c).chart_sheet_active = false;
   added->activate();
   return object(c, WorksheetTarget{added});
 }
@@ -383,6 +490,7 @@ std::shared_ptr<host::Worksheet> shown(const WindowTarget& t, const Call& c) {
 }
 
 void freeze(WindowTarget& t, const Call& c, bool frozen) {
+  if (manners(c).page_layout_view) refuse("Panes do not freeze in this view");
   t.frozen = frozen;
   shown(t, c)->freeze_panes(frozen ? t.rows : 0, frozen ? t.columns : 0);
 }
@@ -393,16 +501,24 @@ Variant run_macro(const Call& c) {
 }
 
 // A reference is answered with the cells it names.
-Variant evaluate(const Call& c) {
-  const std::string formula = c.text(0);
+Variant evaluate(const Call& c, const std::shared_ptr<host::Worksheet>& sheet) {
+  std::string formula = c.text(0);
   if (formula.size() > 255) return automation::cell_variant(host::CellError::kValue, false);
+  if (!host::ignoring_errors([&] { formula = formula_from(*manners(c).language, formula); }))
+    return automation::cell_variant(host::CellError::kValue, false);
   std::shared_ptr<host::Range> cells;
-  host::ignoring_errors([&] { cells = app(c).active_sheet()->range(formula); });
+  host::ignoring_errors([&] { cells = sheet->range(formula); });
   if (cells) return make_range(c, cells);
   return automation::cell_variant(app(c).evaluate(formula), false);
 }
 
 }  // namespace
+
+std::string caption(const Call& call, const Variant& text) {
+  std::string result = text.text();
+  if (text::utf16_length(result) > manners(call).longest_caption) refuse("The text is too long");
+  return result;
+}
 
 Variant make_worksheet(const Call& call, const std::shared_ptr<host::Worksheet>& sheet) {
   return sheet ? object(call, WorksheetTarget{sheet}) : nothing();
@@ -418,7 +534,8 @@ host::Range& range_of(const VARIANT& value) {
 
 STAND_IN_TABLE(ApplicationTarget) {
   return {
-    GET(Name, app(c).name()), GET(Version, app(c).version()),
+    GET(Name, app(c).name()),
+        GET(Version, manners(c).version.empty() ? app(c).version() : manners(c).version),
         GET_PUT(Calculation, app(c).calculation(), app(c).set_calculation(as<host::Calculation>(v))),
         GET_PUT(ScreenUpdating, app(c).screen_updating(), app(c).set_screen_updating(v.truth())),
         GET_PUT(DisplayAlerts, app(c).display_alerts(), app(c).set_display_alerts(v.truth())),
@@ -428,16 +545,21 @@ STAND_IN_TABLE(ApplicationTarget) {
         GET_PUT(PrintCommunication, c.stand_in->print_communication,
                 c.stand_in->print_communication = v.truth()),
         GET(ActiveWorkbook, make_workbook(c, app(c).active_workbook())),
-        GET(ActiveSheet, make_worksheet(c, app(c).active_sheet())),
+        GET(ActiveSheet, manners(c).chart_sheet_active ? object(c, ChartSheetTarget{})
+                                                       : make_worksheet(c, app(c).active_sheet())),
         GET(ActiveCell,
             [&] {
+              require_cells(c);
               auto cell = app(c).active_cell();
               return cell ? make_range(c, std::move(cell)) : nothing();
             }()),
         GET(Workbooks, object(c, WorkbooksTarget{})),
-        GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_range(c, app(c).range(c.text(0)))),
-        METHOD(Evaluate, PARAMETERS(L"Name"), return evaluate(c)),
-        METHOD(Calculate, PARAMETERS(), app(c).calculate(); return {}),
+        GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), require_cells(c),
+               make_range(c, app(c).range(c.text(0)))),
+        GET_PUT(EnableEvents, manners(c).events, manners(c).events = v.truth()),
+        GET_OF(International, PARAMETERS(L"?Index"), international(c)),
+        METHOD(Evaluate, PARAMETERS(L"Name"), return evaluate(c, app(c).active_sheet())),
+        METHOD(Calculate, PARAMETERS(), ++manners(c).recalculations; app(c).calculate(); return {}),
         METHOD(Run, PARAMETERS(L"?Macro", L"?Arg1", L"?Arg2", L"?Arg3", L"?Arg4"), return run_macro(c)),
         GET(WorksheetFunction, object(c, FunctionsTarget{})),
   };
@@ -492,8 +614,14 @@ STAND_IN_TABLE(WindowsTarget) {
   }())};
 }
 
+STAND_IN_TABLE(ChartSheetTarget) {
+  return {GET(Name, "Chart1")};
+}
+
 STAND_IN_TABLE(WindowTarget) {
   return {
+      GET_PUT(View, manners(c).page_layout_view ? kXlPageLayoutView : 1,
+              manners(c).page_layout_view = v.whole() == kXlPageLayoutView),
       PUT(DisplayGridlines, shown(t, c)->set_display_gridlines(v.truth())),
       GET_PUT(FreezePanes, t.frozen, freeze(t, c, v.truth())),
       PUT(ScrollRow, v.whole()),
@@ -511,13 +639,15 @@ STAND_IN_TABLE(WorksheetTarget) {
         GET(Columns, make_range(c, whole(*t.sheet), Flavor::kColumns)),
         GET_OF(Range, PARAMETERS(L"Cell1", L"?Cell2"), make_areas(c, *t.sheet, c.text(0))),
         METHOD(ChartObjects, PARAMETERS(L"?Index"), return make_chart_objects(c, t.sheet)),
+        METHOD(Evaluate, PARAMETERS(L"Name"), return evaluate(c, t.sheet)),
+        GET(ProtectContents, manners(c).protected_sheets.contains(t.sheet->name())),
         // One that is there is taken away.
         PUT(AutoFilterMode, if (v.truth()) refuse("Only ranges put filters in")),
         GET(PageSetup, object(c, PageTarget{t.sheet})),
         GET(HPageBreaks, object(c, BreaksTarget{t.sheet, true})),
         GET(VPageBreaks, object(c, BreaksTarget{t.sheet, false})),
         METHOD(ResetAllPageBreaks, PARAMETERS(), reset_breaks(t, c); return {}),
-        METHOD(Activate, PARAMETERS(), t.sheet->activate(); return {}),
+        METHOD(Activate, PARAMETERS(), t.sheet->activate(); manners(c).chart_sheet_active = false; return {}),
         METHOD(Move, PARAMETERS(L"?Before", L"?After"), move_sheet(t, c); return {}),
         METHOD(Delete, PARAMETERS(), return delete_sheet(t, c)),
   };
@@ -526,7 +656,7 @@ STAND_IN_TABLE(WorksheetTarget) {
 STAND_IN_TABLE(PageTarget) {
   constexpr std::int32_t kXlLandscape = 2;
 #define PAGE(name, field, value) PUT(name, set_page(t, c, [&](host::PageSetup& page) { page.field = value; }))
-#define PAGE_TEXT(name, field) PAGE(name, field, v.text())
+#define PAGE_TEXT(name, field) PAGE(name, field, caption(c, v))
   return {
     PAGE(Orientation, landscape, v.whole() == kXlLandscape), PUT(Zoom, put_zoom(t, c, v)),
         PUT(PrintArea, put_print_area(t, c, v.text())),
@@ -571,15 +701,20 @@ STAND_IN_TABLE(RangeTarget) {
         GET(EntireColumn, make_range(c, entire(t, false), Flavor::kColumns)),
         GET_PUT(Value2, values(*t.range), put_value(*t.range, v.value())),
         GET_PUT(Value, values(*t.range), put_value(*t.range, v.value())),
-        GET_PUT(Formula, formulas(*t.range), t.range->set_formula(v.text())),
+        GET_PUT(Formula, formulas(*t.range), put_formula(t, c, v.text(), false)),
+        GET_PUT(Formula2, formulas(*t.range), put_formula(t, c, v.text(), true)),
+        GET(HasFormula, t.range->formula().starts_with("=")),
+        GET(HasArray, is_tied(c, *t.range, {CellTie::kOneCellArray, CellTie::kPartOfArray})),
+        GET(HasSpill, is_tied(c, *t.range, {CellTie::kSpills, CellTie::kSpilled})),
+        GET(ListObject,
+            manners(c).tables.contains(t.range->address(true, true)) ? make_range(c, t.range) : nothing()),
+        METHOD(Calculate, PARAMETERS(), return {}),
         GET_PUT(NumberFormat, common(*t.range, [](host::Range& r) { return r.number_format(); }),
-                t.range->set_number_format(v.text());
-                for (const auto& area
-                     : t.more) area->set_number_format(v.text())),
-        GET_PUT(NumberFormatLocal, common(*t.range, [](host::Range& r) { return r.number_format_local(); }),
-                t.range->set_number_format_local(v.text());
-                for (const auto& area
-                     : t.more) area->set_number_format_local(v.text())),
+                put_format(t, c, v.text())),
+        GET_PUT(NumberFormatLocal,
+                common(*t.range,
+                       [&](host::Range& r) { return format_in(*manners(c).language, r.number_format()); }),
+                put_format(t, c, format_from(*manners(c).language, v.text()))),
         FONT(t.range, set_font), INTERIOR(t.range, set_interior),
         GET(Borders, object(c, BordersTarget{t.range})),
         PUT(HorizontalAlignment, t.horizontal = as<host::HAlign>(v);
@@ -590,8 +725,8 @@ STAND_IN_TABLE(RangeTarget) {
         GET(Locked, common(*t.range, [](host::Range& r) { return r.locked(); })),
         PUT(MergeCells, t.range->set_merge(v.truth())),
         METHOD(AutoFit, PARAMETERS(), auto_fit(t); return true),
-        GET_PUT(ColumnWidth, common(*t.range, [](host::Range& r) { return r.column_width(); }),
-                t.range->set_column_width(v.number())),
+        GET_PUT(ColumnWidth, common(*t.range, [&](host::Range& r) { return characters_shown(c, r); }),
+                put_width(c, *t.range, v.number())),
         GET_PUT(RowHeight, common(*t.range, [](host::Range& r) { return r.row_height(); }),
                 t.range->set_row_height(v.number())),
         PUT(Hidden, hide(t, v.truth())), GET(Left, t.range->left()), GET(Top, t.range->top()),

@@ -1,4 +1,7 @@
 // The stand-in's charts.
+#include <algorithm>
+#include <array>
+
 #include "automation/cell_variants.h"
 #include "windows/stand_in_targets.h"
 
@@ -12,9 +15,13 @@ struct ChartTarget {
   std::shared_ptr<host::Chart> chart;
   bool second_category_axis = false;  // asked for; a secondary group has none by itself
 };
+// The place of its inside, in the order of Box. What lies around it is as large on every side.
 struct PlotAreaTarget {
+  enum Box { kLeft, kTop, kWidth, kHeight };
+  static constexpr double kAround = 12;
   std::shared_ptr<host::Chart> chart;
-  std::optional<double> left = {}, top = {}, width = {}, height = {};
+  std::array<double, 4> box = {60, 50, 200, 150};
+  std::array<bool, 4> said = {};
 };
 // What cannot be done with it is null.
 struct LineTarget {
@@ -82,10 +89,26 @@ STAND_IN_INTERFACE(DataLabelTarget, L"DataLabel")
 
 namespace {
 
-void set_inside(PlotAreaTarget& t, std::optional<double>& side, double points) {
-  side = points;
-  if (t.left && t.top && t.width && t.height)
-    t.chart->set_plot_area_inside(*t.left, *t.top, *t.width, *t.height);
+double around(PlotAreaTarget::Box side) {
+  return side < PlotAreaTarget::kWidth ? -PlotAreaTarget::kAround : 2 * PlotAreaTarget::kAround;
+}
+
+void set_inside(PlotAreaTarget& t, const Call& c, PlotAreaTarget::Box side, double points) {
+  const auto other = static_cast<std::size_t>((side + 2) % 4);
+  const bool across = side == PlotAreaTarget::kLeft || side == PlotAreaTarget::kWidth;
+  const auto frame = t.chart->container();
+  const double room = (across ? frame->width() : frame->height()) - t.box[other];
+  if (c.stand_in->behaviours.clamps_plot) points = std::clamp(points, 0.0, std::max(room, 0.0));
+  t.box[side] = points;
+  t.said[side] = true;
+  if (std::find(t.said.begin(), t.said.end(), false) == t.said.end())
+    t.chart->set_plot_area_inside(t.box[0], t.box[1], t.box[2], t.box[3]);
+}
+
+// Said by itself it is all that is asked for.
+void set_top(PlotAreaTarget& t, const Call& c, double points) {
+  if (!t.said[PlotAreaTarget::kLeft]) return t.chart->set_plot_area_top(points);
+  set_inside(t, c, PlotAreaTarget::kTop, points - around(PlotAreaTarget::kTop));
 }
 
 // A chart without series has neither a title nor axes.
@@ -217,7 +240,7 @@ STAND_IN_TABLE(ChartObjectTarget) {
 }
 
 STAND_IN_TABLE(ShapeRangeTarget) {
-  return {PUT(AlternativeText, t.frame->set_alternative_text(v.text()))};
+  return {PUT(AlternativeText, t.frame->set_alternative_text(caption(c, v)))};
 }
 
 STAND_IN_TABLE(ChartTarget) {
@@ -266,17 +289,25 @@ STAND_IN_TABLE(PlotAreaTarget) {
       GET(Interior,
           object(c, InteriorTarget{[chart = t.chart](const auto& i) { chart->set_plot_area_interior(i); },
                                    [chart = t.chart] { return chart->plot_area_interior_color(); }})),
-      PUT(Top, t.chart->set_plot_area_top(v.number())),
-      PUT(InsideLeft, set_inside(t, t.left, v.number())),
-      PUT(InsideTop, set_inside(t, t.top, v.number())),
-      PUT(InsideWidth, set_inside(t, t.width, v.number())),
-      PUT(InsideHeight, set_inside(t, t.height, v.number())),
+#define PLOT_SIDE(side) \
+  GET_PUT(Inside##side, t.box[PlotAreaTarget::k##side], set_inside(t, c, PlotAreaTarget::k##side, v.number()))
+#define PLOT_OUTSIDE(side)                                                        \
+  GET_PUT(side, t.box[PlotAreaTarget::k##side] + around(PlotAreaTarget::k##side), \
+          set_inside(t, c, PlotAreaTarget::k##side, v.number() - around(PlotAreaTarget::k##side)))
+      PLOT_SIDE(Left),
+      PLOT_SIDE(Top),
+      PLOT_SIDE(Width),
+      PLOT_SIDE(Height),
+      PLOT_OUTSIDE(Left),
+      PLOT_OUTSIDE(Width),
+      PLOT_OUTSIDE(Height),
+      GET_PUT(Top, t.box[PlotAreaTarget::kTop] + around(PlotAreaTarget::kTop), set_top(t, c, v.number())),
   };
 }
 
 STAND_IN_TABLE(ChartTitleTarget) {
   return {
-      PUT(Text, t.chart->set_title(v.text())),
+      PUT(Text, t.chart->set_title(caption(c, v))),
       PUT(Top, t.chart->set_title_top(v.number())),
       GET_OF(Characters, PARAMETERS(L"?Start", L"?Length"),
              object(c, CharactersTarget{nullptr,
@@ -289,7 +320,7 @@ STAND_IN_TABLE(ChartTitleTarget) {
 
 STAND_IN_TABLE(CharactersTarget) {
   return {
-    PUT(Text, if (!t.text) refuse("The text is set as a whole here"); t.text(v.text())),
+    PUT(Text, if (!t.text) refuse("The text is set as a whole here"); t.text(caption(c, v))),
         GET(Font, t.font ? object(c, FontTarget{t.font})
                          : throw host::Error(host::errc::kHostRefused, "No font here")),
   };
@@ -364,14 +395,18 @@ STAND_IN_TABLE(AxisTarget) {
 
 STAND_IN_TABLE(AxisTitleTarget) {
   return {
-      PUT(Text, t.axis->set_title(v.text())),
+      PUT(Text, t.axis->set_title(caption(c, v))),
       FONT(t.axis, set_title_font),
   };
 }
 
 STAND_IN_TABLE(TickLabelsTarget) {
   return {
-      PUT(NumberFormat, t.axis->set_tick_label_format(v.text())),
+      // Charts read the codes of the user's language here too.
+      PUT(NumberFormat,
+          t.axis->set_tick_label_format(format_from(*c.stand_in->behaviours.language, v.text()))),
+      PUT(NumberFormatLocal,
+          t.axis->set_tick_label_format(format_from(*c.stand_in->behaviours.language, v.text()))),
       FONT(t.axis, set_tick_label_font),
   };
 }
@@ -382,7 +417,7 @@ STAND_IN_TABLE(GridlinesTarget) {
 
 STAND_IN_TABLE(SeriesTarget) {
   return {
-      PUT(Name, t.series->set_name(series_name(v.text()))),
+      PUT(Name, t.series->set_name(series_name(caption(c, v)))),
       PUT(ChartType, t.series->set_kind(as<host::ChartKind>(v))),
       PUT(AxisGroup, t.series->set_axis_group(as<AxisGroup>(v))),
       PUT(Values, put_data(v, [&](auto&& data) { t.series->set_values(data); })),
@@ -417,7 +452,7 @@ STAND_IN_TABLE(PointTarget) {
 STAND_IN_TABLE(DataLabelTarget) {
   constexpr std::int32_t kXlHorizontal = -4128;
   return {
-    PUT(Text, t.label->set_text(v.text())),
+    PUT(Text, t.label->set_text(caption(c, v))),
         GET_OF(
             Characters, PARAMETERS(L"?Start", L"?Length"),
             object(c, CharactersTarget{[label = t.label](const std::string& text) { label->set_text(text); },

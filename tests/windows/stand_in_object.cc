@@ -133,7 +133,9 @@ HRESULT StandInObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, 
   if (fails_now("name of " + narrow(interface_name()) + "." + narrow(names[0]))) return kServerFault;
   std::fill(ids, ids + count, DISPID_UNKNOWN);
   const std::size_t member = find(names[0]);
-  if (member == kNone) return DISP_E_UNKNOWNNAME;
+  const auto& unknown = stand_in_->behaviours.unknown;
+  if (member == kNone || unknown.contains(narrow(interface_name()) + "." + narrow(shape(member).name)))
+    return DISP_E_UNKNOWNNAME;
   ids[0] = first_id() + static_cast<DISPID>(member);
   const auto& parameters = *shape(member).parameters;
   for (UINT i = 1; i < count; ++i) {
@@ -161,6 +163,9 @@ HRESULT StandInObject::Invoke(DISPID id, REFIID, LCID language, WORD flags, DISP
   try {
     if (fails_now(where)) refuse("Call refused by the test: " + where);
     if (member == kNone) return DISP_E_MEMBERNOTFOUND;
+    const bool puts = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+    if ((puts || shape(member).calls || !shape(member).puts) && stand_in_->behaviours.refused.contains(where))
+      refuse("Excel cannot do that now: " + where);
     if (language != kEnglish && language != LOCALE_USER_DEFAULT) return DISP_E_UNKNOWNLCID;
     return run(member, flags, *arguments, result, wrong_argument);
   } catch (const BadIndex&) {

@@ -32,6 +32,8 @@ STAND_IN_INTERFACE(InteriorTarget, L"Interior")
 STAND_IN_INTERFACE(BorderTarget, L"Border")
 STAND_IN_INTERFACE(RangeTarget, L"Range")
 
+// A text of a title, a header or the like. Excel's error 1004 for one that this version does not take.
+std::string caption(const Call& call, const Variant& text);
 Variant make_worksheet(const Call& call, const std::shared_ptr<host::Worksheet>& sheet);
 Variant make_chart_objects(const Call& call, const std::shared_ptr<host::Worksheet>& sheet);
 // Rows for the formats of what `holder` is: every property of one goes to its `member`.

@@ -7,6 +7,7 @@
 #include "support/snapshot.h"
 #include "windows/excel_stand_in.h"
 #include "windows/script.h"
+#include "windows/server_under_test.h"
 #include "windows/texts.h"
 
 namespace ordvane::test {

@@ -1,0 +1,12 @@
+# Turns the page of the report into a source file that holds its text, in pieces that every compiler takes.
+file(READ ${FILE} text)
+set(body "#include \"results.h\"\n\nnamespace ordvane::acceptance {\n\nconst char* const kReportPage =")
+string(LENGTH "${text}" length)
+set(at 0)
+while(at LESS length)
+  string(SUBSTRING "${text}" ${at} 8000 piece)
+  string(APPEND body "\n    R\"ordvane(${piece})ordvane\"")
+  math(EXPR at "${at} + 8000")
+endwhile()
+string(APPEND body ";\n\n}  // namespace ordvane::acceptance\n")
+file(WRITE ${OUTPUT} "${body}")
