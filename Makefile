@@ -11,10 +11,11 @@
 #   make reference the reference of the public headers, with Doxygen
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
+#   make fuzz MINUTES=n  damaged input for every reader, each for so long
 #   make mutants   the faults of tests/mutants put into the sources one by one: do the tests notice?
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
-.PHONY: demo test check mutants packages check-packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
+.PHONY: demo test check mutants fuzz packages check-packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
 example = examples/solar-plant/solar-plant.xlsx
@@ -106,6 +107,11 @@ tidy:
 mutants:
 	@tools/install-packages test
 	@tools/mutants
+
+MINUTES = 10
+fuzz:
+	@tools/install-packages fuzz
+	@tools/fuzz $$(($(MINUTES) * 60)) $$RANDOM
 
 clean:
 	rm -rf build out

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <new>
 #include <string>
 #include <type_traits>
 
@@ -17,11 +18,14 @@ std::string_view without_prefix(std::string_view name) {
   return name.substr(name.find(':') + 1);
 }
 
+constexpr int kDeepest = 256;  // open elements, each of which the parser remembers
+
 struct State {
   XML_Parser parser;
   XmlVisitor& visitor;
   std::exception_ptr failure;
   bool has_type_definition = false;
+  int depth = 0;
 };
 
 // Exceptions do not pass through the parser, which is C.
@@ -39,11 +43,14 @@ void guarded(void* data, const Step& step) {
 
 void on_start(void* data, const char* name, const char** attributes) {
   guarded(data, [&](XmlVisitor& visitor) {
+    if (++static_cast<State*>(data)->depth > kDeepest)
+      throw xlsx::BadPackage("it has elements within more than 256 others");
     visitor.start(without_prefix(name), XmlVisitor::Attributes(attributes));
   });
 }
 
 void on_end(void* data, const char* name) {
+  --static_cast<State*>(data)->depth;
   guarded(data, [&](XmlVisitor& visitor) { visitor.end(without_prefix(name)); });
 }
 
@@ -68,6 +75,7 @@ std::string_view XmlVisitor::Attributes::operator[](std::string_view name) const
 void visit_xml(std::string_view xml, XmlVisitor& visitor) {
   const std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> parser(
       XML_ParserCreate(nullptr), XML_ParserFree);
+  if (!parser) throw std::bad_alloc();
   State state{parser.get(), visitor, nullptr};
   XML_SetUserData(parser.get(), &state);
   XML_SetElementHandler(parser.get(), on_start, on_end);
@@ -83,6 +91,8 @@ void visit_xml(std::string_view xml, XmlVisitor& visitor) {
     if (state.failure) std::rethrow_exception(state.failure);
     if (state.has_type_definition)
       throw xlsx::BadPackage("it has a document type definition, which no workbook has");
+    if (status != XML_STATUS_OK && XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY)
+      throw std::bad_alloc();
     if (status != XML_STATUS_OK)
       throw xlsx::BadPackage(std::string(XML_ErrorString(XML_GetErrorCode(parser.get()))) + " in line " +
                              std::to_string(XML_GetCurrentLineNumber(parser.get())));

@@ -1,7 +1,6 @@
 // ordvane report: a recorded run in; a report workbook, a page or files of graphs out.
-#include <unistd.h>
-
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -17,7 +16,9 @@
 #include "embedded/report_job.h"
 #include "page/graph_files.h"
 #include "page/page.h"
+#include "text/system_reasons.h"
 #include "xlsx/existing_workbook.h"
+#include "xlsx/file_system.h"
 
 namespace ordvane::cli {
 namespace {
@@ -60,8 +61,15 @@ void check_log_folder(const std::filesystem::path& log_folder) {
   if (log_folder.empty()) return;
   if (!std::filesystem::is_directory(log_folder))
     throw BadArguments("--log: there is no folder \"" + log_folder.string() + "\"");
-  if (::access(log_folder.c_str(), W_OK | X_OK) != 0)
-    throw BadArguments("--log: files cannot be written in \"" + log_folder.string() + "\"");
+  // Only trying tells: administrators may do what the system then refuses.
+  xlsx::FileSystem& files = xlsx::real_files();
+  std::string name = (log_folder / ".ordvane-XXXXXX").string();
+  const int file = files.create(name, 0600);
+  if (file < 0)
+    throw BadArguments("--log: no file can be made in \"" + printable(log_folder.string()) +
+                       "\": " + text::system_reason(errno));
+  files.close(file);
+  files.remove(name);
 }
 
 // The folder without a separator at its end.

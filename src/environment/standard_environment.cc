@@ -11,6 +11,7 @@
 #include "environment/string_table.h"
 #include "model/decimal.h"
 #include "text/edit.h"
+#include "text/system_reasons.h"
 #include "text/utf16.h"
 
 namespace ordvane::environment {
@@ -161,8 +162,9 @@ void StandardEnvironment::remove_file(const std::string& path) {
   std::error_code not_emptied;
   if (failure) std::filesystem::resize_file(utf8_path(path), 0, not_emptied);
   if (failure && !not_emptied) return;
-  throw host::Error(host::errc::kFileNotFound, "Cannot remove '" + path + "': " +
-                                                   (failure ? failure.message() : "there is no such file"));
+  throw host::Error(
+      host::errc::kFileNotFound,
+      "Cannot remove '" + path + "': " + (failure ? text::system_reason(failure) : "there is no such file"));
 }
 
 void StandardEnvironment::append_line(const std::string& path, const std::string& line) {

@@ -1,5 +1,6 @@
 #include "ordvane/error.h"
 
+#include <filesystem>
 #include <new>
 
 #include "host/error.h"
@@ -7,6 +8,7 @@
 #include "ordvane/version.h"
 #include "runfile/run.h"
 #include "sweep/asked_model.h"
+#include "text/system_reasons.h"
 #include "xlsx/file_system.h"
 #include "xlsx/package_reader.h"
 
@@ -79,6 +81,9 @@ void rethrow_as_error() {
     throw Error(error.is_there_already() ? ErrorCode::kFileExists : ErrorCode::kFile, error.what());
   } catch (const host::Error& error) {
     throw Error(code_of(error), error.what());
+  } catch (const std::filesystem::filesystem_error& error) {
+    throw Error(ErrorCode::kFile,
+                error.path1().string() + ": cannot be used: " + text::system_reason(error.code()));
   } catch (const std::bad_alloc&) {
     throw Error(ErrorCode::kOutOfMemory, "out of memory");
   } catch (const std::exception& error) {

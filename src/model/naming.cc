@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "host/tidying_up.h"
 #include "text/edit.h"
 #include "text/utf16.h"
 
@@ -139,8 +140,8 @@ BaseValues::BaseValues(session::Session& session)
 
 BaseValues::~BaseValues() {
   if (is_sampled())
-    host::ignoring_errors([&] { session_.engine->DRL4_SetSamplingType(session_.hVars, sampling_); });
-  if (is_sampled() || tried_) host::ignoring_errors([&] { session_.application().calculate(); });
+    host::tidying_up([&] { session_.engine->DRL4_SetSamplingType(session_.hVars, sampling_); });
+  if (is_sampled() || tried_) host::tidying_up([&] { session_.application().calculate(); });
 }
 
 double BaseValues::of(host::Range& cell, const std::string& function_text) {

@@ -17,6 +17,7 @@
 #include "host/error.h"
 #include "page/charts.h"
 #include "text/edit.h"
+#include "text/system_reasons.h"
 #include "text/utf8.h"
 #include "unicode/names.h"
 #include "xlsx/whole_file.h"
@@ -149,7 +150,7 @@ std::size_t write_graphs(const std::shared_ptr<const runfile::Run>& run,
     if (folder.empty()) continue;
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    if (error) fail("cannot make the folder " + folder.string() + ": " + error.message());
+    if (error) fail("cannot make the folder " + folder.string() + ": " + text::system_reason(error));
     for (const Graph& graph : graphs) {
       if (options.cancelled && options.cancelled())
         throw host::Error(host::errc::kUserCancelled, "Cancelled");

@@ -8,6 +8,7 @@
 
 #include "runfile/run.h"
 #include "text/edit.h"
+#include "text/system_reasons.h"
 #include "text/utf8.h"
 
 namespace ordvane::runfile {
@@ -24,7 +25,7 @@ std::string read_text(const std::filesystem::path& path, const std::string& what
   if (std::filesystem::is_directory(path, error)) fail("is a folder; " + what + " is expected");
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.string().c_str(), "rb"),
                                                              &std::fclose);
-  if (!file) fail("cannot be read: " + std::generic_category().message(errno));
+  if (!file) fail("cannot be read: " + text::system_reason(errno));
   std::string text;
   constexpr std::size_t kBlock = 1 << 16;
   for (;;) {
@@ -36,7 +37,7 @@ std::string read_text(const std::filesystem::path& path, const std::string& what
     if (text.size() > kLargestFile)
       fail("is larger than 1 GiB; keep the recalculated values in a CSV file beside the run file");
   }
-  if (std::ferror(file.get())) fail("cannot be read: " + std::generic_category().message(errno));
+  if (std::ferror(file.get())) fail("cannot be read: " + text::system_reason(errno));
   return text;
 }
 

@@ -9,6 +9,7 @@
 #include "runfile/run.h"
 #include "runfile/values.h"
 #include "text/edit.h"
+#include "text/system_reasons.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -25,10 +26,10 @@ RowSource::RowSource(const std::filesystem::path& path)
   if (!std::filesystem::is_regular_file(path, error)) {
     if (!error && std::filesystem::exists(path)) fail("is not a file");
     fail("cannot be read: " +
-         (error ? error : std::make_error_code(std::errc::no_such_file_or_directory)).message());
+         text::system_reason(error ? error : std::make_error_code(std::errc::no_such_file_or_directory)));
   }
   file_.reset(std::fopen(name_.c_str(), "rb"));
-  if (!file_) fail("cannot be read: " + std::generic_category().message(errno));
+  if (!file_) fail("cannot be read: " + text::system_reason(errno));
   std::setvbuf(file_.get(), nullptr, _IONBF, 0);
 }
 
@@ -82,8 +83,7 @@ bool RowSource::refill() {
     buffer_.resize(2 * buffer_.size());
   }
   const std::size_t size = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_.get());
-  if (size == 0 && std::ferror(file_.get()))
-    fail("cannot be read: " + std::generic_category().message(errno));
+  if (size == 0 && std::ferror(file_.get())) fail("cannot be read: " + text::system_reason(errno));
   end_ += size;
   return size > 0;
 }

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "host/tidying_up.h"
 #include "reports/progress.h"
 #include "service/pipeline.h"
 #include "service/run_guard.h"
@@ -39,20 +40,25 @@ void OrdvaneReports::Terminate() {
 }
 
 // Terminate and destruction take the same steps; after an explicit Terminate the engine's context is
-// therefore released twice, as the engine's hosts expect.
-void OrdvaneReports::release(const std::string& operation) {
+// therefore released twice, as the engine's hosts expect. Each step is taken whatever became of the others.
+void OrdvaneReports::release(const char* operation) noexcept {
   session::Session& s = services_->session;
-  s.log.line(name() + operation);
-  host::ignoring_errors([&] {
+  const auto log = [&](const char* what) {
+    host::tidying_up([&] { s.log.line(name() + operation + what); });
+  };
+  log("");
+  host::tidying_up([&] {
     host::Application& application = s.application();
     s.log.line(name() + operation + " g_XLApp: " + application.name() + " " + application.version());
   });
   s.g_XLApp = nullptr;
   services_->report_workbook = nullptr;
-  if (services_->workbook_factory) services_->workbook_factory->ForgetResults();
-  s.log.line(name() + operation + " g_XLApp is Nothing");
-  host::ignoring_errors([&] { unload_dral_lib(); });
-  s.log.close();
+  host::tidying_up([&] {
+    if (services_->workbook_factory) services_->workbook_factory->ForgetResults();
+  });
+  log(" g_XLApp is Nothing");
+  host::tidying_up([&] { unload_dral_lib(); });
+  host::tidying_up([&] { s.log.close(); });
 }
 
 void OrdvaneReports::load_dral_lib() {

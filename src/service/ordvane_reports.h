@@ -137,7 +137,7 @@ class OrdvaneReports {
   // Returns the line that failures() has for it.
   std::string remember(const host::Error& error);
   reports::TornadoStyle tornado_style(const model::DralInputOutput& output) const;
-  void release(const std::string& operation);
+  void release(const char* operation) noexcept;
   void load_dral_lib();
   void unload_dral_lib();
 

@@ -1,7 +1,8 @@
 #include "service/spreadsheet_state.h"
 
-#include <exception>
 #include <utility>
+
+#include "host/tidying_up.h"
 
 namespace ordvane::service {
 
@@ -29,12 +30,8 @@ void SpreadsheetState::restore() noexcept {
   if (!application_) return;
   const std::shared_ptr<host::Application> application = std::exchange(application_, nullptr);
   const auto put_back = [](const auto& step) noexcept {
-    for (int attempt = 1; attempt <= 2; ++attempt) try {
-        step();
-        return;
-      } catch (const std::exception&) {
-        // The spreadsheet may have been busy; what it refuses twice stays as it is.
-      }
+    // The spreadsheet may have been busy; what it refuses twice stays as it is.
+    if (!host::tidying_up(step)) host::tidying_up(step);
   };
   put_back([&] { application->set_calculation(calculation_); });
   if (const auto sheet = std::exchange(sheet_, nullptr)) put_back([&] { sheet->activate(); });

@@ -13,6 +13,7 @@
 #include <system_error>
 
 #include "host/error.h"
+#include "text/system_reasons.h"
 
 extern char** environ;
 
@@ -22,7 +23,7 @@ namespace {
 constexpr std::chrono::milliseconds kTick{50};  // how often a wait looks whether it is cancelled
 
 [[noreturn]] void fail(const std::string& what, int error) {
-  throw host::Error(host::errc::kHostRefused, what + ": " + std::generic_category().message(error));
+  throw host::Error(host::errc::kHostRefused, what + ": " + text::system_reason(error));
 }
 
 struct Pipe {
@@ -124,7 +125,10 @@ ChildProcess::Answer ChildProcess::wait(std::string& line, std::chrono::millisec
 }
 
 PrivateFolder::PrivateFolder() {
-  path_ = (std::filesystem::temp_directory_path() / "ordvane-XXXXXX").string();
+  std::error_code error;
+  const std::filesystem::path temporary = std::filesystem::temp_directory_path(error);
+  if (error) fail("the folder for temporary files cannot be used; TMPDIR says where it is", error.value());
+  path_ = (temporary / "ordvane-XXXXXX").string();
   if (::mkdtemp(path_.data()) == nullptr) fail("cannot make the folder " + path_, errno);
 }
 

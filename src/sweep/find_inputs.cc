@@ -7,13 +7,13 @@
 #include <memory>
 #include <mutex>
 #include <span>
-#include <thread>
 #include <tuple>
 #include <utility>
 
 #include "calc/address.h"
 #include "host/error.h"
 #include "sweep/compiled.h"
+#include "xlsx/side_by_side.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -36,10 +36,7 @@ class Trial {
     const auto threads = static_cast<std::size_t>(threads_of(job_));
     together_ = std::clamp<std::size_t>((candidates_.size() + threads - 1) / threads, 1, kMostTogether);
     const std::size_t chunks = (candidates_.size() + together_ - 1) / together_;
-    std::vector<std::thread> others;
-    for (std::size_t i = 1; i < std::min(threads, chunks); ++i) others.emplace_back([this] { work(); });
-    work();
-    for (std::thread& thread : others) thread.join();
+    xlsx::side_by_side(std::min(threads, chunks), [this] { work(); });
     if (failure_) std::rethrow_exception(failure_);
     return std::move(swings_);
   }

@@ -12,6 +12,7 @@
 #include "sweep/frozen_cells.h"
 #include "text/calendar.h"
 #include "text/edit.h"
+#include "text/system_reasons.h"
 #include "xlsx/package_reader.h"
 
 namespace ordvane::sweep {
@@ -37,7 +38,7 @@ std::string seconds(std::chrono::milliseconds limit) {
 void copy_workbook(const std::filesystem::path& from, const std::filesystem::path& to) {
   std::error_code error;
   std::filesystem::copy_file(from, to, error);
-  if (error) fail(from.string() + ": cannot be copied: " + error.message());
+  if (error) fail(from.string() + ": cannot be copied: " + text::system_reason(error));
 }
 
 template <class Items>

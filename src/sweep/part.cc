@@ -18,6 +18,7 @@
 #include "runfile/description.h"
 #include "runfile/json_file.h"
 #include "sweep/run_files.h"
+#include "text/system_reasons.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -202,11 +203,10 @@ PartWriter::PartWriter(const std::filesystem::path& file, PartHeader header, con
     : path_(file) {
   open();
   try {
-    if (anew && ::ftruncate(file_, 0) != 0)
-      fail("cannot be written: " + std::generic_category().message(errno));
+    if (anew && ::ftruncate(file_, 0) != 0) fail("cannot be written: " + text::system_reason(errno));
     const std::int64_t end = rows_there(header, shape);
     if (::ftruncate(file_, end) != 0 || ::lseek(file_, 0, SEEK_END) < 0)
-      fail("cannot be written: " + std::generic_category().message(errno));
+      fail("cannot be written: " + text::system_reason(errno));
     if (end > 0) return;
     complete(header);
     append(header_text(header), 0);
@@ -228,12 +228,12 @@ void PartWriter::fail(const std::string& problem) const {
 void PartWriter::open() {
   for (;;) {
     file_ = ::open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (file_ < 0) fail("cannot be written: " + std::generic_category().message(errno));
+    if (file_ < 0) fail("cannot be written: " + text::system_reason(errno));
     if (::flock(file_, LOCK_EX | LOCK_NB) != 0) {
       const int error = errno;
       ::close(file_);
       fail(error == EWOULDBLOCK ? "another sweep is writing it"
-                                : "cannot be locked: " + std::generic_category().message(error));
+                                : "cannot be locked: " + text::system_reason(error));
     }
     struct stat opened {};
     struct stat there {};
@@ -270,7 +270,7 @@ void PartWriter::append(std::string_view rows, std::int64_t count) {
   while (!rows.empty()) {
     const ssize_t size = ::write(file_, rows.data(), rows.size());
     if (size < 0 && errno == EINTR) continue;
-    if (size < 0) fail("cannot be written: " + std::generic_category().message(errno));
+    if (size < 0) fail("cannot be written: " + text::system_reason(errno));
     rows.remove_prefix(static_cast<std::size_t>(size));
   }
   done_ += count;
@@ -288,7 +288,7 @@ struct Part {
 };
 
 Part read_part(const std::filesystem::path& file) {
-  if (!std::ifstream(file)) refuse(file, "cannot be read: " + std::generic_category().message(errno));
+  if (!std::ifstream(file)) refuse(file, "cannot be read: " + text::system_reason(errno));
   const Line line = first_line(file);
   std::optional<PartHeader> header;
   if (line.is_whole) header = read_header(line.text);

@@ -7,11 +7,11 @@
 #include <exception>
 #include <map>
 #include <mutex>
-#include <thread>
 
 #include "host/error.h"
 #include "runfile/values.h"
 #include "runfile/write_run.h"
+#include "xlsx/side_by_side.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -182,11 +182,8 @@ void calculate_part(const Plan& plan, const Shard& shard, PartWriter& part, cons
                     const SweepOptions& options) {
   Work work(plan, shard, part, options);
   if (work.left() <= 0) return;
-  const auto most = static_cast<int>(std::min<std::int64_t>(options.threads, work.left()));
-  std::vector<std::thread> threads;
-  for (int i = 1; i < most; ++i) threads.emplace_back([&] { work.run(make); });
-  work.run(make);
-  for (std::thread& thread : threads) thread.join();
+  const auto most = static_cast<std::size_t>(std::min<std::int64_t>(options.threads, work.left()));
+  xlsx::side_by_side(most, [&] { work.run(make); });
   work.rethrow();
 }
 

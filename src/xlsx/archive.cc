@@ -11,6 +11,7 @@
 #include <cstring>
 #include <list>
 #include <memory>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
@@ -26,6 +27,12 @@ constexpr std::size_t kDirectoryBytes = 128;    // headers of one entry, apart f
 
 [[noreturn]] void refuse(const std::string& why) {
   throw host::Error(host::errc::kHostRefused, "the workbook cannot be packed: " + why);
+}
+
+// What libzip says of an archive that is there: memory that is missing is no damage.
+[[noreturn]] void damaged(zip_error_t* error, const std::string& entry = "") {
+  if (zip_error_code_zip(error) == ZIP_ER_MEMORY) throw std::bad_alloc();
+  throw BadPackage((entry.empty() ? "" : entry + ": ") + zip_error_strerror(error));
 }
 
 struct Compressor {
@@ -244,20 +251,20 @@ OpenArchive::OpenArchive(std::string_view bytes) : handle_(std::make_unique<Hand
   if (!copy) throw std::bad_alloc();
   std::memcpy(copy.get(), bytes.data(), bytes.size());
   handle_->buffer.reset(zip_source_buffer_create(copy.get(), bytes.size(), 1, &error));
-  if (!handle_->buffer) throw BadPackage(zip_error_strerror(&error));
+  if (!handle_->buffer) damaged(&error);
   static_cast<void>(copy.release());       // the buffer frees it
   zip_source_keep(handle_->buffer.get());  // the archive takes one reference
   handle_->archive.reset(zip_open_from_source(handle_->buffer.get(), 0, &error));
   if (!handle_->archive) {
     zip_source_free(handle_->buffer.get());
-    throw BadPackage(zip_error_strerror(&error));
+    damaged(&error);
   }
   const zip_int64_t count = zip_get_num_entries(handle_->archive.get(), ZIP_FL_UNCHANGED);
   for (zip_int64_t i = 0; i < count; ++i) {
     zip_stat_t stat;
     zip_stat_init(&stat);
     if (zip_stat_index(handle_->archive.get(), static_cast<zip_uint64_t>(i), ZIP_FL_UNCHANGED, &stat) != 0)
-      throw BadPackage(zip_strerror(handle_->archive.get()));
+      damaged(zip_get_error(handle_->archive.get()));
     entries_.push_back({stat.name, stat.size, stat.encryption_method != ZIP_EM_NONE});
   }
 }
@@ -272,17 +279,16 @@ constexpr std::size_t kReadAtOnce = 1U << 16;
 // no more.
 template <class Take>
 void read_through(zip_t* archive, std::size_t index, const OpenArchive::Entry& entry, const Take& take) {
-  const auto fail = [&](const std::string& why) { throw BadPackage(entry.name + ": " + why); };
   const std::unique_ptr<zip_file_t, decltype(&zip_fclose)> file(
       zip_fopen_index(archive, index, ZIP_FL_UNCHANGED), &zip_fclose);
-  if (!file) fail(zip_strerror(archive));
+  if (!file) damaged(zip_get_error(archive), entry.name);
   std::array<char, kReadAtOnce> piece;
   std::uint64_t left = entry.size;
   while (true) {
     const zip_int64_t count = zip_fread(file.get(), piece.data(), piece.size());
-    if (count < 0) fail(zip_file_strerror(file.get()));
+    if (count < 0) damaged(zip_file_get_error(file.get()), entry.name);
     if (static_cast<std::uint64_t>(count) > left || (count == 0 && left != 0))
-      fail("it has another size than its directory says");
+      throw BadPackage(entry.name + ": it has another size than its directory says");
     if (count == 0) return;
     left -= static_cast<std::uint64_t>(count);
     if (!take({piece.data(), static_cast<std::size_t>(count)})) return;
@@ -322,11 +328,12 @@ void OpenArchive::add(ArchiveEntry content) {
 }
 
 void OpenArchive::remove(std::size_t entry) {
-  if (zip_delete(handle_->archive.get(), entry) != 0) refuse(zip_strerror(handle_->archive.get()));
+  if (zip_delete(handle_->archive.get(), entry) != 0) damaged(zip_get_error(handle_->archive.get()));
 }
 
 std::string OpenArchive::finish() {
-  if (zip_close(handle_->archive.get()) != 0) refuse(zip_strerror(handle_->archive.get()));
+  // What is kept is copied now, so that what is wrong with it is seen now.
+  if (zip_close(handle_->archive.get()) != 0) damaged(zip_get_error(handle_->archive.get()));
   static_cast<void>(handle_->archive.release());
   return contents(handle_->buffer.get());
 }

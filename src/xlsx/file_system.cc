@@ -8,7 +8,8 @@
 #include <cerrno>
 #include <random>
 #include <string_view>
-#include <system_error>
+
+#include "text/system_reasons.h"
 
 namespace ordvane::xlsx {
 
@@ -76,7 +77,7 @@ FileSystem& real_files() {
 
 FileError::FileError(const std::filesystem::path& file, const char* action, int error)
     : host::Error(host::errc::kHostRefused,
-                  file.string() + ": " + action + ": " + std::generic_category().message(error)),
+                  file.string() + ": " + action + ": " + text::system_reason(error)),
       error_(error) {}
 
 bool FileError::is_there_already() const {

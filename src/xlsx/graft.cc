@@ -21,7 +21,7 @@ namespace {
 constexpr const char* kContentTypes = "[Content_Types].xml";
 constexpr std::size_t kLargestSheetId = 65534;
 
-std::size_t number_of(const std::string& text) {
+std::size_t number_of(std::string_view text) {
   std::size_t number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
@@ -155,9 +155,10 @@ class Grafting {
     for (std::size_t i = 0; i < entries.size(); ++i) {
       if (!entries[i].name.ends_with(".vml") || removed_.contains(i)) continue;
       const std::string numbers = value_behind(package_.read(entries[i].name), "<o:idmap", "data");
-      for (std::size_t at = 0; at < numbers.size();
-           at = std::min(numbers.find(',', at), numbers.size() - 1) + 1)
-        last = std::max(last, number_of(numbers.substr(at)));
+      for (std::string_view rest = numbers; !rest.empty();) {
+        last = std::max(last, number_of(rest));
+        rest.remove_prefix(std::min(rest.find(','), rest.size() - 1) + 1);
+      }
     }
     return last + 1;
   }
@@ -252,10 +253,6 @@ class Grafting {
     }
   }
 
-  bool replaces_any() const {
-    return std::any_of(sheets_.begin(), sheets_.end(), [](const Sheet& sheet) { return sheet.replaces; });
-  }
-
   bool is_of_replaced_sheet(const XmlElement& name) const {
     return std::any_of(sheets_.begin(), sheets_.end(), [&](const Sheet& sheet) {
       return sheet.replaces && name.attribute("localSheetId") == std::to_string(sheet.place);
@@ -315,18 +312,26 @@ class Grafting {
   void order_calculation() {
     const std::string part = target_of(links_, "calcChain");
     if (part.empty() || !package_.find(part)) return;
-    const XmlText chain = package_.xml(part, replaces_any() ? 2 : 1);
-    XmlEdits edits(chain);
     std::set<std::size_t> replaced;
     for (const Sheet& sheet : sheets_)
       if (sheet.replaces) replaced.insert(sheet.id);
-    std::size_t id = 0, left = chain.root().children.size();
-    for (const XmlElement* cell : chain.children(chain.root(), "c")) {
-      if (cell->has_attribute("i")) id = number_of(cell->attribute("i"));
-      if (!replaced.contains(id)) continue;
-      edits.remove(*cell);
-      --left;
-    }
+    struct Run {
+      std::size_t begin, end;
+    };
+    std::vector<Run> gone;  // of cells that stand side by side
+    std::size_t id = 0, left = 0;
+    const XmlText chain = package_.xml(part, [&](const XmlElement& cell) {
+      if (cell.has_attribute("i")) id = number_of(cell.attribute("i"));
+      if (!replaced.contains(id) || cell.name != "c") {
+        ++left;
+      } else if (!gone.empty() && gone.back().end == cell.begin) {
+        gone.back().end = cell.end;
+      } else {
+        gone.push_back({cell.begin, cell.end});
+      }
+    });
+    XmlEdits edits(chain);
+    for (const Run& cells : gone) edits.remove(cells.begin, cells.end);
     for (const Sheet& sheet : sheets_) {
       for (const auto& [cell, formula] : sheet.model->formulas) {
         std::string element;

@@ -11,6 +11,7 @@
 #include "host/error.h"
 #include "text/edit.h"
 #include "xlsx/package_reader.h"
+#include "xlsx/side_by_side.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -129,11 +130,7 @@ class Workers {
   std::size_t task_count() const { return tasks_.size(); }
 
   std::vector<ArchiveEntry> run(unsigned threads) {
-    {
-      std::vector<std::jthread> helpers;
-      for (unsigned i = 1; i < threads; ++i) helpers.emplace_back([this] { work(); });
-      work();
-    }
+    side_by_side(threads, [this] { work(); });
     for (const Task& task : tasks_)
       if (task.failure) std::rethrow_exception(task.failure);
     std::vector<ArchiveEntry> entries;

@@ -107,13 +107,23 @@ std::string PackageReader::read_beginning(const std::string& part) const {
   return position ? archive_.read(*position, std::size_t{64} << 10) : "";
 }
 
-XmlText PackageReader::xml(const std::string& part, int depth) const {
+template <class Parse>
+XmlText PackageReader::naming(const std::string& part, const Parse& parse) const {
   std::string text = read(part);
   try {
-    return XmlText(std::move(text), depth);
+    return parse(std::move(text));
   } catch (const BadPackage& error) {
     throw BadPackage("its part " + part + " cannot be read: " + error.what());
   }
+}
+
+XmlText PackageReader::xml(const std::string& part, int depth) const {
+  return naming(part, [&](std::string text) { return XmlText(std::move(text), depth); });
+}
+
+XmlText PackageReader::xml(const std::string& part,
+                           const std::function<void(const XmlElement&)>& child) const {
+  return naming(part, [&](std::string text) { return XmlText(std::move(text), child); });
 }
 
 std::vector<PartLink> PackageReader::links(const std::string& part) const {

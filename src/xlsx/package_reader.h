@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -46,6 +47,8 @@ class PackageReader {
   std::string read(const std::string& part) const;
   std::string read_beginning(const std::string& part) const;  // up to 64 KiB
   XmlText xml(const std::string& part, int depth = std::numeric_limits<int>::max()) const;
+  // Without its root's children, which are handed over one by one.
+  XmlText xml(const std::string& part, const std::function<void(const XmlElement&)>& child) const;
 
   // Of a part, or of the package for an empty name; none when it has no relationships.
   std::vector<PartLink> links(const std::string& part) const;
@@ -56,6 +59,10 @@ class PackageReader {
   std::vector<bool> reachable(const std::set<std::size_t>& without = {}) const;
 
  private:
+  // What `parse` makes of the part, which is named where it cannot.
+  template <class Parse>
+  XmlText naming(const std::string& part, const Parse& parse) const;
+
   OpenArchive archive_;
   std::map<std::string, std::size_t> positions_;                           // by name in lower case
   std::map<std::string, std::string> types_by_extension_, types_by_part_;  // by lower case

@@ -1,6 +1,7 @@
 #include "xlsx/sheet_mentions.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "unicode/names.h"
 #include "xlsx/xml_text.h"
@@ -8,21 +9,31 @@
 namespace ordvane::xlsx {
 namespace {
 
-// What stands before the "!" at `mark` as the name of a sheet, quotes resolved.
-std::string name_before(std::string_view formula, std::size_t mark) {
+// Longer than the names of sheets, or of two with the book before them, can be.
+constexpr std::size_t kLongestName = 2048;
+
+// What stands before the "!" at `mark` as the name of a sheet, quotes resolved. Nothing for what is too long.
+std::optional<std::string> name_before(std::string_view formula, std::size_t mark) {
   constexpr std::string_view kBetweenNames = "+-*/^&=<>(),; {}\"'\n";
+  if (mark == 0) return "";
+  const std::size_t from = mark > kLongestName ? mark - kLongestName : 0;
+  const std::string_view before = formula.substr(from, mark - from);
   std::string name;
-  if (mark == 0) return name;
-  if (formula[mark - 1] != '\'') {
-    const std::size_t before = formula.substr(0, mark).find_last_of(kBetweenNames);
-    return std::string(formula.substr(before + 1, mark - before - 1));
+  if (before.back() != '\'') {
+    const std::size_t between = before.find_last_of(kBetweenNames);
+    if (between == before.npos && from > 0) return std::nullopt;
+    return std::string(before.substr(between + 1));
   }
-  for (std::size_t at = mark - 1; at-- > 0;) {
-    if (formula[at] == '\'' && (at == 0 || formula[at - 1] != '\'')) break;
-    if (formula[at] == '\'') --at;  // two stand for one
-    name.insert(name.begin(), formula[at]);
+  for (std::size_t at = before.size() - 1; at-- > 0;) {
+    if (before[at] == '\'' && (at == 0 || before[at - 1] != '\'')) {
+      std::reverse(name.begin(), name.end());
+      return name;
+    }
+    if (before[at] == '\'') --at;  // two stand for one
+    name += before[at];
   }
-  return name;
+  std::reverse(name.begin(), name.end());
+  return from > 0 ? std::nullopt : std::optional(name);
 }
 
 // Its character references resolved.
@@ -34,11 +45,12 @@ std::string plain(std::string_view text) {
 
 bool mentions_sheet(std::string_view formula, const std::vector<std::string>& names) {
   for (std::size_t mark = formula.find('!'); mark != formula.npos; mark = formula.find('!', mark + 1)) {
-    const std::string name = name_before(formula, mark);
-    if (name.empty() || name.find('[') != name.npos) continue;  // of this workbook as a whole, of another
-    if (name.find(':') != name.npos) return true;
+    const std::optional<std::string> name = name_before(formula, mark);
+    if (!name) return true;                                        // what cannot be read may name one
+    if (name->empty() || name->find('[') != name->npos) continue;  // of this workbook as a whole, of another
+    if (name->find(':') != name->npos) return true;
     if (std::any_of(names.begin(), names.end(),
-                    [&](const std::string& other) { return unicode::same_name(name, other); }))
+                    [&](const std::string& other) { return unicode::same_name(*name, other); }))
       return true;
   }
   return false;

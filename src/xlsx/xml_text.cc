@@ -3,9 +3,10 @@
 #include <expat.h>
 
 #include <algorithm>
+#include <exception>
 #include <memory>
+#include <new>
 #include <set>
-#include <stdexcept>
 #include <utility>
 
 #include "xlsx/xml.h"
@@ -16,28 +17,38 @@ namespace {
 constexpr char kSeparator = '\n';  // between the parts of a name; no namespace has line breaks
 constexpr std::size_t kLongest = 1U << 30;
 
+constexpr int kDeepest = 256;
+constexpr std::size_t kAlwaysGranted = std::size_t{48} << 20;  // bytes of elements, whatever the text
+constexpr std::size_t kOfANode = 64;                           // what a name takes beside its letters, about
+
 struct Name {
-  std::string space, name, prefix;
+  std::string_view space, name, prefix;
 };
 
-Name split(const char* text) {
-  const std::string_view whole(text);
+Name split(std::string_view whole) {
   const std::size_t first = whole.find(kSeparator);
-  if (first == whole.npos) return {"", std::string(whole), ""};
+  if (first == whole.npos) return {"", whole, ""};
   const std::size_t second = whole.find(kSeparator, first + 1);
-  Name name{std::string(whole.substr(0, first)), std::string(whole.substr(first + 1, second - first - 1)),
-            ""};
-  if (second != whole.npos) name.prefix = std::string(whole.substr(second + 1)) + ":";
-  return name;
+  const std::string_view prefix = second == whole.npos ? "" : whole.substr(second + 1);
+  return {whole.substr(0, first), whole.substr(first + 1, second - first - 1), prefix};
 }
+
+struct Kept {
+  std::set<std::string, std::less<>>& names;
+  std::deque<XmlElement>& elements;
+};
 
 // Follows the parser's events and writes down where elements begin and end.
 class Reader {
  public:
-  Reader(const std::string& text, int depth, std::vector<XmlElement>& elements)
+  using TakeChild = std::function<void(const XmlElement&)>;
+
+  // `take`: of the root's children; empty: all elements are kept.
+  Reader(const std::string& text, int depth, const TakeChild& take, Kept kept)
       : text_(text),
         depth_(depth),
-        elements_(elements),
+        take_(take),
+        kept_(kept),
         parser_(XML_ParserCreateNS(nullptr, kSeparator), &XML_ParserFree) {
     if (!parser_) throw std::bad_alloc();
     XML_SetUserData(parser_.get(), this);
@@ -45,31 +56,48 @@ class Reader {
     XML_SetElementHandler(
         parser_.get(),
         [](void* reader, const char* name, const char** attributes) {
-          static_cast<Reader*>(reader)->start(name, attributes);
+          guarded(reader, [&](Reader& self) { self.start(name, attributes); });
         },
-        [](void* reader, const char*) { static_cast<Reader*>(reader)->end(); });
+        [](void* reader, const char*) { guarded(reader, [](Reader& self) { self.end(); }); });
     XML_SetCharacterDataHandler(parser_.get(), [](void* reader, const char* part, int size) {
-      static_cast<Reader*>(reader)->characters({part, static_cast<std::size_t>(size)});
+      guarded(reader, [&](Reader& self) { self.characters({part, static_cast<std::size_t>(size)}); });
     });
     XML_SetXmlDeclHandler(parser_.get(), [](void* reader, const char*, const char* encoding, int) {
-      static_cast<Reader*>(reader)->check_encoding(encoding);
+      guarded(reader, [&](Reader& self) { self.check_encoding(encoding); });
     });
-    XML_SetStartDoctypeDeclHandler(
-        parser_.get(), [](void* reader, const char*, const char*, const char*, int) {
-          static_cast<Reader*>(reader)->stop("a document type definition, which no workbook has");
-        });
+    XML_SetStartDoctypeDeclHandler(parser_.get(), [](void* reader, const char*, const char*, const char*,
+                                                     int) {
+      guarded(reader, [](Reader& self) { self.stop("a document type definition, which no workbook has"); });
+    });
   }
 
   void read() {
     if (text_.find('\0') < 4 || text_.starts_with("\xFE\xFF") || text_.starts_with("\xFF\xFE"))
       throw BadPackage("its encoding is not UTF-8");
     if (text_.size() > kLongest) throw BadPackage("it is longer than 1 GiB");
-    if (XML_Parse(parser_.get(), text_.data(), static_cast<int>(text_.size()), 1) == XML_STATUS_OK) return;
+    const XML_Status status = XML_Parse(parser_.get(), text_.data(), static_cast<int>(text_.size()), 1);
+    if (failure_) std::rethrow_exception(failure_);
+    if (status == XML_STATUS_OK) return;
+    const XML_Error error = XML_GetErrorCode(parser_.get());
+    if (error == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
     throw BadPackage("line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) + ": " +
-                     (why_.empty() ? XML_ErrorString(XML_GetErrorCode(parser_.get())) : why_));
+                     (why_.empty() ? XML_ErrorString(error) : why_));
   }
 
  private:
+  // Exceptions do not pass through the parser, which is C.
+  template <class Step>
+  static void guarded(void* reader, const Step& step) {
+    Reader& self = *static_cast<Reader*>(reader);
+    if (self.failure_) return;
+    try {
+      step(self);
+    } catch (...) {
+      self.failure_ = std::current_exception();
+      XML_StopParser(self.parser_.get(), XML_FALSE);
+    }
+  }
+
   std::size_t place() const { return static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_.get())); }
   std::size_t length() const { return static_cast<std::size_t>(XML_GetCurrentByteCount(parser_.get())); }
 
@@ -86,44 +114,73 @@ class Reader {
     if (name != "UTF-8") stop("its encoding is not UTF-8");
   }
 
+  std::string_view kept(std::string_view name) {
+    auto place = kept_.names.find(name);
+    if (place == kept_.names.end()) {
+      place = kept_.names.emplace(name).first;
+      taken_ += kOfANode + name.size();
+    }
+    return *place;
+  }
+
+  // What the elements take together is bounded by what their text takes.
+  void count(const XmlElement& element) {
+    taken_ += sizeof element + 2 * sizeof(std::size_t) + element.attributes.size() * sizeof(XmlAttribute);
+    for (const XmlAttribute& attribute : element.attributes) taken_ += attribute.value.size();
+    if (taken_ > kAlwaysGranted + 2 * text_.size()) stop("more elements than a part of its length may have");
+  }
+
   void start(const char* name, const char** attributes) {
-    if (++open_ > depth_) return;
-    Name parts = split(name);
+    if (++open_ > kDeepest) return stop("elements within more than 256 others");
+    if (open_ > depth_) return;
+    const Name parts = split(name);
     XmlElement element;
-    element.space = std::move(parts.space);
-    element.name = std::move(parts.name);
-    element.prefix = std::move(parts.prefix);
+    element.space = kept(parts.space);
+    element.name = kept(parts.name);
+    if (!parts.prefix.empty()) element.prefix = std::string(parts.prefix) + ":";
     element.begin = place();
     element.inner_begin = place() + length();
+    std::size_t count_of_attributes = 0;
+    while (attributes[2 * count_of_attributes] != nullptr) ++count_of_attributes;
+    element.attributes.reserve(count_of_attributes);
     for (; *attributes != nullptr; attributes += 2) {
-      Name attribute = split(attributes[0]);
-      element.attributes.push_back({std::move(attribute.space), std::move(attribute.name), attributes[1]});
+      const Name attribute = split(attributes[0]);
+      element.attributes.push_back({kept(attribute.space), kept(attribute.name), attributes[1]});
     }
-    if (!path_.empty()) elements_[path_.back()].children.push_back(elements_.size());
-    path_.push_back(elements_.size());
-    elements_.push_back(std::move(element));
+    const bool is_handed_over = take_ && open_ == depth_;
+    if (!is_handed_over) count(element);
+    if (!path_.empty() && !is_handed_over)
+      kept_.elements[path_.back()].children.push_back(kept_.elements.size());
+    path_.push_back(kept_.elements.size());
+    kept_.elements.push_back(std::move(element));
   }
 
   void characters(std::string_view text) {
-    if (open_ <= depth_ && !path_.empty()) elements_[path_.back()].text += text;
+    if (open_ <= depth_ && !path_.empty()) kept_.elements[path_.back()].text += text;
   }
 
   void end() {
     if (open_-- > depth_) return;
-    XmlElement& element = elements_[path_.back()];
+    XmlElement& element = kept_.elements[path_.back()];
     path_.pop_back();
     const bool empty = text_[element.inner_begin - 2] == '/';
     element.inner_end = empty ? element.inner_begin : place();
     element.end = empty ? element.inner_begin : place() + length();
+    if (!take_ || open_ + 1 < depth_) return;
+    take_(element);
+    kept_.elements.pop_back();
   }
 
   const std::string& text_;
   const int depth_;
-  std::vector<XmlElement>& elements_;
+  const TakeChild& take_;
+  Kept kept_;
   std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser_;
   std::vector<std::size_t> path_;  // of the open elements
   int open_ = 0;
+  std::size_t taken_ = 0;  // bytes
   std::string why_;
+  std::exception_ptr failure_;
 };
 
 // Where the value of an attribute stands in a start tag, without its quotes; nothing when it is not there.
@@ -157,7 +214,13 @@ bool XmlElement::has_attribute(std::string_view wanted) const {
 }
 
 XmlText::XmlText(std::string text, int depth) : text_(std::move(text)) {
-  Reader(text_, depth, elements_).read();
+  Reader(text_, depth, {}, {names_, elements_}).read();
+}
+
+XmlText::XmlText(std::string text, const std::function<void(const XmlElement&)>& child)
+    : text_(std::move(text)) {
+  constexpr int kChildren = 2;
+  Reader(text_, kChildren, child, {names_, elements_}).read();
 }
 
 const XmlElement* XmlText::child(const XmlElement& parent, std::string_view name) const {
@@ -177,7 +240,7 @@ std::vector<const XmlElement*> XmlText::children(const XmlElement& parent, std::
 
 std::string beside(const XmlElement& element, std::string xml) {
   if (element.prefix.empty()) return xml;
-  return xml.insert(xml.find_first_of(" />"), " xmlns=\"" + element.space + "\"");
+  return xml.insert(xml.find_first_of(" />"), " xmlns=\"" + std::string(element.space) + "\"");
 }
 
 // The start tag as it is to be, with what is appended to an element that held nothing.
@@ -195,7 +258,7 @@ XmlEdits::Change XmlEdits::start_tag(const XmlElement& element) const {
   }
   if (const auto added = appended_.find(&element); added != appended_.end() && element.is_empty_tag()) {
     tag.erase(tag.size() - 2, 1);
-    tag += added->second + "</" + element.prefix + element.name + ">";
+    tag.append(added->second).append("</").append(element.prefix).append(element.name).append(">");
   }
   return {element.begin, element.inner_begin, std::move(tag)};
 }

@@ -3,8 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <limits>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,12 +16,14 @@
 
 namespace ordvane::xlsx {
 
+// Names and namespaces are kept once, by the text that they stand in.
 struct XmlAttribute {
-  std::string space, name, value;  // namespace; empty for attributes without a prefix
+  std::string_view space, name;  // namespace; empty for attributes without a prefix
+  std::string value;
 };
 
 struct XmlElement {
-  std::string space, name;
+  std::string_view space, name;
   std::string prefix;              // as written, with its colon; empty for none
   std::size_t begin = 0, end = 0;  // from "<" to behind the end tag
   std::size_t inner_begin = 0, inner_end = 0;
@@ -32,15 +37,21 @@ struct XmlElement {
   bool has_attribute(std::string_view name) const;
 };
 
-// UTF-8 text. Throws BadPackage with the line for what is not well-formed, for other encodings and for
-// document type definitions, which no workbook has.
+// UTF-8 text. Throws BadPackage with the line for what is not well-formed, for other encodings, for document
+// type definitions, which no workbook has, for elements within more than 256 others, and for a text whose
+// elements take more than 48 MiB and twice the memory of the text.
 class XmlText {
  public:
   // Elements deeper than `depth` (1: the root) are passed over.
   explicit XmlText(std::string text, int depth = std::numeric_limits<int>::max());
+  // For long lists: the root's children, without their own, are handed to `child` in their order and not
+  // kept.
+  XmlText(std::string text, const std::function<void(const XmlElement&)>& child);
+  XmlText(const XmlText&) = delete;
+  XmlText& operator=(const XmlText&) = delete;
 
   const std::string& text() const { return text_; }
-  const std::vector<XmlElement>& elements() const { return elements_; }
+  const std::deque<XmlElement>& elements() const { return elements_; }
   const XmlElement& root() const { return elements_.front(); }
   // In the parent's namespace. Null when there is none.
   const XmlElement* child(const XmlElement& parent, std::string_view name) const;
@@ -51,7 +62,8 @@ class XmlText {
 
  private:
   std::string text_;
-  std::vector<XmlElement> elements_;
+  std::set<std::string, std::less<>> names_;
+  std::deque<XmlElement> elements_;
 };
 
 // A piece of XML without prefixes, for use beside or in an element: in the element's namespace.
@@ -71,7 +83,8 @@ class XmlEdits {
     removed_[element.inner_begin] = element.inner_end;
     inserted_[element.inner_begin] = text;
   }
-  void remove(const XmlElement& element) { removed_[element.begin] = element.end; }
+  void remove(const XmlElement& element) { remove(element.begin, element.end); }
+  void remove(std::size_t begin, std::size_t end) { removed_[begin] = end; }
   // An attribute without a prefix; `value` is plain text.
   void set_attribute(const XmlElement& element, const std::string& name, const std::string& value) {
     attributes_[&element][name] = value;

@@ -199,9 +199,13 @@ TEST_F(Command, TellsEveryProblemAtOnce) {
             "Try `ordvane report --help`.\n");
   // Files that are wrong, each for itself; a hint at the options would not help.
   EXPECT_EQ(messages({"report", "none.run.json", "--into", "there.xlsx", "-o", "a.xlsx"}),
-            "ordvane: none.run.json: cannot be read: No such file or directory\n"
+            "ordvane: none.run.json: cannot be read: there is no such file or folder\n"
             "ordvane: --into: goes without -o\n"
             "ordvane: there.xlsx: it is no workbook; expected an Excel workbook, .xlsx or .xlsm\n");
+  // Nobody, not even an administrator, makes files there.
+  EXPECT_EQ(messages({"report", "m.run.json", "--log", "/proc"}),
+            "ordvane: --log: no file can be made in \"/proc\": there is no such file or folder\n"
+            "Try `ordvane report --help`.\n");
   // An unknown option's value is not taken for a run file.
   EXPECT_EQ(messages({"show", "--frob", "5", "m.run.json", "--simulation"}),
             "ordvane: --simulation: N is missing\nordvane: --frob: there is no such option\n"

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/external_checks.h"
+#include "support/open_xml_sdk.h"
 
 namespace ordvane::test {
 namespace {
@@ -118,6 +119,10 @@ TEST(Exchange, SaysWhatTheRunsSay) {
 #ifndef ORDVANE_SANITIZED  // about nothing but the answers of other programs
 TEST_P(Reports, AreValid) {
   EXPECT_EXTERNAL(validate_xlsx(workbook()));
+}
+
+TEST_P(Reports, PassTheOpenXmlSdk) {
+  EXPECT_EXTERNAL(open_xml_sdk_accepts(workbook()));
 }
 #endif
 

@@ -166,7 +166,8 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
     ErrorCode code;
     std::string what;
   } kCases[] = {
-      {[&] { ordvane::Run::read(folder / "no.json"); }, ErrorCode::kBadRun, "cannot be read: No such file"},
+      {[&] { ordvane::Run::read(folder / "no.json"); }, ErrorCode::kBadRun,
+       "cannot be read: there is no such file"},
       {made([](Small& s) { s.description.inputs[0].name = "Pr\xE4"; }), ErrorCode::kBadRun,
        "run:inputs[0].name: is \"Pr\\xE4\", which is not UTF-8 text"},
       {made([](Small& s) { s.description.outputs[0].base = HUGE_VAL; }), ErrorCode::kBadRun,
@@ -203,7 +204,8 @@ TEST(Errors, HaveACodeAndSayWhatIsExpected) {
       {reported([](ReportOptions& o) { o.created = std::chrono::sys_seconds(std::chrono::days(-36600)); }),
        ErrorCode::kInvalidArgument, "created: is in the year 1869"},
       {[&] { write_reports(run, there); }, ErrorCode::kFileExists, "there.xlsx: is there already"},
-      {[&] { write_reports(run, folder / "no" / "a.xlsx"); }, ErrorCode::kFile, "cannot write: No such file"},
+      {[&] { write_reports(run, folder / "no" / "a.xlsx"); }, ErrorCode::kFile,
+       "cannot write: there is no such file"},
       {[&] { add_reports(run, text); }, ErrorCode::kBadWorkbook, "text.xlsx: it is no workbook"},
       {[&] { Model model(text); }, ErrorCode::kBadWorkbook, "text.xlsx: it is no sound workbook"},
       {[&] { Model(kPlant).set("Finance!B5", kNaN); }, ErrorCode::kInvalidArgument,

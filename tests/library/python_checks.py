@@ -157,7 +157,7 @@ class Plain(unittest.TestCase):
     def test_errors(self):
         run = small_run()
         bad = (
-            (lambda: ordvane.Run.read("/no such file"), "bad_run", "No such file"),
+            (lambda: ordvane.Run.read("/no such file"), "bad_run", "no such file"),
             (lambda: small_run({"Profit": [1]}), "bad_run", "run:results: have columns"),
             (lambda: small_run({"Profit": [1] * 6, "Tax": [1]}), "bad_run", "of different lengths"),
             (lambda: small_run(price=[8, "x", 12]), "bad_run", "inputs[0].values[1]: is 'x'"),

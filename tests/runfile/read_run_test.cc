@@ -99,7 +99,7 @@ TEST(ReadRun, PlacesMistakesOfTheRunFile) {
       "a.run.json:inputs[1].cell: is C5 on \"\u00E4rzte\" of \"m.xlsx\", like that of inputs[0]");
   EXPECT_EQ(folder.complaint("\xEF\xBB\xBF \n", kCsv), "a.run.json: is empty; a run file is expected");
   EXPECT_EQ(folder.complaint(with(kJson, "\"a.run.csv\"", "\"b.run.csv\""), kCsv),
-            "b.run.csv: cannot be read: No such file or directory");
+            "b.run.csv: cannot be read: there is no such file or folder");
   EXPECT_EQ(folder.complaint("[]", kCsv), "a.run.json: is a list; an object { ... } is expected");
 }
 

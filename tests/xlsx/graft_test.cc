@@ -17,6 +17,7 @@
 #include "host/error.h"
 #include "sample_book.h"
 #include "support/external_checks.h"
+#include "support/open_xml_sdk.h"
 #include "xlsx/parts.h"
 
 namespace ordvane::xlsx {
@@ -256,6 +257,13 @@ assert (new.print_title_rows, new.print_title_cols) == (old.print_title_rows, ol
 assert new["D4"].comment.text == old["D4"].comment.text
 )"));
   EXPECT_EXTERNAL(test::validate_xlsx(file_));
+}
+
+TEST_F(Graft, GivesTheOpenXmlSdkNothingMoreToSay) {
+  const fs::path original = folder_ / "original.xlsx";
+  write(original, package_);
+  with_sheets(package_, {1, 3});
+  EXPECT_EXTERNAL(test::open_xml_sdk_accepts(file_, original));
 }
 
 TEST_F(Graft, ReplacesASheetWithWhatItAloneOwns) {

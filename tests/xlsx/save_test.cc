@@ -17,6 +17,7 @@
 #include "host/error.h"
 #include "sample_book.h"
 #include "support/external_checks.h"
+#include "support/open_xml_sdk.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -78,6 +79,10 @@ std::unique_ptr<test::TemporaryFolder> Packages::folder_;
 TEST_F(Packages, AreValid) {
   EXPECT_EXTERNAL(test::validate_xlsx(full()));
   EXPECT_EXTERNAL(test::validate_xlsx(large()));
+}
+
+TEST_F(Packages, PassTheOpenXmlSdk) {
+  EXPECT_EXTERNAL(test::open_xml_sdk_accepts(full()));
 }
 
 TEST_F(Packages, OpenInLibreOffice) {
@@ -210,11 +215,11 @@ TEST(Save, SaysWhatCannotBeWritten) {
   std::ofstream(folder / "file") << "x";
   std::filesystem::create_directory(folder / "folder.xlsx");
   const std::pair<std::filesystem::path, const char*> kCases[] = {
-      {folder / "missing" / "a.xlsx", "No such file or directory"},
-      {folder / "file" / "a.xlsx", "Not a directory"},
-      {folder / "folder.xlsx", "Is a directory"},
-      {"/dev/full", "Invalid argument"},
-      {folder / (std::string(300, 'n') + ".xlsx"), "File name too long"},
+      {folder / "missing" / "a.xlsx", "there is no such file or folder"},
+      {folder / "file" / "a.xlsx", "on the way to it is a file where a folder is expected"},
+      {folder / "folder.xlsx", "it is a folder"},
+      {"/dev/full", "it is no file that can be replaced"},
+      {folder / (std::string(300, 'n') + ".xlsx"), "its name is too long"},
   };
   for (const auto& [path, reason] : kCases)
     EXPECT_EQ(message_of([&] { save(full_book(), path); }), path.string() + ": cannot write: " + reason);

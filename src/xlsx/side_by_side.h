@@ -1,0 +1,14 @@
+// Work that several threads do side by side.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+namespace ordvane::xlsx {
+
+// Calls `work` on this thread and on up to `count` - 1 others, and returns when all are done. Where the
+// system gives no more threads, or no memory for them, those that there are do it all: `work` takes what is
+// left to do until nothing is, and throws nothing.
+void side_by_side(std::size_t count, const std::function<void()>& work);
+
+}  // namespace ordvane::xlsx

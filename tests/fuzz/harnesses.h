@@ -1,0 +1,29 @@
+// What input from outside is fed to. Whatever comes is taken or refused with the error that is meant for it;
+// every other exception, and whatever the sanitizers find, ends the program.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace ordvane::fuzz {
+
+// A run file; behind a line "=====" the table beside it.
+void try_run_file(std::string_view bytes);
+// The same. What check accepts is reported, with every report.
+void try_reports(std::string_view bytes);
+// A workbook that reports are added to, as its file is.
+void try_package(std::string_view bytes);
+// A formula of a workbook that is otherwise sound.
+void try_formula(std::string_view bytes);
+// A workbook that is calculated, as a list of its parts: lines "@@ NAME", each before what is in that part.
+void try_workbook(std::string_view bytes);
+
+struct Harness {
+  const char* name;
+  void (*tries)(std::string_view bytes);
+  const char* corpus;      // folder of inputs, in tests/fuzz/corpus
+  const char* dictionary;  // file, in tests/fuzz
+};
+std::span<const Harness> harnesses();
+
+}  // namespace ordvane::fuzz
