@@ -204,8 +204,7 @@ TEST_F(Command, TellsEveryProblemAtOnce) {
             "ordvane: there.xlsx: it is no workbook; expected an Excel workbook, .xlsx or .xlsm\n");
   // Nobody, not even an administrator, makes files there.
   EXPECT_EQ(messages({"report", "m.run.json", "--log", "/proc"}),
-            "ordvane: --log: no file can be made in \"/proc\": there is no such file or folder\n"
-            "Try `ordvane report --help`.\n");
+            "ordvane: --log: no file can be made in \"/proc\": there is no such file or folder\n");
   // An unknown option's value is not taken for a run file.
   EXPECT_EQ(messages({"show", "--frob", "5", "m.run.json", "--simulation"}),
             "ordvane: --simulation: N is missing\nordvane: --frob: there is no such option\n"
