@@ -213,7 +213,8 @@ namespace {
 
 // They stand by input.
 std::span<const SoughtPoint> of_input(std::span<const SoughtPoint> sought, std::int32_t input) {
-  const auto [first, last] = std::ranges::equal_range(sought, input, {}, &SoughtPoint::input);
+  const auto first = std::ranges::lower_bound(sought, input, {}, &SoughtPoint::input);
+  const auto last = std::ranges::upper_bound(sought, input, {}, &SoughtPoint::input);
   return {first, last};
 }
 
