@@ -14,8 +14,6 @@ namespace {
 using model::InputAnswers;
 using model::OutputAnswers;
 
-constexpr std::size_t kMostNamed = 3;  // inputs in a sentence
-
 std::string label_text(session::Session& session, const model::DralInputOutput& item, double value) {
   return ValueText(session, item, value, kDigitsOfLabel);
 }
@@ -96,6 +94,21 @@ std::string TargetSentence(session::Session& session, const model::Records& inpu
   return sentence;
 }
 
+std::string DependsSentence(session::Session& session, const std::string& output,
+                            const std::vector<std::string>& moving) {
+  if (moving.empty()) return session.text(text_id::kAnswersNothing, output);
+  if (moving.size() == 1) return session.text(text_id::kAnswersMost, output, moving.front());
+  return session.text(text_id::kAnswersMostThen, output, moving.front(),
+                      session.list_of({moving.begin() + 1, moving.end()}));
+}
+
+std::string GroupText(session::Session& session, const std::string& group,
+                      const model::DralInputOutput& output, double low, double high) {
+  return session.text(text_id::kAnswersGroup, group,
+                      session.text(text_id::kAnswersRange, label_text(session, output, low),
+                                   label_text(session, output, high)));
+}
+
 std::string AnswerSentence(session::Session& session, const model::Records& inputs,
                            const model::Records& outputs, model::OrdvaneRangeMode mode,
                            const OutputAnswers& answers) {
@@ -105,11 +118,8 @@ std::string AnswerSentence(session::Session& session, const model::Records& inpu
   for (const InputAnswers& each : answers.inputs)
     if (each.facts.moves && !each.curve.empty() && moving.size() < kMostNamed)
       moving.push_back(described(session, inputs(each.input), output, mode, each));
-  if (moving.empty()) return session.text(text_id::kAnswersNothing, name);
-  std::string sentence = moving.size() == 1
-                             ? session.text(text_id::kAnswersMost, name, moving.front())
-                             : session.text(text_id::kAnswersMostThen, name, moving.front(),
-                                            session.list_of({moving.begin() + 1, moving.end()}));
+  std::string sentence = DependsSentence(session, name, moving);
+  if (moving.empty()) return sentence;
   // A date is at no target unless one is asked for.
   const bool is_date = output.IsDate || layout::shows_date(output.numberFormat);
   const auto reaches = [](const InputAnswers& each) { return !each.break_even.reached.empty(); };

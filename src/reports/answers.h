@@ -28,6 +28,15 @@ model::OutputAnswers AnswersOf(const Context& context, std::int32_t output);
 std::string AnswerSentence(session::Session& session, const model::Records& inputs,
                            const model::Records& outputs, model::OrdvaneRangeMode mode,
                            const model::OutputAnswers& answers);
+// "Profit depends most on Price + Cost (-633 to 948), then on …." of what moves an output, the first first.
+std::string DependsSentence(session::Session& session, const std::string& output,
+                            const std::vector<std::string>& moving);
+// The same of inputs varied together, which take the output from `low` to `high`: "Price + Cost (-633 to
+// 948)".
+std::string GroupText(session::Session& session, const std::string& group,
+                      const model::DralInputOutput& output, double low, double high);
+inline constexpr std::size_t kMostNamed = 3;  // in a sentence
+
 // "Profit is 0 at Price = 67.4." of these inputs, and where it passes the target without being at it; ""
 // where none of them does either.
 std::string TargetSentence(session::Session& session, const model::Records& inputs,

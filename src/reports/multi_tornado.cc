@@ -8,6 +8,7 @@
 
 #include "layout/text_estimate.h"
 #include "model/step_facts.h"
+#include "reports/answers.h"
 #include "reports/bar_report.h"
 #include "reports/item_texts.h"
 #include "reports/progress.h"
@@ -109,14 +110,17 @@ class MultiTornado final : public BarReport {
             .leaves_out_base = effect.leaves_out_base};
   }
 
-  std::string name_of(const model::MultiGroup& group) const {
+  // Its members, each as `label` says.
+  template <class Label>
+  std::string joined(const model::MultiGroup& group, const Label& label) const {
     std::string name;
     for (const std::int32_t member : group.members) {
       if (!name.empty()) name += layout::kBetweenMembers;
-      name += ItemLabel(context_.inputs(member));
+      name += label(context_.inputs(member));
     }
     return name;
   }
+  std::string name_of(const model::MultiGroup& group) const { return joined(group, ItemLabel); }
 
   void fill_row(std::int32_t row, const model::MultiGroup& group, const model::GroupEffect& effect) {
     std::vector<std::string> books, sheets;
@@ -139,6 +143,22 @@ class MultiTornado final : public BarReport {
                    .high_change = effect.highest_change});
     session_.log.line("GenerateMultiTornadoReport group: " + name);
   }
+
+  std::string description() const override {
+    std::vector<std::string> moving;
+    const auto name = [&](const model::DralInputOutput& item) {
+      return item.NameOrQualifiedCellAddressName(context_.range_mode);
+    };
+    for (std::int32_t rank = 1; rank <= by_rank_.size() && moving.size() < kMostNamed; ++rank) {
+      const model::MultiGroup& group = run_.groups(by_rank_(rank));
+      const model::GroupEffect& effect = effects_(by_rank_(rank));
+      if (facts_of(group, effect).moves)
+        moving.push_back(GroupText(session_, joined(group, name), output_, effect.lowest, effect.highest));
+    }
+    return DependsSentence(session_, name(output_), moving);
+  }
+
+  void write_lines(layout::ReportSheet& sheet) const override { sheet.AddLine(description()); }
 
   TableCaptions captions() const override {
     return {session_.text(text_id::kMultiTornadoCaption, std::to_string(bars_)),

@@ -73,7 +73,10 @@ const char* const kFirstRow =
 
 const Situation kSituations[] = {
     {{"values", kThree},
-     {"== Multi-way C14\n", "Groups of inputs by swing: 3", kFirstRow,
+     {"depends most on Price × Volume (60.00 to 140.00), then on Volume × Rate (90.00 to 115.00), Price × "
+      "Volume × Rate "
+      "(98.00 to 110.00).",
+      "== Multi-way C14\n", "Groups of inputs by swing: 3", kFirstRow,
       "A+2 2  B+2 \"Volume (B4) × Rate (B5)\"", "A+3 3  B+3 \"Price (B3) × Volume (B4) × Rate (B5)\"  C+3 98",
       "from 60 to 140", "crossed at 100",
       "title \"What moves Cost most when inputs vary together\nLowest to highest result (Base "
