@@ -191,11 +191,12 @@ double common_divisor(double a, double b) {
   return a;
 }
 
-// Those of all arguments that are not negative, without their fractions: `take(whole)`.
+// Those of all arguments that are not negative, without their fractions, which `cut` takes off:
+// `take(whole)`.
 template <class Take>
-void each_whole(Call& call, const Take& take_whole) {
+void each_whole(Call& call, double (*cut)(double), const Take& take_whole) {
   const auto take = [&](double number) {
-    const double whole = floor_of(number);
+    const double whole = cut(number);
     if (whole < 0) call.fail(ErrorCode::kArgument);
     if (!call.failed()) take_whole(whole);
   };
@@ -215,7 +216,7 @@ void each_whole(Call& call, const Take& take_whole) {
 template <double (*combine)(double, double)>
 Operand call_whole_numbers(Call& call, double start) {
   double result = start;
-  each_whole(call, [&](double whole) { result = combine(result, whole); });
+  each_whole(call, floor_of, [&](double whole) { result = combine(result, whole); });
   return result;
 }
 
@@ -233,7 +234,7 @@ Operand call_lcm(Call& call) {
 
 Operand call_multinomial(Call& call) {
   double sum = 0, result = 1;
-  each_whole(call, [&](double count) {
+  each_whole(call, whole_part, [&](double count) {
     sum += count;
     result *= combinations(sum, count);
   });

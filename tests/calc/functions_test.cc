@@ -345,6 +345,8 @@ TEST(Functions, ValuesAreFound) {
       {"SEARCH(\"a~\",\"ba~\")", "2"},
       {"GAMMADIST(0,1,8,FALSE)", "0.125"},
       {"FACTDOUBLE(-0.5)", "1"},
+      {"MULTINOMIAL(-0.5,3)", "1"},
+      {"GCD(-0.5,3)", "error"},
       {"MINUTE(977.8)", "12"},
       {"MINUTE(977.7999999)", "11"},
       {"HOUR(43000.041666666664)", "1"},

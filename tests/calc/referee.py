@@ -262,6 +262,7 @@ MEANT = [
     ("CONVERT INFO", not_there),
     ("YIELD", lambda asked, ours, theirs: isinstance(ours, float) and yields_apart(asked, ours, theirs)),
     ("AMORDEGRC AMORLINC", lambda asked, ours, theirs: ours == 0 and (asked.number(4) >= 2**31 or asked.number(1) < 10000)),
+    ("AMORDEGRC AMORLINC", of_huge_or_tiny),
     ("AMORLINC", lambda asked, ours, theirs: theirs == 0 and 0 < asked.number(5) < 1e-9),
     ("ACCRINT ACCRINTM COUPDAYBS COUPDAYS COUPDAYSNC COUPNCD COUPNUM COUPPCD DATEDIF DAY DAYS360 DISC DURATION EDATE EOMONTH INTRATE "
      "ISOWEEKNUM MDURATION MONTH NETWORKDAYS NETWORKDAYS.INTL PRICE PRICEDISC PRICEMAT RECEIVED WEEKDAY WEEKNUM WORKDAY WORKDAY.INTL "
@@ -272,7 +273,7 @@ MEANT = [
     ("workbook", lambda asked, ours, theirs: asked.has("ROUND(") and isinstance(ours, float) and abs(ours) >= 1e8
      and abs(ours - theirs) <= math.ulp(ours)),
     # Two errors, of which one is to be the result.
-    ("SUM AVERAGE AVERAGEIF MIN MAX PRODUCT COUNT STDEVA VARA VARPA MAXA MINA AVERAGEA",
+    ("SUM SUMIF SUMIFS AVERAGE AVERAGEIF AVERAGEIFS MIN MAX PRODUCT COUNT STDEVA VARA VARPA MAXA MINA AVERAGEA",
      lambda asked, ours, theirs: isinstance(ours, Error) and isinstance(theirs, Error)),
     (" ".join(FUNCTIONS), lambda asked, ours, theirs: isinstance(ours, Error) and isinstance(theirs, Error) and len(asked.errors()) > 1),
 ]
