@@ -110,7 +110,7 @@ void check_engine(Kit& kit) {
 }
 
 // After a run, whatever became of it.
-void check_left_behind(Kit& kit, const Excel& excel, const State& before) {
+void check_left_behind(Kit& kit, const Excel& excel, const State& before, const Outcome& outcome) {
   kit.results.check("Excel's state is as it was", [&] {
     const std::string lines = difference(before, excel.state());
     if (!lines.empty()) throw Wrong{lines};
@@ -121,6 +121,11 @@ void check_left_behind(Kit& kit, const Excel& excel, const State& before) {
     const std::string lines = difference(kit.cells, now);
     if (!lines.empty()) throw Wrong{lines};
     return std::to_string(now.size()) + " cells, " + hash_of(now);
+  });
+  kit.results.check("nothing of Excel is held after Terminate", [&] {
+    if (outcome.held_after_terminate != 0)
+      throw Wrong{std::to_string(outcome.held_after_terminate) + " objects"};
+    return std::string();
   });
 }
 
@@ -136,16 +141,14 @@ void make_run(Kit& kit, const Excel& excel, const Plan& plan, const std::string&
     before = excel.state();
     outcome = drive(kit.tracer, excel, kit.outputs(), plan);
     ran = true;
-    return seconds_text(outcome.seconds) + ", " + std::to_string(kit.tracer.calls_of_run) +
-           " calls of Excel, of whose objects " + std::to_string(outcome.held_after_terminate) +
-           " were held after Terminate";
+    return seconds_text(outcome.seconds) + ", " + std::to_string(kit.tracer.calls_of_run) + " calls of Excel";
   });
   if (ran) {
     RunCost cost = kit.tracer.cost_of_run(plan.name);
     cost.seconds = outcome.seconds;
     kit.results.runs.push_back(cost);
     judge(outcome);
-    check_left_behind(kit, excel, before);
+    check_left_behind(kit, excel, before, outcome);
   }
   kit.results.check("its workbooks close", [&] {
     excel.close_report_workbooks();
