@@ -76,7 +76,7 @@ bool run_with_fault(Failing failing, FailNth& fault) {
 
 // Under the sanitizers, which make it slow, some calls have their turn.
 int step(bool lasting) {
-  return test::kSanitized ? 20 : lasting ? 3 : 1;
+  return test::kSanitized ? 20 : lasting ? 5 : 1;
 }
 
 class FaultSweep : public testing::TestWithParam<std::tuple<Failing, bool>> {};
