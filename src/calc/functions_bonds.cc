@@ -295,7 +295,7 @@ struct AmortizedAsset {
     period = floor_of(call.number(4));
     rate = call.number(5);
     first_years = year_fraction(calendar, bought, first_end, basis_of(call, 6));
-    if (bought > first_end || rate <= 0 || salvage < 0 || salvage > cost || period < 0)
+    if (bought > first_end || rate <= 0 || cost <= 0 || salvage < 0 || salvage > cost || period < 0)
       call.fail(ErrorCode::kArgument);
   }
   double cost, salvage = 0, period = 0, rate = 0, first_years = 0;

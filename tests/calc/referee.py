@@ -263,6 +263,8 @@ MEANT = [
     ("YIELD", lambda asked, ours, theirs: isinstance(ours, float) and yields_apart(asked, ours, theirs)),
     ("AMORDEGRC AMORLINC", lambda asked, ours, theirs: ours == 0 and (asked.number(4) >= 2**31 or asked.number(1) < 10000)),
     ("AMORDEGRC AMORLINC", of_huge_or_tiny),
+    ("REPLACE", lambda asked, ours, theirs: asked.errors() and isinstance(ours, Error) and isinstance(theirs, Error)),
+    ("REPT", only_ours_fails_where(lambda asked: asked.number(1) * len(asked.texts[0]) > 32767)),
     ("AMORLINC", lambda asked, ours, theirs: theirs == 0 and 0 < asked.number(5) < 1e-9),
     ("ACCRINT ACCRINTM COUPDAYBS COUPDAYS COUPDAYSNC COUPNCD COUPNUM COUPPCD DATEDIF DAY DAYS360 DISC DURATION EDATE EOMONTH INTRATE "
      "ISOWEEKNUM MDURATION MONTH NETWORKDAYS NETWORKDAYS.INTL PRICE PRICEDISC PRICEMAT RECEIVED WEEKDAY WEEKNUM WORKDAY WORKDAY.INTL "
@@ -270,6 +272,7 @@ MEANT = [
     ("EDATE EOMONTH", only_ours_fails_where(lambda asked: abs(asked.number(1)) > 20000)),
     ("WORKDAY WORKDAY.INTL", lambda asked, ours, theirs: asked.number(0) + asked.number(1) < 1),
     ("VDB", only_ours_fails_where(lambda asked: asked.number(2) > 1e5)),
+    ("workbook", lambda asked, ours, theirs: isinstance(ours, str) and "E+015" in ours),  # of a number that is whole in one of the two
     ("workbook", lambda asked, ours, theirs: asked.has("ROUND(") and isinstance(ours, float) and abs(ours) >= 1e8
      and abs(ours - theirs) <= math.ulp(ours)),
     # Two errors, of which one is to be the result.
