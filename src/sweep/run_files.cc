@@ -11,7 +11,7 @@ RunFiles files_of_run(const std::filesystem::path& run) {
   return {run.parent_path() / (name + ".csv"), run.parent_path() / (name + ".groups.csv"), run};
 }
 
-void write_run_files(const std::filesystem::path& run, runfile::OrderedJson description, const RunRows& rows,
+void write_run_files(const std::filesystem::path& run, runfile::Json description, const RunRows& rows,
                      bool replace) {
   const RunFiles files = files_of_run(run);
   xlsx::WholeFileOptions options;
