@@ -99,10 +99,11 @@ class RowEncoder {
 
   void band_cells(const RowBand& band, std::int32_t row) {
     std::size_t at = band.index(row, band.first_column);
+    const office::StyleId* style = band.styles_of(row);
     const std::int32_t end = band.first_column + band.columns;
-    for (std::int32_t column = band.first_column; column < end; ++column, ++at) {
+    for (std::int32_t column = band.first_column; column < end; ++column, ++at, ++style) {
       formulas_before(row, column);
-      const Cell cell = checked({band.kinds[at], band.numbers[at], band.styles[at]});
+      const Cell cell = checked({band.cells[at].kind(), band.cells[at].value(), *style});
       if (has_formula(row, column)) {
         formula_cell(column, cell, formula_->second);
         ++formula_;
@@ -283,7 +284,7 @@ std::int32_t next_row(const SheetModel& sheet, const BandCursor& cursor, std::in
 
 CellNames cell_names(const SheetModel& sheet) {
   std::size_t cells = 0;
-  for (const RowBand& band : sheet.bands) cells += band.kinds.size();
+  for (const RowBand& band : sheet.bands) cells += band.cells.size();
   return cells > kManyCells ? CellNames::kWhereNeeded : CellNames::kAll;
 }
 
