@@ -63,7 +63,7 @@ TEST(CellStore, HoldsWhatAPlainMapHolds) {
     for (std::int32_t row = 1; row <= 27; ++row) {
       for (std::int32_t column = 1; column <= 111; ++column) {
         const CellStore::Slot slot = store.find(row, column);
-        const double kept = slot.band ? slot.band->cells[slot.index].number() : 0;
+        const double kept = slot.band ? slot.band->cells[slot.index].value() : 0;
         const auto expected = plain.find({row, column});
         ASSERT_EQ(kept, expected == plain.end() ? 0 : expected->second) << row << "," << column;
       }
