@@ -36,13 +36,13 @@ void copy_cells(const RowBand& from, RowBand& to, const Area& part) {
     return static_cast<std::size_t>(row - band.first_row);
   };
   const std::size_t start = rows_into(to, first), above = rows_into(from, first);
-  to.styles.change(
-      start, static_cast<std::size_t>(end - first),
-      [&](std::size_t row) { return from.styles.look_of(row - start + above); },
-      [&](StyleId* styles, std::size_t row) {
-        std::copy_n(from.styles.row(row - start + above), from.columns,
-                    styles + (from.first_column - to.first_column));
-      });
+  from.styles.for_each_look(above, static_cast<std::size_t>(end - first),
+                            [&](std::size_t row, std::size_t count, const StyleId* looks) {
+                              to.styles.change(row - above + start, count, [&](StyleId* styles) {
+                                std::copy_n(looks, from.columns,
+                                            styles + (from.first_column - to.first_column));
+                              });
+                            });
   for (std::int32_t row = first; row < end; ++row)
     std::copy_n(from.cells.data() + from.index(row, from.first_column), from.columns,
                 to.cells.data() + to.index(row, from.first_column));

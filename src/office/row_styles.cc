@@ -1,6 +1,6 @@
 #include "office/row_styles.h"
 
-#include <algorithm>
+#include <unordered_map>
 
 namespace ordvane::office {
 namespace {
@@ -16,38 +16,56 @@ void make_room_in(std::vector<Element>& list, std::size_t more) {
 void RowStyles::add_rows(std::size_t count) {
   if (count == 0) return;
   make_room(1);
-  make_room_in(look_of_, count);
+  const bool goes_on = rows_ > 0 && run_of(rows_ - 1)->second == plain_;
+  if (!goes_on) runs_.emplace(rows_, kNone);
   if (plain_ == kNone) plain_ = new_look();
-  look_of_.insert(look_of_.end(), count, plain_);
-  uses_[plain_] += static_cast<std::uint32_t>(count);
+  if (!goes_on) runs_.rbegin()->second = plain_;
+  uses_[plain_] += count;
+  rows_ += count;
 }
 
-void RowStyles::Kinds::add(std::uint32_t group) {
-  const std::size_t row = from + of_row.size();
-  const std::uint32_t look = styles.look_of(row);
-  const bool as_above =
-      !of_row.empty() && list[of_row.back()].before == look && list[of_row.back()].group == group;
-  const std::uint32_t kind = as_above ? of_row.back() : find(look, group, row);
-  ++list[kind].rows;
-  of_row.push_back(kind);
+// Where a run begins at this row now; the end behind the last row.
+RowStyles::Runs::iterator RowStyles::split(std::size_t row) {
+  if (row >= rows_) return runs_.end();
+  const auto run = std::prev(runs_.upper_bound(row));
+  return run->first == row ? run : runs_.emplace_hint(std::next(run), row, run->second);
 }
 
-std::uint32_t RowStyles::Kinds::find(std::uint32_t look, std::uint32_t group, std::size_t row) {
-  constexpr std::size_t kShort = 8;
-  const auto number = static_cast<std::uint32_t>(list.size());
-  const auto key = [](const Kind& kind) { return std::uint64_t{kind.before} << 32U | kind.group; };
-  const Kind wanted{look, group, row};
-  if (list.size() < kShort) {
-    for (std::uint32_t i = 0; i < number; ++i)
-      if (key(list[i]) == key(wanted)) return i;
-  } else {
-    if (index.empty())
-      for (std::uint32_t i = 0; i < number; ++i) index.emplace(key(list[i]), i);
-    const auto [place, added] = index.try_emplace(key(wanted), number);
-    if (!added) return place->second;
+// Gives these rows looks that no other rows have, which are returned.
+std::vector<std::uint32_t> RowStyles::take_apart(std::size_t first, std::size_t count) {
+  const auto begin = split(first), end = split(first + count);
+  struct Own {
+    std::size_t rows = 0;
+    std::uint32_t look = kNone;
+  };
+  std::unordered_map<std::uint32_t, Own> own;  // by the look so far
+  std::vector<std::uint32_t> looks;            // going down
+  for (auto run = begin; run != end; ++run) {
+    Own& known = own[run->second];
+    if (known.rows == 0) looks.push_back(run->second);
+    known.rows += run_end(run) - run->first;
   }
-  list.push_back(wanted);
-  return number;
+  make_room(looks.size());
+  for (std::uint32_t& look : looks) {
+    Own& known = own.find(look)->second;
+    known.look = look = own_look(look, known.rows);
+  }
+  for (auto run = begin; run != end; ++run) run->second = own.find(run->second)->second.look;
+  return looks;
+}
+
+// The one that they have, when no other row has it.
+std::uint32_t RowStyles::own_look(std::uint32_t look, std::size_t rows) {
+  if (rows == uses_[look]) {
+    if (plain_ == look) plain_ = kNone;
+    return look;
+  }
+  const std::uint32_t copy = new_look();
+  std::copy_n(styles_.begin() + static_cast<std::ptrdiff_t>(look * columns_), columns_,
+              styles_.begin() + static_cast<std::ptrdiff_t>(copy * columns_));
+  uses_[look] -= rows;
+  uses_[copy] = rows;
+  return copy;
 }
 
 // For so many more looks.
@@ -60,20 +78,6 @@ std::uint32_t RowStyles::new_look() {
   uses_.push_back(0);
   styles_.resize(styles_.size() + columns_);
   return static_cast<std::uint32_t>(uses_.size() - 1);
-}
-
-// To a look of their own, which is the one that they have when no other row has it.
-void RowStyles::move_rows(Kind& kind) {
-  if (kind.rows == uses_[kind.before]) {
-    kind.now = kind.before;
-    if (plain_ == kind.before) plain_ = kNone;
-    return;
-  }
-  kind.now = new_look();
-  std::copy_n(styles_.begin() + static_cast<std::ptrdiff_t>(kind.before * columns_), columns_,
-              styles_.begin() + static_cast<std::ptrdiff_t>(kind.now * columns_));
-  uses_[kind.before] -= kind.rows;
-  uses_[kind.now] = kind.rows;
 }
 
 }  // namespace ordvane::office

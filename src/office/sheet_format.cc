@@ -57,22 +57,19 @@ void Sheet::restyle(const Area& area, const std::function<void(CellStyle&)>& cha
   };
   // Everything that can fail first, so that a failure leaves no cell changed.
   cells_.for_each_part(area, [&](RowBand& band, const Area& part) {
-    const StyleId* above = nullptr;
-    for (std::int32_t row = part.row; row < part.row + part.rows; ++row) {
-      const StyleId* here = band.styles_of(row) + (part.column - band.first_column);
-      if (here != above) std::for_each_n(here, part.columns, change_style);
-      above = here;
-    }
+    band.styles.for_each_look(
+        static_cast<std::size_t>(part.row - band.first_row), static_cast<std::size_t>(part.rows),
+        [&](std::size_t, std::size_t, const StyleId* row) {
+          std::for_each_n(row + (part.column - band.first_column), part.columns, change_style);
+        });
   });
   cells_.for_each_part(area, [&](RowBand& band, const Area& part) {
-    band.styles.change(
-        static_cast<std::size_t>(part.row - band.first_row), static_cast<std::size_t>(part.rows),
-        [](std::size_t) { return 0U; },
-        [&](StyleId* row, std::size_t) {
-          StyleId* const first = row + (part.column - band.first_column);
-          std::transform(first, first + part.columns, first,
-                         [&](StyleId id) { return static_cast<StyleId>(changed[id]); });
-        });
+    band.styles.change(static_cast<std::size_t>(part.row - band.first_row),
+                       static_cast<std::size_t>(part.rows), [&](StyleId* row) {
+                         StyleId* const first = row + (part.column - band.first_column);
+                         std::transform(first, first + part.columns, first,
+                                        [&](StyleId id) { return static_cast<StyleId>(changed[id]); });
+                       });
   });
 }
 

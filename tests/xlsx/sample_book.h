@@ -37,11 +37,9 @@ inline void set_style(office::BookModel& book, office::SheetModel& sheet, std::i
   for (office::RowBand& band : sheet.bands)
     if (row >= band.first_row && row < band.first_row + band.rows && column >= band.first_column &&
         column < band.first_column + band.columns)
-      band.styles.change(
-          static_cast<std::size_t>(row - band.first_row), 1, [](std::size_t) { return 0U; },
-          [&](office::StyleId* styles, std::size_t) {
-            styles[column - band.first_column] = book.styles.intern(style);
-          });
+      band.styles.change(static_cast<std::size_t>(row - band.first_row), 1, [&](office::StyleId* styles) {
+        styles[column - band.first_column] = book.styles.intern(style);
+      });
 }
 
 inline std::shared_ptr<office::SeriesModel> add_series(office::ChartModel& chart, const std::string& name,
