@@ -65,7 +65,8 @@ TEST(Headings, BreakBetweenWordsOnly) {
         for (const office::RowBand& band : sheet->bands)
           for (std::size_t at = 0; at < band.cells.size(); ++at) {
             const office::CellStyle& style = book->styles.at(band.style(at));
-            if (!style.wrap || style.fill != look::kHeaderTint || band.cells[at].kind() != host::CellKind::kText)
+            if (!style.wrap || style.fill != look::kHeaderTint ||
+                band.cells[at].kind() != host::CellKind::kText)
               continue;
             const auto row = band.first_row + static_cast<std::int32_t>(at) / band.columns;
             const auto column = band.first_column + static_cast<std::int32_t>(at) % band.columns;
