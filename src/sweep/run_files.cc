@@ -5,15 +5,15 @@
 
 namespace ordvane::sweep {
 
-RunFiles files_of_run(const std::filesystem::path& run) {
+RunFiles files_of_run(const std::filesystem::path& run, const std::string& ending) {
   std::string name = run.filename().string();
   if (name.ends_with(".json")) name.resize(name.size() - 5);
-  return {run.parent_path() / (name + ".csv"), run.parent_path() / (name + ".groups.csv"), run};
+  return {run.parent_path() / (name + ending), run.parent_path() / (name + ".groups" + ending), run};
 }
 
 void write_run_files(const std::filesystem::path& run, runfile::OrderedJson description, const RunRows& rows,
                      bool replace) {
-  const RunFiles files = files_of_run(run);
+  const RunFiles files = files_of_run(run, rows.ending);
   xlsx::WholeFileOptions options;
   options.replace = replace;
   xlsx::write_whole_pieces(files.singles, rows.singles, options);

@@ -52,7 +52,8 @@ std::shared_ptr<const runfile::Run> run_of(std::string_view bytes) {
   constexpr std::string_view kBetween = "\n=====\n";
   const std::size_t end = std::min(bytes.find(kBetween), bytes.size());
   const fs::path file = folder().file("a.run.json", bytes.substr(0, end));
-  folder().file("a.run.csv", bytes.substr(std::min(end + kBetween.size(), bytes.size())));
+  for (const char* table : {"a.run.csv", "a.run.bin"})
+    folder().file(table, bytes.substr(std::min(end + kBetween.size(), bytes.size())));
   try {
     return std::make_shared<const runfile::Run>(runfile::read_run(file));
   } catch (const runfile::BadRun&) {

@@ -112,7 +112,7 @@ TEST(Job, SaysThatARecalculationTookTooLong) {
 
 std::string results_of(const runfile::Run& run) {
   std::string text;
-  for (const double value : run.output_values) text += shown({value, {}}) + " ";
+  for (const double value : run.output_values.in_memory()) text += shown({value, {}}) + " ";
   return text;
 }
 
