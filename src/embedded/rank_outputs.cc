@@ -127,7 +127,8 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
   const auto indexes = selected_outputs(*run, outputs);
   model::OneBased<std::int32_t> positions;  // of the records, which stand in the engine's order
   for (const std::int32_t index : indexes) positions.push_back(index + 1);
-  scan.getData(input_records, output_records, positions, recalculations, simulation);
+  scan.getData(input_records, output_records, positions, recalculations, simulation,
+               model::StepRanks::kLeftOut);
 
   const std::vector<std::int32_t> ordered = engine_inputs(*run);
   const model::MultiWayRun multi_way_run =

@@ -133,12 +133,11 @@ std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int3
 
 namespace {
 
-void init_tables(DralInputOutput& input, std::int32_t outputs) {
+void init_tables(DralInputOutput& input, std::int32_t outputs, StepRanks ranks) {
   const std::int32_t steps = input.numSteps;
   input.tableOfValuesInit(steps);
   input.outputValuesCalculatedInit(outputs, steps);
-  input.outputPercentChangedCalculatedInit(outputs, steps);
-  input.outputRankPerStepInit(outputs, steps);
+  if (ranks == StepRanks::kWanted) input.outputRankPerStepInit(outputs, steps);
   input.outputMinValueInit(outputs);
   input.outputMaxValueInit(outputs);
   input.outputMinPercentChangeInit(outputs);
@@ -190,11 +189,12 @@ class Extremes {
 class Retrieval {
  public:
   Retrieval(session::Session& session, const NumberRules& rules, Records& inputs, std::int32_t recalculations,
-            std::int32_t run)
+            std::int32_t run, StepRanks ranks)
       : session_(session),
         rules_(rules),
         inputs_(inputs),
         run_(run),
+        ranks_(ranks),
         data_(static_cast<std::size_t>(std::max(recalculations, 0))),
         poll_([&session] { session.check_cancel(); }),
         pace_(poll_) {}
@@ -219,6 +219,7 @@ class Retrieval {
   const NumberRules& rules_;
   Records& inputs_;
   std::int32_t run_;
+  StepRanks ranks_;
   // Of the item that is being read, one element a recalculation.
   std::vector<double> data_;
   std::vector<double> changes_;          // Array
@@ -250,7 +251,7 @@ void Retrieval::read_output(const DralInputOutput& output, std::int32_t on) {
   EngineReader(session_).values(engine::kOutput, output, run_, 0, data_);
   if (session_.log.is_on()) log_data(output.ioIndex);
   for (double& value : data_) value = rules_.without_nan(value);
-  rank_recalculations(output.BaseValue());
+  if (ranks_ == StepRanks::kWanted) rank_recalculations(output.BaseValue());
   fill_inputs(on, output.BaseValue());
   rank_inputs(on);
 }
@@ -290,10 +291,9 @@ void Retrieval::fill_inputs(std::int32_t on, double base) {
     for (std::int32_t j = 1; j <= input.numSteps; ++j, ++r) {
       if (r >= data_.size()) host::raise_subscript_out_of_range("recalculations of an output");
       input.OutputValuesCalculatedPut(on, j, data_[r]);
-      input.outputRankPerStepPut(on, j, rank_of_[r]);
+      if (ranks_ == StepRanks::kWanted) input.outputRankPerStepPut(on, j, rank_of_[r]);
       const double value = input.OutputValuesCalculated(on, j);
       const double change = rules_.fractional_change(value, base);
-      input.outputPercentChangedCalculatedPut(on, j, change);
       if (rules_.is_usable(value) || rules_.is_usable(change))
         extremes.take(value, change, input.InputValuesUsed(j));
       pace_.step();
@@ -315,9 +315,11 @@ void Retrieval::rank_inputs(std::int32_t on) {
 
 std::int32_t OrdvaneScan::getData(Records& inputs, Records& outputs,
                                   const OneBased<std::int32_t>& selectedOutputs, std::int32_t numIterations,
-                                  std::int32_t runNumber) {
-  for (DralInputOutput& input : inputs) init_tables(input, outputs.size());
-  Retrieval retrieval(session_, *rules_, inputs, numIterations, runNumber);
+                                  std::int32_t runNumber, StepRanks ranks) {
+  // The log tells the ranks whoever wants them.
+  if (session_.log.is_on()) ranks = StepRanks::kWanted;
+  for (DralInputOutput& input : inputs) init_tables(input, outputs.size(), ranks);
+  Retrieval retrieval(session_, *rules_, inputs, numIterations, runNumber, ranks);
   retrieval.read_inputs();
   for (const std::int32_t on : selectedOutputs) retrieval.read_output(outputs(on), on);
   return 0;

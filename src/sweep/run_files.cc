@@ -29,15 +29,15 @@ class Table {
 
 }  // namespace
 
-RunFiles files_of_run(const std::filesystem::path& run) {
+RunFiles files_of_run(const std::filesystem::path& run, const std::string& ending) {
   std::string name = run.filename().string();
   if (name.ends_with(".json")) name.resize(name.size() - 5);
-  return {run.parent_path() / (name + ".csv"), run.parent_path() / (name + ".groups.csv"), run};
+  return {run.parent_path() / (name + ending), run.parent_path() / (name + ".groups" + ending), run};
 }
 
 void write_run_files(const std::filesystem::path& run, runfile::Json description, const RunRows& rows,
                      bool replace) {
-  const RunFiles files = files_of_run(run);
+  const RunFiles files = files_of_run(run, rows.ending);
   const std::string groups = rows.groups ? files.groups.filename().string() : "";
   const std::string text =
       runfile::run_text(std::move(description), files.singles.filename().string(), groups);

@@ -93,7 +93,7 @@ void copy_extended_attributes(const fs::path& from, int to, const fs::path& path
 }
 
 // A file beside the target that is gone again unless it takes the target's place.
-class NewFile {
+class NewFile : public ByteSink {
  public:
   // `path`: how the user calls the target.
   NewFile(FileSystem& files, const fs::path& target, const fs::path& path)
@@ -104,20 +104,22 @@ class NewFile {
     if (handle_ < 0) refuse_to_write(path_, errno);
     static_cast<void>(::flock(handle_, LOCK_EX | LOCK_NB));  // alive, to other processes
   }
-  ~NewFile() {
+  ~NewFile() override {
     if (handle_ >= 0) files_.close(handle_);
     if (!placed_) files_.remove(name_);
   }
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
 
-  void write(std::string_view bytes) {
-    while (!bytes.empty()) {
-      const ssize_t count = files_.write(handle_, bytes.data(), bytes.size());
-      if (count < 0 && errno == EINTR) continue;
-      if (count < 0) refuse_to_write(path_, errno);
-      bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
+  void write(std::string_view bytes) override {
+    write_all(bytes, [&](std::string_view rest) { return files_.write(handle_, rest.data(), rest.size()); });
+  }
+  void write_over(std::uint64_t at, std::string_view bytes) override {
+    const char* const begin = bytes.data();
+    write_all(bytes, [&](std::string_view rest) {
+      return files_.write_at(handle_, rest.data(), rest.size(),
+                             at + static_cast<std::uint64_t>(rest.data() - begin));
+    });
   }
 
   void take_place(const WholeFileOptions& options) {
@@ -133,6 +135,16 @@ class NewFile {
   }
 
  private:
+  template <class Write>
+  void write_all(std::string_view bytes, const Write& write) {
+    while (!bytes.empty()) {
+      const ssize_t count = write(bytes);
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) refuse_to_write(path_, errno);
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+  }
+
   static std::string beside(const fs::path& target) {
     return (target.parent_path() / (unfinished_prefix(target) + std::string(kRandom, 'X'))).string();
   }
@@ -189,13 +201,19 @@ void write_whole(const fs::path& path, std::string_view bytes, const WholeFileOp
 
 void write_whole_pieces(const fs::path& path, const std::function<void(const WritePiece& write)>& content,
                         const WholeFileOptions& options) {
+  write_whole_file(
+      path, [&](ByteSink& file) { content([&](std::string_view bytes) { file.write(bytes); }); }, options);
+}
+
+void write_whole_file(const fs::path& path, const std::function<void(ByteSink& file)>& content,
+                      const WholeFileOptions& options) {
   const fs::path target = place_of(path);
   check_target(target, path, options);
   remove_abandoned(target);
   FileSystem& files = options.files != nullptr ? *options.files : real_files();
   const std::string folder = folder_of(target);
   NewFile file(files, target, path);
-  content([&](std::string_view bytes) { file.write(bytes); });
+  content(file);
   file.take_place(options);
   flush_directory(files, folder);  // once the file is in its place, nothing takes memory
 }

@@ -44,7 +44,7 @@ class DetailCaps : public testing::Test {
       if (column < band.first_column || column >= band.first_column + band.columns) continue;
       for (std::int32_t row = band.first_row; row < band.first_row + band.rows; ++row) {
         const std::size_t at = band.index(row, column);
-        if (band.kinds[at] == host::CellKind::kNumber) numbers.push_back(band.numbers[at]);
+        if (band.cells[at].is_number()) numbers.push_back(band.cells[at].number());
       }
     }
     return numbers;
@@ -70,12 +70,12 @@ TEST_F(DetailCaps, MoreStepsThanRows) {
                        .effects = {{1, 1}},
                        .simulations = 1});
   run->recalculations = 2 * kSteps;
-  run->input_values.clear();
-  run->output_values.clear();
+  run->input_values.in_memory().clear();
+  run->output_values.in_memory().clear();
   for (runfile::Input& input : run->inputs) input.steps = kSteps;
   for (std::int32_t r = 0; r < 2 * kSteps; ++r) {
-    run->input_values.push_back(r);
-    run->output_values.push_back(2 * kSteps - r);  // the first step has the highest rank
+    run->input_values.in_memory().push_back(r);
+    run->output_values.in_memory().push_back(2 * kSteps - r);  // the first step has the highest rank
   }
   report(run);
 
