@@ -263,6 +263,8 @@ MEANT = [
     ("YIELD", lambda asked, ours, theirs: isinstance(ours, float) and yields_apart(asked, ours, theirs)),
     ("AMORDEGRC AMORLINC", lambda asked, ours, theirs: ours == 0 and (asked.number(4) >= 2**31 or asked.number(1) < 10000)),
     ("AMORDEGRC AMORLINC", of_huge_or_tiny),
+    ("GAMMAINV", only_theirs_fails_where(lambda asked: asked.number(1) > 1e6)),
+    ("GCD LCM", lambda asked, ours, theirs: asked.errors() and isinstance(ours, Error) and isinstance(theirs, Error)),
     ("REPLACE", lambda asked, ours, theirs: asked.errors() and isinstance(ours, Error) and isinstance(theirs, Error)),
     ("REPT", only_ours_fails_where(lambda asked: asked.number(1) * len(asked.texts[0]) > 32767)),
     ("AMORLINC", lambda asked, ours, theirs: theirs == 0 and 0 < asked.number(5) < 1e-9),
