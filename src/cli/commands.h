@@ -73,12 +73,13 @@ struct ImportCommand {
 };
 int import_run(const ImportCommand& command, Problems& problems);
 
-enum class Exported { kSteps, kTable, kRanking, kAnswers };
+enum class Exported { kSteps, kTable, kRanking, kAnswers, kRun };
+enum class ExportForm { kCsv, kJson, kNdjson, kBinary };
 struct ExportCommand {
   std::filesystem::path run;
   std::filesystem::path file;  // empty: standard output
   Exported what = Exported::kRanking;
-  std::optional<exchange::Form> form;  // none: by the file's name, else CSV
+  std::optional<ExportForm> form;  // none: by the file's name, else CSV; binary: of runs alone
   exchange::Texts texts = exchange::Texts::kProtected;
   std::vector<std::string> outputs;
   std::optional<std::int32_t> simulation;
@@ -128,9 +129,13 @@ struct MergeCommand {
 };
 int merge(const MergeCommand& command, Problems& problems);
 
-// Reads the run; null when it has none, which is one of the problems then.
+// Reads the run, with a line of progress; null when it has none, which is one of the problems then.
+struct RunReading {
+  bool keeps_texts = false;  // as runfile::ReadOptions has it
+  bool quiet = false;        // without progress
+};
 std::shared_ptr<const runfile::Run> read_run(const std::filesystem::path& file, Problems& problems,
-                                             bool keeps_texts = false);
+                                             RunReading reading = {});
 // The outputs of the run that `wanted` names, and whether it has the simulation.
 std::vector<std::int32_t> chosen_outputs(const runfile::Run& run, const std::vector<std::string>& wanted,
                                          std::int32_t simulation, Problems& problems);

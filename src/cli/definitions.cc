@@ -38,8 +38,8 @@ const ValueKind kMoment{"DATE"};
 const ValueKind kTable{"TABLE", ValueKind::Offer::kFiles, {".csv", ".tsv", ".txt"}};
 const ValueKind kColumns{"NAMES"};
 const ValueKind kRow{"ROW"};
-const ValueKind kExported{"ranking|answers|steps|table"};
-const ValueKind kForm{"csv|json|ndjson"};
+const ValueKind kExported{"ranking|answers|steps|table|run"};
+const ValueKind kForm{"csv|json|ndjson|binary"};
 const ValueKind kTextFile{"FILE", ValueKind::Offer::kFiles, {".csv", ".json", ".ndjson"}};
 
 HelpPart exit_status() {
@@ -294,17 +294,22 @@ void define_export(Arguments& arguments) {
       "--what", kExported,
       "ranking: which input moves which output; answers: break-even, shape, share, elasticity; steps: every "
       "result, one a row; table: every "
-      "recalculation, inputs and outputs as columns (default: ranking)",
+      "recalculation, inputs and outputs as columns; run: the run itself, as files of its own (default: "
+      "ranking)",
       one_of<Exported>("--what", c->what,
                        {{"ranking", Exported::kRanking},
                         {"answers", Exported::kAnswers},
                         {"steps", Exported::kSteps},
-                        {"table", Exported::kTable}}));
-  line.option("--as", kForm, "The form of the text (default: by the ending of -o, else csv)",
-              one_of<std::optional<exchange::Form>>("--as", c->form,
-                                                    {{"csv", exchange::Form::kCsv},
-                                                     {"json", exchange::Form::kJson},
-                                                     {"ndjson", exchange::Form::kNdjson}}));
+                        {"table", Exported::kTable},
+                        {"run", Exported::kRun}}));
+  line.option("--as", kForm,
+              "The form of the text (default: by the ending of -o, else csv); of a run csv, or binary for "
+              "large ones",
+              one_of<std::optional<ExportForm>>("--as", c->form,
+                                                {{"csv", ExportForm::kCsv},
+                                                 {"json", ExportForm::kJson},
+                                                 {"ndjson", ExportForm::kNdjson},
+                                                 {"binary", ExportForm::kBinary}}));
   line.option("-o", kTextFile, "File to write (default: standard output)", path(c->file));
   line.parser().add_flag("--overwrite", c->overwrite, "Replace a file that is there");
   add_outputs(line, c->outputs);
@@ -319,7 +324,8 @@ void define_export(Arguments& arguments) {
       {{"Examples",
         {{"ordvane export budget.run.json --what steps -o steps.csv"},
          {"ordvane export budget.run.json --as ndjson | jq 'select(.rank == 1).input'"},
-         {"ordvane export budget.run.json --what table -o table.csv"}}},
+         {"ordvane export budget.run.json --what table -o table.csv"},
+         {"ordvane export budget.run.json --what run --as binary -o large.run.json"}}},
        {"", {{"docs/exchange.md tells every column; `ordvane import` reads what --what table writes."}}},
        exit_status()});
 }

@@ -28,7 +28,8 @@ class BadArguments : public std::runtime_error {
 class Problems {
  public:
   void add(std::string problem) { problems_.push_back(std::move(problem)); }
-  // Runs a check. What it throws of arguments, run files, workbooks and files is kept.
+  // Runs a check. What it throws of arguments, run files, workbooks and files is kept; the user's wish to
+  // stop is not.
   template <class Check>
   void gather(const Check& check) {
     try {
@@ -40,6 +41,7 @@ class Problems {
     } catch (const xlsx::BadWorkbook& bad) {
       add(bad.what());
     } catch (const host::Error& error) {
+      if (error.code() == host::errc::kUserCancelled) throw;
       add(error.description());
     }
   }

@@ -113,7 +113,7 @@ struct Job {
 // Finds out before the work is done all that would be wrong with it.
 Job prepared(const ReportCommand& command, Problems& problems) {
   Job job;
-  job.run = read_run(command.run, problems);
+  job.run = read_run(command.run, problems, {.quiet = command.quiet});
   job.workbook = target_of(command);
   if (makes_workbook_or_page(command)) check_report_target(command, "-o", problems);
   if (!makes_workbook(command)) check_without_workbook(command, problems);
@@ -199,8 +199,8 @@ void check_report_target(const ReportCommand& command, const std::string& option
 
 int report(const ReportCommand& command, Problems& problems) {
   catch_signals();
-  const Job job = prepared(command, problems);
   try {
+    const Job job = prepared(command, problems);
     ProgressLine progress(!command.quiet);
     embedded::ReportOptions options = options_of(command, *job.run);
     options.outputs = job.outputs;
@@ -214,7 +214,7 @@ int report(const ReportCommand& command, Problems& problems) {
   } catch (const host::Error& error) {
     if (error.code() != host::errc::kUserCancelled) throw;
     const std::string what =
-        makes_workbook_or_page(command) ? printable(job.workbook.string()) : "the last graph";
+        makes_workbook_or_page(command) ? printable(target_of(command).string()) : "the last graph";
     std::fprintf(stderr, "ordvane: cancelled, %s was not written\n", what.c_str());
     return kSignalled + caught_signal();
   }

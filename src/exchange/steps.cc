@@ -23,7 +23,7 @@ Outputs chosen(const runfile::Run& run, const std::vector<std::int32_t>& outputs
 }
 
 // A number, a text, or null for an empty field.
-Json result_of(const std::vector<double>& values, const runfile::TextsOfResults& texts, std::size_t at) {
+Json result_of(const runfile::StoredValues& values, const runfile::TextsOfResults& texts, std::size_t at) {
   const double value = values[at];
   if (!runfile::is_encoded_error(value)) return number_or_null(value);
   if (const auto text = texts.find(at); text != texts.end()) return text->second;
@@ -57,14 +57,20 @@ void visit_recalculations(const runfile::Run& run, std::int32_t simulation, cons
   at.simulation = simulation;
   for (std::size_t i = 0; i < run.inputs.size(); ++i) {
     at.inputs = {i};
-    for (at.step = 0; at.step < run.inputs[i].steps; ++at.step, ++at.position) visit(at);
+    for (at.step = 0; at.step < run.inputs[i].steps; ++at.step, ++at.position) {
+      visit(at);
+      run.output_values.looked_at(run.outputs.size());
+    }
   }
   at.position = 0;
   for (std::size_t g = 0; g < run.groups.size(); ++g) {
     at.group = &run.groups[g];
     at.group_position = g;
     at.inputs = at.group->members;
-    for (at.step = 0; at.step < at.group->combinations; ++at.step, ++at.position) visit(at);
+    for (at.step = 0; at.step < at.group->combinations; ++at.step, ++at.position) {
+      visit(at);
+      run.group_output_values.looked_at(run.outputs.size());
+    }
   }
 }
 

@@ -56,6 +56,8 @@ StyleId StyleTable::intern(const CellStyle& style) {
 }
 
 TextId TextTable::intern(std::string_view text) {
+  if (texts_.size() == texts_.capacity())
+    texts_.reserve(2 * texts_.size() + 1);  // so that both grow, or none
   const auto [place, added] = ids_.try_emplace(std::string(text), static_cast<TextId>(texts_.size()));
   if (added) texts_.push_back(&place->first);
   return place->second;

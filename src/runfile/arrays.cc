@@ -19,8 +19,8 @@ void add_missing(Json& object, const char* field, Json value) {
 
 // Items that stand in no spreadsheet: one below the other.
 void add_places(Json& description, const char* items, const char* sheet) {
-  const auto list = description.find(items);
-  if (list == description.end() || !list->is_array()) return;
+  Json* const list = description.find(items);
+  if (list == nullptr || !list->is_array()) return;
   std::size_t row = 0;
   for (Json& item : *list) {
     ++row;
@@ -96,8 +96,8 @@ class Results {
                      "is " + std::to_string(at) + "; a position among the " + std::to_string(size_) +
                          " results, counted from 0, is expected");
       const auto row = static_cast<std::int64_t>(at / outputs_);
-      set(static_cast<std::int32_t>(row / recalculations), at % outputs_, row % recalculations) =
-          encode_text_result(texts_[i].text);
+      set(static_cast<std::int32_t>(row / recalculations), at % outputs_, row % recalculations,
+          encode_text_result(texts_[i].text));
     }
   }
 
@@ -120,10 +120,10 @@ void put_steps(Run& run, const Arrays& arrays) {
     places.set_value(0, values.at(row));
     results.put_row(row, places);
   }
-  results.put_texts(run.recalculations,
-                    [&](std::int32_t simulation, std::size_t output, std::int64_t recalculation) -> double& {
-                      return run.output_values[run.output_value_index(simulation, output, recalculation)];
-                    });
+  results.put_texts(run.recalculations, [&](std::int32_t simulation, std::size_t output,
+                                            std::int64_t recalculation, double value) {
+    run.output_values.put(run.output_value_index(simulation, output, recalculation), value);
+  });
 }
 
 // How many values a group's members take by themselves.
@@ -168,11 +168,10 @@ void put_groups(Run& run, const Arrays& arrays) {
         first += member_steps(group);
       }
   }
-  results.put_texts(
-      run.group_recalculations,
-      [&](std::int32_t simulation, std::size_t output, std::int64_t recalculation) -> double& {
-        return run.group_output_values[run.group_output_index(simulation, output, recalculation)];
-      });
+  results.put_texts(run.group_recalculations, [&](std::int32_t simulation, std::size_t output,
+                                                  std::int64_t recalculation, double value) {
+    run.group_output_values.put(run.group_output_index(simulation, output, recalculation), value);
+  });
 }
 
 }  // namespace

@@ -217,6 +217,32 @@ void read_row(FieldReader& fields, const RowColumns& columns, std::size_t output
   fields.finish();
 }
 
+// What is done now and then while the file is read.
+class Pauses {
+ public:
+  Pauses(const std::filesystem::path& csv, const Run& run) : csv_(csv), run_(run) {
+    std::error_code error;
+    size_ = static_cast<std::int64_t>(std::filesystem::file_size(csv, error));
+  }
+  template <class Places>
+  void row_read(const RowSource& source, const Places& places) {
+    const std::int64_t read = source.bytes_read();
+    if (read == told_) return;
+    told_ = read;
+    if (run_.reading.progress) run_.reading.progress(csv_, read, size_);
+    if (read - let_go_ < kLetGoAfter) return;
+    let_go_ = read;
+    places.let_go();
+  }
+
+ private:
+  static constexpr std::int64_t kLetGoAfter = std::int64_t{1} << 26;  // bytes read
+
+  const std::filesystem::path& csv_;
+  const Run& run_;
+  std::int64_t size_ = 0, told_ = 0, let_go_ = 0;
+};
+
 template <class Places>
 void read_csv(const std::filesystem::path& csv, Run& run, std::int64_t rows, const std::string& expected) {
   const std::size_t outputs = run.outputs.size();
@@ -227,10 +253,12 @@ void read_csv(const std::filesystem::path& csv, Run& run, std::int64_t rows, con
   check_size(csv, source, static_cast<std::int64_t>(columns.leading() + outputs), rows, expected);
   std::string_view row;
   std::int64_t read = 0;
+  Pauses pauses(csv, run);
   for (Places places(run); !places.done(); places.next(), ++read) {
     if (!source.next(row)) source.fail("the file ends after " + counted(read, "row") + "; " + expected);
     fields.start(row);
     read_row(fields, columns, outputs, places);
+    pauses.row_read(source, places);
   }
   check_nothing_follows(source, expected);
 }

@@ -63,16 +63,19 @@ struct Extent {
   std::int64_t numbers = 0;
   std::int64_t others = 0;  // empty fields, errors and texts
 
-  void add(std::span<const double> values) {
-    for (const double value : values) {
-      if (std::isnan(value) || is_encoded_error(value)) {
-        ++others;
-        continue;
-      }
-      ++numbers;
-      low = std::min(low, value);
-      high = std::max(high, value);
+  void add(const StoredValues& values, std::size_t first, std::int64_t count) {
+    values.take_pieces(first, static_cast<std::size_t>(count), [this](std::span<const double> piece) {
+      for (const double value : piece) add(value);
+    });
+  }
+  void add(double value) {
+    if (std::isnan(value) || is_encoded_error(value)) {
+      ++others;
+      return;
     }
+    ++numbers;
+    low = std::min(low, value);
+    high = std::max(high, value);
   }
   bool moves(const std::optional<double>& base) const { return low < high || (base && *base != low); }
 };
@@ -234,10 +237,9 @@ class Description {
       const Output& output = run_.outputs[i];
       Extent results;
       for (std::int32_t simulation = 0; simulation < run_.simulations; ++simulation) {
-        results.add({run_.output_values.data() + run_.output_value_index(simulation, i, 0),
-                     static_cast<std::size_t>(run_.recalculations)});
-        results.add({run_.group_output_values.data() + run_.group_output_index(simulation, i, 0),
-                     static_cast<std::size_t>(run_.group_recalculations)});
+        results.add(run_.output_values, run_.output_value_index(simulation, i, 0), run_.recalculations);
+        results.add(run_.group_output_values, run_.group_output_index(simulation, i, 0),
+                    run_.group_recalculations);
       }
       others += results.others;
       table.add({std::to_string(i + 1), name_text(output), cell_text(output), base_text(output),
@@ -249,8 +251,7 @@ class Description {
   Extent values_used(const Input& input, std::int64_t first) const {
     Extent used;
     for (std::int32_t simulation = 0; simulation < run_.simulations; ++simulation)
-      used.add({run_.input_values.data() + run_.input_value_index(simulation, first),
-                static_cast<std::size_t>(input.steps)});
+      used.add(run_.input_values, run_.input_value_index(simulation, first), input.steps);
     return used;
   }
 

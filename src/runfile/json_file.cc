@@ -35,7 +35,7 @@ std::string read_text(const std::filesystem::path& path, const std::string& what
     text.resize(size + got);
     if (got == 0) break;
     if (text.size() > kLargestFile)
-      fail("is larger than 1 GiB; keep the recalculated values in a CSV file beside the run file");
+      fail("is larger than 1 GiB; keep the recalculated values in a table beside the run file");
   }
   if (std::ferror(file.get())) fail("cannot be read: " + text::system_reason(errno));
   return text;

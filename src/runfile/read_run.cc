@@ -11,6 +11,7 @@
 
 #include "host/error.h"
 #include "model/combinations.h"
+#include "runfile/binary_table.h"
 #include "runfile/break_evens.h"
 #include "runfile/cell_address.h"
 #include "runfile/description.h"
@@ -37,6 +38,7 @@ constexpr std::int32_t kLongestSheetName = 31;
 constexpr std::int32_t kLongestBookName = 255;
 constexpr std::int32_t kLongestCellContent = 32767;
 constexpr const char* kWhat = "a run file";
+constexpr const char* kTableOrRows = "the name of a table or a list of rows";
 constexpr const char* kAutomaticFunction = "DralAuto";
 
 template <class T>
@@ -439,13 +441,13 @@ void check_places(const JsonValue& list, std::span<const Item* const> items) {
 }
 
 // Beside the run file or in a folder under it: a run cannot point at other files of the machine.
-std::filesystem::path csv_path(const JsonValue& value, Run& run) {
+std::filesystem::path table_path(const JsonValue& value, Run& run) {
   const std::string name = value.text();
   const std::filesystem::path path(name);
   const bool plain = !name.empty() && path.is_relative() && path.has_filename() &&
                      name.find_first_of("\\:") == std::string::npos &&
                      std::find(path.begin(), path.end(), "..") == path.end();
-  if (!plain) value.fail_expecting("the name of a CSV file beside the run file, such as model.run.csv,");
+  if (!plain) value.fail_expecting("the name of a table beside the run file, such as model.run.csv,");
   return run.tables.emplace_back(run.file.parent_path() / path);
 }
 
@@ -539,14 +541,20 @@ void read_groups(const JsonValue& value, Run& run) {
 
 void read_group_recalculations(const JsonValue& value, Run& run) {
   if (run.groups.empty()) value.fail("is there without the field \"groups\"");
-  if (value.data().is_string()) return read_csv_group_rows(csv_path(value, run), run);
-  if (!value.data().is_array()) value.fail_expecting("the name of a CSV file or a list of rows");
+  if (value.data().is_string()) {
+    const std::filesystem::path table = table_path(value, run);
+    return is_binary_table(table) ? read_binary_group_rows(table, run) : read_csv_group_rows(table, run);
+  }
+  if (!value.data().is_array()) value.fail_expecting(kTableOrRows);
   read_inline_group_rows(value, run);
 }
 
 void read_recalculations(const JsonValue& value, Run& run) {
-  if (value.data().is_string()) return read_csv_rows(csv_path(value, run), run);
-  if (!value.data().is_array()) value.fail_expecting("the name of a CSV file or a list of rows");
+  if (value.data().is_string()) {
+    const std::filesystem::path table = table_path(value, run);
+    return is_binary_table(table) ? read_binary_rows(table, run) : read_csv_rows(table, run);
+  }
+  if (!value.data().is_array()) value.fail_expecting(kTableOrRows);
   read_inline_rows(value, run);
 }
 
@@ -600,7 +608,7 @@ Run read_description(const Json& tree, const std::string& name) {
   return run;
 }
 
-Run read_run(const std::filesystem::path& file, bool keeps_texts) {
+Run read_run(const std::filesystem::path& file, const ReadOptions& options) {
   const std::string name = file.string();
   const std::string text = read_text(file, kWhat);
   if (const std::string fault = other_file_fault(file, text); !fault.empty()) throw BadRun(name, "", fault);
@@ -609,8 +617,9 @@ Run read_run(const std::filesystem::path& file, bool keeps_texts) {
   check_format(root);
   Run run;
   run.file = file;
-  run.keeps_texts = keeps_texts;
+  run.reading = options;
   read_object(root, run);
+  run.reading = {};
   return run;
 }
 

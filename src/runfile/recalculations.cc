@@ -5,9 +5,11 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <system_error>
 
 #include "runfile/values.h"
 #include "text/numbers.h"
+#include "text/system_reasons.h"
 
 namespace ordvane::runfile {
 namespace {
@@ -79,9 +81,17 @@ void read_inline(const JsonValue& rows, Run& run, std::int64_t expected, std::in
     read_inline_row(rows.element(row), columns, run.outputs.size(), places);
 }
 
-void make_room(const Run& run, std::vector<double>& values, std::size_t count) {
+void make_room(const Run& run, StoredValues& values, std::size_t count) {
   try {
-    values.resize(count);
+    values.make_room(count);
+  } catch (const std::system_error& error) {
+    std::error_code ignored;
+    throw BadRun(run.file.string(), "",
+                 std::to_string(count) + " values of the run need a file of " +
+                     std::to_string((count * sizeof(double) >> 20) + 1) +
+                     " MiB in the folder for temporary files, " +
+                     std::filesystem::temp_directory_path(ignored).string() +
+                     " (TMPDIR names another): " + text::system_reason(error.code()));
   } catch (const std::exception&) {
     throw BadRun(run.file.string(), "",
                  "the run is too large for this machine's memory: " + std::to_string(count) + " values");
@@ -146,12 +156,13 @@ void GroupPlaces::enter_group() {
 
 // The combination at which the other members are at their first steps comes before all others of a step.
 std::optional<double> GroupPlaces::set_value(std::size_t member, double value) {
-  const auto at = [&](std::int64_t combination) -> double& {
-    return run_.group_input_values[run_.group_value_index(simulation_, group(), combination, member)];
+  const auto place_at = [&](std::int64_t combination) {
+    return run_.group_value_index(simulation_, group(), combination, member);
   };
-  at(combination_) = value;
+  run_.group_input_values.put(place_at(combination_), value);
   const std::int64_t stride = strides_[member];
-  const double first = at(combination_ / stride % group().steps[member] * stride);
+  const double first =
+      run_.group_input_values[place_at(combination_ / stride % group().steps[member] * stride)];
   if (value == first || (std::isnan(value) && std::isnan(first))) return std::nullopt;
   return first;
 }

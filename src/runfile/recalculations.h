@@ -42,14 +42,16 @@ class StepPlaces {
   std::size_t values() const { return 1; }
   // Stores a value; gives the one that has to stand there instead when it is another.
   std::optional<double> set_value(std::size_t /*column*/, double value) {
-    run_.input_values[run_.input_value_index(simulation_, recalculation_)] = value;
+    run_.input_values.put(run_.input_value_index(simulation_, recalculation_), value);
     return std::nullopt;
   }
-  void set_result(std::size_t output, double value) { run_.output_values[place_of(output)] = value; }
+  void set_result(std::size_t output, double value) { run_.output_values.put(place_of(output), value); }
   void set_text(std::size_t output, std::string_view text) {
-    if (run_.keeps_texts) run_.texts.emplace(place_of(output), text);
+    if (run_.reading.keeps_texts) run_.texts.emplace(place_of(output), text);
   }
   void next();
+  // What is stored may leave memory.
+  void let_go() const { run_.output_values.let_go(); }
 
  private:
   std::size_t place_of(std::size_t output) const {
@@ -77,11 +79,15 @@ class GroupPlaces {
   }
   std::size_t values() const { return group().members.size(); }
   std::optional<double> set_value(std::size_t member, double value);
-  void set_result(std::size_t output, double value) { run_.group_output_values[place_of(output)] = value; }
+  void set_result(std::size_t output, double value) { run_.group_output_values.put(place_of(output), value); }
   void set_text(std::size_t output, std::string_view text) {
-    if (run_.keeps_texts) run_.group_texts.emplace(place_of(output), text);
+    if (run_.reading.keeps_texts) run_.group_texts.emplace(place_of(output), text);
   }
   void next();
+  void let_go() const {
+    run_.group_output_values.let_go();
+    run_.group_input_values.let_go();
+  }
 
  private:
   const Group& group() const { return run_.groups[group_]; }

@@ -296,8 +296,7 @@ class RecordedEngine : public engine::Engine {
       if (standard > 0) copy_output(output, run, first, data.first(standard));
       const auto rest = data.subspan(standard);
       if (!rest.empty())
-        std::copy_n(run_->group_output_values.data() + run_->group_output_index(run, output, multi_way),
-                    rest.size(), rest.begin());
+        run_->group_output_values.copy(run_->group_output_index(run, output, multi_way), rest);
     }
     return data.size() == wanted ? kDone : kRefused;
   }
@@ -427,11 +426,10 @@ class RecordedEngine : public engine::Engine {
     double low = std::numeric_limits<double>::infinity();
     double high = -low;
     for (std::int32_t simulation = 0; simulation < run_->simulations; ++simulation) {
-      const double* values =
-          run_->input_values.data() + run_->input_value_index(simulation, listed.recorded_at);
-      for (std::int32_t step = 0; step < listed.input->steps; ++step) {
-        low = std::fmin(low, values[step]);
-        high = std::fmax(high, values[step]);
+      const std::size_t first = run_->input_value_index(simulation, listed.recorded_at);
+      for (std::size_t step = 0; step < static_cast<std::size_t>(listed.input->steps); ++step) {
+        low = std::fmin(low, run_->input_values[first + step]);
+        high = std::fmax(high, run_->input_values[first + step]);
       }
     }
     if (low > high) low = high = 0;
@@ -441,27 +439,28 @@ class RecordedEngine : public engine::Engine {
   // Recalculations `first` and following, as many as `data` has room for; all of them exist.
   void copy_input(const ListedInput& listed, std::int32_t run, std::int32_t first,
                   std::span<double> data) const {
-    copy_steps(listed, run_->input_values.data() + run_->input_value_index(run, listed.recorded_at), first,
-               data);
+    copy_steps(listed, run_->input_values, run_->input_value_index(run, listed.recorded_at), first, data);
   }
 
   void copy_output(std::size_t output, std::int32_t run, std::int32_t first, std::span<double> data) const {
-    const double* values = run_->output_values.data() + run_->output_value_index(run, output, 0);
-    if (recalculations_ == run_->recalculations) {
-      std::copy_n(values + first, data.size(), data.begin());
-      return;
-    }
-    for (const ListedInput& listed : listed_) copy_steps(listed, values + listed.recorded_at, first, data);
+    if (recalculations_ == run_->recalculations)
+      return run_->output_values.copy(run_->output_value_index(run, output, first), data);
+    for (const ListedInput& listed : listed_)
+      copy_steps(listed, run_->output_values, run_->output_value_index(run, output, listed.recorded_at),
+                 first, data);
   }
 
-  // Puts the values of one input's steps to where they fall in `data`, which starts at recalculation `first`.
-  static void copy_steps(const ListedInput& listed, const double* steps, std::int32_t first,
-                         std::span<double> data) {
+  // Puts the values of one input's steps, which begin at `steps`, to where they fall in `data`, which starts
+  // at recalculation `first`.
+  static void copy_steps(const ListedInput& listed, const StoredValues& values, std::size_t steps,
+                         std::int32_t first, std::span<double> data) {
     const std::int64_t start = std::int64_t{listed.first} - first;
     const std::int64_t from = std::max<std::int64_t>(start, 0);
     const std::int64_t to =
         std::min<std::int64_t>(start + listed.input->steps, static_cast<std::int64_t>(data.size()));
-    if (from < to) std::copy(steps + (from - start), steps + (to - start), data.data() + from);
+    if (from < to)
+      values.copy(steps + static_cast<std::size_t>(from - start),
+                  data.subspan(static_cast<std::size_t>(from), static_cast<std::size_t>(to - from)));
   }
 
   std::int32_t group_recalculations() const { return static_cast<std::int32_t>(run_->group_recalculations); }

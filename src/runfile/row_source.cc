@@ -85,6 +85,7 @@ bool RowSource::refill() {
   const std::size_t size = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_.get());
   if (size == 0 && std::ferror(file_.get())) fail("cannot be read: " + text::system_reason(errno));
   end_ += size;
+  bytes_read_ += static_cast<std::int64_t>(size);
   return size > 0;
 }
 

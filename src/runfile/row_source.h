@@ -21,6 +21,8 @@ class RowSource {
   const std::string& name() const { return name_; }
   std::int64_t line() const { return line_; }  // the row's first line; 0 before the first row
   std::int64_t last_line() const { return line_ + breaks_; }
+  // Of the file, as far as the buffer goes.
+  std::int64_t bytes_read() const { return bytes_read_; }
 
   // Without its line break. False at the end. The row stays valid until the next call.
   bool next(std::string_view& row);
@@ -39,6 +41,7 @@ class RowSource {
   std::size_t begin_ = 0, end_ = 0;  // the part of the buffer that is not handed out yet
   std::int64_t line_ = 0;
   std::int64_t breaks_ = 0;  // inside the row
+  std::int64_t bytes_read_ = 0;
 };
 
 enum class FieldFault { kNone, kTextBehindQuote, kNeverClosed };

@@ -1,17 +1,20 @@
 // Recorded what-if runs: the run file in memory.
 //
 // A run is a JSON file (format "ordvane-run", version 1) that describes the inputs and outputs, with the
-// recalculated values inline or in a CSV file beside it. docs/run-file.md describes every field.
+// recalculated values inline or in a table beside it. docs/run-file.md describes every field.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "runfile/stored_values.h"
 
 namespace ordvane::runfile {
 
@@ -104,36 +107,43 @@ struct Calculation {
 // Results that are texts and no numbers, by their places among the results.
 using TextsOfResults = std::map<std::size_t, std::string>;
 
+// How a run is read.
+struct ReadOptions {
+  bool keeps_texts = false;  // of results that are texts
+  // Called now and then: of this table so many bytes are read. What it throws ends the reading.
+  std::function<void(const std::filesystem::path& table, std::int64_t read, std::int64_t of)> progress;
+};
+
 // Values are kept as the engine hands them out: numbers; NaN for an empty field; encoded errors
 // (runfile/values.h).
 struct Run {
   std::filesystem::path file;
-  std::vector<std::filesystem::path> tables;  // CSV files that its recalculations are read from
+  std::vector<std::filesystem::path> tables;  // files that its recalculations are read from
   std::int32_t simulations = 1;
   std::int32_t sampling_type = 0;
   std::vector<Input> inputs;
   std::vector<Output> outputs;
   std::int64_t recalculations = 0;  // of one simulation: the sum of the inputs' steps
   // [simulation][recalculation], recalculations in the order input 1's steps, input 2's steps, …
-  std::vector<double> input_values;
+  StoredValues input_values;
   // [simulation][output][recalculation]
-  std::vector<double> output_values;
+  StoredValues output_values;
 
   // Multi-way recalculations, which follow the ones above: the groups in order, each one's combinations.
   std::vector<Group> groups;
   std::int64_t group_recalculations = 0;  // of one simulation
   std::size_t group_values = 0;           // member values of one simulation
   // [simulation][recalculation][member]: rows as long as the recalculation's group has members
-  std::vector<double> group_input_values;
+  StoredValues group_input_values;
   // [simulation][output][recalculation]
-  std::vector<double> group_output_values;
+  StoredValues group_output_values;
 
   std::optional<Calculation> calculation;
 
   // What the texts among the results say, for those who ask the reader for it: places in output_values and
   // group_output_values.
-  bool keeps_texts = false;
   TextsOfResults texts, group_texts;
+  ReadOptions reading;  // while it is read
 
   std::size_t input_value_index(std::int32_t simulation, std::int64_t recalculation) const {
     return static_cast<std::size_t>(simulation * recalculations + recalculation);
@@ -157,7 +167,7 @@ struct Run {
   }
 };
 
-// Reads and verifies a run file and its CSV. Throws BadRun.
-Run read_run(const std::filesystem::path& file, bool keeps_texts = false);
+// Reads and verifies a run file and its tables. Throws BadRun.
+Run read_run(const std::filesystem::path& file, const ReadOptions& options = {});
 
 }  // namespace ordvane::runfile

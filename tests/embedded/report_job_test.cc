@@ -52,11 +52,11 @@ runfile::Run small_run() {
   run.outputs[2].base.reset();
   run.outputs[2].formula = "=1/0";
   run.recalculations = 9;
-  run.input_values = {8, 10, 12, 1, 2, 3, 2, 4, 8};
+  run.input_values.in_memory() = {8, 10, 12, 1, 2, 3, 2, 4, 8};
   const double error = runfile::encode_error(host::CellError::kDiv0);
-  run.output_values = {32,    40,    48,    7,     7,     7,     20,   40,   80,   // Profit
-                       -8,    -8,    -8,    -8,    -8,    -8,    -4,   kNaN, -16,  // Tax
-                       error, error, error, error, error, error, kNaN, kNaN, kNaN};
+  run.output_values.in_memory() = {32,    40,    48,    7,     7,     7,     20,   40,   80,   // Profit
+                                   -8,    -8,    -8,    -8,    -8,    -8,    -4,   kNaN, -16,  // Tax
+                                   error, error, error, error, error, error, kNaN, kNaN, kNaN};
   return run;
 }
 
@@ -231,7 +231,7 @@ TEST(WriteReports, GoesToTheLimitsOfASheet) {
        [&](runfile::Run& run) { run.inputs[0].name = run.outputs[0].name = many_words; }},
       {"numbers of 300 digits",
        [](runfile::Run& run) {
-         for (double& value : run.output_values) value *= 1e297;
+         for (double& value : run.output_values.in_memory()) value *= 1e297;
          run.inputs[0].number_format = run.outputs[0].number_format = "#,##0.00";
          run.outputs[0].base = 9e299;
        }},

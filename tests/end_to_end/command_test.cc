@@ -205,6 +205,10 @@ TEST_F(Command, TellsEveryProblemAtOnce) {
   // Nobody, not even an administrator, makes files there.
   EXPECT_EQ(messages({"report", "m.run.json", "--log", "/proc"}),
             "ordvane: --log: no file can be made in \"/proc\": there is no such file or folder\n");
+  EXPECT_EQ(messages({"export", "m.run.json", "--what", "run", "--as", "json", "--simulation", "1"}),
+            "ordvane: -o: --what run writes files; name one that ends in .run.json\n"
+            "ordvane: --as: the values of a run are csv or binary\n"
+            "ordvane: --simulation: goes without --what run, which is all of it\n");
   // An unknown option's value is not taken for a run file.
   EXPECT_EQ(messages({"show", "--frob", "5", "m.run.json", "--simulation"}),
             "ordvane: --simulation: N is missing\nordvane: --frob: there is no such option\n"
@@ -220,6 +224,7 @@ TEST_F(Command, NeverWritesOverWhatItReads) {
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{"export", "u.run.json", "-o", "u.run.csv"},
         {"export", "u.run.json", "-o", "./u.run.json"},
+        {"export", "u.run.json", "--what", "run", "-o", "u.run.json"},
         {"import", "t.run.csv", "-o", "t.run.json"},
         {"report", "m.run.json", "-o", "m.xlsx"},
         {"report", "m.run.json", "-o", "linked.html"},

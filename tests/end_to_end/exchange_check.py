@@ -7,9 +7,11 @@ Nothing here comes from the program but what is compared. Prints the differences
 """
 
 import csv
+import importlib.util
 import io
 import json
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -205,6 +207,32 @@ def check_schema(document):
     fits(document, {"$ref": "#/$defs/" + document["format"].removeprefix("ordvane-")}, document["format"])
 
 
+def check_copy(folder):
+    """The run written with binary tables is the same run, and NumPy reads them as the page says."""
+    ordvane("export", RUN, "--what", "run", "--as", "binary", "-o", folder / "large.run.json")
+    ordvane("export", folder / "large.run.json", "--what", "run", "-o", folder / "again.run.json")
+    for copy in ("large", "again"):
+        copy = folder / f"{copy}.run.json"
+        equal(f"steps of {copy.name}", ordvane("export", copy, "--what", "steps"), ordvane("export", RUN, "--what", "steps"))
+        equal(f"ranking of {copy.name}", ordvane("show", copy, "--json").replace(str(copy), ""), ordvane("show", RUN, "--json").replace(str(RUN), ""))
+    description = json.loads((folder / "large.run.json").read_text(encoding="utf-8"))
+    equal("tables", description["recalculations"], "large.run.bin")
+    if importlib.util.find_spec("numpy"):
+        page = (SOURCE / "docs/run-file.md").read_text(encoding="utf-8")
+        read = {}
+        exec(re.search("```python\n(.*?)```", page, re.S)[1].replace('"large', f'"{folder}/large'), read)
+        rows = table(folder / "again.run.json", "again.run.csv")
+        simulations = read["simulations"]
+        for s in range(simulations):
+            of_one = rows[s * len(rows) // simulations:(s + 1) * len(rows) // simulations]
+            equal("values", [None if v != v else v for v in read["inputs"][s]], [number(row[3]) for row in of_one])
+            for o in range(read["outputs"]):
+                equal("results", [None if v != v else v for v in read["results"][s, o]], [number(row[4 + o]) for row in of_one])
+        errors = {"#NULL!": 2000, "#DIV/0!": 2007, "#REF!": 2023, "#NAME?": 2029, "#NUM!": 2036, "#N/A": 2042}
+        marks = [errors.get(row[4], 65536 * (row[4] != "" and number(row[4]) is None)) for row in rows[:read["recalculations"]]]
+        equal("marks", [min(int(mark), 65536) for mark in read["marks"]], marks)
+
+
 def check_reader(run, folder):
     ordvane("export", RUN, "--what", "steps", "-o", folder / "steps.csv")
     ran = subprocess.run([sys.executable, SOURCE / "examples/read_steps.py", folder / "steps.csv"], capture_output=True, text=True)
@@ -225,6 +253,7 @@ def main():
         check_answers(run)
         check_import(run, folder)
         check_reader(run, folder)
+        check_copy(folder)
         documents += [json.loads(ordvane("export", RUN, "--what", what, "--as", "json")) for what in ("ranking", "answers", "table")]
         for document in documents:
             check_schema(document)

@@ -57,7 +57,8 @@ TEST(Corpus, CheckAndReportAgree) {
     const std::string bytes = bytes_of(file);
     const std::size_t table = std::min(bytes.find("\n=====\n"), bytes.size());
     std::ofstream(folder / "a.run.json", std::ios::binary) << bytes.substr(0, table);
-    std::ofstream(folder / "a.run.csv", std::ios::binary) << bytes.substr(std::min(table + 7, bytes.size()));
+    for (const char* name : {"a.run.csv", "a.run.bin"})
+      std::ofstream(folder / name, std::ios::binary) << bytes.substr(std::min(table + 7, bytes.size()));
     const test::CommandResult check = command("check a.run.json");
     const test::CommandResult report = command("report a.run.json --all --overwrite --quiet -o a.xlsx");
     EXPECT_EQ(report.status, check.status) << check.output << report.output;

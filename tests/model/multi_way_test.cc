@@ -49,7 +49,8 @@ struct Model {
       input.steps = static_cast<std::int32_t>(steps[i].size());
       run->recalculations += input.steps;
       run->inputs.push_back(input);
-      run->input_values.insert(run->input_values.end(), steps[i].begin(), steps[i].end());
+      run->input_values.in_memory().insert(run->input_values.in_memory().end(), steps[i].begin(),
+                                           steps[i].end());
     }
     for (std::size_t o = 0; o < outputs.size(); ++o) {
       runfile::Output output;
@@ -65,11 +66,12 @@ struct Model {
         for (const double value : steps[i]) {
           Values at = bases;
           at[i] = value;
-          run->output_values.push_back(recorded(output(at)));
+          run->output_values.in_memory().push_back(recorded(output(at)));
         }
       for (const auto& members : groups)
-        for_each_combination(
-            members, [&](const Values& at) { run->group_output_values.push_back(recorded(output(at))); });
+        for_each_combination(members, [&](const Values& at) {
+          run->group_output_values.in_memory().push_back(recorded(output(at)));
+        });
     }
     return run;
   }
@@ -103,7 +105,7 @@ struct Model {
       group.combinations *= group.steps.back();
     }
     for_each_combination(members, [&](const Values& at) {
-      for (const std::size_t member : members) run.group_input_values.push_back(at[member]);
+      for (const std::size_t member : members) run.group_input_values.in_memory().push_back(at[member]);
     });
     run.group_recalculations += group.combinations;
     run.group_values = run.group_input_values.size();

@@ -81,8 +81,8 @@ class Scan : public testing::Test {
     place(output, "B1");
     run->outputs.push_back(output);
     run->recalculations = 6;
-    run->input_values = {1, 2, 3, 4, 5, 6};
-    run->output_values = {7, 7, 9, 8, 5, 5};
+    run->input_values.in_memory() = {1, 2, 3, 4, 5, 6};
+    run->output_values.in_memory() = {7, 7, 9, 8, 5, 5};
     return run;
   }
 
@@ -135,7 +135,7 @@ TEST_F(Scan, CountsAutomaticInputsByTheirFunctions) {
 }
 
 TEST_F(Scan, ExtremesAreThoseOfTheFirstStepThatReachesThem) {
-  run_->output_values = {7, 7, 9, kNaN, kNaN, kNaN};
+  run_->output_values.in_memory() = {7, 7, 9, kNaN, kNaN, kNaN};
   Records inputs = scanned(engine::kInput), outputs = scanned(engine::kOutput);
   OneBased<std::int32_t> selected;
   selected.push_back(1);

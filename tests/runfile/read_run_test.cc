@@ -76,7 +76,7 @@ const BadCase kBadJson[] = {
     {"\"base\": 7", "\"base\": 7, \"rangeIndex\": 2",
      "json:outputs[0]: the fields \"rangeName\" and \"rangeIndex\" are expected together"},
     {"\"a.run.csv\"", "\"x/../../a.run.csv\"",
-     "json:recalculations: is \"x/../../a.run.csv\"; the name of a CSV file beside the run file, such as "
+     "json:recalculations: is \"x/../../a.run.csv\"; the name of a table beside the run file, such as "
      "model.run.csv, is expected"},
     {"\"a.run.csv\"", "[[1,1,1,8,5,5],[1,1,2,12,9,5]]",
      "json:recalculations: has 2 rows; 3 rows are expected (1 simulation of 3 recalculations)"},
@@ -174,7 +174,7 @@ TEST(ReadRun, UnderstandsResultsAsProgramsWriteThem) {
   }
 }
 
-void expect_same_values(const std::vector<double>& one, const std::vector<double>& other, const char* what) {
+void expect_same_values(const StoredValues& one, const StoredValues& other, const std::string& what) {
   ASSERT_EQ(one.size(), other.size()) << what;
   for (std::size_t i = 0; i < one.size(); ++i)
     EXPECT_TRUE(one[i] == other[i] || (std::isnan(one[i]) && std::isnan(other[i]))) << what << " at " << i;
@@ -242,7 +242,7 @@ std::vector<std::string> code_blocks(const std::filesystem::path& page) {
 
 TEST(ReadRun, ReadsAndRefusesWhatItsPageShows) {
   const auto blocks = code_blocks(std::filesystem::path(ORDVANE_SOURCE_DIR) / "docs/run-file.md");
-  ASSERT_EQ(blocks.size(), 6U);
+  ASSERT_EQ(blocks.size(), 7U);
   const RunFolder folder;
   const std::string json = with(blocks[0], "loan.run.csv", "a.run.csv");
   const auto beside = folder.read(json, blocks[1]);
@@ -266,7 +266,7 @@ TEST(ReadRun, ReadsAndRefusesWhatItsPageShows) {
   };
   std::string shown;
   for (const std::string& complaint : complaints) shown += "loan" + complaint.substr(1) + "\n";
-  EXPECT_EQ(shown, blocks[5]);
+  EXPECT_EQ(shown, blocks[6]);
 }
 
 // Valid UTF-8 in one line, whatever was in the file.
@@ -301,7 +301,7 @@ TEST(ReadRun, ReadsGroupsOfInputs) {
   EXPECT_EQ(run.groups[1].steps, (std::vector<std::int32_t>{1, 1, 1}));
   EXPECT_EQ(run.groups[1].first, 6);
   EXPECT_EQ(run.group_recalculations, 7);
-  EXPECT_EQ(run.group_input_values,
+  EXPECT_EQ(run.group_input_values.in_memory(),
             (std::vector<double>{30, 10, 30, 11, 30, 12, 31, 10, 31, 11, 31, 12, 5, 6, 7}));
   EXPECT_EQ(run.group_output_values[6], 18);
   EXPECT_EQ(run.group_output_values[4], encode_error(CellError::kNA));

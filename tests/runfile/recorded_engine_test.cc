@@ -67,10 +67,12 @@ std::shared_ptr<Run> make_run() {
   run->outputs[1].cell = run->outputs[1].range = "B12";
   run->outputs[1].date = false;
   const auto rows = static_cast<std::size_t>(run->simulations * run->recalculations);
-  for (std::size_t i = 0; i < rows; ++i) run->input_values.push_back(1000 + static_cast<double>(i));
-  for (std::size_t i = 0; i < 2 * rows; ++i) run->output_values.push_back(static_cast<double>(i) / 8);
-  run->output_values[1] = kNaN;
-  run->output_values[6] = encode_error(CellError::kNum);
+  for (std::size_t i = 0; i < rows; ++i)
+    run->input_values.in_memory().push_back(1000 + static_cast<double>(i));
+  for (std::size_t i = 0; i < 2 * rows; ++i)
+    run->output_values.in_memory().push_back(static_cast<double>(i) / 8);
+  run->output_values.put(1, kNaN);
+  run->output_values.put(6, encode_error(CellError::kNum));
   return run;
 }
 
@@ -129,9 +131,9 @@ std::shared_ptr<Run> with_groups() {
   run->groups = {{{0, 3}, {2, 2}, 4, 0, 0}, {{2, 3, 0}, {1, 1, 3}, 3, 4, 8}};
   run->group_recalculations = 7;
   run->group_values = 8 + 9;
-  for (int i = 0; i < 2 * 17; ++i) run->group_input_values.push_back(1000 + i);
+  for (int i = 0; i < 2 * 17; ++i) run->group_input_values.in_memory().push_back(1000 + i);
   for (int i = 0; i < 2 * static_cast<int>(run->outputs.size()) * 7; ++i)
-    run->group_output_values.push_back(2000 + i);
+    run->group_output_values.in_memory().push_back(2000 + i);
   return run;
 }
 

@@ -70,12 +70,12 @@ TEST_F(DetailCaps, MoreStepsThanRows) {
                        .effects = {{1, 1}},
                        .simulations = 1});
   run->recalculations = 2 * kSteps;
-  run->input_values.clear();
-  run->output_values.clear();
+  run->input_values.in_memory().clear();
+  run->output_values.in_memory().clear();
   for (runfile::Input& input : run->inputs) input.steps = kSteps;
   for (std::int32_t r = 0; r < 2 * kSteps; ++r) {
-    run->input_values.push_back(r);
-    run->output_values.push_back(2 * kSteps - r);  // the first step has the highest rank
+    run->input_values.in_memory().push_back(r);
+    run->output_values.in_memory().push_back(2 * kSteps - r);  // the first step has the highest rank
   }
   report(run);
 

@@ -67,15 +67,15 @@ inline void add_groups(runfile::Run& run, const RunShape& shape) {
   for (std::int32_t s = 0; s < shape.simulations; ++s) {
     for (std::size_t first : {0U, 1U})
       for (int c = 0; c < 9; ++c)
-        run.group_input_values.insert(
-            run.group_input_values.end(),
+        run.group_input_values.in_memory().insert(
+            run.group_input_values.in_memory().end(),
             {*run.inputs[first].base + c / 3 - 1, *run.inputs[first + 1].base + c % 3 - 1});
     for (std::size_t o = 0; o < shape.output_bases.size(); ++o)
       for (std::size_t first : {0U, 1U})
         for (int c = 0; c < 9; ++c) {
           const double a = shape.effects[o][first] * (c / 3 - 1);
           const double b = shape.effects[o][first + 1] * (c % 3 - 1);
-          run.group_output_values.push_back(shape.output_bases[o] + (s + 1) * (a + b + a * b));
+          run.group_output_values.in_memory().push_back(shape.output_bases[o] + (s + 1) * (a + b + a * b));
         }
   }
 }
@@ -119,11 +119,12 @@ inline std::shared_ptr<runfile::Run> make_run(const RunShape& shape = {}) {
   run->recalculations = std::int64_t{shape.steps} * static_cast<std::int64_t>(run->inputs.size());
   for (std::int32_t s = 0; s < shape.simulations; ++s) {
     for (const runfile::Input& input : run->inputs)
-      for (int step = 1; step <= shape.steps; ++step) run->input_values.push_back(*input.base + step - 2);
+      for (int step = 1; step <= shape.steps; ++step)
+        run->input_values.in_memory().push_back(*input.base + step - 2);
     for (std::size_t o = 0; o < shape.output_bases.size(); ++o)
       for (const double effect : shape.effects[o])
         for (int step = 1; step <= shape.steps; ++step)
-          run->output_values.push_back(shape.output_bases[o] + (s + 1) * effect * (step - 2));
+          run->output_values.in_memory().push_back(shape.output_bases[o] + (s + 1) * effect * (step - 2));
   }
   if (shape.groups) add_groups(*run, shape);
   return run;

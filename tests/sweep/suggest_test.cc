@@ -191,7 +191,7 @@ TEST(Suggestion, IsADefinitionThatSweepsAsItStands) {
   std::vector<double> swings;
   for (std::size_t i = 0, row = 0; i < run.inputs.size();
        row += static_cast<std::size_t>(run.inputs[i++].steps)) {
-    const auto begin = run.output_values.begin() + static_cast<std::ptrdiff_t>(row);
+    const auto begin = run.output_values.in_memory().begin() + static_cast<std::ptrdiff_t>(row);
     const auto [low, high] = std::minmax_element(begin, begin + run.inputs[i].steps);
     swings.push_back(*high - *low);
   }

@@ -1,0 +1,98 @@
+#include "runfile/mapped_file.h"
+
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+#endif
+
+namespace ordvane::runfile {
+namespace {
+
+constexpr std::size_t kMostLookedAt = std::size_t{1} << 26;
+
+}  // namespace
+
+void MappedFile::looked_at(std::size_t bytes) const {
+  if (looked_at_.fetch_add(bytes, std::memory_order_relaxed) + bytes < kMostLookedAt) return;
+  looked_at_.store(0, std::memory_order_relaxed);
+  let_go();
+}
+
+#ifdef _WIN32
+
+std::shared_ptr<MappedFile> MappedFile::of(const std::filesystem::path& /*file*/) {
+  return nullptr;
+}
+std::shared_ptr<MappedFile> MappedFile::temporary(std::size_t /*bytes*/) {
+  return nullptr;
+}
+MappedFile::~MappedFile() = default;
+void MappedFile::let_go() const {}
+
+#else
+
+namespace {
+
+class Descriptor {
+ public:
+  explicit Descriptor(int file) : file_(file) {}
+  ~Descriptor() {
+    if (file_ >= 0) ::close(file_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return file_; }
+
+ private:
+  int file_;
+};
+
+[[noreturn]] void fail(int error) {
+  throw std::system_error(error, std::generic_category());
+}
+
+}  // namespace
+
+std::shared_ptr<MappedFile> MappedFile::map(int file, std::size_t size, bool writable) {
+  void* const data =
+      ::mmap(nullptr, size, writable ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, file, 0);
+  if (data == MAP_FAILED) return nullptr;
+  return std::shared_ptr<MappedFile>(new MappedFile(static_cast<std::byte*>(data), size));
+}
+
+std::shared_ptr<MappedFile> MappedFile::of(const std::filesystem::path& file) {
+  const Descriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat there {};
+  if (opened.get() < 0 || ::fstat(opened.get(), &there) != 0 || there.st_size == 0) return nullptr;
+  return map(opened.get(), static_cast<std::size_t>(there.st_size), false);
+}
+
+// Room is taken at once: a disk that is full later would end the program.
+std::shared_ptr<MappedFile> MappedFile::temporary(std::size_t bytes) {
+  std::string name = (std::filesystem::temp_directory_path() / "ordvane-XXXXXX").string();
+  const Descriptor made(::mkostemp(name.data(), O_CLOEXEC));
+  if (made.get() < 0) fail(errno);
+  ::unlink(name.c_str());
+  if (const int error = ::posix_fallocate(made.get(), 0, static_cast<off_t>(bytes)); error != 0) fail(error);
+  auto mapped = map(made.get(), bytes, true);
+  if (!mapped) fail(errno);
+  return mapped;
+}
+
+MappedFile::~MappedFile() {
+  ::munmap(data_, size_);
+}
+
+void MappedFile::let_go() const {
+  ::madvise(data_, size_, MADV_DONTNEED);
+}
+
+#endif
+
+}  // namespace ordvane::runfile
