@@ -63,8 +63,9 @@ TEST(CellStore, HoldsWhatAPlainMapHolds) {
       const Area styled{up_to(20), up_to(80), up_to(6), up_to(30)};
       store.for_each_part(styled, [&](RowBand& band, const Area& part) {
         const auto row = static_cast<std::size_t>(part.row - band.first_row);
-        band.styles.change(row, static_cast<std::size_t>(part.rows), [&](StyleId* styles) {
-          std::fill_n(styles + (part.column - band.first_column), part.columns, static_cast<StyleId>(step));
+        band.styles.change(row, static_cast<std::size_t>(part.rows), [&](StyleId* row_styles) {
+          std::fill_n(row_styles + (part.column - band.first_column), part.columns,
+                      static_cast<StyleId>(step));
         });
         for (std::int32_t cell = 0; cell < part.rows * part.columns; ++cell)
           styles[{part.row + cell / part.columns, part.column + cell % part.columns}] = step;

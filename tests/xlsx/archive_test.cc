@@ -63,7 +63,7 @@ TEST(Archive, JoinsPieces) {
 TEST(Archive, JoinsPiecesThatEndAnywhereInAByte) {
   for (std::size_t size = 1; size < 200; ++size) {
     std::vector<CompressedPiece> pieces{compress(rows(size), false), compress(noise(size), false),
-                                        compress("end", true)};
+                                        compress(std::string("end"), true)};
     EXPECT_TRUE(unpacked(join("part", pieces)) == rows(size) + noise(size) + "end") << size;
   }
 }

@@ -40,7 +40,7 @@ void write(const fs::path& file, const std::string& bytes) {
 }
 
 ArchiveEntry entry(const std::string& name, const std::string& text) {
-  std::vector<CompressedPiece> pieces{compress(text, 6, true)};
+  std::vector<CompressedPiece> pieces{compress(text, true)};
   return join(name, pieces);
 }
 
