@@ -71,29 +71,27 @@ TEST(Archive, JoinsPiecesThatEndAnywhereInAByte) {
 // What is noted as repeated saves room where it is, and never changes the text.
 TEST(Archive, UnpacksWhateverIsNotedAsRepeated) {
   const std::string text = rows(40000);
-  const auto noted = [&](std::size_t length, std::size_t step) {
+  const auto noted = [&](std::size_t length) {
     MarkedText marked(text);
-    std::size_t last = std::string::npos;
-    for (std::size_t at = text.find("<c "); at != std::string::npos; at = text.find("<c ", at + step)) {
-      if (last != std::string::npos)
-        marked.repeats.push_back({static_cast<std::uint32_t>(at), static_cast<std::uint16_t>(length),
-                                  static_cast<std::uint16_t>(at - last)});
-      last = at;
-    }
+    for (std::size_t last = 0, at = text.find("<c ", 1); at != std::string::npos;
+         last = at, at = text.find("<c ", at + 1))
+      marked.repeats.push_back({static_cast<std::uint32_t>(at), static_cast<std::uint16_t>(length),
+                                static_cast<std::uint16_t>(at - last)});
     return marked;
   };
-  MarkedText absurd(text);
+  MarkedText absurd(text), overlapping(std::string(1000, 'x'));
   absurd.repeats = {{0, 5, 1},   {9, 5, 20},      {50, 2, 25},  {90, 300, 25},
                     {200, 5, 0}, {300, 5, 40000}, {250, 9, 25}, {39999, 400, 25}};
+  overlapping.repeats = {{10, 20, 5}, {15, 20, 5}, {40, 258, 1}, {297, 3, 297}, {298, 258, 7}, {998, 3, 9}};
   const struct {
     const char* what;
     MarkedText marked;
     std::size_t most;  // bytes
   } kCases[] = {
-      {"what is the same", noted(13, 1), text.size() / 3},
-      {"more than is the same", noted(30, 1), text.size()},
-      {"overlapping", noted(13, 3), text.size() / 3},
-      {"nonsense", absurd, text.size()},
+      {"what is the same", noted(12), text.size() * 2 / 5},
+      {"more than is the same", noted(30), text.size()},
+      {"overlapping", overlapping, 600},
+      {"nonsense", absurd, text.size() * 11 / 10},
       {"nothing, of one letter", std::string(70000, 'x'), 70000 / 6},
       {"nothing, of no letter", std::string(), 400},
   };
