@@ -250,7 +250,6 @@ void Retrieval::read_output(const DralInputOutput& output, std::int32_t on) {
   session_.check_cancel();
   EngineReader(session_).values(engine::kOutput, output, run_, 0, data_);
   if (session_.log.is_on()) log_data(output.ioIndex);
-  for (double& value : data_) value = rules_.without_nan(value);
   if (ranks_ == StepRanks::kWanted) rank_recalculations(output.BaseValue());
   fill_inputs(on, output.BaseValue());
   rank_inputs(on);
@@ -266,6 +265,7 @@ void Retrieval::log_data(std::int32_t index) {
 // By change from the base value; a missing result stands for its own change.
 void Retrieval::rank_recalculations(double base) {
   const double missing = rules_.missing_number();
+  for (double& value : data_) value = rules_.without_nan(value);
   changes_ = data_;
   for (double& change : changes_)
     if (change != missing) change -= base;
@@ -284,6 +284,8 @@ void Retrieval::rank_recalculations(double base) {
 
 // Everything that one output's recalculations say about the inputs.
 void Retrieval::fill_inputs(std::int32_t on, double base) {
+  const bool has_changes = rules_.is_usable(base) && base != 0;
+  const double missing = rules_.missing_number();
   std::size_t r = 0;
   for (DralInputOutput& input : inputs_) {
     input.startingIteration = static_cast<std::int32_t>(r) + 1;
@@ -293,12 +295,13 @@ void Retrieval::fill_inputs(std::int32_t on, double base) {
       input.OutputValuesCalculatedPut(on, j, data_[r]);
       if (ranks_ == StepRanks::kWanted) input.outputRankPerStepPut(on, j, rank_of_[r]);
       const double value = input.OutputValuesCalculated(on, j);
-      const double change = rules_.fractional_change(value, base);
-      if (rules_.is_usable(value) || rules_.is_usable(change))
-        extremes.take(value, change, input.InputValuesUsed(j));
+      if (rules_.is_usable(value))
+        extremes.take(
+            value, has_changes ? NumberRules::difference_of_numbers(value, base) / std::fabs(base) : missing,
+            input.InputValuesUsed(j));
       pace_.step();
     }
-    extremes.finish(rules_.missing_number());
+    extremes.finish(missing);
   }
 }
 
