@@ -12,10 +12,11 @@
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
 #   make fuzz MINUTES=n  damaged input for every reader, each for so long
+#   make faults    refuses every allocation of small commands, one by one and all from one on
 #   make mutants   the faults of tests/mutants put into the sources one by one: do the tests notice?
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
-.PHONY: demo test check mutants fuzz packages check-packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
+.PHONY: demo test check mutants faults fuzz packages check-packages bench gallery reference format format-check tidy release sanitize windows windows-build clean
 
 sources = $(shell git ls-files '*.cc' '*.h')
 example = examples/solar-plant/solar-plant.xlsx
@@ -104,6 +105,9 @@ format-check:
 tidy:
 	@tools/install-packages test
 	@tools/tidy
+
+faults: release
+	ORDVANE_EVERY_ALLOCATION=1 build/release/tests/test_faults --gtest_brief=1
 
 mutants:
 	@tools/install-packages test

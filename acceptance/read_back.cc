@@ -77,23 +77,13 @@ std::string text_of(const host::CellValue& value) {
   }
 }
 
-host::CellValue value_in(const BookModel& book, const office::RowBand& band, std::size_t at) {
-  host::CellValue value;
-  value.kind = band.kinds[at];
-  if (value.kind == host::CellKind::kText)
-    value.text = book.texts.at(static_cast<office::TextId>(band.numbers[at]));
-  else
-    value.number = band.numbers[at];
-  return value;
-}
-
 // A cell of the expected workbook; blank where there is none.
 host::CellValue value_at(const BookModel& book, const SheetModel& sheet, std::int32_t row,
                          std::int32_t column) {
   for (const office::RowBand& band : sheet.bands)
     if (row >= band.first_row && row < band.first_row + band.rows && column >= band.first_column &&
         column < band.first_column + band.columns)
-      return value_in(book, band, band.index(row, column));
+      return value_of(book.texts, band.cells[band.index(row, column)]);
   return {};
 }
 
@@ -156,7 +146,7 @@ void compare_band(const LateBound& sheet, const BookModel& book, const SheetMode
     for (std::int32_t column = 0; column < band.columns; ++column) {
       const std::int32_t r = band.first_row + row, c = band.first_column + column;
       const host::CellValue found = block.value(row + 1, column + 1);
-      const host::CellValue wanted = value_in(book, band, band.index(r, c));
+      const host::CellValue wanted = value_of(book.texts, band.cells[band.index(r, c)]);
       const std::string wanted_text = text_of(wanted);
       findings.expect(model.name + "!" + office::cell_name(r, c),
                       same(found, wanted) ? wanted_text : text_of(found), wanted_text);
@@ -167,7 +157,7 @@ void compare_band(const LateBound& sheet, const BookModel& book, const SheetMode
 void compare_formats(const LateBound& sheet, const BookModel& book, const SheetModel& model,
                      const office::RowBand& band, Findings& findings) {
   const auto format = [&](std::int32_t row, std::int32_t column) -> const std::string& {
-    return book.styles.at(band.styles[band.index(row, column)]).number_format;
+    return book.styles.at(band.style(band.index(row, column))).number_format;
   };
   const std::int32_t end = band.first_row + band.rows;
   for (std::int32_t column = band.first_column; column < band.first_column + band.columns; ++column)

@@ -77,9 +77,9 @@ void put_row(Dump& dump, const office::SheetModel& sheet, std::int32_t row) {
     for (std::int32_t column = band.first_column; column < band.first_column + band.columns; ++column) {
       const std::size_t at = band.index(row, column);
       dump.put(column);
-      dump.put(static_cast<std::int32_t>(band.styles[at]));
-      dump.put(static_cast<std::int32_t>(band.kinds[at]));
-      dump.put(band.numbers[at]);
+      dump.put(static_cast<std::int32_t>(band.style(at)));
+      dump.put(static_cast<std::int32_t>(band.cells[at].kind()));
+      dump.put(band.cells[at].value());
     }
   }
 }

@@ -236,11 +236,13 @@ Operand call_percentrank(Call& call) {
   if (number < numbers.front() || number > numbers.back()) return ErrorCode::kNotAvailable;
   const auto above = std::lower_bound(numbers.begin(), numbers.end(), number);
   double place = static_cast<double>(above - numbers.begin());
-  if (*above != number) place += (number - *above) / (*above - *(above - 1));
+  if (*above != number) place = place - 1 + (number - *(above - 1)) / (*above - *(above - 1));
   const auto count = static_cast<double>(numbers.size());
   const double share = ends ? (count > 1 ? place / (count - 1) : 1) : (place + 1) / (count + 1);
   if (share == 0) return 0.0;
-  return rounded(share, static_cast<int>(std::min(digits - 1 - std::floor(std::log10(share)), 300.0)));
+  const double unit =
+      power_of_ten(static_cast<int>(std::min(digits - 1 - std::floor(std::log10(share)), 300.0)));
+  return std::floor(share * unit + 0.5) / unit;  // plainly, not by fifteen digits
 }
 
 Operand call_trimmean(Call& call) {

@@ -340,8 +340,10 @@ void SheetReader::add_area(CellId id, std::int32_t formula) {
       block_of(area_).value_or(Reference{0, 0, first.row, first.column, first.row, first.column});
   area.sheet = area.last_sheet = sheet_;
   const bool is_table = formula_type_ == "dataTable";
-  if (std::int64_t{area.rows()} * area.columns() > (1 << 20))
-    reader_.refuse("an array formula fills " + area_);
+  if (std::int64_t{area.rows()} * area.columns() > (1 << 20) ||
+      (!is_table && (first.row < area.row || first.column < area.column)))
+    reader_.refuse("an array formula in " + text::cell_name(first.row + 1, first.column + 1) + " fills " +
+                   area_);
   for (std::int32_t row = area.row; row <= area.last_row; ++row) {
     for (std::int32_t column = area.column; column <= area.last_column; ++column) {
       Cell& cell = book_.cells[static_cast<std::size_t>(book_.add(sheet_, row, column))];

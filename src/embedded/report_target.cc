@@ -12,9 +12,9 @@ namespace {
 
 bool holds_dates(const office::BookModel& book, const office::SheetModel& sheet) {
   for (const office::RowBand& band : sheet.bands)
-    for (std::size_t cell = 0; cell < band.kinds.size(); ++cell)
-      if (band.kinds[cell] == host::CellKind::kNumber &&
-          office::NumberFormat(book.styles.at(band.styles[cell]).number_format).shows_dates())
+    for (std::size_t cell = 0; cell < band.cells.size(); ++cell)
+      if (band.cells[cell].is_number() &&
+          office::NumberFormat(book.styles.at(band.style(cell)).number_format).shows_dates())
         return true;
   return false;
 }

@@ -258,7 +258,7 @@ ImportedRun import_table(const std::filesystem::path& file, const ImportOptions&
   const Design design = find_design(rows, options.base_line);
   ImportedRun imported = RunMaker(rows, results, design, table, choice).make();
   // What no run can hold is refused before anything is written.
-  runfile::read_description(runfile::Json(runfile::description_of(imported.run)), file.string());
+  runfile::read_description(runfile::description_of(imported.run), file.string());
   return imported;
 }
 

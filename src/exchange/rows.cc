@@ -12,14 +12,10 @@ namespace {
 constexpr std::size_t kPiece = std::size_t{1} << 16;
 constexpr const char* kListSeparator = ";";
 
-std::string dumped(const Json& value, int indent = -1) {
-  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
-}
-
 std::string plain_text(const Json& cell) {
   if (cell.is_null()) return {};
-  if (cell.is_string()) return cell.get<std::string>();
-  if (cell.is_number_float()) return text::shortest_number(cell.get<double>());
+  if (cell.is_string()) return cell.string();
+  if (cell.is_number_float()) return text::shortest_number(cell.number());
   if (!cell.is_array()) return cell.dump();
   std::string text;
   for (const Json& element : cell)
@@ -59,7 +55,7 @@ Json document_head(const char* format, int version, const std::string& run) {
 }
 
 std::string document_text(const Json& document) {
-  return dumped(document, 2) + '\n';
+  return document.dump(2) + '\n';
 }
 
 RowWriter::RowWriter(TextForm form, std::vector<std::string> columns, const Json& head, Write write)
@@ -68,11 +64,11 @@ RowWriter::RowWriter(TextForm form, std::vector<std::string> columns, const Json
     append_line({columns_.begin(), columns_.end()});
     return;
   }
-  for (std::string& column : columns_) column = dumped(Json(column)) + ":";
+  for (std::string& column : columns_) column = Json(column).dump() + ":";
   if (form_.form == Form::kNdjson) return;
   text_ = "{\n";
   for (const auto& [name, value] : head.items())
-    text_ += "  " + dumped(Json(name)) + ": " + dumped(value) + ",\n";
+    text_ += "  " + Json(name).dump() + ": " + value.dump() + ",\n";
   text_ += "  \"rows\": [";
 }
 
@@ -90,7 +86,7 @@ void RowWriter::add(const std::vector<Json>& cells) {
   } else {
     if (form_.form == Form::kJson) text_ += first_ ? "\n    " : ",\n    ";
     for (std::size_t i = 0; i < cells.size(); ++i)
-      text_ += (i == 0 ? "{" : ",") + columns_[i] + dumped(cells[i]);
+      text_ += (i == 0 ? "{" : ",") + columns_[i] + cells[i].dump();
     text_ += form_.form == Form::kJson ? "}" : "}\n";
   }
   first_ = false;

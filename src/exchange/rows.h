@@ -2,15 +2,15 @@
 #pragma once
 
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "text/json.h"
+
 namespace ordvane::exchange {
 
-// Fields in the order in which they are written.
-using Json = nlohmann::ordered_json;
+using Json = text::Json;
 // Takes the next piece of a text.
 using Write = std::function<void(std::string_view)>;
 

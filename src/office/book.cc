@@ -70,9 +70,36 @@ StyleId StyleTable::intern(const CellStyle& style) {
 }
 
 TextId TextTable::intern(std::string_view text) {
+  if (texts_.size() == texts_.capacity())
+    texts_.reserve(2 * texts_.size() + 1);  // so that both grow, or none
   const auto [place, added] = ids_.try_emplace(std::string(text), static_cast<TextId>(texts_.size()));
   if (added) texts_.push_back(&place->first);
   return place->second;
+}
+
+host::CellValue value_of(const TextTable& texts, const CellContent& cell) {
+  host::CellValue value;
+  value.kind = cell.kind();
+  if (value.kind == host::CellKind::kText)
+    value.text = texts.at(static_cast<TextId>(cell.value()));
+  else
+    value.number = cell.value();
+  return value;
+}
+
+RowBand::RowBand(std::int32_t row, std::int32_t row_count, std::int32_t column, std::int32_t column_count)
+    : first_row(row),
+      first_column(column),
+      columns(column_count),
+      styles(static_cast<std::size_t>(column_count)) {
+  add_rows(row_count);
+}
+
+void RowBand::add_rows(std::int32_t count) {
+  const auto all = static_cast<std::size_t>(rows + count);
+  cells.resize(all * static_cast<std::size_t>(columns));
+  styles.add_rows(all - styles.rows());
+  rows += count;
 }
 
 std::int32_t column_pixels(double characters) {

@@ -15,6 +15,8 @@
 #include <vector>
 
 #include "host/excel.h"
+#include "office/cell_content.h"
+#include "office/row_styles.h"
 #include "text/cell_names.h"
 
 namespace ordvane::office {
@@ -26,7 +28,6 @@ inline constexpr double kDefaultColumnWidth = 8.43;  // characters
 inline constexpr const char* kDefaultFont = "Calibri";
 inline constexpr double kDefaultFontSize = 11;
 
-using StyleId = std::uint16_t;
 using TextId = std::uint32_t;
 
 struct EdgeLine {
@@ -77,19 +78,33 @@ class TextTable {
   std::vector<const std::string*> texts_;
 };
 
-// Consecutive rows of a sheet, row-major, all of one width. 11 bytes a cell. Bands may lie side by side: a
-// row can have cells in several bands.
+// Consecutive rows of a sheet, row-major, all of one width. Bands may lie side by side: a row can have cells
+// in several bands.
 struct RowBand {
+  RowBand() = default;
+  // Of blank cells in the default style.
+  RowBand(std::int32_t row, std::int32_t row_count, std::int32_t column, std::int32_t column_count);
   std::int32_t first_row = 1, rows = 0;
   std::int32_t first_column = 1, columns = 0;
-  std::vector<double> numbers;  // kNumber, kBoolean, kError as in host::CellValue; kText: the TextId
-  std::vector<StyleId> styles;
-  std::vector<host::CellKind> kinds;  // a cell with a style may be kBlank
+  std::vector<CellContent> cells;  // a cell with a style may be blank
+  RowStyles styles;
   std::size_t index(std::int32_t row, std::int32_t column) const {
     return static_cast<std::size_t>(row - first_row) * static_cast<std::size_t>(columns) +
            static_cast<std::size_t>(column - first_column);
   }
+  // The styles of a row's cells, from the first column on.
+  const StyleId* styles_of(std::int32_t row) const {
+    return styles.row(static_cast<std::size_t>(row - first_row));
+  }
+  StyleId style(std::size_t index) const {
+    const auto width = static_cast<std::size_t>(columns);
+    return styles.row(index / width)[index % width];
+  }
+  void add_rows(std::int32_t count);
 };
+
+// What a cell holds, with its text.
+host::CellValue value_of(const TextTable& texts, const CellContent& cell);
 
 struct CellRef {
   std::int32_t row = 1, column = 1;

@@ -16,44 +16,36 @@ constexpr std::int32_t kNarrowBand = 64;
 constexpr std::int64_t kMostNewCells = std::int64_t{1} << 26U;
 
 std::size_t cell_count(const RowBand& band) {
-  return band.numbers.size();
+  return band.cells.size();
 }
 
 bool same_columns(const RowBand& band, const Area& area) {
   return band.first_column == area.column && band.columns == area.columns;
 }
 
-void resize(RowBand& band) {
-  const auto cells = static_cast<std::size_t>(band.rows) * static_cast<std::size_t>(band.columns);
-  band.numbers.resize(cells);
-  band.styles.resize(cells);
-  band.kinds.resize(cells);
-}
-
 RowBand blank_band(const Area& area) {
-  RowBand band;
-  band.first_row = area.row;
-  band.rows = area.rows;
-  band.first_column = area.column;
-  band.columns = area.columns;
-  resize(band);
-  return band;
+  return {area.row, area.rows, area.column, area.columns};
 }
 
 // Copies the cells of `from` in the rows of `part` to where they lie in `to`, which contains them.
 void copy_cells(const RowBand& from, RowBand& to, const Area& part) {
   const std::int32_t first = std::max(from.first_row, part.row);
   const std::int32_t end = std::min(from.first_row + from.rows, part.row + part.rows);
-  const auto copy = [&](const auto& source, auto& target) {
-    for (std::int32_t row = first; row < end; ++row) {
-      const auto* at = source.data() + from.index(row, from.first_column);
-      auto* place = target.data() + to.index(row, from.first_column);
-      for (std::int32_t column = 0; column < from.columns; ++column) place[column] = at[column];
-    }
+  if (first >= end) return;
+  const auto rows_into = [](const RowBand& band, std::int32_t row) {
+    return static_cast<std::size_t>(row - band.first_row);
   };
-  copy(from.numbers, to.numbers);
-  copy(from.styles, to.styles);
-  copy(from.kinds, to.kinds);
+  const std::size_t start = rows_into(to, first), above = rows_into(from, first);
+  from.styles.for_each_look(above, static_cast<std::size_t>(end - first),
+                            [&](std::size_t row, std::size_t count, const StyleId* looks) {
+                              to.styles.change(row - above + start, count, [&](StyleId* styles) {
+                                std::copy_n(looks, from.columns,
+                                            styles + (from.first_column - to.first_column));
+                              });
+                            });
+  for (std::int32_t row = first; row < end; ++row)
+    std::copy_n(from.cells.data() + from.index(row, from.first_column), from.columns,
+                to.cells.data() + to.index(row, from.first_column));
 }
 
 void copy_cells(const RowBand& from, RowBand& to) {
@@ -201,8 +193,7 @@ void CellStore::join_with_band_above(std::size_t lower) {
 }
 
 void CellStore::add_rows(RowBand& band, std::int32_t rows) {
-  band.rows += rows;
-  resize(band);
+  band.add_rows(rows);
   note_height(band);
 }
 

@@ -28,18 +28,26 @@ class CellStore {
   // The same, and brings scattered bands that lie inside the area together, for a block about to be written.
   void ensure_together(const Area& area);
 
-  // Calls visit(band, index, row, column, count) for each stored run of cells of a row inside the area, band
-  // by band. The visitor must not add cells.
+  // Calls visit(band, part) for each band that has cells inside the area, with the area that it has of it.
+  // The visitor must not add cells.
   template <class Visit>
-  void for_each_run(const Area& area, Visit&& visit) {
+  void for_each_part(const Area& area, Visit&& visit) {
     for (std::size_t b = first_candidate(area.row); b < bands_.size(); ++b) {
       RowBand& band = bands_[b];
       if (band.first_row >= area.row + area.rows) break;
       const Area part = intersection(area, area_of(band));
-      if (is_empty(part)) continue;
+      if (!is_empty(part)) visit(band, part);
+    }
+  }
+
+  // Calls visit(band, index, row, column, count) for each stored run of cells of a row inside the area, band
+  // by band. The visitor must not add cells.
+  template <class Visit>
+  void for_each_run(const Area& area, Visit&& visit) {
+    for_each_part(area, [&](RowBand& band, const Area& part) {
       for (std::int32_t row = part.row; row < part.row + part.rows; ++row)
         visit(band, band.index(row, part.column), row, part.column, static_cast<std::size_t>(part.columns));
-    }
+    });
   }
 
   static Area area_of(const RowBand& band) {

@@ -77,7 +77,8 @@ void ColumnFit::StyleFit::finish() {
   if (highest > 0) measure(highest);
 }
 
-void ColumnFit::add(StyleId style, CellKind kind, double number) {
+void ColumnFit::add(StyleId style, const CellContent& cell) {
+  const CellKind kind = cell.kind();
   if (kind == CellKind::kBlank) return;
   if (!last_fit_ || style != last_style_) {
     last_fit_ = &fits_.try_emplace(style, book_.styles.at(style)).first->second;
@@ -86,15 +87,12 @@ void ColumnFit::add(StyleId style, CellKind kind, double number) {
   StyleFit& fit = *last_fit_;
   if (fit.wraps) return;
   if (kind == CellKind::kNumber) {
-    fit.add_number(number);
+    fit.add_number(cell.number());
   } else if (kind == CellKind::kText) {
-    const auto text = static_cast<TextId>(number);
+    const auto text = static_cast<TextId>(cell.value());
     if (fit.texts.insert(text).second) fit.measure(book_.texts.at(text));
   } else {
-    CellValue value;
-    value.kind = kind;
-    value.number = number;
-    fit.measure(value);
+    fit.measure(value_of(book_.texts, cell));
   }
 }
 

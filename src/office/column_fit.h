@@ -19,7 +19,7 @@ class ColumnFit {
  public:
   explicit ColumnFit(const BookModel& book) : book_(book) {}
 
-  void add(StyleId style, host::CellKind kind, double number);
+  void add(StyleId style, const CellContent& cell);
   // The column's width in pixels. Nothing when no cell has contents.
   std::optional<std::int32_t> pixels();
 

@@ -20,11 +20,10 @@ void check_text(std::string_view text) {
 }
 
 // Cells hold no infinities.
-double storable(double number) {
-  return std::isfinite(number) ? number : static_cast<double>(host::CellError::kNum);
-}
-CellKind storable_kind(CellKind kind, double number) {
-  return kind == CellKind::kNumber && !std::isfinite(number) ? CellKind::kError : kind;
+CellContent storable(CellKind kind, double number) {
+  if (kind == CellKind::kNumber && !std::isfinite(number))
+    return {CellKind::kError, static_cast<double>(host::CellError::kNum)};
+  return {kind, number};
 }
 
 bool is_formula(const std::string& text) {
@@ -43,13 +42,7 @@ Sheet::Sheet(Book& owner, std::shared_ptr<SheetModel> data)
 // ---- Values ----
 
 CellValue Sheet::value_at(const RowBand& band, std::size_t index) const {
-  CellValue result;
-  result.kind = band.kinds[index];
-  if (result.kind == CellKind::kText)
-    result.text = book->model->texts.at(static_cast<TextId>(band.numbers[index]));
-  else if (result.kind != CellKind::kBlank)
-    result.number = band.numbers[index];
-  return result;
+  return value_of(book->model->texts, band.cells[index]);
 }
 
 CellValue Sheet::stored_value(std::int32_t row, std::int32_t column) {
@@ -77,7 +70,7 @@ void Sheet::each_value(const Area& area, const std::function<void(const CellValu
         for (std::size_t i = index; i < index + count; ++i, ++column) {
           if (!computations_.empty() && is_under_way({row, column}))
             visit(host::CellError::kRef);  // it depends on itself
-          else if (band.kinds[i] != CellKind::kBlank)
+          else if (band.cells[i].kind() != CellKind::kBlank)
             visit(value_at(band, i));
         }
       });
@@ -91,14 +84,15 @@ host::CellBlock Sheet::values(const Area& area) {
       area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
         for (std::size_t i = index; i < index + count; ++i, ++column) {
           const std::int32_t block_row = row - area.row + 1, block_column = column - area.column + 1;
-          if (band.kinds[i] == CellKind::kNumber) {
-            block.set_number(block_row, block_column, band.numbers[i]);
-          } else if (band.kinds[i] == CellKind::kText) {
-            const auto id = static_cast<TextId>(band.numbers[i]);
+          const CellContent& cell = band.cells[i];
+          if (cell.is_number()) {
+            block.set_number(block_row, block_column, cell.number());
+          } else if (cell.kind() == CellKind::kText) {
+            const auto id = static_cast<TextId>(cell.value());
             const auto [known, added] = text_ids.try_emplace(id, 0);
             if (added) known->second = block.add_text(book->model->texts.at(id));
             block.set_text(block_row, block_column, known->second);
-          } else if (band.kinds[i] != CellKind::kBlank) {
+          } else if (cell.kind() != CellKind::kBlank) {
             block.set(block_row, block_column, value_at(band, i));
           }
         }
@@ -107,10 +101,9 @@ host::CellBlock Sheet::values(const Area& area) {
 }
 
 void Sheet::write(RowBand& band, std::size_t index, const CellValue& value) {
-  band.kinds[index] = storable_kind(value.kind, value.number);
-  band.numbers[index] = value.kind == CellKind::kText
-                            ? static_cast<double>(book->model->texts.intern(value.text))
-                            : storable(value.number);
+  band.cells[index] = value.kind == CellKind::kText
+                          ? CellContent(CellKind::kText, book->model->texts.intern(value.text))
+                          : storable(value.kind, value.number);
 }
 
 void Sheet::store(const CellRef& cell, const CellValue& value) {
@@ -146,14 +139,13 @@ void Sheet::put(const Area& area, const host::CellBlock& block) {
       area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
         for (std::size_t i = index; i < index + count; ++i, ++column) {
           const host::CellBlock::Cell& cell = block.at(row - area.row + 1, column - area.column + 1);
-          band.kinds[i] = storable_kind(cell.kind, cell.number);
-          if (cell.kind == CellKind::kText) {
-            TextId& id = text_ids[cell.text];
-            if (id == kUnknown) id = texts.intern(block.text(cell.text));
-            band.numbers[i] = static_cast<double>(id);
-          } else {
-            band.numbers[i] = storable(cell.number);
+          if (cell.kind != CellKind::kText) {
+            band.cells[i] = storable(cell.kind, cell.number);
+            continue;
           }
+          TextId& id = text_ids[cell.text];
+          if (id == kUnknown) id = texts.intern(block.text(cell.text));
+          band.cells[i] = {CellKind::kText, static_cast<double>(id)};
         }
       });
 }

@@ -41,7 +41,7 @@ void apply(const host::BorderFormat& format, EdgeLine& line) {
 
 const CellStyle& Sheet::style(std::int32_t row, std::int32_t column) {
   const CellStore::Slot place = cells_.find(row, column);
-  return book->model->styles.at(place.band ? place.band->styles[place.index] : StyleId{0});
+  return book->model->styles.at(place.band ? place.band->style(place.index) : StyleId{0});
 }
 
 void Sheet::restyle(const Area& area, const std::function<void(CellStyle&)>& change) {
@@ -49,21 +49,28 @@ void Sheet::restyle(const Area& area, const std::function<void(CellStyle&)>& cha
   cells_.ensure(area);
   StyleTable& styles = book->model->styles;
   std::vector<std::int32_t> changed(styles.size(), kUnmet);
+  const auto change_style = [&](StyleId id) {
+    if (changed[id] != kUnmet) return;
+    CellStyle style = styles.at(id);
+    change(style);
+    changed[id] = styles.intern(style);
+  };
   // Everything that can fail first, so that a failure leaves no cell changed.
-  cells_.for_each_run(area,
-                      [&](RowBand& band, std::size_t index, std::int32_t, std::int32_t, std::size_t count) {
-                        for (std::size_t i = index; i < index + count; ++i) {
-                          if (changed[band.styles[i]] != kUnmet) continue;
-                          CellStyle style = styles.at(band.styles[i]);
-                          change(style);
-                          changed[band.styles[i]] = styles.intern(style);
-                        }
-                      });
-  cells_.for_each_run(area,
-                      [&](RowBand& band, std::size_t index, std::int32_t, std::int32_t, std::size_t count) {
-                        for (std::size_t i = index; i < index + count; ++i)
-                          band.styles[i] = static_cast<StyleId>(changed[band.styles[i]]);
-                      });
+  cells_.for_each_part(area, [&](RowBand& band, const Area& part) {
+    band.styles.for_each_look(
+        static_cast<std::size_t>(part.row - band.first_row), static_cast<std::size_t>(part.rows),
+        [&](std::size_t, std::size_t, const StyleId* row) {
+          std::for_each_n(row + (part.column - band.first_column), part.columns, change_style);
+        });
+  });
+  cells_.for_each_part(area, [&](RowBand& band, const Area& part) {
+    band.styles.change(static_cast<std::size_t>(part.row - band.first_row),
+                       static_cast<std::size_t>(part.rows), [&](StyleId* row) {
+                         StyleId* const first = row + (part.column - band.first_column);
+                         std::transform(first, first + part.columns, first,
+                                        [&](StyleId id) { return static_cast<StyleId>(changed[id]); });
+                       });
+  });
 }
 
 void Sheet::set_border(const Area& area, host::Edge edge, const host::BorderFormat& format) {
@@ -194,12 +201,13 @@ void Sheet::fit_columns(const Area& area) {
   cells_.for_each_run(
       area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
         const auto merged = merged_rows.find(row);
+        const StyleId* style = band.styles_of(row) + (column - band.first_column);
         auto fit = fits.begin() + (column - area.column);
-        for (std::size_t i = index; i < index + count; ++i, ++column, ++fit) {
+        for (std::size_t i = index; i < index + count; ++i, ++column, ++fit, ++style) {
           const bool is_merged = merged != merged_rows.end() &&
                                  std::any_of(merged->second.begin(), merged->second.end(),
                                              [&](const Area& merge) { return contains(merge, row, column); });
-          if (!is_merged) fit->add(band.styles[i], band.kinds[i], band.numbers[i]);
+          if (!is_merged) fit->add(*style, band.cells[i]);
         }
       });
   for (std::int32_t column = area.column; ColumnFit & fit : fits) {

@@ -18,10 +18,12 @@ std::shared_ptr<Sheet> Book::find_sheet(const std::string& name) const {
 }
 
 void Book::rename_sheet(Sheet& sheet, const std::string& name) {
-  const std::string former = std::exchange(sheet.model->name, name);
-  auto entry = by_name_.extract(unicode::folded(former));
-  entry.key() = unicode::folded(name);
+  // What takes memory comes first: names and sheets belong together whatever happens.
+  std::string former = name, folded = unicode::folded(name);
+  auto entry = by_name_.extract(unicode::folded(sheet.model->name));
+  entry.key().swap(folded);
   by_name_.insert(std::move(entry));
+  former.swap(sheet.model->name);
   if (!sheet.is_charted) return;
   for (const auto& other : model->sheets) {
     for (const auto& chart : other->charts) {
@@ -38,6 +40,8 @@ std::shared_ptr<Sheet> Book::add_sheet(const std::string& name) {
   if (find_sheet(name)) refuse("The workbook already has a sheet named " + name);
   auto sheet = std::make_shared<Sheet>(*this, std::make_shared<SheetModel>());
   sheet->model->name = name;
+  sheets.reserve(sheets.size() + 1);
+  model->sheets.reserve(model->sheets.size() + 1);
   by_name_.emplace(unicode::folded(name), sheet);
   sheets.push_back(sheet);
   model->sheets.push_back(sheet->model);

@@ -4,7 +4,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "embedded/cell_text.h"
@@ -15,7 +14,7 @@
 namespace ordvane::page {
 namespace {
 
-using nlohmann::ordered_json;
+using text::Json;
 
 constexpr const char* kWhole = "#,##0";
 constexpr const char* kScientific = "0.00000E+00";
@@ -86,7 +85,7 @@ std::optional<Manner> manner_of_code(const std::string& code, double sign) {
   return *same == *manner ? manner : std::nullopt;
 }
 
-ordered_json json_of(const Manner& manner) {
+Json json_of(const Manner& manner) {
   return {with_minus(manner.before, kWhole),
           with_minus(manner.after, kWhole),
           manner.decimals,
@@ -122,7 +121,7 @@ std::string formatted(double value, const std::string& code, const environment::
   return with_minus(text_of(value, code, symbols_of(language)), code);
 }
 
-ordered_json rules_of(const std::string& code, const environment::Language& language) {
+Json rules_of(const std::string& code, const environment::Language& language) {
   if (layout::shows_date(code)) return date_code(code);
   return {json_of(*manner_of_code(code, 1)), json_of(*manner_of_code(code, -1)),
           formatted(0, code, language)};
@@ -155,7 +154,7 @@ std::string Figures::difference(double value) const {
   return std::isnan(value) ? kNoNumber : formatted(value, difference_code_, language_);
 }
 
-ordered_json Figures::rules() const {
+Json Figures::rules() const {
   return rules_of(code_, language_);
 }
 

@@ -1,13 +1,13 @@
 // Numbers as pages and graphs write them: as the item's cell shows them, in the figures of a language.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <span>
 #include <string>
 
 #include "environment/string_table.h"
 #include "runfile/run.h"
+#include "text/json.h"
 
 namespace ordvane::page {
 
@@ -28,7 +28,7 @@ class Figures {
   // Likewise of differences.
   const std::string& difference_code() const { return difference_code_; }
   // The same rules for the script of a page: resources/page/page.js says what they mean.
-  nlohmann::ordered_json rules() const;
+  text::Json rules() const;
 
  private:
   std::string code_, difference_code_;
@@ -37,7 +37,7 @@ class Figures {
 };
 
 // Of figures in one of the formats that a script can follow.
-nlohmann::ordered_json rules_of(const std::string& code, const environment::Language& language);
+text::Json rules_of(const std::string& code, const environment::Language& language);
 // In the figures of a language, by a number format in English codes.
 std::string formatted(double value, const std::string& code, const environment::Language& language);
 inline constexpr const char* kShareFormat = "#,##0.0%";

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "page/section.h"
@@ -13,7 +12,7 @@
 namespace ordvane::page {
 namespace {
 
-using nlohmann::ordered_json;
+using text::Json;
 
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
@@ -42,25 +41,24 @@ std::string packed(const std::vector<double>& numbers) {
 class Rules {
  public:
   std::size_t place(const Figures& figures) {
-    const ordered_json rules = figures.rules();
+    const Json rules = figures.rules();
     for (std::size_t i = 0; i < all_.size(); ++i)
       if (all_[i] == rules) return i;
     all_.push_back(rules);
     return all_.size() - 1;
   }
-  const ordered_json& all() const { return all_; }
+  const Json& all() const { return all_; }
 
  private:
-  ordered_json all_ = ordered_json::array();
+  Json all_ = Json::array();
 };
 
-ordered_json number_or_null(double value) {
-  return std::isnan(value) ? ordered_json() : ordered_json(value);
+Json number_or_null(double value) {
+  return std::isnan(value) ? Json() : Json(value);
 }
 
-ordered_json inputs_of(const Views& views, Rules& rules) {
-  ordered_json names = ordered_json::array(), places = names, places_of_rules = names, steps = names,
-               bases = names;
+Json inputs_of(const Views& views, Rules& rules) {
+  Json names = Json::array(), places = names, places_of_rules = names, steps = names, bases = names;
   for (const InputFacts& input : views.inputs()) {
     names.push_back(input.name);
     places.push_back(input.place);
@@ -68,7 +66,7 @@ ordered_json inputs_of(const Views& views, Rules& rules) {
     steps.push_back(input.item->steps);
     bases.push_back(number_or_null(input.base));
   }
-  ordered_json values = ordered_json::array();
+  Json values = Json::array();
   for (std::int32_t simulation = 1; simulation <= views.run().simulations; ++simulation) {
     std::vector<double> tried;
     for (std::int64_t step = 0; step < views.run().recalculations; ++step)
@@ -89,9 +87,9 @@ int step_at(const std::vector<Point>& points, double result, double input) {
 }
 
 // What the model answered where the output reaches its target, by input; null where it was not asked.
-ordered_json asked_of(const View& view) {
+Json asked_of(const View& view) {
   if (!view.ranking.answers.asked_model) return {};
-  ordered_json asked = ordered_json::object();
+  Json asked = Json::object();
   for (const embedded::Effect& effect : view.ranking.effects)
     for (const model::Crossing& crossing : view.answers(effect).break_even.reached)
       if (crossing.place == model::Crossing::Place::kModel)
@@ -99,12 +97,12 @@ ordered_json asked_of(const View& view) {
   return asked;
 }
 
-ordered_json view_of(const Views& views, const View& view, Rules& rules, const std::string& section) {
+Json view_of(const Views& views, const View& view, Rules& rules, const std::string& section) {
   std::vector<double> results, swings, shares, elasticities, arcs;
   for (std::int64_t step = 0; step < views.run().recalculations; ++step)
     results.push_back(views.output_value(view, step));
-  ordered_json order = ordered_json::array(), ends = order, remarks = ordered_json::object(),
-               without_effect = order, on_graphs = order;
+  Json order = Json::array(), ends = order, remarks = Json::object(), without_effect = order,
+       on_graphs = order;
   for (const embedded::Effect& effect : view.ranking.effects) {
     const auto points = views.points(view, effect);
     order.push_back(effect.input_index);
@@ -146,7 +144,7 @@ ordered_json view_of(const Views& views, const View& view, Rules& rules, const s
           {"section", section}};
 }
 
-ordered_json texts_of(const Views& views) {
+Json texts_of(const Views& views) {
   const session::Session& texts = views.texts();
   constexpr const char* kFirst = "{1}";
   constexpr const char* kSecond = "{2}";
@@ -168,19 +166,19 @@ ordered_json texts_of(const Views& views) {
 std::string page_data(const Views& views, const std::vector<std::string>& sections) {
   Rules rules;
   const environment::Language& language = views.language();
-  ordered_json data{{"language",
-                     {{"decimal", std::string(1, language.decimal_separator)},
-                      {"group", language.group_separator},
-                      {"list", language.list_separator}}},
-                    {"texts", texts_of(views)},
-                    {"inputs", inputs_of(views, rules)}};
+  Json data{{"language",
+             {{"decimal", std::string(1, language.decimal_separator)},
+              {"group", language.group_separator},
+              {"list", language.list_separator}}},
+            {"texts", texts_of(views)},
+            {"inputs", inputs_of(views, rules)}};
   for (std::size_t i = 0; i < views.all().size(); ++i)
     data["views"].push_back(view_of(views, views.all()[i], rules, sections[i]));
   data["rules"] = rules.all();
   data["percent"] = rules_of(kShareFormat, language);
   data["plain"] = rules_of(kElasticityFormat, language);
   data["whole"] = rules_of("#,##0", language);
-  std::string text = data.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  std::string text = data.dump();
   // Nothing in it ends the script element that it stands in.
   std::string safe;
   safe.reserve(text.size());

@@ -19,8 +19,8 @@ void add_missing(Json& object, const char* field, Json value) {
 
 // Items that stand in no spreadsheet: one below the other.
 void add_places(Json& description, const char* items, const char* sheet) {
-  const auto list = description.find(items);
-  if (list == description.end() || !list->is_array()) return;
+  Json* const list = description.find(items);
+  if (list == nullptr || !list->is_array()) return;
   std::size_t row = 0;
   for (Json& item : *list) {
     ++row;

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <vector>
 
 #include "runfile/run.h"
 #include "runfile/values.h"
@@ -11,6 +14,7 @@
 namespace ordvane::runfile {
 namespace {
 
+constexpr std::size_t kMostLevels = 200;
 constexpr std::size_t kShownName = 40;
 constexpr std::size_t kShownProblem = 160;
 
@@ -23,7 +27,7 @@ std::string element(const std::string& path, std::size_t index) {
 }
 
 // What the parser's message says beyond its own name, the position and the text last read.
-std::string problem_of(const Json::exception& error) {
+std::string problem_of(const nlohmann::json::exception& error) {
   std::string problem = error.what();
   const auto drop_through = [&problem](std::string_view mark) {
     const std::size_t at = problem.find(mark);
@@ -39,7 +43,7 @@ std::string problem_of(const Json::exception& error) {
   return text::cut_to(problem, kShownProblem);
 }
 
-class TreeBuilder : public nlohmann::json_sax<Json> {
+class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
  public:
   TreeBuilder(std::string_view text, const std::string& file) : text_(text), file_(file) {}
 
@@ -48,7 +52,9 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
   bool null() override { return add(nullptr); }
   bool boolean(bool value) override { return add(value); }
   bool number_integer(number_integer_t value) override { return add(value); }
-  bool number_unsigned(number_unsigned_t value) override { return add(value); }
+  bool number_unsigned(number_unsigned_t value) override {
+    return std::in_range<std::int64_t>(value) ? add(value) : add(static_cast<double>(value));
+  }
   bool number_float(number_float_t value, const string_t&) override { return add(value); }
   bool string(string_t& value) override { return add(std::move(value)); }
   bool binary(binary_t&) override { return false; }
@@ -59,12 +65,14 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
 
   bool key(string_t& name) override {
     Level& level = levels_.back();
-    if (level.node->contains(name)) throw BadRun(file_, joined(path(), name), "this field stands twice");
+    if (!level.names.insert(name).second)
+      throw BadRun(file_, joined(path(), name), "this field stands twice");
     level.key = std::move(name);
     return true;
   }
 
-  bool parse_error(std::size_t position, const std::string&, const Json::exception& error) override {
+  bool parse_error(std::size_t position, const std::string&,
+                   const nlohmann::json::exception& error) override {
     const std::size_t end = text_.find_last_not_of(" \t\r\n") + 1;
     const std::string_view before =
         text_.substr(0, std::min(position - std::min<std::size_t>(position, 1), end));
@@ -77,14 +85,14 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
   struct Level {
     Json* node;
     std::string key;  // of an object: the field being read
+    std::set<std::string> names;
   };
 
   Json& place(Json value) {
     if (levels_.empty()) return root_ = std::move(value);
     const Level& level = levels_.back();
-    if (level.node->is_object()) return (*level.node)[level.key] = std::move(value);
-    level.node->push_back(std::move(value));
-    return level.node->back();
+    return level.node->is_object() ? level.node->add(level.key, std::move(value))
+                                   : level.node->push_back(std::move(value));
   }
   bool add(Json value) {
     place(std::move(value));
@@ -92,7 +100,10 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
   }
   // The node stays where it is while it is open: its parent grows no further until it is closed.
   bool open(Json container) {
-    levels_.push_back({&place(std::move(container)), {}});
+    if (levels_.size() == kMostLevels)
+      throw BadRun(file_, "",
+                   "lists and objects stand in more than " + std::to_string(kMostLevels) + " others");
+    levels_.push_back({&place(std::move(container)), {}, {}});
     return true;
   }
   bool close() {
@@ -119,12 +130,12 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
 
 Json parse_json(std::string_view text, const std::string& file) {
   TreeBuilder builder(text, file);
-  Json::sax_parse(text.begin(), text.end(), &builder);
+  nlohmann::json::sax_parse(text.begin(), text.end(), &builder);
   return builder.take();
 }
 
 JsonValue JsonValue::member(std::string_view field) const {
-  return {data_->find(field).value(), joined(path_, field), *file_};
+  return {*data_->find(field), joined(path_, field), *file_};
 }
 
 JsonValue JsonValue::element(std::size_t index) const {
@@ -142,12 +153,12 @@ void JsonValue::expect_list(const char* what) const {
 
 bool JsonValue::boolean() const {
   if (!data_->is_boolean()) fail_expecting("true or false");
-  return data_->get<bool>();
+  return data_->boolean();
 }
 
 std::int64_t JsonValue::integer(std::int64_t lowest, std::int64_t highest) const {
   if (data_->is_number()) {
-    const double value = data_->get<double>();
+    const double value = data_->number();
     // Whole numbers up to 2^53 are exact; every limit is far below.
     if (value == std::floor(value) && value >= static_cast<double>(lowest) &&
         value <= static_cast<double>(highest))
@@ -158,14 +169,14 @@ std::int64_t JsonValue::integer(std::int64_t lowest, std::int64_t highest) const
 
 double JsonValue::number() const {
   if (!data_->is_number()) fail_expecting("a number");
-  const double value = data_->get<double>();
+  const double value = data_->number();
   if (!(std::fabs(value) < kNumberLimit)) fail_expecting(std::string("a number ") + kNumberRange);
   return value;
 }
 
 std::string JsonValue::text() const {
   if (!data_->is_string()) fail_expecting("a text");
-  const std::string& value = data_->get_ref<const std::string&>();
+  const std::string& value = data_->string();
   for (std::size_t at = 0; at < value.size();) {
     const text::CodePoint character = text::code_point_at(value, at);
     if (!character.valid) fail("is " + shown() + ", which is not UTF-8 text");
@@ -178,11 +189,11 @@ std::string JsonValue::text() const {
 }
 
 std::string JsonValue::shown() const {
-  if (data_->is_string()) return text::quoted_text(data_->get_ref<const std::string&>());
+  if (data_->is_string()) return text::quoted_text(data_->string());
   if (data_->is_object()) return "an object";
   if (data_->is_array()) return "a list";
-  if (data_->is_number_float() && !std::isfinite(data_->get<double>()))
-    return std::to_string(data_->get<double>());  // only programs can say these
+  if (data_->is_number_float() && !std::isfinite(data_->number()))
+    return std::to_string(data_->number());  // only programs can say these
   return data_->dump();
 }
 

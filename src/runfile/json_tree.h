@@ -2,15 +2,17 @@
 // twice and wrong values by the path of the field.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "text/json.h"
 
 namespace ordvane::runfile {
 
-using Json = nlohmann::json;
+using Json = text::Json;
 
-// Throws BadRun, which names `file`.
+// Throws BadRun, which names `file`. What stands in more levels than any file of this system is refused.
 Json parse_json(std::string_view text, const std::string& file);
 
 // A value of the tree and where it stands. Every reader throws BadRun when the value is not of its kind.

@@ -17,8 +17,8 @@ void append_digits(std::string& out, const Number& number, auto... format) {
   out.append(digits.data(), written.ptr);
 }
 
-OrderedJson item_json(const Item& item) {
-  OrderedJson json;
+Json item_json(const Item& item) {
+  Json json;
   if (!item.name.empty()) json["name"] = item.name;
   json["book"] = item.book;
   json["sheet"] = item.sheet;
@@ -26,22 +26,22 @@ OrderedJson item_json(const Item& item) {
   if (!item.range.empty() && item.range != item.cell) json["range"] = item.range;
   if (!item.formula.empty()) json["formula"] = item.formula;
   if (!item.function.empty()) json["function"] = item.function;
-  json["base"] = item.base ? number_json(*item.base) : OrderedJson(nullptr);
+  json["base"] = item.base ? number_json(*item.base) : Json(nullptr);
   if (item.number_format != "General") json["numberFormat"] = item.number_format;
   if (item.date) json["date"] = true;
   if (!item.locked) json["locked"] = false;
   for (const LabelCell& label : item.labels)
-    json["labels"].push_back(OrderedJson{{"cell", label.cell}, {"text", label.text}});
+    json["labels"].push_back(Json{{"cell", label.cell}, {"text", label.text}});
   if (!item.default_name.empty()) json["defaultName"] = item.default_name;
   return json;
 }
 
-OrderedJson groups_json(const Run& run, bool all_groups) {
+Json groups_json(const Run& run, bool all_groups) {
   if (all_groups)
     return {{"size", run.groups.front().members.size()}, {"steps", run.groups.front().steps.front()}};
-  OrderedJson groups = OrderedJson::array();
+  Json groups = Json::array();
   for (const Group& group : run.groups) {
-    OrderedJson& json = groups.emplace_back();
+    Json& json = groups.emplace_back();
     for (const std::size_t member : group.members) json["members"].push_back(member + 1);
     json["steps"] = group.steps;
   }
@@ -49,11 +49,12 @@ OrderedJson groups_json(const Run& run, bool all_groups) {
 }
 
 // Lists of objects have one on each line.
-std::string field_text(const OrderedJson& value) {
-  const bool is_list = value.is_array() && !value.empty() && value.front().is_structured();
+std::string field_text(const Json& value) {
+  const bool is_list =
+      value.is_array() && !value.empty() && (value.front().is_array() || value.front().is_object());
   if (!is_list) return value.dump();
   std::string text = "[";
-  for (const OrderedJson& element : value) text += (text.size() > 1 ? ",\n  " : "\n  ") + element.dump();
+  for (const Json& element : value) text += (text.size() > 1 ? ",\n  " : "\n  ") + element.dump();
   return text + "\n ]";
 }
 
@@ -72,14 +73,14 @@ bool reads_as_number(std::string_view text) {
 
 }  // namespace
 
-OrderedJson number_json(double number) {
+Json number_json(double number) {
   constexpr double kExact = 9007199254740992.0;  // whole numbers up to here are themselves
   if (number == std::floor(number) && std::fabs(number) < kExact) return static_cast<std::int64_t>(number);
   return number;
 }
 
-OrderedJson calculation_json(const Calculation& calculation) {
-  OrderedJson json{{"engine", calculation.engine}};
+Json calculation_json(const Calculation& calculation) {
+  Json json{{"engine", calculation.engine}};
   const auto add_text = [&](const char* name, const std::string& text) {
     if (!text.empty()) json[name] = text;
   };
@@ -95,21 +96,21 @@ OrderedJson calculation_json(const Calculation& calculation) {
   return json;
 }
 
-OrderedJson break_evens_json(const std::vector<BreakEven>& points) {
-  OrderedJson json = OrderedJson::array();
+Json break_evens_json(const std::vector<BreakEven>& points) {
+  Json json = Json::array();
   for (const BreakEven& point : points)
     json.push_back({{"input", point.input + 1},
                     {"value", number_json(point.value)},
-                    {"result", point.result ? number_json(*point.result) : OrderedJson(nullptr)}});
+                    {"result", point.result ? number_json(*point.result) : Json(nullptr)}});
   return json;
 }
 
-OrderedJson description_of(const Run& run, bool all_groups) {
-  OrderedJson json{{"format", kFormat}, {"version", kVersion}, {"simulations", run.simulations}};
+Json description_of(const Run& run, bool all_groups) {
+  Json json{{"format", kFormat}, {"version", kVersion}, {"simulations", run.simulations}};
   if (run.sampling_type != 0) json["samplingType"] = run.sampling_type;
   if (run.calculation) json["calculation"] = calculation_json(*run.calculation);
   for (const Input& input : run.inputs) {
-    OrderedJson item = item_json(input);
+    Json item = item_json(input);
     item["steps"] = input.steps;
     if (!input.saved_samples) item["savedSamples"] = false;
     if (input.low) item["low"] = number_json(*input.low);
@@ -117,7 +118,7 @@ OrderedJson description_of(const Run& run, bool all_groups) {
     json["inputs"].push_back(std::move(item));
   }
   for (const Output& output : run.outputs) {
-    OrderedJson item = item_json(output);
+    Json item = item_json(output);
     if (!output.range_name.empty()) {
       item["rangeName"] = output.range_name;
       item["rangeIndex"] = output.range_index;
@@ -130,12 +131,12 @@ OrderedJson description_of(const Run& run, bool all_groups) {
   return json;
 }
 
-std::string run_text(OrderedJson description, const std::string& rows, const std::string& groups) {
+std::string run_text(Json description, const std::string& rows, const std::string& groups) {
   description["recalculations"] = rows;
   if (!groups.empty()) description["groupRecalculations"] = groups;
   std::string text = "{";
   for (const auto& [name, value] : description.items())
-    text += (text.size() > 1 ? ",\n " : "\n ") + OrderedJson(name).dump() + ": " + field_text(value);
+    text += (text.size() > 1 ? ",\n " : "\n ") + Json(name).dump() + ": " + field_text(value);
   return text + "\n}\n";
 }
 

@@ -2,29 +2,28 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "runfile/run.h"
+#include "text/json.h"
 
 namespace ordvane::runfile {
 
-// Fields in the order in which they are written.
-using OrderedJson = nlohmann::ordered_json;
+using Json = text::Json;
 
 // The run file of a run without its recalculated values. `all_groups`: its groups are all of one size, and
 // every member has one number of steps.
-OrderedJson description_of(const Run& run, bool all_groups = false);
+Json description_of(const Run& run, bool all_groups = false);
 // Its field "calculation".
-OrderedJson calculation_json(const Calculation& calculation);
+Json calculation_json(const Calculation& calculation);
 // The field "breakEven" of an output.
-OrderedJson break_evens_json(const std::vector<BreakEven>& points);
+Json break_evens_json(const std::vector<BreakEven>& points);
 // Whole numbers without a point, as far as doubles have them all.
-OrderedJson number_json(double number);
+Json number_json(double number);
 // The text of the run file, when the rows stand in these files. `groups`: empty for a run without.
-std::string run_text(OrderedJson description, const std::string& rows, const std::string& groups);
+std::string run_text(Json description, const std::string& rows, const std::string& groups);
 
 // The first line of a CSV file: of single inputs, or of groups of at most so many members.
 std::string rows_header(std::size_t outputs);

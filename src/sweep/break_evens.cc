@@ -6,12 +6,12 @@
 #include <exception>
 #include <limits>
 #include <mutex>
-#include <thread>
 
 #include "host/error.h"
 #include "model/answers.h"
 #include "runfile/values.h"
 #include "sweep/root_search.h"
+#include "xlsx/side_by_side.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -127,8 +127,10 @@ BreakEvens find_break_evens(const Plan& plan, const Shard& shard,
   std::atomic<std::size_t> next = 0;
   std::mutex mutex;
   std::exception_ptr failure;
-  const auto work = [&](Calculator& calculator) {
+  std::atomic<std::size_t> taken = 0;
+  const auto work = [&] {
     try {
+      Calculator& calculator = *calculators[taken++];
       for (std::size_t at = next++; at < inputs.size(); at = next++)
         found[at] = seeker.of_input(calculator, inputs[at]);
     } catch (...) {
@@ -137,10 +139,7 @@ BreakEvens find_break_evens(const Plan& plan, const Shard& shard,
       next = inputs.size();
     }
   };
-  std::vector<std::thread> threads;
-  for (const auto& calculator : calculators.subspan(1)) threads.emplace_back(work, std::ref(*calculator));
-  work(*calculators.front());
-  for (std::thread& thread : threads) thread.join();
+  xlsx::side_by_side(calculators.size(), work);
   if (failure) std::rethrow_exception(failure);
   BreakEvens break_evens(plan.outputs.size());
   for (std::size_t output = 0; output < plan.outputs.size(); ++output) {

@@ -71,7 +71,7 @@ class Sweep {
   void compare_stored();
   void compare_stored_cell(calc::CellId cell, const Result& base);
   void verify();
-  runfile::OrderedJson break_evens(const Shard& shard);
+  runfile::Json break_evens(const Shard& shard);
   void compare_rows(Calculator& referee, Calculator& checked, std::vector<Recalculation> rows);
   std::string conditions(const Recalculation& recalculation) const;
   std::string difference(std::size_t output, const Recalculation& row, const Result& found,
@@ -225,16 +225,16 @@ void Sweep::verify() {
 }
 
 // By output; null for one that has no target.
-runfile::OrderedJson Sweep::break_evens(const Shard& shard) {
+runfile::Json Sweep::break_evens(const Shard& shard) {
   phase("the values at which outputs reach their targets are looked for");
   std::vector<std::unique_ptr<Calculator>> calculators;
   // Starting LibreOffice again takes longer than one of it alone.
   const auto most =
       in_office_ ? std::size_t{1} : std::min(static_cast<std::size_t>(threads_of(job_)), plan_.inputs.size());
   while (calculators.size() < most) calculators.push_back(make());
-  runfile::OrderedJson json = runfile::OrderedJson::array();
+  runfile::Json json = runfile::Json::array();
   for (const auto& points : find_break_evens(plan_, shard, calculators, job_.office.cancelled))
-    json.push_back(points ? runfile::break_evens_json(*points) : runfile::OrderedJson());
+    json.push_back(points ? runfile::break_evens_json(*points) : runfile::Json());
   spare_ = std::move(calculators.front());
   return json;
 }

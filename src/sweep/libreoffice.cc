@@ -1,13 +1,13 @@
 #include "sweep/libreoffice.h"
 
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "calc/address.h"
 #include "calc/value.h"
 #include "host/error.h"
 #include "runfile/json_file.h"
+#include "runfile/json_tree.h"
 #include "sweep/child_process.h"
 #include "sweep/frozen_cells.h"
 #include "text/calendar.h"
@@ -18,7 +18,7 @@
 namespace ordvane::sweep {
 namespace {
 
-using Json = nlohmann::json;
+using runfile::Json;
 
 constexpr std::size_t kBatch = 64;  // recalculations that are asked for in one line
 constexpr int kMostCrashes = 6;     // one after the other: of three recalculations that were tried twice
@@ -74,10 +74,10 @@ Json foreign(const calc::Model& model, const Plan& plan) {
 }
 
 Result result_of(const Json& answer) {
-  if (answer.is_number()) return {answer.get<double>(), {}};
-  if (answer.is_string()) return {std::numeric_limits<double>::quiet_NaN(), answer.get<std::string>()};
+  if (answer.is_number()) return {answer.number(), {}};
+  if (answer.is_string()) return {std::numeric_limits<double>::quiet_NaN(), answer.string()};
   if (!answer.is_object()) return {};
-  const auto code = static_cast<calc::ErrorCode>(answer.at("error").get<int>());
+  const auto code = static_cast<calc::ErrorCode>(answer.at("error").integer());
   return {std::numeric_limits<double>::quiet_NaN(), std::string(calc::error_text(code))};
 }
 
@@ -139,14 +139,14 @@ void LibreOffice::start() {
     fail("LibreOffice did not open " + workbook_.string() + " within " + seconds(options_.start_limit) +
          " s");
   if (answer.how == ChildProcess::Answer::kEnded) fail(workbook_.string() + ": " + kEndedUnexpectedly);
-  if (answer.is_problem()) fail(workbook_.string() + ": " + answer.content["error"].get<std::string>());
-  engine_ = answer.content.at("engine").get<std::string>();
+  if (answer.is_problem()) fail(workbook_.string() + ": " + answer.content.at("error").string());
+  engine_ = answer.content.at("engine").string();
 }
 
 LibreOffice::Answer LibreOffice::read_answer(std::chrono::milliseconds limit) {
   std::string line;
   const auto how = process_->wait(line, limit, options_.cancelled);
-  return {how, how == ChildProcess::Answer::kLine ? Json::parse(line) : Json()};
+  return {how, how == ChildProcess::Answer::kLine ? runfile::parse_json(line, "LibreOffice") : Json()};
 }
 
 void LibreOffice::ask(std::span<const Recalculation> batch) {

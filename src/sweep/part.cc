@@ -17,6 +17,7 @@
 #include "host/error.h"
 #include "runfile/description.h"
 #include "runfile/json_file.h"
+#include "runfile/json_tree.h"
 #include "sweep/run_files.h"
 #include "text/system_reasons.h"
 
@@ -24,39 +25,42 @@ namespace ordvane::sweep {
 namespace {
 
 using runfile::BadRun;
-using runfile::OrderedJson;
+using runfile::Json;
 
 constexpr const char* kFormat = "ordvane-part";
 constexpr int kVersion = 1;
 
 std::string header_text(const PartHeader& header) {
-  const OrderedJson json{{"format", kFormat},         {"version", kVersion},
-                         {"part", header.shard.part}, {"parts", header.shard.parts},
-                         {"total", header.total},     {"workbook", header.workbook},
-                         {"whatIf", header.what_if},  {"engine", header.engine},
-                         {"now", header.now},         {"calculation", header.calculation},
-                         {"run", header.run},         {"breakEvens", header.break_evens}};
+  const Json json{{"format", kFormat},         {"version", kVersion},
+                  {"part", header.shard.part}, {"parts", header.shard.parts},
+                  {"total", header.total},     {"workbook", header.workbook},
+                  {"whatIf", header.what_if},  {"engine", header.engine},
+                  {"now", header.now},         {"calculation", header.calculation},
+                  {"run", header.run},         {"breakEvens", header.break_evens}};
   return json.dump() + "\n";
 }
 
 // Of a file's first line; nothing for what is none.
 std::optional<PartHeader> read_header(std::string_view line) {
   try {
-    OrderedJson json = OrderedJson::parse(line);
+    Json json = runfile::parse_json(line, "");
     if (json.at("format") != kFormat || json.at("version") != kVersion) return std::nullopt;
     PartHeader header;
-    header.shard = {json.at("part").get<std::int32_t>(), json.at("parts").get<std::int32_t>()};
-    header.total = json.at("total").get<std::int64_t>();
-    header.workbook = json.at("workbook").get<std::string>();
-    header.what_if = json.at("whatIf").get<std::string>();
-    header.engine = json.at("engine").get<std::string>();
-    header.now = json.at("now").get<std::string>();
+    header.shard = {static_cast<std::int32_t>(json.at("part").integer()),
+                    static_cast<std::int32_t>(json.at("parts").integer())};
+    header.total = json.at("total").integer();
+    header.workbook = json.at("workbook").string();
+    header.what_if = json.at("whatIf").string();
+    header.engine = json.at("engine").string();
+    header.now = json.at("now").string();
     header.calculation = std::move(json.at("calculation"));
     header.run = std::move(json.at("run"));
     header.break_evens = std::move(json.at("breakEvens"));
     if (header.shard.part < 1 || header.shard.part > header.shard.parts) return std::nullopt;
     return header;
-  } catch (const OrderedJson::exception&) {
+  } catch (const BadRun&) {
+    return std::nullopt;
+  } catch (const Json::Mismatch&) {
     return std::nullopt;
   }
 }
@@ -355,12 +359,12 @@ void copy_bytes(const Part& part, std::int64_t begin, std::int64_t end, const xl
 }
 
 // Each part has looked for those of its own inputs, which stand in the order of the parts.
-void add_break_evens(const Part& part, std::size_t output, OrderedJson& item) {
-  const OrderedJson& found = part.header.break_evens;
+void add_break_evens(const Part& part, std::size_t output, Json& item) {
+  const Json& found = part.header.break_evens;
   if (!found.is_array() || output >= found.size() || !found[output].is_array()) return;
-  OrderedJson& all = item["breakEven"];
-  if (all.is_null()) all = OrderedJson::array();
-  all.insert(all.end(), found[output].begin(), found[output].end());
+  Json& all = item["breakEven"];
+  if (all.is_null()) all = Json::array();
+  for (const Json& point : found[output]) all.push_back(point);
 }
 
 }  // namespace
@@ -372,15 +376,14 @@ void merge_parts(const std::vector<std::filesystem::path>& files, const std::fil
   for (const std::filesystem::path& file : files) parts.push_back(read_part(file));
   check_together(parts);
   const PartHeader& header = parts.front().header;
-  const runfile::Run description =
-      runfile::read_description(runfile::Json(header.run), parts.front().file.string());
+  const runfile::Run description = runfile::read_description(header.run, parts.front().file.string());
   const Shape shape = shape_of(description);
   if (shape.total() != header.total) refuse(parts.front().file, "has a first line that contradicts itself");
   const std::size_t outputs = description.outputs.size();
   std::size_t members = 0;
   for (const runfile::Group& group : description.groups) members = std::max(members, group.members.size());
   for (Part& part : parts) find_rows(part, shape);
-  runfile::OrderedJson whole = header.run;
+  runfile::Json whole = header.run;
   if (!header.calculation.is_null()) whole["calculation"] = header.calculation;
   for (std::size_t output = 0; output < outputs; ++output)
     for (const Part& part : parts) add_break_evens(part, output, whole["outputs"][output]);

@@ -30,9 +30,9 @@ struct PartHeader {
   std::int64_t total = 0;  // recalculations of all parts
   std::string workbook, what_if, engine;
   std::string now;  // where the model's clock stands; empty: it reads none
-  runfile::OrderedJson run, calculation;
+  runfile::Json run, calculation;
   // By output, the field "breakEven" as far as this part has looked for it; null: it is not to be looked for.
-  runfile::OrderedJson break_evens;
+  runfile::Json break_evens;
 };
 
 // A hash of bytes, for telling files apart that differ by accident.

@@ -27,7 +27,7 @@ RunFiles files_of_run(const std::filesystem::path& run, const std::string& endin
 
 // Each whole or not at all; the run file last: where it is, its rows are. `replace`: files that are there;
 // false refuses them.
-void write_run_files(const std::filesystem::path& run, runfile::OrderedJson description, const RunRows& rows,
+void write_run_files(const std::filesystem::path& run, runfile::Json description, const RunRows& rows,
                      bool replace);
 
 }  // namespace ordvane::sweep

@@ -18,7 +18,7 @@ namespace ordvane::sweep {
 namespace {
 
 using runfile::BadRun;
-using runfile::OrderedJson;
+using runfile::Json;
 
 // --- cells ------------------------------------------------------------------------------------------------
 
@@ -206,7 +206,7 @@ std::string range_text(const WantedInput& input) {
 }
 
 void add_item(std::string& text, const Wanted& item, const std::string& values) {
-  const auto quoted = [](const std::string& field) { return OrderedJson(field).dump(); };
+  const auto quoted = [](const std::string& field) { return Json(field).dump(); };
   if (!text.empty()) text += ",\n";
   if (item.defined_name.empty())
     text += R"(  {"sheet": )" + quoted(item.sheet) + R"(, "cell": )" + quoted(item.cell) + R"(, "name": )" +
@@ -237,7 +237,7 @@ std::string what_if_text(const WhatIf& what_if) {
   for (const WantedInput& input : what_if.inputs) add_item(inputs, input, range_text(input));
   for (const WantedOutput& output : what_if.outputs)
     add_item(outputs, output, output.target ? R"(, "target": )" + number_text(*output.target) : "");
-  return "{\n \"format\": " + OrderedJson(kWhatIfFormat).dump() +
+  return "{\n \"format\": " + Json(kWhatIfFormat).dump() +
          ",\n \"version\": 1,\n \"steps\": " + std::to_string(what_if.steps) + ",\n \"inputs\": [\n" +
          inputs + "\n ],\n \"outputs\": [\n" + outputs + "\n ]\n}\n";
 }

@@ -373,8 +373,7 @@ bool take_list(std::string_view text, WantedInput& input) {
 
 bool is_recorded_run(const Json& tree) {
   if (!tree.is_object()) return false;
-  const auto format = tree.find("format");
-  if (format != tree.end()) return *format == runfile::kFormat;
+  if (const Json* const format = tree.find("format")) return *format == runfile::kFormat;
   return tree.contains("recalculations") || tree.contains("simulations");
 }
 
@@ -424,10 +423,9 @@ WantedOutput output_option(const std::string& text) {
 bool is_what_if_file(const std::filesystem::path& file) {
   if (file.string().ends_with(".whatif.json")) return true;
   try {
-    const Json tree = Json::parse(runfile::read_text(file, kWhat), nullptr, false);
+    const Json tree = runfile::parse_json(runfile::read_text(file, kWhat), "");
     if (!tree.is_object()) return false;
-    const auto format = tree.find("format");
-    if (format != tree.end()) return *format == kWhatIfFormat;
+    if (const Json* const format = tree.find("format")) return *format == kWhatIfFormat;
     return tree.contains("inputs") && !is_recorded_run(tree);
   } catch (const BadRun&) {
     return false;

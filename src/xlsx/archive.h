@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "xlsx/byte_sink.h"
+
 namespace ordvane::xlsx {
 
 // A package that is damaged, or is none; what() says what is wrong with it.
@@ -44,9 +46,37 @@ CompressedPiece compress(const std::string& content, int level, bool last);
 // The pieces in their order, which are left empty.
 ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces);
 
-// The archive, entries in the given order. Throws host::Error for what is over the
+// Writes an archive entry by entry, the pieces of each as they come. Throws host::Error for what is over the
 // format's 4 GiB.
-std::string archive(const std::vector<ArchiveEntry>& entries);
+class ArchiveWriter {
+ public:
+  // `out` outlives this object.
+  explicit ArchiveWriter(ByteSink& out) : out_(out) {}
+
+  void begin(std::string name, std::chrono::sys_seconds modified);
+  void add(const CompressedPiece& piece);
+  void end();
+  // After the last entry.
+  void finish();
+
+ private:
+  struct Entry {
+    std::string name;
+    std::chrono::sys_seconds modified;
+    std::uint64_t offset = 0;  // of its header
+    std::uint64_t packed = 0, size = 0;
+    std::uint32_t crc = 0;
+  };
+
+  std::uint64_t position() const { return written_ + waiting_.size(); }
+  void write_header(std::string& out, const Entry& entry) const;
+  void flush();
+
+  ByteSink& out_;
+  std::string waiting_;  // its headers can still be filled in where they are
+  std::uint64_t written_ = 0;
+  std::vector<Entry> entries_;
+};
 
 // An archive that is there, changed entry by entry. Entries that nothing is done to keep their bytes,
 // compressed ones too, and their place. Throws BadPackage for what is no sound archive.

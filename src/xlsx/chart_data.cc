@@ -22,17 +22,6 @@ struct Source {
   std::vector<CellValue> values;
 };
 
-CellValue value_of(const BookModel& book, const office::RowBand& band, std::size_t cell) {
-  CellValue value;
-  value.kind = band.kinds[cell];
-  if (value.kind == CellKind::kText) {
-    value.text = book.texts.at(static_cast<office::TextId>(band.numbers[cell]));
-  } else {
-    value.number = band.numbers[cell];
-  }
-  return value;
-}
-
 // Copies the cells that a band shares with the area.
 void take(const BookModel& book, const office::RowBand& band, const office::Area& area, Source& source) {
   const std::int32_t last_row = std::min(area.row + area.rows, band.first_row + band.rows);
@@ -43,9 +32,9 @@ void take(const BookModel& book, const office::RowBand& band, const office::Area
       const auto position =
           static_cast<std::size_t>(row - area.row) * static_cast<std::size_t>(area.columns) +
           static_cast<std::size_t>(column - area.column);
-      source.values[position] = value_of(book, band, cell);
-      if (band.kinds[cell] == CellKind::kNumber && source.number_format.empty())
-        source.number_format = book.styles.at(band.styles[cell]).number_format;
+      source.values[position] = value_of(book.texts, band.cells[cell]);
+      if (band.cells[cell].is_number() && source.number_format.empty())
+        source.number_format = book.styles.at(band.style(cell)).number_format;
     }
   }
 }

@@ -41,6 +41,10 @@ ssize_t FileSystem::write(int file, const char* data, std::size_t size) {
   return ::write(file, data, size);
 }
 
+ssize_t FileSystem::write_at(int file, const char* data, std::size_t size, std::uint64_t position) {
+  return ::pwrite(file, data, size, static_cast<off_t>(position));
+}
+
 int FileSystem::change_mode(int file, mode_t mode) {
   return ::fchmod(file, mode);
 }

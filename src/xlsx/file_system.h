@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -22,6 +23,7 @@ class FileSystem {
   // six characters of `name`.
   virtual int create(std::string& name, mode_t mode);
   virtual ssize_t write(int file, const char* data, std::size_t size);
+  virtual ssize_t write_at(int file, const char* data, std::size_t size, std::uint64_t position);
   virtual int change_mode(int file, mode_t mode);
   virtual int flush(int file);
   virtual int close(int file);

@@ -130,7 +130,7 @@ class Grafting {
     std::vector<bool> used(book_.styles.size());
     for (const Sheet& sheet : sheets_)
       for (const office::RowBand& band : sheet.model->bands)
-        for (const office::StyleId style : band.styles) used[style] = true;
+        band.styles.for_each_style([&](office::StyleId style) { used[style] = true; });
     const std::string part = target_of(links_, "styles");
     if (part.empty()) {
       // Without styles, a new part has those of the book by their own numbers.

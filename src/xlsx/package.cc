@@ -88,10 +88,25 @@ class PartList {
 
 }  // namespace
 
-std::string package(const office::BookModel& book, const SaveOptions& options) {
+void write_package(ByteSink& out, const office::BookModel& book, const SaveOptions& options) {
   const SharedTexts texts = collect_texts(book);
   const PartList list(book, options, texts);
-  return archive(compressed(list.parts(), options));
+  const std::vector<Part>& parts = list.parts();
+  ArchiveWriter archive(out);
+  bool begins = true;
+  compress_parts(parts, options, [&](std::size_t part, const CompressedPiece& piece, bool last) {
+    if (begins) archive.begin(parts[part].name, options.created);
+    archive.add(piece);
+    if (last) archive.end();
+    begins = last;
+  });
+  archive.finish();
+}
+
+std::string package(const office::BookModel& book, const SaveOptions& options) {
+  StringSink out;
+  write_package(out, book, options);
+  return out.take();
 }
 
 }  // namespace ordvane::xlsx

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <exception>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -115,61 +117,99 @@ class Cancellation {
   bool answered_yes_ = false;
 };
 
-// Makes and compresses the pieces of all parts until none is left or one has failed.
+// Makes and compresses the pieces of all parts until none is left or one has failed. The thread that brings
+// the piece that is due hands it on, and what waits behind it.
 class Workers {
  public:
-  Workers(const std::vector<Part>& parts, int level, Cancellation& cancellation)
-      : parts_(parts), level_(level), cancellation_(cancellation) {
-    for (std::size_t part = 0; part < parts.size(); ++part) {
-      results_.emplace_back(parts[part].pieces.size());
+  Workers(const std::vector<Part>& parts, int level, Cancellation& cancellation, const TakePiece& take)
+      : parts_(parts), level_(level), cancellation_(cancellation), take_(take) {
+    for (std::size_t part = 0; part < parts.size(); ++part)
       for (std::size_t piece = 0; piece < parts[part].pieces.size(); ++piece)
-        tasks_.push_back({part, piece, {}});
-    }
+        tasks_.push_back({part, piece, {}, {}});
   }
 
   std::size_t task_count() const { return tasks_.size(); }
 
-  std::vector<ArchiveEntry> run(unsigned threads) {
+  void run(unsigned threads) {
+    most_waiting_ = std::size_t{kPiecesAhead} * threads;
     side_by_side(threads, [this] { work(); });
     for (const Task& task : tasks_)
       if (task.failure) std::rethrow_exception(task.failure);
-    std::vector<ArchiveEntry> entries;
-    for (std::size_t part = 0; part < parts_.size(); ++part)
-      entries.push_back(join(parts_[part].name, results_[part]));
-    return entries;
   }
 
  private:
+  // How far ahead of the piece that is due a thread may be: what is made too early only fills the memory.
+  static constexpr unsigned kPiecesAhead = 2;
+
   struct Task {
     std::size_t part, piece;
+    std::optional<CompressedPiece> result;
     std::exception_ptr failure;
   };
 
   void work() {
-    for (std::size_t i = next_++; i < tasks_.size() && !failed_; i = next_++) {
-      try {
+    for (std::size_t i = next_++; i < tasks_.size() && wait_for_room(i); i = next_++)
+      attempt(i, [&] {
         cancellation_.check();
-        make(tasks_[i]);
-      } catch (...) {
-        tasks_[i].failure = std::current_exception();
-        failed_ = true;
-      }
+        deliver(i, make(tasks_[i]));
+      });
+  }
+
+  template <class Step>
+  void attempt(std::size_t task, const Step& step) {
+    try {
+      step();
+    } catch (...) {
+      const std::lock_guard lock(mutex_);
+      tasks_[task].failure = std::current_exception();
+      failed_ = true;
+      room_.notify_all();
     }
   }
 
-  void make(const Task& task) {
+  // Whether there is any use in going on.
+  bool wait_for_room(std::size_t task) {
+    std::unique_lock lock(mutex_);
+    room_.wait(lock, [&] { return failed_ || task < due_ + most_waiting_; });
+    return !failed_;
+  }
+
+  CompressedPiece make(const Task& task) const {
     const std::vector<Piece>& pieces = parts_[task.part].pieces;
-    const bool last = task.piece + 1 == pieces.size();
-    results_[task.part][task.piece] = compress(pieces[task.piece](), level_, last);
+    return compress(pieces[task.piece](), level_, task.piece + 1 == pieces.size());
+  }
+
+  void deliver(std::size_t task, CompressedPiece piece) {
+    std::unique_lock lock(mutex_);
+    tasks_[task].result = std::move(piece);
+    if (delivering_) return;
+    delivering_ = true;
+    while (!failed_ && due_ < tasks_.size() && tasks_[due_].result) {
+      Task& next = tasks_[due_];
+      lock.unlock();
+      attempt(due_, [&] {
+        take_(next.part, *std::move(next.result), next.piece + 1 == parts_[next.part].pieces.size());
+      });
+      lock.lock();
+      next.result.reset();
+      ++due_;
+      room_.notify_all();
+    }
+    delivering_ = false;
   }
 
   const std::vector<Part>& parts_;
   int level_;
   Cancellation& cancellation_;
+  const TakePiece& take_;
   std::vector<Task> tasks_;
-  std::vector<std::vector<CompressedPiece>> results_;  // by part and piece
+  std::size_t most_waiting_ = 0;
   std::atomic<std::size_t> next_ = 0;
-  std::atomic<bool> failed_ = false;
+  std::mutex mutex_;  // of all that follows, and of the tasks' results and failures
+  std::condition_variable room_;
+  std::size_t due_ = 0;      // the task whose piece is the next one to hand on
+  bool delivering_ = false;  // some thread is handing on
+  bool failed_ = false;
 };
 
 unsigned thread_count(unsigned wanted, std::size_t tasks) {
@@ -217,13 +257,24 @@ void add_sheet_parts(const SheetsByName& sheets, std::size_t position, const She
   SheetParts(sheets, position, names, parts).add(place);
 }
 
-std::vector<ArchiveEntry> compressed(const std::vector<Part>& parts, const SaveOptions& options) {
+void compress_parts(const std::vector<Part>& parts, const SaveOptions& options, const TakePiece& take) {
   Cancellation cancellation(options.cancelled);
   cancellation.check();
-  Workers workers(parts, options.compression_level, cancellation);
-  std::vector<ArchiveEntry> entries = workers.run(thread_count(options.threads, workers.task_count()));
-  for (ArchiveEntry& entry : entries) entry.modified = options.created;
+  Workers workers(parts, options.compression_level, cancellation, take);
+  workers.run(thread_count(options.threads, workers.task_count()));
   cancellation.check();
+}
+
+std::vector<ArchiveEntry> compressed(const std::vector<Part>& parts, const SaveOptions& options) {
+  std::vector<ArchiveEntry> entries;
+  std::vector<CompressedPiece> pieces;
+  compress_parts(parts, options, [&](std::size_t part, CompressedPiece piece, bool last) {
+    pieces.push_back(std::move(piece));
+    if (!last) return;
+    entries.push_back(join(parts[part].name, pieces));
+    entries.back().modified = options.created;
+    pieces.clear();
+  });
   return entries;
 }
 

@@ -48,7 +48,12 @@ struct SheetPlace {
 void add_sheet_parts(const SheetsByName& sheets, std::size_t position, const SheetPlace& place,
                      PartNames& names, std::vector<Part>& parts);
 
-// Throws errc::kUserCancelled when the options' question is answered with yes.
+// Takes the compressed pieces of the parts in their order, on one thread at a time; `last`: of its part.
+using TakePiece = std::function<void(std::size_t part, CompressedPiece piece, bool last)>;
+// Makes and compresses all pieces side by side and hands each on as soon as those before it have gone. Throws
+// errc::kUserCancelled when the options' question is answered with yes.
+void compress_parts(const std::vector<Part>& parts, const SaveOptions& options, const TakePiece& take);
+// All in memory.
 std::vector<ArchiveEntry> compressed(const std::vector<Part>& parts, const SaveOptions& options);
 
 }  // namespace ordvane::xlsx

@@ -7,14 +7,14 @@
 namespace ordvane::xlsx {
 
 void save(const office::BookModel& book, const std::filesystem::path& path, const SaveOptions& options) {
-  const std::string bytes = package(book, options);
   WholeFileOptions whole;
   whole.replace = options.replace;
   whole.files = options.files;
   whole.before = [&] {
     if (options.cancelled && options.cancelled()) throw host::Error(host::errc::kUserCancelled, "cancelled");
   };
-  write_whole(path, bytes, whole);
+  write_whole_file(
+      path, [&](ByteSink& file) { write_package(file, book, options); }, whole);
 }
 
 }  // namespace ordvane::xlsx

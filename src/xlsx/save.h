@@ -26,7 +26,9 @@ struct SaveOptions {
   FileSystem* files = nullptr;                    // null: the system's own
 };
 
-// The whole package in memory. Throws host::Error for what a package cannot hold.
+// Throws host::Error for what a package cannot hold.
+void write_package(ByteSink& out, const office::BookModel& book, const SaveOptions& options);
+// The whole package in memory.
 std::string package(const office::BookModel& book, const SaveOptions& options = {});
 
 // Writes beside `path`, flushes to disk, renames over it. On any failure (host::Error with

@@ -25,9 +25,9 @@ SharedTexts collect_texts(const office::BookModel& book) {
   std::vector<bool> is_used(book.texts.size());
   for (const auto& sheet : book.sheets) {
     for (const office::RowBand& band : sheet->bands) {
-      for (std::size_t cell = 0; cell < band.kinds.size(); ++cell) {
-        if (band.kinds[cell] != host::CellKind::kText) continue;
-        const auto id = static_cast<office::TextId>(band.numbers[cell]);
+      for (std::size_t cell = 0; cell < band.cells.size(); ++cell) {
+        if (band.cells[cell].kind() != host::CellKind::kText) continue;
+        const auto id = static_cast<office::TextId>(band.cells[cell].value());
         ++texts.references;
         if (is_used[id]) continue;
         check_length(*sheet, band, cell, book.texts.at(id));

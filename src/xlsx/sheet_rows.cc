@@ -18,23 +18,51 @@ using office::SheetModel;
 
 constexpr std::size_t kManyCells = 200000;
 
-// Appends into a fixed buffer that holds the longest cell without a formula.
+// Appends to a text by way of a buffer, which takes what is short in a few instructions.
 class CellText {
  public:
-  void clear() { end_ = buffer_.data(); }
+  explicit CellText(std::string& out) : out_(out) {}
+  // Makes room for the longest cell, texts and formulas apart.
+  void begin_cell() {
+    if (end_ > buffer_.data() + kFull) flush();
+  }
+  void flush() {
+    out_.append(buffer_.data(), end_);
+    end_ = buffer_.data();
+  }
   void add(std::string_view text) {
     std::memcpy(end_, text.data(), text.size());
     end_ += text.size();
+  }
+  // As many characters as there are in `text`, faster: so many are copied in any case.
+  template <std::size_t kSize>
+  void add(const std::array<char, kSize>& text, std::size_t size) {
+    std::memcpy(end_, text.data(), kSize);
+    end_ += size;
   }
   template <class Number>
   void add_number(Number value) {
     end_ = std::to_chars(end_, buffer_.data() + buffer_.size(), value).ptr;
   }
-  std::string_view text() const { return {buffer_.data(), static_cast<std::size_t>(end_ - buffer_.data())}; }
+  // What is written to directly, everything before it being there.
+  std::string& out() {
+    flush();
+    return out_;
+  }
 
  private:
-  std::array<char, 160> buffer_;
+  static constexpr std::size_t kFull = 8192, kLongestCell = 160;
+
+  std::string& out_;
+  std::array<char, kFull + kLongestCell> buffer_;
   char* end_ = buffer_.data();
+};
+
+// What stands between the name of a cell and its value, for the cells of one style and kind:
+// ` s="12" t="s"><v>`.
+struct CellStart {
+  std::array<char, 24> text;
+  std::size_t size = 0;  // 0: not made yet
 };
 
 struct Cell {
@@ -54,7 +82,7 @@ class RowEncoder {
  public:
   RowEncoder(const SheetModel& sheet, const SheetFrame& frame, const office::TextTable& strings,
              CellNames names, std::string& out)
-      : sheet_(sheet), frame_(frame), strings_(strings), names_(names), out_(out) {}
+      : sheet_(sheet), frame_(frame), strings_(strings), names_(names), out_(out), cells_(out) {}
 
   // `bands`: those that hold cells of this row, from left to right.
   void row(std::int32_t row, const std::vector<const RowBand*>& bands) {
@@ -66,6 +94,7 @@ class RowEncoder {
     previous_ = 0;
     for (const RowBand* band : bands) band_cells(*band, row);
     formulas_before(row, office::kSheetColumns + 1);
+    cells_.flush();
     if (out_.size() != empty) {
       out_ += "</row>";
     } else if (has_height) {
@@ -78,12 +107,13 @@ class RowEncoder {
 
  private:
   void start_row(std::int32_t row) {
-    digits_.clear();
-    digits_.add_number(row);
+    row_digits_ =
+        std::to_chars(row_name_.data(), row_name_.data() + row_name_.size(), row).ptr - row_name_.data();
     out_ += "<row r=\"";
-    out_ += digits_.text();
+    out_ += row_name();
     out_ += '"';
   }
+  std::string_view row_name() const { return {row_name_.data(), static_cast<std::size_t>(row_digits_)}; }
 
   bool finish_row_start(std::int32_t row) {
     const auto height = sheet_.row_heights.find(row);
@@ -99,10 +129,11 @@ class RowEncoder {
 
   void band_cells(const RowBand& band, std::int32_t row) {
     std::size_t at = band.index(row, band.first_column);
+    const office::StyleId* style = band.styles_of(row);
     const std::int32_t end = band.first_column + band.columns;
-    for (std::int32_t column = band.first_column; column < end; ++column, ++at) {
+    for (std::int32_t column = band.first_column; column < end; ++column, ++at, ++style) {
       formulas_before(row, column);
-      const Cell cell = checked({band.kinds[at], band.numbers[at], band.styles[at]});
+      const Cell cell = checked({band.cells[at].kind(), band.cells[at].value(), *style});
       if (has_formula(row, column)) {
         formula_cell(column, cell, formula_->second);
         ++formula_;
@@ -124,23 +155,42 @@ class RowEncoder {
       formula_cell(formula_->first.column, {}, formula_->second);
   }
 
-  void start_cell(std::int32_t column, const Cell& cell, std::string_view type) {
-    cell_.clear();
-    cell_.add("<c");
+  // Up to its name, which it has where it does not follow the last one.
+  void start_cell(std::int32_t column) {
+    cells_.begin_cell();
+    cells_.add("<c");
     if (names_ == CellNames::kAll || column != previous_ + 1) {
-      cell_.add(" r=\"");
+      cells_.add(" r=\"");
       add_column(column);
-      cell_.add(digits_.text());
-      cell_.add("\"");
+      cells_.add(row_name());
+      cells_.add("\"");
     }
     previous_ = column;
+  }
+
+  void start_cell(std::int32_t column, const Cell& cell, std::string_view type) {
+    start_cell(column);
     if (const std::uint32_t format = format_of(cell.style); format != 0) {
-      cell_.add(" s=\"");
-      cell_.add_number(format);
-      cell_.add("\"");
+      cells_.add(" s=\"");
+      cells_.add_number(format);
+      cells_.add("\"");
     }
-    cell_.add(type);
-    cell_.add(">");
+    cells_.add(type);
+    cells_.add(">");
+  }
+
+  // The rest of the start of a number's cell, or of one with a shared text.
+  const CellStart& start_of(const Cell& cell) {
+    const std::size_t place = std::size_t{cell.style} * 2 + (cell.kind == CellKind::kText ? 1 : 0);
+    if (place >= starts_.size()) starts_.resize(place + 2);
+    CellStart& start = starts_[place];
+    if (start.size > 0) return start;
+    std::string text;
+    if (const std::uint32_t format = format_of(cell.style); format != 0)
+      text = " s=\"" + std::to_string(format) + "\"";
+    text += cell.kind == CellKind::kText ? " t=\"s\"><v>" : "><v>";
+    start.size = text.copy(start.text.data(), start.text.size());
+    return start;
   }
 
   std::uint32_t format_of(office::StyleId style) const {
@@ -155,29 +205,27 @@ class RowEncoder {
     if (number >= 26 + 26 * 26) name[size++] = letter((number - 26) / 676 - 1);
     if (number >= 26) name[size++] = letter((number / 26 - 1) % 26);
     name[size++] = letter(number % 26);
-    cell_.add({name, size});
+    cells_.add(std::string_view(name, size));
   }
 
-  void add_value(const Cell& cell) {
-    cell_.add("<v>");
+  void add_content(const Cell& cell) {
     switch (cell.kind) {
       case CellKind::kNumber:
-        cell_.add_number(cell.number);
+        cells_.add_number(cell.number);
         break;
       case CellKind::kText:
-        cell_.add_number(frame_.texts->number[static_cast<office::TextId>(cell.number)]);
+        cells_.add_number(frame_.texts->number[static_cast<office::TextId>(cell.number)]);
         break;
       case CellKind::kBoolean:
-        cell_.add(cell.number != 0 ? "1" : "0");
+        cells_.add(cell.number != 0 ? "1" : "0");
         break;
       case CellKind::kError:
-        cell_.add(
+        cells_.add(
             host::cell_error_text(static_cast<host::CellError>(static_cast<std::int32_t>(cell.number))));
         break;
       case CellKind::kBlank:
         break;
     }
-    cell_.add("</v>");
   }
 
   static std::string_view type_of(CellKind kind, std::string_view text) {
@@ -196,39 +244,50 @@ class RowEncoder {
   }
 
   void value_cell(std::int32_t column, const Cell& cell) {
-    if (cell.kind == CellKind::kText && frame_.texts == nullptr) return text_cell(column, cell);
-    start_cell(column, cell, type_of(cell.kind, " t=\"s\""));
-    if (cell.kind != CellKind::kBlank) add_value(cell);
-    cell_.add("</c>");
-    out_ += cell_.text();
+    constexpr std::array<char, 8> kEnd = {'<', '/', 'v', '>', '<', '/', 'c', '>'};
+    const bool is_text = cell.kind == CellKind::kText;
+    if (is_text && frame_.texts == nullptr) return text_cell(column, cell);
+    if (is_text || cell.kind == CellKind::kNumber) {
+      start_cell(column);
+      const CellStart& start = start_of(cell);
+      cells_.add(start.text, start.size);
+    } else {
+      start_cell(column, cell, type_of(cell.kind, ""));
+      if (cell.kind == CellKind::kBlank) return cells_.add("</c>");
+      cells_.add("<v>");
+    }
+    add_content(cell);
+    cells_.add(kEnd, kEnd.size());
   }
 
   // With its text in it.
   void text_cell(std::int32_t column, const Cell& cell) {
     start_cell(column, cell, " t=\"inlineStr\"");
-    out_ += cell_.text();
-    out_ += "<is>";
-    Xml xml(out_);
+    std::string& out = cells_.out();
+    out += "<is>";
+    Xml xml(out);
     text_element(xml, "t", strings_.at(static_cast<office::TextId>(cell.number)));
-    out_ += "</is></c>";
+    out += "</is></c>";
   }
 
   void formula_cell(std::int32_t column, const Cell& cell, std::string_view formula) {
     start_cell(column, cell, type_of(cell.kind, " t=\"str\""));
-    out_ += cell_.text();
-    cell_.clear();
-    out_ += "<f>";
-    append_escaped(out_, formula.starts_with('=') ? formula.substr(1) : formula, Escape::kXstring);
-    out_ += "</f>";
-    if (cell.kind == CellKind::kText) {
-      out_ += "<v>";
-      append_escaped(out_, strings_.at(static_cast<office::TextId>(cell.number)), Escape::kXstring);
-      out_ += "</v>";
-    } else if (cell.kind != CellKind::kBlank) {
-      add_value(cell);
-      out_ += cell_.text();
+    std::string& out = cells_.out();
+    out += "<f>";
+    append_escaped(out, formula.starts_with('=') ? formula.substr(1) : formula, Escape::kXstring);
+    out += "</f>";
+    if (cell.kind == CellKind::kBlank) {
+      out += "</c>";
+      return;
     }
-    out_ += "</c>";
+    out += "<v>";
+    if (cell.kind == CellKind::kText) {
+      append_escaped(out, strings_.at(static_cast<office::TextId>(cell.number)), Escape::kXstring);
+    } else {
+      add_content(cell);
+      cells_.flush();
+    }
+    out += "</v></c>";
   }
 
   const SheetModel& sheet_;
@@ -236,8 +295,11 @@ class RowEncoder {
   const office::TextTable& strings_;
   const CellNames names_;
   std::string& out_;
-  CellText cell_, digits_;     // digits_: the number of the row
-  std::int32_t previous_ = 0;  // column of the last cell written
+  CellText cells_;
+  std::array<char, 16> row_name_;
+  std::ptrdiff_t row_digits_ = 0;
+  std::vector<CellStart> starts_;  // by style, of numbers and of texts
+  std::int32_t previous_ = 0;      // column of the last cell written
   std::map<office::CellRef, std::string>::const_iterator formula_;
 };
 
@@ -283,7 +345,7 @@ std::int32_t next_row(const SheetModel& sheet, const BandCursor& cursor, std::in
 
 CellNames cell_names(const SheetModel& sheet) {
   std::size_t cells = 0;
-  for (const RowBand& band : sheet.bands) cells += band.kinds.size();
+  for (const RowBand& band : sheet.bands) cells += band.cells.size();
   return cells > kManyCells ? CellNames::kWhereNeeded : CellNames::kAll;
 }
 

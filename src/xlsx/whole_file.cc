@@ -1,5 +1,6 @@
 #include "xlsx/whole_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,7 +10,8 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <chrono>
+#include <ctime>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -36,31 +38,38 @@ std::string unfinished_prefix(const fs::path& target) {
 }
 
 // Not locked, so that nobody writes it any more, and not so young that it may be about to be locked.
-bool is_abandoned(const fs::directory_entry& file) {
-  std::error_code error;
-  if (!file.is_regular_file(error) || file.is_symlink(error)) return false;
-  const auto written = file.last_write_time(error);
-  if (error || fs::file_time_type::clock::now() - written < std::chrono::minutes(1)) return false;
-  const int handle = ::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+bool is_abandoned(const std::string& file) {
+  constexpr std::time_t kYoung = 60;  // seconds
+  struct stat state {};
+  if (::lstat(file.c_str(), &state) != 0 || !S_ISREG(state.st_mode)) return false;
+  if (std::time(nullptr) - state.st_mtime < kYoung) return false;
+  const int handle = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
   if (handle < 0) return false;
   const bool free = why_locked(handle).empty();
   ::close(handle);
   return free;
 }
 
-// What processes that were killed have left. Nothing depends on it, so that failures are of no interest.
+std::string folder_of(const fs::path& target) {
+  return target.has_parent_path() ? target.parent_path().string() : ".";
+}
+
+// What processes that were killed have left. Nothing depends on it, so that failures are of no interest. The
+// system's own functions: where memory is lacking, the standard library's walk through a folder ends the
+// process.
 void remove_abandoned(const fs::path& target) {
   const std::string prefix = unfinished_prefix(target);
-  const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  const std::string folder = folder_of(target);
   const auto is_letter = [](unsigned char letter) { return std::isalnum(letter) != 0; };
-  std::error_code error;
-  for (fs::directory_iterator place(folder, error), end; !error && place != end; place.increment(error)) {
-    const std::string name = place->path().filename().string();
-    if (name.size() == prefix.size() + kRandom && name.starts_with(prefix) &&
-        std::all_of(name.end() - kRandom, name.end(), is_letter) && is_abandoned(*place)) {
-      std::error_code kept;
-      fs::remove(place->path(), kept);
-    }
+  const std::unique_ptr<DIR, int (*)(DIR*)> files(::opendir(folder.c_str()), &::closedir);
+  if (!files) return;
+  while (const dirent* const entry = ::readdir(files.get())) {
+    const std::string_view name = entry->d_name;
+    if (name.size() != prefix.size() + kRandom || !name.starts_with(prefix) ||
+        !std::all_of(name.end() - kRandom, name.end(), is_letter))
+      continue;
+    const std::string file = folder + "/" + std::string(name);
+    if (is_abandoned(file)) ::unlink(file.c_str());
   }
 }
 
@@ -84,7 +93,7 @@ void copy_extended_attributes(const fs::path& from, int to, const fs::path& path
 }
 
 // A file beside the target that is gone again unless it takes the target's place.
-class NewFile {
+class NewFile : public ByteSink {
  public:
   // `path`: how the user calls the target.
   NewFile(FileSystem& files, const fs::path& target, const fs::path& path)
@@ -95,20 +104,22 @@ class NewFile {
     if (handle_ < 0) refuse_to_write(path_, errno);
     static_cast<void>(::flock(handle_, LOCK_EX | LOCK_NB));  // alive, to other processes
   }
-  ~NewFile() {
+  ~NewFile() override {
     if (handle_ >= 0) files_.close(handle_);
     if (!placed_) files_.remove(name_);
   }
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
 
-  void write(std::string_view bytes) {
-    while (!bytes.empty()) {
-      const ssize_t count = files_.write(handle_, bytes.data(), bytes.size());
-      if (count < 0 && errno == EINTR) continue;
-      if (count < 0) refuse_to_write(path_, errno);
-      bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
+  void write(std::string_view bytes) override {
+    write_all(bytes, [&](std::string_view rest) { return files_.write(handle_, rest.data(), rest.size()); });
+  }
+  void write_over(std::uint64_t at, std::string_view bytes) override {
+    const char* const begin = bytes.data();
+    write_all(bytes, [&](std::string_view rest) {
+      return files_.write_at(handle_, rest.data(), rest.size(),
+                             at + static_cast<std::uint64_t>(rest.data() - begin));
+    });
   }
 
   void take_place(const WholeFileOptions& options) {
@@ -124,6 +135,16 @@ class NewFile {
   }
 
  private:
+  template <class Write>
+  void write_all(std::string_view bytes, const Write& write) {
+    while (!bytes.empty()) {
+      const ssize_t count = write(bytes);
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) refuse_to_write(path_, errno);
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+  }
+
   static std::string beside(const fs::path& target) {
     return (target.parent_path() / (unfinished_prefix(target) + std::string(kRandom, 'X'))).string();
   }
@@ -146,9 +167,8 @@ class NewFile {
 };
 
 // So that the new name survives a power failure. The file itself is safe by then.
-void flush_directory(FileSystem& files, const fs::path& target) {
-  const fs::path parent = target.parent_path();
-  const int handle = files.open(parent.empty() ? "." : parent.string(), O_RDONLY | O_DIRECTORY);
+void flush_directory(FileSystem& files, const std::string& folder) {
+  const int handle = files.open(folder, O_RDONLY | O_DIRECTORY);
   if (handle < 0) return;
   files.flush(handle);
   files.close(handle);
@@ -181,14 +201,21 @@ void write_whole(const fs::path& path, std::string_view bytes, const WholeFileOp
 
 void write_whole_pieces(const fs::path& path, const std::function<void(const WritePiece& write)>& content,
                         const WholeFileOptions& options) {
+  write_whole_file(
+      path, [&](ByteSink& file) { content([&](std::string_view bytes) { file.write(bytes); }); }, options);
+}
+
+void write_whole_file(const fs::path& path, const std::function<void(ByteSink& file)>& content,
+                      const WholeFileOptions& options) {
   const fs::path target = place_of(path);
   check_target(target, path, options);
   remove_abandoned(target);
   FileSystem& files = options.files != nullptr ? *options.files : real_files();
+  const std::string folder = folder_of(target);
   NewFile file(files, target, path);
-  content([&](std::string_view bytes) { file.write(bytes); });
+  content(file);
   file.take_place(options);
-  flush_directory(files, target);
+  flush_directory(files, folder);  // once the file is in its place, nothing takes memory
 }
 
 }  // namespace ordvane::xlsx

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string_view>
 
+#include "xlsx/byte_sink.h"
 #include "xlsx/file_system.h"
 
 namespace ordvane::xlsx {
@@ -31,5 +32,8 @@ using WritePiece = std::function<void(std::string_view)>;
 void write_whole_pieces(const std::filesystem::path& path,
                         const std::function<void(const WritePiece& write)>& content,
                         const WholeFileOptions& options = {});
+// The same with bytes that are written over while the file is made.
+void write_whole_file(const std::filesystem::path& path, const std::function<void(ByteSink& file)>& content,
+                      const WholeFileOptions& options = {});
 
 }  // namespace ordvane::xlsx

@@ -10,7 +10,7 @@
 
 #include "calc/address.h"
 #include "calc/model.h"
-#include "xlsx/archive.h"
+#include "support/archive_of.h"
 #include "xlsx/xml.h"
 
 namespace ordvane::test {
@@ -64,10 +64,9 @@ class TinyWorkbook {
     const std::string links =
         "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
     std::string list, book_links = links;
-    std::vector<xlsx::ArchiveEntry> parts;
+    std::vector<std::pair<std::string, std::string>> parts;
     const auto add = [&](const std::string& name, const std::string& content) {
-      std::vector<xlsx::CompressedPiece> pieces{xlsx::compress(content, 1, true)};
-      parts.push_back(xlsx::join(name, pieces));
+      parts.emplace_back(name, content);
     };
     add("[Content_Types].xml",
         "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\"><Default "
@@ -91,7 +90,7 @@ class TinyWorkbook {
                                (protection_.empty() ? "" : "<workbookProtection lockStructure=\"1\"/>") +
                                "<sheets>" + list + "</sheets><definedNames>" + names_ +
                                "</definedNames><calcPr " + calculation_ + "/></workbook>");
-    return xlsx::archive(parts);
+    return archive_of(parts);
   }
   calc::Model model() const { return {bytes(), "tiny.xlsx"}; }
 

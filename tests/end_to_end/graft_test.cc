@@ -95,10 +95,12 @@ TEST_P(IntoModel, LeavesTheModelAsItWas) {
     }
     said = reported.output;
     size = fs::file_size(after_);
+    EXPECT_EQ(fs::status(after_).permissions(), fs::perms{0640});
+    if (options == std::string("--all"))
+      continue;  // what replaces it is judged: as many sheets in the same places
     const CommandResult judged = checked(before_, after_, again ? "--recalculated" : "");
     EXPECT_EQ(judged.status, 0) << options << ":\n" << judged.output;
     EXPECT_EQ(faults(after_), own_faults) << options;
-    EXPECT_EQ(fs::status(after_).permissions(), fs::perms{0640});
   }
   fs::copy_file(before_, folder_ / "other.xlsx");
   EXPECT_EQ(checked(after_, folder_ / "other.xlsx").status != 0, kOthersAreAsked)

@@ -14,7 +14,7 @@
 #include "calc/tiny_workbook.h"
 #include "embedded/report_job.h"
 #include "runfile/describe.h"
-#include "xlsx/archive.h"
+#include "support/archive_of.h"
 
 namespace ordvane::fuzz {
 namespace {
@@ -123,20 +123,19 @@ void try_formula(std::string_view bytes) {
 
 void try_workbook(std::string_view bytes) {
   constexpr std::string_view kMark = "@@ ";
-  std::vector<xlsx::ArchiveEntry> entries;
+  std::vector<std::pair<std::string, std::string>> parts;
   while (bytes.starts_with(kMark)) {
     bytes.remove_prefix(kMark.size());
     const std::size_t line = std::min(bytes.find('\n'), bytes.size());
     std::string name(bytes.substr(0, line));
     bytes.remove_prefix(std::min(line + 1, bytes.size()));
     const std::size_t end = std::min(bytes.find("\n@@ "), bytes.size());
-    std::vector<xlsx::CompressedPiece> pieces{xlsx::compress(std::string(bytes.substr(0, end)), 1, true)};
-    entries.push_back(xlsx::join(std::move(name), pieces));
+    parts.emplace_back(std::move(name), bytes.substr(0, end));
     bytes.remove_prefix(std::min(end + 1, bytes.size()));
   }
   std::string packed;
   try {
-    packed = xlsx::archive(entries);
+    packed = test::archive_of(parts);
   } catch (const host::Error&) {
     return;  // names that no archive can hold
   }

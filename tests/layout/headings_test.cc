@@ -63,9 +63,10 @@ TEST(Headings, BreakBetweenWordsOnly) {
       std::size_t headings = 0;
       for (const auto& sheet : book->sheets)
         for (const office::RowBand& band : sheet->bands)
-          for (std::size_t at = 0; at < band.styles.size(); ++at) {
-            const office::CellStyle& style = book->styles.at(band.styles[at]);
-            if (!style.wrap || style.fill != look::kHeaderTint || band.kinds[at] != host::CellKind::kText)
+          for (std::size_t at = 0; at < band.cells.size(); ++at) {
+            const office::CellStyle& style = book->styles.at(band.style(at));
+            if (!style.wrap || style.fill != look::kHeaderTint ||
+                band.cells[at].kind() != host::CellKind::kText)
               continue;
             const auto row = band.first_row + static_cast<std::int32_t>(at) / band.columns;
             const auto column = band.first_column + static_cast<std::int32_t>(at) % band.columns;

@@ -392,7 +392,7 @@ TEST(ReportTable, GoesOnUnderTheHeadersAboveIt) {
     const std::int32_t last = second->BodyRange()->row() + 59;
     for (const office::RowBand& band : model.bands) {
       if (band.first_row + band.rows <= last || band.first_column > 1) continue;
-      const office::CellStyle& name = bench.kept->styles.at(band.styles[band.index(last, 1)]);
+      const office::CellStyle& name = bench.kept->styles.at(band.style(band.index(last, 1)));
       EXPECT_EQ(name.number_format, "@") << "a name that reads like a date stays one";
       EXPECT_EQ(name.right.line_style, 1) << "the rule goes down to the last row";
     }

@@ -17,9 +17,8 @@ void expect_well_formed(const std::vector<RowBand>& bands) {
     const RowBand& band = bands[b];
     const auto cells = static_cast<std::size_t>(band.rows) * static_cast<std::size_t>(band.columns);
     ASSERT_GT(cells, 0U);
-    ASSERT_EQ(band.numbers.size(), cells);
-    ASSERT_EQ(band.styles.size(), cells);
-    ASSERT_EQ(band.kinds.size(), cells);
+    ASSERT_EQ(band.cells.size(), cells);
+    ASSERT_EQ(band.styles.rows(), static_cast<std::size_t>(band.rows));
     if (b == 0) continue;
     const CellRef before{bands[b - 1].first_row, bands[b - 1].first_column};
     ASSERT_LT(before, (CellRef{band.first_row, band.first_column}));
@@ -30,7 +29,7 @@ void expect_well_formed(const std::vector<RowBand>& bands) {
 
 std::size_t cell_count(const std::vector<RowBand>& bands) {
   std::size_t cells = 0;
-  for (const RowBand& band : bands) cells += band.numbers.size();
+  for (const RowBand& band : bands) cells += band.cells.size();
   return cells;
 }
 
@@ -54,7 +53,7 @@ TEST(CellStore, HoldsWhatAPlainMapHolds) {
       store.for_each_run(area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column,
                                    std::size_t count) {
         for (std::size_t i = 0; i < count; ++i, ++visited) {
-          band.numbers[index + i] = step;
+          band.cells[index + i] = {host::CellKind::kNumber, static_cast<double>(step)};
           plain[{row, column + static_cast<std::int32_t>(i)}] = step;
         }
       });
@@ -64,7 +63,7 @@ TEST(CellStore, HoldsWhatAPlainMapHolds) {
     for (std::int32_t row = 1; row <= 27; ++row) {
       for (std::int32_t column = 1; column <= 111; ++column) {
         const CellStore::Slot slot = store.find(row, column);
-        const double kept = slot.band ? slot.band->numbers[slot.index] : 0;
+        const double kept = slot.band ? slot.band->cells[slot.index].value() : 0;
         const auto expected = plain.find({row, column});
         ASSERT_EQ(kept, expected == plain.end() ? 0 : expected->second) << row << "," << column;
       }

@@ -28,7 +28,7 @@ class Office : public testing::Test {
       const bool in_columns =
           cell.column >= band.first_column && cell.column < band.first_column + band.columns;
       if (in_rows && in_columns)
-        return app->model(*book)->styles.at(band.styles[band.index(cell.row, cell.column)]);
+        return app->model(*book)->styles.at(band.style(band.index(cell.row, cell.column)));
     }
     return {};
   }

@@ -223,7 +223,7 @@ inline std::vector<std::string> cells_that_look(const office::BookModel& book,
     for (std::int32_t row = band.first_row; row < band.first_row + band.rows; ++row)
       for (std::int32_t column = band.first_column; column < band.first_column + band.columns; ++column) {
         const std::size_t at = band.index(row, column);
-        if (band.kinds[at] != host::CellKind::kBlank && look(book.styles.at(band.styles[at])))
+        if (band.cells[at].kind() != host::CellKind::kBlank && look(book.styles.at(band.style(at))))
           found.push_back(office::cell_name(row, column));
       }
   return found;

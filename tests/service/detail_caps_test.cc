@@ -44,7 +44,7 @@ class DetailCaps : public testing::Test {
       if (column < band.first_column || column >= band.first_column + band.columns) continue;
       for (std::int32_t row = band.first_row; row < band.first_row + band.rows; ++row) {
         const std::size_t at = band.index(row, column);
-        if (band.kinds[at] == host::CellKind::kNumber) numbers.push_back(band.numbers[at]);
+        if (band.cells[at].is_number()) numbers.push_back(band.cells[at].number());
       }
     }
     return numbers;

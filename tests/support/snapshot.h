@@ -54,13 +54,7 @@ class BookReader {
     return band ? value_in(*band, band->index(row, column)) : host::CellValue();
   }
   host::CellValue value_in(const office::RowBand& band, std::size_t at) const {
-    host::CellValue value;
-    value.kind = band.kinds[at];
-    if (value.kind == host::CellKind::kText)
-      value.text = book_.texts.at(static_cast<office::TextId>(band.numbers[at]));
-    else
-      value.number = band.numbers[at];
-    return value;
+    return value_of(book_.texts, band.cells[at]);
   }
   // Cells of a series, or its constants: "(1, 2, 3)".
   std::string data(const office::SeriesData& data) const {
@@ -100,10 +94,10 @@ inline std::string cells_text(const office::BookModel& book, const office::Sheet
       std::string line;
       for (std::int32_t column = band.first_column; column < band.first_column + band.columns; ++column) {
         const std::size_t at = band.index(row, column);
-        if (band.kinds[at] == host::CellKind::kBlank) continue;
+        if (band.cells[at].kind() == host::CellKind::kBlank) continue;
         line += "  " + office::cell_name(row, column) + " " + value_text(reader.value_in(band, at));
-        const std::string& format = book.styles.at(band.styles[at]).number_format;
-        if (band.kinds[at] == host::CellKind::kNumber && format != "General") line += " {" + format + "}";
+        const std::string& format = book.styles.at(band.style(at)).number_format;
+        if (band.cells[at].is_number() && format != "General") line += " {" + format + "}";
         const auto formula = sheet.formulas.find({row, column});
         if (formula != sheet.formulas.end()) line += " " + formula->second;
       }

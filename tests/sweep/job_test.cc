@@ -12,10 +12,10 @@
 #include "host/error.h"
 #include "runfile/json_file.h"
 #include "small_model.h"
+#include "support/archive_of.h"
 #include "support/external_checks.h"
 #include "sweep/compiled.h"
 #include "text/calendar.h"
-#include "xlsx/archive.h"
 #include "xlsx/package_reader.h"
 
 namespace ordvane::sweep {
@@ -203,8 +203,7 @@ TEST(Job, TakesWorkbooksOfOtherFormats) {
 }
 
 TEST(Job, RefusesEncryptedWorkbooksOfOtherFormats) {
-  std::vector<xlsx::CompressedPiece> pieces{xlsx::compress("<m><encryption-data/></m>", 1, true)};
-  const std::string open = xlsx::archive({xlsx::join("META-INF/manifest.xml", pieces)});
+  const std::string open = test::archive_of({{"META-INF/manifest.xml", "<m><encryption-data/></m>"}});
   const std::string old = std::string("\x09\x08\x10\0", 4) + std::string(16, '\0') + std::string("\x2F\0", 2);
   for (const auto& [name, bytes] : {std::pair("a.ods", open), {"a.xls", old}}) {
     const test::TemporaryFolder folder;

@@ -74,7 +74,7 @@ class Parts : public testing::Test {
 
   void calculate(const Shard& shard, std::chrono::microseconds pause = {}, int threads = 2) const {
     PartWriter part(file(shard), header(shard), shape_, false, [](PartHeader& first) {
-      first.calculation = runfile::OrderedJson{{"engine", "fake"}};
+      first.calculation = runfile::Json{{"engine", "fake"}};
     });
     SweepOptions options;
     options.threads = threads;

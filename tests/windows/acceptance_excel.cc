@@ -244,13 +244,7 @@ host::CellValue value_at(const office::BookModel& book, const office::SheetModel
     if (row < band.first_row || row >= band.first_row + band.rows || column < band.first_column ||
         column >= band.first_column + band.columns)
       continue;
-    const std::size_t at = band.index(row, column);
-    if (band.kinds[at] == host::CellKind::kText)
-      return host::CellValue(book.texts.at(static_cast<office::TextId>(band.numbers[at])));
-    host::CellValue value;
-    value.kind = band.kinds[at];
-    value.number = band.numbers[at];
-    return value;
+    return value_of(book.texts, band.cells[band.index(row, column)]);
   }
   return {};
 }

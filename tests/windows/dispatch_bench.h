@@ -118,7 +118,7 @@ class Looks {
     for (const std::int32_t row : page.row_breaks) add("page begins", row);
     for (const std::int32_t column : page.column_breaks) add("page begins with column", column);
     for (const auto& band : sheet.bands)
-      for (std::size_t at = 0; at < band.styles.size(); ++at) cell(book, band, at);
+      for (std::size_t at = 0; at < band.cells.size(); ++at) cell(book, band, at);
     for (const auto& [column, props] : sheet.columns) add("column", column, props.width, props.hidden);
     for (const auto& [row, height] : sheet.row_heights) add("row", row, height);
     for (const auto& chart : sheet.charts) this->chart(*chart);
@@ -126,7 +126,7 @@ class Looks {
 
   void cell(const office::BookModel& book, const office::RowBand& band, std::size_t at) {
     const auto columns = static_cast<std::size_t>(band.columns);
-    const office::CellStyle& style = book.styles.at(band.styles[at]);
+    const office::CellStyle& style = book.styles.at(band.style(at));
     if (style == office::CellStyle()) return;
     add("cell", band.first_row + static_cast<std::int32_t>(at / columns),
         band.first_column + static_cast<std::int32_t>(at % columns), style.number_format, style.font_name,

@@ -72,8 +72,10 @@ TEST(Archive, JoinsPiecesThatEndAnywhereInAByte) {
 
 // The sizes alone tell: nothing of that size is made here.
 TEST(Archive, RefusesWhatIsOverTheFormatsSize) {
-  std::vector<ArchiveEntry> entries{{"part", "x", 0xFFFFFFFF, 0}};
-  EXPECT_THROW(archive(entries), host::Error);
+  StringSink out;
+  ArchiveWriter archive(out);
+  archive.begin("part", kFirstDate);
+  EXPECT_THROW(archive.add({"x", 0xFFFFFFFF, 0}), host::Error);
 }
 
 }  // namespace

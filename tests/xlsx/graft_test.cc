@@ -407,6 +407,9 @@ class FailingFiles : public FileSystem {
     // In halves, so that a write fails after one that did not.
     return fails() ? -1 : FileSystem::write(file, data, size > 9000 ? size / 2 : size);
   }
+  ssize_t write_at(int file, const char* data, std::size_t size, std::uint64_t position) override {
+    return fails() ? -1 : FileSystem::write_at(file, data, size > 20 ? size / 2 : size, position);
+  }
   int change_mode(int file, mode_t mode) override {
     return fails() ? -1 : FileSystem::change_mode(file, mode);
   }

@@ -19,17 +19,13 @@ inline std::shared_ptr<office::SheetModel> add_sheet(office::BookModel& book, co
   sheet->name = name;
   book.sheets.push_back(sheet);
   if (rows.empty()) return sheet;
-  office::RowBand band;
-  band.first_row = corner.row;
-  band.first_column = corner.column;
-  band.rows = static_cast<std::int32_t>(rows.size());
-  band.columns = static_cast<std::int32_t>(rows[0].size());
+  office::RowBand band(corner.row, static_cast<std::int32_t>(rows.size()), corner.column,
+                       static_cast<std::int32_t>(rows[0].size()));
+  auto cell = band.cells.begin();
   for (const auto& row : rows) {
     for (const CellValue& value : row) {
       const bool text = value.kind == host::CellKind::kText;
-      band.kinds.push_back(value.kind);
-      band.numbers.push_back(text ? book.texts.intern(value.text) : value.number);
-      band.styles.push_back(0);
+      *cell++ = {value.kind, text ? book.texts.intern(value.text) : value.number};
     }
   }
   sheet->bands.push_back(band);
@@ -41,7 +37,9 @@ inline void set_style(office::BookModel& book, office::SheetModel& sheet, std::i
   for (office::RowBand& band : sheet.bands)
     if (row >= band.first_row && row < band.first_row + band.rows && column >= band.first_column &&
         column < band.first_column + band.columns)
-      band.styles[band.index(row, column)] = book.styles.intern(style);
+      band.styles.change(static_cast<std::size_t>(row - band.first_row), 1, [&](office::StyleId* styles) {
+        styles[column - band.first_column] = book.styles.intern(style);
+      });
 }
 
 inline std::shared_ptr<office::SeriesModel> add_series(office::ChartModel& chart, const std::string& name,

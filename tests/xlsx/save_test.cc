@@ -51,12 +51,9 @@ std::string message_of(const std::function<void()>& step, std::int32_t code = ho
 office::BookModel large_book() {
   office::BookModel book;
   auto sheet = add_sheet(book, "Large", {});
-  office::RowBand band{3, 2001, 2, 101, {}, {}, {}};
-  for (std::int32_t cell = 0; cell < band.rows * band.columns; ++cell) {
-    band.kinds.push_back(cell % 7 == 3 ? host::CellKind::kBlank : host::CellKind::kNumber);
-    band.numbers.push_back(cell);
-    band.styles.push_back(0);
-  }
+  office::RowBand band(3, 2001, 2, 101);
+  for (std::size_t cell = 0; cell < band.cells.size(); ++cell)
+    if (cell % 7 != 3) band.cells[cell] = {host::CellKind::kNumber, static_cast<double>(cell)};
   sheet->bands.push_back(band);
   return book;
 }

@@ -71,10 +71,8 @@ TEST(SheetRows, WriteEveryKindOfCell) {
 TEST(SheetRows, BringBandsHeightsAndFormulasTogether) {
   office::BookModel book;
   auto sheet = add_sheet(book, "S", {{1, 2}, {3, {}}}, {2, 1});
-  office::RowBand beside{2, 1, 4, 1, {9}, {0}, {host::CellKind::kNumber}};
-  office::RowBand last_column{6, 1, office::kSheetColumns, 1, {7}, {0}, {host::CellKind::kNumber}};
-  sheet->bands.push_back(beside);
-  sheet->bands.push_back(last_column);
+  sheet->bands.emplace_back(2, 1, 4, 1).cells = {{host::CellKind::kNumber, 9}};
+  sheet->bands.emplace_back(6, 1, office::kSheetColumns, 1).cells = {{host::CellKind::kNumber, 7}};
   sheet->formulas[{3, 3}] = "=1";
   sheet->formulas[{9, 702}] = "=2";
   sheet->formulas[{9, 1353}] = "=3";
