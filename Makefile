@@ -80,6 +80,7 @@ bench:
 	/usr/bin/python3 bench/whole_process.py build/bench
 	/usr/bin/python3 bench/full_size.py build/bench
 	/usr/bin/python3 bench/growth.py build/bench
+	/usr/bin/python3 bench/large_runs.py build/bench
 	/usr/bin/python3 bench/sweeps.py build/bench
 	/usr/bin/python3 bench/page.py build/bench
 

@@ -88,20 +88,14 @@ std::string failure_text(const model::StepFacts& facts) {
 
 // The results over the input's values, as a line of small bars.
 std::string spark_line(const model::InputAnswers& answers) {
-  constexpr std::size_t kMostBars = 9;
   constexpr const char* kBars[] = {"\u2581", "\u2582", "\u2583", "\u2584",
                                    "\u2585", "\u2586", "\u2587", "\u2588"};
   constexpr double kHighest = std::size(kBars) - 1;
   const model::StepCurve& curve = answers.curve;
   if (!terminal_is_utf8() || answers.swing == 0 || curve.size() < 2) return {};
-  const auto [low, high] = std::minmax_element(
-      curve.begin(), curve.end(),
-      [](const model::StepPoint& a, const model::StepPoint& b) { return a.output < b.output; });
-  const std::size_t shown = std::min(curve.size(), kMostBars);
   std::string text;
-  for (std::size_t i = 0; i < shown; ++i) {
-    const double result = curve[i * (curve.size() - 1) / (shown - 1)].output;
-    const double height = (result / 2 - low->output / 2) / (high->output / 2 - low->output / 2);
+  for (const model::StepPoint& point : curve) {
+    const double height = (point.output / 2 - answers.least / 2) / (answers.greatest / 2 - answers.least / 2);
     text += kBars[std::lround(height * kHighest)];
   }
   return text;

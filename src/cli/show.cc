@@ -4,10 +4,19 @@
 
 #include "cli/commands.h"
 #include "cli/ranking_table.h"
+#include "cli/terminal.h"
 #include "embedded/report_job.h"
 #include "exchange/ranking.h"
 
 namespace ordvane::cli {
+namespace {
+
+std::string ranking_progress(std::size_t done, std::size_t of) {
+  return "Ranking: " + std::to_string(done) + " of " + std::to_string(of) +
+         (of == 1 ? " output" : " outputs");
+}
+
+}  // namespace
 
 int show(const ShowCommand& command, Problems& problems) {
   const auto run = read_run(command.run, problems);
@@ -16,8 +25,13 @@ int show(const ShowCommand& command, Problems& problems) {
   if (command.steps && command.form == exchange::Form::kCsv)
     problems.add("--steps: goes without --csv; `ordvane export --what steps` writes them");
   problems.refuse_any();
-  const auto rankings =
-      embedded::rank_outputs(run, outputs, {.simulation = command.simulation, .target = command.target});
+  ProgressLine progress(true);
+  const auto rankings = embedded::rank_outputs(
+      run, outputs,
+      {.simulation = command.simulation,
+       .target = command.target,
+       .progress = [&](std::size_t done, std::size_t of) { progress.show(ranking_progress(done, of)); }});
+  progress.clear();
   const exchange::RankingStyle style{command.simulation, command.sort, command.steps};
   if (command.form) {
     exchange::write_ranking(*run, rankings, style, {*command.form, command.texts},

@@ -25,15 +25,15 @@ std::string name_of(const model::DralInputOutput& input) {
   return input.has_name() ? input.ioName : input.cellAddress;
 }
 
-Effect effect_of(const model::DralInputOutput& input, std::int32_t output, double base,
-                 std::int32_t position) {
+Effect effect_of(const model::DralInputOutput& input, std::int32_t output,
+                 const model::OutputAnswers& answers, std::int32_t position) {
   const model::NumberRules& rules = input.rules();
   const auto shown = [&](double value) { return embedded::shown(rules, value); };
   Effect effect;
   effect.input = name_of(input);
   effect.input_index = position;
   effect.rank = input.rank(output);
-  effect.facts = model::step_facts(input, output, base);
+  effect.facts = answers.inputs.at(static_cast<std::size_t>(effect.rank - 1)).facts;
   effect.low = shown(input.outputMinValue(output));
   effect.high = shown(input.outputMaxValue(output));
   effect.swing = rules.difference(effect.high, effect.low);
@@ -127,14 +127,15 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
   const auto indexes = selected_outputs(*run, outputs);
   model::OneBased<std::int32_t> positions;  // of the records, which stand in the engine's order
   for (const std::int32_t index : indexes) positions.push_back(index + 1);
-  scan.getData(input_records, output_records, positions, recalculations, simulation,
-               model::StepRanks::kLeftOut);
+  scan.getData(input_records, output_records, positions, recalculations, simulation);
 
   const std::vector<std::int32_t> ordered = engine_inputs(*run);
   const model::MultiWayRun multi_way_run =
       model::ReadMultiWay(session, input_records, output_records, positions, 0, simulation);
   std::vector<OutputRanking> rankings;
   for (const std::int32_t index : indexes) {
+    if (ranking_options.progress)
+      ranking_options.progress(rankings.size(), static_cast<std::size_t>(indexes.size()));
     const model::DralInputOutput& output = output_records(index + 1);
     OutputRanking ranking{
         .output_index = index,
@@ -147,8 +148,8 @@ std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run
         .sentence = {},
         .groups = {}};
     for (const model::DralInputOutput& input : input_records)
-      ranking.effects.push_back(effect_of(input, index + 1, output.BaseValue(),
-                                          ordered.at(static_cast<std::size_t>(input.ioIndex))));
+      ranking.effects.push_back(
+          effect_of(input, index + 1, ranking.answers, ordered.at(static_cast<std::size_t>(input.ioIndex))));
     sort_by_rank(ranking.effects);
     ranking.sentence = reports::AnswerSentence(session, input_records, output_records,
                                                model::range_mode_of(input_records), ranking.answers);

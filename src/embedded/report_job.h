@@ -126,6 +126,8 @@ struct RankingOptions {
   std::int32_t simulation = 1;        // from 1
   std::optional<double> target = {};  // of all outputs; none: each output's own
   std::string language = "en";        // of the sentences
+  // Called before each output is answered for: so many are done.
+  std::function<void(std::size_t done, std::size_t of)> progress = {};
 };
 // The ranking of the selected outputs, all when empty.
 std::vector<OutputRanking> rank_outputs(const std::shared_ptr<const runfile::Run>& run,

@@ -218,13 +218,24 @@ std::span<const SoughtPoint> of_input(std::span<const SoughtPoint> sought, std::
   return {first, last};
 }
 
+void draw(const StepCurve& curve, InputAnswers& answers) {
+  const std::size_t points = std::min(curve.size(), InputAnswers::kPicturePoints);
+  for (std::size_t i = 0; i < points; ++i)
+    answers.curve.push_back(curve[points > 1 ? i * (curve.size() - 1) / (points - 1) : 0]);
+  if (curve.empty()) return;
+  const auto [least, greatest] = std::ranges::minmax_element(curve, {}, &StepPoint::output);
+  answers.least = least->output;
+  answers.greatest = greatest->output;
+}
+
 InputAnswers answers_of_input(const DralInputOutput& input, std::int32_t output,
                               const DralInputOutput& result, const OutputTarget& target) {
   const NumberRules& rules = input.rules();
   InputAnswers answers;
   answers.rank = input.rank(output);
   answers.facts = step_facts(input, output, result.BaseValue());
-  answers.curve = step_curve(input, output);
+  const StepCurve curve = step_curve(input, output);
+  draw(curve, answers);
   if (answers.facts.failed == answers.facts.steps) return answers;
   const double low = input.outputMinValue(output);
   const double high = input.outputMaxValue(output);
@@ -236,13 +247,12 @@ InputAnswers answers_of_input(const DralInputOutput& input, std::int32_t output,
   if (!answers.facts.without_effect()) {
     std::optional<std::span<const SoughtPoint>> sought;
     if (target.sought) sought = of_input(*target.sought, input.ioIndex);
-    answers.break_even = crossings(answers.curve, target.value, sought);
+    answers.break_even = crossings(curve, target.value, sought);
   }
-  answers.shape = shape_of(rules, answers.curve);
+  answers.shape = shape_of(rules, curve);
   if (input.IsDate || result.IsDate) return answers;
-  answers.elasticity =
-      elasticity(rules, answers.curve, {.input = input.BaseValue(), .output = result.BaseValue()});
-  answers.arc_elasticity = arc_elasticity(answers.curve);
+  answers.elasticity = elasticity(rules, curve, {.input = input.BaseValue(), .output = result.BaseValue()});
+  answers.arc_elasticity = arc_elasticity(curve);
   return answers;
 }
 

@@ -100,7 +100,11 @@ struct InputAnswers {
   std::int32_t input = 0;  // position in the input records, from 1
   std::int32_t rank = 0;   // by swing, from 1
   StepFacts facts;
+  // For a picture: at most so many points of the curve, evenly picked, both ends among them; and the least
+  // and the greatest result of all points. No points, no results.
+  static constexpr std::size_t kPicturePoints = 9;
   StepCurve curve;
+  double least = 0, greatest = 0;
   double swing = 0;  // 0 also without results
   // Of the squared swings of all inputs of the output: this input's, and that of all up to its rank. None
   // where no input moves the output.

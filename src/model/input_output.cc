@@ -39,12 +39,27 @@ std::int32_t ValueTable::allocate(std::int32_t l, std::int32_t j, std::int32_t k
     }
     values_.assign(elements, 0.0);
   });
+  rows_.reset();
   std::tie(l_, j_, k_) = std::tie(sizes[0], sizes[1], sizes[2]);
   return l < 1 || j < 1 || k < 1 ? 1 : 0;
 }
 
+void ValueTable::show(std::shared_ptr<const TableRows> rows, std::int32_t l, std::int32_t j) {
+  values_ = {};
+  rows_ = std::move(rows);
+  std::tie(l_, j_, k_) = std::tuple(l, j, 1);
+}
+
 DralInputOutput::DralInputOutput(const std::shared_ptr<const NumberRules>& rules)
     : rules_(rules_or_default(rules)) {}
+
+void DralInputOutput::show_steps(std::int32_t outputs, std::shared_ptr<const TableRows> results,
+                                 std::shared_ptr<const TableRows> changes,
+                                 std::shared_ptr<const TableRows> ranks) {
+  OutputValuesCalculated_.show(std::move(results), outputs, numSteps);
+  outputPercentChangedCalculated_.show(std::move(changes), outputs, numSteps);
+  outputRankPerStep_.show(std::move(ranks), outputs, numSteps);
+}
 
 std::int32_t DralInputOutput::rank(std::int32_t output) const {
   return whole_rank(outputRank(output));

@@ -23,14 +23,31 @@ namespace ordvane::model {
 
 enum class TableRule : std::uint8_t { kReplaceNaN, kAsGiven };
 
-// Up to three dimensions of doubles in one piece of memory, the last index running fastest.
+// The elements of a table that come from elsewhere. Both indexes count from 1 and are those of an element.
+class TableRows {
+ public:
+  virtual ~TableRows() = default;
+  virtual double at(std::int32_t l, std::int32_t j) const = 0;
+};
+
+// Up to three dimensions of doubles in one piece of memory, the last index running fastest; or two, of rows
+// that come from elsewhere.
 class ValueTable {
  public:
   // Reallocates with zeros. A size below 1 becomes 1; the result is 1 if any did, else 0. Error 7, and
   // nothing changed, for more elements than there is room for.
   std::int32_t allocate(std::int32_t l, std::int32_t j = 1, std::int32_t k = 1);
-  double get(std::int32_t l, std::int32_t j = 1, std::int32_t k = 1) const { return values_[index(l, j, k)]; }
-  void put(std::int32_t l, std::int32_t j, std::int32_t k, double value) { values_[index(l, j, k)] = value; }
+  // These rows instead, of so many elements. They cannot be put.
+  void show(std::shared_ptr<const TableRows> rows, std::int32_t l, std::int32_t j);
+  double get(std::int32_t l, std::int32_t j = 1, std::int32_t k = 1) const {
+    const std::size_t at = index(l, j, k);
+    return rows_ ? rows_->at(l, j) : values_[at];
+  }
+  void put(std::int32_t l, std::int32_t j, std::int32_t k, double value) {
+    const std::size_t at = index(l, j, k);
+    if (rows_) host::raise_subscript_out_of_range("value table of a run");
+    values_[at] = value;
+  }
 
  private:
   std::size_t index(std::int32_t l, std::int32_t j, std::int32_t k) const {
@@ -43,6 +60,7 @@ class ValueTable {
   }
 
   std::vector<double> values_;
+  std::shared_ptr<const TableRows> rows_;  // null: `values_` has the elements
   std::int32_t l_ = 0, j_ = 0, k_ = 0;
 };
 
@@ -127,6 +145,10 @@ class DralInputOutput {
     name##_.put(l, j, k, stored(TableRule::rule, value));                        \
   }
 #include "model/input_output_fields.def"
+
+  // The step tables of `outputs` outputs show these rows: results, their changes and ranks.
+  void show_steps(std::int32_t outputs, std::shared_ptr<const TableRows> results,
+                  std::shared_ptr<const TableRows> changes, std::shared_ptr<const TableRows> ranks);
 
   // The ranks as whole numbers: the tables that clients see hold them as doubles.
   std::int32_t rank(std::int32_t output) const;

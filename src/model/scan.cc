@@ -1,15 +1,15 @@
 #include "model/scan.h"
 
 #include <algorithm>
-#include <cmath>
-#include <numeric>
 #include <optional>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "model/engine_reader.h"
 #include "model/naming.h"
 #include "model/ranking.h"
+#include "model/step_results.h"
 #include "text/edit.h"
 #include "text/utf16.h"
 
@@ -133,11 +133,9 @@ std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int3
 
 namespace {
 
-void init_tables(DralInputOutput& input, std::int32_t outputs, StepRanks ranks) {
+void init_tables(DralInputOutput& input, std::int32_t outputs) {
   const std::int32_t steps = input.numSteps;
   input.tableOfValuesInit(steps);
-  input.outputValuesCalculatedInit(outputs, steps);
-  if (ranks == StepRanks::kWanted) input.outputRankPerStepInit(outputs, steps);
   input.outputMinValueInit(outputs);
   input.outputMaxValueInit(outputs);
   input.outputMinPercentChangeInit(outputs);
@@ -151,53 +149,45 @@ void init_tables(DralInputOutput& input, std::int32_t outputs, StepRanks ranks) 
 // The extremes of one output while one input varies. A step that gave no number leaves them as they are.
 class Extremes {
  public:
-  Extremes(DralInputOutput& input, std::int32_t output) : input_(input), output_(output) {}
-
-  void take(double value, double change, double input_value) {
-    if (first_ || value < input_.outputMinValue(output_)) take_minimum(value, change, input_value);
-    if (first_ || value > input_.outputMaxValue(output_)) take_maximum(value, change, input_value);
-    first_ = false;
+  void take(double value, std::int32_t step) {
+    if (lowest_step_ == 0 || value < lowest_) std::tie(lowest_, lowest_step_) = std::tie(value, step);
+    if (highest_step_ == 0 || value > highest_) std::tie(highest_, highest_step_) = std::tie(value, step);
   }
 
   // Without any usable step there is nothing to show.
-  void finish(double missing) {
-    if (!first_) return;
-    take_minimum(missing, missing, missing);
-    take_maximum(missing, missing, missing);
+  void put(const NumberRules& rules, double base, std::int32_t output, DralInputOutput& input) const {
+    const double missing = rules.missing_number();
+    const bool any = lowest_step_ > 0;
+    input.outputMinValuePut(output, any ? lowest_ : missing);
+    input.outputMaxValuePut(output, any ? highest_ : missing);
+    input.outputMinPercentChangePut(output, any ? rules.fractional_change(lowest_, base) : missing);
+    input.outputMaxPercentChangePut(output, any ? rules.fractional_change(highest_, base) : missing);
+    input.minChange = any ? input.InputValuesUsed(lowest_step_) : missing;
+    input.maxChange = any ? input.InputValuesUsed(highest_step_) : missing;
+    input.minInputValuePut(output, input.minChange);
+    input.maxInputValuePut(output, input.maxChange);
   }
 
  private:
-  void take_minimum(double value, double change, double input_value) {
-    input_.outputMinPercentChangePut(output_, change);
-    input_.outputMinValuePut(output_, value);
-    input_.minChange = input_value;
-    input_.minInputValuePut(output_, input_value);
-  }
-  void take_maximum(double value, double change, double input_value) {
-    input_.outputMaxPercentChangePut(output_, change);
-    input_.outputMaxValuePut(output_, value);
-    input_.maxChange = input_value;
-    input_.maxInputValuePut(output_, input_value);
-  }
-
-  DralInputOutput& input_;
-  std::int32_t output_;
-  bool first_ = true;
+  double lowest_ = 0, highest_ = 0;
+  std::int32_t lowest_step_ = 0, highest_step_ = 0;  // 0: none yet
 };
 
 // Reads one run into the records.
 class Retrieval {
  public:
-  Retrieval(session::Session& session, const NumberRules& rules, Records& inputs, std::int32_t recalculations,
-            std::int32_t run, StepRanks ranks)
+  Retrieval(session::Session& session, const std::shared_ptr<const NumberRules>& rules, Records& inputs,
+            const Records& outputs, std::int32_t recalculations, std::int32_t run)
       : session_(session),
-        rules_(rules),
+        rules_(*rules),
         inputs_(inputs),
+        recalculations_(std::max(recalculations, 0)),
         run_(run),
-        ranks_(ranks),
-        data_(static_cast<std::size_t>(std::max(recalculations, 0))),
         poll_([&session] { session.check_cancel(); }),
-        pace_(poll_) {}
+        pace_(poll_),
+        results_(std::make_shared<StepResults>(session, rules, inputs, outputs, recalculations, run, poll_)) {
+    results_->show_in(inputs);
+  }
 
   void read_inputs();
   // `on`: the output's position, as the inputs' tables count.
@@ -210,98 +200,78 @@ class Retrieval {
     session_.log.line("OrdvaneScan.GetData " + text);
     pace_.step(kStepsOfALogLine);
   }
-  void log_data(std::int32_t index);
-  void rank_recalculations(double base);
-  void fill_inputs(std::int32_t on, double base);
+  void log_data(std::int32_t index, std::span<const double> results);
+  void log_order(std::int32_t on, std::span<const double> results);
+  void fill_inputs(std::int32_t on, double base, std::span<const double> results);
   void rank_inputs(std::int32_t on);
 
   session::Session& session_;
   const NumberRules& rules_;
   Records& inputs_;
+  std::int32_t recalculations_;
   std::int32_t run_;
-  StepRanks ranks_;
-  // Of the item that is being read, one element a recalculation.
-  std::vector<double> data_;
-  std::vector<double> changes_;          // Array
-  std::vector<std::int32_t> by_change_;  // RArray: recalculations in the order of their changes
-  std::vector<std::int32_t> rank_of_;    // RArray2: its inverse
   Poll poll_;
   Pace pace_;
+  std::shared_ptr<StepResults> results_;
 };
 
 // Of an input only its own steps are asked for; it is at its base value everywhere else.
 void Retrieval::read_inputs() {
   BaseValues base_values(session_);
-  std::size_t first = 0;
+  std::vector<double> values;
+  std::int32_t first = 0;
   for (DralInputOutput& input : inputs_) {
     session_.check_cancel();
-    const auto steps = static_cast<std::size_t>(std::max(input.numSteps, 0));
-    if (steps > data_.size() - first) host::raise_subscript_out_of_range("recalculations of an input");
-    const std::span<double> values = std::span(data_).subspan(first, steps);
-    EngineReader(session_).values(engine::kInput, input, run_, static_cast<std::int32_t>(first), values);
+    const std::int32_t steps = std::max(input.numSteps, 0);
+    if (steps > recalculations_ - first) host::raise_subscript_out_of_range("recalculations of an input");
+    values.resize(static_cast<std::size_t>(steps));
+    EngineReader(session_).values(engine::kInput, input, run_, first, values);
     input.set_BaseValue(base_values.of(*cell_of(session_, input), input.originalDistribution));
     for (std::int32_t j = 1; j <= input.numSteps; ++j)
       input.InputValuesUsedPut(j, values[static_cast<std::size_t>(j - 1)]);
+    input.startingIteration = first + 1;
     first += steps;
   }
 }
 
 void Retrieval::read_output(const DralInputOutput& output, std::int32_t on) {
   session_.check_cancel();
-  EngineReader(session_).values(engine::kOutput, output, run_, 0, data_);
-  if (session_.log.is_on()) log_data(output.ioIndex);
-  if (ranks_ == StepRanks::kWanted) rank_recalculations(output.BaseValue());
-  fill_inputs(on, output.BaseValue());
+  const bool logs = session_.log.is_on();
+  const std::span<const double> results = results_->read(on, [&](std::span<const double> recorded) {
+    if (logs) log_data(output.ioIndex, recorded);
+  });
+  if (logs) log_order(on, results);
+  fill_inputs(on, output.BaseValue(), results);
   rank_inputs(on);
 }
 
-void Retrieval::log_data(std::int32_t index) {
+void Retrieval::log_data(std::int32_t index, std::span<const double> results) {
   log_line("DRL4_GetDoubleInputOrOutputData HVars: " + std::to_string(session_.hVars) + "    Index: " +
-           std::to_string(index) + "   Start: 0   Stop: " + std::to_string(std::ssize(data_) - 1));
-  for (std::size_t k = 0; k < data_.size(); ++k)
-    log_line("DRL4_GetDoubleInputOrOutputData Data(" + std::to_string(k + 1) + ")=" + log_text(data_[k]));
+           std::to_string(index) + "   Start: 0   Stop: " + std::to_string(std::ssize(results) - 1));
+  for (std::size_t k = 0; k < results.size(); ++k)
+    log_line("DRL4_GetDoubleInputOrOutputData Data(" + std::to_string(k + 1) + ")=" + log_text(results[k]));
 }
 
-// By change from the base value; a missing result stands for its own change.
-void Retrieval::rank_recalculations(double base) {
-  const double missing = rules_.missing_number();
-  for (double& value : data_) value = rules_.without_nan(value);
-  changes_ = data_;
-  for (double& change : changes_)
-    if (change != missing) change -= base;
-  by_change_.resize(changes_.size());
-  std::iota(by_change_.begin(), by_change_.end(), 1);
-  sort_with_companion(changes_, by_change_, poll_);
-  rank_of_.resize(changes_.size());
-  for (std::size_t k = 0; k < by_change_.size(); ++k)
-    rank_of_[static_cast<std::size_t>(by_change_[k] - 1)] = static_cast<std::int32_t>(k) + 1;
-  if (!session_.log.is_on()) return;
-  for (std::size_t k = 0; k < changes_.size(); ++k)
-    log_line("Array(" + std::to_string(k + 1) + ")=" + log_text(changes_[k]) + "   RArray(" +
-             std::to_string(k + 1) + ")=" + std::to_string(by_change_[k]) + "   RArray2(" +
-             std::to_string(k + 1) + ")=" + std::to_string(rank_of_[k]));
+void Retrieval::log_order(std::int32_t on, std::span<const double> results) {
+  const StepResults::Order order = results_->order(on, results);
+  std::vector<std::int32_t> ranks(order.recalculations.size());
+  for (std::size_t k = 0; k < ranks.size(); ++k)
+    ranks[static_cast<std::size_t>(order.recalculations[k] - 1)] = static_cast<std::int32_t>(k) + 1;
+  for (std::size_t k = 0; k < ranks.size(); ++k)
+    log_line("Array(" + std::to_string(k + 1) + ")=" + log_text(order.changes[k]) + "   RArray(" +
+             std::to_string(k + 1) + ")=" + std::to_string(order.recalculations[k]) + "   RArray2(" +
+             std::to_string(k + 1) + ")=" + std::to_string(ranks[k]));
 }
 
 // Everything that one output's recalculations say about the inputs.
-void Retrieval::fill_inputs(std::int32_t on, double base) {
-  const bool has_changes = rules_.is_usable(base) && base != 0;
-  const double missing = rules_.missing_number();
+void Retrieval::fill_inputs(std::int32_t on, double base, std::span<const double> results) {
   std::size_t r = 0;
   for (DralInputOutput& input : inputs_) {
-    input.startingIteration = static_cast<std::int32_t>(r) + 1;
-    Extremes extremes(input, on);
-    for (std::int32_t j = 1; j <= input.numSteps; ++j, ++r) {
-      if (r >= data_.size()) host::raise_subscript_out_of_range("recalculations of an output");
-      input.OutputValuesCalculatedPut(on, j, data_[r]);
-      if (ranks_ == StepRanks::kWanted) input.outputRankPerStepPut(on, j, rank_of_[r]);
-      const double value = input.OutputValuesCalculated(on, j);
-      if (rules_.is_usable(value))
-        extremes.take(
-            value, has_changes ? NumberRules::difference_of_numbers(value, base) / std::fabs(base) : missing,
-            input.InputValuesUsed(j));
-      pace_.step();
-    }
-    extremes.finish(missing);
+    Extremes extremes;
+    for (std::int32_t j = 1; j <= input.numSteps; ++j, ++r)
+      if (rules_.is_usable(results[r])) extremes.take(results[r], j);
+    extremes.put(rules_, base, on, input);
+    pace_.step(static_cast<std::size_t>(std::max(input.numSteps, 0)));
   }
 }
 
@@ -318,11 +288,9 @@ void Retrieval::rank_inputs(std::int32_t on) {
 
 std::int32_t OrdvaneScan::getData(Records& inputs, Records& outputs,
                                   const OneBased<std::int32_t>& selectedOutputs, std::int32_t numIterations,
-                                  std::int32_t runNumber, StepRanks ranks) {
-  // The log tells the ranks whoever wants them.
-  if (session_.log.is_on()) ranks = StepRanks::kWanted;
-  for (DralInputOutput& input : inputs) init_tables(input, outputs.size(), ranks);
-  Retrieval retrieval(session_, *rules_, inputs, numIterations, runNumber, ranks);
+                                  std::int32_t runNumber) {
+  for (DralInputOutput& input : inputs) init_tables(input, outputs.size());
+  Retrieval retrieval(session_, rules_, inputs, outputs, numIterations, runNumber);
   retrieval.read_inputs();
   for (const std::int32_t on : selectedOutputs) retrieval.read_output(outputs(on), on);
   return 0;

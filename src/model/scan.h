@@ -1,9 +1,9 @@
 // The model scan: what the engine analysed, and what it saw.
 //
-// newScan builds one record per input or output, getData fills the value tables of one run, ranks every input
-// and, where it is asked to, every recalculation. Reads the engine and the model's cells; keeps nothing
-// between calls, and leaves the calculation mode as it is. Errors go to the caller; an engine that refuses to
-// tell about an item is one (errc::kInvalidProcedureCall), named with the call and the item.
+// newScan builds one record per input or output, getData fills the value tables of one run and ranks every
+// input. Reads the engine and the model's cells, and leaves the calculation mode as it is. Errors go to the
+// caller; an engine that refuses to tell about an item is one (errc::kInvalidProcedureCall), named with the
+// call and the item.
 #pragma once
 
 #include <cstdint>
@@ -14,9 +14,6 @@
 #include "session/session.h"
 
 namespace ordvane::model {
-
-// Whether each recalculation gets its rank among all of them: takes longer than all the rest.
-enum class StepRanks { kWanted, kLeftOut };
 
 class OrdvaneScan {
  public:
@@ -30,11 +27,11 @@ class OrdvaneScan {
 
   // Fills the tables of `inputs` for the one-based run `runNumber`, for each selected position in `outputs`.
   // `numIterations`: recalculations of the run. Throws errc::kUserCancelled within a second of the user's
-  // wish to stop. Changes in parts of the base value are not kept, being computed faster than looked up.
-  // Returns 0.
+  // wish to stop. Returns 0. The step tables ask the engine again for results that there is no room for, and
+  // rank the steps when their ranks are asked for (model/step_results.h): the session is used as long as
+  // `inputs` are.
   std::int32_t getData(Records& inputs, Records& outputs, const OneBased<std::int32_t>& selectedOutputs,
-                       std::int32_t numIterations, std::int32_t runNumber,
-                       StepRanks ranks = StepRanks::kWanted);
+                       std::int32_t numIterations, std::int32_t runNumber);
 
  private:
   session::Session& session_;

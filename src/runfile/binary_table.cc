@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <map>
 #include <string>
 #include <system_error>
@@ -105,7 +106,7 @@ class TableReader {
   }
 
   // Where a value stands: "values[0][17]", with the simulation first and of results the output between.
-  std::string place(const char* array, std::size_t at, std::uint64_t row) const {
+  std::string place(const char* array, std::uint64_t at, std::uint64_t row) const {
     std::string text = "[" + std::to_string(at % row) + "]";
     at /= row;
     if (row == head_.recalculations && std::string_view(array) == "results") {
@@ -192,12 +193,14 @@ class TableReader {
   }
 
   StoredValues stored(std::uint64_t offset, std::uint64_t count) const {
+    constexpr const char* kTooLarge = "is too large for this machine's memory";
+    if (offset + count * sizeof(double) > std::numeric_limits<std::size_t>::max()) fail("", kTooLarge);
     try {
-      return StoredValues::of_table(path_, offset, count);
+      return StoredValues::of_table(path_, static_cast<std::size_t>(offset), static_cast<std::size_t>(count));
     } catch (const std::system_error& error) {
       fail("", "cannot be read: " + text::system_reason(error.code()));
     } catch (const std::bad_alloc&) {
-      fail("", "is too large for this machine's memory");
+      fail("", kTooLarge);
     }
   }
 

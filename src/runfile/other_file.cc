@@ -4,6 +4,7 @@
 #include <system_error>
 #include <vector>
 
+#include "runfile/binary_table.h"
 #include "text/edit.h"
 
 namespace ordvane::runfile {
@@ -15,7 +16,7 @@ constexpr std::string_view kBlanks = " \t\r\n";
 constexpr const char* kRunFile =
     "; a run file is expected: JSON with the inputs and outputs of a what-if run and its recalculated "
     "values, "
-    "or the name of their CSV file (docs/run-file.md)";
+    "or the name of their table (docs/run-file.md)";
 constexpr const char* kHowToMakeOne = "; `ordvane sweep` records one from a workbook";
 
 struct Mark {
@@ -30,6 +31,7 @@ constexpr std::array<Mark, 4> kArchives = {
      {kZip, "a zip archive"}}};
 
 bool is_table(const std::filesystem::path& file, std::string_view content) {
+  if (begins_as_binary_table(content)) return true;
   const std::size_t first = content.find_first_not_of(kBlanks);
   if (first == std::string_view::npos || content[first] == '{' || content[first] == '[') return false;
   return text::lower_ascii(file.extension().string()) == ".csv" ||
@@ -37,7 +39,7 @@ bool is_table(const std::filesystem::path& file, std::string_view content) {
 }
 
 // The run file whose values stand in a CSV file, by the names that belong together: "a.run.csv" and
-// "a.run.groups.csv" to "a.run.json". "" when none is there.
+// "a.run.groups.csv" to "a.run.json", and so with binary tables. "" when none is there.
 std::string run_file_of(std::filesystem::path csv) {
   csv.replace_extension();
   std::vector<std::filesystem::path> candidates;

@@ -193,9 +193,7 @@ std::int32_t OrdvaneReports::Pipeline::report_runs() {
 
 std::int32_t OrdvaneReports::Pipeline::report_run(const ProgressTexts& progress) {
   owner_.begin(text_id::kProgressReading);
-  const bool in_order_of_change = owner_.settings.output_detail;
-  scan_.getData(inputs_, outputs_, sel_out_, num_iterations_, run_number_,
-                in_order_of_change ? model::StepRanks::kWanted : model::StepRanks::kLeftOut);
+  scan_.getData(inputs_, outputs_, sel_out_, num_iterations_, run_number_);
   check_cancel();
   unreported_.clear();
   matrix();

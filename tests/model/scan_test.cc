@@ -12,6 +12,7 @@
 #include "embedded/report_job.h"
 #include "environment/standard_environment.h"
 #include "model/naming.h"
+#include "model/step_results.h"
 #include "runfile/recorded_engine.h"
 #include "support/forwarding_host.h"
 
@@ -146,6 +147,41 @@ TEST_F(Scan, ExtremesAreThoseOfTheFirstStepThatReachesThem) {
   EXPECT_EQ(inputs(1).maxInputValue(1), 3);
   EXPECT_EQ(inputs(2).outputMinValue(1), host::kMissingNumber) << "no step of it has a result";
   EXPECT_EQ(inputs(2).maxInputValue(1), host::kMissingNumber);
+}
+
+// Whatever was dropped in between.
+TEST_F(Scan, StepTablesAreTheSameHoweverManyResultsAreKept) {
+  run_->outputs.push_back(run_->outputs.front());
+  run_->outputs.back().cell = run_->outputs.back().range = "B2";
+  run_->output_values.in_memory() = {7, 7, 9, 8, kNaN, 5, 1, 2, 3, 6, 5, 4};
+  engine_ = std::make_shared<AnsweringEngine>(run_);
+  Records inputs = scanned(engine::kInput);
+  const Records outputs = scanned(engine::kOutput);
+  const auto rules = std::make_shared<const NumberRules>(session_.engine, session_.environment);
+  for (const std::size_t most_kept : {0U, 3U, 6U, 7U, 100U}) {
+    SCOPED_TRACE(most_kept);
+    const auto results =
+        std::make_shared<StepResults>(session_, rules, inputs, outputs, 6, 1, Poll(), most_kept);
+    results->show_in(inputs);
+    EXPECT_EQ(inputs(1).OutputValuesCalculated(2, 3), 0) << "not read yet";
+    for (const std::int32_t output : {1, 2}) results->read(output, [](std::span<const double>) {});
+    std::vector<double> values, changes, ranks;
+    for (std::int32_t step = 1; step <= 3; ++step)
+      for (std::int32_t output = 1; output <= 2; ++output)
+        for (const DralInputOutput& input : inputs) {
+          values.push_back(input.OutputValuesCalculated(output, step));
+          changes.push_back(input.outputPercentChangedCalculated(output, step));
+          ranks.push_back(input.outputRankPerStep(output, step));
+        }
+    const double none = host::kMissingNumber;
+    EXPECT_EQ(values, (std::vector<double>{7, 8, 1, 6, 7, none, 2, 5, 9, 5, 3, 4}));
+    EXPECT_EQ(changes[4], 1.0 / 6);
+    EXPECT_EQ(changes[5], none);
+    const auto at = [&](std::size_t i) { return ranks[i]; };
+    EXPECT_EQ((std::vector{at(1), at(8), at(9), at(2), at(3)}), (std::vector<double>{5, 6, 2, 1, 6}));
+    EXPECT_THROW(inputs(1).OutputValuesCalculated(3, 1), host::Error);
+    EXPECT_THROW(inputs(1).OutputValuesCalculatedPut(1, 1, 5), host::Error);
+  }
 }
 
 // Types 0 and 1 leave functions at their base values; any other is set to 0 meanwhile.

@@ -468,6 +468,7 @@ TEST(ReadRun, SaysWhatAnotherFileIs) {
       {"b.run.csv", kCsv, "a table of values", "b.run.json\" meant?"},
       {"b.csv", kCsv, "a table of values", "b.run.json\" meant?"},
       {"b.run.groups.csv", kCsv, "a table of values", "b.run.json\" meant?"},
+      {"b.run.bin", "ORDVANE\n", "a table of values", "b.run.json\" meant?"},
   };
   for (const auto& c : kCases) {
     folder.write(c.name, c.content);
