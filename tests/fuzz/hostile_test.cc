@@ -73,7 +73,7 @@ std::string changed(const std::string& package, const std::vector<Change>& chang
     const std::size_t place = text.find(change.from);
     EXPECT_NE(place, text.npos) << change.from;
     text.replace(std::min(place, text.size()), change.from.size(), change.to);
-    std::vector<xlsx::CompressedPiece> pieces{xlsx::compress(text, 1, true)};
+    std::vector<xlsx::CompressedPiece> pieces{xlsx::compress(text, true)};
     xlsx::ArchiveEntry entry = xlsx::join(change.part, pieces);
     if (at < there)
       archive.replace(at, std::move(entry));
