@@ -228,39 +228,6 @@ BENCHMARK(BM_LoadRun_PeerStrtod)->Apply(sizes);
 BENCHMARK(BM_SortChanges)->Apply(shapes);
 BENCHMARK(BM_SortChanges_PeerRandom)->Apply(shapes);
 
-// Prints the figures, then how each compares with its peer.
-class WithRatios : public benchmark::ConsoleReporter {
- public:
-  WithRatios() : ConsoleReporter(OO_None) {}
-
-  void ReportRuns(const std::vector<Run>& reports) override {
-    for (const Run& run : reports)
-      if (!run.error_occurred) times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    ConsoleReporter::ReportRuns(reports);
-  }
-
-  void Finalize() override {
-    for (const auto& [name, time] : times_) {
-      const std::size_t sizes = name.find('/');
-      const std::string family = name.substr(0, sizes) + kPeer;
-      for (const auto& [other, peer_time] : times_)
-        if (other.starts_with(family) && other.substr(other.find('/')) == name.substr(sizes))
-          GetOutputStream() << std::fixed << std::setprecision(2) << time / peer_time
-                            << " of the peer's time: " << name << "\n";
-    }
-  }
-
- private:
-  static constexpr const char* kPeer = "_Peer";
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  WithRatios reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  return 0;
-}
+BENCHMARK_MAIN();

@@ -14,6 +14,8 @@ import subprocess
 import sys
 import tempfile
 
+from record import Record
+
 MOST = 1.5
 REPEATS = 3
 # what grows, options, runs of inputs x steps x outputs
@@ -47,16 +49,17 @@ def rename(run, characters):
     run.write_text(json.dumps(description), encoding="utf-8")
 
 
-def show(what, size, seconds, each, first):
-    print(f"{what:18}{size:>20}{seconds:>10.2f} s{each * 1e6:>10.2f} us{each / first:>8.2f}", flush=True)
-
-
 def main():
     if len(sys.argv) != 2:
         raise SystemExit(__doc__)
     build = pathlib.Path(sys.argv[1]).resolve()
     faults = []
-    print(f'{"what grows":18}{"run":>20}{"processor":>12}{"each":>13}{"ratio":>8}')
+    record = Record(build, "growth")
+    table = record.table("growth", "what grows", "run", "processor", "each", "to the first")
+
+    def show(what, size, seconds, each, first):
+        table.row(what, size, f"{seconds:.2f} s", f"{each * 1e6:.2f} µs", f"{each / first:.2f}")
+
     with tempfile.TemporaryDirectory() as folder:
         run = pathlib.Path(folder) / "r.run.json"
         for what, options, sizes in CASES:
@@ -66,7 +69,8 @@ def main():
                 seconds = report(build, run, options)
                 each = seconds / (size[0] * size[1] * size[2])
                 first = first or each
-                show(" ".join([what, *options]), " x ".join(map(str, size)), seconds, each, first)
+                show(", ".join([what, *(f"`{option}`" for option in options)]), " x ".join(map(str, size)), seconds, each, first)
+            record.ratio(" ".join([what, *options]), each / first)
             if each > MOST * first:
                 faults.append(f"{what}: {each / first:.1f} times the time for each value")
         first = None
@@ -76,9 +80,11 @@ def main():
             seconds = report(build, run, [])
             each = seconds / (205 * characters)
             first = first or each
-            show("length of names", f"{characters} characters", seconds, each, first)
+            show("length of names", f"{characters:,} characters", seconds, each, first)
+        record.ratio("length of names", each / first)
         if each > MOST * first:
             faults.append(f"names: {each / first:.1f} times the time for each character")
+    record.save()
     print("\n".join(faults), end="\n" if faults else "")
     sys.exit(1 if faults else 0)
 

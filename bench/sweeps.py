@@ -21,6 +21,8 @@ import sys
 import tempfile
 import time
 
+from record import Record, megabytes, seconds as shown
+
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
 EXAMPLE = SOURCE / "examples/solar-plant/solar-plant.xlsx"
 OTHERS = SOURCE.parent / "shared/models"
@@ -137,10 +139,8 @@ def differing(recorded, results):
                for row, values in zip(recorded, results) for field, number in zip(row[4:], values))
 
 
-def compared(build, folder, peer, workbooks):
-    print(f'{"":24}{"":>15}{"time":>24}{"processor":>27}')
-    print(f'{"model":24}{"recalculations":>15}{"ours":>8}{"peer":>9}{"ratio":>7}{"ours":>10}{"peer":>9}{"ratio":>7}'
-          f'{"memory":>9}')
+def compared(build, folder, peer, workbooks, record):
+    table = record.table("sweeps", "model", "recalculations", "time", "peer", "ratio", "processor", "peer", "ratio", "memory")
     ratios, differ = [], 0
     for workbook in workbooks:
         definition = definition_of(workbook)
@@ -153,16 +153,17 @@ def compared(build, folder, peer, workbooks):
         ours = (figures.seconds / len(recorded), figures.processor / len(recorded))
         each = [1e6 * one for one in (ours[0], seconds, ours[1], processor)]
         ratios.append(each[3] / each[2])
-        print(f"{workbook.stem:24}{len(recorded):>15,}{each[0]:>8.1f}{each[1]:>9.1f}{each[1] / each[0]:>7.0f}"
-              f"{each[2]:>10.1f}{each[3]:>9.1f}{ratios[-1]:>7.0f}{figures.peak / 2**20:>5.0f} MiB", flush=True)
+        table.row(workbook.stem, f"{len(recorded):,}", f"{each[0]:.1f} µs", f"{each[1]:,.0f} µs", f"{each[1] / each[0]:.0f}",
+                  f"{each[2]:.1f} µs", f"{each[3]:,.0f} µs", f"{ratios[-1]:.0f}", megabytes(figures.peak))
+        record.ratio(workbook.stem, each[2] / each[3])
     print(f"microseconds a recalculation; ratio of processor time: median {statistics.median(ratios):.0f}, "
           f"least {min(ratios):.0f}; {differ} results differ")
     if differ or min(ratios) < LEAST_RATIO:
         raise SystemExit(f"results differ, or a ratio is below {LEAST_RATIO}")
 
 
-def grown(build, folder):
-    print(f'{"solar-plant":24}{"recalculations":>15}{"time":>9}{"processor":>10}{"memory":>10}')
+def grown(build, folder, record):
+    table = record.table("long sweeps", "recalculations", "time", "processor, each", "memory")
     peaks = []
     for steps in GROWN_STEPS:
         definition = definition_of(EXAMPLE)
@@ -173,8 +174,8 @@ def grown(build, folder):
         figures = swept(build, folder, EXAMPLE, definition)
         peaks.append(figures.peak)
         count = steps * steps + 2 * steps
-        print(f'{"":24}{count:>15,}{figures.seconds:>8.2f}s{figures.processor / count * 1e6:>7.1f} us'
-              f"{figures.peak / 2**20:>6.0f} MiB", flush=True)
+        table.row(f"{count:,}", shown(figures.seconds), f"{figures.processor / count * 1e6:.1f} µs", megabytes(figures.peak))
+    record.ratio("memory of the longest sweep to the shortest", peaks[-1] / peaks[0])
     if peaks[-1] > MOST_GROWTH * peaks[0]:
         raise SystemExit(f"memory grows with the recalculations, more than {MOST_GROWTH} times")
 
@@ -184,14 +185,16 @@ def main():
         raise SystemExit(__doc__)
     build = pathlib.Path(sys.argv[1]).resolve()
     workbooks = [EXAMPLE, *sorted(OTHERS.glob("*.xlsx"))]
+    record = Record(build, "sweeps")
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         peer = Peer(folder)
         try:
-            compared(build, folder, peer, workbooks[:1] if "--quick" in sys.argv[2:] else workbooks)
+            compared(build, folder, peer, workbooks[:1] if "--quick" in sys.argv[2:] else workbooks, record)
         finally:
             peer.end()
-        grown(build, folder)
+        grown(build, folder, record)
+    record.save()
 
 
 if __name__ == "__main__":

@@ -17,6 +17,8 @@ import tempfile
 import time
 import zipfile
 
+from record import Record, megabytes, seconds as shown
+
 MEMORY_LIMIT = 1.5 * 2**30
 REPEATS = 3
 LONG = 10  # seconds after which a measurement is not repeated
@@ -71,9 +73,8 @@ def main():
         raise SystemExit(__doc__)
     build = pathlib.Path(sys.argv[1])
     cases = CASES[:QUICK] if "--quick" in sys.argv[2:] else CASES
-    memory = int(re.search(r"MemTotal:\s+(\d+)", pathlib.Path("/proc/meminfo").read_text())[1]) / 2**20
-    print(f"{os.cpu_count()} cores, {memory:.0f} GiB; fastest of {REPEATS}, or the first where that takes over {LONG} s")
-    print(f'{"run":28}{"":10}{"cells":>12}{"time":>10}{"processor":>11}{"memory":>11}')
+    record = Record(build, "whole_process")
+    table = record.table("whole process", "run", "cells", "time", "peer", "ratio", "processor", "peer", "ratio", "memory", "peer", "ratio")
     largest = 0
     with tempfile.TemporaryDirectory() as folder:
         folder = pathlib.Path(folder)
@@ -87,13 +88,16 @@ def main():
             sizes = sheet_sizes(book)
             peer = measured([build / "bench/peer_xlsxwriter", peer_book, *(f"{rows}x{columns}" for rows, columns in sizes)])
             largest = max(largest, ours.peak)
-            name = f"{inputs} x {steps} x {outputs} {' '.join(options)}"
+            groups_of = f", {groups[0]} together" if groups else ""
+            name = " ".join([f"{inputs} x {steps} x {outputs}{groups_of}", *(f"`{option}`" for option in options)])
             cells = sum(rows * columns for rows, columns in sizes)
-            for who, figures in (("ordvane", ours), ("peer", peer)):
-                print(f"{name:28}{who:10}{cells:>12,}{figures.seconds:>9.2f}s{figures.processor:>10.2f}s"
-                      f"{figures.peak / 2**20:>7.0f} MiB")
-            ratios = [a / b for a, b in zip(ours, peer)]
-            print(f'{name:28}{"ratio":10}{"":12}{ratios[0]:>10.2f}{ratios[1]:>11.2f}{ratios[2]:>11.2f}', flush=True)
+            each = [f"{figure:.2f}" if show is None else show(figure)
+                    for one, other, show in zip(ours, peer, (shown, shown, megabytes))
+                    for figure, show in ((one, show), (other, show), (one / other, None))]
+            table.row(name, f"{cells:,}", *each)
+            record.ratio(f"{name}, processor", ours.processor / peer.processor)
+            record.ratio(f"{name}, memory", ours.peak / peer.peak)
+    record.save()
     if largest > MEMORY_LIMIT:
         raise SystemExit(f"peak memory of {largest / 2**30:.2f} GiB is over the limit of {MEMORY_LIMIT / 2**30} GiB")
 

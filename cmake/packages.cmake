@@ -56,7 +56,7 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
     "${CMAKE_BINARY_DIR}/generated/debian/triggers;${CMAKE_BINARY_DIR}/generated/debian/shlibs")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} (= ${PROJECT_VERSION})")
 # For programs that link to the static library.
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "pkg-config, libdeflate-dev, libzip-dev, zlib1g-dev, libisal-dev, libexpat1-dev, libutf8proc-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "pkg-config, libdeflate-dev, libzip-dev, zlib1g-dev, libexpat1-dev, libutf8proc-dev")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3:any (>= 3.8), ${library} (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-numpy, python3-pandas")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)

@@ -438,7 +438,7 @@
   // The group that marks of the target stand in, empty.
   const marksIn = (plot) => {
     plot.querySelector(".aims")?.remove();
-    return plot.insertBefore(svgElement("g", { class: "aims" }), plot.querySelector(".row"));  // behind the texts of rows
+    return plot.appendChild(svgElement("g", { class: "aims" }));
   };
 
   const aimTornado = (view) => {

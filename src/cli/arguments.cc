@@ -19,6 +19,12 @@ class HelpFormatter : public CLI::Formatter {
     const std::string name = make_option_name(option, true);
     return option->get_expected_min() > 0 ? name : "[" + name + "]";
   }
+  // One empty line between groups, not two.
+  std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
+    std::string text = CLI::Formatter::make_help(app, std::move(name), mode);
+    for (std::size_t at = 0; (at = text.find("\n\n\n", at)) != std::string::npos;) text.erase(at, 1);
+    return text;
+  }
 };
 
 // The parts as help prints them: what terms stand for in a column.

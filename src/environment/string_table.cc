@@ -84,9 +84,13 @@ class Reader {
     }
   }
 
-  std::int32_t number_of(std::string_view name) const {
-    const auto entry = std::ranges::find(kTextTable, name, &TextEntry::name);
-    if (entry == std::end(kTextTable)) fail("there is no text " + std::string(name));
+  // Files have their texts in the order of the table, more or less.
+  std::int32_t number_of(std::string_view name) {
+    const auto end = std::end(kTextTable);
+    auto entry = std::ranges::find(next_text_, end, name, &TextEntry::name);
+    if (entry == end) entry = std::ranges::find(std::begin(kTextTable), end, name, &TextEntry::name);
+    if (entry == end) fail("there is no text " + std::string(name));
+    next_text_ = entry + 1;
     return entry->number;
   }
 
@@ -133,6 +137,7 @@ class Reader {
 
   Language language_;
   std::set<std::string> settings_;
+  const TextEntry* next_text_ = std::begin(kTextTable);  // behind the one that was read last
   int line_number_ = 0;
 };
 

@@ -1,7 +1,5 @@
 #include "model/number_rules.h"
 
-#include <algorithm>
-
 #include "text/utf16.h"
 
 namespace ordvane::model {
@@ -13,14 +11,12 @@ bool NumberRules::is_usable(double value) const {
 }
 
 double NumberRules::difference(double value, double base) const {
-  if (!is_usable(value) || !is_usable(base)) return missing_number();
-  const double difference = value - base;
-  return std::fabs(difference) <= kRounding * std::max(std::fabs(value), std::fabs(base)) ? 0.0 : difference;
+  return is_usable(value) && is_usable(base) ? difference_of_numbers(value, base) : missing_number();
 }
 
 double NumberRules::fractional_change(double value, double base) const {
   if (!is_usable(value) || !is_usable(base) || base == 0) return missing_number();
-  return difference(value, base) / std::fabs(base);
+  return difference_of_numbers(value, base) / std::fabs(base);
 }
 
 std::string NumberRules::shorten(const std::string& text, std::int32_t limit) const {

@@ -1,6 +1,7 @@
 // What counts as a number, for the records and tables: the engine's and the number service's tests together.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -33,6 +34,12 @@ class NumberRules {
   // value - base; the missing-number marker when either is unusable. 0 where they differ by no more than
   // calculating them leaves behind: kRounding of the larger one.
   double difference(double value, double base) const;
+  // Of two usable numbers.
+  static double difference_of_numbers(double value, double base) {
+    const double difference = value - base;
+    return std::fabs(difference) <= kRounding * std::max(std::fabs(value), std::fabs(base)) ? 0.0
+                                                                                            : difference;
+  }
   // The difference in parts of |base|; the missing-number marker when either is unusable or the base is zero.
   double fractional_change(double value, double base) const;
   std::string shorten(const std::string& text, std::int32_t limit) const;

@@ -1,6 +1,9 @@
 #include "office/book.h"
 
+#include <array>
 #include <cmath>
+#include <cstring>
+#include <utility>
 
 #include "office/refusal.h"
 
@@ -12,45 +15,28 @@ constexpr double kDigitPixels = 7;
 constexpr double kPaddingPixels = 5;
 
 // Equal styles, and only they, have the same key.
-class StyleKey {
- public:
-  explicit StyleKey(const CellStyle& style) {
-    add_text(style.number_format);
-    add_text(style.font_name);
-    add(style.font_size);
-    add(style.bold);
-    add(style.italic);
-    add(style.font_color);
-    add(style.fill);
-    for (const EdgeLine* line : {&style.left, &style.top, &style.right, &style.bottom}) {
-      add(line->line_style);
-      add(line->weight);
-      add(line->color);
-    }
-    add(style.horizontal);
-    add(style.vertical);
-    add(style.indent);
-    add(style.wrap);
-    add(style.locked);
-  }
-  const std::string& text() const { return key_; }
-
- private:
-  template <class Plain>
-  void add(const Plain& value) {
-    key_.append(reinterpret_cast<const char*>(&value), sizeof value);
-  }
-  void add(const std::optional<host::Color>& color) {
-    add(color.has_value());
-    add(color.value_or(0));
-  }
-  void add_text(const std::string& text) {
-    add(text.size());
-    key_ += text;
-  }
-
-  std::string key_;
-};
+std::string key_of(const CellStyle& style) {
+  constexpr std::size_t kUsualLength = 192;
+  std::string key;
+  key.reserve(kUsualLength);
+  const auto add = [&key](const auto&... values) {
+    std::array<char, (sizeof values + ...)> bytes;
+    char* at = bytes.data();
+    ((std::memcpy(at, &values, sizeof values), at += sizeof values), ...);
+    key.append(bytes.data(), bytes.size());
+  };
+  const auto number_of = [](const std::optional<host::Color>& color) {
+    return color ? std::int64_t{*color} : std::int64_t{-1} << 32U;
+  };
+  add(style.number_format.size(), style.font_name.size());
+  key += style.number_format;
+  key += style.font_name;
+  add(style.font_size, style.bold, style.italic, number_of(style.font_color), number_of(style.fill),
+      style.horizontal, style.vertical, style.indent, style.wrap, style.locked);
+  for (const EdgeLine* line : {&style.left, &style.top, &style.right, &style.bottom})
+    add(line->line_style, line->weight, number_of(line->color));
+  return key;
+}
 
 }  // namespace
 
@@ -59,13 +45,13 @@ StyleTable::StyleTable() {
 }
 
 StyleId StyleTable::intern(const CellStyle& style) {
-  const StyleKey key(style);
-  const auto found = ids_.find(key.text());
+  std::string key = key_of(style);
+  const auto found = ids_.find(key);
   if (found != ids_.end()) return found->second;
   if (styles_.size() >= kMostStyles) refuse("Too many different cell formats");
   const auto id = static_cast<StyleId>(styles_.size());
   styles_.push_back(style);
-  ids_.emplace(key.text(), id);
+  ids_.emplace(std::move(key), id);
   return id;
 }
 

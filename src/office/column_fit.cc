@@ -70,6 +70,15 @@ void ColumnFit::StyleFit::add_general(double number) {
   if (plain) longest = static_cast<std::int32_t>(format.text(size).size());
 }
 
+// Texts and general numbers were measured there.
+void ColumnFit::StyleFit::add(const StyleFit& other) {
+  widest = std::max(widest, other.widest);
+  has_numbers = has_numbers || other.has_numbers;
+  has_zero = has_zero || other.has_zero;
+  lowest = std::min(lowest, other.lowest);
+  highest = std::max(highest, other.highest);
+}
+
 void ColumnFit::StyleFit::finish() {
   if (!has_numbers) return;
   if (has_zero) measure(0.0);
@@ -93,6 +102,14 @@ void ColumnFit::add(StyleId style, const CellContent& cell) {
     if (fit.texts.insert(text).second) fit.measure(book_.texts.at(text));
   } else {
     fit.measure(value_of(book_.texts, cell));
+  }
+}
+
+void ColumnFit::add(ColumnFit other) {
+  last_fit_ = nullptr;
+  while (!other.fits_.empty()) {
+    const auto added = fits_.insert(other.fits_.extract(other.fits_.begin()));
+    if (!added.inserted) added.position->second.add(added.node.mapped());
   }
 }
 

@@ -20,6 +20,8 @@ class ColumnFit {
   explicit ColumnFit(const BookModel& book) : book_(book) {}
 
   void add(StyleId style, const CellContent& cell);
+  // What the other one has taken, of other cells of the column.
+  void add(ColumnFit other);
   // The column's width in pixels. Nothing when no cell has contents.
   std::optional<std::int32_t> pixels();
 
@@ -29,6 +31,7 @@ class ColumnFit {
     explicit StyleFit(const CellStyle& style);
     void add_number(double number);
     void add_general(double number);
+    void add(const StyleFit& other);
     void measure(const host::CellValue& value);
     void finish();
 

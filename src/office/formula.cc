@@ -238,21 +238,25 @@ constexpr std::array<FunctionEntry, 10> kFunctions = {{
 
 struct OperatorEntry {
   std::string_view sign;
+  int binding;  // the higher, the closer
   Node::Operator operation;
 };
-// Loosest first; of signs that begin alike the longest first. All group from the left.
-const std::vector<std::vector<OperatorEntry>> kOperators = {
-    {{"<=", is_at_most},
-     {">=", is_at_least},
-     {"<>", is_different},
-     {"<", is_less},
-     {">", is_greater},
-     {"=", is_equal}},
-    {{"&", join}},
-    {{"+", add}, {"-", subtract}},
-    {{"*", multiply}, {"/", divide}},
-    {{"^", raise}},
-};
+// Of signs that begin alike the longest first. All group from the left.
+constexpr std::array<OperatorEntry, 12> kOperators = {{
+    {"<=", 0, is_at_most},
+    {">=", 0, is_at_least},
+    {"<>", 0, is_different},
+    {"<", 0, is_less},
+    {">", 0, is_greater},
+    {"=", 0, is_equal},
+    {"&", 1, join},
+    {"+", 2, add},
+    {"-", 2, subtract},
+    {"*", 3, multiply},
+    {"/", 3, divide},
+    {"^", 4, raise},
+}};
+constexpr std::string_view kOperatorCharacters = "<>=&+-*/^";
 
 // ---- Reading ----
 
@@ -283,7 +287,8 @@ class Parser {
     return true;
   }
 
-  NodePtr read_operators(std::size_t level);
+  const OperatorEntry* next_operator();
+  NodePtr read_operators(int binding);
   NodePtr read_signed();
   NodePtr read_operand();
   NodePtr read_number_node();
@@ -319,15 +324,23 @@ NodePtr Parser::operator_node(Node::Operator operation, NodePtr left, NodePtr ri
   return node;
 }
 
-NodePtr Parser::read_operators(std::size_t level) {
-  if (level == kOperators.size()) return read_signed();
-  NodePtr left = read_operators(level + 1);
+// Null when none follows.
+const OperatorEntry* Parser::next_operator() {
+  skip_blanks();
+  const std::string_view rest = text_.substr(at_);
+  if (rest.empty() || kOperatorCharacters.find(rest[0]) == std::string_view::npos) return nullptr;
+  return std::find_if(kOperators.begin(), kOperators.end(),
+                      [&](const OperatorEntry& known) { return rest.starts_with(known.sign); });
+}
+
+// Operands and operators that bind at least so closely.
+NodePtr Parser::read_operators(int binding) {
+  NodePtr left = read_signed();
   while (left) {
-    const auto& entries = kOperators[level];
-    const auto entry =
-        std::find_if(entries.begin(), entries.end(), [&](const auto& known) { return take(known.sign); });
-    if (entry == entries.end()) return left;
-    left = operator_node(entry->operation, std::move(left), read_operators(level + 1));
+    const OperatorEntry* next = next_operator();
+    if (next == nullptr || next->binding < binding) return left;
+    at_ += next->sign.size();
+    left = operator_node(next->operation, std::move(left), read_operators(next->binding + 1));
   }
   return nullptr;
 }

@@ -34,6 +34,12 @@ RowStyles::Runs::iterator RowStyles::split(std::size_t row) {
 // Gives these rows looks that no other rows have, which are returned.
 std::vector<std::uint32_t> RowStyles::take_apart(std::size_t first, std::size_t count) {
   const auto begin = split(first), end = split(first + count);
+  if (std::next(begin) == end) {
+    make_room(1);
+    std::vector<std::uint32_t> look(1);
+    begin->second = look[0] = own_look(begin->second, count);
+    return look;
+  }
   struct Own {
     std::size_t rows = 0;
     std::uint32_t look = kNone;

@@ -1,7 +1,12 @@
 // Formats, merges and geometry of a sheet.
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <exception>
+#include <mutex>
+#include <utility>
 
+#include "host/side_by_side.h"
 #include "office/column_fit.h"
 #include "office/handles.h"
 #include "office/refusal.h"
@@ -189,28 +194,88 @@ double Sheet::top_of(std::int32_t row) const {
   return points;
 }
 
-// Merged and wrapped cells have no say, and columns without contents stay as they are.
+namespace {
+
+// Fits the columns of an area, its rows shared out among all processors: how wide a column must be does not
+// depend on the order in which its cells are taken.
+class FitWork {
+ public:
+  FitWork(const BookModel& book, const MergeIndex& merges, const Area& area)
+      : book_(book), area_(area), result_(static_cast<std::size_t>(area.columns), ColumnFit(book)) {
+    for (const Area& merge : merges.touching(area))
+      for (std::int32_t row = std::max(merge.row, area.row);
+           row < std::min(merge.row + merge.rows, area.row + area.rows); ++row)
+        merged_rows_[row].push_back(merge);
+  }
+
+  void add(const RowBand& band, const Area& part) {
+    const std::int32_t rows = std::max(kCellsAtOnce / part.columns, 1);
+    for (std::int32_t row = 0; row < part.rows; row += rows)
+      pieces_.push_back(
+          {&band, {part.row + row, part.column, std::min(rows, part.rows - row), part.columns}});
+  }
+
+  std::vector<ColumnFit>& run() {
+    host::side_by_side(std::min(host::processors(), pieces_.size()), [this] {
+      try {
+        take_pieces();
+      } catch (...) {
+        const std::lock_guard lock(mutex_);
+        failure_ = std::current_exception();
+      }
+    });
+    if (failure_) std::rethrow_exception(failure_);
+    return result_;
+  }
+
+ private:
+  static constexpr std::int32_t kCellsAtOnce = 1 << 16;
+
+  struct Piece {
+    const RowBand* band;
+    Area area;
+  };
+
+  void take_pieces() {
+    std::vector<ColumnFit> fits(result_.size(), ColumnFit(book_));
+    for (std::size_t i = next_++; i < pieces_.size(); i = next_++)
+      for (std::int32_t row = 0; row < pieces_[i].area.rows; ++row)
+        take_row(*pieces_[i].band, pieces_[i].area, pieces_[i].area.row + row, fits);
+    const std::lock_guard lock(mutex_);
+    for (std::size_t i = 0; i < fits.size(); ++i) result_[i].add(std::move(fits[i]));
+  }
+
+  // Merged and wrapped cells have no say, and columns without contents stay as they are.
+  void take_row(const RowBand& band, const Area& area, std::int32_t row, std::vector<ColumnFit>& fits) const {
+    const auto merged = merged_rows_.find(row);
+    const auto is_merged = [&](std::int32_t column) {
+      return merged != merged_rows_.end() &&
+             std::any_of(merged->second.begin(), merged->second.end(),
+                         [&](const Area& merge) { return contains(merge, row, column); });
+    };
+    const StyleId* style = band.styles_of(row) + (area.column - band.first_column);
+    const CellContent* cell = band.cells.data() + band.index(row, area.column);
+    for (std::int32_t column = area.column; column < area.column + area.columns; ++column, ++style, ++cell)
+      if (!is_merged(column)) fits[static_cast<std::size_t>(column - area_.column)].add(*style, *cell);
+  }
+
+  const BookModel& book_;
+  const Area area_;
+  std::map<std::int32_t, std::vector<Area>> merged_rows_;
+  std::vector<Piece> pieces_;
+  std::atomic<std::size_t> next_ = 0;
+  std::mutex mutex_;  // of what follows
+  std::vector<ColumnFit> result_;
+  std::exception_ptr failure_;
+};
+
+}  // namespace
+
 void Sheet::fit_columns(const Area& area) {
   compute_area(area);
-  std::map<std::int32_t, std::vector<Area>> merged_rows;
-  for (const Area& merge : merges_.touching(area))
-    for (std::int32_t row = std::max(merge.row, area.row);
-         row < std::min(merge.row + merge.rows, area.row + area.rows); ++row)
-      merged_rows[row].push_back(merge);
-  std::vector<ColumnFit> fits(static_cast<std::size_t>(area.columns), ColumnFit(*book->model));
-  cells_.for_each_run(
-      area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
-        const auto merged = merged_rows.find(row);
-        const StyleId* style = band.styles_of(row) + (column - band.first_column);
-        auto fit = fits.begin() + (column - area.column);
-        for (std::size_t i = index; i < index + count; ++i, ++column, ++fit, ++style) {
-          const bool is_merged = merged != merged_rows.end() &&
-                                 std::any_of(merged->second.begin(), merged->second.end(),
-                                             [&](const Area& merge) { return contains(merge, row, column); });
-          if (!is_merged) fit->add(*style, band.cells[i]);
-        }
-      });
-  for (std::int32_t column = area.column; ColumnFit & fit : fits) {
+  FitWork work(*book->model, merges_, area);
+  cells_.for_each_part(area, [&](const RowBand& band, const Area& part) { work.add(band, part); });
+  for (std::int32_t column = area.column; ColumnFit & fit : work.run()) {
     const auto pixels = fit.pixels();
     if (pixels && !model->columns[column].hidden)
       set_column_width(column, 1, std::min(column_characters(*pixels), kWidestColumn));

@@ -68,7 +68,7 @@ bool ItemCells::put(const FilledRow& row, const ItemColumns& columns, double val
     each_change([&](std::int32_t column) { put_gap(row, column, kinds_.base_invalid); });
     return true;
   }
-  const double change = rules_.difference(value, base_);
+  const double change = model::NumberRules::difference_of_numbers(value, base_);
   if (columns.change > 0) put_number(row, columns.change, change);
   if (columns.fraction < 1) return true;
   if (base_ == 0)

@@ -8,10 +8,10 @@
 #include <mutex>
 
 #include "host/error.h"
+#include "host/side_by_side.h"
 #include "model/answers.h"
 #include "runfile/values.h"
 #include "sweep/root_search.h"
-#include "xlsx/side_by_side.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -139,7 +139,7 @@ BreakEvens find_break_evens(const Plan& plan, const Shard& shard,
       next = inputs.size();
     }
   };
-  xlsx::side_by_side(calculators.size(), work);
+  host::side_by_side(calculators.size(), work);
   if (failure) std::rethrow_exception(failure);
   BreakEvens break_evens(plan.outputs.size());
   for (std::size_t output = 0; output < plan.outputs.size(); ++output) {

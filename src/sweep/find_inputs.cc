@@ -12,8 +12,8 @@
 
 #include "calc/address.h"
 #include "host/error.h"
+#include "host/side_by_side.h"
 #include "sweep/compiled.h"
-#include "xlsx/side_by_side.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -36,7 +36,7 @@ class Trial {
     const auto threads = static_cast<std::size_t>(threads_of(job_));
     together_ = std::clamp<std::size_t>((candidates_.size() + threads - 1) / threads, 1, kMostTogether);
     const std::size_t chunks = (candidates_.size() + together_ - 1) / together_;
-    xlsx::side_by_side(std::min(threads, chunks), [this] { work(); });
+    host::side_by_side(std::min(threads, chunks), [this] { work(); });
     if (failure_) std::rethrow_exception(failure_);
     return std::move(swings_);
   }

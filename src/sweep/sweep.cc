@@ -9,9 +9,9 @@
 #include <mutex>
 
 #include "host/error.h"
+#include "host/side_by_side.h"
 #include "runfile/values.h"
 #include "runfile/write_run.h"
-#include "xlsx/side_by_side.h"
 
 namespace ordvane::sweep {
 namespace {
@@ -183,7 +183,7 @@ void calculate_part(const Plan& plan, const Shard& shard, PartWriter& part, cons
   Work work(plan, shard, part, options);
   if (work.left() <= 0) return;
   const auto most = static_cast<std::size_t>(std::min<std::int64_t>(options.threads, work.left()));
-  xlsx::side_by_side(most, [&] { work.run(make); });
+  host::side_by_side(most, [&] { work.run(make); });
   work.rethrow();
 }
 

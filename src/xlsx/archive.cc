@@ -1,6 +1,5 @@
 #include "xlsx/archive.h"
 
-#include <isa-l/igzip_lib.h>
 #include <libdeflate.h>
 #include <zip.h>
 #include <zlib.h>
@@ -44,32 +43,10 @@ struct Compressor {
   libdeflate_compressor* handle;
 };
 
-// A piece that others follow: ends on a whole byte, no block marked as the last. libdeflate only
-// makes whole streams.
-std::string compress_open(const std::string& content) {
-  // Figures repeat nothing: looking harder for what does makes a table smaller by a fortieth and takes as
-  // much time again.
-  std::vector<std::uint8_t> workspace(ISAL_DEF_LVL1_DEFAULT);
-  isal_zstream stream;
-  isal_deflate_init(&stream);
-  stream.level = 1;
-  stream.level_buf = workspace.data();
-  stream.level_buf_size = static_cast<std::uint32_t>(workspace.size());
-  stream.flush = FULL_FLUSH;
-  stream.end_of_stream = 0;
-  stream.next_in = reinterpret_cast<std::uint8_t*>(const_cast<char*>(content.data()));  // only read
-  stream.avail_in = static_cast<std::uint32_t>(content.size());
-  // Stored blocks are the worst case: 5 bytes for each 64 KiB, and the flush.
-  const std::size_t bound = content.size() + content.size() / 4096 + 1024;
-  const auto buffer = std::make_unique_for_overwrite<char[]>(bound);
-  stream.next_out = reinterpret_cast<std::uint8_t*>(buffer.get());
-  stream.avail_out = static_cast<std::uint32_t>(bound);
-  if (isal_deflate(&stream) != COMP_OK || stream.avail_in != 0) refuse("a part does not fit its buffer");
-  return {buffer.get(), stream.total_out};
-}
-
-std::string compress_whole(const std::string& content, int level) {
-  const Compressor compressor(std::clamp(level, 1, 12));
+// The fastest level: any other takes half as much time again or more, for a tenth of the size at best.
+std::string compress_whole(const std::string& content) {
+  constexpr int kFastest = 1;
+  thread_local const Compressor compressor(kFastest);
   const std::size_t bound = libdeflate_deflate_compress_bound(compressor.handle, content.size());
   const auto buffer = std::make_unique_for_overwrite<char[]>(bound);
   const std::size_t size =
@@ -238,9 +215,11 @@ void append_large_end(std::string& out, std::uint64_t entries, std::uint64_t sta
 
 }  // namespace
 
-CompressedPiece compress(const std::string& content, int level, bool last) {
-  return {last ? compress_whole(content, level) : compress_open(content), content.size(),
-          libdeflate_crc32(0, content.data(), content.size())};
+CompressedPiece compress(const MarkedText& content, bool last) {
+  const std::string& text = content.text;
+  const bool is_whole = last && content.repeats.empty();
+  return {is_whole ? compress_whole(text) : deflate_with_repeats(content, last), text.size(),
+          libdeflate_crc32(0, text.data(), text.size())};
 }
 
 ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "xlsx/byte_sink.h"
+#include "xlsx/deflate.h"
 
 namespace ordvane::xlsx {
 
@@ -40,9 +41,8 @@ struct CompressedPiece {
   std::uint32_t crc = 0;
 };
 
-// Levels 1 (fastest) to 12 (smallest); others are brought into that range. `last`: no piece of
-// its part follows.
-CompressedPiece compress(const std::string& content, int level, bool last);
+// `last`: no piece of its part follows.
+CompressedPiece compress(const MarkedText& content, bool last);
 // The pieces in their order, which are left empty.
 ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces);
 

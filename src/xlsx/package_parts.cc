@@ -7,13 +7,12 @@
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <thread>
 #include <utility>
 
 #include "host/error.h"
+#include "host/side_by_side.h"
 #include "text/edit.h"
 #include "xlsx/package_reader.h"
-#include "xlsx/side_by_side.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -121,8 +120,8 @@ class Cancellation {
 // the piece that is due hands it on, and what waits behind it.
 class Workers {
  public:
-  Workers(const std::vector<Part>& parts, int level, Cancellation& cancellation, const TakePiece& take)
-      : parts_(parts), level_(level), cancellation_(cancellation), take_(take) {
+  Workers(const std::vector<Part>& parts, Cancellation& cancellation, const TakePiece& take)
+      : parts_(parts), cancellation_(cancellation), take_(take) {
     for (std::size_t part = 0; part < parts.size(); ++part)
       for (std::size_t piece = 0; piece < parts[part].pieces.size(); ++piece)
         tasks_.push_back({part, piece, {}, {}});
@@ -132,7 +131,7 @@ class Workers {
 
   void run(unsigned threads) {
     most_waiting_ = std::size_t{kPiecesAhead} * threads;
-    side_by_side(threads, [this] { work(); });
+    host::side_by_side(threads, [this] { work(); });
     for (const Task& task : tasks_)
       if (task.failure) std::rethrow_exception(task.failure);
   }
@@ -176,7 +175,7 @@ class Workers {
 
   CompressedPiece make(const Task& task) const {
     const std::vector<Piece>& pieces = parts_[task.part].pieces;
-    return compress(pieces[task.piece](), level_, task.piece + 1 == pieces.size());
+    return compress(pieces[task.piece](), task.piece + 1 == pieces.size());
   }
 
   void deliver(std::size_t task, CompressedPiece piece) {
@@ -199,7 +198,6 @@ class Workers {
   }
 
   const std::vector<Part>& parts_;
-  int level_;
   Cancellation& cancellation_;
   const TakePiece& take_;
   std::vector<Task> tasks_;
@@ -213,8 +211,7 @@ class Workers {
 };
 
 unsigned thread_count(unsigned wanted, std::size_t tasks) {
-  const unsigned count = wanted != 0 ? wanted : std::max(1U, std::thread::hardware_concurrency());
-  return static_cast<unsigned>(std::min<std::size_t>(count, tasks));
+  return static_cast<unsigned>(std::min(wanted != 0 ? wanted : host::processors(), tasks));
 }
 
 }  // namespace
@@ -260,7 +257,7 @@ void add_sheet_parts(const SheetsByName& sheets, std::size_t position, const She
 void compress_parts(const std::vector<Part>& parts, const SaveOptions& options, const TakePiece& take) {
   Cancellation cancellation(options.cancelled);
   cancellation.check();
-  Workers workers(parts, options.compression_level, cancellation, take);
+  Workers workers(parts, cancellation, take);
   workers.run(thread_count(options.threads, workers.task_count()));
   cancellation.check();
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "office/book.h"
+#include "xlsx/deflate.h"
 #include "xlsx/grid.h"
 #include "xlsx/shared_texts.h"
 #include "xlsx/sheets_by_name.h"
@@ -69,16 +70,16 @@ struct SheetFrame {
   double digit_pixels = kDigitPixels;
 };
 // A run of a part's text. The runs of a part can be made side by side.
-using Piece = std::function<std::string()>;
+using Piece = std::function<MarkedText()>;
 // The pieces refer to the workbook and to what the frame points at.
 std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t sheet, const SheetFrame& frame);
 // Whether a cell element says where it is when it follows the cell to its left. Without, a sheet takes a
 // third less room and time; with, the simplest of readers can follow.
 enum class CellNames { kAll, kWhereNeeded };
 CellNames cell_names(const office::SheetModel& sheet);
-// The row elements of rows `first` to `last`.
+// The row elements of rows `first` to `last`. What cells have in common is noted as repeated.
 void encode_rows(const office::SheetModel& sheet, const SheetFrame& frame, const office::TextTable& strings,
-                 CellNames names, std::int32_t first, std::int32_t last, std::string& out);
+                 CellNames names, std::int32_t first, std::int32_t last, MarkedText& out);
 
 std::string comments_part(const office::SheetModel& sheet);
 // The boxes of the notes. `number`: of the sheet, from 1; keeps shape ids apart.

@@ -19,7 +19,6 @@ namespace ordvane::xlsx {
 struct SaveOptions {
   std::chrono::sys_seconds created = kFirstDate;  // of the document, and of the parts in the package
   std::string east_asian_font;                    // of the report texts; empty: the reading program's own
-  int compression_level = 6;                      // 1 (fastest) to 12 (smallest)
   unsigned threads = 0;                           // 0: as many as the machine has
   std::function<bool()> cancelled;                // asked now and then; true stops with errc::kUserCancelled
   bool replace = true;                            // a file that is there; false: save() fails for it

@@ -278,10 +278,12 @@ std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t posit
   for (std::int32_t first = 1, rows = rows_at_once(extent); first <= end; first += rows) {
     const std::int32_t last = std::min(end, first + rows - 1);
     pieces.push_back([=, &book, &sheet] {
-      std::string piece;
-      if (first == 1) head(piece, sheet, frame, extent);
+      MarkedText piece;
+      if (first == 1) head(piece.text, sheet, frame, extent);
       encode_rows(sheet, frame, book.texts, names, first, last, piece);
-      if (last == end) tail(piece, sheet, frame);
+      if (last == end) tail(piece.text, sheet, frame);
+      // A sheet in one piece is small enough to look for all that repeats.
+      if (first == 1 && last == end) piece.repeats.clear();
       return piece;
     });
   }

@@ -44,6 +44,8 @@ class CellText {
   void add_number(Number value) {
     end_ = std::to_chars(end_, buffer_.data() + buffer_.size(), value).ptr;
   }
+  // How long the text is by now.
+  std::size_t size() const { return out_.size() + static_cast<std::size_t>(end_ - buffer_.data()); }
   // What is written to directly, everything before it being there.
   std::string& out() {
     flush();
@@ -58,11 +60,20 @@ class CellText {
   char* end_ = buffer_.data();
 };
 
+constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
+
+// Where the same was written last, and whether it followed the end of a value.
+struct LastPlace {
+  std::size_t at = kNowhere;
+  bool after_value = false;
+};
+
 // What stands between the name of a cell and its value, for the cells of one style and kind:
 // ` s="12" t="s"><v>`.
 struct CellStart {
   std::array<char, 24> text;
   std::size_t size = 0;  // 0: not made yet
+  LastPlace behind_name, unnamed;
 };
 
 struct Cell {
@@ -81,8 +92,14 @@ Cell checked(Cell cell) {
 class RowEncoder {
  public:
   RowEncoder(const SheetModel& sheet, const SheetFrame& frame, const office::TextTable& strings,
-             CellNames names, std::string& out)
-      : sheet_(sheet), frame_(frame), strings_(strings), names_(names), out_(out), cells_(out) {}
+             CellNames names, MarkedText& out)
+      : sheet_(sheet),
+        frame_(frame),
+        strings_(strings),
+        names_(names),
+        out_(out.text),
+        repeats_(out.repeats),
+        cells_(out.text) {}
 
   // `bands`: those that hold cells of this row, from left to right.
   void row(std::int32_t row, const std::vector<const RowBand*>& bands) {
@@ -96,7 +113,8 @@ class RowEncoder {
     formulas_before(row, office::kSheetColumns + 1);
     cells_.flush();
     if (out_.size() != empty) {
-      out_ += "</row>";
+      out_ += kRowEnd;
+      row_end_ = out_.size();
     } else if (has_height) {
       out_.back() = '/';
       out_ += '>';
@@ -106,10 +124,19 @@ class RowEncoder {
   }
 
  private:
+  static constexpr std::string_view kRowStart = "<row r=\"", kRowEnd = "</row>", kCellStart = "<c",
+                                    kNameStart = " r=\"";
+  static constexpr std::array<char, 8> kValueEnd = {'<', '/', 'v', '>', '<', '/', 'c', '>'};
+
   void start_row(std::int32_t row) {
     row_digits_ =
         std::to_chars(row_name_.data(), row_name_.data() + row_name_.size(), row).ptr - row_name_.data();
-    out_ += "<row r=\"";
+    if (row_end_ == out_.size()) {
+      const std::size_t at = out_.size() - kRowEnd.size();
+      note_repeat(at, kRowEnd.size() + kRowStart.size(), last_row_end_);
+      last_row_end_ = at;
+    }
+    out_ += kRowStart;
     out_ += row_name();
     out_ += '"';
   }
@@ -155,12 +182,16 @@ class RowEncoder {
       formula_cell(formula_->first.column, {}, formula_->second);
   }
 
+  bool is_named(std::int32_t column) const { return names_ == CellNames::kAll || column != previous_ + 1; }
+
   // Up to its name, which it has where it does not follow the last one.
   void start_cell(std::int32_t column) {
     cells_.begin_cell();
-    cells_.add("<c");
-    if (names_ == CellNames::kAll || column != previous_ + 1) {
-      cells_.add(" r=\"");
+    const std::size_t at = cells_.size();
+    cells_.add(kCellStart);
+    if (is_named(column)) {
+      cells_.add(kNameStart);
+      note_start(name_start_, at);
       add_column(column);
       cells_.add(row_name());
       cells_.add("\"");
@@ -180,7 +211,7 @@ class RowEncoder {
   }
 
   // The rest of the start of a number's cell, or of one with a shared text.
-  const CellStart& start_of(const Cell& cell) {
+  CellStart& start_of(const Cell& cell) {
     const std::size_t place = std::size_t{cell.style} * 2 + (cell.kind == CellKind::kText ? 1 : 0);
     if (place >= starts_.size()) starts_.resize(place + 2);
     CellStart& start = starts_[place];
@@ -244,20 +275,39 @@ class RowEncoder {
   }
 
   void value_cell(std::int32_t column, const Cell& cell) {
-    constexpr std::array<char, 8> kEnd = {'<', '/', 'v', '>', '<', '/', 'c', '>'};
     const bool is_text = cell.kind == CellKind::kText;
     if (is_text && frame_.texts == nullptr) return text_cell(column, cell);
     if (is_text || cell.kind == CellKind::kNumber) {
+      const bool named = is_named(column);
+      std::size_t at = cells_.size();
       start_cell(column);
-      const CellStart& start = start_of(cell);
+      if (named) at = cells_.size() - 1;  // the quotation mark behind it
+      CellStart& start = start_of(cell);
       cells_.add(start.text, start.size);
+      note_start(named ? start.behind_name : start.unnamed, at);
     } else {
       start_cell(column, cell, type_of(cell.kind, ""));
       if (cell.kind == CellKind::kBlank) return cells_.add("</c>");
       cells_.add("<v>");
     }
     add_content(cell);
-    cells_.add(kEnd, kEnd.size());
+    cells_.add(kValueEnd, kValueEnd.size());
+    value_end_ = cells_.size();
+  }
+
+  // What was written from `at` on is most likely what it was at its last place.
+  void note_start(LastPlace& last, std::size_t at) {
+    const bool after_value = at == value_end_;
+    const std::size_t before = after_value && last.after_value ? kValueEnd.size() : 0;
+    if (last.at != kNowhere) note_repeat(at - before, before + cells_.size() - at, last.at - before);
+    last = {at, after_value};
+  }
+
+  // The text from `at` on is the one from `before` on.
+  void note_repeat(std::size_t at, std::size_t length, std::size_t before) {
+    if (before == kNowhere || at - before > kFarthestRepeat) return;
+    repeats_.push_back({static_cast<std::uint32_t>(at), static_cast<std::uint16_t>(length),
+                        static_cast<std::uint16_t>(at - before)});
   }
 
   // With its text in it.
@@ -295,6 +345,10 @@ class RowEncoder {
   const office::TextTable& strings_;
   const CellNames names_;
   std::string& out_;
+  std::vector<Repeat>& repeats_;
+  std::size_t row_end_ = kNowhere, value_end_ = kNowhere;  // where the last one ended
+  std::size_t last_row_end_ = kNowhere;                    // where the one began that a row followed
+  LastPlace name_start_;
   CellText cells_;
   std::array<char, 16> row_name_;
   std::ptrdiff_t row_digits_ = 0;
@@ -350,7 +404,7 @@ CellNames cell_names(const SheetModel& sheet) {
 }
 
 void encode_rows(const SheetModel& sheet, const SheetFrame& frame, const office::TextTable& strings,
-                 CellNames names, std::int32_t first, std::int32_t last, std::string& out) {
+                 CellNames names, std::int32_t first, std::int32_t last, MarkedText& out) {
   RowEncoder encoder(sheet, frame, strings, names, out);
   BandCursor cursor(sheet, first);
   for (std::int32_t row = next_row(sheet, cursor, first); row <= last;

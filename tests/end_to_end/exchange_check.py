@@ -60,6 +60,9 @@ class Run:
         low, high = (min(results), max(results)) if results else (None, None)
         return low, high, None if low is None else difference(high, low)
 
+    def points(self, i, o):
+        return sorted((number(row[3]), number(row[4 + o])) for row in self.rows if int(row[1]) == i + 1)
+
 
 def difference(a, b):
     return 0.0 if abs(a - b) <= 1e-12 * max(abs(a), abs(b)) else a - b
@@ -87,9 +90,9 @@ def check_steps(run):
     return document
 
 
-def crossings(points):
-    """Where straight lines between neighbouring points meet 0; points without a result part the line."""
-    found = []
+def crossings(points, target=0.0):
+    """Where straight lines between neighbouring points meet the target; points without a result part the line."""
+    found, points = [], [(x, None if y is None else y - target) for x, y in points]
     for (x, y), (next_x, next_y) in zip(points, points[1:]):
         if y is not None and y == 0:
             found.append(x)
@@ -98,19 +101,30 @@ def crossings(points):
     return found + [x for x, y in points[-1:] if y == 0]
 
 
+def break_even(what, found, points, target=0.0):
+    """Not of an output that does not move, or failed."""
+    if any(result != points[0][1] for _, result in points) and all(result is not None for _, result in points):
+        expected = crossings(points, target)
+        equal(what, len(found) == len(expected) and all(abs(a - b) <= 1e-9 * max(1, abs(b)) for a, b in zip(found, expected)), True)
+
+
 def check_answers(run):
-    for row in csv.DictReader(io.StringIO(ordvane("export", RUN, "--what", "answers", "--raw-text"))):
+    """At the run's own targets, and at one that the inputs reach elsewhere."""
+    check_answers_at(run, 0.0)
+    low, high, _ = run.swing(0, 0)
+    if high is not None:
+        check_answers_at(run, low + (high - low) / 3, "--target", repr(low + (high - low) / 3))
+
+
+def check_answers_at(run, target, *options):
+    for row in csv.DictReader(io.StringIO(ordvane("export", RUN, "--what", "answers", "--raw-text", *options))):
         i, = (i for i, item in enumerate(run.inputs) if (item["sheet"], item["cell"]) == (row["inputSheet"], row["inputCell"]))
         o, = (o for o, item in enumerate(run.outputs) if (item["sheet"], item["cell"]) == (row["outputSheet"], row["outputCell"]))
         swings = [(run.swing(at, o)[2] or 0) ** 2 for at in range(len(run.inputs))]
         if sum(swings):
             equal("share", abs(float(row["share"]) - swings[i] / sum(swings)) < 1e-12, True)
-        points = sorted((number(line[3]), number(line[4 + o])) for line in run.rows if int(line[1]) == i + 1)
-        if any(result != points[0][1] for _, result in points) and all(result is not None for _, result in points):
-            found = [float(value) for value in row["breakEven"].split(";") if value]
-            expected = crossings(points)
-            equal("break-evens of " + row["input"] + ", " + row["output"],
-                  len(found) == len(expected) and all(abs(a - b) <= 1e-9 * max(1, abs(b)) for a, b in zip(found, expected)), True)
+        break_even("break-evens of " + row["input"] + ", " + row["output"],
+                   [float(value) for value in row["breakEven"].split(";") if value], run.points(i, o), target)
 
 
 def check_import(run, folder):
@@ -178,6 +192,9 @@ def check_diff(run, folder):
             old, new = run.swing(i, o), after.swing(i, o) if i != gone else (None, None, None)
             equal("low, high and swing that were", (row["lowBefore"], row["highBefore"], row["swingBefore"]), old)
             equal("low, high and swing", (row["low"], row["high"], row["swing"]), new)
+            if i != gone:
+                break_even("break-evens that were", row["breakEvenBefore"], run.points(i, o))
+                break_even("break-evens", row["breakEven"], after.points(i, o))
     ordvane("diff", RUN, now, "--fail-over", "5%", status=1)
     ordvane("diff", RUN, RUN, "--fail-over", "0%")
     return document

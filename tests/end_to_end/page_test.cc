@@ -45,7 +45,14 @@ TEST(GraphFiles, AreOneAGraph) {
   EXPECT_EQ(files, 5U) << "a date has no spider";
   const CommandResult again = report("--output B5 --svg " + into);
   EXPECT_EQ(again.status, 1) << again.output;
-  EXPECT_EQ(report("--output B5 --tornado --overwrite --svg " + into).status, 0);
+  for (const auto& [labels, end] :
+       {std::pair("inputs", ">44.00<"), {"outputs", ">−633,073<"}, {"both", ">44.00 → −633,073<"}}) {
+    EXPECT_EQ(
+        report("--output B5 --tornado --overwrite --labels " + std::string(labels) + " --svg " + into).status,
+        0);
+    const std::string tornado = shell_quoted((folder / "graphs/Net-present-value-tornado.svg").string());
+    EXPECT_EQ(run_command("grep -qF " + shell_quoted(end) + " " + tornado).status, 0) << labels;
+  }
   EXPECT_FALSE(std::filesystem::exists("solar-plant-reports.xlsx")) << "no workbook was asked for";
   if (run_command("command -v rsvg-convert").status != 0) GTEST_SKIP() << "rsvg-convert is not installed";
   EXPECT_EQ(report("--output B5 --tornado --png " + into + " --pdf " + into).status, 0);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 
@@ -42,6 +43,7 @@ TEST(CellStore, HoldsWhatAPlainMapHolds) {
     std::vector<RowBand> bands;
     CellStore store(bands);
     std::map<CellRef, double> plain;
+    std::map<CellRef, int> styles;
     for (int step = 1; step <= 120; ++step) {
       const bool single = random() % 3 != 0;
       const Area area{up_to(20), up_to(80), single ? 1 : up_to(6), single ? 1 : up_to(30)};
@@ -58,6 +60,16 @@ TEST(CellStore, HoldsWhatAPlainMapHolds) {
         }
       });
       ASSERT_EQ(visited, static_cast<std::size_t>(area.rows) * static_cast<std::size_t>(area.columns));
+      const Area styled{up_to(20), up_to(80), up_to(6), up_to(30)};
+      store.for_each_part(styled, [&](RowBand& band, const Area& part) {
+        const auto row = static_cast<std::size_t>(part.row - band.first_row);
+        band.styles.change(row, static_cast<std::size_t>(part.rows), [&](StyleId* row_styles) {
+          std::fill_n(row_styles + (part.column - band.first_column), part.columns,
+                      static_cast<StyleId>(step));
+        });
+        for (std::int32_t cell = 0; cell < part.rows * part.columns; ++cell)
+          styles[{part.row + cell / part.columns, part.column + cell % part.columns}] = step;
+      });
       expect_well_formed(bands);
     }
     for (std::int32_t row = 1; row <= 27; ++row) {
@@ -66,6 +78,9 @@ TEST(CellStore, HoldsWhatAPlainMapHolds) {
         const double kept = slot.band ? slot.band->cells[slot.index].value() : 0;
         const auto expected = plain.find({row, column});
         ASSERT_EQ(kept, expected == plain.end() ? 0 : expected->second) << row << "," << column;
+        const int style = slot.band ? slot.band->style(slot.index) : 0;
+        const auto styled = styles.find({row, column});
+        ASSERT_EQ(style, styled == styles.end() ? 0 : styled->second) << row << "," << column;
       }
     }
   }

@@ -15,7 +15,7 @@ inline std::string archive_of(const std::vector<std::pair<std::string, std::stri
   xlsx::ArchiveWriter archive(out);
   for (const auto& [name, content] : parts) {
     archive.begin(name, xlsx::kFirstDate);
-    archive.add(xlsx::compress(content, 1, true));
+    archive.add(xlsx::compress(content, true));
     archive.end();
   }
   archive.finish();

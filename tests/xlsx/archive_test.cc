@@ -49,24 +49,56 @@ TEST(Archive, JoinsPieces) {
   for (const auto& c : kCases) {
     std::string whole;
     for (const std::string& piece : c.pieces) whole += piece;
-    for (const int level : {1, 2, 4, 6, 9, 12}) {
-      std::vector<CompressedPiece> pieces;
-      for (const std::string& piece : c.pieces)
-        pieces.push_back(compress(piece, level, pieces.size() + 1 == c.pieces.size()));
-      const ArchiveEntry entry = join("part", pieces);
-      EXPECT_EQ(entry.size, whole.size()) << c.what;
-      EXPECT_EQ(entry.crc, libdeflate_crc32(0, whole.data(), whole.size())) << c.what;
-      EXPECT_TRUE(unpacked(entry) == whole) << c.what << ", level " << level;
-    }
+    std::vector<CompressedPiece> pieces;
+    for (const std::string& piece : c.pieces)
+      pieces.push_back(compress(piece, pieces.size() + 1 == c.pieces.size()));
+    const ArchiveEntry entry = join("part", pieces);
+    EXPECT_EQ(entry.size, whole.size()) << c.what;
+    EXPECT_EQ(entry.crc, libdeflate_crc32(0, whole.data(), whole.size())) << c.what;
+    EXPECT_TRUE(unpacked(entry) == whole) << c.what;
   }
 }
 
 // Every number of unused bits in a piece's last byte.
 TEST(Archive, JoinsPiecesThatEndAnywhereInAByte) {
   for (std::size_t size = 1; size < 200; ++size) {
-    std::vector<CompressedPiece> pieces{compress(rows(size), 6, false), compress(noise(size), 6, false),
-                                        compress("end", 6, true)};
+    std::vector<CompressedPiece> pieces{compress(rows(size), false), compress(noise(size), false),
+                                        compress(std::string("end"), true)};
     EXPECT_TRUE(unpacked(join("part", pieces)) == rows(size) + noise(size) + "end") << size;
+  }
+}
+
+// What is noted as repeated saves room where it is, and never changes the text.
+TEST(Archive, UnpacksWhateverIsNotedAsRepeated) {
+  const std::string text = rows(40000);
+  const auto noted = [&](std::size_t length) {
+    MarkedText marked(text);
+    for (std::size_t last = 0, at = text.find("<c ", 1); at != std::string::npos;
+         last = at, at = text.find("<c ", at + 1))
+      marked.repeats.push_back({static_cast<std::uint32_t>(at), static_cast<std::uint16_t>(length),
+                                static_cast<std::uint16_t>(at - last)});
+    return marked;
+  };
+  MarkedText absurd(text), overlapping(std::string(1000, 'x'));
+  absurd.repeats = {{0, 5, 1},   {9, 5, 20},      {50, 2, 25},  {90, 300, 25},
+                    {200, 5, 0}, {300, 5, 40000}, {250, 9, 25}, {39999, 400, 25}};
+  overlapping.repeats = {{10, 20, 5}, {15, 20, 5}, {40, 258, 1}, {297, 3, 297}, {298, 258, 7}, {998, 3, 9}};
+  const struct {
+    const char* what;
+    MarkedText marked;
+    std::size_t most;  // bytes
+  } kCases[] = {
+      {"what is the same", noted(12), text.size() * 2 / 5},
+      {"more than is the same", noted(30), text.size()},
+      {"overlapping", overlapping, 600},
+      {"nonsense", absurd, text.size() * 11 / 10},
+      {"nothing, of one letter", std::string(70000, 'x'), 70000 / 6},
+      {"nothing, of no letter", std::string(), 400},
+  };
+  for (const auto& c : kCases) {
+    std::vector<CompressedPiece> pieces{compress(c.marked, false), compress(std::string("end"), true)};
+    EXPECT_LT(pieces[0].data.size(), c.most) << c.what;
+    EXPECT_TRUE(unpacked(join("part", pieces)) == c.marked.text + "end") << c.what;
   }
 }
 

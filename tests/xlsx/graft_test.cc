@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -39,7 +40,7 @@ void write(const fs::path& file, const std::string& bytes) {
 }
 
 ArchiveEntry entry(const std::string& name, const std::string& text) {
-  std::vector<CompressedPiece> pieces{compress(text, 6, true)};
+  std::vector<CompressedPiece> pieces{compress(text, true)};
   return join(name, pieces);
 }
 
@@ -443,6 +444,16 @@ TEST_F(Graft, AFailureOfAnyCallLeavesTheFileAndNothingElse) {
     saving.files = &files;
     graft(existing, full_book(), {1, 3}, saving);
   };
+  // Its header is filled in when most of the file is written.
+  office::BookModel large;
+  office::RowBand& band = add_sheet(large, "Large", {})->bands.emplace_back(1, 1500, 1, 100);
+  for (std::size_t i = 0; i < band.cells.size(); ++i)
+    band.cells[i] = {host::CellKind::kNumber, std::sin(static_cast<double>(i))};
+  const auto save_large = [&](FileSystem& files) {
+    SaveOptions saving;
+    saving.files = &files;
+    save(large, file_, saving);
+  };
   const auto save_over = [&](FileSystem& files, bool replace) {
     SaveOptions saving;
     saving.files = &files;
@@ -458,6 +469,7 @@ TEST_F(Graft, AFailureOfAnyCallLeavesTheFileAndNothingElse) {
       {"into a workbook", graft_into, grafted, 8},
       {"in its place", [&](FileSystem& files) { save_over(files, true); }, package(full_book()), 5},
       {"a new one, where there is one", [&](FileSystem& files) { save_over(files, false); }, package_, 5},
+      {"a large one", save_large, package(large), 8},
   };
   for (const auto& c : kCases)
     for (int nth = 1, failures = 0;; ++nth) {

@@ -20,12 +20,12 @@ using ::testing::Not;
 std::string rows(const office::BookModel& book, const office::SheetModel& sheet,
                  CellNames names = CellNames::kAll, std::int32_t first = 1,
                  std::int32_t last = office::kSheetRows) {
-  std::string out;
+  MarkedText out;
   const SharedTexts texts = collect_texts(book);
   SheetFrame frame;
   frame.texts = &texts;
   encode_rows(sheet, frame, book.texts, names, first, last, out);
-  return out;
+  return out.text;
 }
 
 std::string sheet_xml(const office::BookModel& book, std::size_t position = 0) {
@@ -34,7 +34,7 @@ std::string sheet_xml(const office::BookModel& book, std::size_t position = 0) {
   SheetFrame frame;
   frame.texts = &texts;
   frame.selected = position == book.active_sheet;
-  for (const Piece& piece : sheet_pieces(book, position, frame)) xml += piece();
+  for (const Piece& piece : sheet_pieces(book, position, frame)) xml += piece().text;
   return xml;
 }
 

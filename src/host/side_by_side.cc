@@ -1,11 +1,16 @@
-#include "xlsx/side_by_side.h"
+#include "host/side_by_side.h"
 
+#include <algorithm>
 #include <new>
 #include <system_error>
 #include <thread>
 #include <vector>
 
-namespace ordvane::xlsx {
+namespace ordvane::host {
+
+std::size_t processors() {
+  return std::max(1U, std::thread::hardware_concurrency());
+}
 
 void side_by_side(std::size_t count, const std::function<void()>& work) {
   std::vector<std::jthread> others;
@@ -18,4 +23,4 @@ void side_by_side(std::size_t count, const std::function<void()>& work) {
   work();
 }
 
-}  // namespace ordvane::xlsx
+}  // namespace ordvane::host

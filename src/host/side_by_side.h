@@ -4,11 +4,14 @@
 #include <cstddef>
 #include <functional>
 
-namespace ordvane::xlsx {
+namespace ordvane::host {
+
+// As many as this process may use.
+std::size_t processors();
 
 // Calls `work` on this thread and on up to `count` - 1 others, and returns when all are done. Where the
 // system gives no more threads, or no memory for them, those that there are do it all: `work` takes what is
 // left to do until nothing is, and throws nothing.
 void side_by_side(std::size_t count, const std::function<void()>& work);
 
-}  // namespace ordvane::xlsx
+}  // namespace ordvane::host
