@@ -16,6 +16,8 @@ import sys
 import tempfile
 import time
 
+from record import Record, megabytes, seconds as shown
+
 MEMORY_LIMIT = 250 * 2**20
 LEAST_RATIO = 6
 STEPS = 30
@@ -42,15 +44,12 @@ def measured(command, repeats, cores=None):
     return best
 
 
-def line(*columns):
-    print("| " + " | ".join(f"{column:>16}" for column in columns) + " |")
-
-
 def main():
     build = pathlib.Path(sys.argv[1])
     repeats = 1 if "--quick" in sys.argv else REPEATS
     faults = []
-    line("report", "rows", "cores", "time", "processor", "memory", "file", "peer's time", "peer's file", "time ratio")
+    record = Record(build, "full_size")
+    table = record.table("full size", "report", "rows", "cores", "time", "peer", "times as fast", "processor", "memory", "file", "peer's")
     with tempfile.TemporaryDirectory() as folder:
         folder = pathlib.Path(folder)
         run, dump, ours, theirs = (folder / name for name in ("r.run.json", "dump", "ours.xlsx", "theirs.xlsx"))
@@ -63,15 +62,18 @@ def main():
                 command = [build / "ordvane", "report", run, "-o", ours, "--quiet", "--overwrite", "--" + report]
                 seconds, processor, memory = measured(command, repeats, cores)
                 sizes = [path.stat().st_size for path in (ours, theirs)]
-                line(report, min(inputs * STEPS, 65525), cores, f"{seconds:.2f} s", f"{processor:.2f} s",
-                     f"{memory / 2**20:.0f} MiB", f"{sizes[0] / 1e6:.1f} MB", f"{peer_seconds:.2f} s",
-                     f"{sizes[1] / 1e6:.1f} MB", f"{peer_seconds / seconds:.1f}")
+                rows = min(inputs * STEPS, 65525)
+                table.row(report.replace("-", " "), f"{rows:,}", cores, shown(seconds), shown(peer_seconds),
+                          f"{peer_seconds / seconds:.1f}", shown(processor), megabytes(memory), *(f"{size / 1e6:.1f} MB" for size in sizes))
+                record.ratio(f"{report}, {rows} rows on {cores}, time", seconds / peer_seconds)
+                record.ratio(f"{report}, {rows} rows on {cores}, size", sizes[0] / sizes[1])
                 if full and report == "detail-by-input" and seconds > peer_seconds / LEAST_RATIO:
                     faults.append(f"{report}: takes more than 1/{LEAST_RATIO} of the peer's time on {cores} cores")
                 if full and sizes[0] > sizes[1]:
                     faults.append(f"{report}: the file is larger than the peer's")
                 if memory >= MEMORY_LIMIT:
                     faults.append(f"{report}: needs {MEMORY_LIMIT // 2**20} MiB or more")
+    record.save()
     for fault in faults:
         print(fault)
     sys.exit(1 if faults else 0)

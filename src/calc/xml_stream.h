@@ -25,8 +25,7 @@ class XmlVisitor {
   virtual void end(std::string_view name) = 0;
 };
 
-// Throws xlsx::BadPackage with the line for what is not well-formed, and for document type definitions, which
-// no workbook has. What the visitor throws comes through.
+// Throws xlsx::BadPackage as the parser does (xlsx/xml_parser.h). What the visitor throws comes through.
 void visit_xml(std::string_view xml, XmlVisitor& visitor);
 
 }  // namespace ordvane::calc

@@ -1,23 +1,20 @@
 #include "xlsx/xml_text.h"
 
-#include <expat.h>
-
 #include <algorithm>
-#include <exception>
-#include <memory>
-#include <new>
 #include <set>
 #include <utility>
 
+#include "text/edit.h"
 #include "xlsx/xml.h"
+#include "xlsx/xml_parser.h"
 
 namespace ordvane::xlsx {
 namespace {
 
 constexpr char kSeparator = '\n';  // between the parts of a name; no namespace has line breaks
 constexpr std::size_t kLongest = 1U << 30;
+constexpr const char* kOtherEncoding = "its encoding is not UTF-8";
 
-constexpr int kDeepest = 256;
 constexpr std::size_t kAlwaysGranted = std::size_t{48} << 20;  // bytes of elements, whatever the text
 constexpr std::size_t kOfANode = 64;                           // what a name takes beside its letters, about
 
@@ -38,80 +35,25 @@ struct Kept {
   std::deque<XmlElement>& elements;
 };
 
-// Follows the parser's events and writes down where elements begin and end.
-class Reader {
+// Writes down where elements begin and end.
+class Reader : public XmlParser {
  public:
   using TakeChild = std::function<void(const XmlElement&)>;
 
   // `take`: of the root's children; empty: all elements are kept.
   Reader(const std::string& text, int depth, const TakeChild& take, Kept kept)
-      : text_(text),
-        depth_(depth),
-        take_(take),
-        kept_(kept),
-        parser_(XML_ParserCreateNS(nullptr, kSeparator), &XML_ParserFree) {
-    if (!parser_) throw std::bad_alloc();
-    XML_SetUserData(parser_.get(), this);
-    XML_SetReturnNSTriplet(parser_.get(), 1);
-    XML_SetElementHandler(
-        parser_.get(),
-        [](void* reader, const char* name, const char** attributes) {
-          guarded(reader, [&](Reader& self) { self.start(name, attributes); });
-        },
-        [](void* reader, const char*) { guarded(reader, [](Reader& self) { self.end(); }); });
-    XML_SetCharacterDataHandler(parser_.get(), [](void* reader, const char* part, int size) {
-      guarded(reader, [&](Reader& self) { self.characters({part, static_cast<std::size_t>(size)}); });
-    });
-    XML_SetXmlDeclHandler(parser_.get(), [](void* reader, const char*, const char* encoding, int) {
-      guarded(reader, [&](Reader& self) { self.check_encoding(encoding); });
-    });
-    XML_SetStartDoctypeDeclHandler(parser_.get(), [](void* reader, const char*, const char*, const char*,
-                                                     int) {
-      guarded(reader, [](Reader& self) { self.stop("a document type definition, which no workbook has"); });
-    });
-  }
+      : XmlParser(kSeparator), text_(text), depth_(depth), take_(take), kept_(kept) {}
 
   void read() {
     if (text_.find('\0') < 4 || text_.starts_with("\xFE\xFF") || text_.starts_with("\xFF\xFE"))
-      throw BadPackage("its encoding is not UTF-8");
+      throw BadPackage(kOtherEncoding);
     if (text_.size() > kLongest) throw BadPackage("it is longer than 1 GiB");
-    const XML_Status status = XML_Parse(parser_.get(), text_.data(), static_cast<int>(text_.size()), 1);
-    if (failure_) std::rethrow_exception(failure_);
-    if (status == XML_STATUS_OK) return;
-    const XML_Error error = XML_GetErrorCode(parser_.get());
-    if (error == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
-    throw BadPackage("line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) + ": " +
-                     (why_.empty() ? XML_ErrorString(error) : why_));
+    parse(text_);
   }
 
  private:
-  // Exceptions do not pass through the parser, which is C.
-  template <class Step>
-  static void guarded(void* reader, const Step& step) {
-    Reader& self = *static_cast<Reader*>(reader);
-    if (self.failure_) return;
-    try {
-      step(self);
-    } catch (...) {
-      self.failure_ = std::current_exception();
-      XML_StopParser(self.parser_.get(), XML_FALSE);
-    }
-  }
-
-  std::size_t place() const { return static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_.get())); }
-  std::size_t length() const { return static_cast<std::size_t>(XML_GetCurrentByteCount(parser_.get())); }
-
-  void stop(const char* why) {
-    why_ = why;
-    XML_StopParser(parser_.get(), XML_FALSE);
-  }
-
-  void check_encoding(const char* encoding) {
-    if (encoding == nullptr) return;
-    std::string name(encoding);
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
-    if (name != "UTF-8") stop("its encoding is not UTF-8");
+  void on_declaration(const char* encoding) override {
+    if (encoding != nullptr && text::lower_ascii(encoding) != "utf-8") stop(kOtherEncoding);
   }
 
   std::string_view kept(std::string_view name) {
@@ -130,9 +72,8 @@ class Reader {
     if (taken_ > kAlwaysGranted + 2 * text_.size()) stop("more elements than a part of its length may have");
   }
 
-  void start(const char* name, const char** attributes) {
-    if (++open_ > kDeepest) return stop("elements within more than 256 others");
-    if (open_ > depth_) return;
+  void on_start(const char* name, const char** attributes) override {
+    if (++open_ > depth_) return;
     const Name parts = split(name);
     XmlElement element;
     element.space = kept(parts.space);
@@ -155,11 +96,11 @@ class Reader {
     kept_.elements.push_back(std::move(element));
   }
 
-  void characters(std::string_view text) {
-    if (open_ <= depth_ && !path_.empty()) kept_.elements[path_.back()].text += text;
+  void on_text(std::string_view piece) override {
+    if (open_ <= depth_ && !path_.empty()) kept_.elements[path_.back()].text += piece;
   }
 
-  void end() {
+  void on_end(const char*) override {
     if (open_-- > depth_) return;
     XmlElement& element = kept_.elements[path_.back()];
     path_.pop_back();
@@ -175,12 +116,9 @@ class Reader {
   const int depth_;
   const TakeChild& take_;
   Kept kept_;
-  std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser_;
   std::vector<std::size_t> path_;  // of the open elements
   int open_ = 0;
   std::size_t taken_ = 0;  // bytes
-  std::string why_;
-  std::exception_ptr failure_;
 };
 
 // Where the value of an attribute stands in a start tag, without its quotes; nothing when it is not there.

@@ -21,6 +21,12 @@ TEST(Documents, KeepTheirPromises) {
 }
 
 #ifndef ORDVANE_SANITIZED  // the same pages
+TEST(Documents, TellWhatWasMeasured) {
+  const CommandResult page =
+      run_command("/usr/bin/python3 " + shell_quoted(ORDVANE_SOURCE_DIR "/bench/page.py") + " --check");
+  EXPECT_EQ(page.status, 0) << page.output;
+}
+
 class ManualFor : public testing::TestWithParam<const char*> {};
 
 TEST_P(ManualFor, HasEveryOptionAndIsReadAsMeant) {

@@ -111,6 +111,7 @@ void try_package(std::string_view bytes) {
     embedded::add_reports(tiny_run(), file, every_report(*tiny_run()));
   } catch (const xlsx::BadWorkbook&) {
   }
+  calculate(std::string(bytes));
 }
 
 void try_formula(std::string_view bytes) {

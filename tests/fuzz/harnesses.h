@@ -11,7 +11,7 @@ namespace ordvane::fuzz {
 void try_run_file(std::string_view bytes);
 // The same. What check accepts is reported, with every report.
 void try_reports(std::string_view bytes);
-// A workbook that reports are added to, as its file is.
+// A workbook that reports are added to, and that is calculated, as its file is.
 void try_package(std::string_view bytes);
 // A formula of a workbook that is otherwise sound.
 void try_formula(std::string_view bytes);
