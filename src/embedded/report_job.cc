@@ -1,6 +1,10 @@
 #include "embedded/report_job.h"
 
 #include <algorithm>
+#include <cstdlib>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "embedded/embedded_environment.h"
 #include "embedded/report_saving.h"
@@ -108,11 +112,19 @@ WrittenReports counted(const office::BookModel& book) {
   return written;
 }
 
+// The C library keeps the memory of the many small tables that reports are made from, which are gone by now.
+void give_back_memory() {
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
+}
+
 // Ready to be saved.
 std::shared_ptr<const office::BookModel> make_to_save(
     const std::shared_ptr<const runfile::Run>& run, const ReportOptions& options,
     const std::shared_ptr<EmbeddedEnvironment>& environment) {
   auto book = make(run, options, environment);
+  give_back_memory();
   show_saving(*environment, options);
   environment->check_cancelled();
   return book;

@@ -113,7 +113,7 @@ struct Extended {
 // their own for each step of a doubling.
 Extended grouped(std::uint32_t number, std::uint32_t straight) {
   if (number < 2 * straight) return {number, {}};
-  const int doublings = std::bit_width(number / straight) - 1;
+  const int doublings = static_cast<int>(std::bit_width(number / straight)) - 1;
   const std::uint32_t group = number >> doublings;
   return {static_cast<std::size_t>(doublings) * straight + group, {number - (group << doublings), doublings}};
 }

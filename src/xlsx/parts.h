@@ -77,7 +77,8 @@ std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t sheet
 // third less room and time; with, the simplest of readers can follow.
 enum class CellNames { kAll, kWhereNeeded };
 CellNames cell_names(const office::SheetModel& sheet);
-// The row elements of rows `first` to `last`. What cells have in common is noted as repeated.
+// The row elements of rows `first` to `last`. Where most cells go without names, what they have in common is
+// noted as repeated.
 void encode_rows(const office::SheetModel& sheet, const SheetFrame& frame, const office::TextTable& strings,
                  CellNames names, std::int32_t first, std::int32_t last, MarkedText& out);
 

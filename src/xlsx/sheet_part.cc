@@ -275,15 +275,15 @@ std::vector<Piece> sheet_pieces(const office::BookModel& book, std::size_t posit
   const std::int32_t end = std::max(last_row(sheet, extent), 1);
   const CellNames names = cell_names(sheet);
   std::vector<Piece> pieces;
-  for (std::int32_t first = 1, rows = rows_at_once(extent); first <= end; first += rows) {
+  // One piece is looked through for what repeats; of more, the cells tell.
+  const std::int32_t rows = names == CellNames::kAll ? end : rows_at_once(extent);
+  for (std::int32_t first = 1; first <= end; first += rows) {
     const std::int32_t last = std::min(end, first + rows - 1);
     pieces.push_back([=, &book, &sheet] {
       MarkedText piece;
       if (first == 1) head(piece.text, sheet, frame, extent);
       encode_rows(sheet, frame, book.texts, names, first, last, piece);
       if (last == end) tail(piece.text, sheet, frame);
-      // A sheet in one piece is small enough to look for all that repeats.
-      if (first == 1 && last == end) piece.repeats.clear();
       return piece;
     });
   }

@@ -62,7 +62,7 @@ class CellText {
 
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
-// Where the same was written last, and whether it followed the end of a value.
+// Where the same was written last without a name of its cell, and whether it followed the end of a value.
 struct LastPlace {
   std::size_t at = kNowhere;
   bool after_value = false;
@@ -73,7 +73,7 @@ struct LastPlace {
 struct CellStart {
   std::array<char, 24> text;
   std::size_t size = 0;  // 0: not made yet
-  LastPlace behind_name, unnamed;
+  LastPlace last;
 };
 
 struct Cell {
@@ -124,8 +124,7 @@ class RowEncoder {
   }
 
  private:
-  static constexpr std::string_view kRowStart = "<row r=\"", kRowEnd = "</row>", kCellStart = "<c",
-                                    kNameStart = " r=\"";
+  static constexpr std::string_view kRowStart = "<row r=\"", kRowEnd = "</row>", kCellStart = "<c";
   static constexpr std::array<char, 8> kValueEnd = {'<', '/', 'v', '>', '<', '/', 'c', '>'};
 
   void start_row(std::int32_t row) {
@@ -187,11 +186,9 @@ class RowEncoder {
   // Up to its name, which it has where it does not follow the last one.
   void start_cell(std::int32_t column) {
     cells_.begin_cell();
-    const std::size_t at = cells_.size();
     cells_.add(kCellStart);
     if (is_named(column)) {
-      cells_.add(kNameStart);
-      note_start(name_start_, at);
+      cells_.add(" r=\"");
       add_column(column);
       cells_.add(row_name());
       cells_.add("\"");
@@ -279,12 +276,11 @@ class RowEncoder {
     if (is_text && frame_.texts == nullptr) return text_cell(column, cell);
     if (is_text || cell.kind == CellKind::kNumber) {
       const bool named = is_named(column);
-      std::size_t at = cells_.size();
+      const std::size_t at = cells_.size();
       start_cell(column);
-      if (named) at = cells_.size() - 1;  // the quotation mark behind it
       CellStart& start = start_of(cell);
       cells_.add(start.text, start.size);
-      note_start(named ? start.behind_name : start.unnamed, at);
+      if (!named) note_start(start.last, at);
     } else {
       start_cell(column, cell, type_of(cell.kind, ""));
       if (cell.kind == CellKind::kBlank) return cells_.add("</c>");
@@ -305,7 +301,7 @@ class RowEncoder {
 
   // The text from `at` on is the one from `before` on.
   void note_repeat(std::size_t at, std::size_t length, std::size_t before) {
-    if (before == kNowhere || at - before > kFarthestRepeat) return;
+    if (names_ == CellNames::kAll || before == kNowhere || at - before > kFarthestRepeat) return;
     repeats_.push_back({static_cast<std::uint32_t>(at), static_cast<std::uint16_t>(length),
                         static_cast<std::uint16_t>(at - before)});
   }
@@ -348,7 +344,6 @@ class RowEncoder {
   std::vector<Repeat>& repeats_;
   std::size_t row_end_ = kNowhere, value_end_ = kNowhere;  // where the last one ended
   std::size_t last_row_end_ = kNowhere;                    // where the one began that a row followed
-  LastPlace name_start_;
   CellText cells_;
   std::array<char, 16> row_name_;
   std::ptrdiff_t row_digits_ = 0;

@@ -90,8 +90,17 @@ class Command : public testing::Test {
     posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
     posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addopen(&actions, 2, "stderr.txt", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    // Shells let what runs behind them ignore Ctrl-C.
+    posix_spawnattr_t attributes;
+    sigset_t interrupt;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigdefault(&attributes, &interrupt);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     pid_t process = 0;
-    EXPECT_EQ(posix_spawn(&process, ORDVANE_COMMAND, &actions, nullptr, argv.data(), environment), 0);
+    EXPECT_EQ(posix_spawn(&process, ORDVANE_COMMAND, &actions, &attributes, argv.data(), environment), 0);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return process;
   }
