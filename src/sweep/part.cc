@@ -81,6 +81,7 @@ struct Line {
 
 Line first_line(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
+  stream.exceptions(std::ios::badbit);  // where memory is lacking for a line, it is not taken for another one
   Line line;
   line.is_whole = std::getline(stream, line.text) && !stream.eof();
   return line;
