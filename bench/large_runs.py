@@ -3,7 +3,7 @@
 
 Usage: large_runs.py BUILD_FOLDER [--full]
 
-For each run and form, time, processor time and the peak resident memory of the command: its own (anonymous), and the pages of files
+For each run and form, processor time and the peak resident memory of the command: its own (anonymous), and the pages of files
 that it has mapped, which the system takes back when others need them. Exits 1 when a command's own memory is more than its bound,
 when the mapped pages are, or when the two forms answer differently. --full: a run of 100 million results, too, which takes some
 minutes and 4 GB of the folder for temporary files.
@@ -17,6 +17,8 @@ import sys
 import tempfile
 import threading
 import time
+
+from record import Record, megabytes, seconds
 
 # inputs x steps x outputs
 SIZES = [(100, 100, 100), (400, 400, 100)]
@@ -51,27 +53,22 @@ class Peak(threading.Thread):
 
 
 def measured(command):
-    start = time.perf_counter()
     with subprocess.Popen([str(part) for part in command], stdout=subprocess.PIPE, env={**os.environ, "SOURCE_DATE_EPOCH": "0"}) as process:
         peak = Peak(process.pid)
         answer = hashlib.sha256(process.stdout.read())
         _, status, usage = os.wait4(process.pid, 0)
         process.returncode = status
-    seconds = time.perf_counter() - start
     peak.join()
     if status != 0:
         raise SystemExit(f"status {status}: {' '.join(map(str, command))}")
-    return answer, seconds, usage.ru_utime + usage.ru_stime, peak
-
-
-def line(*columns):
-    print("| " + " | ".join(f"{column:>14}" for column in columns) + " |", flush=True)
+    return answer, usage.ru_utime + usage.ru_stime, peak
 
 
 def main():
     build = pathlib.Path(sys.argv[1]).resolve()
     faults = []
-    line("run", "asked", "form", "time", "processor", "own memory", "mapped")
+    record = Record(build, "large_runs")
+    table = record.table("large runs", "run", "asked", "form", "processor", "own memory", "mapped")
     with tempfile.TemporaryDirectory() as folder:
         folder = pathlib.Path(folder)
         csv, binary, workbook = (folder / name for name in ("a.run.json", "b.run.json", "a.xlsx"))
@@ -82,18 +79,19 @@ def main():
                 answers = set()
                 for form, run in (("CSV", csv), ("binary", binary)):
                     target = ["-o", workbook] if asked[0] == "report" else []
-                    answer, seconds, processor, peak = measured([build / "ordvane", asked[0], run, *asked[1:], *target])
+                    answer, processor, peak = measured([build / "ordvane", asked[0], run, *asked[1:], *target])
                     if target:
                         answer.update(workbook.read_bytes())
                     answers.add(answer.hexdigest())
                     name = " x ".join(map(str, size))
-                    line(name, asked[0] + (" of one" if ONE_OUTPUT[0] in asked else " of all"), form, f"{seconds:.2f} s",
-                         f"{processor:.2f} s", f"{peak.own / MIB:.0f} MiB", f"{peak.mapped / MIB:.0f} MiB")
+                    what = f"`{asked[0]}` of {'one output' if ONE_OUTPUT[0] in asked else 'all outputs'}"
+                    table.row(name, what, form, seconds(processor), megabytes(peak.own), megabytes(peak.mapped))
                     for what, found, most in (("memory of its own", peak.own, bound), ("mapped memory", peak.mapped, MAPPED)):
                         if found > most:
                             faults.append(f"{name}, {' '.join(asked)}, {form}: {found / MIB:.0f} MiB of {what}, {most / MIB:.0f} at most")
                 if len(answers) > 1:
                     faults.append(f"{size}, {asked}: the forms answer differently")
+    record.save()
     for fault in faults:
         print(fault)
     sys.exit(1 if faults else 0)

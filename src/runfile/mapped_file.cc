@@ -1,5 +1,7 @@
 #include "runfile/mapped_file.h"
 
+#include <algorithm>
+
 #ifndef _WIN32
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -15,10 +17,13 @@ namespace ordvane::runfile {
 namespace {
 
 constexpr std::size_t kMostLookedAt = std::size_t{1} << 26;
+// Systems bring the pages around one that is looked at, too.
+constexpr std::size_t kLeastLook = std::size_t{1} << 16;
 
 }  // namespace
 
 void MappedFile::looked_at(std::size_t bytes) const {
+  bytes = std::max(bytes, kLeastLook);
   if (looked_at_.fetch_add(bytes, std::memory_order_relaxed) + bytes < kMostLookedAt) return;
   looked_at_.store(0, std::memory_order_relaxed);
   let_go();
