@@ -329,7 +329,8 @@ OpenArchive::OpenArchive(std::string_view bytes) : handle_(std::make_unique<Hand
   std::memcpy(copy.get(), bytes.data(), bytes.size());
   handle_->buffer.reset(zip_source_buffer_create(copy.get(), bytes.size(), 1, &error));
   if (!handle_->buffer) damaged(&error);
-  static_cast<void>(copy.release());       // the buffer frees it
+  if (!bytes.empty())
+    static_cast<void>(copy.release());     // the buffer frees it, but not when there is nothing in it
   zip_source_keep(handle_->buffer.get());  // the archive takes one reference
   handle_->archive.reset(zip_open_from_source(handle_->buffer.get(), 0, &error));
   if (!handle_->archive) {
