@@ -286,7 +286,8 @@ def judged(browser, folder):
 
 
 def main():
-    with tempfile.TemporaryDirectory() as name:
+    # Chromium's helpers may write into its profile for a moment after it has ended.
+    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
         browser = Browser(folder)
         try:
