@@ -94,6 +94,7 @@ TEST_F(Acceptance, PassesAndEachCheckCanFail) {
   EXPECT_EQ(run(nullptr, L"--quick"), 0U) << said;
   EXPECT_EQ(checks("failed"), std::set<std::string>());
   EXPECT_GT(checks("passed").size(), 60U) << said;
+  EXPECT_TRUE(checks("passed").contains("Escape during the reports: ends early")) << said;
   const std::string report = text_in(kit_ / "results" / "report.html");
   EXPECT_NE(report.find("\"failed\": 0"), std::string::npos);
   EXPECT_NE(report.find("data:image/png;base64,"), std::string::npos);
