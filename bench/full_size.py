@@ -14,9 +14,8 @@ import pathlib
 import subprocess
 import sys
 import tempfile
-import time
 
-from record import Record, megabytes, seconds as shown
+from record import Record, measured, megabytes, seconds as shown
 
 MEMORY_LIMIT = 250 * 2**20
 LEAST_RATIO = 6
@@ -25,23 +24,6 @@ STEPS = 30
 CASES = [("detail-by-input", 34, 80), ("detail-by-input", 134, 80), ("detail-by-input", 534, 80),
          ("detail-by-input", 2185, 80), ("output-detail", 34, 1), ("output-detail", 534, 1), ("output-detail", 2185, 1)]
 REPEATS = 3
-
-
-def measured(command, repeats, cores=None):
-    """Seconds, processor seconds and peak bytes of the fastest of some runs, on the first cores or on all."""
-    usable = sorted(os.sched_getaffinity(0))[:cores]
-    best = None
-    for _ in range(repeats):
-        start = time.perf_counter()
-        process = subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL,
-                                   preexec_fn=lambda: os.sched_setaffinity(0, usable))
-        _, status, usage = os.wait4(process.pid, 0)
-        seconds = time.perf_counter() - start
-        if status != 0:
-            raise SystemExit(f"status {status}: {' '.join(map(str, command))}")
-        if best is None or seconds < best[0]:
-            best = (seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
-    return best
 
 
 def main():
@@ -73,10 +55,7 @@ def main():
                     faults.append(f"{report}: the file is larger than the peer's")
                 if memory >= MEMORY_LIMIT:
                     faults.append(f"{report}: needs {MEMORY_LIMIT // 2**20} MiB or more")
-    record.save()
-    for fault in faults:
-        print(fault)
-    sys.exit(1 if faults else 0)
+    record.end(faults)
 
 
 main()

@@ -8,13 +8,12 @@ when the largest takes more than one and a half times as long for each. It needs
 """
 
 import json
-import os
 import pathlib
 import subprocess
 import sys
 import tempfile
 
-from record import Record
+from record import Record, measured
 
 MOST = 1.5
 REPEATS = 3
@@ -25,20 +24,9 @@ CASES = [("outputs", [], [(20, 5, 125), (20, 5, 500), (20, 5, 2000)]),
 NAMES = [100, 1000, 10000]  # characters, of 200 inputs and 5 outputs
 
 
-def processor_seconds(command):
-    """Of the fastest of some runs."""
-    best = None
-    for _ in range(REPEATS):
-        process = subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL)
-        _, status, usage = os.wait4(process.pid, 0)
-        if status != 0:
-            raise SystemExit(f"status {status}: {' '.join(map(str, command))}")
-        best = min(best or usage.ru_utime, usage.ru_utime)
-    return best
-
-
 def report(build, run, options):
-    return processor_seconds([build / "ordvane", "report", run, "-o", run.with_name("r.xlsx"), "--quiet", "--overwrite", *options])
+    command = [build / "ordvane", "report", run, "-o", run.with_name("r.xlsx"), "--quiet", "--overwrite", *options]
+    return measured(command, REPEATS).processor
 
 
 def rename(run, characters):
@@ -84,9 +72,7 @@ def main():
         record.ratio("length of names", each / first)
         if each > MOST * first:
             faults.append(f"names: {each / first:.1f} times the time for each character")
-    record.save()
-    print("\n".join(faults), end="\n" if faults else "")
-    sys.exit(1 if faults else 0)
+    record.end(faults)
 
 
 if __name__ == "__main__":

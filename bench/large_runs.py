@@ -91,10 +91,7 @@ def main():
                             faults.append(f"{name}, {' '.join(asked)}, {form}: {found / MIB:.0f} MiB of {what}, {most / MIB:.0f} at most")
                 if len(answers) > 1:
                     faults.append(f"{size}, {asked}: the forms answer differently")
-    record.save()
-    for fault in faults:
-        print(fault)
-    sys.exit(1 if faults else 0)
+    record.end(faults)
 
 
 main()

@@ -6,13 +6,16 @@ A script makes one Record, and saves it at its end:
     table = record.table("growth", "what grows", "run", "processor")
     table.row("outputs", "20 x 5 x 125", "1.11 s")
     record.ratio("outputs", 1.05)  # of ours to the peer's: less is better
-    record.save()
+    record.end(faults)  # saves it, and says what is wrong
 """
 
+import collections
 import json
 import os
 import pathlib
 import re
+import subprocess
+import time
 
 
 def megabytes(size):
@@ -21,6 +24,29 @@ def megabytes(size):
 
 def seconds(number):
     return f"{number:.1f} s" if number >= 10 else f"{number:.2f} s"
+
+
+Figures = collections.namedtuple("Figures", "seconds processor peak")
+
+
+def measured(command, repeats, cores=None, long=None):
+    """Wall seconds, processor seconds and peak bytes of the fastest of some runs, on the first cores or on all; the first that
+    takes longer than `long` seconds is the last."""
+    usable = sorted(os.sched_getaffinity(0))[:cores]
+    best = None
+    for _ in range(repeats):
+        start = time.perf_counter()
+        process = subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL,
+                                   preexec_fn=lambda: os.sched_setaffinity(0, usable))
+        _, status, usage = os.wait4(process.pid, 0)
+        seconds = time.perf_counter() - start
+        if status != 0:
+            raise SystemExit(f"status {status}: {' '.join(map(str, command))}")
+        figures = Figures(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
+        best = min(best or figures, figures)
+        if long is not None and seconds > long:
+            break
+    return best
 
 
 class Table:
@@ -56,3 +82,10 @@ class Record:
             "ratios": {name: round(value, 4) for name, value in self._ratios.items()},
             "tables": {name: {"headings": table.headings, "rows": table.rows} for name, table in self._tables.items()},
         }, indent=1, ensure_ascii=False) + "\n", encoding="utf-8")
+
+    def end(self, faults):
+        """Saves, says the faults, and ends the program with 1 where there is one."""
+        self.save()
+        for fault in faults:
+            print(fault)
+        raise SystemExit(1 if faults else 0)

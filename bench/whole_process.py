@@ -7,17 +7,14 @@ The peer writes sheets of the same sizes as the report workbook, without charts 
 therefore flatters the peer. Exits 1 when the largest run needs more than 1.5 GiB.
 """
 
-import collections
-import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
-import time
 import zipfile
 
-from record import Record, megabytes, seconds as shown
+from record import Record, measured, megabytes, seconds as shown
 
 MEMORY_LIMIT = 1.5 * 2**30
 REPEATS = 3
@@ -26,25 +23,6 @@ LONG = 10  # seconds after which a measurement is not repeated
 CASES = [(200, 11, 20, (), []), (200, 11, 20, (), ["--all"]), (100, 9, 10, (2, 3), ["--multi-way"]),
          (400, 9, 10, (2, 3), ["--multi-way"]), (2000, 30, 50, (), []), (2000, 30, 50, (), ["--all"])]
 QUICK = 3  # cases
-
-Figures = collections.namedtuple("Figures", "seconds processor peak")
-
-
-def measured(command):
-    """Wall seconds, processor seconds and peak bytes of the fastest of some runs."""
-    best = None
-    for _ in range(REPEATS):
-        start = time.perf_counter()
-        process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
-        _, status, usage = os.wait4(process.pid, 0)
-        seconds = time.perf_counter() - start
-        if status != 0:
-            raise SystemExit(f"status {status}: {' '.join(map(str, command))}")
-        figures = Figures(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
-        best = min(best or figures, figures)
-        if seconds > LONG:
-            break
-    return best
 
 
 def sheet_sizes(workbook):
@@ -84,9 +62,9 @@ def main():
                 subprocess.run([build / "bench/make_run", *map(str, (inputs, steps, outputs, 1)), run, *map(str, groups)],
                                check=True)
             book, peer_book = folder / "reports.xlsx", folder / "peer.xlsx"
-            ours = measured([build / "ordvane", "report", run, "-o", book, "--quiet", "--overwrite", *options])
+            ours = measured([build / "ordvane", "report", run, "-o", book, "--quiet", "--overwrite", *options], REPEATS, long=LONG)
             sizes = sheet_sizes(book)
-            peer = measured([build / "bench/peer_xlsxwriter", peer_book, *(f"{rows}x{columns}" for rows, columns in sizes)])
+            peer = measured([build / "bench/peer_xlsxwriter", peer_book, *(f"{rows}x{columns}" for rows, columns in sizes)], REPEATS, long=LONG)
             largest = max(largest, ours.peak)
             groups_of = f", {groups[0]} together" if groups else ""
             name = " ".join([f"{inputs} x {steps} x {outputs}{groups_of}", *(f"`{option}`" for option in options)])

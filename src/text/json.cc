@@ -86,14 +86,12 @@ Json::Json(std::initializer_list<JsonPiece> pieces) {
 }
 
 Json::Json(const Json& other) {
-  const auto copied = [this](const auto& value) { value_ = value; };
-  const auto copied_owned = [this]<class T>(const Owned<T>& value) { value_ = std::make_unique<T>(*value); };
   std::visit(
-      [&]<class T>(const T& value) {
+      [this]<class T>(const T& value) {
         if constexpr (std::is_copy_constructible_v<T>)
-          copied(value);
+          value_ = value;
         else
-          copied_owned(value);
+          value_ = std::make_unique<typename T::element_type>(*value);
       },
       other.value_);
 }
