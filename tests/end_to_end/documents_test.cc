@@ -15,12 +15,12 @@ CommandResult checked(const std::string& script, const std::string& folder, cons
                      shell_quoted(ORDVANE_COMMAND) + " " + more);
 }
 
+#ifndef ORDVANE_SANITIZED  // the same pages
 TEST(Documents, KeepTheirPromises) {
   const CommandResult pages = checked("documents_check.py", ORDVANE_SOURCE_DIR);
   EXPECT_EQ(pages.status, 0) << pages.output;
 }
 
-#ifndef ORDVANE_SANITIZED  // the same pages
 TEST(Documents, TellWhatWasMeasured) {
   const CommandResult page =
       run_command("/usr/bin/python3 " + shell_quoted(ORDVANE_SOURCE_DIR "/bench/page.py") + " --check");

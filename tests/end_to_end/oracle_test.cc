@@ -108,11 +108,12 @@ TEST(Exchange, SaysWhatTheRunsSay) {
   bool any_model = false;
   for (const fs::path& run : run_files()) {
     if (run.parent_path() == kHere / "runs") continue;
+    if (!kOthersAreAsked && run != kExample) continue;
     any_model = any_model || run != kExample;
     const CommandResult compared = python(kHere / "exchange_check.py", {ORDVANE_COMMAND, kSource, run});
     EXPECT_EQ(compared.status, 0) << run << "\n" << compared.output;
   }
-  if (!any_model)
+  if (!any_model && kOthersAreAsked)
     GTEST_SKIP() << "only the example was compared: there are no recorded runs in " << kRecorded;
 }
 
@@ -132,13 +133,17 @@ INSTANTIATE_TEST_SUITE_P(Of, Reports, testing::ValuesIn(run_files()), name_of);
 TEST(AllReports, OpenInLibreOffice) {
   const TemporaryFolder folder;
   std::vector<fs::path> books;
+  fs::path printed;  // the example's alone: it takes as long as reading all the others
   for (const fs::path& run : run_files()) {
-    books.push_back(folder / (run.stem().stem().string() + ".xlsx"));
-    ASSERT_EQ(report(run, books.back(), "--all").status, 0);
+    const fs::path book = folder / (run.stem().stem().string() + ".xlsx");
+    ASSERT_EQ(report(run, book, "--all").status, 0);
+    if (run == kExample)
+      printed = book;
+    else
+      books.push_back(book);
   }
   EXPECT_EXTERNAL(libreoffice_opens(books, "csv"));
-  ASSERT_EQ(report(kExample, books.front(), "--all --overwrite").status, 0);
-  EXPECT_EXTERNAL(libreoffice_opens({books.front()}));
+  EXPECT_EXTERNAL(libreoffice_opens({printed}));
 }
 #endif
 

@@ -76,13 +76,12 @@ bool run_with_fault(Failing failing, FailNth& fault) {
   return true;
 }
 
-// Every call has its turn where ORDVANE_EVERY_FAULT is set; else those of the engine and the environment, and
-// of the several hundred to the host, which are much alike, every third. Under the sanitizers, which make it
-// slow, some.
+// Every call has its turn where ORDVANE_EVERY_FAULT is set; else one in a few of the hundreds, which are much
+// alike. Under the sanitizers, which make it slow, some.
 int step(Failing failing, bool lasting) {
   if (std::getenv("ORDVANE_EVERY_FAULT") != nullptr) return 1;
-  if (test::kSanitized) return 20;
-  return lasting ? 7 : failing == Failing::kHost ? 3 : 1;
+  if (test::kSanitized) return 41;
+  return lasting || failing == Failing::kEnvironment ? 11 : failing == Failing::kHost ? 7 : 3;
 }
 
 class FaultSweep : public testing::TestWithParam<std::tuple<Failing, bool>> {};
