@@ -248,6 +248,51 @@ ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces) {
   return entry;
 }
 
+struct StreamCompressor::Stream {
+  Stream() {
+    constexpr int kRawWindow = -15, kMemory = 8;
+    if (deflateInit2(&deflate, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kRawWindow, kMemory, Z_DEFAULT_STRATEGY) !=
+        Z_OK)
+      throw std::bad_alloc();
+  }
+  ~Stream() { deflateEnd(&deflate); }
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+
+  // Behind what is there.
+  void append(std::string_view piece, int flush, std::string& out) {
+    std::array<char, kDrainedAtOnce> drained;
+    // zlib reads it only.
+    deflate.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(piece.data()));
+    deflate.avail_in = static_cast<uInt>(piece.size());
+    do {
+      deflate.next_out = reinterpret_cast<Bytef*>(drained.data());
+      deflate.avail_out = static_cast<uInt>(drained.size());
+      ::deflate(&deflate, flush);
+      out.append(drained.data(), drained.size() - deflate.avail_out);
+    } while (deflate.avail_out == 0);
+  }
+
+  static constexpr std::size_t kDrainedAtOnce = 1U << 14;
+  z_stream deflate = {};
+};
+
+StreamCompressor::StreamCompressor() : stream_(std::make_unique<Stream>()) {}
+
+StreamCompressor::~StreamCompressor() = default;
+
+void StreamCompressor::add(std::string_view piece) {
+  entry_.size += piece.size();
+  entry_.crc = libdeflate_crc32(entry_.crc, piece.data(), piece.size());
+  stream_->append(piece, Z_NO_FLUSH, entry_.data);
+}
+
+ArchiveEntry StreamCompressor::finish(std::string name) {
+  stream_->append("", Z_FINISH, entry_.data);
+  entry_.name = std::move(name);
+  return std::move(entry_);
+}
+
 void ArchiveWriter::begin(std::string name, std::chrono::sys_seconds modified) {
   entries_.push_back({std::move(name), modified, position()});
   write_header(waiting_, entries_.back());
@@ -356,7 +401,7 @@ constexpr std::size_t kReadAtOnce = 1U << 16;
 // Hands the entry's content over piece by piece, never more than its directory promises, until `take` wants
 // no more.
 template <class Take>
-void read_through(zip_t* archive, std::size_t index, const OpenArchive::Entry& entry, const Take& take) {
+void unpack(zip_t* archive, std::size_t index, const OpenArchive::Entry& entry, const Take& take) {
   const std::unique_ptr<zip_file_t, decltype(&zip_fclose)> file(
       zip_fopen_index(archive, index, ZIP_FL_UNCHANGED), &zip_fclose);
   if (!file) damaged(zip_get_error(archive), entry.name);
@@ -378,16 +423,25 @@ void read_through(zip_t* archive, std::size_t index, const OpenArchive::Entry& e
 std::string OpenArchive::read(std::size_t entry, std::size_t most) const {
   std::string content;
   content.reserve(std::min<std::uint64_t>(entries_[entry].size, most));
-  read_through(handle_->archive.get(), entry, entries_[entry], [&](std::string_view piece) {
+  unpack(handle_->archive.get(), entry, entries_[entry], [&](std::string_view piece) {
     content += piece;
     return content.size() < most;
   });
   return content;
 }
 
+void OpenArchive::read_through(std::size_t entry,
+                               const std::function<void(std::string_view piece, bool last)>& take) const {
+  unpack(handle_->archive.get(), entry, entries_[entry], [&](std::string_view piece) {
+    take(piece, false);
+    return true;
+  });
+  take("", true);
+}
+
 void OpenArchive::check(const std::function<void()>& each) const {
   for (std::size_t i = 0; i < entries_.size(); ++i)
-    read_through(handle_->archive.get(), i, entries_[i], [&](std::string_view) {
+    unpack(handle_->archive.get(), i, entries_[i], [&](std::string_view) {
       each();
       return true;
     });

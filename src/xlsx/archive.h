@@ -46,6 +46,24 @@ CompressedPiece compress(const MarkedText& content, bool last);
 // The pieces in their order, which are left empty.
 ArchiveEntry join(std::string name, std::vector<CompressedPiece>& pieces);
 
+// Compresses a part that comes piece by piece, and holds what it has become only.
+class StreamCompressor {
+ public:
+  StreamCompressor();
+  ~StreamCompressor();
+  StreamCompressor(const StreamCompressor&) = delete;
+  StreamCompressor& operator=(const StreamCompressor&) = delete;
+
+  void add(std::string_view piece);
+  // Called once, last. The date is the first.
+  ArchiveEntry finish(std::string name);
+
+ private:
+  struct Stream;
+  std::unique_ptr<Stream> stream_;
+  ArchiveEntry entry_;
+};
+
 // Writes an archive entry by entry, the pieces of each as they come. Throws host::Error for what is over the
 // format's 4 GiB.
 class ArchiveWriter {
@@ -96,6 +114,9 @@ class OpenArchive {
   const std::vector<Entry>& entries() const { return entries_; }
   // What the entry held at the beginning; its first `most` bytes.
   std::string read(std::size_t entry, std::size_t most = std::string::npos) const;
+  // All that the entry held at the beginning, in pieces, none of which is empty but for the last.
+  void read_through(std::size_t entry,
+                    const std::function<void(std::string_view piece, bool last)>& take) const;
   // Reads every entry through, so that damage is found. `each` is called between parts of the work.
   void check(const std::function<void()>& each) const;
 

@@ -10,6 +10,7 @@
 #include "host/error.h"
 #include "office/address.h"
 #include "unicode/names.h"
+#include "xlsx/calculation_chain.h"
 #include "xlsx/graft_styles.h"
 #include "xlsx/package_parts.h"
 #include "xlsx/sheet_mentions.h"
@@ -20,12 +21,6 @@ namespace {
 
 constexpr const char* kContentTypes = "[Content_Types].xml";
 constexpr std::size_t kLargestSheetId = 65534;
-
-std::size_t number_of(std::string_view text) {
-  std::size_t number = 0;
-  std::from_chars(text.data(), text.data() + text.size(), number);
-  return number;
-}
 
 // The first value of an attribute behind `tag` in the text; empty when there is none.
 std::string value_behind(std::string_view text, std::string_view tag, std::string_view attribute) {
@@ -315,36 +310,16 @@ class Grafting {
     std::set<std::size_t> replaced;
     for (const Sheet& sheet : sheets_)
       if (sheet.replaces) replaced.insert(sheet.id);
-    struct Run {
-      std::size_t begin, end;
-    };
-    std::vector<Run> gone;  // of cells that stand side by side
-    std::size_t id = 0, left = 0;
-    const XmlText chain = package_.xml(part, [&](const XmlElement& cell) {
-      if (cell.has_attribute("i")) id = number_of(cell.attribute("i"));
-      if (!replaced.contains(id) || cell.name != "c") {
-        ++left;
-      } else if (!gone.empty() && gone.back().end == cell.begin) {
-        gone.back().end = cell.end;
-      } else {
-        gone.push_back({cell.begin, cell.end});
-      }
-    });
-    XmlEdits edits(chain);
-    for (const Run& cells : gone) edits.remove(cells.begin, cells.end);
-    for (const Sheet& sheet : sheets_) {
-      for (const auto& [cell, formula] : sheet.model->formulas) {
-        std::string element;
-        Xml(element).start("c").attr("r", office::cell_name(cell.row, cell.column)).attr("i", sheet.id).end();
-        edits.append(chain.root(), beside(chain.root(), std::move(element)));
-        ++left;
-      }
-    }
-    if (edits.is_empty()) return;
-    if (left > 0 || replaced.empty())
-      changed_[part] = edits.result();
-    else
-      drop_calculation_order(part);  // one without formulas cannot be
+    std::vector<ChainCell> added;
+    for (const Sheet& sheet : sheets_)
+      for (const auto& [cell, formula] : sheet.model->formulas)
+        added.push_back({sheet.id, office::cell_name(cell.row, cell.column)});
+    if (replaced.empty() && added.empty()) return;
+    ChangedChain chain = change_calculation_chain(package_, part, replaced, added);
+    if (!chain.entry) return;
+    if (chain.cells == 0) return drop_calculation_order(part);  // one without formulas cannot be
+    chain.entry->modified = options_.created;
+    changed_entries_.push_back(std::move(*chain.entry));
   }
 
   void drop_calculation_order(const std::string& part) {
@@ -399,6 +374,7 @@ class Grafting {
       new_parts_.push_back(whole_part(name, "", [content = &text] { return *content; }));
     OpenArchive& archive = package_.archive();
     std::vector<ArchiveEntry> entries = compressed(new_parts_, options_);
+    std::move(changed_entries_.begin(), changed_entries_.end(), std::back_inserter(entries));
     for (const std::size_t position : removed_) archive.remove(position);
     for (ArchiveEntry& entry : entries) {
       const auto position = package_.find(entry.name);
@@ -427,6 +403,7 @@ class Grafting {
   GraftedStyles styles_;
   double digit_pixels_ = kDigitPixels;
   std::map<std::string, std::string> changed_;  // parts by name
+  std::vector<ArchiveEntry> changed_entries_;
   std::vector<Part> new_parts_;
 };
 

@@ -53,6 +53,16 @@ std::string resolved(const std::string& part, std::string_view target) {
   return name;
 }
 
+// What `parse` makes of the part, which is named where it cannot.
+template <class Parse>
+auto named(const std::string& part, const Parse& parse) {
+  try {
+    return parse();
+  } catch (const BadPackage& error) {
+    throw BadPackage("its part " + part + " cannot be read: " + error.what());
+  }
+}
+
 }  // namespace
 
 std::string_view last_part(std::string_view address) {
@@ -92,14 +102,19 @@ std::optional<std::size_t> PackageReader::find(std::string_view part) const {
   return found == positions_.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::string PackageReader::read(const std::string& part) const {
+std::size_t PackageReader::position_of(const std::string& part) const {
   const auto position = find(part);
   if (!position) throw BadPackage("its part " + part + " is missing");
-  const std::uint64_t size = archive_.entries()[*position].size;
+  return *position;
+}
+
+std::string PackageReader::read(const std::string& part) const {
+  const std::size_t position = position_of(part);
+  const std::uint64_t size = archive_.entries()[position].size;
   if (size > kLongestRead)
     throw BadPackage("its part " + part + " is " + mebibytes(size) + " long; at most " +
                      mebibytes(kLongestRead) + " are read");
-  return archive_.read(*position);
+  return archive_.read(position);
 }
 
 std::string PackageReader::read_beginning(const std::string& part) const {
@@ -107,23 +122,15 @@ std::string PackageReader::read_beginning(const std::string& part) const {
   return position ? archive_.read(*position, std::size_t{64} << 10) : "";
 }
 
-template <class Parse>
-XmlText PackageReader::naming(const std::string& part, const Parse& parse) const {
-  std::string text = read(part);
-  try {
-    return parse(std::move(text));
-  } catch (const BadPackage& error) {
-    throw BadPackage("its part " + part + " cannot be read: " + error.what());
-  }
-}
-
 XmlText PackageReader::xml(const std::string& part, int depth) const {
-  return naming(part, [&](std::string text) { return XmlText(std::move(text), depth); });
+  std::string text = read(part);
+  return named(part, [&] { return XmlText(std::move(text), depth); });
 }
 
-XmlText PackageReader::xml(const std::string& part,
-                           const std::function<void(const XmlElement&)>& child) const {
-  return naming(part, [&](std::string text) { return XmlText(std::move(text), child); });
+void PackageReader::read_through(const std::string& part,
+                                 const std::function<void(std::string_view piece, bool last)>& take) const {
+  const std::size_t position = position_of(part);
+  named(part, [&] { archive_.read_through(position, take); });
 }
 
 std::vector<PartLink> PackageReader::links(const std::string& part) const {

@@ -47,8 +47,9 @@ class PackageReader {
   std::string read(const std::string& part) const;
   std::string read_beginning(const std::string& part) const;  // up to 64 KiB
   XmlText xml(const std::string& part, int depth = std::numeric_limits<int>::max()) const;
-  // Without its root's children, which are handed over one by one.
-  XmlText xml(const std::string& part, const std::function<void(const XmlElement&)>& child) const;
+  // Piece by piece, none of which is empty but for the last; what `take` throws as BadPackage names the part.
+  void read_through(const std::string& part,
+                    const std::function<void(std::string_view piece, bool last)>& take) const;
 
   // Of a part, or of the package for an empty name; none when it has no relationships.
   std::vector<PartLink> links(const std::string& part) const;
@@ -59,9 +60,7 @@ class PackageReader {
   std::vector<bool> reachable(const std::set<std::size_t>& without = {}) const;
 
  private:
-  // What `parse` makes of the part, which is named where it cannot.
-  template <class Parse>
-  XmlText naming(const std::string& part, const Parse& parse) const;
+  std::size_t position_of(const std::string& part) const;
 
   OpenArchive archive_;
   std::map<std::string, std::size_t> positions_;                           // by name in lower case

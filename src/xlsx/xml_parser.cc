@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "text/edit.h"
 #include "xlsx/archive.h"
 
 namespace ordvane::xlsx {
@@ -15,6 +16,7 @@ namespace {
 constexpr std::size_t kGranted = std::size_t{8} << 20;  // bytes
 constexpr std::size_t kPiece = std::size_t{1} << 18;    // of a text that is handed over at once
 constexpr int kDeepest = 256;
+constexpr const char* kOtherEncoding = "its encoding is not UTF-8";
 
 }  // namespace
 
@@ -101,7 +103,10 @@ struct XmlParser::Handlers {
     guarded(reader, [&](XmlParser& self) { self.on_text({piece, static_cast<std::size_t>(size)}); });
   }
   static void declaration(void* reader, const char*, const char* encoding, int) {
-    guarded(reader, [&](XmlParser& self) { self.on_declaration(encoding); });
+    guarded(reader, [&](XmlParser& self) {
+      if (self.taken_ == Encodings::kUtf8 && encoding != nullptr && text::lower_ascii(encoding) != "utf-8")
+        self.stop(kOtherEncoding);
+    });
   }
   static void type_definition(void* reader, const char*, const char*, const char*, int) {
     guarded(reader, [](XmlParser& self) { self.stop("a document type definition, which no workbook has"); });
@@ -112,7 +117,7 @@ void XmlParser::Release::operator()(XML_ParserStruct* parser) const {
   XML_ParserFree(parser);
 }
 
-XmlParser::XmlParser(char separator) : budget_(std::make_unique<Budget>()) {
+XmlParser::XmlParser(char separator, Encodings taken) : budget_(std::make_unique<Budget>()), taken_(taken) {
   const XML_Memory_Handling_Suite memory{&Budget::allocate, &Budget::resize, &Budget::release};
   const Budget::Use use(*budget_);
   parser_.reset(XML_ParserCreate_MM(nullptr, &memory, separator == '\0' ? nullptr : &separator));
@@ -127,26 +132,31 @@ XmlParser::XmlParser(char separator) : budget_(std::make_unique<Budget>()) {
 
 XmlParser::~XmlParser() = default;
 
-void XmlParser::on_declaration(const char*) {}
-
 void XmlParser::parse(std::string_view text) {
-  const Budget::Use use(*budget_);
   for (bool last = false; !last;) {
     const std::string_view piece = text.substr(0, kPiece);
     text.remove_prefix(piece.size());
     last = text.empty();
-    const XML_Status status =
-        XML_Parse(parser_.get(), piece.data(), static_cast<int>(piece.size()), last ? XML_TRUE : XML_FALSE);
-    if (failure_) std::rethrow_exception(failure_);
-    if (status == XML_STATUS_OK) continue;
-    const XML_Error error = XML_GetErrorCode(parser_.get());
-    if (error == XML_ERROR_NO_MEMORY) {
-      if (!budget_->is_exceeded) throw std::bad_alloc();
-      why_ = "it takes more memory to be read than an element of a workbook does";
-    }
-    throw BadPackage("line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) + ": " +
-                     (why_.empty() ? XML_ErrorString(error) : why_));
+    feed(piece, last);
   }
+}
+
+void XmlParser::feed(std::string_view piece, bool last) {
+  if (!std::exchange(has_begun_, true) && taken_ == Encodings::kUtf8 &&
+      (piece.find('\0') < 4 || piece.starts_with("\xFE\xFF") || piece.starts_with("\xFF\xFE")))
+    throw BadPackage(kOtherEncoding);
+  const Budget::Use use(*budget_);
+  const XML_Status status =
+      XML_Parse(parser_.get(), piece.data(), static_cast<int>(piece.size()), last ? XML_TRUE : XML_FALSE);
+  if (failure_) std::rethrow_exception(failure_);
+  if (status == XML_STATUS_OK) return;
+  const XML_Error error = XML_GetErrorCode(parser_.get());
+  if (error == XML_ERROR_NO_MEMORY) {
+    if (!budget_->is_exceeded) throw std::bad_alloc();
+    why_ = "it takes more memory to be read than an element of a workbook does";
+  }
+  throw BadPackage("line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) + ": " +
+                   (why_.empty() ? XML_ErrorString(error) : why_));
 }
 
 void XmlParser::stop(const char* why) {

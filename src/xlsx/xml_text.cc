@@ -1,10 +1,10 @@
 #include "xlsx/xml_text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <set>
 #include <utility>
 
-#include "text/edit.h"
 #include "xlsx/xml.h"
 #include "xlsx/xml_parser.h"
 
@@ -13,7 +13,6 @@ namespace {
 
 constexpr char kSeparator = '\n';  // between the parts of a name; no namespace has line breaks
 constexpr std::size_t kLongest = 1U << 30;
-constexpr const char* kOtherEncoding = "its encoding is not UTF-8";
 
 constexpr std::size_t kAlwaysGranted = std::size_t{48} << 20;  // bytes of elements, whatever the text
 constexpr std::size_t kOfANode = 64;                           // what a name takes beside its letters, about
@@ -38,24 +37,15 @@ struct Kept {
 // Writes down where elements begin and end.
 class Reader : public XmlParser {
  public:
-  using TakeChild = std::function<void(const XmlElement&)>;
-
-  // `take`: of the root's children; empty: all elements are kept.
-  Reader(const std::string& text, int depth, const TakeChild& take, Kept kept)
-      : XmlParser(kSeparator), text_(text), depth_(depth), take_(take), kept_(kept) {}
+  Reader(const std::string& text, int depth, Kept kept)
+      : XmlParser(kSeparator, Encodings::kUtf8), text_(text), depth_(depth), kept_(kept) {}
 
   void read() {
-    if (text_.find('\0') < 4 || text_.starts_with("\xFE\xFF") || text_.starts_with("\xFF\xFE"))
-      throw BadPackage(kOtherEncoding);
     if (text_.size() > kLongest) throw BadPackage("it is longer than 1 GiB");
     parse(text_);
   }
 
  private:
-  void on_declaration(const char* encoding) override {
-    if (encoding != nullptr && text::lower_ascii(encoding) != "utf-8") stop(kOtherEncoding);
-  }
-
   std::string_view kept(std::string_view name) {
     auto place = kept_.names.find(name);
     if (place == kept_.names.end()) {
@@ -88,10 +78,8 @@ class Reader : public XmlParser {
       const Name attribute = split(attributes[0]);
       element.attributes.push_back({kept(attribute.space), kept(attribute.name), attributes[1]});
     }
-    const bool is_handed_over = take_ && open_ == depth_;
-    if (!is_handed_over) count(element);
-    if (!path_.empty() && !is_handed_over)
-      kept_.elements[path_.back()].children.push_back(kept_.elements.size());
+    count(element);
+    if (!path_.empty()) kept_.elements[path_.back()].children.push_back(kept_.elements.size());
     path_.push_back(kept_.elements.size());
     kept_.elements.push_back(std::move(element));
   }
@@ -107,14 +95,10 @@ class Reader : public XmlParser {
     const bool empty = text_[element.inner_begin - 2] == '/';
     element.inner_end = empty ? element.inner_begin : place();
     element.end = empty ? element.inner_begin : place() + length();
-    if (!take_ || open_ + 1 < depth_) return;
-    take_(element);
-    kept_.elements.pop_back();
   }
 
   const std::string& text_;
   const int depth_;
-  const TakeChild& take_;
   Kept kept_;
   std::vector<std::size_t> path_;  // of the open elements
   int open_ = 0;
@@ -139,6 +123,12 @@ std::pair<std::size_t, std::size_t> find_value(std::string_view tag, std::string
 
 }  // namespace
 
+std::size_t number_of(std::string_view text) {
+  std::size_t number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
 const std::string& XmlElement::attribute(std::string_view wanted, std::string_view wanted_space) const {
   static const std::string kNone;
   for (const XmlAttribute& a : attributes)
@@ -152,13 +142,7 @@ bool XmlElement::has_attribute(std::string_view wanted) const {
 }
 
 XmlText::XmlText(std::string text, int depth) : text_(std::move(text)) {
-  Reader(text_, depth, {}, {names_, elements_}).read();
-}
-
-XmlText::XmlText(std::string text, const std::function<void(const XmlElement&)>& child)
-    : text_(std::move(text)) {
-  constexpr int kChildren = 2;
-  Reader(text_, kChildren, child, {names_, elements_}).read();
+  Reader(text_, depth, {names_, elements_}).read();
 }
 
 const XmlElement* XmlText::child(const XmlElement& parent, std::string_view name) const {

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <limits>
 #include <map>
 #include <set>
@@ -15,6 +14,9 @@
 #include "xlsx/archive.h"
 
 namespace ordvane::xlsx {
+
+// The number that an attribute holds; 0 for none.
+std::size_t number_of(std::string_view text);
 
 // Names and namespaces are kept once, by the text that they stand in.
 struct XmlAttribute {
@@ -44,9 +46,6 @@ class XmlText {
  public:
   // Elements deeper than `depth` (1: the root) are passed over.
   explicit XmlText(std::string text, int depth = std::numeric_limits<int>::max());
-  // For long lists: the root's children, without their own, are handed to `child` in their order and not
-  // kept.
-  XmlText(std::string text, const std::function<void(const XmlElement&)>& child);
   XmlText(const XmlText&) = delete;
   XmlText& operator=(const XmlText&) = delete;
 
@@ -83,8 +82,7 @@ class XmlEdits {
     removed_[element.inner_begin] = element.inner_end;
     inserted_[element.inner_begin] = text;
   }
-  void remove(const XmlElement& element) { remove(element.begin, element.end); }
-  void remove(std::size_t begin, std::size_t end) { removed_[begin] = end; }
+  void remove(const XmlElement& element) { removed_[element.begin] = element.end; }
   // An attribute without a prefix; `value` is plain text.
   void set_attribute(const XmlElement& element, const std::string& name, const std::string& value) {
     attributes_[&element][name] = value;

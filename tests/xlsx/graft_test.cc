@@ -360,30 +360,47 @@ TEST_F(Graft, ChangesTheOrderOfCalculationWithItsFormulas) {
   const std::string link =
       "<Relationship Id=\"rId99\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/"
       "relationships/calcChain\" Target=\"calcChain.xml\"/></Relationships>";
-  const std::string list = "<calcChain xmlns=\"" + std::string(kMainSpace) + "\">";
-  std::string of_new;  // the formulas of the fourth sheet
+  const auto list = [](const std::string& cells) {
+    return "<calcChain xmlns=\"" + std::string(kMainSpace) + "\">" + cells + "</calcChain>";
+  };
+  std::string of_new, prefixed;  // the formulas of the fourth sheet
   const office::BookModel book = full_book();
   for (const auto& [cell, formula] : book.sheets[3]->formulas)
     of_new += "<c r=\"" + office::cell_name(cell.row, cell.column) + "\" i=\"4\"/>";
   ASSERT_NE(of_new, "");
+  for (const char letter : of_new) prefixed += letter == '<' ? "<x:" : std::string(1, letter);
+  std::string many, many_left;  // longer than what is read at once
+  for (int row = 1; row <= 20000; ++row) {
+    const std::string cell = "<c r=\"B" + std::to_string(row) + "\" i=\"" + (row % 3 == 0 ? "4" : "1") + "\"";
+    many += cell + (row % 2 == 0 ? "/>" : "><!-- a cell --></c>\n");
+    if (row % 3 != 0) many_left += cell + (row % 2 == 0 ? "/>" : "><!-- a cell --></c>");
+    if (row % 2 != 0) many_left += "\n";
+  }
+  const std::string root = "<x:calcChain xmlns:x=\"" + std::string(kMainSpace) + "\"";
   const struct {
     std::size_t sheet;
     std::string before, after;  // empty: the part goes
   } kCases[] = {
-      {3, "<c r=\"A1\" i=\"1\"/><c r=\"A2\"/><c r=\"C1\" i=\"4\"/><c r=\"C3\" l=\"1\"/><c r=\"A9\" i=\"1\"/>",
-       "<c r=\"A1\" i=\"1\"/><c r=\"A2\"/><c r=\"A9\" i=\"1\"/>" + of_new},
-      {1, "<c r=\"A1\" i=\"1\"/>", "<c r=\"A1\" i=\"1\"/>"},
-      {1, "<c r=\"A1\" i=\"2\"/><c r=\"A2\"/>", ""},
+      {3,
+       list("<c r=\"A1\" i=\"1\"/><c r=\"A2\"/><c r=\"C1\" i=\"4\"/><c r=\"C3\" l=\"1\"/><c r=\"A9\" "
+            "i=\"1\"/>"),
+       list("<c r=\"A1\" i=\"1\"/><c r=\"A2\"/><c r=\"A9\" i=\"1\"/>" + of_new)},
+      {1, list("<c r=\"A1\" i=\"1\"/>"), list("<c r=\"A1\" i=\"1\"/>")},
+      {1, list("<c r=\"A1\" i=\"2\"/><c r=\"A2\"/>"), ""},
+      {3, root + "><x:c r=\"A1\" i=\"4\"/><x:c r=\"A1\" i=\"1\"/></x:calcChain>",
+       root + "><x:c r=\"A1\" i=\"1\"/>" + prefixed + "</x:calcChain>"},
+      {3, root + "/>", root + ">" + prefixed + "</x:calcChain>"},
+      {3, list(many), list(many_left + of_new)},
   };
   for (const auto& c : kCases) {
     const auto after =
-        parts_of(with_sheets(changed(package_, {{"xl/calcChain.xml", "", list + c.before + "</calcChain>"},
+        parts_of(with_sheets(changed(package_, {{"xl/calcChain.xml", "", c.before},
                                                 {"[Content_Types].xml", "</Types>", type},
                                                 {"xl/_rels/workbook.xml.rels", "</Relationships>", link}}),
                              {c.sheet}));
     EXPECT_EQ(after.contains("xl/calcChain.xml"), !c.after.empty());
     if (!c.after.empty()) {
-      EXPECT_EQ(after.at("xl/calcChain.xml"), list + c.after + "</calcChain>");
+      EXPECT_EQ(after.at("xl/calcChain.xml"), c.after);
     }
     EXPECT_EQ(after.at("xl/_rels/workbook.xml.rels").find("calcChain") == std::string::npos, c.after.empty());
     EXPECT_EXTERNAL(test::validate_xlsx(file_));
