@@ -12,7 +12,7 @@
 #   make format    format the sources
 #   make tidy      clang-tidy over the sources
 #   make fuzz MINUTES=n  damaged input for every reader, each for so long
-#   make faults    refuses every allocation of small commands, one by one and all from one on
+#   make faults    refuses every allocation of small commands, and fails every call of reports, one by one and all from one on
 #   make mutants   the faults of tests/mutants put into the sources one by one: do the tests notice?
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
@@ -109,6 +109,7 @@ tidy:
 
 faults: release
 	ORDVANE_EVERY_ALLOCATION=1 build/release/tests/test_faults --gtest_brief=1
+	ORDVANE_EVERY_FAULT=1 build/release/tests/test_service --gtest_brief=1 --gtest_filter='*FaultSweep*'
 
 mutants:
 	@tools/install-packages test

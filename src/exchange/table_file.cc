@@ -95,12 +95,13 @@ bool TableFile::next() {
     if (!source_.next(row)) return false;
   while (text::trimmed(row, kBlanks).empty());
   split(row, fields_);
+  const runfile::RowPlace place = source_.place();
   if (fields_.size() != columns_.size())
-    source_.fail(std::to_string(fields_.size()) + (fields_.size() == 1 ? " field; " : " fields; ") +
-                 std::to_string(columns_.size()) + " are expected, one a column" +
-                 (source_.last_line() > source_.line()
-                      ? "; a quoted text goes on to line " + std::to_string(source_.last_line())
-                      : ""));
+    place.fail(std::to_string(fields_.size()) + (fields_.size() == 1 ? " field; " : " fields; ") +
+               std::to_string(columns_.size()) + " are expected, one a column" +
+               (place.last_line > place.line
+                    ? "; a quoted text goes on to line " + std::to_string(place.last_line)
+                    : ""));
   for (std::string& field : fields_) {
     field = text::trimmed(field, kBlanks);
     drop_guard(field);

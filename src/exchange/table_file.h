@@ -26,7 +26,7 @@ class TableFile {
 
   // The next row, which has a field for each column; empty lines are passed over. False at the end.
   bool next();
-  std::int64_t line() const { return source_.line(); }
+  std::int64_t line() const { return source_.place().line; }
   const std::string& field(std::size_t column) const { return fields_[column]; }
   // Nothing for a field that is no number. What looks like one and is written in another way is refused.
   std::optional<double> number(std::size_t column);

@@ -1,11 +1,18 @@
 // The CSV file of a run, read in one pass: its text is never held whole, and every value goes straight to its
-// place in the run.
+// place in the run. Rows of inputs varied one at a time are read on all cores: one takes some rows from the
+// file while others read what they took.
+#include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <cmath>
+#include <exception>
 #include <limits>
+#include <mutex>
 #include <optional>
 #include <system_error>
+#include <thread>
 
+#include "host/side_by_side.h"
 #include "runfile/recalculations.h"
 #include "runfile/row_source.h"
 #include "runfile/values.h"
@@ -23,11 +30,12 @@ constexpr std::string_view kBlanks = " \t";  // around a field
 // Fields of one row after another.
 class FieldReader {
  public:
-  FieldReader(const RowSource& source, const RowColumns& columns, std::size_t outputs)
-      : source_(source), leading_(columns), columns_(columns.leading() + outputs) {}
+  FieldReader(const RowColumns& columns, std::size_t outputs)
+      : leading_(columns), columns_(columns.leading() + outputs) {}
 
-  void start(std::string_view row) {
+  void start(std::string_view row, const RowPlace& place) {
     row_ = row;
+    place_ = place;
     at_ = row.data();
     end_ = row.data() + row.size();
     column_ = 0;
@@ -141,9 +149,9 @@ class FieldReader {
                                          : "output" + std::to_string(column_ - leading_.leading());
   }
   [[noreturn]] void fail(const std::string& problem) const {
-    source_.fail("column " + column_name() + ": " + problem);
+    place_.fail("column " + column_name() + ": " + problem);
   }
-  [[noreturn]] void fail_row(const std::string& problem) const { source_.fail(problem); }
+  [[noreturn]] void fail_row(const std::string& problem) const { place_.fail(problem); }
 
   [[noreturn]] void fail_count() const {
     std::size_t fields = 1;
@@ -160,15 +168,15 @@ class FieldReader {
     for (const std::string& name : leading_.names) names += (names.empty() ? "" : ", ") + name;
     problem += " (" + names + " and " +
                counted(static_cast<std::int64_t>(columns_ - leading_.leading()), "output") + ")";
-    if (source_.last_line() > source_.line())
-      problem += "; a quoted text goes on to line " + std::to_string(source_.last_line());
+    if (place_.last_line > place_.line)
+      problem += "; a quoted text goes on to line " + std::to_string(place_.last_line);
     fail_row(problem);
   }
 
-  const RowSource& source_;
   const RowColumns& leading_;
   const std::size_t columns_;
   std::string_view row_;
+  RowPlace place_;
   const char* at_ = nullptr;
   const char* end_ = nullptr;
   std::size_t column_ = 0;  // the one being read, from 1
@@ -177,7 +185,7 @@ class FieldReader {
 void check_header(RowSource& source, FieldReader& fields, const RowColumns& columns, std::size_t outputs) {
   std::string_view row;
   if (!source.next(row)) source.fail("is empty; a line of column names is expected");
-  fields.start(row);
+  fields.start(row, source.place());
   for (const std::string& name : columns.names) fields.expect_name(name);
   for (std::size_t output = 1; output <= outputs; ++output)
     fields.expect_name("output" + std::to_string(output));
@@ -243,23 +251,152 @@ class Pauses {
   std::int64_t size_ = 0, told_ = 0, let_go_ = 0;
 };
 
-template <class Places>
-void read_csv(const std::filesystem::path& csv, Run& run, std::int64_t rows, const std::string& expected) {
+struct Table {
+  const std::filesystem::path& csv;
+  Run& run;
+  const std::int64_t rows;
+  const std::string& expected;  // for messages
+  const RowColumns columns;
   const std::size_t outputs = run.outputs.size();
-  const RowColumns columns = Places::columns(run);
-  RowSource source(csv);
-  FieldReader fields(source, columns, outputs);
-  check_header(source, fields, columns, outputs);
-  check_size(csv, source, static_cast<std::int64_t>(columns.leading() + outputs), rows, expected);
+
+  [[noreturn]] void fail_short(const RowSource& source, std::int64_t read) const {
+    source.fail("the file ends after " + counted(read, "row") + "; " + expected);
+  }
+};
+
+void read_rows(const Table& table, RowSource& source, GroupPlaces places) {
+  FieldReader fields(table.columns, table.outputs);
+  Pauses pauses(table.csv, table.run);
   std::string_view row;
-  std::int64_t read = 0;
-  Pauses pauses(csv, run);
-  for (Places places(run); !places.done(); places.next(), ++read) {
-    if (!source.next(row)) source.fail("the file ends after " + counted(read, "row") + "; " + expected);
-    fields.start(row);
-    read_row(fields, columns, outputs, places);
+  for (std::int64_t read = 0; !places.done(); places.next(), ++read) {
+    if (!source.next(row)) table.fail_short(source, read);
+    fields.start(row, source.place());
+    read_row(fields, table.columns, table.outputs, places);
     pauses.row_read(source, places);
   }
+}
+
+// Some rows that follow each other.
+struct Rows {
+  static constexpr std::size_t kMostBytes = std::size_t{1} << 18;
+
+  struct Row {
+    std::size_t end;  // in the text
+    RowPlace place;
+  };
+
+  std::int64_t first = 0;  // of the whole run, from 0
+  std::string text;
+  std::vector<Row> rows;
+};
+
+class RowsSideBySide {
+ public:
+  RowsSideBySide(const Table& table, RowSource& source, const StepPlaces& places)
+      : table_(table), source_(source), places_(places), pauses_(table.csv, table.run) {}
+
+  // On this thread and others. Throws what is wrong with the first row that something is wrong with.
+  void read() {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(table_.csv, error);
+    const std::size_t pieces = error ? 1 : static_cast<std::size_t>(size / Rows::kMostBytes) + 1;
+    host::side_by_side(std::min(host::processors(), pieces), [this] { work(); });
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+ private:
+  // Texts of results are kept in one list.
+  struct Places : StepPlaces {
+    Places(const StepPlaces& places, std::mutex& lists) : StepPlaces(places), lists_(lists) {}
+    void set_text(std::size_t output, std::string_view text) {
+      const std::scoped_lock lock(lists_);
+      StepPlaces::set_text(output, text);
+    }
+    std::mutex& lists_;
+  };
+
+  void work() {
+    std::int64_t row = 0;
+    try {
+      FieldReader fields(table_.columns, table_.outputs);
+      Places places(places_, lists_);
+      Rows rows;
+      while (take(rows)) {
+        row = rows.first;
+        places.go_to(row);
+        std::size_t begin = 0;
+        for (const Rows::Row& each : rows.rows) {
+          fields.start(std::string_view(rows.text).substr(begin, each.end - begin), each.place);
+          read_row(fields, table_.columns, table_.outputs, places);
+          begin = each.end;
+          places.next();
+          ++row;
+        }
+      }
+    } catch (...) {
+      fail(row);
+    }
+  }
+
+  // Rows are taken in their order, so that those before a faulty one are all read.
+  bool take(Rows& rows) {
+    const std::scoped_lock lock(file_);
+    rows.text.clear();
+    rows.rows.clear();
+    rows.first = taken_;
+    if (has_failed_) return false;
+    for (std::string_view row; taken_ < table_.rows && rows.text.size() < Rows::kMostBytes; ++taken_) {
+      if (!next(row)) break;
+      rows.text += row;
+      rows.rows.push_back({rows.text.size(), source_.place()});
+    }
+    if (std::this_thread::get_id() == caller_) pauses_.row_read(source_, places_);
+    return !rows.rows.empty();
+  }
+
+  // What is wrong with the file behind the rows that were taken is told when these are found to be right.
+  bool next(std::string_view& row) {
+    try {
+      if (source_.next(row)) return true;
+      table_.fail_short(source_, taken_);
+    } catch (...) {
+      fail(taken_);
+    }
+    return false;
+  }
+
+  void fail(std::int64_t row) {
+    const std::scoped_lock lock(failures_);
+    if (failure_ && failed_row_ <= row) return;
+    failure_ = std::current_exception();
+    failed_row_ = row;
+    has_failed_ = true;
+  }
+
+  const Table& table_;
+  RowSource& source_;
+  const StepPlaces& places_;
+  const std::thread::id caller_ = std::this_thread::get_id();
+  std::mutex file_, lists_, failures_;
+  Pauses pauses_;
+  std::int64_t taken_ = 0;  // rows
+  std::atomic<bool> has_failed_ = false;
+  std::exception_ptr failure_;
+  std::int64_t failed_row_ = 0;
+};
+
+void read_rows(const Table& table, RowSource& source, const StepPlaces& places) {
+  RowsSideBySide(table, source, places).read();
+}
+
+template <class Places>
+void read_csv(const std::filesystem::path& csv, Run& run, std::int64_t rows, const std::string& expected) {
+  const Table table{csv, run, rows, expected, Places::columns(run)};
+  RowSource source(csv);
+  FieldReader fields(table.columns, table.outputs);
+  check_header(source, fields, table.columns, table.outputs);
+  check_size(csv, source, static_cast<std::int64_t>(table.columns.leading() + table.outputs), rows, expected);
+  read_rows(table, source, Places(run));
   check_nothing_follows(source, expected);
 }
 

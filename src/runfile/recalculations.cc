@@ -131,6 +131,14 @@ void StepPlaces::next() {
   ++simulation_;
 }
 
+void StepPlaces::go_to(std::int64_t row) {
+  simulation_ = static_cast<std::int32_t>(row / run_.recalculations);
+  recalculation_ = row % run_.recalculations;
+  std::int64_t step = recalculation_;
+  for (input_ = 0; step >= run_.inputs[input_].steps; ++input_) step -= run_.inputs[input_].steps;
+  step_ = static_cast<std::int32_t>(step);
+}
+
 RowColumns GroupPlaces::columns(const Run& run) {
   RowColumns columns{{"simulation", "group", "combination"}, "simulation, group and combination"};
   std::size_t most = 0;

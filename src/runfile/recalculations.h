@@ -50,6 +50,8 @@ class StepPlaces {
     if (run_.reading.keeps_texts) run_.texts.emplace(place_of(output), text);
   }
   void next();
+  // To a row of the whole run, from 0.
+  void go_to(std::int64_t row);
   // What is stored may leave memory.
   void let_go() const { run_.output_values.let_go(); }
 

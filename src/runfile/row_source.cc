@@ -55,8 +55,8 @@ bool RowSource::next(std::string_view& row) {
   return true;
 }
 
-void RowSource::fail(const std::string& problem) const {
-  throw BadRun(name_, line_ > 0 ? std::to_string(line_) : "", problem);
+void RowPlace::fail(const std::string& problem) const {
+  throw BadRun(*file, line > 0 ? std::to_string(line) : "", problem);
 }
 
 // Position of the next line break at or after begin_ + from; end_ when the file has none.

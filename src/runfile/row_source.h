@@ -11,6 +11,15 @@
 
 namespace ordvane::runfile {
 
+// Where a row stands, for messages. The name outlives it.
+struct RowPlace {
+  const std::string* file = nullptr;
+  std::int64_t line = 0, last_line = 0;  // of the file; 0: before the first row
+
+  // "FILE:LINE: problem"
+  [[noreturn]] void fail(const std::string& problem) const;
+};
+
 // The rows of a file, read in one pass through a buffer: lines, save that a quoted text may hold line breaks.
 // A byte order mark is left out; UTF-16 is refused.
 class RowSource {
@@ -19,16 +28,14 @@ class RowSource {
   explicit RowSource(const std::filesystem::path& path);
 
   const std::string& name() const { return name_; }
-  std::int64_t line() const { return line_; }  // the row's first line; 0 before the first row
-  std::int64_t last_line() const { return line_ + breaks_; }
+  RowPlace place() const { return {&name_, line_, line_ + breaks_}; }  // of the row that was handed out last
   // Of the file, as far as the buffer goes.
   std::int64_t bytes_read() const { return bytes_read_; }
 
   // Without its line break. False at the end. The row stays valid until the next call.
   bool next(std::string_view& row);
 
-  // "FILE:LINE: problem"
-  [[noreturn]] void fail(const std::string& problem) const;
+  [[noreturn]] void fail(const std::string& problem) const { place().fail(problem); }
 
  private:
   std::size_t find_break(std::size_t from);
