@@ -234,7 +234,8 @@ class EscapeKey {
   }
   // Whether this window had the key until now.
   bool release() const {
-    const bool had = GetForegroundWindow() == window_ && (GetAsyncKeyState(VK_ESCAPE) & 0x8000) != 0;
+    const bool had =
+        window_ != nullptr && GetForegroundWindow() == window_ && (GetAsyncKeyState(VK_ESCAPE) & 0x8000) != 0;
     send(KEYEVENTF_KEYUP);
     return had;
   }
