@@ -14,8 +14,6 @@ namespace ordvane::unicode {
 
 // Equal for names that are the same. In a text that is no UTF-8 only A to Z are folded.
 std::string folded(std::string_view name);
-inline bool same_name(std::string_view a, std::string_view b) {
-  return a == b || folded(a) == folded(b);
-}
+bool same_name(std::string_view a, std::string_view b);
 
 }  // namespace ordvane::unicode
