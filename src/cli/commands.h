@@ -69,6 +69,7 @@ struct ImportCommand {
   std::filesystem::path run;    // empty: named after the table, here
   std::string inputs, outputs;  // lists of columns
   std::optional<std::int32_t> base_line;
+  sweep::TableForm form = sweep::TableForm::kCsv;
   bool overwrite = false;
 };
 int import_run(const ImportCommand& command, Problems& problems);
@@ -114,6 +115,7 @@ struct SweepCommand {
   double time_limit = 60;  // seconds, of one recalculation by LibreOffice
   std::int32_t threads = 0;
   std::optional<std::chrono::sys_seconds> now;  // where the model's clock stands
+  std::optional<sweep::TableForm> form;         // none: CSV
   bool overwrite = false, quiet = false;
   std::optional<std::string> report;  // a workbook; empty: named after the run
   std::filesystem::path into;         // one that is there, for the reports; empty: none
@@ -125,6 +127,7 @@ struct MergeCommand {
   std::filesystem::path first;
   std::vector<std::filesystem::path> others;
   std::filesystem::path run;  // empty: named after the first part
+  sweep::TableForm form = sweep::TableForm::kCsv;
   bool overwrite = false;
 };
 int merge(const MergeCommand& command, Problems& problems);

@@ -40,6 +40,7 @@ const ValueKind kColumns{"NAMES"};
 const ValueKind kRow{"ROW"};
 const ValueKind kExported{"ranking|answers|steps|table|run"};
 const ValueKind kForm{"csv|json|ndjson|binary"};
+const ValueKind kTableForm{"csv|binary"};
 const ValueKind kTextFile{"FILE", ValueKind::Offer::kFiles, {".csv", ".json", ".ndjson"}};
 
 HelpPart exit_status() {
@@ -79,6 +80,14 @@ void add_raw_text(CommandLine& line, exchange::Texts& texts) {
   line.parser().add_flag_callback(
       "--raw-text", [&texts] { texts = exchange::Texts::kRaw; },
       "CSV without apostrophes before texts that begin like formulas");
+}
+
+// Of what makes runs.
+template <class Form>
+void add_table_form(CommandLine& line, Form& form) {
+  line.option(
+      "--as", kTableForm, "The form of the run's values: csv, or binary for large runs (default: csv)",
+      one_of<Form>("--as", form, {{"csv", sweep::TableForm::kCsv}, {"binary", sweep::TableForm::kBinary}}));
 }
 
 CLI::Option* add_target(CommandLine& line, std::optional<double>& target) {
@@ -275,6 +284,7 @@ void define_import(Arguments& arguments) {
         c.base_line = whole_number_of("--base", text, 2, std::numeric_limits<std::int32_t>::max());
       });
   line.option("-o", kRunFile, "The run file to write (default: NAME.run.json, in this folder)", path(c->run));
+  add_table_form(line, c->form);
   line.parser().add_flag("--overwrite", c->overwrite, "Replace a run that is there");
   line.set_help(
       {{"Examples",
@@ -392,6 +402,7 @@ void add_sweep_options(CommandLine& line, SweepCommand& c) {
   line.option("-o", kRunFile,
               "The file to write (default: NAME.run.json, or NAME.whatif.json, in this folder)",
               path(c.file));
+  add_table_form(line, c.form);
   line.parser().add_flag("--overwrite", c.overwrite,
                          "Replace files that are there; begin unfinished work anew");
   line.optional_value("--report", kNewWorkbook,
@@ -471,6 +482,7 @@ void define_merge(Arguments& arguments) {
   line.runs([c, &problems = arguments.problems()] { return merge(*c, problems); });
   line.option("-o", kRunFile, "The run file to write (default: NAME.run.json beside the first part)",
               path(c->run));
+  add_table_form(line, c->form);
   line.parser().add_flag("--overwrite", c->overwrite, "Replace a run that is there");
   line.set_help({{"Examples", {{"ordvane merge budget.part-*.csv -o budget.run.json"}}}, exit_status()});
 }

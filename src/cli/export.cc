@@ -74,8 +74,7 @@ int export_run(const ExportCommand& command, Problems& problems) {
   const auto write = [&](const exchange::Write& piece) { write_text(command, run, outputs, piece); };
   if (command.what == Exported::kRun) {
     const bool binary = command.form == ExportForm::kBinary;
-    exchange::write_copy(*run, command.file,
-                         binary ? exchange::TableForm::kBinary : exchange::TableForm::kCsv,
+    exchange::write_copy(*run, command.file, binary ? sweep::TableForm::kBinary : sweep::TableForm::kCsv,
                          command.overwrite);
   } else if (command.file.empty()) {
     write([](std::string_view text) { std::cout << text; });

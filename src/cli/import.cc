@@ -7,8 +7,8 @@
 #include "cli/new_file.h"
 #include "cli/option_values.h"
 #include "cli/terminal.h"
+#include "exchange/run_copy.h"
 #include "exchange/table_file.h"
-#include "sweep/run_files.h"
 
 namespace ordvane::cli {
 namespace {
@@ -45,8 +45,9 @@ std::string summary(const exchange::ImportedRun& imported) {
 }
 
 // A run beside its table may have the same names.
-void check_apart(const std::filesystem::path& table, const std::filesystem::path& run) {
-  const sweep::RunFiles files = sweep::files_of_run(run);
+void check_apart(const std::filesystem::path& table, const std::filesystem::path& run,
+                 sweep::TableForm form) {
+  const sweep::RunFiles files = sweep::files_of_run(run, form);
   for (const std::filesystem::path& file : {files.singles, files.groups, files.run}) {
     std::error_code error;  // files that are not there are none
     if (std::filesystem::equivalent(file, table, error))
@@ -66,13 +67,13 @@ int import_run(const ImportCommand& command, Problems& problems) {
   options.base_line = command.base_line;
   if (!command.table.empty()) {
     problems.gather([&] { check_new_file("-o", file, kRunEnding, command.overwrite); });
-    problems.gather([&] { check_apart(command.table, file); });
+    problems.gather([&] { check_apart(command.table, file, command.form); });
   }
   problems.refuse_any();
   exchange::ImportedRun imported;
   problems.gather([&] { imported = exchange::import_table(command.table, options); });
   problems.refuse_any();
-  exchange::write_run(imported, file, command.overwrite);
+  exchange::write_copy(imported.run, file, command.form, command.overwrite);
   std::cout << printable(file.string()) << ": " << summary(imported);
   return kDone;
 }

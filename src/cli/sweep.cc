@@ -95,13 +95,16 @@ void check_together(const SweepCommand& command, Problems& problems) {
   if (command.shard && makes_reports(command))
     problems.add(std::string(command.report ? "--report" : "--into") +
                  ": goes without --shard; `ordvane merge` makes the run");
+  if (command.shard && command.form)
+    problems.add("--as: goes without --shard; `ordvane merge` makes the run, and has --as");
   if (!command.into.empty()) problems.gather([&] { const xlsx::ExistingWorkbook there(command.into); });
   if (!command.suggest) return;
   if (!command.what_if.empty() || !command.inputs.empty())
     problems.add(std::string("--suggest: finds the inputs, and goes without ") +
                  (command.inputs.empty() ? "a definition" : "--input"));
-  if (command.shard || makes_reports(command))
-    problems.add("--suggest: writes a definition and no run; goes without --report, --into and --shard");
+  if (command.shard || command.form || makes_reports(command))
+    problems.add(
+        "--suggest: writes a definition and no run; goes without --report, --into, --as and --shard");
 }
 
 sweep::Job job_of(const SweepCommand& command, Problems& problems) {
@@ -121,6 +124,7 @@ sweep::Job job_of(const SweepCommand& command, Problems& problems) {
   }
   job.verify = command.verify;
   job.libreoffice = command.libreoffice;
+  job.form = command.form.value_or(sweep::TableForm::kCsv);
   job.overwrite = command.overwrite;
   job.threads = command.threads;
   job.now = command.now;
@@ -297,7 +301,7 @@ int merge(const MergeCommand& command, Problems& problems) {
     problems.gather([&] { check_new_file("-o", run, kRunEnding, command.overwrite); });
   problems.refuse_any();
   try {
-    sweep::merge_parts(parts, run, command.overwrite);
+    sweep::merge_parts(parts, run, {.replace = command.overwrite, .form = command.form});
   } catch (const runfile::BadRun& bad) {
     throw BadArguments(bad.what());
   }

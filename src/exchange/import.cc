@@ -1,6 +1,7 @@
 #include "exchange/import.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <utility>
 
@@ -8,8 +9,8 @@
 #include "exchange/steps.h"
 #include "exchange/table_file.h"
 #include "runfile/description.h"
+#include "runfile/recalculations.h"
 #include "runfile/write_run.h"
-#include "sweep/run_files.h"
 #include "text/edit.h"
 
 namespace ordvane::exchange {
@@ -99,13 +100,19 @@ struct Results {
     }
     return true;
   }
-  void append_to(std::string& line, std::size_t row) const {
-    for (std::size_t at = row * outputs; at < (row + 1) * outputs; ++at)
-      if (const std::string* const words = text(at))
-        runfile::append_field(line, std::string_view(*words));
+  // Where they go in the run.
+  template <class Places>
+  void put(std::size_t row, Places& places) const {
+    for (std::size_t output = 0; output < outputs; ++output) {
+      const std::size_t at = row * outputs + output;
+      const std::string* const words = text(at);
+      if (words == nullptr)
+        places.set_result(output, numbers[at]);
+      else if (words->empty())
+        places.set_result(output, std::numeric_limits<double>::quiet_NaN());
       else
-        runfile::append_field(line, numbers[at]);
-    line += '\n';
+        runfile::put_text_result(places, output, *words);
+    }
   }
 };
 
@@ -183,19 +190,13 @@ class RunMaker {
 
   ImportedRun make() {
     add_items();
-    imported_.rows = runfile::rows_header(results_.outputs);
-    for (std::size_t i = 0; i < design_.singles.size(); ++i)
-      add_rows(design_.singles[i], i, 1, imported_.rows);
-    std::size_t most = 0;
-    for (const Grid& grid : design_.groups) most = std::max(most, grid.inputs.size());
-    if (most > 0) imported_.group_rows = runfile::group_rows_header(most, results_.outputs);
-    for (std::size_t g = 0; g < design_.groups.size(); ++g) {
-      add_group(design_.groups[g]);
-      add_rows(design_.groups[g], g, most, imported_.group_rows);
-    }
+    for (const Grid& grid : design_.groups) add_group(grid);
     imported_.base_line = rows_.lines[design_.base];
     for (const std::size_t input : design_.never_varied)
       imported_.never_varied.push_back(rows_.inputs[input]);
+    // What no run can hold is refused before its values are put together.
+    runfile::read_description(runfile::description_of(imported_.run), table_.name());
+    add_values();
     return std::move(imported_);
   }
 
@@ -223,18 +224,27 @@ class RunMaker {
       group.members.push_back(position_.at(grid.inputs[m]));
       group.steps.push_back(static_cast<std::int32_t>(grid.levels[m].size()));
     }
+    group.combinations = static_cast<std::int64_t>(grid.rows.size());
     imported_.run.groups.push_back(std::move(group));
   }
 
-  // `members`: as many columns of values as the file has.
-  void add_rows(const Grid& grid, std::size_t position, std::size_t members, std::string& text) const {
-    for (std::size_t c = 0; c < grid.rows.size(); ++c) {
-      text += '1';
-      runfile::append_field(text, static_cast<std::int64_t>(position + 1));
-      runfile::append_field(text, static_cast<std::int64_t>(c + 1));
-      for (std::size_t m = 0; m < grid.inputs.size(); ++m) runfile::append_field(text, level_of(grid, m, c));
-      text.append(members - grid.inputs.size(), ',');
-      results_.append_to(text, grid.rows[c]);
+  void add_values() {
+    runfile::Run& run = imported_.run;
+    run.reading.keeps_texts = true;
+    runfile::count_rows(run, table_.name());
+    runfile::StepPlaces places(run);
+    for (const Grid& grid : design_.singles) put_rows(grid, places);
+    if (run.groups.empty()) return;
+    runfile::count_group_rows(run, table_.name());
+    runfile::GroupPlaces group_places(run);
+    for (const Grid& grid : design_.groups) put_rows(grid, group_places);
+  }
+
+  template <class Places>
+  void put_rows(const Grid& grid, Places& places) const {
+    for (std::size_t c = 0; c < grid.rows.size(); ++c, places.next()) {
+      for (std::size_t m = 0; m < grid.inputs.size(); ++m) places.set_value(m, level_of(grid, m, c));
+      results_.put(grid.rows[c], places);
     }
   }
 
@@ -256,20 +266,7 @@ ImportedRun import_table(const std::filesystem::path& file, const ImportOptions&
   Results results;
   read_rows(table, choice, rows, results);
   const Design design = find_design(rows, options.base_line);
-  ImportedRun imported = RunMaker(rows, results, design, table, choice).make();
-  // What no run can hold is refused before anything is written.
-  runfile::read_description(runfile::description_of(imported.run), file.string());
-  return imported;
-}
-
-void write_run(const ImportedRun& imported, const std::filesystem::path& file, bool replace) {
-  const auto text_of = [](const std::string& text) {
-    return [&text](const xlsx::WritePiece& write) { write(text); };
-  };
-  sweep::write_run_files(
-      file, runfile::description_of(imported.run),
-      {text_of(imported.rows), imported.group_rows.empty() ? sweep::RowText() : text_of(imported.group_rows)},
-      replace);
+  return RunMaker(rows, results, design, table, choice).make();
 }
 
 }  // namespace ordvane::exchange

@@ -18,15 +18,11 @@ struct ImportOptions {
 };
 
 struct ImportedRun {
-  runfile::Run run;                       // without its values
-  std::string rows, group_rows;           // text of its CSV files; no groups: the second is empty
+  runfile::Run run;                       // with its texts
   std::int64_t base_line = 0;             // where the base case stands
   std::vector<std::string> never_varied;  // columns that were to be inputs, and are left out
 };
 
 // Throws runfile::BadRun, which names file, line and column, for what is no such table.
 ImportedRun import_table(const std::filesystem::path& table, const ImportOptions& options);
-// The run file and its CSV files, which appear whole or not at all.
-void write_run(const ImportedRun& imported, const std::filesystem::path& file, bool replace);
-
 }  // namespace ordvane::exchange

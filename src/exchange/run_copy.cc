@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <string_view>
 
 #include "embedded/report_job.h"
 #include "runfile/binary_table.h"
 #include "runfile/values.h"
 #include "runfile/write_run.h"
-#include "sweep/run_files.h"
 
 namespace ordvane::exchange {
 namespace {
@@ -18,7 +18,7 @@ constexpr std::size_t kPiece = std::size_t{1} << 20;
 // The rows of a CSV file, one after another.
 class CsvRows {
  public:
-  CsvRows(const runfile::Run& run, const xlsx::WritePiece& write) : run_(run), write_(write) {}
+  CsvRows(const runfile::Run& run, xlsx::ByteSink& table) : run_(run), table_(table) {}
 
   void write_singles() {
     text_ = runfile::rows_header(run_.outputs.size());
@@ -33,7 +33,7 @@ class CsvRows {
           end_row(run_.output_values);
         }
     }
-    write_(text_);
+    table_.write(text_);
   }
 
   void write_groups() {
@@ -55,7 +55,7 @@ class CsvRows {
           end_row(run_.group_output_values);
         }
       }
-    write_(text_);
+    table_.write(text_);
   }
 
  private:
@@ -82,38 +82,42 @@ class CsvRows {
     text_ += '\n';
     results.looked_at(run_.outputs.size());
     if (text_.size() < kPiece) return;
-    write_(text_);
+    table_.write(text_);
     text_.clear();
   }
 
   const runfile::Run& run_;
-  const xlsx::WritePiece& write_;
+  xlsx::ByteSink& table_;
   std::string text_;
 };
 
 }  // namespace
 
-void write_copy(const runfile::Run& run, const std::filesystem::path& file, TableForm form, bool replace) {
-  const bool binary = form == TableForm::kBinary;
-  sweep::RunRows rows;
-  rows.ending = binary ? runfile::kBinaryEnding : sweep::kCsvEnding;
-  rows.singles = [&](const xlsx::WritePiece& write) {
+void write_copy(const runfile::Run& run, const std::filesystem::path& file, sweep::TableForm form,
+                bool replace) {
+  const bool binary = form == sweep::TableForm::kBinary;
+  const auto write_to = [](xlsx::ByteSink& table) {
+    return [&table](std::string_view bytes) { table.write(bytes); };
+  };
+  sweep::RunTables tables;
+  tables.form = form;
+  tables.singles = [&](xlsx::ByteSink& table) {
     if (binary)
-      runfile::write_binary_rows(run, write);
+      runfile::write_binary_rows(run, write_to(table));
     else
-      CsvRows(run, write).write_singles();
+      CsvRows(run, table).write_singles();
   };
   if (!run.groups.empty())
-    rows.groups = [&](const xlsx::WritePiece& write) {
+    tables.groups = [&](xlsx::ByteSink& table) {
       if (binary)
-        runfile::write_binary_group_rows(run, write);
+        runfile::write_binary_group_rows(run, write_to(table));
       else
-        CsvRows(run, write).write_groups();
+        CsvRows(run, table).write_groups();
     };
-  const sweep::RunFiles files = sweep::files_of_run(file, rows.ending);
+  const sweep::RunFiles files = sweep::files_of_run(file, form);
   for (const std::filesystem::path& each : {files.singles, files.groups, files.run})
     embedded::check_apart(run, each);
-  sweep::write_run_files(file, runfile::description_of(run), rows, replace);
+  sweep::write_run_files(file, runfile::description_of(run), tables, replace);
 }
 
 }  // namespace ordvane::exchange

@@ -1,18 +1,18 @@
 #include "runfile/binary_table.h"
 
 #include <algorithm>
-#include <bit>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <fstream>
 #include <limits>
-#include <map>
 #include <string>
 #include <system_error>
 #include <vector>
 
+#include "runfile/binary_layout.h"
 #include "runfile/recalculations.h"
+#include "runfile/row_source.h"
 #include "runfile/values.h"
 #include "text/system_reasons.h"
 #include "text/utf8.h"
@@ -20,51 +20,7 @@
 namespace ordvane::runfile {
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the values are mapped as they are");
-
-constexpr std::string_view kMagic = "ORDVANE\n";
-constexpr std::uint32_t kTableVersion = 1;
-constexpr std::size_t kHeadSize = 128;
 constexpr std::size_t kPiece = std::size_t{1} << 16;  // of values
-
-enum class Kind : std::uint32_t { kSingles = 1, kGroups = 2 };
-
-struct Head {
-  std::uint32_t version = kTableVersion;
-  Kind kind = Kind::kSingles;
-  std::uint64_t simulations = 0;
-  std::uint64_t values = 0;          // of inputs, in one simulation
-  std::uint64_t recalculations = 0;  // in one simulation
-  std::uint64_t outputs = 0;
-  std::uint64_t texts = 0, text_bytes = 0;
-
-  std::uint64_t all_values() const { return simulations * values; }
-  std::uint64_t all_results() const { return simulations * outputs * recalculations; }
-  std::uint64_t results_at() const { return kHeadSize + sizeof(double) * all_values(); }
-  std::uint64_t texts_at() const { return results_at() + sizeof(double) * all_results(); }
-};
-static_assert(sizeof(Head) == 56);
-constexpr std::size_t kChecksumAt = 64;
-constexpr std::size_t kSumSize = sizeof(std::uint32_t);
-
-// CRC-32 as zip archives and PNG have it.
-std::uint32_t checksum(std::string_view bytes) {
-  std::uint32_t sum = 0xFFFFFFFF;
-  for (const char byte : bytes) {
-    sum ^= static_cast<unsigned char>(byte);
-    for (int bit = 0; bit < 8; ++bit) sum = (sum >> 1U) ^ ((sum & 1U) * 0xEDB88320U);
-  }
-  return ~sum;
-}
-
-std::string bytes_of(const Head& head) {
-  std::string bytes(kMagic);
-  bytes.resize(kHeadSize, '\0');
-  std::memcpy(bytes.data() + kMagic.size(), &head, sizeof head);
-  const std::uint32_t sum = checksum(std::string_view(bytes).substr(0, kChecksumAt));
-  std::memcpy(bytes.data() + kChecksumAt, &sum, sizeof sum);
-  return bytes;
-}
 
 // --- reading ----------------------------------------------------------------------------------------------
 
@@ -72,7 +28,7 @@ std::string bytes_of(const Head& head) {
 class TableReader {
  public:
   // `expected`: what the run file says, but for the texts.
-  TableReader(const std::filesystem::path& table, const Run& run, Head expected)
+  TableReader(const std::filesystem::path& table, const Run& run, TableHead expected)
       : path_(table), run_(run), file_(table, std::ios::binary) {
     read_head(expected);
     read_texts();
@@ -135,7 +91,7 @@ class TableReader {
       fail(field, "is " + std::to_string(is) + "; " + std::to_string(expected) + " is expected");
   }
 
-  void read_head(const Head& expected) {
+  void read_head(const TableHead& expected) {
     std::error_code error;
     if (std::filesystem::is_directory(path_, error)) fail("", "is not a file");
     if (!file_) fail("", "cannot be read: " + text::system_reason(errno));
@@ -148,11 +104,11 @@ class TableReader {
     if (error || size < kHeadSize)
       fail("", "the file is too short: " + std::to_string(size) + " bytes; its head alone has " +
                    std::to_string(kHeadSize));
-    std::memcpy(&head_, bytes.data() + kMagic.size(), sizeof head_);
+    std::memcpy(&head_, bytes.data() + kTableMagic.size(), sizeof head_);
     expect("version", head_.version, kTableVersion);
     std::uint32_t sum = 0;
     std::memcpy(&sum, bytes.data() + kChecksumAt, sizeof sum);
-    if (sum != checksum(std::string_view(bytes).substr(0, kChecksumAt)))
+    if (sum != table_checksum(std::string_view(bytes).substr(0, kChecksumAt)))
       fail("checksum", "is not that of the head: the file is damaged");
     if (bytes.find_first_not_of('\0', kChecksumAt + kSumSize) != std::string::npos)
       fail("", "the head has bytes behind its checksum; zeros are expected");
@@ -221,20 +177,9 @@ class TableReader {
   const std::filesystem::path& path_;
   const Run& run_;
   std::ifstream file_;
-  Head head_;
+  TableHead head_;
   std::vector<std::string> texts_;
 };
-
-Head head_of(const Run& run, Kind kind) {
-  Head head;
-  head.kind = kind;
-  head.simulations = static_cast<std::uint64_t>(run.simulations);
-  head.recalculations =
-      static_cast<std::uint64_t>(kind == Kind::kSingles ? run.recalculations : run.group_recalculations);
-  head.values = kind == Kind::kSingles ? head.recalculations : run.group_values;
-  head.outputs = run.outputs.size();
-  return head;
-}
 
 // A member has one value at a step, whatever the others are at.
 void check_members(const TableReader& table, const Run& run) {
@@ -259,18 +204,15 @@ void check_members(const TableReader& table, const Run& run) {
 
 class TableWriter {
  public:
-  TableWriter(const Run& run, Kind kind, const WriteBytes& write)
+  TableWriter(const Run& run, TableKind kind, const WriteBytes& write)
       : head_(head_of(run, kind)),
-        singles_(kind == Kind::kSingles),
+        singles_(kind == TableKind::kSingles),
         values_(singles_ ? run.input_values : run.group_input_values),
         results_(singles_ ? run.output_values : run.group_output_values),
         texts_(singles_ ? run.texts : run.group_texts),
         write_(write) {
-    for (const auto& [place, text] : texts_)
-      if (numbers_.try_emplace(text, static_cast<std::uint32_t>(distinct_.size())).second)
-        distinct_.push_back(text);
-    head_.texts = distinct_.size();
-    for (const std::string_view text : distinct_) head_.text_bytes += kSumSize + text.size();
+    for (const auto& [place, text] : texts_) marks_.mark(text);
+    marks_.count_in(head_);
   }
 
   void write_all() {
@@ -279,11 +221,7 @@ class TableWriter {
     write_values(values_, text);
     text = texts_.begin();
     write_values(results_, text);
-    for (const std::string_view each : distinct_) {
-      const auto size = static_cast<std::uint32_t>(each.size());
-      write_({reinterpret_cast<const char*>(&size), sizeof size});
-      write_(each);
-    }
+    marks_.write(write_);
   }
 
  private:
@@ -302,22 +240,18 @@ class TableWriter {
     });
   }
 
-  double coded_value(double value, std::size_t at, TextsOfResults::const_iterator& text) const {
-    if (std::isnan(value)) return marked(0);
-    if (!is_encoded_error(value)) return value;
-    if (text == texts_.end() || text->first != at)
-      return marked(static_cast<std::uint32_t>(decode_error(value)));
-    return marked(kFirstTextMark + numbers_.at((text++)->second));
+  double coded_value(double value, std::size_t at, TextsOfResults::const_iterator& text) {
+    if (text == texts_.end() || text->first != at) return coded(value);
+    return marked(marks_.mark((text++)->second));
   }
 
-  Head head_;
+  TableHead head_;
   bool singles_;
   const StoredValues& values_;
   const StoredValues& results_;
   const TextsOfResults& texts_;
   const WriteBytes& write_;
-  std::map<std::string_view, std::uint32_t> numbers_;
-  std::vector<std::string_view> distinct_;
+  TextMarks marks_;
 };
 
 }  // namespace
@@ -327,30 +261,30 @@ bool is_binary_table(const std::filesystem::path& table) {
 }
 
 bool begins_as_binary_table(std::string_view bytes) {
-  return bytes.starts_with(kMagic);
+  return bytes.starts_with(kTableMagic);
 }
 
 void read_binary_rows(const std::filesystem::path& table, Run& run) {
   count_rows(run, run.file.string());
-  const TableReader reader(table, run, head_of(run, Kind::kSingles));
+  const TableReader reader(table, run, head_of(run, TableKind::kSingles));
   run.input_values = reader.values();
   run.output_values = reader.results(run.texts);
 }
 
 void read_binary_group_rows(const std::filesystem::path& table, Run& run) {
   count_group_rows(run, run.file.string());
-  const TableReader reader(table, run, head_of(run, Kind::kGroups));
+  const TableReader reader(table, run, head_of(run, TableKind::kGroups));
   run.group_input_values = reader.values();
   check_members(reader, run);
   run.group_output_values = reader.results(run.group_texts);
 }
 
 void write_binary_rows(const Run& run, const WriteBytes& write) {
-  TableWriter(run, Kind::kSingles, write).write_all();
+  TableWriter(run, TableKind::kSingles, write).write_all();
 }
 
 void write_binary_group_rows(const Run& run, const WriteBytes& write) {
-  TableWriter(run, Kind::kGroups, write).write_all();
+  TableWriter(run, TableKind::kGroups, write).write_all();
 }
 
 }  // namespace ordvane::runfile

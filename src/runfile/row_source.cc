@@ -20,7 +20,7 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 }  // namespace
 
-RowSource::RowSource(const std::filesystem::path& path)
+RowSource::RowSource(const std::filesystem::path& path, std::int64_t begin, std::int64_t lines)
     : name_(path.string()), file_(nullptr, &std::fclose), buffer_(kBufferSize) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) {
@@ -29,8 +29,10 @@ RowSource::RowSource(const std::filesystem::path& path)
          text::system_reason(error ? error : std::make_error_code(std::errc::no_such_file_or_directory)));
   }
   file_.reset(std::fopen(name_.c_str(), "rb"));
-  if (!file_) fail("cannot be read: " + text::system_reason(errno));
+  if (!file_ || std::fseek(file_.get(), static_cast<long>(begin), SEEK_SET) != 0)
+    fail("cannot be read: " + text::system_reason(errno));
   std::setvbuf(file_.get(), nullptr, _IONBF, 0);
+  line_ = lines;
 }
 
 bool RowSource::next(std::string_view& row) {

@@ -24,8 +24,9 @@ struct RowPlace {
 // A byte order mark is left out; UTF-16 is refused.
 class RowSource {
  public:
-  // Throws BadRun for a file that cannot be read, as all that follows does.
-  explicit RowSource(const std::filesystem::path& path);
+  // Throws BadRun for a file that cannot be read, as all that follows does. `begin`: the byte at which the
+  // first row begins, with so many lines before it.
+  explicit RowSource(const std::filesystem::path& path, std::int64_t begin = 0, std::int64_t lines = 0);
 
   const std::string& name() const { return name_; }
   RowPlace place() const { return {&name_, line_, line_ + breaks_}; }  // of the row that was handed out last

@@ -111,7 +111,7 @@ using TextsOfResults = std::map<std::size_t, std::string>;
 struct ReadOptions {
   bool keeps_texts = false;  // of results that are texts
   // Called now and then: of this table so many bytes are read. What it throws ends the reading.
-  std::function<void(const std::filesystem::path& table, std::int64_t read, std::int64_t of)> progress;
+  std::function<void(const std::filesystem::path& table, std::int64_t read, std::int64_t of)> progress = {};
 };
 
 // Values are kept as the engine hands them out: numbers; NaN for an empty field; encoded errors

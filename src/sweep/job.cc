@@ -72,6 +72,7 @@ class Sweep {
   void compare_stored_cell(calc::CellId cell, const Result& base);
   void verify();
   runfile::Json break_evens(const Shard& shard);
+  void write_run(const std::filesystem::path& part) const;
   void compare_rows(Calculator& referee, Calculator& checked, std::vector<Recalculation> rows);
   std::string conditions(const Recalculation& recalculation) const;
   std::string difference(std::size_t output, const Recalculation& row, const Result& found,
@@ -280,12 +281,24 @@ Outcome Sweep::run() {
     outcome.file = file;
     outcome.calculation = calculation_;
     if (!job_.shard) {
-      merge_parts({file}, job_.run, job_.overwrite);
+      write_run(file);
       std::filesystem::remove(file);
       outcome.file = job_.run;
     }
   }
   return outcome;
+}
+
+void Sweep::write_run(const std::filesystem::path& part) const {
+  MergeOptions options;
+  options.replace = job_.overwrite;
+  options.form = job_.form;
+  options.between = [this] {
+    if (job_.office.cancelled && job_.office.cancelled())
+      throw host::Error(host::errc::kUserCancelled, "cancelled");
+  };
+  phase("the run is written");
+  merge_parts({part}, job_.run, options);
 }
 
 std::optional<std::int32_t> number_of(const char* variable) {

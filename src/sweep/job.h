@@ -23,8 +23,9 @@ enum class Verify : std::uint8_t { kEnds, kAll, kNone };  // kEnds: the base and
 struct Job {
   std::filesystem::path workbook;
   WhatIf what_if;
-  std::filesystem::path run;   // NAME.run.json
-  std::optional<Shard> shard;  // none: all of it, made into the run at once
+  std::filesystem::path run;         // NAME.run.json
+  std::optional<Shard> shard;        // none: all of it, made into the run at once
+  TableForm form = TableForm::kCsv;  // of the run's tables
   Verify verify = Verify::kEnds;
   bool libreoffice = false;  // calculates all, whatever else could
   bool overwrite = false;    // of a run that is there, or a part that was begun otherwise

@@ -15,6 +15,7 @@
 #include <system_error>
 
 #include "host/error.h"
+#include "runfile/binary_table.h"
 #include "runfile/description.h"
 #include "runfile/json_file.h"
 #include "runfile/json_tree.h"
@@ -114,15 +115,18 @@ class RowScanner {
       if (begin_ + length == buffer_.size() && !fill()) return false;
       const char byte = buffer_[begin_ + length];
       if (byte == '"') quoted = !quoted;
+      if (byte == '\n' && quoted) ++lines_;
       if (byte != '\n' || quoted) continue;
       begin_ += length + 1;
       at_ += static_cast<std::int64_t>(length) + 1;
+      ++lines_;
       enter(position_ + 1);
       return true;
     }
   }
-  // Behind the rows so far.
+  // Behind the rows so far, and how many lines they have.
   std::int64_t at() const { return at_; }
+  std::int64_t lines() const { return lines_; }
 
  private:
   void skip(std::int64_t& position) {
@@ -150,7 +154,7 @@ class RowScanner {
   std::ifstream file_;
   std::string buffer_;     // from the piece that the next row begins in
   std::size_t begin_ = 0;  // of the next row
-  std::int64_t at_;
+  std::int64_t at_, lines_ = 0;
   const Shape& shape_;
   const std::vector<std::int64_t>* counts_;
   std::size_t of_ = 0;
@@ -290,6 +294,7 @@ struct Part {
   PartHeader header;
   // Where the rows begin, those of groups among them, and where they end.
   std::int64_t rows = 0, groups = 0, end = 0;
+  std::int64_t single_lines = 0;  // of the rows before those of groups
 };
 
 Part read_part(const std::filesystem::path& file) {
@@ -298,7 +303,7 @@ Part read_part(const std::filesystem::path& file) {
   std::optional<PartHeader> header;
   if (line.is_whole) header = read_header(line.text);
   if (!header) refuse(file, "is not a part of a sweep; a file such as model.part-1-of-3.csv is expected");
-  return {file, *std::move(header), static_cast<std::int64_t>(line.text.size()) + 1, 0, 0};
+  return {file, *std::move(header), static_cast<std::int64_t>(line.text.size()) + 1};
 }
 
 // Sorted by their place, every one there once, all of one sweep.
@@ -339,14 +344,16 @@ void find_rows(Part& part, const Shape& shape) {
     if (!scanner.next())
       refuse(part.file, "has " + std::to_string(row - first) + " of " + std::to_string(last - first) +
                             " rows; let its sweep finish first");
-    if (row < shape.singles()) part.groups = scanner.at();
+    if (row >= shape.singles()) continue;
+    part.groups = scanner.at();
+    part.single_lines = scanner.lines();
   }
   part.end = scanner.at();
   if (part.end != static_cast<std::int64_t>(std::filesystem::file_size(part.file)))
     refuse(part.file, "has more than its " + std::to_string(last - first) + " rows");
 }
 
-void copy_bytes(const Part& part, std::int64_t begin, std::int64_t end, const xlsx::WritePiece& write) {
+void copy_bytes(const Part& part, std::int64_t begin, std::int64_t end, xlsx::ByteSink& table) {
   std::ifstream file(part.file, std::ios::binary);
   file.seekg(begin);
   std::string piece;
@@ -354,9 +361,76 @@ void copy_bytes(const Part& part, std::int64_t begin, std::int64_t end, const xl
     piece.resize(static_cast<std::size_t>(std::min<std::int64_t>(end - begin, kPiece)));
     if (!file.read(piece.data(), static_cast<std::streamsize>(piece.size())))
       refuse(part.file, "cannot be read to its end");
-    write(piece);
+    table.write(piece);
     begin += static_cast<std::int64_t>(piece.size());
   }
+}
+
+// The rows of all parts as they stand there.
+RunTables csv_tables(const std::vector<Part>& parts, const runfile::Run& run) {
+  const std::size_t outputs = run.outputs.size();
+  std::size_t members = 0;
+  for (const runfile::Group& group : run.groups) members = std::max(members, group.members.size());
+  RunTables tables;
+  tables.singles = [&parts, outputs](xlsx::ByteSink& table) {
+    table.write(runfile::rows_header(outputs));
+    for (const Part& part : parts) copy_bytes(part, part.rows, part.groups, table);
+  };
+  if (members == 0) return tables;
+  tables.groups = [&parts, outputs, members](xlsx::ByteSink& table) {
+    table.write(runfile::group_rows_header(members, outputs));
+    for (const Part& part : parts) copy_bytes(part, part.groups, part.end, table);
+  };
+  return tables;
+}
+
+// A file that is written here and there: what it has not come to yet is zeros.
+class Pages {
+ public:
+  explicit Pages(xlsx::ByteSink& file) : file_(file) {}
+  void write(std::uint64_t at, std::string_view bytes) {
+    while (end_ < at)
+      append(std::string(static_cast<std::size_t>(std::min<std::uint64_t>(at - end_, kPiece)), '\0'));
+    const auto over = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), end_ - at));
+    if (over > 0) file_.write_over(at, bytes.substr(0, over));
+    append(bytes.substr(over));
+  }
+
+ private:
+  void append(std::string_view bytes) {
+    file_.write(bytes);
+    end_ += bytes.size();
+  }
+
+  xlsx::ByteSink& file_;
+  std::uint64_t end_ = 0;
+};
+
+RunTables binary_tables(const std::vector<Part>& parts, runfile::Run& run,
+                        const std::function<void()>& between) {
+  const std::int64_t singles = shape_of(run).singles();
+  std::vector<runfile::CsvRows> rows, group_rows;
+  for (const Part& part : parts) {
+    const std::int64_t first = part.header.shard.first(part.header.total);
+    const std::int64_t last = part.header.shard.last(part.header.total);
+    if (first < singles) rows.push_back({part.file, part.rows, 1, std::min(last, singles) - first});
+    if (last > singles)
+      group_rows.push_back({part.file, part.groups, 1 + part.single_lines, last - std::max(first, singles)});
+  }
+  RunTables tables;
+  tables.form = TableForm::kBinary;
+  tables.singles = [=, &run](xlsx::ByteSink& table) {
+    Pages pages(table);
+    runfile::csv_to_binary_rows(
+        rows, run, [&](std::uint64_t at, std::string_view bytes) { pages.write(at, bytes); }, between);
+  };
+  if (run.groups.empty()) return tables;
+  tables.groups = [=, &run](xlsx::ByteSink& table) {
+    Pages pages(table);
+    runfile::csv_to_binary_group_rows(
+        group_rows, run, [&](std::uint64_t at, std::string_view bytes) { pages.write(at, bytes); }, between);
+  };
+  return tables;
 }
 
 // Each part has looked for those of its own inputs, which stand in the order of the parts.
@@ -371,34 +445,26 @@ void add_break_evens(const Part& part, std::size_t output, Json& item) {
 }  // namespace
 
 void merge_parts(const std::vector<std::filesystem::path>& files, const std::filesystem::path& run,
-                 bool replace) {
+                 const MergeOptions& options) {
   std::vector<Part> parts;
   parts.reserve(files.size());
   for (const std::filesystem::path& file : files) parts.push_back(read_part(file));
   check_together(parts);
   const PartHeader& header = parts.front().header;
-  const runfile::Run description = runfile::read_description(header.run, parts.front().file.string());
+  runfile::Run description = runfile::read_description(header.run, parts.front().file.string());
   const Shape shape = shape_of(description);
   if (shape.total() != header.total) refuse(parts.front().file, "has a first line that contradicts itself");
-  const std::size_t outputs = description.outputs.size();
-  std::size_t members = 0;
-  for (const runfile::Group& group : description.groups) members = std::max(members, group.members.size());
   for (Part& part : parts) find_rows(part, shape);
   runfile::Json whole = header.run;
   if (!header.calculation.is_null()) whole["calculation"] = header.calculation;
-  for (std::size_t output = 0; output < outputs; ++output)
+  for (std::size_t output = 0; output < description.outputs.size(); ++output)
     for (const Part& part : parts) add_break_evens(part, output, whole["outputs"][output]);
-  RunRows rows;
-  rows.singles = [&](const xlsx::WritePiece& write) {
-    write(runfile::rows_header(outputs));
-    for (const Part& part : parts) copy_bytes(part, part.rows, part.groups, write);
+  const auto between = [&options] {
+    if (options.between) options.between();
   };
-  if (members > 0)
-    rows.groups = [&](const xlsx::WritePiece& write) {
-      write(runfile::group_rows_header(members, outputs));
-      for (const Part& part : parts) copy_bytes(part, part.groups, part.end, write);
-    };
-  write_run_files(run, std::move(whole), rows, replace);
+  const RunTables tables = options.form == TableForm::kBinary ? binary_tables(parts, description, between)
+                                                              : csv_tables(parts, description);
+  write_run_files(run, std::move(whole), tables, options.replace);
 }
 
 }  // namespace ordvane::sweep

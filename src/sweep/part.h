@@ -14,6 +14,7 @@
 
 #include "runfile/run.h"
 #include "runfile/write_run.h"
+#include "sweep/run_files.h"
 
 namespace ordvane::sweep {
 
@@ -81,10 +82,15 @@ class PartWriter {
   std::int64_t done_ = 0;
 };
 
-// The run of all parts, given in any order: the run file and its CSV files, which appear whole or not at all.
-// `replace`: files that are there; false refuses them. Throws runfile::BadRun for parts that do not belong
-// together, are missing, given twice or not complete.
+struct MergeOptions {
+  bool replace = false;  // files that are there; false refuses them
+  TableForm form = TableForm::kCsv;
+  std::function<void()> between = {};  // called now and then where that is set; what it throws ends the work
+};
+
+// The run of all parts, given in any order: the run file and its tables, which appear whole or not at all.
+// Throws runfile::BadRun for parts that do not belong together, are missing, given twice or not complete.
 void merge_parts(const std::vector<std::filesystem::path>& parts, const std::filesystem::path& run,
-                 bool replace);
+                 const MergeOptions& options);
 
 }  // namespace ordvane::sweep

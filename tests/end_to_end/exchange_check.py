@@ -16,6 +16,8 @@ import subprocess
 import sys
 import tempfile
 
+from oracle import difference, roots_of
+
 ORDVANE, SOURCE, RUN = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3]).resolve()
 FAULTS = []
 
@@ -64,10 +66,6 @@ class Run:
         return sorted((number(row[3]), number(row[4 + o])) for row in self.rows if int(row[1]) == i + 1)
 
 
-def difference(a, b):
-    return 0.0 if abs(a - b) <= 1e-12 * max(abs(a), abs(b)) else a - b
-
-
 def check_steps(run):
     rows = list(csv.DictReader(io.StringIO(ordvane("export", RUN, "--what", "steps", "--raw-text"))))
     lines = [json.loads(line) for line in ordvane("export", RUN, "--what", "steps", "--as", "ndjson").splitlines()]
@@ -90,21 +88,10 @@ def check_steps(run):
     return document
 
 
-def crossings(points, target=0.0):
-    """Where straight lines between neighbouring points meet the target; points without a result part the line."""
-    found, points = [], [(x, None if y is None else y - target) for x, y in points]
-    for (x, y), (next_x, next_y) in zip(points, points[1:]):
-        if y is not None and y == 0:
-            found.append(x)
-        elif None not in (y, next_y) and y * next_y < 0:
-            found.append(x + (next_x - x) * (-y / (next_y - y)))
-    return found + [x for x, y in points[-1:] if y == 0]
-
-
 def break_even(what, found, points, target=0.0):
     """Not of an output that does not move, or failed."""
     if any(result != points[0][1] for _, result in points) and all(result is not None for _, result in points):
-        expected = crossings(points, target)
+        expected = [x for x, *_ in roots_of(points, target)]
         equal(what, len(found) == len(expected) and all(abs(a - b) <= 1e-9 * max(1, abs(b)) for a, b in zip(found, expected)), True)
 
 
@@ -144,6 +131,10 @@ def check_import(run, folder):
         return [[value for name, value in row.items() if name not in lost and not name.endswith(("Sheet", "Cell"))] for row in rows]
 
     equal("ranking of what was imported", ranking(folder / "study.run.json"), ranking(RUN))
+    ordvane("import", study, "--outputs", outputs.getvalue().strip(), "--as", "binary", "-o", folder / "binary.run.json")
+    for what in ("steps", "table"):
+        equal(f"{what} of the binary import", *(ordvane("export", folder / f"{name}.run.json", "--what", what) for name in ("binary", "study")))
+    equal("table of the binary import", json.loads((folder / "binary.run.json").read_text(encoding="utf-8"))["recalculations"], "binary.run.bin")
     with study.open(encoding="utf-8", newline="") as file:
         other = [row[1:] for row in csv.reader(file)]
     with (folder / "other.csv").open("w", encoding="utf-8-sig", newline="") as file:  # as a German Excel writes it
@@ -245,7 +236,7 @@ def check_copy(folder):
             equal("values", [None if v != v else v for v in read["inputs"][s]], [number(row[3]) for row in of_one])
             for o in range(read["outputs"]):
                 equal("results", [None if v != v else v for v in read["results"][s, o]], [number(row[4 + o]) for row in of_one])
-        errors = {"#NULL!": 2000, "#DIV/0!": 2007, "#REF!": 2023, "#NAME?": 2029, "#NUM!": 2036, "#N/A": 2042}
+        errors = {"#NULL!": 2000, "#DIV/0!": 2007, "#VALUE!": 2015, "#REF!": 2023, "#NAME?": 2029, "#NUM!": 2036, "#N/A": 2042}
         marks = [errors.get(row[4], 65536 * (row[4] != "" and number(row[4]) is None)) for row in rows[:read["recalculations"]]]
         equal("marks", [min(int(mark), 65536) for mark in read["marks"]], marks)
 

@@ -357,7 +357,7 @@ TEST(Job, FindsInTheModelWhereOutputsReachTheirTargets) {
     job.shard = Shard{part, 3};
     parts.push_back(run_job(job).file);
   }
-  merge_parts(parts, job.run, false);
+  merge_parts(parts, job.run, {});
   std::string whole = bytes_of(folder / "whole.run.json");
   whole.replace(whole.find("whole.run.csv"), 5, "parts");
   EXPECT_EQ(bytes_of(job.run), whole);

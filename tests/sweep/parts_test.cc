@@ -5,6 +5,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <bit>
 #include <chrono>
 #include <cmath>
 #include <fstream>
@@ -85,15 +87,21 @@ class Parts : public testing::Test {
   }
   // All files of the run.
   std::string merged(const std::vector<std::filesystem::path>& parts) const {
-    merge_parts(parts, folder_ / "m.run.json", true);
+    merge_parts(parts, folder_ / "m.run.json", {.replace = true});
     std::string all;
     for (const char* name : {"m.run.json", "m.run.csv", "m.run.groups.csv"})
       all += runfile::read_text(folder_ / name, "a file");
     return all;
   }
-  std::string complaint(const std::vector<std::filesystem::path>& parts) const {
+  // With its texts.
+  runfile::Run run_of_parts(const std::vector<std::filesystem::path>& parts, TableForm form) const {
+    merge_parts(parts, folder_ / "m.run.json", {.replace = true, .form = form});
+    return runfile::read_run(folder_ / "m.run.json", {.keeps_texts = true});
+  }
+  std::string complaint(const std::vector<std::filesystem::path>& parts,
+                        TableForm form = TableForm::kCsv) const {
     try {
-      merge_parts(parts, folder_ / "m.run.json", true);
+      merge_parts(parts, folder_ / "m.run.json", {.replace = true, .form = form});
       return "";
     } catch (const runfile::BadRun& bad) {
       return bad.what();
@@ -150,6 +158,41 @@ TEST_F(Parts, AreTheSameBytesHoweverManyThereAre) {
     }
     EXPECT_EQ(merged(files), whole) << parts;
   }
+}
+
+// More rows than are held of a column at once; a part was interrupted, and no part ends where a piece does.
+TEST_F(Parts, AreTheSameRunInBinaryTables) {
+  plan_ = planned(small_what_if(20000), model_);
+  shape_ = shape_of(run_of(plan_, std::vector<Result>(plan_.outputs.size())));
+  calculate({1, 1});
+  const auto expect_same = [](const runfile::Run& run, const runfile::Run& expected) {
+    const auto same = [](const runfile::StoredValues& values, const runfile::StoredValues& others) {
+      ASSERT_EQ(values.size(), others.size());
+      for (std::size_t at = 0; at < values.size(); ++at)
+        ASSERT_TRUE(std::bit_cast<std::uint64_t>(values[at]) == std::bit_cast<std::uint64_t>(others[at]))
+            << at << ": " << values[at] << ", not " << others[at];
+    };
+    same(run.input_values, expected.input_values);
+    same(run.output_values, expected.output_values);
+    same(run.group_input_values, expected.group_input_values);
+    same(run.group_output_values, expected.group_output_values);
+    EXPECT_TRUE(run.texts == expected.texts);
+    EXPECT_TRUE(run.group_texts == expected.group_texts);
+  };
+  const runfile::Run expected = run_of_parts({file({1, 1})}, TableForm::kCsv);
+  expect_same(run_of_parts({file({1, 1})}, TableForm::kBinary), expected);
+  for (const std::int32_t part : {1, 2, 3}) calculate({part, 3});
+  std::filesystem::resize_file(file({2, 3}), std::filesystem::file_size(file({2, 3})) / 2);
+  calculate({2, 3});
+  expect_same(run_of_parts({file({3, 3}), file({1, 3}), file({2, 3})}, TableForm::kBinary), expected);
+
+  std::string text = runfile::read_text(file({3, 3}), "a part");
+  const std::size_t last = text.rfind("\n1,2,4,") + 1;
+  const auto line =
+      std::to_string(std::count(text.begin(), text.begin() + static_cast<long>(last), '\n') + 1);
+  std::ofstream(file({3, 3}), std::ios::binary) << text.replace(last, text.size() - last, "1,2,4,x,,,,,,,\n");
+  EXPECT_THAT(complaint({file({1, 3}), file({2, 3}), file({3, 3})}, TableForm::kBinary),
+              HasSubstr("m.part-3-of-3.csv:" + line + ": column value1: is \"x\"; a number"));
 }
 
 TEST_F(Parts, SurviveBeingKilledAtAnyMoment) {
