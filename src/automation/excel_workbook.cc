@@ -77,6 +77,7 @@ class ExcelWorksheet final : public host::Worksheet, private ExcelObject {
         .get(L"Count")
         .whole();
   }
+  std::int64_t cell_limit() override { return 0; }
   std::int32_t column_limit() override {
     return first_cell()
         .object(L"EntireRow", kinds::kRange)

@@ -50,6 +50,10 @@ class Engine {
  public:
   virtual ~Engine() = default;
 
+  // Whether several threads may call DRL4_GetDoubleInputOrOutputData, DRL4_DoubleIsNaN and DRL4_DoubleIsError
+  // at once. The latter two throw nothing then.
+  virtual bool concurrent() const { return false; }
+
   // Binds to the engine library file at this full path. An engine that needs no library ignores the call. As
   // with the platform's loader, a failure shows only at the first call of an entry point.
   virtual void load_library(const std::string& path) = 0;

@@ -42,6 +42,8 @@ struct AxisScale {
 class NumberService {
  public:
   virtual ~NumberService() = default;
+  // Whether several threads may call missing_number and is_usable at once, which then throw nothing.
+  virtual bool concurrent() const { return false; }
   virtual double missing_number() = 0;
   // False for NaN, infinities and the missing-number marker. Error values are the engine's to know.
   virtual bool is_usable(double value) = 0;

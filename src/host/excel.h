@@ -241,6 +241,7 @@ class Worksheet {
   virtual void set_name(const std::string& name) = 0;
   virtual std::int32_t row_limit() = 0;     // rows of the whole sheet
   virtual std::int32_t column_limit() = 0;  // columns of the whole sheet
+  virtual std::int64_t cell_limit() = 0;    // most cells that a table may have; 0: as many as the sheet
   // By A1 address, "$" allowed, case ignored. Throws for what is no address.
   virtual std::shared_ptr<Range> range(const std::string& address) = 0;
   virtual std::shared_ptr<Range> range(std::int32_t row, std::int32_t column, std::int32_t rows,

@@ -14,4 +14,9 @@ std::size_t processors();
 // left to do until nothing is, and throws nothing.
 void side_by_side(std::size_t count, const std::function<void()>& work);
 
+// Calls `each` with every number from 0 to `count` - 1, which are begun in their order, on this thread and up
+// to `threads` - 1 others. Once a call throws no more are begun, and when all have ended, what the one with
+// the lowest number threw is thrown.
+void each_side_by_side(std::size_t count, std::size_t threads, const std::function<void(std::size_t)>& each);
+
 }  // namespace ordvane::host

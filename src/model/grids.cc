@@ -33,13 +33,16 @@ std::optional<Grid> GridOf(const MultiWayRun& run, const MultiGroup& group, std:
   Grid grid;
   std::size_t combinations = 1;
   for (const multiData& input : group.inputs) {
-    std::vector<double>& values = grid.values.emplace_back(input.value);
-    if (!std::all_of(values.begin(), values.end(), [&](double value) { return rules.is_usable(value); }))
+    if (!std::ranges::all_of(input.value, [&](double value) { return rules.is_usable(value); }))
       return std::nullopt;
-    std::sort(values.begin(), values.end());
-    values.erase(std::unique(values.begin(), values.end()), values.end());
-    combinations *= values.size();
+    // Values that differ have ranks from 1 on.
+    const auto different =
+        input.rank.empty() ? std::size_t{0} : static_cast<std::size_t>(std::ranges::max(input.rank));
+    combinations *= different;
     if (combinations == 0 || combinations > most) return std::nullopt;
+    std::vector<double>& values = grid.values.emplace_back(different);
+    for (std::size_t c = 0; c < input.rank.size(); ++c)
+      values[static_cast<std::size_t>(input.rank[c] - 1)] = input.value[c];
   }
   grid.results.assign(combinations, rules.missing_number());
   std::vector<bool> filled(combinations);

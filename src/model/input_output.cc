@@ -50,6 +50,14 @@ void ValueTable::show(std::shared_ptr<const TableRows> rows, std::int32_t l, std
   std::tie(l_, j_, k_) = std::tuple(l, j, 1);
 }
 
+void ValueTable::copy(std::int32_t l, std::int32_t j, std::span<double> to) const {
+  if (to.empty()) return;
+  const std::size_t first = index(l, j, 1), last = index(l, j + static_cast<std::int32_t>(to.size()) - 1, 1);
+  if (rows_) return rows_->copy(l, j, to);
+  std::copy(values_.begin() + static_cast<std::ptrdiff_t>(first),
+            values_.begin() + static_cast<std::ptrdiff_t>(last) + 1, to.begin());
+}
+
 DralInputOutput::DralInputOutput(const std::shared_ptr<const NumberRules>& rules)
     : rules_(rules_or_default(rules)) {}
 

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,10 @@ class TableRows {
  public:
   virtual ~TableRows() = default;
   virtual double at(std::int32_t l, std::int32_t j) const = 0;
+  // Elements of a row, from (l, j) on: as many as `to` has room for.
+  virtual void copy(std::int32_t l, std::int32_t j, std::span<double> to) const {
+    for (double& value : to) value = at(l, j++);
+  }
 };
 
 // Up to three dimensions of doubles in one piece of memory, the last index running fastest; or two, of rows
@@ -43,6 +48,8 @@ class ValueTable {
     const std::size_t at = index(l, j, k);
     return rows_ ? rows_->at(l, j) : values_[at];
   }
+  // Elements of a row of two dimensions, from (l, j) on: as many as `to` has room for.
+  void copy(std::int32_t l, std::int32_t j, std::span<double> to) const;
   void put(std::int32_t l, std::int32_t j, std::int32_t k, double value) {
     const std::size_t at = index(l, j, k);
     if (rows_) host::raise_subscript_out_of_range("value table of a run");
@@ -149,6 +156,11 @@ class DralInputOutput {
   // The step tables of `outputs` outputs show these rows: results, their changes and ranks.
   void show_steps(std::int32_t outputs, std::shared_ptr<const TableRows> results,
                   std::shared_ptr<const TableRows> changes, std::shared_ptr<const TableRows> ranks);
+
+  // The results of an output at the steps from `first` on, as OutputValuesCalculated tells them one by one.
+  void copy_results(std::int32_t output, std::int32_t first, std::span<double> results) const {
+    OutputValuesCalculated_.copy(output, first, results);
+  }
 
   // The ranks as whole numbers: the tables that clients see hold them as doubles.
   std::int32_t rank(std::int32_t output) const;

@@ -79,8 +79,11 @@ class Reader {
     }
   }
 
-  std::vector<double> read_results(const DralInputOutput& output) {
+  std::vector<double> read_results(const DralInputOutput& output) const {
     return fetch(engine::kOutput, output, 1, multi_way_);
+  }
+  void read_results(const DralInputOutput& output, std::int32_t first, std::span<double> results) const {
+    fetch(engine::kOutput, output, first + 1, results);
   }
 
  private:
@@ -101,11 +104,16 @@ class Reader {
 
   // `first`: from 1 among the multi-way recalculations, which follow the standard ones.
   std::vector<double> fetch(std::int32_t kind, const DralInputOutput& item, std::int32_t first,
-                            std::int32_t count) {
-    std::vector<double> data(static_cast<std::size_t>(count));
+                            std::int32_t count) const {
+    std::vector<double> data;
+    host::allocating([&] { data.resize(static_cast<std::size_t>(count)); });
+    fetch(kind, item, first, data);
+    return data;
+  }
+  void fetch(std::int32_t kind, const DralInputOutput& item, std::int32_t first,
+             std::span<double> data) const {
     engine_.values(kind, item, run_, standard_ + first - 1, data);
     for (double& value : data) value = item.rules().without_nan(value);
-    return data;
   }
 
   static std::vector<std::int32_t> ranks_from_lowest(const std::vector<double>& values) {
@@ -312,27 +320,37 @@ double MultiWayRun::result(std::int32_t output, const MultiGroup& group, std::in
   if (combination < 1 || combination > group.combinations)
     host::raise_subscript_out_of_range("combination " + std::to_string(combination) + " of " +
                                        std::to_string(group.combinations));
-  return results(output)[element(group.first + combination - 1)];
+  const std::int32_t recalculation = group.first + combination - 1;
+  const std::vector<double>& kept = results(output);
+  return kept.empty() && asked_for ? asked_for->at(output, recalculation - 1) : kept[element(recalculation)];
 }
 
 MultiWayRun ReadMultiWay(session::Session& session, const Records& inputs, const Records& outputs,
                          const OneBased<std::int32_t>& selectedOutputs, std::int32_t maxGroupSize,
-                         std::int32_t runNumber) {
-  Reader reader(session, inputs, runNumber);
+                         std::int32_t runNumber, std::size_t most_results) {
+  const auto reader = std::make_shared<Reader>(session, inputs, runNumber);
   MultiWayRun run;
   const std::int32_t most_members = maxGroupSize < 1 ? std::max(inputs.size(), 1) : maxGroupSize;
-  if (!reader.read_groups(most_members, run.groups)) return {};
-  run.recalculations = reader.recalculations();
+  if (!reader->read_groups(most_members, run.groups)) return {};
+  run.recalculations = reader->recalculations();
   session.log.line("MultiWay.ReadMultiWay groups: " + session::log_text(run.groups.size()) +
                    "   recalculations: " + session::log_text(run.recalculations));
   for (MultiGroup& group : run.groups) {
     session.check_cancel();
-    reader.read_member_values(group);
+    reader->read_member_values(group);
   }
+  const std::size_t room = most_results / static_cast<std::size_t>(std::max(run.recalculations, 1));
   for (const std::int32_t output : selectedOutputs) {
     session.check_cancel();
-    run.results.push_back(reader.read_results(outputs(output)));
+    const bool kept = static_cast<std::size_t>(run.results.size()) < room;
+    run.results.push_back(kept ? reader->read_results(outputs(output)) : std::vector<double>());
   }
+  if (room < static_cast<std::size_t>(selectedOutputs.size()))
+    run.asked_for = std::make_shared<GroupResults>(
+        selectedOutputs.size(), run.recalculations,
+        [reader, &outputs, selectedOutputs](std::int32_t output, std::int32_t first, std::span<double> to) {
+          reader->read_results(outputs(selectedOutputs(output)), first, to);
+        });
   return run;
 }
 

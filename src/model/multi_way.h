@@ -12,10 +12,13 @@
 // others would leave every swing as it is.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "model/enumerations.h"
+#include "model/group_results.h"
 #include "model/input_output.h"
 #include "model/one_based.h"
 #include "session/session.h"
@@ -36,12 +39,17 @@ struct MultiWayRun {
   OneBased<MultiGroup> groups;  // in the order of the run
   std::int32_t recalculations = 0;
   // One element a selected output, in the order of the selection: its results, one a multi-way recalculation.
-  // NaN is replaced by the missing-number marker; spreadsheet errors are as the engine encodes them.
+  // NaN is replaced by the missing-number marker; spreadsheet errors are as the engine encodes them. Of
+  // outputs for which there is no room none: they are asked for again.
   OneBased<std::vector<double>> results;
+  std::shared_ptr<GroupResults> asked_for = {};
 
   // `output`: one-based position in the selection. `combination`: from 1 within the group.
   double result(std::int32_t output, const MultiGroup& group, std::int32_t combination) const;
 };
+
+// Results that a run keeps: 64 MiB of them.
+inline constexpr std::size_t kMostGroupResults = std::size_t{1} << 23;
 
 // Why a group has no interaction, or that it has one.
 enum class InteractionState : std::uint8_t {
@@ -74,10 +82,11 @@ using GroupEffects = OneBased<GroupEffect>;  // one a group
 // filled by OrdvaneScan::getData. `maxGroupSize`: most members of a group; below 1 for no limit but the
 // inputs. An engine that refuses, or a run without groups, gives a run without groups. Throws error 9 for a
 // member that is no input, errc::kInvalidProcedureCall when the engine refuses the values of an item,
-// errc::kUserCancelled when the user stops.
+// errc::kUserCancelled when the user stops. Session, inputs and outputs are used as long as the run is, whose
+// results throw what asking for them again throws. `most_results`: that are kept.
 MultiWayRun ReadMultiWay(session::Session& session, const Records& inputs, const Records& outputs,
                          const OneBased<std::int32_t>& selectedOutputs, std::int32_t maxGroupSize,
-                         std::int32_t runNumber);
+                         std::int32_t runNumber, std::size_t most_results = kMostGroupResults);
 
 // Measures and ranks the groups for one selected output: the widest swing gets rank 1, equal ones consecutive
 // ranks in the order of the run. `selected`: one-based position in the selection; `outputIndex`: the output's

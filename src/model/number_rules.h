@@ -18,6 +18,10 @@ class NumberRules {
   NumberRules(std::shared_ptr<engine::Engine> engine, std::shared_ptr<host::Environment> environment)
       : engine_(std::move(engine)), environment_(std::move(environment)) {}
 
+  // Whether several threads may ask at once.
+  bool concurrent() const {
+    return (!engine_ || engine_->concurrent()) && (!environment_ || environment_->numbers().concurrent());
+  }
   bool is_nan(double value) const {
     return engine_ ? engine_->DRL4_DoubleIsNaN(value) == 1 : std::isnan(value);
   }

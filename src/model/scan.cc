@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
+#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
 
+#include "host/side_by_side.h"
 #include "model/engine_reader.h"
 #include "model/naming.h"
 #include "model/ranking.h"
@@ -155,11 +158,16 @@ class Extremes {
   }
 
   // Without any usable step there is nothing to show.
+  double least(const NumberRules& rules) const { return lowest_step_ > 0 ? lowest_ : rules.missing_number(); }
+  double greatest(const NumberRules& rules) const {
+    return highest_step_ > 0 ? highest_ : rules.missing_number();
+  }
+
   void put(const NumberRules& rules, double base, std::int32_t output, DralInputOutput& input) const {
     const double missing = rules.missing_number();
     const bool any = lowest_step_ > 0;
-    input.outputMinValuePut(output, any ? lowest_ : missing);
-    input.outputMaxValuePut(output, any ? highest_ : missing);
+    input.outputMinValuePut(output, least(rules));
+    input.outputMaxValuePut(output, greatest(rules));
     input.outputMinPercentChangePut(output, any ? rules.fractional_change(lowest_, base) : missing);
     input.outputMaxPercentChangePut(output, any ? rules.fractional_change(highest_, base) : missing);
     input.minChange = any ? input.InputValuesUsed(lowest_step_) : missing;
@@ -173,7 +181,8 @@ class Extremes {
   std::int32_t lowest_step_ = 0, highest_step_ = 0;  // 0: none yet
 };
 
-// Reads one run into the records.
+// Reads one run into the records. Where engine and rules allow it, outputs are read side by side, and then
+// inputs are told what these say about them.
 class Retrieval {
  public:
   Retrieval(session::Session& session, const std::shared_ptr<const NumberRules>& rules, Records& inputs,
@@ -181,37 +190,48 @@ class Retrieval {
       : session_(session),
         rules_(*rules),
         inputs_(inputs),
+        outputs_(outputs),
         recalculations_(std::max(recalculations, 0)),
         run_(run),
-        poll_([&session] { session.check_cancel(); }),
-        pace_(poll_),
+        poll_([&session, here = std::this_thread::get_id()] {
+          if (std::this_thread::get_id() == here) session.check_cancel();
+        }),
         results_(std::make_shared<StepResults>(session, rules, inputs, outputs, recalculations, run, poll_)) {
     results_->show_in(inputs);
   }
 
   void read_inputs();
-  // `on`: the output's position, as the inputs' tables count.
-  void read_output(const DralInputOutput& output, std::int32_t on);
+  // `positions`: of outputs, as the inputs' tables count.
+  void read_outputs(std::span<const std::int32_t> positions);
 
  private:
-  static constexpr std::size_t kStepsOfALogLine = 1000;  // as much time as that many steps of arithmetic
+  // Results of fewer recalculations than this are read in less time than threads take to begin.
+  static constexpr std::size_t kLeastShared = 1 << 16;
+  // At a time, of inputs by outputs and of results.
+  static constexpr std::size_t kMostFindings = 1 << 16, kMostResults = 1 << 21;
+  static constexpr std::size_t kInputsAtOnce = 64;
 
-  void log_line(const std::string& text) {
-    session_.log.line("OrdvaneScan.GetData " + text);
-    pace_.step(kStepsOfALogLine);
-  }
-  void log_data(std::int32_t index, std::span<const double> results);
-  void log_order(std::int32_t on, std::span<const double> results);
-  void fill_inputs(std::int32_t on, double base, std::span<const double> results);
-  void rank_inputs(std::int32_t on);
+  // What the recalculations of one output say about each input.
+  struct Findings {
+    std::vector<Extremes> extremes;
+    OneBased<std::int32_t> ranks;
+    std::optional<std::vector<double>> results;  // where they can stay
+  };
+
+  Findings read_output(std::int32_t on, bool results_stay) const;
+  void log_data(std::int32_t index, std::span<const double> results) const;
+  void log_order(std::int32_t on, std::span<const double> results) const;
+  std::vector<Extremes> extremes_of(std::span<const double> results) const;
+  OneBased<std::int32_t> ranks_of(const std::vector<Extremes>& extremes) const;
+  void put(std::span<const std::int32_t> positions, std::span<const Findings> findings, std::size_t threads);
 
   session::Session& session_;
   const NumberRules& rules_;
   Records& inputs_;
+  const Records& outputs_;
   std::int32_t recalculations_;
   std::int32_t run_;
-  Poll poll_;
-  Pace pace_;
+  Poll poll_;  // other threads than the one that began do not ask
   std::shared_ptr<StepResults> results_;
 };
 
@@ -234,54 +254,115 @@ void Retrieval::read_inputs() {
   }
 }
 
-void Retrieval::read_output(const DralInputOutput& output, std::int32_t on) {
-  session_.check_cancel();
+void Retrieval::read_outputs(std::span<const std::int32_t> positions) {
+  const auto recalculations = static_cast<std::size_t>(recalculations_);
+  const auto inputs = static_cast<std::size_t>(inputs_.size());
+  // An output that is named twice, and lines of a log, have their order.
+  const std::set<std::int32_t> different(positions.begin(), positions.end());
+  const bool shared = rules_.concurrent() && !session_.log.is_on() && different.size() == positions.size() &&
+                      recalculations * positions.size() >= kLeastShared;
+  const std::size_t threads = shared ? host::processors() : 1;
+  const std::size_t many = std::min(kMostFindings / std::max(inputs, std::size_t{1}),
+                                    kMostResults / std::max(recalculations, std::size_t{1}));
+  const std::size_t at_once = shared ? std::max(threads, many) : 1;
+  for (; !positions.empty(); positions = positions.subspan(std::min(at_once, positions.size()))) {
+    const auto these = positions.first(std::min(at_once, positions.size()));
+    const std::size_t room = results_->room();
+    std::vector<Findings> findings(these.size());
+    host::each_side_by_side(these.size(), threads, [&](std::size_t k) {
+      poll_();
+      findings[k] = read_output(these[k], k < room);
+    });
+    for (std::size_t k = 0; k < these.size(); ++k) results_->note(these[k], std::move(findings[k].results));
+    put(these, findings, threads);
+  }
+}
+
+Retrieval::Findings Retrieval::read_output(std::int32_t on, bool results_stay) const {
   const bool logs = session_.log.is_on();
-  const std::span<const double> results = results_->read(on, [&](std::span<const double> recorded) {
-    if (logs) log_data(output.ioIndex, recorded);
+  std::vector<double> results = results_->read(on, [&](std::span<const double> recorded) {
+    if (logs) log_data(outputs_(on).ioIndex, recorded);
   });
   if (logs) log_order(on, results);
-  fill_inputs(on, output.BaseValue(), results);
-  rank_inputs(on);
+  Findings findings;
+  findings.extremes = extremes_of(results);
+  findings.ranks = ranks_of(findings.extremes);
+  if (results_stay) findings.results = std::move(results);
+  return findings;
 }
 
-void Retrieval::log_data(std::int32_t index, std::span<const double> results) {
-  log_line("DRL4_GetDoubleInputOrOutputData HVars: " + std::to_string(session_.hVars) + "    Index: " +
-           std::to_string(index) + "   Start: 0   Stop: " + std::to_string(std::ssize(results) - 1));
+// Writes lines, which each take as much time as many steps of arithmetic.
+class Lines {
+ public:
+  Lines(session::Session& session, const Poll& poll) : session_(session), pace_(poll) {}
+  void add(const std::string& text) {
+    constexpr std::size_t kStepsOfALine = 1000;
+    session_.log.line("OrdvaneScan.GetData " + text);
+    pace_.step(kStepsOfALine);
+  }
+
+ private:
+  session::Session& session_;
+  Pace pace_;
+};
+
+void Retrieval::log_data(std::int32_t index, std::span<const double> results) const {
+  Lines lines(session_, poll_);
+  lines.add("DRL4_GetDoubleInputOrOutputData HVars: " + std::to_string(session_.hVars) + "    Index: " +
+            std::to_string(index) + "   Start: 0   Stop: " + std::to_string(std::ssize(results) - 1));
   for (std::size_t k = 0; k < results.size(); ++k)
-    log_line("DRL4_GetDoubleInputOrOutputData Data(" + std::to_string(k + 1) + ")=" + log_text(results[k]));
+    lines.add("DRL4_GetDoubleInputOrOutputData Data(" + std::to_string(k + 1) + ")=" + log_text(results[k]));
 }
 
-void Retrieval::log_order(std::int32_t on, std::span<const double> results) {
+void Retrieval::log_order(std::int32_t on, std::span<const double> results) const {
   const StepResults::Order order = results_->order(on, results);
   std::vector<std::int32_t> ranks(order.recalculations.size());
   for (std::size_t k = 0; k < ranks.size(); ++k)
     ranks[static_cast<std::size_t>(order.recalculations[k] - 1)] = static_cast<std::int32_t>(k) + 1;
+  Lines lines(session_, poll_);
   for (std::size_t k = 0; k < ranks.size(); ++k)
-    log_line("Array(" + std::to_string(k + 1) + ")=" + log_text(order.changes[k]) + "   RArray(" +
-             std::to_string(k + 1) + ")=" + std::to_string(order.recalculations[k]) + "   RArray2(" +
-             std::to_string(k + 1) + ")=" + std::to_string(ranks[k]));
+    lines.add("Array(" + std::to_string(k + 1) + ")=" + log_text(order.changes[k]) + "   RArray(" +
+              std::to_string(k + 1) + ")=" + std::to_string(order.recalculations[k]) + "   RArray2(" +
+              std::to_string(k + 1) + ")=" + std::to_string(ranks[k]));
 }
 
-// Everything that one output's recalculations say about the inputs.
-void Retrieval::fill_inputs(std::int32_t on, double base, std::span<const double> results) {
+std::vector<Extremes> Retrieval::extremes_of(std::span<const double> results) const {
+  std::vector<Extremes> extremes(static_cast<std::size_t>(inputs_.size()));
+  Pace pace(poll_);
   std::size_t r = 0;
-  for (DralInputOutput& input : inputs_) {
-    Extremes extremes;
+  for (auto of_input = extremes.begin(); const DralInputOutput& input : inputs_) {
     for (std::int32_t j = 1; j <= input.numSteps; ++j, ++r)
-      if (rules_.is_usable(results[r])) extremes.take(results[r], j);
-    extremes.put(rules_, base, on, input);
-    pace_.step(static_cast<std::size_t>(std::max(input.numSteps, 0)));
+      if (rules_.is_usable(results[r])) of_input->take(results[r], j);
+    pace.step(static_cast<std::size_t>(std::max(input.numSteps, 0)));
+    ++of_input;
   }
+  return extremes;
 }
 
-void Retrieval::rank_inputs(std::int32_t on) {
+OneBased<std::int32_t> Retrieval::ranks_of(const std::vector<Extremes>& extremes) const {
   std::vector<double> swings;
-  swings.reserve(static_cast<std::size_t>(inputs_.size()));
-  for (const DralInputOutput& input : inputs_)
-    swings.push_back(input.outputMaxValue(on) - input.outputMinValue(on));
-  const OneBased<std::int32_t> ranks = rank_descending(swings, poll_);
-  for (std::int32_t i = 1; i <= inputs_.size(); ++i) inputs_(i).outputRankPut(on, ranks(i));
+  swings.reserve(extremes.size());
+  for (const Extremes& of_input : extremes)
+    swings.push_back(of_input.greatest(rules_) - of_input.least(rules_));
+  return rank_descending(swings, poll_);
+}
+
+// By inputs, whose tables have the outputs side by side.
+void Retrieval::put(std::span<const std::int32_t> positions, std::span<const Findings> findings,
+                    std::size_t threads) {
+  const auto inputs = static_cast<std::size_t>(inputs_.size());
+  const auto put_input = [&](std::size_t i) {
+    DralInputOutput& input = inputs_(static_cast<std::int32_t>(i) + 1);
+    for (std::size_t k = 0; k < positions.size(); ++k) {
+      findings[k].extremes[i].put(rules_, outputs_(positions[k]).BaseValue(), positions[k], input);
+      input.outputRankPut(positions[k], findings[k].ranks(static_cast<std::int32_t>(i) + 1));
+    }
+  };
+  host::each_side_by_side((inputs + kInputsAtOnce - 1) / kInputsAtOnce, threads, [&](std::size_t piece) {
+    poll_();
+    const std::size_t end = std::min((piece + 1) * kInputsAtOnce, inputs);
+    for (std::size_t i = piece * kInputsAtOnce; i < end; ++i) put_input(i);
+  });
 }
 
 }  // namespace
@@ -292,7 +373,7 @@ std::int32_t OrdvaneScan::getData(Records& inputs, Records& outputs,
   for (DralInputOutput& input : inputs) init_tables(input, outputs.size());
   Retrieval retrieval(session_, rules_, inputs, outputs, numIterations, runNumber);
   retrieval.read_inputs();
-  for (const std::int32_t on : selectedOutputs) retrieval.read_output(outputs(on), on);
+  retrieval.read_outputs({selectedOutputs.begin(), selectedOutputs.end()});
   return 0;
 }
 

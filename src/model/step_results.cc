@@ -20,9 +20,17 @@ class Rows : public TableRows {
     return static_cast<double>(((*results_).*member)(input_, output, step));
   }
 
- private:
+ protected:
   std::shared_ptr<StepResults> results_;
   std::size_t input_;
+};
+
+class ResultRows final : public Rows<&StepResults::result> {
+ public:
+  using Rows::Rows;
+  void copy(std::int32_t output, std::int32_t first_step, std::span<double> results) const override {
+    results_->copy(input_, output, first_step, results);
+  }
 };
 
 }  // namespace
@@ -52,30 +60,40 @@ void StepResults::show_in(Records& inputs) {
   std::size_t position = 0;
   const auto outputs = static_cast<std::int32_t>(outputs_.size());
   for (DralInputOutput& input : inputs) {
-    input.show_steps(outputs, std::make_shared<Rows<&StepResults::result>>(shared_from_this(), position),
+    input.show_steps(outputs, std::make_shared<ResultRows>(shared_from_this(), position),
                      std::make_shared<Rows<&StepResults::change>>(shared_from_this(), position),
                      std::make_shared<Rows<&StepResults::rank>>(shared_from_this(), position));
     ++position;
   }
 }
 
-std::span<const double> StepResults::read(std::int32_t output,
-                                          const std::function<void(std::span<const double>)>& as_recorded) {
-  Output& of = outputs_[static_cast<std::size_t>(output - 1)];
-  host::allocating([&] { unkept_.resize(recalculations_); });
-  ask(output, 0, unkept_);
-  as_recorded(unkept_);
-  replace_nan(unkept_);
-  of.is_read = true;
+std::vector<double> StepResults::read(std::int32_t output,
+                                      const std::function<void(std::span<const double>)>& as_recorded) const {
+  std::vector<double> results;
+  host::allocating([&] { results.resize(recalculations_); });
+  ask(output, 0, results);
+  as_recorded(results);
+  replace_nan(results);
   if (first_.back() > recalculations_) host::raise_subscript_out_of_range("recalculations of an output");
-  if (recalculations_ > most_kept_ - values_kept_) return unkept_;
-  values_kept_ += recalculations_;
-  host::allocating([&] { kept_.push_back(std::move(unkept_)); });
-  unkept_ = {};
-  const std::vector<double>& kept = kept_.back();
+  return results;
+}
+
+void StepResults::note(std::int32_t output, std::optional<std::vector<double>> results) {
+  outputs_[static_cast<std::size_t>(output - 1)].is_read = true;
+  if (!results) return;
+  values_kept_ += results->size();
+  host::allocating([&] { kept_.push_back(std::move(*results)); });
   for (std::size_t input = 0; input + 1 < first_.size(); ++input)
-    places_[input * outputs_.size() + static_cast<std::size_t>(output - 1)] = kept.data() + first_[input];
-  return kept;
+    places_[input * outputs_.size() + static_cast<std::size_t>(output - 1)] =
+        kept_.back().data() + first_[input];
+}
+
+void StepResults::copy(std::size_t input, std::int32_t output, std::int32_t first_step,
+                       std::span<double> results) {
+  if (const double* const all = of_input(input, output))
+    std::copy_n(all + (first_step - 1), results.size(), results.begin());
+  else
+    std::ranges::fill(results, 0.0);
 }
 
 double StepResults::change(std::size_t input, std::int32_t output, std::int32_t step) {
@@ -86,10 +104,7 @@ double StepResults::change(std::size_t input, std::int32_t output, std::int32_t 
 std::int32_t StepResults::rank(std::size_t input, std::int32_t output, std::int32_t step) {
   if (ranked_ != output) {
     if (!outputs_[static_cast<std::size_t>(output - 1)].is_read) return 0;
-    std::vector<double> results;
-    host::allocating([&] { results.resize(recalculations_); });
-    ask(output, 0, results);
-    replace_nan(results);
+    const std::vector<double> results = read(output, [](std::span<const double>) {});
     const std::vector<std::int32_t> order = this->order(output, results).recalculations;
     ranks_.resize(order.size());
     for (std::size_t place = 0; place < order.size(); ++place)

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -30,16 +31,24 @@ class StepResults : public std::enable_shared_from_this<StepResults> {
   // The step tables of the inputs show these results.
   void show_in(Records& inputs);
   // Asks the engine for all results of the output at this one-based position, with markers for what is NaN.
-  // They are good until the next call. `as_recorded`: called before, with what the engine wrote.
-  std::span<const double> read(std::int32_t output,
-                               const std::function<void(std::span<const double>)>& as_recorded);
+  // `as_recorded`: called before these, with what the engine wrote. Under rules that are concurrent, several
+  // threads may ask at once.
+  std::vector<double> read(std::int32_t output,
+                           const std::function<void(std::span<const double>)>& as_recorded) const;
+  // Of how many more outputs the results can stay.
+  std::size_t room() const {
+    return recalculations_ == 0 ? outputs_.size() : (most_kept_ - values_kept_) / recalculations_;
+  }
+  // The output was read. Its results stay where they are given.
+  void note(std::int32_t output, std::optional<std::vector<double>> results);
 
-  // Of an output that was read: counted from 1, the input's step too; 0 for any other output.
+  // Of an output that was noted: counted from 1, the input's step too; 0 for any other output.
   double result(std::size_t input, std::int32_t output, std::int32_t step) {
-    const double* results = places_[input * outputs_.size() + static_cast<std::size_t>(output - 1)];
-    if (results == nullptr) results = fetch(input, output);
+    const double* const results = of_input(input, output);
     return results == nullptr ? 0 : results[step - 1];
   }
+  // The same of as many steps as `results` has room for, from `first_step` on.
+  void copy(std::size_t input, std::int32_t output, std::int32_t first_step, std::span<double> results);
   double change(std::size_t input, std::int32_t output, std::int32_t step);
   // Among all recalculations of the output, by change from its base value: the lowest 1.
   std::int32_t rank(std::size_t input, std::int32_t output, std::int32_t step);
@@ -51,6 +60,11 @@ class StepResults : public std::enable_shared_from_this<StepResults> {
   Order order(std::int32_t output, std::span<const double> results) const;
 
  private:
+  // Null: there are none.
+  const double* of_input(std::size_t input, std::int32_t output) {
+    const double* const kept = places_[input * outputs_.size() + static_cast<std::size_t>(output - 1)];
+    return kept != nullptr ? kept : fetch(input, output);
+  }
   const double* fetch(std::size_t input, std::int32_t output);
   void ask(std::int32_t output, std::size_t first, std::span<double> results) const;
   void replace_nan(std::span<double> results) const;
@@ -73,7 +87,6 @@ class StepResults : public std::enable_shared_from_this<StepResults> {
   std::vector<std::vector<double>> kept_;
   std::size_t values_kept_ = 0;
   std::vector<const double*> places_;  // [input][output]
-  std::vector<double> unkept_;         // what was read last and is not kept
   std::vector<std::int32_t> ranks_;    // of the recalculations of one output
   std::int32_t ranked_ = 0;            // which; 0 for none
 };

@@ -28,4 +28,17 @@ void BodyWriter::flush() {
   block_.clear();
 }
 
+bool fills_side_by_side(const session::Session& session) {
+  return model::NumberRules(session.engine, session.environment).concurrent();
+}
+
+PieceSizes::PieceSizes(std::int32_t body_rows, std::int32_t columns, bool side_by_side)
+    : rows(0), threads(side_by_side ? host::processors() : 1), pieces(1) {
+  // A thread has several of them, so that none waits long for the others.
+  constexpr std::int32_t kPiecesOfAThread = 4;
+  if (threads > 1) pieces = kPiecesOfAThread * threads;
+  const std::int32_t cells = threads > 1 ? kCellsPerBlock / kPiecesOfAThread : kCellsPerBlock;
+  rows = std::clamp(cells / columns, 1, std::max(body_rows, 1));
+}
+
 }  // namespace ordvane::reports

@@ -1,10 +1,15 @@
 // Bodies of tables, written in blocks.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "host/cells.h"
+#include "host/side_by_side.h"
 #include "layout/report_table.h"
+#include "reports/gap_notes.h"
+#include "session/session.h"
 
 namespace ordvane::reports {
 
@@ -28,5 +33,54 @@ class BodyWriter {
   std::int32_t written_ = 0;  // body rows on the sheet
   std::int32_t filled_ = 0;   // rows of the block
 };
+
+// Some rows of a body that are filled while others are.
+struct BodyPiece {
+  BodyPiece(std::int32_t rows, std::int32_t columns) : block(rows, columns), gaps(columns) {}
+  FilledRow row(std::int32_t of_block) { return {block, of_block, first + of_block - 1, gaps}; }
+
+  host::CellBlock block;
+  GapNotes gaps;
+  std::int32_t first = 1;  // the body's row that the first one of the block is
+};
+
+// Whether several threads may fill bodies.
+bool fills_side_by_side(const session::Session& session);
+// How many rows a piece has, and how many pieces are filled at a time.
+struct PieceSizes {
+  PieceSizes(std::int32_t rows, std::int32_t columns, bool side_by_side);
+  std::int32_t rows;
+  std::size_t threads, pieces;
+};
+
+// Fills a table's body and writes it from the top, a piece after another. `begin` gets a piece with blank
+// cells, `end` the same when it is filled, both on this thread and in the order of the rows; `fill` is called
+// in between, where there are threads for it on any of these. `Piece` is a BodyPiece.
+template <class Piece, class Begin, class Fill, class End>
+void fill_body_in_pieces(layout::ReportTable& table, std::int32_t rows, bool side_by_side, const Begin& begin,
+                         const Fill& fill, const End& end) {
+  const PieceSizes sizes(rows, table.columns(), side_by_side);
+  std::vector<Piece> pieces;
+  for (std::int32_t written = 0; written < rows;) {
+    std::size_t begun = 0;
+    for (std::int32_t first = written + 1; begun < sizes.pieces && first <= rows; ++begun) {
+      if (begun == pieces.size()) pieces.emplace_back(sizes.rows, table.columns());
+      Piece& piece = pieces[begun];
+      piece.first = first;
+      if (first + sizes.rows - 1 > rows) piece.block.truncate(rows - first + 1);
+      first += piece.block.rows();
+      begin(piece);
+    }
+    host::each_side_by_side(begun, sizes.threads, [&](std::size_t i) { fill(pieces[i]); });
+    for (std::size_t i = 0; i < begun; ++i) {
+      Piece& piece = pieces[i];
+      end(piece);
+      table.PutBody(written + 1, piece.block);
+      written += piece.block.rows();
+      piece.block.clear();
+      piece.gaps.clear();
+    }
+  }
+}
 
 }  // namespace ordvane::reports

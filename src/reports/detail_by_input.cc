@@ -1,6 +1,7 @@
 #include "reports/detail_by_input.h"
 
 #include <algorithm>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -43,7 +44,7 @@ class DetailByInput {
         inputs_(context.inputs),
         c_(context.range_mode, std::min(context.selected.size(), kMostDetailOutputs)),
         gaps_(c_.count()) {
-    for (std::int32_t k = 1; k <= c_.k; ++k) results_.emplace_back(output(k), kOutputGaps, gaps_);
+    for (std::int32_t k = 1; k <= c_.k; ++k) results_.emplace_back(output(k), kOutputGaps);
   }
 
   void make();
@@ -52,18 +53,34 @@ class DetailByInput {
   std::int32_t standard_recalculations();
   bool leaves_out_steps() const;
   std::vector<layout::Column> columns() const;
-  void fill_body();
-  const std::string& step_text(std::int32_t step);
+  // Body rows of one input.
   struct InputRows {
-    const model::DralInputOutput& input;
+    std::int32_t input;  // position in the records
     std::int32_t first, rows;
     std::int32_t failed = 0;  // results, of all outputs shown
+    std::int32_t last() const { return first + rows - 1; }
   };
-  void fill_input(BodyWriter& body, InputRows& group);
+  // Those of them that a piece has.
+  struct Part {
+    std::size_t of;           // which InputRows
+    std::int32_t row, rows;   // of the block, from 1
+    std::int32_t first_step;  // in its first row
+    std::int32_t failed = 0;
+  };
+  struct Piece : BodyPiece {
+    using BodyPiece::BodyPiece;
+    std::vector<Part> parts;
+    std::vector<double> results;  // of each output all of these rows
+  };
+  std::vector<InputRows> rows_of_inputs() const;
+  void fill_body();
+  void begin_piece(Piece& piece, const std::vector<InputRows>& inputs) const;
+  void fill_part(Piece& piece, Part& part, const model::DralInputOutput& input) const;
+  void name_steps(const std::vector<InputRows>& inputs);
   void name_input(host::CellBlock& block, std::int32_t row, const model::DralInputOutput& input) const;
-  void format_names(const std::vector<InputRows>& groups);
-  void format_input_rows(const InputRows& group);
-  void add_step_notes(const std::vector<InputRows>& groups);
+  void format_names(const std::vector<InputRows>& inputs);
+  void format_input_rows(const InputRows& input);
+  void add_step_notes(const std::vector<InputRows>& inputs);
   const model::DralInputOutput& output(std::int32_t k) const {
     return context_.outputs(context_.selected(k));
   }
@@ -147,43 +164,82 @@ std::vector<layout::Column> DetailByInput::columns() const {
   return columns;
 }
 
-void DetailByInput::fill_body() {
-  BodyWriter body(*table_, rows_);
-  std::vector<InputRows> groups;
-  for (std::int32_t i = 1; i <= inputs_.size() && body.rows() < rows_; ++i) {
-    const model::DralInputOutput& input = inputs_(i);
-    session_.application().set_status_bar(
-        session_.text(text_id::kDetailByInputProgress, std::int64_t{i}, std::int64_t{inputs_.size()}));
-    CheckUserCancel(session_);
-    const std::int32_t first = body.rows() + 1;
-    const std::int32_t rows = std::min(input.numSteps, rows_ - first + 1);
-    if (rows < 1) continue;
-    groups.push_back({input, first, rows});
-    fill_input(body, groups.back());
+// The rows of one input after those of another, as far as there is room.
+std::vector<DetailByInput::InputRows> DetailByInput::rows_of_inputs() const {
+  std::vector<InputRows> inputs;
+  std::int32_t rows = 0;
+  for (std::int32_t i = 1; i <= inputs_.size(); ++i) {
+    const std::int32_t shown = std::min(inputs_(i).numSteps, rows_ - rows);
+    if (shown < 1) continue;
+    inputs.push_back({.input = i, .first = rows + 1, .rows = shown});
+    rows += shown;
   }
-  body.flush();
-  format_names(groups);
-  for (const InputRows& group : groups) format_input_rows(group);
-  add_step_notes(groups);
+  return inputs;
 }
 
-void DetailByInput::fill_input(BodyWriter& body, InputRows& group) {
-  const ItemCells values(group.input, kInputGaps, gaps_);
+void DetailByInput::fill_body() {
+  std::vector<InputRows> inputs = rows_of_inputs();
+  if (inputs.empty()) return;
+  name_steps(inputs);
+  fill_body_in_pieces<Piece>(
+      *table_, inputs.back().last(), fills_side_by_side(session_),
+      [&](Piece& piece) { begin_piece(piece, inputs); },
+      [&](Piece& piece) {
+        for (Part& part : piece.parts) fill_part(piece, part, inputs_(inputs[part.of].input));
+      },
+      [&](const Piece& piece) {
+        gaps_.add(piece.gaps);
+        for (const Part& part : piece.parts) inputs[part.of].failed += part.failed;
+      });
+  format_names(inputs);
+  for (const InputRows& input : inputs) format_input_rows(input);
+  add_step_notes(inputs);
+}
+
+// Takes the results from the records, which are asked from one thread.
+void DetailByInput::begin_piece(Piece& piece, const std::vector<InputRows>& inputs) const {
+  const auto rows = static_cast<std::size_t>(piece.block.rows());
+  piece.results.resize(rows * static_cast<std::size_t>(c_.k));
+  piece.parts.clear();
+  auto at = std::ranges::upper_bound(inputs, piece.first, {}, &InputRows::first) - 1;
+  for (std::int32_t row = 1; row <= piece.block.rows(); row += piece.parts.back().rows, ++at) {
+    const model::DralInputOutput& input = inputs_(at->input);
+    const std::int32_t first_step = piece.first + row - at->first;
+    const std::int32_t part_rows = std::min(at->rows - first_step, piece.block.rows() - row) + 1;
+    piece.parts.push_back({.of = static_cast<std::size_t>(at - inputs.begin()),
+                           .row = row,
+                           .rows = part_rows,
+                           .first_step = first_step});
+    std::span<double> results(piece.results);
+    results = results.subspan(static_cast<std::size_t>(row - 1));
+    for (std::int32_t k = 1; k <= c_.k; ++k) {
+      input.copy_results(context_.selected(k), first_step,
+                         results.first(static_cast<std::size_t>(part_rows)));
+      if (k < c_.k) results = results.subspan(rows);
+    }
+    if (first_step == 1)
+      session_.application().set_status_bar(session_.text(
+          text_id::kDetailByInputProgress, std::int64_t{at->input}, std::int64_t{inputs_.size()}));
+    CheckUserCancel(session_);
+  }
+}
+
+void DetailByInput::fill_part(Piece& piece, Part& part, const model::DralInputOutput& input) const {
+  const ItemCells values(input, kInputGaps);
   const auto columns = [](std::int32_t first) {
     return ItemColumns{.value = first, .change = first + 1, .fraction = first + 2};
   };
-  for (std::int32_t step = 1; step <= group.rows; ++step) {
-    const std::int32_t r = body.next_row();
-    const FilledRow row{.block = body.block(), .row = r, .body_row = body.rows()};
-    name_input(row.block, r, group.input);
-    row.block.set_text(r, c_.step(), step_text(step));
-    values.put(row, columns(c_.input_value()), group.input.InputValuesUsed(step));
-    for (std::int32_t k = 1; k <= c_.k; ++k) {
-      const double result = group.input.OutputValuesCalculated(context_.selected(k), step);
-      if (!results_[static_cast<std::size_t>(k - 1)].put(row, columns(c_.output_value(k)), result))
-        ++group.failed;
-    }
-    CheckUserCancel(session_);
+  const auto rows = static_cast<std::size_t>(piece.block.rows());
+  for (std::int32_t i = 0; i < part.rows; ++i) {
+    const FilledRow row = piece.row(part.row + i);
+    const std::int32_t step = part.first_step + i;
+    name_input(row.block, row.row, input);
+    row.block.set_text(row.row, c_.step(), step_texts_(step));
+    values.put(row, columns(c_.input_value()), input.InputValuesUsed(step));
+    const double* result = &piece.results[static_cast<std::size_t>(row.row - 1)];
+    for (std::int32_t k = 1; k <= c_.k; ++k, result += rows)
+      if (!results_[static_cast<std::size_t>(k - 1)].put(row, columns(c_.output_value(k)), *result))
+        ++part.failed;
   }
 }
 
@@ -197,37 +253,36 @@ void DetailByInput::name_input(host::CellBlock& block, std::int32_t row,
 }
 
 // Most inputs have the same steps: each text is made once.
-const std::string& DetailByInput::step_text(std::int32_t step) {
-  while (step_texts_.size() < step)
+void DetailByInput::name_steps(const std::vector<InputRows>& inputs) {
+  const std::int32_t most = std::ranges::max_element(inputs, {}, &InputRows::rows)->rows;
+  while (step_texts_.size() < most)
     step_texts_.push_back(session_.text(text_id::kDetailByInputStep, std::int64_t{step_texts_.size()} + 1));
-  return step_texts_(step);
 }
 
 // An input shows where its first row is darker; long names go on below there.
-void DetailByInput::format_names(const std::vector<InputRows>& groups) {
-  if (groups.empty()) return;
+void DetailByInput::format_names(const std::vector<InputRows>& inputs) {
   table_->Body(1, 1, rows_, c_.cell())->set_font({.color = layout::look::kMuted});
   std::vector<std::int32_t> first_rows;
-  for (const InputRows& group : groups) {
-    table_->Body(group.first, 1, 1, c_.cell())->set_font({.color = layout::look::kText});
-    first_rows.push_back(group.first);
+  for (const InputRows& input : inputs) {
+    table_->Body(input.first, 1, 1, c_.cell())->set_font({.color = layout::look::kText});
+    first_rows.push_back(input.first);
   }
   table_->WrapNames(first_rows);
 }
 
 // What one input's rows have of their own: its number format, a rule below them.
-void DetailByInput::format_input_rows(const InputRows& group) {
-  FormatValuesAndChanges(*table_, group.first, group.rows, c_.input_value(), group.input);
-  table_->AddRowRule(group.first + group.rows - 1);
+void DetailByInput::format_input_rows(const InputRows& input) {
+  FormatValuesAndChanges(*table_, input.first, input.rows, c_.input_value(), inputs_(input.input));
+  table_->AddRowRule(input.last());
 }
 
-void DetailByInput::add_step_notes(const std::vector<InputRows>& groups) {
+void DetailByInput::add_step_notes(const std::vector<InputRows>& inputs) {
   std::size_t notes = 0;
-  for (const InputRows& group : groups) {
-    if (group.failed == 0) continue;
+  for (const InputRows& input : inputs) {
+    if (input.failed == 0) continue;
     if (++notes > kMostStepNotes) return;
-    table_->AddTableNote(group.first, c_.name, session_.text(text_id::kNoteTitle),
-                         StepNote(session_, {.steps = group.rows * c_.k, .failed = group.failed}));
+    table_->AddTableNote(input.first, c_.name, session_.text(text_id::kNoteTitle),
+                         StepNote(session_, {.steps = input.rows * c_.k, .failed = input.failed}));
   }
 }
 

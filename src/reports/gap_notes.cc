@@ -1,5 +1,6 @@
 #include "reports/gap_notes.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace ordvane::reports {
@@ -31,6 +32,19 @@ void GapNotes::add(Gap gap, std::int32_t body_row, std::int32_t column) {
   ++gaps.count;
 }
 
+void GapNotes::add(const GapNotes& others) {
+  for (std::size_t i = 0; i < first_.size(); ++i) {
+    const Gaps& other = others.first_[i];
+    if (other.row == 0) continue;
+    if (first_[i].row == 0 || other.row < first_[i].row) first_[i].row = other.row;
+    first_[i].count += other.count;
+  }
+}
+
+void GapNotes::clear() {
+  std::ranges::fill(first_, Gaps());
+}
+
 void GapNotes::write(const session::Session& session, layout::ReportTable& table,
                      std::int32_t results) const {
   for (std::size_t i = 0; i < first_.size(); ++i) {
@@ -45,12 +59,8 @@ void GapNotes::write(const session::Session& session, layout::ReportTable& table
   }
 }
 
-ItemCells::ItemCells(const model::DralInputOutput& item, const ItemGaps& kinds, GapNotes& gaps)
-    : rules_(item.rules()),
-      base_(item.BaseValue()),
-      has_base_(rules_.is_usable(base_)),
-      kinds_(kinds),
-      gaps_(gaps) {}
+ItemCells::ItemCells(const model::DralInputOutput& item, const ItemGaps& kinds)
+    : rules_(item.rules()), base_(item.BaseValue()), has_base_(rules_.is_usable(base_)), kinds_(kinds) {}
 
 bool ItemCells::put(const FilledRow& row, const ItemColumns& columns, double value) const {
   const auto each_change = [&](const auto& use) {
@@ -88,7 +98,7 @@ void ItemCells::put_number(const FilledRow& row, std::int32_t column, double num
 
 void ItemCells::put_gap(const FilledRow& row, std::int32_t column, Gap gap) const {
   row.block.set_text(row.row, column, host::kNotShown);
-  gaps_.add(gap, row.body_row, column);
+  row.gaps.add(gap, row.body_row, column);
 }
 
 }  // namespace ordvane::reports

@@ -29,6 +29,10 @@ class GapNotes {
   explicit GapNotes(std::int32_t columns) : first_(static_cast<std::size_t>(columns) * kGaps) {}
 
   void add(Gap gap, std::int32_t body_row, std::int32_t column);
+  // Those of other rows of the body.
+  void add(const GapNotes& others);
+  // Forgets all.
+  void clear();
   // Puts the notes on the table, whose body has `results` results in a column.
   void write(const session::Session& session, layout::ReportTable& table, std::int32_t results) const;
 
@@ -47,11 +51,13 @@ struct ItemGaps {
 inline constexpr ItemGaps kInputGaps = {Gap::kNoNumber, Gap::kInputBaseZero, Gap::kInputBaseInvalid};
 inline constexpr ItemGaps kOutputGaps = {Gap::kFailedResult, Gap::kOutputBaseZero, Gap::kOutputBaseInvalid};
 
-// A row that is being filled: of a block, and of the body that the block becomes part of.
+// A row that is being filled: of a block, and of the body that the block becomes part of. The gaps of the
+// body are noted.
 struct FilledRow {
   host::CellBlock& block;
   std::int32_t row;
   std::int32_t body_row;
+  GapNotes& gaps;
 };
 
 // Columns of an item's value, its change from the base value, and the change in parts of the base value's
@@ -63,8 +69,7 @@ struct ItemColumns {
 // Fills cells of one item.
 class ItemCells {
  public:
-  // `gaps` outlives this object.
-  ItemCells(const model::DralInputOutput& item, const ItemGaps& kinds, GapNotes& gaps);
+  ItemCells(const model::DralInputOutput& item, const ItemGaps& kinds);
   // Returns whether the value is a number.
   bool put(const FilledRow& row, const ItemColumns& columns, double value) const;
 
@@ -76,7 +81,6 @@ class ItemCells {
   double base_;
   bool has_base_;
   ItemGaps kinds_;
-  GapNotes& gaps_;
 };
 
 }  // namespace ordvane::reports

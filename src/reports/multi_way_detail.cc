@@ -113,17 +113,29 @@ class MultiWayDetail {
     std::int32_t row = 0;
     std::int32_t output = 0;
   };
+  // Body rows of a piece that show combinations of one group.
+  struct Part {
+    std::int32_t group = 0;
+    std::int32_t row = 0, rows = 0;  // of the block, from 1
+    std::int32_t number = 0;         // of the first one's combination in the group
+    std::shared_ptr<const model::OneBased<std::int32_t>> order;  // of the group's combinations
+  };
+  struct Piece : BodyPiece {
+    using BodyPiece::BodyPiece;
+    std::vector<Part> parts;
+    std::vector<MarkedRow> marked;
+  };
+  using OutputsAt = std::multimap<std::pair<std::int32_t, std::int32_t>, std::int32_t>;  // group, combination
   // Fills cells of one of the tables.
   struct Filling {
-    Filling(const MultiWayDetail& report, const ItemGaps& of_results) : gaps(report.c_.count()) {
-      for (const model::DralInputOutput& input : report.inputs_) values.emplace_back(input, kInputGaps, gaps);
+    Filling(const MultiWayDetail& report, const ItemGaps& of_results) {
+      for (const model::DralInputOutput& input : report.inputs_) values.emplace_back(input, kInputGaps);
       for (std::int32_t k = 1; k <= report.c_.outputs; ++k)
-        results.emplace_back(report.output(k), of_results, gaps);
+        results.emplace_back(report.output(k), of_results);
     }
     Filling(const Filling&) = delete;
     Filling& operator=(const Filling&) = delete;
 
-    GapNotes gaps;
     std::vector<ItemCells> values;   // of the inputs
     std::vector<ItemCells> results;  // of the outputs
   };
@@ -137,10 +149,14 @@ class MultiWayDetail {
   void add_combinations();
   void fill_extremes();
   void fill_combinations();
-  void fill_combination(const FilledRow& row, Filling& filling, std::int32_t group, std::int32_t combination);
-  void fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group);
+  std::vector<GroupRows> rows_of_groups() const;
+  void begin_piece(Piece& piece, const std::vector<GroupRows>& groups, Part& last) const;
+  void fill_part(Piece& piece, const Part& part, const Filling& filling, const OutputsAt& extremes) const;
+  void fill_combination(const FilledRow& row, const Filling& filling, std::int32_t group,
+                        std::int32_t combination) const;
+  void fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group) const;
   void mark_ends_in_group(host::CellBlock& block, std::int32_t row, std::int32_t group,
-                          std::int32_t combination);
+                          std::int32_t combination) const;
   void format_member_values(layout::ReportTable& table, const std::vector<GroupRows>& groups);
   void format_groups(const std::vector<GroupRows>& groups);
   const std::string& member_format(std::int32_t group, std::int32_t position) const;
@@ -330,7 +346,8 @@ std::string MultiWayDetail::outputs_left_out() const {
 void MultiWayDetail::fill_extremes() {
   BodyWriter body(*extremes_table_, extremes_table_->rows());
   // How many results failed says the table below.
-  Filling filling(*this, {Gap::kNoNumber, kOutputGaps.base_zero, kOutputGaps.base_invalid});
+  const Filling filling(*this, {Gap::kNoNumber, kOutputGaps.base_zero, kOutputGaps.base_invalid});
+  GapNotes gaps(c_.count());
   std::vector<GroupRows> groups;
   for (const Extreme& extreme : extremes_) {
     const std::int32_t row = body.next_row();
@@ -344,14 +361,14 @@ void MultiWayDetail::fill_extremes() {
       note_all_failed(at);
       continue;
     }
-    fill_combination({body.block(), row, body.rows()}, filling, extreme.group, extreme.combination);
+    fill_combination({body.block(), row, body.rows(), gaps}, filling, extreme.group, extreme.combination);
     fill_group_figures(body.block(), row, extreme.group);
     mark_ends_in_group(body.block(), row, extreme.group, extreme.combination);
     note_interaction(*extremes_table_, at, effects_(extreme.output)(extreme.group));
     groups.push_back({.group = extreme.group, .first = body.rows(), .rows = 1});
   }
   body.flush();
-  filling.gaps.write(session_, *extremes_table_, extremes_table_->rows());
+  gaps.write(session_, *extremes_table_, extremes_table_->rows());
   format_member_values(*extremes_table_, groups);
   for (std::int32_t row = 1; const Extreme& extreme : extremes_)
     mark_extreme(*extremes_table_, {.row = row++, .output = extreme.output});
@@ -359,9 +376,9 @@ void MultiWayDetail::fill_extremes() {
 
 std::int32_t MultiWayDetail::rows_to_show() const {
   const std::int32_t above = sheet_->NextCell()->row() - 1 + kCaptionRows;
-  const std::int32_t room =
-      session_.sheet_rows > 0 ? std::max(session_.sheet_rows - above, 0) : kMostDetailRows;
-  return static_cast<std::int32_t>(std::min<std::int64_t>(combinations_, room));
+  std::int64_t room = session_.sheet_rows > 0 ? std::max(session_.sheet_rows - above, 0) : kMostDetailRows;
+  if (session_.sheet_cells > 0) room = std::min(room, session_.sheet_cells / c_.count());
+  return static_cast<std::int32_t>(std::min(combinations_, room));
 }
 
 void MultiWayDetail::add_combinations() {
@@ -376,38 +393,27 @@ void MultiWayDetail::add_combinations() {
 }
 
 void MultiWayDetail::fill_combinations() {
-  std::multimap<std::pair<std::int32_t, std::int32_t>, std::int32_t> outputs_at;  // by group and combination
+  OutputsAt extremes;
   for (const Extreme& extreme : extremes_)
-    outputs_at.insert({{extreme.group, extreme.combination}, extreme.output});
+    extremes.insert({{extreme.group, extreme.combination}, extreme.output});
 
-  BodyWriter body(*combinations_table_, rows_);
-  Filling filling(*this, kOutputGaps);
-  std::vector<GroupRows> groups;
+  const std::vector<GroupRows> groups = rows_of_groups();
+  const Filling filling(*this, kOutputGaps);
+  GapNotes gaps(c_.count());
   std::vector<MarkedRow> marked;
-  const std::int32_t message_every = std::max(order_.size() / kProgressMessages, 1);
-  for (std::int32_t i = 1; i <= order_.size() && body.rows() < rows_; ++i) {
-    if (i % message_every == 0)
-      session_.application().set_status_bar(
-          session_.text(text_id::kMultiWayProgress, std::int64_t{i}, std::int64_t{order_.size()}));
-    const std::int32_t g = order_(i);
-    const std::int32_t first = body.rows() + 1;
-    const model::OneBased<std::int32_t> combinations = model::CombinationsInOrder(run_.groups(g));
-    const std::int32_t rows = std::min(combinations.size(), rows_ - first + 1);
-    for (std::int32_t r = 1; r <= rows; ++r) {
-      const std::int32_t c = combinations(r);
-      const std::int32_t row = body.next_row();
-      body.block().set_number(row, c_.combination, r);
-      fill_combination({body.block(), row, body.rows()}, filling, g, c);
-      if (r == 1) fill_group_figures(body.block(), row, g);
-      mark_ends_in_group(body.block(), row, g, c);
-      const auto [begin, end] = outputs_at.equal_range({g, c});
-      for (auto at = begin; at != end; ++at) marked.push_back({.row = body.rows(), .output = at->second});
-      CheckUserCancel(session_);
-    }
-    groups.push_back({.group = g, .first = first, .rows = rows});
-  }
-  body.flush();
-  filling.gaps.write(session_, *combinations_table_, rows_);
+  Part last;
+  // What is asked for again is asked for from this thread.
+  fill_body_in_pieces<Piece>(
+      *combinations_table_, rows_, fills_side_by_side(session_) && !run_.asked_for,
+      [&](Piece& piece) { begin_piece(piece, groups, last); },
+      [&](Piece& piece) {
+        for (const Part& part : piece.parts) fill_part(piece, part, filling, extremes);
+      },
+      [&](const Piece& piece) {
+        gaps.add(piece.gaps);
+        marked.insert(marked.end(), piece.marked.begin(), piece.marked.end());
+      });
+  gaps.write(session_, *combinations_table_, rows_);
   combinations_table_->FilterRows();
   note_left_out_rows(groups);
   note_groups(groups);
@@ -418,8 +424,60 @@ void MultiWayDetail::fill_combinations() {
   }
 }
 
-void MultiWayDetail::fill_combination(const FilledRow& row, Filling& filling, std::int32_t group,
-                                      std::int32_t combination) {
+// One group after another, as far as there is room.
+std::vector<MultiWayDetail::GroupRows> MultiWayDetail::rows_of_groups() const {
+  std::vector<GroupRows> groups;
+  std::int32_t rows = 0;
+  for (const std::int32_t g : order_) {
+    if (rows == rows_) break;
+    const std::int32_t shown = std::min(run_.groups(g).combinations, rows_ - rows);
+    groups.push_back({.group = g, .first = rows + 1, .rows = shown});
+    rows += shown;
+  }
+  return groups;
+}
+
+// `last`: the last part of the piece before, whose group may go on.
+void MultiWayDetail::begin_piece(Piece& piece, const std::vector<GroupRows>& groups, Part& last) const {
+  const std::int32_t message_every = std::max(order_.size() / kProgressMessages, 1);
+  CheckUserCancel(session_);
+  piece.parts.clear();
+  piece.marked.clear();
+  auto at = std::ranges::upper_bound(groups, piece.first, {}, &GroupRows::first) - 1;
+  for (std::int32_t row = 1; row <= piece.block.rows(); row += last.rows, ++at) {
+    const auto i = static_cast<std::int32_t>(at - groups.begin()) + 1;
+    const std::int32_t before = piece.first + row - 1 - at->first;  // combinations in other pieces
+    if (before == 0 && i % message_every == 0)
+      session_.application().set_status_bar(
+          session_.text(text_id::kMultiWayProgress, std::int64_t{i}, std::int64_t{order_.size()}));
+    if (last.group != at->group)
+      last.order = std::make_shared<const model::OneBased<std::int32_t>>(
+          model::CombinationsInOrder(run_.groups(at->group)));
+    last.group = at->group;
+    last.row = row;
+    last.rows = std::min(at->rows - before, piece.block.rows() - row + 1);
+    last.number = before + 1;
+    piece.parts.push_back(last);
+  }
+}
+
+void MultiWayDetail::fill_part(Piece& piece, const Part& part, const Filling& filling,
+                               const OutputsAt& extremes) const {
+  for (std::int32_t i = 0; i < part.rows; ++i) {
+    const FilledRow row = piece.row(part.row + i);
+    const std::int32_t number = part.number + i, combination = (*part.order)(number);
+    row.block.set_number(row.row, c_.combination, number);
+    fill_combination(row, filling, part.group, combination);
+    if (number == 1) fill_group_figures(row.block, row.row, part.group);
+    mark_ends_in_group(row.block, row.row, part.group, combination);
+    const auto [begin, end] = extremes.equal_range({part.group, combination});
+    for (auto at = begin; at != end; ++at)
+      piece.marked.push_back({.row = row.body_row, .output = at->second});
+  }
+}
+
+void MultiWayDetail::fill_combination(const FilledRow& row, const Filling& filling, std::int32_t group,
+                                      std::int32_t combination) const {
   const model::MultiGroup& g = run_.groups(group);
   row.block.set_number(row.row, c_.group, number(group));
   for (std::int32_t i = 1; i <= shown_members(group); ++i) {
@@ -434,7 +492,7 @@ void MultiWayDetail::fill_combination(const FilledRow& row, Filling& filling, st
         row, {.value = c_.result(k), .fraction = c_.change(k)}, run_.result(k, g, combination));
 }
 
-void MultiWayDetail::fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group) {
+void MultiWayDetail::fill_group_figures(host::CellBlock& block, std::int32_t row, std::int32_t group) const {
   for (std::int32_t k = 1; k <= c_.outputs; ++k) {
     const model::GroupEffect& effect = effects_(k)(group);
     block.set_number(row, c_.rank(k), effect.rank);
@@ -447,7 +505,7 @@ void MultiWayDetail::fill_group_figures(host::CellBlock& block, std::int32_t row
 
 // Equal results have no ends.
 void MultiWayDetail::mark_ends_in_group(host::CellBlock& block, std::int32_t row, std::int32_t group,
-                                        std::int32_t combination) {
+                                        std::int32_t combination) const {
   for (std::int32_t k = 1; k <= c_.outputs; ++k) {
     const model::GroupEffect& effect = effects_(k)(group);
     if (effect.swing == 0) continue;

@@ -62,7 +62,7 @@ void fill_body(const Context& context, std::int32_t on, host::CellBlock& body, c
                std::vector<std::string>& input_formats, GapNotes& gaps) {
   session::Session& session = context.session;
   const model::Records& inputs = context.inputs;
-  const ItemCells results(context.outputs(on), kOutputGaps, gaps);
+  const ItemCells results(context.outputs(on), kOutputGaps);
   for (std::int32_t i = 1; i <= inputs.size(); ++i) {
     const model::DralInputOutput& input = inputs(i);
     session.application().set_status_bar(
@@ -72,7 +72,7 @@ void fill_body(const Context& context, std::int32_t on, host::CellBlock& body, c
     const auto sheet = body.add_text(input.sheetName);
     const auto cell = body.add_text(input.cellAddress);
     const std::string format = ValueFormat(input);
-    const ItemCells values(input, kInputGaps, gaps);
+    const ItemCells values(input, kInputGaps);
     for (std::int32_t s = 1; s <= input.numSteps; ++s) {
       const std::int32_t r = input.rank_of_step(on, s);
       if (r <= body.rows()) {
@@ -83,7 +83,7 @@ void fill_body(const Context& context, std::int32_t on, host::CellBlock& body, c
         body.set_text(r, c.cell(), cell);
         body.set_number(r, c.step(), s);
         input_formats[static_cast<std::size_t>(r - 1)] = format;
-        const FilledRow row{.block = body, .row = r, .body_row = r};
+        const FilledRow row{.block = body, .row = r, .body_row = r, .gaps = gaps};
         values.put(row, {.value = c.input_value(), .fraction = c.input_change()}, input.InputValuesUsed(s));
         results.put(row, {.value = c.output_value(), .fraction = c.output_change()},
                     input.OutputValuesCalculated(on, s));

@@ -67,12 +67,15 @@ struct FailedResults {
 
  private:
   void count(const model::DralInputOutput& input, std::int32_t i, std::int32_t output, std::int32_t k) {
-    for (std::int32_t step = 1; step <= input.numSteps; ++step) {
-      if (input.rules().is_usable(input.OutputValuesCalculated(output, step))) continue;
-      ++of_inputs(i);
-      ++of_outputs(k);
-    }
+    results_.resize(static_cast<std::size_t>(std::max(input.numSteps, 0)));
+    input.copy_results(output, 1, results_);
+    const std::int64_t failed =
+        std::ranges::count_if(results_, [&](double result) { return !input.rules().is_usable(result); });
+    of_inputs(i) += failed;
+    of_outputs(k) += failed;
   }
+
+  std::vector<double> results_;
 };
 
 // Nothing for records whose values were never fetched.

@@ -13,6 +13,8 @@
 #include <thread>
 
 #include "host/side_by_side.h"
+#include "runfile/binary_columns.h"
+#include "runfile/binary_table.h"
 #include "runfile/recalculations.h"
 #include "runfile/row_source.h"
 #include "runfile/values.h"
@@ -400,6 +402,48 @@ void read_csv(const std::filesystem::path& csv, Run& run, std::int64_t rows, con
   check_nothing_follows(source, expected);
 }
 
+// Rows on their way into a binary table.
+template <class Walk>
+class BinaryPlaces : public Walk {
+ public:
+  BinaryPlaces(const Run& run, BinaryColumns& columns) : Walk(run), columns_(columns) {}
+
+  std::optional<double> set_value(std::size_t /*column*/, double value) {
+    columns_.add_value(value);
+    return std::nullopt;
+  }
+  void set_result(std::size_t output, double value) { columns_.set_result(output, value); }
+  void set_text(std::size_t output, std::string_view text) { columns_.set_text(output, text); }
+  void next() {
+    columns_.end_row();
+    Walk::next();
+  }
+
+ private:
+  BinaryColumns& columns_;
+};
+
+template <class Walk>
+void csv_to_binary(const std::vector<CsvRows>& csv, const Run& run, BinaryColumns columns,
+                   const std::function<void()>& between) {
+  constexpr std::int64_t kBetween = 1024;  // rows
+  const RowColumns names = Walk::columns(run);
+  FieldReader fields(names, run.outputs.size());
+  BinaryPlaces<Walk> places(run, columns);
+  for (const CsvRows& part : csv) {
+    RowSource source(part.file, part.begin, part.lines);
+    std::string_view row;
+    for (std::int64_t read = 0; read < part.rows; ++read, places.next()) {
+      if (read % kBetween == 0) between();
+      if (!source.next(row))
+        source.fail("the file ends after " + counted(read, "row") + " of " + std::to_string(part.rows));
+      fields.start(row, source.place());
+      read_row(fields, names, run.outputs.size(), places);
+    }
+  }
+  columns.finish();
+}
+
 }  // namespace
 
 void read_csv_rows(const std::filesystem::path& csv, Run& run) {
@@ -410,6 +454,19 @@ void read_csv_rows(const std::filesystem::path& csv, Run& run) {
 void read_csv_group_rows(const std::filesystem::path& csv, Run& run) {
   const std::int64_t rows = count_group_rows(run, run.file.string());
   read_csv<GroupPlaces>(csv, run, rows, rows_expected(run, run.group_recalculations));
+}
+
+void csv_to_binary_rows(const std::vector<CsvRows>& csv, Run& run, const WriteAt& write,
+                        const std::function<void()>& between) {
+  count_rows(run, run.file.string());
+  csv_to_binary<StepWalk>(csv, run, BinaryColumns(run, TableKind::kSingles, write), between);
+}
+
+void csv_to_binary_group_rows(const std::vector<CsvRows>& csv, Run& run, const WriteAt& write,
+                              const std::function<void()>& between) {
+  count_rows(run, run.file.string());
+  count_group_rows(run, run.file.string());
+  csv_to_binary<GroupWalk>(csv, run, BinaryColumns(run, TableKind::kGroups, write), between);
 }
 
 }  // namespace ordvane::runfile

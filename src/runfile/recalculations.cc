@@ -111,35 +111,35 @@ void check_room(const Run& run, const std::string& file, std::int64_t recalculat
 
 }  // namespace
 
-RowColumns StepPlaces::columns(const Run& /*run*/) {
+RowColumns StepWalk::columns(const Run& /*run*/) {
   return {{"simulation", "input", "step", "value"}, "simulation, input and step"};
 }
 
-StepPlaces::StepPlaces(Run& run) : run_(run) {
+StepPlaces::StepPlaces(Run& run) : StepWalk(run), run_(run) {
   const auto rows = static_cast<std::size_t>(run.simulations) * static_cast<std::size_t>(run.recalculations);
   make_room(run, run.input_values, rows);
   make_room(run, run.output_values, rows * run.outputs.size());
 }
 
-void StepPlaces::next() {
+void StepWalk::next() {
   ++recalculation_;
-  if (++step_ < run_.inputs[input_].steps) return;
+  if (++step_ < walked_.inputs[input_].steps) return;
   step_ = 0;
-  if (++input_ < run_.inputs.size()) return;
+  if (++input_ < walked_.inputs.size()) return;
   input_ = 0;
   recalculation_ = 0;
   ++simulation_;
 }
 
-void StepPlaces::go_to(std::int64_t row) {
-  simulation_ = static_cast<std::int32_t>(row / run_.recalculations);
-  recalculation_ = row % run_.recalculations;
+void StepWalk::go_to(std::int64_t row) {
+  simulation_ = static_cast<std::int32_t>(row / walked_.recalculations);
+  recalculation_ = row % walked_.recalculations;
   std::int64_t step = recalculation_;
-  for (input_ = 0; step >= run_.inputs[input_].steps; ++input_) step -= run_.inputs[input_].steps;
+  for (input_ = 0; step >= walked_.inputs[input_].steps; ++input_) step -= walked_.inputs[input_].steps;
   step_ = static_cast<std::int32_t>(step);
 }
 
-RowColumns GroupPlaces::columns(const Run& run) {
+RowColumns GroupWalk::columns(const Run& run) {
   RowColumns columns{{"simulation", "group", "combination"}, "simulation, group and combination"};
   std::size_t most = 0;
   for (const Group& group : run.groups) most = std::max(most, group.members.size());
@@ -148,15 +148,14 @@ RowColumns GroupPlaces::columns(const Run& run) {
   return columns;
 }
 
-GroupPlaces::GroupPlaces(Run& run) : run_(run) {
+GroupPlaces::GroupPlaces(Run& run) : GroupWalk(run), run_(run) {
   const auto simulations = static_cast<std::size_t>(run.simulations);
   make_room(run, run.group_input_values, simulations * run.group_values);
   make_room(run, run.group_output_values,
             simulations * static_cast<std::size_t>(run.group_recalculations) * run.outputs.size());
-  enter_group();
 }
 
-void GroupPlaces::enter_group() {
+void GroupWalk::enter_group() {
   strides_.clear();
   for (std::size_t member = 0; member < group().members.size(); ++member)
     strides_.push_back(group().stride(member));
@@ -165,20 +164,19 @@ void GroupPlaces::enter_group() {
 // The combination at which the other members are at their first steps comes before all others of a step.
 std::optional<double> GroupPlaces::set_value(std::size_t member, double value) {
   const auto place_at = [&](std::int64_t combination) {
-    return run_.group_value_index(simulation_, group(), combination, member);
+    return run_.group_value_index(simulation(), group(), combination, member);
   };
-  run_.group_input_values.put(place_at(combination_), value);
-  const std::int64_t stride = strides_[member];
-  const double first =
-      run_.group_input_values[place_at(combination_ / stride % group().steps[member] * stride)];
+  run_.group_input_values.put(place_at(combination()), value);
+  const std::int64_t span = stride(member);
+  const double first = run_.group_input_values[place_at(combination() / span % group().steps[member] * span)];
   if (value == first || (std::isnan(value) && std::isnan(first))) return std::nullopt;
   return first;
 }
 
-void GroupPlaces::next() {
+void GroupWalk::next() {
   if (++combination_ < group().combinations) return;
   combination_ = 0;
-  if (++group_ == run_.groups.size()) {
+  if (++group_ == walked_.groups.size()) {
     group_ = 0;
     ++simulation_;
   }

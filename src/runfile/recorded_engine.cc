@@ -301,6 +301,8 @@ class RecordedEngine : public engine::Engine {
     return data.size() == wanted ? kDone : kRefused;
   }
 
+  // The run does not change, and the maps of its files are let go of without harm to others.
+  bool concurrent() const override { return true; }
   std::int32_t DRL4_DoubleIsNaN(double value) override { return std::isnan(value) ? 1 : 0; }
   std::int32_t DRL4_DoubleIsError(double value) override { return is_encoded_error(value) ? 1 : 0; }
   std::int32_t DRL4_GetSamplingType(std::int32_t) override { return sampling_type_; }

@@ -161,6 +161,7 @@ void OrdvaneReports::Pipeline::open_report_workbook() {
     if (!sheet) throw host::Error(host::errc::kObjectNotSet, "No sheet is active");
     session_.sheet_columns = sheet->column_limit();
     session_.sheet_rows = sheet->row_limit();
+    session_.sheet_cells = sheet->cell_limit();
   };
   // A sheet that is a chart has no cells to count.
   if (!host::ignoring_errors([&] { take_limits(application.active_sheet()); }))

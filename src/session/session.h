@@ -65,8 +65,9 @@ struct Session {
   engine::EngineContext engine_context;
   WatermarkTexts watermark;
   std::string graph_click_macro;
-  std::int32_t sheet_columns = 0;  // limits of a worksheet
+  std::int32_t sheet_columns = 0;  // limits of a worksheet; 0: not known
   std::int32_t sheet_rows = 0;
+  std::int64_t sheet_cells = 0;  // of a table; 0: none
 
   // A text, its places filled. Throws errc::kObjectNotSet when the session has no string table.
   std::string text(TextId<0> id) const;

@@ -115,7 +115,8 @@ struct Model {
 
 // What the analysis makes of a model.
 struct Analysis {
-  explicit Analysis(const Model& model, std::int32_t largest_group = 0) {
+  explicit Analysis(const Model& model, std::int32_t largest_group = 0,
+                    std::size_t most_results = kMostGroupResults) {
     const auto run_file = model.run();
     session.environment = std::make_shared<environment::StandardEnvironment>(environment::Settings{});
     session.engine = runfile::make_recorded_engine(run_file);
@@ -128,7 +129,7 @@ struct Analysis {
     OneBased<std::int32_t> selected;
     for (std::int32_t o = 1; o <= outputs.size(); ++o) selected.push_back(o);
     scan.getData(inputs, outputs, selected, static_cast<std::int32_t>(run_file->recalculations), 1);
-    run = ReadMultiWay(session, inputs, outputs, selected, largest_group, 1);
+    run = ReadMultiWay(session, inputs, outputs, selected, largest_group, 1, most_results);
     for (std::int32_t o = 1; o <= outputs.size(); ++o)
       effects.push_back(RankGroups(run, inputs, outputs, o, o));
   }
@@ -157,6 +158,56 @@ TEST(MultiWay, InteractionIsWhatAlgebraSays) {
   EXPECT_EQ(std::pair(product.lowest_at, product.highest_at), std::pair(1, 9));
   EXPECT_EQ(std::vector({product.lowest_change, product.highest_change, product.bar_width}),
             (Values{-0.75, 3, 3.75}));
+}
+
+// 15 recalculations of each output.
+TEST(MultiWay, ResultsAreTheSameHoweverManyAreKept) {
+  Model model;
+  model.bases = {2, 3, 0.2};
+  model.steps = {{1, 2, 4}, {1.5, 3}, {0.1, 0.4}};
+  model.outputs = {[](const Values& x) { return x[0] * x[1]; },
+                   [](const Values& x) { return x[0] == 4   ? kError
+                                                : x[0] == 1 ? kNaN
+                                                            : x[1] * x[2]; }};
+  model.groups = {{0, 1}, {0, 1, 2}};
+  const auto results = [](const Analysis& analysis) {
+    Values all;
+    for (std::int32_t output = 1; output <= 2; ++output)
+      for (const MultiGroup& group : analysis.run.groups)
+        for (std::int32_t c = 1; c <= group.combinations; ++c)
+          all.push_back(analysis.run.result(output, group, c));
+    return all;
+  };
+  const Analysis all(model);
+  ASSERT_EQ(all.run.asked_for, nullptr);
+  for (const std::size_t kept : {0U, 20U}) {
+    SCOPED_TRACE(kept);
+    const Analysis some(model, 0, kept);
+    ASSERT_NE(some.run.asked_for, nullptr);
+    EXPECT_EQ(results(some), results(all));
+    EXPECT_EQ(some.effects(2)(2).highest_at, all.effects(2)(2).highest_at);
+    EXPECT_THROW(some.run.result(1, some.run.groups(1), 7), host::Error);
+  }
+}
+
+TEST(GroupResults, AreAskedForAgainOnlyWhereTheyWereForgotten) {
+  constexpr std::int32_t kRecalculations = 2 * GroupResults::kPiece + 1;
+  const std::vector<std::pair<std::int32_t, std::int32_t>> looks = {
+      {1, 0}, {2, kRecalculations - 1}, {1, GroupResults::kPiece - 1}, {1, GroupResults::kPiece}, {2, 5},
+      {1, 7}};
+  for (const auto& [most_pieces, asked] : {std::pair{1U, 6}, {2U, 5}, {100U, 4}}) {
+    int asks = 0;
+    GroupResults results(
+        2, kRecalculations,
+        [&](std::int32_t output, std::int32_t first, std::span<double> to) {
+          ++asks;
+          for (double& value : to) value = 1e6 * output + first++;
+        },
+        most_pieces);
+    for (const auto& [output, at] : looks)
+      EXPECT_EQ(results.at(output, at), 1e6 * output + at) << most_pieces;
+    EXPECT_EQ(asks, asked) << most_pieces;
+  }
 }
 
 // Around a = 2 and b = 3, where b is always tried at 1.5, 3 and 6.

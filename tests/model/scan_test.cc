@@ -164,7 +164,10 @@ TEST_F(Scan, StepTablesAreTheSameHoweverManyResultsAreKept) {
         std::make_shared<StepResults>(session_, rules, inputs, outputs, 6, 1, Poll(), most_kept);
     results->show_in(inputs);
     EXPECT_EQ(inputs(1).OutputValuesCalculated(2, 3), 0) << "not read yet";
-    for (const std::int32_t output : {1, 2}) results->read(output, [](std::span<const double>) {});
+    for (const std::int32_t output : {1, 2}) {
+      std::vector<double> read = results->read(output, [](std::span<const double>) {});
+      results->note(output, results->room() > 0 ? std::optional(std::move(read)) : std::nullopt);
+    }
     std::vector<double> values, changes, ranks;
     for (std::int32_t step = 1; step <= 3; ++step)
       for (std::int32_t output = 1; output <= 2; ++output)

@@ -190,6 +190,7 @@ TEST_F(MultiWayDetail, IsCutToTheSheet) {
     const char* what;
     std::int32_t rows, columns;
     std::vector<std::string> there, gone;
+    std::int64_t cells = 0;
   } cases[] = {
       {"the narrowest", 23, 0, {"A23 8", "note at A14 \"<116>:\n<225: 8, 12, 1>"}, {"A24 ", "<226"}},
       {"a group may be cut", 25, 0, {"A25 2", "<274: 10, 12, 2>"}, {"A26 "}},
@@ -205,9 +206,11 @@ TEST_F(MultiWayDetail, IsCutToTheSheet) {
        12,
        {"F9 ", "note at E8 \"<116>:\n<227: 2, 3>", "G7 \"Out 1\""},
        {"L9 ", "\"b (A2)\"  F9"}},
+      {"so many cells", 99, 18, {"A25 2", "<274: 10, 12, 2>"}, {"A26 "}, 10 * 18 + 17},
   };
   for (const auto& c : cases) {
     bench_.session.sheet_rows = c.rows;
+    bench_.session.sheet_cells = c.cells;
     bench_.session.sheet_columns = c.columns;
     SCOPED_TRACE(c.what);
     test::expect_parts(report(Model({sum, together})), c.there, c.gone);

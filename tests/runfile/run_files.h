@@ -1,38 +1,25 @@
 // Run files for tests, written into a folder that goes with the test.
 #pragma once
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "runfile/run.h"
+#include "support/external_checks.h"
 
 namespace ordvane::runfile {
 
-class RunFolder {
+class RunFolder : public test::TemporaryFolder {
  public:
-  RunFolder() {
-    static int number = 0;
-    path_ = std::filesystem::temp_directory_path() /
-            ("ordvane-runfile-" + std::to_string(getpid()) + "-" + std::to_string(++number));
-    std::filesystem::create_directories(path_);
-  }
-  ~RunFolder() { std::filesystem::remove_all(path_); }
-  RunFolder(const RunFolder&) = delete;
-  RunFolder& operator=(const RunFolder&) = delete;
-
-  const std::filesystem::path& path() const { return path_; }
-
   void write(const std::string& name, const std::string& text) const {
-    std::filesystem::remove(path_ / name);  // some file systems wait for the disk when a file is overwritten
-    std::ofstream(path_ / name, std::ios::binary) << text;
+    std::filesystem::remove(*this / name);  // some file systems wait for the disk when a file is overwritten
+    std::ofstream(*this / name, std::ios::binary) << text;
   }
   Run read(const std::string& json, const std::string& csv) const {
     write("a.run.json", json);
     write("a.run.csv", csv);
-    return read_run(path_ / "a.run.json");
+    return read_run(*this / "a.run.json");
   }
   // What the reader says, without the folder; "" when it accepts the run.
   std::string complaint(const std::string& json, const std::string& csv) const {
@@ -41,13 +28,10 @@ class RunFolder {
       return "";
     } catch (const BadRun& bad) {
       const std::string what = bad.what();
-      const std::string folder = path_.string() + "/";
+      const std::string folder = path().string() + "/";
       return what.starts_with(folder) ? what.substr(folder.size()) : what;
     }
   }
-
- private:
-  std::filesystem::path path_;
 };
 
 // The text with its only occurrence of `from` replaced.

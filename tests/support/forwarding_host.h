@@ -153,7 +153,7 @@ auto Wrapper<Interface>::announced(const char* member, Call&& call) {
 #define ORDVANE_WORKBOOK(X, ...) \
   X(name) X(multi_user_editing) X(worksheets) X(worksheet) X(add_worksheet) X(set_properties) X(activate)
 #define ORDVANE_WORKSHEET(X, Y) \
-  X(workbook) X(name) X(set_name) X(row_limit) X(column_limit) \
+  X(workbook) X(name) X(set_name) X(row_limit) X(column_limit) X(cell_limit) \
   Y(range_1, range, std::shared_ptr<host::Range> (Wrapped::*)(const std::string&)) \
   Y(range_2, range, std::shared_ptr<host::Range> (Wrapped::*)(std::int32_t, std::int32_t, std::int32_t, \
                                                               std::int32_t)) \
