@@ -113,7 +113,13 @@ WrittenReports counted(const office::BookModel& book) {
 }
 
 // The C library keeps the memory of the many small tables that reports are made from, which are gone by now.
-void give_back_memory() {
+// What is little is wanted again at once.
+void give_back_memory(const office::BookModel& book) {
+  constexpr std::size_t kManyCells = std::size_t{1} << 20U;
+  std::size_t cells = 0;
+  for (const auto& sheet : book.sheets)
+    for (const office::RowBand& band : sheet->bands) cells += band.cells.size();
+  if (cells < kManyCells) return;
 #ifdef __GLIBC__
   malloc_trim(0);
 #endif
@@ -124,7 +130,7 @@ std::shared_ptr<const office::BookModel> make_to_save(
     const std::shared_ptr<const runfile::Run>& run, const ReportOptions& options,
     const std::shared_ptr<EmbeddedEnvironment>& environment) {
   auto book = make(run, options, environment);
-  give_back_memory();
+  give_back_memory(*book);
   show_saving(*environment, options);
   environment->check_cancelled();
   return book;

@@ -8,6 +8,7 @@
 #include <limits>
 #include <system_error>
 
+#include "environment/string_resources.h"
 #include "environment/string_table.h"
 #include "model/decimal.h"
 #include "text/edit.h"
@@ -41,13 +42,14 @@ void widen(double& low, double& high) {
 
 std::vector<std::string> languages() {
   std::vector<std::string> codes;
-  for (const auto& [code, texts] : all_languages()) codes.push_back(code);
+  for (const StringResource& resource : string_resources()) codes.emplace_back(resource.language);
   return codes;
 }
 
 std::int32_t language_id_of(std::string_view code) {
-  const auto found = all_languages().find(std::string(code));
-  return found == all_languages().end() ? 0 : found->second.id;
+  for (const StringResource& resource : string_resources())
+    if (resource.language == code) return resource.id;
+  return 0;
 }
 
 std::optional<std::string> language_named(std::string_view name) {
@@ -118,10 +120,7 @@ std::int32_t StandardEnvironment::language_id(std::int32_t) {
 }
 
 std::string StandardEnvironment::language_string(std::int32_t language_id) {
-  for (const auto& [code, texts] : all_languages())
-    if (texts.id == language_id) return code;
-  throw host::Error(host::errc::kInvalidProcedureCall,
-                    "There are no texts for the language id " + std::to_string(language_id));
+  return std::string(language_code(language_id));
 }
 
 std::shared_ptr<host::StringTable> StandardEnvironment::string_table(const std::string& component,

@@ -34,6 +34,7 @@ class StandardNumberService : public host::NumberService {
   // Figures as the language writes them. Throws errc::kInvalidProcedureCall for one without texts.
   explicit StandardNumberService(const std::string& language = "en");
 
+  bool concurrent() const override { return true; }
   double missing_number() override;
   bool is_usable(double value) override;
   host::AxisScale axis_scale(double low, double high) override;

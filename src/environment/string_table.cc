@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cmath>
 #include <limits>
+#include <mutex>
 #include <optional>
 #include <set>
 
@@ -156,13 +157,7 @@ class LanguageStringTable : public host::StringTable {
   }
 
   void set_active_language(std::int32_t language_id) override {
-    const auto& languages = all_languages();
-    const auto found = std::find_if(languages.begin(), languages.end(),
-                                    [&](const auto& each) { return each.second.id == language_id; });
-    if (found == languages.end())
-      throw host::Error(host::errc::kInvalidProcedureCall,
-                        "There are no texts for the language id " + std::to_string(language_id));
-    language_ = &found->second;
+    language_ = &language(language_code(language_id));
   }
 
  private:
@@ -207,21 +202,24 @@ Language read_language(std::string_view code, std::string_view file) {
   return Reader(code).read(file);
 }
 
-const std::map<std::string, Language>& all_languages() {
-  static const std::map<std::string, Language> kLanguages = [] {
-    std::map<std::string, Language> languages;
-    for (const StringResource& resource : string_resources())
-      languages.emplace(resource.language, read_language(resource.language, resource.text));
-    return languages;
-  }();
-  return kLanguages;
+// A language has hundreds of texts, and a program asks for one or two languages.
+const Language& language(std::string_view code) {
+  static std::mutex mutex;
+  static std::map<std::string_view, Language> languages;
+  const std::lock_guard lock(mutex);
+  if (const auto known = languages.find(code); known != languages.end()) return known->second;
+  for (const StringResource& resource : string_resources())
+    if (resource.language == code)
+      return languages.emplace(resource.language, read_language(code, resource.text)).first->second;
+  throw host::Error(host::errc::kInvalidProcedureCall,
+                    "There are no texts in the language '" + std::string(code) + "'");
 }
 
-const Language& language(const std::string& code) {
-  const auto found = all_languages().find(code);
-  if (found == all_languages().end())
-    throw host::Error(host::errc::kInvalidProcedureCall, "There are no texts in the language '" + code + "'");
-  return found->second;
+std::string_view language_code(std::int32_t id) {
+  for (const StringResource& resource : string_resources())
+    if (resource.id == id) return resource.language;
+  throw host::Error(host::errc::kInvalidProcedureCall,
+                    "There are no texts for the language id " + std::to_string(id));
 }
 
 std::string general_number(double value, char decimal_separator, std::string_view group_separator) {

@@ -40,10 +40,11 @@ std::span<const TextEntry> text_table();
 // or setting given twice, an unknown text, setting, escape or place, and missing settings.
 Language read_language(std::string_view code, std::string_view file);
 
-// Every language compiled in, read once. By code.
-const std::map<std::string, Language>& all_languages();
-// Throws errc::kInvalidProcedureCall for an unknown code.
-const Language& language(const std::string& code);
+// A language compiled in, read when it is first asked for. Throws errc::kInvalidProcedureCall for an unknown
+// code.
+const Language& language(std::string_view code);
+// The code of a language compiled in. Throws errc::kInvalidProcedureCall for an unknown id.
+std::string_view language_code(std::int32_t id);
 
 // A number in the shortest general form of at most 15 significant digits. With a group separator the whole
 // part is cut into groups of three digits, unless the number is written with an exponent.

@@ -249,6 +249,7 @@ bool ReportSheet::fit_lines() {
   for (auto& [row, line] : lines_) {
     const auto cells = worksheet_->range(row, 1, 1, columns);
     grown = grow_row(*cells, line.text, look::kSmallSize, look::kBodyRowHeight) || grown;
+    if (line.columns == columns) continue;
     // A part of a merged cell cannot be merged.
     if (line.columns > columns) worksheet_->range(row, 1, 1, line.columns)->set_merge(false);
     line.columns = columns;

@@ -28,18 +28,23 @@ bool is_east_asian(char32_t character) {
   return character >= 0x3000;
 }
 
-// In parts of the font size.
+// Of the characters of ASCII, in parts of the font size.
+constexpr std::array<double, 0x80> kWidths = [] {
+  std::array<double, 0x80> widths{};
+  widths.fill(0.5);
+  for (char letter = 'A'; letter <= 'Z'; ++letter) widths[static_cast<std::size_t>(letter)] = 0.58;
+  constexpr struct {
+    std::string_view letters;
+    double width;
+  } kClasses[] = {{"iljI.,;:'!| ", 0.245}, {"tfr()[]-`", 0.33}, {"mwMW%@&", 0.79}};
+  for (const auto& each : kClasses)
+    for (const char letter : each.letters) widths[static_cast<std::size_t>(letter)] = each.width;
+  return widths;
+}();
+
 double character_width(char32_t character) {
-  constexpr std::string_view kThin = "iljI.,;:'!| ";
-  constexpr std::string_view kNarrow = "tfr()[]-`";
-  constexpr std::string_view kWide = "mwMW%@&";
-  if (is_east_asian(character)) return 1.0;
-  if (character >= 0x80) return 0.55;
-  const char letter = static_cast<char>(character);
-  if (kThin.find(letter) != std::string_view::npos) return 0.245;
-  if (kNarrow.find(letter) != std::string_view::npos) return 0.33;
-  if (kWide.find(letter) != std::string_view::npos) return 0.79;
-  return letter >= 'A' && letter <= 'Z' ? 0.58 : 0.5;
+  if (character < kWidths.size()) return kWidths[character];
+  return is_east_asian(character) ? 1.0 : 0.55;
 }
 
 // The text's pieces between any of some separators, in order.

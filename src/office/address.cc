@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <tuple>
 
 #include "text/utf16.h"
 #include "unicode/names.h"
@@ -48,13 +49,19 @@ bool read_corner(std::string_view text, std::size_t& at, Corner& corner) {
   return (corner.row > 0 || corner.column > 0) && corner.row >= 0 && corner.column >= 0;
 }
 
-Area area_between(const Corner& a, const Corner& b) {
-  const auto [top, bottom] = std::minmax(a.row, b.row);
-  const auto [left, right] = std::minmax(a.column, b.column);
-  Area area{top, left, bottom - top + 1, right - left + 1};
-  if (top == 0) area.row = 1, area.rows = kSheetRows;
-  if (left == 0) area.column = 1, area.columns = kSheetColumns;
-  return area;
+Reference reference_between(const Corner& a, const Corner& b) {
+  const auto& [upper, lower] = a.row <= b.row ? std::tie(a, b) : std::tie(b, a);
+  const auto& [left, right] = a.column <= b.column ? std::tie(a, b) : std::tie(b, a);
+  Reference reference;
+  reference.area = {upper.row, left.column, lower.row - upper.row + 1, right.column - left.column + 1};
+  if (upper.row == 0) reference.area.row = 1, reference.area.rows = kSheetRows;
+  if (left.column == 0) reference.area.column = 1, reference.area.columns = kSheetColumns;
+  if (upper.row == 0 || left.column == 0) return reference;
+  reference.top_moves = !upper.fixed_row;
+  reference.bottom_moves = !lower.fixed_row;
+  reference.left_moves = !left.fixed_column;
+  reference.right_moves = !right.fixed_column;
+  return reference;
 }
 
 bool is_plain_name_character(char c) {
@@ -120,18 +127,32 @@ std::string area_name(const Area& area, bool absolute) {
 }
 
 std::optional<Area> parse_area(std::string_view address) {
+  const auto reference = parse_reference(address);
+  return reference ? std::optional(reference->area) : std::nullopt;
+}
+
+std::optional<Reference> parse_reference(std::string_view address) {
   std::size_t at = 0;
   Corner first, second;
   if (!read_corner(address, at, first)) return std::nullopt;
   if (at == address.size()) {
     if (first.row == 0 || first.column == 0) return std::nullopt;
-    return area_between(first, first);
+    return reference_between(first, first);
   }
   if (!take(address, at, ':') || !read_corner(address, at, second) || at != address.size())
     return std::nullopt;
   if ((first.row == 0) != (second.row == 0) || (first.column == 0) != (second.column == 0))
     return std::nullopt;
-  return area_between(first, second);
+  return reference_between(first, second);
+}
+
+Area Reference::moved(const Shift& shift) const {
+  const auto [top, bottom] = std::minmax(
+      {area.row + (top_moves ? shift.rows : 0), area.row + area.rows - 1 + (bottom_moves ? shift.rows : 0)});
+  const auto [left, right] =
+      std::minmax({area.column + (left_moves ? shift.columns : 0),
+                   area.column + area.columns - 1 + (right_moves ? shift.columns : 0)});
+  return {top, left, bottom - top + 1, right - left + 1};
 }
 
 ReferenceText read_reference(std::string_view text) {

@@ -29,6 +29,21 @@ struct ReferenceText {
 };
 ReferenceText read_reference(std::string_view text);
 
+// How far a formula is moved.
+struct Shift {
+  std::int32_t rows = 0, columns = 0;
+};
+
+// Cells as a formula names them. What has a "$" stays where it is when the formula is moved, and so do whole
+// rows and columns.
+struct Reference {
+  Area area;
+  bool top_moves = false, bottom_moves = false, left_moves = false, right_moves = false;
+  // May lie outside the sheet.
+  Area moved(const Shift& shift) const;
+};
+std::optional<Reference> parse_reference(std::string_view address);
+
 inline bool inside_sheet(const Area& area) {
   return area.row >= 1 && area.column >= 1 && area.rows >= 1 && area.columns >= 1 &&
          area.rows <= kSheetRows - area.row + 1 && area.columns <= kSheetColumns - area.column + 1;

@@ -1,8 +1,8 @@
 #include "office/book.h"
 
-#include <array>
+#include <bit>
 #include <cmath>
-#include <cstring>
+#include <functional>
 #include <utility>
 
 #include "office/refusal.h"
@@ -14,28 +14,19 @@ constexpr std::size_t kMostStyles = 65000;
 constexpr double kDigitPixels = 7;
 constexpr double kPaddingPixels = 5;
 
-// Equal styles, and only they, have the same key.
-std::string key_of(const CellStyle& style) {
-  constexpr std::size_t kUsualLength = 192;
-  std::string key;
-  key.reserve(kUsualLength);
-  const auto add = [&key](const auto&... values) {
-    std::array<char, (sizeof values + ...)> bytes;
-    char* at = bytes.data();
-    ((std::memcpy(at, &values, sizeof values), at += sizeof values), ...);
-    key.append(bytes.data(), bytes.size());
+std::size_t hash_of(const CellStyle& style) {
+  std::size_t hash = std::hash<std::string>()(style.number_format);
+  const auto add = [&hash](auto... values) {
+    constexpr std::size_t kFactor = 0x9E3779B1;
+    ((hash = (hash ^ static_cast<std::size_t>(values)) * kFactor), ...);
   };
-  const auto number_of = [](const std::optional<host::Color>& color) {
-    return color ? std::int64_t{*color} : std::int64_t{-1} << 32U;
-  };
-  add(style.number_format.size(), style.font_name.size());
-  key += style.number_format;
-  key += style.font_name;
-  add(style.font_size, style.bold, style.italic, number_of(style.font_color), number_of(style.fill),
-      style.horizontal, style.vertical, style.indent, style.wrap, style.locked);
+  const auto number_of = [](const std::optional<host::Color>& color) { return color.value_or(-1); };
+  add(std::hash<std::string>()(style.font_name), std::bit_cast<std::uint64_t>(style.font_size), style.bold,
+      style.italic, number_of(style.font_color), number_of(style.fill), style.horizontal, style.vertical,
+      style.indent, style.wrap, style.locked);
   for (const EdgeLine* line : {&style.left, &style.top, &style.right, &style.bottom})
     add(line->line_style, line->weight, number_of(line->color));
-  return key;
+  return hash;
 }
 
 }  // namespace
@@ -45,13 +36,13 @@ StyleTable::StyleTable() {
 }
 
 StyleId StyleTable::intern(const CellStyle& style) {
-  std::string key = key_of(style);
-  const auto found = ids_.find(key);
-  if (found != ids_.end()) return found->second;
+  const std::size_t hash = hash_of(style);
+  for (auto [known, end] = ids_.equal_range(hash); known != end; ++known)
+    if (styles_[known->second] == style) return known->second;
   if (styles_.size() >= kMostStyles) refuse("Too many different cell formats");
   const auto id = static_cast<StyleId>(styles_.size());
   styles_.push_back(style);
-  ids_.emplace(std::move(key), id);
+  ids_.emplace(hash, id);
   return id;
 }
 

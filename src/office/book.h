@@ -63,7 +63,7 @@ class StyleTable {
 
  private:
   std::vector<CellStyle> styles_;
-  std::unordered_map<std::string, StyleId> ids_;
+  std::unordered_multimap<std::size_t, StyleId> ids_;  // by hash
 };
 
 // Each different text once, in the order of first use.

@@ -12,8 +12,6 @@ constexpr std::size_t kLargeBand = std::size_t{1} << 20U;
 constexpr std::size_t kSmallBand = 4096;
 // A narrower piece below a band of at most this many columns takes a whole row of it.
 constexpr std::int32_t kNarrowBand = 64;
-// More new cells than this in one step are refused: it can only be the formatting of a whole sheet.
-constexpr std::int64_t kMostNewCells = std::int64_t{1} << 26U;
 
 std::size_t cell_count(const RowBand& band) {
   return band.cells.size();
@@ -116,6 +114,8 @@ std::vector<Area> CellStore::missing_parts(const Area& area) {
 }
 
 void CellStore::ensure(const Area& area) {
+  const std::size_t first = find_band(area.row, area.column);
+  if (first != kNone && contains(area_of(bands_[first]), area)) return;
   const std::vector<Area> missing = missing_parts(area);
   std::int64_t cells = 0;
   for (const Area& part : missing) cells += std::int64_t{part.rows} * part.columns;

@@ -15,6 +15,9 @@ namespace ordvane::office {
 
 class CellStore {
  public:
+  // New cells at a time; more are refused: it can only be the formatting of a whole sheet.
+  static constexpr std::int64_t kMostNewCells = std::int64_t{1} << 26U;
+
   explicit CellStore(std::vector<RowBand>& bands) : bands_(bands) {}
 
   struct Slot {

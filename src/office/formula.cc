@@ -16,16 +16,26 @@ using host::CellError;
 using host::CellKind;
 using host::CellValue;
 
+namespace {
+
+// What a formula is computed from.
+struct Place {
+  CellSource& cells;
+  Shift shift;
+};
+
+}  // namespace
+
 // What a formula is made of. Operators are functions of two values.
 struct Formula::Node {
   enum class Kind { kValue, kCells, kOperator, kCall };
   using Function = CellValue (*)(const std::vector<std::unique_ptr<const Node>>& arguments,
-                                 CellSource& cells);
+                                 const Place& place);
   using Operator = CellValue (*)(const CellValue& left, const CellValue& right);
 
   Kind kind = Kind::kValue;
   CellValue value;
-  Area cells;
+  Reference cells;
   Operator operation = nullptr;
   Function function = nullptr;
   std::vector<std::unique_ptr<const Node>> arguments;
@@ -142,17 +152,19 @@ CellValue is_at_least(const CellValue& left, const CellValue& right) {
   return compare(left, right, [](int order) { return order >= 0; });
 }
 
-CellValue compute_node(const Node& node, CellSource& cells) {
+CellValue compute_node(const Node& node, const Place& place) {
   switch (node.kind) {
     case Node::Kind::kValue:
       return node.value;
-    case Node::Kind::kCells:
-      if (node.cells.rows > 1 || node.cells.columns > 1) return CellError::kValue;
-      return cells.value(node.cells.row, node.cells.column);
+    case Node::Kind::kCells: {
+      const Area cells = node.cells.moved(place.shift);
+      if (cells.rows > 1 || cells.columns > 1) return CellError::kValue;
+      return place.cells.value(cells.row, cells.column);
+    }
     case Node::Kind::kOperator:
-      return node.operation(compute_node(*node.arguments[0], cells), compute_node(*node.arguments[1], cells));
+      return node.operation(compute_node(*node.arguments[0], place), compute_node(*node.arguments[1], place));
     case Node::Kind::kCall:
-      return node.function(node.arguments, cells);
+      return node.function(node.arguments, place);
   }
   return CellError::kName;
 }
@@ -161,7 +173,7 @@ CellValue compute_node(const Node& node, CellSource& cells) {
 
 // Folds the numbers of the arguments. Of cells only numbers count, other values are read as numbers.
 template <class Fold>
-CellValue fold_numbers(const Arguments& arguments, CellSource& cells, Fold fold) {
+CellValue fold_numbers(const Arguments& arguments, const Place& place, Fold fold) {
   std::optional<double> result;
   CellValue fault;
   const auto take = [&](const CellValue& value) {
@@ -170,50 +182,51 @@ CellValue fold_numbers(const Arguments& arguments, CellSource& cells, Fold fold)
   };
   for (const NodePtr& argument : arguments) {
     if (argument->kind == Node::Kind::kCells)
-      cells.each_value(argument->cells, take);
+      place.cells.each_value(argument->cells.moved(place.shift), take);
     else
-      take(as_number(compute_node(*argument, cells)));
+      take(as_number(compute_node(*argument, place)));
   }
   return fault.is_error() ? fault : number_or_error(result.value_or(0));
 }
 
-CellValue sum(const Arguments& arguments, CellSource& cells) {
-  return fold_numbers(arguments, cells, [](double a, double b) { return a + b; });
+CellValue sum(const Arguments& arguments, const Place& place) {
+  return fold_numbers(arguments, place, [](double a, double b) { return a + b; });
 }
-CellValue smallest(const Arguments& arguments, CellSource& cells) {
-  return fold_numbers(arguments, cells, [](double a, double b) { return std::min(a, b); });
+CellValue smallest(const Arguments& arguments, const Place& place) {
+  return fold_numbers(arguments, place, [](double a, double b) { return std::min(a, b); });
 }
-CellValue greatest(const Arguments& arguments, CellSource& cells) {
-  return fold_numbers(arguments, cells, [](double a, double b) { return std::max(a, b); });
+CellValue greatest(const Arguments& arguments, const Place& place) {
+  return fold_numbers(arguments, place, [](double a, double b) { return std::max(a, b); });
 }
-CellValue absolute(const Arguments& arguments, CellSource& cells) {
-  const CellValue value = as_number(compute_node(*arguments[0], cells));
+CellValue absolute(const Arguments& arguments, const Place& place) {
+  const CellValue value = as_number(compute_node(*arguments[0], place));
   return value.is_error() ? value : CellValue(std::fabs(value.number));
 }
-CellValue is_number(const Arguments& arguments, CellSource& cells) {
-  return CellValue::boolean(compute_node(*arguments[0], cells).is_number());
+CellValue is_number(const Arguments& arguments, const Place& place) {
+  return CellValue::boolean(compute_node(*arguments[0], place).is_number());
 }
-CellValue number_of(const Arguments& arguments, CellSource& cells) {
-  const CellValue value = compute_node(*arguments[0], cells);
+CellValue number_of(const Arguments& arguments, const Place& place) {
+  const CellValue value = compute_node(*arguments[0], place);
   return value.is_error() ? value : CellValue(value.number);
 }
-CellValue choose(const Arguments& arguments, CellSource& cells) {
-  CellValue condition = as_number(compute_node(*arguments[0], cells));
+CellValue choose(const Arguments& arguments, const Place& place) {
+  CellValue condition = as_number(compute_node(*arguments[0], place));
   if (condition.is_error()) return condition;
-  if (condition.number != 0) return compute_node(*arguments[1], cells);
-  return arguments.size() > 2 ? compute_node(*arguments[2], cells) : CellValue::boolean(false);
+  if (condition.number != 0) return compute_node(*arguments[1], place);
+  return arguments.size() > 2 ? compute_node(*arguments[2], place) : CellValue::boolean(false);
 }
 // What the cell of a link shows; where it leads is up to the program that opens the workbook.
-CellValue shown_link(const Arguments& arguments, CellSource& cells) {
-  return compute_node(*arguments.back(), cells);
+CellValue shown_link(const Arguments& arguments, const Place& place) {
+  return compute_node(*arguments.back(), place);
 }
-CellValue text_of(const Arguments& arguments, CellSource& cells) {
-  CellValue value = compute_node(*arguments[0], cells);
-  const CellValue format = compute_node(*arguments[1], cells);
+CellValue text_of(const Arguments& arguments, const Place& place) {
+  CellValue value = compute_node(*arguments[0], place);
+  const CellValue format = compute_node(*arguments[1], place);
   if (value.is_error()) return value;
-  return format.is_error() ? format : CellValue(displayed_text(value, edited_text(format), cells.symbols()));
+  return format.is_error() ? format
+                           : CellValue(displayed_text(value, edited_text(format), place.cells.symbols()));
 }
-CellValue not_available(const Arguments&, CellSource&) {
+CellValue not_available(const Arguments&, const Place&) {
   return CellError::kNA;
 }
 
@@ -256,7 +269,6 @@ constexpr std::array<OperatorEntry, 12> kOperators = {{
     {"/", 3, divide},
     {"^", 4, raise},
 }};
-constexpr std::string_view kOperatorCharacters = "<>=&+-*/^";
 
 // ---- Reading ----
 
@@ -268,7 +280,7 @@ bool is_name_character(char c) {
 // Every reader returns null for what it does not understand.
 class Parser {
  public:
-  Parser(std::string_view text, std::vector<Area>& precedents) : text_(text), precedents_(precedents) {}
+  Parser(std::string_view text, std::vector<Reference>& precedents) : text_(text), precedents_(precedents) {}
 
   NodePtr read_all() {
     NodePtr node = read_operators(0);
@@ -280,10 +292,10 @@ class Parser {
   void skip_blanks() {
     while (at_ < text_.size() && (text_[at_] == ' ' || text_[at_] == '\n')) ++at_;
   }
-  bool take(std::string_view sign) {
+  bool take(char sign) {
     skip_blanks();
-    if (text_.substr(at_, sign.size()) != sign) return false;
-    at_ += sign.size();
+    if (at_ == text_.size() || text_[at_] != sign) return false;
+    ++at_;
     return true;
   }
 
@@ -307,7 +319,7 @@ class Parser {
   static NodePtr operator_node(Node::Operator operation, NodePtr left, NodePtr right);
 
   std::string_view text_;
-  std::vector<Area>& precedents_;
+  std::vector<Reference>& precedents_;
   std::size_t at_ = 0;
   int parentheses_ = 0;
 };
@@ -319,6 +331,7 @@ NodePtr Parser::operator_node(Node::Operator operation, NodePtr left, NodePtr ri
   node->operation = operation;
   node->depth = std::max(left->depth, right->depth) + 1;
   if (node->depth > kDeepest) return nullptr;
+  node->arguments.reserve(2);
   node->arguments.push_back(std::move(left));
   node->arguments.push_back(std::move(right));
   return node;
@@ -328,9 +341,9 @@ NodePtr Parser::operator_node(Node::Operator operation, NodePtr left, NodePtr ri
 const OperatorEntry* Parser::next_operator() {
   skip_blanks();
   const std::string_view rest = text_.substr(at_);
-  if (rest.empty() || kOperatorCharacters.find(rest[0]) == std::string_view::npos) return nullptr;
-  return std::find_if(kOperators.begin(), kOperators.end(),
-                      [&](const OperatorEntry& known) { return rest.starts_with(known.sign); });
+  for (const OperatorEntry& known : kOperators)
+    if (!rest.empty() && rest[0] == known.sign[0] && rest.starts_with(known.sign)) return &known;
+  return nullptr;
 }
 
 // Operands and operators that bind at least so closely.
@@ -347,9 +360,9 @@ NodePtr Parser::read_operators(int binding) {
 
 NodePtr Parser::read_signed() {
   bool negative = false;
-  while (take("-") || take("+")) negative ^= text_[at_ - 1] == '-';
+  while (take('-') || take('+')) negative ^= text_[at_ - 1] == '-';
   NodePtr node = read_operand();
-  while (node && take("%")) node = operator_node(divide, std::move(node), value_node(100.0));
+  while (node && take('%')) node = operator_node(divide, std::move(node), value_node(100.0));
   return negative ? operator_node(subtract, value_node(0.0), std::move(node)) : std::move(node);
 }
 
@@ -369,7 +382,7 @@ NodePtr Parser::read_parentheses() {
   ++at_;
   NodePtr node = read_operators(0);
   --parentheses_;
-  return take(")") ? std::move(node) : nullptr;
+  return take(')') ? std::move(node) : nullptr;
 }
 
 NodePtr Parser::read_number_node() {
@@ -407,13 +420,16 @@ NodePtr Parser::read_error() {
 NodePtr Parser::read_name() {
   const std::size_t start = at_;
   while (at_ < text_.size() && is_name_character(text_[at_])) ++at_;
-  const std::string name = unicode::folded(text_.substr(start, at_ - start));
-  if (take("(")) {
+  const std::string_view name = text_.substr(start, at_ - start);
+  const auto is = [name](std::string_view known) {
+    return name.size() == known.size() && unicode::same_name(name, known);
+  };
+  if (take('(')) {
     const auto entry = std::find_if(kFunctions.begin(), kFunctions.end(),
-                                    [&](const FunctionEntry& known) { return known.name == name; });
+                                    [&](const FunctionEntry& known) { return is(known.name); });
     return entry == kFunctions.end() ? nullptr : read_call(*entry);
   }
-  if (name == "true" || name == "false") return value_node(CellValue::boolean(name == "true"));
+  if (is("true") || is("false")) return value_node(CellValue::boolean(is("true")));
   at_ = start;
   return read_cells();
 }
@@ -421,12 +437,12 @@ NodePtr Parser::read_name() {
 NodePtr Parser::read_cells() {
   const std::size_t start = at_;
   while (at_ < text_.size() && (is_name_character(text_[at_]) || text_[at_] == ':')) ++at_;
-  const auto area = parse_area(text_.substr(start, at_ - start));
-  if (!area) return nullptr;
-  precedents_.push_back(*area);
+  const auto reference = parse_reference(text_.substr(start, at_ - start));
+  if (!reference) return nullptr;
+  precedents_.push_back(*reference);
   auto node = std::make_unique<Node>();
   node->kind = Node::Kind::kCells;
-  node->cells = *area;
+  node->cells = *reference;
   return node;
 }
 
@@ -435,14 +451,14 @@ NodePtr Parser::read_call(const FunctionEntry& entry) {
   auto node = std::make_unique<Node>();
   node->kind = Node::Kind::kCall;
   node->function = entry.function;
-  if (!take(")")) {
+  if (!take(')')) {
     do {
       NodePtr argument = read_operators(0);
       if (!argument) return nullptr;
       node->depth = std::max(node->depth, argument->depth + 1);
       node->arguments.push_back(std::move(argument));
-    } while (take(","));
-    if (!take(")")) return nullptr;
+    } while (take(','));
+    if (!take(')')) return nullptr;
   }
   --parentheses_;
   const std::size_t count = node->arguments.size();
@@ -456,9 +472,9 @@ Formula::~Formula() = default;
 Formula::Formula(Formula&&) noexcept = default;
 Formula& Formula::operator=(Formula&&) noexcept = default;
 
-CellValue Formula::compute(CellSource& cells) const {
+CellValue Formula::compute(CellSource& cells, const Shift& shift) const {
   if (!root_) return CellError::kName;
-  CellValue result = compute_node(*root_, cells);
+  CellValue result = compute_node(*root_, {cells, shift});
   if (result.kind == CellKind::kBlank) return 0.0;
   return result;
 }
@@ -467,12 +483,18 @@ CellValue Formula::compute(CellSource& cells) const {
 
 namespace {
 
-std::string moved_reference(const ReferenceText& reference, std::int32_t rows, std::int32_t columns) {
+void append_moved(std::string& text, const ReferenceText& reference, std::int32_t rows,
+                  std::int32_t columns) {
   const std::int64_t row = std::int64_t{reference.cell.row} + (reference.fixed_row ? 0 : rows);
   const std::int64_t column = std::int64_t{reference.cell.column} + (reference.fixed_column ? 0 : columns);
-  if (row < 1 || row > kSheetRows || column < 1 || column > kSheetColumns) return "#REF!";
-  return (reference.fixed_column ? "$" : "") + column_name(static_cast<std::int32_t>(column)) +
-         (reference.fixed_row ? "$" : "") + std::to_string(row);
+  if (row < 1 || row > kSheetRows || column < 1 || column > kSheetColumns) {
+    text += "#REF!";
+    return;
+  }
+  if (reference.fixed_column) text += '$';
+  text += column_name(static_cast<std::int32_t>(column));
+  if (reference.fixed_row) text += '$';
+  text += std::to_string(row);
 }
 
 }  // namespace
@@ -480,10 +502,11 @@ std::string moved_reference(const ReferenceText& reference, std::int32_t rows, s
 std::string moved_formula(std::string_view formula, std::int32_t rows, std::int32_t columns) {
   if (formula.empty() || formula[0] != '=') return std::string(formula);
   std::string result;
-  std::size_t at = 0;
-  while (at < formula.size()) {
+  result.reserve(formula.size() + formula.size() / 4);  // rows may have more figures
+  std::size_t taken = 0;                                // what stands before is in the result
+  for (std::size_t at = 0, end = 0; at < formula.size(); at = end) {
     const char c = formula[at];
-    std::size_t end = at + 1;
+    end = at + 1;
     if (c == '"' || c == '\'') {
       end = std::min(formula.find(c, end), formula.size() - 1) + 1;
     } else if (is_name_character(c)) {
@@ -493,16 +516,13 @@ std::string moved_formula(std::string_view formula, std::int32_t rows, std::int3
       const std::size_t start = mark == std::string_view::npos ? at : at + mark + 1;
       const ReferenceText reference = read_reference(formula.substr(start, end - start));
       const bool is_call = end < formula.size() && formula[end] == '(';
-      if (reference.length > 0 && reference.length == end - start && !is_call) {
-        result.append(formula.substr(at, start - at));
-        result += moved_reference(reference, rows, columns);
-        at = end;
-        continue;
-      }
+      if (reference.length == 0 || reference.length != end - start || is_call) continue;
+      result += formula.substr(taken, start - taken);
+      append_moved(result, reference, rows, columns);
+      taken = end;
     }
-    result.append(formula.substr(at, end - at));
-    at = end;
   }
+  result += formula.substr(taken);
   return result;
 }
 

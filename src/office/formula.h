@@ -38,14 +38,15 @@ class Formula {
   Formula(Formula&&) noexcept;
   Formula& operator=(Formula&&) noexcept;
 
-  host::CellValue compute(CellSource& cells) const;
+  // `shift`: of the cell that it is computed for from the one that it was written for.
+  host::CellValue compute(CellSource& cells, const Shift& shift = {}) const;
   // The cells it refers to.
-  const std::vector<Area>& precedents() const { return precedents_; }
+  const std::vector<Reference>& precedents() const { return precedents_; }
 
   struct Node;
 
  private:
-  std::vector<Area> precedents_;  // before the tree, whose reading fills it
+  std::vector<Reference> precedents_;  // before the tree, whose reading fills it
   std::unique_ptr<const Node> root_;
 };
 

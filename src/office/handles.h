@@ -37,6 +37,7 @@ class WorksheetHandle final : public host::Worksheet {
   std::string name() override;
   void set_name(const std::string& name) override;
   std::int32_t row_limit() override;
+  std::int64_t cell_limit() override;
   std::int32_t column_limit() override;
   std::shared_ptr<host::Range> range(const std::string& address) override;
   std::shared_ptr<host::Range> range(std::int32_t row, std::int32_t column, std::int32_t rows,

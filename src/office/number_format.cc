@@ -41,6 +41,7 @@ class SectionReader {
   SectionReader(std::string_view code, std::size_t& at) : code_(code), at_(at) {}
 
   Section read() {
+    section_.tokens.reserve(std::min(code_.find(';', at_), code_.size()) - at_);  // most are of one character
     while (at_ < code_.size() && code_[at_] != ';') read_token();
     tell_minutes();
     note_commas();

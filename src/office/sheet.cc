@@ -1,5 +1,6 @@
 #include "office/sheet.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "office/refusal.h"
@@ -185,10 +186,23 @@ std::string Sheet::formula(std::int32_t row, std::int32_t column) {
 void Sheet::set_formula(const Area& area, const std::string& formula) {
   cells_.ensure(area);
   forget_formulas(area);
-  for (std::int32_t row = 0; row < area.rows; ++row)
-    for (std::int32_t column = 0; column < area.columns; ++column)
-      enter_formula({area.row + row, area.column + column},
-                    row == 0 && column == 0 ? formula : moved_formula(formula, row, column));
+  const std::shared_ptr<const Formula> filled = filled_formula(area, formula);
+  for (std::int32_t row = 0; row < area.rows; ++row) {
+    for (std::int32_t column = 0; column < area.columns; ++column) {
+      const CellRef cell{area.row + row, area.column + column};
+      enter_formula(cell, row == 0 && column == 0 ? formula : moved_formula(formula, row, column));
+      if (filled) computations_.try_emplace(cell, Computation{filled, {row, column}});
+    }
+  }
+}
+
+// Read once for all cells of an area; null where the cells have none in common.
+std::shared_ptr<const Formula> Sheet::filled_formula(const Area& area, const std::string& formula) const {
+  if (!is_formula(formula) || (area.rows == 1 && area.columns == 1)) return nullptr;
+  auto filled = std::make_shared<const Formula>(without_equals(formula));
+  const Shift farthest{area.rows - 1, area.columns - 1};
+  const auto stays_inside = [&](const Reference& cells) { return inside_sheet(cells.moved(farthest)); };
+  return std::ranges::all_of(filled->precedents(), stays_inside) ? filled : nullptr;
 }
 
 void Sheet::enter_formula(const CellRef& cell, const std::string& formula) {
@@ -221,7 +235,7 @@ const NumberSymbols& Sheet::symbols() const {
 
 CellValue Sheet::evaluate(const std::string& formula) {
   const Formula parsed(without_equals(formula));
-  for (const Area& area : parsed.precedents()) compute_area(area);
+  for (const Reference& cells : parsed.precedents()) compute_area(cells.area);
   return parsed.compute(*this);
 }
 
@@ -232,7 +246,8 @@ CellValue Sheet::evaluate(const CellRef& cell, const std::string& formula) {
 
 Sheet::Computation& Sheet::computation(const CellRef& cell) {
   const auto [place, added] = computations_.try_emplace(cell);
-  if (added) place->second.formula = std::make_unique<Formula>(without_equals(model->formulas.at(cell)));
+  if (added)
+    place->second.formula = std::make_shared<const Formula>(without_equals(model->formulas.at(cell)));
   return place->second;
 }
 
@@ -242,8 +257,8 @@ bool Sheet::is_current(const Computation& computation) const {
 
 std::vector<CellRef> Sheet::outdated_precedents(const Computation& computation) {
   std::vector<CellRef> found;
-  for (const Area& area : computation.formula->precedents()) {
-    for_each_formula(area, [&](const CellRef& cell) {
+  for (const Reference& cells : computation.formula->precedents()) {
+    for_each_formula(cells.moved(computation.shift), [&](const CellRef& cell) {
       const Computation& precedent = this->computation(cell);
       if (!precedent.under_way && !is_current(precedent)) found.push_back(cell);
     });
@@ -264,7 +279,7 @@ void Sheet::compute(const CellRef& start) {
       current.under_way = true;
       for (const CellRef& precedent : outdated_precedents(current)) open.push_back(precedent);
     } else {
-      const CellValue result = current.formula->compute(*this);
+      const CellValue result = current.formula->compute(*this, current.shift);
       store(cell, result);
       current.computed_at = state_;
       current.under_way = false;

@@ -69,8 +69,9 @@ class Sheet : private CellSource {
  private:
   // What is known of a cell's formula besides its text.
   struct Computation {
-    std::unique_ptr<Formula> formula;  // null: the value was recorded
-    std::uint64_t computed_at = 0;     // state of the sheet its value belongs to
+    std::shared_ptr<const Formula> formula;  // null: the value was recorded
+    Shift shift;                             // from the cell that the formula was read for
+    std::uint64_t computed_at = 0;           // state of the sheet its value belongs to
     bool under_way = false;
   };
 
@@ -79,6 +80,7 @@ class Sheet : private CellSource {
   void store(const CellRef& cell, const host::CellValue& value);
   void write(RowBand& band, std::size_t index, const host::CellValue& value);
   void forget_formulas(const Area& area);
+  std::shared_ptr<const Formula> filled_formula(const Area& area, const std::string& formula) const;
   void enter_formula(const CellRef& cell, const std::string& formula);
   Computation& computation(const CellRef& cell);
   bool is_current(const Computation& computation) const;

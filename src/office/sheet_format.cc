@@ -27,6 +27,10 @@ double fitted_row_height(double font_size) {
   return (std::round(line) + 2) * kPointsOfPixel;
 }
 
+double shown_width(const ColumnProps& column) {
+  return column.hidden ? 0 : column.width.value_or(kDefaultColumnWidth);
+}
+
 void apply(const host::BorderFormat& format, EdgeLine& line) {
   const auto color = chosen_color(format.color, format.color_index);
   if (format.line_style) {
@@ -54,11 +58,13 @@ void Sheet::restyle(const Area& area, const std::function<void(CellStyle&)>& cha
   cells_.ensure(area);
   StyleTable& styles = book->model->styles;
   std::vector<std::int32_t> changed(styles.size(), kUnmet);
+  bool differs = false;
   const auto change_style = [&](StyleId id) {
     if (changed[id] != kUnmet) return;
     CellStyle style = styles.at(id);
     change(style);
     changed[id] = styles.intern(style);
+    differs = differs || changed[id] != id;
   };
   // Everything that can fail first, so that a failure leaves no cell changed.
   cells_.for_each_part(area, [&](RowBand& band, const Area& part) {
@@ -68,6 +74,7 @@ void Sheet::restyle(const Area& area, const std::function<void(CellStyle&)>& cha
           std::for_each_n(row + (part.column - band.first_column), part.columns, change_style);
         });
   });
+  if (!differs) return;
   cells_.for_each_part(area, [&](RowBand& band, const Area& part) {
     band.styles.change(static_cast<std::size_t>(part.row - band.first_row),
                        static_cast<std::size_t>(part.rows), [&](StyleId* row) {
@@ -147,8 +154,7 @@ void Sheet::merge(const Area& area) {
 
 double Sheet::column_width(std::int32_t column) const {
   const auto found = model->columns.find(column);
-  if (found == model->columns.end()) return kDefaultColumnWidth;
-  return found->second.hidden ? 0 : found->second.width.value_or(kDefaultColumnWidth);
+  return found == model->columns.end() ? kDefaultColumnWidth : shown_width(found->second);
 }
 
 void Sheet::set_column_width(std::int32_t first, std::int32_t count, double characters) {
@@ -182,7 +188,7 @@ void Sheet::set_row_height(std::int32_t first, std::int32_t count, double points
 double Sheet::left_of(std::int32_t column) const {
   double pixels = (column - 1) * column_pixels(kDefaultColumnWidth);
   for (auto place = model->columns.begin(); place != model->columns.end() && place->first < column; ++place)
-    pixels += column_pixels(column_width(place->first)) - column_pixels(kDefaultColumnWidth);
+    pixels += column_pixels(shown_width(place->second)) - column_pixels(kDefaultColumnWidth);
   return pixels * kPointsOfPixel;
 }
 

@@ -84,6 +84,11 @@ std::int32_t WorksheetHandle::row_limit() {
   return kSheetRows;
 }
 
+std::int64_t WorksheetHandle::cell_limit() {
+  sheet();
+  return CellStore::kMostNewCells;
+}
+
 std::int32_t WorksheetHandle::column_limit() {
   sheet();
   return kSheetColumns;

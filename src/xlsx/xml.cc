@@ -57,6 +57,12 @@ void append_special(std::string& out, char32_t code, Escape escape) {
   }
 }
 
+void replace_from(std::string& text, std::size_t begin, char character, std::string_view by) {
+  for (std::size_t at = text.find(character, begin); at != std::string::npos;
+       at = text.find(character, at + by.size()))
+    text.replace(at, 1, by);
+}
+
 }  // namespace
 
 void append_escaped(std::string& out, std::string_view text, Escape escape) {
@@ -137,17 +143,11 @@ void Xml::begin_attribute(const char* name) {
 
 Xml& Xml::attr(const char* name, std::string_view value, Escape escape) {
   begin_attribute(name);
-  std::string escaped;
-  append_escaped(escaped, value, escape);
-  for (const char c : escaped) {  // a parser would turn these into spaces
-    if (c == '\n') {
-      out_ += "&#10;";
-    } else if (c == '\t') {
-      out_ += "&#9;";
-    } else {
-      out_ += c;
-    }
-  }
+  const std::size_t begin = out_.size();
+  append_escaped(out_, value, escape);
+  // A parser would turn these into spaces.
+  replace_from(out_, begin, '\n', "&#10;");
+  replace_from(out_, begin, '\t', "&#9;");
   out_ += '"';
   return *this;
 }

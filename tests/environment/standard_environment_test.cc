@@ -4,13 +4,12 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <string>
 #include <tuple>
 
 #include "session/text_id.h"
+#include "support/files.h"
 
 namespace ordvane::environment {
 namespace {
@@ -83,8 +82,7 @@ TEST(Environment, KeepsTheLog) {
   const std::string path = (folder / "a.log").string();
   environment.append_line(path, "one");
   environment.append_line(path, "two");
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "one\r\ntwo\r\n");
+  EXPECT_EQ(test::file_text(path), "one\r\ntwo\r\n");
   environment.remove_file(path);
   EXPECT_FALSE(std::filesystem::exists(path));
   EXPECT_THROW(environment.remove_file(path), host::Error);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "office/office.h"
 #include "support/snapshot.h"
 
@@ -95,6 +97,25 @@ TEST_F(Formulas, AChainAsLongAsATableIsComputed) {
   EXPECT_EQ(value("A65525"), CellValue(65525.0));
   at("A1")->set_value(2.0);
   EXPECT_EQ(at("A65525")->values().value(1, 1), CellValue(65526.0));
+}
+
+// Filled into an area, a formula is read once; in each cell it shows what its text there computes to.
+TEST_F(Formulas, FilledOnesShowWhatEachTextSays) {
+  for (std::int32_t i = 1; i <= 9; ++i) at("A" + std::to_string(i))->set_value(std::pow(2.0, i));
+  at("B1:B9")->set_formula("=A1*1000");
+  at("A1048576")->set_value(7.0);
+  for (const char* formula :
+       {"=A1+$B$2", "=A$3&$B4", "=SUM(A1:B2)", "=SUM($A$1:A1)", "=SUM(A4:$A$3)", "=SUM($B5:A$4)",
+        "=SUM(A:A)+A1", "=IF(A1>4,\"A1\",-B1)", "=A1048575", "=SUM(A1:A1048575)", "=A1+"}) {
+    at("D1:E3")->set_formula(formula);
+    for (const char* cell : {"D1", "E1", "D2", "E2", "D3", "E3"}) {
+      const std::string text = at(cell)->formula();
+      EXPECT_EQ(value(cell), app->evaluate(text.substr(1))) << formula << " as " << text;
+    }
+  }
+  at("D1:D3")->set_formula("=SUM(A4:$A$3)");
+  for (const auto& [cell, sum] : {std::pair("D1", 24.0), {"D2", 56.0}, {"D3", 120.0}})
+    EXPECT_EQ(value(cell), CellValue(sum)) << cell;
 }
 
 TEST_F(Formulas, CirclesAreErrorsAndOthersAreNot) {
