@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <cerrno>
 #include <cstring>
 #include <list>
 #include <memory>
@@ -27,9 +27,27 @@ constexpr std::uint64_t kLargest = 0xFFFFFFFE;  // what the format's 32-bit fiel
   throw host::Error(host::errc::kHostRefused, "the workbook cannot be packed: " + why);
 }
 
-// What libzip says of an archive that is there: memory that is missing is no damage.
+// Before libzip is asked for something: it loses errors of its own now and then where memory is missing, and
+// then takes an archive for none. The system keeps this one.
+void begin_asking() {
+  errno = 0;
+}
+
+void throw_without_memory(zip_error_t* error) {
+  const int system = zip_error_code_system(error);
+  const int kind = zip_error_system_type(error);
+  if (errno == ENOMEM || zip_error_code_zip(error) == ZIP_ER_MEMORY ||
+      (kind == ZIP_ET_ZLIB && system == Z_MEM_ERROR) || (kind == ZIP_ET_SYS && system == ENOMEM))
+    throw std::bad_alloc();
+}
+
+// What libzip says of an archive that is made, and of one that is there: memory that is missing is no damage.
+[[noreturn]] void not_made(zip_error_t* error) {
+  throw_without_memory(error);
+  refuse(zip_error_strerror(error));
+}
 [[noreturn]] void damaged(zip_error_t* error, const std::string& entry = "") {
-  if (zip_error_code_zip(error) == ZIP_ER_MEMORY) throw std::bad_alloc();
+  throw_without_memory(error);
   throw BadPackage((entry.empty() ? "" : entry + ": ") + zip_error_strerror(error));
 }
 
@@ -143,27 +161,27 @@ DosTime dos_time(std::chrono::sys_seconds moment) {
 
 // Behind the others, or in the place of an entry.
 void put(zip_t* target, EntryReader& reader, std::optional<zip_uint64_t> place = {}) {
+  begin_asking();
   zip_source_t* source = zip_source_function(target, ordvane_xlsx_entry_source, &reader);
-  if (source == nullptr) refuse(zip_strerror(target));
+  if (source == nullptr) not_made(zip_get_error(target));
   const zip_int64_t index =
       place ? (zip_file_replace(target, *place, source, 0) == 0 ? static_cast<zip_int64_t>(*place) : -1)
             : zip_file_add(target, reader.entry->name.c_str(), source, ZIP_FL_ENC_UTF_8);
   if (index < 0) {
     zip_source_free(source);
-    refuse(zip_strerror(target));
+    not_made(zip_get_error(target));
   }
   const auto position = static_cast<zip_uint64_t>(index);
   const DosTime modified = dos_time(reader.entry->modified);
   if (zip_set_file_compression(target, position, ZIP_CM_DEFLATE, 0) != 0 ||
       zip_file_set_dostime(target, position, modified.time, modified.date, 0) != 0)
-    refuse(zip_strerror(target));
+    not_made(zip_get_error(target));
 }
 
 std::string contents(zip_source_t* source) {
   zip_stat_t stat;
   zip_stat_init(&stat);
-  if (zip_source_stat(source, &stat) != 0 || zip_source_open(source) != 0)
-    refuse(zip_error_strerror(zip_source_error(source)));
+  if (zip_source_stat(source, &stat) != 0 || zip_source_open(source) != 0) not_made(zip_source_error(source));
   std::string bytes(stat.size, '\0');
   const zip_int64_t count = zip_source_read(source, bytes.data(), bytes.size());
   zip_source_close(source);
@@ -368,14 +386,17 @@ struct OpenArchive::Handle {
 OpenArchive::OpenArchive(std::string_view bytes) : handle_(std::make_unique<Handle>()) {
   zip_error_t error;
   zip_error_init(&error);
-  // libzip 1.7 frees the memory that it makes changes to, even when told that it is not its own.
-  std::unique_ptr<void, decltype(&std::free)> copy(std::malloc(bytes.size() + 1), &std::free);
-  if (!copy) throw std::bad_alloc();
-  std::memcpy(copy.get(), bytes.data(), bytes.size());
-  handle_->buffer.reset(zip_source_buffer_create(copy.get(), bytes.size(), 1, &error));
+  begin_asking();
+  // Bytes that libzip is given are freed by it in some of the cases in which it fails, and by libzip 1.7 also
+  // when they are not its own; those that it has copied are always its own.
+  handle_->buffer.reset(zip_source_buffer_create(nullptr, 0, 0, &error));
   if (!handle_->buffer) damaged(&error);
-  if (!bytes.empty())
-    static_cast<void>(copy.release());     // the buffer frees it, but not when there is nothing in it
+  zip_source_t* const buffer = handle_->buffer.get();
+  if (!bytes.empty() &&
+      (zip_source_begin_write(buffer) != 0 ||
+       zip_source_write(buffer, bytes.data(), bytes.size()) != static_cast<zip_int64_t>(bytes.size()) ||
+       zip_source_commit_write(buffer) != 0))
+    damaged(zip_source_error(buffer));
   zip_source_keep(handle_->buffer.get());  // the archive takes one reference
   handle_->archive.reset(zip_open_from_source(handle_->buffer.get(), 0, &error));
   if (!handle_->archive) {
@@ -402,12 +423,14 @@ constexpr std::size_t kReadAtOnce = 1U << 16;
 // no more.
 template <class Take>
 void unpack(zip_t* archive, std::size_t index, const OpenArchive::Entry& entry, const Take& take) {
+  begin_asking();
   const std::unique_ptr<zip_file_t, decltype(&zip_fclose)> file(
       zip_fopen_index(archive, index, ZIP_FL_UNCHANGED), &zip_fclose);
   if (!file) damaged(zip_get_error(archive), entry.name);
   std::array<char, kReadAtOnce> piece;
   std::uint64_t left = entry.size;
   while (true) {
+    begin_asking();
     const zip_int64_t count = zip_fread(file.get(), piece.data(), piece.size());
     if (count < 0) damaged(zip_file_get_error(file.get()), entry.name);
     if (static_cast<std::uint64_t>(count) > left || (count == 0 && left != 0))
@@ -460,10 +483,12 @@ void OpenArchive::add(ArchiveEntry content) {
 }
 
 void OpenArchive::remove(std::size_t entry) {
+  begin_asking();
   if (zip_delete(handle_->archive.get(), entry) != 0) damaged(zip_get_error(handle_->archive.get()));
 }
 
 std::string OpenArchive::finish() {
+  begin_asking();
   // What is kept is copied now, so that what is wrong with it is seen now.
   if (zip_close(handle_->archive.get()) != 0) damaged(zip_get_error(handle_->archive.get()));
   static_cast<void>(handle_->archive.release());

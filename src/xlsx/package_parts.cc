@@ -130,15 +130,15 @@ class Workers {
   std::size_t task_count() const { return tasks_.size(); }
 
   void run(unsigned threads) {
-    most_waiting_ = std::size_t{kPiecesAhead} * threads;
+    most_waiting_ = kBytesAhead * threads;
     host::side_by_side(threads, [this] { work(); });
     for (const Task& task : tasks_)
       if (task.failure) std::rethrow_exception(task.failure);
   }
 
  private:
-  // How far ahead of the piece that is due a thread may be: what is made too early only fills the memory.
-  static constexpr unsigned kPiecesAhead = 2;
+  // How much a thread may make ahead of the piece that is due: what is made too early only fills the memory.
+  static constexpr std::size_t kBytesAhead = std::size_t{1} << 20U;
 
   struct Task {
     std::size_t part, piece;
@@ -169,7 +169,7 @@ class Workers {
   // Whether there is any use in going on.
   bool wait_for_room(std::size_t task) {
     std::unique_lock lock(mutex_);
-    room_.wait(lock, [&] { return failed_ || task < due_ + most_waiting_; });
+    room_.wait(lock, [&] { return failed_ || task == due_ || waiting_ < most_waiting_; });
     return !failed_;
   }
 
@@ -180,17 +180,20 @@ class Workers {
 
   void deliver(std::size_t task, CompressedPiece piece) {
     std::unique_lock lock(mutex_);
+    waiting_ += piece.data.size();
     tasks_[task].result = std::move(piece);
     if (delivering_) return;
     delivering_ = true;
     while (!failed_ && due_ < tasks_.size() && tasks_[due_].result) {
       Task& next = tasks_[due_];
+      const std::size_t bytes = next.result->data.size();
       lock.unlock();
       attempt(due_, [&] {
         take_(next.part, *std::move(next.result), next.piece + 1 == parts_[next.part].pieces.size());
       });
       lock.lock();
       next.result.reset();
+      waiting_ -= bytes;
       ++due_;
       room_.notify_all();
     }
@@ -206,6 +209,7 @@ class Workers {
   std::mutex mutex_;  // of all that follows, and of the tasks' results and failures
   std::condition_variable room_;
   std::size_t due_ = 0;      // the task whose piece is the next one to hand on
+  std::size_t waiting_ = 0;  // bytes of pieces that were not handed on
   bool delivering_ = false;  // some thread is handing on
   bool failed_ = false;
 };

@@ -29,7 +29,7 @@ struct XmlParser::Budget {
   };
 
   std::size_t left = kGranted;
-  bool is_exceeded = false;
+  bool is_exceeded = false, is_refused = false;  // by this budget; by the system
 
   static thread_local Budget* current;
 
@@ -37,6 +37,7 @@ struct XmlParser::Budget {
     if (size > left) is_exceeded = true;
     if (is_exceeded) return nullptr;
     void* const memory = ::operator new(sizeof(Head) + size, std::nothrow);
+    is_refused = is_refused || memory == nullptr;
     if (memory == nullptr) return nullptr;
     left -= size;
     return new (memory) Head{this, size} + 1;
@@ -151,7 +152,8 @@ void XmlParser::feed(std::string_view piece, bool last) {
   if (failure_) std::rethrow_exception(failure_);
   if (status == XML_STATUS_OK) return;
   const XML_Error error = XML_GetErrorCode(parser_.get());
-  if (error == XML_ERROR_NO_MEMORY) {
+  // Where memory is missing expat takes a prefix for unbound now and then.
+  if (why_.empty() && (error == XML_ERROR_NO_MEMORY || budget_->is_exceeded || budget_->is_refused)) {
     if (!budget_->is_exceeded) throw std::bad_alloc();
     why_ = "it takes more memory to be read than an element of a workbook does";
   }

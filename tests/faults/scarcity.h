@@ -1,5 +1,6 @@
 // Memory and threads that run out when a test says so: this program's operator new and pthread_create are its
-// own. Only what is compiled in here, and what it calls through them, is concerned.
+// own, and so is the malloc of the libraries in C that packages are read and written with; under
+// AddressSanitizer it is not.
 #pragma once
 
 #include <cstdint>
