@@ -6,6 +6,7 @@ groups give results that vary), kills it when it takes longer than a time limit,
 """
 
 import contextlib
+import itertools
 import os
 import shutil
 import signal
@@ -20,6 +21,7 @@ import uno  # before com.sun.star, which it makes importable
 from com.sun.star.beans import PropertyValue
 from com.sun.star.connection import NoConnectException
 
+FAILED = 4  # com.sun.star.sheet.FormulaResult.ERROR
 ERRORS = ("#NULL!", "#DIV/0!", "#VALUE!", "#REF!", "#NAME?", "#NUM!", "#N/A")
 
 # LibreOffice's error numbers as the error values of the file format. Those that have no counterpart are what Excel gives
@@ -105,6 +107,12 @@ def write_workbook(path, sheets):
             file.writestr(f"xl/worksheets/sheet{n}.xml", _sheet_xml(cells))
 
 
+def places(ranges):
+    """Row and column of each cell, counted from 0."""
+    for area in ranges.RangeAddresses:
+        yield from itertools.product(range(area.StartRow, area.EndRow + 1), range(area.StartColumn, area.EndColumn + 1))
+
+
 class TookTooLong(Exception):
     """LibreOffice did not answer within the time limit, or ended; it has been killed."""
 
@@ -128,34 +136,33 @@ class LibreOffice:
     def calculated(self, path, ranges):
         """For each (sheet, last row, last column): the values of its cells from A1 on, a list of rows. Numbers are floats
         (booleans too), texts str, errors Error, empty cells None."""
-        return self._within_limit(lambda: self._calculated(path, ranges))
+        return self.opened(path, lambda document: [self._values(document.Sheets.getByName(sheet), rows, columns)
+                                                   for sheet, rows, columns in ranges])
 
-    def _calculated(self, path, ranges):
+    def opened(self, path, read):
+        """What `read` gives for the document, once all of it is calculated."""
+        return self._within_limit(lambda: self._opened(path, read))
+
+    def _opened(self, path, read):
         hidden = PropertyValue(Name="Hidden", Value=True)
         document = self._desktop.loadComponentFromURL(f"file://{os.path.abspath(path)}", "_blank", 0, (hidden,))
         try:
             document.calculateAll()
-            return [self._values(document.Sheets.getByName(sheet), rows, columns) for sheet, rows, columns in ranges]
+            return read(document)
         finally:
             with contextlib.suppress(Exception):
                 document.close(True)
 
     @staticmethod
     def _values(sheet, last_row, last_column):
-        data = sheet.getCellRangeByPosition(0, 0, last_column, last_row).getDataArray()
-        values = [list(row) for row in data]
-        for row, line in enumerate(values):
-            for column, value in enumerate(line):
-                if isinstance(value, float) or value:
-                    continue
-                # An error, an empty text or nothing at all.
-                cell = sheet.getCellByPosition(column, row)
-                number = cell.getError()
-                if number:
-                    line[column] = Error(ERROR_NAMES.get(number, "#VALUE!"))
-                    line[column].number = number
-                elif not cell.Formula:
-                    line[column] = None
+        area = sheet.getCellRangeByPosition(0, 0, last_column, last_row)
+        values = [list(row) for row in area.getDataArray()]
+        for row, column in places(area.queryEmptyCells()):
+            values[row][column] = None
+        for row, column in places(area.queryFormulaCells(FAILED)):
+            number = sheet.getCellByPosition(column, row).getError()
+            values[row][column] = Error(ERROR_NAMES.get(number, "#VALUE!"))
+            values[row][column].number = number
         return values
 
     def _within_limit(self, job):

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -11,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "environment/standard_environment.h"
 #include "environment/string_table.h"
-#include "runfile/values.h"
 #include "session/text_id.h"
 #include "support/external_checks.h"
 #include "support/snapshot.h"
@@ -21,42 +20,30 @@ namespace ordvane::embedded {
 namespace {
 
 constexpr double kNone = host::kMissingNumber;
-const double kNaN = std::nan("");
 
 // Two inputs of three steps; profit follows both, tax only the second, and one output is never a number. The
 // third input was not kept by the engine.
 runfile::Run small_run() {
-  runfile::Run run;
+  const test::TemporaryFolder folder;
+  std::ofstream(folder / "small.run.json") << R"({ "format": "ordvane-run", "version": 1, "simulations": 1,
+ "inputs": [
+  { "name": "Price", "book": "small.xlsx", "sheet": "Plan", "cell": "B1", "base": 10, "steps": 3 },
+  { "name": "Not kept", "book": "small.xlsx", "sheet": "Plan", "cell": "B2", "base": 1, "steps": 3,
+    "savedSamples": false },
+  { "book": "small.xlsx", "sheet": "Plan", "cell": "B3", "base": 4, "steps": 3,
+    "labels": [ { "cell": "A3", "text": "Volume" } ] }],
+ "outputs": [
+  { "name": "Profit", "book": "small.xlsx", "sheet": "Plan", "cell": "B5", "base": 40, "formula": "=B1*B3",
+    "numberFormat": "0.00" },
+  { "name": "Tax", "book": "small.xlsx", "sheet": "Plan", "cell": "B6", "base": -8 },
+  { "name": "Broken", "book": "small.xlsx", "sheet": "Plan", "cell": "B7", "base": null, "formula": "=1/0" }],
+ "recalculations": [
+  [1, 1, 1, 8, 32, -8, "#DIV/0!"], [1, 1, 2, 10, 40, -8, "#DIV/0!"], [1, 1, 3, 12, 48, -8, "#DIV/0!"],
+  [1, 2, 1, 1, 7, -8, "#DIV/0!"], [1, 2, 2, 2, 7, -8, "#DIV/0!"], [1, 2, 3, 3, 7, -8, "#DIV/0!"],
+  [1, 3, 1, 2, 20, -4, null], [1, 3, 2, 4, 40, null, null], [1, 3, 3, 8, 80, -16, null]]
+})";
+  runfile::Run run = runfile::read_run(folder / "small.run.json");
   run.file = "small.run.json";
-  const auto place = [](runfile::Item& item, const char* name, const char* cell, double base) {
-    item.name = name;
-    item.book = "small.xlsx";
-    item.sheet = "Plan";
-    item.cell = item.range = cell;
-    item.base = base;
-    item.formula = test::number_text(base);
-  };
-  run.inputs.resize(3);
-  place(run.inputs[0], "Price", "B1", 10);
-  place(run.inputs[1], "Not kept", "B2", 1);
-  place(run.inputs[2], "", "B3", 4);
-  run.inputs[1].saved_samples = false;
-  run.inputs[2].labels = {{"A3", "Volume"}};
-  for (runfile::Input& input : run.inputs) input.steps = 3;
-  run.outputs.resize(3);
-  place(run.outputs[0], "Profit", "B5", 40);
-  place(run.outputs[1], "Tax", "B6", -8);
-  place(run.outputs[2], "Broken", "B7", 0);
-  run.outputs[0].formula = "=B1*B3";
-  run.outputs[0].number_format = "0.00";
-  run.outputs[2].base.reset();
-  run.outputs[2].formula = "=1/0";
-  run.recalculations = 9;
-  run.input_values.in_memory() = {8, 10, 12, 1, 2, 3, 2, 4, 8};
-  const double error = runfile::encode_error(host::CellError::kDiv0);
-  run.output_values.in_memory() = {32,    40,    48,    7,     7,     7,     20,   40,   80,   // Profit
-                                   -8,    -8,    -8,    -8,    -8,    -8,    -4,   kNaN, -16,  // Tax
-                                   error, error, error, error, error, error, kNaN, kNaN, kNaN};
   return run;
 }
 
@@ -71,12 +58,6 @@ std::int32_t error_code(const std::function<void()>& step) {
     return error.code();
   }
   return 0;
-}
-
-std::vector<std::string> sheet_names(const office::BookModel& book) {
-  std::vector<std::string> names;
-  for (const auto& sheet : book.sheets) names.push_back(sheet->name);
-  return names;
 }
 
 TEST(WriteReports, NeverReplacesWhatTheRunWasReadFrom) {
@@ -162,14 +143,14 @@ TEST(RankOutputs, TakesOutputsInTheOrderAskedForAndOnlyThoseThereAre) {
 
 TEST(WriteReports, SpeaksEveryLanguage) {
   const test::TemporaryFolder folder;
-  for (const auto& [code, language] : environment::all_languages()) {
+  for (const std::string& code : environment::languages()) {
     SCOPED_TRACE(code);
     ReportOptions options;
     options.language = code;
     options.overwrite = true;
     options.outputs = {1};
     options.output_detail = options.detail_by_input = true;
-    const auto texts = environment::make_string_table(language);
+    const auto texts = environment::make_string_table(environment::language(code));
     std::vector<std::string> names;
     for (const std::int16_t id :
          {text_id::kContentsTitle.number, text_id::kMatrixSheetName.number, text_id::kTornadoSheetName.number,
@@ -177,7 +158,7 @@ TEST(WriteReports, SpeaksEveryLanguage) {
           text_id::kOutputDetailSheetName.number, text_id::kDetailByInputSheetName.number,
           text_id::kSummarySheetName.number})
       names.push_back(texts->GetString(id, std::string("B6")));
-    EXPECT_EQ(sheet_names(*make_reports(shared(small_run()), options)), names);
+    EXPECT_EQ(test::sheet_names(*make_reports(shared(small_run()), options)), names);
     write_reports(shared(small_run()), folder / "reports.xlsx", options);
     EXPECT_EXTERNAL(test::validate_xlsx(folder / "reports.xlsx"));
   }

@@ -7,18 +7,22 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/external_checks.h"
+
 namespace ordvane {
 namespace {
 
+using test::file_text;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
@@ -52,11 +56,6 @@ std::string grouped_run() {
   return run;
 }
 
-std::string file_text(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 struct Result {
   int code = -1;
   std::string out, err;
@@ -64,15 +63,10 @@ struct Result {
 
 class Command : public testing::Test {
  protected:
-  void SetUp() override {
-    folder_ = fs::path(testing::TempDir()) / (std::string("ordvane-command-") +
-                                              testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(folder_);
-    fs::create_directories(folder_);
+  Command() {
     std::ofstream(folder_ / "m.run.json") << kRun;
     std::ofstream(folder_ / "grouped.run.json") << grouped_run();
   }
-  void TearDown() override { fs::remove_all(folder_); }
 
   pid_t start(std::vector<std::string> arguments, const char* locale = "C.UTF-8",
               const fs::path& out = "stdout.txt") {
@@ -87,7 +81,7 @@ class Command : public testing::Test {
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
+    posix_spawn_file_actions_addchdir_np(&actions, folder_.path().c_str());
     posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addopen(&actions, 2, "stderr.txt", O_WRONLY | O_CREAT | O_TRUNC, 0600);
     // Shells let what runs behind them ignore Ctrl-C.
@@ -121,7 +115,7 @@ class Command : public testing::Test {
 
   bool there(const char* name) const { return fs::exists(folder_ / name); }
 
-  fs::path folder_;
+  const test::TemporaryFolder folder_;
   std::string source_date_ = "1767225600";  // so that workbooks can be compared
   int columns_ = 70;                        // of the terminal
 };
@@ -141,6 +135,7 @@ TEST_F(Command, RefusesWrongArgumentsWithAHint) {
       {{"sweep", "m.run.json"}, "m.run.json: is a JSON file; the workbook with the model is expected first"},
       {{"sweep", "there.xlsx", "m.run.json"}, "m.run.json: is a recorded run, not a what-if definition"},
       {{"sweep", "there.xlsx", "--suggest", "--report"}, "--suggest: writes a definition and no run"},
+      {{"sweep", "there.xlsx", "--as", "binary", "--shard", "1/2"}, "--as: goes without --shard"},
       {{"report", "bad.run.json"}, "bad.run.json:2"},
       {{"report", "m.run.json", "-o", "a.xls"}, "\"a.xls\" ends neither in .xlsx"},
       {{"report", "m.run.json", "-o", "a.html", "--watermark", "x"}, "--watermark: is for workbooks"},
@@ -566,6 +561,92 @@ TEST_F(Command, HelpShowsExamplesAndTheVersionIsTheProjects) {
               HasSubstr("project(ordvane VERSION " + version.substr(8, version.size() - 9) + " "));
 }
 
+// A run in binary tables, which are mapped; cut to a page while the command is held up where it is known to
+// be.
+TEST_F(Command, EndsWhereATableIsCutShortWhileItIsRead) {
+  constexpr int kOutputs = 14, kSteps = 10000;
+  std::string description = R"({"format": "ordvane-run", "version": 1, "simulations": 1, "inputs": [)";
+  const auto item = [](char column, int row) {
+    return R"({"book": "m.xlsx", "sheet": "S", "base": 1, "cell": ")" + (column + std::to_string(row)) + "\"";
+  };
+  for (int input = 1; input <= 2; ++input)
+    description += (input > 1 ? "," : "") + item('B', input) + ", \"steps\": " + std::to_string(kSteps) + "}";
+  description += "], \"outputs\": [";
+  for (int output = 1; output <= kOutputs; ++output)
+    description += (output > 1 ? "," : "") + item('C', output) + "}";
+  std::string results, header;
+  for (int output = 1; output <= kOutputs; ++output) {
+    header += ",output" + std::to_string(output);
+    results += "," + std::to_string(output);
+  }
+  std::ofstream(folder_ / "csv.run.json") << description << R"(], "groups": {"size": 2, "steps": 100},
+      "recalculations": "s.csv", "groupRecalculations": "g.csv"})";
+  std::ofstream singles(folder_ / "s.csv"), groups(folder_ / "g.csv");
+  singles << "simulation,input,step,value" << header << "\n";
+  groups << "simulation,group,combination,value1,value2" << header << "\n";
+  for (int row = 0; row < 2 * kSteps; ++row)
+    singles << "1," << row / kSteps + 1 << "," << row % kSteps + 1 << "," << row << results << "\n";
+  for (int row = 0; row < 100 * 100; ++row)
+    groups << "1,1," << row + 1 << "," << row / 100 << "," << row % 100 << results << "\n";
+  singles.close();
+  groups.close();
+  ASSERT_EQ(run({"export", "csv.run.json", "--what", "run", "--as", "binary", "-o", "big.run.json"}).code, 0);
+  const auto names = [&] {
+    std::set<std::string> all;
+    for (const auto& file : fs::directory_iterator(folder_.path())) all.insert(file.path().filename());
+    all.erase("stdout.txt");
+    all.erase("stderr.txt");
+    return all;
+  };
+  const auto expect_clear_end = [&](pid_t process, const char* table, const std::set<std::string>& before) {
+    const Result result = finish(process);
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.err, std::string("ordvane: ") + table + ": was cut short while it was read\n");
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(names(), before);
+  };
+
+  // The second run comes through a pipe, which is opened when the first one is read.
+  ASSERT_EQ(::mkfifo((folder_ / "now.run.json").c_str(), 0600), 0);
+  fs::copy_file(folder_ / "big.run.bin", folder_ / "whole.bin");
+  const auto before = names();
+  pid_t process = start({"diff", "big.run.json", "now.run.json", "-o", "changes.xlsx"});
+  {
+    std::ofstream pipe(folder_ / "now.run.json");
+    fs::resize_file(folder_ / "big.run.bin", 4096);
+    pipe << file_text(folder_ / "m.run.json");
+  }
+  expect_clear_end(process, "big.run.bin", before);
+
+  // Stopped while the second table of a copy is written; where that was missed, once more.
+  fs::copy_file(folder_ / "whole.bin", folder_ / "big.run.bin", fs::copy_options::overwrite_existing);
+  const auto is_writing = [&] {
+    const auto all = names();
+    return std::any_of(all.begin(), all.end(),
+                       [](const std::string& name) { return name.starts_with(".copy.run.groups.csv."); });
+  };
+  bool is_stopped = false;
+  for (int attempt = 0; attempt < 50 && !is_stopped; ++attempt) {
+    process = start({"export", "big.run.json", "--what", "run", "-o", "copy.run.json", "--overwrite"});
+    const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!is_writing() && !there("copy.run.json") && std::chrono::steady_clock::now() < patience)
+      std::this_thread::yield();
+    ::kill(process, SIGSTOP);
+    int status = 0;
+    ::waitpid(process, &status, WUNTRACED);
+    is_stopped = WIFSTOPPED(status) && is_writing();
+    if (is_stopped) break;
+    ::kill(process, SIGCONT);
+    if (WIFSTOPPED(status)) finish(process);
+    for (const char* name : {"copy.run.json", "copy.run.csv", "copy.run.groups.csv"})
+      fs::remove(folder_ / name);
+  }
+  ASSERT_TRUE(is_stopped && there("copy.run.csv"));
+  fs::resize_file(folder_ / "big.run.groups.bin", 4096);
+  ::kill(process, SIGCONT);
+  expect_clear_end(process, "big.run.groups.bin", before);
+}
+
 // From a workbook alone to its reports, and to a definition.
 TEST_F(Command, SweepFindsWhatItIsNotTold) {
   fs::copy_file(fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.xlsx",
@@ -584,10 +665,11 @@ TEST_F(Command, SweepFindsWhatItIsNotTold) {
   EXPECT_EQ(run({"sweep", "plant.xlsx", "--suggest", "--output", "LCOE"}).code, 2);
   EXPECT_EQ(file_text(folder_ / "plant.whatif.json"), suggested);
 
-  result = run({"sweep", "plant.xlsx", "--output", "ProjectNPV", "--verify", "none", "--report"});
+  result = run(
+      {"sweep", "plant.xlsx", "--output", "ProjectNPV", "--verify", "none", "--report", "--as", "binary"});
   EXPECT_EQ(result.code, 0) << result.err;
   EXPECT_THAT(result.out, AllOf(HasSubstr("plant-reports.xlsx: 5 sheets"), HasSubstr("\n   3 Investment ")));
-  EXPECT_TRUE(there("plant.run.json") && there("plant.run.csv") && there("plant-reports.xlsx"));
+  EXPECT_TRUE(there("plant.run.json") && there("plant.run.bin") && there("plant-reports.xlsx"));
   result = run({"sweep", "plant.xlsx", "plant.whatif.json", "--verify", "none", "--into", "plant.xlsx"});
   EXPECT_EQ(result.code, 2);
   EXPECT_EQ(result.err, "ordvane: -o: \"plant.run.json\" is there already; --overwrite replaces it\n");

@@ -2,28 +2,19 @@
 // there; manual pages, completions and the table of options are those of the command.
 #include <gtest/gtest.h>
 
-#include <string>
-
-#include "support/external_checks.h"
+#include "end_to_end/programs.h"
 
 namespace ordvane::test {
 namespace {
 
 #ifndef ORDVANE_SANITIZED  // about the pages, which are the same
-CommandResult checked(const std::string& script, const std::string& folder, const std::string& more = "") {
-  const std::string tests = ORDVANE_SOURCE_DIR "/tests/end_to_end/";
-  return run_command("/usr/bin/python3 " + shell_quoted(tests + script) + " " + shell_quoted(folder) + " " +
-                     shell_quoted(ORDVANE_COMMAND) + " " + more);
-}
-
 TEST(Documents, KeepTheirPromises) {
-  const CommandResult pages = checked("documents_check.py", ORDVANE_SOURCE_DIR);
+  const CommandResult pages = script("tests/end_to_end/documents_check.py", {kSource, ORDVANE_COMMAND});
   EXPECT_EQ(pages.status, 0) << pages.output;
 }
 
 TEST(Documents, TellWhatWasMeasured) {
-  const CommandResult page =
-      run_command("/usr/bin/python3 " + shell_quoted(ORDVANE_SOURCE_DIR "/bench/page.py") + " --check");
+  const CommandResult page = script("bench/page.py", {"--check"});
   EXPECT_EQ(page.status, 0) << page.output;
 }
 
@@ -31,7 +22,8 @@ class ManualFor : public testing::TestWithParam<const char*> {};
 
 TEST_P(ManualFor, HasEveryOptionAndIsReadAsMeant) {
   constexpr int kNotThere = 77;
-  const CommandResult manual = checked("manual_check.py", ORDVANE_BUILD_DIR "/generated", GetParam());
+  const CommandResult manual = script("tests/end_to_end/manual_check.py",
+                                      {ORDVANE_BUILD_DIR "/generated", ORDVANE_COMMAND, GetParam()});
   if (manual.status == kNotThere) GTEST_SKIP() << manual.output;
   EXPECT_EQ(manual.status, 0) << manual.output;
 }

@@ -5,27 +5,22 @@
 #include <filesystem>
 #include <string>
 
-#include "support/external_checks.h"
+#include "end_to_end/programs.h"
 
 namespace ordvane::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kSource = ORDVANE_SOURCE_DIR;
 const fs::path kShared = kSource / "../shared";
-const fs::path kExample = kSource / "examples/solar-plant/solar-plant.run.json";
 
 CommandResult into(const fs::path& run, const fs::path& workbook, const std::string& options) {
-  return run_command(std::string(ORDVANE_COMMAND) + " report " + shell_quoted(run.string()) + " --into " +
-                     shell_quoted(workbook.string()) + " " + options);
+  return ordvane("report " + quoted(run) + " --into " + quoted(workbook) + " " + options);
 }
 
 CommandResult checked(const fs::path& before, const fs::path& after, const std::string& options = "") {
   if (!kOthersAreAsked) return {};
-  return run_command("/usr/bin/python3 " +
-                     shell_quoted((kSource / "tests/end_to_end/graft_check.py").string()) + " " +
-                     shell_quoted(before.string()) + " " + shell_quoted(after.string()) + " " + options);
+  return script("tests/end_to_end/graft_check.py", {before, after}, options);
 }
 
 // Faults that a workbook has of its own are not ours; the tool names the file in each line.
@@ -33,9 +28,8 @@ std::string faults(const fs::path& workbook) {
   if (!kOthersAreAsked) return "";
   const fs::path tool = kShared / "tools/validate-xlsx";
   if (!fs::exists(tool)) return "";
-  return run_command("cd " + shell_quoted(workbook.parent_path().string()) + " && " +
-                     shell_quoted(tool.string()) + " --all " + shell_quoted(workbook.filename().string()) +
-                     " | sed 's/^[^:]*: //'")
+  return run_command("cd " + quoted(workbook.parent_path()) + " && " + quoted(tool) + " --all " +
+                     quoted(workbook.filename()) + " | sed 's/^[^:]*: //'")
       .output;
 }
 
@@ -59,17 +53,13 @@ class IntoModel : public testing::TestWithParam<Model> {
     if (run_command("command -v soffice").status != 0) GTEST_SKIP() << "LibreOffice is not installed";
     run_ = model.is_shared ? kShared / "runs" / (std::string(model.name) + ".run.json") : kExample;
     before_ = folder_ / (std::string(model.name) + "-before.xlsx");
-    const std::string make =
-        model.by_libreoffice
-            ? "cd " + shell_quoted(folder_.path().string()) +
-                  " && soffice --headless -env:UserInstallation=file://" + (folder_ / "profile").string() +
-                  " --convert-to xlsx " + shell_quoted(original.string()) + " && mv *.xlsx " +
-                  shell_quoted(before_.string())
-        : model.is_shared
-            ? "cp " + shell_quoted(original.string()) + " " + shell_quoted(before_.string())
-            : "/usr/bin/python3 " + shell_quoted((kSource / "examples/make_solar_plant.py").string()) + " " +
-                  shell_quoted(before_.string());
-    const CommandResult made = run_command(make);
+    const CommandResult made =
+        model.by_libreoffice ? run_command("cd " + quoted(folder_.path()) +
+                                           " && soffice --headless -env:UserInstallation=file://" +
+                                           (folder_ / "profile").string() + " --convert-to xlsx " +
+                                           quoted(original) + " && mv *.xlsx " + quoted(before_))
+        : model.is_shared    ? run_command("cp " + quoted(original) + " " + quoted(before_))
+                             : script("examples/make_solar_plant.py", {before_});
     ASSERT_EQ(made.status, 0) << made.output;
     fs::permissions(before_, fs::perms{0640});
     after_ = folder_ / (std::string(model.name) + ".xlsx");

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <vector>
 
-#include "support/external_checks.h"
+#include "end_to_end/programs.h"
 
 namespace ordvane::test {
 namespace {
@@ -15,7 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-const fs::path kSource = ORDVANE_SOURCE_DIR;
 const fs::path kExamples = kSource / "examples";
 const fs::path kPlant = kExamples / "solar-plant";
 
@@ -55,10 +54,7 @@ class InstalledPackage : public testing::Test {
     run_here(std::string(kFlags) + "cmake -G Ninja -S " + shell_quoted(project.string()) +
              " -B built -DCMAKE_PREFIX_PATH=" + prefix_ + " && cmake --build built");
   }
-  std::string file_text(const std::string& name) {
-    std::ifstream file(folder_ / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string text_of(const std::string& name) { return file_text(folder_ / name); }
 
   const TemporaryFolder folder_;
   const std::string prefix_ = (folder_ / "prefix").string();
@@ -73,7 +69,7 @@ TEST_F(InstalledPackage, BuildsTheExamplesInEveryLanguage) {
            " -o from_pc_c" + pkg_config);
   const std::string arguments = " solar-plant.run.json reports.xlsx";
   const std::string told = run_here("built/embed" + arguments);
-  const std::string workbook = file_text("reports.xlsx");
+  const std::string workbook = text_of("reports.xlsx");
   EXPECT_THAT(told, HasSubstr("1. Feed-in price"));
   EXPECT_GT(workbook.size(), 10000U);
   for (const std::string& program :
@@ -81,7 +77,7 @@ TEST_F(InstalledPackage, BuildsTheExamplesInEveryLanguage) {
         std::string("./from_pc_c"), kPython + (kExamples / "embed/embed.py").string()}) {
     fs::remove(folder_ / "reports.xlsx");
     EXPECT_EQ(run_here(program + arguments), told) << program;
-    EXPECT_TRUE(file_text("reports.xlsx") == workbook) << program;
+    EXPECT_TRUE(text_of("reports.xlsx") == workbook) << program;
   }
   EXPECT_THAT(run_here("built/ask solar-plant.xlsx"), HasSubstr("74 per MWh: 7"));
   EXPECT_THAT(run_here("prefix/bin/ordvane --version"),
@@ -124,7 +120,7 @@ TEST_F(InstalledPackage, RunsWhatTheDocumentationShows) {
   const std::string told = run_here("built/report");
   EXPECT_THAT(told, HasSubstr("1. Feed-in price: 1.58112e+06"));
   EXPECT_THAT(told, HasSubstr("cancelled: "));
-  EXPECT_TRUE(file_text("profit.xlsx") == file_text("again.xlsx"));
+  EXPECT_TRUE(text_of("profit.xlsx") == text_of("again.xlsx"));
   run_here("export CC='cc" + std::string(kCompile) + "' && " +
            [](std::string command) { return command.replace(0, 2, "$CC"); }(snippets_of(page, "sh").code));
   EXPECT_EQ(run_here("./report"), "1. Volume: 60\n2. Price: 16\nAt 80: 326043\n");

@@ -6,12 +6,11 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "support/external_checks.h"
+#include "end_to_end/programs.h"
 #include "support/open_xml_sdk.h"
 
 namespace ordvane::test {
@@ -19,29 +18,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kSource = ORDVANE_SOURCE_DIR;
 const fs::path kHere = kSource / "tests/end_to_end";
 const fs::path kRecorded = kSource / "../shared/runs";
-const fs::path kExample = kSource / "examples/solar-plant/solar-plant.run.json";
-
-CommandResult python(const fs::path& script, const std::vector<fs::path>& files,
-                     const std::string& options = "") {
-  std::string command = "/usr/bin/python3 " + shell_quoted(script.string());
-  for (const fs::path& file : files) command += " " + shell_quoted(file.string());
-  return run_command(command + " " + options);
-}
 
 CommandResult report(const fs::path& run, const fs::path& workbook, const std::string& options) {
-  return run_command(std::string(ORDVANE_COMMAND) + " report " + shell_quoted(run.string()) + " -o " +
-                     shell_quoted(workbook.string()) + " --overwrite --quiet " + options);
+  return ordvane("report " + quoted(run) + " -o " + quoted(workbook) + " --overwrite --quiet " + options);
 }
 
 // What the terminal says of each simulation, as data: 1.json and so on.
 void show(const fs::path& run, const fs::path& folder) {
   for (int simulation = 1;; ++simulation) {
     const std::string number = std::to_string(simulation);
-    const CommandResult shown = run_command(std::string(ORDVANE_COMMAND) + " show --json --simulation " +
-                                            number + " " + shell_quoted(run.string()));
+    const CommandResult shown = ordvane("show --json --simulation " + number + " " + quoted(run));
     if (simulation > 1 && shown.status != 0) return;
     ASSERT_EQ(shown.status, 0) << shown.output;
     std::ofstream(folder / (number + ".json")) << shown.output;
@@ -50,15 +38,8 @@ void show(const fs::path& run, const fs::path& folder) {
 
 CommandResult oracle(const fs::path& run, const fs::path& workbook, const std::string& options) {
   if (!kOthersAreAsked) return {};
-  return python(kHere / "oracle.py", {run, workbook}, options);
+  return script("tests/end_to_end/oracle.py", {run, workbook}, options);
 }
-
-#ifndef ORDVANE_SANITIZED  // for what is asked there alone
-std::string file_text(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-#endif
 
 // The example, the runs made for this test, and the recorded runs of real models that are at hand.
 std::vector<fs::path> run_files() {
@@ -110,7 +91,8 @@ TEST(Exchange, SaysWhatTheRunsSay) {
     if (run.parent_path() == kHere / "runs") continue;
     if (!kOthersAreAsked && run != kExample) continue;
     any_model = any_model || run != kExample;
-    const CommandResult compared = python(kHere / "exchange_check.py", {ORDVANE_COMMAND, kSource, run});
+    const CommandResult compared =
+        script("tests/end_to_end/exchange_check.py", {ORDVANE_COMMAND, kSource, run});
     EXPECT_EQ(compared.status, 0) << run << "\n" << compared.output;
   }
   if (!any_model && kOthersAreAsked)
@@ -183,7 +165,7 @@ TEST(SolarPlant, IsMadeByItsScriptAndSweptAsRecorded) {
   const TemporaryFolder folder;
   const fs::path model = folder / "solar-plant.xlsx";
   const fs::path recorded = folder / "solar-plant.run.json";
-  const CommandResult made = python(kSource / "examples/make_solar_plant.py", {model});
+  const CommandResult made = script("examples/make_solar_plant.py", {model});
   ASSERT_EQ(made.status, 0) << made.output;
   const auto description = [](const fs::path& run) {
     auto tree = nlohmann::json::parse(file_text(run));
@@ -192,10 +174,9 @@ TEST(SolarPlant, IsMadeByItsScriptAndSweptAsRecorded) {
   };
   for (const char* how : {" --verify none", " --libreoffice"}) {
     SCOPED_TRACE(how);
-    const CommandResult swept = run_command(
-        std::string(ORDVANE_COMMAND) + " sweep --quiet --overwrite " + shell_quoted(model.string()) + " " +
-        shell_quoted((kExample.parent_path() / "solar-plant.whatif.json").string()) + " -o " +
-        shell_quoted(recorded.string()) + how);
+    const CommandResult swept =
+        ordvane("sweep --quiet --overwrite " + quoted(model) + " " +
+                quoted(kExample.parent_path() / "solar-plant.whatif.json") + " -o " + quoted(recorded) + how);
     ASSERT_EQ(swept.status, 0) << swept.output;
     EXPECT_EQ(description(recorded), description(kExample));
     for (const char* file : {"solar-plant.run.csv", "solar-plant.run.groups.csv"})

@@ -1,13 +1,12 @@
 """Drives pages in headless Chromium as their readers do: pointer, keyboard, no scripts, print, and a tool that judges how they
 read to those who do not see them.
 
-Usage: page_check.py ORDVANE RUN behaviour|accessibility|pictures [FOLDER]
+Usage: page_check.py ORDVANE RUN behaviour|accessibility
 
 What it expects comes from `ordvane show --json` and from what stands in the page without scripts. Prints one line a fault;
-exits with 1 when there is one, with 77 when what it needs is not on this machine. `pictures` writes screenshots into FOLDER.
+exits with 1 when there is one, with 77 when what it needs is not on this machine.
 """
 
-import base64
 import itertools
 import json
 import os
@@ -114,15 +113,6 @@ class Browser:
                 yield "console: " + str(params["args"])
             if method == "Network.requestWillBeSent" and not params["request"]["url"].startswith(("file:", "blob:", "data:")):
                 yield "asks for " + params["request"]["url"]
-
-    def picture(self, file, width=1180, height=None, media="screen", dark=False):
-        self.call("Emulation.setEmulatedMedia", media=media,
-                  features=[{"name": "prefers-color-scheme", "value": "dark" if dark else "light"}])
-        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height or 900, deviceScaleFactor=1, mobile=False)
-        size = self.call("Page.getLayoutMetrics")["cssContentSize"]
-        clip = {"x": 0, "y": 0, "width": width, "height": height or min(size["height"], 8000), "scale": 1}
-        shot = self.call("Page.captureScreenshot", captureBeyondViewport=True, clip=clip)
-        pathlib.Path(file).write_bytes(base64.b64decode(shot["data"]))
 
     def close(self):
         self.process.terminate()
@@ -291,15 +281,6 @@ def main():
         folder = pathlib.Path(name)
         browser = Browser(folder)
         try:
-            if WHAT == "pictures":
-                out = pathlib.Path(sys.argv[4])
-                for language in ("en", "de"):
-                    browser.open(report(folder / "page.html", "--language", language))
-                    browser.picture(out / f"{language}-light.png")
-                    browser.picture(out / f"{language}-dark.png", dark=True)
-                    browser.picture(out / f"{language}-print.png", width=760, media="print")
-                    browser.picture(out / f"{language}-phone.png", width=390)
-                return 0
             checks = [judged] if WHAT == "accessibility" else [figures_without_and_with_scripts, pointer_and_keyboard, compared]
             faults = [fault for check in checks for fault in check(browser, folder)]
         finally:

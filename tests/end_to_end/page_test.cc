@@ -6,15 +6,13 @@
 #include <iterator>
 #include <string>
 
-#include "support/external_checks.h"
+#include "end_to_end/programs.h"
 
 namespace ordvane::test {
 namespace {
 
-const std::string kExample = ORDVANE_SOURCE_DIR "/examples/solar-plant/solar-plant.run.json";
-
 CommandResult report(const std::string& options) {
-  return run_command(std::string(ORDVANE_COMMAND) + " report " + shell_quoted(kExample) + " " + options);
+  return ordvane("report " + quoted(kExample) + " " + options);
 }
 
 class PageFor : public testing::TestWithParam<const char*> {};
@@ -23,8 +21,7 @@ TEST_P(PageFor, IsWhatItsReadersNeed) {
   if (!kOthersAreAsked) return;
   constexpr int kNotThere = 77;
   const CommandResult page =
-      run_command("/usr/bin/python3 " ORDVANE_SOURCE_DIR "/tests/end_to_end/page_check.py " +
-                  shell_quoted(ORDVANE_COMMAND) + " " + shell_quoted(kExample) + " " + GetParam());
+      script("tests/end_to_end/page_check.py", {ORDVANE_COMMAND, kExample, GetParam()});
   if (page.status == kNotThere) GTEST_SKIP() << page.output;
   EXPECT_EQ(page.status, 0) << page.output;
 }

@@ -76,10 +76,14 @@ struct TablesBench {
   std::shared_ptr<const office::BookModel> kept;
 };
 
-inline std::vector<std::string> sheet_names(const office::BookModel& book) {
-  std::vector<std::string> names;
-  for (const auto& sheet : book.sheets) names.push_back(sheet->name);
-  return names;
-}
+// With a report workbook and a sheet in it.
+struct SheetBench : TablesBench {
+  using TablesBench::TablesBench;
+  // The sheet as it is now.
+  const office::SheetModel& drawn() { return first_sheet(workbook); }
+
+  layout::ReportWorkbook workbook = reports();
+  std::shared_ptr<layout::ReportSheet> sheet = workbook.AddSheet("Sheet");
+};
 
 }  // namespace ordvane::test

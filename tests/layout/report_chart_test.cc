@@ -15,7 +15,7 @@ namespace ordvane::layout {
 namespace {
 
 // Bars between these values, split at the base where they are to be split.
-struct BarsBench : test::TablesBench {
+struct BarsBench : test::SheetBench {
   using Ends = std::vector<std::pair<host::CellValue, host::CellValue>>;
   BarsBench(const Ends& ends, double base, Bars bars = {}, const std::string& name = "Input",
             const std::vector<std::int32_t>& rows = {}) {
@@ -40,23 +40,20 @@ struct BarsBench : test::TablesBench {
     bars.base = base;
     chart->Draw(*table, bars);
   }
-  const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
+  const office::ChartModel& drawn() { return *SheetBench::drawn().charts.front(); }
+  double figure(std::size_t part, std::int32_t bar) {
+    const office::Area& area = drawn().series[part]->values.area;
+    return test::BookReader(*kept).value(*kept->sheets.front(), area.row + bar - 1, area.column).number;
+  }
   // The figures of a bar, both pieces of the lead as one.
   std::vector<double> figures(std::int32_t bar) {
     std::vector<double> result;
-    const auto& series = drawn().series;
-    const test::BookReader reader(*kept);
-    for (const auto& part : series) {
-      const office::Area& area = part->values.area;
-      result.push_back(reader.value(*kept->sheets.front(), area.row + bar - 1, area.column).number);
-    }
+    for (std::size_t part = 0; part < drawn().series.size(); ++part) result.push_back(figure(part, bar));
     result[1] += result[0];
     result.erase(result.begin());
     return result;
   }
 
-  ReportWorkbook workbook = reports();
-  std::shared_ptr<ReportSheet> sheet = workbook.AddSheet("Tornado");
   std::shared_ptr<BarChart> chart;
 };
 
@@ -102,14 +99,16 @@ TEST(BarChart, DrawsFromFormulasOverTheTable) {
 
 // Helper cells hold the bars one below the other, whatever rows of the table they come from.
 TEST(BarChart, DrawsSomeRowsAndShowsPoints) {
-  BarsBench bench({{30.0, 50.0}, {40.0, 40.0}, {45.0, 45.0}, {20.0, 25.0}}, 40,
-                  {.color = 0x112233, .split = 40, .labels = true}, "Input", {1, 3, 4});
+  BarsBench bench({{30.0, 50.0}, {40.0, 40.0}, {45.0, 45.0}, {20.0, 25.0}, {40.0, 40.0}, {22.0, 48.0}}, 40,
+                  {.color = 0x112233, .split = 40, .labels = true}, "Input", {1, 3, 4, 6});
   bench.chart->FinishChart();
-  bench.chart->LabelBarEnds({{}, {.left = "6.0", .right = "7.0"}, {}});
+  bench.chart->LabelBarEnds({{}, {.left = "6.0", .right = "7.0"}, {}, {}});
   bench.chart->ColorBarPart(3, false, 0x445566);
   bench.chart->ColorBarPart(1, true, 0x778899);
   EXPECT_EQ(bench.figures(1)[4], 10) << "above the split";
   EXPECT_EQ(bench.figures(3)[2], 5);
+  EXPECT_EQ(bench.figures(4)[4], 8) << "behind a row that is left out";
+  EXPECT_EQ(bench.figure(0, 1), 20) << "the lead ends where the axis begins";
   const std::vector<double> point = bench.figures(2);
   EXPECT_GT(point[4], 0);
   EXPECT_LT(point[4], 1);
@@ -117,7 +116,7 @@ TEST(BarChart, DrawsSomeRowsAndShowsPoints) {
   const auto& series = bench.drawn().series;
   ASSERT_EQ(series.size(), 8U);
   EXPECT_EQ(series[7]->points.at(2).label.value().text, "7.0");
-  EXPECT_EQ(series[7]->values.area.rows, 3);
+  EXPECT_EQ(series[7]->values.area.rows, 4);
   for (std::size_t part = 0; part < series.size(); ++part)
     EXPECT_EQ(series[part]->fill.value().color == 0x112233U, part >= 2 && part < 6)
         << "the parts that are seen";
@@ -244,7 +243,7 @@ TEST(ReportChart, TellsThirtyTwoSeriesApart) {
 }
 
 // A chart of points over cells of a sheet: one line for each list of points.
-struct PointsBench : test::TablesBench {
+struct PointsBench : test::SheetBench {
   using Line = std::vector<std::pair<host::CellValue, host::CellValue>>;
   PointsBench(bool legend, const std::vector<Line>& lines, const std::string& name,
               const std::string& format = "0%", double width = 428) {
@@ -269,10 +268,8 @@ struct PointsBench : test::TablesBench {
     chart->SetYAxis("Output", format);
     chart->FinishChart();
   }
-  const office::ChartModel& drawn() { return *first_sheet(workbook).charts.front(); }
+  const office::ChartModel& drawn() { return *SheetBench::drawn().charts.front(); }
 
-  ReportWorkbook workbook = reports();
-  std::shared_ptr<ReportSheet> sheet = workbook.AddSheet("Points");
   std::shared_ptr<PointChart> chart;
 };
 

@@ -114,7 +114,7 @@ TEST(ReportWorkbook, LeavesNoSheetBehindWhenItsNameIsRefused) {
 }
 
 constexpr const char* kLaidOut =
-    R"(== Layout
+    R"(== Sheet
 A1 "Report"
 A2 "Workbook"  B2 "1-2"
 A3 "Base"  B3 1234.5 {#,##0.0}
@@ -135,9 +135,8 @@ And more."
 )";
 
 TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto sheet = reports.AddSheet("Layout");
+  test::SheetBench bench;
+  const auto sheet = bench.sheet;
   sheet->AddTitleBlock("Report", {{"Workbook", "1-2"}, {"Base", 1234.5, "#,##0.0"}});
   const auto table = sheet->AddTable(2, 2, 2, 1, "Caption", "Subcaption");
   table->CornerRange()->set_value("Group");
@@ -164,7 +163,7 @@ TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
   EXPECT_EQ(table->HeaderRowRange(0)->address(false, false), "B7:C8");
   EXPECT_EQ(table->ColumnHeaderRange(0)->column(), 1);
   EXPECT_EQ(empty->BodyRange()->address(false, false), "A14");
-  const auto& model = bench.first_sheet(reports);
+  const auto& model = bench.drawn();
   EXPECT_EQ(test::sheet_text(*bench.kept, model), kLaidOut);
   EXPECT_FALSE(model.gridlines);
   EXPECT_GE(model.columns.at(1).width.value_or(0), kNameColumnWidth);
@@ -178,9 +177,8 @@ TEST(ReportTable, NameColumnsGrowWithTheirNamesWithinReason) {
     double least, most;
   };
   for (const Case& c : {Case{4, 22, 22.5}, Case{36, 30, 40}, Case{400, 40, 44}}) {
-    test::TablesBench bench;
-    auto reports = bench.reports();
-    const auto sheet = reports.AddSheet("Names");
+    test::SheetBench bench;
+    const auto sheet = bench.sheet;
     const auto table = sheet->AddTable(2, 2, 1, 0, "", "");
     table->SetColumns({name_column("Name")});
     host::CellBlock body(2, 2);
@@ -189,16 +187,15 @@ TEST(ReportTable, NameColumnsGrowWithTheirNamesWithinReason) {
     table->PutBody(1, body);
     table->Body(1, 1, 2)->set_merge(true);  // what the spreadsheet's own fitting does not see
     sheet->FinishSheet();
-    const double width = bench.first_sheet(reports).columns.at(1).width.value_or(0);
+    const double width = bench.drawn().columns.at(1).width.value_or(0);
     EXPECT_GE(width, c.least);
     EXPECT_LE(width, c.most);
   }
 }
 
 TEST(ReportSheet, GivesTheRoomOfARemovedChartBack) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto sheet = reports.AddSheet("Charts");
+  test::SheetBench bench;
+  const auto sheet = bench.sheet;
   sheet->AddTitleBlock("Report", {});
   const std::int32_t first = sheet->NextCell()->row();
   const auto chart = sheet->AddPointChart(428, 300);
@@ -220,9 +217,8 @@ TEST(ReportSheet, GivesTheRoomOfARemovedChartBack) {
 }
 
 TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto sheet = reports.AddSheet("Rows of charts");
+  test::SheetBench bench;
+  const auto sheet = bench.sheet;
   sheet->SetSheetOption(1);
   sheet->AddTable(60, 3, 1, 0, "", "");
   sheet->AddLine(std::string(400, 'w'));
@@ -231,7 +227,7 @@ TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
   for (int i = 0; i < 9; ++i) charts.push_back(sheet->AddPointChart(376, 300));
   const double line_end = charts.front()->Container()->top();
   sheet->FinishSheet();
-  const office::SheetModel& model = bench.first_sheet(reports);
+  const office::SheetModel& model = bench.drawn();
   EXPECT_EQ(charts.front()->Container()->top(), line_end);
   for (std::size_t i = 0; i + 1 < charts.size(); i += 2) {
     EXPECT_EQ(charts[i]->Container()->top(), charts[i + 1]->Container()->top());
@@ -256,9 +252,8 @@ TEST(ReportSheet, KeepsChartsSideBySideOnOnePage) {
 TEST(ReportSheet, LinesBelongToWhatStandsAboveThem) {
   std::string words;
   for (int i = 0; i < 60; ++i) words += "left out ";
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto sheet = reports.AddSheet("Lines");
+  test::SheetBench bench;
+  const auto sheet = bench.sheet;
   sheet->AddTitleBlock("Report", {{"Output", words}, {"Base", 5.0}});
   sheet->SetSheetOption(1);
   sheet->AddTable(1, 3, 1, 0, "", "");
@@ -274,7 +269,7 @@ TEST(ReportSheet, LinesBelongToWhatStandsAboveThem) {
   EXPECT_EQ(sheet->NextCell()->row(), table->BodyRange()->row() + 6) << "nothing is written over";
   sheet->FinishSheet();
 
-  const auto& model = bench.first_sheet(reports);
+  const auto& model = bench.drawn();
   const auto cells = [&](std::int32_t row) { return sheet->SheetWorksheet()->range(row, 1, 1, 1); };
   EXPECT_EQ(chart->Container()->top(), cells(room)->top() + 0.75) << "the title block has grown";
   EXPECT_GT(model.row_heights.at(2), 60);
@@ -294,9 +289,8 @@ TEST(ReportSheet, LinesAreWholeWhateverWidthsTheColumnsGet) {
       for (const std::int32_t charts : {1, 3}) {
         for (const bool line_below : {false, true}) {
           SCOPED_TRACE(testing::Message() << label << " " << width << " " << charts << " " << line_below);
-          test::TablesBench bench;
-          auto reports = bench.reports();
-          const auto sheet = reports.AddSheet("Lines");
+          test::SheetBench bench;
+          const auto sheet = bench.sheet;
           sheet->AddTitleBlock("Report", {{std::string(label, 'W'), 5.0}});
           const std::int32_t first = sheet->AddLine(words)->row();
           sheet->AddTable(2, 5, 1, 0, "", "");
@@ -306,7 +300,7 @@ TEST(ReportSheet, LinesAreWholeWhateverWidthsTheColumnsGet) {
           for (std::int32_t i = 0; i < charts; ++i) placed.push_back(sheet->AddPointChart(width, 100));
           ASSERT_NO_THROW(sheet->FinishSheet());
           std::vector<std::int32_t> merged;
-          for (const office::Area& area : bench.first_sheet(reports).merges)
+          for (const office::Area& area : bench.drawn().merges)
             if (area.column == 1) merged.push_back(area.row);
           EXPECT_EQ(merged, line_below ? (std::vector{first, first + 6}) : std::vector{first});
           const auto line = sheet->SheetWorksheet()->range(first, 1, 1, 1);
@@ -338,17 +332,16 @@ const struct {
 TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
   for (const auto& c : kPageCases) {
     SCOPED_TRACE(c.what);
-    test::TablesBench bench;
+    test::SheetBench bench;
     bench.session.watermark = {"Draft\nA & B", "Draft", "A & B"};
-    auto reports = bench.reports();
-    const auto sheet = reports.AddSheet("Pages");
+    const auto sheet = bench.sheet;
     sheet->AddTitleBlock("Cost & profit", {});
     sheet->SetSheetOption(1);
     if (c.chart) sheet->AddPointChart(428, 300);
     const auto table = sheet->AddTable(c.rows, c.columns, 2, 0, "", "");
     table->SetColumns(std::vector(static_cast<std::size_t>(c.columns), name_column("x")));
     sheet->FinishSheet();
-    const auto& model = bench.first_sheet(reports);
+    const auto& model = bench.drawn();
     EXPECT_EQ(model.page.landscape, c.landscape);
     EXPECT_EQ(model.page.fit_to_pages_wide, c.pages_wide);
     EXPECT_EQ(model.page.print_title_rows, c.title_rows);
@@ -364,9 +357,8 @@ TEST(ReportSheet, IsSetUpForPrintingAndScrolling) {
 TEST(ReportTable, GoesOnUnderTheHeadersAboveIt) {
   for (const std::int32_t header_rows : {0, 3}) {
     SCOPED_TRACE(header_rows);
-    test::TablesBench bench;
-    auto reports = bench.reports();
-    const auto sheet = reports.AddSheet("Tables");
+    test::SheetBench bench;
+    const auto sheet = bench.sheet;
     sheet->SetSheetOption(1);
     std::vector<Column> columns = {name_column("Name")};
     columns[0].note = "Which";
@@ -381,7 +373,7 @@ TEST(ReportTable, GoesOnUnderTheHeadersAboveIt) {
     body.set_text(1, 1, "1-2");
     second->PutBody(60, body);
     sheet->FinishSheet();
-    const auto& model = bench.first_sheet(reports);
+    const auto& model = bench.drawn();
     EXPECT_EQ(model.comments.size(), header_rows > 0 ? 2U : 1U);
     ASSERT_EQ(model.merges.size(), header_rows > 0 ? 4U : 2U);
     EXPECT_EQ(model.merges[0].row, 1) << "wide groups first";
@@ -401,9 +393,8 @@ TEST(ReportTable, GoesOnUnderTheHeadersAboveIt) {
 
 // Pages break between the blocks of a wide table, and each has the heading over its part of them.
 TEST(ReportSheet, PrintsBlocksOfColumnsWholeWithTheirHeading) {
-  test::TablesBench bench;
-  auto reports = bench.reports();
-  const auto sheet = reports.AddSheet("Pages");
+  test::SheetBench bench;
+  const auto sheet = bench.sheet;
   sheet->SetSheetOption(1);
   const auto table = sheet->AddTable(5, 13, 2, 0, "", "");
   table->SetIdentityColumns(1, 1);
@@ -413,7 +404,7 @@ TEST(ReportSheet, PrintsBlocksOfColumnsWholeWithTheirHeading) {
   append(columns, grouped("Output", 1, block));
   table->SetColumns(columns);
   sheet->FinishSheet();
-  const auto& model = bench.first_sheet(reports);
+  const auto& model = bench.drawn();
   EXPECT_EQ(model.page.column_breaks, (std::vector<std::int32_t>{8}));
   EXPECT_EQ(model.page.fit_to_pages_wide, 0);
   EXPECT_LT(model.page.scale, 100);
@@ -425,14 +416,13 @@ TEST(ReportSheet, PrintsBlocksOfColumnsWholeWithTheirHeading) {
 
 TEST(ReportSheet, PageHeadersAreOneOrTwoLinesThatStayApart) {
   const std::string wide(70, 'W'), marks(70, '&');
-  test::TablesBench bench;
+  test::SheetBench bench;
   bench.session.watermark = {"not empty", marks, wide + "\nthird\r\nfourth"};
-  auto reports = bench.reports();
-  const auto sheet = reports.AddSheet("Pages");
+  const auto sheet = bench.sheet;
   sheet->AddTitleBlock(wide, {});
   sheet->SetSheetOption(1);
   sheet->FinishSheet();
-  const host::PageSetup& page = bench.first_sheet(reports).page;
+  const host::PageSetup& page = bench.drawn().page;
   EXPECT_LT(page.left_header.size() + page.center_header.size() + page.right_header.size(), 250U);
   EXPECT_THAT(page.left_header, testing::EndsWith("WW…"));
   EXPECT_THAT(page.center_header, testing::MatchesRegex("&9&\"[^\"]*\"&K808080(&&)+…\nW+…"));

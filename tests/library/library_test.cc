@@ -20,10 +20,9 @@ namespace ordvane {
 namespace {
 
 namespace fs = std::filesystem;
+using test::file_text;
 using testing::Each;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Optional;
 
 const fs::path kExample = fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.run.json";
 const fs::path kPlant = fs::path(ORDVANE_SOURCE_DIR) / "examples/solar-plant/solar-plant.xlsx";
@@ -74,11 +73,6 @@ Failure failure_of(const std::function<void()>& step) {
     return {error.code(), error.what()};
   }
   return {};
-}
-
-std::string file_text(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 TEST(Ranking, LeavesOutFiguresThatTheRunDoesNotGive) {

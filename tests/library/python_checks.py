@@ -19,21 +19,10 @@ def small_run(results=RESULTS, price=(8, 10, 12), volume=(2, 4, 8), **others):
     return ordvane.Run.from_arrays(
         inputs=[
             ordvane.Input("Price", price, base=10, number_format="0.00"),
-            ordvane.Input(values=volume, base=4, labels={"B2": "Volume"}, default_name="V"),
+            ordvane.Input("Volume", volume, base=4),
         ],
         outputs=[ordvane.Output("Profit", 40), ordvane.Output("Tax", cell="D9", sheet="Taxes")],
         results=results,
-        **others,
-    )
-
-
-def run_with_groups(**others):
-    return ordvane.Run.from_arrays(
-        inputs=[ordvane.Input("Price", [8, 10, 12], base=10), ordvane.Input("Volume", [2, 4, 8], base=4)],
-        outputs=[ordvane.Output("Profit", 40), ordvane.Output("Tax")],
-        results=RESULTS,
-        groups=[GROUP],
-        group_results=GROUP_RESULTS,
         **others,
     )
 
@@ -51,7 +40,7 @@ class Plain(unittest.TestCase):
         self.assertIn(text, str(caught.exception))
 
     def test_run_and_ranking(self):
-        run = run_with_groups()
+        run = small_run(groups=[GROUP], group_results=GROUP_RESULTS)
         self.assertEqual((run.simulations, run.recalculations), (1, 10))
         self.assertEqual((run.inputs, run.outputs), (["Price", "Volume"], ["Profit", "Tax"]))
         self.assertIn("Recalculations", run.describe())
@@ -107,7 +96,7 @@ class Plain(unittest.TestCase):
         run = ordvane.Run.from_arrays(
             [
                 ordvane.Input("In", [8, 9], 10, cell="C5", automatic=True, low=8, high=9, **shared),
-                ordvane.Input("Not kept", [1], saved_samples=False),
+                ordvane.Input(values=[1], saved_samples=False),
             ],
             [ordvane.Output("Out", 1, cell="D5", range_name="Range", range_index=1, **shared)],
             [1, 2, 3],

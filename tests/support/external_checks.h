@@ -16,12 +16,12 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <system_error>
 #include <vector>
 
+#include "support/files.h"
 #include "support/this_build.h"
 
 namespace ordvane::test {

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "office/book.h"
 
@@ -37,6 +38,12 @@ inline std::string value_text(const host::CellValue& value) {
       return std::string(host::cell_error_text(value.error()));
   }
   return "?";
+}
+
+inline std::vector<std::string> sheet_names(const office::BookModel& book) {
+  std::vector<std::string> names;
+  for (const auto& sheet : book.sheets) names.push_back(sheet->name);
+  return names;
 }
 
 // Looks cells of a workbook up.

@@ -16,6 +16,7 @@
 #include "automation/cell_variants.h"
 #include "automation/late_bound.h"
 #include "embedded/report_job.h"
+#include "support/snapshot.h"
 #include "windows/excel_stand_in.h"
 
 namespace ordvane::test {
@@ -37,15 +38,16 @@ bool faulty(const std::string& fault) {
 
 using Arguments = std::vector<const VARIANT*>;  // in the order in which they are written
 
-std::int32_t whole(const VARIANT* value) {
+Variant copy_of(const VARIANT* value) {
   Variant copy;
   VariantCopyInd(copy.receive(), const_cast<VARIANT*>(value));
-  return copy.whole();
+  return copy;
+}
+std::int32_t whole(const VARIANT* value) {
+  return copy_of(value).whole();
 }
 std::string text(const VARIANT* value) {
-  Variant copy;
-  VariantCopyInd(copy.receive(), const_cast<VARIANT*>(value));
-  return copy.text();
+  return copy_of(value).text();
 }
 
 // {7B0A7F52-95C7-4C0B-8E1D-6F0C5A3D2B10}: asks whether an object is one of these.
@@ -67,14 +69,8 @@ class Overlay final : public IDispatch {
     reads_[name] = std::move(read);
     return *this;
   }
-  Overlay& shows(const std::string& name, const Variant& value) {
-    auto kept = std::make_shared<Variant>();
-    VariantCopy(kept->receive(), const_cast<VARIANT*>(&value.value()));
-    return reads(name, [kept](const Arguments&) {
-      Variant copy;
-      VariantCopy(copy.receive(), const_cast<VARIANT*>(&kept->value()));
-      return copy;
-    });
+  Overlay& shows(const std::string& name, Variant value) {
+    return shows(name, std::make_shared<Variant>(std::move(value)));
   }
   Overlay& writes(const std::string& name, Write write) {
     writes_[name] = std::move(write);
@@ -82,14 +78,9 @@ class Overlay final : public IDispatch {
   }
   // A property that is only remembered.
   Overlay& remembers(const std::string& name, Variant value) {
-    auto kept = std::make_shared<Variant>(std::move(value));
-    const auto copy_of = [](const VARIANT& from) {
-      Variant copy;
-      VariantCopy(copy.receive(), const_cast<VARIANT*>(&from));
-      return copy;
-    };
-    reads(name, [kept, copy_of](const Arguments&) { return copy_of(kept->value()); });
-    return writes(name, [kept, copy_of](const Variant& given) { *kept = copy_of(given.value()); });
+    const auto kept = std::make_shared<Variant>(std::move(value));
+    shows(name, kept);
+    return writes(name, [kept](const Variant& given) { *kept = copy_of(&given.value()); });
   }
   Overlay& wraps(Wrap wrap) {
     wrap_ = std::move(wrap);
@@ -139,9 +130,7 @@ class Overlay final : public IDispatch {
       if ((flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0) {
         const auto own = writes_.find(name);
         if (own != writes_.end()) {
-          Variant value;
-          VariantCopyInd(value.receive(), &reversed.at(0));
-          own->second(value);
+          own->second(copy_of(&reversed.at(0)));
           return S_OK;
         }
       } else if (const auto own = reads_.find(name); own != reads_.end()) {
@@ -169,6 +158,9 @@ class Overlay final : public IDispatch {
  private:
   ~Overlay() = default;
 
+  Overlay& shows(const std::string& name, const std::shared_ptr<Variant>& kept) {
+    return reads(name, [kept](const Arguments&) { return copy_of(&kept->value()); });
+  }
   static std::map<DISPID, std::string>& known_names() {
     static std::map<DISPID, std::string> kNames;
     return kNames;
@@ -238,23 +230,13 @@ using Chart = std::shared_ptr<const office::ChartModel>;
 
 // ---- Charts ----
 
-host::CellValue value_at(const office::BookModel& book, const office::SheetModel& sheet, std::int32_t row,
-                         std::int32_t column) {
-  for (const office::RowBand& band : sheet.bands) {
-    if (row < band.first_row || row >= band.first_row + band.rows || column < band.first_column ||
-        column >= band.first_column + band.columns)
-      continue;
-    return value_of(book.texts, band.cells[band.index(row, column)]);
-  }
-  return {};
-}
-
 std::vector<host::CellValue> data_of(const office::BookModel& book, const office::SeriesData& data) {
+  const BookReader reader(book);
   std::vector<host::CellValue> values = data.constants;
-  for (const auto& sheet : book.sheets)
-    for (std::int32_t row = 0; sheet->name == data.sheet && row < data.area.rows; ++row)
+  if (const office::SheetModel* sheet = reader.sheet(data.sheet))
+    for (std::int32_t row = 0; row < data.area.rows; ++row)
       for (std::int32_t column = 0; column < data.area.columns; ++column)
-        values.push_back(value_at(book, *sheet, data.area.row + row, data.area.column + column));
+        values.push_back(reader.value(*sheet, data.area.row + row, data.area.column + column));
   return values;
 }
 
@@ -311,78 +293,15 @@ Variant plot_area(const office::ChartModel& model) {
   });
 }
 
-// ---- Pictures: black bars, one a row, as PNG whose data is not compressed ----
-
-void put_number(std::string& to, std::uint32_t number) {
-  for (int shift = 24; shift >= 0; shift -= 8) to += static_cast<char>(number >> shift & 0xFF);
-}
-
-void put_chunk(std::string& png, const std::string& kind, const std::string& data) {
-  put_number(png, static_cast<std::uint32_t>(data.size()));
-  const std::string checked = kind + data;
-  png += checked;
-  std::uint32_t crc = 0xFFFFFFFF;
-  for (const char c : checked) {
-    crc ^= static_cast<unsigned char>(c);
-    for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ ((crc & 1) != 0 ? 0xEDB88320U : 0);
-  }
-  put_number(png, ~crc);
-}
-
-std::string stored(const std::string& data) {
-  std::string zlib = "\x78\x01";
-  std::uint32_t a = 1, b = 0;
-  for (const char c : data) a = (a + static_cast<unsigned char>(c)) % 65521, b = (b + a) % 65521;
-  constexpr std::size_t kPiece = 65535;
-  for (std::size_t at = 0; at < data.size(); at += kPiece) {
-    const auto size = static_cast<std::uint16_t>(std::min(kPiece, data.size() - at));
-    zlib += static_cast<char>(at + size == data.size());
-    for (const int number : {int{size}, ~int{size}})
-      zlib += static_cast<char>(number & 0xFF), zlib += static_cast<char>(number >> 8 & 0xFF);
-    zlib += data.substr(at, size);
-  }
-  put_number(zlib, b << 16 | a);
-  return zlib;
-}
-
-// The numbers of the series that has most of them other than 0, as lengths of bars.
-std::vector<double> lengths(const office::BookModel& book, const office::ChartModel& chart) {
-  std::vector<double> best;
-  std::size_t most = 0;
-  for (const auto& model : chart.series) {
-    std::vector<double> numbers;
-    for (const host::CellValue& value : data_of(book, model->values))
-      numbers.push_back(value.kind == host::CellKind::kNumber ? std::abs(value.number) : 0);
-    const auto there =
-        numbers.size() - static_cast<std::size_t>(std::count(numbers.begin(), numbers.end(), 0.0));
-    if (there > most) most = there, best = numbers;
-  }
-  return best;
-}
-
-void draw(const std::string& file, const office::BookModel& book, const office::ChartModel& chart) {
+// What a reader of files takes for a picture of the chart's size, with more in it than a blank one needs. It
+// is never drawn.
+void draw(const std::string& file, const office::ChartModel& chart) {
   if (faulty("picture")) return;
-  const auto width = static_cast<std::size_t>(chart.width) / 8 * 8,
-             height = static_cast<std::size_t>(chart.height);
-  const std::vector<double> bars = lengths(book, chart);
-  double most = 1e-300;
-  for (const double length : bars) most = std::max(most, length);
-  std::string pixels;
-  for (std::size_t y = 0; y < height; ++y) {
-    const std::size_t bar = y * bars.size() / height, inside = y * bars.size() % height * 10 / height;
-    const double share = bars.empty() || inside < 2 || inside > 7 ? 0 : bars[bar] / most;
-    pixels += '\0';
-    for (std::size_t x = 0; x < width; x += 8)
-      pixels += static_cast<char>(static_cast<double>(x) < share * static_cast<double>(width) ? 0x11 : 0xFF);
-  }
-  std::string header;
-  put_number(header, static_cast<std::uint32_t>(width));
-  put_number(header, static_cast<std::uint32_t>(height));
-  header += std::string("\x01\x00\x00\x00\x00", 5);
-  std::string png = "\x89PNG\r\n\x1a\n";
-  put_chunk(png, "IHDR", header);
-  put_chunk(png, "IDAT", stored(pixels));
-  put_chunk(png, "IEND", "");
+  std::string png = std::string("\x89PNG\r\n\x1a\n\0\0\0\x0DIHDR", 16);
+  for (const double side : {chart.width, chart.height})
+    for (int shift = 24; shift >= 0; shift -= 8)
+      png += static_cast<char>(static_cast<std::uint32_t>(side) >> shift & 0xFF);
+  png.resize(static_cast<std::size_t>(1000 + chart.width * chart.height / 100));
   std::ofstream(std::filesystem::path(reinterpret_cast<const char8_t*>(file.c_str())), std::ios::binary)
       << png;
 }
@@ -402,8 +321,8 @@ Variant chart(const Book& book, const Chart& model) {
     o.reads("Axes", [model](const Arguments& a) {
       return axis(model->axes[whole(a.at(1)) - 1][whole(a.at(0)) - 1]);
     });
-    o.reads("Export", [book, model](const Arguments& a) {
-      draw(text(a.at(0)), *book, *model);
+    o.reads("Export", [model](const Arguments& a) {
+      draw(text(a.at(0)), *model);
       return Variant(true);
     });
   });

@@ -67,7 +67,7 @@ class Acceptance : public testing::Test {
       CloseHandle(process.hProcess);
     }
     CloseHandle(file);
-    said = text_in(output);
+    said = file_text(output);
     return status;
   }
 
@@ -95,7 +95,7 @@ TEST_F(Acceptance, PassesAndEachCheckCanFail) {
   EXPECT_EQ(checks("failed"), std::set<std::string>());
   EXPECT_GT(checks("passed").size(), 60U) << said;
   EXPECT_TRUE(checks("passed").contains("Escape during the reports: ends early")) << said;
-  const std::string report = text_in(kit_ / "results" / "report.html");
+  const std::string report = file_text(kit_ / "results" / "report.html");
   EXPECT_NE(report.find("\"failed\": 0"), std::string::npos);
   EXPECT_NE(report.find("data:image/png;base64,"), std::string::npos);
 

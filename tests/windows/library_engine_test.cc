@@ -19,6 +19,7 @@
 #include "host/error.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/run.h"
+#include "support/files.h"
 #include "windows/server_under_test.h"
 
 namespace ordvane::test {
@@ -129,8 +130,7 @@ class Unreachable : public testing::Test {
 
 // The stand-in with the machine field of its header changed, so that it is of the other width.
 void write_other_width(const path& file) {
-  std::ifstream in(stand_in(), std::ios::binary);
-  std::string bytes(std::istreambuf_iterator<char>(in), {});
+  std::string bytes = file_text(stand_in());
   const std::size_t header = std::bit_cast<std::uint32_t>(
       std::array{bytes.at(0x3C), bytes.at(0x3D), bytes.at(0x3E), bytes.at(0x3F)});
   const bool wide = sizeof(void*) == 8;

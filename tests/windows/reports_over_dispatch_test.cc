@@ -1,41 +1,17 @@
-// The reports over IDispatch: the workbook is the one they make without it, the calls do not grow with the
-// cells, and a call that fails leaves neither settings behind nor objects.
+// The reports over IDispatch: the calls do not grow with the cells, and a call that fails leaves neither
+// settings behind nor objects.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>
 
 #include "windows/dispatch_bench.h"
-#include "windows/texts.h"
 
 namespace ordvane::test {
 namespace {
 
 using service::OrdvaneReports;
 using service::RunShape;
-
-RunShape odd_shape() {
-  RunShape shape;
-  shape.groups = true;
-  shape.input_sheets = {"Inputs", "It's", "123"};
-  shape.output_bases = {100, 0, -1e-9};
-  shape.effects = {{1, 5, -3}, {2, 2, 0}, {1e-10, 0, 1e-9}};
-  return shape;
-}
-
-TEST(ReportsOverDispatch, AreTheSame) {
-  DispatchBench direct(odd_shape()), late(odd_shape());
-  std::string error;
-  const std::string name = direct.make(false, service::ask_for_everything, &error);
-  ASSERT_EQ(late.make(true, service::ask_for_everything, &error), name) << error;
-  EXPECT_EQ(error, "");
-  const auto direct_book = direct.application->model(*direct.application->workbook(name));
-  const auto late_book = late.application->model(*late.application->workbook(name));
-  EXPECT_GT(direct_book->sheets.size(), 8U);
-  EXPECT_EQ(first_difference(snapshot(*late_book), snapshot(*direct_book)), "");
-  EXPECT_EQ(first_difference(Looks::of(*late_book), Looks::of(*direct_book)), "");
-  EXPECT_EQ(late.stand_in->live_objects, 0);
-}
 
 TEST(ReportsOverDispatch, CallsDoNotGrowWithTheCells) {
   const auto calls = [](Choose choose, std::int32_t steps) {

@@ -12,7 +12,6 @@
 
 namespace ordvane::test {
 
-using automation::Bstr;
 using automation::ComPtr;
 
 // The server lies in the folder above this program's.

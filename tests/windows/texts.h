@@ -1,18 +1,12 @@
-// Files of the tests, and where two texts part.
+// Where two texts part.
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 
-namespace ordvane::test {
+#include "support/files.h"
 
-inline std::string text_in(const std::filesystem::path& file) {
-  std::ifstream input(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(input), {}};
-}
+namespace ordvane::test {
 
 // The first line that is not as expected, with what was expected; empty for equal texts.
 inline std::string first_difference(const std::string& text, const std::string& expected) {

@@ -12,7 +12,7 @@ TEST(TypeLibrary, IsThePublishedOne) {
   const std::filesystem::path sources =
       std::filesystem::path(server_path()).root_name() / std::filesystem::path(ORDVANE_SOURCE_DIR);
   const std::string text = acceptance::text_of_type_library(server_path());
-  EXPECT_EQ(first_difference(text, text_in(sources / "tests/windows/type_library.txt")), "") << text;
+  EXPECT_EQ(first_difference(text, file_text(sources / "tests/windows/type_library.txt")), "") << text;
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ TEST(WholeServer, ServesAScript) {
     GTEST_SKIP() << "ORDVANE_NATIVE_SNAPSHOT names no snapshot of the building machine to compare with";
   if (!Script::available()) GTEST_SKIP() << "this system has no VBScript";
   const std::wstring root = path(server_path()).root_name();  // of this machine's files
-  const std::string expected = text_in(root + path(native).wstring());
+  const std::string expected = file_text(root + path(native).wstring());
   ASSERT_GT(expected.size(), 10000U) << native;
   const path run = root + path(ORDVANE_SOURCE_DIR).wstring() + L"/examples/solar-plant/solar-plant.run.json";
   SetEnvironmentVariableW(L"ORDVANE_ENGINE_RUN", run.c_str());

@@ -5,11 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "automation/ansi.h"
 #include "session/text_id.h"
+#include "support/files.h"
 #include "windows/server_under_test.h"
 
 namespace ordvane::test {
@@ -36,10 +35,7 @@ TEST(WindowsEnvironment, WritesTheLogInTheSystemsEncoding) {
   const std::string path = environment->log_folder() + "\\ordvane-environment-test.log";
   environment->append_line(path, "Größe €");
   environment->append_line(path, "");
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
-            automation::to_ansi("Größe €") + "\r\n\r\n");
-  file.close();
+  EXPECT_EQ(file_text(path), automation::to_ansi("Größe €") + "\r\n\r\n");
   environment->remove_file(path);
   EXPECT_FALSE(std::filesystem::exists(path));
   const std::string now = environment->date_and_time();
@@ -55,9 +51,7 @@ TEST(WindowsEnvironment, KeepsTheLogOpenAndSharesIt) {
   second->remove_file(path);
   second->append_line(path, "one");
   first->append_line(path, "two");
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "one\r\ntwo\r\n");
-  file.close();
+  EXPECT_EQ(file_text(path), "one\r\ntwo\r\n");
   first->close_file(path);
   second->close_file(path);
   EXPECT_TRUE(DeleteFileA(path.c_str()));

@@ -15,7 +15,6 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 using host::AxisGroup;
-using host::AxisType;
 using host::ChartKind;
 using office::ChartModel;
 

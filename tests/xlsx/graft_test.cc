@@ -12,8 +12,8 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <map>
+#include <set>
 
 #include "host/error.h"
 #include "sample_book.h"
@@ -29,11 +29,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace fs = std::filesystem;
-
-std::string content(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
+using test::file_text;
 
 void write(const fs::path& file, const std::string& bytes) {
   std::ofstream(file, std::ios::binary) << bytes;
@@ -98,7 +94,7 @@ class Graft : public testing::Test {
     write(file_, before);
     ExistingWorkbook existing(file_);
     graft(existing, full_book(), sheets);
-    return content(file_);
+    return file_text(file_);
   }
 
   const test::TemporaryFolder folder_;
@@ -164,7 +160,7 @@ TEST_F(Graft, RefusesWhatSheetsCannotBeAddedTo) {
       EXPECT_THAT(error.what(), testing::StartsWith(file_.string() + ": "));
       EXPECT_THAT(error.what(), HasSubstr(why));
     }
-    EXPECT_EQ(content(file_), bytes);
+    EXPECT_EQ(file_text(file_), bytes);
   }
 }
 
@@ -204,7 +200,7 @@ TEST_F(Graft, RefusesAFileThatOthersHaveOrChange) {
     const std::string now = *lock == '\0' ? "changed" : package_;
     write(*lock == '\0' ? file_ : folder_ / lock, *lock == '\0' ? now : "");
     EXPECT_THROW(graft(existing, full_book(), {1}), BadWorkbook);
-    EXPECT_EQ(content(file_), now);
+    EXPECT_EQ(file_text(file_), now);
   }
 }
 
@@ -228,9 +224,9 @@ TEST_F(Graft, LeavesEveryOtherPartAndPutsEntriesIntoTheText) {
   write(file_, before);
   {
     ExistingWorkbook existing(file_);
-    graft(existing, book, {0, 1, 2, 3});
+    graft(existing, book, {3, 0, 1, 2});
   }
-  const auto old_parts = parts_of(before), new_parts = parts_of(content(file_));
+  const auto old_parts = parts_of(before), new_parts = parts_of(file_text(file_));
   std::vector<std::string> different;
   for (const auto& [name, text] : old_parts)
     if (new_parts.at(name) != text) different.push_back(name);
@@ -240,8 +236,15 @@ TEST_F(Graft, LeavesEveryOtherPartAndPutsEntriesIntoTheText) {
   EXPECT_THAT(workbook, HasSubstr("<!-- a remark --><workbook "));
   EXPECT_THAT(workbook, HasSubstr(odd));
   EXPECT_THAT(workbook, Not(HasSubstr("fullCalcOnLoad=\"1\" fullCalcOnLoad")));
-  EXPECT_THAT(workbook, HasSubstr("localSheetId=\"7\""));
-  EXPECT_EQ(new_parts.at("xl/worksheets/sheet8.xml").find("t=\"s\""), std::string::npos);
+  EXPECT_THAT(workbook, HasSubstr("localSheetId=\"4\""));
+  EXPECT_EQ(new_parts.at("xl/worksheets/sheet5.xml").find("t=\"s\""), std::string::npos);
+  std::set<std::string> numbers;  // of the notes' drawings
+  for (const auto& [name, text] : new_parts) {
+    const std::size_t at = text.find("<o:idmap ");
+    if (at == text.npos) continue;
+    EXPECT_TRUE(numbers.insert(text.substr(at, text.find("/>", at) - at)).second) << name;
+  }
+  EXPECT_EQ(numbers.size(), 2U);
   EXPECT_EXTERNAL(test::openpyxl_reads(file_, R"(
 assert len(book.sheetnames) == 8 and book.active.title == "Spider"
 old, new = book["Styles"], book["New Styles"]
@@ -250,8 +253,8 @@ for row in old.iter_rows():
     twin = new[cell.coordinate]
     # It reads the escapes of shared strings only.
     assert str(cell.value) == str(twin.value).replace("x005F_", ""), cell.coordinate
-    assert (cell.number_format, cell.fill.fgColor.rgb, cell.border.bottom.style, cell.alignment.wrap_text,
-            cell.protection.locked) == (twin.number_format, twin.fill.fgColor.rgb, twin.border.bottom.style,
+    assert (cell.number_format, cell.fill.patternType, cell.fill.fgColor.rgb, cell.border.bottom.style, cell.alignment.wrap_text,
+            cell.protection.locked) == (twin.number_format, twin.fill.patternType, twin.fill.fgColor.rgb, twin.border.bottom.style,
             twin.alignment.wrap_text, twin.protection.locked), cell.coordinate
     assert (cell.font.b, cell.font.sz, cell.font.name) == (twin.font.b, twin.font.sz, twin.font.name), cell.coordinate
 assert (new.print_title_rows, new.print_title_cols) == (old.print_title_rows, old.print_title_cols) == ("$2:$3", "$A:$B")
@@ -299,6 +302,8 @@ TEST_F(Graft, ReplacesASheetWithWhatItAloneOwns) {
     EXPECT_EQ(names(new_parts.at("xl/workbook.xml")), names(old_parts.at("xl/workbook.xml")))
         << "same place and id";
     EXPECT_EQ(new_parts.at("xl/worksheets/sheet4.xml"), old_parts.at("xl/worksheets/sheet4.xml"));
+    const std::string part = "xl/worksheets/sheet" + std::to_string(c.sheet + 1) + ".xml";
+    EXPECT_EQ(new_parts.at(part).find("tabSelected") != std::string::npos, c.sheet == 1);
     if (&c.before == &shared && c.sheet == 0) {
       EXPECT_EQ(new_parts.at("xl/drawings/drawing1.xml"), old_parts.at("xl/drawings/drawing1.xml"));
     }
@@ -509,7 +514,7 @@ TEST_F(Graft, AFailureOfAnyCallLeavesTheFileAndNothingElse) {
         }
         ++failures;
       }
-      EXPECT_TRUE(content(file_) == (done ? c.wanted : package_));
+      EXPECT_TRUE(file_text(file_) == (done ? c.wanted : package_));
       EXPECT_FALSE(done && c.wanted == package_) << "a file gave way to a new one";
       EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1);
       if (files.has_failed()) continue;

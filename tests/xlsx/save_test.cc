@@ -9,7 +9,6 @@
 #include <chrono>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -22,13 +21,9 @@
 namespace ordvane::xlsx {
 namespace {
 
+using test::file_text;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-
-std::string content(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 std::set<std::string> names_in(const test::TemporaryFolder& folder) {
   std::set<std::string> names;
@@ -112,7 +107,7 @@ assert all(value == (None if i % 7 == 3 else i) for i, value in enumerate(flat))
 
 TEST_F(Packages, AreTheSameEveryTimeAndOnAnyNumberOfThreads) {
   SaveOptions options;
-  std::set<std::string> different = {content(full())}, large_ones = {content(large())};
+  std::set<std::string> different = {file_text(full())}, large_ones = {file_text(large())};
   for (const unsigned threads : {1U, 2U, 5U}) {
     options.threads = threads;
     different.insert(package(full_book(), options));
@@ -161,7 +156,7 @@ TEST(Save, ReplacesAFileAndKeepsItsMode) {
   save(full_book(), link);
   char note[4] = {};
   EXPECT_EQ(::getxattr(file.c_str(), "user.note", note, sizeof note), has_attribute ? 4 : -1);
-  EXPECT_EQ(content(file), package(full_book()));
+  EXPECT_EQ(file_text(file), package(full_book()));
   EXPECT_TRUE(std::filesystem::is_symlink(link)) << "a link to a workbook stays one";
   EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms{0640});
   EXPECT_THAT(names_in(folder), ElementsAre("a.xlsx", "link.xlsx"));
@@ -180,7 +175,7 @@ TEST(Save, LeavesAFileAloneThatIsNotToBeWritten) {
     EXPECT_THAT(refusal(), HasSubstr(lock));
     std::filesystem::remove(folder / lock);
   }
-  EXPECT_EQ(content(file), "old");
+  EXPECT_EQ(file_text(file), "old");
   EXPECT_EQ(refusal(), "no error");
 }
 
