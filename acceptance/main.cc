@@ -79,7 +79,7 @@ std::string version_of(const path& file) {
 void check_type_library(Kit& kit, const Library& library) {
   kit.results.begin_section("type-library", "Type library");
   kit.results.check("is the published one", [&] {
-    const std::string expected = test::text_in(kit.options.kit / "type_library.txt");
+    const std::string expected = test::file_text(kit.options.kit / "type_library.txt");
     const std::string found = text_of_type_library(library.file());
     const std::string difference = test::first_difference(found, expected);
     if (!difference.empty()) throw Wrong{difference};
