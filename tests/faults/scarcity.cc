@@ -13,7 +13,7 @@
 #include <new>
 #include <string_view>
 
-#ifndef __SANITIZE_ADDRESS__  // which has a malloc of its own
+#ifndef ORDVANE_SANITIZED  // AddressSanitizer has a malloc of its own
 #define ORDVANE_OWN_MALLOC
 extern "C" {
 void* __libc_malloc(std::size_t size);

@@ -30,9 +30,7 @@ class DetailCaps : public testing::Test {
     bench_->application = embedded::open_model(*run);
     auto& engine = bench_->services->session.engine;
     engine = runfile::make_recorded_engine(run);
-    if (!concurrent)
-      engine = std::make_shared<test::forwarding::ForwardingEngine>(
-          engine, std::make_shared<const test::Hook>([](const char*) {}));
+    if (!concurrent) engine = test::not_concurrent(engine);
     ASSERT_EQ(engine->concurrent(), concurrent);
     OrdvaneReports reports(bench_->services);
     reports.Initialize(bench_->application, 1);

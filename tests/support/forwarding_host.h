@@ -258,4 +258,9 @@ std::shared_ptr<Interface> announcing(std::shared_ptr<Interface> target, Hook ho
   return forwarding::wrapped(std::move(target), std::make_shared<const Hook>(std::move(hook)));
 }
 
+// The same engine, as one that is asked from one thread only.
+inline std::shared_ptr<engine::Engine> not_concurrent(std::shared_ptr<engine::Engine> target) {
+  return announcing(std::move(target), [](const char*) {});
+}
+
 }  // namespace ordvane::test

@@ -10,6 +10,7 @@
 
 #include "automation/excel_dispatch.h"
 #include "service/small_run.h"
+#include "support/forwarding_host.h"
 #include "support/snapshot.h"
 #include "windows/excel_stand_in.h"
 
@@ -29,7 +30,9 @@ inline constexpr std::array<std::pair<const char*, Choose>, 7> kReports = {{
 
 struct DispatchBench : service::Bench {
   explicit DispatchBench(const service::RunShape& shape = {})
-      : Bench(shape), stand_in(std::make_shared<StandIn>(application)) {}
+      : Bench(shape), stand_in(std::make_shared<StandIn>(application)) {
+    services->session.engine = not_concurrent(services->session.engine);  // as the add-in's is
+  }
 
   // Returns the workbook's name; empty where none was made.
   std::string make(bool through_dispatch, Choose choose, std::string* error = nullptr) {
