@@ -69,6 +69,15 @@ void DralInputOutput::show_steps(std::int32_t outputs, std::shared_ptr<const Tab
   outputRankPerStep_.show(std::move(ranks), outputs, numSteps);
 }
 
+std::int32_t DralInputOutput::failed_results(std::int32_t output) const {
+  if (output >= 1 && output <= failed_results_.size() && failed_results_(output) != kNotCounted)
+    return failed_results_(output);
+  std::vector<double> results(static_cast<std::size_t>(std::max(numSteps, 0)));
+  copy_results(output, 1, results);
+  return static_cast<std::int32_t>(
+      std::ranges::count_if(results, [this](double result) { return !rules_->is_usable(result); }));
+}
+
 std::int32_t DralInputOutput::rank(std::int32_t output) const {
   return whole_rank(outputRank(output));
 }

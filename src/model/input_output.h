@@ -162,6 +162,17 @@ class DralInputOutput {
     OutputValuesCalculated_.copy(output, first, results);
   }
 
+  // How many of the output's results at the input's steps are no numbers: as counted, else as the table has
+  // them.
+  std::int32_t failed_results(std::int32_t output) const;
+  // Retrieval counts them, for so many outputs.
+  void failed_results_init(std::int32_t outputs) {
+    failed_results_.assign(outputs, kNotCounted);
+  }
+  void count_failed_results(std::int32_t output, std::int32_t failed) {
+    failed_results_(output) = failed;
+  }
+
   // The ranks as whole numbers: the tables that clients see hold them as doubles.
   std::int32_t rank(std::int32_t output) const;
   std::int32_t rank_of_step(std::int32_t output, std::int32_t step) const;
@@ -171,9 +182,12 @@ class DralInputOutput {
     return rule == TableRule::kReplaceNaN ? rules_->without_nan(value) : value;
   }
 
+  static constexpr std::int32_t kNotCounted = -1;
+
   std::shared_ptr<const NumberRules> rules_;
   std::string simple_name_;
   std::string qualified_name_;
+  OneBased<std::int32_t> failed_results_;
 
 #define ORDVANE_TABLE1(number, name, init, rule) ValueTable name##_;
 #define ORDVANE_TABLE2(number, name, init, rule) ValueTable name##_;

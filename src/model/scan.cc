@@ -139,6 +139,7 @@ namespace {
 void init_tables(DralInputOutput& input, std::int32_t outputs) {
   const std::int32_t steps = input.numSteps;
   input.tableOfValuesInit(steps);
+  input.failed_results_init(outputs);
   input.outputMinValueInit(outputs);
   input.outputMaxValueInit(outputs);
   input.outputMinPercentChangeInit(outputs);
@@ -149,9 +150,11 @@ void init_tables(DralInputOutput& input, std::int32_t outputs) {
   input.maxInputValueInit(outputs);
 }
 
-// The extremes of one output while one input varies. A step that gave no number leaves them as they are.
+// The extremes of one output while one input varies. A step that gave no number leaves them as they are, and
+// is counted.
 class Extremes {
  public:
+  void fail() { ++failed_; }
   void take(double value, std::int32_t step) {
     if (lowest_step_ == 0 || value < lowest_) std::tie(lowest_, lowest_step_) = std::tie(value, step);
     if (highest_step_ == 0 || value > highest_) std::tie(highest_, highest_step_) = std::tie(value, step);
@@ -174,11 +177,13 @@ class Extremes {
     input.maxChange = any ? input.InputValuesUsed(highest_step_) : missing;
     input.minInputValuePut(output, input.minChange);
     input.maxInputValuePut(output, input.maxChange);
+    input.count_failed_results(output, failed_);
   }
 
  private:
   double lowest_ = 0, highest_ = 0;
   std::int32_t lowest_step_ = 0, highest_step_ = 0;  // 0: none yet
+  std::int32_t failed_ = 0;                          // steps
 };
 
 // Reads one run into the records. Where engine and rules allow it, outputs are read side by side, and then
@@ -332,7 +337,10 @@ std::vector<Extremes> Retrieval::extremes_of(std::span<const double> results) co
   std::size_t r = 0;
   for (auto of_input = extremes.begin(); const DralInputOutput& input : inputs_) {
     for (std::int32_t j = 1; j <= input.numSteps; ++j, ++r)
-      if (rules_.is_usable(results[r])) of_input->take(results[r], j);
+      if (rules_.is_usable(results[r]))
+        of_input->take(results[r], j);
+      else
+        of_input->fail();
     pace.step(static_cast<std::size_t>(std::max(input.numSteps, 0)));
     ++of_input;
   }

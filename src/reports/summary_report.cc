@@ -52,7 +52,7 @@ struct FailedResults {
     for (std::int32_t i = 1; i <= inputs.size(); ++i) {
       steps += inputs(i).numSteps;
       for (std::int32_t k = 1; k <= selected.size(); ++k)
-        if (selected(k) > 0) count(inputs(i), i, selected(k), k);
+        if (selected(k) > 0) add(i, k, inputs(i).failed_results(selected(k)));
     }
   }
 
@@ -66,16 +66,10 @@ struct FailedResults {
   model::OneBased<std::int64_t> of_outputs;  // in the order of the selection
 
  private:
-  void count(const model::DralInputOutput& input, std::int32_t i, std::int32_t output, std::int32_t k) {
-    results_.resize(static_cast<std::size_t>(std::max(input.numSteps, 0)));
-    input.copy_results(output, 1, results_);
-    const std::int64_t failed =
-        std::ranges::count_if(results_, [&](double result) { return !input.rules().is_usable(result); });
+  void add(std::int32_t i, std::int32_t k, std::int32_t failed) {
     of_inputs(i) += failed;
     of_outputs(k) += failed;
   }
-
-  std::vector<double> results_;
 };
 
 // Nothing for records whose values were never fetched.
@@ -112,12 +106,6 @@ void add_title(const Context& context, layout::ReportSheet& sheet, session::Text
   sheet.SetSheetOption(1);
 }
 
-// One column of a table, `offset` columns from the body's first, from the caption down.
-void fit_column(layout::ReportTable& table, std::int32_t offset) {
-  const auto body = table.BodyRange();
-  body->offset(-1, offset)->resize(body->row_count() + 1, 1)->auto_fit_columns();
-}
-
 }  // namespace
 
 std::int32_t MakeSummaryReport(const Context& context, const OrdvaneSummary& summary) {
@@ -144,8 +132,7 @@ std::int32_t MakeSummaryReport(const Context& context, const OrdvaneSummary& sum
     values.set(row, 1, line.value);
   }
   table->PutBody(1, values);
-  fit_column(*table, -1);
-  fit_column(*table, 0);
+  table->FitColumns(0, 2, 1);
   if (failed) add_lines(context, *sheet, *failed);
   sheet->FinishSheet();
   return 0;

@@ -147,6 +147,8 @@ TEST_F(Scan, ExtremesAreThoseOfTheFirstStepThatReachesThem) {
   EXPECT_EQ(inputs(1).maxInputValue(1), 3);
   EXPECT_EQ(inputs(2).outputMinValue(1), host::kMissingNumber) << "no step of it has a result";
   EXPECT_EQ(inputs(2).maxInputValue(1), host::kMissingNumber);
+  EXPECT_EQ(inputs(1).failed_results(1), 0);
+  EXPECT_EQ(inputs(2).failed_results(1), 3);
 }
 
 // Whatever was dropped in between.
