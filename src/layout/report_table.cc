@@ -18,6 +18,7 @@ using host::VAlign;
 
 constexpr double kWrappedCaptionWidth = 14;  // characters; longer captions of fitted columns wrap
 constexpr double kCaptionMargin = 8;         // points beside a caption
+constexpr double kFitted = -1;               // no column's width
 constexpr double kBreathing = 1.5;           // characters beside fitted contents
 constexpr double kWidestNames = 42;          // characters
 constexpr const char* kTextFormat = "@";
@@ -230,9 +231,17 @@ void ReportTable::AddRowRule(std::int32_t row) {
 }
 
 void ReportTable::PutBody(std::int32_t first_row, const host::CellBlock& block) {
+  const host::CellBlock* const one = &block;
+  PutBody(first_row, {&one, 1});
+}
+
+void ReportTable::PutBody(std::int32_t first_row, std::span<const host::CellBlock* const> blocks) {
+  if (blocks.empty()) return;
   settled_ = false;
-  Body(first_row, 1, block.rows(), block.columns())->put(block);
-  measure_names(block);
+  std::int32_t rows = 0;
+  for (const host::CellBlock* block : blocks) rows += block->rows();
+  Body(first_row, 1, rows, blocks[0]->columns())->put_blocks(blocks);
+  for (const host::CellBlock* block : blocks) measure_names(*block);
 }
 
 // Names may be merged over several rows later, and merged cells are not fitted by the spreadsheet.
@@ -259,6 +268,15 @@ void ReportTable::FormatBody(std::int32_t first_row, std::int32_t rows, std::int
 void ReportTable::FormatRows(std::int32_t column, const std::vector<std::string>& formats) {
   settled_ = false;
   Body(1, column, static_cast<std::int32_t>(formats.size()))->set_row_formats(formats);
+}
+
+void ReportTable::FitColumns(std::int32_t column, std::int32_t columns, std::int32_t header_rows) {
+  cells(body_row() - header_rows, body_column() + column - 1, rows_on_sheet() + header_rows, columns)
+      ->auto_fit_columns();
+  for (std::int32_t i = 0; i < columns; ++i)
+    if (const auto unfitted = widths_to_fit_.find(body_column() + column - 1 + i);
+        unfitted != widths_to_fit_.end())
+      unfitted->second = kFitted;
 }
 
 void ReportTable::Settle() {
@@ -380,7 +398,7 @@ double ReportTable::settle_column(std::int32_t column) {
       fitted = body->column_width();
       width = fitted + kBreathing;
     }
-    unfitted->second = -1;
+    unfitted->second = kFitted;
   }
   if (const auto caption = captions_.find(column); caption != captions_.end())
     width = std::max(width, caption_width(caption->second));

@@ -235,7 +235,7 @@ class FitWork {
   }
 
  private:
-  static constexpr std::int32_t kCellsAtOnce = 1 << 16;
+  static constexpr std::int32_t kCellsAtOnce = 1 << 13;
 
   struct Piece {
     const RowBand* band;

@@ -120,11 +120,8 @@ void DetailByInput::make() {
   table_->FilterRows();
   application.set_cursor(cursor);
 
-  const auto body = table_->BodyRange();
-  // Names keep the widths that their columns have. All others in one go: the cells lie row by row.
-  body->offset(-1, c_.cell() - 1)
-      ->resize(body->row_count() + 1, c_.count() - c_.cell() + 1)
-      ->auto_fit_columns();
+  // Names keep the widths that their columns have.
+  table_->FitColumns(c_.cell(), c_.count() - c_.cell() + 1, 1);
   table_->Settle();
   sheet->FinishSheet();
 }

@@ -617,7 +617,7 @@ void MultiWayDetail::note_left_out_rows(const std::vector<GroupRows>& groups) {
 // cells lie row by row.
 void MultiWayDetail::fit_columns() {
   const auto fit = [&](std::int32_t column, std::int32_t columns) {
-    combinations_table_->Body(1, column, std::max(rows_, 1), columns)->auto_fit_columns();
+    combinations_table_->FitColumns(column, columns);
   };
   for (std::int32_t i = 1; i <= c_.members; ++i) fit(c_.member_value(i), 1);
   fit(c_.result(1), c_.outputs * kColumnsPerOutput);

@@ -129,10 +129,7 @@ void MakeOutputDetailReport(const Context& context, std::int32_t on) {
   }
   application.set_cursor(cursor);
 
-  const auto body_range = table->BodyRange();
-  body_range->offset(-kHeaderRows, 0)
-      ->resize(body_range->row_count() + kHeaderRows, c.count())
-      ->auto_fit_columns();
+  table->FitColumns(1, c.count(), kHeaderRows);
   sheet->FinishSheet();
 }
 

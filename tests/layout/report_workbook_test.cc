@@ -171,6 +171,23 @@ TEST(ReportSheet, PlacesBlocksOneBelowAnother) {
   EXPECT_GT(model.row_heights.at(8), 30) << "and its row holds all its lines";
 }
 
+// The second column's contents need no other width than it has, which must not fit it again.
+TEST(ReportTable, ColumnsFittedTogetherAreNotFittedAgain) {
+  test::SheetBench bench;
+  const auto table = bench.sheet->AddTable(1, 2, 1, 0, "", "");
+  table->SetColumns({layout::figure_column("a"), layout::figure_column("b")});
+  host::CellBlock body(1, 2);
+  body.set_number(1, 1, 123456789012);
+  const double before = table->Body(1, 2)->column_width();
+  table->PutBody(1, body);
+  table->FitColumns(1, 2);
+  const double first = table->Body(1, 1)->column_width();
+  bench.sheet->FinishSheet();
+  EXPECT_GT(first, before);
+  EXPECT_EQ(table->Body(1, 1)->column_width(), first);
+  EXPECT_EQ(table->Body(1, 2)->column_width(), before);
+}
+
 TEST(ReportTable, NameColumnsGrowWithTheirNamesWithinReason) {
   struct Case {
     std::size_t length;
