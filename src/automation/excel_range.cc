@@ -67,7 +67,7 @@ class ExcelRange final : public host::Range, public ExcelObject {
   CellValue value() override { return first_value(few_cells().get(L"Value2")); }
   void set_value(const CellValue& value) override;
   host::CellBlock values() override { return cell_block(it_.get(L"Value2"), row_count(), column_count()); }
-  void put(const host::CellBlock& block) override;
+  void put_blocks(std::span<const host::CellBlock* const> blocks) override;
   std::string formula() override { return first_value(few_cells().get(L"Formula")).text; }
   void set_formula(const std::string& formula) override { it_.put(L"Formula", formula); }
   CellValue value_with(const std::string& formula) override;
@@ -147,6 +147,7 @@ class ExcelRange final : public host::Range, public ExcelObject {
 
   // Cells formatted as text, asked for as few calls as their formats allow.
   class TextCells;
+  void put_all(const host::CellBlock& block);
 
   KnownArea area_;
 };
@@ -234,9 +235,21 @@ void ExcelRange::set_value(const CellValue& value) {
   put(block);
 }
 
-void ExcelRange::put(const host::CellBlock& block) {
-  if (block.rows() != row_count() || block.columns() != column_count())
+void ExcelRange::put_blocks(std::span<const host::CellBlock* const> blocks) {
+  std::int32_t rows = 0;
+  for (const host::CellBlock* block : blocks) rows += block->rows();
+  const auto fits = [&](const host::CellBlock* block) { return block->columns() == column_count(); };
+  if (rows != row_count() || !std::ranges::all_of(blocks, fits))
     throw host::Error(host::errc::kHostRefused, "The block and the range differ in size");
+  if (blocks.size() == 1) return put_all(*blocks[0]);
+  for (std::int32_t above = 0; const host::CellBlock* block : blocks) {
+    offset(above, 0)->resize(block->rows(), block->columns())->put(*block);
+    above += block->rows();
+  }
+}
+
+// Of the range's size.
+void ExcelRange::put_all(const host::CellBlock& block) {
   std::vector<bool> risky(block.text_count()), large(block.text_count());
   for (host::CellBlock::TextId id = 0; id < block.text_count(); ++id) {
     const std::string& text = block.text(id);

@@ -154,9 +154,13 @@ class Range {
   // Every cell of the range.
   virtual void set_value(const CellValue& value) = 0;
   virtual CellBlock values() = 0;
-  // Writes a block of values from the range's first cell, row by row; the block must have the range's size.
-  // Blank cells of the block empty the sheet's cells; formats stay.
-  virtual void put(const CellBlock& block) = 0;
+  // Writes blocks of values from the range's first cell, row by row, one block below the other; together they
+  // must have the range's size. Blank cells of a block empty the sheet's cells; formats stay.
+  virtual void put_blocks(std::span<const CellBlock* const> blocks) = 0;
+  void put(const CellBlock& block) {
+    const CellBlock* const one = &block;
+    put_blocks({&one, 1});
+  }
   // The first cell's formula in its English form, with "="; its content as text where it holds no formula.
   virtual std::string formula() = 0;
   // Every cell; relative references move with the cell. A text without "=" is entered as if typed.

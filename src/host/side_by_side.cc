@@ -34,7 +34,7 @@ void each_side_by_side(std::size_t count, std::size_t threads, const std::functi
   std::mutex mutex;
   std::size_t failed = count;
   std::exception_ptr failure;
-  side_by_side(std::min(count, threads), [&] {
+  const auto work = [&] {
     for (std::size_t i = next++; i < count; i = next++) try {
         each(i);
       } catch (...) {
@@ -42,7 +42,8 @@ void each_side_by_side(std::size_t count, std::size_t threads, const std::functi
         const std::lock_guard lock(mutex);
         if (i < failed) std::tie(failed, failure) = std::tuple(i, std::current_exception());
       }
-  });
+  };
+  side_by_side(std::min(count, threads), std::cref(work));  // which takes no memory
   if (failure) std::rethrow_exception(failure);
 }
 

@@ -1,8 +1,10 @@
 // Work that several threads do side by side.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
+#include <span>
 
 namespace ordvane::host {
 
@@ -18,5 +20,17 @@ void side_by_side(std::size_t count, const std::function<void()>& work);
 // to `threads` - 1 others. Once a call throws no more are begun, and when all have ended, what the one with
 // the lowest number threw is thrown.
 void each_side_by_side(std::size_t count, std::size_t threads, const std::function<void(std::size_t)>& each);
+
+// Gives every element this value, where they are very many on all processors: memory is handed out by the
+// system as it is first written, which takes longer than the writing.
+template <class T>
+void fill_side_by_side(std::span<T> elements, const T& value) {
+  constexpr std::size_t kAtOnce = (std::size_t{1} << 19U) / sizeof(T);
+  const auto fill = [&](std::size_t piece) {
+    const std::size_t first = piece * kAtOnce;
+    std::ranges::fill(elements.subspan(first, std::min(kAtOnce, elements.size() - first)), value);
+  };
+  each_side_by_side((elements.size() + kAtOnce - 1) / kAtOnce, processors(), std::cref(fill));
+}
 
 }  // namespace ordvane::host

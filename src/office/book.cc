@@ -3,8 +3,10 @@
 #include <bit>
 #include <cmath>
 #include <functional>
+#include <span>
 #include <utility>
 
+#include "host/side_by_side.h"
 #include "office/refusal.h"
 
 namespace ordvane::office {
@@ -74,8 +76,10 @@ RowBand::RowBand(std::int32_t row, std::int32_t row_count, std::int32_t column, 
 
 void RowBand::add_rows(std::int32_t count) {
   const auto all = static_cast<std::size_t>(rows + count);
-  cells.resize(all * static_cast<std::size_t>(columns));
+  const std::size_t present = cells.size();
   styles.add_rows(all - styles.rows());
+  cells.resize(all * static_cast<std::size_t>(columns));
+  host::fill_side_by_side(std::span(cells).subspan(present), CellContent());
   rows += count;
 }
 

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "host/excel.h"
+#include "host/unset_memory.h"
 #include "office/cell_content.h"
 #include "office/row_styles.h"
 #include "text/cell_names.h"
@@ -86,7 +87,7 @@ struct RowBand {
   RowBand(std::int32_t row, std::int32_t row_count, std::int32_t column, std::int32_t column_count);
   std::int32_t first_row = 1, rows = 0;
   std::int32_t first_column = 1, columns = 0;
-  std::vector<CellContent> cells;  // a cell with a style may be blank
+  host::UnsetVector<CellContent> cells;  // a cell with a style may be blank
   RowStyles styles;
   std::size_t index(std::int32_t row, std::int32_t column) const {
     return static_cast<std::size_t>(row - first_row) * static_cast<std::size_t>(columns) +

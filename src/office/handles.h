@@ -74,7 +74,7 @@ class RangeHandle final : public host::Range {
   host::CellValue value() override;
   void set_value(const host::CellValue& value) override;
   host::CellBlock values() override;
-  void put(const host::CellBlock& block) override;
+  void put_blocks(std::span<const host::CellBlock* const> blocks) override;
   std::string formula() override;
   void set_formula(const std::string& formula) override;
   host::CellValue value_with(const std::string& formula) override { return evaluate(formula); }

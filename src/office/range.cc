@@ -82,8 +82,8 @@ host::CellBlock RangeHandle::values() {
   return sheet().values(area_);
 }
 
-void RangeHandle::put(const host::CellBlock& block) {
-  sheet().put(area_, block);
+void RangeHandle::put_blocks(std::span<const host::CellBlock* const> blocks) {
+  sheet().put(area_, blocks);
 }
 
 std::string RangeHandle::formula() {

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
+#include "host/side_by_side.h"
 #include "office/refusal.h"
 #include "office/state.h"
 #include "text/utf16.h"
@@ -127,28 +129,75 @@ void Sheet::set_value(const Area& area, const CellValue& value) {
                       });
 }
 
-void Sheet::put(const Area& area, const host::CellBlock& block) {
-  constexpr TextId kUnknown = static_cast<TextId>(-1);
-  if (block.rows() != area.rows || block.columns() != area.columns)
-    refuse("The block and the range differ in size");
-  for (host::CellBlock::TextId id = 0; id < block.text_count(); ++id) check_text(block.text(id));
-  cells_.ensure_together(area);
+namespace {
+
+// Some rows of a block, and the sheet's texts that the block's are.
+struct BlockRows {
+  const host::CellBlock* block;
+  std::int32_t first, rows;
+  std::int32_t above;  // rows of the area above the block
+  const std::vector<TextId>* texts;
+};
+
+void write_row(const host::CellBlock& block, std::int32_t row, std::int32_t column,
+               const std::vector<TextId>& texts, std::span<CellContent> cells) {
+  for (CellContent& stored : cells) {
+    const host::CellBlock::Cell& cell = block.at(row, column++);
+    stored = cell.kind == CellKind::kText
+                 ? CellContent(CellKind::kText, static_cast<double>(texts[cell.text]))
+                 : storable(cell.kind, cell.number);
+  }
+}
+
+}  // namespace
+
+// Texts are numbered in the order of the blocks; then the cells are written on all processors.
+void Sheet::put(const Area& area, std::span<const host::CellBlock* const> blocks) {
+  constexpr std::int32_t kCellsAtOnce = 1 << 14;
+  std::int32_t rows = 0;
+  for (const host::CellBlock* block : blocks) {
+    if (block->columns() != area.columns) refuse("The block and the range differ in size");
+    rows += block->rows();
+    for (host::CellBlock::TextId id = 0; id < block->text_count(); ++id) check_text(block->text(id));
+  }
+  if (rows != area.rows) refuse("The block and the range differ in size");
+  std::vector<std::vector<TextId>> texts(blocks.size());
+  std::vector<BlockRows> pieces;
+  std::int32_t above = 0;
+  for (std::size_t i = 0; i < blocks.size(); above += blocks[i++]->rows()) {
+    texts[i] = text_ids(*blocks[i]);
+    const std::int32_t at_once = std::max(kCellsAtOnce / area.columns, 1);
+    for (std::int32_t row = 1; row <= blocks[i]->rows(); row += at_once)
+      pieces.push_back({blocks[i], row, std::min(at_once, blocks[i]->rows() - row + 1), above, &texts[i]});
+  }
   forget_formulas(area);
-  std::vector<TextId> text_ids(block.text_count(), kUnknown);
-  TextTable& texts = book->model->texts;
-  cells_.for_each_run(
-      area, [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
-        for (std::size_t i = index; i < index + count; ++i, ++column) {
-          const host::CellBlock::Cell& cell = block.at(row - area.row + 1, column - area.column + 1);
-          if (cell.kind != CellKind::kText) {
-            band.cells[i] = storable(cell.kind, cell.number);
-            continue;
-          }
-          TextId& id = text_ids[cell.text];
-          if (id == kUnknown) id = texts.intern(block.text(cell.text));
-          band.cells[i] = {CellKind::kText, static_cast<double>(id)};
-        }
-      });
+  const std::function<void(std::size_t)> write_piece = [&](std::size_t i) {
+    const BlockRows& piece = pieces[i];
+    const std::int32_t top = area.row + piece.above;
+    cells_.for_each_run(
+        {top + piece.first - 1, area.column, piece.rows, area.columns},
+        [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
+          write_row(*piece.block, row - top + 1, column - area.column + 1, *piece.texts,
+                    std::span(band.cells).subspan(index, count));
+        });
+  };
+  cells_.ensure_together(area);
+  host::each_side_by_side(pieces.size(), host::processors(), write_piece);
+}
+
+// The numbers that a block's texts have here: new ones in the order of the cells.
+std::vector<TextId> Sheet::text_ids(const host::CellBlock& block) {
+  constexpr TextId kUnknown = static_cast<TextId>(-1);
+  std::vector<TextId> ids(block.text_count(), kUnknown);
+  std::size_t unknown = ids.size();
+  for (std::int32_t row = 1; row <= block.rows() && unknown > 0; ++row)
+    for (std::int32_t column = 1; column <= block.columns(); ++column) {
+      const host::CellBlock::Cell& cell = block.at(row, column);
+      if (cell.kind != CellKind::kText || ids[cell.text] != kUnknown) continue;
+      ids[cell.text] = book->model->texts.intern(block.text(cell.text));
+      --unknown;
+    }
+  return ids;
 }
 
 // ---- Formulas ----

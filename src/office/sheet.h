@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <span>
 #include <string>
 #include <unordered_map>
 
@@ -35,7 +36,8 @@ class Sheet : private CellSource {
   const NumberSymbols& symbols() const override;
   host::CellBlock values(const Area& area);
   void set_value(const Area& area, const host::CellValue& value);
-  void put(const Area& area, const host::CellBlock& block);
+  // Blocks one below the other, which fill the area.
+  void put(const Area& area, std::span<const host::CellBlock* const> blocks);
 
   std::string formula(std::int32_t row, std::int32_t column);
   void set_formula(const Area& area, const std::string& formula);
@@ -67,6 +69,7 @@ class Sheet : private CellSource {
   void fit_columns(const Area& area);
 
  private:
+  std::vector<TextId> text_ids(const host::CellBlock& block);
   // What is known of a cell's formula besides its text.
   struct Computation {
     std::shared_ptr<const Formula> formula;  // null: the value was recorded

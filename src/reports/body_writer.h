@@ -53,33 +53,34 @@ struct PieceSizes {
   std::size_t threads, pieces;
 };
 
-// Fills a table's body and writes it from the top, a piece after another. `begin` gets a piece with blank
-// cells, `end` the same when it is filled, both on this thread and in the order of the rows; `fill` is called
-// in between, where there are threads for it on any of these. `Piece` is a BodyPiece.
+// Fills a table's body and writes it from the top, some pieces at a time. `begin` and `end` get each piece
+// before and after it is filled, both on this thread and in the order of the rows; `fill` gets it with blank
+// cells, where there are threads for it on any of these. `Piece` is a BodyPiece.
 template <class Piece, class Begin, class Fill, class End>
 void fill_body_in_pieces(layout::ReportTable& table, std::int32_t rows, bool side_by_side, const Begin& begin,
                          const Fill& fill, const End& end) {
   const PieceSizes sizes(rows, table.columns(), side_by_side);
   std::vector<Piece> pieces;
-  for (std::int32_t written = 0; written < rows;) {
-    std::size_t begun = 0;
-    for (std::int32_t first = written + 1; begun < sizes.pieces && first <= rows; ++begun) {
-      if (begun == pieces.size()) pieces.emplace_back(sizes.rows, table.columns());
-      Piece& piece = pieces[begun];
+  std::vector<const host::CellBlock*> blocks;
+  pieces.reserve(sizes.pieces);
+  for (std::int32_t written = 0, first = 1; first <= rows; written = first - 1) {
+    blocks.clear();
+    while (blocks.size() < sizes.pieces && first <= rows) {
+      if (blocks.size() == pieces.size()) pieces.emplace_back(sizes.rows, table.columns());
+      Piece& piece = pieces[blocks.size()];
       piece.first = first;
       if (first + sizes.rows - 1 > rows) piece.block.truncate(rows - first + 1);
       first += piece.block.rows();
+      blocks.push_back(&piece.block);
       begin(piece);
     }
-    host::each_side_by_side(begun, sizes.threads, [&](std::size_t i) { fill(pieces[i]); });
-    for (std::size_t i = 0; i < begun; ++i) {
-      Piece& piece = pieces[i];
-      end(piece);
-      table.PutBody(written + 1, piece.block);
-      written += piece.block.rows();
-      piece.block.clear();
-      piece.gaps.clear();
-    }
+    host::each_side_by_side(blocks.size(), sizes.threads, [&](std::size_t i) {
+      pieces[i].block.clear();
+      pieces[i].gaps.clear();
+      fill(pieces[i]);
+    });
+    for (std::size_t i = 0; i < blocks.size(); ++i) end(pieces[i]);
+    table.PutBody(written + 1, blocks);
   }
 }
 

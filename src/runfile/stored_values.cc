@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <system_error>
 
+#include "host/side_by_side.h"
+
 namespace ordvane::runfile {
 namespace {
 
@@ -39,7 +41,10 @@ StoredValues StoredValues::of_table(const std::filesystem::path& table, std::siz
 
 void StoredValues::make_room(std::size_t count, std::size_t most_in_memory) {
   if (count > most_in_memory) file_ = MappedFile::temporary(count * sizeof(double));
-  if (!file_) return own_.resize(count);
+  if (!file_) {
+    own_.resize(count);
+    return host::fill_side_by_side(std::span(own_), 0.0);
+  }
   mapped_ = reinterpret_cast<double*>(file_->data());
   size_ = count;
 }

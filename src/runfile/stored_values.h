@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "host/unset_memory.h"
 #include "runfile/mapped_file.h"
 #include "runfile/values.h"
 
@@ -19,7 +20,6 @@ class StoredValues {
   static constexpr std::size_t kMostInMemory = std::size_t{1} << 23;  // 64 MiB of them
 
   StoredValues() = default;
-  StoredValues(std::vector<double> values) : own_(std::move(values)) {}
   // `count` values of a binary table, from so many bytes on; the file has them all. Throws std::system_error
   // where it cannot be read, and as make_room() does.
   static StoredValues of_table(const std::filesystem::path& table, std::size_t offset, std::size_t count);
@@ -49,8 +49,8 @@ class StoredValues {
     }
   }
   // Of values that are in memory: themselves.
-  std::vector<double>& in_memory() { return own_; }
-  const std::vector<double>& in_memory() const { return own_; }
+  host::UnsetVector<double>& in_memory() { return own_; }
+  const host::UnsetVector<double>& in_memory() const { return own_; }
   // As they are in the table: see decoded().
   double recorded(std::size_t at) const { return data()[at]; }
 
@@ -68,7 +68,7 @@ class StoredValues {
   const double* data() const { return file_ ? mapped_ : own_.data(); }
   double* data() { return file_ ? mapped_ : own_.data(); }
 
-  std::vector<double> own_;
+  host::UnsetVector<double> own_;
   std::shared_ptr<MappedFile> file_;  // null: they are in memory
   double* mapped_ = nullptr;          // the first of them there
   std::size_t size_ = 0;              // how many there are

@@ -217,6 +217,15 @@ TEST_F(Conformance, BlocksAreWrittenAndReadWhole) {
       EXPECT_EQ(read.value(row, column), expected[row - 1][column - 1]) << row << "," << column;
   EXPECT_THROW(at("B2:C5")->put(block), Error) << "sizes differ";
   EXPECT_EQ(value("B5").text, "old");
+
+  CellBlock below(1, 2);
+  below.set(1, 1, "two");
+  const CellBlock* const blocks[] = {&block, &below};
+  at("B2:C5")->put_blocks(blocks);
+  EXPECT_EQ(value("B3").text, "one");
+  EXPECT_EQ(value("B5").text, "two");
+  EXPECT_EQ(value("C5"), CellValue());
+  EXPECT_THROW(at("B2:C4")->put_blocks(blocks), Error);
 }
 
 TEST_F(Conformance, EmptyingCellsKeepsTheirFormats) {

@@ -301,8 +301,8 @@ TEST(ReadRun, ReadsGroupsOfInputs) {
   EXPECT_EQ(run.groups[1].steps, (std::vector<std::int32_t>{1, 1, 1}));
   EXPECT_EQ(run.groups[1].first, 6);
   EXPECT_EQ(run.group_recalculations, 7);
-  EXPECT_EQ(run.group_input_values.in_memory(),
-            (std::vector<double>{30, 10, 30, 11, 30, 12, 31, 10, 31, 11, 31, 12, 5, 6, 7}));
+  EXPECT_THAT(run.group_input_values.in_memory(),
+              testing::ElementsAre(30, 10, 30, 11, 30, 12, 31, 10, 31, 11, 31, 12, 5, 6, 7));
   EXPECT_EQ(run.group_output_values[6], 18);
   EXPECT_EQ(run.group_output_values[4], encode_error(CellError::kNA));
 

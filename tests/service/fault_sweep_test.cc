@@ -56,7 +56,7 @@ bool run_with_fault(Failing failing, FailNth& fault) {
   EXPECT_FALSE(threw && kept_error);
   // What carries data or makes a sheet is never passed over in silence.
   for (const char* member :
-       {"Range.put", "Range.set_value", "Worksheet.set_name", "Workbook.add_worksheet",
+       {"Range.put_blocks", "Range.set_value", "Worksheet.set_name", "Workbook.add_worksheet",
         "Application.add_workbook", "Worksheet.add_chart", "Engine.DRL4_Get", "Engine.DRL7_"})
     EXPECT_TRUE(threw || kept_error || fault.where.find(member) == std::string::npos);
   // A host that refuses for good cannot be told to restore anything.

@@ -21,7 +21,7 @@
 
 namespace ordvane::test {
 
-// Called with "Range.put" and the like before each call.
+// Called with "Range.put_blocks" and the like before each call.
 using Hook = std::function<void(const char* member)>;
 
 // Thrown by a hook: the call, one of the engine's, is not made and answers with this status.
@@ -161,7 +161,7 @@ auto Wrapper<Interface>::announced(const char* member, Call&& call) {
   X(remove)
 #define ORDVANE_RANGE(X, ...) \
   X(worksheet) X(row) X(column) X(row_count) X(column_count) X(address) X(cell) X(offset) X(resize) \
-  X(value) X(set_value) X(values) X(put) X(formula) X(set_formula) X(value_with) X(evaluate) X(number_format) \
+  X(value) X(set_value) X(values) X(put_blocks) X(formula) X(set_formula) X(value_with) X(evaluate) X(number_format) \
   X(number_format_local) X(set_number_format) X(set_row_formats) \
   X(set_font) X(set_interior) X(set_border) X(add_color_scale) X(set_auto_filter) X(set_alignment) X(set_indent) X(set_wrap_text) X(locked) \
   X(set_merge) X(auto_fit_columns) X(column_width) X(set_column_width) X(set_columns_hidden) X(row_height) \

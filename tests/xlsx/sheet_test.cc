@@ -248,5 +248,33 @@ TEST(SharedTexts, TakeTheLongestTextACellHolds) {
   EXPECT_NO_THROW(package(book));
 }
 
+// Many cells are shared out among all processors.
+TEST(SharedTexts, AreThoseThatCellsHold) {
+  for (const std::int32_t rows : {9, 1 << 18}) {
+    office::BookModel book;
+    auto& sheet = *book.sheets.emplace_back(std::make_shared<office::SheetModel>());
+    office::RowBand& band = sheet.bands.emplace_back(1, rows, 1, 6);
+    const auto put = [&](std::size_t cell, const std::string& text) {
+      band.cells[cell] = {host::CellKind::kText, static_cast<double>(book.texts.intern(text))};
+    };
+    put(1, "b");
+    put(0, "forgotten");
+    put(0, "a");
+    put(band.cells.size() / 2, "b");
+    put(band.cells.size() - 2, "c");
+    const SharedTexts texts = collect_texts(book);
+    EXPECT_EQ(texts.references, 4U);
+    EXPECT_EQ(texts.used, (std::vector<office::TextId>{0, 2, 3}));
+    EXPECT_EQ(texts.number[3], 2U);
+    put(band.cells.size() - 1, std::string(32768, 'x'));
+    try {
+      collect_texts(book);
+      ADD_FAILURE() << "too long for a cell";
+    } catch (const host::Error& error) {
+      EXPECT_THAT(error.description(), HasSubstr("cell F" + std::to_string(rows) + ":"));
+    }
+  }
+}
+
 }  // namespace
 }  // namespace ordvane::xlsx
