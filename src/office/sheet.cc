@@ -131,12 +131,12 @@ void Sheet::set_value(const Area& area, const CellValue& value) {
 
 namespace {
 
-// Some rows of a block, and the sheet's texts that the block's are.
+// The cells of some rows of a block.
 struct BlockRows {
   const host::CellBlock* block;
-  std::int32_t first, rows;
-  std::int32_t above;  // rows of the area above the block
-  const std::vector<TextId>* texts;
+  const std::vector<TextId>* texts;  // what the block's are here
+  std::int32_t top;                  // sheet row of the block's first
+  Area area;
 };
 
 void write_row(const host::CellBlock& block, std::int32_t row, std::int32_t column,
@@ -163,26 +163,26 @@ void Sheet::put(const Area& area, std::span<const host::CellBlock* const> blocks
   if (rows != area.rows) refuse("The block and the range differ in size");
   std::vector<std::vector<TextId>> texts(blocks.size());
   std::vector<BlockRows> pieces;
-  std::int32_t above = 0;
-  for (std::size_t i = 0; i < blocks.size(); above += blocks[i++]->rows()) {
+  const std::int32_t at_once = std::max(kCellsAtOnce / area.columns, 1);
+  std::int32_t top = area.row;
+  for (std::size_t i = 0; i < blocks.size(); top += blocks[i++]->rows()) {
     texts[i] = text_ids(*blocks[i]);
-    const std::int32_t at_once = std::max(kCellsAtOnce / area.columns, 1);
-    for (std::int32_t row = 1; row <= blocks[i]->rows(); row += at_once)
-      pieces.push_back({blocks[i], row, std::min(at_once, blocks[i]->rows() - row + 1), above, &texts[i]});
+    for (std::int32_t row = 0; row < blocks[i]->rows(); row += at_once)
+      pieces.push_back({blocks[i],
+                        &texts[i],
+                        top,
+                        {top + row, area.column, std::min(at_once, blocks[i]->rows() - row), area.columns}});
   }
-  forget_formulas(area);
-  const std::function<void(std::size_t)> write_piece = [&](std::size_t i) {
-    const BlockRows& piece = pieces[i];
-    const std::int32_t top = area.row + piece.above;
-    cells_.for_each_run(
-        {top + piece.first - 1, area.column, piece.rows, area.columns},
-        [&](RowBand& band, std::size_t index, std::int32_t row, std::int32_t column, std::size_t count) {
-          write_row(*piece.block, row - top + 1, column - area.column + 1, *piece.texts,
-                    std::span(band.cells).subspan(index, count));
-        });
-  };
   cells_.ensure_together(area);
-  host::each_side_by_side(pieces.size(), host::processors(), write_piece);
+  forget_formulas(area);
+  host::each_side_by_side(pieces.size(), host::processors(), [&](std::size_t i) {
+    const BlockRows& piece = pieces[i];
+    cells_.for_each_run(piece.area, [&](RowBand& band, std::size_t index, std::int32_t row,
+                                        std::int32_t column, std::size_t count) {
+      write_row(*piece.block, row - piece.top + 1, column - area.column + 1, *piece.texts,
+                std::span(band.cells).subspan(index, count));
+    });
+  });
 }
 
 // The numbers that a block's texts have here: new ones in the order of the cells.

@@ -69,7 +69,6 @@ class Sheet : private CellSource {
   void fit_columns(const Area& area);
 
  private:
-  std::vector<TextId> text_ids(const host::CellBlock& block);
   // What is known of a cell's formula besides its text.
   struct Computation {
     std::shared_ptr<const Formula> formula;  // null: the value was recorded
@@ -82,6 +81,7 @@ class Sheet : private CellSource {
   host::CellValue value_at(const RowBand& band, std::size_t index) const;
   void store(const CellRef& cell, const host::CellValue& value);
   void write(RowBand& band, std::size_t index, const host::CellValue& value);
+  std::vector<TextId> text_ids(const host::CellBlock& block);
   void forget_formulas(const Area& area);
   std::shared_ptr<const Formula> filled_formula(const Area& area, const std::string& formula) const;
   void enter_formula(const CellRef& cell, const std::string& formula);

@@ -616,11 +616,8 @@ void MultiWayDetail::note_left_out_rows(const std::vector<GroupRows>& groups) {
 // Names keep the widths that their columns have; the others are fitted side by side in one go, because the
 // cells lie row by row.
 void MultiWayDetail::fit_columns() {
-  const auto fit = [&](std::int32_t column, std::int32_t columns) {
-    combinations_table_->FitColumns(column, columns);
-  };
-  for (std::int32_t i = 1; i <= c_.members; ++i) fit(c_.member_value(i), 1);
-  fit(c_.result(1), c_.outputs * kColumnsPerOutput);
+  for (std::int32_t i = 1; i <= c_.members; ++i) combinations_table_->FitColumns(c_.member_value(i), 1);
+  combinations_table_->FitColumns(c_.result(1), c_.outputs * kColumnsPerOutput);
   combinations_table_->Settle();
   extremes_table_->Settle();
 }
