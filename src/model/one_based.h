@@ -24,6 +24,10 @@ class OneBased {
   void assign(std::int32_t size, const T& value) {
     host::allocating([&] { items_.assign(static_cast<std::size_t>(size < 0 ? 0 : size), value); });
   }
+  // Takes memory for so many elements.
+  void reserve(std::int32_t size) {
+    host::allocating([&] { items_.reserve(static_cast<std::size_t>(size < 0 ? 0 : size)); });
+  }
   void push_back(T value) { items_.push_back(std::move(value)); }
   void clear() { items_.clear(); }
 

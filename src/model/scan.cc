@@ -95,6 +95,7 @@ std::int32_t OrdvaneScan::newScan(Records& records, std::int32_t kind, std::int3
   std::optional<BaseValues> base_values;
   if (kind == engine::kOutput) base_values.emplace(s);
   const std::int32_t count = kind == engine::kInput ? counts.listed_inputs : counts.outputs;
+  records.reserve(records.size() + count);
   for (std::int32_t k = 1; k <= count; ++k) {
     const ItemInfo info = engine.item(kind, k - 1);
     if (kind == engine::kOutput)
@@ -148,6 +149,20 @@ void init_tables(DralInputOutput& input, std::int32_t outputs) {
   input.inputValuesUsedInit(steps);
   input.minInputValueInit(outputs);
   input.maxInputValueInit(outputs);
+}
+
+// Side by side where they are large, since memory is handed out slowly.
+void make_tables(Records& inputs, std::int32_t outputs) {
+  constexpr std::size_t kLeastShared = 1 << 15;
+  constexpr std::size_t kInputsAtOnce = 64;
+  const auto count = static_cast<std::size_t>(inputs.size());
+  const bool shared = count * static_cast<std::size_t>(outputs) >= kLeastShared;
+  host::each_side_by_side(
+      (count + kInputsAtOnce - 1) / kInputsAtOnce, shared ? host::processors() : 1, [&](std::size_t piece) {
+        const auto of_piece = std::span(inputs.data(), count).subspan(piece * kInputsAtOnce);
+        for (DralInputOutput& input : of_piece.first(std::min(kInputsAtOnce, of_piece.size())))
+          init_tables(input, outputs);
+      });
 }
 
 // The extremes of one output while one input varies. A step that gave no number leaves them as they are, and
@@ -378,7 +393,7 @@ void Retrieval::put(std::span<const std::int32_t> positions, std::span<const Fin
 std::int32_t OrdvaneScan::getData(Records& inputs, Records& outputs,
                                   const OneBased<std::int32_t>& selectedOutputs, std::int32_t numIterations,
                                   std::int32_t runNumber) {
-  for (DralInputOutput& input : inputs) init_tables(input, outputs.size());
+  make_tables(inputs, outputs.size());
   Retrieval retrieval(session_, rules_, inputs, outputs, numIterations, runNumber);
   retrieval.read_inputs();
   retrieval.read_outputs({selectedOutputs.begin(), selectedOutputs.end()});
