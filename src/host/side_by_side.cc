@@ -29,6 +29,16 @@ void side_by_side(std::size_t count, const std::function<void()>& work) {
   work();
 }
 
+Aside::Aside(const std::function<void()>& work) {
+  try {
+    thread_ = std::jthread(work);
+  } catch (const std::system_error&) {
+    work();
+  } catch (const std::bad_alloc&) {
+    work();
+  }
+}
+
 void each_side_by_side(std::size_t count, std::size_t threads, const std::function<void(std::size_t)>& each) {
   std::atomic<std::size_t> next = 0;
   std::mutex mutex;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <functional>
 #include <span>
+#include <thread>
 
 namespace ordvane::host {
 
@@ -15,6 +16,16 @@ std::size_t processors();
 // system gives no more threads, or no memory for them, those that there are do it all: `work` takes what is
 // left to do until nothing is, and throws nothing.
 void side_by_side(std::size_t count, const std::function<void()>& work);
+
+// Something that need not be waited for. Calls `work`, which throws nothing, on a thread of its own, and ends
+// when it is done; where the system gives no thread, it is done when the object is made.
+class Aside {
+ public:
+  explicit Aside(const std::function<void()>& work);
+
+ private:
+  std::jthread thread_;
+};
 
 // Calls `each` with every number from 0 to `count` - 1, which are begun in their order, on this thread and up
 // to `threads` - 1 others. Once a call throws no more are begun, and when all have ended, what the one with

@@ -196,6 +196,7 @@ std::uint32_t combined_crc(std::uint32_t crc, const CompressedPiece& next) {
 // ---- Headers of entries that are written here ----
 
 constexpr std::size_t kBytesAtOnce = 1U << 20U;
+constexpr std::size_t kCopied = 1U << 16U;  // what is less waits for more
 constexpr std::uint32_t kHeaderSignature = 0x04034B50, kDirectorySignature = 0x02014B50,
                         kEndSignature = 0x06054B50, kLargeEndSignature = 0x06064B50,
                         kLargeEndPlaceSignature = 0x07064B50;
@@ -323,8 +324,14 @@ void ArchiveWriter::add(const CompressedPiece& piece) {
   entry.crc = combined_crc(entry.crc, piece);
   if (entry.size > kLargest) refuse(entry.name + " is over 4 GiB");
   if (position() + piece.data.size() > kLargest) refuse("it is over 4 GiB");
-  waiting_ += piece.data;
-  if (waiting_.size() >= kBytesAtOnce) flush();
+  if (piece.data.size() < kCopied) {
+    waiting_ += piece.data;
+    if (waiting_.size() >= kBytesAtOnce) flush();
+    return;
+  }
+  flush();
+  out_.write(piece.data);
+  written_ += piece.data.size();
 }
 
 // What the header is to say of the content is known now.

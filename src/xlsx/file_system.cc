@@ -45,6 +45,10 @@ ssize_t FileSystem::write_at(int file, const char* data, std::size_t size, std::
   return ::pwrite(file, data, size, static_cast<off_t>(position));
 }
 
+int FileSystem::begin_flush(int file, std::uint64_t from, std::uint64_t size) {
+  return ::sync_file_range(file, static_cast<off_t>(from), static_cast<off_t>(size), SYNC_FILE_RANGE_WRITE);
+}
+
 int FileSystem::change_mode(int file, mode_t mode) {
   return ::fchmod(file, mode);
 }

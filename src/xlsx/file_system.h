@@ -24,6 +24,8 @@ class FileSystem {
   virtual int create(std::string& name, mode_t mode);
   virtual ssize_t write(int file, const char* data, std::size_t size);
   virtual ssize_t write_at(int file, const char* data, std::size_t size, std::uint64_t position);
+  // What was written to these bytes begins to go to the disk, and flush() has less to wait for.
+  virtual int begin_flush(int file, std::uint64_t from, std::uint64_t size);
   virtual int change_mode(int file, mode_t mode);
   virtual int flush(int file);
   virtual int close(int file);

@@ -12,11 +12,13 @@
 #include <cerrno>
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "host/side_by_side.h"
 #include "xlsx/file_guard.h"
 
 namespace ordvane::xlsx {
@@ -92,6 +94,15 @@ void copy_extended_attributes(const fs::path& from, int to, const fs::path& path
   }
 }
 
+// A rename waits while the system throws out what it keeps in memory of the file that is replaced, unless
+// that is gone already.
+void let_go_of(const char* file) {
+  const int handle = ::open(file, O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+  if (handle < 0) return;
+  static_cast<void>(::posix_fadvise(handle, 0, 0, POSIX_FADV_DONTNEED));
+  ::close(handle);
+}
+
 // A file beside the target that is gone again unless it takes the target's place.
 class NewFile : public ByteSink {
  public:
@@ -103,6 +114,7 @@ class NewFile : public ByteSink {
     handle_ = files_.create(name_, replaces_ ? 0600 : 0666);
     if (handle_ < 0) refuse_to_write(path_, errno);
     static_cast<void>(::flock(handle_, LOCK_EX | LOCK_NB));  // alive, to other processes
+    if (replaces_ && old_.st_size >= kLarge) letting_go_.emplace([this] { let_go_of(target_.c_str()); });
   }
   ~NewFile() override {
     if (handle_ >= 0) files_.close(handle_);
@@ -113,6 +125,10 @@ class NewFile : public ByteSink {
 
   void write(std::string_view bytes) override {
     write_all(bytes, [&](std::string_view rest) { return files_.write(handle_, rest.data(), rest.size()); });
+    written_ += bytes.size();
+    if (written_ - begun_ < kFlushedAtOnce) return;
+    static_cast<void>(files_.begin_flush(handle_, begun_, written_ - begun_));  // flush() tells what fails
+    begun_ = written_;
   }
   void write_over(std::uint64_t at, std::string_view bytes) override {
     const char* const begin = bytes.data();
@@ -135,6 +151,9 @@ class NewFile : public ByteSink {
   }
 
  private:
+  static constexpr std::uint64_t kFlushedAtOnce = std::uint64_t{16} << 20U;
+  static constexpr off_t kLarge = off_t{16} << 20U;
+
   template <class Write>
   void write_all(std::string_view bytes, const Write& write) {
     while (!bytes.empty()) {
@@ -163,7 +182,10 @@ class NewFile : public ByteSink {
   struct stat old_ {};  // of the file that is replaced
   bool replaces_ = false;
   int handle_ = -1;
+  std::uint64_t written_ = 0;  // bytes
+  std::uint64_t begun_ = 0;    // of them, that were sent to the disk or are on their way
   bool placed_ = false;
+  std::optional<host::Aside> letting_go_;  // last, since it looks at the others
 };
 
 // So that the new name survives a power failure. The file itself is safe by then.

@@ -17,6 +17,7 @@
 #include "sample_book.h"
 #include "support/external_checks.h"
 #include "support/open_xml_sdk.h"
+#include "xlsx/whole_file.h"
 
 namespace ordvane::xlsx {
 namespace {
@@ -194,6 +195,39 @@ TEST(Save, RemovesWhatKilledProcessesLeft) {
   save(full_book(), folder / longest);
   EXPECT_THAT(names_in(folder),
               ElementsAre(".a.xlsx.being1", ".a.xlsx.notes1x", ".b.xlsx.Ab12yZ", "a.xlsx", longest));
+}
+
+// A system that cannot, whose refusals have no consequence.
+class NotedFlushes : public FileSystem {
+ public:
+  int begin_flush(int, std::uint64_t from, std::uint64_t size) override {
+    EXPECT_EQ(from, begun);
+    begun += size;
+    return -1;
+  }
+  std::uint64_t begun = 0;
+};
+
+TEST(Save, SendsWhatIsLargeToTheDiskWhileItIsMade) {
+  const test::TemporaryFolder folder;
+  constexpr std::size_t kMegabyte = 1 << 20;
+  NotedFlushes files;
+  WholeFileOptions options;
+  options.files = &files;
+  for (const std::size_t megabytes : {20U, 50U}) {  // the second in the place of the first, which is large
+    files.begun = 0;
+    std::string content;
+    const auto write_pieces = [&](const WritePiece& write) {
+      for (std::size_t i = 0; i < megabytes; ++i) {
+        content += std::string(kMegabyte, static_cast<char>('a' + i % 26));
+        write(std::string_view(content).substr(i * kMegabyte));
+      }
+    };
+    write_whole_pieces(folder / "a.txt", write_pieces, options);
+    EXPECT_TRUE(file_text(folder / "a.txt") == content) << megabytes;
+    EXPECT_GT(files.begun, (megabytes - 17) * kMegabyte);
+    EXPECT_LE(files.begun, megabytes * kMegabyte);
+  }
 }
 
 TEST(Save, GivesANewFileTheModeThatTheMaskLeaves) {
