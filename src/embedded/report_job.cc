@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -11,6 +12,7 @@
 #include "embedded/report_target.h"
 #include "embedded/selected_outputs.h"
 #include "environment/string_table.h"
+#include "host/side_by_side.h"
 #include "runfile/recorded_engine.h"
 #include "runfile/sources.h"
 #include "service/ordvane_reports.h"
@@ -113,16 +115,16 @@ WrittenReports counted(const office::BookModel& book) {
 }
 
 // The C library keeps the memory of the many small tables that reports are made from, which are gone by now.
-// What is little is wanted again at once.
-void give_back_memory(const office::BookModel& book) {
+// What is little is wanted again at once; of much, the rows need not wait for it.
+std::optional<host::Aside> give_back_memory(const office::BookModel& book) {
   constexpr std::size_t kManyCells = std::size_t{1} << 20U;
   std::size_t cells = 0;
   for (const auto& sheet : book.sheets)
     for (const office::RowBand& band : sheet->bands) cells += band.cells.size();
-  if (cells < kManyCells) return;
 #ifdef __GLIBC__
-  malloc_trim(0);
+  if (cells >= kManyCells) return host::Aside([] { malloc_trim(0); });
 #endif
+  return std::nullopt;
 }
 
 // Ready to be saved.
@@ -130,7 +132,6 @@ std::shared_ptr<const office::BookModel> make_to_save(
     const std::shared_ptr<const runfile::Run>& run, const ReportOptions& options,
     const std::shared_ptr<EmbeddedEnvironment>& environment) {
   auto book = make(run, options, environment);
-  give_back_memory(*book);
   show_saving(*environment, options);
   environment->check_cancelled();
   return book;
@@ -163,6 +164,7 @@ WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
   check_apart(*run, workbook);
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
   const auto book = make_to_save(run, options, environment);
+  const auto giving_back = give_back_memory(*book);
   xlsx::SaveOptions saving = saving_options(options, *environment);
   saving.replace = options.overwrite;
   xlsx::save(*book, workbook, saving);
@@ -172,6 +174,7 @@ WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
 ReportFile pack_reports(const std::shared_ptr<const runfile::Run>& run, const ReportOptions& options) {
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
   const auto book = make_to_save(run, options, environment);
+  const auto giving_back = give_back_memory(*book);
   return {xlsx::package(*book, saving_options(options, *environment)), counted(*book)};
 }
 
