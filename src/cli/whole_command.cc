@@ -9,6 +9,7 @@
 #include "cli/commands.h"
 #include "cli/terminal.h"
 #include "host/error.h"
+#include "host/side_by_side.h"
 #include "text/system_reasons.h"
 #include "xlsx/package_reader.h"
 
@@ -23,6 +24,7 @@ int failed(int code, const char* message) {
 
 int run_command(int argc, char** argv) {
   try {
+    const host::HelperThreads helpers;
     const int code = Arguments().run(argc, argv);
     // A full disk behind a redirection is a failure too.
     std::cout.flush();

@@ -156,11 +156,13 @@ void check_apart(const runfile::Run& run, const std::filesystem::path& file) {
 
 std::shared_ptr<const office::BookModel> make_reports(const std::shared_ptr<const runfile::Run>& run,
                                                       const ReportOptions& options) {
+  const host::HelperThreads helpers;
   return make(run, options, std::make_shared<EmbeddedEnvironment>(options));
 }
 
 WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
                              const std::filesystem::path& workbook, const ReportOptions& options) {
+  const host::HelperThreads helpers;
   check_apart(*run, workbook);
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
   const auto book = make_to_save(run, options, environment);
@@ -172,6 +174,7 @@ WrittenReports write_reports(const std::shared_ptr<const runfile::Run>& run,
 }
 
 ReportFile pack_reports(const std::shared_ptr<const runfile::Run>& run, const ReportOptions& options) {
+  const host::HelperThreads helpers;
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
   const auto book = make_to_save(run, options, environment);
   const auto giving_back = give_back_memory(*book);
@@ -180,6 +183,7 @@ ReportFile pack_reports(const std::shared_ptr<const runfile::Run>& run, const Re
 
 WrittenReports add_reports(const std::shared_ptr<const runfile::Run>& run,
                            const std::filesystem::path& workbook, const ReportOptions& options) {
+  const host::HelperThreads helpers;
   const auto environment = std::make_shared<EmbeddedEnvironment>(options);
   xlsx::OpenOptions opening;
   opening.cancelled = [&] { return environment->cancelled(); };

@@ -18,7 +18,71 @@ std::size_t processors() {
   return kProcessors;
 }
 
+namespace {
+
+thread_local HelperThreads* helpers_of_this_thread = nullptr;
+
+}  // namespace
+
+HelperThreads::HelperThreads() {
+  if (helpers_of_this_thread == nullptr) helpers_of_this_thread = this;
+}
+
+HelperThreads::~HelperThreads() {
+  if (helpers_of_this_thread == this) helpers_of_this_thread = nullptr;
+  const std::lock_guard lock(mutex_);
+  ends_ = true;
+  begin_.notify_all();
+}
+
+HelperThreads* HelperThreads::at_hand() {
+  HelperThreads* const helpers = helpers_of_this_thread;
+  // Set and cleared on this thread only: work that calls for helpers of its own.
+  return helpers != nullptr && helpers->work_ == nullptr ? helpers : nullptr;
+}
+
+void HelperThreads::call(std::size_t helpers, const std::function<void()>& work) {
+  {
+    const std::lock_guard lock(mutex_);
+    grow(helpers);
+    work_ = &work;
+    wanted_ = std::min(helpers, threads_.size());
+  }
+  begin_.notify_all();
+  work();
+  std::unique_lock lock(mutex_);
+  wanted_ = 0;  // nothing is left for those that have not begun
+  done_.wait(lock, [this] { return busy_ == 0; });
+  work_ = nullptr;
+}
+
+void HelperThreads::grow(std::size_t count) {
+  try {
+    while (threads_.size() < count) threads_.emplace_back([this] { serve(); });
+  } catch (const std::system_error&) {
+    // As many as there are have to do.
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+void HelperThreads::serve() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    begin_.wait(lock, [this] { return wanted_ > 0 || ends_; });
+    if (ends_) return;
+    --wanted_;
+    ++busy_;
+    const std::function<void()>& work = *work_;
+    lock.unlock();
+    work();
+    lock.lock();
+    if (--busy_ == 0) done_.notify_one();
+  }
+}
+
 void side_by_side(std::size_t count, const std::function<void()>& work) {
+  if (count > 1)
+    if (HelperThreads* const helpers = HelperThreads::at_hand()) return helpers->call(count - 1, work);
   std::vector<std::jthread> others;
   try {
     for (std::size_t i = 1; i < count; ++i) others.emplace_back(work);

@@ -31,13 +31,5 @@ TEST(UnsetMemory, IsGivenBackWithoutItsNeighbours) {
   EXPECT_EQ(std::ranges::count(values, 3.0), kLarge);
 }
 
-TEST(Aside, IsDoneWhenItEnds) {
-  bool done = false;
-  {
-    const Aside work([&] { done = true; });
-  }
-  EXPECT_TRUE(done);
-}
-
 }  // namespace
 }  // namespace ordvane::host
