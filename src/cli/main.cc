@@ -13,9 +13,9 @@ namespace {
 // fill it, and the more threads ask the longer.
 void keep_freed_blocks() {
 #ifdef __GLIBC__
-  constexpr int kMegabyte = 1 << 20;
-  mallopt(M_MMAP_THRESHOLD, 16 * kMegabyte);
-  mallopt(M_TRIM_THRESHOLD, 64 * kMegabyte);
+  constexpr int kKept = 16 << 20;  // bytes
+  mallopt(M_MMAP_THRESHOLD, kKept);
+  mallopt(M_TRIM_THRESHOLD, kKept);
 #endif
 }
 
