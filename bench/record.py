@@ -26,15 +26,17 @@ def seconds(number):
     return f"{number:.1f} s" if number >= 10 else f"{number:.2f} s"
 
 
+LEAST_SECONDS = 0.5
+
 Figures = collections.namedtuple("Figures", "seconds processor peak")
 
 
 def measured(command, repeats, cores=None, long=None):
     """Wall seconds, processor seconds and peak bytes of the fastest of some runs, on the first cores or on all; the first that
-    takes longer than `long` seconds is the last."""
+    takes longer than `long` seconds is the last. Short ones, which vary most, are repeated for half a second."""
     usable = sorted(os.sched_getaffinity(0))[:cores]
-    best = None
-    for _ in range(repeats):
+    best, runs, spent = None, 0, 0
+    while runs < repeats or spent < LEAST_SECONDS:
         start = time.perf_counter()
         process = subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL,
                                    preexec_fn=lambda: os.sched_setaffinity(0, usable))
@@ -44,6 +46,7 @@ def measured(command, repeats, cores=None, long=None):
             raise SystemExit(f"status {status}: {' '.join(map(str, command))}")
         figures = Figures(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
         best = min(best or figures, figures)
+        runs, spent = runs + 1, spent + seconds
         if long is not None and seconds > long:
             break
     return best
