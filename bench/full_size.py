@@ -5,8 +5,8 @@ Usage: full_size.py BUILD_FOLDER [--quick]
 
 `ordvane report` reads the run, ranks it, writes the report and the summary, on one core and on all; the peer writes the
 same cells and formats from a dump, one row in memory at a time. At full size the command must take at most a seventh of the
-peer's time on one core and a twelfth on more, make a file that is no larger, and stay below 250 MiB; otherwise the script exits 1. Run it on an idle
-machine: the peer uses one core.
+peer's time on one core and a twelfth on more, make a file that is no larger, and stay below 250 MiB; otherwise the script
+exits 1. Run it on an idle machine: the peer uses one core.
 """
 
 import os
@@ -18,8 +18,7 @@ import tempfile
 from record import Record, measured, megabytes, seconds as shown
 
 MEMORY_LIMIT = 250 * 2**20
-LEAST_RATIO = {1: 7}  # by cores
-LEAST_RATIO_OF_MORE = 12
+LEAST_RATIO, LEAST_RATIO_OF_MORE_CORES = 7, 12
 STEPS = 30
 # report, inputs, outputs; the last of a report is its full size
 CASES = [("detail-by-input", 34, 80), ("detail-by-input", 134, 80), ("detail-by-input", 534, 80),
@@ -50,7 +49,7 @@ def main():
                           f"{peer_seconds / seconds:.1f}", shown(processor), megabytes(memory), *(f"{size / 1e6:.1f} MB" for size in sizes))
                 record.ratio(f"{report}, {rows} rows on {cores}, time", seconds / peer_seconds)
                 record.ratio(f"{report}, {rows} rows on {cores}, size", sizes[0] / sizes[1])
-                least = LEAST_RATIO.get(cores, LEAST_RATIO_OF_MORE)
+                least = LEAST_RATIO if cores == 1 else LEAST_RATIO_OF_MORE_CORES
                 if full and report == "detail-by-input" and seconds > peer_seconds / least:
                     faults.append(f"{report}: takes more than 1/{least} of the peer's time on {cores} cores")
                 if full and sizes[0] > sizes[1]:

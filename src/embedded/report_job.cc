@@ -121,10 +121,12 @@ std::optional<host::Aside> give_back_memory(const office::BookModel& book) {
   std::size_t cells = 0;
   for (const auto& sheet : book.sheets)
     for (const office::RowBand& band : sheet->bands) cells += band.cells.size();
+  if (cells < kManyCells) return std::nullopt;
 #ifdef __GLIBC__
-  if (cells >= kManyCells) return host::Aside([] { malloc_trim(0); });
-#endif
+  return host::Aside([] { malloc_trim(0); });
+#else
   return std::nullopt;
+#endif
 }
 
 // Ready to be saved.

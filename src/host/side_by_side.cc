@@ -81,16 +81,10 @@ void HelperThreads::serve() {
 }
 
 void side_by_side(std::size_t count, const std::function<void()>& work) {
-  if (count > 1)
-    if (HelperThreads* const helpers = HelperThreads::at_hand()) return helpers->call(count - 1, work);
-  std::vector<std::jthread> others;
-  try {
-    for (std::size_t i = 1; i < count; ++i) others.emplace_back(work);
-  } catch (const std::system_error&) {
-    // As many as were started have to do.
-  } catch (const std::bad_alloc&) {
-  }
-  work();
+  if (count <= 1) return work();
+  if (HelperThreads* const helpers = HelperThreads::at_hand()) return helpers->call(count - 1, work);
+  HelperThreads for_this_call;
+  for_this_call.call(count - 1, work);
 }
 
 Aside::Aside(const std::function<void()>& work) {

@@ -9,6 +9,7 @@
 #include <set>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace ordvane::host {
 namespace {

@@ -21,6 +21,7 @@ TEST(UnsetMemory, IsGivenBackWithoutItsNeighbours) {
     fill_side_by_side(all, 2.5);
     const auto middle = all.subspan(kLarge + odd, kLarge + odd);
     give_back_side_by_side(middle.data(), middle.size_bytes());
+    EXPECT_EQ(middle[kLarge / 2], 0) << "nothing was given back";
     EXPECT_TRUE(std::ranges::all_of(all.first(kLarge + odd), [](double value) { return value == 2.5; }));
     EXPECT_TRUE(std::ranges::all_of(all.last(kLarge + odd), [](double value) { return value == 2.5; }));
   }
