@@ -226,6 +226,15 @@ std::optional<double> date_or_time(std::string_view text, bool counts_from_1904)
   return time && reader.done() ? std::optional(day + *time) : std::nullopt;
 }
 
+// Of the texts without a digit these two are numbers.
+std::optional<double> truth_value(std::string_view text) {
+  if (text.size() > 5) return std::nullopt;
+  const std::string lower = text::lower_ascii(text);
+  if (lower == "true") return 1;
+  if (lower == "false") return 0;
+  return std::nullopt;
+}
+
 // Digits of a number, the first of them times ten to the exponent.
 struct Decimal {
   std::string digits;
@@ -293,10 +302,8 @@ int place_of(char32_t code) {
 std::optional<double> number_of_text(std::string_view text, bool counts_from_1904) {
   text = text::trimmed(text);
   if (text.empty() || text.size() > 255) return std::nullopt;
+  if (std::none_of(text.begin(), text.end(), is_digit)) return truth_value(text);
   if (const auto number = signed_number(text)) return number;
-  const std::string lower = text::lower_ascii(text);
-  if (lower == "true") return 1;
-  if (lower == "false") return 0;
   return date_or_time(text, counts_from_1904);
 }
 
