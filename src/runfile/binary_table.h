@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "runfile/csv_parts.h"
 #include "runfile/run.h"
 
 namespace ordvane::runfile {
@@ -28,13 +29,6 @@ using WriteBytes = std::function<void(std::string_view)>;
 void write_binary_rows(const Run& run, const WriteBytes& write);
 void write_binary_group_rows(const Run& run, const WriteBytes& write);
 
-// Rows that follow each other in a CSV file.
-struct CsvRows {
-  std::filesystem::path file;
-  std::int64_t begin = 0;  // the byte at which the first one begins
-  std::int64_t lines = 0;  // that stand before it
-  std::int64_t rows = 0;
-};
 // Writes bytes at a place of the table, behind all that was written so far, too.
 using WriteAt = std::function<void(std::uint64_t at, std::string_view bytes)>;
 // Tables of rows that stand in CSV files, all of them in their order; memory does not grow with their number.

@@ -15,6 +15,7 @@
 #include "host/side_by_side.h"
 #include "runfile/binary_columns.h"
 #include "runfile/binary_table.h"
+#include "runfile/csv_parts.h"
 #include "runfile/recalculations.h"
 #include "runfile/row_source.h"
 #include "runfile/values.h"
@@ -418,18 +419,17 @@ class BinaryPlaces : public Walk {
     columns_.end_row();
     Walk::next();
   }
+  void let_go() const {}  // nothing is kept
 
  private:
   BinaryColumns& columns_;
 };
 
-template <class Walk>
-void csv_to_binary(const std::vector<CsvRows>& csv, const Run& run, BinaryColumns columns,
-                   const std::function<void()>& between) {
+template <class Places>
+void read_parts(const std::vector<CsvRows>& csv, std::size_t outputs, const RowColumns& names, Places& places,
+                const std::function<void()>& between) {
   constexpr std::int64_t kBetween = 1024;  // rows
-  const RowColumns names = Walk::columns(run);
-  FieldReader fields(names, run.outputs.size());
-  BinaryPlaces<Walk> places(run, columns);
+  FieldReader fields(names, outputs);
   for (const CsvRows& part : csv) {
     RowSource source(part.file, part.begin, part.lines);
     std::string_view row;
@@ -438,9 +438,17 @@ void csv_to_binary(const std::vector<CsvRows>& csv, const Run& run, BinaryColumn
       if (!source.next(row))
         source.fail("the file ends after " + counted(read, "row") + " of " + std::to_string(part.rows));
       fields.start(row, source.place());
-      read_row(fields, names, run.outputs.size(), places);
+      read_row(fields, names, outputs, places);
     }
+    places.let_go();
   }
+}
+
+template <class Walk>
+void csv_to_binary(const std::vector<CsvRows>& csv, const Run& run, BinaryColumns columns,
+                   const std::function<void()>& between) {
+  BinaryPlaces<Walk> places(run, columns);
+  read_parts(csv, run.outputs.size(), Walk::columns(run), places, between);
   columns.finish();
 }
 
@@ -454,6 +462,18 @@ void read_csv_rows(const std::filesystem::path& csv, Run& run) {
 void read_csv_group_rows(const std::filesystem::path& csv, Run& run) {
   const std::int64_t rows = count_group_rows(run, run.file.string());
   read_csv<GroupPlaces>(csv, run, rows, rows_expected(run, run.group_recalculations));
+}
+
+void read_csv_parts(const std::vector<CsvRows>& csv, Run& run, const std::function<void()>& between) {
+  count_rows(run, run.file.string());
+  StepPlaces places(run);
+  read_parts(csv, run.outputs.size(), StepPlaces::columns(run), places, between);
+}
+
+void read_csv_group_parts(const std::vector<CsvRows>& csv, Run& run, const std::function<void()>& between) {
+  count_group_rows(run, run.file.string());
+  GroupPlaces places(run);
+  read_parts(csv, run.outputs.size(), GroupPlaces::columns(run), places, between);
 }
 
 void csv_to_binary_rows(const std::vector<CsvRows>& csv, Run& run, const WriteAt& write,

@@ -72,7 +72,7 @@ class Sweep {
   void compare_stored_cell(calc::CellId cell, const Result& base);
   void verify();
   runfile::Json break_evens(const Shard& shard);
-  void write_run(const std::filesystem::path& part) const;
+  void write_run(const std::filesystem::path& part, bool check) const;
   void compare_rows(Calculator& referee, Calculator& checked, std::vector<Recalculation> rows);
   std::string conditions(const Recalculation& recalculation) const;
   std::string difference(std::size_t output, const Recalculation& row, const Result& found,
@@ -281,7 +281,7 @@ Outcome Sweep::run() {
     outcome.file = file;
     outcome.calculation = calculation_;
     if (!job_.shard) {
-      write_run(file);
+      write_run(file, there > 0);
       std::filesystem::remove(file);
       outcome.file = job_.run;
     }
@@ -289,8 +289,9 @@ Outcome Sweep::run() {
   return outcome;
 }
 
-void Sweep::write_run(const std::filesystem::path& part) const {
+void Sweep::write_run(const std::filesystem::path& part, bool check) const {
   MergeOptions options;
+  options.check = check;
   options.replace = job_.overwrite;
   options.form = job_.form;
   options.between = [this] {

@@ -10,12 +10,15 @@
 #include <cerrno>
 #include <charconv>
 #include <fstream>
+#include <limits>
 #include <numeric>
 #include <optional>
 #include <system_error>
 
 #include "host/error.h"
 #include "runfile/binary_table.h"
+#include "runfile/break_evens.h"
+#include "runfile/csv_parts.h"
 #include "runfile/description.h"
 #include "runfile/json_file.h"
 #include "runfile/json_tree.h"
@@ -47,8 +50,10 @@ std::optional<PartHeader> read_header(std::string_view line) {
     Json json = runfile::parse_json(line, "");
     if (json.at("format") != kFormat || json.at("version") != kVersion) return std::nullopt;
     PartHeader header;
-    header.shard = {static_cast<std::int32_t>(json.at("part").integer()),
-                    static_cast<std::int32_t>(json.at("parts").integer())};
+    const std::int64_t part = json.at("part").integer();
+    const std::int64_t parts = json.at("parts").integer();
+    if (part < 1 || part > parts || parts > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
+    header.shard = {static_cast<std::int32_t>(part), static_cast<std::int32_t>(parts)};
     header.total = json.at("total").integer();
     header.workbook = json.at("workbook").string();
     header.what_if = json.at("whatIf").string();
@@ -57,7 +62,6 @@ std::optional<PartHeader> read_header(std::string_view line) {
     header.calculation = std::move(json.at("calculation"));
     header.run = std::move(json.at("run"));
     header.break_evens = std::move(json.at("breakEvens"));
-    if (header.shard.part < 1 || header.shard.part > header.shard.parts) return std::nullopt;
     return header;
   } catch (const BadRun&) {
     return std::nullopt;
@@ -406,31 +410,48 @@ class Pages {
   std::uint64_t end_ = 0;
 };
 
-RunTables binary_tables(const std::vector<Part>& parts, runfile::Run& run,
-                        const std::function<void()>& between) {
-  const std::int64_t singles = shape_of(run).singles();
-  std::vector<runfile::CsvRows> rows, group_rows;
+// Of all parts, in their order.
+struct AllRows {
+  std::vector<runfile::CsvRows> singles, groups;
+};
+
+AllRows rows_of(const std::vector<Part>& parts, std::int64_t singles) {
+  AllRows all;
   for (const Part& part : parts) {
     const std::int64_t first = part.header.shard.first(part.header.total);
     const std::int64_t last = part.header.shard.last(part.header.total);
-    if (first < singles) rows.push_back({part.file, part.rows, 1, std::min(last, singles) - first});
+    if (first < singles) all.singles.push_back({part.file, part.rows, 1, std::min(last, singles) - first});
     if (last > singles)
-      group_rows.push_back({part.file, part.groups, 1 + part.single_lines, last - std::max(first, singles)});
+      all.groups.push_back({part.file, part.groups, 1 + part.single_lines, last - std::max(first, singles)});
   }
+  return all;
+}
+
+RunTables binary_tables(const AllRows& rows, runfile::Run& run, const std::function<void()>& between) {
   RunTables tables;
   tables.form = TableForm::kBinary;
-  tables.singles = [=, &run](xlsx::ByteSink& table) {
+  tables.singles = [&](xlsx::ByteSink& table) {
     Pages pages(table);
     runfile::csv_to_binary_rows(
-        rows, run, [&](std::uint64_t at, std::string_view bytes) { pages.write(at, bytes); }, between);
+        rows.singles, run, [&](std::uint64_t at, std::string_view bytes) { pages.write(at, bytes); },
+        between);
   };
   if (run.groups.empty()) return tables;
-  tables.groups = [=, &run](xlsx::ByteSink& table) {
+  tables.groups = [&](xlsx::ByteSink& table) {
     Pages pages(table);
     runfile::csv_to_binary_group_rows(
-        group_rows, run, [&](std::uint64_t at, std::string_view bytes) { pages.write(at, bytes); }, between);
+        rows.groups, run, [&](std::uint64_t at, std::string_view bytes) { pages.write(at, bytes); }, between);
   };
   return tables;
+}
+
+// What could not be read as a run is not made into one. `file`: for what is wrong with the description.
+void check_readable(const Json& description, const AllRows& rows, const std::string& file,
+                    const std::function<void()>& between) {
+  runfile::Run run = runfile::read_description(description, file);
+  runfile::read_csv_parts(rows.singles, run, between);
+  if (!run.groups.empty()) runfile::read_csv_group_parts(rows.groups, run, between);
+  runfile::check_break_evens(runfile::JsonValue(description, "", file), run);
 }
 
 // Each part has looked for those of its own inputs, which stand in the order of the parts.
@@ -451,18 +472,22 @@ void merge_parts(const std::vector<std::filesystem::path>& files, const std::fil
   for (const std::filesystem::path& file : files) parts.push_back(read_part(file));
   check_together(parts);
   const PartHeader& header = parts.front().header;
-  runfile::Run description = runfile::read_description(header.run, parts.front().file.string());
+  const std::string name = parts.front().file.string();
+  runfile::Run description = runfile::read_description(header.run, name);
   const Shape shape = shape_of(description);
-  if (shape.total() != header.total) refuse(parts.front().file, "has a first line that contradicts itself");
+  if (shape.total() != header.total || description.simulations != 1)
+    refuse(parts.front().file, "has a first line that contradicts itself");
   for (Part& part : parts) find_rows(part, shape);
   runfile::Json whole = header.run;
   if (!header.calculation.is_null()) whole["calculation"] = header.calculation;
   for (std::size_t output = 0; output < description.outputs.size(); ++output)
     for (const Part& part : parts) add_break_evens(part, output, whole["outputs"][output]);
-  const auto between = [&options] {
+  const std::function<void()> between = [&options] {
     if (options.between) options.between();
   };
-  const RunTables tables = options.form == TableForm::kBinary ? binary_tables(parts, description, between)
+  const AllRows rows = rows_of(parts, shape.singles());
+  if (options.check) check_readable(whole, rows, name, between);
+  const RunTables tables = options.form == TableForm::kBinary ? binary_tables(rows, description, between)
                                                               : csv_tables(parts, description);
   write_run_files(run, std::move(whole), tables, options.replace);
 }

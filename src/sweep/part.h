@@ -85,11 +85,14 @@ class PartWriter {
 struct MergeOptions {
   bool replace = false;  // files that are there; false refuses them
   TableForm form = TableForm::kCsv;
+  // The rows are read as those of a run are; false for rows that this process has just written.
+  bool check = true;
   std::function<void()> between = {};  // called now and then where that is set; what it throws ends the work
 };
 
 // The run of all parts, given in any order: the run file and its tables, which appear whole or not at all.
-// Throws runfile::BadRun for parts that do not belong together, are missing, given twice or not complete.
+// Throws runfile::BadRun for parts that do not belong together, are missing, given twice or not complete, and
+// for what a run cannot have, with file, line and column.
 void merge_parts(const std::vector<std::filesystem::path>& parts, const std::filesystem::path& run,
                  const MergeOptions& options);
 

@@ -191,8 +191,11 @@ TEST_F(Parts, AreTheSameRunInBinaryTables) {
   const auto line =
       std::to_string(std::count(text.begin(), text.begin() + static_cast<long>(last), '\n') + 1);
   std::ofstream(file({3, 3}), std::ios::binary) << text.replace(last, text.size() - last, "1,2,4,x,,,,,,,\n");
-  EXPECT_THAT(complaint({file({1, 3}), file({2, 3}), file({3, 3})}, TableForm::kBinary),
-              HasSubstr("m.part-3-of-3.csv:" + line + ": column value1: is \"x\"; a number"));
+  std::filesystem::remove(folder_ / "m.run.json");
+  for (const TableForm form : {TableForm::kBinary, TableForm::kCsv})
+    EXPECT_THAT(complaint({file({1, 3}), file({2, 3}), file({3, 3})}, form),
+                HasSubstr("m.part-3-of-3.csv:" + line + ": column value1: is \"x\"; a number"));
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "m.run.json"));
 }
 
 TEST_F(Parts, SurviveBeingKilledAtAnyMoment) {
