@@ -11,12 +11,22 @@ namespace ordvane::fuzz {
 void try_run_file(std::string_view bytes);
 // The same. What check accepts is reported, with every report.
 void try_reports(std::string_view bytes);
+// Two runs, as above, with a line "#####" between: copies of the first, what programs and pages are told of
+// it, and what changed between the two.
+void try_answers(std::string_view bytes);
+// A table that is imported; before a line "=====" the names of its inputs, and in a second line of its
+// outputs. Its run is written and read again.
+void try_table(std::string_view bytes);
+// Parts of a sweep, with lines "=====" between them, which are merged into a run that is read again.
+void try_parts(std::string_view bytes);
 // A workbook that reports are added to, and that is calculated, as its file is.
 void try_package(std::string_view bytes);
 // A formula of a workbook that is otherwise sound.
 void try_formula(std::string_view bytes);
 // A workbook that is calculated, as a list of its parts: lines "@@ NAME", each before what is in that part.
 void try_workbook(std::string_view bytes);
+// A what-if definition, as a file or as options, a line each. What it means in a workbook is calculated.
+void try_what_if(std::string_view bytes);
 
 struct Harness {
   const char* name;
