@@ -6,7 +6,11 @@ namespace ordvane::calc {
 namespace {
 
 const std::string kNothing;
-const std::string kCircular = kCircularReference;
+const std::string kCircular = kCircularReference, kLarge = kTooLarge;
+
+bool holds(const std::vector<CellId>& sorted, CellId cell) {
+  return std::binary_search(sorted.begin(), sorted.end(), cell);
+}
 
 std::size_t index_of(CellId cell) {
   return static_cast<std::size_t>(cell);
@@ -92,10 +96,14 @@ void Model::Base::evaluate(CellId cell) {
     const CellId before = current_;
     current_ = cell;
     ++depth_;
-    Arena arena;
-    const Value result = Evaluation(model_.book_, *this, arena, model_.frozen_).cell_result(cell);
-    if (result.is_error() && result.error() == ErrorCode::kCircular) model_.circular_.push_back(cell);
-    model_.base_[index_of(cell)] = result.is_text() ? model_.arena_.text(result.text()) : result;
+    try {
+      Arena arena(kMostOfFormula);
+      const Value result = Evaluation(model_.book_, *this, arena, model_.frozen_).cell_result(cell);
+      if (result.is_error() && result.error() == ErrorCode::kCircular) model_.circular_.push_back(cell);
+      model_.base_[index_of(cell)] = result.is_text() ? model_.arena_.text(result.text()) : result;
+    } catch (const ArenaFull&) {
+      model_.too_large_.push_back(cell);
+    }
     --depth_;
     current_ = before;
   }
@@ -119,6 +127,7 @@ void Model::calculate_base() {
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());
   }
+  std::sort(too_large_.begin(), too_large_.end());
   std::sort(circular_.begin(), circular_.end());
   circular_.erase(std::unique(circular_.begin(), circular_.end()), circular_.end());
   for (const CellId cell : circular_) base_[index_of(cell)] = book_.cells[index_of(cell)].stored;
@@ -164,7 +173,8 @@ const std::string& Model::obstacle(CellId cell) const {
   const CellFormula* formula = formula_of(cell);
   if (formula == nullptr) return kNothing;
   if (!formula->tree.unsupported.empty()) return formula->tree.unsupported;
-  return std::binary_search(circular_.begin(), circular_.end(), cell) ? kCircular : kNothing;
+  if (holds(too_large_, cell)) return kLarge;
+  return holds(circular_, cell) ? kCircular : kNothing;
 }
 
 std::vector<Obstacle> Model::obstacles() const {

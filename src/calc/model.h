@@ -28,6 +28,11 @@ struct Obstacle {
 
 // As the obstacle of a cell that is calculated from itself.
 inline constexpr const char* kCircularReference = "a circular reference";
+// As that of a cell whose formula takes more memory than formulas may.
+inline constexpr const char* kTooLarge = "texts and arrays that take too much memory";
+// Bytes of texts and arrays that a formula may take on the way to its result, and of all texts that are
+// results.
+inline constexpr std::size_t kMostOfFormula = std::size_t{1} << 29, kMostOfResults = std::size_t{1} << 30;
 
 class Model {
  public:
@@ -67,10 +72,10 @@ class Model {
 
   Workbook book_;
   Frozen frozen_;
-  Arena arena_;
+  Arena arena_{kMostOfResults};
   std::vector<Value> base_;
   std::unordered_map<CellId, std::vector<CellId>> found_;  // by formulas that find cells
-  std::vector<CellId> circular_;                           // sorted
+  std::vector<CellId> circular_, too_large_;               // sorted
 };
 
 }  // namespace ordvane::calc

@@ -94,12 +94,16 @@ class Program {
   // next begins.
   std::size_t add(CellId cell, Lanes* result);
   std::size_t size() const { return code_.size(); }
-  // Runs a part of it; `arena` keeps the texts that it makes.
+  // How many lanes are looked at, from now on: what takes long is not calculated for the others.
+  void use_lanes(int count) { lanes_ = count; }
+  // Runs a part of it; `arena` keeps the texts that it makes. Throws ArenaFull.
   void run(std::size_t begin, std::size_t end, Arena& arena);
 
   const Lanes* constant(const Value& value);
 
  private:
+  class Scratch;
+
   void compile_cell(const CellFormula& formula, Lanes* result);
   void add_whole(CellId cell, Lanes* result);
   const Lanes* compile(const Formula& formula, std::int32_t node);
@@ -125,6 +129,8 @@ class Program {
   Instruction& emit(Op op, Lanes* result);
 
   void run_one(const Instruction& instruction, Arena& arena);
+  template <class Evaluate>
+  void run_each(Lanes& result, Arena& arena, const Evaluate& evaluate);
   void run_call(const Instruction& instruction, Arena& arena);
   void run_two(const Instruction& instruction, Arena& arena) const;
   void run_truth(const Instruction& instruction);
@@ -148,6 +154,10 @@ class Program {
   bool failed_ = false;                                       // it cannot
   std::map<const Formula*, std::vector<bool>> moving_nodes_;  // of the cell's formula and the names in it
   Arena kept_;
+  // Of the evaluation that is going on, and of those that it came from: formulas find one another.
+  std::deque<Arena> scratch_;
+  std::size_t evaluations_ = 0;
+  int lanes_ = kLanes;
   std::unordered_map<std::uint64_t, const Lanes*> numbers_;
 };
 

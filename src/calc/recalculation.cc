@@ -155,7 +155,12 @@ void Recalculation::calculate(Slot& slot) {
   slot.is_open = true;
   const int lane = lane_;
   ++depth_;
-  program_.run(slot.begin, slot.end, arena_);
+  try {
+    program_.run(slot.begin, slot.end, arena_);
+  } catch (const ArenaFull&) {
+    obstacles_.push_back({slot.cell, kTooLarge});
+    slot.lanes->fill(ErrorCode::kArgument);
+  }
   --depth_;
   slot.is_open = false;
   lane_ = lane;
@@ -246,6 +251,7 @@ std::span<const Value> Recalculation::evaluate(std::span<const std::span<const C
   ++batch_;
   arena_.clear();
   changes_ = lanes;
+  program_.use_lanes(static_cast<int>(lanes.size()));
   change(lanes);
   for (std::size_t i = 0; i < order_.size(); ++i) {
     Slot& slot = slot_of(order_[i]);

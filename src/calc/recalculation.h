@@ -97,7 +97,7 @@ class Recalculation : private LaneSource, private LaneValues {
   Program program_;
   std::map<std::array<std::int32_t, 5>, std::unique_ptr<LineIndex>> indexes_;  // null: of lines that move
   std::vector<Obstacle> obstacles_;
-  Arena arena_;
+  Arena arena_{kMostOfResults};
   std::vector<Value> results_;
   std::span<const std::span<const CellChange>> changes_;
   bool grows_ = false;  // has formulas that find cells

@@ -101,6 +101,39 @@ Operand operand_of(const ProgramArgument& argument, int lane) {
 
 }  // namespace
 
+// What one evaluation needs on its way is gone with it: sixteen lanes of a thousand formulas, each with an
+// array for every operator, do not fit together.
+class Program::Scratch {
+ public:
+  explicit Scratch(Program& program) : program_(program) {
+    if (program.scratch_.size() == program.evaluations_) program.scratch_.emplace_back(kMostOfFormula);
+    arena_ = &program.scratch_[program.evaluations_++];
+  }
+  ~Scratch() {
+    arena_->clear();
+    --program_.evaluations_;
+  }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+  Arena& arena() { return *arena_; }
+
+ private:
+  Program& program_;
+  Arena* arena_;
+};
+
+// `evaluate(evaluation, lane)` gives a value.
+template <class Evaluate>
+void Program::run_each(Lanes& result, Arena& arena, const Evaluate& evaluate) {
+  for (int lane = 0; lane < lanes_; ++lane) {
+    values_.choose(lane);
+    Scratch scratch(*this);
+    Evaluation evaluation(model_.workbook(), values_, scratch.arena(), model_.frozen());
+    result.set(lane, arena.keep(evaluate(evaluation, lane), scratch.arena()));
+  }
+  for (int lane = lanes_; lane < kLanes; ++lane) result.set(lane, result.at(0));
+}
+
 void Program::run_two(const Instruction& instruction, Arena& arena) const {
   const Lanes& a = *instruction.a;
   const Lanes& b = *instruction.b;
@@ -118,12 +151,10 @@ void Program::run_call(const Instruction& instruction, Arena& arena) {
   const ProgramCall& call = calls_[static_cast<std::size_t>(instruction.target)];
   if (!call.lanes.empty() && call.function->lanes(LaneCall{call.lanes, instruction.result})) return;
   std::vector<Operand> arguments(call.arguments.size());
-  for (int lane = 0; lane < kLanes; ++lane) {
+  run_each(*instruction.result, arena, [&](Evaluation& evaluation, int lane) {
     for (std::size_t i = 0; i < arguments.size(); ++i) arguments[i] = operand_of(call.arguments[i], lane);
-    values_.choose(lane);
-    Evaluation evaluation(model_.workbook(), values_, arena, model_.frozen());
-    instruction.result->set(lane, evaluation.single(evaluation.call(call.cell, *call.function, arguments)));
-  }
+    return evaluation.single(evaluation.call(call.cell, *call.function, arguments));
+  });
 }
 
 void Program::run_truth(const Instruction& instruction) {
@@ -170,13 +201,10 @@ void Program::run_one(const Instruction& instruction, Arena& arena) {
     case Op::kPart:
     case Op::kWhole: {
       const ProgramPart part = parts_[static_cast<std::size_t>(instruction.target)];
-      for (int lane = 0; lane < kLanes; ++lane) {
-        values_.choose(lane);
-        Evaluation evaluation(model_.workbook(), values_, arena, model_.frozen());
-        result->set(lane, part.formula == nullptr
-                              ? evaluation.cell_result(part.cell)
-                              : evaluation.part(part.cell, *part.formula, part.node, part.in_array));
-      }
+      run_each(*result, arena, [&part](Evaluation& evaluation, int) {
+        return part.formula == nullptr ? evaluation.cell_result(part.cell)
+                                       : evaluation.part(part.cell, *part.formula, part.node, part.in_array);
+      });
       break;
     }
     case Op::kError: {

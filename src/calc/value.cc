@@ -38,10 +38,12 @@ bool identical(const Value& a, const Value& b) {
 }
 
 Array& Arena::array(std::int32_t rows, std::int32_t columns) {
+  const std::size_t size = static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
+  count(size * sizeof(Value));
   Array& array = arrays_.emplace_back();
   array.rows = rows;
   array.columns = columns;
-  array.values.resize(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns));
+  array.values.resize(size);
   return array;
 }
 
@@ -49,6 +51,7 @@ void Arena::clear() {
   texts_.clear();
   arrays_.clear();
   references_.clear();
+  bytes_ = 0;
 }
 
 Value Lanes::at(int lane) const {

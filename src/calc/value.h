@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <exception>
+#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
@@ -122,17 +124,41 @@ struct Array {
   }
 };
 
+// Formulas make more texts and arrays than an arena keeps.
+class ArenaFull : public std::exception {
+ public:
+  const char* what() const noexcept override { return "formulas make too many texts and arrays"; }
+};
+
 // Keeps what values point to, until it is cleared.
 class Arena {
  public:
-  Value text(std::string text) { return Value(&texts_.emplace_back(std::move(text))); }
+  Arena() = default;
+  // Keeps at most so many bytes of texts and arrays: text() and array() throw ArenaFull.
+  explicit Arena(std::size_t most_bytes) : most_bytes_(most_bytes) {}
+
+  Value text(std::string text) {
+    count(sizeof(text) + text.size());
+    return Value(&texts_.emplace_back(std::move(text)));
+  }
   Array& array(std::int32_t rows, std::int32_t columns);
   std::span<const Reference> references(std::vector<Reference> list) {
     return references_.emplace_back(std::move(list));
   }
+  // A value that was made with `other`, whose text it may point to and outlives.
+  Value keep(const Value& value, const Arena& other) {
+    return value.is_text() && !other.texts_.empty() ? text(value.text()) : value;
+  }
   void clear();
 
  private:
+  void count(std::size_t bytes) {
+    if (bytes > most_bytes_ - bytes_) throw ArenaFull();
+    bytes_ += bytes;
+  }
+
+  std::size_t most_bytes_ = std::numeric_limits<std::size_t>::max();
+  std::size_t bytes_ = 0;
   std::deque<std::string> texts_;
   std::deque<Array> arrays_;
   std::deque<std::vector<Reference>> references_;

@@ -91,14 +91,18 @@ class Sweep {
   std::int64_t stored_zeros_ = 0;  // among the stored values compared
 };
 
-// Circles that the workbook does not iterate have no value anywhere, and random numbers that LibreOffice
+// Circles that the workbook does not iterate have no value anywhere, formulas that take too much memory take
+// it of LibreOffice as well, unless the user wants that, and random numbers that LibreOffice
 // draws anew have another one in each recalculation.
 void Sweep::refuse_for_office(const std::vector<calc::Obstacle>& obstacles,
                               const std::vector<calc::CellId>& cells) const {
   const auto refuse = [](const std::string& what) { throw host::Error(host::errc::kHostRefused, what); };
-  for (const calc::Obstacle& obstacle : obstacles)
+  for (const calc::Obstacle& obstacle : obstacles) {
     if (obstacle.what == calc::kCircularReference && !model_.workbook().iterates)
       refuse(text_of(model_, obstacle) + ", and the workbook does not calculate iteratively");
+    if (obstacle.what == calc::kTooLarge && !job_.libreoffice)
+      refuse(text_of(model_, obstacle) + " (--libreoffice calculates it nevertheless, if it can)");
+  }
   if (const auto cell = never_frozen(model_, cells))
     refuse(*cell + " draws another number at each recalculation by LibreOffice, which " +
            (obstacles.empty() ? "was asked for" : "is needed for " + text_of(model_, obstacles.front())));

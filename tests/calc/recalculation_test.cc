@@ -269,6 +269,28 @@ TEST(Recalculation, CellsThatAreFoundJoinTheCone) {
   EXPECT_EQ(model.obstacle(itself[0]), "a circular reference") << "found as the workbook stands";
 }
 
+// What the lanes of four formulas make on their way is more than a gigabyte, and never there at once.
+TEST(Recalculation, TakesNoMoreMemoryThanOneFormulaMay) {
+  TinyWorkbook book;
+  book.set("A1", "1").set("C1", R"(=SUMPRODUCT(LEN(REPT("x",32767)&SEQUENCE(20000)))+A1)");
+  const std::string sum = "=SUMPRODUCT(SEQUENCE(1000,600)*A1)";
+  for (const char* cell : {"B1", "B2", "B3", "B4"}) book.set(cell, sum);
+  const Model model = book.model();
+  const auto cell = [&](std::int32_t row, std::int32_t column) {
+    return model.workbook().find(0, row, column);
+  };
+  const std::vector<CellId> changing{cell(0, 0)};
+  const std::vector<CellId> outputs{cell(0, 1), cell(1, 1), cell(2, 1), cell(3, 1)}, large{cell(0, 2)};
+  Recalculation recalculation(model, changing, outputs);
+  const std::vector<CellChange> change{{changing[0], 2.0}};
+  const std::vector<std::span<const CellChange>> lanes(calc::kLanes, change);
+  for (const Value& value : recalculation.evaluate(lanes)) EXPECT_EQ(shown(value), "360000600000");
+  EXPECT_TRUE(recalculation.obstacles().empty());
+
+  EXPECT_EQ(model.obstacle(large[0]), calc::kTooLarge);
+  EXPECT_EQ(Recalculation(model, changing, large).obstacles().size(), 1U);
+}
+
 // A chain as long as a sheet, and sums that each take in all before them.
 TEST(Recalculation, LongChains) {
   TinyWorkbook book;

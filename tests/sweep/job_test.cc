@@ -144,6 +144,8 @@ TEST(Job, SweepsAwkwardWorkbooks) {
        "Sheet1!B5: a circular reference", "8.9296875 11.90625 8.9296875 "},
       {"circular", [](auto& b) { b.set("B5", "=C5+B1").set("C5", "=B5"); }, false,
        "a circular reference, and the workbook does not calculate iteratively", nullptr},
+      {"too large", [](auto& b) { b.set("B5", "=B1+SUMPRODUCT(LEN(REPT(\"x\",32767)&SEQUENCE(20000)))"); },
+       false, "Sheet1!B5: texts and arrays that take too much memory", nullptr},
       {"data table",
        [&](auto& b) {
          b.set("D2", "1").set("D3", "2").set("E1", "=B1*B2").raw("E2", table).set("B5", "=E2+E3+B1");
