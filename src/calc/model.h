@@ -32,7 +32,7 @@ inline constexpr const char* kCircularReference = "a circular reference";
 inline constexpr const char* kTooLarge = "texts and arrays that take too much memory";
 // Bytes of texts and arrays that a formula may take on the way to its result, and of all texts that are
 // results.
-inline constexpr std::size_t kMostOfFormula = std::size_t{1} << 29, kMostOfResults = std::size_t{1} << 30;
+inline constexpr std::size_t kMostOfFormula = std::size_t{1} << 29, kMostOfResults = 4'000'000'000;
 
 class Model {
  public:

@@ -11,7 +11,9 @@ std::span<const Harness> harnesses() {
       {"parts", try_parts, "parts", "runs.dict"},
       {"package", try_package, "packages", "workbooks.dict"},
       {"formula", try_formula, "formulas", "formulas.dict"},
+      {"function", try_function, "functions", "formulas.dict"},
       {"workbook", try_workbook, "workbooks", "workbooks.dict"},
+      {"graft", try_graft, "workbooks", "workbooks.dict"},
       {"what_if", try_what_if, "what-ifs", "what-ifs.dict"},
   };
   return kHarnesses;

@@ -23,8 +23,12 @@ void try_parts(std::string_view bytes);
 void try_package(std::string_view bytes);
 // A formula of a workbook that is otherwise sound.
 void try_formula(std::string_view bytes);
+// A call of any function with arguments of every kind, which the bytes choose; alone and as an array formula.
+void try_function(std::string_view bytes);
 // A workbook that is calculated, as a list of its parts: lines "@@ NAME", each before what is in that part.
 void try_workbook(std::string_view bytes);
+// The same; reports are added to it, and in the place of those.
+void try_graft(std::string_view bytes);
 // A what-if definition, as a file or as options, a line each. What it means in a workbook is calculated.
 void try_what_if(std::string_view bytes);
 
