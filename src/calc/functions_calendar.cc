@@ -223,8 +223,10 @@ Week weekend_of(Call& call, int argument) {
 std::vector<std::int64_t> holidays_of(Call& call, int argument) {
   std::vector<std::int64_t> days;
   if (call.missing(argument)) return days;
-  call.each_number_of(argument,
-                      [&](double day) { days.push_back(static_cast<std::int64_t>(floor_of(day))); });
+  call.each_number_of(argument, [&](double day) {
+    // Others fall on no day that is asked for.
+    if (std::fabs(day) <= kLastDay) days.push_back(static_cast<std::int64_t>(floor_of(day)));
+  });
   std::sort(days.begin(), days.end());
   return days;
 }
