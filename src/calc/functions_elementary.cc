@@ -170,6 +170,7 @@ Operand call_permut(Call& call) {
   const double k = floor_of(call.number(1));
   if (n < 0 || k < 0 || k > n) return ErrorCode::kArgument;
   if (k == 0) return 1.0;
+  if (k > kMostSteps) return kNone;
   double result = n;
   for (double less = k - 1; less >= 1 && std::isfinite(result); --less) result *= n - less;
   return result;
