@@ -113,7 +113,8 @@ class CallText {
 
   std::string text(int depth = 0) {
     const auto functions = calc::all_functions();
-    const calc::Function& function = *functions[(next() * 256U + next()) % functions.size()];
+    const unsigned high = next() * 256U;
+    const calc::Function& function = *functions[(high + next()) % functions.size()];
     const unsigned most = std::min<unsigned>(function.most, function.least + 4U);
     const unsigned count = function.least + next() % (most - function.least + 1);
     std::string result = std::string(function.name) + "(";
