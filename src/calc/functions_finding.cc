@@ -40,8 +40,9 @@ Operand call_lookup(Call& call) {
   if (call.missing(2))
     return line.is_row ? searched.at(searched.rows() - 1, found) : searched.at(found, searched.columns() - 1);
   const Matrix results = call.matrix(2);
+  if (results.columns() > 1 && results.rows() > 1) return ErrorCode::kParameters;
   if (found >= results.size()) return ErrorCode::kNotAvailable;
-  return results.columns() > results.rows() ? results.at(0, found) : results.at(found, 0);
+  return results.columns() > 1 ? results.at(0, found) : results.at(found, 0);
 }
 
 // ---- XLOOKUP and XMATCH ----
