@@ -59,7 +59,11 @@ class Call {
   bool missing(int argument) const {
     return argument >= count() || arguments_[static_cast<std::size_t>(argument)].is_missing();
   }
-  const Operand& operand(int argument) const { return arguments_[static_cast<std::size_t>(argument)]; }
+  // One that is not given is missing.
+  const Operand& operand(int argument) const {
+    static const Operand kMissing;
+    return argument < count() ? arguments_[static_cast<std::size_t>(argument)] : kMissing;
+  }
 
   // One value, converted; texts that read as numbers are taken. The second form serves where the argument is
   // not given at all; one that is left empty is 0, "" or FALSE.

@@ -337,7 +337,8 @@ Operand call_aggregate(Call& call) {
   const bool without_errors = option == 2 || option == 3 || option == 6 || option == 7;
   Total total = total_of(call, 2, without_errors);
   if (function <= 11) return chosen(total, function);
-  if (function == 13) return ErrorCode::kValue;
+  if (function > 13 && call.count() < 4) return ErrorCode::kMissing;
+  if (function == 13 || (function > 13 && call.missing(3))) return ErrorCode::kValue;
   if (function > 12) {  // the last argument is no part of the numbers
     total.numbers.clear();
     call.each(2, [&](const Value& value, From) {

@@ -23,7 +23,8 @@ void try_parts(std::string_view bytes);
 void try_package(std::string_view bytes);
 // A formula of a workbook that is otherwise sound.
 void try_formula(std::string_view bytes);
-// A call of any function with arguments of every kind, which the bytes choose; alone and as an array formula.
+// Calls of any functions with arguments of every kind, which the bytes choose: one alone, and one as an array
+// formula.
 void try_function(std::string_view bytes);
 // A workbook that is calculated, as a list of its parts: lines "@@ NAME", each before what is in that part.
 void try_workbook(std::string_view bytes);

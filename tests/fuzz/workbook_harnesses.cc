@@ -247,9 +247,10 @@ void try_graft(std::string_view bytes) {
 }
 
 void try_function(std::string_view bytes) {
-  CallText call(bytes);
+  CallText calls(bytes);
   test::TinyWorkbook book = arguments_workbook();
-  book.set("Z1", "=" + call.text()).set("Z3", "{Z3:AA4=" + call.text() + "}");
+  book.set("Z1", "=" + calls.text());
+  book.set("Z3", "{Z3:AA4=" + calls.text() + "}");
   calculate(book.bytes());
 }
 
