@@ -246,13 +246,14 @@ Operand call_seriessum(Call& call) {
   const double x = call.number(0);
   double exponent = call.number(1);
   const double step = call.number(2);
-  if (x == 0 && exponent == 0) return ErrorCode::kNumber;
   double sum = 0;
+  bool defined = true;
   call.each_number_of(3, [&](double factor) {
+    if (x == 0 && exponent <= 0) defined = false;
     sum += factor * std::pow(x, exponent);
     exponent += step;
   });
-  return sum;
+  return defined ? Operand(sum) : Operand(ErrorCode::kNumber);
 }
 
 // ---- Special functions ----
