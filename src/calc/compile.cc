@@ -180,6 +180,24 @@ bool Program::is_single(const Formula& formula, std::int32_t position) const {
   return node.type == NodeType::kFunction && is_single_function(formula, node);
 }
 
+// Whether an array formula calculates it as any other does: nothing in it takes one value of a block that an
+// array formula takes whole.
+bool Program::is_same_in_array(const Formula& formula, std::int32_t position) const {
+  const Node& node = node_of(formula, position);
+  if (node.type == NodeType::kName) {
+    const Formula& named = model_.workbook().named(node.name);
+    return !named.nodes.empty() && is_same_in_array(named, named.root());
+  }
+  for (std::size_t i = 0; i < node.children.size(); ++i) {
+    const char letter =
+        node.type == NodeType::kFunction ? node.function->argument_letter(static_cast<int>(i)) : 's';
+    if (letter == 'a') continue;  // always calculated so
+    if (letter == 's' && !is_single(formula, node.children[i])) return false;
+    if (!is_same_in_array(formula, node.children[i])) return false;
+  }
+  return true;
+}
+
 const Lanes* Program::part(const Formula& formula, std::int32_t node) {
   Lanes* result = temporary();
   if (in_array_ && !is_single(formula, node)) {
@@ -248,6 +266,7 @@ bool Program::argument(const Formula& formula, std::int32_t child, char letter, 
     return true;
   }
   if (letter == 'c' || (!is_single(formula, child) && (letter != 's' || !in_array_))) return false;
+  if (letter == 'a' && !in_array_ && !is_same_in_array(formula, child)) return false;
   // What IF and its kin give may be a cell, which matters where a block may stand.
   if (letter != 's' && node.type == NodeType::kFunction && node.function->form != Form::kPlain) return false;
   out.type = ProgramArgument::Type::kSingle;

@@ -102,6 +102,8 @@ const char* const kFormulas[] = {
     "=NOT(A1)",
     "=IF(A4=\"\",A1,A2)",
     "=SUM(IF(A1>1,A1,A2))",
+    "=SUMPRODUCT(MAX((A1:A3>1)*A1:A3))",
+    "=SUMPRODUCT(A1,1+SUM(A1:A3*2))",
 };
 
 // All formulas over all kinds of values, and formulas over those formulas.
