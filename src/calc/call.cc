@@ -87,7 +87,7 @@ void Call::each(int argument, const std::function<void(const Value&, From)>& vis
   } else if (operand.is_array()) {
     for (std::int32_t column = 0; column < operand.array->columns; ++column)
       for (std::int32_t row = 0; row < operand.array->rows; ++row)
-        if (const Value& value = operand.array->at(row, column); !value.is_blank())
+        if (const Value& value = operand.array->at(row, column); value.kind() != Kind::kBlank)
           visit(value, From::kArray);
   } else {
     const auto block = [&](const Reference& reference) {

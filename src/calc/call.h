@@ -81,8 +81,14 @@ class Call {
   Value value(int argument);
 
   Matrix matrix(int argument) { return {evaluation_, operand(argument)}; }
+  // For arguments that are to be cells: what comes to an error in their place fails with it.
+  Matrix cells(int argument) {
+    const Operand& operand = this->operand(argument);
+    if (operand.is_value() && operand.value.is_error()) fail(operand.value.error());
+    return {evaluation_, operand};
+  }
   // Every value of an argument, or of all from `first` on: `visit(const Value&, From)`, row by row, area by
-  // area, the blanks left out. Visits errors like the others.
+  // area, the blanks left out, but not what an IF has not chosen. Visits errors like the others.
   void each(int argument, const std::function<void(const Value&, From)>& visit);
   void each_from(int first, const std::function<void(const Value&, From)>& visit);
   // The numbers among them, as SUM takes them: of cells and arrays those that are numbers, of the formula

@@ -341,10 +341,11 @@ const Lanes* Program::compile_if(const Formula& formula, const Node& node) {
   truth.a = condition;
   truth.mask = mask;
   std::array<const Lanes*, 2> branches{};
+  const Value no = is_single(formula, node.children[0]) ? Value::boolean(false) : Value::unchosen();
   for (const std::size_t i : {std::size_t{0}, std::size_t{1}}) {
     const std::int32_t at = skip(mask, i == 0);
     branches[i] = i + 1 < node.children.size() ? compile(formula, node.children[i + 1])
-                                               : constant(Value::boolean(i == 0));
+                                               : constant(i == 0 ? Value::boolean(true) : no);
     code_[static_cast<std::size_t>(at)].target = static_cast<std::int32_t>(code_.size());
   }
   Instruction& select = emit(Op::kSelect, result);

@@ -55,7 +55,7 @@ Value Evaluation::cell_result(CellId id) {
   } else {
     result = single(evaluate(formula_->root(), false));
   }
-  return result.is_blank() ? Value::empty() : result;
+  return result.in_cell();
 }
 
 Value Evaluation::part(CellId cell, const Formula& formula, std::int32_t node, bool in_array) {
@@ -326,7 +326,7 @@ Operand Evaluation::form_if(const Node& node, bool in_array) {
 }
 
 Operand Evaluation::form_if_array(const Node& node, const Matrix& condition, bool in_array) {
-  std::array<Operand, 2> branches{Value::boolean(true), Value::boolean(false)};
+  std::array<Operand, 2> branches{Value::boolean(true), Value::unchosen()};
   for (std::size_t i = 1; i < node.children.size(); ++i) branches[i - 1] = branch(node, i, in_array);
   const Matrix yes(*this, branches[0]), no(*this, branches[1]);
   const std::int32_t rows = std::max({condition.rows(), yes.rows(), no.rows()});

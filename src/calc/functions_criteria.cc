@@ -25,7 +25,7 @@ Criterion criterion_of(Call& call, int argument) {
 std::vector<Condition> conditions_from(Call& call, int first) {
   std::vector<Condition> conditions;
   for (int argument = first; argument + 1 < call.count(); argument += 2)
-    conditions.push_back({call.matrix(argument), criterion_of(call, argument + 1)});
+    conditions.push_back({call.cells(argument), criterion_of(call, argument + 1)});
   if ((call.count() - first) % 2 != 0) call.fail(ErrorCode::kParameters);
   for (const Condition& condition : conditions)
     if (condition.cells.rows() != conditions[0].cells.rows() ||
@@ -93,23 +93,22 @@ Found found_in(Call& call, Matrix& values, const std::vector<Condition>& conditi
 // A block grown or cut to the size of another.
 Matrix resized(Call& call, int argument, const Matrix& like) {
   Operand operand = call.operand(argument);
-  if (operand.is_reference()) {
-    operand.reference.last_row = std::min(operand.reference.row + like.rows(), kRows) - 1;
-    operand.reference.last_column = std::min(operand.reference.column + like.columns(), kColumns) - 1;
-  }
+  if (!operand.is_reference()) return call.cells(argument);
+  operand.reference.last_row = std::min(operand.reference.row + like.rows(), kRows) - 1;
+  operand.reference.last_column = std::min(operand.reference.column + like.columns(), kColumns) - 1;
   return {call.evaluation(), operand};
 }
 
 Found found_if(Call& call) {
   std::vector<Condition> conditions;
-  conditions.push_back({call.matrix(0), criterion_of(call, 1)});
+  conditions.push_back({call.cells(0), criterion_of(call, 1)});
   Matrix values = resized(call, call.missing(2) ? 0 : 2, conditions[0].cells);
   return found_in(call, values, conditions);
 }
 
 Found found_ifs(Call& call) {
   const std::vector<Condition> conditions = conditions_from(call, 1);
-  Matrix values = call.matrix(0);
+  Matrix values = call.cells(0);
   if (!conditions.empty() &&
       (values.rows() != conditions[0].cells.rows() || values.columns() != conditions[0].cells.columns()))
     call.fail(ErrorCode::kArgument);
@@ -146,7 +145,7 @@ Operand call_countifs(Call& call) {
 }
 
 Operand call_countblank(Call& call) {
-  const Matrix cells = call.matrix(0);
+  const Matrix cells = call.cells(0);
   std::int64_t filled = 0;
   for (std::int32_t row = 0; row < cells.used_rows(); ++row)
     for (std::int32_t column = 0; column < cells.used_columns(); ++column) {

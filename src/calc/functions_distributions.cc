@@ -428,8 +428,9 @@ Operand call_ftest(Call& call) {
   const double first = static_cast<double>(a.size()) - 1, second = static_cast<double>(b.size()) - 1;
   const double spread_a = squares_about_mean(a) / first, spread_b = squares_about_mean(b) / second;
   if (spread_a == 0 || spread_b == 0) return ErrorCode::kDivision;
-  return spread_a > spread_b ? 2 * f_right(spread_a / spread_b, first, second)
-                             : 2 * f_right(spread_b / spread_a, second, first);
+  const double tail = spread_a > spread_b ? f_right(spread_a / spread_b, first, second)
+                                          : f_right(spread_b / spread_a, second, first);
+  return 2 * std::min(tail, 1 - tail);  // of samples of two sizes the larger spread may be the likelier one
 }
 
 Operand t_of_pairs(Call& call, double tails) {
@@ -525,8 +526,8 @@ constexpr Function kDistributionsFunctions[] = {
     {"TTEST", 4, 4, "aass", call_ttest},
     {"WEIBULL", 4, 4, "s", call_weibull},
     {"WEIBULL.DIST", 4, 4, "s", call_weibull},
-    {"Z.TEST", 2, 3, "as", call_ztest},
-    {"ZTEST", 2, 3, "as", call_ztest},
+    {"Z.TEST", 2, 3, "rs", call_ztest},
+    {"ZTEST", 2, 3, "rs", call_ztest},
 };
 
 }  // namespace

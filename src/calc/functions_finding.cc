@@ -140,7 +140,7 @@ Operand call_column(Call& call) {
 }
 
 Operand call_columns(Call& call) {
-  return static_cast<double>(call.matrix(0).columns());
+  return static_cast<double>(call.cells(0).columns());
 }
 
 Operand call_areas(Call& call) {

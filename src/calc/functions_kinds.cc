@@ -15,7 +15,7 @@ Operand call_is(Call& call) {
 }
 
 bool is_blank(const Value& value) {
-  return value.is_blank();
+  return value.kind() == Kind::kBlank;
 }
 bool is_error_but_na(const Value& value) {
   return value.is_error() && value.error() != ErrorCode::kNotAvailable;

@@ -17,7 +17,7 @@ Operand fold(Call& call, bool all) {
   call.each_from(0, [&](const Value& value, From from) {
     if (value.is_error()) call.fail(value.error());
     if (value.is_text() && from == From::kFormula) call.fail(ErrorCode::kValue);
-    if (!value.is_number()) return;
+    if (!value.is_number() && value.kind() != Kind::kUnchosen) return;
     has_any = true;
     result = all ? result && value.number() != 0 : result || value.number() != 0;
   });

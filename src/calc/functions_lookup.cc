@@ -167,7 +167,7 @@ Operand call_indirect(Call& call) {
 }
 
 Operand call_rows(Call& call) {
-  return static_cast<double>(call.matrix(0).rows());
+  return static_cast<double>(call.cells(0).rows());
 }
 
 Operand call_transpose(Call& call) {
@@ -181,14 +181,14 @@ Operand call_transpose(Call& call) {
 }
 
 constexpr Function kLookupFunctions[] = {
-    {"HLOOKUP", 3, 4, "srss", call_hlookup},
+    {"HLOOKUP", 3, 4, "sass", call_hlookup},
     {"INDEX", 1, 4, "rsss", call_index, nullptr, kGivesCells},
     {"INDIRECT", 1, 2, "s", call_indirect, nullptr, kGivesCells | kFindsCells},
     {"MATCH", 2, 3, "sas", call_match},
     {"OFFSET", 3, 5, "cssss", call_offset, nullptr, kGivesCells | kFindsCells},
     {"ROWS", 1, 1, "c", call_rows},
     {"TRANSPOSE", 1, 1, "a", call_transpose, nullptr, kGivesArrays},
-    {"VLOOKUP", 3, 4, "srss", call_vlookup},
+    {"VLOOKUP", 3, 4, "sass", call_vlookup},
 };
 
 }  // namespace

@@ -15,10 +15,15 @@ namespace {
 Operand call_product(Call& call) {
   double product = 1;
   bool any = false;
-  call.each_number_backwards([&](double number) {
-    product *= number;
-    any = true;
-  });
+  for (int argument = call.count(); argument-- > 0;) {
+    double part = 1;  // an array's numbers are multiplied among themselves
+    double& factors = call.operand(argument).is_array() ? part : product;
+    call.each_number_of(argument, [&](double number) {
+      factors *= number;
+      any = true;
+    });
+    product *= part;
+  }
   return any ? product : 0.0;
 }
 
@@ -58,7 +63,7 @@ enum class Pair : std::uint8_t { kDifferenceOfSquares, kSumOfSquares, kSquareOfD
 
 template <Pair pair>
 Operand call_sum_of_pairs(Call& call) {
-  const Pairs pairs = pairs_of(call, 0, 1, 1);
+  const Pairs pairs = pairs_of(call, 0, 1, pair == Pair::kSquareOfDifference ? 1 : 0);
   Sum sum;
   for (std::size_t i = 0; i < pairs.x.size(); ++i) {
     const double x = pairs.x[i], y = pairs.y[i];
@@ -97,7 +102,7 @@ Numeric numeric_matrix(Call& call, int argument) {
   for (std::int64_t i = 0; i < matrix.size(); ++i) {
     const Value value = matrix.at(i);
     if (value.is_error()) call.fail(value.error());
-    if (!value.is_numeric()) call.fail(ErrorCode::kValue);
+    if (!value.is_numeric() || value.kind() == Kind::kUnchosen) call.fail(ErrorCode::kValue);
     result.values.push_back(value.is_numeric() ? value.number() : 0);
   }
   return result;

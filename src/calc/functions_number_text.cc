@@ -55,7 +55,7 @@ std::string with_decimals(double number, int decimals, bool groups) {
 }
 
 int decimals_of(Call& call, int argument) {
-  const double decimals = call.missing(argument) ? 2 : whole_part(call.number(argument));
+  const double decimals = call.missing(argument) ? 2 : floor_of(call.number(argument));
   if (std::fabs(decimals) > 127) call.fail(ErrorCode::kArgument);
   return static_cast<int>(std::clamp(decimals, -127.0, 127.0));
 }

@@ -11,10 +11,13 @@
 namespace ordvane::calc {
 namespace {
 
+enum class Unchosen : std::uint8_t { kPassedOver, kZero };
+
 // As AVERAGEA and the like take values: texts of cells are 0.
-Numbers values_of(Call& call) {
+Numbers values_of(Call& call, Unchosen unchosen = Unchosen::kZero) {
   Numbers numbers;
   call.each_from(0, [&](const Value& value, From from) {
+    if (value.is_blank() && unchosen == Unchosen::kPassedOver) return;
     if (value.is_error()) return call.fail(value.error());
     if (value.is_text() && from != From::kFormula) return numbers.push_back(0);
     numbers.push_back(call.number_of(value));
@@ -41,7 +44,7 @@ Operand deviation(Call& call) {
 
 Operand call_counta(Call& call) {
   double count = 0;
-  call.each_from(0, [&](const Value&, From) { ++count; });
+  call.each_from(0, [&](const Value& value, From) { count += value.is_blank() ? 0 : 1; });
   return count;
 }
 
@@ -60,7 +63,7 @@ Operand call_avedev(Call& call) {
 }
 
 Operand call_averagea(Call& call) {
-  const Numbers numbers = values_of(call);
+  const Numbers numbers = values_of(call, Unchosen::kPassedOver);
   return numbers.empty() ? Operand(ErrorCode::kDivision) : Operand(mean_of(numbers));
 }
 
@@ -289,31 +292,31 @@ constexpr Function kSamplesFunctions[] = {
     {"AVERAGEA", 1, kAnyNumber, "r", call_averagea},
     {"COUNTA", 1, kAnyNumber, "r", call_counta},
     {"DEVSQ", 1, kAnyNumber, "r", call_devsq},
-    {"FREQUENCY", 2, 2, "a", call_frequency, nullptr, kGivesArrays},
+    {"FREQUENCY", 2, 2, "r", call_frequency, nullptr, kGivesArrays},
     {"GEOMEAN", 1, kAnyNumber, "r", call_geomean},
     {"HARMEAN", 1, kAnyNumber, "r", call_harmean},
     {"KURT", 1, kAnyNumber, "r", call_kurt},
-    {"LARGE", 2, 2, "as", call_nth<End::kLargest>},
+    {"LARGE", 2, 2, "rs", call_nth<End::kLargest>},
     {"MAXA", 1, kAnyNumber, "r", call_maxa},
     {"MEDIAN", 1, kAnyNumber, "r", call_median},
     {"MINA", 1, kAnyNumber, "r", call_mina},
     {"MODE", 1, kAnyNumber, "a", call_mode},
     {"MODE.SNGL", 1, kAnyNumber, "a", call_mode},
-    {"PERCENTILE", 2, 2, "as", call_percentile},
-    {"PERCENTILE.EXC", 2, 2, "as", call_percentile_exc},
-    {"PERCENTILE.INC", 2, 2, "as", call_percentile},
-    {"PERCENTRANK", 2, 3, "ass", call_percentrank<true>},
-    {"PERCENTRANK.EXC", 2, 3, "ass", call_percentrank<false>},
-    {"PERCENTRANK.INC", 2, 3, "ass", call_percentrank<true>},
-    {"QUARTILE", 2, 2, "as", call_quartile},
-    {"QUARTILE.EXC", 2, 2, "as", call_quartile_exc},
-    {"QUARTILE.INC", 2, 2, "as", call_quartile},
+    {"PERCENTILE", 2, 2, "rs", call_percentile},
+    {"PERCENTILE.EXC", 2, 2, "rs", call_percentile_exc},
+    {"PERCENTILE.INC", 2, 2, "rs", call_percentile},
+    {"PERCENTRANK", 2, 3, "rss", call_percentrank<true>},
+    {"PERCENTRANK.EXC", 2, 3, "rss", call_percentrank<false>},
+    {"PERCENTRANK.INC", 2, 3, "rss", call_percentrank<true>},
+    {"QUARTILE", 2, 2, "rs", call_quartile},
+    {"QUARTILE.EXC", 2, 2, "rs", call_quartile_exc},
+    {"QUARTILE.INC", 2, 2, "rs", call_quartile},
     {"RANK", 2, 3, "srs", call_rank<false>},
     {"RANK.AVG", 2, 3, "srs", call_rank<true>},
     {"RANK.EQ", 2, 3, "srs", call_rank<false>},
     {"SKEW", 1, kAnyNumber, "r", call_skew<Of::kSample>},
     {"SKEW.P", 1, kAnyNumber, "r", call_skew<Of::kPopulation>},
-    {"SMALL", 2, 2, "as", call_nth<End::kSmallest>},
+    {"SMALL", 2, 2, "rs", call_nth<End::kSmallest>},
     {"STANDARDIZE", 3, 3, "s", call_standardize},
     {"STDEV", 1, kAnyNumber, "r", deviation<Of::kSample, Texts::kPassedOver>},
     {"STDEV.P", 1, kAnyNumber, "r", deviation<Of::kPopulation, Texts::kPassedOver>},
@@ -321,7 +324,7 @@ constexpr Function kSamplesFunctions[] = {
     {"STDEVA", 1, kAnyNumber, "r", deviation<Of::kSample, Texts::kZero>},
     {"STDEVP", 1, kAnyNumber, "r", deviation<Of::kPopulation, Texts::kPassedOver>},
     {"STDEVPA", 1, kAnyNumber, "r", deviation<Of::kPopulation, Texts::kZero>},
-    {"TRIMMEAN", 2, 2, "as", call_trimmean},
+    {"TRIMMEAN", 2, 2, "rs", call_trimmean},
     {"VAR", 1, kAnyNumber, "r", variance<Of::kSample, Texts::kPassedOver>},
     {"VAR.P", 1, kAnyNumber, "r", variance<Of::kPopulation, Texts::kPassedOver>},
     {"VAR.S", 1, kAnyNumber, "r", variance<Of::kSample, Texts::kPassedOver>},

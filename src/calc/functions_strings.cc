@@ -171,6 +171,7 @@ Operand call_concatenate(Call& call) {
 Operand call_concat(Call& call) {
   std::string result;
   call.each_from(0, [&](const Value& value, From) {
+    if (value.is_blank()) return;
     if (result.size() <= static_cast<std::size_t>(kLongest) * 4) result += call.text_of(value);
   });
   return given(call, std::move(result));
@@ -185,7 +186,8 @@ Operand call_textjoin(Call& call) {
   for (int argument = 2; argument < call.count() && !call.failed(); ++argument) {
     const Matrix values = call.matrix(argument);
     for (std::int64_t i = 0; i < std::min<std::int64_t>(values.size(), kRows); ++i) {
-      const std::string text = call.text_of(values.at(i));
+      const Value value = values.at(i);
+      const std::string text = value.is_blank() ? std::string() : call.text_of(value);
       if (text.empty() && without_empty) continue;
       if (joined > 0) result += call.text_of(separators.at((joined - 1) % separators.size()));
       result += text;

@@ -59,6 +59,8 @@ std::string text_of(const Value& value) {
   switch (value.kind()) {
     case Kind::kBlank:
       return "";
+    case Kind::kUnchosen:
+      return "FALSE";
     case Kind::kText:
       return value.text();
     case Kind::kError:

@@ -220,7 +220,8 @@ void Program::run_one(const Instruction& instruction, Arena& arena) {
     }
     default:
       *result = *instruction.a;
-      for (Kind& kind : result->kind) kind = kind == Kind::kBlank ? Kind::kEmpty : kind;
+      for (Kind& kind : result->kind)
+        kind = kind == Kind::kBlank ? Kind::kEmpty : kind == Kind::kUnchosen ? Kind::kBoolean : kind;
       break;
   }
 }

@@ -63,6 +63,8 @@ Value Lanes::at(int lane) const {
       return Value::boolean(number[i] != 0);
     case Kind::kEmpty:
       return Value::empty();
+    case Kind::kUnchosen:
+      return Value::unchosen();
     case Kind::kBlank:
       return {};
     case Kind::kText:

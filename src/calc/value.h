@@ -22,8 +22,9 @@
 namespace ordvane::calc {
 
 // Kinds up to kBlank count as numbers in arithmetic: TRUE as 1, a blank cell as 0. kEmpty is the value of a
-// cell whose formula refers to a blank one: a 0 that also equals "".
-enum class Kind : std::uint8_t { kNumber, kBoolean, kEmpty, kBlank, kText, kError };
+// cell whose formula refers to a blank one: a 0 that also equals "". kUnchosen is what an IF of two arguments
+// has in an array where its condition fails: passed over as a blank is, and FALSE in a cell.
+enum class Kind : std::uint8_t { kNumber, kBoolean, kEmpty, kUnchosen, kBlank, kText, kError };
 
 // The numbers are those by which LibreOffice's manual calls the errors. It tells more of them apart than
 // Excel, which shows the name that error_text() gives.
@@ -67,6 +68,11 @@ class Value {
     result.kind_ = Kind::kEmpty;
     return result;
   }
+  static Value unchosen() {
+    Value result(0.0);
+    result.kind_ = Kind::kUnchosen;
+    return result;
+  }
   static Value boolean(bool value) {
     Value result(value ? 1.0 : 0.0);
     result.kind_ = Kind::kBoolean;
@@ -76,9 +82,13 @@ class Value {
   Kind kind() const { return kind_; }
   bool is_number() const { return kind_ <= Kind::kEmpty; }  // in cells: all but blanks, texts and errors
   bool is_numeric() const { return kind_ <= Kind::kBlank; }
-  bool is_blank() const { return kind_ == Kind::kBlank; }
+  bool is_blank() const { return kind_ == Kind::kBlank || kind_ == Kind::kUnchosen; }
   bool is_text() const { return kind_ == Kind::kText; }
   bool is_error() const { return kind_ == Kind::kError; }
+  // As a cell holds it whose formula it is the result of.
+  Value in_cell() const {
+    return kind_ == Kind::kBlank ? empty() : kind_ == Kind::kUnchosen ? boolean(false) : *this;
+  }
   // Each for values of its kind only; number() for is_numeric().
   double number() const { return number_; }
   const std::string& text() const { return *text_; }

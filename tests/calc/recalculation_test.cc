@@ -104,6 +104,9 @@ const char* const kFormulas[] = {
     "=SUM(IF(A1>1,A1,A2))",
     "=SUMPRODUCT(MAX((A1:A3>1)*A1:A3))",
     "=SUMPRODUCT(A1,1+SUM(A1:A3*2))",
+    "{=AVERAGE(IF(A1:A3>1,A1:A3))}",
+    "{=IF(A1:A3>1,A1)=\"\"}",
+    "{=IF(A1:A3>1,A1)}",
 };
 
 // All formulas over all kinds of values, and formulas over those formulas.

@@ -153,6 +153,8 @@ inline std::string shown(const calc::Value& value) {
       return "(blank)";
     case calc::Kind::kEmpty:
       return "(empty)";
+    case calc::Kind::kUnchosen:
+      return "(unchosen)";
     case calc::Kind::kNumber:
       break;
   }
