@@ -366,6 +366,8 @@ def asked_text(formula, values):
     return re.sub(r"V!([A-Z])(\d+)(?![\d:])", value_text, formula)
 
 
+# The share of calls, as array formulas, of which single arguments are blocks.
+SPREADS = 0.1
 # The share of blocks that are calculated with on their way into a function, and functions that take nothing but cells.
 EXPRESSIONS = 0.15
 OF_CELLS = "COUNTIF COUNTIFS SUMIF SUMIFS AVERAGEIF AVERAGEIFS MAXIFS MINIFS COUNTBLANK ROWS COLUMNS".split()
@@ -376,6 +378,7 @@ class Formulas:
 
     def __init__(self, random_):
         self.random = random_
+        self.spreads = False  # single arguments are blocks, each of whose values is calculated with
 
     def block(self, first, last, rows=None):
         rows = rows or self.random.randint(2, ROWS)
@@ -391,6 +394,8 @@ class Formulas:
         if letter in "rnfol" and calculates and random_.random() < EXPRESSIONS:
             block = self.argument(letter, rows, False)
             return random_.choice([f"{block}*2", f"-{block}", f"{block}>1", f"IF({block}>1,{block})", f"({block})"])
+        if self.spreads and letter in "xsuipdtvby" and random_.random() < 0.4:
+            return self.block(0, 3, rows) if letter in "tv" else self.block(4, 9, rows)
         if letter == "s" and random_.random() < 0.3:
             return f"V!{column_name(random_.randint(4, 9))}{random_.randint(1, ROWS)}"
         return {
@@ -433,7 +438,10 @@ class Formulas:
 
     def call(self, name):
         while True:
+            self.spreads = self.random.random() < SPREADS and name not in OF_CELLS
             formula = self.any_call(name)
+            if self.spreads and "V!" in formula:
+                formula = self.random.choice(["SUM({})", "SUM(LEN({}))", "COUNT({})"]).format(formula)
             if not (name in ENDLESS and "1E300" in formula or name in COUPONS and re.search("V![A-D]", formula)):
                 return formula
 
@@ -544,7 +552,9 @@ class Report:
             self.unsupported += 1
         if agree(name, ours, theirs):
             return True
-        if any(name in names.split() and is_meant(Asked(formula, values), ours, theirs) for names, is_meant in MEANT):
+        # Which of many values are meant otherwise is not looked at.
+        if any(name in names.split() and (of_many(formula) or is_meant(Asked(formula, values), ours, theirs))
+               for names, is_meant in MEANT):
             self.meant_otherwise += 1
         else:
             number = getattr(theirs, "number", 0)
@@ -562,9 +572,16 @@ class Report:
               f"{self.meant_otherwise} of functions that mean something else")
 
 
+def of_many(formula):
+    """Whether blocks stand for single values in it."""
+    return re.match(r"(SUM|COUNT)\([\w.]+\(", formula) is not None
+
+
 def array_of(row, text):
-    """Where the formula stands as an array formula: half of those that calculate with blocks, always the same."""
-    return f"A{row + 1}" if re.search(r"[*>]\d|-V", text) and zlib.crc32(text.encode()) % 2 else None
+    """Where the formula stands as an array formula: half of those that calculate with blocks, always the same, and all that
+    have blocks for single values."""
+    calculates = re.search(r"[*>]\d|-V", text) and zlib.crc32(text.encode()) % 2
+    return f"A{row + 1}" if calculates or of_many(text) else None
 
 
 def round_of_calls(random_, names, size):

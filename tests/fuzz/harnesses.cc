@@ -15,6 +15,7 @@ std::span<const Harness> harnesses() {
       {"workbook", try_workbook, "workbooks", "workbooks.dict"},
       {"graft", try_graft, "workbooks", "workbooks.dict"},
       {"what_if", try_what_if, "what-ifs", "what-ifs.dict"},
+      {"command", try_command, "commands", "commands.dict"},
   };
   return kHarnesses;
 }

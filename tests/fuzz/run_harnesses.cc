@@ -11,6 +11,7 @@
 #include "exchange/run_copy.h"
 #include "exchange/steps.h"
 #include "exchange/table_file.h"
+#include "fuzz/choices.h"
 #include "fuzz/harnesses.h"
 #include "fuzz/scratch.h"
 #include "page/comparison_page.h"
@@ -31,6 +32,9 @@ std::size_t values_of(const runfile::Run& run) {
   return run.output_values.size() + run.group_output_values.size();
 }
 
+// Behind it stands what is chosen for reports, or another run.
+constexpr std::string_view kBehindRun = "\n#####\n";
+
 // Nothing for what is refused. `name`: of the run file.
 RunPointer run_of(std::string_view bytes, bool keeps_texts, const char* name = "a.run.json") {
   const auto [description, table] = halves(bytes);
@@ -41,16 +45,6 @@ RunPointer run_of(std::string_view bytes, bool keeps_texts, const char* name = "
   } catch (const runfile::BadRun&) {
     return nullptr;
   }
-}
-
-embedded::ReportOptions every_report(const runfile::Run& run) {
-  embedded::ReportOptions options;
-  options.matrix = options.tornado = options.spider = options.sensitivity = true;
-  options.output_detail = options.detail_by_input = true;
-  options.multi_way = !run.groups.empty();
-  options.clock = [] { return xlsx::kFirstDate; };
-  options.overwrite = true;
-  return options;
 }
 
 void copy(const runfile::Run& run) {
@@ -87,35 +81,39 @@ void try_run_file(std::string_view bytes) {
 }
 
 void try_reports(std::string_view bytes) {
-  const auto run = run_of(bytes, false);
-  if (run && values_of(*run) <= kMostReported) embedded::pack_reports(run, every_report(*run));
+  const auto [files, choices] = halves(bytes, kBehindRun);
+  const auto run = run_of(files, false);
+  if (!run || values_of(*run) > kMostReported) return;
+  if (!is_well_formed(embedded::pack_reports(run, report_options(*run, choices)).bytes))
+    throw std::logic_error("reports that are no XML");
 }
 
 void try_answers(std::string_view bytes) {
-  constexpr std::string_view kBetweenRuns = "\n#####\n";
-  const std::size_t end = std::min(bytes.find(kBetweenRuns), bytes.size());
-  const auto run = run_of(bytes.substr(0, end), true);
+  const auto [first, others] = halves(bytes, kBehindRun);
+  const auto [second, choices] = halves(others, kBehindRun);
+  const auto run = run_of(first, true);
   if (!run || values_of(*run) > kMostAnswered) return;
   copy(*run);
   tell(run);
-  page::write_page(run, scratch("a.html"), every_report(*run));
-  const auto other =
-      run_of(bytes.substr(std::min(end + kBetweenRuns.size(), bytes.size())), true, "b.run.json");
+  page::write_page(run, scratch("a.html"), report_options(*run, choices));
+  const auto other = run_of(second, true, "b.run.json");
   if (!other || values_of(*other) > kMostAnswered) return;
   const exchange::Comparison comparison = exchange::compare(run, other, 1);
   exchange::moved_more_than(comparison, 0.01);
   runfile::parse_json(exchange::document_text(exchange::comparison_document(comparison)), "a comparison");
-  exchange::write_comparison(comparison, scratch("changes.xlsx"), every_report(*other));
-  page::write_comparison(comparison, scratch("changes.html"), every_report(*other));
+  const embedded::ReportOptions options = report_options(*other, choices);
+  exchange::write_comparison(comparison, scratch("changes.xlsx"), options);
+  page::write_comparison(comparison, scratch("changes.html"), options);
 }
 
 void try_table(std::string_view bytes) {
   const auto [names, table] = halves(bytes);
+  const auto [inputs, outputs] = halves(names, "\n");
+  const auto [output_names, base] = halves(outputs, "\n");
   exchange::ImportOptions options;
-  const std::string inputs(names.substr(0, names.find('\n')));
-  options.inputs = exchange::names_in_list(inputs);
-  options.outputs =
-      exchange::names_in_list(std::string(names.substr(std::min(inputs.size() + 1, names.size()))));
+  options.inputs = exchange::names_in_list(std::string(inputs));
+  options.outputs = exchange::names_in_list(std::string(output_names));
+  if (!base.empty()) options.base_line = std::atoi(std::string(base).c_str());
   std::optional<exchange::ImportedRun> imported;
   try {
     imported = exchange::import_table(scratch("a.csv", table), options);
@@ -134,12 +132,14 @@ void try_parts(std::string_view bytes) {
     if (bytes.empty()) break;
   }
   const std::filesystem::path run = scratch("merged.run.json");
-  try {
-    sweep::merge_parts(parts, run, {.replace = true});
-  } catch (const runfile::BadRun&) {
-    return;
+  for (const sweep::TableForm form : {sweep::TableForm::kCsv, sweep::TableForm::kBinary}) {
+    try {
+      sweep::merge_parts(parts, run, {.replace = true, .form = form});
+    } catch (const runfile::BadRun&) {
+      return;
+    }
+    must_be_readable(run);
   }
-  must_be_readable(run);
 }
 
 }  // namespace ordvane::fuzz

@@ -7,6 +7,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "xlsx/archive.h"
+#include "xlsx/xml_text.h"
+
 namespace ordvane::fuzz {
 namespace {
 
@@ -42,10 +45,9 @@ fs::path scratch(const char* name, std::string_view bytes) {
   return file;
 }
 
-std::pair<std::string_view, std::string_view> halves(std::string_view bytes) {
-  constexpr std::string_view kBetween = "\n=====\n";
-  const std::size_t end = std::min(bytes.find(kBetween), bytes.size());
-  return {bytes.substr(0, end), bytes.substr(std::min(end + kBetween.size(), bytes.size()))};
+Halves halves(std::string_view bytes, std::string_view mark) {
+  const std::size_t end = std::min(bytes.find(mark), bytes.size());
+  return {bytes.substr(0, end), bytes.substr(std::min(end + mark.size(), bytes.size()))};
 }
 
 void must_be_readable(const fs::path& run) {
@@ -54,6 +56,20 @@ void must_be_readable(const fs::path& run) {
   } catch (const runfile::BadRun& refusal) {
     throw std::logic_error("a run that was written is refused: " + std::string(refusal.what()));
   }
+}
+
+bool is_well_formed(std::string_view package) {
+  const xlsx::OpenArchive archive(package);
+  for (std::size_t i = 0; i < archive.entries().size(); ++i) {
+    const std::string& name = archive.entries()[i].name;
+    if (!name.ends_with(".xml") && !name.ends_with(".rels")) continue;
+    try {
+      const xlsx::XmlText part(archive.read(i));
+    } catch (const xlsx::BadPackage&) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace ordvane::fuzz

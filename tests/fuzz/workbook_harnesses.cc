@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <bit>
-#include <cmath>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,8 +9,10 @@
 #include "calc/recalculation.h"
 #include "calc/tiny_workbook.h"
 #include "embedded/report_job.h"
+#include "fuzz/choices.h"
 #include "fuzz/harnesses.h"
 #include "fuzz/scratch.h"
+#include "runfile/json_file.h"
 #include "support/archive_of.h"
 #include "sweep/candidates.h"
 #include "sweep/describe.h"
@@ -36,24 +36,20 @@ std::shared_ptr<const runfile::Run> tiny_run() {
   return kRun;
 }
 
-embedded::ReportOptions every_report() {
-  embedded::ReportOptions options;
-  options.matrix = options.tornado = options.spider = options.sensitivity = true;
-  options.output_detail = options.detail_by_input = true;
-  options.clock = [] { return xlsx::kFirstDate; };
-  return options;
-}
-
 // Reports are put in, and put in the place of those.
 void add_reports(std::string_view workbook) {
   const std::filesystem::path file = scratch("b.xlsx", workbook);
-  embedded::ReportOptions options = every_report();
+  embedded::ReportOptions options = report_options(*tiny_run());
+  options.overwrite = false;
   try {
     embedded::add_reports(tiny_run(), file, options);
     options.overwrite = true;
     embedded::add_reports(tiny_run(), file, options);
   } catch (const xlsx::BadWorkbook&) {
+    return;
   }
+  if (is_well_formed(workbook) && !is_well_formed(runfile::read_text(file, "a workbook")))
+    throw std::logic_error("a workbook that is no XML any more");
 }
 
 // What a sweep looks for when nobody says what to vary.
@@ -71,17 +67,40 @@ void look_around(const calc::Model& model) {
   sweep::find_candidates(model, outputs);
 }
 
-// Calculates all of it, with its first cell changed.
+void must_be_same(const calc::Model& model, calc::CellId id, const calc::Value& one,
+                  const calc::Value& other) {
+  if (calc::identical(one, other)) return;
+  const calc::Workbook& book = model.workbook();
+  const calc::Cell* cell = &book.cells[static_cast<std::size_t>(id)];
+  if (cell->formula < 0) cell = &book.cells[static_cast<std::size_t>(cell->array)];
+  throw std::logic_error(book.address(id) + ", " +
+                         book.formulas[static_cast<std::size_t>(cell->formula)].text + ": " +
+                         test::shown(one) + " and " + test::shown(other));
+}
+
+// The last formula for itself, and all of them; with the first cell changed, and with none.
+void recalculate(const calc::Model& model) {
+  const std::vector<calc::CellId> changing{0}, all = model.formula_cells();
+  if (all.empty()) return;
+  calc::Recalculation together(model, changing, all), alone(model, changing, {&all.back(), 1});
+  const std::vector<calc::CellChange> change{{0, 2.0}};
+  const std::vector<std::span<const calc::CellChange>> lanes{change, {}};
+  if (!together.obstacles().empty()) return;
+  const std::span<const calc::Value> values = together.evaluate(lanes), last = alone.evaluate(lanes);
+  if (!together.obstacles().empty() || !alone.obstacles().empty()) return;
+  for (std::size_t i = 0; i < all.size(); ++i)
+    must_be_same(model, all[i], values[all.size() + i], model.base(all[i]));
+  for (const std::size_t lane : {0U, 1U})
+    must_be_same(model, all.back(), last[lane], values[(lane + 1) * all.size() - 1]);
+}
+
+// Calculates all of it.
 void calculate(const std::string& workbook) {
   try {
     const calc::Model model(workbook, "fuzz");
     if (model.workbook().cells.empty()) return;
     look_around(model);
-    const std::vector<calc::CellId> changing{0};
-    calc::Recalculation recalculation(model, changing, model.formula_cells());
-    const std::vector<calc::CellChange> change{{0, 2.0}};
-    const std::vector<std::span<const calc::CellChange>> lanes{change, {}};
-    if (recalculation.obstacles().empty()) recalculation.evaluate(lanes);
+    recalculate(model);
   } catch (const xlsx::BadWorkbook&) {
   }
 }
@@ -109,27 +128,20 @@ std::optional<std::string> packed_parts(std::string_view bytes) {
 // A call of any function, as bytes tell.
 class CallText {
  public:
-  explicit CallText(std::string_view bytes) : bytes_(bytes) {}
+  explicit CallText(std::string_view bytes) : choices_(bytes) {}
 
   std::string text(int depth = 0) {
     const auto functions = calc::all_functions();
-    const unsigned high = next() * 256U;
-    const calc::Function& function = *functions[(high + next()) % functions.size()];
+    const unsigned high = choices_.next() * 256U;
+    const calc::Function& function = *functions[(high + choices_.next()) % functions.size()];
     const unsigned most = std::min<unsigned>(function.most, function.least + 4U);
-    const unsigned count = function.least + next() % (most - function.least + 1);
+    const unsigned count = function.least + choices_.next() % (most - function.least + 1);
     std::string result = std::string(function.name) + "(";
     for (unsigned i = 0; i < count; ++i) result += (i > 0 ? "," : "") + argument(depth);
     return result + ")";
   }
 
  private:
-  unsigned next() {
-    if (bytes_.empty()) return 0;
-    const auto byte = static_cast<unsigned char>(bytes_[0]);
-    bytes_.remove_prefix(1);
-    return byte;
-  }
-
   // At "|".
   static std::vector<std::string> split(std::string_view list) {
     std::vector<std::string> pieces(1);
@@ -148,20 +160,33 @@ class CallText {
               R"(""|"x"|"a*"|">1"|"2020-02-29"|"1+2i"|"FF"|"0.00E+0;[Red]-#,##0 ""k"""|"Sheet1!A1"|A1|)"
               R"(A1:A9|A1:C3|A:A|1:1|B1:B9|C1:C9|D1|H1:J3|ZZ99|(A1:A3,C5)|Sheet2!A1|{1,2;3,4}|)"
               R"({"a",TRUE;#N/A,-5}|NA()|1/0|A1:A9*2|A1:A9>B1:B9|-C1:C9)");
-    constexpr unsigned kNested = 200, kNumber = 216;
-    const unsigned choice = next();
-    if (choice >= kNumber) {
-      std::uint64_t bits = 0;
-      for (int i = 0; i < 8; ++i) bits = bits << 8 | next();
-      const auto number = std::bit_cast<double>(bits);
-      return std::isfinite(number) ? text::shortest_number(number) : "1E308";
-    }
+    static const std::vector<std::string> kMeant =
+        split(R"(E1:E5|C1:C5|C1|C3|G1:G40|G7|Sales[Amount]|Sales[#All]|Sales[[#This Row],[Amount]]|Sales|)"
+              R"(Sales[[#Totals],[Month]:[Amount]]|"kg"|"lbm"|"Mm"|"C"|"K"|"R[1]C[-1]"|"R1C1:R[2]C3"|)"
+              R"("1/31/2020"|"12:30"|"5%"|"yyyy-mm-dd hh:mm:ss.00"|"[h]:mm AM/PM"|"# ?/?"|"General"|)"
+              R"(0.05|0.1|-0.05|1000|100|4|5|6|7|8|12|14|15|16|17|18|19|30|365|44000|45000|1E10|1E-10|)"
+              R"(4294967296|-43831|20|40|FALSE|OFFSET(A1,A2,1)|INDIRECT("B"&A2)|Z9|)"
+              R"(IF(A1:A9>1,A1:A9)|IF(E1:E5>0,C1:C5)|SUM(A1:A3*2)|G1:G40="k5"|A1:A9&"x")");
+    constexpr unsigned kMeantFrom = 148, kNested = 200, kNumber = 216;
+    const unsigned choice = choices_.next();
+    if (choice >= kNumber) return text::shortest_number(choices_.number());
     if (choice >= kNested && depth < 3) return text(depth + 1);
+    if (choice >= kMeantFrom) return kMeant[choices_.next() % kMeant.size()];
     return kKnown[choice % kKnown.size()];
   }
 
-  std::string_view bytes_;
+  Choices choices_;
 };
+
+// In this column and the next one, from the first row on.
+void add_table(test::TinyWorkbook& book, char column) {
+  const std::string month(1, column), amount(1, static_cast<char>(column + 1));
+  book.table("Sales", month + "1:" + amount + "4", {"Month", "Amount"}, 1).set(month + "1", "Month");
+  book.set(amount + "1", "Amount").set(month + "2", "1").set(amount + "2", "=A1*10");
+  book.set(month + "3", "2")
+      .set(amount + "3", "20")
+      .set(amount + "4", "=SUM(" + amount + "2:" + amount + "3)");
+}
 
 // Numbers, texts that are some, dates, and what else cells hold.
 test::TinyWorkbook arguments_workbook() {
@@ -175,10 +200,14 @@ test::TinyWorkbook arguments_workbook() {
   column('B', {"apple", "'12", "TRUE", "", "'2020-01-15", "=NA()", "a*b", "-5", "~x"});
   column('C', {"43831", "44000", "44200", "44500", "45000", "=1/0", "0.05", "100", "'"});
   column('D', {"=A1:A3*2", "=D1"});
+  column('E', {"-100", "30", "40", "50", "60"});
   column('H', {"2", "1", "0"});
   column('I', {"1", "3", "1"});
   column('J', {"0", "1", "4"});
-  return book.set(1, "A1", "=Sheet1!A1");
+  for (int row = 1; row <= 40; ++row)
+    book.set("G" + std::to_string(row), row % 5 == 0 ? "k" + std::to_string(row) : std::to_string(row % 7));
+  add_table(book, 'L');
+  return book.set("Z9", "=A1+1").set(1, "A1", "=Sheet1!A1");
 }
 
 const std::string& planned_workbook() {
@@ -195,6 +224,8 @@ const std::string& planned_workbook() {
         .set("B6", "=B1*(1+B2)^B4")
         .set("A7", "Test")
         .set("B7", "=IF(B3>45001,1/0,\"-\")");
+    book.set("A8", "Chance").set("B8", "=RAND()*B1").set("A9", "Age").set("B9", "=NOW()-B3");
+    book.set("A10", "Units").set("B10", "3").drop_down("B10", "$B$1:$B$4");
     book.set(1, "A1", "=Sheet1!B6/2").name("Rate", "Sheet1!$B$2").name("Profit", "Sheet1!$B$6");
     return book.drop_down("B4", "\"1,2,5\"").bytes();
   }();
@@ -234,6 +265,7 @@ void try_formula(std::string_view bytes) {
   test::TinyWorkbook book;
   book.set("A1", "1").set("A2", "2").set("A3", "x").set("B1", "TRUE").set("B2", "=A1/0").set("C1", "=A1+A2");
   book.set(1, "A1", "=Sheet1!C1").name("Rate", "Sheet1!$A$1");
+  add_table(book, 'F');
   book.set("D4", "=" + std::string(bytes));
   calculate(book.bytes());
 }
