@@ -154,10 +154,26 @@ bool Program::is_single_function(const Formula& formula, const Node& node) const
       if (!is_cell_argument(formula, node, i) || !is_single(formula, node.children[i])) return false;
     return true;
   }
+  for (std::size_t i = 0; i < node.children.size(); ++i) {
+    const char letter = node.function->argument_letter(static_cast<int>(i));
+    if (letter == 's' && !is_single(formula, node.children[i])) return false;
+    if (letter == 'r' && finds_several(formula, node.children[i])) return false;
+  }
+  return true;
+}
+
+// Whether several blocks come of it.
+bool Program::finds_several(const Formula& formula, std::int32_t position) const {
+  const Node& node = node_of(formula, position);
+  if (node.type == NodeType::kName) {
+    const Formula& named = model_.workbook().named(node.name);
+    return !named.nodes.empty() && finds_several(named, named.root());
+  }
+  if (node.type != NodeType::kFunction || !finds_blocks(*node.function)) return false;
   for (std::size_t i = 0; i < node.children.size(); ++i)
     if (node.function->argument_letter(static_cast<int>(i)) == 's' && !is_single(formula, node.children[i]))
-      return false;
-  return true;
+      return true;
+  return false;
 }
 
 // Whether it gives one value in an array formula as well as in any other.

@@ -1,6 +1,9 @@
 #include "calc/evaluation.h"
 
 #include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "calc/operators.h"
 
@@ -276,12 +279,32 @@ Operand Evaluation::function(const Node& node, bool in_array) {
   return call_each(*node.function, arguments);
 }
 
-// Once, or for each value of the arguments that have several where the function takes one.
+// Whether the function is called for each of what the argument has.
+bool is_taken_one_by_one(const Function& function, std::size_t position, const Operand& argument) {
+  const char letter = function.argument_letter(static_cast<int>(position));
+  return letter == 's' ? is_block(argument)
+                       : letter == 'r' && argument.is_array() && !argument.array->blocks.empty();
+}
+
+Operand Evaluation::one_of(const Operand& several, char letter, std::int32_t row, std::int32_t column) {
+  const Matrix matrix(*this, several);
+  if (letter != 'r') return spread(matrix, row, column);
+  if (matrix.rows() == 1) row = 0;
+  if (matrix.columns() == 1) column = 0;
+  if (row >= matrix.rows() || column >= matrix.columns()) return ErrorCode::kNotAvailable;
+  const Reference& block =
+      several.array->blocks[static_cast<std::size_t>(row) * static_cast<std::size_t>(matrix.columns()) +
+                            static_cast<std::size_t>(column)];
+  return block.sheet < 0 ? Operand(matrix.at(row, column)) : Operand(block);
+}
+
+// Once, or for each value of the arguments that have several where the function takes one, and for each of
+// several blocks.
 Operand Evaluation::call_each(const Function& function, std::span<const Operand> arguments) {
   std::int32_t rows = 1, columns = 1;
   bool has_block = false;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    if (function.argument_letter(static_cast<int>(i)) != 's' || !is_block(arguments[i])) continue;
+    if (!is_taken_one_by_one(function, i, arguments[i])) continue;
     const Matrix matrix(*this, arguments[i]);
     rows = std::max(rows, matrix.rows());
     columns = std::max(columns, matrix.columns());
@@ -294,17 +317,21 @@ Operand Evaluation::call_each(const Function& function, std::span<const Operand>
   }
   if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
   Array& result = arena_.array(rows, columns);
+  std::vector<Reference> blocks;
   std::vector<Operand> one(arguments.begin(), arguments.end());
   for (std::int32_t row = 0; row < rows; ++row) {
     for (std::int32_t column = 0; column < columns; ++column) {
       for (std::size_t i = 0; i < arguments.size(); ++i)
-        if (function.argument_letter(static_cast<int>(i)) == 's' && is_block(arguments[i]))
-          one[i] = spread(Matrix(*this, arguments[i]), row, column);
+        if (is_taken_one_by_one(function, i, arguments[i]))
+          one[i] = one_of(arguments[i], function.argument_letter(static_cast<int>(i)), row, column);
       Call call(*this, one);
       const Operand each = function.body(call);
       result.at(row, column) = call.failed() ? Value(call.error()) : first(each);
+      if (!finds_blocks(function)) continue;
+      blocks.push_back(each.is_reference() && !call.failed() ? each.reference : Reference{-1, -1});
     }
   }
+  if (!blocks.empty()) result.blocks = arena_.references(std::move(blocks));
   return &result;
 }
 
@@ -367,43 +394,108 @@ Operand Evaluation::form_if_error(const Node& node, bool in_array) {
   return &result;
 }
 
-Operand Evaluation::form_choose(const Node& node, bool in_array) {
-  const Conversion chosen = number_of(first(operand_of(node.children[0], in_array)), book_.counts_from_1904);
-  if (chosen.error != ErrorCode::kNone) return chosen.error;
-  const double position = std::floor(chosen.number);
-  if (!(position >= 1) || position >= static_cast<double>(node.children.size())) return ErrorCode::kArgument;
-  const Operand result = branch(node, static_cast<std::size_t>(position), in_array);
+// One branch, or for each value of the children that decide, where they have several, that of its own branch.
+Operand Evaluation::chosen_branch(const Node& node, bool in_array, std::span<const std::size_t> deciding,
+                                  const Decide& decide) {
+  bool has_block = false;
+  const Choice one = decide([&](std::size_t child) {
+    const Operand operand = operand_of(node.children[child], in_array);
+    has_block = has_block || is_block(operand);
+    return has_block ? Value(ErrorCode::kNestedArray) : first(operand);
+  });
+  if (has_block) return chosen_branches(node, in_array, deciding, decide);
+  if (one.error != ErrorCode::kNone) return one.error;
+  const Operand result = branch(node, one.child, in_array);
   return result.is_missing() ? Operand(Value()) : result;
 }
 
-Operand Evaluation::form_ifs(const Node& node, bool in_array) {
-  for (std::size_t i = 0; i + 1 < node.children.size(); i += 2) {
-    const Conversion truth = truth_of(first(operand_of(node.children[i], in_array)), book_.counts_from_1904);
-    if (truth.error != ErrorCode::kNone) return truth.error;
-    if (truth.number != 0) return branch(node, i + 1, in_array);
+Operand Evaluation::chosen_branches(const Node& node, bool in_array, std::span<const std::size_t> deciding,
+                                    const Decide& decide) {
+  std::vector<std::optional<Matrix>> children(node.children.size());
+  std::int32_t rows = 1, columns = 1;
+  for (const std::size_t child : deciding) {
+    const Matrix& values = children[child].emplace(*this, operand_of(node.children[child], in_array));
+    rows = std::max(rows, values.rows());
+    columns = std::max(columns, values.columns());
   }
-  return ErrorCode::kNotAvailable;
-}
-
-Operand Evaluation::form_switch(const Node& node, bool in_array) {
-  // A blank cell to be found is the empty text, an argument that is left out 0; among the values a blank fits
-  // both. A value that is an error fits nothing, and is the result when nothing fits.
-  static const std::string kNothing;
-  const Operand asked = operand_of(node.children[0], in_array);
-  Value wanted = asked.is_missing() ? Value(0.0) : first(asked);
-  if (wanted.is_error()) return wanted;
-  if (wanted.is_blank()) wanted = Value(&kNothing);
-  ErrorCode unfit = ErrorCode::kNotAvailable;
-  std::size_t i = 1;
-  for (; i + 1 < node.children.size(); i += 2) {
-    const Value one = first(operand_of(node.children[i], in_array));
-    if (one.is_error()) {
-      unfit = one.error();
-    } else if ((one.is_blank() || one.is_text() == wanted.is_text()) && compare_values(wanted, one) == 0) {
-      return branch(node, i + 1, in_array);
+  if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
+  const std::int32_t decided_rows = rows, decided_columns = columns;
+  std::vector<Choice> choices;
+  for (std::int32_t row = 0; row < decided_rows; ++row) {
+    for (std::int32_t column = 0; column < decided_columns; ++column) {
+      const Choice& choice = choices.emplace_back(
+          decide([&](std::size_t child) { return spread(*children[child], row, column); }));
+      if (choice.error != ErrorCode::kNone || children[choice.child]) continue;
+      const Matrix& values = children[choice.child].emplace(*this, branch(node, choice.child, in_array));
+      rows = std::max(rows, values.rows());
+      columns = std::max(columns, values.columns());
     }
   }
-  return i < node.children.size() ? branch(node, i, in_array) : Operand(unfit);
+  if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
+  Array& result = arena_.array(rows, columns);
+  for (std::int32_t row = 0; row < rows; ++row) {
+    for (std::int32_t column = 0; column < columns; ++column) {
+      const std::int32_t by_row = decided_rows == 1 ? 0 : row, by_column = decided_columns == 1 ? 0 : column;
+      Choice choice{ErrorCode::kNotAvailable};
+      if (by_row < decided_rows && by_column < decided_columns)
+        choice = choices[static_cast<std::size_t>(by_row) * static_cast<std::size_t>(decided_columns) +
+                         static_cast<std::size_t>(by_column)];
+      result.at(row, column) = choice.error != ErrorCode::kNone
+                                   ? Value(choice.error)
+                                   : spread(*children[choice.child], row, column);
+    }
+  }
+  return &result;
+}
+
+Operand Evaluation::form_choose(const Node& node, bool in_array) {
+  constexpr std::size_t kPosition[] = {0};
+  return chosen_branch(node, in_array, kPosition, [&](const ValueOfChild& value_of) -> Choice {
+    const Conversion chosen = number_of(value_of(0), book_.counts_from_1904);
+    if (chosen.error != ErrorCode::kNone) return {chosen.error};
+    const double position = std::floor(chosen.number);
+    if (!(position >= 1) || position >= static_cast<double>(node.children.size()))
+      return {ErrorCode::kArgument};
+    return {ErrorCode::kNone, static_cast<std::size_t>(position)};
+  });
+}
+
+Operand Evaluation::form_ifs(const Node& node, bool in_array) {
+  std::vector<std::size_t> conditions;
+  for (std::size_t i = 0; i + 1 < node.children.size(); i += 2) conditions.push_back(i);
+  return chosen_branch(node, in_array, conditions, [&](const ValueOfChild& value_of) -> Choice {
+    for (const std::size_t condition : conditions) {
+      const Conversion truth = truth_of(value_of(condition), book_.counts_from_1904);
+      if (truth.error != ErrorCode::kNone) return {truth.error};
+      if (truth.number != 0) return {ErrorCode::kNone, condition + 1};
+    }
+    return {ErrorCode::kNotAvailable};
+  });
+}
+
+// A blank cell to be found is the empty text, an argument that is left out 0; among the values a blank fits
+// both. A value that is an error fits nothing, and is the result when nothing fits.
+Operand Evaluation::form_switch(const Node& node, bool in_array) {
+  static const std::string kNothing;
+  std::vector<std::size_t> deciding{0};
+  for (std::size_t i = 1; i + 1 < node.children.size(); i += 2) deciding.push_back(i);
+  const auto& asked = formula_->nodes[static_cast<std::size_t>(node.children[0])];
+  const bool is_left_out = asked.type == NodeType::kMissing;
+  return chosen_branch(node, in_array, deciding, [&](const ValueOfChild& value_of) -> Choice {
+    Value wanted = is_left_out ? Value(0.0) : value_of(0);
+    if (wanted.is_error()) return {wanted.error()};
+    if (wanted.is_blank()) wanted = Value(&kNothing);
+    ErrorCode unfit = ErrorCode::kNotAvailable;
+    for (const std::size_t child : std::span(deciding).subspan(1)) {
+      const Value one = value_of(child);
+      if (one.is_error())
+        unfit = one.error();
+      else if ((one.is_blank() || one.is_text() == wanted.is_text()) && compare_values(wanted, one) == 0)
+        return {ErrorCode::kNone, child + 1};
+    }
+    const std::size_t otherwise = 2 * deciding.size() - 1;
+    return otherwise < node.children.size() ? Choice{ErrorCode::kNone, otherwise} : Choice{unfit};
+  });
 }
 
 }  // namespace ordvane::calc

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -68,6 +69,7 @@ class Evaluation {
   Operand operate_two(const Node& node, bool in_array);
   Operand function(const Node& node, bool in_array);
   Operand call_each(const Function& function, std::span<const Operand> arguments);
+  Operand one_of(const Operand& several, char letter, std::int32_t row, std::int32_t column);
   Operand argument(const Node& node, int position, bool in_array);
   Operand operand_of(std::int32_t node, bool in_array);
   Operand intersected(const Operand& operand);
@@ -76,6 +78,17 @@ class Evaluation {
   Operand form_if(const Node& node, bool in_array);
   Operand form_if_array(const Node& node, const Matrix& condition, bool in_array);
   Operand form_if_error(const Node& node, bool in_array);
+  // What CHOOSE and its kin come to: an error, or a child. `value_of` gives what a child that decides has.
+  struct Choice {
+    ErrorCode error = ErrorCode::kNone;
+    std::size_t child = 0;
+  };
+  using ValueOfChild = std::function<Value(std::size_t child)>;
+  using Decide = std::function<Choice(const ValueOfChild& value_of)>;
+  Operand chosen_branch(const Node& node, bool in_array, std::span<const std::size_t> deciding,
+                        const Decide& decide);
+  Operand chosen_branches(const Node& node, bool in_array, std::span<const std::size_t> deciding,
+                          const Decide& decide);
   Operand form_choose(const Node& node, bool in_array);
   Operand form_ifs(const Node& node, bool in_array);
   Operand form_switch(const Node& node, bool in_array);

@@ -51,6 +51,12 @@ struct Function {
   char argument_letter(int position) const;
 };
 
+// As OFFSET does: a block of cells for each of several values.
+inline bool finds_blocks(const Function& function) {
+  constexpr std::uint8_t kBoth = kGivesCells | kFindsCells;
+  return (function.flags & kBoth) == kBoth;
+}
+
 // Null for none. `name` in capital letters, with or without "_xlfn.", "_xlws." before it.
 const Function* find_function(std::string_view name);
 // All, by name.

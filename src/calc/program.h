@@ -124,6 +124,7 @@ class Program {
   void give_lanes(ProgramCall& call);
   bool is_single(const Formula& formula, std::int32_t node) const;
   bool is_single_function(const Formula& formula, const Node& node) const;
+  bool finds_several(const Formula& formula, std::int32_t node) const;
   bool is_same_in_array(const Formula& formula, std::int32_t node) const;
   std::int32_t skip(std::int32_t mask, bool wanted);
   Lanes* temporary();

@@ -124,6 +124,9 @@ struct Reference {
 struct Array {
   std::int32_t rows = 0, columns = 0;
   std::vector<Value> values;
+  // As many, where OFFSET and its kin found blocks, whose first cells the values are; on no sheet (-1) where
+  // they found none.
+  std::span<const Reference> blocks{};
 
   Value& at(std::int32_t row, std::int32_t column) {
     return values[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
@@ -153,6 +156,7 @@ class Arena {
   }
   Array& array(std::int32_t rows, std::int32_t columns);
   std::span<const Reference> references(std::vector<Reference> list) {
+    count(list.size() * sizeof(Reference));
     return references_.emplace_back(std::move(list));
   }
   // A value that was made with `other`, whose text it may point to and outlives.

@@ -105,6 +105,9 @@ const char* const kFormulas[] = {
     "=SUMPRODUCT(MAX((A1:A3>1)*A1:A3))",
     "=SUMPRODUCT(A1,1+SUM(A1:A3*2))",
     "{=AVERAGE(IF(A1:A3>1,A1:A3))}",
+    "=SUMPRODUCT(SUBTOTAL(9,OFFSET(A1,ROW(A1:A3)-1,0)),A1:A3)",
+    "{=SUM(COUNTIF(OFFSET(A1,A1:A2,0),A2))}",
+    "{=SUM(CHOOSE(A1:A3,A2,A1:A3))}",
     "{=IF(A1:A3>1,A1)=\"\"}",
     "{=IF(A1:A3>1,A1)}",
 };
