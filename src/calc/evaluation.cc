@@ -40,6 +40,13 @@ Operand trimmed(const Workbook& book, Operand operand) {
   return operand;
 }
 
+// Whether the function is called for each of what the argument has.
+bool is_taken_one_by_one(const Function& function, std::size_t position, const Operand& argument) {
+  const char letter = function.argument_letter(static_cast<int>(position));
+  return letter == 's' ? is_block(argument)
+                       : letter == 'r' && argument.is_array() && !argument.array->blocks.empty();
+}
+
 }  // namespace
 
 Value Evaluation::cell_result(CellId id) {
@@ -279,13 +286,6 @@ Operand Evaluation::function(const Node& node, bool in_array) {
   return call_each(*node.function, arguments);
 }
 
-// Whether the function is called for each of what the argument has.
-bool is_taken_one_by_one(const Function& function, std::size_t position, const Operand& argument) {
-  const char letter = function.argument_letter(static_cast<int>(position));
-  return letter == 's' ? is_block(argument)
-                       : letter == 'r' && argument.is_array() && !argument.array->blocks.empty();
-}
-
 Operand Evaluation::one_of(const Operand& several, char letter, std::int32_t row, std::int32_t column) {
   const Matrix matrix(*this, several);
   if (letter != 'r') return spread(matrix, row, column);
@@ -298,29 +298,34 @@ Operand Evaluation::one_of(const Operand& several, char letter, std::int32_t row
   return block.sheet < 0 ? Operand(matrix.at(row, column)) : Operand(block);
 }
 
-// Once, or for each value of the arguments that have several where the function takes one, and for each of
-// several blocks.
-Operand Evaluation::call_each(const Function& function, std::span<const Operand> arguments) {
-  std::int32_t rows = 1, columns = 1;
-  bool has_block = false;
+// As many rows and columns as the largest of the arguments has that are taken one by one; none without such.
+std::optional<Evaluation::Extent> Evaluation::extent_of(const Function& function,
+                                                        std::span<const Operand> arguments) {
+  std::optional<Extent> extent;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (!is_taken_one_by_one(function, i, arguments[i])) continue;
     const Matrix matrix(*this, arguments[i]);
-    rows = std::max(rows, matrix.rows());
-    columns = std::max(columns, matrix.columns());
-    has_block = true;
+    if (!extent) extent.emplace();
+    extent->cover(matrix);
   }
-  if (!has_block) {
+  return extent;
+}
+
+// Once, or for each value of the arguments that have several where the function takes one, and for each of
+// several blocks.
+Operand Evaluation::call_each(const Function& function, std::span<const Operand> arguments) {
+  const std::optional<Extent> extent = extent_of(function, arguments);
+  if (!extent) {
     Call call(*this, arguments);
     const Operand result = function.body(call);
     return call.failed() ? Operand(call.error()) : result;
   }
-  if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
-  Array& result = arena_.array(rows, columns);
+  if (extent->size() > kMostValues) return ErrorCode::kArgument;
+  Array& result = arena_.array(extent->rows, extent->columns);
   std::vector<Reference> blocks;
   std::vector<Operand> one(arguments.begin(), arguments.end());
-  for (std::int32_t row = 0; row < rows; ++row) {
-    for (std::int32_t column = 0; column < columns; ++column) {
+  for (std::int32_t row = 0; row < result.rows; ++row) {
+    for (std::int32_t column = 0; column < result.columns; ++column) {
       for (std::size_t i = 0; i < arguments.size(); ++i)
         if (is_taken_one_by_one(function, i, arguments[i]))
           one[i] = one_of(arguments[i], function.argument_letter(static_cast<int>(i)), row, column);
@@ -411,41 +416,39 @@ Operand Evaluation::chosen_branch(const Node& node, bool in_array, std::span<con
 
 Operand Evaluation::chosen_branches(const Node& node, bool in_array, std::span<const std::size_t> deciding,
                                     const Decide& decide) {
-  std::vector<std::optional<Matrix>> children(node.children.size());
-  std::int32_t rows = 1, columns = 1;
-  for (const std::size_t child : deciding) {
-    const Matrix& values = children[child].emplace(*this, operand_of(node.children[child], in_array));
-    rows = std::max(rows, values.rows());
-    columns = std::max(columns, values.columns());
-  }
-  if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
-  const std::int32_t decided_rows = rows, decided_columns = columns;
+  Children children(node.children.size());
+  Extent decided;
+  for (const std::size_t child : deciding)
+    decided.cover(children[child].emplace(*this, operand_of(node.children[child], in_array)));
+  if (decided.size() > kMostValues) return ErrorCode::kArgument;
+  Extent all = decided;
   std::vector<Choice> choices;
-  for (std::int32_t row = 0; row < decided_rows; ++row) {
-    for (std::int32_t column = 0; column < decided_columns; ++column) {
+  for (std::int32_t row = 0; row < decided.rows; ++row) {
+    for (std::int32_t column = 0; column < decided.columns; ++column) {
       const Choice& choice = choices.emplace_back(
           decide([&](std::size_t child) { return spread(*children[child], row, column); }));
-      if (choice.error != ErrorCode::kNone || children[choice.child]) continue;
-      const Matrix& values = children[choice.child].emplace(*this, branch(node, choice.child, in_array));
-      rows = std::max(rows, values.rows());
-      columns = std::max(columns, values.columns());
+      if (choice.error == ErrorCode::kNone && !children[choice.child])
+        all.cover(children[choice.child].emplace(*this, branch(node, choice.child, in_array)));
     }
   }
-  if (std::int64_t{rows} * columns > kMostValues) return ErrorCode::kArgument;
-  Array& result = arena_.array(rows, columns);
-  for (std::int32_t row = 0; row < rows; ++row) {
-    for (std::int32_t column = 0; column < columns; ++column) {
-      const std::int32_t by_row = decided_rows == 1 ? 0 : row, by_column = decided_columns == 1 ? 0 : column;
-      Choice choice{ErrorCode::kNotAvailable};
-      if (by_row < decided_rows && by_column < decided_columns)
-        choice = choices[static_cast<std::size_t>(by_row) * static_cast<std::size_t>(decided_columns) +
-                         static_cast<std::size_t>(by_column)];
-      result.at(row, column) = choice.error != ErrorCode::kNone
-                                   ? Value(choice.error)
-                                   : spread(*children[choice.child], row, column);
-    }
-  }
+  if (all.size() > kMostValues) return ErrorCode::kArgument;
+  Array& result = arena_.array(all.rows, all.columns);
+  for (std::int32_t row = 0; row < all.rows; ++row)
+    for (std::int32_t column = 0; column < all.columns; ++column)
+      result.at(row, column) = chosen_value(children, choices, decided, row, column);
   return &result;
+}
+
+// `choices`: row by row of what was decided.
+Value Evaluation::chosen_value(const Children& children, std::span<const Choice> choices,
+                               const Extent& decided, std::int32_t row, std::int32_t column) {
+  const std::int32_t at_row = decided.rows == 1 ? 0 : row, at_column = decided.columns == 1 ? 0 : column;
+  if (at_row >= decided.rows || at_column >= decided.columns) return {ErrorCode::kNotAvailable};
+  const Choice& choice =
+      choices[static_cast<std::size_t>(at_row) * static_cast<std::size_t>(decided.columns) +
+              static_cast<std::size_t>(at_column)];
+  if (choice.error != ErrorCode::kNone) return {choice.error};
+  return spread(*children[choice.child], row, column);
 }
 
 Operand Evaluation::form_choose(const Node& node, bool in_array) {

@@ -4,8 +4,10 @@
 // recalculations at once, and come here for the rest.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -69,6 +71,15 @@ class Evaluation {
   Operand operate_two(const Node& node, bool in_array);
   Operand function(const Node& node, bool in_array);
   Operand call_each(const Function& function, std::span<const Operand> arguments);
+  struct Extent {
+    std::int32_t rows = 1, columns = 1;
+    void cover(const Matrix& matrix) {
+      rows = std::max(rows, matrix.rows());
+      columns = std::max(columns, matrix.columns());
+    }
+    std::int64_t size() const { return std::int64_t{rows} * columns; }
+  };
+  std::optional<Extent> extent_of(const Function& function, std::span<const Operand> arguments);
   Operand one_of(const Operand& several, char letter, std::int32_t row, std::int32_t column);
   Operand argument(const Node& node, int position, bool in_array);
   Operand operand_of(std::int32_t node, bool in_array);
@@ -87,6 +98,9 @@ class Evaluation {
   using Decide = std::function<Choice(const ValueOfChild& value_of)>;
   Operand chosen_branch(const Node& node, bool in_array, std::span<const std::size_t> deciding,
                         const Decide& decide);
+  using Children = std::vector<std::optional<Matrix>>;  // those that were evaluated
+  static Value chosen_value(const Children& children, std::span<const Choice> choices, const Extent& decided,
+                            std::int32_t row, std::int32_t column);
   Operand chosen_branches(const Node& node, bool in_array, std::span<const std::size_t> deciding,
                           const Decide& decide);
   Operand form_choose(const Node& node, bool in_array);
