@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <bit>
 
 #include "calc/program.h"
@@ -169,7 +170,11 @@ bool Program::finds_several(const Formula& formula, std::int32_t position) const
     const Formula& named = model_.workbook().named(node.name);
     return !named.nodes.empty() && finds_several(named, named.root());
   }
-  if (node.type != NodeType::kFunction || !finds_blocks(*node.function)) return false;
+  if (node.type != NodeType::kFunction) return false;
+  if (node.function->form != Form::kPlain)  // one of whose arguments may be its result
+    return std::ranges::any_of(node.children,
+                               [&](std::int32_t child) { return finds_several(formula, child); });
+  if (!finds_blocks(*node.function)) return false;
   for (std::size_t i = 0; i < node.children.size(); ++i)
     if (node.function->argument_letter(static_cast<int>(i)) == 's' && !is_single(formula, node.children[i]))
       return true;

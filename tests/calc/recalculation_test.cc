@@ -171,6 +171,9 @@ TEST(Recalculation, ArrayFormulasOfSeveralCells) {
                                   "A1",
                                   "SUM(A1:A3*A1:A3)",
                                   "MAX(IF(A1:A3>1,A1:A3))",
+                                  "IF(A1:A3>1,A1:A3)",
+                                  "SUM(OFFSET(A1,{0;1},0,2),A1)",
+                                  "SUM(CHOOSE(A1,OFFSET(A1,{0;1},0,2)))",
                                   "Sum3*A1:A3"};
   for (const char* formula : formulas) {
     TinyWorkbook book;
