@@ -41,9 +41,7 @@ Operand call_text(Call& call) {
   const double number = read.shows_dates() ? day_for_formats(call, value.number()) : value.number();
   std::string text = read.text(host::CellValue(number));
   // What is rounded to nothing has no sign.
-  if (number < 0 && text.starts_with('-') && text.find_first_of("123456789") == text.npos &&
-      !read.shows_dates())
-    text.erase(0, 1);
+  if (read.adds_sign(number) && text.find_first_of("123456789") == text.npos) text.erase(0, 1);
   return call.make_text(std::move(text));
 }
 

@@ -7,7 +7,9 @@
 #include "model/shown_number.h"
 #include "office/address.h"
 #include "office/date_text.h"
+#include "office/digits_text.h"
 #include "office/formula.h"
+#include "office/fraction_text.h"
 #include "text/utf8.h"
 #include "unicode/names.h"
 
@@ -16,7 +18,6 @@ namespace {
 
 using host::CellKind;
 using host::CellValue;
-using model::Decimal;
 using Token = NumberFormat::Token;
 using Section = NumberFormat::Section;
 using Kind = Token::Kind;
@@ -65,6 +66,7 @@ class SectionReader {
   void read_brackets();
   void read_comma();
   void read_letter();
+  void read_stroke();
   bool read_day_half();
   void tell_minutes();
   void note_commas();
@@ -105,6 +107,7 @@ void SectionReader::read_token() {
                                (section_.tokens.back().text.find_first_of("sS") != std::string::npos) &&
                                section_.tokens.back().kind != Kind::kLiteral;
     if (!after_seconds) return add_and_skip(Kind::kPoint, 1);
+    if (rest.substr(1, 1) != "0") return add_and_skip(Kind::kLiteral, 1);
     std::size_t length = 1;
     while (length < rest.size() && rest[length] == '0') ++length;
     return add_and_skip(Kind::kFraction, length);
@@ -184,9 +187,22 @@ void SectionReader::read_letter() {
     while (at_ + length < code_.size() && (code_[at_ + length] | 0x20) == (c | 0x20)) ++length;
     return add_and_skip(Kind::kDate, length);
   }
-  // A stroke between digit places makes a fraction.
-  if (c == '/' && digits_before_) section_.unreadable = true;
+  if (c == '/' && digits_before_) return read_stroke();
   add_and_skip(Kind::kLiteral, 1);
+}
+
+// Between digit places, or in front of a number, it makes a fraction.
+void SectionReader::read_stroke() {
+  constexpr std::size_t kMostDigits = 9;
+  section_.unreadable = section_.is_fraction || section_.tokens.back().kind != Kind::kDigit;
+  section_.is_fraction = true;
+  add_and_skip(Kind::kStroke, 1);
+  const std::size_t length = std::min(code_.find_first_not_of("0123456789", at_), code_.size()) - at_;
+  const char first = at_ < code_.size() ? code_[at_] : ' ';
+  if (first >= '1' && first <= '9' && length <= kMostDigits)
+    add_and_skip(Kind::kDivisor, length);
+  else
+    section_.unreadable = section_.unreadable || !is_digit_place(first);
 }
 
 // "m" after hours or before seconds means minutes.
@@ -216,106 +232,6 @@ bool holds(const std::string& comparison, double number, double bound) {
   if (comparison == ">=") return number >= bound;
   if (comparison == "<>") return number != bound;
   return number == bound;
-}
-
-struct DigitPlaces {
-  std::size_t whole = 0, fraction = 0, exponent = 0;
-};
-
-DigitPlaces count_places(const Section& section) {
-  DigitPlaces places;
-  std::size_t* counted = &places.whole;
-  for (const Token& token : section.tokens) {
-    if (token.kind == Kind::kPoint) counted = &places.fraction;
-    if (token.kind == Kind::kExponent) counted = &places.exponent;
-    if (token.kind == Kind::kDigit) ++*counted;
-  }
-  return places;
-}
-
-// What a place shows that the number has no digit for.
-std::string filler(const Token& place) {
-  return place.text == "0" ? "0" : place.text == "?" ? " " : "";
-}
-
-// Digits of the whole part for each of its places, from left to right, with group marks.
-std::vector<std::string> whole_digits(const Section& section, const std::string& digits,
-                                      std::size_t place_count, const std::string& group) {
-  std::vector<std::string> shown(place_count);
-  std::vector<const Token*> places;
-  for (const Token& token : section.tokens)
-    if (token.kind == Kind::kDigit && places.size() < place_count) places.push_back(&token);
-  std::size_t count = 0;  // digits shown so far, from the right
-  const auto show = [&](std::string& place, const std::string& digit) {
-    if (digit.empty()) return;
-    const bool mark = section.groups && count > 0 && count % 3 == 0 && digit != " ";
-    place.insert(0, digit + (mark ? group : ""));
-    ++count;
-  };
-  for (std::size_t p = place_count; p-- > 0;) {
-    if (count < digits.size())
-      show(shown[p], digits.substr(digits.size() - 1 - count, 1));
-    else
-      show(shown[p], filler(*places[p]));
-  }
-  while (place_count > 0 && count < digits.size())
-    show(shown[0], digits.substr(digits.size() - 1 - count, 1));
-  return shown;
-}
-
-std::string fill_places(const Section& section, const DigitPlaces& places, const Decimal& decimal,
-                        int exponent, const NumberSymbols& symbols) {
-  const std::string digits = decimal.whole(), fraction = decimal.fraction();
-  const std::vector<std::string> whole = whole_digits(section, digits, places.whole, symbols.group);
-  std::string text;
-  std::size_t whole_place = 0, fraction_place = 0;
-  bool after_point = false, after_exponent = false;
-  for (const Token& token : section.tokens) {
-    switch (token.kind) {
-      case Kind::kPoint:
-        text += (places.whole == 0 && !after_point ? digits : "") + symbols.decimal;
-        after_point = true;
-        break;
-      case Kind::kExponent:
-        after_exponent = true;
-        text += model::exponent_text(exponent, places.exponent, token.text == "+");
-        break;
-      case Kind::kDigit:
-        if (after_exponent) break;
-        if (after_point)
-          text += fraction_place < fraction.size() ? fraction.substr(fraction_place, 1) : filler(token);
-        else
-          text += whole[whole_place++];
-        if (after_point) ++fraction_place;
-        break;
-      default:
-        text += token.text;
-    }
-  }
-  return text;
-}
-
-std::string digits_text(const Section& section, double number, const NumberSymbols& symbols) {
-  const DigitPlaces places = count_places(section);
-  Decimal decimal(number);
-  if (!decimal.is_zero()) decimal.exponent += section.scale;
-  int exponent = 0;
-  if (section.is_exponential && !decimal.is_zero()) {
-    // The exponent is a multiple of the number of places before the point.
-    const int step = std::max(static_cast<int>(places.whole), 1);
-    const auto take_exponent = [&] {
-      const int power = decimal.exponent - 1;
-      const int part = static_cast<int>(std::floor(static_cast<double>(power) / step)) * step;
-      exponent += part;
-      decimal.exponent -= part;
-    };
-    take_exponent();
-    decimal.round(static_cast<int>(places.fraction));
-    take_exponent();  // rounding may have made it ten
-  } else {
-    decimal.round(static_cast<int>(places.fraction));
-  }
-  return fill_places(section, places, decimal, exponent, symbols);
 }
 
 std::string general_text(double number, const NumberSymbols& symbols) {
@@ -366,34 +282,48 @@ bool NumberFormat::is_general() const {
 bool NumberFormat::grows_with_size() const {
   return std::all_of(sections_.begin(), sections_.end(), [](const Section& section) {
     return section.comparison.empty() && !section.is_date && !section.is_exponential && !section.is_general &&
-           !section.unreadable && !has_kind(section, Kind::kText);
+           !section.is_fraction && !section.unreadable && !has_kind(section, Kind::kText);
   });
 }
 
-const Section& NumberFormat::section_of(double number) const {
-  const bool conditional = std::any_of(sections_.begin(), sections_.end(),
-                                       [](const Section& section) { return !section.comparison.empty(); });
-  if (conditional) {
-    for (const Section& section : sections_)
-      if (section.comparison.empty() || holds(section.comparison, number, section.bound)) return section;
-    return sections_.back();
-  }
-  if (number < 0 && sections_.size() > 1) return sections_[1];
-  if (number == 0 && sections_.size() > 2) return sections_[2];
-  return sections_[0];
+// Sections without a condition of their own: of several the first is for what is not negative, or positive
+// where there are three; the second of three for negative numbers; the last for the rest.
+const Section* NumberFormat::section_of(double number) const {
+  const std::size_t last = sections_.size() - 1;
+  const auto is_for = [&](std::size_t i) {
+    const Section& section = sections_[i];
+    if (!section.comparison.empty()) return holds(section.comparison, number, section.bound);
+    if (i == last) return true;
+    return i == 1 ? number < 0 : last == 1 ? number >= 0 : number > 0;
+  };
+  for (std::size_t i = 0; i < sections_.size(); ++i)
+    if (is_for(i)) return &sections_[i];
+  return last == 2 ? &sections_[last] : nullptr;
+}
+
+// A section of its own for negative numbers brings its own sign.
+bool NumberFormat::adds_sign(double number) const {
+  if (!(number < 0)) return false;
+  const Section* section = section_of(number);
+  if (section == nullptr || section->is_date) return false;
+  const bool is_second = sections_.size() > 1 && section == &sections_[1];
+  return !is_second || !section->comparison.empty() ||
+         (sections_.size() == 2 && !sections_[0].comparison.empty());
 }
 
 std::string NumberFormat::number_text(double number, const NumberSymbols& symbols) const {
-  constexpr const char* kNoDate = "########";
-  const Section& section = section_of(number);
+  constexpr const char* kNothing = "########";  // no date, or no section
+  const Section* const found = section_of(number);
+  if (found == nullptr) return sections_.size() == 1 ? general_text(number, symbols) : kNothing;
+  const Section& section = *found;
   if (section.unreadable) return general_text(number, symbols);
-  if (section.is_date) return date_text(section, number).value_or(kNoDate);
-  // A section of its own for negative numbers brings its own sign.
-  const bool signs =
-      &section == &sections_[0] || !section.comparison.empty() || !sections_[0].comparison.empty();
-  const std::string sign = number < 0 && signs ? "-" : "";
+  if (section.is_date) return date_text(section, number).value_or(kNothing);
+  const std::string sign = adds_sign(number) ? "-" : "";
   if (section.is_general || has_kind(section, Kind::kText))
     return sign + general_section_text(section, std::fabs(number), symbols);
+  if (section.is_fraction)
+    if (const auto fraction = fraction_text(section, std::fabs(number), symbols)) return sign + *fraction;
+  if (section.is_fraction) return general_text(number, symbols);
   return sign + digits_text(section, number, symbols);
 }
 

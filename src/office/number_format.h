@@ -1,7 +1,7 @@
 // Numbers as cells show them: number format codes of the spreadsheet, in English.
 //
-// Knows General, digits with groups and scaling, percent, exponents, dates and times, texts, sections with
-// and without conditions. A code it cannot read (fractions) shows numbers as General does.
+// Knows General, digits with groups and scaling, percent, exponents, fractions, dates and times, texts,
+// sections with and without conditions. A code it cannot read shows numbers as General does.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +27,8 @@ class NumberFormat {
   std::string text(const host::CellValue& value, const NumberSymbols& symbols = {}) const;
   bool is_general() const;
   bool shows_dates() const;  // dates or times of day
+  // Whether the text of a negative number begins with a minus that the code does not have.
+  bool adds_sign(double number) const;
   // Whether a number's text is never shorter than that of a number of the same sign nearer to zero.
   bool grows_with_size() const;
 
@@ -35,7 +37,8 @@ class NumberFormat {
 
  private:
   std::string number_text(double number, const NumberSymbols& symbols) const;
-  const Section& section_of(double number) const;
+  // Null where none is for the number.
+  const Section* section_of(double number) const;
 
   std::vector<Section> sections_;  // of numbers
   std::vector<Section> texts_;     // the section of texts, if any
@@ -47,6 +50,8 @@ struct NumberFormat::Token {
     kDigit,     // 0, # or ?, in `text`
     kPoint,     // the decimal point
     kExponent,  // E+ or E-, the sign in `text`
+    kStroke,    // between the places of a numerator and those of its denominator
+    kDivisor,   // the denominator that every fraction has, in `text`
     kDate,      // a run of y, m, d, h or s, or AM/PM
     kElapsed,   // [h], [m] or [s]
     kMinute,    // m or mm that means minutes
@@ -66,6 +71,7 @@ struct NumberFormat::Section {
   std::int32_t scale = 0;  // powers of ten that the number is multiplied by
   bool is_date = false;
   bool is_exponential = false;
+  bool is_fraction = false;
   bool is_general = false;
   bool unreadable = false;
 };
