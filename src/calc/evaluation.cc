@@ -93,17 +93,18 @@ double random_of(const Frozen& frozen, CellId cell, std::uint64_t n) {
   return static_cast<double>((x ^ (x >> 31)) >> 11) * 0x1p-53;
 }
 
-// A block of cells where a single value is wanted: the cell in the formula's own row or column.
+// A block of cells where a single value is wanted: the cell in the formula's own row or column, in both where
+// it has several of both.
 Operand Evaluation::intersected(const Operand& operand) {
   if (!operand.is_reference() || !is_block(operand)) return operand;
   Reference block = operand.reference;
   const Cell& cell = book_.cells[static_cast<std::size_t>(cell_)];
   if (!operand.more.empty() || block.sheet != block.last_sheet) return ErrorCode::kValue;
   if (block.columns() > 1) {
-    if (block.rows() > 1 || cell.column < block.column || cell.column > block.last_column)
-      return ErrorCode::kValue;
+    if (cell.column < block.column || cell.column > block.last_column) return ErrorCode::kValue;
     block.column = block.last_column = cell.column;
-  } else {
+  }
+  if (block.rows() > 1) {
     if (cell.row < block.row || cell.row > block.last_row) return ErrorCode::kValue;
     block.row = block.last_row = cell.row;
   }

@@ -108,4 +108,8 @@ class BadFormula : public std::runtime_error {
 // `text` without "="; texts in it live in `arena`. `cell`: where it stands. Throws BadFormula.
 Formula parse_formula(std::string_view text, const Reference& cell, const FormulaNames& names, Arena& arena);
 
+// What a name of the workbook stands for, relative to the first cell of `sheet`. Several blocks, with commas
+// between them, are one reference. Throws BadFormula.
+Formula parse_name(std::string_view text, std::int32_t sheet, const FormulaNames& names, Arena& arena);
+
 }  // namespace ordvane::calc

@@ -45,13 +45,16 @@ struct Sheets {
 
 class Parser {
  public:
-  Parser(std::string_view text, const Reference& cell, const FormulaNames& names, Arena& arena)
-      : text_(text), cell_(cell), names_(names), arena_(arena) {}
+  Parser(std::string_view text, const Reference& cell, bool is_name, const FormulaNames& names, Arena& arena)
+      : text_(text), cell_(cell), is_name_(is_name), names_(names), arena_(arena) {}
 
   Formula parse() {
     if (text_.size() > kLongest) fail("it is longer than formulas are");
     if (text_.starts_with('=')) ++at_;
-    comparison();
+    if (is_name_)
+      list();
+    else
+      comparison();
     skip_space();
     if (at_ < text_.size()) fail("something follows what is a formula");
     return std::move(formula_);
@@ -97,6 +100,7 @@ class Parser {
     return add(NodeType::kUnsupported, {});
   }
 
+  Position list();
   Position comparison();
   std::optional<NodeType> comparison_sign();
   Position concatenation();
@@ -156,6 +160,7 @@ class Parser {
 
   std::string_view text_;
   const Reference& cell_;
+  bool is_name_;  // what a name stands for, not what stands in a cell
   const FormulaNames& names_;
   Arena& arena_;
   std::size_t at_ = 0;
@@ -314,15 +319,18 @@ Parser::Position Parser::primary() {
 
 Parser::Position Parser::parentheses() {
   ++at_;
-  Position inside = comparison();
-  if (take(',')) {
-    std::vector<Position> list{inside};
-    do list.push_back(comparison());
-    while (take(','));
-    inside = add(NodeType::kUnion, std::move(list));
-  }
+  const Position inside = list();
   expect(')');
   return inside;
+}
+
+Parser::Position Parser::list() {
+  const Position first = comparison();
+  if (!take(',')) return first;
+  std::vector<Position> blocks{first};
+  do blocks.push_back(comparison());
+  while (take(','));
+  return add(NodeType::kUnion, std::move(blocks));
 }
 
 Parser::Position Parser::number() {
@@ -712,6 +720,8 @@ Parser::Position Parser::table_block(const FormulaNames::Table& table, const Tab
   const std::int32_t data = table.area.row + table.header_rows,
                      last_data = table.area.last_row - table.total_rows;
   if (parts.this_row) {
+    if (!is_name_ && (cell_.row < data || cell_.row > last_data))
+      return add_constant(Value(ErrorCode::kValue));
     made.first.row_moves = made.last.row_moves = true;
     return add(std::move(made));
   }
@@ -741,7 +751,13 @@ Reference resolved(const Node& node, std::int32_t row, std::int32_t column) {
 }
 
 Formula parse_formula(std::string_view text, const Reference& cell, const FormulaNames& names, Arena& arena) {
-  return Parser(text, cell, names, arena).parse();
+  return Parser(text, cell, false, names, arena).parse();
+}
+
+Formula parse_name(std::string_view text, std::int32_t sheet, const FormulaNames& names, Arena& arena) {
+  Reference cell;
+  cell.sheet = cell.last_sheet = sheet;
+  return Parser(text, cell, true, names, arena).parse();
 }
 
 }  // namespace ordvane::calc

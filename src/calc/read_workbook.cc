@@ -527,10 +527,8 @@ void WorkbookReader::read_table(std::int32_t sheet, const XmlText& xml) {
 void WorkbookReader::parse_names() {
   for (DefinedName& name : book_.names) {
     if (!name.tree.unsupported.empty()) continue;
-    Reference cell;
-    cell.sheet = cell.last_sheet = std::max(name.sheet, 0);
     try {
-      name.tree = parse_formula(name.text, cell, book_, book_.arena);
+      name.tree = parse_name(name.text, std::max(name.sheet, 0), book_, book_.arena);
     } catch (const BadFormula& error) {
       name.tree.unsupported = "the name " + name.name + ", which cannot be read: " + error.what();
       name.tree.finds_cells = true;

@@ -17,11 +17,11 @@ TinyWorkbook sample() {
   TinyWorkbook book;
   book.set("A1", "1").set("A2", "2").set("A3", "3").set("B1", "abc").set("B2", "TRUE").set("B3", "'12");
   book.set("C1", "10").set("C2", "20").set("C3", "30").set("D1", "=1/0").set("D2", "=E1").set("D3", "=\"\"");
-  book.set(1, "A1", "7").set(1, "A2", "8");
+  book.set(1, "A1", "7").set(1, "A2", "8").set(1, "F1", "9");
   book.name("Rate", "Sheet1!$C$1")
       .name("Left", "Sheet1!XFD1")
       .name("Local", "Sheet1!$A$1", " localSheetId=\"0\"");
-  book.name("Twice", "2*Rate");
+  book.name("Twice", "2*Rate").name("Apart", "Sheet1!$A$1:$A$2,Sheet1!$C$2:$C$3");
   return book;
 }
 
@@ -67,10 +67,11 @@ TEST(Formula, Tables) {
   book.set("C4", "=SUM(Sales[[#All],[Price '[each']]])").set("C5", "=Sales[[#Headers],[Item]]");
   book.set("C6", "=Sales[[#Totals],[Price '[each']]]")
       .set("C7", "=COUNT(sales)")
-      .set("C8", "=SUM(Sales[Nothing])");
+      .set("C8", "=SUM(Sales[Nothing])")
+      .set("C9", "=SUM(Sales[[#This Row],[Price '[each']]])");
   const Model model = book.model();
-  const char* expected[] = {"6", "7", "106", "\"Item\"", "99", "2", "Err:524"};
-  for (std::int32_t i = 0; i < 7; ++i)
+  const char* expected[] = {"6", "7", "106", "\"Item\"", "99", "2", "Err:524", "Err:519"};
+  for (std::int32_t i = 0; i < 8; ++i)
     EXPECT_EQ(shown(model.base(model.workbook().find(0, i + 1, 2))), expected[i]) << i;
 }
 

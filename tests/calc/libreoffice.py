@@ -81,8 +81,9 @@ def _sheet_xml(cells):
     return "".join(parts)
 
 
-def write_workbook(path, sheets):
-    """`sheets`: for each name the values by (row, column), counted from 0: numbers, texts, booleans, Error, Formula."""
+def write_workbook(path, sheets, names=None, tables=()):
+    """`sheets`: for each name the values by (row, column), counted from 0: numbers, texts, booleans, Error, Formula. `names`: what
+    each stands for. `tables`: sheet, name, range and columns; one a sheet."""
     main = "http://schemas.openxmlformats.org/spreadsheetml/2006/main"
     links = "http://schemas.openxmlformats.org/officeDocument/2006/relationships"
     packages = "http://schemas.openxmlformats.org/package/2006"
@@ -90,21 +91,37 @@ def write_workbook(path, sheets):
     numbers = range(1, len(sheets) + 1)
     head = '<?xml version="1.0" encoding="UTF-8" standalone="yes"?>\n'
     with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as file:
+        table_parts = "".join(f'<Override PartName="/xl/tables/table{n}.xml" ContentType="{content}.table+xml"/>'
+                              for n in range(1, len(tables) + 1))
         file.writestr("[Content_Types].xml", head + f'<Types xmlns="{packages}/content-types">'
                       '<Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/>'
                       f'<Override PartName="/xl/workbook.xml" ContentType="{content}.sheet.main+xml"/>'
                       + "".join(f'<Override PartName="/xl/worksheets/sheet{n}.xml" ContentType="{content}.worksheet+xml"/>'
-                                for n in numbers) + "</Types>")
+                                for n in numbers) + table_parts + "</Types>")
         file.writestr("_rels/.rels", head + f'<Relationships xmlns="{packages}/relationships"><Relationship Id="rId1" '
                       f'Type="{links}/officeDocument" Target="xl/workbook.xml"/></Relationships>')
         file.writestr("xl/workbook.xml", head + f'<workbook xmlns="{main}" xmlns:r="{links}"><sheets>'
                       + "".join(f'<sheet name="{escape(name)}" sheetId="{n}" r:id="rId{n}"/>'
-                                for n, name in zip(numbers, sheets)) + "</sheets></workbook>")
+                                for n, name in zip(numbers, sheets)) + "</sheets>"
+                      + ("<definedNames>" if names else "") + "".join(f'<definedName name="{name}">{escape(text)}</definedName>' for name, text in (names or {}).items())
+                      + ("</definedNames>" if names else "") + "</workbook>")
         file.writestr("xl/_rels/workbook.xml.rels", head + f'<Relationships xmlns="{packages}/relationships">'
                       + "".join(f'<Relationship Id="rId{n}" Type="{links}/worksheet" Target="worksheets/sheet{n}.xml"/>'
                                 for n in numbers) + "</Relationships>")
         for n, cells in zip(numbers, sheets.values()):
-            file.writestr(f"xl/worksheets/sheet{n}.xml", _sheet_xml(cells))
+            part = _sheet_xml(cells)
+            if any(list(sheets)[n - 1] == table[0] for table in tables):
+                part = part.replace("</sheetData>", f'</sheetData><tableParts count="1"><tablePart xmlns:r="{links}" r:id="rId1"/>'
+                                    "</tableParts>")
+            file.writestr(f"xl/worksheets/sheet{n}.xml", part)
+        for n, (sheet, name, area, columns) in enumerate(tables, 1):
+            file.writestr(f"xl/tables/table{n}.xml", head + f'<table xmlns="{main}" id="{n}" name="{name}" displayName="{name}" '
+                          f'ref="{area}"><tableColumns count="{len(columns)}">'
+                          + "".join(f'<tableColumn id="{i}" name="{escape(column)}"/>' for i, column in enumerate(columns, 1))
+                          + "</tableColumns></table>")
+            file.writestr(f"xl/worksheets/_rels/sheet{list(sheets).index(sheet) + 1}.xml.rels",
+                          head + f'<Relationships xmlns="{packages}/relationships"><Relationship Id="rId1" Type="{links}/table" '
+                          f'Target="../tables/table{n}.xml"/></Relationships>')
 
 
 def places(ranges):

@@ -4,8 +4,9 @@
 Usage: referee.py PROGRAM [--seed 1] [--minutes 1] [--functions SUM,IRR] [--batch 150] [--all]
 
 PROGRAM is calculate_workbook of the build. Every round makes a workbook of one sheet of wild values and one of formulas,
-one a cell: calls of functions, with blocks and with expressions of blocks, some of them array formulas. Every fourth round has
-calls within calls instead, and every fourth a sheet of formulas that feed each other. Prints how many formulas were tried and how many
+one a cell: calls of functions, with blocks and with expressions of blocks, some of them array formulas. Of eight rounds two have
+calls within calls instead, two a sheet of formulas that feed each other, and one the ways to refer to cells: names, tables,
+several sheets, whole columns, blocks that are joined, cut or found. Prints how many formulas were tried and how many
 differ, and for each function the shortest formula that does (--all: every one). A seed always gives the same formulas. Ends
 with status 1 if any differed.
 
@@ -287,6 +288,11 @@ MEANT = [
     ("workbook", lambda asked, ours, theirs: isinstance(ours, str) and "E+015" in ours),  # of a number that is whole in one of the two
     ("workbook", lambda asked, ours, theirs: asked.has("ROUND(") and isinstance(ours, float) and abs(ours) >= 2e14
      and abs(ours - theirs) <= math.ulp(ours)),
+    ("nested", lambda asked, ours, theirs: theirs == 0 and asked.has("#This Row")),  # in the row of the headers
+    ("INDEX", lambda asked, ours, theirs: ours == 0 and theirs == "" and asked.has("IF(")),
+    ("MATCH", lambda asked, ours, theirs: ours == "32767" and asked.is_text(0) and asked.has("*2", "-V")),
+    ("WORKDAY.INTL", only_theirs_fails_where(lambda asked: asked.number(2) % 1 != 0)),
+    ("XIRR", only_ours_fails_where(lambda asked: asked.has(">1"))),
     # Two errors, of which one is to be the result.
     ("SUM SUMIF SUMIFS AVERAGE AVERAGEIF AVERAGEIFS MIN MAX PRODUCT COUNT STDEVA VARA VARPA MAXA MINA AVERAGEA",
      lambda asked, ours, theirs: isinstance(ours, Error) and isinstance(theirs, Error)),
@@ -626,6 +632,61 @@ class Nested:
                           "INDEX(C,0)", "OFFSET(C,0,0)", "SIGN(B)"], depth)
 
 
+class Referring:
+    """Random formulas that refer to cells in every way that there is."""
+
+    NAMES = {"Price": "V!$E$2", "Twice": "Price*2", "Beside": "V!E2", "RowOne": "V!E$1", "ColumnH": "V!$H1", "Block": "V!$E$1:$F$6",
+             "Column": "V!$G:$G", "Found": "OFFSET(V!$E$1,0,0,COUNT(V!$O:$O)-4,1)"}
+    TABLES = [("It's more", "Sales", "A1:C6", ["Name", "Qty", "Unit price"])]
+
+    def __init__(self, random_):
+        self.random = random_
+
+    def sheets(self):
+        def number():
+            return round(self.random.uniform(-20, 60), self.random.randrange(3))
+        more = {(row, column): number() for row in range(1, 6) for column in (1, 2)}
+        more |= {(0, column): name for column, name in enumerate(self.TABLES[0][3])}
+        return {"It's more": more} | {
+            name: {(row, column): number() for row in range(5) for column in (1, 2) if self.random.random() < 0.9} for name in ("P", "Q")}
+
+    def corner(self, columns, first, last):
+        pick = self.random.choice
+        return f"{pick(['', '$'])}{pick(columns)}{pick(['', '$'])}{self.random.randint(first, last)}"
+
+    def cell(self):
+        return self.random.choice([
+            f"V!{self.corner('EFGHIJ', 1, 12)}", f"'It''s more'!{self.corner('BC', 2, 6)}", f"Q!{self.corner('BC', 1, 5)}", "Price", "twice",
+            "Beside", "RowOne", "ColumnH", f"INDEX({self.block(False)},1,1)", f'INDIRECT("V!E"&{self.random.randint(1, 9)})',
+            'INDIRECT("V!R2C5",FALSE)', f"OFFSET(V!E1,{self.random.randint(0, 4)},1)"])
+
+    def block(self, may_choose=True):
+        first, last = sorted(self.random.sample("EFGHIJ", 2))
+        top = self.random.randint(1, 5)
+        end = top + self.random.randint(0, 5)
+        chosen = [f"IF({self.cell()}>20,V!{first}{top}:{last}{end},Block)",
+                  f"CHOOSE(2,Block,V!{first}{top}:{first}{end})"] if may_choose else []
+        return self.random.choice([
+            f"V!${first}${top}:{last}{end}", f"V!{last}{end}:{first}{top}", f"V!{first}:{last}", f"V!{top}:{end}", "Block", "Column", "Found",
+            "Sales[Qty]", "sales[[Qty]:[Unit price]]", "Sales[[#All],[Qty]]", f"V!{first}{top}:INDEX(V!{first}:{first},{end})",
+            f"OFFSET(V!{first}{top},0,0,{end - top + 1},2)", f'INDIRECT("V!{first}{top}:{last}{end}")', 'INDIRECT("Block")',
+            f"(V!{first}{top}:{last}{end} V!{top}:{top + 1})", "'It''s more'!B2:C6"] + chosen)
+
+    def blocks(self):
+        return self.random.choice([self.block(), "P:Q!B1:B4", "P:Q!C2", "(V!E1:E3,V!G2:H5)", "(Block,V!J1:J3)"])
+
+    def formula(self):
+        made = {"t": lambda: self.random.choice("SUM MAX MIN COUNT AVERAGE COUNTA STDEV PRODUCT SUMSQ AVERAGEA".split()),
+                "c": self.cell, "b": self.block, "s": self.blocks, "o": lambda: self.random.choice("+-*/^=<")}
+        form = self.random.choice([
+            "t(s)", "t(s)", "t(s,c)", "c o c", "c&c", "SUMPRODUCT(b)", "ROWS(b)*100+COLUMNS(b)", "ROW(b)", "COLUMN(c)", "SUMIF(b,\">10\")",
+            "COUNTIF(b,c)", "MATCH(c,V!O:O)", "VLOOKUP(c,V!O:P,2)", "INDEX(b,2,1)", "ISREF(c)", "V!E:E*2", "V!E1:E12", "V!$F$1:$F$400+1",
+            "Column", "Block", "V!1:400", "b*2", "IFERROR(b+c,-1)", "LARGE(s,2)", "SUM(INDEX(b,0,1))", "SUM(b*c)", "SUBTOTAL(9,b)",
+            "SUMIF(V!O:O,\"<\"&c,V!E:E)", "COUNTBLANK(b)", "HLOOKUP(c,b,1,FALSE)", "IF(c>c,t(b),t(s))", "AND(b>0)", "-c^2",
+            "SUM(Sales[[#This Row],[Qty]])"])
+        return re.sub(r"\b[tcbso]\b", lambda letter: made[letter[0]](), form)
+
+
 def round_of_calls(random_, names, size):
     formulas = Formulas(random_)
     calls = [random_.choice(names) for _ in range(size)] if size > len(names) else names
@@ -638,10 +699,10 @@ def rows_read(formula):
             for row in range(int(first), int(last or first) + 1)}
 
 
-def compare(office, evaluator, sheets, formulas, path, report):
+def compare(office, evaluator, sheets, formulas, path, report, **others):
     """`formulas`: for each row of the first sheet the function's name and the formula; the batch is halved when one of the two
     takes too long, until the formula that holds it up is alone: a finding when it is the evaluator that does."""
-    write_workbook(path, sheets(formulas))
+    write_workbook(path, sheets(formulas), **others)
     try:
         ours = evaluator.calculated(path)
         theirs = office.calculated(path, [("F", len(formulas) - 1, 0)])[0] if ours is not None else None
@@ -651,7 +712,7 @@ def compare(office, evaluator, sheets, formulas, path, report):
         if len(formulas) > 1:
             print("took too long:", len(formulas), "formulas", file=sys.stderr)
             for half in (formulas[:len(formulas) // 2], formulas[len(formulas) // 2:]):
-                compare(office, evaluator, sheets, half, path, report)
+                compare(office, evaluator, sheets, half, path, report, **others)
         elif ours is None:
             report.add(*formulas[0], "took too long", "was not asked", sheets(formulas).get("V"))
         else:
@@ -689,15 +750,20 @@ def main():
                 # Halves of it would be other workbooks.
                 compare(office, evaluator, lambda _: {"F": cells}, listed, path, report)
             else:
-                values = values_sheet(random_)
+                values, others, names_and_tables = values_sheet(random_), {}, {}
                 listed = round_of_calls(random_, names, options.batch)
+                if seed % 8 == 2 and not options.functions:
+                    referring = Referring(random_)
+                    others = referring.sheets()
+                    names_and_tables = {"names": referring.NAMES, "tables": referring.TABLES}
+                    listed = [("nested", referring.formula()) for _ in range(options.batch)]
                 if seed % 4 == 1 and not options.functions:
                     nested = Nested(random_)
                     listed = [("nested", nested.number()) for _ in range(options.batch)]
                 compare(office, evaluator,
                         lambda formulas: {"F": {(row, 0): Formula(text, array_of(row, text)) for row, (_, text) in enumerate(formulas)},
-                                          "V": values},
-                        listed, path, report)
+                                          "V": values} | others,
+                        listed, path, report, **names_and_tables)
             seed += 1
     report.show()
     return 1 if report.counts else 0
