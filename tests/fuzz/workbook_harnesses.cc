@@ -274,7 +274,7 @@ void try_package(std::string_view bytes) {
 void try_formula(std::string_view bytes) {
   test::TinyWorkbook book;
   book.set("A1", "1").set("A2", "2").set("A3", "x").set("B1", "TRUE").set("B2", "=A1/0").set("C1", "=A1+A2");
-  book.set(1, "A1", "=Sheet1!C1").name("Rate", "Sheet1!$A$1");
+  book.set(1, "A1", "=Sheet1!C1").name("Rate", "Sheet1!$A$1").name("Apart", "Sheet1!$A$1:$A$2,Sheet1!$C$1");
   add_table(book, 'F');
   book.set("D4", "=" + std::string(bytes));
   calculate_twice(book);
