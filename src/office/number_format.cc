@@ -62,6 +62,7 @@ class SectionReader {
   }
 
   void read_token();
+  void read_point();
   void read_quoted();
   void read_brackets();
   void read_comma();
@@ -81,7 +82,6 @@ class SectionReader {
 
 void SectionReader::read_token() {
   const char c = code_[at_];
-  const std::string_view rest = code_.substr(at_);
   if (c == '"') return read_quoted();
   if (c == '[') return read_brackets();
   if (c == ',') return read_comma();
@@ -101,23 +101,24 @@ void SectionReader::read_token() {
     digits_before_ = true;
     return add_and_skip(Kind::kDigit, 1);
   }
-  if (c == '.') {
-    note_commas();
-    const bool after_seconds = !section_.tokens.empty() &&
-                               (section_.tokens.back().text.find_first_of("sS") != std::string::npos) &&
-                               section_.tokens.back().kind != Kind::kLiteral;
-    if (!after_seconds) return add_and_skip(Kind::kPoint, 1);
-    if (rest.substr(1, 1) != "0") return add_and_skip(Kind::kLiteral, 1);
-    std::size_t length = 1;
-    while (length < rest.size() && rest[length] == '0') ++length;
-    return add_and_skip(Kind::kFraction, length);
-  }
+  if (c == '.') return read_point();
   if (c == '%') {
     section_.scale += 2;
     return add_and_skip(Kind::kLiteral, 1);
   }
   if (c == '@') return add_and_skip(Kind::kText, 1);
   read_letter();
+}
+
+// Behind seconds, and in front of zeros, it begins their fraction.
+void SectionReader::read_point() {
+  note_commas();
+  const bool after_seconds = !section_.tokens.empty() &&
+                             section_.tokens.back().text.find_first_of("sS") != std::string::npos &&
+                             section_.tokens.back().kind != Kind::kLiteral;
+  if (!after_seconds) return add_and_skip(Kind::kPoint, 1);
+  const std::size_t end = std::min(code_.find_first_not_of('0', at_ + 1), code_.size());
+  add_and_skip(end > at_ + 1 ? Kind::kFraction : Kind::kLiteral, end - at_);
 }
 
 void SectionReader::read_quoted() {
