@@ -56,6 +56,10 @@ std::size_t Program::add(CellId cell, Lanes* result) {
   row_ = place.row - first.row;
   column_ = place.column - first.column;
   failed_ = formula.tree.is_volatile;  // the evaluator counts the random numbers of a formula
+  if (formula.is_dynamic && !formula.area.is_cell()) {
+    const auto filled = extent(formula.tree, formula.tree.root());
+    failed_ = failed_ || filled != Extent{formula.area.rows(), formula.area.columns()};
+  }
   moving_nodes_.clear();
   if (!failed_) compile_cell(formula, result);
   if (failed_) {
@@ -184,7 +188,8 @@ bool Program::finds_several(const Formula& formula, std::int32_t position) const
 // Whether it gives one value in an array formula as well as in any other.
 bool Program::is_single(const Formula& formula, std::int32_t position) const {
   const Node& node = node_of(formula, position);
-  if (node.type == NodeType::kConstant || node.type == NodeType::kMissing) return true;
+  if (node.type == NodeType::kConstant || node.type == NodeType::kMissing || node.type == NodeType::kSingle)
+    return true;
   if (node.type == NodeType::kReference) {
     const Cell& cell = model_.workbook().cells[static_cast<std::size_t>(cell_)];
     return resolved(node, cell.row, cell.column).is_cell();
@@ -199,6 +204,59 @@ bool Program::is_single(const Formula& formula, std::int32_t position) const {
     return true;
   }
   return node.type == NodeType::kFunction && is_single_function(formula, node);
+}
+
+std::optional<Program::Extent> Program::extent(const Formula& formula, std::int32_t position) const {
+  const Node& node = node_of(formula, position);
+  switch (node.type) {
+    case NodeType::kConstant:
+    case NodeType::kMissing:
+    case NodeType::kSingle:
+      return Extent{};
+    case NodeType::kArray:
+      return Extent{node.array->rows, node.array->columns};
+    case NodeType::kReference: {
+      const Cell& cell = model_.workbook().cells[static_cast<std::size_t>(cell_)];
+      const Reference block = resolved(node, cell.row, cell.column);
+      if (block.sheet != block.last_sheet || block.rows() == kRows || block.columns() == kColumns) return {};
+      return Extent{block.rows(), block.columns()};
+    }
+    case NodeType::kName: {
+      const Formula& named = model_.workbook().named(node.name);
+      return named.nodes.empty() ? std::nullopt : extent(named, named.root());
+    }
+    case NodeType::kFunction:
+      return extent_of_function(formula, node);
+    default:
+      break;
+  }
+  if (!is_operator(node.type)) return {};
+  Extent all;
+  for (const std::int32_t child : node.children) {
+    const auto one = extent(formula, child);
+    if (!one) return {};
+    all = {std::max(all.rows, one->rows), std::max(all.columns, one->columns)};
+  }
+  return all;
+}
+
+std::optional<Program::Extent> Program::extent_of_function(const Formula& formula, const Node& node) const {
+  const Form form = node.function->form;
+  const bool is_plain = form == Form::kPlain;
+  if (is_plain ? (node.function->flags & (kGivesArrays | kGivesCells)) != 0
+               : form != Form::kIf && form != Form::kIfError && form != Form::kIfNa)
+    return {};
+  Extent all;
+  for (std::size_t i = 0; i < node.children.size(); ++i) {
+    if (is_plain && node.function->argument_letter(static_cast<int>(i)) != 's') {
+      if (finds_several(formula, node.children[i])) return {};
+      continue;
+    }
+    const auto one = extent(formula, node.children[i]);
+    if (!one || (!is_plain && i > 0 && !all.covers(*one))) return {};
+    all = {std::max(all.rows, one->rows), std::max(all.columns, one->columns)};
+  }
+  return all;
 }
 
 // Whether an array formula calculates it as any other does: nothing in it takes one value of a block that an
@@ -289,7 +347,9 @@ bool Program::argument(const Formula& formula, std::int32_t child, char letter, 
   if (letter == 'c' || (!is_single(formula, child) && (letter != 's' || !in_array_))) return false;
   if (letter == 'a' && !in_array_ && !is_same_in_array(formula, child)) return false;
   // What IF and its kin give may be a cell, which matters where a block may stand.
-  if (letter != 's' && node.type == NodeType::kFunction && node.function->form != Form::kPlain) return false;
+  const bool may_be_cell = node.type == NodeType::kSingle ||
+                           (node.type == NodeType::kFunction && node.function->form != Form::kPlain);
+  if (letter != 's' && may_be_cell) return false;
   out.type = ProgramArgument::Type::kSingle;
   out.lanes = compile(formula, child);
   return true;

@@ -49,19 +49,27 @@ bool is_taken_one_by_one(const Function& function, std::size_t position, const O
 
 }  // namespace
 
+void Evaluation::begin(CellId cell, const Formula* formula) {
+  cell_ = cell;
+  formula_ = formula;
+  randoms_ = 0;
+  spills_ = 0;
+  spilled_.clear();
+}
+
 Value Evaluation::cell_result(CellId id) {
   const Cell& cell = book_.cells[static_cast<std::size_t>(id)];
   const CellId holder = cell.array == kNoCell ? id : cell.array;
   const Cell& first_cell = book_.cells[static_cast<std::size_t>(holder)];
   const CellFormula& formula = book_.formulas[static_cast<std::size_t>(first_cell.formula)];
-  cell_ = holder;
-  formula_ = &formula.tree;
-  randoms_ = 0;
+  begin(holder, &formula.tree);
   Value result;
   if (formula.is_array) {
     const Operand operand = evaluate(formula_->root(), true);
     const Matrix matrix(*this, operand);
-    result = spread(matrix, cell.row - formula.area.row, cell.column - formula.area.column);
+    const std::int32_t row = cell.row - formula.area.row, column = cell.column - formula.area.column;
+    if (formula.is_dynamic && (row >= matrix.rows() || column >= matrix.columns())) return {};
+    result = spread(matrix, row, column);
   } else {
     result = single(evaluate(formula_->root(), false));
   }
@@ -69,15 +77,12 @@ Value Evaluation::cell_result(CellId id) {
 }
 
 Value Evaluation::part(CellId cell, const Formula& formula, std::int32_t node, bool in_array) {
-  cell_ = cell;
-  formula_ = &formula;
-  randoms_ = 0;
+  begin(cell, &formula);
   return single(evaluate(node, in_array));
 }
 
 Operand Evaluation::call(CellId cell, const Function& function, std::span<const Operand> arguments) {
-  cell_ = cell;
-  randoms_ = 0;
+  begin(cell, formula_);
   return call_each(function, arguments);
 }
 
@@ -158,6 +163,10 @@ Operand Evaluation::evaluate(std::int32_t position, bool in_array) {
       return join(node, in_array);
     case NodeType::kSpill:
       return spilled(node);
+    case NodeType::kSingle: {
+      const Operand operand = intersected(evaluate(node.children[0], in_array));
+      return operand.is_array() ? Operand(first(operand)) : operand;
+    }
     case NodeType::kFunction:
       return function(node, in_array);
     case NodeType::kMissing:
@@ -240,7 +249,8 @@ Operand Evaluation::join(const Node& node, bool in_array) {
   return result;
 }
 
-// What an array formula fills, from its first cell.
+// What an array formula fills, from its first cell. When it has come to be of another size than in the file,
+// these are its values: what would hold them is not among the workbook's cells, or is blank.
 Operand Evaluation::spilled(const Node& node) {
   const Operand anchor = evaluate(node.children[0], false);
   if (!anchor.is_reference()) return ErrorCode::kReference;
@@ -249,7 +259,31 @@ Operand Evaluation::spilled(const Node& node) {
   const std::int32_t formula = book_.cells[static_cast<std::size_t>(id)].formula;
   if (formula < 0 || !book_.formulas[static_cast<std::size_t>(formula)].is_array)
     return ErrorCode::kReference;
-  return book_.formulas[static_cast<std::size_t>(formula)].area;
+  const CellFormula& filling = book_.formulas[static_cast<std::size_t>(formula)];
+  constexpr int kMostSpills = 64;  // one within the other
+  if (!filling.is_dynamic || !filling.tree.unsupported.empty() || spills_ == kMostSpills) return filling.area;
+  values_.value(id);  // which cannot be had if it depends on what asks here
+  const auto [found, is_new] = spilled_.try_emplace(id, filling.area);
+  if (!is_new) return found->second;
+  const Operand filled = evaluated_in(id, filling.tree);
+  const Matrix matrix(*this, filled);
+  if (matrix.rows() != filling.area.rows() || matrix.columns() != filling.area.columns())
+    found->second = filled;
+  return found->second;
+}
+
+// The values of another cell's array formula.
+Operand Evaluation::evaluated_in(CellId cell, const Formula& formula) {
+  const CellId outer_cell = std::exchange(cell_, cell);
+  const Formula* const outer_formula = std::exchange(formula_, &formula);
+  const std::uint64_t outer_randoms = std::exchange(randoms_, 0);
+  ++spills_;
+  const Operand result = evaluate(formula.root(), true);
+  --spills_;
+  cell_ = outer_cell;
+  formula_ = outer_formula;
+  randoms_ = outer_randoms;
+  return result;
 }
 
 Operand Evaluation::argument(const Node& node, int position, bool in_array) {

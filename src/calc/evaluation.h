@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <span>
 #include <vector>
@@ -110,6 +111,8 @@ class Evaluation {
 
   Operand join(const Node& node, bool in_array);
   Operand spilled(const Node& node);
+  Operand evaluated_in(CellId cell, const Formula& formula);
+  void begin(CellId cell, const Formula* formula);
 
   const Workbook& book_;
   CellValues& values_;
@@ -118,6 +121,8 @@ class Evaluation {
   CellId cell_ = kNoCell;
   const Formula* formula_ = nullptr;
   std::uint64_t randoms_ = 0;
+  int spills_ = 0;  // that are evaluated, one within the other
+  std::map<CellId, Operand> spilled_;
 };
 
 }  // namespace ordvane::calc

@@ -40,6 +40,7 @@ enum class NodeType : std::uint8_t {
   kUnion,         // (A1,B2)
   kIntersection,  // A1:B2 B1:B9
   kSpill,         // A1#
+  kSingle,        // @A1:A9
   kFunction,
   kMissing,      // an argument left empty
   kUnsupported,  // what is not calculated here, named by `text`

@@ -111,6 +111,7 @@ class Parser {
   Position sign();
   Position intersection();
   Position range();
+  Position add_spill(Position anchor);
   Position primary();
   Position parentheses();
   Position number();
@@ -243,7 +244,7 @@ Parser::Position Parser::sign() {
   const Depth depth(*this);
   if (take('-')) return add(NodeType::kNegate, {sign()});
   if (take('+')) return add(NodeType::kPlus, {sign()});
-  if (take('@')) return sign();
+  if (take('@')) return add(NodeType::kSingle, {sign()});
   return intersection();
 }
 
@@ -285,8 +286,7 @@ Parser::Position Parser::range() {
   for (;;) {
     if (peek() == '#' && gives_cells(left)) {
       ++at_;
-      formula_.finds_cells = true;
-      left = add(NodeType::kSpill, {left});
+      left = add_spill(left);
     } else if (peek() == ':') {
       ++at_;
       const Position right = primary();
@@ -611,8 +611,16 @@ Parser::Position Parser::function(std::string_view text) {
   return check_arguments(std::move(made), text);
 }
 
+Parser::Position Parser::add_spill(Position anchor) {
+  formula_.finds_cells = true;
+  return add(NodeType::kSpill, {anchor});
+}
+
 Parser::Position Parser::check_arguments(Node made, std::string_view text) {
   std::string upper = upper_ascii(text);
+  // As files have A1# and @A1:A9.
+  if (upper == "_XLFN.ANCHORARRAY" && made.children.size() == 1) return add_spill(made.children[0]);
+  if (upper == "_XLFN.SINGLE" && made.children.size() == 1) return add(NodeType::kSingle, made.children);
   made.function = find_function(upper);
   if (made.function == nullptr) {
     for (const std::string_view prefix : {"_XLFN.", "_XLWS.", "_XLUDF."})

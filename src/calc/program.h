@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -123,6 +124,14 @@ class Program {
   bool argument(const Formula& formula, std::int32_t child, char letter, ProgramArgument& out);
   void give_lanes(ProgramCall& call);
   bool is_single(const Formula& formula, std::int32_t node) const;
+  // Of what an array formula gives; nothing where that depends on what is calculated.
+  struct Extent {
+    std::int32_t rows = 1, columns = 1;
+    bool operator==(const Extent&) const = default;
+    bool covers(const Extent& other) const { return rows >= other.rows && columns >= other.columns; }
+  };
+  std::optional<Extent> extent(const Formula& formula, std::int32_t node) const;
+  std::optional<Extent> extent_of_function(const Formula& formula, const Node& node) const;
   bool is_single_function(const Formula& formula, const Node& node) const;
   bool finds_several(const Formula& formula, std::int32_t node) const;
   bool is_same_in_array(const Formula& formula, std::int32_t node) const;

@@ -199,6 +199,7 @@ class SheetReader : public XmlVisitor {
   std::string type_, value_, formula_, formula_type_, area_, shared_, choice_, choice_cells_;
   std::array<std::string, 2> varied_;  // the cells that a data table sets
   std::int32_t style_ = 0;
+  bool is_dynamic_ = false;  // the metadata of a cell have no other use
   std::map<std::string, std::int32_t> shared_formulas_;
 };
 
@@ -231,6 +232,7 @@ void SheetReader::start_cell(const Attributes& attributes) {
   value_.clear();
   type_ = attributes["t"];
   style_ = number_in<std::int32_t>(attributes["s"]).value_or(0);
+  is_dynamic_ = number_in<std::int32_t>(attributes["cm"]).value_or(0) > 0;
   ++column_;
   if (attributes["r"].empty()) return;
   const AddressEnd end = read_address_end(attributes["r"]);
@@ -353,6 +355,7 @@ void SheetReader::add_area(CellId id, std::int32_t formula) {
   }
   CellFormula& filled = book_.formulas[static_cast<std::size_t>(formula)];
   filled.is_array = !is_table;
+  filled.is_dynamic = filled.is_array && is_dynamic_;
   filled.area = area;
   if (!is_table) return;
   reader_.data_tables_.push_back(formula);

@@ -29,7 +29,9 @@ struct CellFormula {
   std::string text;  // as the file has it, without "="; of a shared formula that of its first cell
   Formula tree;
   bool is_array = false;
-  Reference area;  // of an array formula
+  bool is_dynamic =
+      false;       // an array formula that fills as many cells as it has values, and not what is behind
+  Reference area;  // of an array formula: of a dynamic one when the file was saved
 };
 
 struct Sheet {

@@ -92,6 +92,32 @@ TEST(Formula, SharedAndArrayFormulasFillTheirCells) {
   EXPECT_EQ(model.formula_cells().size(), 8U);
 }
 
+// Formulas that fill as many cells as they have values, and what asks them for these.
+TEST(Formula, DynamicArrays) {
+  TinyWorkbook book;
+  book.set("A1", "3").set("A2", "5").set("A3", "1");
+  book.dynamic("B1:B3", "_xlfn._xlws.FILTER(A1:A3,A1:A3>A3)")
+      .dynamic("C1:C2", "IF(A1>2,7,A1:A2)")
+      .dynamic("D1:D2", "_xlfn.SEQUENCE(A1)*10")
+      .dynamic("E1:E3", "_xlfn.SINGLE(A1:A3)*A1:A3");
+  const char* const formulas[] = {"=SUM(_xlfn.ANCHORARRAY(B1))",
+                                  "=ROWS(_xlfn.ANCHORARRAY(B1))",
+                                  "=SUM(_xlfn.ANCHORARRAY(D1))",
+                                  "=SUM(D1#)+COUNT(C1#)",
+                                  "=SUM(E1:E3)",
+                                  "=COUNTBLANK(B1:C3)",
+                                  "=_xlfn.ANCHORARRAY(A1)",
+                                  "=@A1:A9",
+                                  "=SUM(_xlfn.SINGLE(A1:A9),1)"};
+  const char* const expected[] = {"8", "2", "60", "61", "27", "3", "Err:524", "Err:519", "Err:519"};
+  for (std::size_t i = 0; i < std::size(formulas); ++i) book.set("F" + std::to_string(i + 20), formulas[i]);
+  const Model model = book.model();
+  for (std::size_t i = 0; i < std::size(formulas); ++i)
+    EXPECT_EQ(shown(model.base(model.workbook().find(0, static_cast<std::int32_t>(i) + 19, 5))), expected[i])
+        << formulas[i];
+  EXPECT_EQ(shown(model.base(model.workbook().find(0, 2, 1))), "(blank)");
+}
+
 TEST(Workbook, TellsWhatItIs) {
   TinyWorkbook book;
   book.set("A1", "=\"1904-01-02\"+0")

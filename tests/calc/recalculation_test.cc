@@ -174,15 +174,26 @@ TEST(Recalculation, ArrayFormulasOfSeveralCells) {
                                   "IF(A1:A3>1,A1:A3)",
                                   "SUM(OFFSET(A1,{0;1},0,2),A1)",
                                   "SUM(CHOOSE(A1,OFFSET(A1,{0;1},0,2)))",
-                                  "Sum3*A1:A3"};
-  for (const char* formula : formulas) {
+                                  "Sum3*A1:A3",
+                                  "FILTER(A1:A3,A1:A3>1)",
+                                  "SEQUENCE(A1)",
+                                  "@A1:A3*A1:A3",
+                                  "IF(A1>1,IF(A1:A3>1,A2,0),0)",
+                                  "IFERROR(1/A1,A1:A3)"};
+  const char* const areas[] = {"E1:G4", "E1:E3", "E1"};  // of dynamic ones; the first of the others, too
+  for (std::size_t i = 0; i < 4 * std::size(formulas); ++i) {
+    const char* const formula = formulas[i / 4];
     TinyWorkbook book;
     book.set("A1", "1").set("A2", "2").set("A3", "3").set("B1", "5").set("C1", "7").set("B2", "x").name(
         "Sum3", "SUM(Sheet1!$A$1:$A$3)");
-    book.set("E1", "{E1:G4=" + std::string(formula) + "}").set("H1", "=SUM(E1:F2)");
+    if (i % 4 == 0)
+      book.set("E1", "{E1:G4=" + std::string(formula) + "}");
+    else
+      book.dynamic(areas[i % 4 - 1], formula);
+    book.set("H1", "=SUM(E1:F2)").set("H2", "=SUM(E1#)&ROWS(E1#)&COUNTBLANK(E2:E4)");
     const Model model = book.model();
     const auto cell = [&](std::int32_t row) { return model.workbook().find(0, row, 0); };
-    SCOPED_TRACE(formula);
+    SCOPED_TRACE(std::string(formula) + " " + std::to_string(i % 4));
     expect_same(
         model, {{{cell(0), 2.0}}, {{cell(1), 0.0}, {cell(2), 4.0}}, {{cell(0), calc::ErrorCode::kDivision}}});
   }

@@ -28,6 +28,12 @@ class TinyWorkbook {
   }
   // The element of a cell as it is, for what the above cannot say.
   TinyWorkbook& raw(const std::string& cell, const std::string& xml) { return set(cell, "\x01" + xml); }
+  // An array formula that fills as many cells as it has values, and its area in the file.
+  TinyWorkbook& dynamic(const std::string& area, const std::string& formula) {
+    const std::string cell = area.substr(0, area.find(':'));
+    return raw(cell, "<c r=\"" + cell + "\" cm=\"1\"><f t=\"array\" ref=\"" + area + "\">" +
+                         escaped(formula) + "</f></c>");
+  }
   TinyWorkbook& name(const std::string& name, const std::string& formula,
                      const std::string& attributes = "") {
     names_ += "<definedName name=\"" + name + "\"" + attributes + ">" + escaped(formula) + "</definedName>";

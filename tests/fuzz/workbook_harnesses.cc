@@ -277,6 +277,7 @@ void try_formula(std::string_view bytes) {
   book.set(1, "A1", "=Sheet1!C1").name("Rate", "Sheet1!$A$1").name("Apart", "Sheet1!$A$1:$A$2,Sheet1!$C$1");
   add_table(book, 'F');
   book.set("D4", "=" + std::string(bytes));
+  book.dynamic("J1:J3", std::string(bytes)).dynamic("K1:K2", "FILTER(A1:A2,A1:A2>J1#)");
   calculate_twice(book);
 }
 
