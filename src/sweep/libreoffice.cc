@@ -2,6 +2,8 @@
 
 #include <fstream>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "calc/address.h"
 #include "calc/value.h"
@@ -65,11 +67,22 @@ Json frozen(const calc::Model& model) {
   return {{"now", model.frozen().now + static_cast<double>(calendar.day(text::Date()))}, {"cells", cells}};
 }
 
-// Formulas that the outputs are calculated from, and that are not calculated here.
+// Of the formulas that the outputs are calculated from those that are not calculated here, and one for each
+// function: what LibreOffice has to know.
 Json foreign(const calc::Model& model, const Plan& plan) {
+  const calc::Workbook& book = model.workbook();
   Json cells = Json::array();
-  for (const calc::CellId cell : model.all_precedents(output_cells(plan)))
-    if (!model.obstacle(cell).empty()) cells.push_back(place_of(model.workbook(), cell));
+  std::set<std::pair<const calc::Function*, calc::NodeType>> met;
+  for (const calc::CellId cell : model.all_precedents(output_cells(plan))) {
+    const std::int32_t formula = book.cells[static_cast<std::size_t>(cell)].formula;
+    if (formula < 0) continue;
+    bool has_others = !model.obstacle(cell).empty();
+    for (const calc::Node& node : book.formulas[static_cast<std::size_t>(formula)].tree.nodes)
+      if (node.function != nullptr || node.type == calc::NodeType::kSpill ||
+          node.type == calc::NodeType::kSingle)
+        has_others = met.emplace(node.function, node.type).second || has_others;
+    if (has_others) cells.push_back(place_of(book, cell));
+  }
   return cells;
 }
 

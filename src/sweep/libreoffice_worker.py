@@ -148,7 +148,8 @@ def check_functions(document, places):
     for place in places:
         for token in cell_of(document, place).getTokens():
             if token.OpCode in unknown:
-                fail(f"{place[0]}!{place[1]}: {str(token.Data).upper()}: LibreOffice knows no such function or name")
+                name = re.sub(r"^(_XLFN\.|_XLWS\.)+", "", str(token.Data).upper())
+                fail(f"{place[0]}!{place[1]}: {name}: LibreOffice knows no such function or name")
 
 
 def iterated(document):

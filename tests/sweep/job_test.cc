@@ -151,6 +151,8 @@ TEST(Job, SweepsAwkwardWorkbooks) {
          b.set("D2", "1").set("D3", "2").set("E1", "=B1*B2").raw("E2", table).set("B5", "=E2+E3+B1");
        },
        false, "Sheet1!E2: a data table", "21 24 21 "},
+      {"a function that LibreOffice may not know", [](auto& b) { b.set("B5", "=SUM(_xlfn.VSTACK(B1,1))"); },
+       false, "", "10 13 10 "},
       {"macro", [](auto& b) { b.set("B5", "=IFERROR(MyOwn(B1),1)"); }, false,
        "Sheet1!B5: MYOWN: LibreOffice knows no such function or name", nullptr},
   };
