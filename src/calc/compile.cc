@@ -263,6 +263,7 @@ std::optional<Program::Extent> Program::extent_of_function(const Formula& formul
 // array formula takes whole.
 bool Program::is_same_in_array(const Formula& formula, std::int32_t position) const {
   const Node& node = node_of(formula, position);
+  if (node.type == NodeType::kLocal) return false;  // which may be asked for often, one within the other
   if (node.type == NodeType::kName) {
     const Formula& named = model_.workbook().named(node.name);
     return !named.nodes.empty() && is_same_in_array(named, named.root());

@@ -55,6 +55,7 @@ void Evaluation::begin(CellId cell, const Formula* formula) {
   randoms_ = 0;
   spills_ = 0;
   spilled_.clear();
+  locals_.clear();
 }
 
 Value Evaluation::cell_result(CellId id) {
@@ -167,6 +168,10 @@ Operand Evaluation::evaluate(std::int32_t position, bool in_array) {
       const Operand operand = intersected(evaluate(node.children[0], in_array));
       return operand.is_array() ? Operand(first(operand)) : operand;
     }
+    case NodeType::kLet:
+      return evaluate(node.children.back(), in_array);
+    case NodeType::kLocal:
+      return local(node.children[0], in_array);
     case NodeType::kFunction:
       return function(node, in_array);
     case NodeType::kMissing:
@@ -185,6 +190,13 @@ Operand Evaluation::evaluate_name(const Node& node, bool in_array) {
       formula_->nodes.empty() ? Operand(ErrorCode::kName) : evaluate(formula_->root(), in_array);
   formula_ = outer;
   return result;
+}
+
+// The value of a name of LET, which is calculated once however often it stands in the formula.
+Operand Evaluation::local(std::int32_t value, bool in_array) {
+  const auto [found, is_new] = locals_.try_emplace({cell_, formula_, value, in_array});
+  if (is_new) found->second = evaluate(value, in_array);
+  return found->second;
 }
 
 Operand Evaluation::operate_one(const Node& node, bool in_array) {

@@ -10,6 +10,7 @@
 #include <map>
 #include <optional>
 #include <span>
+#include <tuple>
 #include <vector>
 
 #include "calc/call.h"
@@ -68,6 +69,7 @@ class Evaluation {
  private:
   Operand evaluate(std::int32_t node, bool in_array);
   Operand evaluate_name(const Node& node, bool in_array);
+  Operand local(std::int32_t value, bool in_array);
   Operand operate_one(const Node& node, bool in_array);
   Operand operate_two(const Node& node, bool in_array);
   Operand function(const Node& node, bool in_array);
@@ -123,6 +125,8 @@ class Evaluation {
   std::uint64_t randoms_ = 0;
   int spills_ = 0;  // that are evaluated, one within the other
   std::map<CellId, Operand> spilled_;
+  std::map<std::tuple<CellId, const Formula*, std::int32_t, bool>, Operand>
+      locals_;  // values of names of LET
 };
 
 }  // namespace ordvane::calc

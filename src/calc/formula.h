@@ -41,6 +41,8 @@ enum class NodeType : std::uint8_t {
   kIntersection,  // A1:B2 B1:B9
   kSpill,         // A1#
   kSingle,        // @A1:A9
+  kLet,           // LET: the values of its names, and what it comes to
+  kLocal,         // a name of LET: its value, a child of the LET as well
   kFunction,
   kMissing,      // an argument left empty
   kUnsupported,  // what is not calculated here, named by `text`

@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kDeepest = 256;
 constexpr std::size_t kLongest = 65536;
+constexpr int kMostNamesOfLet = 512;  // in a formula: each may be calculated from the one before
 
 bool is_digit(char c) {
   return c >= '0' && c <= '9';
@@ -123,6 +124,7 @@ class Parser {
   Position quoted_sheet();
   Position after_sheets(const Sheets& sheets);
   Position external();
+  Position let();
   Position function(std::string_view name);
   Position name(std::string_view name, std::int32_t sheet);
   Position check_arguments(Node made, std::string_view name);
@@ -167,6 +169,9 @@ class Parser {
   std::size_t at_ = 0;
   int depth_ = 0;
   Formula formula_;
+  int names_of_let_ = 0;
+  std::vector<std::pair<std::string_view, Position>>
+      locals_;  // names of LET that are known here, and their values
 };
 
 std::optional<NodeType> Parser::comparison_sign() {
@@ -258,6 +263,9 @@ bool Parser::gives_cells(Position position) {
     case NodeType::kIntersection:
     case NodeType::kSpill:
       return true;
+    case NodeType::kLocal:
+    case NodeType::kLet:
+      return gives_cells(made.children.back());
     case NodeType::kFunction:
       return (made.function->flags & kGivesCells) != 0;
     default:
@@ -437,6 +445,8 @@ Parser::Position Parser::words() {
   }
   if (peek() == '(') return function(first);
   if (peek() == '[') return table(first);
+  for (auto local = locals_.rbegin(); local != locals_.rend(); ++local)
+    if (unicode::same_name(local->first, first)) return add(NodeType::kLocal, {local->second});
   at_ = begin;
   if (const auto found = reference({cell_.sheet, cell_.sheet})) return *found;
   at_ = begin + first.size();
@@ -596,8 +606,33 @@ Parser::Position Parser::name(std::string_view text, std::int32_t sheet) {
   return add(std::move(made));
 }
 
+// LET(name, value, ..., result): names stand for their values in all that follows.
+Parser::Position Parser::let() {
+  const std::size_t outer = locals_.size();
+  std::vector<Position> children;
+  for (;;) {
+    skip_space();
+    const std::size_t begin = at_;
+    const std::string_view name = is_name_start(peek()) ? word() : std::string_view();
+    if (name.empty() || !take(',')) {
+      at_ = begin;
+      break;
+    }
+    if (++names_of_let_ > kMostNamesOfLet) fail("LET has more names than formulas can have");
+    children.push_back(comparison());
+    locals_.emplace_back(name, children.back());
+    expect(',');
+  }
+  if (children.empty()) fail("a name and its value are missing");
+  children.push_back(comparison());
+  expect(')');
+  locals_.resize(outer);
+  return add(NodeType::kLet, std::move(children));
+}
+
 Parser::Position Parser::function(std::string_view text) {
   expect('(');
+  if (unicode::same_name(text, "_xlfn.LET") || unicode::same_name(text, "LET")) return let();
   Node made;
   made.type = NodeType::kFunction;
   if (!take(')')) {

@@ -79,7 +79,7 @@ Json foreign(const calc::Model& model, const Plan& plan) {
     bool has_others = !model.obstacle(cell).empty();
     for (const calc::Node& node : book.formulas[static_cast<std::size_t>(formula)].tree.nodes)
       if (node.function != nullptr || node.type == calc::NodeType::kSpill ||
-          node.type == calc::NodeType::kSingle)
+          node.type == calc::NodeType::kSingle || node.type == calc::NodeType::kLet)
         has_others = met.emplace(node.function, node.type).second || has_others;
     if (has_others) cells.push_back(place_of(book, cell));
   }

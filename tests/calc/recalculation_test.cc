@@ -110,6 +110,9 @@ const char* const kFormulas[] = {
     "{=SUM(CHOOSE(A1:A3,A2,A1:A3))}",
     "{=IF(A1:A3>1,A1)=\"\"}",
     "{=IF(A1:A3>1,A1)}",
+    "=LET(x,A1*A2,y,IF(A1>1,x,A3),x+y*y)",
+    "=IF(A1>1,LET(x,A1:A3*2,SUM(x)+MAX(x)),A2)",
+    "{=SUM(LET(x,A1:A3,IF(x>1,x,A2)))}",
 };
 
 // All formulas over all kinds of values, and formulas over those formulas.
