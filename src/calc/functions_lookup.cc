@@ -151,6 +151,7 @@ Operand call_indirect(Call& call) {
   const std::string text = call.text(0);
   if (call.failed()) return {};
   if (!call.logical(1, true)) return row_column_reference(call, text);
+  if (text.empty()) return ErrorCode::kReference;  // as of a million blank cells
   const Workbook& book = call.evaluation().book();
   const Reference here = call.cell();
   try {

@@ -151,7 +151,7 @@ class Arena {
   explicit Arena(std::size_t most_bytes) : most_bytes_(most_bytes) {}
 
   Value text(std::string text) {
-    count(sizeof(text) + text.size());
+    count(sizeof(std::string) + text.size());
     return Value(&texts_.emplace_back(std::move(text)));
   }
   Array& array(std::int32_t rows, std::int32_t columns);

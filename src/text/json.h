@@ -129,7 +129,9 @@ class Json {
 class JsonPiece {
  public:
   template <class T>
-  requires std::convertible_to<T, Json> JsonPiece(T&& value) : value_(std::forward<T>(value)) {}
+  requires std::convertible_to<T, Json> JsonPiece(
+      T&& value)  // NOLINT: a piece is not convertible, so that copies do not come here
+      : value_(std::forward<T>(value)) {}
   JsonPiece(std::initializer_list<JsonPiece> pieces) : value_(pieces) {}
 
  private:
