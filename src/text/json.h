@@ -128,10 +128,8 @@ class Json {
 // An element between braces: lets them be moved.
 class JsonPiece {
  public:
-  template <class T>
-  requires std::convertible_to<T, Json> JsonPiece(
-      T&& value)  // NOLINT: a piece is not convertible, so that copies do not come here
-      : value_(std::forward<T>(value)) {}
+  template <class T>  // a piece is not convertible, so that copies do not come here: NOLINTNEXTLINE
+  requires std::convertible_to<T, Json> JsonPiece(T&& value) : value_(std::forward<T>(value)) {}
   JsonPiece(std::initializer_list<JsonPiece> pieces) : value_(pieces) {}
 
  private:
